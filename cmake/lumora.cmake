@@ -1,0 +1,57 @@
+# What every target of the project shares: the language level, the warnings, the compiler cache,
+# and the helpers that declare a library, a program or a test in one line.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+option(LUMORA_WERROR "Treat warnings as errors" OFF)
+set(LUMORA_SANITIZE "" CACHE STRING "Sanitizers for every target, as -fsanitize takes them")
+
+find_program(LUMORA_CCACHE ccache)
+if(LUMORA_CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${LUMORA_CCACHE}")
+endif()
+
+add_library(lumora_options INTERFACE)
+target_compile_options(lumora_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast
+  $<$<BOOL:${LUMORA_WERROR}>:-Werror>)
+# Messages carry the path below the checkout, never the machine's own.
+target_compile_options(lumora_options INTERFACE "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
+# Platform and plant headers are named from the root of the checkout, the daemon's own from src/.
+target_include_directories(lumora_options INTERFACE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/src")
+if(LUMORA_SANITIZE)
+  target_compile_options(lumora_options INTERFACE "-fsanitize=${LUMORA_SANITIZE}"
+    -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(lumora_options INTERFACE "-fsanitize=${LUMORA_SANITIZE}")
+endif()
+
+# lumora_library(NAME SOURCES... LIBS libraries...)
+function(lumora_library name)
+  cmake_parse_arguments(ARG "" "" "LIBS" ${ARGN})
+  add_library(${name} STATIC ${ARG_UNPARSED_ARGUMENTS})
+  target_link_libraries(${name} PUBLIC lumora_options ${ARG_LIBS})
+endfunction()
+
+# lumora_program(NAME SOURCES... LIBS libraries...)
+function(lumora_program name)
+  cmake_parse_arguments(ARG "" "" "LIBS" ${ARGN})
+  add_executable(${name} ${ARG_UNPARSED_ARGUMENTS})
+  target_link_libraries(${name} PRIVATE lumora_options ${ARG_LIBS})
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
+endfunction()
+
+# lumora_test(NAME SOURCES... LIBS libraries...): one GoogleTest program, each of its tests known to ctest.
+function(lumora_test name)
+  cmake_parse_arguments(ARG "" "TIMEOUT" "LIBS;LABELS" ${ARGN})
+  add_executable(${name} ${ARG_UNPARSED_ARGUMENTS})
+  target_link_libraries(${name} PRIVATE lumora_options ${ARG_LIBS} GTest::gtest GTest::gmock GTest::gtest_main)
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 60)
+  endif()
+  include(GoogleTest)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
+    PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}")
+endfunction()

@@ -1,0 +1,59 @@
+// Client of the node's key store (Redis). Its endpoint is the library's own setting, the environment
+// variable KVS_URL: "unix:///path", "tcp://host:port" or "memory:" (a store inside the process, for
+// tests); default "tcp://127.0.0.1:6379". NX_ROOT does not apply.
+//
+// One thread at a time. After an error the connection is dead and says so at the next call.
+#pragma once
+
+#include <memory>
+#include <string>
+
+class kvs_client_exception {
+ public:
+  explicit kvs_client_exception(std::string text) : text_(std::move(text)) {}
+  const std::string& what() const { return text_; }
+
+ private:
+  std::string text_;
+};
+
+/// Tenths of a second; 10 in all calls of this system.
+struct kvs_timeout {
+  kvs_timeout(unsigned tenths_of_a_second) : tenths(tenths_of_a_second) {}  // NOLINT: a plain number
+  unsigned tenths;
+};
+
+class kvs_client {
+ public:
+  /// Connects at the first call. The two strings name the client in the store's client list.
+  kvs_client(const std::string& name, const std::string& user);
+  ~kvs_client();
+  kvs_client(const kvs_client&) = delete;
+  kvs_client& operator=(const kvs_client&) = delete;
+
+  /// True if the store answers. Throws kvs_client_exception.
+  bool ping();
+
+  /// A key that does not exist reads as an empty text. Values are binary safe. T: std::string.
+  template <class T>
+  T get(const std::string& key, kvs_timeout timeout);
+
+  /// T: std::string, float (written as the shortest decimal that reads back).
+  void set(const std::string& key, const std::string& value, kvs_timeout timeout);
+  template <class T>
+  void set(const std::string& key, const T& value, kvs_timeout timeout);
+
+  class connection;
+
+ private:
+  std::unique_ptr<connection> connection_;
+};
+
+/// The "memory:" store of this process, shared by all its clients.
+namespace kvs_memory {
+void set(const std::string& key, const std::string& value);
+std::string get(const std::string& key);
+void clear();
+/// While false every call throws kvs_client_exception, as with a store that is down.
+void set_available(bool available);
+}  // namespace kvs_memory

@@ -1,0 +1,51 @@
+// The in-process transport: clients that reach a tree by function call, with no socket and no
+// thread, so that a test's control cycle is one function call on one thread. While an object of
+// this class lives, every nexel_client::create and nexel_ipv6_client::create of the process gives
+// such a client, whether the tree is attached yet or not.
+//
+// Reads, writes and events run on the calling thread. Connection events wait for `deliver`, since
+// their receivers take locks that may be held across `create`.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+
+class nx_db;
+
+namespace nx {
+
+enum class link_state {
+  up,
+  dead,     ///< no server: calls fail with -107
+  hung,     ///< never answers: calls fail with -110, after 2 s on the test's clock for the first
+  refusing  ///< answers every write with the error -5 "Refused by the device", reads go on
+};
+
+class in_process_network {
+ public:
+  in_process_network();
+  ~in_process_network();
+  in_process_network(const in_process_network&) = delete;
+  in_process_network& operator=(const in_process_network&) = delete;
+
+  /// Serves `db` at an address: a socket path, or "[host%interface]:port".
+  void attach(const std::string& address, nx_db& db);
+  void detach(const std::string& address);
+  void set_state(const std::string& address, link_state state);
+
+  /// How a hung call spends its 2 s: the hand-driven clock's sleep.
+  void set_wait(std::function<void(std::chrono::milliseconds)> wait);
+
+  /// Raises the connection events that wait, and tries refused subscriptions again. The hand-driven
+  /// clock calls it at each step.
+  void deliver();
+
+  struct impl;
+
+ private:
+  std::unique_ptr<impl> impl_;
+};
+
+}  // namespace nx

@@ -1,0 +1,69 @@
+// A connection to one nexel: blocking reads and writes of single paths, and subscriptions.
+// Creating a client never waits for the nexel; it connects in the background, keeps trying, and
+// subscribes again after a reconnect. A call made while the nexel is away fails with -107, a call
+// that is not answered within 2 s with -110.
+//
+// Blocking calls come from any thread but the I/O thread, which resolves them.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/nexel_client/nexel_request.h"
+#include "platform/nexel_client/nexel_subscriber.h"
+
+namespace boost::asio {
+class io_context;
+}
+
+class nexel_client_base {
+ public:
+  virtual ~nexel_client_base() = default;
+  /// Sends the request and returns at once; the objects' promises are resolved later.
+  virtual void server_call(std::shared_ptr<nexel_request> request) = 0;
+};
+
+class nexel_client_api : public nexel_client_base {
+ public:
+  /// Registers a subscription; the client keeps a std::weak_ptr.
+  virtual void add_subscriber(std::shared_ptr<nexel_subscriber> subscriber) = 0;
+
+  /// One blocking read. T: bool, float, int, unsigned int, std::string. Throws nx_client_exception.
+  template <class T>
+  T get(const std::string& path);
+
+  /// The same; a path that the nexel does not know gives `default_value`. T: std::string.
+  template <class T>
+  T get_or(const std::string& path, const T& default_value);
+
+  /// One blocking write. R: void for a plain write, bool or int for a command with an answer.
+  template <class R>
+  R set(const std::string& path, bool value);
+  template <class R>
+  R set(const std::string& path, float value);
+  template <class R>
+  R set(const std::string& path, int value);
+  template <class R>
+  R set(const std::string& path, const std::string& value);
+  template <class R>
+  R set(const std::string& path, const char* value);
+};
+
+class nexel_client {
+ public:
+  /// Over the unix socket at `socket_path` (NX_ROOT is put in front), or to the tree attached
+  /// there when the in-process transport is installed.
+  static std::shared_ptr<nexel_client_api> create(
+      std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path,
+      std::string name, std::weak_ptr<nexel_connection_subscriber> connection_subscriber);
+};
+
+/// A client over TCP on IPv6; a class of its own since its users hold it by this type.
+class nexel_ipv6_client : public nexel_client_api {
+ public:
+  /// `interface` scopes a link-local `host`. In-process: the tree attached at "[host%interface]:port".
+  static std::shared_ptr<nexel_ipv6_client> create(
+      std::shared_ptr<boost::asio::io_context> io, const std::string& interface,
+      const std::string& host, unsigned port, std::string name,
+      std::weak_ptr<nexel_connection_subscriber> connection_subscriber);
+};

@@ -1,0 +1,126 @@
+// The classes behind every path of a tree. The daemon (src/api) and the simulated nexels derive
+// their kinds of value from nx_db_leaf_node and nx_db_event_node and override what they can do; the
+// forms here answer "Not writable: PATH" and the like.
+//
+// Threads: the server calls get, set, run, subscribe, get_info and periodic_task from threads of
+// its own while owners update the same nodes, so a stateful node guards itself.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/value_tree/nx_session.h"
+#include "platform/wire/json.h"
+#include "platform/wire/nx_error.h"
+
+class nx_db;
+
+class nx_db_node : public std::enable_shared_from_this<nx_db_node> {
+ public:
+  explicit nx_db_node(std::string name);
+  virtual ~nx_db_node();
+  nx_db_node(const nx_db_node&) = delete;
+  nx_db_node& operator=(const nx_db_node&) = delete;
+
+  const std::string& get_name() const { return name_; }
+
+  /// Path from the root, without its first `depth` segments. A node that is not attached yet has
+  /// its name alone.
+  std::string get_path(unsigned depth) const;
+
+ private:
+  friend class nx_db;
+  std::string name_;
+  std::string path_;  // set by nx_db::add_node before the node can be reached, constant after it
+};
+
+/// A node without subscribers.
+class nx_db_leaf_node : public nx_db_node {
+ public:
+  explicit nx_db_leaf_node(const std::string& name);
+  ~nx_db_leaf_node() override;
+
+  /// The node's present value as the history keeps it; throws like `get`.
+  virtual json_value export_history_entry(json_allocator& allocator) const;
+
+  /// Adds the present value to the object `result` as a member named by `path`.
+  virtual void get(const std::string& path, json_allocator& allocator, json_value& result);
+  virtual void set(const std::string& path, const json_value& value);
+  /// Executes a command and adds its answer to `result` under `path`.
+  virtual void run(const std::string& path, const json_value& args, json_allocator& allocator,
+                   json_value& result);
+  /// Forgets the stored value.
+  virtual void reset();
+  /// False from the poller, once an interval; true when an owner has just pushed a value. Must
+  /// bear being entered again before the first call has returned.
+  virtual void periodic_task(bool pushed);
+
+  virtual bool subscription_supported() const;
+  /// Adds the session, puts the present value into `result` and sends the first event. `lock`
+  /// guards the session's list of subscriptions and is held on entry.
+  virtual void subscribe(std::shared_ptr<nx_session> session, const std::string& path,
+                         json_allocator& allocator, json_value& result,
+                         std::unique_lock<std::recursive_mutex>& lock);
+  virtual void unsubscribe(std::shared_ptr<nx_session> session);
+
+  /// One line that names the kind, such as "status value (read,subscribe)".
+  virtual std::string get_info() const;
+  /// The info record of the kind.
+  virtual json_value get_info(json_allocator& allocator) const;
+  virtual bool node_flag() const;
+  /// True for commands: a `set` is then a `run`.
+  virtual bool write_returns_response() const;
+  /// True when `get` may wait for a device, a network or a setter that waits; such reads are
+  /// answered on a worker thread, all others on the I/O thread.
+  virtual bool read_may_wait() const;
+
+  nx_db* db = nullptr;              ///< the tree; null until add_node has attached the node
+  std::uint32_t poll_interval = 0;  ///< given to value_group::add_value; 0 is never polled
+
+ protected:
+  using json_allocator = nx::json_allocator;
+  using json_value = nx::json_value;
+  using json_document = nx::json_document;
+};
+
+/// A node with subscribers.
+class nx_db_event_node : public nx_db_leaf_node {
+ public:
+  explicit nx_db_event_node(const std::string& name);
+  ~nx_db_event_node() override;
+
+  void get(const std::string& path, json_allocator& allocator, json_value& result) override;
+  void set(const std::string& path, const json_value& value) override;
+  bool subscription_supported() const override;
+  /// Registers the session only; value classes add the value and the first event.
+  void subscribe(std::shared_ptr<nx_session> session, const std::string& path,
+                 json_allocator& allocator, json_value& result,
+                 std::unique_lock<std::recursive_mutex>& lock) override;
+  void unsubscribe(std::shared_ptr<nx_session> session) override;
+  json_value get_info(json_allocator& allocator) const override;
+  using nx_db_leaf_node::get_info;
+
+  /// The frame of a change event; the caller adds the member "value" with the document's allocator.
+  json_document create_value_changed_event(std::string&& path) const;
+  /// A complete error event.
+  json_document create_error_event(std::string&& path, const nx_error& error) const;
+  /// Sends to all subscribers; `first` is false for changes.
+  void send_event_impl(json_document&& event, bool first);
+  /// Sends to one session; `first` is true for the first event of a subscription.
+  void send_event_to_session_impl(json_document&& event, bool first,
+                                  std::shared_ptr<nx_session> session);
+  void send_error_event(const nx_error& error);
+
+  bool has_subscribers() const;
+
+ private:
+  friend class nx_db;
+  std::vector<std::shared_ptr<nx_session>> take_subscribers();
+
+  // A leaf in the lock order: taken with a value's own mutex held, and nothing is taken under it.
+  mutable std::mutex subscribers_mutex_;
+  std::vector<std::shared_ptr<nx_session>> subscribers_;
+};

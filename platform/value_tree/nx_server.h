@@ -1,0 +1,66 @@
+// The pieces that nexel_api is made of, for programs that serve several trees in one process (the
+// simulated plant serves every nexel of a node): one runtime, one server for each socket.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/value_tree/poll_scheduler.h"
+
+class nx_db;
+namespace boost::asio {
+class io_context;
+}
+
+namespace nx {
+
+/// The threads behind one or more servers: the I/O thread, the growing pool of workers, the pollers.
+class server_runtime {
+ public:
+  server_runtime();
+  ~server_runtime();  ///< joins all threads; servers must be gone by then
+  server_runtime(const server_runtime&) = delete;
+  server_runtime& operator=(const server_runtime&) = delete;
+
+  std::shared_ptr<boost::asio::io_context> io_context();
+  std::shared_ptr<poll_scheduler> poller();
+
+  struct impl;
+  impl& internals() { return *impl_; }
+
+ private:
+  std::unique_ptr<impl> impl_;
+};
+
+/// What a whole server does, for a nexel that plays dead in the simulated plant.
+enum class server_fault {
+  none,
+  hung,     ///< accepts and reads, never answers and sends no events
+  refusing  ///< accepts and closes at once
+};
+
+/// One tree on one unix socket.
+class nx_server {
+ public:
+  /// Binds; throws like nexel_api. Accepts from `start_accepting` on.
+  nx_server(server_runtime& runtime, nx_db& db, const std::string& socket_path);
+  ~nx_server();  ///< closes the sessions and removes the socket file
+  nx_server(const nx_server&) = delete;
+  nx_server& operator=(const nx_server&) = delete;
+
+  void start_accepting();
+  /// Also listens on the interface, for reading and subscribing only.
+  void start_ipv6_socket(const std::string& interface_name, unsigned port);
+  /// As above, with full access, on any address text ("::1"): for simulated peers.
+  void start_tcp_socket(const std::string& address, unsigned port, bool read_only);
+  void set_fault(server_fault fault);
+  /// Ends the subscriptions of all sessions to the path, as a service that forgets its clients.
+  void drop_subscriptions(const std::string& path);
+
+  struct impl;
+
+ private:
+  std::shared_ptr<impl> impl_;
+};
+
+}  // namespace nx

@@ -1,0 +1,41 @@
+// Who calls periodic_task(false). A daemon has a timer wheel with a small pool of threads; tests
+// have a scheduler that they move by hand.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <vector>
+
+class nx_db_leaf_node;
+
+namespace nx {
+
+class poll_scheduler {
+ public:
+  virtual ~poll_scheduler() = default;
+
+  /// Calls periodic_task(false) on the node once every `interval` until the node or the group is
+  /// gone. A node that is still busy with its last call is not entered again by the scheduler.
+  virtual void add(std::weak_ptr<nx_db_leaf_node> node, std::weak_ptr<const void> group,
+                   std::chrono::milliseconds interval) = 0;
+};
+
+/// Runs the due tasks on the thread that calls `advance`, in the order of their due times.
+class manual_poller : public poll_scheduler {
+ public:
+  void add(std::weak_ptr<nx_db_leaf_node> node, std::weak_ptr<const void> group,
+           std::chrono::milliseconds interval) override;
+  void advance(std::chrono::milliseconds time);
+
+ private:
+  struct task {
+    std::weak_ptr<nx_db_leaf_node> node;
+    std::weak_ptr<const void> group;
+    std::chrono::milliseconds interval;
+    std::chrono::milliseconds due;
+  };
+  std::chrono::milliseconds now_{0};
+  std::vector<task> tasks_;
+};
+
+}  // namespace nx

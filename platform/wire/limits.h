@@ -1,0 +1,17 @@
+// Limits of the tree protocol. Each has its own error text with the limit in it.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+
+namespace nx::limits {
+
+inline constexpr std::size_t line_bytes = 1024 * 1024;
+inline constexpr std::size_t nesting = 64;
+inline constexpr std::size_t batch = 1000;
+inline constexpr std::size_t sessions = 256;
+inline constexpr std::size_t subscriptions_per_session = 10000;
+inline constexpr std::size_t output_bytes_per_session = 8 * 1024 * 1024;
+inline constexpr std::chrono::seconds stuck_session{30};
+
+}  // namespace nx::limits

@@ -1,0 +1,44 @@
+// The daemon's access to the node's key store: a readiness test that is stricter than a ping, one
+// reconnect when the client fails, a lock, and the two hash tags in front of every key. Any thread.
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+
+class kvs_client;
+
+class redis {
+ public:
+  static redis& instance();
+
+  /// The store answers, its status is "ok" and its persistent part is mounted. Throws nx_error -22
+  /// when a hash tag is missing from the environment.
+  bool is_connected();
+
+  /// Throw nx_error -5 "Redis not connected.", nx_error -22 as above, or kvs_client_exception.
+  std::string get(const std::string& key);
+  void set(const std::string& key, const std::string& value);
+  void set(const std::string& key, float value);
+
+  /// Configuration tag, data tag; from REDIS_CONF_HASH_TAG and REDIS_DATA_HASH_TAG.
+  std::pair<std::string, std::string> get_hash_tags();
+
+  /// The node's software version; read once, then remembered.
+  std::string get_release_version();
+
+  /// Forgets client, tags and version, so that each test begins anew.
+  void reset_for_test();
+
+ private:
+  redis();
+  bool _check_connection(bool reconnect);
+
+  std::shared_ptr<kvs_client> client_;
+  std::mutex mutex_;
+  std::optional<std::pair<std::string, std::string>> hash_tags_;
+  std::mutex version_mutex_;
+  std::optional<std::string> release_version_;
+};

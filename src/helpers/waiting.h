@@ -1,0 +1,46 @@
+// Time and waiting of the whole daemon, in one place: what "now" is, and every sleep. A sleep ends
+// when the process stops, so that SIGTERM is answered at once in any phase. Tests put a hand-driven
+// clock behind it: a sleep then steps the plant.
+#pragma once
+
+#include <chrono>
+#include <memory>
+
+namespace helpers {
+
+/// What stands behind `waiting`: the real clock, or a test's.
+class time_source {
+ public:
+  virtual ~time_source() = default;
+  virtual std::chrono::steady_clock::time_point steady_now() = 0;
+  virtual std::chrono::system_clock::time_point system_now() = 0;
+  /// Returns early when `interrupt` is called.
+  virtual void sleep(std::chrono::nanoseconds duration) = 0;
+  virtual void interrupt() = 0;
+};
+
+class waiting {
+ public:
+  static waiting& instance();
+
+  std::chrono::steady_clock::time_point steady_now();
+  /// The wall clock at start plus the steady time since: a step of the wall clock moves no timer.
+  std::chrono::system_clock::time_point system_now();
+
+  /// True after the full time, false as soon as the process is stopping. From any thread.
+  bool sleep(std::chrono::nanoseconds duration);
+
+  /// Ends every sleep, now and later.
+  void stop();
+  bool stopping() const;
+
+  /// Puts a test's clock behind this and forgets an earlier `stop`; null puts the real one back.
+  void set_source(std::shared_ptr<time_source> source);
+
+ private:
+  waiting();
+  struct impl;
+  std::unique_ptr<impl> impl_;
+};
+
+}  // namespace helpers
