@@ -40,6 +40,10 @@ class nx_db_node : public std::enable_shared_from_this<nx_db_node> {
 /// A node without subscribers.
 class nx_db_leaf_node : public nx_db_node {
  public:
+  using json_allocator = nx::json_allocator;
+  using json_value = nx::json_value;
+  using json_document = nx::json_document;
+
   explicit nx_db_leaf_node(const std::string& name);
   ~nx_db_leaf_node() override;
 
@@ -79,11 +83,6 @@ class nx_db_leaf_node : public nx_db_node {
 
   nx_db* db = nullptr;              ///< the tree; null until add_node has attached the node
   std::uint32_t poll_interval = 0;  ///< given to value_group::add_value; 0 is never polled
-
- protected:
-  using json_allocator = nx::json_allocator;
-  using json_value = nx::json_value;
-  using json_document = nx::json_document;
 };
 
 /// A node with subscribers.
