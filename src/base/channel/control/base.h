@@ -1,0 +1,101 @@
+// The regulator of one channel: owns the channel, works out the power it should have, decides
+// whether it may be touched now, and writes one attenuation step to the switch it is given. Between
+// cycles it remembers the last step alone: no further step is taken until the monitor has shown a
+// new reading and the switch another attenuation.
+//
+// Threads: the loops call it with the plan's mutex held; set_default_attenuation and
+// set_description arrive on server threads without it. T is the product's channel class.
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "api/hysteresis_filtered_value.h"
+#include "device/interfaces/wss.h"
+#include "platform/value_tree/value_group.h"
+
+class nx_db;
+
+namespace channel::control {
+
+template <class T>
+class base : public std::enable_shared_from_this<base<T>> {
+ public:
+  using channel_type = T;
+
+  base();
+  virtual ~base() = default;
+  base(const base&) = delete;
+  base& operator=(const base&) = delete;
+
+  virtual std::shared_ptr<T> get_channel();
+
+  virtual bool is_admin_up();
+  virtual bool is_admin_down();
+
+  /// The loop's last verdict: within 0.5 dB of the target. The line regulation counts on it.
+  virtual bool is_on_target();
+  virtual void set_on_target(bool on_target);
+
+  /// dBm; fibre length in km, total power of the band in dBm.
+  virtual float get_target_power(float fiber_length, float total_power);
+  virtual float get_tilt_loss(float fiber_length);
+
+  /// Writes one step for this difference; device errors pass through.
+  virtual void regulate(std::shared_ptr<device::interfaces::wss> wss, float power_difference);
+
+  // Failed channel subscriptions in a row.
+  virtual void add_subscribe_failure();
+  virtual unsigned get_subscribe_failures();
+  virtual void reset_subscribe_failures();
+
+  /// Forgets the last step: the next one depends on the error alone.
+  virtual void reset_last_step();
+  /// The error is beyond the dead band, the attenuator has room, and both the reading and the
+  /// attenuation have changed since the last step.
+  virtual bool can_regulate(std::shared_ptr<device::interfaces::wss> wss, float power_difference);
+  virtual bool is_calming_down();
+
+  /// Throw nx_error -22 on a direction other than "rx" and "tx".
+  virtual void set_default_attenuation(float attenuation);
+  virtual float get_default_attenuation();
+  virtual void set_description(std::string description);
+
+  /// Creates the tree values of the control; the channel's id and direction must be set.
+  virtual void setup_channel_api(nx_db& db, std::shared_ptr<nx::api::value_group> values);
+  virtual std::string get_wss_port_name();
+
+ protected:
+  std::string value_path(const char* root, const char* name);
+  /// The default attenuation as configured; empty if nobody has.
+  std::optional<float> get_configured_attenuation();
+
+ private:
+  struct last_step {
+    std::optional<float> power;
+    std::optional<float> attenuation;
+  };
+
+  void remember_difference(float power_difference, unsigned power_updates);
+  float history_range() const;
+  bool is_exhausted(device::interfaces::wss& wss, float attenuation, float power_difference);
+  std::optional<float>& default_of_direction();
+
+  bool on_target_ = true;
+  std::shared_ptr<T> channel_;
+  std::deque<float> power_history_;  // differences since the last step, for the log
+  bool calm_down_ = false;
+  unsigned history_limit_ = 2;
+  mutable std::mutex settings_mutex_;  // guards what server threads write
+  std::optional<float> default_attenuation_rx_;
+  std::optional<float> default_attenuation_tx_;
+  std::shared_ptr<nx::api::pushed_value<float>> default_attenuation_value_;
+  std::string description_;
+  unsigned subscribe_failures_ = 0;
+  last_step last_step_;
+};
+
+}  // namespace channel::control

@@ -1,0 +1,59 @@
+// The channels of one direction, keyed by centre frequency, and their place in the key store. The
+// manager creates one plan for each direction and shares it with the loops.
+//
+// The mutex is the lock under which all work on channels runs; a client loop holds it for its walk,
+// so a channel command waits for the end of a cycle. It is not recursive: operations marked
+// "locked" expect the caller to hold it, the others take it themselves. RX comes before TX where
+// both are needed. T is the channel control class.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "base/channel/plan_text.h"
+
+namespace channel {
+
+template <class T>
+class plan {
+ public:
+  using channel_map = std::map<unsigned, std::shared_ptr<T>>;
+
+  /// Slices of 6.25 GHz; direction "rx" or "tx".
+  plan(unsigned slices, std::string direction);
+
+  /// Locked. Replaces an entry of the same frequency; creates no tree values and touches no device.
+  std::shared_ptr<T> add_channel(unsigned frequency, unsigned width, unsigned port,
+                                 std::string version);
+  /// Locked. An absent channel is logged.
+  void remove_channel(unsigned frequency);
+
+  std::optional<std::shared_ptr<T>> get_channel(unsigned frequency);
+
+  /// Locked. Replaces the whole plan with the stored one. A store that is away leaves it as it was
+  /// (nx_error -5); a stored text that is no plan leaves it empty (nx_error -22).
+  void load();
+  /// Locked. Throws nx_error -5 when the store is away.
+  void save();
+  /// Locked.
+  std::string to_json();
+
+  std::shared_ptr<channel_map> get_channels() { return channels_; }
+  std::mutex& get_mutex() { return mutex_; }
+  const std::string& get_direction() const { return direction_; }
+
+ private:
+  std::string store_key() const;
+  void replace_with(const parsed_plan& stored, const std::string& text);
+
+  std::shared_ptr<channel_map> channels_;
+  std::uint32_t slices_;
+  std::mutex mutex_;
+  std::string direction_;
+};
+
+}  // namespace channel
