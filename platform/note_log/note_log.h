@@ -3,6 +3,7 @@
 //
 // Records go to stderr, one readable line each ("TIME severity channel: text"), or with the
 // journal's priority prefixes when stderr is the journal. The channel shows the file's base name.
+// The same text on the same channel more than ten times in a second becomes one line.
 #pragma once
 
 #include <boost/log/sources/global_logger_storage.hpp>
@@ -11,9 +12,9 @@
 #include <functional>
 #include <string>
 
-namespace note_log {
+#include "platform/note_log/record.h"
 
-enum severity_level : int { error = 3, warning = 4, info = 6, debug = 7 };
+namespace note_log {
 
 using logger_t = boost::log::sources::severity_channel_logger<severity_level, std::string>;
 
@@ -21,21 +22,27 @@ using logger_t = boost::log::sources::severity_channel_logger<severity_level, st
 /// unless the library is set to show it.
 std::string getCodeTrace(const std::string& file, unsigned line);
 
-struct record {
-  severity_level severity;
-  std::string channel;
-  std::string text;
-};
+/// Opens a record of the global logger; empty (false) if the library's filter rejects it. Setting
+/// severity and channel and opening are one step: safe from any thread.
+boost::log::record open_record(severity_level severity, const std::string& channel);
+
+/// Completes an opened record with its text, code trace included.
+void push_record(boost::log::record&& record, const std::string& text);
 
 /// Writes one record to the library, whatever the daemon's own threshold. Safe from any thread.
 void write(severity_level severity, const std::string& channel, const std::string& text);
 
 /// Settings of the library, from its own environment: NOTE_LOG_SEVERITY (lowest severity shown:
-/// "error", "warning", "info", "debug"; default "info"), NOTE_LOG_TRACE=1 (show code traces).
+/// "error", "warning", "info", "debug"; default "info"), NOTE_LOG_TRACE=1 (show code traces). Read
+/// at the first record; called again only by tests.
 void configure_from_environment();
 
-/// Every record that passes, before layout: for tests. Empty takes it off.
+/// Every record that passes the filter, before flood guard and layout: for tests. One record at a
+/// time, from the thread that logs. Empty takes it off, and no call is under way after that.
 void set_observer(std::function<void(const record&)> observer);
+
+/// Writes what the flood guard still holds back. Called at the end of a process.
+void flush();
 
 }  // namespace note_log
 

@@ -1,0 +1,95 @@
+#include "platform/note_log/line_layout.h"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+namespace note_log {
+
+namespace {
+
+constexpr std::string_view trace_opening = " [at ";
+
+/// Where the code trace begins, or npos. A trace is " [at FILE:LINE]" at the very end.
+std::size_t find_trace(std::string_view text) {
+  if (text.empty() || text.back() != ']') return std::string_view::npos;
+  const auto begin = text.rfind(trace_opening);
+  if (begin == std::string_view::npos) return begin;
+  const auto colon = text.rfind(':');
+  const auto number = text.substr(colon + 1, text.size() - colon - 2);
+  const bool is_line = colon != std::string_view::npos && colon > begin && !number.empty() &&
+                       number.find_first_not_of("0123456789") == std::string_view::npos;
+  return is_line ? begin : std::string_view::npos;
+}
+
+bool is_control(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte < 0x20 || byte == 0x7f;
+}
+
+void append_on_one_line(std::string& line, std::string_view text) {
+  while (!text.empty() && text.back() == '\n')
+    text.remove_suffix(1);
+  for (const char c : text) {
+    if (c == '\n') {
+      line += " | ";
+    } else if (is_control(c)) {
+      line += fmt::format("\\x{:02x}", static_cast<unsigned char>(c));
+    } else {
+      line += c;
+    }
+  }
+}
+
+std::string timestamp(std::chrono::system_clock::time_point time) {
+  const auto since_epoch = time.time_since_epoch();
+  const auto milliseconds =
+      std::chrono::duration_cast<std::chrono::milliseconds>(since_epoch).count() % 1000;
+  return fmt::format("{:%Y-%m-%dT%H:%M:%S}.{:03}Z",
+                     fmt::gmtime(std::chrono::system_clock::to_time_t(time)), milliseconds);
+}
+
+}  // namespace
+
+std::string severity_word(severity_level severity) {
+  switch (severity) {
+    case error:
+      return "error";
+    case warning:
+      return "warning";
+    case info:
+      return "info";
+    case debug:
+      return "debug";
+  }
+  return std::to_string(static_cast<int>(severity));
+}
+
+std::string_view short_channel(std::string_view channel) {
+  const auto slash = channel.substr(0, channel.find(':')).rfind('/');
+  return slash == std::string_view::npos ? channel : channel.substr(slash + 1);
+}
+
+record split_trace(severity_level severity, std::string channel, std::string text) {
+  record rec{severity, std::move(channel), std::move(text), {}};
+  const auto begin = find_trace(rec.text);
+  if (begin != std::string::npos) {
+    rec.trace = rec.text.substr(begin);
+    rec.text.resize(begin);
+  }
+  return rec;
+}
+
+std::string layout(const record& rec, std::chrono::system_clock::time_point time,
+                   line_style style) {
+  std::string line = style.journal
+                         ? fmt::format("<{}>", static_cast<int>(rec.severity))
+                         : fmt::format("{} {} ", timestamp(time), severity_word(rec.severity));
+  append_on_one_line(line, short_channel(rec.channel));
+  line += ": ";
+  append_on_one_line(line, rec.text);
+  if (style.show_trace) append_on_one_line(line, rec.trace);
+  line += '\n';
+  return line;
+}
+
+}  // namespace note_log

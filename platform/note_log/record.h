@@ -1,0 +1,18 @@
+// One record of the log as the library hands it to its sinks. No Boost.Log here.
+#pragma once
+
+#include <string>
+
+namespace note_log {
+
+/// The numbers are the priorities of syslog and of the journal.
+enum severity_level : int { error = 3, warning = 4, info = 6, debug = 7 };
+
+struct record {
+  severity_level severity;
+  std::string channel;
+  std::string text;   ///< without the code trace
+  std::string trace;  ///< as getCodeTrace gave it; empty if the text ended without one
+};
+
+}  // namespace note_log

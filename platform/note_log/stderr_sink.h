@@ -1,0 +1,40 @@
+// The one sink of the library: lays records out and writes them to stderr. Boost.Log's frontend
+// calls it with one record at a time. Only the library's own .cpp files include this header.
+#pragma once
+
+#include <boost/log/core/record_view.hpp>
+#include <boost/log/sinks/basic_sink_backend.hpp>
+#include <boost/log/sinks/frontend_requirements.hpp>
+#include <functional>
+
+#include "platform/note_log/flood_guard.h"
+#include "platform/note_log/line_layout.h"
+
+namespace note_log {
+
+namespace sinks = boost::log::sinks;
+
+class stderr_sink
+    : public sinks::basic_sink_backend<
+          sinks::combine_requirements<sinks::synchronized_feeding, sinks::flushing>::type> {
+ public:
+  void consume(const boost::log::record_view& view);
+  void flush();
+
+  void set_style(line_style new_style) { style = new_style; }
+  void set_observer(std::function<void(const record&)> new_observer) {
+    observer = std::move(new_observer);
+  }
+
+ private:
+  void put(const record& rec);
+
+  line_style style;
+  flood_guard guard;
+  std::function<void(const record&)> observer;
+};
+
+/// JOURNAL_STREAM names the device and inode that stderr is.
+bool stderr_is_journal();
+
+}  // namespace note_log
