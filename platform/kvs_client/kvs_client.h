@@ -1,8 +1,9 @@
-// Client of the node's key store (Redis). Its endpoint is the library's own setting, the environment
-// variable KVS_URL: "unix:///path", "tcp://host:port" or "memory:" (a store inside the process, for
-// tests); default "tcp://127.0.0.1:6379". NX_ROOT does not apply.
+// Client of the node's key store (Redis). Its endpoint is the library's own setting, the
+// environment variable KVS_URL: "unix:///path", "tcp://host:port" or "memory:" (a store inside the
+// process, for tests); default "tcp://127.0.0.1:6379". NX_ROOT does not apply.
 //
-// One thread at a time. After an error the connection is dead and says so at the next call.
+// One thread at a time. After a failed exchange the connection is dead and says so at the next
+// call; an answer that is an error of the store leaves it alive. The process ignores SIGPIPE.
 #pragma once
 
 #include <memory>
@@ -19,7 +20,7 @@ class kvs_client_exception {
 
 /// Tenths of a second; 10 in all calls of this system.
 struct kvs_timeout {
-  kvs_timeout(unsigned tenths_of_a_second) : tenths(tenths_of_a_second) {}  // NOLINT: a plain number
+  constexpr kvs_timeout(unsigned number) : tenths(number) {}  // NOLINT: a plain number
   unsigned tenths;
 };
 

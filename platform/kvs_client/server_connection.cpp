@@ -1,0 +1,129 @@
+#include <fmt/format.h>
+#include <hiredis/hiredis.h>
+
+#include <cerrno>
+#include <optional>
+#include <vector>
+
+#include "platform/kvs_client/connection.h"
+
+namespace {
+
+struct free_context {
+  void operator()(redisContext* context) const { redisFree(context); }
+};
+struct free_reply {
+  void operator()(redisReply* reply) const { freeReplyObject(reply); }
+};
+using context_ptr = std::unique_ptr<redisContext, free_context>;
+using reply_ptr = std::unique_ptr<redisReply, free_reply>;
+
+timeval to_timeval(kvs_timeout timeout) {
+  return {static_cast<time_t>(timeout.tenths / 10),
+          static_cast<suseconds_t>(timeout.tenths % 10) * 100000};
+}
+
+context_ptr connect_to(const kvs::endpoint& where, kvs_timeout timeout) {
+  const auto limit = to_timeval(timeout);
+  if (where.type == kvs::endpoint::kind::unix_socket) {
+    return context_ptr(redisConnectUnixWithTimeout(where.address.c_str(), limit));
+  }
+  return context_ptr(redisConnectWithTimeout(where.address.c_str(), where.port, limit));
+}
+
+/// A connection to the server. Three states: not connected yet, connected, dead. An answer that is
+/// an error of the store leaves it connected; a failed exchange leaves it dead, since an answer
+/// that comes late would be taken for the next one's.
+class server_connection : public kvs_client::connection {
+ public:
+  server_connection(std::string server_url, std::string name)
+      : url(std::move(server_url)), client_name(std::move(name)) {}
+
+  bool ping(kvs_timeout timeout) override {
+    const auto reply = exchange("ping", timeout, {"PING"});
+    return reply->type == REDIS_REPLY_STATUS && text_of(*reply) == "PONG";
+  }
+
+  std::string get(const std::string& key, kvs_timeout timeout) override {
+    const auto what = "get " + key;
+    const auto reply = exchange(what, timeout, {"GET", key});
+    if (reply->type == REDIS_REPLY_NIL) return {};
+    require_type(what, *reply, REDIS_REPLY_STRING);
+    return text_of(*reply);
+  }
+
+  void set(const std::string& key, const std::string& value, kvs_timeout timeout) override {
+    const auto what = "set " + key;
+    const auto reply = exchange(what, timeout, {"SET", key, value});
+    require_type(what, *reply, REDIS_REPLY_STATUS);
+  }
+
+ private:
+  static std::string text_of(const redisReply& reply) { return {reply.str, reply.len}; }
+
+  static void require_type(const std::string& what, const redisReply& reply, int type) {
+    if (reply.type == type) return;
+    const auto text = reply.type == REDIS_REPLY_ERROR ? text_of(reply) : "unexpected answer";
+    throw kvs_client_exception(fmt::format("{}: {}", what, text));
+  }
+
+  reply_ptr exchange(const std::string& what, kvs_timeout timeout,
+                     const std::vector<std::string>& words) {
+    require_alive(what);
+    if (!context) connect(timeout);
+    redisSetTimeout(context.get(), to_timeval(timeout));
+    auto reply = send(words);
+    if (!reply) die(what, timeout);
+    return reply;
+  }
+
+  reply_ptr send(const std::vector<std::string>& words) {
+    std::vector<const char*> texts;
+    std::vector<std::size_t> sizes;
+    for (const auto& word : words) {
+      texts.push_back(word.data());
+      sizes.push_back(word.size());
+    }
+    return reply_ptr(static_cast<redisReply*>(redisCommandArgv(
+        context.get(), static_cast<int>(words.size()), texts.data(), sizes.data())));
+  }
+
+  void connect(kvs_timeout timeout) {
+    context = connect_to(kvs::parse_endpoint(url), timeout);
+    if (!context) throw kvs_client_exception("no memory for a connection to " + url);
+    if (context->err != 0) die("connect", timeout);
+    if (client_name.empty()) return;
+    redisSetTimeout(context.get(), to_timeval(timeout));
+    // The name is for whoever looks at the store's client list; a refusal does no harm.
+    if (!send({"CLIENT", "SETNAME", client_name})) die("connect", timeout);
+  }
+
+  void require_alive(const std::string& what) const {
+    if (!death) return;
+    throw kvs_client_exception(fmt::format("{}: connection to {} is dead: {}", what, url, *death));
+  }
+
+  [[noreturn]] void die(const std::string& what, kvs_timeout timeout) {
+    const bool late = context->err == REDIS_ERR_IO && (errno == EAGAIN || errno == EINPROGRESS);
+    death = late ? fmt::format("no answer within {:.1f} s", timeout.tenths / 10.0)
+                 : std::string(context->errstr);
+    context.reset();
+    throw kvs_client_exception(fmt::format("{}: {}: {}", what, url, *death));
+  }
+
+  std::string url;
+  std::string client_name;
+  context_ptr context;
+  std::optional<std::string> death;
+};
+
+}  // namespace
+
+namespace kvs {
+
+std::unique_ptr<kvs_client::connection> make_server_connection(std::string url,
+                                                               std::string client_name) {
+  return std::make_unique<server_connection>(std::move(url), std::move(client_name));
+}
+
+}  // namespace kvs
