@@ -35,9 +35,12 @@ class redis {
  private:
   redis();
   bool _check_connection(bool reconnect);
+  bool is_usable();
+  void require_connection();
 
   std::shared_ptr<kvs_client> client_;
-  std::mutex mutex_;
+  std::mutex mutex_;  // held across a whole operation with all its exchanges
+  std::mutex tags_mutex_;
   std::optional<std::pair<std::string, std::string>> hash_tags_;
   std::mutex version_mutex_;
   std::optional<std::string> release_version_;

@@ -19,6 +19,9 @@ class time_source {
   virtual void interrupt() = 0;
 };
 
+/// Thrown out of waits without limit when the process stops in the middle of them.
+struct process_stopping {};
+
 class waiting {
  public:
   static waiting& instance();

@@ -1,0 +1,37 @@
+#include "helpers/logger.h"
+
+#include "platform/note_log/note_log.h"
+
+namespace {
+
+/// Readers of the node's logs tell this daemon's records by this trace: it is the same for each
+/// message, and the place of the call is in the channel.
+constexpr unsigned trace_line = 31;
+
+}  // namespace
+
+logger& logger::instance() {
+  static logger the_logger;
+  return the_logger;
+}
+
+void logger::write(const char* file, int line, const char* function, fmt::string_view format,
+                   fmt::format_args args) {
+  const auto channel = fmt::format("{}:{}:{}", file, line, function);
+  auto record = note_log::open_record(note_log::info, channel);
+  if (!record) return;
+  note_log::push_record(std::move(record),
+                        fmt::vformat(format, args) + note_log::getCodeTrace(__FILE__, trace_line));
+}
+
+unsigned logger::get_log_level(const std::string& text) {
+  if (text == "debug") return 0;
+  if (text == "verbose") return 1;
+  return 2;
+}
+
+void log_direct(int severity, const char* channel, const std::string& text, const char* file,
+                int line) {
+  note_log::write(static_cast<note_log::severity_level>(severity), channel,
+                  text + note_log::getCodeTrace(file, static_cast<unsigned>(line)));
+}

@@ -1,0 +1,106 @@
+#include "helpers/redis.h"
+
+#include <fmt/format.h>
+
+#include <cstdlib>
+
+#include "helpers/guard.h"
+#include "helpers/logger.h"
+#include "platform/kvs_client/kvs_client.h"
+#include "platform/wire/nx_error.h"
+
+namespace {
+
+constexpr unsigned exchange_timeout = 10;  // tenths of a second
+
+std::shared_ptr<kvs_client> new_client() {
+  return std::make_shared<kvs_client>("default", "");
+}
+
+std::string hash_tag(const char* variable) {
+  const char* value = std::getenv(variable);
+  if (value == nullptr) throw nx_error(-22, fmt::format("undefined: {}", variable));
+  return value;
+}
+
+}  // namespace
+
+redis::redis() : client_(new_client()) {}
+
+redis& redis::instance() {
+  static redis the_redis;
+  return the_redis;
+}
+
+bool redis::is_connected() {
+  const std::lock_guard lock(mutex_);
+  return _check_connection(true);
+}
+
+std::string redis::get(const std::string& key) {
+  const std::lock_guard lock(mutex_);
+  require_connection();
+  return client_->get<std::string>(key, exchange_timeout);
+}
+
+void redis::set(const std::string& key, const std::string& value) {
+  const std::lock_guard lock(mutex_);
+  require_connection();
+  client_->set(key, value, exchange_timeout);
+}
+
+void redis::set(const std::string& key, float value) {
+  const std::lock_guard lock(mutex_);
+  require_connection();
+  client_->set<float>(key, value, exchange_timeout);
+}
+
+std::pair<std::string, std::string> redis::get_hash_tags() {
+  const std::lock_guard lock(tags_mutex_);
+  if (!hash_tags_) {
+    auto data_tag = hash_tag("REDIS_DATA_HASH_TAG");
+    auto configuration_tag = hash_tag("REDIS_CONF_HASH_TAG");
+    hash_tags_.emplace(std::move(configuration_tag), std::move(data_tag));
+  }
+  return *hash_tags_;
+}
+
+std::string redis::get_release_version() {
+  const std::lock_guard lock(version_mutex_);
+  if (!release_version_) {
+    release_version_ = get(fmt::format("{}:nx/system/info:data/swVersion", get_hash_tags().second));
+  }
+  return *release_version_;
+}
+
+void redis::reset_for_test() {
+  const std::scoped_lock lock(version_mutex_, mutex_, tags_mutex_);
+  client_ = new_client();
+  hash_tags_.reset();
+  release_version_.reset();
+}
+
+bool redis::_check_connection(bool reconnect) {
+  get_hash_tags();  // a missing tag is the caller's to hear of, not a lost connection
+  bool usable = false;
+  if (helpers::guarded([&] { usable = is_usable(); })) return usable;
+  if (!reconnect) return false;
+  LUMORA_LOG(2, "Redis client not connected, reconnecting.");
+  client_ = new_client();
+  return _check_connection(false);
+}
+
+bool redis::is_usable() {
+  const auto [configuration_tag, data_tag] = get_hash_tags();
+  if (!client_->ping()) return false;
+  const auto status =
+      client_->get<std::string>(fmt::format("{}:qz:status", data_tag), exchange_timeout);
+  if (status != "ok") return false;
+  const auto mounts =
+      client_->get<std::string>(fmt::format("{}:qz:mounts", configuration_tag), exchange_timeout);
+  return !mounts.empty();
+}
+
+void redis::require_connection() {
+  if (!_check_connection(true)) throw nx_error(-5, "Redis not connected.");
+}

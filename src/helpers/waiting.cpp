@@ -1,0 +1,110 @@
+#include "helpers/waiting.h"
+
+#include <atomic>
+#include <cerrno>
+#include <condition_variable>
+#include <ctime>
+#include <mutex>
+
+namespace helpers {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// Below this a condition variable costs more than the sleep itself; the retry loops of the device
+/// accesses sleep a microsecond at a time.
+constexpr std::chrono::nanoseconds shortest_interruptible = 100us;
+
+void sleep_through(std::chrono::nanoseconds duration) {
+  timespec left{0, static_cast<long>(duration.count())};
+  while (::nanosleep(&left, &left) != 0 && errno == EINTR) {
+  }
+}
+
+class real_clock : public time_source {
+ public:
+  std::chrono::steady_clock::time_point steady_now() override {
+    return std::chrono::steady_clock::now();
+  }
+
+  std::chrono::system_clock::time_point system_now() override {
+    return system_start + std::chrono::duration_cast<std::chrono::system_clock::duration>(
+                              std::chrono::steady_clock::now() - steady_start);
+  }
+
+  void sleep(std::chrono::nanoseconds duration) override {
+    if (duration <= 0ns || interrupted) return;
+    if (duration < shortest_interruptible) return sleep_through(duration);
+    std::unique_lock lock(mutex);
+    wake.wait_until(lock, std::chrono::steady_clock::now() + duration,
+                    [this] { return interrupted.load(); });
+  }
+
+  void interrupt() override {
+    {
+      const std::lock_guard lock(mutex);
+      interrupted = true;
+    }
+    wake.notify_all();
+  }
+
+ private:
+  const std::chrono::system_clock::time_point system_start = std::chrono::system_clock::now();
+  const std::chrono::steady_clock::time_point steady_start = std::chrono::steady_clock::now();
+  std::mutex mutex;
+  std::condition_variable wake;
+  std::atomic<bool> interrupted{false};
+};
+
+}  // namespace
+
+struct waiting::impl {
+  std::shared_ptr<time_source> current() {
+    const std::lock_guard lock(mutex);
+    return source;
+  }
+
+  std::mutex mutex;
+  std::shared_ptr<time_source> source = std::make_shared<real_clock>();
+  std::atomic<bool> stopping{false};
+};
+
+waiting::waiting() : impl_(std::make_unique<impl>()) {}
+
+waiting& waiting::instance() {
+  // Never destroyed: a thread of a library may still ask for the time while the process exits.
+  static auto* the_waiting = new waiting;
+  return *the_waiting;
+}
+
+std::chrono::steady_clock::time_point waiting::steady_now() {
+  return impl_->current()->steady_now();
+}
+
+std::chrono::system_clock::time_point waiting::system_now() {
+  return impl_->current()->system_now();
+}
+
+bool waiting::sleep(std::chrono::nanoseconds duration) {
+  if (stopping()) return false;
+  impl_->current()->sleep(duration);
+  return !stopping();
+}
+
+void waiting::stop() {
+  impl_->stopping = true;
+  impl_->current()->interrupt();
+}
+
+bool waiting::stopping() const {
+  return impl_->stopping;
+}
+
+void waiting::set_source(std::shared_ptr<time_source> source) {
+  const std::lock_guard lock(impl_->mutex);
+  impl_->source = source ? std::move(source) : std::make_shared<real_clock>();
+  impl_->stopping = false;
+}
+
+}  // namespace helpers
