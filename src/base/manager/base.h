@@ -1,0 +1,145 @@
+// The object that owns everything of a running node: the two channel plans, the three loops, the
+// LEDs, the peer and the manager's own values. It builds them in a fixed order and then runs the
+// main loop, in which only one of the line loop and the client RX loop may write in a cycle.
+// Product managers override single steps.
+//
+// Threads: start, run and cycle on the manager thread; the channel commands and set_log_level on
+// server threads.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <source_location>
+#include <string>
+
+#include "api/status_value.h"
+#include "base/channel/plan.h"
+#include "base/manager/interface.h"
+#include "platform/value_tree/value_group.h"
+#include "platform/wire/json.h"
+
+class nx_db;
+
+namespace device::interfaces {
+class osc;
+}
+namespace manager {
+class leds;
+}
+namespace manager::remote {
+class api;
+}
+namespace manager::loops {
+template <class T>
+class client_loop;
+template <class T>
+class client_rx;
+template <class T>
+class client_tx;
+template <class T>
+class line;
+}  // namespace manager::loops
+
+namespace manager {
+
+struct channel_request;
+
+template <class RX_T, class TX_T>
+class base : public interface, public std::enable_shared_from_this<base<RX_T, TX_T>> {
+ public:
+  base();
+  virtual ~base();
+
+  /// Builds everything. Waits for system nexels, plans and client loops without limit; a failure of
+  /// anything else leaves it.
+  void start(nx_db& db) override;
+  /// Cycles until *running goes false.
+  void run(nx_db& db, bool* running) override;
+
+  /// One cycle of the main loop, its sleeps included.
+  void cycle(nx_db& db, const std::shared_ptr<device::interfaces::osc>& osc);
+
+  virtual void create_client_rx();
+  virtual void create_client_tx();
+  virtual void create_line();
+  virtual void setup_rx_channel_plan(nx_db& db);
+  virtual void setup_tx_channel_plan(nx_db& db);
+  virtual void init_client_rx(nx_db& db);
+  virtual void init_client_tx(nx_db& db);
+  virtual void setup_client_rx(nx_db& db);
+  virtual void setup_client_tx(nx_db& db);
+  virtual void setup_line(nx_db& db);
+  virtual void update_channel_index();
+  virtual float get_slice_width();     ///< GHz
+  virtual unsigned get_slice_count();  ///< of the whole band
+  virtual void update_utilization();
+  virtual void setup_api(nx_db& db);
+  /// Shuts the amplifiers down once after a coldstart of the system; the marker file remembers it.
+  virtual bool coldstart_once(nx_db& db, bool system_coldstart);
+  virtual void create_channel_plans() = 0;
+  virtual void create_leds();
+  virtual void setup_leds(nx_db& db, bool coldstart);
+  /// Removes channels that stand in one plan only.
+  virtual void validate_channel_plans();
+  virtual void periodic_update();
+  virtual bool supports_embedded_ila();
+
+  /// The commands' JSON is told in docs/tree.md. They throw what the client is answered with.
+  bool add_channel(const nx::json_document& request);
+  bool remove_channel(const nx::json_document& request);
+  void set_log_level(std::string text);
+  std::string get_hostname();
+
+  std::shared_ptr<loops::client_rx<RX_T>> get_client_rx() { return client_rx_; }
+  std::shared_ptr<loops::client_tx<TX_T>> get_client_tx() { return client_tx_; }
+  std::shared_ptr<loops::line<RX_T>> get_line() { return line_; }
+  std::shared_ptr<remote::api> get_remote() { return remote_; }
+  std::shared_ptr<::channel::plan<RX_T>> get_rx_plan() { return rx_plan_; }
+  std::shared_ptr<::channel::plan<TX_T>> get_tx_plan() { return tx_plan_; }
+
+ protected:
+  /// Both plans with this many slices of 6.25 GHz.
+  void create_plans(unsigned slices);
+  /// Calls until the call succeeds, once a second; failures are logged with `message`. Ends early
+  /// only when the process stops.
+  void retry_until_done(const std::function<void()>& call, const char* message,
+                        const std::source_location& where = std::source_location::current());
+
+  void publish_channel_index(const std::set<unsigned>& identifiers);
+
+  std::optional<std::reference_wrapper<nx_db>> db_;
+  std::string product_ = "n/a";
+  std::string sw_version_ = "n/a";
+  std::string hw_revision_ = "n/a";
+  bool coldstart_ = false;
+  std::shared_ptr<nx::api::value_group> values_;
+  std::shared_ptr<loops::line<RX_T>> line_;
+  std::shared_ptr<loops::client_rx<RX_T>> client_rx_;
+  std::shared_ptr<loops::client_tx<TX_T>> client_tx_;
+  std::shared_ptr<::channel::plan<RX_T>> rx_plan_;
+  std::shared_ptr<::channel::plan<TX_T>> tx_plan_;
+  std::shared_ptr<manager::leds> leds_;
+  std::shared_ptr<remote::api> remote_;
+  std::shared_ptr<nx::api::status_value<std::string>> channel_index_;
+  std::shared_ptr<nx::api::status_value<float>> utilization_;
+
+ private:
+  struct loop_states {
+    bool line;
+    bool rx;
+    bool tx;
+  };
+
+  void build(nx_db& db);
+  bool read_system_nexels(nx_db& db);
+  loop_states revive_loops(nx_db& db);
+  const char* regulate(nx_db& db, const loop_states& ok);
+  void report(const loop_states& ok, const char* regulating);
+  void add_in_directions(const channel_request& request, const std::string& version);
+  void remove_in_directions(const channel_request& request);
+  void refresh_published_channels();
+};
+
+}  // namespace manager

@@ -1,0 +1,88 @@
+// Definitions of manager::base: the main loop.
+#pragma once
+
+#include <atomic>
+
+#include "base/manager/automation.h"
+#include "base/manager/base.ipp"
+
+namespace manager {
+
+template <class RX_T, class TX_T>
+void base<RX_T, TX_T>::run(nx_db& db, bool* running) {
+  const auto osc =
+      std::make_shared<device::hardware::osc>(db.get_io_context(), nexel_paths::osc);
+  const std::atomic_ref<bool> keep_running(*running);
+  while (keep_running.load()) cycle(db, osc);
+  LUMORA_LOG(2, "Manager shutting down.");
+}
+
+template <class RX_T, class TX_T>
+void base<RX_T, TX_T>::cycle(nx_db& db, const std::shared_ptr<device::interfaces::osc>& osc) {
+  constexpr std::chrono::seconds pause_when_not_regulating{5};
+  constexpr std::chrono::microseconds pause{500000};
+  auto& waiting = helpers::waiting::instance();
+  if (!automation::instance().is_regulating()) {
+    LUMORA_LOG(1, "Automation mode not allowed, sleeping.");
+    waiting.sleep(pause_when_not_regulating);
+    return;
+  }
+  remote_->run(db, osc, tx_plan_);
+  const auto ok = revive_loops(db);
+  const char* regulating = regulate(db, ok);
+  report(ok, regulating);
+  if (!ok.line || !ok.rx || !ok.tx) waiting.sleep(pause);
+  periodic_update();
+  waiting.sleep(pause);
+}
+
+template <class RX_T, class TX_T>
+typename base<RX_T, TX_T>::loop_states base<RX_T, TX_T>::revive_loops(nx_db& db) {
+  // A failing init is logged by the loop itself and tried again in the next cycle.
+  const auto revive = [](bool was_ok, auto&& init, auto&& is_ok) {
+    if (was_ok) return true;
+    try {
+      init();
+      return is_ok();
+    } catch (...) {
+      return false;
+    }
+  };
+  const bool rx_was_ok = client_rx_->operational;
+  const bool tx_was_ok = client_tx_->operational;
+  return {.line = revive(
+              line_->is_operational(), [&] { line_->init(db, supports_embedded_ila()); },
+              [&] { return line_->is_operational(); }),
+          .rx = revive(
+              rx_was_ok, [&] { client_rx_->init(db); }, [&] { return client_rx_->operational; }),
+          .tx = revive(
+              tx_was_ok, [&] { client_tx_->init(db); }, [&] { return client_tx_->operational; })};
+}
+
+template <class RX_T, class TX_T>
+const char* base<RX_T, TX_T>::regulate(nx_db& db, const loop_states& ok) {
+  const bool clients_turn = client_rx_->peak_regulated;
+  if (ok.rx && ok.line) {
+    client_rx_->run(db, clients_turn);
+    line_->run(db, !clients_turn, coldstart_);
+  } else if (ok.rx) {
+    client_rx_->run(db, clients_turn);
+  } else if (ok.line) {
+    line_->run(db, true, coldstart_);
+  }
+  if (ok.tx) client_tx_->run(db, client_tx_->peak_regulated && !client_rx_->peak_regulated);
+  return clients_turn ? "client rx" : "line";
+}
+
+template <class RX_T, class TX_T>
+void base<RX_T, TX_T>::report(const loop_states& ok, const char* regulating) {
+  if (ok.line && ok.rx && ok.tx) {
+    LUMORA_LOG(1, "Manager operational, regulating: {}", regulating);
+    return;
+  }
+  const auto word = [](bool is_ok) { return is_ok ? "ok" : "error"; };
+  LUMORA_LOG(2, "Manager not fully operational, line {}, rx {}, tx {}", word(ok.line), word(ok.rx),
+             word(ok.tx));
+}
+
+}  // namespace manager

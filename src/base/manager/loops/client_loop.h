@@ -1,0 +1,151 @@
+// What the two client loops share: they keep the switch and the monitor in step with the channel
+// plan of their direction, read each channel's attenuation, peak and power once a cycle, and carry
+// the closed loop of a channel from a monitor reading to an attenuation step.
+//
+// Threads: init and run on the manager thread; add_channel, remove_channel and the wanted power
+// setter on server threads, where they wait for the plan's mutex, which run holds for its walk.
+// Failures: init, add_channel and remove_channel log and throw; run logs, clears `operational` and
+// returns.
+// Units: powers dBm, attenuations and gains dB, lengths km. T is the channel control type.
+#pragma once
+
+#include <chrono>
+#include <list>
+#include <memory>
+#include <string>
+
+#include "api/status_value.h"
+#include "base/channel/plan.h"
+#include "base/manager/loops/client_direction.h"
+#include "base/manager/loops/edfa_calibration.h"
+#include "device/interfaces/edfa.h"
+#include "device/interfaces/ocm.h"
+#include "device/interfaces/osc.h"
+#include "device/interfaces/wss.h"
+#include "device/subscriber.h"
+#include "platform/value_tree/value_group.h"
+
+class nx_db;
+
+namespace manager {
+class leds;
+}
+namespace manager::remote {
+class api;
+}
+
+namespace manager::loops {
+
+template <class T>
+class client_loop : public std::enable_shared_from_this<client_loop<T>> {
+ public:
+  using control_ptr = std::shared_ptr<T>;
+  using plan_ptr = std::shared_ptr<::channel::plan<T>>;
+
+  client_loop(const client_direction& direction, plan_ptr plan,
+              std::shared_ptr<manager::remote::api> remote);
+  virtual ~client_loop() = default;
+  client_loop(const client_loop&) = delete;
+  client_loop& operator=(const client_loop&) = delete;
+
+  // The manager's flags, on its thread alone.
+  bool operational = true;      ///< false after a failure: the manager calls init again
+  bool peak_regulated = false;  ///< this loop asks for the turn in the next cycle
+
+  void set_wss(std::shared_ptr<device::interfaces::wss> wss);
+  void set_ocm(std::shared_ptr<device::interfaces::ocm> ocm);
+  void set_edfa(std::shared_ptr<device::interfaces::edfa> edfa);
+  void set_osc(std::shared_ptr<device::interfaces::osc> osc);
+  void set_leds(std::shared_ptr<manager::leds> leds);
+
+  virtual void manage_channel_peak(control_ptr control, bool regulate) = 0;
+  virtual void manage_channel(nx_db& db, control_ptr control, bool regulate) = 0;
+  virtual void run(nx_db& db, bool regulate) = 0;
+  virtual float get_edfa_saturation();
+  virtual void reset_channel_attenuation(control_ptr control);
+  virtual void update_channel(control_ptr control);
+  virtual void update_edfa_calibration();
+  virtual bool is_operational();
+  virtual bool clean_subscriptions();
+  virtual void setup_device_subscription();
+  virtual void setup_channel_plan(nx_db& db);
+  virtual void init(nx_db& db);
+  virtual void check_channel_fit(unsigned frequency, unsigned width);
+  virtual bool has_channel(unsigned frequency, unsigned width, unsigned port);
+  virtual void add_channel(nx_db& db, unsigned frequency, unsigned width, unsigned port,
+                           std::string version);
+  virtual void remove_channel(unsigned frequency);
+  virtual float get_edfa_calibration();
+  virtual void setup_api(nx_db& db);
+  virtual void setup_channel_api(nx_db& db, control_ptr control);
+  /// Keeps the difference of an absolute wanted power, -2 to 12 dBm, to the nominal target.
+  virtual void set_wanted_power_offset(unsigned channel, float wanted_power);
+  /// The channel's share of the amplifier's power limit by its width.
+  virtual float get_channel_target_power(control_ptr control);
+
+ protected:
+  /// What one look at a lit channel found, for the log.
+  struct peak_report {
+    unsigned id;
+    bool regulate;
+    float fiber_length;
+    float edfa_power_limit;
+    float edfa_calibration;
+    float channel_power;
+    float channel_target_power;
+    float power_difference;
+    bool possible;
+  };
+
+  /// The channel in closed loop: block, unblock, regulate what is lit, park what is dark.
+  void manage_channel_closed_loop(nx_db& db, const control_ptr& control, bool regulate);
+  /// One look at a lit channel and, where allowed and possible, one step.
+  void regulate_channel_peak(const control_ptr& control, bool regulate);
+  virtual void log_peak(const peak_report& report);
+  /// What a direction does with new knowledge of its amplifier.
+  virtual void store_calibration(float calibration) = 0;
+  virtual void store_gain() {}
+
+  /// Writes the default attenuation if the channel is more than 0.1 dB away from it.
+  bool park_channel(const control_ptr& control, int log_level);
+  void report_loss_of_signal(nx_db& db, const control_ptr& control);
+  void publish_wanted_power(nx_db& db, const control_ptr& control);
+  template <class Action>
+  void for_each_ready_channel(Action&& action);
+
+  const client_direction& direction_;
+  plan_ptr plan_;
+  std::shared_ptr<manager::remote::api> remote_;
+  std::shared_ptr<nx::api::value_group> values_;
+  std::shared_ptr<device::interfaces::wss> wss_;
+  std::shared_ptr<device::interfaces::ocm> ocm_;
+  std::shared_ptr<device::interfaces::edfa> edfa_;
+  std::shared_ptr<device::interfaces::osc> osc_;
+  std::shared_ptr<manager::leds> leds_;
+
+ private:
+  bool calibration_is_due() const;
+  void calibrate();
+  void block_or_unblock(const control_ptr& control, bool block);
+  peak_report measure_peak(const control_ptr& control, bool regulate);
+  void create_device_plans();
+  void publish_channel(nx_db& db, const control_ptr& control);
+  void show_on_leds(unsigned frequency, unsigned port);
+  void subscribe_channels(device::interface& device);
+  void subscribe_channel(device::interface& device, const control_ptr& control);
+  control_ptr program_channel(nx_db& db, unsigned frequency, unsigned width, unsigned port,
+                              const std::string& version);
+  template <class Device>
+  void remove_from_device(Device& device, const char* message, unsigned frequency);
+
+  std::list<std::shared_ptr<device::interface>> devices_;
+  std::shared_ptr<nx::api::status_value<float>> edfa_saturation_value_;
+  edfa_calibration edfa_calibration_;
+  float edfa_power_limit_ = 20.0f;
+  float fiber_length_ = 1.0f;
+  // Of a regulation step or a calibration update: the calibration follows the amplifier only in a
+  // settled system.
+  std::chrono::system_clock::time_point last_regulation_;
+};
+
+}  // namespace manager::loops

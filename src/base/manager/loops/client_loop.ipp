@@ -1,0 +1,225 @@
+// Definitions of client_loop: devices, values, and one channel's turn in a cycle. The plan is in
+// client_loop_plan.ipp, the closed loop and the calibration in client_loop_peak.ipp.
+#pragma once
+
+#include <fmt/format.h>
+
+#include <cmath>
+
+#include "api/config_param.h"
+#include "api/hysteresis_filtered_value.h"
+#include "base/manager/leds.h"
+#include "base/manager/loops/client_loop.h"
+#include "base/manager/remote/api.h"
+#include "helpers/calibration.h"
+#include "helpers/guard.h"
+#include "helpers/logger.h"
+#include "helpers/waiting.h"
+#include "platform/wire/nx_error.h"
+
+namespace manager::loops {
+
+template <class T>
+client_loop<T>::client_loop(const client_direction& direction, plan_ptr plan,
+                            std::shared_ptr<manager::remote::api> remote)
+    : direction_(direction),
+      plan_(std::move(plan)),
+      remote_(std::move(remote)),
+      values_(nx::api::value_group::create(1)),
+      edfa_calibration_(calibration::instance().get_value(direction.board_calibration_key)) {}
+
+template <class T>
+void client_loop<T>::set_wss(std::shared_ptr<device::interfaces::wss> wss) {
+  wss_ = std::move(wss);
+  devices_.push_back(wss_);
+}
+
+template <class T>
+void client_loop<T>::set_ocm(std::shared_ptr<device::interfaces::ocm> ocm) {
+  ocm_ = std::move(ocm);
+  devices_.push_back(ocm_);
+}
+
+template <class T>
+void client_loop<T>::set_edfa(std::shared_ptr<device::interfaces::edfa> edfa) {
+  edfa_ = std::move(edfa);
+  devices_.push_back(edfa_);
+}
+
+template <class T>
+void client_loop<T>::set_osc(std::shared_ptr<device::interfaces::osc> osc) {
+  osc_ = std::move(osc);
+  devices_.push_back(osc_);
+}
+
+template <class T>
+void client_loop<T>::set_leds(std::shared_ptr<manager::leds> leds) {
+  leds_ = std::move(leds);
+}
+
+template <class T>
+bool client_loop<T>::is_operational() {
+  return wss_->is_operational() && ocm_->is_operational() && edfa_->is_operational();
+}
+
+template <class T>
+template <class Action>
+void client_loop<T>::for_each_ready_channel(Action&& action) {
+  // A channel whose values could not be created stands in the plan without them.
+  for (const auto& [frequency, control] : *plan_->get_channels()) {
+    if (control->get_channel()->is_api_ready()) action(control);
+  }
+}
+
+template <class T>
+void client_loop<T>::init(nx_db& db) {
+  const auto bring_up = [&] {
+    operational = true;
+    if (!wss_->is_channel_plan_loaded() || !ocm_->is_channel_plan_loaded()) {
+      LUMORA_LOG(2, fmt::runtime(direction_.plan_not_loaded));
+      setup_channel_plan(db);
+    }
+    setup_device_subscription();
+    store_gain();
+    const std::lock_guard lock(plan_->get_mutex());
+    for_each_ready_channel([this](const control_ptr& control) { update_channel(control); });
+    update_edfa_calibration();
+  };
+  helpers::logged_and_thrown(bring_up, [this] { operational = false; });
+  LUMORA_LOG(2, fmt::runtime(direction_.operational));
+}
+
+template <class T>
+void client_loop<T>::update_channel(control_ptr control) {
+  const auto channel = control->get_channel();
+  const auto id = channel->get_id();
+  channel->set_attenuation(wss_->get_attenuation(id));
+  channel->set_peak(ocm_->is_channel_detected(id));
+  channel->set_ocm_power(ocm_->get_channel_power(id));
+}
+
+template <class T>
+void client_loop<T>::manage_channel_closed_loop(nx_db& db, const control_ptr& control,
+                                                bool regulate) {
+  const auto channel = control->get_channel();
+  const auto id = channel->get_id();
+  const bool admin_down = control->is_admin_down();
+  const bool blocked = wss_->is_channel_blocked(id);
+  LUMORA_LOG(0, fmt::runtime(direction_.managing), id);
+  LUMORA_LOG(0, "Is blocked: {} ({})", admin_down, blocked);
+  LUMORA_LOG(0, "Has peak: {}", channel->get_peak());
+  LUMORA_LOG(0, "Attenuation: {}", channel->get_attenuation());
+  if (admin_down || blocked) {
+    if (admin_down != blocked) block_or_unblock(control, admin_down);
+    channel->reset_power_updates();
+    channel->set_attenuation(wss_->get_attenuation(id));
+  } else if (channel->get_peak()) {
+    manage_channel_peak(control, regulate);
+  } else {
+    reset_channel_attenuation(control);
+    control->set_on_target(false);
+  }
+  report_loss_of_signal(db, control);
+}
+
+template <class T>
+void client_loop<T>::block_or_unblock(const control_ptr& control, bool block) {
+  const auto id = control->get_channel()->get_id();
+  if (block) {
+    LUMORA_LOG(1, fmt::runtime(direction_.blocking), id);
+    wss_->block_channel(id);
+  } else {
+    LUMORA_LOG(1, fmt::runtime(direction_.unblocking), id);
+    wss_->unblock_channel(id, control->get_default_attenuation());
+  }
+}
+
+template <class T>
+void client_loop<T>::report_loss_of_signal(nx_db& db, const control_ptr& control) {
+  if (!control->is_admin_up()) return;
+  const auto channel = control->get_channel();
+  const bool dark = !channel->get_peak();
+  channel->set_alarm(db, "lossOfSignal", dark ? 1 : 0);
+  (leds_.get()->*direction_.update_led_loss_of_signal)(channel->get_center_frequency(), dark);
+}
+
+template <class T>
+bool client_loop<T>::park_channel(const control_ptr& control, int log_level) {
+  constexpr double close_enough_db = 0.1;
+  const auto channel = control->get_channel();
+  const float target = control->get_default_attenuation();
+  if (std::fabs(double{channel->get_attenuation()} - double{target}) <= close_enough_db) {
+    return false;
+  }
+  const auto id = channel->get_id();
+  LUMORA_LOG(log_level, fmt::runtime(direction_.setting_default), id);
+  wss_->set_attenuation(id, target);
+  channel->set_attenuation(wss_->get_attenuation(id));
+  return true;
+}
+
+template <class T>
+void client_loop<T>::reset_channel_attenuation(control_ptr control) {
+  if (!park_channel(control, 2)) return;
+  control->get_channel()->reset_power_updates();
+  control->reset_last_step();
+}
+
+template <class T>
+bool client_loop<T>::clean_subscriptions() {
+  bool all_alive = true;
+  for (const auto& device : devices_) {
+    if (!device->has_subscriber()) continue;
+    all_alive = (*device->get_subscriber())->is_operational() && all_alive;
+  }
+  return all_alive;
+}
+
+template <class T>
+float client_loop<T>::get_channel_target_power(control_ptr control) {
+  constexpr float slice_ghz = 6.25f;
+  constexpr float band_slices = 768.0f;
+  const float share = control->get_channel()->get_width() / slice_ghz / band_slices;
+  return edfa_->get_power_limit() + 10.0f * std::log10(share);
+}
+
+template <class T>
+void client_loop<T>::set_wanted_power_offset(unsigned channel, float wanted_power) {
+  constexpr float lowest = -2.0f;
+  constexpr float highest = 12.0f;
+  if (wanted_power < lowest || wanted_power > highest) {
+    throw nx_error(-22, fmt::format("Wanted power {} is out of range [{}, {}].", wanted_power,
+                                    lowest, highest));
+  }
+  const auto control = plan_->get_channel(channel);
+  if (!control) throw nx_error(-22, fmt::format("Channel {} not found.", channel));
+  (*control)->get_channel()->set_wanted_power_offset(wanted_power -
+                                                     get_channel_target_power(*control));
+}
+
+template <class T>
+void client_loop<T>::setup_api(nx_db& db) {
+  values_->add_value(nx::api::polled_value<&client_loop<T>::get_edfa_calibration>::create(
+                         db, direction_.edfa_calibration_path, this->shared_from_this()),
+                     1);
+  edfa_saturation_value_ =
+      nx::api::status_value<float>::create(db, direction_.edfa_saturation_path, 0.0f, 1);
+}
+
+template <class T>
+void client_loop<T>::setup_channel_api(nx_db& db, control_ptr control) {
+  control->setup_channel_api(db, control->get_channel()->get_value_group());
+}
+
+template <class T>
+void client_loop<T>::publish_wanted_power(nx_db& db, const control_ptr& control) {
+  const auto channel = control->get_channel();
+  const auto id = channel->get_id();
+  channel->get_value_group()->add_value(
+      nx::api::config_param<&client_loop<T>::set_wanted_power_offset>::create(
+          db, fmt::format(fmt::runtime(direction_.wanted_power_offset_path), id),
+          get_channel_target_power(control), this->shared_from_this(), id),
+      0);
+}
+
+}  // namespace manager::loops

@@ -1,0 +1,112 @@
+// Definitions of client_loop: the closed loop of a lit channel, and the calibration between the
+// amplifier's output and the monitor.
+#pragma once
+
+#include <algorithm>
+
+#include "base/manager/loops/client_loop.ipp"
+
+namespace manager::loops {
+
+template <class T>
+float client_loop<T>::get_edfa_saturation() {
+  constexpr float cap = 1.0f;
+  return std::min(edfa_->get_saturation(), cap);
+}
+
+template <class T>
+float client_loop<T>::get_edfa_calibration() {
+  return edfa_calibration_.get();
+}
+
+template <class T>
+typename client_loop<T>::peak_report client_loop<T>::measure_peak(const control_ptr& control,
+                                                                  bool regulate) {
+  constexpr float shortest_fiber_km = 0.001f;
+  const auto channel = control->get_channel();
+  fiber_length_ = std::max(osc_->get_fiber_length(), shortest_fiber_km);
+  const float offset = channel->get_wanted_power_offset();
+  const float saturation = get_edfa_saturation();
+  const float target =
+      control->get_target_power(fiber_length_, edfa_power_limit_) - saturation + offset;
+  const float power = channel->get_ocm_power();
+  const float calibration = edfa_calibration_.get();
+  return {.id = channel->get_id(),
+          .regulate = regulate,
+          .fiber_length = fiber_length_,
+          .edfa_power_limit = edfa_power_limit_,
+          .edfa_calibration = calibration,
+          .channel_power = power,
+          .channel_target_power = target,
+          .power_difference = (power + calibration) - target,
+          .possible = false};
+}
+
+template <class T>
+void client_loop<T>::regulate_channel_peak(const control_ptr& control, bool regulate) {
+  constexpr float on_target_db = 0.5f;
+  auto report = measure_peak(control, regulate);
+  control->set_on_target(std::fabs(report.power_difference) < on_target_db);
+  report.possible = control->can_regulate(wss_, report.power_difference);
+  log_peak(report);
+  if (regulate && report.possible) {
+    control->regulate(wss_, report.power_difference);
+    last_regulation_ = helpers::waiting::instance().system_now();
+  } else {
+    LUMORA_LOG(0, "Channel {} regulation not possible.", report.id);
+  }
+  if (report.possible || control->is_calming_down()) peak_regulated = true;
+}
+
+template <class T>
+void client_loop<T>::log_peak(const peak_report& report) {
+  LUMORA_LOG(0, "manage_channel_peak({}, {})", report.id, report.regulate);
+  LUMORA_LOG(0, "fiber_length: {}", report.fiber_length);
+  LUMORA_LOG(0, "edfa_power_limit: {}", report.edfa_power_limit);
+  LUMORA_LOG(0, "edfa_calibration: {}", report.edfa_calibration);
+  LUMORA_LOG(0, "channel_power: {}", report.channel_power);
+  LUMORA_LOG(0, "channel_target_power: {}", report.channel_target_power);
+  LUMORA_LOG(0, "power_difference: {}", report.power_difference);
+  LUMORA_LOG(0, "regulation possible: {}", report.possible);
+}
+
+template <class T>
+bool client_loop<T>::calibration_is_due() const {
+  constexpr std::chrono::seconds interval{300};
+  const auto since = helpers::waiting::instance().system_now() - last_regulation_;
+  return std::chrono::duration_cast<std::chrono::seconds>(since) > interval ||
+         !edfa_calibration_.is_finite();
+}
+
+template <class T>
+void client_loop<T>::update_edfa_calibration() {
+  constexpr float lowest_tx_power = -30.0f;
+  bool due = calibration_is_due();
+  if (const float tx_power = edfa_->get_tx_power(); tx_power < lowest_tx_power) {
+    LUMORA_LOG(1, fmt::runtime(direction_.tx_power_too_low), tx_power);
+    due = false;
+  }
+  edfa_saturation_value_->update(edfa_->get_saturation());
+  if (due) calibrate();
+}
+
+template <class T>
+void client_loop<T>::calibrate() {
+  edfa_power_limit_ = edfa_->get_power_limit();
+  const float difference = edfa_->get_tx_power() - ocm_->get_total_power();
+  if (!edfa_calibration_.is_finite()) {
+    edfa_calibration_.restart(
+        calibration::instance().get_value(direction_.board_calibration_key));
+  }
+  if (edfa_calibration_.accept(difference)) {
+    LUMORA_LOG(1, fmt::runtime(direction_.calibration_updated), edfa_calibration_.get());
+    store_calibration(edfa_calibration_.get());
+  } else {
+    LUMORA_LOG(2, fmt::runtime(direction_.calibration_refused), difference,
+               edfa_calibration_.get());
+  }
+  store_gain();
+  last_regulation_ = helpers::waiting::instance().system_now();
+}
+
+}  // namespace manager::loops

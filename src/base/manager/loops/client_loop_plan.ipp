@@ -1,0 +1,176 @@
+// Definitions of client_loop: the channel plan on the devices, the channel commands, subscriptions.
+#pragma once
+
+#include <set>
+
+#include "base/manager/loops/client_loop.ipp"
+
+namespace manager::loops {
+
+template <class T>
+void client_loop<T>::setup_channel_plan(nx_db& db) {
+  LUMORA_LOG(2, fmt::runtime(direction_.setting_up_plan));
+  const std::lock_guard lock(plan_->get_mutex());
+  plan_->load();
+  if (plan_->get_channels()->empty()) {
+    LUMORA_LOG(2, "Loading an empty channel plan, clearing all channels.");
+    wss_->remove_all_channels();
+    ocm_->remove_all_channels();
+    return;
+  }
+  create_device_plans();
+  for (const auto& [frequency, control] : *plan_->get_channels()) {
+    publish_channel(db, control);
+    show_on_leds(frequency, control->get_channel()->get_wss_port());
+  }
+}
+
+template <class T>
+void client_loop<T>::create_device_plans() {
+  const auto text = plan_->to_json();
+  wss_->create_channel_plan(text);
+  ocm_->create_channel_plan(text);
+}
+
+template <class T>
+void client_loop<T>::publish_channel(nx_db& db, const control_ptr& control) {
+  control->get_channel()->setup_api(db);
+  setup_channel_api(db, control);
+}
+
+template <class T>
+void client_loop<T>::show_on_leds(unsigned frequency, unsigned port) {
+  (leds_.get()->*direction_.add_led_channel)(frequency);
+  (leds_.get()->*direction_.update_led_port)(frequency, port);
+}
+
+template <class T>
+bool client_loop<T>::has_channel(unsigned frequency, unsigned width, unsigned port) {
+  const std::lock_guard lock(plan_->get_mutex());
+  const auto found = plan_->get_channels()->find(frequency);
+  if (found == plan_->get_channels()->end()) return false;
+  const auto channel = found->second->get_channel();
+  return channel->get_center_frequency() == frequency && channel->get_raw_width() == width &&
+         channel->get_wss_port() == port;
+}
+
+template <class T>
+void client_loop<T>::check_channel_fit(unsigned frequency, unsigned width) {
+  const std::lock_guard lock(plan_->get_mutex());
+  for (const auto& [key, control] : *plan_->get_channels()) {
+    const auto other = control->get_channel();
+    if (!::channel::overlap(frequency, width, other->get_center_frequency(),
+                            other->get_raw_width())) {
+      continue;
+    }
+    throw nx_error(-22, fmt::format(fmt::runtime(direction_.does_not_fit), frequency, width,
+                                    other->get_center_frequency(), other->get_raw_width()));
+  }
+}
+
+template <class T>
+void client_loop<T>::add_channel(nx_db& db, unsigned frequency, unsigned width, unsigned port,
+                                 std::string version) {
+  const auto add = [&] {
+    // Arrives as a signed number of a request: what is not positive there is no width.
+    if (const auto signed_width = static_cast<int>(width); signed_width <= 0) {
+      throw nx_error(-22, fmt::format("Invalid width {}, expected 1 or more (100 * ghz)",
+                                      signed_width));
+    }
+    if (has_channel(frequency, width, port)) return;
+    check_channel_fit(frequency, width);
+    const std::lock_guard lock(plan_->get_mutex());
+    const auto control = program_channel(db, frequency, width, port, version);
+    helpers::guarded([&] {
+      const auto id = control->get_channel()->get_id();
+      wss_->subscribe_channel(id);
+      ocm_->subscribe_channel(id);
+    });
+    show_on_leds(frequency, port);
+  };
+  helpers::logged_and_thrown(add, [] {});
+}
+
+template <class T>
+typename client_loop<T>::control_ptr client_loop<T>::program_channel(nx_db& db, unsigned frequency,
+                                                                     unsigned width, unsigned port,
+                                                                     const std::string& version) {
+  wss_->add_channel(frequency, width, port, version);
+  ocm_->add_channel(frequency, width);
+  auto control = plan_->add_channel(frequency, width, port, version);
+  publish_channel(db, control);
+  plan_->save();
+  return control;
+}
+
+template <class T>
+template <class Device>
+void client_loop<T>::remove_from_device(Device& device, const char* message, unsigned frequency) {
+  if (!device.has_channel(frequency)) return;
+  LUMORA_LOG(1, fmt::runtime(message), frequency);
+  device.unsubscribe_channel(frequency);
+  helpers::guarded([&] { device.remove_channel(frequency); });
+}
+
+template <class T>
+void client_loop<T>::remove_channel(unsigned frequency) {
+  const auto remove = [&] {
+    const std::lock_guard lock(plan_->get_mutex());
+    remove_from_device(*wss_, "Removing channel {} from WSS device.", frequency);
+    remove_from_device(*ocm_, "Removing channel {} from OCM device.", frequency);
+    plan_->remove_channel(frequency);
+    plan_->save();
+    (leds_.get()->*direction_.remove_led_channel)(frequency);
+  };
+  helpers::logged_and_thrown(remove, [] {});
+}
+
+template <class T>
+void client_loop<T>::setup_device_subscription() {
+  const auto channel_count = [this] {
+    const std::lock_guard lock(plan_->get_mutex());
+    return plan_->get_channels()->size();
+  };
+  LUMORA_LOG(2, fmt::runtime(direction_.setting_up_subscriptions), channel_count());
+  // The two views of a combined switch and monitor share one subscriber and are treated once.
+  std::set<std::shared_ptr<device::subscriber>> done;
+  for (const auto& device : devices_) {
+    if (!device->has_subscriber()) continue;
+    const auto subscriber = *device->get_subscriber();
+    if (done.contains(subscriber)) continue;
+    LUMORA_LOG(1, "Initializing subscriptions.");
+    device->subscribe();
+    LUMORA_LOG(1, "Initializing channel subscriptions.");
+    subscribe_channels(*device);
+    done.insert(subscriber);
+  }
+  const std::lock_guard lock(plan_->get_mutex());
+  for (const auto& [frequency, control] : *plan_->get_channels()) {
+    control->reset_subscribe_failures();
+  }
+}
+
+template <class T>
+void client_loop<T>::subscribe_channels(device::interface& device) {
+  const std::lock_guard lock(plan_->get_mutex());
+  for (const auto& [frequency, control] : *plan_->get_channels()) {
+    subscribe_channel(device, control);
+  }
+}
+
+template <class T>
+void client_loop<T>::subscribe_channel(device::interface& device, const control_ptr& control) {
+  constexpr unsigned failures_before_giving_up = 20;
+  const auto id = control->get_channel()->get_id();
+  LUMORA_LOG(1, fmt::runtime(direction_.subscribing), id);
+  try {
+    device.subscribe_channel(id);
+  } catch (...) {
+    control->add_subscribe_failure();
+    if (control->get_subscribe_failures() < failures_before_giving_up) throw;
+    LUMORA_LOG_DIRECT(3, "setup_device_subscription",
+                      fmt::format("Channel subscription failed 20 times on channel {} !!!!", id));
+  }
+}
+
+}  // namespace manager::loops

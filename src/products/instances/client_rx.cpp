@@ -1,0 +1,11 @@
+#include "base/manager/loops/client_rx.ipp"
+
+#include "products/control_types_full.h"
+
+template class manager::loops::client_loop<products::orva_control>;
+template class manager::loops::client_loop<products::selka_control>;
+template class manager::loops::client_loop<products::selkaplus_control>;
+
+template class manager::loops::client_rx<products::orva_control>;
+template class manager::loops::client_rx<products::selka_control>;
+template class manager::loops::client_rx<products::selkaplus_control>;

@@ -1,0 +1,45 @@
+// The client TX loop of the orva family: also works out the OSNR of its channels and keeps the
+// monitor's detection level in step with the kind of peer.
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <vector>
+
+#include "base/manager/loops/client_tx.h"
+#include "products/orva/osnr.h"
+
+namespace products::orva {
+
+template <class T>
+class client_tx : public ::manager::loops::client_tx<T> {
+ public:
+  using base = ::manager::loops::client_tx<T>;
+  using typename base::control_ptr;
+  using typename base::plan_ptr;
+
+  using base::base;
+
+  void run(nx_db& db, bool regulate) override;
+  void setup_channel_api(nx_db& db, control_ptr control) override;
+  /// For all channels of the plan, with its mutex held.
+  virtual void calculate_channel_osnr();
+
+  void set_channel_detection_level();
+  std::optional<float> find_closest_inactive_channel_power(unsigned frequency);
+
+ protected:
+  /// Bandwidth of a channel's light for the OSNR, GHz.
+  virtual float osnr_bandwidth_of(const control_ptr& control);
+  virtual void log_osnr(unsigned id, float power, float neighbor, float osnr);
+
+ private:
+  void watch_osnr();
+  float local_osnr(const control_ptr& control);
+  float remote_osnr(unsigned id);
+  std::vector<monitored_channel> monitored_channels();
+
+  std::chrono::steady_clock::time_point last_osnr_update_;
+};
+
+}  // namespace products::orva

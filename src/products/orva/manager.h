@@ -1,0 +1,35 @@
+// The manager of the orva models that regulate towards the line: fixed channel plans, utilization
+// by lit channels, and the automation mode on the tree.
+#pragma once
+
+#include "base/manager/base.h"
+#include "products/orva/fixed_plan.h"
+
+namespace products::orva {
+
+template <class RX_T, class TX_T>
+class manager : public ::manager::base<RX_T, TX_T> {
+ public:
+  using base = ::manager::base<RX_T, TX_T>;
+
+  explicit manager(const fixed_plan& plan) : fixed_plan_(plan) {}
+
+  void create_client_tx() override;
+  void create_channel_plans() override;
+  void setup_rx_channel_plan(nx_db& db) override;
+  void setup_tx_channel_plan(nx_db& db) override;
+  void update_utilization() override;
+  void setup_api(nx_db& db) override;
+  void setup_leds(nx_db& db, bool coldstart) override;
+
+  virtual void set_automation_mode(std::string text);
+  virtual std::string get_automation_mode();
+
+ private:
+  template <class Plan, class Loop, class AddLed>
+  void setup_fixed_plan(nx_db& db, Plan& plan, Loop& loop, AddLed&& add_led);
+
+  const fixed_plan& fixed_plan_;
+};
+
+}  // namespace products::orva

@@ -1,0 +1,98 @@
+// Definitions of the orva manager; included where it is instantiated.
+#pragma once
+
+#include "base/manager/automation.h"
+#include "base/manager/base.ipp"
+#include "base/manager/base_channels.ipp"
+#include "base/manager/base_run.ipp"
+#include "products/orva/client_tx.h"
+#include "products/orva/manager.h"
+#include "products/setup_leds.h"
+
+namespace products::orva {
+
+template <class RX_T, class TX_T>
+void manager<RX_T, TX_T>::create_client_tx() {
+  LUMORA_LOG(2, "Creating orva::client_tx instance.");
+  this->client_tx_ = std::make_shared<client_tx<TX_T>>(this->tx_plan_, this->remote_);
+}
+
+template <class RX_T, class TX_T>
+void manager<RX_T, TX_T>::create_channel_plans() {
+  constexpr unsigned slices = 768;
+  this->create_plans(slices);
+}
+
+template <class RX_T, class TX_T>
+template <class Plan, class Loop, class AddLed>
+void manager<RX_T, TX_T>::setup_fixed_plan(nx_db& db, Plan& plan, Loop& loop, AddLed&& add_led) {
+  constexpr unsigned only_port = 1;
+  const auto version = redis::instance().get_release_version();
+  const std::lock_guard lock(plan.get_mutex());
+  for (unsigned i = 0; i < fixed_plan_.channels; ++i) {
+    const auto center = fixed_plan_.first_center + i * fixed_plan_.spacing;
+    const auto control = plan.add_channel(center, fixed_plan_.spacing, only_port, version);
+    control->get_channel()->set_loss_offset_index(i);
+  }
+  for (const auto& [frequency, control] : *plan.get_channels()) {
+    control->get_channel()->setup_api(db);
+    loop.setup_channel_api(db, control);
+    add_led(control->get_channel()->get_id());
+  }
+}
+
+template <class RX_T, class TX_T>
+void manager<RX_T, TX_T>::setup_rx_channel_plan(nx_db& db) {
+  setup_fixed_plan(db, *this->rx_plan_, *this->client_rx_,
+                   [this](unsigned id) { this->leds_->add_rx_channel(id); });
+}
+
+template <class RX_T, class TX_T>
+void manager<RX_T, TX_T>::setup_tx_channel_plan(nx_db& db) {
+  setup_fixed_plan(db, *this->tx_plan_, *this->client_tx_,
+                   [this](unsigned id) { this->leds_->add_tx_channel(id); });
+}
+
+template <class RX_T, class TX_T>
+void manager<RX_T, TX_T>::update_utilization() {
+  unsigned lit = 0;
+  {
+    const std::lock_guard lock(this->rx_plan_->get_mutex());
+    for (const auto& [frequency, control] : *this->rx_plan_->get_channels()) {
+      if (control->get_channel()->get_peak()) ++lit;
+    }
+  }
+  this->utilization_->update(fixed_plan_.utilization(lit));
+}
+
+template <class RX_T, class TX_T>
+void manager<RX_T, TX_T>::setup_leds(nx_db& db, bool coldstart) {
+  LUMORA_LOG(2, "Setting up leds.");
+  this->create_leds();
+  start_leds(db, this->leds_, coldstart);
+}
+
+template <class RX_T, class TX_T>
+void manager<RX_T, TX_T>::setup_api(nx_db& db) {
+  base::setup_api(db);
+  using self_type = manager<RX_T, TX_T>;
+  const auto self = std::static_pointer_cast<self_type>(this->shared_from_this());
+  this->values_->add_value(nx::api::config_param<&self_type::set_automation_mode>::create(
+                               db, "config/automationMode", std::nullopt, self),
+                           0);
+  this->values_->add_value(nx::api::polled_value<&self_type::get_automation_mode>::create(
+                               db, "data/automationMode", self),
+                           3);
+}
+
+template <class RX_T, class TX_T>
+void manager<RX_T, TX_T>::set_automation_mode(std::string text) {
+  automation::instance().set(text);
+}
+
+template <class RX_T, class TX_T>
+std::string manager<RX_T, TX_T>::get_automation_mode() {
+  return automation::instance().to_string();
+}
+
+}  // namespace products::orva

@@ -1,0 +1,26 @@
+// The orva managers, instantiated for their control type.
+#include "products/control_types_full.h"
+#include "products/orva/manager.ipp"
+#include "products/orva/orvalite/leds.h"
+#include "products/orva/orvalite/manager.h"
+#include "products/orva/orvamax/leds.h"
+#include "products/orva/orvamax/manager.h"
+
+namespace products::orva {
+
+template <class RX_T, class TX_T>
+void orvalite::manager<RX_T, TX_T>::create_leds() {
+  this->leds_ = std::make_shared<orvalite::leds>();
+}
+
+template <class RX_T, class TX_T>
+void orvamax::manager<RX_T, TX_T>::create_leds() {
+  this->leds_ = std::make_shared<orvamax::leds>();
+}
+
+}  // namespace products::orva
+
+template class manager::base<products::orva_control, products::orva_control>;
+template class products::orva::manager<products::orva_control, products::orva_control>;
+template class products::orva::orvalite::manager<products::orva_control, products::orva_control>;
+template class products::orva::orvamax::manager<products::orva_control, products::orva_control>;
