@@ -6,6 +6,7 @@
 // its own while owners update the same nodes, so a stateful node guards itself.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -82,7 +83,7 @@ class nx_db_leaf_node : public nx_db_node {
   virtual bool read_may_wait() const;
 
   nx_db* db = nullptr;              ///< the tree; null until add_node has attached the node
-  std::uint32_t poll_interval = 0;  ///< given to value_group::add_value; 0 is never polled
+  std::atomic<std::uint32_t> poll_interval{0};  ///< set by value_group::add_value; 0: never polled
 };
 
 /// A node with subscribers.
