@@ -1,0 +1,123 @@
+#include "platform/wire/json_conversion.h"
+
+#include <rapidjson/document.h>
+
+#include <cmath>
+#include <limits>
+
+#include "platform/wire/json_text.h"
+#include "platform/wire/nx_error.h"
+
+namespace nx {
+namespace {
+
+[[noreturn]] void refuse(const char* expected, const json_value& value) {
+  throw json_value_conversion_error{expected, json_type_name(value)};
+}
+
+bool is_container(const json_value& value) {
+  return value.IsObject() || value.IsArray();
+}
+
+}  // namespace
+
+const char* json_type_name(const json_value& value) {
+  if (value.IsNull()) return "null";
+  if (value.IsBool()) return "bool";
+  if (value.IsObject()) return "object";
+  if (value.IsArray()) return "array";
+  if (value.IsString()) return "string";
+  if (value.IsUint()) return "32-bit unsigned integer";
+  if (value.IsInt()) return "32-bit signed integer";
+  if (value.IsUint64()) return "64-bit unsigned integer";
+  if (value.IsInt64()) return "64-bit signed integer";
+  if (value.IsFloat()) return "float";
+  if (value.IsDouble()) return "double";
+  return "unknown";
+}
+
+template <>
+bool from_json<bool>(const json_value& value) {
+  if (!value.IsBool()) refuse("bool", value);
+  return value.GetBool();
+}
+
+template <>
+float from_json<float>(const json_value& value) {
+  if (!value.IsLosslessDouble()) refuse("float", value);
+  const double number = value.GetDouble();
+  // Beyond a float's range the conversion is undefined; nodes refuse infinity with a text of
+  // theirs.
+  if (std::abs(number) > double{std::numeric_limits<float>::max()}) {
+    return std::copysign(std::numeric_limits<float>::infinity(),
+                         static_cast<float>(std::copysign(1.0, number)));
+  }
+  return static_cast<float>(number);
+}
+
+template <>
+int from_json<int>(const json_value& value) {
+  if (!value.IsInt()) refuse("int", value);
+  return value.GetInt();
+}
+
+template <>
+unsigned int from_json<unsigned int>(const json_value& value) {
+  if (!value.IsUint()) refuse("unsigned int", value);
+  return value.GetUint();
+}
+
+template <>
+std::string from_json<std::string>(const json_value& value) {
+  if (value.IsString()) return {value.GetString(), value.GetStringLength()};
+  return json_text(value);
+}
+
+template <>
+json_document from_json<json_document>(const json_value& value) {
+  if (is_container(value)) {
+    json_document copy;
+    copy.CopyFrom(value, copy.GetAllocator());
+    return copy;
+  }
+  if (!value.IsString()) refuse("object or array", value);
+  try {
+    json_document parsed = parse_json(value.GetString(), value.GetStringLength());
+    if (is_container(parsed)) return parsed;
+  } catch (const nx_error&) {
+    // Not JSON at all: the same refusal.
+  }
+  refuse("stringified object or array", value);
+}
+
+template <>
+json_value to_json<bool>(const bool& value, json_allocator&) {
+  return json_value(value);
+}
+
+template <>
+json_value to_json<float>(const float& value, json_allocator&) {
+  return json_value(double{value});
+}
+
+template <>
+json_value to_json<int>(const int& value, json_allocator&) {
+  return json_value(value);
+}
+
+template <>
+json_value to_json<unsigned int>(const unsigned int& value, json_allocator&) {
+  return json_value(value);
+}
+
+template <>
+json_value to_json<std::string>(const std::string& value, json_allocator& allocator) {
+  return json_value(value.data(), static_cast<rapidjson::SizeType>(value.size()), allocator);
+}
+
+template <>
+json_value to_json<json_document>(const json_document& value, json_allocator& allocator) {
+  return json_value(value, allocator);
+}
+
+}  // namespace nx

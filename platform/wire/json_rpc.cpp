@@ -1,0 +1,96 @@
+#include "platform/wire/json_rpc.h"
+
+#include <rapidjson/document.h>
+
+#include "platform/wire/json_conversion.h"
+#include "platform/wire/json_text.h"
+
+namespace nx::json_rpc {
+namespace {
+
+constexpr std::string_view head = R"({"jsonrpc":"2.0",)";
+
+void append_id(std::string& out, const json_value& id) {
+  out += head;
+  out += R"("id":)";
+  append_json_text(out, id);
+}
+
+}  // namespace
+
+std::string request(std::uint64_t id, std::string_view method, std::string_view params_text) {
+  std::string line;
+  line.reserve(64 + params_text.size());
+  append_id(line, json_value(id));
+  line += R"(,"method":)";
+  append_json_string(line, method);
+  line += R"(,"params":)";
+  line += params_text;
+  line += '}';
+  return line;
+}
+
+std::string request(std::uint64_t id, std::string_view method, const json_value& params) {
+  return request(id, method, std::string_view(json_text(params)));
+}
+
+void append_result(std::string& out, const json_value& id, const json_value& result) {
+  append_id(out, id);
+  out += R"(,"result":)";
+  append_json_text(out, result);
+  out += '}';
+}
+
+void append_error(std::string& out, const json_value& id, const nx_error& error) {
+  append_id(out, id);
+  out += R"(,"error":)";
+  append_error_object(out, error);
+  out += '}';
+}
+
+std::string error_without_id(const nx_error& error) {
+  std::string line;
+  append_error(line, json_value(), error);
+  return line;
+}
+
+std::string notification(std::string_view method, const json_value& params) {
+  std::string line(head);
+  line += R"("method":)";
+  append_json_string(line, method);
+  line += R"(,"params":)";
+  append_json_text(line, params);
+  line += '}';
+  return line;
+}
+
+void append_error_object(std::string& out, const nx_error& error) {
+  out += R"({"code":)";
+  out += std::to_string(error.code);
+  out += R"(,"message":)";
+  append_json_string(out, error.message);
+  out += '}';
+}
+
+json_value error_value(const nx_error& error, json_allocator& allocator) {
+  json_value object(rapidjson::kObjectType);
+  object.AddMember("code", error.code, allocator);
+  object.AddMember("message", to_json(error.message, allocator), allocator);
+  return object;
+}
+
+nx_error error_from_value(const json_value& error) {
+  nx_error found(-1, "Unknown error!");
+  if (!error.IsObject()) return found;
+  if (const auto code = error.FindMember("code");
+      code != error.MemberEnd() && code->value.IsInt()) {
+    found.code = code->value.GetInt();
+  }
+  const auto message = error.FindMember("message");
+  if (message != error.MemberEnd() && message->value.IsString()) {
+    found.message = from_json<std::string>(message->value);
+  }
+  return found;
+}
+
+}  // namespace nx::json_rpc

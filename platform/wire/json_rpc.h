@@ -1,0 +1,40 @@
+// The messages of the tree protocol as text: requests, answers and events, put together by servers
+// and clients alike. One message is one line; the line end is the sender's.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "platform/wire/json.h"
+#include "platform/wire/nx_error.h"
+
+namespace nx::json_rpc {
+
+// Faults of the protocol itself; everything else is a negated errno number of the tree.
+inline constexpr std::int32_t parse_error = -32700;
+inline constexpr std::int32_t invalid_request = -32600;
+inline constexpr std::int32_t unknown_method = -32601;
+inline constexpr std::int32_t invalid_params = -32602;
+
+/// {"jsonrpc":"2.0","id":ID,"method":METHOD,"params":PARAMS}; the params as a value or as text.
+std::string request(std::uint64_t id, std::string_view method, const json_value& params);
+std::string request(std::uint64_t id, std::string_view method, std::string_view params_text);
+
+/// Appends an answer. A null id is the one of a message that could not be read.
+void append_result(std::string& out, const json_value& id, const json_value& result);
+void append_error(std::string& out, const json_value& id, const nx_error& error);
+/// The same for a message whose id is not known.
+std::string error_without_id(const nx_error& error);
+
+/// {"jsonrpc":"2.0","method":METHOD,"params":PARAMS}, the form of "event" and "ended".
+std::string notification(std::string_view method, const json_value& params);
+
+/// {"code":..,"message":..}, the form of an error inside answers, events and results.
+void append_error_object(std::string& out, const nx_error& error);
+json_value error_value(const nx_error& error, json_allocator& allocator);
+
+/// The reverse; members that are missing or of another type read as -1 and "Unknown error!".
+nx_error error_from_value(const json_value& error);
+
+}  // namespace nx::json_rpc
