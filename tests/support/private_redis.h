@@ -1,0 +1,33 @@
+// A Redis server of a test's own, on a unix socket below a folder, without files.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "tests/support/process.h"
+
+namespace test {
+
+class private_redis {
+ public:
+  /// Does not start it. The socket is `folder`/kvs.sock.
+  explicit private_redis(const std::string& folder);
+
+  void start();  ///< returns when it accepts connections
+  void stop();   ///< its values are lost
+
+  /// What KVS_URL is to be.
+  std::string url() const;
+
+  void set(const std::string& key, const std::string& value) const;
+  std::string get(const std::string& key) const;
+  void remove(const std::string& key) const;
+
+ private:
+  std::string command(const std::vector<std::string>& words) const;
+
+  std::string folder_;
+  std::unique_ptr<process> server;
+};
+
+}  // namespace test
