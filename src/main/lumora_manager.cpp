@@ -1,0 +1,69 @@
+#include "main/lumora_manager.h"
+
+#include <chrono>
+#include <optional>
+
+#include "api/config_param.h"
+#include "helpers/guard.h"
+#include "helpers/logger.h"
+#include "helpers/redis.h"
+#include "helpers/waiting.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+bool still_running(bool* running) {
+  return std::atomic_ref<bool>(*running).load();
+}
+
+void sleep_a_second() {
+  helpers::waiting::instance().sleep(1s);
+}
+
+}  // namespace
+
+lumora_manager::lumora_manager(nx_db& tree)
+    : db(tree),
+      config_status(nx::api::status_value<bool>::create(tree, "data/configStatus", false, 1)) {}
+
+void lumora_manager::set_redis_config_status(bool value) {
+  redis_config_status = value;
+}
+
+void lumora_manager::start(std::shared_ptr<manager::interface>& manager, bool* running) {
+  LUMORA_LOG(2, "Manager thread started, awaiting redis configuration.");
+  helpers::guarded([&] { run_phases(*manager, running); });
+}
+
+void lumora_manager::run_phases(manager::interface& manager, bool* running) {
+  config_status->update(true);
+  if (!await_redis(running)) return;
+  manager.start(db);
+  // Only now: whoever can write the parameter finds every value and setting on the tree.
+  redis_config_param = nx::api::config_param<&lumora_manager::set_redis_config_status>::create(
+      db, "config/redisConfigStatus", std::nullopt, shared_from_this());
+  if (!await_configuration(running)) return;
+  LUMORA_LOG(2, "Redis configuration received, proceeding.");
+  sleep_a_second();
+  manager.run(db, running);
+}
+
+bool lumora_manager::await_redis(bool* running) {
+  auto& store = redis::instance();
+  while (still_running(running)) {
+    if (store.is_connected()) return true;
+    LUMORA_LOG(2, "Waiting for redis connection.");
+    sleep_a_second();
+  }
+  return false;
+}
+
+bool lumora_manager::await_configuration(bool* running) {
+  while (still_running(running)) {
+    if (redis_config_status) return true;
+    LUMORA_LOG(1, "Waiting for redis configuration.");
+    sleep_a_second();
+  }
+  return false;
+}

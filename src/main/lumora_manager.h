@@ -1,0 +1,37 @@
+// Stands between the process and the product's manager: holds it back until the key store answers,
+// lets it build itself, holds it back again until the management software has written the
+// configuration, and hands the thread to its main loop.
+#pragma once
+
+#include <atomic>
+#include <memory>
+
+#include "api/status_value.h"
+#include "base/manager/interface.h"
+
+class nx_db;
+class nx_db_leaf_node;
+
+class lumora_manager : public std::enable_shared_from_this<lumora_manager> {
+ public:
+  /// Puts "data/configStatus" on the tree; starts nothing.
+  explicit lumora_manager(nx_db& tree);
+
+  /// The body of the manager thread. Ends with the main loop, at a failure, which is logged, or
+  /// when `*running` goes false during one of the waits. Does not throw.
+  void start(std::shared_ptr<manager::interface>& manager, bool* running);
+
+  /// Setter of "config/redisConfigStatus", on a thread of the server. Nobody reads the flag once
+  /// the main loop runs.
+  void set_redis_config_status(bool value);
+
+ private:
+  void run_phases(manager::interface& manager, bool* running);
+  bool await_redis(bool* running);
+  bool await_configuration(bool* running);
+
+  nx_db& db;
+  std::shared_ptr<nx::api::status_value<bool>> config_status;
+  std::atomic<bool> redis_config_status{false};
+  std::shared_ptr<nx_db_leaf_node> redis_config_param;
+};

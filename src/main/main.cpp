@@ -1,0 +1,62 @@
+// The outer life of the daemon: command line, product, calibration, tree server, manager thread;
+// then the main thread is the server's until a signal ends it.
+
+#include <exception>
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "base/manager/interface.h"
+#include "helpers/calibration.h"
+#include "helpers/guard.h"
+#include "helpers/logger.h"
+#include "main/lumora_manager.h"
+#include "main/manager_thread.h"
+#include "main/options.h"
+#include "main/stop_signals.h"
+#include "platform/note_log/note_log.h"
+#include "platform/value_tree/nexel_api.h"
+#include "platform/wire/socket_path.h"
+#include "products/factory.h"
+
+namespace {
+
+constexpr const char* calibration_file = "/mnt/board_info/calibration_data/lumora/lumora.conf";
+constexpr const char* server_path = "/tmp/device_managers/lumora";
+
+constexpr int status_orderly_end = 0;
+constexpr int status_wrong_command_line = 1;
+constexpr int status_no_server = 2;  // a restart may help here, unlike above
+
+/// Lends the calling thread to the server until it is told to end; then ends the manager thread.
+void serve(nexel_api& server, lumora_manager& daemon, std::shared_ptr<manager::interface>& manager,
+           const std::string& interface_name) {
+  bool running = true;
+  manager_thread thread(daemon, manager, running);
+  server.start_ipv6_socket(interface_name);
+  if (!stop_was_asked_for()) server.start();
+  LUMORA_LOG(2, "Shutting down manager thread");
+  thread.stop();
+}
+
+}  // namespace
+
+int main(int argc, const char** argv) try {
+  const auto given = parse_options(argc, argv);
+  if (!given) return status_wrong_command_line;
+  auto manager = products::create_manager(given->product);
+  if (!manager) {
+    std::cout << "Unknown product: " << given->product << std::endl;
+    return status_wrong_command_line;
+  }
+  catch_stop_signals();
+  calibration::instance().read_calibration_values(nx::rooted_path(calibration_file));
+  nexel_api server(server_path, given->port, false);
+  const auto daemon = std::make_shared<lumora_manager>(server.get_db());
+  helpers::guarded([&] { serve(server, *daemon, manager, given->interface_name); });
+  note_log::flush();
+  return status_orderly_end;
+} catch (const std::exception& failure) {
+  std::cerr << "lumora_manager: " << failure.what() << std::endl;
+  return status_no_server;
+}
