@@ -1,0 +1,43 @@
+// The read of a getter: the one thing that differs between the many measured values of the tree.
+// `Base` is the node class that calls `read` and does everything else; it depends on the value's
+// type alone, so that each further value costs the compiler a few lines.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <tuple>
+#include <utility>
+
+#include "api/member_pointer.h"
+#include "api/owner_gone.h"
+
+namespace nx::api {
+
+/// Arguments of the getter behind the owner are bound: stored here and passed at each read.
+template <class Base, auto Getter>
+class async_volatile_value : public Base {
+  using traits = member_traits<decltype(Getter)>;
+
+ public:
+  using owner_type = typename traits::owner_type;
+  using value_type = typename traits::result_type;
+  using bound_type = typename traits::arguments;
+
+  async_volatile_value(const std::string& name, const std::shared_ptr<owner_type>& owner,
+                       bound_type bound)
+      : Base(name), owner_(owner), bound_(std::move(bound)) {}
+
+ protected:
+  /// Throws nx_error -2 when the owner has gone, and what the getter throws.
+  value_type read_getter() override {
+    const auto owner = owner_.lock();
+    if (!owner) throw_owner_gone();
+    return std::apply([&](const auto&... bound) { return ((*owner).*Getter)(bound...); }, bound_);
+  }
+
+ private:
+  std::weak_ptr<owner_type> owner_;
+  bound_type bound_;
+};
+
+}  // namespace nx::api

@@ -1,0 +1,27 @@
+// The creation of a node: every kind of value is made and attached in the same steps.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+
+class nx_db;
+class nx_db_leaf_node;
+
+namespace nx::api {
+
+/// The last segment of the path: the node's own name.
+std::string node_name(const std::string& path);
+
+/// Attaches the node below the path's parent. Throws nx_error -22 where the path cannot hold it;
+/// the node is then destroyed with the caller's pointer.
+void attach(nx_db& db, const std::string& path, std::shared_ptr<nx_db_leaf_node> node);
+
+template <class Node, class... Arguments>
+std::shared_ptr<Node> create_node(nx_db& db, const std::string& path, Arguments&&... arguments) {
+  auto node = std::make_shared<Node>(node_name(path), std::forward<Arguments>(arguments)...);
+  attach(db, path, node);
+  return node;
+}
+
+}  // namespace nx::api

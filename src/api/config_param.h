@@ -1,0 +1,65 @@
+// A parameter that clients write: a write calls a member function of its owner. The setter takes
+// the value (bool, float, std::string or const rapidjson::Document&, by value or by reference) and
+// at most one bound argument beside it, before or behind, which `create` is given. The node stores
+// nothing across restarts. Once its owner has gone it answers with the error -2.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <utility>
+
+#include "api/attach.h"
+#include "api/config_value.h"
+#include "api/member_pointer.h"
+#include "api/owner_gone.h"
+
+namespace nx::api {
+
+template <auto Setter>
+class config_param : public config_value<typename setter_arguments<
+                         typename member_traits<decltype(Setter)>::arguments>::value_type> {
+  using traits = member_traits<decltype(Setter)>;
+  using arguments = setter_arguments<typename traits::arguments>;
+
+ public:
+  using owner_type = typename traits::owner_type;
+  using value_type = typename arguments::value_type;
+
+  config_param(const std::string& name, std::optional<value_type> initial,
+               const std::shared_ptr<owner_type>& owner, typename arguments::bound bound)
+      : config_value<value_type>(name, std::move(initial)),
+        owner_(owner),
+        bound_(std::move(bound)) {}
+
+  template <class... Bound>
+  static std::shared_ptr<config_param> create(nx_db& db, const std::string& path,
+                                              std::optional<value_type> initial,
+                                              const std::shared_ptr<owner_type>& owner,
+                                              Bound... bound) {
+    return create_node<config_param>(db, path, std::move(initial), owner,
+                                     typename arguments::bound{std::move(bound)...});
+  }
+
+ protected:
+  void apply(const value_type& value) override {
+    const auto owner = owner_.lock();
+    if (!owner) throw_owner_gone();
+    std::apply(
+        [&](const auto&... bound) {
+          if constexpr (arguments::value_first) {
+            ((*owner).*Setter)(value, bound...);
+          } else {
+            ((*owner).*Setter)(bound..., value);
+          }
+        },
+        bound_);
+  }
+
+ private:
+  std::weak_ptr<owner_type> owner_;
+  typename arguments::bound bound_;
+};
+
+}  // namespace nx::api

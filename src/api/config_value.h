@@ -1,0 +1,72 @@
+// The part of a configuration parameter that knows its type but not its setter: the stored value,
+// the rules of set and reset, events and the info record. T: bool, float, std::string or a JSON
+// document.
+//
+// All of it runs on the server's threads, with the node's mutex held while the setter runs: a
+// reader waits for a slow setter, and a setter may read its own parameter.
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "platform/value_tree/nx_db_node.h"
+
+namespace nx::api {
+
+template <class T>
+class config_value : public nx_db_event_node {
+ public:
+  struct min_max_range_t {
+    T min;
+    T max;
+  };
+  struct min_max_grid_range_t {
+    T min;
+    T max;
+    T grid;
+  };
+  /// The first alternative means none.
+  using constraints_t = std::variant<bool, min_max_range_t, min_max_grid_range_t, std::vector<T>>;
+
+  config_value(const std::string& name, std::optional<T> initial);
+  ~config_value() override;
+
+  // Declarations for clients, shown by the info record; `set` does not test them.
+  void declare_default(T value);
+  void declare_constraints(constraints_t constraints);
+
+  /// Writing the stored value again calls nobody. Throws json_value_conversion_error, nx_error -61
+  /// on a float that is not finite, -2 when the owner has gone, and what the setter throws; the
+  /// value then stays as it was.
+  void set(const std::string& path, const json_value& value) override;
+  void get(const std::string& path, json_allocator& allocator, json_value& result) override;
+  void reset() override;
+  void subscribe(std::shared_ptr<nx_session> session, const std::string& path,
+                 json_allocator& allocator, json_value& result,
+                 std::unique_lock<std::recursive_mutex>& lock) override;
+  std::string get_info() const override;
+  json_value get_info(json_allocator& allocator) const override;
+  bool node_flag() const override;
+  bool read_may_wait() const override;
+
+ protected:
+  /// Calls the owner's setter.
+  virtual void apply(const T& value) = 0;
+
+ private:
+  json_value read(json_allocator& allocator);
+  void add_constraints(json_value& record, json_allocator& allocator) const;
+
+  std::recursive_mutex mutex_;  // guards the value and the warning
+  std::optional<T> value_;
+  bool warn_on_read_;
+  mutable std::recursive_mutex info_mutex_;  // guards what follows
+  std::optional<T> default_value_;
+  constraints_t constraints_;
+};
+
+}  // namespace nx::api

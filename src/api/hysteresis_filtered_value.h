@@ -1,0 +1,67 @@
+// The node of a measured value, in the two forms that the system has:
+//   hysteresis_filtered_value<polled_volatile_value_impl<&Owner::getter>>  polled, each difference
+//   hysteresis_filtered_value<pushed_volatile_value_impl<T>>               pushed, filtered
+// A new value holds the error -61 "Value has not been set" until its first good result.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "api/attach.h"
+#include "api/polled_volatile_value_impl.h"
+#include "api/pushed_volatile_value_impl.h"
+
+namespace nx::api {
+
+template <class Impl>
+class hysteresis_filtered_value;
+
+template <auto Getter>
+class hysteresis_filtered_value<polled_volatile_value_impl<Getter>> final
+    : public polled_volatile_value_impl<Getter> {
+  using impl = polled_volatile_value_impl<Getter>;
+
+ public:
+  using impl::impl;
+
+  /// `bound` are the getter's arguments.
+  template <class... Bound>
+  static std::shared_ptr<hysteresis_filtered_value> create(
+      nx_db& db, const std::string& path, const std::shared_ptr<typename impl::owner_type>& owner,
+      Bound... bound) {
+    return create_node<hysteresis_filtered_value>(db, path, owner,
+                                                  typename impl::bound_type{std::move(bound)...});
+  }
+};
+
+template <class T>
+class hysteresis_filtered_value<pushed_volatile_value_impl<T>> final
+    : public pushed_volatile_value_impl<T> {
+ public:
+  using pushed_volatile_value_impl<T>::pushed_volatile_value_impl;
+
+  /// A push beyond `immediate_limit` goes out at once; one beyond `delayed_limit` too while the
+  /// value is in no group, else after ten polls; a smaller one not at all. T: float.
+  static std::shared_ptr<hysteresis_filtered_value> create(nx_db& db, const std::string& path,
+                                                           double immediate_limit,
+                                                           double delayed_limit) {
+    return create_node<hysteresis_filtered_value>(
+        db, path, throw_not_set_as<T>,
+        hysteresis<T>::limits(static_cast<T>(immediate_limit), static_cast<T>(delayed_limit)));
+  }
+
+  /// Every difference goes out.
+  static std::shared_ptr<hysteresis_filtered_value> create(nx_db& db, const std::string& path) {
+    return create_node<hysteresis_filtered_value>(db, path, throw_not_set_as<T>,
+                                                  hysteresis<T>::equal());
+  }
+};
+
+template <auto Getter>
+using polled_value = hysteresis_filtered_value<polled_volatile_value_impl<Getter>>;
+
+template <class T>
+using pushed_value = hysteresis_filtered_value<pushed_volatile_value_impl<T>>;
+
+}  // namespace nx::api

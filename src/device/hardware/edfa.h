@@ -1,0 +1,45 @@
+// An amplifier behind its nexel.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "device/hardware/client.h"
+#include "device/interfaces/edfa.h"
+
+namespace device::hardware {
+
+class edfa : public device::interfaces::edfa {
+ public:
+  edfa(std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path);
+
+  bool is_operational() override;
+  bool has_subscriber() override;
+  std::optional<std::shared_ptr<subscriber>> get_subscriber() override;
+  void subscribe_channel(unsigned channel) override;
+  void unsubscribe_channel(unsigned channel) override;
+  void subscribe() override;
+  void unsubscribe() override;
+  unsigned get_channel_subscribe_count() override;
+  bool has_channel(unsigned channel) override;
+
+  void enable() override;
+  void disable() override;
+  bool is_enabled() override;
+  float get_rx_power() override;
+  float get_tx_power() override;
+  float get_power_limit() override;
+  float get_gain() override;
+  void set_gain(float gain) override;
+  float get_min_gain() override;
+  float get_max_gain() override;
+  float get_default_gain() override;
+  float get_saturation() override;
+  bool has_los() override;
+
+ private:
+  std::shared_ptr<nexel_client_api> client_;
+  std::shared_ptr<subscriber> subscriber_;
+};
+
+}  // namespace device::hardware

@@ -1,0 +1,44 @@
+// Operations of device::interface that a proxy lacks, and the proxies that lack all subscriptions.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "device/interface.h"
+
+namespace device::hardware {
+
+/// Throws nx_error -22 "Not implemented".
+[[noreturn]] void throw_not_implemented();
+
+/// Throws nx_error -22 that names the operation: `result` and `operation` are the parts of its
+/// signature around "device::hardware::CLASS::".
+[[noreturn]] void throw_no_subscription(const char* result, const char* class_name,
+                                        const char* operation);
+
+/// The nine operations, less the first, of a proxy without subscriptions.
+template <class Interface>
+class without_subscriptions : public Interface {
+ public:
+  bool has_subscriber() override { return false; }
+  std::optional<std::shared_ptr<subscriber>> get_subscriber() override { return std::nullopt; }
+  void subscribe_channel(unsigned) override {
+    throw_no_subscription("void", class_name_, "subscribe_channel(unsigned int)");
+  }
+  void unsubscribe_channel(unsigned) override {}
+  void subscribe() override { throw_no_subscription("void", class_name_, "subscribe()"); }
+  void unsubscribe() override {}
+  unsigned get_channel_subscribe_count() override {
+    throw_no_subscription("unsigned int", class_name_, "get_channel_subscribe_count()");
+  }
+  bool has_channel(unsigned) override { throw_not_implemented(); }
+
+ protected:
+  explicit without_subscriptions(const char* class_name) : class_name_(class_name) {}
+
+ private:
+  const char* class_name_;
+};
+
+}  // namespace device::hardware

@@ -1,0 +1,48 @@
+// One port of the selka products' monitor; its channel plan is loaded like the switch's.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "device/hardware/client.h"
+#include "device/interfaces/ocm.h"
+
+namespace device::hardware {
+
+class selka_ocm : public device::interfaces::ocm {
+ public:
+  selka_ocm(std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path,
+            unsigned port);
+
+  /// Asks the nexel on every second call only, the first included.
+  bool is_operational() override;
+  bool has_subscriber() override;
+  std::optional<std::shared_ptr<subscriber>> get_subscriber() override;
+  void subscribe_channel(unsigned channel) override;
+  void unsubscribe_channel(unsigned channel) override;
+  void subscribe() override;
+  void unsubscribe() override;
+  unsigned get_channel_subscribe_count() override;
+  bool has_channel(unsigned channel) override;
+
+  float get_total_power() override;
+  float get_channel_power(unsigned channel) override;
+  bool is_channel_detected(unsigned channel) override;
+  float get_channel_detect_level(unsigned channel) override;
+  void set_channel_detect_level(float level) override;
+  void add_channel(unsigned center, unsigned width) override;
+  void remove_channel(unsigned center) override;
+  void create_channel_plan(const std::string& json) override;
+  void remove_all_channels() override;
+  bool is_channel_plan_loaded() override;
+
+ private:
+  std::string channel_path(unsigned channel, const char* name) const;
+
+  std::shared_ptr<nexel_client_api> client_;
+  std::shared_ptr<subscriber> subscriber_;
+  const unsigned port_;
+  bool check_plan_ = false;
+};
+
+}  // namespace device::hardware

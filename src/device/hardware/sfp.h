@@ -1,0 +1,29 @@
+// A transceiver port behind its nexel; the module in it comes and goes.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "device/hardware/client.h"
+#include "device/hardware/refusals.h"
+#include "device/interfaces/sfp.h"
+
+namespace device::hardware {
+
+class sfp : public without_subscriptions<device::interfaces::sfp> {
+ public:
+  sfp(std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path);
+
+  /// A module is present.
+  bool is_operational() override;
+
+  float get_rx_power() override;
+  float get_tx_power() override;
+  bool has_los() override;
+  std::string get_oper_status() override;
+
+ private:
+  std::shared_ptr<nexel_client_api> client_;
+};
+
+}  // namespace device::hardware

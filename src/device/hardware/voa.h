@@ -1,0 +1,29 @@
+// The line's attenuator behind its nexel. Its range is the hardware's, known beforehand.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "device/hardware/client.h"
+#include "device/hardware/refusals.h"
+#include "device/interfaces/voa.h"
+
+namespace device::hardware {
+
+class voa : public without_subscriptions<device::interfaces::voa> {
+ public:
+  voa(std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path);
+
+  bool is_operational() override;
+
+  void set_attenuation(float attenuation) override;
+  float get_attenuation() override;
+  float get_min_attenuation() override;
+  float get_max_attenuation() override;
+  float get_insertion_loss() override;
+
+ private:
+  std::shared_ptr<nexel_client_api> client_;
+};
+
+}  // namespace device::hardware

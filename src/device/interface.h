@@ -1,0 +1,37 @@
+// A typed proxy of one nexel, the service in front of one piece of hardware. The loops are written
+// against the classes of device::interfaces, which all but the two small dispersion devices derive
+// from this. Channels are addressed by their id, the centre frequency in 10 MHz.
+//
+// Every read and write is a blocking round trip of the calling thread, which must not be the I/O
+// thread. Failures of the nexel leave as nx_client_exception; no operation retries unless it says
+// so.
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "device/subscriber.h"
+
+namespace device {
+
+class interface {
+ public:
+  interface() = default;
+  virtual ~interface() = default;
+  interface(const interface&) = delete;
+  interface& operator=(const interface&) = delete;
+
+  virtual bool is_operational() = 0;
+  virtual bool has_subscriber() = 0;
+  /// Empty when the proxy has none.
+  virtual std::optional<std::shared_ptr<subscriber>> get_subscriber() = 0;
+  /// A proxy without subscriptions throws nx_error -22 from the two subscribing operations.
+  virtual void subscribe_channel(unsigned channel) = 0;
+  virtual void unsubscribe_channel(unsigned channel) = 0;
+  virtual void subscribe() = 0;
+  virtual void unsubscribe() = 0;
+  virtual unsigned get_channel_subscribe_count() = 0;
+  virtual bool has_channel(unsigned channel) = 0;
+};
+
+}  // namespace device

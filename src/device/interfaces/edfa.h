@@ -1,0 +1,27 @@
+// An optical amplifier: the booster in front of the fibre, or the preamplifier behind it. Powers
+// dBm, gains dB.
+#pragma once
+
+#include "device/interface.h"
+
+namespace device::interfaces {
+
+class edfa : public device::interface {
+ public:
+  virtual void enable() = 0;
+  virtual void disable() = 0;
+  virtual bool is_enabled() = 0;
+  virtual float get_rx_power() = 0;
+  virtual float get_tx_power() = 0;
+  virtual float get_power_limit() = 0;
+  virtual float get_gain() = 0;
+  virtual void set_gain(float gain) = 0;
+  virtual float get_min_gain() = 0;
+  virtual float get_max_gain() = 0;
+  virtual float get_default_gain() = 0;
+  /// Gain asked for less the gain that the amplifier reaches, at least 0.
+  virtual float get_saturation() = 0;
+  virtual bool has_los() = 0;
+};
+
+}  // namespace device::interfaces
