@@ -14,11 +14,13 @@ float width_ghz(std::uint32_t raw_width);
 
 /// Power at the client port of a channel that enters the node there: the monitor sits behind the
 /// switch, so the attenuation of the switch is added back.
-float client_power_rx(float ocm_power, float client_to_monitor, float attenuation, float loss_offset);
+float client_power_rx(float ocm_power, float client_to_monitor, float attenuation,
+                      float loss_offset);
 
 /// Power at the client port of a channel that leaves the node there: the monitor sits in front of
 /// the switch.
-float client_power_tx(float ocm_power, float monitor_to_client, float attenuation, float loss_offset);
+float client_power_tx(float ocm_power, float monitor_to_client, float attenuation,
+                      float loss_offset);
 
 /// Two channels overlap when their distance is less than half the sum of their widths; channels
 /// that just touch do not.

@@ -40,7 +40,9 @@ std::string automation::to_string() {
   return {};
 }
 
-automation_mode automation::get() { return mode_; }
+automation_mode automation::get() {
+  return mode_;
+}
 
 bool automation::is_regulating() {
   const auto mode = get();

@@ -10,10 +10,10 @@ namespace manager {
 
 template <class RX_T, class TX_T>
 void base<RX_T, TX_T>::run(nx_db& db, bool* running) {
-  const auto osc =
-      std::make_shared<device::hardware::osc>(db.get_io_context(), nexel_paths::osc);
+  const auto osc = std::make_shared<device::hardware::osc>(db.get_io_context(), nexel_paths::osc);
   const std::atomic_ref<bool> keep_running(*running);
-  while (keep_running.load()) cycle(db, osc);
+  while (keep_running.load())
+    cycle(db, osc);
   LUMORA_LOG(2, "Manager shutting down.");
 }
 

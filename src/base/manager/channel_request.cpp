@@ -74,8 +74,7 @@ void check_add_limits(const channel_request& request) {
 request_directions add_directions(const channel_request& request) {
   const auto text = request.direction.value_or("both");
   if (const auto directions = directions_of(text)) return *directions;
-  throw nx_error(-22,
-                 fmt::format("Invalid direction, expected rx or tx or 'both', got {}", text));
+  throw nx_error(-22, fmt::format("Invalid direction, expected rx or tx or 'both', got {}", text));
 }
 
 void check_remove_structure(const channel_request& request) {
@@ -96,13 +95,14 @@ void check_remove_limits(const channel_request& request) {
 
 request_directions remove_directions(const channel_request& request) {
   if (const auto directions = directions_of(*request.direction)) return *directions;
-  throw nx_error(-22, fmt::format("Invalid direction, expected rx or tx or both, got {}",
-                                  *request.direction));
+  throw nx_error(
+      -22, fmt::format("Invalid direction, expected rx or tx or both, got {}", *request.direction));
 }
 
 std::string channel_index_text(const std::set<unsigned>& identifiers) {
   std::string text;
-  for (const unsigned identifier : identifiers) text += fmt::format(",{}", identifier);
+  for (const unsigned identifier : identifiers)
+    text += fmt::format(",{}", identifier);
   return fmt::format("[{}]", text.empty() ? text : text.substr(1));
 }
 

@@ -1,7 +1,7 @@
 // Keeps the LEDs of the front panel in step with the loops: they report channels, ports and loss of
-// signal here, and one thread of its own turns that into colours once a second and writes those that
-// changed to the LED nexel. What a colour means and which LED belongs to which channel is decided by
-// the product classes; this class alone does nothing but log.
+// signal here, and one thread of its own turns that into colours once a second and writes those
+// that changed to the LED nexel. What a colour means and which LED belongs to which channel is
+// decided by the product classes; this class alone does nothing but log.
 //
 // Threads: reports come from the manager thread and from server threads; led_poll and what it calls
 // run on the LED thread. One recursive mutex guards the tables and is held across the writes of

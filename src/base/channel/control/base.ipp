@@ -103,7 +103,8 @@ void base<T>::reset_last_step() {
 template <class T>
 void base<T>::remember_difference(float power_difference, unsigned power_updates) {
   if (power_history_.size() < power_updates) power_history_.push_back(power_difference);
-  while (power_history_.size() > history_limit_) power_history_.pop_front();
+  while (power_history_.size() > history_limit_)
+    power_history_.pop_front();
 }
 
 template <class T>
@@ -201,15 +202,15 @@ void base<T>::setup_channel_api(nx_db& db, std::shared_ptr<nx::api::value_group>
   using nx::api::config_param;
   default_attenuation_value_ =
       nx::api::pushed_value<float>::create(db, value_path("data", "defaultAttenuation"), 1, 0.2);
-  values->add_value(config_param<&base<T>::set_default_attenuation>::create(
-                        db, value_path("config", "defaultAttenuation"), std::nullopt,
-                        this->shared_from_this()),
-                    0);
+  values->add_value(
+      config_param<&base<T>::set_default_attenuation>::create(
+          db, value_path("config", "defaultAttenuation"), std::nullopt, this->shared_from_this()),
+      0);
   values->add_value(config_param<&base<T>::set_description>::create(
                         db, value_path("config", "description"), "", this->shared_from_this()),
                     0);
-  values->add_value(nx::api::const_value<std::string>::create(
-                        db, value_path("data", "wssPortName"), get_wss_port_name()),
+  values->add_value(nx::api::const_value<std::string>::create(db, value_path("data", "wssPortName"),
+                                                              get_wss_port_name()),
                     0);
 }
 

@@ -13,10 +13,8 @@ const client_direction client_rx_direction{
     .plan_not_loaded = "Channel plan RX not loaded, setting up channel plan.",
     .operational = "client_rx loop is now operational.",
     .setting_up_plan = "Setting up channel plan for client_rx.",
-    .does_not_fit =
-        "RX channel {}, width {}, does not fit. It overlaps with channel {}, width {}.",
-    .setting_up_subscriptions =
-        "Setting up channel subscription on {} channels for client_rx.",
+    .does_not_fit = "RX channel {}, width {}, does not fit. It overlaps with channel {}, width {}.",
+    .setting_up_subscriptions = "Setting up channel subscription on {} channels for client_rx.",
     .subscribing = "Subscribing to RX channel {}",
     .setting_default = "Setting default attenuation on rx channel {}",
     .managing = "Managing rx channel {}",
@@ -41,10 +39,8 @@ const client_direction client_tx_direction{
     .plan_not_loaded = "Channel plan TX not loaded, setting up channel plan.",
     .operational = "client_tx is now operational.",
     .setting_up_plan = "Setting up channel plan for client_tx.",
-    .does_not_fit =
-        "TX channel {}, width {}, does not fit. It overlaps with channel {}, width {}.",
-    .setting_up_subscriptions =
-        "Setting up channel subscription on {} channels for client_tx.",
+    .does_not_fit = "TX channel {}, width {}, does not fit. It overlaps with channel {}, width {}.",
+    .setting_up_subscriptions = "Setting up channel subscription on {} channels for client_tx.",
     .subscribing = "Subscribing to TX channel {}",
     .setting_default = "Setting default attenuation on tx channel {}",
     .managing = "Managing tx channel {}",

@@ -95,8 +95,7 @@ void client_loop<T>::calibrate() {
   edfa_power_limit_ = edfa_->get_power_limit();
   const float difference = edfa_->get_tx_power() - ocm_->get_total_power();
   if (!edfa_calibration_.is_finite()) {
-    edfa_calibration_.restart(
-        calibration::instance().get_value(direction_.board_calibration_key));
+    edfa_calibration_.restart(calibration::instance().get_value(direction_.board_calibration_key));
   }
   if (edfa_calibration_.accept(difference)) {
     LUMORA_LOG(1, fmt::runtime(direction_.calibration_updated), edfa_calibration_.get());

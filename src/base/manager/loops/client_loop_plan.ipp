@@ -3,6 +3,7 @@
 
 #include <set>
 
+#include "base/channel/arithmetic.h"
 #include "base/manager/loops/client_loop.ipp"
 
 namespace manager::loops {
@@ -74,8 +75,8 @@ void client_loop<T>::add_channel(nx_db& db, unsigned frequency, unsigned width, 
   const auto add = [&] {
     // Arrives as a signed number of a request: what is not positive there is no width.
     if (const auto signed_width = static_cast<int>(width); signed_width <= 0) {
-      throw nx_error(-22, fmt::format("Invalid width {}, expected 1 or more (100 * ghz)",
-                                      signed_width));
+      throw nx_error(-22,
+                     fmt::format("Invalid width {}, expected 1 or more (100 * ghz)", signed_width));
     }
     if (has_channel(frequency, width, port)) return;
     check_channel_fit(frequency, width);

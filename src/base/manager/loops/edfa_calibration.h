@@ -1,6 +1,6 @@
 // The offset between an amplifier's output and the monitor behind it, as a running mean of accepted
-// differences: it ties the monitor's scale to the amplifier's. Written by the loop's thread, read by
-// polled values.
+// differences: it ties the monitor's scale to the amplifier's. Written by the loop's thread, read
+// by polled values.
 #pragma once
 
 #include <atomic>

@@ -19,12 +19,10 @@
 #include "api/status_value.h"
 #include "base/channel/plan.h"
 #include "base/manager/remote/device/interface.h"
+#include "device/subscriber.h"
 
 class nx_db;
 
-namespace device {
-class subscriber;
-}
 namespace device::interfaces {
 class osc;
 }
@@ -45,7 +43,7 @@ class api {
   template <class T>
   void run(nx_db& db, std::shared_ptr<::device::interfaces::osc> osc,
            std::shared_ptr<::channel::plan<T>> plan) {
-    run_cycle(db, *osc, osc, identifiers(*plan));
+    run_cycle(db, osc, identifiers(*plan));
   }
 
   // Without the lock; these read flags.
@@ -117,9 +115,10 @@ class api {
   void reset();
   void update_flags();
 
-  template <class Result, class... Args>
-  Result forward(Result (device::interface::*operation)(const device::subscriber_ptr&, Args...),
-                 Args... args);
+  template <class Result, class... Parameters, class... Args>
+  Result forward(Result (device::interface::*operation)(const device::subscriber_ptr&,
+                                                        Parameters...),
+                 const Args&... args);
 
   text_value remote_product_value_;
   text_value remote_sw_version_value_;

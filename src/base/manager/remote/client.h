@@ -13,14 +13,12 @@
 #include <mutex>
 #include <string>
 
+#include "device/subscriber.h"
 #include "platform/nexel_client/nexel_subscriber.h"
 
 class nexel_ipv6_client;
 class nx_db;
 
-namespace device {
-class subscriber;
-}
 namespace device::interfaces {
 class osc;
 }

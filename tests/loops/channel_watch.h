@@ -1,0 +1,61 @@
+// What the switch of one side did, cycle by cycle: the bars speak of steps and of their size.
+#pragma once
+
+#include <cmath>
+#include <map>
+
+#include "tests/support/plant_node.h"
+
+namespace test {
+
+class channel_watch {
+ public:
+  explicit channel_watch(plant_node& node, sim::direction side = sim::direction::rx)
+      : node_(node), side_(side) {
+    restart();
+  }
+
+  /// Counts from now on.
+  void restart() {
+    for (const auto channel : node_.channels()) {
+      writes_at_start_[channel] = writes(channel);
+      last_[channel] = attenuation(channel);
+      largest_[channel] = 0.0;
+    }
+  }
+
+  /// To be called once a cycle.
+  void look() {
+    for (const auto channel : node_.channels()) {
+      const double now = attenuation(channel);
+      largest_[channel] = std::max(largest_[channel], std::fabs(now - last_[channel]));
+      last_[channel] = now;
+    }
+  }
+
+  unsigned steps(unsigned channel) const { return writes(channel) - writes_at_start_.at(channel); }
+  unsigned all_steps() const {
+    unsigned sum = 0;
+    for (const auto channel : node_.channels())
+      sum += steps(channel);
+    return sum;
+  }
+  /// Largest change of attenuation between two looks, dB.
+  double largest_change(unsigned channel) const { return largest_.at(channel); }
+
+ private:
+  unsigned writes(unsigned channel) const {
+    return node_.plant().channel_writes(0, side_, channel).switch_attenuation;
+  }
+  double attenuation(unsigned channel) const {
+    return node_.plant().switch_attenuation_db(0, side_, channel);
+  }
+
+  plant_node& node_;
+  sim::direction side_;
+  std::map<unsigned, unsigned> writes_at_start_;
+  std::map<unsigned, double> last_;
+  std::map<unsigned, double> largest_;
+};
+
+}  // namespace test

@@ -1,0 +1,92 @@
+// One device service dead for ten minutes: what it does not concern is left alone, and the loops
+// are back within three cycles of its return.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "tests/loops/channel_watch.h"
+#include "tests/support/plant_node.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using test::channel_watch;
+using test::plant_node;
+
+class dead_device : public testing::TestWithParam<const char*> {
+ protected:
+  void SetUp() override {
+    node_.start();
+    node_.run_for(11min);
+    ASSERT_TRUE(node_.all_on_target());
+  }
+
+  /// Moves one channel out of its band, so that a correction is due.
+  void disturb(unsigned channel, double db) {
+    auto laser = node_.plant().get_laser(0, channel);
+    laser.power_dbm += db;
+    laser.ramp_s = 0.0;
+    node_.plant().set_laser(0, channel, laser);
+  }
+
+  bool is_fully_operational() {
+    node_.take_log();
+    node_.cycle();
+    const auto lines = node_.take_log();
+    return std::none_of(lines.begin(), lines.end(), [](const std::string& line) {
+      return line.starts_with("Manager not fully operational");
+    });
+  }
+
+  plant_node node_{"orvalite"};
+};
+
+TEST_P(dead_device, leaves_the_channels_at_rest_and_is_used_again_after_its_return) {
+  const std::string device = GetParam();
+  auto& plant = node_.plant();
+  const channel_watch add(node_, sim::direction::rx);
+  const channel_watch drop(node_, sim::direction::tx);
+  const auto voa_writes = plant.voa_writes(0);
+
+  plant.set_nexel_state(0, device, sim::nexel_state::killed);
+  node_.run_for(10min);
+  EXPECT_EQ(add.all_steps(), 0u);
+  EXPECT_EQ(drop.all_steps(), 0u);
+  EXPECT_EQ(plant.voa_writes(0), voa_writes);
+
+  const auto channel = node_.channels()[5];
+  disturb(channel, 2.0);
+  plant.set_nexel_state(0, device, sim::nexel_state::ok);
+  bool corrected = false;
+  for (int i = 0; i < 3; ++i) {
+    node_.cycle();
+    corrected = corrected || add.steps(channel) > 0;
+  }
+  // A correction takes a fresh pass of the monitor, which comes once a second, and the turn.
+  EXPECT_TRUE(node_.run_until([&] { return add.steps(channel) > 0; }, 3s)) << corrected;
+  EXPECT_TRUE(node_.run_until([&] { return node_.on_target(channel); }, 12s));
+  EXPECT_TRUE(is_fully_operational());
+}
+
+TEST_P(dead_device, that_hangs_does_no_more_harm) {
+  const std::string device = GetParam();
+  auto& plant = node_.plant();
+  const channel_watch add(node_, sim::direction::rx);
+  plant.set_nexel_state(0, device, sim::nexel_state::hung);
+  node_.run_for(2min);
+  EXPECT_EQ(add.all_steps(), 0u);
+  plant.set_nexel_state(0, device, sim::nexel_state::ok);
+  EXPECT_TRUE(node_.run_until([&] { return is_fully_operational(); }, 10s));
+  EXPECT_TRUE(node_.all_on_target());
+}
+
+INSTANTIATE_TEST_SUITE_P(devices, dead_device,
+                         testing::Values("wss_edge", "booster", "preamp", "osc1", "voa_sfp",
+                                         "sfp/0"),
+                         [](const auto& info) {
+                           std::string name = info.param;
+                           std::replace(name.begin(), name.end(), '/', '_');
+                           return name;
+                         });
+
+}  // namespace

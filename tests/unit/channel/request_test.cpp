@@ -1,0 +1,141 @@
+// The texts of channel commands and stored plans: what is taken, what is refused and with which
+// words.
+#include <gtest/gtest.h>
+#include <rapidjson/document.h>
+
+#include "base/channel/plan_text.h"
+#include "base/manager/channel_request.h"
+#include "platform/wire/json_conversion.h"
+#include "platform/wire/nx_error.h"
+
+namespace {
+
+std::string add_answer(const std::string& text) {
+  try {
+    const auto request = manager::read_channel_request(nx::parse_json(text));
+    manager::check_add_structure(request);
+    manager::check_add_limits(request);
+    const auto directions = manager::add_directions(request);
+    return std::string(directions.rx ? "rx" : "") + (directions.tx ? "tx" : "");
+  } catch (const nx_error& error) {
+    EXPECT_EQ(error.code, -22);
+    return error.message;
+  }
+}
+
+std::string remove_answer(const std::string& text) {
+  try {
+    const auto request = manager::read_channel_request(nx::parse_json(text));
+    manager::check_remove_structure(request);
+    manager::check_remove_limits(request);
+    const auto directions = manager::remove_directions(request);
+    return std::string(directions.rx ? "rx" : "") + (directions.tx ? "tx" : "");
+  } catch (const nx_error& error) {
+    EXPECT_EQ(error.code, -22);
+    return error.message;
+  }
+}
+
+const std::string add_structure =
+    "Invalid json structure. Expected center (unsigned, 8 digits, e.g. 19600000), direction "
+    "(string, rx/tx), port (unsigned, 1-34) and width (unsigned, 100 * ghz).";
+const std::string remove_structure =
+    "Invalid json structure. Expected center (unsigned, 8 digits, e.g. 19600000), direction "
+    "(string, rx/tx).";
+const std::string bad_center = "Invalid center, expected something around 19000000";
+const std::string bad_port = "Invalid port, expected 1-34";
+const std::string bad_remove_center = "Invalid center, expected something within 19134375-19613125";
+
+struct row {
+  const char* request;
+  std::string answer;
+};
+
+TEST(channel_request, add) {
+  const row rows[] = {
+      {R"({"center":19600000,"width":5000,"port":1})", "rxtx"},
+      {R"({"center":19600000,"width":5000,"port":1,"direction":5})", "rxtx"},
+      {R"({"center":19600000,"width":5000,"port":34,"direction":"tx"})", "tx"},
+      {R"({"center":18000001,"width":-1,"port":1,"direction":"rx"})", "rx"},
+      {R"({"center":19999999,"width":1,"port":1,"direction":"both"})", "rxtx"},
+      {R"({"center":19600000.0,"width":5000,"port":1})", add_structure},
+      {R"({"center":2147483648,"width":5000,"port":1})", add_structure},
+      {R"({"center":19600000,"port":1})", add_structure},
+      {R"([19600000,5000,1])", add_structure},
+      {R"({"center":18000000,"width":5000,"port":0,"direction":"RX"})", bad_center},
+      {R"({"center":20000000,"width":5000,"port":1})", bad_center},
+      {R"({"center":-2147483648,"width":5000,"port":1})", bad_center},
+      {R"({"center":19600000,"width":5000,"port":0,"direction":"RX"})", bad_port},
+      {R"({"center":19600000,"width":5000,"port":35})", bad_port},
+      {R"({"center":19600000,"width":5000,"port":1,"direction":"RX"})",
+       "Invalid direction, expected rx or tx or 'both', got RX"},
+  };
+  for (const auto& [request, answer] : rows)
+    EXPECT_EQ(add_answer(request), answer) << request;
+}
+
+TEST(channel_request, remove) {
+  const row rows[] = {
+      {R"({"center":19134375,"direction":"rx"})", "rx"},
+      {R"({"center":19613125,"direction":"both"})", "rxtx"},
+      {R"({"center":19134374,"direction":"rx"})", bad_remove_center},
+      {R"({"center":19613126,"direction":"rx"})", bad_remove_center},
+      {R"({"center":-1,"direction":"rx"})", bad_remove_center},
+      {R"({"center":19600000})", remove_structure},
+      {R"({"center":19600000,"direction":5})", remove_structure},
+      {R"([])", remove_structure},
+      {R"({"center":19600000,"direction":"all"})",
+       "Invalid direction, expected rx or tx or both, got all"},
+  };
+  for (const auto& [request, answer] : rows)
+    EXPECT_EQ(remove_answer(request), answer) << request;
+}
+
+TEST(channel_request, index_and_utilization) {
+  EXPECT_EQ(manager::channel_index_text({}), "[]");
+  EXPECT_EQ(manager::channel_index_text({19610000, 19600000}), "[19600000,19610000]");
+  EXPECT_FLOAT_EQ(manager::band_utilization(2400.0f, 6.25f, 768), 50.0f);
+  EXPECT_FLOAT_EQ(manager::band_utilization(0.0f, 6.25f, 772), 0.0f);
+}
+
+TEST(plan_text, survives_store_and_load) {
+  const std::vector<channel::plan_entry> entries{{19140000, 15000, 1, "1.2.3"},
+                                                 {19155000, 15000, 2, "n/a"}};
+  const auto text = channel::plan_to_text(entries);
+  EXPECT_EQ(text, R"([{"center_frequency":19140000,"width":15000,"port":1,"version":"1.2.3"},)"
+                  R"({"center_frequency":19155000,"width":15000,"port":2,"version":"n/a"}])");
+  EXPECT_EQ(channel::parse_plan(text).entries, entries);
+  EXPECT_EQ(channel::plan_to_text({}), "[]");
+}
+
+TEST(plan_text, a_key_that_was_never_written_is_an_empty_plan) {
+  for (const char* text : {"", "[]"}) {
+    const auto plan = channel::parse_plan(text);
+    EXPECT_TRUE(plan.entries.empty());
+    EXPECT_FALSE(plan.has_bad_entries);
+  }
+}
+
+TEST(plan_text, a_bad_entry_is_left_out_and_the_rest_loads) {
+  const auto plan =
+      channel::parse_plan(R"([{"center_frequency":19140000,"width":"15000","port":1},)"
+                          R"({"center_frequency":19155000,"width":15000,"port":2,"version":7},)"
+                          R"({"center_frequency":19170000.0,"width":15000,"port":2}])");
+  EXPECT_TRUE(plan.has_bad_entries);
+  EXPECT_EQ(plan.entries, (std::vector<channel::plan_entry>{{19155000, 15000, 2, "n/a"}}));
+}
+
+TEST(plan_text, what_is_no_plan_is_refused_with_its_fault) {
+  for (const char* text : {"{}", "[1]", "nonsense", "[{]", "\"[]\"", "7"}) {
+    try {
+      channel::parse_plan(text);
+      ADD_FAILURE() << "taken: " << text;
+    } catch (const nx_error& error) {
+      EXPECT_EQ(error.code, -22) << text;
+      EXPECT_TRUE(error.message.starts_with("Stored channel plan is not an array of objects: "))
+          << error.message;
+    }
+  }
+}
+
+}  // namespace
