@@ -54,16 +54,13 @@ TEST_P(dead_device, leaves_the_channels_at_rest_and_is_used_again_after_its_retu
   EXPECT_EQ(drop.all_steps(), 0u);
   EXPECT_EQ(plant.voa_writes(0), voa_writes);
 
+  // Long enough before the return for the monitor to have seen it.
   const auto channel = node_.channels()[5];
   disturb(channel, 2.0);
+  node_.run_for(3s);
   plant.set_nexel_state(0, device, sim::nexel_state::ok);
-  bool corrected = false;
-  for (int i = 0; i < 3; ++i) {
-    node_.cycle();
-    corrected = corrected || add.steps(channel) > 0;
-  }
-  // A correction takes a fresh pass of the monitor, which comes once a second, and the turn.
-  EXPECT_TRUE(node_.run_until([&] { return add.steps(channel) > 0; }, 3s)) << corrected;
+  for (int i = 0; i < 3; ++i) node_.cycle();
+  EXPECT_GT(add.steps(channel), 0u);
   EXPECT_TRUE(node_.run_until([&] { return node_.on_target(channel); }, 12s));
   EXPECT_TRUE(is_fully_operational());
 }
