@@ -44,6 +44,12 @@ class nx_db {
   /// All nodes whose path fits the pattern, in the order of the paths: '*' stands for one segment,
   /// '**' at the end for the rest. A pattern without stars is a path.
   std::vector<std::shared_ptr<nx_db_leaf_node>> match(const std::string& pattern) const;
+
+  /// Subscribes the session at the node of a path, and at its successor should the node be replaced
+  /// meanwhile. Throws nx_error -2 "No such path: P", and what the node throws.
+  void subscribe(const std::shared_ptr<nx_session>& session, const std::string& path,
+                 nx::json_allocator& allocator, nx::json_value& result,
+                 std::unique_lock<std::recursive_mutex>& lock);
   static bool is_pattern(const std::string& path);
   static bool matches(const std::string& pattern, const std::string& path);
 
@@ -73,6 +79,8 @@ class nx_db {
   std::chrono::system_clock::time_point now() const;
 
  private:
+  void move_subscribers(nx_db_leaf_node& old, const std::string& path);
+
   struct impl;
   std::unique_ptr<impl> impl_;
 };

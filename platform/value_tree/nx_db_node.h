@@ -32,8 +32,12 @@ class nx_db_node : public std::enable_shared_from_this<nx_db_node> {
   /// its name alone.
   std::string get_path(unsigned depth) const;
 
+  /// True once the node was replaced or removed: it is polled no more.
+  bool is_retired() const { return retired_; }
+
  private:
   friend class nx_db;
+  std::atomic<bool> retired_{false};
   std::string name_;
   std::string path_;  // set by nx_db::add_node before the node can be reached, constant after it
 };
@@ -82,7 +86,7 @@ class nx_db_leaf_node : public nx_db_node {
   /// answered on a worker thread, all others on the I/O thread.
   virtual bool read_may_wait() const;
 
-  nx_db* db = nullptr;              ///< the tree; null until add_node has attached the node
+  nx_db* db = nullptr;  ///< the tree; null until add_node has attached the node
   std::atomic<std::uint32_t> poll_interval{0};  ///< set by value_group::add_value; 0: never polled
 };
 
@@ -119,8 +123,11 @@ class nx_db_event_node : public nx_db_leaf_node {
  private:
   friend class nx_db;
   std::vector<std::shared_ptr<nx_session>> take_subscribers();
+  std::string take_published();
 
   // A leaf in the lock order: taken with a value's own mutex held, and nothing is taken under it.
   mutable std::mutex subscribers_mutex_;
-  std::vector<std::shared_ptr<nx_session>> subscribers_;
+  // Replaced as a whole when it changes, so that an event goes out without the lock.
+  std::shared_ptr<const std::vector<std::shared_ptr<nx_session>>> subscribers_;
+  std::string published_;  // text of the last value sent, until the history has taken it
 };

@@ -14,7 +14,8 @@ class io_context;
 
 namespace nx {
 
-/// The threads behind one or more servers: the I/O thread, the growing pool of workers, the pollers.
+/// The threads behind one or more servers: the I/O thread, the growing pool of workers, the
+/// pollers.
 class server_runtime {
  public:
   server_runtime();

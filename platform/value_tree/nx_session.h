@@ -22,4 +22,7 @@ class nx_session : public std::enable_shared_from_this<nx_session> {
 
   /// The node is gone and nothing takes its place.
   virtual void subscription_ended(const std::string& path, const std::string& reason) = 0;
+
+  /// A closed session takes nothing more; nodes let go of it.
+  virtual bool is_closed() const { return false; }
 };

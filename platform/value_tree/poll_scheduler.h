@@ -3,7 +3,10 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
+#include <queue>
+#include <tuple>
 #include <vector>
 
 class nx_db_leaf_node;
@@ -33,9 +36,15 @@ class manual_poller : public poll_scheduler {
     std::weak_ptr<const void> group;
     std::chrono::milliseconds interval;
     std::chrono::milliseconds due;
+    unsigned long order;  // of being added, among tasks that are due together
+
+    bool operator>(const task& other) const {
+      return std::tie(due, order) > std::tie(other.due, other.order);
+    }
   };
   std::chrono::milliseconds now_{0};
-  std::vector<task> tasks_;
+  unsigned long added_ = 0;
+  std::priority_queue<task, std::vector<task>, std::greater<>> tasks_;
 };
 
 }  // namespace nx

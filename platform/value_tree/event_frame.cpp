@@ -1,0 +1,44 @@
+#include "platform/value_tree/event_frame.h"
+
+#include <fmt/format.h>
+#include <rapidjson/document.h>
+
+#include "platform/wire/json_conversion.h"
+#include "platform/wire/json_text.h"
+
+namespace nx {
+
+std::string event_time(std::chrono::system_clock::time_point time) {
+  using namespace std::chrono;
+  const auto ms = floor<milliseconds>(time);
+  const auto day = floor<days>(ms);
+  const year_month_day date(day);
+  const hh_mm_ss clock(ms - day);
+  return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:03}Z", static_cast<int>(date.year()),
+                     static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                     clock.hours().count(), clock.minutes().count(), clock.seconds().count(),
+                     clock.subseconds().count());
+}
+
+framed_event frame_event(const json_document& params) {
+  auto event = std::make_shared<nx_event>();
+  framed_event framed;
+  auto& line = event->line;
+  line = R"({"jsonrpc":"2.0","method":"event","params":)";
+  char separator = '{';
+  for (const auto& member : params.GetObject()) {
+    line += separator;
+    separator = ',';
+    append_json_text(line, member.name);
+    line += ':';
+    const auto start = line.size();
+    append_json_text(line, member.value);
+    if (member.name == "value") framed.value = line.substr(start);
+    if (member.name == "path") event->path = from_json<std::string>(member.value);
+  }
+  line += "}}";
+  framed.event = std::move(event);
+  return framed;
+}
+
+}  // namespace nx

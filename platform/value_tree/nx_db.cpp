@@ -1,0 +1,247 @@
+#include "platform/value_tree/nx_db.h"
+
+#include <rapidjson/document.h>
+
+#include <algorithm>
+#include <mutex>
+#include <shared_mutex>
+#include <unordered_map>
+
+#include "platform/value_tree/history_ring.h"
+#include "platform/value_tree/path_index.h"
+#include "platform/value_tree/path_pattern.h"
+
+namespace {
+
+struct tree_entry {
+  std::shared_ptr<nx_db_leaf_node> node;
+  nx::history_ring history;
+};
+
+[[noreturn]] void no_such_path(const std::string& path) {
+  throw nx_error(-2, "No such path: " + path);
+}
+
+std::string joined(const std::string& parent_path, const std::string& name) {
+  return parent_path.empty() ? name : parent_path + '/' + name;
+}
+
+void add_paths_below(const nx::path_index::level& level, std::vector<std::string>& paths) {
+  for (const auto& [key, child] : level.children) {
+    if (child.node) {
+      paths.push_back(child.node->get_path(0));
+    } else {
+      add_paths_below(*child.below, paths);
+    }
+  }
+}
+
+}  // namespace
+
+struct nx_db::impl {
+  mutable std::shared_mutex mutex;  // guards entries and index; no node is called under it
+  std::unordered_map<std::string, tree_entry> entries;
+  nx::path_index index;
+
+  std::mutex watchers_mutex;
+  std::vector<std::weak_ptr<added_callback>> watchers;
+
+  mutable std::mutex clock_mutex;
+  std::function<std::chrono::system_clock::time_point()> clock;
+
+  std::shared_ptr<nx::poll_scheduler> poller;
+  std::shared_ptr<boost::asio::io_context> io;
+
+  std::vector<std::shared_ptr<added_callback>> live_watchers() {
+    const std::lock_guard lock(watchers_mutex);
+    std::vector<std::shared_ptr<added_callback>> live;
+    for (const auto& watcher : watchers) {
+      if (auto callback = watcher.lock()) live.push_back(std::move(callback));
+    }
+    return live;
+  }
+};
+
+nx_db::nx_db(std::shared_ptr<nx::poll_scheduler> poller,
+             std::shared_ptr<boost::asio::io_context> io)
+    : impl_(std::make_unique<impl>()) {
+  impl_->poller = std::move(poller);
+  impl_->io = std::move(io);
+}
+
+nx_db::~nx_db() {
+  // Owners may outlive the tree; their nodes are then unattached again.
+  for (const auto& [path, entry] : impl_->entries)
+    entry.node->db = nullptr;
+}
+
+std::pair<std::string, std::string> nx_db::split_path(const std::string& path) {
+  const auto slash = path.rfind('/');
+  if (slash == path.npos) return {path, {}};
+  return {path.substr(slash + 1), path.substr(0, slash)};
+}
+
+void nx_db::add_node(const std::string& parent_path, std::shared_ptr<nx_db_leaf_node> node) {
+  const auto path = joined(parent_path, node->get_name());
+  nx::check_new_path(path);
+  std::shared_ptr<nx_db_leaf_node> old;
+  {
+    const std::lock_guard lock(impl_->mutex);
+    if (node->db != nullptr && (node->db != this || node->path_ != path)) {
+      throw nx_error(-22, "The node is attached already: " + node->path_);
+    }
+    impl_->index.set(path, node);
+    if (node->db == nullptr) {
+      node->path_ = path;
+      node->db = this;
+    }
+    node->retired_ = false;
+    old = std::exchange(impl_->entries[path].node, node);
+    if (old && old != node) old->retired_ = true;
+  }
+  if (old && old != node) move_subscribers(*old, path);
+  for (const auto& added : impl_->live_watchers())
+    (*added)(node);
+}
+
+void nx_db::move_subscribers(nx_db_leaf_node& old, const std::string& path) {
+  auto* events = dynamic_cast<nx_db_event_node*>(&old);
+  if (events == nullptr) return;
+  // The sessions' own locks are not taken here: the caller of add_node may hold locks of the loops.
+  std::recursive_mutex mutex;
+  std::unique_lock lock(mutex);
+  for (const auto& session : events->take_subscribers()) {
+    nx::json_document answer(rapidjson::kObjectType);
+    try {
+      subscribe(session, path, answer.GetAllocator(), answer, lock);
+    } catch (...) {
+      session->subscription_ended(path, "removed");
+    }
+  }
+}
+
+bool nx_db::remove_node(const std::string& path) {
+  std::shared_ptr<nx_db_leaf_node> node;
+  {
+    const std::lock_guard lock(impl_->mutex);
+    const auto entry = impl_->entries.find(path);
+    if (entry == impl_->entries.end()) return false;
+    node = std::move(entry->second.node);
+    node->retired_ = true;
+    impl_->entries.erase(entry);
+    impl_->index.erase(path);
+  }
+  if (auto* events = dynamic_cast<nx_db_event_node*>(node.get())) {
+    for (const auto& session : events->take_subscribers()) {
+      session->subscription_ended(path, "removed");
+    }
+  }
+  return true;
+}
+
+std::shared_ptr<nx_db_leaf_node> nx_db::find(const std::string& path) const {
+  const std::shared_lock lock(impl_->mutex);
+  const auto entry = impl_->entries.find(path);
+  return entry == impl_->entries.end() ? nullptr : entry->second.node;
+}
+
+std::vector<std::shared_ptr<nx_db_leaf_node>> nx_db::match(const std::string& pattern) const {
+  const std::shared_lock lock(impl_->mutex);
+  return impl_->index.match(pattern);
+}
+
+void nx_db::subscribe(const std::shared_ptr<nx_session>& session, const std::string& path,
+                      nx::json_allocator& allocator, nx::json_value& result,
+                      std::unique_lock<std::recursive_mutex>& lock) {
+  auto node = find(path);
+  while (node) {
+    nx::json_value answer(rapidjson::kObjectType);
+    node->subscribe(session, path, allocator, answer, lock);
+    const auto present = find(path);
+    if (present == node) {
+      for (auto& member : answer.GetObject()) {
+        result.AddMember(member.name, member.value, allocator);
+      }
+      return;
+    }
+    node->unsubscribe(session);
+    node = present;
+  }
+  no_such_path(path);
+}
+
+bool nx_db::is_pattern(const std::string& path) {
+  return nx::is_path_pattern(path);
+}
+
+bool nx_db::matches(const std::string& pattern, const std::string& path) {
+  return nx::path_matches(pattern, path);
+}
+
+std::vector<std::string> nx_db::list(const std::string& path, bool recursive) const {
+  const std::shared_lock lock(impl_->mutex);
+  std::vector<std::string> names;
+  const auto* level = impl_->index.find_level(path);
+  if (level == nullptr) {
+    if (!impl_->entries.contains(path)) no_such_path(path);
+  } else if (recursive) {
+    add_paths_below(*level, names);
+  } else {
+    for (const auto& [key, child] : level->children)
+      names.push_back(key);
+  }
+  return names;
+}
+
+void nx_db::append_to_history(std::shared_ptr<nx_db_node> node) {
+  std::string value;
+  if (auto* events = dynamic_cast<nx_db_event_node*>(node.get())) value = events->take_published();
+  if (value.empty()) {
+    const auto* leaf = dynamic_cast<nx_db_leaf_node*>(node.get());
+    if (leaf == nullptr) return;
+    nx::json_document document;
+    value = nx::json_text(leaf->export_history_entry(document.GetAllocator()));
+  }
+  const auto time = now();
+  const std::lock_guard lock(impl_->mutex);
+  const auto entry = impl_->entries.find(node->path_);
+  if (entry == impl_->entries.end() || entry->second.node != node) return;
+  entry->second.history.append(time, value, history_depth);
+}
+
+std::vector<nx_db::history_entry> nx_db::history(const std::string& path) const {
+  const std::shared_lock lock(impl_->mutex);
+  const auto entry = impl_->entries.find(path);
+  if (entry == impl_->entries.end()) no_such_path(path);
+  std::vector<history_entry> found;
+  for (auto& kept : entry->second.history.entries()) {
+    found.push_back({kept.time, std::move(kept.value)});
+  }
+  return found;
+}
+
+std::shared_ptr<void> nx_db::watch_added(added_callback added) {
+  auto callback = std::make_shared<added_callback>(std::move(added));
+  const std::lock_guard lock(impl_->watchers_mutex);
+  std::erase_if(impl_->watchers, [](const auto& watcher) { return watcher.expired(); });
+  impl_->watchers.push_back(callback);
+  return callback;
+}
+
+std::shared_ptr<boost::asio::io_context> nx_db::get_io_context() const {
+  return impl_->io;
+}
+
+std::shared_ptr<nx::poll_scheduler> nx_db::get_poller() const {
+  return impl_->poller;
+}
+
+void nx_db::set_clock(std::function<std::chrono::system_clock::time_point()> clock) {
+  const std::lock_guard lock(impl_->clock_mutex);
+  impl_->clock = std::move(clock);
+}
+
+std::chrono::system_clock::time_point nx_db::now() const {
+  const std::lock_guard lock(impl_->clock_mutex);
+  return impl_->clock ? impl_->clock() : std::chrono::system_clock::now();
+}

@@ -1,0 +1,118 @@
+#include <rapidjson/document.h>
+
+#include <algorithm>
+
+#include "platform/value_tree/event_frame.h"
+#include "platform/value_tree/nx_db.h"
+#include "platform/value_tree/nx_db_node.h"
+#include "platform/wire/json_conversion.h"
+#include "platform/wire/json_rpc.h"
+
+namespace {
+
+using session_list = std::vector<std::shared_ptr<nx_session>>;
+
+nx::json_document event_params(const std::string& path, const nx_db* db) {
+  nx::json_document params(rapidjson::kObjectType);
+  auto& allocator = params.GetAllocator();
+  const auto time = nx::event_time(db != nullptr ? db->now() : std::chrono::system_clock::now());
+  params.AddMember("path", nx::to_json(path, allocator), allocator);
+  params.AddMember("time", nx::to_json(time, allocator), allocator);
+  return params;
+}
+
+std::shared_ptr<const session_list> without(const session_list& sessions,
+                                            const std::shared_ptr<nx_session>& taken) {
+  auto rest = std::make_shared<session_list>();
+  std::copy_if(sessions.begin(), sessions.end(), std::back_inserter(*rest),
+               [&](const auto& session) { return session != taken && !session->is_closed(); });
+  return rest;
+}
+
+}  // namespace
+
+nx_db_event_node::nx_db_event_node(const std::string& name) : nx_db_leaf_node(name) {}
+
+nx_db_event_node::~nx_db_event_node() = default;
+
+void nx_db_event_node::get(const std::string& path, json_allocator& allocator, json_value& result) {
+  nx_db_leaf_node::get(path, allocator, result);
+}
+
+void nx_db_event_node::set(const std::string& path, const json_value& value) {
+  nx_db_leaf_node::set(path, value);
+}
+
+bool nx_db_event_node::subscription_supported() const {
+  return true;
+}
+
+void nx_db_event_node::subscribe(std::shared_ptr<nx_session> session, const std::string&,
+                                 json_allocator&, json_value&,
+                                 std::unique_lock<std::recursive_mutex>&) {
+  const std::lock_guard lock(subscribers_mutex_);
+  auto sessions = std::make_shared<session_list>(subscribers_ ? *subscribers_ : session_list());
+  if (std::find(sessions->begin(), sessions->end(), session) == sessions->end()) {
+    sessions->push_back(std::move(session));
+  }
+  subscribers_ = std::move(sessions);
+}
+
+void nx_db_event_node::unsubscribe(std::shared_ptr<nx_session> session) {
+  const std::lock_guard lock(subscribers_mutex_);
+  if (subscribers_) subscribers_ = without(*subscribers_, session);
+}
+
+nx::json_value nx_db_event_node::get_info(json_allocator& allocator) const {
+  return nx_db_leaf_node::get_info(allocator);
+}
+
+nx::json_document nx_db_event_node::create_value_changed_event(std::string&& path) const {
+  return event_params(path, db);
+}
+
+nx::json_document nx_db_event_node::create_error_event(std::string&& path,
+                                                       const nx_error& error) const {
+  json_document params = event_params(path, db);
+  auto& allocator = params.GetAllocator();
+  params.AddMember("error", nx::json_rpc::error_value(error, allocator), allocator);
+  return params;
+}
+
+void nx_db_event_node::send_event_impl(json_document&& event, bool first) {
+  auto framed = nx::frame_event(event);
+  std::shared_ptr<const session_list> sessions;
+  {
+    const std::lock_guard lock(subscribers_mutex_);
+    published_ = std::move(framed.value);
+    sessions = subscribers_;
+  }
+  if (!sessions) return;
+  for (const auto& session : *sessions)
+    session->deliver(framed.event, first);
+}
+
+void nx_db_event_node::send_event_to_session_impl(json_document&& event, bool first,
+                                                  std::shared_ptr<nx_session> session) {
+  session->deliver(nx::frame_event(event).event, first);
+}
+
+void nx_db_event_node::send_error_event(const nx_error& error) {
+  send_event_impl(create_error_event(get_path(0), error), false);
+}
+
+bool nx_db_event_node::has_subscribers() const {
+  const std::lock_guard lock(subscribers_mutex_);
+  return subscribers_ && !subscribers_->empty();
+}
+
+session_list nx_db_event_node::take_subscribers() {
+  const std::lock_guard lock(subscribers_mutex_);
+  const auto taken = std::exchange(subscribers_, nullptr);
+  return taken ? *taken : session_list();
+}
+
+std::string nx_db_event_node::take_published() {
+  const std::lock_guard lock(subscribers_mutex_);
+  return std::exchange(published_, {});
+}

@@ -1,0 +1,47 @@
+// The levels of a tree, for lists and patterns; exact paths are found by a hash map beside it. No
+// lock of its own.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class nx_db_leaf_node;
+
+namespace nx {
+
+class path_index {
+ public:
+  using node_pointer = std::shared_ptr<nx_db_leaf_node>;
+
+  /// Sets or replaces the node of a path. Throws nx_error -22 where a level stands there already or
+  /// a node stands above.
+  void set(std::string_view path, node_pointer node);
+  /// Takes the node and the levels that it leaves empty.
+  void erase(std::string_view path);
+
+  /// Nodes that fit a pattern, in the order of the paths.
+  std::vector<node_pointer> match(std::string_view pattern) const;
+
+  struct level;
+  /// Null where no level stands; "" is the root.
+  const level* find_level(std::string_view path) const;
+
+  // A level's key ends in '/', a node's does not: keys are then what a list shows, and their order
+  // is the order of the full paths.
+  struct child {
+    node_pointer node;
+    std::unique_ptr<level> below;
+  };
+  struct level {
+    std::map<std::string, child, std::less<>> children;
+  };
+
+ private:
+  level root_;
+};
+
+}  // namespace nx
