@@ -38,6 +38,10 @@ class in_process_network {
   /// How a hung call spends its 2 s: the hand-driven clock's sleep.
   void set_wait(std::function<void(std::chrono::milliseconds)> wait);
 
+  /// The hand-driven clock's time. With it refused subscriptions are tried once a second and a hung
+  /// link is probed once a second; without it at each `deliver`, and a hung link costs one wait.
+  void set_clock(std::function<std::chrono::steady_clock::time_point()> now);
+
   /// Raises the connection events that wait, and tries refused subscriptions again. The hand-driven
   /// clock calls it at each step.
   void deliver();
@@ -45,7 +49,7 @@ class in_process_network {
   struct impl;
 
  private:
-  std::unique_ptr<impl> impl_;
+  std::shared_ptr<impl> impl_;  // shared with the clients, which may live longer
 };
 
 }  // namespace nx

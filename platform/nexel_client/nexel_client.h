@@ -47,6 +47,13 @@ class nexel_client_api : public nexel_client_base {
   R set(const std::string& path, const std::string& value);
   template <class R>
   R set(const std::string& path, const char* value);
+
+ protected:
+  /// True on the thread that resolves the answers, where a blocking call would wait for itself.
+  virtual bool on_io_thread() const { return false; }
+
+ private:
+  void send(const std::shared_ptr<nexel_request>& request);
 };
 
 class nexel_client {
@@ -54,14 +61,15 @@ class nexel_client {
   /// Over the unix socket at `socket_path` (NX_ROOT is put in front), or to the tree attached
   /// there when the in-process transport is installed.
   static std::shared_ptr<nexel_client_api> create(
-      std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path,
-      std::string name, std::weak_ptr<nexel_connection_subscriber> connection_subscriber);
+      std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path, std::string name,
+      std::weak_ptr<nexel_connection_subscriber> connection_subscriber);
 };
 
 /// A client over TCP on IPv6; a class of its own since its users hold it by this type.
 class nexel_ipv6_client : public nexel_client_api {
  public:
-  /// `interface` scopes a link-local `host`. In-process: the tree attached at "[host%interface]:port".
+  /// `interface` scopes a link-local `host`. In-process: the tree attached at
+  /// "[host%interface]:port".
   static std::shared_ptr<nexel_ipv6_client> create(
       std::shared_ptr<boost::asio::io_context> io, const std::string& interface,
       const std::string& host, unsigned port, std::string name,

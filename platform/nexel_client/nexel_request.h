@@ -20,7 +20,7 @@ class nexel_object {
 
   const std::string& get_path() const { return path_; }
 
-  /// "get" or "set".
+  /// Name of the protocol's operation: "get", "set".
   virtual const char* method() const = 0;
   /// Adds what the method needs beyond the path to `params`.
   virtual void write_request_data(nx::json_value& params, nx::json_allocator& allocator) const = 0;
@@ -76,18 +76,22 @@ class nexel_read_default_object : public nexel_read_object<T> {
   T default_;
 };
 
-/// The answer to a write, shared by the write objects of a request. R: void (a plain write), bool
-/// and int (a command with an answer).
+/// The answer to a write, shared by the write objects of a request: it succeeds when all of them
+/// have, and fails with the first that fails. R: void (a plain write), bool and int (a command with
+/// an answer; the last one's counts).
 template <class R>
 class nexel_write_response {
  public:
   std::future<R> get_future() { return promise_.get_future(); }
+  /// One more write object refers to this; before the request is sent.
+  void expect() { ++outstanding_; }
   void succeed(const nx::json_value& result, const std::string& path);
   void fail(const nx_client_exception& error);
 
  private:
   std::promise<R> promise_;
-  bool done_ = false;  // touched on the I/O thread only
+  unsigned outstanding_ = 0;  // on the I/O thread once the request is sent
+  bool done_ = false;
 };
 
 class nexel_write_object_base : public nexel_object {

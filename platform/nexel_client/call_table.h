@@ -1,0 +1,37 @@
+// The calls of one connection that wait for their answer, by request id. Ids rise with time and so
+// do the deadlines: the oldest call stands first. Its owner's thread; time is handed in.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "platform/nexel_client/nexel_request.h"
+
+namespace nx {
+
+class call_table {
+ public:
+  using time_point = std::chrono::steady_clock::time_point;
+
+  /// The id that the request goes out with.
+  std::uint64_t add(std::shared_ptr<nexel_object> object, time_point deadline);
+  /// Null for a call that has failed meanwhile.
+  std::shared_ptr<nexel_object> take(std::uint64_t id);
+  std::vector<std::shared_ptr<nexel_object>> take_expired(time_point now);
+  std::vector<std::shared_ptr<nexel_object>> take_all() { return take_expired(time_point::max()); }
+  std::optional<time_point> next_deadline() const;
+
+ private:
+  struct waiting_call {
+    std::shared_ptr<nexel_object> object;
+    time_point deadline;
+  };
+  std::map<std::uint64_t, waiting_call> calls_;
+  std::uint64_t last_id_ = 0;
+};
+
+}  // namespace nx

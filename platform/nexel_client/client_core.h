@@ -1,0 +1,45 @@
+// What stands behind a client handle: the socket connection, or the in-process transport. The
+// handle is what users hold; the core is shared with handlers that are still on their way, so that
+// a handle may be dropped on any thread.
+#pragma once
+
+#include <boost/asio/io_context.hpp>
+#include <memory>
+#include <utility>
+
+#include "platform/nexel_client/nexel_client.h"
+
+namespace nx {
+
+class client_core {
+ public:
+  virtual ~client_core() = default;
+  virtual void call(const nexel_request& request) = 0;
+  virtual void subscribe(std::shared_ptr<nexel_subscriber> subscriber) = 0;
+  virtual bool on_io_thread() const = 0;
+  /// The handle is gone: calls that wait fail with -107, and no event is raised any more.
+  virtual void close() = 0;
+};
+
+/// Base: nexel_client_api or nexel_ipv6_client, which users hold by type.
+template <class Base>
+class client_handle final : public Base {
+ public:
+  client_handle(std::shared_ptr<boost::asio::io_context> io, std::shared_ptr<client_core> core)
+      : io_(std::move(io)), core_(std::move(core)) {}
+  ~client_handle() override { core_->close(); }
+
+  void server_call(std::shared_ptr<nexel_request> request) override { core_->call(*request); }
+  void add_subscriber(std::shared_ptr<nexel_subscriber> subscriber) override {
+    core_->subscribe(std::move(subscriber));
+  }
+
+ protected:
+  bool on_io_thread() const override { return core_->on_io_thread(); }
+
+ private:
+  std::shared_ptr<boost::asio::io_context> io_;  // goes after the core, whose sockets need it
+  std::shared_ptr<client_core> core_;
+};
+
+}  // namespace nx

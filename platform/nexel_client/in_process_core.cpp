@@ -1,0 +1,291 @@
+#include "platform/nexel_client/in_process_core.h"
+
+#include <rapidjson/document.h>
+
+#include "platform/value_tree/nx_db.h"
+#include "platform/wire/json_conversion.h"
+
+namespace nx {
+
+namespace {
+
+constexpr std::chrono::seconds retry_interval{1};
+
+nx_client_exception not_connected(const std::string& address, const std::string& path) {
+  return {-107, "Not connected: " + address, path};
+}
+
+nx_client_exception no_answer(const std::string& address, const std::string& path) {
+  return {-110, "No answer within 2 s: " + address, path};
+}
+
+/// The exception that a client gets for the one that a node raised.
+nx_client_exception as_client_exception(const std::string& path) {
+  try {
+    throw;
+  } catch (const nx_error& error) {
+    return {error.code, error.message, path};
+  } catch (const json_value_conversion_error& error) {
+    return {-22, std::string("expected ") + error.expected + ", found " + error.found, path};
+  } catch (const std::exception& error) {
+    return {-1, error.what(), path};
+  } catch (...) {
+    return {-1, "Unknown error!", path};
+  }
+}
+
+std::shared_ptr<nx_db_leaf_node> node_at(nx_db& db, const std::string& path) {
+  if (auto node = db.find(path)) return node;
+  throw nx_error(-2, "No such path: " + path);
+}
+
+void write_node(nx_db& db, const nexel_object& object, bool refusing, json_document& result) {
+  const std::string& path = object.get_path();
+  json_document params(rapidjson::kObjectType);
+  object.write_request_data(params, params.GetAllocator());
+  json_text(params);  // as a socket client would: a number that is not finite never goes out
+  if (refusing) throw nx_error(-5, "Refused by the device");
+  auto node = node_at(db, path);
+  if (node->write_returns_response()) {
+    node->run(path, params["value"], result.GetAllocator(), result);
+  } else {
+    node->set(path, params["value"]);
+  }
+}
+
+}  // namespace
+
+/// The client as the tree's nodes see it; they may keep it longer than the client lives.
+class in_process_session : public nx_session {
+ public:
+  explicit in_process_session(std::weak_ptr<in_process_core> client) : client_(std::move(client)) {}
+
+  void deliver(std::shared_ptr<const nx_event> event, bool) override {
+    if (auto client = client_.lock()) client->receive(event->line);
+  }
+
+  void subscription_ended(const std::string& path, const std::string& reason) override {
+    if (auto client = client_.lock()) client->subscription_ended(path, reason);
+  }
+
+  std::recursive_mutex subscriptions_mutex;  // held by `subscribe` of the nodes
+
+ private:
+  const std::weak_ptr<in_process_core> client_;
+};
+
+std::shared_ptr<in_process_core> in_process_core::create(
+    std::shared_ptr<in_process_network::impl> network, const std::string& address, std::string name,
+    std::weak_ptr<nexel_connection_subscriber> connection_subscriber) {
+  std::shared_ptr<in_process_core> core(
+      new in_process_core(network, address, std::move(name), std::move(connection_subscriber)));
+  core->session_ = std::make_shared<in_process_session>(core);
+  {
+    std::lock_guard lock(network->mutex);
+    network->clients.push_back(core);
+  }
+  core->connect();
+  return core;
+}
+
+in_process_core::in_process_core(std::shared_ptr<in_process_network::impl> network,
+                                 const std::string& address, std::string name,
+                                 std::weak_ptr<nexel_connection_subscriber> connection_subscriber)
+    : network_(std::move(network)),
+      link_(network_->link(address)),
+      name_(std::move(name)),
+      connection_subscriber_(std::move(connection_subscriber)) {}
+
+void in_process_core::call(const nexel_request& request) {
+  for (const auto& object : request.get_objects())
+    call_object(*object);
+}
+
+void in_process_core::call_object(nexel_object& object) {
+  const std::string path = object.get_path();
+  const link_state state = link_->present();
+  nx_db* db = link_->db;
+  if (state == link_state::dead || !db) {
+    return object.report_local_error(not_connected(link_->address, path));
+  }
+  if (state == link_state::hung) {
+    wait_in_vain();
+    return object.report_local_error(no_answer(link_->address, path));
+  }
+  {
+    std::lock_guard lock(mutex_);
+    watch_.answered();
+  }
+  json_document result(rapidjson::kObjectType);
+  try {
+    if (std::string_view(object.method()) == "get") {
+      node_at(*db, path)->get(path, result.GetAllocator(), result);
+    } else {
+      write_node(*db, object, state == link_state::refusing, result);
+    }
+  } catch (...) {
+    return object.process_error_response(as_client_exception(path));
+  }
+  object.process_ok_response(result);
+}
+
+void in_process_core::wait_in_vain() {
+  const auto begin = now();
+  {
+    std::lock_guard lock(mutex_);
+    if (!watch_.admits(begin)) return;
+  }
+  network_->spend(answer_watch::time_out);
+  const auto end = now();
+  std::lock_guard lock(mutex_);
+  watch_.timed_out(end);
+}
+
+in_process_core::time_point in_process_core::now() const {
+  return network_->clock_now().value_or(time_point{});
+}
+
+void in_process_core::subscribe(std::shared_ptr<nexel_subscriber> subscriber) {
+  bool connected;
+  {
+    std::lock_guard lock(mutex_);
+    subscriptions_.add(subscriber);
+    connected = connected_;
+  }
+  if (connected) subscribe_due();
+}
+
+void in_process_core::subscribe_due() {
+  const auto present = now();
+  std::vector<std::string> due;
+  {
+    std::lock_guard lock(mutex_);
+    due = subscriptions_.take_due(present);
+  }
+  for (const auto& path : due)
+    subscribe_path(path);
+}
+
+// Events wait until `subscribe` has returned: the confirmation comes before the first value.
+void in_process_core::subscribe_path(const std::string& path) {
+  std::unique_lock session_lock(session_->subscriptions_mutex);
+  {
+    std::lock_guard lock(mutex_);
+    holding_events_ = true;
+  }
+  std::optional<nx_client_exception> refusal;
+  try {
+    subscribe_node(path, session_lock);
+  } catch (...) {
+    refusal = as_client_exception(path);
+  }
+  const auto clock = network_->clock_now();
+  const auto retry = clock ? *clock + retry_interval : time_point{};
+  std::lock_guard lock(mutex_);
+  holding_events_ = false;
+  if (refusal) {
+    subscriptions_.refused(path, *refusal, retry);
+  } else {
+    subscriptions_.confirmed(path);
+  }
+  for (const auto& event : std::exchange(held_events_, {}))
+    subscriptions_.receive(event);
+}
+
+void in_process_core::subscribe_node(const std::string& path,
+                                     std::unique_lock<std::recursive_mutex>& session_lock) {
+  nx_db* db = link_->db;
+  if (!db) throw nx_error(-107, not_connected(link_->address, path).message);
+  if (link_->present() == link_state::hung) {
+    throw nx_error(-110, no_answer(link_->address, path).message);
+  }
+  json_document result(rapidjson::kObjectType);
+  node_at(*db, path)->subscribe(session_, path, result.GetAllocator(), result, session_lock);
+}
+
+void in_process_core::unsubscribe(const std::vector<std::string>& paths) {
+  nx_db* db = link_->db;
+  if (!db) return;
+  for (const auto& path : paths) {
+    if (auto node = db->find(path)) node->unsubscribe(session_);
+  }
+}
+
+void in_process_core::receive(const std::string& event_line) {
+  const link_state state = link_->present();
+  if (state == link_state::dead || state == link_state::hung || !*open_) return;
+  json_document message = parse_json(event_line);
+  std::lock_guard lock(mutex_);
+  if (holding_events_) {
+    held_events_.push_back(std::move(message));
+  } else {
+    subscriptions_.receive(message);
+  }
+}
+
+void in_process_core::subscription_ended(const std::string& path, const std::string& reason) {
+  std::lock_guard lock(mutex_);
+  subscriptions_.ended(path, reason);
+}
+
+void in_process_core::link_changed() {
+  const link_state state = link_->present();
+  if (state == link_state::dead) return disconnect();
+  std::lock_guard lock(mutex_);
+  if (was_hung_ && state != link_state::hung) subscriptions_.renew();
+  was_hung_ = state == link_state::hung;
+}
+
+void in_process_core::connect() {
+  {
+    std::lock_guard lock(mutex_);
+    if (connected_ || link_->present() == link_state::dead) return;
+    connected_ = true;
+  }
+  post_event(&nexel_connection_subscriber::connection_established_event);
+}
+
+void in_process_core::disconnect() {
+  std::vector<std::string> ended;
+  {
+    std::lock_guard lock(mutex_);
+    was_hung_ = false;
+    if (!std::exchange(connected_, false)) return;
+    ended = subscriptions_.known_paths();
+    subscriptions_.lost(-107, not_connected(link_->address, {}).message);
+  }
+  unsubscribe(ended);
+  post_event(&nexel_connection_subscriber::connection_lost_event);
+}
+
+void in_process_core::refresh() {
+  connect();
+  std::vector<std::string> abandoned;
+  {
+    std::lock_guard lock(mutex_);
+    if (!connected_) return;
+    abandoned = subscriptions_.take_abandoned();
+  }
+  unsubscribe(abandoned);
+  subscribe_due();
+}
+
+void in_process_core::close() {
+  *open_ = false;
+  std::vector<std::string> ended;
+  {
+    std::lock_guard lock(mutex_);
+    ended = subscriptions_.known_paths();
+    subscriptions_.cancel();
+  }
+  unsubscribe(ended);
+}
+
+void in_process_core::post_event(void (nexel_connection_subscriber::*event)(const std::string&)) {
+  network_->post([event, name = name_, to = connection_subscriber_, open = open_] {
+    auto subscriber = to.lock();
+    if (subscriber && *open) (subscriber.get()->*event)(name);
+  });
+}
+
+}  // namespace nx

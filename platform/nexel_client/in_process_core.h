@@ -1,0 +1,75 @@
+// One client of the in-process transport. Calls run on the caller's thread; events on the thread
+// that publishes, which holds its node's mutex: they are handed to subscribers and nothing else is
+// called from there.
+#pragma once
+
+#include <rapidjson/document.h>
+
+#include <mutex>
+
+#include "platform/nexel_client/answer_watch.h"
+#include "platform/nexel_client/client_core.h"
+#include "platform/nexel_client/in_process_network.h"
+#include "platform/nexel_client/subscription_table.h"
+
+namespace nx {
+
+class in_process_session;
+
+class in_process_core : public client_core, public std::enable_shared_from_this<in_process_core> {
+ public:
+  static std::shared_ptr<in_process_core> create(
+      std::shared_ptr<in_process_network::impl> network, const std::string& address,
+      std::string name, std::weak_ptr<nexel_connection_subscriber> connection_subscriber);
+
+  void call(const nexel_request& request) override;
+  void subscribe(std::shared_ptr<nexel_subscriber> subscriber) override;
+  bool on_io_thread() const override { return false; }
+  void close() override;
+
+  bool uses(const in_process_link& link) const { return &link == link_.get(); }
+  /// The link is another than it was: ends the subscriptions of one that died.
+  void link_changed();
+  /// Takes up a link that came back, and asks for the subscriptions that are due.
+  void refresh();
+
+  void receive(const std::string& event_line);
+  void subscription_ended(const std::string& path, const std::string& reason);
+
+ private:
+  using time_point = std::chrono::steady_clock::time_point;
+
+  in_process_core(std::shared_ptr<in_process_network::impl> network, const std::string& address,
+                  std::string name,
+                  std::weak_ptr<nexel_connection_subscriber> connection_subscriber);
+
+  void call_object(nexel_object& object);
+  void wait_in_vain();
+  time_point now() const;  ///< never while the mutex is held: the clock is the test's
+  void connect();
+  void disconnect();
+  void subscribe_due();
+  void subscribe_path(const std::string& path);
+  void subscribe_node(const std::string& path,
+                      std::unique_lock<std::recursive_mutex>& session_lock);
+  void unsubscribe(const std::vector<std::string>& paths);
+  void post_event(void (nexel_connection_subscriber::*event)(const std::string&));
+
+  const std::shared_ptr<in_process_network::impl> network_;
+  const std::shared_ptr<in_process_link> link_;
+  const std::string name_;
+  const std::weak_ptr<nexel_connection_subscriber> connection_subscriber_;
+  const std::shared_ptr<std::atomic<bool>> open_ = std::make_shared<std::atomic<bool>>(true);
+  std::shared_ptr<in_process_session> session_;
+
+  // Taken below a publishing node's mutex: no node is called while it is held.
+  std::mutex mutex_;
+  subscription_table subscriptions_;
+  answer_watch watch_;
+  bool connected_ = false;
+  bool was_hung_ = false;
+  bool holding_events_ = false;
+  std::vector<json_document> held_events_;
+};
+
+}  // namespace nx

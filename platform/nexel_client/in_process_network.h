@@ -1,0 +1,53 @@
+// The inside of the in-process transport: the links by address and the clients that use them.
+#pragma once
+
+#include <atomic>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+#include "platform/nexel_client/in_process.h"
+#include "platform/nexel_client/nexel_subscriber.h"
+
+namespace nx {
+
+class in_process_core;
+
+/// Where an address leads. Without a tree it is dead, whatever its state.
+struct in_process_link {
+  std::string address;
+  std::atomic<nx_db*> db{nullptr};
+  std::atomic<link_state> state{link_state::up};
+
+  link_state present() const { return db.load() ? state.load() : link_state::dead; }
+};
+
+struct in_process_network::impl {
+  using time_point = std::chrono::steady_clock::time_point;
+
+  std::shared_ptr<in_process_link> link(const std::string& address);
+  /// Changes the link, then lets its clients see it.
+  void change(const std::string& address, const std::function<void(in_process_link&)>& change);
+  std::vector<std::shared_ptr<in_process_core>> live_clients();
+  std::optional<time_point> clock_now();
+  void spend(std::chrono::milliseconds time);
+  void post(std::function<void()> event);
+  void deliver();
+  std::function<void()> next_event();
+
+  std::atomic<bool> delivering{false};
+
+  std::mutex mutex;  // of the members below; nobody is called while it is held
+  std::map<std::string, std::shared_ptr<in_process_link>> links;
+  std::vector<std::weak_ptr<in_process_core>> clients;
+  std::deque<std::function<void()>> events;
+  std::function<void(std::chrono::milliseconds)> wait;
+  std::function<time_point()> now;
+};
+
+/// The network that takes the place of sockets; null when there is none.
+std::shared_ptr<in_process_network::impl> installed_network();
+
+}  // namespace nx

@@ -1,0 +1,94 @@
+#include "platform/nexel_client/nexel_client.h"
+
+#include <cassert>
+
+void nexel_client_api::send(const std::shared_ptr<nexel_request>& request) {
+  assert(!on_io_thread() && "a blocking call on the thread that resolves it");
+  server_call(request);
+}
+
+template <class T>
+T nexel_client_api::get(const std::string& path) {
+  auto request = std::make_shared<nexel_read_request>();
+  auto object = std::make_shared<nexel_read_object<T>>(path);
+  auto answer = object->get_future();
+  request->add_object(std::move(object));
+  send(request);
+  return answer.get();
+}
+
+template <class T>
+T nexel_client_api::get_or(const std::string& path, const T& default_value) {
+  auto request = std::make_shared<nexel_read_request>();
+  auto object = std::make_shared<nexel_read_default_object<T>>(path, default_value);
+  auto answer = object->get_future();
+  request->add_object(std::move(object));
+  send(request);
+  return answer.get();
+}
+
+namespace {
+
+template <class R, class T>
+std::pair<std::shared_ptr<nexel_request>, std::future<R>> write_request(const std::string& path,
+                                                                        const T& value) {
+  auto request = std::make_shared<nexel_write_request>();
+  auto response = std::make_shared<nexel_write_response<R>>();
+  request->add_object(std::make_shared<nexel_write_object<T, R>>(path, value, response));
+  return {std::move(request), response->get_future()};
+}
+
+}  // namespace
+
+template <class R>
+R nexel_client_api::set(const std::string& path, bool value) {
+  auto [request, answer] = write_request<R, bool>(path, value);
+  send(request);
+  return answer.get();
+}
+
+template <class R>
+R nexel_client_api::set(const std::string& path, float value) {
+  auto [request, answer] = write_request<R, float>(path, value);
+  send(request);
+  return answer.get();
+}
+
+template <class R>
+R nexel_client_api::set(const std::string& path, int value) {
+  auto [request, answer] = write_request<R, int>(path, value);
+  send(request);
+  return answer.get();
+}
+
+template <class R>
+R nexel_client_api::set(const std::string& path, const std::string& value) {
+  auto [request, answer] = write_request<R, std::string>(path, value);
+  send(request);
+  return answer.get();
+}
+
+template <class R>
+R nexel_client_api::set(const std::string& path, const char* value) {
+  auto [request, answer] = write_request<R, const char>(path, *value);
+  send(request);
+  return answer.get();
+}
+
+template bool nexel_client_api::get(const std::string&);
+template float nexel_client_api::get(const std::string&);
+template int nexel_client_api::get(const std::string&);
+template unsigned int nexel_client_api::get(const std::string&);
+template std::string nexel_client_api::get(const std::string&);
+template std::string nexel_client_api::get_or(const std::string&, const std::string&);
+
+#define INSTANTIATE_SETS_ANSWERING(R)                                       \
+  template R nexel_client_api::set(const std::string&, bool);               \
+  template R nexel_client_api::set(const std::string&, float);              \
+  template R nexel_client_api::set(const std::string&, int);                \
+  template R nexel_client_api::set(const std::string&, const std::string&); \
+  template R nexel_client_api::set(const std::string&, const char*);
+INSTANTIATE_SETS_ANSWERING(void)
+INSTANTIATE_SETS_ANSWERING(bool)
+INSTANTIATE_SETS_ANSWERING(int)
+#undef INSTANTIATE_SETS_ANSWERING

@@ -1,0 +1,47 @@
+// When to try a connection again. Plain arithmetic, its owner's thread; time is handed in.
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <random>
+
+namespace nx {
+
+class reconnect_pace {
+ public:
+  using time_point = std::chrono::steady_clock::time_point;
+  using milliseconds = std::chrono::milliseconds;
+  static constexpr milliseconds shortest_pause{100};
+  static constexpr milliseconds longest_pause{5000};
+  /// Attempts that calls ask for are at least this far apart.
+  static constexpr milliseconds attempt_spacing{100};
+
+  /// The same seed gives the same pauses.
+  explicit reconnect_pace(unsigned seed) : random_(seed) {}
+
+  void attempt_started(time_point now) { last_attempt_ = now; }
+
+  /// Time of the attempt that a call in the pause starts.
+  time_point on_demand(time_point now) const {
+    return std::max(now, last_attempt_ + attempt_spacing);
+  }
+
+  /// The pause after a failure; each is twice as long as the one before. Up to a fifth is taken off
+  /// at random, so that the clients of a nexel that restarts do not come back in step.
+  milliseconds next_pause() {
+    std::uniform_int_distribution<long> part(0, pause_.count() / 5);
+    const milliseconds pause = pause_ - milliseconds(part(random_));
+    pause_ = std::min(2 * pause_, longest_pause);
+    return pause;
+  }
+
+  /// The nexel has answered something: a connection that is merely accepted proves nothing.
+  void reset() { pause_ = shortest_pause; }
+
+ private:
+  milliseconds pause_ = shortest_pause;
+  time_point last_attempt_{};
+  std::minstd_rand random_;
+};
+
+}  // namespace nx

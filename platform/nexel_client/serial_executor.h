@@ -1,0 +1,35 @@
+// Runs connection events one after the other, for all clients of the process, on a thread of its
+// own that lives while there is work: their receivers may block on a lock that is held across a
+// call, which the I/O thread must never do.
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+
+namespace nx {
+
+class serial_executor : public std::enable_shared_from_this<serial_executor> {
+ public:
+  static std::shared_ptr<serial_executor> process_wide();
+
+  /// From any thread. What a task throws is logged.
+  void post(std::function<void()> task);
+
+  /// Drops the tasks that wait and takes no more. Waits a moment for the one that runs, so that it
+  /// does not outlive what it uses at the end of the process.
+  void finish();
+
+ private:
+  void run();
+
+  std::mutex mutex_;
+  std::condition_variable idle_;
+  std::deque<std::function<void()>> tasks_;
+  bool running_ = false;
+  bool finished_ = false;
+};
+
+}  // namespace nx

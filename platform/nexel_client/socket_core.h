@@ -1,0 +1,108 @@
+// A client over a socket. Its state lives on a strand of the I/O thread; calls come from any thread
+// through an inbox, so that what many threads ask for at the same time goes out in one write.
+#pragma once
+
+#include <atomic>
+#include <boost/asio/steady_timer.hpp>
+#include <mutex>
+#include <vector>
+
+#include "platform/nexel_client/answer_watch.h"
+#include "platform/nexel_client/call_table.h"
+#include "platform/nexel_client/client_core.h"
+#include "platform/nexel_client/line_stream.h"
+#include "platform/nexel_client/nexel_address.h"
+#include "platform/nexel_client/reconnect_pace.h"
+#include "platform/nexel_client/serial_executor.h"
+#include "platform/nexel_client/subscription_table.h"
+
+namespace nx {
+
+class socket_core : public client_core,
+                    public line_stream::owner,
+                    public std::enable_shared_from_this<socket_core> {
+ public:
+  static std::shared_ptr<socket_core> create(
+      boost::asio::io_context& io, nexel_address address, std::string name,
+      std::weak_ptr<nexel_connection_subscriber> connection_subscriber);
+  ~socket_core() override;
+
+  void call(const nexel_request& request) override;
+  void subscribe(std::shared_ptr<nexel_subscriber> subscriber) override;
+  bool on_io_thread() const override;
+  void close() override;
+
+ private:
+  using time_point = std::chrono::steady_clock::time_point;
+  enum class phase { pausing, connecting, connected, closed };
+
+  /// A request as its caller wrote it; the path and the value may be gone when it is sent.
+  struct outgoing {
+    std::shared_ptr<nexel_object> object;
+    std::string path;
+    std::string params;
+  };
+
+  socket_core(boost::asio::io_context& io, nexel_address address, std::string name,
+              std::weak_ptr<nexel_connection_subscriber> connection_subscriber);
+
+  void put_into_inbox(std::vector<outgoing> calls, std::shared_ptr<nexel_subscriber> subscriber);
+  void drain_inbox();
+
+  void start(outgoing call);
+  void answer(const json_value& message);
+  void watch_deadline();
+  void expire_calls();
+
+  void attempt();
+  void attempt_failed(const std::string& reason);
+  void attempt_soon();
+  void pause();
+  void arm_phase_timer(time_point due);
+  void phase_timer_fired();
+  void lost(const std::string& reason);
+  void shut_down();
+
+  void subscribe_due();
+  void watch_subscriptions();
+  void tend_subscriptions();
+
+  void stream_opened() override;
+  void line_received(std::string_view line) override;
+  void stream_ended(const std::string& reason) override;
+
+  nx_client_exception not_connected(const std::string& path) const;
+  std::string no_answer_text() const;
+  void post_event(void (nexel_connection_subscriber::*event)(const std::string&));
+
+  // Set once.
+  boost::asio::io_context& io_;
+  const io_strand strand_;
+  const nexel_address address_;
+  const std::string name_;
+  const std::weak_ptr<nexel_connection_subscriber> connection_subscriber_;
+  const std::shared_ptr<serial_executor> events_ = serial_executor::process_wide();
+  const std::shared_ptr<std::atomic<bool>> open_ = std::make_shared<std::atomic<bool>>(true);
+
+  std::mutex inbox_mutex_;
+  std::vector<outgoing> inbox_;
+  std::vector<std::shared_ptr<nexel_subscriber>> new_subscribers_;
+
+  // On the strand.
+  phase phase_ = phase::pausing;
+  std::shared_ptr<line_stream> stream_;
+  std::vector<outgoing> waiting_;  // for the outcome of the attempt
+  call_table calls_;
+  answer_watch watch_;
+  subscription_table subscriptions_;
+  reconnect_pace pace_;
+  bool outage_logged_ = false;
+  boost::asio::steady_timer phase_timer_;
+  time_point phase_due_{};
+  boost::asio::steady_timer deadline_timer_;
+  bool watching_deadline_ = false;
+  boost::asio::steady_timer subscriptions_timer_;
+  bool watching_subscriptions_ = false;
+};
+
+}  // namespace nx

@@ -1,0 +1,63 @@
+// The subscriptions of one client, by path: who is to be told, and what to ask of the nexel next.
+// Makes no calls of its own, so both transports use it. Not thread-safe: its owner keeps it on one
+// thread or behind a lock, and receivers only store.
+#pragma once
+
+#include <chrono>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/nexel_client/nexel_subscriber.h"
+
+namespace nx {
+
+class subscription_table {
+ public:
+  using time_point = std::chrono::steady_clock::time_point;
+
+  /// Subscribes anew even where the path has a subscription: the newcomer gets the present value,
+  /// and a nexel that forgot its clients is reminded.
+  void add(const std::shared_ptr<nexel_subscriber>& subscriber);
+
+  /// Paths to ask for now; they count as asked from here on.
+  std::vector<std::string> take_due(time_point now);
+  /// Paths whose subscribers have all died; they are forgotten.
+  std::vector<std::string> take_abandoned();
+  bool empty() const { return entries_.empty(); }
+
+  void confirmed(const std::string& path);
+  /// One exception event; due again at `retry`.
+  void refused(const std::string& path, const nx_client_exception& error, time_point retry);
+  /// The connection is gone: one exception event for each live subscriber, and all paths are due.
+  void lost(std::int32_t code, const std::string& message);
+  /// All paths are due, for a nexel whose events may have been missed.
+  void renew();
+  /// Forgets all; no events from here on.
+  void cancel();
+
+  /// An "event" or "ended" message of the protocol; anything else is left alone.
+  void receive(const nx::json_value& message);
+  void ended(const std::string& path, const std::string& reason);
+
+  /// Paths that the nexel may send events of.
+  std::vector<std::string> known_paths() const;
+
+ private:
+  enum class phase { due, asked, active };
+  struct entry {
+    std::vector<std::weak_ptr<nexel_subscriber>> subscribers;
+    phase now = phase::due;
+    time_point retry{};
+    bool known = false;  // asked for on this connection, so the nexel may send events
+    bool fault_logged = false;
+  };
+
+  template <class Event>
+  void tell(const std::string& path, entry& of, Event event);
+
+  std::map<std::string, entry> entries_;
+};
+
+}  // namespace nx
