@@ -8,8 +8,8 @@
 #include <tuple>
 #include <utility>
 
+#include "api/failure.h"
 #include "api/member_pointer.h"
-#include "api/owner_gone.h"
 
 namespace nx::api {
 

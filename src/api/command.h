@@ -7,8 +7,8 @@
 #include <string>
 
 #include "api/attach.h"
+#include "api/failure.h"
 #include "api/member_pointer.h"
-#include "api/owner_gone.h"
 #include "platform/value_tree/nx_db_node.h"
 
 namespace nx::api {

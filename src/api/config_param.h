@@ -12,8 +12,8 @@
 
 #include "api/attach.h"
 #include "api/config_value.h"
+#include "api/failure.h"
 #include "api/member_pointer.h"
-#include "api/owner_gone.h"
 
 namespace nx::api {
 

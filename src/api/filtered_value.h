@@ -12,20 +12,11 @@
 #include <string>
 #include <variant>
 
+#include "api/failure.h"
 #include "api/hysteresis.h"
 #include "platform/value_tree/nx_db_node.h"
 
 namespace nx::api {
-
-/// The initial function of every factory: throws nx_error -61 "Value has not been set".
-[[noreturn]] void throw_not_set();
-template <class T>
-T throw_not_set_as() {
-  throw_not_set();
-}
-
-/// The exception in flight as the error that a value holds. Call it inside a catch block.
-nx_error current_failure();
 
 template <class T>
 class filtered_value : public nx_db_event_node {
@@ -72,6 +63,9 @@ class filtered_value : public nx_db_event_node {
 /// T: float, std::string, int, bool, unsigned int or a JSON document.
 template <class T>
 class polled_value_base : public filtered_value<T> {
+ public:
+  ~polled_value_base() override;
+
  protected:
   explicit polled_value_base(const std::string& name);
   typename filtered_value<T>::result_t next_result(

@@ -47,14 +47,13 @@ class hysteresis_filtered_value<pushed_volatile_value_impl<T>> final
                                                            double immediate_limit,
                                                            double delayed_limit) {
     return create_node<hysteresis_filtered_value>(
-        db, path, throw_not_set_as<T>,
+        db, path, not_set<T>,
         hysteresis<T>::limits(static_cast<T>(immediate_limit), static_cast<T>(delayed_limit)));
   }
 
   /// Every difference goes out.
   static std::shared_ptr<hysteresis_filtered_value> create(nx_db& db, const std::string& path) {
-    return create_node<hysteresis_filtered_value>(db, path, throw_not_set_as<T>,
-                                                  hysteresis<T>::equal());
+    return create_node<hysteresis_filtered_value>(db, path, not_set<T>, hysteresis<T>::equal());
   }
 };
 

@@ -1,0 +1,23 @@
+// The failures that nodes answer with or hold.
+#pragma once
+
+#include "platform/wire/nx_error.h"
+
+namespace nx::api {
+
+/// Throws nx_error -2 "Object has been removed": the node has outlived its owner.
+[[noreturn]] void throw_owner_gone();
+
+/// Throws nx_error -61 "Value has not been set": what a new measured value begins with.
+[[noreturn]] void throw_not_set();
+
+/// The same as the initial function of a value.
+template <class T>
+T not_set() {
+  throw_not_set();
+}
+
+/// The exception in flight as the error that a value holds. Call it inside a catch block.
+nx_error current_failure();
+
+}  // namespace nx::api
