@@ -44,6 +44,10 @@ class _subscriber {
   bool is_operational();
 
  private:
+  template <class T>
+  auto make_subscription(nexel_client_api& client, const std::string& path);
+  template <class T>
+  void wait_for_value(const std::string& path);
   void _cleanup();
 
   template <class T>

@@ -1,0 +1,115 @@
+#include "device/hardware/selka_ocm.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+#include "device/hardware/channel_command.h"
+#include "device/hardware/refusals.h"
+#include "helpers/logger.h"
+#include "platform/nexel_client/nexel_client.h"
+
+namespace device::hardware {
+
+selka_ocm::selka_ocm(std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path,
+                     unsigned port)
+    : client_(make_client(std::move(io), socket_path)),
+      subscriber_(std::make_shared<subscriber>()),
+      port_(port) {}
+
+std::string selka_ocm::channel_path(unsigned channel, const char* name) const {
+  return fmt::format("data/port/{}/channel/{}/{}", port_, channel, name);
+}
+
+bool selka_ocm::is_operational() {
+  check_plan_ = !check_plan_;
+  return !check_plan_ || is_channel_plan_loaded();
+}
+
+bool selka_ocm::has_subscriber() {
+  return true;
+}
+
+std::optional<std::shared_ptr<subscriber>> selka_ocm::get_subscriber() {
+  return subscriber_;
+}
+
+void selka_ocm::subscribe_channel(unsigned channel) {
+  subscriber_->subscribe<bool>(client_, channel_path(channel, "peak"));
+  subscriber_->subscribe<float>(client_, channel_path(channel, "power"));
+}
+
+void selka_ocm::unsubscribe_channel(unsigned channel) {
+  subscriber_->unsubscribe(channel_path(channel, "peak"));
+  subscriber_->unsubscribe(channel_path(channel, "power"));
+}
+
+void selka_ocm::subscribe() {}
+
+void selka_ocm::unsubscribe() {}
+
+unsigned selka_ocm::get_channel_subscribe_count() {
+  return 0;
+}
+
+bool selka_ocm::has_channel(unsigned channel) {
+  try {
+    client_->get<bool>(channel_path(channel, "peak"));
+    return true;
+  } catch (...) {
+    return false;
+  }
+}
+
+float selka_ocm::get_total_power() {
+  return client_->get<float>(fmt::format("data/port/{}/totalPower", port_));
+}
+
+float selka_ocm::get_channel_power(unsigned channel) {
+  return subscriber_->get<float>(channel_path(channel, "power"));
+}
+
+bool selka_ocm::is_channel_detected(unsigned channel) {
+  return subscriber_->get<bool>(channel_path(channel, "peak"));
+}
+
+float selka_ocm::get_channel_detect_level(unsigned) {
+  throw_not_implemented();
+}
+
+void selka_ocm::set_channel_detect_level(float) {
+  throw_not_implemented();
+}
+
+void selka_ocm::add_channel(unsigned center, unsigned width) {
+  const auto request = channel_request(center, width);
+  LUMORA_LOG(2, "Adding OCM channel at {} with width {} on module {}. Request: {}.", center, width,
+             port_, request);
+  run_channel_command(*client_, fmt::format("command/port/{}/system/createChannel", port_), request,
+                      "Failed to add OCM channel.");
+}
+
+void selka_ocm::remove_channel(unsigned center) {
+  const auto request = channel_request(center);
+  LUMORA_LOG(2, "Removing OCM channel {} on module {}. Request: {}.", center, port_, request);
+  run_channel_command(*client_, fmt::format("command/port/{}/system/deleteChannel", port_), request,
+                      "Failed to remove WSS channel.");
+}
+
+void selka_ocm::create_channel_plan(const std::string& json) {
+  LUMORA_LOG(2, "Creating OCM port {} channel plan from {}.", port_, json);
+  run_channel_command(*client_, fmt::format("command/port/{}/system/createChannelPlan", port_),
+                      json, "Failed to create OCM channel plan.");
+}
+
+void selka_ocm::remove_all_channels() {
+  LUMORA_LOG(2, "Removing all OCM port {} channels.", port_);
+  run_channel_command(*client_, fmt::format("command/port/{}/system/deleteChannelPlan", port_),
+                      true, "Failed to remove all OCM channels.");
+}
+
+bool selka_ocm::is_channel_plan_loaded() {
+  return client_->get<bool>(fmt::format("data/port/{}/channelPlanLoaded", port_));
+}
+
+}  // namespace device::hardware

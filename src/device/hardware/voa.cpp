@@ -1,0 +1,47 @@
+#include "device/hardware/voa.h"
+
+#include <utility>
+
+#include "helpers/guard.h"
+#include "helpers/logger.h"
+#include "platform/nexel_client/nexel_client.h"
+
+namespace device::hardware {
+
+voa::voa(std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path)
+    : without_subscriptions("voa"), client_(make_client(std::move(io), socket_path)) {}
+
+bool voa::is_operational() {
+  return client_->get<std::string>("data/operStatus") == "up";
+}
+
+void voa::set_attenuation(float attenuation) {
+  LUMORA_LOG(1, "VOA: set attenuation = {}", attenuation);
+  const auto write = [&] { client_->set<void>("config/attenuation", attenuation); };
+  try {
+    write();
+    return;
+  } catch (...) {
+    helpers::log_current_exception(helpers::after_logging::throws_on);
+  }
+  LUMORA_LOG(2, "VOA device rejected the first attenuation setting, retrying.");
+  helpers::guarded(write);
+}
+
+float voa::get_attenuation() {
+  return client_->get<float>("data/attenuation");
+}
+
+float voa::get_min_attenuation() {
+  return 0.0f;
+}
+
+float voa::get_max_attenuation() {
+  return 25.0f;
+}
+
+float voa::get_insertion_loss() {
+  return client_->get<float>("data/insertionLoss");
+}
+
+}  // namespace device::hardware

@@ -1,0 +1,43 @@
+#include "device/nexel_value_subscriber.h"
+
+#include <utility>
+
+#include "device/path_event.h"
+#include "platform/wire/json_conversion.h"
+
+namespace device {
+
+template <class T>
+nexel_value_subscriber<T>::nexel_value_subscriber(const std::string& path,
+                                                  std::weak_ptr<path_event> event,
+                                                  std::function<void(T)> store)
+    : nexel_subscriber(path), event_(std::move(event)), store_(std::move(store)) {}
+
+template <class T>
+nexel_value_subscriber<T>::~nexel_value_subscriber() = default;
+
+template <class T>
+void nexel_value_subscriber<T>::send_changed_value_event(std::string_view path,
+                                                         const nx::json_value& value) {
+  if (const auto event = event_.lock()) {
+    event->on_value_changed<T>(path, store_, nx::from_json<T>(value));
+  }
+}
+
+template <class T>
+void nexel_value_subscriber<T>::send_exception_event(std::string_view path,
+                                                     const nx_client_exception& error) {
+  if (const auto event = event_.lock()) event->on_exception_received<T>(path, store_, error);
+}
+
+template <class T>
+void nexel_value_subscriber<T>::send_subscription_ended_event(std::string_view path,
+                                                              subscription_ended_rc rc) {
+  if (const auto event = event_.lock()) event->on_variable_removed<T>(path, store_, rc);
+}
+
+template class nexel_value_subscriber<bool>;
+template class nexel_value_subscriber<float>;
+template class nexel_value_subscriber<std::string>;
+
+}  // namespace device

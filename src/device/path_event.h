@@ -1,0 +1,51 @@
+// The state of one subscribed path. The client library's I/O thread reports to it, the loops ask
+// it.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "platform/nexel_client/nexel_subscriber.h"
+
+namespace device {
+
+class path_event {
+ public:
+  explicit path_event(std::string path);
+  ~path_event();
+  path_event(const path_event&) = delete;
+  path_event& operator=(const path_event&) = delete;
+
+  /// T: bool, float, std::string. `store` takes the value.
+  template <class T>
+  void on_value_changed(std::string_view path, const std::function<void(T)>& store, T value);
+  template <class T>
+  void on_exception_received(std::string_view path, const std::function<void(T)>& store,
+                             const nx_client_exception& exception);
+  template <class T>
+  void on_variable_removed(std::string_view path, const std::function<void(T)>& store,
+                           subscription_ended_rc reason);
+
+  /// False from the first failure on, for good: only a new subscription repairs a path. Marks a
+  /// path that fails again and again as removed.
+  bool is_operational();
+  bool is_removed() const { return removed_; }
+  std::uint32_t get_exception_count() const { return exception_count_; }
+  /// Steady time of the last value, zero before the first.
+  std::chrono::steady_clock::time_point get_last_update() const { return last_update_; }
+
+  /// Failures in a row, without a value between them, that a subscription survives.
+  static constexpr std::uint32_t exception_limit = 10;
+
+ private:
+  const std::string path_;
+  std::atomic<std::chrono::steady_clock::time_point> last_update_{};
+  std::atomic<bool> operational_{true};
+  std::atomic<bool> removed_{false};
+  std::atomic<std::uint32_t> exception_count_{0};
+};
+
+}  // namespace device

@@ -1,0 +1,163 @@
+#include "device/subscriber.h"
+
+#include <fmt/format.h>
+
+#include <chrono>
+#include <map>
+#include <optional>
+#include <shared_mutex>
+#include <utility>
+#include <vector>
+
+#include "device/nexel_value_subscriber.h"
+#include "device/path_event.h"
+#include "helpers/logger.h"
+#include "helpers/waiting.h"
+#include "platform/nexel_client/nexel_client.h"
+#include "platform/wire/nx_error.h"
+
+namespace device {
+namespace {
+
+constexpr std::chrono::microseconds try_interval{1};
+constexpr unsigned try_limit = 1'000'000;
+
+}  // namespace
+
+/// The newest values of a type by path. Subscriptions share it, so that a value which arrives while
+/// the subscriber is destroyed still has a place to go.
+template <class T>
+class value_table {
+ public:
+  void store(const std::string& path, T value) {
+    const std::lock_guard lock(mutex_);
+    values_.insert_or_assign(path, std::move(value));
+  }
+
+  std::optional<T> find(const std::string& path) const {
+    const std::shared_lock lock(mutex_);
+    const auto found = values_.find(path);
+    return found == values_.end() ? std::nullopt : std::optional<T>(found->second);
+  }
+
+ private:
+  mutable std::shared_mutex mutex_;  // nothing is taken under it
+  std::map<std::string, T> values_;
+};
+
+template <class T>
+struct subscription_table {
+  using subscription =
+      std::pair<std::shared_ptr<path_event>, std::shared_ptr<nexel_value_subscriber<T>>>;
+
+  std::map<std::string, subscription> subscriptions;
+  std::shared_ptr<value_table<T>> values = std::make_shared<value_table<T>>();
+};
+
+template <class... Types>
+_subscriber<Types...>::_subscriber() : tables_(std::make_shared<subscription_table<Types>>()...) {}
+
+template <class... Types>
+_subscriber<Types...>::~_subscriber() = default;
+
+template <class... Types>
+template <class T>
+void _subscriber<Types...>::subscribe(std::shared_ptr<nexel_client_api> client,
+                                      const std::string& path) {
+  auto& table = *std::get<table_ptr<T>>(tables_);
+  {
+    const std::lock_guard lock(mutex_);
+    const auto found = table.subscriptions.find(path);
+    if (found == table.subscriptions.end() || !found->second.first->is_operational()) {
+      table.subscriptions.erase(path);
+      table.subscriptions.emplace(path, make_subscription<T>(*client, path));
+    }
+  }
+  LUMORA_LOG(1, "Subscribing to path: {}", path);
+  wait_for_value<T>(path);
+}
+
+template <class... Types>
+template <class T>
+auto _subscriber<Types...>::make_subscription(nexel_client_api& client, const std::string& path) {
+  auto event = std::make_shared<path_event>(path);
+  auto values = std::get<table_ptr<T>>(tables_)->values;
+  auto callback = std::make_shared<nexel_value_subscriber<T>>(
+      path, event, [values, path](T value) { values->store(path, std::move(value)); });
+  client.add_subscriber(callback);
+  return std::make_pair(std::move(event), std::move(callback));
+}
+
+template <class... Types>
+template <class T>
+void _subscriber<Types...>::wait_for_value(const std::string& path) {
+  const auto& values = *std::get<table_ptr<T>>(tables_)->values;
+  for (unsigned tries = 1; tries <= try_limit; ++tries) {
+    if (!helpers::waiting::instance().sleep(try_interval)) break;
+    if (!values.find(path)) continue;
+    LUMORA_LOG(1, "Subscription to path {} finished in ~{} µs", path, tries);
+    return;
+  }
+  throw nx_error(-22, fmt::format("Failed to subscribe to path: {}", path));
+}
+
+template <class... Types>
+template <class T>
+T _subscriber<Types...>::get(const std::string& path) const {
+  auto value = std::get<table_ptr<T>>(tables_)->values->find(path);
+  if (!value) throw nx_error(-22, fmt::format("No value for path: {}", path));
+  return *std::move(value);
+}
+
+template <class... Types>
+void _subscriber<Types...>::unsubscribe(const std::string& path) {
+  LUMORA_LOG(2, "Unsubscribing from path: {}", path);
+  const std::lock_guard lock(mutex_);
+  std::apply([&](auto&... tables) { (tables->subscriptions.erase(path), ...); }, tables_);
+}
+
+template <class... Types>
+void _subscriber<Types...>::reset() {
+  LUMORA_LOG(2, "Resetting subscriber.");
+  const std::lock_guard lock(mutex_);
+  std::apply([](auto&... tables) { (tables->subscriptions.clear(), ...); }, tables_);
+}
+
+template <class... Types>
+void _subscriber<Types...>::_cleanup() {
+  const auto clean = [](auto& table) {
+    std::erase_if(table.subscriptions, [](const auto& entry) {
+      if (!entry.second.first->is_removed()) return false;
+      LUMORA_LOG(2, "Removing dead path: {}", entry.first);
+      return true;
+    });
+  };
+  std::apply([&](auto&... tables) { (clean(*tables), ...); }, tables_);
+}
+
+template <class... Types>
+bool _subscriber<Types...>::is_operational() {
+  const auto all_operational = [](auto& table) {
+    for (const auto& [path, entry] : table.subscriptions) {
+      if (!entry.first->is_operational()) return false;
+    }
+    return true;
+  };
+  const std::lock_guard lock(mutex_);
+  _cleanup();
+  return std::apply([&](auto&... tables) { return (all_operational(*tables) && ...); }, tables_);
+}
+
+template class _subscriber<float, std::string, bool, int, unsigned int>;
+
+template void subscriber::subscribe<bool>(std::shared_ptr<nexel_client_api>, const std::string&);
+template void subscriber::subscribe<float>(std::shared_ptr<nexel_client_api>, const std::string&);
+template void subscriber::subscribe<std::string>(std::shared_ptr<nexel_client_api>,
+                                                 const std::string&);
+template bool subscriber::get<bool>(const std::string&) const;
+template float subscriber::get<float>(const std::string&) const;
+template int subscriber::get<int>(const std::string&) const;
+template unsigned int subscriber::get<unsigned int>(const std::string&) const;
+template std::string subscriber::get<std::string>(const std::string&) const;
+
+}  // namespace device
