@@ -1,0 +1,185 @@
+#include "base/manager/led_test.h"
+
+#include <fmt/format.h>
+
+#include "base/manager/leds.h"
+#include "device/interfaces/led.h"
+#include "helpers/logger.h"
+#include "helpers/waiting.h"
+#include "platform/nexel_client/nx_client_exception.h"
+
+namespace manager {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto test_duration = 60s;
+constexpr auto not_ready_pause = 1s;
+constexpr const char* not_up_in_a_sweep = "led selka nx not up yet";
+
+bool is_odd(unsigned number) {
+  return number % 2 == 1;
+}
+
+}  // namespace
+
+std::chrono::microseconds led_test_delay(unsigned pair_count) {
+  constexpr unsigned sweep_us = 1700000;
+  return std::chrono::microseconds(sweep_us / (2 * pair_count));
+}
+
+led_test::led_test(device::interfaces::led& device, const led_test_plan& plan,
+                   std::function<bool()> is_stopping,
+                   std::function<bool(std::chrono::nanoseconds)> pause)
+    : device_(device),
+      plan_(plan),
+      is_stopping_(std::move(is_stopping)),
+      pause_(std::move(pause)),
+      delay_(led_test_delay(plan.pair_count)),
+      colour_(leds::led_status_green) {}
+
+bool led_test::run() {
+  wait_for_device();
+  const auto start = helpers::waiting::instance().steady_now();
+  LUMORA_LOG(2, "Led test started");
+  while (!is_stopping_()) {
+    const auto elapsed = helpers::waiting::instance().steady_now() - start;
+    if (colour_ == leds::led_status_green && elapsed >= test_duration) return true;
+    if (plan_.waits_for_device && !device_.is_operational()) {
+      LUMORA_LOG_DIRECT(7, "boot_thread_function", not_up_in_a_sweep);
+      pause_(not_ready_pause);
+      continue;
+    }
+    sweep();
+    next_colour();
+  }
+  return false;
+}
+
+void led_test::wait_for_device() {
+  while (!is_stopping_() && !device_.is_operational()) {
+    pause_(not_ready_pause);
+    LUMORA_LOG_DIRECT(7, "boot_thread_function", plan_.not_up_yet);
+  }
+}
+
+void led_test::next_colour() {
+  if (colour_ == leds::led_status_green) {
+    colour_ = leds::led_status_yellow;
+  } else if (colour_ == leds::led_status_yellow) {
+    colour_ = leds::led_status_off;
+  } else {
+    colour_ = leds::led_status_green;
+  }
+}
+
+void led_test::sweep() {
+  has_written_ = false;
+  for (const auto& step : plan_.sweep)
+    sweep_step(step);
+  // A sweep in which every write failed at once must not spin.
+  if (!has_written_) pause_(delay_);
+}
+
+void led_test::sweep_step(const led_test_step& step) {
+  switch (step.what) {
+    case led_test_step::kind::line:
+      return write_line_pair();
+    case led_test_step::kind::all_clients:
+      return sweep_clients();
+    case led_test_step::kind::all_xcs:
+      return sweep_xcs();
+    case led_test_step::kind::one_xc:
+      break;
+  }
+  try {
+    write_xc_pair(step.number);
+  } catch (...) {
+    LUMORA_LOG_DIRECT(7, "boot_thread_function", fmt::format("Missing led: XC{}", step.number));
+  }
+}
+
+void led_test::write_line_pair() {
+  try {
+    write_pair([this] { device_.set_line_tx_led(colour_); },
+               [this] { device_.set_line_rx_led(colour_); });
+  } catch (...) {
+    LUMORA_LOG_DIRECT(7, "boot_thread_function", "Missing led: Line Tx/Rx");
+  }
+}
+
+// Two rows of ports stand above each other in pairs: up along the one, back along the other.
+void led_test::sweep_clients() {
+  unsigned number = 1;
+  bool up = true;
+  while (!is_stopping_()) {
+    const bool exists = client_exists(number);
+    if (exists) write_client_pair(number);
+    if (exists && up) {
+      number += is_odd(number) ? 1 : 3;
+      continue;
+    }
+    if (!exists) {
+      if (!up) return;
+      number += 2;
+    }
+    if (number < 2) return;
+    up = false;
+    number -= is_odd(number) ? 3 : 1;
+  }
+}
+
+void led_test::sweep_xcs() {
+  const unsigned half = plan_.xc_count / 2;
+  const auto write = [this](unsigned number) {
+    try {
+      write_xc_pair(number);
+    } catch (const nx_client_exception& error) {
+      LUMORA_LOG_DIRECT(3, "boot_thread_function", "Failed to set XC leds: " + error.message);
+    }
+  };
+  for (unsigned number = 1; number <= half && !is_stopping_(); ++number)
+    write(number);
+  for (unsigned number = plan_.xc_count; number > half && !is_stopping_(); --number)
+    write(number);
+}
+
+// A read that fails ends the walk like the end of the panel: it could not end otherwise while the
+// device is away.
+bool led_test::client_exists(unsigned number) {
+  try {
+    return device_.get_client_rx_led_or_end(number) != "end";
+  } catch (const nx_client_exception& error) {
+    LUMORA_LOG_DIRECT(3, "boot_thread_function", "Failed to set client leds: " + error.message);
+    return false;
+  }
+}
+
+void led_test::write_client_pair(unsigned number) {
+  try {
+    write_pair([&] { device_.set_client_tx_led(number, colour_); },
+               [&] { device_.set_client_rx_led(number, colour_); });
+  } catch (const nx_client_exception& error) {
+    LUMORA_LOG_DIRECT(3, "boot_thread_function", "Failed to set client leds: " + error.message);
+  }
+}
+
+void led_test::write_xc_pair(unsigned number) {
+  write_pair([&] { device_.set_xc_tx_led(number, colour_); },
+             [&] { device_.set_xc_rx_led(number, colour_); });
+}
+
+void led_test::write_pair(const std::function<void()>& tx, const std::function<void()>& rx) {
+  tx();
+  take_turn();
+  rx();
+  take_turn();
+}
+
+void led_test::take_turn() {
+  has_written_ = true;
+  pause_(delay_);
+}
+
+}  // namespace manager

@@ -1,0 +1,72 @@
+// The LED test at a coldstart: sweeps the panel green, yellow and off for a minute, so that whoever
+// stands in front of the node sees each LED work. Runs on the LED thread and touches the device
+// alone. Numbers of ports count from 1.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace device::interfaces {
+class led;
+}
+
+namespace manager {
+
+/// One part of a sweep.
+struct led_test_step {
+  enum class kind {
+    line,
+    one_xc,       ///< the cross-connect port `number`
+    all_clients,  ///< as many as the panel has: 1, 2, 5, 6, ... and back through the others
+    all_xcs       ///< the first half upwards, then the second half from its end
+  };
+  kind what;
+  unsigned number = 0;
+};
+
+struct led_test_plan {
+  const char* not_up_yet;  ///< logged while the device is not ready for the test
+  bool waits_for_device;   ///< before each sweep
+  unsigned pair_count;     ///< LED pairs of the panel: the more, the shorter a write's turn
+  unsigned xc_count;
+  std::vector<led_test_step> sweep;
+};
+
+/// The turn of one write: a sweep of the whole panel takes 1.7 s.
+std::chrono::microseconds led_test_delay(unsigned pair_count);
+
+class led_test {
+ public:
+  led_test(device::interfaces::led& device, const led_test_plan& plan,
+           std::function<bool()> is_stopping, std::function<bool(std::chrono::nanoseconds)> pause);
+
+  /// False if it was stopped before its end. Throws what the readiness test and a refused write
+  /// throw.
+  bool run();
+
+ private:
+  void wait_for_device();
+  void sweep();
+  void sweep_step(const led_test_step& step);
+  void sweep_clients();
+  void sweep_xcs();
+  bool client_exists(unsigned number);
+  void write_client_pair(unsigned number);
+  void write_xc_pair(unsigned number);
+  void write_line_pair();
+  void write_pair(const std::function<void()>& tx, const std::function<void()>& rx);
+  void take_turn();
+  void next_colour();
+
+  device::interfaces::led& device_;
+  const led_test_plan& plan_;
+  std::function<bool()> is_stopping_;
+  std::function<bool(std::chrono::nanoseconds)> pause_;
+  std::chrono::microseconds delay_;
+  std::string colour_;
+  bool has_written_ = false;  // in this sweep
+};
+
+}  // namespace manager

@@ -1,0 +1,31 @@
+// The LEDs of selkamin: 40 pairs for the channels of the client port, three for the cross-connect
+// ports and one for the line. A channel of the client port shows on the LED of its frequency, any
+// other on the LED of its port.
+#pragma once
+
+#include <cstdint>
+#include <unordered_map>
+
+#include "base/manager/leds.h"
+
+namespace products::selka {
+
+class leds : public ::manager::leds {
+ public:
+  void start(bool coldstart) override;
+  void update_led_statuses() override;
+  void boot_thread_function() override;
+
+ private:
+  std::optional<led_place> place_of(unsigned channel, const ::manager::channelDB_t& entry) const;
+
+  std::uint32_t frequency_count_ = 48;  ///< keys; those behind the last LED light nothing
+  std::uint32_t client_count_ = 40;
+  std::uint32_t xc_count_ = 3;
+  std::uint32_t client_port_ = 2;
+  std::uint32_t line_count_ = 1;
+  std::unordered_map<unsigned, unsigned> led_of_frequency_;
+  std::unordered_map<unsigned, unsigned> xc_of_port_{{4, 0}, {6, 1}, {8, 2}};
+};
+
+}  // namespace products::selka

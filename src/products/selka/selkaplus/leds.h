@@ -1,0 +1,22 @@
+// The LEDs of selkaplus: one pair for each of the 34 cross-connect ports and one for the line. The
+// LED of a channel follows from its port.
+#pragma once
+
+#include <cstdint>
+
+#include "base/manager/leds.h"
+
+namespace products::selka::selkaplus {
+
+class leds : public ::manager::leds {
+ public:
+  void start(bool coldstart) override;
+  void update_led_statuses() override;
+  void boot_thread_function() override;
+
+ private:
+  std::uint32_t xc_count_ = 34;
+  std::uint32_t line_count_ = 1;
+};
+
+}  // namespace products::selka::selkaplus
