@@ -1,0 +1,33 @@
+// The line loop with the channels seen on the line: the two operations of its regulator that walk
+// them. T is the channel control type.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "base/channel/plan.h"
+#include "base/manager/loops/line_arithmetic.h"
+#include "base/manager/loops/line_loop.h"
+
+namespace manager::loops {
+
+template <class T>
+class line : public line_loop {
+ public:
+  line(std::shared_ptr<::channel::plan<T>> channels, std::shared_ptr<manager::remote::api> remote);
+
+  std::optional<float> calculate_lms_error() override;
+  bool lms_calmdown(float error) override;
+
+ private:
+  std::vector<float> read_remote_powers();
+  /// The power of a channel at the peer as the mean of its last readings; empty while it does not
+  /// count.
+  std::optional<float> average_remote_power(T& control, float edfa_calibration);
+  float active_width();
+
+  std::shared_ptr<::channel::plan<T>> channels_;
+};
+
+}  // namespace manager::loops

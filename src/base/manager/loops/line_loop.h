@@ -1,0 +1,252 @@
+// The loop that owns the fibre pair of the node: the line VOA behind the booster, the booster, the
+// preamp, the supervisory channel (OSC) and its SFP. Each cycle decides what state the fibre is in
+// and acts on that; if the fibre is fine and the peer is known, one of two regulators runs:
+// manage_line moves the VOA by what the peer's monitor measures of this node's channels, and
+// manage_embedded_ila_line sets VOA and preamp gain from the spans that an in-line amplifier
+// measures. Only this node's side is ever written.
+//
+// All that does not depend on the channel control type is here and compiled once; line.h adds the
+// two operations that walk the channels.
+//
+// Threads: init and run on the manager thread, and what they call. The getters on the pollers of
+// the value tree; they read devices and the peer. Failures: init logs and throws; run logs, clears
+// `operational` and returns; the getters throw what their value then shows.
+// Units: powers dBm, attenuations, gains and losses dB, lengths km, dispersion ps/nm.
+#pragma once
+
+#include <atomic>
+#include <boost/circular_buffer.hpp>
+#include <chrono>
+#include <deque>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "api/hysteresis_filtered_value.h"
+#include "api/status_value.h"
+#include "device/interfaces/edfa.h"
+#include "device/interfaces/osc.h"
+#include "device/interfaces/sfp.h"
+#include "device/interfaces/voa.h"
+#include "platform/value_tree/value_group.h"
+
+class nx_db;
+
+namespace manager {
+class leds;
+}
+namespace manager::remote {
+class api;
+}
+
+namespace manager::loops {
+
+struct line_values;
+struct remote_span;
+
+class line_loop : public std::enable_shared_from_this<line_loop> {
+ public:
+  explicit line_loop(std::shared_ptr<manager::remote::api> remote);
+  virtual ~line_loop();
+  line_loop(const line_loop&) = delete;
+  line_loop& operator=(const line_loop&) = delete;
+
+  // Before setup_api. A product without a line VOA sets none: it then counts as 0 dB.
+  void set_osc(std::shared_ptr<device::interfaces::osc> osc) { osc_ = std::move(osc); }
+  void set_sfp(std::shared_ptr<device::interfaces::sfp> sfp) { sfp_ = std::move(sfp); }
+  void set_voa(std::shared_ptr<device::interfaces::voa> voa) { voa_ = std::move(voa); }
+  void set_preamp(std::shared_ptr<device::interfaces::edfa> preamp) { preamp_ = std::move(preamp); }
+  void set_booster(std::shared_ptr<device::interfaces::edfa> booster) {
+    booster_ = std::move(booster);
+  }
+  void set_leds(std::shared_ptr<manager::leds> leds) { leds_ = std::move(leds); }
+
+  /// The mean error of the channels at the peer as a gradient, whose sign is that of the step in
+  /// attenuation; empty if the peer's powers have not changed since the last call.
+  virtual std::optional<float> calculate_lms_error() = 0;
+  /// Records a gradient; true when the last ones agree.
+  virtual bool lms_calmdown(float error) = 0;
+  /// One cycle of a regulator; nothing is written unless `regulate`.
+  virtual void manage_line(nx_db& db, bool regulate);
+  virtual void manage_embedded_ila_line(nx_db& db, bool regulate);
+  /// `embedded_ila`: this node may act as the terminal of an in-line amplifier.
+  virtual void init(nx_db& db, bool embedded_ila);
+  virtual float get_wanted_power();
+  virtual void set_wanted_power(float power);
+  /// The attenuation at which a fresh line opens: worked out with the peer, else the board's
+  /// preset.
+  virtual void set_voa_default_attenuation();
+  /// Bandwidth in GHz.
+  virtual float calculate_voa_attenuation(float target_output_power, float bandwidth);
+  virtual void set_booster_enabled(bool enabled);
+  /// For products that compensate dispersion: the fibre has just been opened.
+  virtual void trigger_initial_tdcm_setting();
+  virtual void regulate(nx_db& db, bool regulate);
+  /// One cycle. `regulate`: this cycle may write settings; `coldstart`: the whole system started.
+  virtual void run(nx_db& db, bool regulate, bool coldstart);
+  virtual float get_osc_rx_power();
+  virtual float get_osc_rx_power_unchecked();
+  virtual float get_osc_tx_power();
+  virtual float get_osc_tx_power_unchecked();
+  virtual float get_line_rx_signal_power();
+  virtual float get_line_tx_signal_power();
+  virtual void setup_api(nx_db& db);
+  virtual bool is_voa_ready();
+  virtual bool is_operational();
+  /// Creates "alarms/line/NAME/severity" at its first use.
+  virtual void update_alarm(nx_db& db, const std::string& name, bool active);
+
+  // Getters of the published values.
+  float get_lms_step_size();
+  float get_preamp_gain();
+  float get_preamp_default_gain();
+  float get_preamp_power_limit();
+  float get_line_rx_total_power();
+  float get_line_tx_total_power();
+  std::string get_line_rx_status();
+  std::string get_line_tx_status();
+  std::string get_local_hostname();
+  std::string get_remote_hostname();
+  float get_remote_utilization();
+  float get_remote_wanted_power();
+  float get_remote_line_tx_total_power();
+  float get_remote_line_rx_total_power();
+  float get_remote_osc_rx_power();
+  float get_remote_osc_tx_power();
+  float get_remote_osc_attenuation();
+  float get_remote_osc_loss();
+  float get_remote_osc_dispersion();
+  float get_osc_dispersion();
+  float get_line_rx_loss();
+  float get_line_tx_loss();
+  float get_osc_rx_loss();
+  float get_osc_tx_loss();
+  float get_line_rx_fiber_length();
+  float get_line_tx_fiber_length();
+  float get_osc_tx_attenuation();  ///< dB/km
+  float get_total_attenuation_per_kilometer();
+  float get_remote_total_attenuation();  ///< dB/km
+  std::string get_line_interface_name(const char* direction);
+  std::string get_remote_line_interface_name(const char* direction);
+  std::string get_voa_preset_settings();
+
+ protected:
+  using pushed_float = std::shared_ptr<nx::api::pushed_value<float>>;
+  using time_point = std::chrono::system_clock::time_point;
+
+  /// What is remembered of one channel at the peer.
+  struct remote_channel_state {
+    bool peak = false;
+    std::deque<float> power_history;  // dBm, at most 6
+  };
+
+  void reset_spanloss_history();
+
+  // The manager thread's own.
+  bool operational_ = true;
+  bool coldstart_done_ = false;
+  bool section_is_oms_ = false;          ///< the section on which the peer measures its span loss
+  float saturation_threshold_ = 0.2f;    ///< dB
+  std::optional<bool> line_connection_;  ///< empty before the first decision
+  bool embedded_ila_ = false;
+  std::deque<float> error_history_;
+  std::size_t error_history_size_ = 5;
+  std::map<unsigned, remote_channel_state> channel_states_;
+  std::vector<float> last_remote_powers_;
+
+  // Read by the pollers too.
+  std::shared_ptr<manager::remote::api> remote_;
+  std::shared_ptr<nx::api::value_group> values_;
+  std::shared_ptr<device::interfaces::osc> osc_;
+  std::shared_ptr<device::interfaces::sfp> sfp_;
+  std::shared_ptr<device::interfaces::voa> voa_;
+  std::shared_ptr<device::interfaces::edfa> preamp_;
+  std::shared_ptr<device::interfaces::edfa> booster_;
+  std::shared_ptr<manager::leds> leds_;
+  std::atomic<float> lms_gradient_{0.0f};
+  std::atomic<std::optional<float>> wanted_power_;  ///< dBm
+  const float lms_step_size_ = 0.1f;
+
+  pushed_float lms_error_value_;
+
+ private:
+  friend struct line_values;
+  friend struct remote_span;
+
+  /// What the last embedded setting was made of, for the log.
+  struct embedded_record {
+    float remote_minimum_gain = 0;
+    float target_output_power = 0;
+    float attenuation = 0;
+    float used_tx_span = 0;
+    float used_rx_span = 0;
+    float line_calibration = 0;
+    float voa_insertion_loss = 0;
+    float preamp_gain = 0;
+    float preamp_default_gain = 0;
+  };
+
+  /// A span as the embedded regulator sees it: the peer's value, how steady it is, and whether it
+  /// has left what was last acted on.
+  struct span_view {
+    float loss;
+    float deviation;
+    float change;
+    bool is_first;
+
+    bool calls_for_setting() const;
+  };
+
+  void run_cycle(nx_db& db, bool regulate, bool coldstart);
+  void act_on_fibre(nx_db& db, bool osc_up, bool regulate, bool coldstart);
+  bool is_osc_up();
+  void open_after_coldstart();
+  void close_lost_fibre();
+  void enable_amplifiers();
+  void reopen_fibre();
+  void work_on_open_fibre(nx_db& db, bool osc_up, bool regulate);
+  void update_alarms(nx_db& db);
+  void update_spanlosses();
+  std::optional<float> attenuation_from_peer();
+
+  float read_remote_saturation();
+  std::optional<float> wanted_adjustment(bool regulate);
+  std::optional<float> lms_adjustment();
+  void step_voa(float current, float minimum, float maximum, float adjustment);
+
+  bool is_spanloss_check_due();
+  bool take_spanloss_samples();
+  void read_spanloss_section();
+  span_view view_of_span(const pushed_float& node, const char* history,
+                         const std::optional<float>& used) const;
+  void set_voa_from_span(float tx_span);
+  void set_preamp_from_span(float rx_span);
+  void print_data_to_log(bool attenuation);
+
+  float voa_attenuation();
+  float voa_insertion_loss();
+
+  std::map<std::string, std::shared_ptr<nx::api::status_value<unsigned>>> alarms_;
+  pushed_float spanloss_oms_tx_;
+  pushed_float spanloss_oms_rx_;
+  pushed_float spanloss_ots_tx_;
+  pushed_float spanloss_ots_rx_;
+  unsigned spanloss_samples_ = 0;
+  std::optional<float> used_tx_span_;
+  std::optional<float> used_rx_span_;
+  std::optional<time_point> last_spanloss_check_;
+  std::optional<time_point> last_spanloss_update_;
+  std::unordered_map<std::string, boost::circular_buffer<float>> spanloss_history_;
+  // The peer's tx span is this node's rx span: these are named as the peer names them.
+  pushed_float remote_spanloss_oms_tx_;
+  pushed_float remote_spanloss_oms_rx_;
+  pushed_float remote_spanloss_ots_tx_;
+  pushed_float remote_spanloss_ots_rx_;
+  std::shared_ptr<nx::api::status_value<std::string>> remote_spanloss_section_;
+  embedded_record embedded_;
+};
+
+}  // namespace manager::loops

@@ -1,0 +1,7 @@
+#include "base/manager/loops/line.ipp"
+
+#include "products/control_types_full.h"
+
+template class manager::loops::line<products::orva_control>;
+template class manager::loops::line<products::selka_control>;
+template class manager::loops::line<products::selkaplus_control>;
