@@ -1,0 +1,108 @@
+// What the lab starts must be gone when it ends, and what dies early must be named.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+
+#include "tests/support/temp_folder.h"
+#include "tools/lab/child_process.h"
+#include "tools/lab/lab_failure.h"
+#include "tools/lab/lab_folder.h"
+#include "tools/lab/supervisor.h"
+#include "tools/lab/user.h"
+
+using namespace tools::lab;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace {
+
+bool alive(pid_t pid) {
+  return kill(pid, 0) == 0;
+}
+
+program shell(const test::temp_folder& folder, const std::string& script) {
+  return {"script", {"/bin/sh", "-c", script}, {"GREETING=hello"}, folder.file("script.log")};
+}
+
+std::string failure_of(supervisor& programs, std::chrono::seconds limit) {
+  try {
+    programs.wait_until("a wonder", limit, [] { return false; });
+  } catch (const lab_failure& failure) {
+    return failure.what();
+  }
+  return "";
+}
+
+}  // namespace
+
+TEST(child_process, gets_its_variables_and_keeps_its_last_words) {
+  const test::temp_folder folder;
+  user at_terminal;
+  supervisor programs(at_terminal);
+  auto& child = programs.start(shell(folder, "echo 1; echo $GREETING; echo end >&2; exit 3"));
+  EXPECT_THAT(
+      failure_of(programs, std::chrono::seconds(30)),
+      AllOf(HasSubstr("script has ended with exit status 3"), HasSubstr("    hello\n    end")));
+  EXPECT_THAT(child.last_lines(2), ElementsAre("hello", "end"));
+}
+
+TEST(child_process, that_cannot_be_run_is_named) {
+  const test::temp_folder folder;
+  user at_terminal;
+  supervisor programs(at_terminal);
+  programs.start({"ghost", {folder.file("none")}, {}, folder.file("ghost.log")});
+  EXPECT_THAT(failure_of(programs, std::chrono::seconds(30)),
+              HasSubstr("ghost has ended with exit status 127 (cannot be run)"));
+}
+
+TEST(supervisor, ends_everything_in_the_reverse_order_of_its_start) {
+  const test::temp_folder folder;
+  const auto log = folder.file("order");
+  std::vector<pid_t> pids;
+  {
+    user at_terminal;
+    supervisor programs(at_terminal);
+    for (const char* name : {"first", "second"}) {
+      const auto ready = folder.file(name);
+      const auto script = "trap 'echo " + std::string(name) + " >>" + log + "; exit' TERM; : >" +
+                          ready + "; while :; do sleep 0.01; done";
+      auto child = shell(folder, script);
+      child.name = name;
+      pids.push_back(programs.start(child).pid());
+      programs.wait_until(name, std::chrono::seconds(30),
+                          [&ready] { return std::filesystem::exists(ready); });
+    }
+  }
+  for (const auto pid : pids)
+    EXPECT_FALSE(alive(pid));
+  std::ifstream ended(log);
+  const std::string text{std::istreambuf_iterator<char>(ended), {}};
+  EXPECT_EQ(text, "second\nfirst\n");
+}
+
+TEST(supervisor, gives_up_in_time_and_at_the_users_wish) {
+  user at_terminal;
+  supervisor programs(at_terminal);
+  EXPECT_THAT(failure_of(programs, std::chrono::seconds(0)), HasSubstr("in vain for a wonder"));
+  raise(SIGTERM);
+  EXPECT_THROW(programs.wait_until("a wonder", std::chrono::seconds(30), [] { return false; }),
+               interrupted);
+}
+
+TEST(lab_folder, is_gone_with_everything_in_it_unless_kept) {
+  std::filesystem::path gone;
+  std::filesystem::path kept;
+  {
+    const lab_folder first(false);
+    const lab_folder second(true);
+    gone = first.path();
+    kept = second.path();
+    EXPECT_TRUE(std::filesystem::exists(first.root_of("node") / "tmp/nexels"));
+  }
+  EXPECT_FALSE(std::filesystem::exists(gone));
+  EXPECT_TRUE(std::filesystem::remove_all(kept) > 0);
+}

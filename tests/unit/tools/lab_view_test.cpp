@@ -1,0 +1,243 @@
+// What the lab shows and judges: target powers, states of channels, rows, verdicts, pictures.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <fstream>
+#include <string>
+
+#include "tests/support/temp_folder.h"
+#include "tools/lab/channel_target.h"
+#include "tools/lab/convergence.h"
+#include "tools/lab/loop_report.h"
+#include "tools/lab/product.h"
+#include "tools/lab/screen_text.h"
+#include "tools/lab/summary_text.h"
+#include "tools/lab/view_model.h"
+
+using namespace tools::lab;
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+namespace {
+
+struct channel {
+  unsigned id = 19300000;
+  double wavelength = 1553.33;
+  double power = 4.9;
+  double attenuation = 6.0;
+  bool peak = true;
+};
+
+void put_channel(readings& read, const channel& what) {
+  const auto base = "data/client/" + std::to_string(what.id) + "/rx/";
+  read.put(base + "waveLength", what.wavelength);
+  read.put(base + "width", 150.0);
+  read.put(base + "wantedPowerOffset", 0.0);
+  read.put(base + "ocm/power", what.power);
+  read.put(base + "attenuation", what.attenuation);
+  read.put(base + "peak", what.peak);
+}
+
+/// Two lit channels within their targets of about 4.9 dBm and a dark one.
+readings node_at_rest() {
+  readings read;
+  put_channel(read, {19300000, 1553.33, 4.9, 6.0, true});
+  put_channel(read, {19400000, 1545.32, 4.8, 6.0, true});
+  put_channel(read, {19350000, 1549.32, -45.0, 15.0, false});
+  read.put("data/client/rx/edfaCalibration", 0.1);
+  read.put("data/line/1/rx/length", 80.0);
+  read.put("booster:data/powerLimit", 20.0);
+  read.put("voa:data/attenuation", 3.0);
+  return read;
+}
+
+view view_of(const readings& read) {
+  return make_view(read, find_product("orvalite"), {});
+}
+
+}  // namespace
+
+TEST(channel_target, shares_the_limit_by_width_and_follows_tilt_saturation_and_offset) {
+  struct entry {
+    const char* what;
+    target_inputs in;
+    float target;
+  };
+  const entry table[] = {
+      {"8 of 768 slices, no fibre", {50.0F, 1550.0F, 0.0F, 20.0F, 0.0F, 1.0F, 0.0F}, 0.18F},
+      {"the whole band has the limit", {4800.0F, 1550.0F, 0.0F, 20.0F, 0.0F, 1.0F, 0.0F}, 20.0F},
+      {"short wavelengths are raised by 100 km",
+       {50.0F, 1530.0F, 100.0F, 20.0F, 0.0F, 1.0F, 0.0F},
+       0.565F},
+      {"long ones are lowered", {50.0F, 1565.0F, 100.0F, 20.0F, 0.0F, 1.0F, 0.0F}, -0.336F},
+      {"saturation counts up to the cap", {50.0F, 1550.0F, 0.0F, 20.0F, 3.0F, 1.0F, 0.0F}, -0.82F},
+      {"and not at all where there is none",
+       {50.0F, 1550.0F, 0.0F, 20.0F, 3.0F, 0.0F, 0.0F},
+       0.18F},
+      {"offset of the operator", {50.0F, 1550.0F, 0.0F, 20.0F, 0.0F, 1.0F, 2.5F}, 2.68F},
+  };
+  for (const auto& [what, in, target] : table)
+    EXPECT_NEAR(target_power(in), target, 0.01F) << what;
+}
+
+TEST(channel_state, tells_rest_from_work_and_from_the_end_of_the_range) {
+  struct entry {
+    float error, attenuation;
+    channel_state state;
+  };
+  const entry table[] = {
+      {0.49F, 5.0F, channel_state::on_target},           {0.5F, 5.0F, channel_state::settling},
+      {-0.6F, 14.0F, channel_state::resting_off_target}, {0.6F, 9.0F, channel_state::settling},
+      {3.0F, 15.0F, channel_state::exhausted},           {-3.0F, 15.0F, channel_state::settling},
+      {-3.0F, 0.0F, channel_state::exhausted},           {3.0F, 0.0F, channel_state::settling},
+      {0.3F, 15.0F, channel_state::on_target},
+  };
+  for (const auto& [error, attenuation, state] : table) {
+    EXPECT_EQ(lit_state(error, attenuation, 15.0F), state) << error << " dB at " << attenuation;
+  }
+}
+
+TEST(view_model, makes_rows_in_the_order_of_frequency_with_the_error_against_the_target) {
+  auto read = node_at_rest();
+  read.put("truth:19300000", 5.2);
+  const auto seen = view_of(read);
+  ASSERT_THAT(seen.channels, SizeIs(3));
+  EXPECT_THAT(
+      (std::vector<unsigned>{seen.channels[0].id, seen.channels[1].id, seen.channels[2].id}),
+      ElementsAre(19300000, 19350000, 19400000));
+  const auto& first = seen.channels[0];
+  EXPECT_NEAR(first.frequency_thz, 193.0, 0.001);
+  EXPECT_NEAR(first.measured, 5.0, 0.001);
+  EXPECT_NEAR(first.error, first.measured - first.target, 0.001);
+  EXPECT_EQ(first.state, channel_state::on_target);
+  EXPECT_NEAR(first.truth.value(), 5.2, 0.001);
+  EXPECT_EQ(seen.channels[1].state, channel_state::dark);
+  EXPECT_EQ(count(seen).lit, 2U);
+}
+
+TEST(view_model, sees_a_block_before_light_or_dark) {
+  auto read = node_at_rest();
+  read.put("data/client/19300000/rx/adminStatus", std::string("down"));
+  read.put("data/client/19400000/rx/opticalControlMode", std::string("off"));
+  read.put("data/client/19350000/rx/attenuation", 100.0);
+  for (const auto& row : view_of(read).channels)
+    EXPECT_EQ(row.state, channel_state::blocked) << row.id;
+}
+
+TEST(view_model, stands_an_empty_tree) {
+  const auto seen = view_of({});
+  EXPECT_THAT(seen.channels, IsEmpty());
+  EXPECT_FALSE(seen.booster.out_dbm.has_value());
+  EXPECT_THAT(status_line(seen, 1500ms), HasSubstr("0/0 lit"));
+}
+
+TEST(convergence, asks_for_all_channels_and_for_a_while) {
+  convergence verdict(2);
+  const auto rest = view_of(node_at_rest());
+  const convergence::clock::time_point start{};
+  EXPECT_FALSE(verdict.update(rest, start + 10s));
+  EXPECT_FALSE(verdict.update(rest, start + 10s + convergence::hold - 1ms));
+  EXPECT_TRUE(verdict.update(rest, start + 10s + convergence::hold));
+  EXPECT_EQ(verdict.settled_after(start), 10s);
+}
+
+TEST(convergence, begins_again_after_each_disturbance) {
+  const auto rest = view_of(node_at_rest());
+  auto off_target = node_at_rest();
+  put_channel(off_target, {19300000, 1553.33, 8.0, 6.0, true});
+  auto line_moves = node_at_rest();
+  line_moves.put("voa:data/attenuation", 3.4);
+  auto gone_dark = node_at_rest();
+  put_channel(gone_dark, {19300000, 1553.33, -45.0, 15.0, false});
+  auto false_reading = node_at_rest();
+  false_reading.put("truth:19300000", 0.0);
+  auto loop_down = rest;
+  loop_down.loops.rx = "error";
+
+  const std::pair<view, const char*> table[] = {
+      {view_of(off_target), "193.000 THz settling"},
+      {view_of(line_moves), "the line VOA moves"},
+      {view_of(gone_dark), "1 of 2 lit channels in sight"},
+      {view_of(false_reading), "is not the plant's 0.00 dBm"},
+      {loop_down, "the client rx loop is down"},
+  };
+  for (const auto& [disturbed, reason] : table) {
+    convergence verdict(2);
+    const convergence::clock::time_point start{};
+    EXPECT_FALSE(verdict.update(rest, start));
+    EXPECT_THAT(verdict.reasons(disturbed), ElementsAre(HasSubstr(reason)));
+    EXPECT_FALSE(verdict.update(disturbed, start + 1s)) << reason;
+    EXPECT_FALSE(verdict.update(rest, start + convergence::hold)) << reason;
+    EXPECT_TRUE(verdict.update(rest, start + 2 * convergence::hold)) << reason;
+  }
+}
+
+TEST(loop_report, is_found_in_the_daemons_log) {
+  const auto running =
+      report_in("12:00:00.100 info base.cpp:9:run: Manager operational, regulating: client rx");
+  ASSERT_TRUE(running.has_value());
+  EXPECT_EQ(running->turn, "client rx");
+  const auto failing = report_in("Manager not fully operational, line error, rx ok, tx error");
+  ASSERT_TRUE(failing.has_value());
+  EXPECT_EQ(failing->line + failing->rx + failing->tx + failing->turn, "errorokerror-");
+  EXPECT_FALSE(report_in("Manager setup complete.").has_value());
+}
+
+TEST(loop_report, is_followed_line_by_line_and_never_half_a_line) {
+  const test::temp_folder folder;
+  const auto path = folder.file("daemon.log");
+  log_follower follower(path);
+  EXPECT_EQ(follower.update().turn, "-");
+  std::ofstream log(path);
+  log << "Manager operational, regulating: line\nManager operational, regulating: cli"
+      << std::flush;
+  EXPECT_EQ(follower.update().turn, "line");
+  log << "ent rx\n" << std::flush;
+  EXPECT_EQ(follower.update().turn, "client rx");
+}
+
+TEST(power_bar, fills_up_to_the_power_and_marks_the_target) {
+  // 35 columns stand for -25 to 10 dBm: a column a dB.
+  EXPECT_EQ(power_bar(-5.0F, 0.5F, 35, false), "====================     |         ");
+  EXPECT_EQ(power_bar(99.0F, 99.0F, 35, false), "==================================|");
+  EXPECT_EQ(power_bar(-99.0F, -99.0F, 5, false), "|    ");
+}
+
+TEST(picture, never_exceeds_the_terminal_and_scrolls_to_the_last_channel) {
+  readings read;
+  for (unsigned id = 19140000; id < 19140000 + 32 * 15000; id += 15000) {
+    put_channel(read, {id, 29979244800.0 / id, 4.9, 6.0, true});
+  }
+  const auto seen = view_of(read);
+  picture_options options{"orvalite", 75s, 0, "q ends"};
+  for (const screen_size size : {screen_size{80, 24}, {40, 10}, {200, 60}, {10, 3}}) {
+    options.first_row = 1000;
+    const auto lines = picture(seen, options, size, {false, false});
+    EXPECT_LE(lines.size(), size.rows);
+    for (const auto& line : lines)
+      EXPECT_LE(line.size(), size.columns) << line;
+    if (size.rows < 10 || size.columns < 40) continue;
+    EXPECT_THAT(lines[lines.size() - 2], HasSubstr("196.05")) << size.rows;
+  }
+  EXPECT_EQ(last_first_row(seen, {80, 60}), 0U);
+}
+
+TEST(picture, has_no_escapes_without_colours) {
+  const auto lines =
+      picture(view_of(node_at_rest()), {"orvalite", 0s, 0, ""}, {120, 30}, {false, true});
+  for (const auto& line : lines)
+    EXPECT_EQ(line.find('\x1b'), std::string::npos) << line;
+}
+
+TEST(verdict_text, tells_why_not) {
+  auto read = node_at_rest();
+  put_channel(read, {19400000, 1545.32, -3.0, 0.0, true});
+  convergence verdict(2);
+  EXPECT_THAT(verdict_text(view_of(read), verdict, false, 120s),
+              testing::AllOf(HasSubstr("not converged after 120.0 s"), HasSubstr("exhausted"),
+                             HasSubstr("194.000 THz")));
+}

@@ -1,0 +1,41 @@
+#include "tools/common/value_text.h"
+
+#include <fmt/format.h>
+#include <rapidjson/document.h>
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
+#include "tools/common/units.h"
+
+namespace tools {
+
+std::optional<nx_error> error_in(const nx::json_value& value) {
+  if (!value.IsObject() || value.MemberCount() != 2) return std::nullopt;
+  const auto code = value.FindMember("code");
+  const auto message = value.FindMember("message");
+  if (code == value.MemberEnd() || !code->value.IsInt()) return std::nullopt;
+  if (message == value.MemberEnd() || !message->value.IsString()) return std::nullopt;
+  return nx_error(code->value.GetInt(), message->value.GetString());
+}
+
+std::string error_text(const nx_error& error) {
+  return fmt::format("{} {}", error.code, error.message);
+}
+
+std::string value_text(const std::string& path, const nx::json_value& value, detail wanted) {
+  if (const auto error = error_in(value)) return fmt::format("({})", error_text(*error));
+  if (value.IsString()) return {value.GetString(), value.GetStringLength()};
+  const auto text = nx::json_text(value);
+  const auto unit = unit_of(path);
+  if (wanted == detail::bare || !value.IsNumber() || unit.empty()) return text;
+  return fmt::format("{} {}", text, unit);
+}
+
+std::string quoted(const std::string& text) {
+  rapidjson::StringBuffer buffer;
+  rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
+  writer.String(text.c_str(), static_cast<rapidjson::SizeType>(text.size()));
+  return {buffer.GetString(), buffer.GetSize()};
+}
+
+}  // namespace tools

@@ -1,0 +1,125 @@
+#include "tools/lab/child_process.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <deque>
+#include <fstream>
+
+#include "tools/lab/lab_failure.h"
+
+namespace tools::lab {
+
+namespace {
+
+constexpr int cannot_run = 127;
+
+std::vector<char*> pointers_to(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  for (auto& text : texts)
+    pointers.push_back(text.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+std::vector<std::string> merged_environment(const std::vector<std::string>& more) {
+  std::vector<std::string> merged = more;
+  for (char** entry = environ; *entry != nullptr; ++entry)
+    merged.emplace_back(*entry);
+  return merged;
+}
+
+/// Between fork and exec: only calls that are safe there.
+[[noreturn]] void become(char* const* command, char* const* environment, int log) {
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  // A group of its own: the terminal's Ctrl-C is the lab's affair, which ends things in order.
+  setpgid(0, 0);
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+  const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
+  dup2(nothing, STDIN_FILENO);
+  dup2(log, STDOUT_FILENO);
+  dup2(log, STDERR_FILENO);
+  execvpe(command[0], command, environment);
+  _exit(cannot_run);
+}
+
+std::string end_text(int status) {
+  if (WIFSIGNALED(status)) {
+    return fmt::format("signal {} ({})", WTERMSIG(status), strsignal(WTERMSIG(status)));
+  }
+  const int code = WEXITSTATUS(status);
+  return fmt::format("exit status {}{}", code, code == cannot_run ? " (cannot be run)" : "");
+}
+
+}  // namespace
+
+child_process::child_process(program what) : what_(std::move(what)) {
+  auto command = pointers_to(what_.command);
+  auto variables = merged_environment(what_.environment);
+  auto environment = pointers_to(variables);
+  const int log = open(what_.log_file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+  if (log < 0) {
+    throw lab_failure(fmt::format("cannot write {}: {}", what_.log_file, std::strerror(errno)));
+  }
+  pid_ = fork();
+  if (pid_ == 0) become(command.data(), environment.data(), log);
+  close(log);
+  if (pid_ < 0) throw lab_failure(fmt::format("cannot start {}: {}", name(), std::strerror(errno)));
+}
+
+child_process::~child_process() {
+  terminate();
+  if (reap_within(grace)) return;
+  kill(pid_, SIGKILL);
+  reap(true);
+}
+
+bool child_process::reap(bool wait) {
+  if (status_) return true;
+  int status = 0;
+  const pid_t found = waitpid(pid_, &status, wait ? 0 : WNOHANG);
+  if (found == pid_) status_ = status;
+  return status_.has_value();
+}
+
+/// A file descriptor of the process becomes readable when it ends, so the wait needs no naps.
+bool child_process::reap_within(std::chrono::milliseconds time) {
+  if (reap(false)) return true;
+  const auto process = static_cast<int>(syscall(SYS_pidfd_open, pid_, 0));
+  if (process < 0) return reap(true);
+  pollfd end{process, POLLIN, 0};
+  poll(&end, 1, static_cast<int>(time.count()));
+  close(process);
+  return reap(false);
+}
+
+std::optional<std::string> child_process::ended() {
+  if (!reap(false)) return std::nullopt;
+  return end_text(*status_);
+}
+
+void child_process::terminate() {
+  if (!reap(false)) kill(pid_, SIGTERM);
+}
+
+std::vector<std::string> child_process::last_lines(std::size_t count) const {
+  std::ifstream log(what_.log_file);
+  std::deque<std::string> lines;
+  for (std::string line; std::getline(log, line);) {
+    lines.push_back(line);
+    if (lines.size() > count) lines.pop_front();
+  }
+  return {lines.begin(), lines.end()};
+}
+
+}  // namespace tools::lab

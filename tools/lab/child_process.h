@@ -1,0 +1,52 @@
+// One program that the lab has started: it writes its output to a file of its own, is ended by its
+// id, and dies with the lab whatever becomes of the lab. Used from the main thread.
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tools::lab {
+
+struct program {
+  std::string name;  ///< as messages call it
+  std::vector<std::string> command;
+  std::vector<std::string> environment;  ///< "NAME=value", in addition to the lab's own
+  std::string log_file;                  ///< standard output and error
+};
+
+class child_process {
+ public:
+  /// Starts it. Throws lab_failure when the program cannot be run at all.
+  explicit child_process(program what);
+  /// SIGTERM, and SIGKILL when it is still there after `grace`.
+  ~child_process();
+  child_process(const child_process&) = delete;
+  child_process& operator=(const child_process&) = delete;
+
+  const std::string& name() const { return what_.name; }
+  const std::string& log_file() const { return what_.log_file; }
+  pid_t pid() const { return pid_; }
+
+  /// How it ended ("exit status 1", "signal 11 (Segmentation fault)"); empty while it runs.
+  std::optional<std::string> ended();
+  std::vector<std::string> last_lines(std::size_t count) const;
+
+  /// Asks it to end; the destructor waits for it.
+  void terminate();
+
+  static constexpr std::chrono::seconds grace{5};
+
+ private:
+  bool reap(bool wait);
+  bool reap_within(std::chrono::milliseconds time);
+
+  program what_;
+  pid_t pid_ = -1;
+  std::optional<int> status_;
+};
+
+}  // namespace tools::lab

@@ -1,0 +1,48 @@
+// The verdict of a run: have all lit channels reached their targets, do they stay there, and does
+// the plant agree. Time is handed in.
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/lab/view_model.h"
+
+namespace tools::lab {
+
+class convergence {
+ public:
+  using clock = std::chrono::steady_clock;
+
+  /// `expected_lit` channels have their lasers on; fewer in sight is not the end.
+  explicit convergence(unsigned expected_lit) : expected_lit_(expected_lit) {}
+
+  /// True once everything has been on target, and the line at rest, for the whole of `hold`.
+  bool update(const view& seen, clock::time_point now);
+
+  /// Why the newest view is not converged, one line each; empty when nothing is wrong with it.
+  std::vector<std::string> reasons(const view& seen) const;
+
+  /// How long after `start` everything was on target for the first time of the present rest.
+  std::optional<clock::duration> settled_after(clock::time_point start) const;
+
+  static constexpr std::chrono::seconds hold{5};
+  /// A VOA that moves further than its own step and noise is still being regulated, dB.
+  static constexpr double line_at_rest_db = 0.25;
+  /// What the tolerances of monitor and power taps together explain, dB.
+  static constexpr float truth_limit_db = 1.5F;
+
+ private:
+  bool line_moved(const view& seen) const;
+
+  unsigned expected_lit_;
+  std::optional<clock::time_point> since_;
+  std::optional<double> voa_at_rest_;
+};
+
+/// Largest difference between the plant's truth and the reading over the lit channels, dB; empty
+/// where the plant tells none.
+std::optional<float> worst_truth_difference(const view& seen);
+
+}  // namespace tools::lab

@@ -1,0 +1,47 @@
+#include "tools/lab/lab_folder.h"
+
+#include <fmt/format.h>
+#include <sys/un.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <system_error>
+
+#include "tools/lab/lab_failure.h"
+
+namespace tools::lab {
+
+namespace {
+
+// The longest path of a socket below a node's root, with some room for longer names.
+constexpr std::size_t longest_inside = 60;
+
+}  // namespace
+
+lab_folder::lab_folder(bool keep) : keep_(keep) {
+  const char* where = std::getenv("TMPDIR");
+  auto base = std::string(where != nullptr && *where != '\0' ? where : "/tmp");
+  if (base.size() + longest_inside > sizeof(sockaddr_un::sun_path)) base = "/tmp";
+  auto name = base + "/lumora-lab-XXXXXX";
+  if (mkdtemp(name.data()) == nullptr) {
+    throw lab_failure(fmt::format("cannot make a folder in {}: {}", base, std::strerror(errno)));
+  }
+  path_ = name;
+  std::filesystem::create_directory(logs());
+}
+
+lab_folder::~lab_folder() {
+  if (keep_) return;
+  std::error_code ignored;  // nothing can be done about it at the very end
+  std::filesystem::remove_all(path_, ignored);
+}
+
+std::filesystem::path lab_folder::root_of(const std::string& node) const {
+  auto root = path_ / node;
+  for (const char* inside : {"tmp/nexels", "tmp/device_managers"}) {
+    std::filesystem::create_directories(root / inside);
+  }
+  return root;
+}
+
+}  // namespace tools::lab

@@ -1,0 +1,28 @@
+// The folder that everything of one lab lives in: sockets, logs, the board's file, the store. Gone
+// when the lab ends, unless it is to be kept.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace tools::lab {
+
+class lab_folder {
+ public:
+  /// Makes it below TMPDIR or /tmp. Throws lab_failure.
+  explicit lab_folder(bool keep);
+  ~lab_folder();
+  lab_folder(const lab_folder&) = delete;
+  lab_folder& operator=(const lab_folder&) = delete;
+
+  const std::filesystem::path& path() const { return path_; }
+  std::filesystem::path logs() const { return path_ / "logs"; }
+  /// What stands for "/" to a node: the value of its NX_ROOT. Made at the first call.
+  std::filesystem::path root_of(const std::string& node) const;
+
+ private:
+  std::filesystem::path path_;
+  bool keep_;
+};
+
+}  // namespace tools::lab

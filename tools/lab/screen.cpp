@@ -1,0 +1,79 @@
+#include "tools/lab/screen.h"
+
+#include <fmt/format.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string_view>
+
+namespace tools::lab {
+
+namespace {
+
+constexpr const char* enter = "\x1b[?1049h\x1b[?25l\x1b[2J";  // alternate screen, no cursor, empty
+constexpr const char* leave = "\x1b[?25h\x1b[?1049l";
+constexpr const char* home = "\x1b[H";
+constexpr const char* rest_of_line = "\x1b[K";
+constexpr const char* rest_of_screen = "\x1b[J";
+
+std::string_view variable(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? std::string_view{} : std::string_view{value};
+}
+
+void put(const std::string& text) {
+  fmt::print("{}", text);
+  std::fflush(stdout);
+}
+
+}  // namespace
+
+screen::screen() {
+  tcgetattr(STDIN_FILENO, &before_);
+  termios raw = before_;
+  raw.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+  tcsetattr(STDIN_FILENO, TCSANOW, &raw);
+  put(enter);
+}
+
+screen::~screen() {
+  put(leave);
+  tcsetattr(STDIN_FILENO, TCSANOW, &before_);
+}
+
+bool screen::available() {
+  const auto terminal = variable("TERM");
+  return isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0 && !terminal.empty() &&
+         terminal != "dumb";
+}
+
+look screen::look_of_environment() {
+  look how;
+  how.colours = variable("NO_COLOR").empty();
+  for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+    const auto locale = variable(name);
+    if (locale.empty()) continue;
+    how.unicode = locale.find("UTF-8") != locale.npos || locale.find("utf8") != locale.npos;
+    return how;
+  }
+  how.unicode = false;
+  return how;
+}
+
+screen_size screen::size() const {
+  winsize size{};
+  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return {};
+  return {size.ws_col, size.ws_row};
+}
+
+void screen::show(const std::vector<std::string>& lines) {
+  std::string frame = home;
+  for (std::size_t at = 0; at < lines.size(); ++at) {
+    frame += lines[at] + rest_of_line;
+    if (at + 1 < lines.size()) frame += "\r\n";
+  }
+  put(frame + rest_of_screen);
+}
+
+}  // namespace tools::lab

@@ -1,0 +1,54 @@
+#include "tools/lab/supervisor.h"
+
+#include <fmt/format.h>
+
+#include "tools/lab/lab_failure.h"
+
+namespace tools::lab {
+
+namespace {
+
+using steady = std::chrono::steady_clock;
+
+constexpr std::chrono::milliseconds between_looks{50};
+constexpr std::size_t last_words = 12;
+
+std::string obituary(const child_process& program, const std::string& end) {
+  auto text = fmt::format("{} has ended with {}; the last lines of {}:", program.name(), end,
+                          program.log_file());
+  for (const auto& line : program.last_lines(last_words))
+    text += "\n    " + line;
+  return text;
+}
+
+}  // namespace
+
+supervisor::~supervisor() {
+  while (!programs_.empty())
+    programs_.pop_back();
+}
+
+child_process& supervisor::start(program what) {
+  programs_.push_back(std::make_unique<child_process>(std::move(what)));
+  return *programs_.back();
+}
+
+void supervisor::check() {
+  for (const auto& program : programs_) {
+    if (const auto end = program->ended()) throw lab_failure(obituary(*program, *end));
+  }
+}
+
+void supervisor::wait_until(const std::string& what, std::chrono::seconds limit,
+                            const std::function<bool()>& condition) {
+  const auto end = steady::now() + limit;
+  while (!condition()) {
+    check();
+    if (steady::now() >= end) {
+      throw lab_failure(fmt::format("waited {} s in vain for {}", limit.count(), what));
+    }
+    if (user_.wait(between_looks) == user::event::quit) throw interrupted{};
+  }
+}
+
+}  // namespace tools::lab

@@ -1,0 +1,53 @@
+#include "tools/lab/tree_link.h"
+
+#include <fmt/format.h>
+#include <rapidjson/document.h>
+
+#include "platform/nexel_client/line_client.h"
+#include "platform/nexel_client/nx_client_exception.h"
+#include "tools/common/value_text.h"
+
+namespace tools::lab {
+
+namespace {
+
+constexpr std::int32_t not_connected = -107;
+// A tree that answers later than this is shown as it was; the screen must not stand still.
+constexpr std::chrono::milliseconds patience{1000};
+
+}  // namespace
+
+tree_link::tree_link(std::string socket_path) : socket_path_(std::move(socket_path)) {}
+tree_link::~tree_link() = default;
+
+bool tree_link::call(const std::string& method, const std::string& params,
+                     nx::json_document& result) {
+  try {
+    if (!client_) client_ = nx::line_client::connect_unix(socket_path_);
+    result = client_->call(method, params, patience);
+    return true;
+  } catch (const nx_client_exception& error) {
+    if (error.code == not_connected) client_.reset();
+    refusal_ = fmt::format("{} {}", error.code, error.message);
+    return false;
+  }
+}
+
+bool tree_link::reachable() {
+  nx::json_document result;
+  return call("list", R"({"path":""})", result);
+}
+
+bool tree_link::read(const std::string& pattern, readings& into, const std::string& prefix) {
+  nx::json_document result;
+  if (!call("get", fmt::format(R"({{"path":{}}})", quoted(pattern)), result)) return false;
+  into.put_all(result, prefix);
+  return true;
+}
+
+bool tree_link::write(const std::string& path, const std::string& value) {
+  nx::json_document result;
+  return call("set", fmt::format(R"({{"path":{},"value":{}}})", quoted(path), value), result);
+}
+
+}  // namespace tools::lab

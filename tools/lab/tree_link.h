@@ -1,0 +1,38 @@
+// One tree that the lab reads and writes: the daemon's, a device's, the plant's controls. Connects
+// when first used and again after a loss; that a tree is away is no failure of the lab.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/wire/json.h"
+#include "tools/lab/readings.h"
+
+namespace nx {
+class line_client;
+}
+
+namespace tools::lab {
+
+class tree_link {
+ public:
+  explicit tree_link(std::string socket_path);
+  ~tree_link();
+
+  bool reachable();
+  /// Adds what the pattern gives to `into`, `prefix` in front of each path. False when the tree is
+  /// away or refuses.
+  bool read(const std::string& pattern, readings& into, const std::string& prefix = "");
+  /// `value` is JSON text. False when the tree is away or refuses, with the reason in `refusal`.
+  bool write(const std::string& path, const std::string& value);
+  const std::string& refusal() const { return refusal_; }
+
+ private:
+  bool call(const std::string& method, const std::string& params, nx::json_document& result);
+
+  std::string socket_path_;
+  std::unique_ptr<nx::line_client> client_;
+  std::string refusal_;
+};
+
+}  // namespace tools::lab
