@@ -22,10 +22,10 @@ class private_redis {
   void set(const std::string& key, const std::string& value) const;
   std::string get(const std::string& key) const;
   void remove(const std::string& key) const;
-
- private:
+  /// Any command; the text of its answer.
   std::string command(const std::vector<std::string>& words) const;
 
+ private:
   std::string folder_;
   std::unique_ptr<process> server;
 };

@@ -1,0 +1,149 @@
+#include "platform/kvs_client/kvs_client.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <limits>
+
+#include "platform/board_spec/board_spec_lib.h"
+#include "platform/kvs_client/endpoint.h"
+#include "tests/support/environment.h"
+#include "tests/support/private_redis.h"
+#include "tests/support/temp_folder.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+std::string failure_of(const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const kvs_client_exception& failure) {
+    return failure.what();
+  }
+  return "none";
+}
+
+/// Listens and never answers: the kernel accepts on its behalf.
+class silent_server {
+ public:
+  explicit silent_server(const std::string& path) : listener(::socket(AF_UNIX, SOCK_STREAM, 0)) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    if (::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+        ::listen(listener, 4) != 0) {
+      throw std::runtime_error("no silent server at " + path);
+    }
+  }
+  ~silent_server() { ::close(listener); }
+
+ private:
+  int listener;
+};
+
+TEST(kvs_endpoint, texts_of_the_setting) {
+  using kind = kvs::endpoint::kind;
+  struct {
+    std::string url;
+    kind type;
+    std::string address;
+    int port;
+  } const table[] = {
+      {"unix:///run/kvs.sock", kind::unix_socket, "/run/kvs.sock", 0},
+      {"tcp://127.0.0.1:6400", kind::tcp, "127.0.0.1", 6400},
+      {"tcp://store", kind::tcp, "store", 6379},
+      {"tcp://[::1]:6400", kind::tcp, "::1", 6400},
+      {"memory:", kind::memory, "", 0},
+  };
+  for (const auto& row : table) {
+    const auto parsed = kvs::parse_endpoint(row.url);
+    EXPECT_EQ(parsed.type, row.type) << row.url;
+    EXPECT_EQ(parsed.address, row.address) << row.url;
+    EXPECT_EQ(parsed.port, row.port) << row.url;
+  }
+  for (const std::string wrong : {"", "unix://relative", "tcp://", "tcp://:1", "tcp://h:0",
+                                  "tcp://h:65536", "tcp://h:1x", "tcp://[::1", "redis://h:1"}) {
+    EXPECT_THAT(failure_of([&] { kvs::parse_endpoint(wrong); }), HasSubstr("'" + wrong + "'"));
+  }
+}
+
+struct kvs_client_test : testing::Test {
+  kvs_client_test() { std::signal(SIGPIPE, SIG_IGN); }
+
+  const test::temp_folder folder;
+  test::private_redis store{folder.path()};
+  const test::environment_variable url{"KVS_URL", store.url()};
+};
+
+TEST_F(kvs_client_test, values_survive_as_they_are) {
+  store.start();
+  kvs_client client("default", "");
+  EXPECT_TRUE(client.ping());
+  const std::string binary("a\0b\r\n\xff \"{}\"", 12);
+  for (const std::string& value : {binary, std::string(), std::string(1 << 20, 'x')}) {
+    client.set("{tag}:key with blanks", value, 10);
+    EXPECT_EQ(client.get<std::string>("{tag}:key with blanks", 10), value);
+  }
+  EXPECT_EQ(client.get<std::string>("{tag}:absent", 10), "");
+  for (const auto& [value, text] :
+       {std::pair<float, std::string>{0.2f, "0.2"}, {17.0f, "17"}, {-99.5f, "-99.5"}}) {
+    client.set<float>("{tag}:attenuation", value, 10);
+    EXPECT_EQ(store.get("{tag}:attenuation"), text);
+  }
+  EXPECT_THAT(
+      failure_of([&] { client.set<float>("k", std::numeric_limits<float>::quiet_NaN(), 10); }),
+      HasSubstr("no finite number"));
+}
+
+TEST_F(kvs_client_test, an_error_of_the_store_leaves_the_connection_alive) {
+  store.start();
+  store.command({"RPUSH", "{tag}:list", "a"});
+  kvs_client client("default", "");
+  EXPECT_THAT(failure_of([&] { client.get<std::string>("{tag}:list", 10); }),
+              HasSubstr("WRONGTYPE"));
+  EXPECT_TRUE(client.ping());
+}
+
+TEST_F(kvs_client_test, a_lost_store_kills_the_connection_for_good) {
+  EXPECT_THAT(failure_of([] { kvs_client("default", "").ping(); }), HasSubstr(store.url()));
+  store.start();
+  kvs_client client("default", "");
+  EXPECT_TRUE(client.ping());
+  store.stop();
+  EXPECT_NE(failure_of([&] { client.ping(); }), "none");
+  store.start();
+  EXPECT_THAT(failure_of([&] { client.set("k", std::string("v"), 10); }), HasSubstr("is dead"));
+  EXPECT_TRUE(kvs_client("default", "").ping());
+}
+
+TEST_F(kvs_client_test, a_store_that_never_answers_costs_the_time_out_once) {
+  const silent_server silent(folder.file("kvs.sock"));
+  kvs_client client("default", "");
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_THAT(failure_of([&] { client.get<std::string>("k", 2); }),
+              HasSubstr("no answer within 0.2 s"));
+  const auto took = std::chrono::steady_clock::now() - begin;
+  EXPECT_GE(took, std::chrono::milliseconds(190));
+  EXPECT_LT(took, std::chrono::seconds(5));
+  EXPECT_THAT(failure_of([&] { client.get<std::string>("k", 600); }), HasSubstr("is dead"));
+}
+
+TEST(board_spec, reads_numbers_and_falls_back) {
+  const test::temp_folder folder;
+  const auto preset = [&](const std::string& text) {
+    board_spec_lib::instance().load(folder.write("board_spec.conf", text));
+    return board_spec_lib::instance().get_voa_preset_default();
+  };
+  EXPECT_EQ(preset("# board\nvoa_preset_default 7.5\n"), 7.5f);
+  EXPECT_EQ(preset("voa_preset_default much\n#voa_preset_default 1\nother 3\n"), 5.0f);
+  board_spec_lib::instance().load(folder.file("absent"));
+  EXPECT_EQ(board_spec_lib::instance().get_voa_preset_default(), 5.0f);
+}
+
+}  // namespace

@@ -1,0 +1,173 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <thread>
+
+#include "helpers/logger.h"
+#include "platform/note_log/flood_guard.h"
+#include "platform/note_log/line_layout.h"
+#include "platform/note_log/stderr_sink.h"
+#include "tests/support/environment.h"
+#include "tests/support/log_capture.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+
+constexpr auto noon = std::chrono::system_clock::time_point{1769860800s + 45ms};
+
+std::string laid_out(const std::string& channel, const std::string& text,
+                     note_log::line_style style = {}) {
+  return note_log::layout(note_log::split_trace(note_log::info, channel, text), noon, style);
+}
+
+TEST(line_layout, one_readable_line_whatever_the_record_holds) {
+  const auto trace = note_log::getCodeTrace("src/helpers/logger.cpp", 31);
+  struct {
+    std::string channel, text, expected;
+  } const table[] = {
+      {"src/base/manager/line.cpp:12:run", "Text.", "line.cpp:12:run: Text."},
+      {"config", "Text." + trace, "config: Text."},
+      {"a/b.cpp:1:f", "operator/", "b.cpp:1:f: operator/"},
+      {"x.cpp:1:a/b", "first\nsecond\n", "x.cpp:1:a/b: first | second"},
+      {"c", "bell\a and \x1b[31m", "c: bell\\x07 and \\x1b[31m"},
+      {"c", "port [at home:far]", "c: port [at home:far]"},
+      {"c", "", "c: "},
+  };
+  for (const auto& row : table) {
+    EXPECT_EQ(laid_out(row.channel, row.text),
+              "2026-01-31T12:00:00.045Z info " + row.expected + "\n");
+  }
+  EXPECT_EQ(laid_out("a/b.cpp:1:f", "Text." + trace, {true, true}),
+            "<6>b.cpp:1:f: Text. [at src/helpers/logger.cpp:31]\n");
+}
+
+TEST(line_layout, knows_the_journal_by_its_stream) {
+  struct stat status {};
+  ASSERT_EQ(::fstat(STDERR_FILENO, &status), 0);
+  const auto own = fmt::format("{}:{}", status.st_dev, status.st_ino);
+  const auto other = fmt::format("{}:{}", status.st_dev, status.st_ino + 1);
+  for (const auto& [value, expected] :
+       {std::pair<std::optional<std::string>, bool>{own, true}, {other, false}, {{}, false}}) {
+    const test::environment_variable journal("JOURNAL_STREAM", value);
+    EXPECT_EQ(note_log::stderr_is_journal(), expected) << value.value_or("not set");
+  }
+}
+
+TEST(flood_guard, sums_up_what_repeats_within_a_second) {
+  note_log::flood_guard guard;
+  const note_log::record flood{note_log::error, "channel", "no device", {}};
+  const note_log::record other{note_log::error, "elsewhere", "no device", {}};
+  const auto begin = note_log::flood_guard::time_point{};
+  unsigned admitted = 0;
+  for (int i = 0; i < 50; ++i)
+    admitted += guard.admit(flood, begin + i * 10ms) ? 1 : 0;
+  EXPECT_EQ(admitted, 10u);
+  EXPECT_TRUE(guard.admit(other, begin + 600ms)) << "another channel is no repetition";
+  EXPECT_TRUE(guard.take_summaries(begin + 999ms).empty());
+  const auto summaries = guard.take_summaries(begin + 1s);
+  ASSERT_EQ(summaries.size(), 1u);
+  EXPECT_EQ(summaries[0].text, "repeated 40 times: no device");
+  EXPECT_EQ(summaries[0].severity, note_log::error);
+  EXPECT_TRUE(guard.admit(flood, begin + 1s)) << "a new second begins anew";
+  EXPECT_TRUE(guard.take_all().empty());
+}
+
+TEST(flood_guard, passes_what_it_cannot_watch) {
+  note_log::flood_guard guard;
+  const auto now = note_log::flood_guard::time_point{};
+  for (std::size_t i = 0; i < note_log::flood_guard::max_watched; ++i) {
+    guard.admit({note_log::info, "c", std::to_string(i), {}}, now);
+  }
+  for (int i = 0; i < 20; ++i)
+    EXPECT_TRUE(guard.admit({note_log::info, "c", "more", {}}, now));
+}
+
+TEST(note_log, a_flood_on_stderr_is_ten_lines_and_a_sum) {
+  note_log::flush();
+  testing::internal::CaptureStderr();
+  for (int i = 0; i < 25; ++i)
+    note_log::write(note_log::warning, "flood", "again and again");
+  note_log::flush();
+  const auto lines = testing::internal::GetCapturedStderr();
+  // A machine that stalls may see the second end within the flood: the sum of all is fixed.
+  EXPECT_GE(std::count(lines.begin(), lines.end(), '\n'), 11);
+  EXPECT_THAT(lines, testing::HasSubstr("warning flood: repeated "));
+}
+
+struct logger_test : testing::Test {
+  ~logger_test() override { logger::instance().level = 2; }
+};
+
+TEST_F(logger_test, drops_below_the_threshold_before_anything_is_formatted) {
+  for (const auto& [setting, expected] :
+       {std::pair<std::string, unsigned>{"debug", 0}, {"verbose", 1}, {"Debug", 2}, {"", 2}}) {
+    EXPECT_EQ(logger::get_log_level(setting), expected) << setting;
+  }
+  const std::vector<std::vector<std::string>> shown = {
+      {"detail", "report", "message"}, {"report", "message"}, {"message"}};
+  for (int threshold = 0; threshold <= 2; ++threshold) {
+    logger::instance().level = threshold;
+    const test::log_capture log;
+    LUMORA_LOG(0, "detail");
+    LUMORA_LOG(1, "{}", "report");
+    LUMORA_LOG(2, "mess{}", "age");
+    EXPECT_EQ(log.texts(), shown[static_cast<std::size_t>(threshold)]);
+  }
+}
+
+TEST_F(logger_test, records_carry_location_severity_and_trace) {
+  const test::log_capture log;
+  logger::log(2, "src/a/b.cpp", 12, "run", "loss {} dB", 0.5f);
+  LUMORA_LOG_DIRECT(3, "create_leds", "No panel.");
+  const auto records = log.records();
+  ASSERT_EQ(records.size(), 2u);
+  EXPECT_EQ(records[0].channel, "src/a/b.cpp:12:run");
+  EXPECT_EQ(records[0].severity, note_log::info);
+  EXPECT_EQ(records[0].text, "loss 0.5 dB");
+  EXPECT_EQ(records[0].trace, note_log::getCodeTrace("src/helpers/logger.cpp", 31));
+  EXPECT_EQ(records[1].channel, "create_leds");
+  EXPECT_EQ(records[1].severity, note_log::error);
+  EXPECT_EQ(records[1].text, "No panel.");
+}
+
+TEST_F(logger_test, direct_records_pass_the_library_filter_alone) {
+  const auto seen = [](const std::optional<std::string>& setting) {
+    const test::environment_variable lowest("NOTE_LOG_SEVERITY", setting);
+    note_log::configure_from_environment();
+    const test::log_capture log;
+    LUMORA_LOG_DIRECT(3, "c", "error");
+    LUMORA_LOG_DIRECT(4, "c", "warning");
+    LUMORA_LOG(2, "info");
+    LUMORA_LOG_DIRECT(7, "c", "debug");
+    return log.texts();
+  };
+  EXPECT_THAT(seen({}), ElementsAre("error", "warning", "info"));
+  EXPECT_THAT(seen("debug"), ElementsAre("error", "warning", "info", "debug"));
+  EXPECT_THAT(seen("warning"), ElementsAre("error", "warning"));
+  EXPECT_THAT(seen("loud"), ElementsAre("error", "warning", "info"));
+  note_log::configure_from_environment();
+}
+
+TEST_F(logger_test, threads_do_not_mix_channels_up) {
+  const test::log_capture log;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([t] {
+      const auto name = std::to_string(t);
+      for (int i = 0; i < 100; ++i)
+        logger::log(2, name.c_str(), i, "f", "{}:{}:f", name, i);
+    });
+  }
+  for (auto& thread : threads)
+    thread.join();
+  const auto records = log.records();
+  EXPECT_EQ(records.size(), 400u);
+  for (const auto& rec : records)
+    EXPECT_EQ(rec.channel, rec.text);
+}
+
+}  // namespace

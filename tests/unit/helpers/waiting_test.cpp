@@ -1,0 +1,77 @@
+#include "helpers/waiting.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace std::chrono_literals;
+using helpers::waiting;
+
+class hand_driven : public helpers::time_source {
+ public:
+  std::chrono::steady_clock::time_point steady_now() override {
+    return std::chrono::steady_clock::time_point(passed);
+  }
+  std::chrono::system_clock::time_point system_now() override {
+    return std::chrono::system_clock::time_point(passed);
+  }
+  void sleep(std::chrono::nanoseconds duration) override { passed += duration; }
+  void interrupt() override { ++interrupts; }
+
+  std::chrono::nanoseconds passed{0};
+  int interrupts = 0;
+};
+
+struct waiting_test : testing::Test {
+  waiting_test() { clock.set_source(nullptr); }
+  ~waiting_test() override { clock.set_source(nullptr); }
+  waiting& clock = waiting::instance();
+};
+
+TEST_F(waiting_test, stop_ends_every_sleep_now_and_later) {
+  std::vector<std::thread> sleepers;
+  std::atomic<int> ended_early{0};
+  for (int i = 0; i < 3; ++i) {
+    sleepers.emplace_back([&] { ended_early += clock.sleep(1h) ? 0 : 1; });
+  }
+  // The retry loops of the device accesses: a million sleeps of a microsecond.
+  sleepers.emplace_back([&] {
+    while (clock.sleep(1us)) {
+    }
+    ++ended_early;
+  });
+  clock.stop();
+  for (auto& sleeper : sleepers)
+    sleeper.join();
+  EXPECT_EQ(ended_early, 4);
+  EXPECT_FALSE(clock.sleep(1h));
+  EXPECT_TRUE(clock.stopping());
+}
+
+TEST_F(waiting_test, a_sleep_lasts_its_time_on_both_paths) {
+  for (const std::chrono::nanoseconds length : {50'000ns, 300'000ns}) {
+    const auto steady_begin = clock.steady_now();
+    const auto system_begin = clock.system_now();
+    EXPECT_TRUE(clock.sleep(length));
+    EXPECT_GE(clock.steady_now() - steady_begin, length);
+    EXPECT_GE(clock.system_now() - system_begin, length);
+  }
+  EXPECT_TRUE(clock.sleep(-1s));
+}
+
+TEST_F(waiting_test, a_hand_driven_clock_stands_behind_it) {
+  const auto source = std::make_shared<hand_driven>();
+  clock.stop();
+  clock.set_source(source);
+  EXPECT_FALSE(clock.stopping()) << "a new clock begins a new life";
+  EXPECT_TRUE(clock.sleep(24h));
+  EXPECT_EQ(clock.steady_now().time_since_epoch(), 24h);
+  EXPECT_EQ(clock.system_now().time_since_epoch(), 24h);
+  clock.stop();
+  EXPECT_EQ(source->interrupts, 1);
+}
+
+}  // namespace
