@@ -101,11 +101,10 @@ class plant {
   void attach_to(nx::in_process_network& network, unsigned node = 0,
                  const std::string& prefix = "");
 
-  /// Who makes a nexel hang or die: set by attach_to, or by the program for its sockets.
+  /// Who makes a nexel hang or die: set by attach_to, or by the program for its sockets. Called
+  /// without the plant's lock.
   using state_setter = std::function<void(unsigned node, const std::string& name, nexel_state)>;
-  using subscription_dropper =
-      std::function<void(unsigned node, const std::string& name, const std::string& path)>;
-  void set_fault_handlers(state_setter set_state, subscription_dropper drop);
+  void set_state_handler(state_setter set_state);
 
   /// The board's calibration file: factory constants that agree with this plant.
   std::string board_file(unsigned node = 0) const;
@@ -123,6 +122,9 @@ class plant {
 
   laser_settings get_laser(unsigned node, unsigned channel) const;
   void set_laser(unsigned node, unsigned channel, const laser_settings& settings);
+  /// Changes some of the settings and leaves the rest.
+  void change_laser(unsigned node, unsigned channel,
+                    const std::function<void(laser_settings&)>& change);
   void switch_laser(unsigned node, unsigned channel, bool on);
   void fill_band(unsigned node);  ///< every laser on, with its ramp
   void dark_band(unsigned node);  ///< every laser off
@@ -139,6 +141,13 @@ class plant {
   void set_nexel_state(unsigned node, const std::string& name, nexel_state state);
   nexel_state get_nexel_state(unsigned node, const std::string& name) const;
   void drop_subscription(unsigned node, const std::string& name, const std::string& path);
+
+  /// Where the twin switch of the selka models finds its attenuations: the node's key store, in the
+  /// words of its keys ("add" or "drop", channel). Asked ten times a second of plant time, with the
+  /// plant's lock held; none leaves a channel as it is.
+  using attenuation_source =
+      std::function<std::optional<double>(const std::string& module, unsigned channel)>;
+  void set_switch_source(attenuation_source source);
 
   // --- Truth: what is, whatever the read-outs say.
 

@@ -90,13 +90,15 @@ struct osc_settings {
 
 struct node_settings {
   std::string product = "orvalite";
+  std::string part_number;  ///< what the node tells of itself; by the product when empty
   amplifier_settings booster;
   amplifier_settings preamp;
   switch_settings add_switch;
   switch_settings drop_switch;
   monitor_settings booster_monitor;
   monitor_settings preamp_monitor;
-  bool monitor_behind_drop_switch = false;
+  /// The drop switch stands between the preamp's stages, so that the monitor sees what it does.
+  bool drop_switch_mid_stage = false;
   bool has_voa = true;
   voa_settings voa;
   osc_settings osc;
@@ -110,6 +112,9 @@ struct node_settings {
   std::optional<std::vector<unsigned>> lit;  ///< lasers that are on at start; all without it
   bool coldstart = false;
 };
+
+/// What the fixed dispersion module of orvapro adds to the path.
+inline constexpr double fixed_module_ps_per_nm = -660.0;
 
 struct topology {
   std::uint64_t seed = 1;

@@ -1,0 +1,17 @@
+#include "sim/nexels/device_tree.h"
+
+namespace sim {
+
+std::mutex& device_tree::enter() const {
+  if (refusing_) throw nx_error(-5, "Refused by the device");
+  return light_;
+}
+
+void device_tree::drop_subscriptions(const std::string& pattern) {
+  for (const auto& node : db_.match(pattern)) {
+    const std::string path = node->get_path(0);
+    if (db_.remove_node(path)) db_.add_node(nx_db::split_path(path).second, node);
+  }
+}
+
+}  // namespace sim

@@ -1,0 +1,93 @@
+// The tree of one simulated device service. The trees below it add their paths in the constructor,
+// hold the readings that move, and copy the plant's state into them in `publish`, which is called
+// with the plant's lock held after each step.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "platform/value_tree/nx_db.h"
+#include "sim/nexels/device_values.h"
+
+namespace sim {
+
+class device_tree {
+ public:
+  /// `light` guards the plant; each setting takes it before it acts.
+  device_tree(std::string name, std::mutex& light) : name_(std::move(name)), light_(light) {}
+  virtual ~device_tree() = default;
+  device_tree(const device_tree&) = delete;
+  device_tree& operator=(const device_tree&) = delete;
+
+  const std::string& name() const { return name_; }
+  nx_db& db() { return db_; }
+
+  virtual void publish() {}
+
+  /// While set every write is answered with the error -5 "Refused by the device".
+  void set_refusing(bool refusing) { refusing_ = refusing; }
+  /// Ends the subscriptions of all clients to the paths that fit the pattern.
+  void drop_subscriptions(const std::string& pattern);
+
+ protected:
+  template <class T>
+  using reading_ptr = std::shared_ptr<reading<T>>;
+
+  template <class T>
+  reading_ptr<T> add_reading(const std::string& path, T initial) {
+    return add<reading<T>>(path, std::move(initial));
+  }
+
+  template <class T>
+  std::shared_ptr<setting<T>> add_setting(const std::string& path, T initial,
+                                          std::function<void(const T&)> accept) {
+    auto guarded = [this, accept = std::move(accept)](const T& value) {
+      const std::lock_guard lock(enter());
+      accept(value);
+    };
+    return add<setting<T>>(path, std::move(initial), std::move(guarded));
+  }
+
+  /// As above, for one that takes the lock by itself or must not hold it.
+  template <class T>
+  std::shared_ptr<setting<T>> add_free_setting(const std::string& path, T initial,
+                                               std::function<void(const T&)> accept) {
+    return add<setting<T>>(path, std::move(initial), std::move(accept));
+  }
+
+  template <class Arg, class Answer>
+  void add_free_command(const std::string& path, std::function<Answer(const Arg&)> execute) {
+    add<device_command<Arg, Answer>>(path, std::move(execute));
+  }
+
+  template <class Arg, class Answer>
+  void add_command(const std::string& path, std::function<Answer(const Arg&)> execute) {
+    auto guarded = [this, execute = std::move(execute)](const Arg& argument) {
+      const std::lock_guard lock(enter());
+      return execute(argument);
+    };
+    add<device_command<Arg, Answer>>(path, std::move(guarded));
+  }
+
+ private:
+  template <class Node, class... Args>
+  std::shared_ptr<Node> add(const std::string& path, Args&&... args) {
+    const auto [own_name, parent] = nx_db::split_path(path);
+    auto node = std::make_shared<Node>(own_name, std::forward<Args>(args)...);
+    db_.add_node(parent, node);
+    return node;
+  }
+
+  /// The plant's lock, unless the device refuses.
+  std::mutex& enter() const;
+
+  std::string name_;
+  std::mutex& light_;
+  std::atomic<bool> refusing_{false};
+  nx_db db_;
+};
+
+}  // namespace sim

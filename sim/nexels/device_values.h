@@ -1,0 +1,71 @@
+// The kinds of value on a simulated device's tree: a reading that the plant moves, a setting that a
+// client writes and the device checks, a command with an answer. Settings and commands run on the
+// thread of the client that writes; readings are moved by the thread that steps the plant.
+//
+// A refusal leaves as nx_error and changes nothing.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "platform/value_tree/nx_db_node.h"
+
+namespace sim {
+
+/// T: bool, float, unsigned int, std::string, int.
+template <class T>
+class reading : public nx_db_event_node {
+ public:
+  reading(const std::string& name, T initial);
+
+  /// Publishes when the value changes; no more than a comparison otherwise.
+  void update(const T& value);
+  T value() const;
+
+  void get(const std::string& path, json_allocator& allocator, json_value& result) override;
+  void subscribe(std::shared_ptr<nx_session> session, const std::string& path,
+                 json_allocator& allocator, json_value& result,
+                 std::unique_lock<std::recursive_mutex>& lock) override;
+  std::string get_info() const override;
+  json_value get_info(json_allocator& allocator) const override;
+
+ protected:
+  mutable std::mutex mutex_;
+  T value_;
+};
+
+/// Shows what was last accepted.
+template <class T>
+class setting : public reading<T> {
+ public:
+  using apply = std::function<void(const T&)>;
+  setting(const std::string& name, T initial, apply accept);
+
+  void set(const std::string& path, const nx::json_value& value) override;
+  std::string get_info() const override;
+  nx::json_value get_info(nx::json_allocator& allocator) const override;
+
+ private:
+  apply accept_;
+};
+
+/// Arg: bool, int, std::string (a JSON text comes as it is). Answer: bool, int.
+template <class Arg, class Answer>
+class device_command : public nx_db_leaf_node {
+ public:
+  using action = std::function<Answer(const Arg&)>;
+  device_command(const std::string& name, action execute);
+
+  void run(const std::string& path, const json_value& args, json_allocator& allocator,
+           json_value& result) override;
+  bool write_returns_response() const override { return true; }
+  std::string get_info() const override;
+  json_value get_info(json_allocator& allocator) const override;
+
+ private:
+  action execute_;
+};
+
+}  // namespace sim

@@ -1,0 +1,44 @@
+// "wss", the twin switch of the selka models: module "add" and module "drop". Channels come and go
+// by command; attenuations are not written to it, it follows the node's key store.
+#pragma once
+
+#include <array>
+#include <map>
+
+#include "sim/nexels/channel_request.h"
+#include "sim/nexels/device_tree.h"
+#include "sim/plant.h"
+#include "sim/plant/node.h"
+
+namespace sim {
+
+class twin_switch_tree : public device_tree {
+ public:
+  twin_switch_tree(std::mutex& light, node& of);
+  void publish() override;
+  void set_source(plant::attenuation_source source) { source_ = std::move(source); }
+
+ private:
+  struct channel {
+    std::size_t slot;  ///< the grid's size for a channel that no laser stands in
+    reading_ptr<float> attenuation;
+    float last_wanted;  ///< as the store had it
+  };
+  struct module {
+    const char* word;
+    wave_switch* device;
+    reading_ptr<bool> plan_loaded;
+    std::map<unsigned, channel> channels;
+  };
+  void add_commands(module& of);
+  bool add_channel(module& to, const channel_request& request);
+  bool remove_channel(module& from, unsigned centre);
+  void clear(module& of);
+  void follow(module& of, unsigned centre, channel& each);
+
+  node& node_;
+  plant::attenuation_source source_;
+  std::array<module, 2> modules_;
+};
+
+}  // namespace sim

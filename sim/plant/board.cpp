@@ -1,0 +1,88 @@
+#include "sim/plant/board.h"
+
+#include <fmt/format.h>
+
+#include "sim/plant.h"
+
+namespace sim {
+
+namespace {
+
+class board_text {
+ public:
+  void add(const std::string& key, double value_db) {
+    text_ += fmt::format("{} {:.2f}\n", key, value_db == 0.0 ? 0.0 : value_db);
+  }
+  const std::string& text() const { return text_; }
+
+ private:
+  std::string text_;
+};
+
+double tap_offset_db(const node_settings& node, tap which) {
+  return node.taps[static_cast<std::size_t>(which)].offset_db;
+}
+
+void add_line(board_text& board, const node_settings& node) {
+  // Signed as the daemon adds and subtracts them: a loss is negative.
+  board.add("cal_boostertx_to_linetx", -node.line_output_filter_db);
+  board.add("cal_linerx_to_preamprx", -node.line_input_filter_db);
+  board.add("cal_osctx_to_linetx", -node.line_output_filter_db);
+  board.add("cal_linerx_to_oscrx", -node.line_input_filter_db);
+}
+
+/// What brings a monitor's total to the reading of the amplifier's output.
+double monitor_to_amplifier_db(const node_settings& node, const monitor_settings& monitor,
+                               tap output) {
+  return monitor.tap_loss_db - monitor.offset_db + tap_offset_db(node, output);
+}
+
+void add_monitors(board_text& board, const node_settings& node) {
+  const monitor_settings& rx = node.booster_monitor;
+  const monitor_settings& tx = node.preamp_monitor;
+  board.add("cal_mon_to_boostertx", monitor_to_amplifier_db(node, rx, tap::booster_output));
+  board.add("cal_mon_to_preamptx", monitor_to_amplifier_db(node, tx, tap::preamp_output));
+  board.add("cal_clientrx_to_mon", node.booster.gain_db - node.add_switch.insertion_loss_db -
+                                       rx.tap_loss_db + rx.offset_db);
+  // A switch between the preamp's stages has its attenuation in the monitor's reading already; the
+  // factory measured with the attenuation of its start.
+  const double counted_twice_db =
+      node.drop_switch_mid_stage ? node.drop_switch.start_attenuation_db : 0.0;
+  board.add("cal_mon_to_clienttx",
+            tx.tap_loss_db - tx.offset_db - node.drop_switch.insertion_loss_db + counted_twice_db);
+}
+
+void add_ports(board_text& board, const node_settings& node) {
+  if (!node.product.starts_with("selka")) return;
+  const bool plus = node.product == "selkaplus";
+  const unsigned ports = plus ? 34 : 9;
+  for (unsigned port = 1; port <= ports; ++port) {
+    for (const bool add : {true, false}) {
+      const char* side = add ? "add" : "drop";
+      const double loss_db =
+          add ? node.add_switch.insertion_loss_db : node.drop_switch.insertion_loss_db;
+      board.add(plus ? fmt::format("cal_{}_{}_wss", side, port)
+                     : fmt::format("cal_{}_wss_{}_to_mon", side, port),
+                -loss_db);
+    }
+  }
+}
+
+}  // namespace
+
+std::string board_file(const node_settings& node, const std::vector<double>& booster_ripple_db) {
+  board_text board;
+  add_line(board, node);
+  add_monitors(board, node);
+  add_ports(board, node);
+  if (node.product == "orvapro") board.add("cal_dc_fixed_tx", fixed_module_ps_per_nm);
+  if (node.product.starts_with("orva")) {
+    for (std::size_t i = 0; i < booster_ripple_db.size(); ++i) {
+      board.add(fmt::format("cal_clientrx_loss_offset_{}", i), -booster_ripple_db[i]);
+      board.add(fmt::format("cal_clienttx_loss_offset_{}", i), 0.0);
+    }
+  }
+  return board.text();
+}
+
+}  // namespace sim

@@ -1,0 +1,63 @@
+// The light's road through one node. Towards the line: lasers, add switch, booster (monitored),
+// line attenuator, filter. From the line: filter, preamp (monitored), drop switch, client ports.
+#pragma once
+
+#include <vector>
+
+#include "sim/optics/light.h"
+#include "sim/plant/amplifier.h"
+#include "sim/plant/channel_monitor.h"
+#include "sim/plant/laser.h"
+#include "sim/plant/line_voa.h"
+#include "sim/plant/supervisory_channel.h"
+#include "sim/plant/wave_switch.h"
+
+namespace sim {
+
+/// A tunable compensator and the switch that takes a fixed module in or out, where a node has them.
+struct dispersion_module {
+  double wanted_ps_per_nm = 0.0;
+  double tunable_ps_per_nm = 0.0;  ///< follows at the pace of its heater
+  int path = 1;                    ///< 1 with the fixed module, 2 without
+};
+
+class node {
+ public:
+  node(const node_settings& settings, const grid& slots, std::uint64_t seed, unsigned number);
+  node(const node&) = delete;
+  node& operator=(const node&) = delete;
+
+  /// Fills `line` and `osc_mw` with what enters the fibre.
+  void send(light& line, double& osc_mw, double dt_s);
+  /// Takes what comes out of the fibre.
+  void receive(const light& line, double osc_mw, double dt_s);
+
+  const light& at(measuring_point where) const;
+
+  const node_settings settings;
+  const grid& slots;
+  std::vector<laser> lasers;
+  wave_switch add_switch;
+  wave_switch drop_switch;
+  amplifier booster;
+  amplifier preamp;
+  channel_monitor booster_monitor;
+  channel_monitor preamp_monitor;
+  line_voa voa;
+  supervisory_channel osc;
+  dispersion_module dispersion;
+
+ private:
+  void combine_lasers(double dt_s);
+  void drop_to_clients();
+  void tune_dispersion(double dt_s);
+
+  light laser_;
+  light booster_output_;
+  light line_output_;
+  light line_input_;
+  light preamp_output_;
+  light client_output_;
+};
+
+}  // namespace sim

@@ -1,0 +1,28 @@
+// Seeded noise. The distributions are written out here, since those of the standard library differ
+// from one implementation to the next and the same seed must give the same run everywhere.
+#pragma once
+
+#include <cstdint>
+#include <random>
+#include <string_view>
+
+namespace sim {
+
+class noise_source {
+ public:
+  /// Streams of different names are independent of each other for the same seed, so that one more
+  /// instrument does not change what the others show.
+  noise_source(std::uint64_t seed, std::string_view name);
+
+  double uniform();  ///< 0 <= x < 1
+  double uniform(double low, double high) { return low + (high - low) * uniform(); }
+  /// Mean 0; by the polar method. A sigma of 0 gives 0 and draws nothing.
+  double gaussian(double sigma);
+
+ private:
+  std::mt19937_64 engine_;  // its numbers are fixed by the standard
+  double spare_ = 0.0;
+  bool has_spare_ = false;
+};
+
+}  // namespace sim

@@ -1,0 +1,142 @@
+#include "sim/plant/topology.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
+
+#include "sim/plant/topology_values.h"
+
+namespace sim {
+
+namespace {
+
+struct product_facts {
+  const char* name;
+  const char* part_number;
+  channel_grid grid;
+};
+
+// The fixed channel plans of the orva models; on selka the lasers that stand ready.
+constexpr product_facts products[] = {
+    {"orvalite", "ORVA-LITE", {19140000, 15000, 32, 0}},
+    {"orvamax", "ORVA-MAX", {19210000, 10000, 40, 0}},
+    {"orvapro", "ORVA-PRO", {19210000, 10000, 40, 0}},
+    {"orvakinet", "ORVA-KINET", {19160000, 10000, 40, 8}},
+    {"selkamin", "SELKA-MIN", {19210000, 10000, 48, 0}},
+    {"selkaplus", "SELKA-PLUS", {19210000, 10000, 48, 0}},
+};
+
+const product_facts& facts_of(const std::string& product) {
+  std::string known;
+  for (const product_facts& each : products) {
+    if (product == each.name) return each;
+    known += (known.empty() ? "" : ", ") + std::string(each.name);
+  }
+  throw topology_error(fmt::format("product: found '{}', accepted are {}", product, known));
+}
+
+class range_check {
+ public:
+  explicit range_check(std::string where) : where_(std::move(where)) {}
+
+  void operator()(const char* name, double value, double low, double high, const char* unit) const {
+    if (std::isfinite(value) && value >= low && value <= high) return;
+    throw topology_error(fmt::format("{}.{}: found {} {}, accepted is {} to {} {}", where_, name,
+                                     value, unit, low, high, unit));
+  }
+
+ private:
+  std::string where_;
+};
+
+void check_fibre(fibre_settings fibre, const osc_settings& osc, const std::string& where) {
+  const range_check range(where);
+  visit_values(fibre, range);
+  constexpr double longest_span_db = 28.0;
+  constexpr double longest_osc_db = 38.0;
+  range("span loss", fibre.span_loss_db(), 1.0, longest_span_db, "dB");
+  range("span loss at the supervisory wavelength",
+        fibre.span_loss_db() + osc.extra_loss_db_per_km * fibre.length_km, 0.0, longest_osc_db,
+        "dB");
+}
+
+void check_node(node_settings node, const std::string& where) {
+  facts_of(node.product);
+  visit_values(node, range_check(where));
+  visit_devices(node, [&](const char* name, auto& device) {
+    visit_values(device, range_check(where + "." + name));
+  });
+  for (std::size_t i = 0; i < node.taps.size(); ++i) {
+    visit_values(node.taps[i], range_check(where + ".taps." + tap_names[i]));
+  }
+}
+
+void use_fixed_gain_plan(node_settings& node) {
+  // An all-purpose node: 80 km of fibre leave room in every attenuator.
+  node.booster.gain_db = 17.5;
+  node.booster.power_limit_dbm = 20.0;
+  node.preamp.gain_db = 25.0;
+  node.preamp.power_limit_dbm = 23.0;
+}
+
+}  // namespace
+
+channel_grid grid_of(const std::string& product) {
+  return facts_of(product).grid;
+}
+
+node_settings default_node(const std::string& product) {
+  node_settings node;
+  node.product = product;
+  node.part_number = facts_of(product).part_number;
+  use_fixed_gain_plan(node);
+  node.booster_monitor.offset_db = 0.3;
+  node.preamp_monitor.offset_db = -0.2;
+  // The noise behind the preamp must stay below the lowest level at which a peer asks for
+  // detection, so its tap gives less light.
+  node.preamp_monitor.tap_loss_db = 20.0;
+  node.drop_switch.start_attenuation_db = 5.0;
+  constexpr double tap_offsets_db[] = {-0.05, 0.05, 0.08, -0.06, 0.07, -0.04};
+  for (std::size_t i = 0; i < node.taps.size(); ++i)
+    node.taps[i].offset_db = tap_offsets_db[i];
+  node.osc.neighbour = "fe80::2%osc0";
+  if (product == "orvakinet") {
+    node.has_voa = false;
+    node.drop_switch_mid_stage = true;
+    node.preamp.gain_db = 26.0;
+  }
+  if (product.starts_with("selka")) {
+    node.add_switch.max_attenuation_db = 25.0;
+    node.drop_switch.max_attenuation_db = 25.0;
+  }
+  return node;
+}
+
+topology default_topology(const std::string& product, unsigned nodes) {
+  topology what;
+  what.nodes.assign(nodes, default_node(product));
+  if (nodes == 2) what.nodes[1].osc.neighbour = "fe80::1%osc0";
+  return what;
+}
+
+void check(const topology& what) {
+  if (what.nodes.empty() || what.nodes.size() > 2) {
+    throw topology_error(fmt::format("nodes: found {}, accepted is 1 or 2", what.nodes.size()));
+  }
+  for (std::size_t i = 0; i < what.nodes.size(); ++i) {
+    check_node(what.nodes[i], fmt::format("nodes[{}]", i));
+  }
+  if (what.nodes.size() == 2 &&
+      grid_of(what.nodes[0].product).first_key != grid_of(what.nodes[1].product).first_key) {
+    throw topology_error(
+        fmt::format("nodes: found {} facing {}, accepted are products with the same "
+                    "channels",
+                    what.nodes[0].product, what.nodes[1].product));
+  }
+  for (std::size_t i = 0; i < what.fibres.size(); ++i) {
+    check_fibre(what.fibres[i], what.nodes[std::min(i, what.nodes.size() - 1)].osc,
+                fmt::format("fibres[{}]", i));
+  }
+}
+
+}  // namespace sim
