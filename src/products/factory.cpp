@@ -1,16 +1,41 @@
 #include "products/factory.h"
 
 #include "products/control_types_full.h"
+#include "products/orva/orvakin/orvakinet/manager.h"
 #include "products/orva/orvalite/manager.h"
 #include "products/orva/orvamax/manager.h"
+#include "products/orva/orvapro/manager.h"
+#include "products/selka/manager.h"
 
 namespace products {
 
+namespace {
+
+template <template <class, class> class Manager, class Control>
+std::shared_ptr<manager::interface> make() {
+  return std::make_shared<Manager<Control, Control>>();
+}
+
+struct product_entry {
+  const char* name;
+  std::shared_ptr<manager::interface> (*make)();
+};
+
+constexpr product_entry product_table[] = {
+    {"orvalite", make<orva::orvalite::manager, orva_control>},
+    {"selkamin", make<selka::manager, selka_control>},
+    {"selkaplus", make<selka::selkaplus::manager, selkaplus_control>},
+    {"orvakinet", make<orva::orvakin::orvakinet::manager, orva_control>},
+    {"orvamax", make<orva::orvamax::manager, orva_control>},
+    {"orvapro", make<orva::orvapro::manager, orva_control>},
+};
+
+}  // namespace
+
 std::shared_ptr<manager::interface> create_manager(const std::string& product) {
-  using orvalite_manager = orva::orvalite::manager<orva_control, orva_control>;
-  using orvamax_manager = orva::orvamax::manager<orva_control, orva_control>;
-  if (product == "orvalite") return std::make_shared<orvalite_manager>();
-  if (product == "orvamax") return std::make_shared<orvamax_manager>();
+  for (const auto& entry : product_table) {
+    if (product == entry.name) return entry.make();
+  }
   return nullptr;
 }
 

@@ -100,6 +100,10 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   std::shared_ptr<::channel::plan<TX_T>> get_tx_plan() { return tx_plan_; }
 
  protected:
+  /// Further devices of a model's client TX loop; called before its channel plan is set up.
+  virtual void add_client_tx_devices(nx_db& db);
+  /// The line with its devices and values, before its first init.
+  void build_line(nx_db& db, bool has_voa);
   /// Both plans with this many slices of 6.25 GHz.
   void create_plans(unsigned slices);
   /// Calls until the call succeeds, once a second; failures are logged with `message`. Ends early

@@ -179,29 +179,39 @@ void base<RX_T, TX_T>::setup_client_tx(nx_db& db) {
   client_tx_->set_edfa(preamp);
   client_tx_->set_osc(osc);
   client_tx_->set_leds(leds_);
+  add_client_tx_devices(db);
   setup_tx_channel_plan(db);
   client_tx_->setup_api(db);
   init_client_tx(db);
 }
 
 template <class RX_T, class TX_T>
-void base<RX_T, TX_T>::setup_line(nx_db& db) {
+void base<RX_T, TX_T>::add_client_tx_devices(nx_db&) {}
+
+template <class RX_T, class TX_T>
+void base<RX_T, TX_T>::build_line(nx_db& db, bool has_voa) {
+  using namespace device::hardware;
   LUMORA_LOG(2, "Creating line devices.");
   const auto io = db.get_io_context();
-  const auto osc = std::make_shared<device::hardware::osc>(io, nexel_paths::osc);
-  const auto sfp = std::make_shared<device::hardware::sfp>(io, nexel_paths::sfp);
-  const auto voa = std::make_shared<device::hardware::voa>(io, nexel_paths::voa);
-  const auto preamp = std::make_shared<device::hardware::edfa>(io, nexel_paths::preamp);
-  const auto booster = std::make_shared<device::hardware::edfa>(io, nexel_paths::booster);
+  const auto supervisory = std::make_shared<osc>(io, nexel_paths::osc);
+  const auto optics = std::make_shared<sfp>(io, nexel_paths::sfp);
+  const auto attenuator = has_voa ? std::make_shared<voa>(io, nexel_paths::voa) : nullptr;
+  const auto preamp = std::make_shared<edfa>(io, nexel_paths::preamp);
+  const auto booster = std::make_shared<edfa>(io, nexel_paths::booster);
   LUMORA_LOG(2, "Creating line instance.");
   create_line();
-  line_->set_osc(osc);
-  line_->set_sfp(sfp);
-  line_->set_voa(voa);
+  line_->set_osc(supervisory);
+  line_->set_sfp(optics);
+  line_->set_voa(attenuator);
   line_->set_preamp(preamp);
   line_->set_booster(booster);
   line_->set_leds(leds_);
   line_->setup_api(db);
+}
+
+template <class RX_T, class TX_T>
+void base<RX_T, TX_T>::setup_line(nx_db& db) {
+  build_line(db, true);
   line_->init(db, supports_embedded_ila());
 }
 

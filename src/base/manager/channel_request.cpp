@@ -40,7 +40,7 @@ std::optional<request_directions> directions_of(const std::string& text) {
 
 }  // namespace
 
-channel_request read_channel_request(const nx::json_value& document) {
+channel_request read_channel_request(const nx::json_document& document) {
   return {.center = integer_member(document, "center"),
           .width = integer_member(document, "width"),
           .port = integer_member(document, "port"),

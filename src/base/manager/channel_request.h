@@ -19,7 +19,7 @@ struct channel_request {
   std::optional<std::string> direction;
 };
 
-channel_request read_channel_request(const nx::json_value& document);
+channel_request read_channel_request(const nx::json_document& document);
 
 /// The directions that a request means.
 struct request_directions {

@@ -15,5 +15,6 @@ struct fixed_plan {
 
 inline constexpr fixed_plan orvalite_plan{19140000, 15000, 32};
 inline constexpr fixed_plan orvamax_plan{19210000, 10000, 40};
+inline constexpr fixed_plan orvapro_plan{19210000, 10000, 40};
 
 }  // namespace products::orva

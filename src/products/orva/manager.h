@@ -2,6 +2,7 @@
 // by lit channels, and the automation mode on the tree.
 #pragma once
 
+#include "base/manager/automation.h"
 #include "base/manager/base.h"
 #include "products/orva/fixed_plan.h"
 
@@ -22,8 +23,8 @@ class manager : public ::manager::base<RX_T, TX_T> {
   void setup_api(nx_db& db) override;
   void setup_leds(nx_db& db, bool coldstart) override;
 
-  virtual void set_automation_mode(std::string text);
-  virtual std::string get_automation_mode();
+  virtual void set_automation_mode(std::string text) { automation::instance().set(text); }
+  virtual std::string get_automation_mode() { return automation::instance().to_string(); }
 
  private:
   template <class Plan, class Loop, class AddLed>

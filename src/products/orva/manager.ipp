@@ -1,10 +1,10 @@
 // Definitions of the orva manager; included where it is instantiated.
 #pragma once
 
-#include "base/manager/automation.h"
 #include "base/manager/base.ipp"
 #include "base/manager/base_channels.ipp"
 #include "base/manager/base_run.ipp"
+#include "products/automation_values.h"
 #include "products/orva/client_tx.h"
 #include "products/orva/manager.h"
 #include "products/setup_leds.h"
@@ -67,9 +67,8 @@ void manager<RX_T, TX_T>::update_utilization() {
 
 template <class RX_T, class TX_T>
 void manager<RX_T, TX_T>::setup_leds(nx_db& db, bool coldstart) {
-  LUMORA_LOG(2, "Setting up leds.");
   this->create_leds();
-  start_leds(db, this->leds_, coldstart);
+  start_leds(db, *this->leds_, coldstart);
 }
 
 template <class RX_T, class TX_T>
@@ -77,22 +76,7 @@ void manager<RX_T, TX_T>::setup_api(nx_db& db) {
   base::setup_api(db);
   using self_type = manager<RX_T, TX_T>;
   const auto self = std::static_pointer_cast<self_type>(this->shared_from_this());
-  this->values_->add_value(nx::api::config_param<&self_type::set_automation_mode>::create(
-                               db, "config/automationMode", std::nullopt, self),
-                           0);
-  this->values_->add_value(nx::api::polled_value<&self_type::get_automation_mode>::create(
-                               db, "data/automationMode", self),
-                           3);
-}
-
-template <class RX_T, class TX_T>
-void manager<RX_T, TX_T>::set_automation_mode(std::string text) {
-  automation::instance().set(text);
-}
-
-template <class RX_T, class TX_T>
-std::string manager<RX_T, TX_T>::get_automation_mode() {
-  return automation::instance().to_string();
+  publish_automation_mode(db, *this->values_, self);
 }
 
 }  // namespace products::orva

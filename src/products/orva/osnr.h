@@ -1,5 +1,5 @@
-// Optical signal-to-noise ratio from the monitor: the reading of the nearest dark channel stands for
-// the noise under a lit one. Powers dBm, widths GHz, frequencies in 10 MHz.
+// Optical signal-to-noise ratio from the monitor: the reading of the nearest dark channel stands
+// for the noise under a lit one. Powers dBm, widths GHz, frequencies in 10 MHz.
 #pragma once
 
 #include <optional>

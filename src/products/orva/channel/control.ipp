@@ -58,10 +58,10 @@ void control<T>::setup_channel_api(nx_db& db, std::shared_ptr<nx::api::value_gro
   values->add_value(nx::api::volatile_value<&control<T>::get_admin_status>::create(
                         db, this->value_path("data", "adminStatus"), self),
                     0);
-  values->add_value(nx::api::const_value<unsigned>::create(
-                        db, this->value_path("data", "frequency"),
-                        this->get_channel()->get_center_frequency()),
-                    0);
+  values->add_value(
+      nx::api::const_value<unsigned>::create(db, this->value_path("data", "frequency"),
+                                             this->get_channel()->get_center_frequency()),
+      0);
 }
 
 }  // namespace products::orva::channel

@@ -11,8 +11,7 @@ namespace products::selka::channel {
 void base::setup_api(nx_db& db) {
   ::channel::base::setup_api(db);
   if (get_direction() != "rx") return;
-  line_tx_power_ =
-      nx::api::status_value<float>::create(db, value_path("lineTxPower"), 1.0f, 0);
+  line_tx_power_ = nx::api::status_value<float>::create(db, value_path("lineTxPower"), 1.0f, 0);
 }
 
 std::string base::port_loss_key(const char* add_drop) {

@@ -14,7 +14,8 @@ namespace products::selka::channel {
 
 enum class optical_control_mode : unsigned { off = 1, power = 2, gain_loss = 3, unknown = 4 };
 
-/// Throw nx_error -22: on a text other than "off", "power" and "gainLoss", on a number that is none.
+/// Throw nx_error -22: on a text other than "off", "power" and "gainLoss", on a number that is
+/// none.
 optical_control_mode optical_control_mode_from_text(const std::string& text);
 std::string to_text(optical_control_mode mode);
 

@@ -1,0 +1,25 @@
+// The client TX loop of orvakin: regulates towards the client ports as the RX loop does towards the
+// line, with the preamp as its reference.
+#pragma once
+
+#include "products/orva/client_tx.h"
+#include "products/orva/orvakin/client_rx.h"
+
+namespace products::orva::orvakin {
+
+template <class T>
+class client_tx : public orva::client_tx<T> {
+ public:
+  using base = orva::client_tx<T>;
+  using base::base;
+  using typename base::control_ptr;
+
+  void manage_channel(nx_db& db, control_ptr control, bool regulate) override;
+  void manage_channel_peak(control_ptr control, bool regulate) override;
+  float get_edfa_saturation() override;
+
+ protected:
+  void log_peak(const typename base::peak_report& report) override;
+};
+
+}  // namespace products::orva::orvakin

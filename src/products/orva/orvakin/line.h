@@ -1,0 +1,21 @@
+// The line of orvakin: it supervises the fibre but has no line VOA to regulate with.
+#pragma once
+
+#include "base/manager/loops/line.h"
+
+namespace products::orva::orvakin {
+
+template <class T>
+class line : public ::manager::loops::line<T> {
+ public:
+  using base = ::manager::loops::line<T>;
+
+  line(std::shared_ptr<::channel::plan<T>> channels,
+       std::shared_ptr<::manager::remote::api> remote);
+
+  void manage_line(nx_db&, bool) override {}
+  void set_voa_default_attenuation() override {}
+  bool is_voa_ready() override { return true; }
+};
+
+}  // namespace products::orva::orvakin

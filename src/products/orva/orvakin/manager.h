@@ -1,0 +1,46 @@
+// The manager of the orvakin sub-family: regulates both client directions, has no line VOA and no
+// automation mode. Its channels stand in groups of eight with one grid position left out between
+// two groups; the tree numbers them from 1, the devices know them by grid position.
+#pragma once
+
+#include "base/manager/base.h"
+
+namespace products::orva::orvakin {
+
+/// Where a channel of the plan stands. Frequencies in 10 MHz.
+struct grouped_grid {
+  static constexpr unsigned first_center = 19160000;
+  static constexpr unsigned spacing = 10000;
+  static constexpr unsigned group = 8;
+
+  static constexpr unsigned center(unsigned index) {
+    return first_center + spacing * (index + index / group);
+  }
+  static constexpr unsigned position(unsigned center) { return center / spacing - 1915; }
+};
+
+template <class RX_T, class TX_T>
+class manager : public ::manager::base<RX_T, TX_T> {
+ public:
+  using base = ::manager::base<RX_T, TX_T>;
+
+  explicit manager(unsigned channel_count) : channel_count_(channel_count) {}
+
+  void create_client_rx() override;
+  void create_client_tx() override;
+  void create_line() override;
+  void create_channel_plans() override;
+  void setup_rx_channel_plan(nx_db& db) override;
+  void setup_tx_channel_plan(nx_db& db) override;
+  void setup_line(nx_db& db) override;
+  void update_channel_index() override;
+  void setup_leds(nx_db& db, bool coldstart) override;
+
+ private:
+  template <class Plan, class Loop, class AddLed>
+  void setup_grouped_plan(nx_db& db, Plan& plan, Loop& loop, AddLed&& add_led);
+
+  unsigned channel_count_;
+};
+
+}  // namespace products::orva::orvakin

@@ -1,0 +1,52 @@
+// The manager of the selka models: channels come and go by command, on a twin switch with a monitor
+// of its own. selkaplus differs in the names of its switch ports and in its panel.
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "base/manager/automation.h"
+#include "base/manager/base.h"
+
+namespace products::selka {
+
+using port_table = std::map<std::string, unsigned>;
+
+/// A JSON array of {"portname", "portnumber"} objects, sorted by name.
+std::string port_table_text(const port_table& ports);
+port_table selka_ports();
+port_table selkaplus_ports();
+
+template <class RX_T, class TX_T>
+class manager : public ::manager::base<RX_T, TX_T> {
+ public:
+  using base = ::manager::base<RX_T, TX_T>;
+
+  void create_line() override;
+  void create_channel_plans() override;
+  void setup_client_rx(nx_db& db) override;
+  void setup_client_tx(nx_db& db) override;
+  unsigned get_slice_count() override;
+  void periodic_update() override;
+  bool supports_embedded_ila() override;
+  void setup_api(nx_db& db) override;
+  void create_leds() override;
+  void setup_leds(nx_db& db, bool coldstart) override;
+
+  virtual void set_automation_mode(std::string text) { automation::instance().set(text); }
+  virtual std::string get_automation_mode() { return automation::instance().to_string(); }
+  virtual std::string get_wss_ports();
+};
+
+namespace selkaplus {
+
+template <class RX_T, class TX_T>
+class manager : public selka::manager<RX_T, TX_T> {
+ public:
+  void create_leds() override;
+  std::string get_wss_ports() override;
+};
+
+}  // namespace selkaplus
+
+}  // namespace products::selka
