@@ -86,8 +86,8 @@ int run(const options& given) {
                             ? simulator_file("topologies/" + model.name + ".json")
                             : std::filesystem::absolute(given.topology);
   node shown(programs, folder, keys, {model, topology, given.seed});
-  shown.complete_configuration(programs);
-  const auto lit = shown.light_up(programs);
+  shown.configure(programs);
+  const auto lit = shown.light_up();
   session watched(programs, at_terminal, shown, model);
   if (given.until_converged) {
     const std::chrono::seconds limit(*given.until_converged);

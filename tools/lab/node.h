@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "tools/lab/lab_folder.h"
 #include "tools/lab/product.h"
@@ -26,12 +27,13 @@ class node {
   /// lab_failure, `interrupted`.
   node(supervisor& programs, const lab_folder& folder, const store& keys, const node_options& what);
 
-  /// Plays the management software's part: waits for the daemon's request, says that the
-  /// configuration has been written, and asks for the report of each cycle.
-  void complete_configuration(supervisor& programs);
+  /// Plays the management software's part: waits for the daemon's request, adds the channels where
+  /// the model has no fixed ones, says that the configuration has been written, and asks for the
+  /// report of each cycle.
+  void configure(supervisor& programs);
 
-  /// Switches every laser on and gives how many there are.
-  unsigned light_up(supervisor& programs);
+  /// Switches the lasers on that the topology lights, and gives how many they are.
+  unsigned light_up();
 
   /// Everything that the view is made of, as it is now.
   readings look();
@@ -41,10 +43,14 @@ class node {
  private:
   void start_devices(supervisor& programs, const lab_folder& folder, const node_options& what);
   void start_daemon(supervisor& programs, const store& keys, const node_options& what);
+  void darken();
+  void add_channels();
+  void write_daemon(const std::string& path, const std::string& value);
   std::string socket(const char* path) const { return root_ + path; }
 
   std::string root_;
   std::string daemon_log_;
+  std::vector<unsigned> lasers_;  ///< centre frequencies of those to light, units of 10 MHz
   tree_link daemon_;
   tree_link plant_;
   tree_link booster_;

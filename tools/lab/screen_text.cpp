@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <optional>
+#include <string_view>
 
 namespace tools::lab {
 
@@ -16,11 +17,13 @@ constexpr unsigned footer_lines = 1;
 constexpr unsigned narrowest_bar = 10;
 constexpr unsigned widest_bar = 40;
 // Columns of a row beside the bar.
-constexpr unsigned figures_width = 73;
+constexpr unsigned figures_width = 69;
 
 // The scale of the bars: from far below any target to above each.
 constexpr float scale_from_dbm = -25.0F;
 constexpr float scale_to_dbm = 10.0F;
+// Less than this is no light.
+constexpr float dark_dbm = -60.0F;
 
 constexpr const char* normal = "\x1b[0m";
 constexpr const char* bold = "\x1b[1m";
@@ -48,9 +51,11 @@ std::string painted(const std::string& text, const char* colour, look how) {
   return how.colours ? colour + text + normal : text;
 }
 
-std::string figure(const std::optional<double>& value, const char* unit, int decimals = 1) {
-  if (!value) return fmt::format("- {}", unit);
-  return fmt::format("{:.{}f} {}", *value, decimals, unit);
+/// Without a unit the number alone, for two figures that share one.
+std::string figure(const std::optional<double>& value, std::string_view unit = {},
+                   int decimals = 1) {
+  const auto number = value ? fmt::format("{:.{}f}", *value, decimals) : std::string("-");
+  return unit.empty() ? number : fmt::format("{} {}", number, unit);
 }
 
 /// Cut to the width of the screen, counted in characters of UTF-8, before colours are put on.
@@ -69,28 +74,32 @@ std::string clock_text(std::chrono::seconds running) {
 }
 
 std::string amplifier_line(const char* name, const amplifier_figures& of) {
-  return fmt::format("{:<8}  in {:>9}   out {:>9}   gain {:>7}   limit {:>8}", name,
-                     figure(of.in_dbm, "dBm"), figure(of.out_dbm, "dBm"), figure(of.gain_db, "dB"),
+  return fmt::format("{}  in {:>5}  out {:>9}  gain {:>7}  limit {}", name, figure(of.in_dbm),
+                     figure(of.out_dbm, "dBm"), figure(of.gain_db, "dB"),
                      figure(of.limit_dbm, "dBm"));
+}
+
+std::string line_line(const view& seen) {
+  return fmt::format("line     in {:>5}  out {:>9}  VOA {:>8}  span {}  fibre {}",
+                     figure(seen.line_rx_dbm), figure(seen.line_tx_dbm, "dBm"),
+                     figure(seen.voa_db, "dB"), figure(seen.span_loss_db, "dB"),
+                     figure(seen.fibre_km, "km"));
 }
 
 std::vector<std::string> header(const view& seen, const picture_options& options) {
   const auto sums = count(seen);
   const auto& loops = seen.loops;
-  return {
-      fmt::format("lumora lab   {}   {}   {} of {} lit channels on target", options.product,
-                  clock_text(options.running), sums.on_target, sums.lit),
-      fmt::format("loops     line {}   client rx {}   client tx {}   turn: {}   mode {}",
-                  loops.line, loops.rx, loops.tx, loops.turn, seen.automation_mode),
-      amplifier_line("booster", seen.booster) +
-          fmt::format("   saturation {}", figure(seen.saturation_db, "dB")),
-      amplifier_line("preamp", seen.preamp) +
-          fmt::format("   calibration {}", figure(seen.calibration_db, "dB", 2)),
-      fmt::format("line      in {:>9}   out {:>9}   VOA {:>8}   span {:>9}   fibre {}   peer {}",
-                  figure(seen.line_rx_dbm, "dBm"), figure(seen.line_tx_dbm, "dBm"),
-                  figure(seen.voa_db, "dB"), figure(seen.span_loss_db, "dB"),
-                  figure(seen.fibre_km, "km"), seen.peer),
-      ""};
+  return {fmt::format("lumora lab   {}   {}   {} of {} lit channels on target   peer {}",
+                      options.product, clock_text(options.running), sums.on_target, sums.lit,
+                      seen.peer),
+          fmt::format("loops    line {}  client rx {}  client tx {}  turn {}  mode {}", loops.line,
+                      loops.rx, loops.tx, loops.turn, seen.automation_mode),
+          fmt::format("{}  sat. {}", amplifier_line("booster", seen.booster),
+                      figure(seen.saturation_db, "dB")),
+          fmt::format("{}  cal. {}", amplifier_line("preamp ", seen.preamp),
+                      figure(seen.calibration_db, "dB", 2)),
+          line_line(seen),
+          ""};
 }
 
 unsigned bar_columns(screen_size size) {
@@ -99,20 +108,18 @@ unsigned bar_columns(screen_size size) {
 }
 
 std::string title_row(unsigned bar) {
-  return fmt::format("  {:>8}  {:<{}}  {:>8}  {:>8}  {:>7}  {:>6}  {:>8}  {}", "THz", "power", bar,
+  return fmt::format("{:>8} {:<{}} {:>8} {:>6} {:>6} {:>5} {:>6}  {}", "THz", "dBm", bar,
                      "measured", "target", "error", "att.", "true", "state");
 }
 
 std::string channel_line(const channel_row& row, unsigned bar, bool unicode) {
   const bool lit = row.state != channel_state::dark && row.state != channel_state::blocked;
-  const auto power = lit ? row.measured : scale_from_dbm;
-  const auto truth =
-      row.truth && *row.truth > scale_from_dbm * 2 ? fmt::format("{:.2f}", *row.truth) : "-";
-  return fmt::format("  {:>8.3f}  {}  {:>8}  {:>8.2f}  {:>7}  {:>6.1f}  {:>8}  {}",
-                     row.frequency_thz, power_bar(power, row.target, bar, unicode),
+  const bool light = row.truth && *row.truth > dark_dbm;
+  return fmt::format("{:>8.3f} {} {:>8} {:>6.2f} {:>6} {:>5.1f} {:>6}  {}", row.frequency_thz,
+                     power_bar(lit ? row.measured : scale_from_dbm, row.target, bar, unicode),
                      lit ? fmt::format("{:.2f}", row.measured) : "-", row.target,
-                     lit ? fmt::format("{:+.2f}", row.error) : "-", row.attenuation, truth,
-                     name_of(row.state));
+                     lit ? fmt::format("{:+.2f}", row.error) : "-", row.attenuation,
+                     light ? fmt::format("{:.2f}", *row.truth) : "-", name_of(row.state));
 }
 
 unsigned visible_channels(screen_size size) {

@@ -38,6 +38,12 @@ bool tree_link::reachable() {
   return call("list", R"({"path":""})", result);
 }
 
+bool tree_link::knows(const std::string& path) {
+  nx::json_document result;
+  return call("info", fmt::format(R"({{"path":{}}})", quoted(path)), result) &&
+         result.HasMember(path.c_str());
+}
+
 bool tree_link::read(const std::string& pattern, readings& into, const std::string& prefix) {
   nx::json_document result;
   if (!call("get", fmt::format(R"({{"path":{}}})", quoted(pattern)), result)) return false;

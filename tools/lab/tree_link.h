@@ -20,6 +20,8 @@ class tree_link {
   ~tree_link();
 
   bool reachable();
+  /// True when the tree has the path, whether or not it holds a value by now.
+  bool knows(const std::string& path);
   /// Adds what the pattern gives to `into`, `prefix` in front of each path. False when the tree is
   /// away or refuses.
   bool read(const std::string& pattern, readings& into, const std::string& prefix = "");

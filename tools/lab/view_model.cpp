@@ -11,6 +11,8 @@ namespace {
 
 // An attenuation beyond this is a block, not a regulation.
 constexpr float block_db = 50.0F;
+// Frequencies count in 10 MHz.
+constexpr double units_of_a_thz = 1e5;
 
 float number_or(const readings& read, const std::string& path, double otherwise) {
   return static_cast<float>(read.number(path).value_or(otherwise));
@@ -37,14 +39,14 @@ channel_row row_of(const readings& read, unsigned id, const product& model) {
   const auto base = fmt::format("data/client/{}/rx/", id);
   channel_row row;
   row.id = id;
-  // Frequency from the wavelength where the path's number is not the frequency.
-  const auto wavelength = read.number(base + "waveLength").value_or(0.0);
-  row.frequency_thz = wavelength > 0.0 ? 299792.448 / wavelength : 0.0;
+  // Some models number their channels and tell the frequency beside.
+  const auto key = static_cast<unsigned>(read.number(base + "frequency").value_or(id));
+  row.frequency_thz = key / units_of_a_thz;
   row.attenuation = number_or(read, base + "attenuation", 0.0);
   row.target = target_power(inputs_of(read, base, model));
   row.measured = number_or(read, base + "ocm/power", 0.0) +
                  number_or(read, "data/client/rx/edfaCalibration", 0.0);
-  if (const auto truth = read.number(fmt::format("{}{}", truth_prefix, id))) {
+  if (const auto truth = read.number(truth_path(std::to_string(key)))) {
     row.truth = static_cast<float>(*truth);
   }
   if (is_blocked(read, base, row.attenuation)) {
@@ -62,6 +64,10 @@ amplifier_figures amplifier_of(const readings& read, const std::string& prefix) 
 }
 
 }  // namespace
+
+std::string truth_path(const std::string& key) {
+  return fmt::format("truth/node/0/rx/channel/{}/boosterPower", key);
+}
 
 view make_view(const readings& read, const product& model, const loop_report& loops) {
   view seen;

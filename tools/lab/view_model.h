@@ -15,7 +15,7 @@ namespace tools::lab {
 
 /// Powers in dBm at the booster's output, differences and attenuation in dB.
 struct channel_row {
-  unsigned id = 0;
+  unsigned id = 0;  ///< in the daemon's paths
   double frequency_thz = 0.0;
   channel_state state = channel_state::dark;
   float measured = 0.0F;  ///< the monitor's reading on the amplifier's scale
@@ -43,7 +43,10 @@ struct view {
 inline constexpr const char* booster_prefix = "booster:";
 inline constexpr const char* preamp_prefix = "preamp:";
 inline constexpr const char* voa_prefix = "voa:";
-inline constexpr const char* truth_prefix = "truth:";
+
+/// Where the plant tells a channel's true power at the booster's output; `key` is the centre
+/// frequency in units of 10 MHz.
+std::string truth_path(const std::string& key);
 
 view make_view(const readings& read, const product& model, const loop_report& loops);
 

@@ -103,7 +103,7 @@ TEST(channel_state, tells_rest_from_work_and_from_the_end_of_the_range) {
 
 TEST(view_model, makes_rows_in_the_order_of_frequency_with_the_error_against_the_target) {
   auto read = node_at_rest();
-  read.put("truth:19300000", 5.2);
+  read.put(truth_path("19300000"), 5.2);
   const auto seen = view_of(read);
   ASSERT_THAT(seen.channels, SizeIs(3));
   EXPECT_THAT(
@@ -154,7 +154,7 @@ TEST(convergence, begins_again_after_each_disturbance) {
   auto gone_dark = node_at_rest();
   put_channel(gone_dark, {19300000, 1553.33, -45.0, 15.0, false});
   auto false_reading = node_at_rest();
-  false_reading.put("truth:19300000", 0.0);
+  false_reading.put(truth_path("19300000"), 0.0);
   auto loop_down = rest;
   loop_down.loops.rx = "error";
 
