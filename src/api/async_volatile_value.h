@@ -32,10 +32,15 @@ class async_volatile_value : public Base {
   value_type read_getter() override {
     const auto owner = owner_.lock();
     if (!owner) throw_owner_gone();
-    return std::apply([&](const auto&... bound) { return ((*owner).*Getter)(bound...); }, bound_);
+    return call(*owner, std::make_index_sequence<std::tuple_size_v<bound_type>>());
   }
 
  private:
+  template <std::size_t... Index>
+  value_type call(owner_type& owner, std::index_sequence<Index...>) {
+    return (owner.*Getter)(std::get<Index>(bound_)...);
+  }
+
   std::weak_ptr<owner_type> owner_;
   bound_type bound_;
 };

@@ -8,8 +8,10 @@ std::string node_name(const std::string& path) {
   return nx_db::split_path(path).first;
 }
 
-void attach(nx_db& db, const std::string& path, std::shared_ptr<nx_db_leaf_node> node) {
-  db.add_node(nx_db::split_path(path).second, std::move(node));
+std::shared_ptr<nx_db_leaf_node> attach(nx_db& db, const std::string& path, nx_db_leaf_node* node) {
+  std::shared_ptr<nx_db_leaf_node> owned(node);
+  db.add_node(nx_db::split_path(path).second, owned);
+  return owned;
 }
 
 }  // namespace nx::api

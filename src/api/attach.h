@@ -13,15 +13,15 @@ namespace nx::api {
 /// The last segment of the path: the node's own name.
 std::string node_name(const std::string& path);
 
-/// Attaches the node below the path's parent. Throws nx_error -22 where the path cannot hold it;
-/// the node is then destroyed with the caller's pointer.
-void attach(nx_db& db, const std::string& path, std::shared_ptr<nx_db_leaf_node> node);
+/// Attaches the node below the path's parent. Throws nx_error -22 where the path cannot hold it,
+/// and the node is destroyed. Takes the node as its base, so that the many kinds of node share the
+/// code of one pointer type.
+std::shared_ptr<nx_db_leaf_node> attach(nx_db& db, const std::string& path, nx_db_leaf_node* node);
 
 template <class Node, class... Arguments>
 std::shared_ptr<Node> create_node(nx_db& db, const std::string& path, Arguments&&... arguments) {
-  auto node = std::make_shared<Node>(node_name(path), std::forward<Arguments>(arguments)...);
-  attach(db, path, node);
-  return node;
+  return std::static_pointer_cast<Node>(
+      attach(db, path, new Node(node_name(path), std::forward<Arguments>(arguments)...)));
 }
 
 }  // namespace nx::api

@@ -46,18 +46,19 @@ class config_param : public config_value<typename setter_arguments<
   void apply(const value_type& value) override {
     const auto owner = owner_.lock();
     if (!owner) throw_owner_gone();
-    std::apply(
-        [&](const auto&... bound) {
-          if constexpr (arguments::value_first) {
-            ((*owner).*Setter)(value, bound...);
-          } else {
-            ((*owner).*Setter)(bound..., value);
-          }
-        },
-        bound_);
+    call(*owner, value, std::make_index_sequence<std::tuple_size_v<typename arguments::bound>>());
   }
 
  private:
+  template <std::size_t... Index>
+  void call(owner_type& owner, const value_type& value, std::index_sequence<Index...>) {
+    if constexpr (arguments::value_first) {
+      (owner.*Setter)(value, std::get<Index>(bound_)...);
+    } else {
+      (owner.*Setter)(std::get<Index>(bound_)..., value);
+    }
+  }
+
   std::weak_ptr<owner_type> owner_;
   typename arguments::bound bound_;
 };

@@ -17,10 +17,10 @@ namespace nx::api {
 template <class Impl>
 class hysteresis_filtered_value;
 
-template <auto Getter>
-class hysteresis_filtered_value<polled_volatile_value_impl<Getter>> final
-    : public polled_volatile_value_impl<Getter> {
-  using impl = polled_volatile_value_impl<Getter>;
+template <class T, auto Getter>
+class hysteresis_filtered_value<async_volatile_value<polled_value_base<T>, Getter>> final
+    : public async_volatile_value<polled_value_base<T>, Getter> {
+  using impl = async_volatile_value<polled_value_base<T>, Getter>;
 
  public:
   using impl::impl;

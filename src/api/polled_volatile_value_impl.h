@@ -7,15 +7,8 @@
 namespace nx::api {
 
 template <auto Getter>
-class polled_volatile_value_impl
-    : public async_volatile_value<
-          polled_value_base<typename member_traits<decltype(Getter)>::result_type>, Getter> {
-  using base =
-      async_volatile_value<polled_value_base<typename member_traits<decltype(Getter)>::result_type>,
-                           Getter>;
-
- public:
-  using base::base;
-};
+using polled_volatile_value_impl =
+    async_volatile_value<polled_value_base<typename member_traits<decltype(Getter)>::result_type>,
+                         Getter>;
 
 }  // namespace nx::api

@@ -1,0 +1,154 @@
+// The records that the kinds of value give about themselves: management software reads them.
+#include <gtest/gtest.h>
+#include <rapidjson/document.h>
+
+#include <optional>
+
+#include "api/command.h"
+#include "api/config_param.h"
+#include "api/const_value.h"
+#include "api/hysteresis_filtered_value.h"
+#include "api/status_value.h"
+#include "api/volatile_value.h"
+#include "tree.h"
+
+namespace {
+
+using namespace nx::api;
+
+struct owner_t {
+  float get_power() { return 1.0f; }
+  int get_count() const { return 1; }
+  nx::json_document get_settings() { return nx::json_document(); }
+  void set_level(const std::string&) {}
+  void set_offset(float) {}
+  bool add(const nx::json_document&) { return true; }
+};
+
+struct info_test : testing::Test {
+  api_test::tree tree;
+  nx_db& db = tree.db;
+  const std::shared_ptr<owner_t> owner = std::make_shared<owner_t>();
+  const std::shared_ptr<value_group> group = value_group::create(1);
+
+  void add(std::shared_ptr<nx_db_leaf_node> node, unsigned interval) {
+    group->add_value(std::move(node), interval);
+  }
+
+  void expect(const std::string& path, const std::string& record, const std::string& line) {
+    EXPECT_EQ(tree.info(path), record) << path;
+    EXPECT_EQ(tree.db.find(path)->get_info(), line) << path;
+  }
+};
+
+TEST_F(info_test, written_kinds) {
+  add(const_value<unsigned>::create(db, "const", 7), 0);
+  expect("const",
+         R"({"type":"const value","valueType":"unsigned int","capabilities":{"read":true}})",
+         "const value (read)");
+
+  status_value<float>::create(db, "status", 0.0f, 1);
+  expect(
+      "status",
+      R"({"type":"status value","valueType":"float",)"
+      R"("capabilities":{"read":true,"subscribe":true},)"
+      R"("hysteresis":{"lessFunction":"std::equal_to<float>","delayCycles":1,"pollInterval":0}})",
+      "status value (read,subscribe)");
+
+  command<&owner_t::add>::create(db, "command", owner);
+  expect(
+      "command",
+      R"({"type":"command","valueType":"json","returnType":"bool","capabilities":{"write":true}})",
+      "command value returning response (write)");
+
+  config_param<&owner_t::set_level>::create(db, "level", std::nullopt, owner);
+  expect("level",
+         R"({"type":"config param","valueType":"string",)"
+         R"("capabilities":{"read":true,"write":true,"subscribe":true}})",
+         "config value (read,write,subscribe)");
+}
+
+TEST_F(info_test, declared_default_and_constraints) {
+  using offset = config_param<&owner_t::set_offset>;
+  const auto param = offset::create(db, "offset", std::nullopt, owner);
+  const std::string fixed = R"({"type":"config param","valueType":"float",)"
+                            R"("capabilities":{"read":true,"write":true,"subscribe":true})";
+  const struct {
+    offset::constraints_t constraints;
+    const char* members;
+  } table[] = {
+      {false, "}"},
+      {offset::min_max_range_t{-2.0f, 12.0f}, R"(,"constraints":{"min":-2,"max":12}})"},
+      {offset::min_max_grid_range_t{0.0f, 1.0f, 0.1f},
+       R"(,"constraints":{"min":0,"max":1,"grid":0.1}})"},
+      {std::vector<float>{0.5f, 2.0f}, R"(,"constraints":{"allowed":[0.5,2]}})"},
+  };
+  for (const auto& row : table) {
+    param->declare_constraints(row.constraints);
+    EXPECT_EQ(tree.info("offset"), fixed + row.members);
+  }
+  param->declare_constraints(false);
+  param->declare_default(0.2f);
+  EXPECT_EQ(tree.info("offset"), fixed + R"(,"defaultValue":0.2})");
+  EXPECT_EQ(tree.set("offset", "99"), "") << "constraints are a declaration for clients";
+}
+
+TEST_F(info_test, measured_kinds) {
+  volatile_value<&owner_t::get_count>::create(db, "volatile", owner);
+  expect("volatile", R"({"valueType":"int","capabilities":{"read":true},"type":"volatile value"})",
+         "volatile value (read)");
+
+  add(polled_value<&owner_t::get_power>::create(db, "polled", owner), 1);
+  expect("polled",
+         R"({"type":"polled volatile value","valueType":"float",)"
+         R"("capabilities":{"read":true,"subscribe":true},)"
+         R"("hysteresis":{"function":"equal","pollInterval":1}})",
+         "polled volatile value (read, subscribe)");
+
+  polled_value<&owner_t::get_settings>::create(db, "settings", owner);
+  EXPECT_EQ(tree.info("settings"),
+            R"({"type":"polled volatile value","valueType":"json",)"
+            R"("capabilities":{"read":true,"subscribe":true},"hysteresis":{"function":"equal"}})");
+
+  pushed_value<float>::create(db, "pushed", 1, 0.2);
+  expect("pushed",
+         R"({"type":"pushed volatile value","valueType":"float",)"
+         R"("capabilities":{"read":true,"subscribe":true},)"
+         R"("hysteresis":{"function":"default","ImmediateLimit":"1","delayedLimit":"0.2",)"
+         R"("delayCycles":10}})",
+         "pushed volatile value (read, subscribe)");
+}
+
+TEST_F(info_test, custom_filters_tell_their_limits_only) {
+  const auto filter = [](const float&, const float&, const float&, const float&) { return 1; };
+  nx::json_document document;
+  EXPECT_EQ(
+      nx::json_text(
+          hysteresis<float>::custom(filter, 0.5f, 0.25f).get_info(3, document.GetAllocator())),
+      R"({"function":"custom","ImmediateLimit":"0.5","delayedLimit":"0.25",)"
+      R"("pollInterval":3})");
+  EXPECT_EQ(nx::json_text(hysteresis<float>::custom(filter).get_info(0, document.GetAllocator())),
+            R"({"function":"custom"})");
+}
+
+TEST_F(info_test, which_kinds_a_server_may_wait_for) {
+  const struct {
+    std::shared_ptr<nx_db_leaf_node> node;
+    bool read_waits, flag, answers;
+  } table[] = {
+      {const_value<float>::create(db, "a", 1.0f), false, false, false},
+      {status_value<bool>::create(db, "b", false, 1), false, false, false},
+      {config_param<&owner_t::set_level>::create(db, "c", std::nullopt, owner), true, true, false},
+      {command<&owner_t::add>::create(db, "d", owner), false, true, true},
+      {volatile_value<&owner_t::get_count>::create(db, "e", owner), true, false, false},
+      {polled_value<&owner_t::get_power>::create(db, "f", owner), false, true, false},
+      {pushed_value<std::string>::create(db, "g"), false, true, false},
+  };
+  for (const auto& row : table) {
+    EXPECT_EQ(row.node->read_may_wait(), row.read_waits) << row.node->get_name();
+    EXPECT_EQ(row.node->node_flag(), row.flag) << row.node->get_name();
+    EXPECT_EQ(row.node->write_returns_response(), row.answers) << row.node->get_name();
+  }
+}
+
+}  // namespace
