@@ -60,17 +60,16 @@ void configure_from_environment() {
 
 boost::log::record open_record(severity_level severity, const std::string& channel) {
   namespace keywords = boost::log::keywords;
-  static std::mutex opening;
-  const std::lock_guard lock(opening);
-  return note_log_slg::get().open_record(
-      (keywords::channel = channel, keywords::severity = severity));
+  // A logger of the call's own: setting the channel of a shared one is no business of two threads.
+  auto logger = note_log_slg::construct_logger();
+  return logger.open_record((keywords::channel = channel, keywords::severity = severity));
 }
 
 void push_record(boost::log::record&& record, const std::string& text) {
   boost::log::record_ostream stream(record);
   stream << text;
   stream.flush();
-  note_log_slg::get().push_record(std::move(record));
+  boost::log::core::get()->push_record(std::move(record));
 }
 
 void write(severity_level severity, const std::string& channel, const std::string& text) {
@@ -78,7 +77,7 @@ void write(severity_level severity, const std::string& channel, const std::strin
 }
 
 void set_observer(std::function<void(const record&)> observer) {
-  note_log_slg::get();  // the library is set up before anything is watched
+  note_log_slg::construct_logger();  // the library is set up before anything is watched
   sink().locked_backend()->set_observer(std::move(observer));
 }
 
@@ -89,6 +88,7 @@ void flush() {
 }  // namespace note_log
 
 BOOST_LOG_GLOBAL_LOGGER_INIT(note_log_slg, note_log::logger_t) {
-  note_log::configure_from_environment();
+  static std::once_flag set_up;
+  std::call_once(set_up, note_log::configure_from_environment);
   return note_log::logger_t();
 }

@@ -22,8 +22,8 @@ using logger_t = boost::log::sources::severity_channel_logger<severity_level, st
 /// unless the library is set to show it.
 std::string getCodeTrace(const std::string& file, unsigned line);
 
-/// Opens a record of the global logger; empty (false) if the library's filter rejects it. Setting
-/// severity and channel and opening are one step: safe from any thread.
+/// Opens a record; empty (false) if the library's filter rejects it. Setting severity, channel and
+/// opening are one step: safe from any thread.
 boost::log::record open_record(severity_level severity, const std::string& channel);
 
 /// Completes an opened record with its text, code trace included.
