@@ -29,7 +29,10 @@ po::options_description describe(options& values) {
 bool read(int argc, const char** argv, const po::options_description& description) {
   try {
     po::variables_map given;
-    po::store(po::parse_command_line(argc, argv, description), given);
+    // Without the empty list of positional words, a stray word would be passed over in silence.
+    const po::positional_options_description no_words;
+    po::command_line_parser parser(argc, argv);
+    po::store(parser.options(description).positional(no_words).run(), given);
     po::notify(given);
     return given.count("help") == 0;
   } catch (...) {

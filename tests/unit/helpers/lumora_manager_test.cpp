@@ -1,0 +1,148 @@
+#include "main/lumora_manager.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <rapidjson/document.h>
+
+#include <functional>
+
+#include "helpers/redis.h"
+#include "helpers/waiting.h"
+#include "platform/kvs_client/kvs_client.h"
+#include "platform/value_tree/nx_db.h"
+#include "platform/wire/nx_error.h"
+#include "tests/support/environment.h"
+#include "tests/support/hand_clock.h"
+#include "tests/support/log_capture.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr const char* config_path = "config/redisConfigStatus";
+
+class product final : public manager::interface {
+ public:
+  void start(nx_db&) override { on_start(); }
+  void run(nx_db&, bool*) override { on_run(); }
+
+  std::function<void()> on_start = [] {};
+  std::function<void()> on_run = [] {};
+};
+
+/// The daemon's core on a tree, with the store inside the process and a clock that moves when the
+/// core sleeps: `clock->at` is what happens in the node meanwhile.
+struct lumora_manager_test : testing::Test {
+  lumora_manager_test() {
+    helpers::waiting::instance().set_source(clock);
+    redis::instance().reset_for_test();
+    kvs_memory::clear();
+    kvs_memory::set("{c}:qz:mounts", "/mnt/qz");
+    kvs_memory::set("{d}:qz:status", "ok");
+  }
+  ~lumora_manager_test() override {
+    redis::instance().reset_for_test();
+    helpers::waiting::instance().set_source(nullptr);
+  }
+
+  void start_core() {
+    std::shared_ptr<manager::interface> as_interface = model;
+    core->start(as_interface, &running);
+  }
+
+  void write_config_status(bool value) const {
+    const auto node = db.find(config_path);
+    ASSERT_TRUE(node);
+    node->set(config_path, rapidjson::Value(value));
+  }
+
+  bool config_status() const {
+    rapidjson::Document result(rapidjson::kObjectType);
+    db.find("data/configStatus")->get("data/configStatus", result.GetAllocator(), result);
+    return result["data/configStatus"].GetBool();
+  }
+
+  const test::environment_variable url{"KVS_URL", "memory:"};
+  const test::environment_variable configuration_tag{"REDIS_CONF_HASH_TAG", "{c}"};
+  const test::environment_variable data_tag{"REDIS_DATA_HASH_TAG", "{d}"};
+  const std::shared_ptr<test::hand_clock> clock =
+      std::make_shared<test::hand_clock>([](std::chrono::nanoseconds) {});
+  nx_db db;
+  const std::shared_ptr<lumora_manager> core = std::make_shared<lumora_manager>(db);
+  const std::shared_ptr<product> model = std::make_shared<product>();
+  bool running = true;
+};
+
+TEST_F(lumora_manager_test, waits_for_the_store_then_for_the_configuration) {
+  const test::log_capture log;
+  EXPECT_FALSE(config_status());
+  kvs_memory::set("{c}:qz:mounts", "");
+  clock->at(1500ms, [&] {
+    EXPECT_TRUE(config_status());
+    EXPECT_FALSE(db.find(config_path));
+    kvs_memory::set("{c}:qz:mounts", "/mnt/qz");
+  });
+  std::vector<std::chrono::nanoseconds> calls;
+  model->on_start = [&] {
+    EXPECT_FALSE(db.find(config_path)) << "nothing to write before the manager is built";
+    calls.push_back(clock->elapsed());
+  };
+  clock->at(3500ms, [&] { write_config_status(false); });
+  clock->at(4500ms, [&] { write_config_status(true); });
+  model->on_run = [&] { calls.push_back(clock->elapsed()); };
+  start_core();
+  EXPECT_THAT(calls, ElementsAre(2s, 6s)) << "a second passes between configuration and run";
+  EXPECT_THAT(log.texts(),
+              ElementsAre("Manager thread started, awaiting redis configuration.",
+                          "Waiting for redis connection.", "Waiting for redis connection.",
+                          "Redis configuration received, proceeding."));
+}
+
+TEST_F(lumora_manager_test, a_stop_ends_either_wait) {
+  for (const bool store_usable : {false, true}) {
+    running = true;
+    kvs_memory::set("{d}:qz:status", store_usable ? "ok" : "starting");
+    bool started = false;
+    bool ran = false;
+    model->on_start = [&] { started = true; };
+    model->on_run = [&] { ran = true; };
+    clock->at(clock->elapsed() + 2500ms, [&] { running = false; });
+    start_core();
+    EXPECT_EQ(started, store_usable);
+    EXPECT_FALSE(ran);
+  }
+}
+
+TEST_F(lumora_manager_test, a_failure_of_the_manager_is_logged_and_ends_the_thread) {
+  const std::string signature =
+      "function void lumora_manager::start(std::shared_ptr<manager::interface>&, bool*), line ";
+  {
+    const test::log_capture log;
+    model->on_start = [] { throw nx_error(-5, "No system nexel."); };
+    start_core();
+    EXPECT_THAT(log.texts(), Contains(testing::AllOf(StartsWith("nx_error, " + signature),
+                                                     HasSubstr(": No system nexel. "))));
+    EXPECT_FALSE(db.find(config_path));
+  }
+  const test::log_capture log;
+  model->on_start = [&] { clock->at(clock->elapsed() + 1s, [&] { write_config_status(true); }); };
+  model->on_run = [] { throw std::runtime_error("lost"); };
+  start_core();
+  EXPECT_THAT(log.texts(),
+              Contains(testing::AllOf(StartsWith("general exception: "), HasSubstr("lost"))));
+  EXPECT_TRUE(running);
+}
+
+TEST_F(lumora_manager_test, a_missing_hash_tag_is_told_and_ends_the_thread) {
+  const test::environment_variable no_tag("REDIS_CONF_HASH_TAG", std::nullopt);
+  const test::log_capture log;
+  model->on_start = [] { ADD_FAILURE() << "started without a store"; };
+  start_core();
+  EXPECT_THAT(log.texts(), Contains(HasSubstr(": undefined: REDIS_CONF_HASH_TAG ")));
+}
+
+}  // namespace
