@@ -1,5 +1,6 @@
 #include "sim/plant.h"
 
+#include <algorithm>
 #include <array>
 #include <mutex>
 #include <stdexcept>
@@ -18,8 +19,7 @@ struct plant::impl {
   impl(topology given, plant& owner) : what(std::move(given)), system(what) {
     for (unsigned i = 0; i < what.nodes.size(); ++i) {
       trees[i] = make_node_trees(light, *system.nodes[i]);
-      for (const auto& tree : trees[i])
-        states[i].push_back(nexel_state::ok);
+      states[i].assign(trees[i].size(), nexel_state::ok);
     }
     control = std::make_unique<sim::control_tree>(light, owner, system);
     for (unsigned i = 0; i < what.nodes.size(); ++i) {
@@ -40,6 +40,7 @@ struct plant::impl {
   topology what;
   mutable std::mutex light;
   line_system system;
+  std::chrono::nanoseconds gathered{0};  // not yet stepped
   std::array<std::vector<std::unique_ptr<device_tree>>, 2> trees;
   std::unique_ptr<sim::control_tree> control;
 
@@ -76,14 +77,23 @@ plant::~plant() {
 }
 
 void plant::step(std::chrono::nanoseconds dt) {
+  // Waits of a microsecond are gathered: nothing in the plant is that quick.
+  constexpr std::chrono::milliseconds shortest_step(1);
   const std::lock_guard lock(impl_->light);
-  impl_->system.step(dt);
-  impl_->publish();
+  impl_->gathered += dt;
+  if (impl_->gathered < shortest_step) return;
+  // Published part by part: a long step shows every pass of the monitors, as a short one would.
+  while (impl_->gathered.count() > 0) {
+    const auto part = std::min(impl_->gathered, line_system::longest_step);
+    impl_->system.step(part);
+    impl_->publish();
+    impl_->gathered -= part;
+  }
 }
 
 std::chrono::nanoseconds plant::time() const {
   const std::lock_guard lock(impl_->light);
-  return impl_->system.time();
+  return impl_->system.time() + impl_->gathered;
 }
 
 const topology& plant::get_topology() const {

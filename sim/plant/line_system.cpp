@@ -10,8 +10,6 @@ namespace sim {
 
 namespace {
 
-constexpr std::chrono::nanoseconds longest_step = std::chrono::milliseconds(100);
-
 grid grid_of_topology(const topology& what) {
   check(what);
   const channel_grid plan = grid_of(what.nodes.front().product);

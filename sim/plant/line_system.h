@@ -4,6 +4,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <memory>
 
 #include "sim/plant/fibre_span.h"
@@ -13,8 +14,11 @@ namespace sim {
 
 class line_system {
  public:
+  static constexpr std::chrono::nanoseconds longest_step = std::chrono::milliseconds(100);
+
   explicit line_system(const topology& what);
 
+  /// In parts of the longest step at most.
   void step(std::chrono::nanoseconds dt);
   std::chrono::nanoseconds time() const { return time_; }
 

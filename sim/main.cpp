@@ -1,0 +1,125 @@
+// lumora_sim: serves the simulated plant of a topology in real time.
+#include <signal.h>
+#include <time.h>
+
+#include <CLI/CLI.hpp>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <string>
+
+#include "platform/wire/socket_path.h"
+#include "sim/plant.h"
+#include "sim/plant/topology_json.h"
+#include "sim/service_host.h"
+
+namespace {
+
+constexpr std::chrono::milliseconds tick(50);
+
+struct options {
+  std::string topology_path;
+  std::optional<std::uint64_t> seed;
+  double speed = 1.0;
+  bool board = false;
+  bool print_board = false;
+  std::string far_prefix = "/far";
+};
+
+std::optional<int> read_options(int argc, char** argv, options& to) {
+  CLI::App app(
+      "Serves the simulated plant of a topology file: the device services of one or two "
+      "nodes and the light between them.");
+  app.add_option("TOPOLOGY.json", to.topology_path, "what the plant is built from")->required();
+  app.add_option("--seed", to.seed, "seed of all noise, in place of the file's");
+  app.add_option("--speed", to.speed, "plant seconds in a second")->check(CLI::Range(0.01, 100.0));
+  app.add_flag("--board", to.board,
+               "write each node's calibration file below its root (NX_ROOT must be set)");
+  app.add_flag("--print-board", to.print_board, "print the near node's calibration file and end");
+  app.add_option("--far-prefix", to.far_prefix,
+                 "folder below NX_ROOT in which a second node has its sockets");
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error);
+  }
+  return std::nullopt;
+}
+
+void write_boards(const sim::plant& plant, const options& from) {
+  if (std::getenv("NX_ROOT") == nullptr) {
+    throw std::runtime_error(
+        "--board: NX_ROOT is not set, and the real board file stays untouched");
+  }
+  for (unsigned node = 0; node < plant.get_topology().nodes.size(); ++node) {
+    const std::filesystem::path path = nx::rooted_path(
+        (node == 0 ? "" : from.far_prefix) + "/mnt/board_info/calibration_data/lumora/lumora.conf");
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream file(path);
+    file << plant.board_file(node);
+    if (!file.flush()) throw std::runtime_error("cannot write " + path.string());
+  }
+}
+
+/// Blocked in every thread, so that `wait_for_signal` alone gets them.
+sigset_t block_stop_signals() {
+  sigset_t stop;
+  sigemptyset(&stop);
+  sigaddset(&stop, SIGINT);
+  sigaddset(&stop, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &stop, nullptr);
+  return stop;
+}
+
+/// True when a stop signal came before the time was over.
+bool wait_for_signal(const sigset_t& stop, std::chrono::nanoseconds time) {
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
+  const timespec timeout{static_cast<time_t>(seconds.count()),
+                         static_cast<long>((time - seconds).count())};
+  return sigtimedwait(&stop, nullptr, &timeout) > 0;
+}
+
+void run(sim::plant& plant, sim::service_host& services, double speed, const sigset_t& stop) {
+  using clock = std::chrono::steady_clock;
+  const std::chrono::nanoseconds plant_tick(
+      static_cast<long long>(static_cast<double>(std::chrono::nanoseconds(tick).count()) * speed));
+  auto next = clock::now() + tick;
+  while (!wait_for_signal(stop, std::max(clock::duration(0), next - clock::now()))) {
+    if (clock::now() < next) continue;
+    plant.step(plant_tick);
+    services.work();
+    next += tick;
+    // A machine that was asleep does not make up for it in one rush.
+    if (clock::now() - next > std::chrono::seconds(1)) next = clock::now();
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  options chosen;
+  if (const auto code = read_options(argc, argv, chosen)) return *code;
+  try {
+    sim::topology topology = sim::load_topology(chosen.topology_path);
+    if (chosen.seed) topology.seed = *chosen.seed;
+    sim::plant plant(std::move(topology));
+    if (chosen.print_board) {
+      std::fputs(plant.board_file().c_str(), stdout);
+      return 0;
+    }
+    if (chosen.board) write_boards(plant, chosen);
+    const sigset_t stop = block_stop_signals();
+    sim::service_host services(plant, chosen.far_prefix);
+    std::printf("ready: %zu nexels below %s\n", services.count(),
+                nx::rooted_path("/tmp/nexels").c_str());
+    std::fflush(stdout);
+    run(plant, services, chosen.speed, stop);
+    return 0;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "lumora_sim: %s\n", error.what());
+    return 1;
+  }
+}

@@ -1,0 +1,50 @@
+// Serves every tree of a plant on its unix socket, and makes the services hang, die and come back
+// as the plant's controls ask. Requests are gathered from any thread and carried out by the
+// program's main thread, so that no service is taken down from within one of its own requests.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/value_tree/nx_server.h"
+#include "sim/plant.h"
+
+namespace sim {
+
+class service_host {
+ public:
+  /// Node 0 is served at its own addresses below NX_ROOT, node 1 below `far_prefix` there. Throws
+  /// std::runtime_error when a socket cannot be bound.
+  service_host(plant& of, std::string far_prefix);
+
+  /// Carries out what was asked for since the last call.
+  void work();
+  std::size_t count() const { return services_.size(); }
+
+ private:
+  struct service {
+    std::string path;
+    nx_db* tree;
+    std::unique_ptr<nx::nx_server> server;
+  };
+  using service_key = std::pair<unsigned, std::string>;
+  struct request {
+    service_key of;
+    nexel_state state;
+  };
+
+  void add(unsigned node, const std::string& name, const std::string& path, nx_db& tree);
+  void start(service& of);
+  void apply(service& of, nexel_state state);
+
+  nx::server_runtime runtime_;
+  std::map<service_key, service> services_;
+  std::mutex requests_mutex_;
+  std::vector<request> requests_;
+};
+
+}  // namespace sim
