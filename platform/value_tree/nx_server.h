@@ -52,8 +52,9 @@ class nx_server {
   void start_accepting();
   /// Also listens on the interface, for reading and subscribing only.
   void start_ipv6_socket(const std::string& interface_name, unsigned port);
-  /// As above, with full access, on any address text ("::1"): for simulated peers.
-  void start_tcp_socket(const std::string& address, unsigned port, bool read_only);
+  /// On any address text ("::1"): for simulated peers and tests. The port that is listened on,
+  /// which the system chooses for 0. Throws std::runtime_error.
+  unsigned start_tcp_socket(const std::string& address, unsigned port, bool read_only);
   void set_fault(server_fault fault);
   /// Ends the subscriptions of all sessions to the path, as a service that forgets its clients.
   void drop_subscriptions(const std::string& path);

@@ -1,0 +1,87 @@
+#include "platform/value_tree/nexel_api.h"
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <condition_variable>
+#include <csignal>
+#include <mutex>
+
+#include "platform/note_log/note_log.h"
+#include "platform/value_tree/nx_db.h"
+#include "platform/value_tree/nx_server.h"
+#include "platform/value_tree/server/runtime_impl.h"
+
+struct nexel_api::impl {
+  impl(const std::string& socket_path, unsigned tcp_port)
+      : port(tcp_port),
+        db(runtime->poller(), runtime->io_context()),
+        server(std::make_unique<nx::nx_server>(*runtime, db, socket_path)) {}
+
+  ~impl() {
+    server.reset();
+    runtime.reset();  // its threads call nodes of the tree
+  }
+
+  void watch_signals();
+  void forget_signals();
+
+  const unsigned port;
+  std::unique_ptr<nx::server_runtime> runtime = std::make_unique<nx::server_runtime>();
+  nx_db db;
+  std::unique_ptr<nx::nx_server> server;
+
+  // The I/O thread's own.
+  std::unique_ptr<boost::asio::signal_set> signals;
+
+  std::mutex mutex;
+  std::condition_variable stopped;
+  bool stopping = false;
+};
+
+void nexel_api::impl::watch_signals() {
+  runtime->internals().run_on_io([this] {
+    signals = std::make_unique<boost::asio::signal_set>(*runtime->io_context(), SIGINT, SIGTERM);
+    signals->async_wait([this](const boost::system::error_code& cancelled, int signal) {
+      if (cancelled) return;
+      note_log::write(note_log::info, "nexel_api",
+                      signal == SIGINT ? "Stopping after SIGINT" : "Stopping after SIGTERM");
+      const std::lock_guard lock(mutex);
+      stopping = true;
+      stopped.notify_all();
+    });
+  });
+}
+
+// A second signal ends a process whose orderly end hangs.
+void nexel_api::impl::forget_signals() {
+  runtime->internals().run_on_io([this] { signals.reset(); });
+}
+
+nexel_api::nexel_api(const std::string& socket_path, unsigned port, bool)
+    : impl_(std::make_unique<impl>(socket_path, port)) {}
+
+nexel_api::~nexel_api() = default;
+
+nx_db& nexel_api::get_db() {
+  return impl_->db;
+}
+
+void nexel_api::start_ipv6_socket(std::string interface_name) {
+  impl_->server->start_ipv6_socket(interface_name, impl_->port);
+}
+
+void nexel_api::start() {
+  impl_->watch_signals();
+  impl_->server->start_accepting();
+  {
+    std::unique_lock lock(impl_->mutex);
+    impl_->stopped.wait(lock, [this] { return impl_->stopping; });
+  }
+  impl_->forget_signals();
+}
+
+void nexel_api::stop() {
+  const std::lock_guard lock(impl_->mutex);
+  impl_->stopping = true;
+  impl_->stopped.notify_all();
+}

@@ -1,0 +1,194 @@
+#include "platform/value_tree/nx_server.h"
+
+#include <fmt/format.h>
+#include <sys/socket.h>
+
+#include <boost/asio/local/stream_protocol.hpp>
+#include <boost/asio/post.hpp>
+
+#include "platform/note_log/note_log.h"
+#include "platform/value_tree/nx_db.h"
+#include "platform/value_tree/server/server_impl.h"
+#include "platform/value_tree/server/session.h"
+#include "platform/wire/json_rpc.h"
+
+namespace nx {
+
+nx_server::impl::impl(server_runtime::impl& runtime_of_server, nx_db& tree,
+                      const std::string& socket_path)
+    : session_host(runtime_of_server, tree, socket_path),
+      socket_(std::make_unique<unix_socket>(socket_path)) {
+  listeners_.push_back(std::make_shared<listener>(
+      *runtime.io, socket_->take(),
+      [this](owned_fd connection) { accept(std::move(connection), access::full, false, {}); }));
+}
+
+// Nodes may be added under the locks of the daemon's loops, so the subscriptions of patterns are
+// made later, on the I/O thread.
+void nx_server::impl::watch_tree() {
+  tree_watch_ = db.watch_added([weak = weak_from_this()](const auto& node) {
+    const auto self = weak.lock();
+    if (!self || !self->has_patterns) return;
+    boost::asio::post(*self->runtime.io,
+                      [self, path = node->get_path(0)] { self->node_added(path); });
+  });
+}
+
+void nx_server::impl::start_accepting() {
+  if (std::exchange(accepting_, true)) return;
+  for (const auto& one : listeners_)
+    one->start();
+  for (const auto& one : interfaces_)
+    one->start();
+}
+
+void nx_server::impl::add_listener(owned_fd listening, access rights, bool tcp) {
+  listeners_.push_back(std::make_shared<listener>(*runtime.io, std::move(listening),
+                                                  [this, rights, tcp](owned_fd connection) {
+                                                    accept(std::move(connection), rights, tcp, {});
+                                                  }));
+  if (accepting_) listeners_.back()->start();
+}
+
+void nx_server::impl::add_interface(const std::string& interface_name, unsigned port) {
+  interfaces_.push_back(std::make_shared<interface_listener>(
+      *runtime.io, interface_name, port,
+      [this, interface_name](owned_fd connection) {
+        accept(std::move(connection), access::read_only, true, interface_name);
+      },
+      [this, interface_name] {
+        session_set closing;
+        for (const auto& [interface, of_it] : of_interface_) {
+          if (interface == interface_name) closing.insert(of_it);
+        }
+        close_all(closing);
+      }));
+  if (accepting_) interfaces_.back()->start();
+}
+
+void nx_server::impl::accept(owned_fd connection, access rights, bool tcp,
+                             const std::string& interface_name) {
+  if (fault == server_fault::refusing) return;
+  if (sessions_.size() >= limits::sessions) return refuse(connection);
+  if (tcp) tune_connection(connection.get());
+  const boost::asio::generic::stream_protocol protocol(tcp ? AF_INET6 : AF_UNIX, 0);
+  session::socket socket(*runtime.io, protocol, connection.release());
+  const auto made = std::make_shared<session>(
+      shared_from_this(), std::move(socket), rights,
+      fmt::format("session {} of {}{}", ++session_number_, name,
+                  tcp ? " over " + (interface_name.empty() ? "TCP" : interface_name) : ""));
+  sessions_.insert(made);
+  if (!interface_name.empty()) of_interface_.emplace(interface_name, made);
+  made->start();
+}
+
+void nx_server::impl::refuse(const owned_fd& connection) const {
+  constexpr std::int32_t no_room = -105;
+  const auto text = fmt::format("More than {} sessions", limits::sessions);
+  note_log::write(note_log::warning, "nexel_api", text + " of " + name);
+  const auto line = json_rpc::error_without_id({no_room, text}) + '\n';
+  // The socket is new and takes it, or the client does without.
+  [[maybe_unused]] const auto sent =
+      ::send(connection.get(), line.data(), line.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+}
+
+void nx_server::impl::node_added(const std::string& path) {
+  const auto present = sessions_;  // a session may close meanwhile
+  for (const auto& one : present)
+    one->node_added(path);
+}
+
+void nx_server::impl::set_fault(server_fault wanted) {
+  fault = wanted;
+  if (wanted == server_fault::refusing) close_all(sessions_);
+  if (wanted != server_fault::none) return;
+  const auto present = sessions_;
+  for (const auto& one : present)
+    one->resume();
+}
+
+void nx_server::impl::drop_subscriptions(const std::string& path) {
+  for (const auto& one : sessions_)
+    one->drop_subscription(path);
+}
+
+void nx_server::impl::close_all(const session_set& closing) {
+  const auto all = closing;  // closing takes them out of the set
+  for (const auto& one : all)
+    one->close({});
+}
+
+void nx_server::impl::session_closed(const std::shared_ptr<session>& closed) {
+  sessions_.erase(closed);
+  std::erase_if(of_interface_, [&](const auto& entry) { return entry.second == closed; });
+}
+
+void nx_server::impl::job_started() {
+  const std::lock_guard lock(jobs_mutex_);
+  ++jobs_;
+}
+
+void nx_server::impl::job_done() {
+  const std::lock_guard lock(jobs_mutex_);
+  if (--jobs_ == 0) jobs_changed_.notify_all();
+}
+
+void nx_server::impl::stop_accepting() {
+  shut_down_ = true;
+  for (const auto& one : listeners_)
+    one->stop();
+  for (const auto& one : interfaces_)
+    one->stop();
+  listeners_.clear();
+  interfaces_.clear();
+  socket_.reset();
+}
+
+void nx_server::impl::shut_down() {
+  tree_watch_.reset();
+  runtime.run_on_io([this] {
+    stop_accepting();
+    close_all(sessions_);
+  });
+  std::unique_lock lock(jobs_mutex_);
+  jobs_changed_.wait(lock, [this] { return jobs_ == 0; });
+  lock.unlock();
+  // A session that was busy leaves the tree only now, when its worker has reported.
+  runtime.run_on_io([] {});
+}
+
+nx_server::nx_server(server_runtime& runtime, nx_db& db, const std::string& socket_path)
+    : impl_(std::make_shared<impl>(runtime.internals(), db, socket_path)) {
+  impl_->watch_tree();
+}
+
+nx_server::~nx_server() {
+  impl_->shut_down();
+}
+
+void nx_server::start_accepting() {
+  impl_->runtime.run_on_io([this] { impl_->start_accepting(); });
+}
+
+void nx_server::start_ipv6_socket(const std::string& interface_name, unsigned port) {
+  impl_->runtime.run_on_io([&] { impl_->add_interface(interface_name, port); });
+}
+
+unsigned nx_server::start_tcp_socket(const std::string& address, unsigned port, bool read_only) {
+  auto listening = listen_on(parse_address(address), port, {});
+  const auto bound = bound_port(listening.get());
+  impl_->runtime.run_on_io([&] {
+    impl_->add_listener(std::move(listening), read_only ? access::read_only : access::full, true);
+  });
+  return bound;
+}
+
+void nx_server::set_fault(server_fault fault) {
+  impl_->runtime.run_on_io([this, fault] { impl_->set_fault(fault); });
+}
+
+void nx_server::drop_subscriptions(const std::string& path) {
+  impl_->runtime.run_on_io([&] { impl_->drop_subscriptions(path); });
+}
+
+}  // namespace nx

@@ -1,0 +1,131 @@
+#include "platform/value_tree/server/request_methods.h"
+
+#include <array>
+
+#include "platform/value_tree/event_frame.h"
+#include "platform/value_tree/nx_db.h"
+#include "platform/value_tree/server/node_errors.h"
+#include "platform/wire/json_conversion.h"
+#include "platform/wire/json_parse.h"
+#include "platform/wire/json_rpc.h"
+
+namespace nx {
+namespace {
+
+void add_member(const request_call& call, const std::string& path, json_value value) {
+  call.result.AddMember(to_json(path, call.allocator), value, call.allocator);
+}
+
+void add_info(const request_call& call, const std::string& path, const nx_db_leaf_node& node) {
+  add_member(call, path, node.get_info(call.allocator));
+}
+
+}  // namespace
+
+nx_db_leaf_node& request_handler::request::node() const {
+  if (nodes.empty()) throw nx_error(-2, "No such path: " + path);
+  return *nodes.front();
+}
+
+const json_value& request_handler::request::param(const char* name) const {
+  const auto member = params->FindMember(name);
+  if (member == params->MemberEnd()) {
+    throw nx_error(json_rpc::invalid_params,
+                   std::string("Invalid params: \"") + name + "\" is missing beside \"path\"");
+  }
+  return member->value;
+}
+
+const request_handler::method& request_handler::methods::find(std::string_view name) {
+  static constexpr std::array<method, 9> table{{
+      {.name = "get", .execute = get, .takes_pattern = true, .reads_value = true},
+      {.name = "set", .execute = set, .writes = true},
+      {.name = "run", .execute = run, .writes = true},
+      {.name = "reset", .execute = reset, .writes = true},
+      {.name = "subscribe", .execute = subscribe, .takes_pattern = true, .reads_value = true},
+      {.name = "unsubscribe", .execute = unsubscribe, .takes_pattern = true},
+      {.name = "info", .execute = info, .takes_pattern = true},
+      {.name = "list", .execute = list},
+      {.name = "history", .execute = history},
+  }};
+  for (const auto& known : table) {
+    if (known.name == name) return known;
+  }
+  std::string names;
+  for (const auto& known : table)
+    names += (names.empty() ? "" : ", ") + std::string(known.name);
+  throw nx_error(json_rpc::unknown_method,
+                 "No such method: " + std::string(name) + "; there are " + names);
+}
+
+void request_handler::methods::get(const request& asked, const request_call& call) {
+  if (!asked.is_pattern) return asked.node().get(asked.path, call.allocator, call.result);
+  for (const auto& node : asked.nodes) {
+    const auto path = node->get_path(0);
+    try {
+      node->get(path, call.allocator, call.result);
+    } catch (...) {
+      add_member(call, path, json_rpc::error_value(current_node_error(), call.allocator));
+    }
+  }
+}
+
+void request_handler::methods::set(const request& asked, const request_call& call) {
+  auto& node = asked.node();
+  const auto& value = asked.param("value");
+  if (node.write_returns_response()) {
+    node.run(asked.path, value, call.allocator, call.result);
+  } else {
+    node.set(asked.path, value);
+  }
+}
+
+void request_handler::methods::run(const request& asked, const request_call& call) {
+  asked.node().run(asked.path, asked.param("args"), call.allocator, call.result);
+}
+
+void request_handler::methods::reset(const request& asked, const request_call&) {
+  asked.node().reset();
+}
+
+void request_handler::methods::subscribe(const request& asked, const request_call& call) {
+  if (!asked.is_pattern) asked.node();
+  if (call.subscriptions == nullptr) throw nx_error(-22, "Not subscribable: " + asked.path);
+  call.subscriptions->subscribe(asked.path, call.allocator, call.result);
+}
+
+void request_handler::methods::unsubscribe(const request& asked, const request_call& call) {
+  if (!asked.is_pattern) asked.node();
+  if (call.subscriptions != nullptr) call.subscriptions->unsubscribe(asked.path);
+}
+
+void request_handler::methods::info(const request& asked, const request_call& call) {
+  if (!asked.is_pattern) return add_info(call, asked.path, asked.node());
+  for (const auto& node : asked.nodes)
+    add_info(call, node->get_path(0), *node);
+}
+
+void request_handler::methods::list(const request& asked, const request_call& call) {
+  const auto recursive = asked.params->FindMember("recursive");
+  const bool whole = recursive != asked.params->MemberEnd() && from_json<bool>(recursive->value);
+  json_value names(rapidjson::kArrayType);
+  for (const auto& name : call.db.list(asked.path, whole)) {
+    names.PushBack(to_json(name, call.allocator), call.allocator);
+  }
+  add_member(call, asked.path, std::move(names));
+}
+
+void request_handler::methods::history(const request& asked, const request_call& call) {
+  json_value entries(rapidjson::kArrayType);
+  for (const auto& entry : call.db.history(asked.path)) {
+    json_document value(&call.allocator);
+    parse_json_into(value, entry.value);
+    json_value shown(rapidjson::kObjectType);
+    shown.AddMember("time", to_json(event_time(entry.time), call.allocator), call.allocator);
+    shown.AddMember("value", static_cast<json_value&>(value), call.allocator);
+    entries.PushBack(shown, call.allocator);
+  }
+  add_member(call, asked.path, std::move(entries));
+}
+
+}  // namespace nx

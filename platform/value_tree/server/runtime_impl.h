@@ -1,0 +1,45 @@
+// The threads of server_runtime as servers and sessions use them. Exactly one thread runs the
+// io_context, so the sockets of sessions need no strands.
+#pragma once
+
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "platform/value_tree/nx_server.h"
+#include "platform/value_tree/server/thread_poller.h"
+#include "platform/value_tree/server/worker_pool.h"
+
+namespace nx {
+
+class session;
+
+struct server_runtime::impl {
+  impl();
+  ~impl();
+
+  bool on_io_thread() const { return std::this_thread::get_id() == io_thread.get_id(); }
+  /// Executes on the I/O thread and returns when it is done. Not for use by what the I/O thread
+  /// may wait for.
+  void run_on_io(const std::function<void()>& job);
+  /// Has the session send what waits, together with all others of the same wake-up.
+  void schedule_flush(std::shared_ptr<session> sender);
+
+  std::shared_ptr<boost::asio::io_context> io;
+  std::shared_ptr<thread_poller> poller;
+  std::unique_ptr<worker_pool> workers;
+
+ private:
+  void flush_scheduled();
+
+  boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work;
+  std::mutex scheduled_mutex;  // a leaf in the lock order
+  std::vector<std::shared_ptr<session>> scheduled;
+  std::thread io_thread;
+};
+
+}  // namespace nx

@@ -1,0 +1,90 @@
+#include <pthread.h>
+
+#include <boost/asio/post.hpp>
+#include <future>
+
+#include "platform/note_log/note_log.h"
+#include "platform/value_tree/server/node_errors.h"
+#include "platform/value_tree/server/runtime_impl.h"
+#include "platform/value_tree/server/session.h"
+
+namespace nx {
+namespace {
+
+// A handler that throws costs its own work only; the thread goes on with the next.
+void run_io(boost::asio::io_context& io) {
+  pthread_setname_np(pthread_self(), "nx_io");
+  while (!io.stopped()) {
+    try {
+      io.run();
+    } catch (...) {
+      note_log::write(note_log::error, "nexel_api",
+                      "Failure on the I/O thread: " + current_node_error().message);
+    }
+  }
+}
+
+}  // namespace
+
+server_runtime::impl::impl()
+    : io(std::make_shared<boost::asio::io_context>(1)),
+      poller(std::make_shared<thread_poller>()),
+      workers(std::make_unique<worker_pool>()),
+      work(io->get_executor()),
+      io_thread([context = io] { run_io(*context); }) {}
+
+server_runtime::impl::~impl() {
+  // Polls and requests may still need the I/O thread for their device calls.
+  poller->stop();
+  workers.reset();
+  io->stop();
+  io_thread.join();
+}
+
+void server_runtime::impl::run_on_io(const std::function<void()>& job) {
+  if (on_io_thread()) return job();
+  std::promise<void> done;
+  boost::asio::post(*io, [&] {
+    try {
+      job();
+      done.set_value();
+    } catch (...) {
+      done.set_exception(std::current_exception());
+    }
+  });
+  done.get_future().get();
+}
+
+void server_runtime::impl::schedule_flush(std::shared_ptr<session> sender) {
+  bool first = false;
+  {
+    const std::lock_guard lock(scheduled_mutex);
+    first = scheduled.empty();
+    scheduled.push_back(std::move(sender));
+  }
+  if (first) boost::asio::post(*io, [this] { flush_scheduled(); });
+}
+
+void server_runtime::impl::flush_scheduled() {
+  std::vector<std::shared_ptr<session>> senders;
+  {
+    const std::lock_guard lock(scheduled_mutex);
+    senders.swap(scheduled);
+  }
+  for (const auto& sender : senders)
+    sender->flush();
+}
+
+server_runtime::server_runtime() : impl_(std::make_unique<impl>()) {}
+
+server_runtime::~server_runtime() = default;
+
+std::shared_ptr<boost::asio::io_context> server_runtime::io_context() {
+  return impl_->io;
+}
+
+std::shared_ptr<poll_scheduler> server_runtime::poller() {
+  return impl_->poller;
+}
+
+}  // namespace nx

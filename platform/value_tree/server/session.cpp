@@ -1,0 +1,271 @@
+#include "platform/value_tree/server/session.h"
+
+#include <fmt/format.h>
+
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/post.hpp>
+#include <cassert>
+
+#include "platform/note_log/note_log.h"
+#include "platform/value_tree/nx_db.h"
+#include "platform/value_tree/server/runtime_impl.h"
+#include "platform/wire/json_rpc.h"
+
+namespace nx {
+namespace {
+
+// Requests are left alone while this much output waits, so that a client which asks faster than it
+// reads is slowed down instead of being closed.
+constexpr std::size_t pause_bytes = 1024 * 1024;
+constexpr std::size_t write_bytes = 256 * 1024;
+constexpr std::size_t lines_per_job = 64;
+
+std::string too_long_answer() {
+  return json_rpc::error_without_id(
+      {json_rpc::parse_error, fmt::format("Line longer than {} bytes", limits::line_bytes)});
+}
+
+bool would_block(const boost::system::error_code& error) {
+  return error == boost::asio::error::would_block || error == boost::asio::error::try_again;
+}
+
+}  // namespace
+
+session::session(std::shared_ptr<session_host> host, socket connection, access rights,
+                 std::string name)
+    : host_(std::move(host)),
+      name_(std::move(name)),
+      handler_(host_->db, rights, this),
+      socket_(std::move(connection)),
+      progress_timer_(*host_->runtime.io) {}
+
+std::shared_ptr<session> session::self() {
+  return std::static_pointer_cast<session>(shared_from_this());
+}
+
+void session::start() {
+  boost::system::error_code ignored;
+  socket_.non_blocking(true, ignored);
+  read();
+}
+
+void session::read() {
+  if (reading_) return;
+  reading_ = true;
+  socket_.async_read_some(boost::asio::buffer(input_),
+                          [self = self()](const boost::system::error_code& failed,
+                                          std::size_t size) { self->on_read(failed, size); });
+}
+
+void session::on_read(const boost::system::error_code& failed, std::size_t size) {
+  assert(host_->runtime.on_io_thread());
+  reading_ = false;
+  if (closed_) return;
+  if (failed && failed != boost::asio::error::eof) return close({});
+  ended_ = ended_ || failed;
+  if (host_->fault == server_fault::hung) return ended_ ? close({}) : read();
+  splitter_.append({input_.data(), size});
+  process();
+}
+
+void session::process() {
+  stalled_ = false;
+  for (bool more = true; more && !busy_ && !closed_;) {
+    if (is_paused()) flush();
+    if (is_paused()) {
+      stalled_ = true;  // goes on once the client has taken answers
+      return;
+    }
+    if (!subscribe_added_at_once()) break;
+    more = handle_lines();
+    flush();
+  }
+  if (closed_ || busy_) return;
+  if (!ended_) return read();
+  if (!blocked_) close({});
+}
+
+void session::resume() {
+  flush();
+  if (!closed_) process();
+}
+
+// False when no line waits any more.
+bool session::handle_lines() {
+  std::string answers;
+  std::string storage;
+  std::string_view line;
+  std::vector<std::string> waiting;
+  bool more = true;
+  while (waiting.empty() && answers.size() < pause_bytes && (more = next_line(storage, line))) {
+    const auto before = answers.size();
+    if (before > 0) answers += '\n';
+    const auto start = answers.size();
+    if (line.empty()) {
+      answers += too_long_answer();
+    } else if (!handler_.answer_at_once(line, answers)) {
+      waiting = lines_for_worker(line);
+    }
+    if (answers.size() == start) answers.resize(before);
+  }
+  // Before the worker can add its own.
+  outbox_.add_answer(std::move(answers));
+  if (!waiting.empty()) dispatch(std::move(waiting));
+  return more;
+}
+
+// An empty line stands for one that was too long.
+bool session::next_line(std::string& storage, std::string_view& line) {
+  if (!backlog_.empty()) {
+    storage = std::move(backlog_.front());
+    backlog_.pop_front();
+    line = storage;
+    return true;
+  }
+  const auto next = splitter_.next();
+  if (next) line = next->text;
+  return next.has_value();
+}
+
+// The lines behind one that may wait would wait for it anyway: one hand-over for all of them.
+std::vector<std::string> session::lines_for_worker(std::string_view first) {
+  std::vector<std::string> lines{std::string(first)};
+  std::string storage;
+  std::string_view line;
+  while (lines.size() < lines_per_job && next_line(storage, line))
+    lines.emplace_back(line);
+  return lines;
+}
+
+void session::dispatch(std::vector<std::string> lines) {
+  start_job([this, waiting = std::move(lines)]() mutable {
+    run_lines(waiting);
+    return std::move(waiting);
+  });
+}
+
+void session::start_job(std::function<std::vector<std::string>()> job) {
+  busy_ = true;
+  host_->job_started();
+  host_->runtime.workers->post([self = self(), work = std::move(job)] {
+    auto left = work();
+    boost::asio::post(*self->host_->runtime.io, [self, lines = std::move(left)]() mutable {
+      self->job_done(std::move(lines));
+    });
+    self->host_->job_done();
+  });
+}
+
+// On a worker. Leaves the lines that it did not come to, since the client does not take its
+// answers.
+void session::run_lines(std::vector<std::string>& lines) {
+  auto line = lines.begin();
+  for (; line != lines.end() && !closed_ && !is_paused(); ++line) {
+    std::string text = line->empty() ? too_long_answer() : handler_.answer(*line);
+    if (host_->fault == server_fault::hung) text.clear();
+    wake(outbox_.add_answer(std::move(text)) && line + 1 != lines.end());
+  }
+  lines.erase(lines.begin(), line);
+}
+
+void session::job_done(std::vector<std::string> left) {
+  busy_ = false;
+  backlog_.insert(backlog_.begin(), std::make_move_iterator(left.begin()),
+                  std::make_move_iterator(left.end()));
+  if (closed_) return finish();
+  process();
+}
+
+void session::wake(bool needed) {
+  if (needed) host_->runtime.schedule_flush(self());
+}
+
+void session::deliver(std::shared_ptr<const nx_event> event, bool) {
+  wake(outbox_.deliver(std::move(event)));
+}
+
+void session::subscription_ended(const std::string& path, const std::string& reason) {
+  wake(outbox_.end_subscription(path, reason));
+}
+
+void session::flush() {
+  assert(host_->runtime.on_io_thread());
+  if (closed_ || host_->fault == server_fault::hung) return;
+  if (!blocked_) send_all();
+  if (!closed_) check_output_limit();
+}
+
+void session::send_all() {
+  while (true) {
+    if (sent_ == sending_.size()) {
+      if (sending_.capacity() > 4 * write_bytes) sending_ = {};
+      sending_.clear();
+      sent_ = 0;
+      outbox_.take(sending_, write_bytes);
+      if (sending_.empty()) return;
+    }
+    boost::system::error_code failed;
+    const auto rest = boost::asio::buffer(sending_.data() + sent_, sending_.size() - sent_);
+    sent_ += socket_.write_some(rest, failed);
+    if (would_block(failed)) return wait_until_writable();
+    if (failed) return close({});
+  }
+}
+
+void session::wait_until_writable() {
+  blocked_ = true;
+  outbox_.set_slow(true);
+  watch_progress();
+  socket_.async_wait(socket::wait_write, [self = self()](const boost::system::error_code& failed) {
+    if (self->closed_) return;
+    if (failed) return self->close({});
+    self->blocked_ = false;
+    self->progress_timer_.cancel();
+    self->outbox_.set_slow(false);
+    self->flush();
+    const bool goes_on = self->stalled_ && !self->is_paused();
+    if (goes_on || (self->ended_ && !self->blocked_ && !self->busy_)) self->process();
+  });
+}
+
+void session::watch_progress() {
+  progress_timer_.expires_after(host_->stuck_limit);
+  progress_timer_.async_wait([self = self()](const boost::system::error_code& cancelled) {
+    if (cancelled || self->closed_ || !self->blocked_) return;
+    if (self->progress_timer_.expiry() > std::chrono::steady_clock::now()) return;
+    const auto seconds = std::chrono::duration<double>(self->host_->stuck_limit).count();
+    self->close(fmt::format("it has taken no output for {:g} s", seconds));
+  });
+}
+
+bool session::is_paused() const {
+  return outbox_.waiting_bytes() > pause_bytes;
+}
+
+void session::check_output_limit() {
+  const auto waiting = outbox_.waiting_bytes() + sending_.size() - sent_;
+  if (waiting <= limits::output_bytes_per_session) return;
+  close(fmt::format("more than {} bytes of output wait for it", limits::output_bytes_per_session));
+}
+
+void session::close(const std::string& reason) {
+  if (closed_.exchange(true)) return;
+  if (!reason.empty()) {
+    note_log::write(note_log::warning, "nexel_api", fmt::format("Closed {}: {}", name_, reason));
+  }
+  boost::system::error_code ignored;
+  socket_.close(ignored);
+  progress_timer_.cancel();
+  if (!busy_) finish();
+}
+
+void session::finish() {
+  const auto paths = outbox_.paths();
+  outbox_.close();
+  for (const auto& path : paths) {
+    if (const auto node = host_->db.find(path)) node->unsubscribe(shared_from_this());
+  }
+  host_->session_closed(self());
+}
+
+}  // namespace nx

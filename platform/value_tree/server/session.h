@@ -1,0 +1,101 @@
+// One client connection of a server. Its socket lives on the I/O thread; its requests are executed
+// one after the other, on the I/O thread while none of them may wait, else on a worker.
+//
+// Locks: subscription_mutex_, then a node's own mutex, then a node's list of subscribers, then the
+// outbox. Publishing comes in through `deliver` with a node's mutex held and never takes the first.
+#pragma once
+
+#include <array>
+#include <boost/asio/generic/stream_protocol.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/value_tree/nx_session.h"
+#include "platform/value_tree/server/request_handler.h"
+#include "platform/value_tree/server/session_host.h"
+#include "platform/value_tree/server/session_outbox.h"
+#include "platform/wire/line_splitter.h"
+
+namespace nx {
+
+class session : public nx_session, public subscription_port {
+ public:
+  using socket = boost::asio::generic::stream_protocol::socket;
+
+  session(std::shared_ptr<session_host> host, socket connection, access rights, std::string name);
+
+  // On the I/O thread.
+  void start();
+  void flush();
+  void resume();  ///< after the server was hung
+  void node_added(const std::string& path);
+  void drop_subscription(const std::string& path);
+  /// Logs the reason unless it is empty: a client that goes is nothing to tell.
+  void close(const std::string& reason);
+
+  // nx_session, from any thread.
+  void deliver(std::shared_ptr<const nx_event> event, bool first) override;
+  void subscription_ended(const std::string& path, const std::string& reason) override;
+  bool is_closed() const override { return closed_; }
+
+  // subscription_port, within a request of this session.
+  void subscribe(const std::string& path, json_allocator& allocator, json_value& result) override;
+  void unsubscribe(const std::string& path) override;
+
+ private:
+  std::shared_ptr<session> self();
+  void wake(bool needed);
+
+  void read();
+  void on_read(const boost::system::error_code& failed, std::size_t size);
+  void process();
+  bool handle_lines();
+  bool next_line(std::string& storage, std::string_view& line);
+  std::vector<std::string> lines_for_worker(std::string_view first);
+  void dispatch(std::vector<std::string> lines);
+  void run_lines(std::vector<std::string>& lines);
+  void start_job(std::function<std::vector<std::string>()> job);
+  void job_done(std::vector<std::string> left);
+
+  void send_all();
+  void wait_until_writable();
+  void watch_progress();
+  bool is_paused() const;
+  void check_output_limit();
+  void finish();
+
+  void subscribe_path(const std::string& path, bool exact, json_allocator& allocator,
+                      json_value& result, std::unique_lock<std::recursive_mutex>& lock);
+  void subscribe_pattern(const std::string& pattern, json_allocator& allocator, json_value& result,
+                         std::unique_lock<std::recursive_mutex>& lock);
+  bool subscribe_added_at_once();
+  void subscribe_added(const std::vector<std::string>& paths);
+
+  const std::shared_ptr<session_host> host_;
+  const std::string name_;
+  const request_handler handler_;
+  session_outbox outbox_;
+  std::recursive_mutex subscription_mutex_;
+  std::atomic<bool> closed_{false};
+
+  // The I/O thread's own.
+  socket socket_;
+  boost::asio::steady_timer progress_timer_;
+  std::array<char, 16 * 1024> input_;
+  line_splitter splitter_{limits::line_bytes};
+  std::deque<std::string> backlog_;  // lines that a worker gave back
+  std::vector<std::string> added_;   // paths that came under a pattern while a request was executed
+  std::string sending_;
+  std::size_t sent_ = 0;
+  bool reading_ = false;
+  bool ended_ = false;    // the client sends no more
+  bool busy_ = false;     // a worker executes requests
+  bool stalled_ = false;  // requests wait until the client has taken answers
+  bool blocked_ = false;  // the socket takes no more
+};
+
+}  // namespace nx

@@ -1,0 +1,95 @@
+// What waits to be sent to one session, and which paths it is subscribed to. Nodes put events in
+// from any thread while they hold their own mutex, so nothing here blocks and no other lock is
+// taken under this one.
+//
+// Events of a path are held back from `begin` until the answer of their subscription is in. While
+// the session is slow a new event takes the place of the one that waits for the same path: the tree
+// is state, so the newest wins.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/value_tree/nx_session.h"
+
+namespace nx {
+
+class session_outbox {
+ public:
+  /// Each of these is true when the sender has to be woken: something waits that it was not told
+  /// of.
+  bool add_answer(
+      std::string text);  ///< empty for none; subscriptions begun before it are open now
+  bool deliver(std::shared_ptr<const nx_event> event);
+  bool end_subscription(const std::string& path, const std::string& reason);
+
+  /// Moves waiting lines to the end of `out` until it holds `enough` bytes. Wakes are due again
+  /// after it, unless the session is slow: then the sender comes by itself once the socket takes
+  /// more.
+  void take(std::string& out, std::size_t enough);
+  void set_slow(bool slow);
+  std::size_t waiting_bytes() const;
+
+  /// Ends everything; later calls change nothing.
+  void close();
+
+  // Subscriptions: single paths, and patterns that cover paths.
+  /// False if the limit of subscriptions is reached. `exact` is false under a pattern.
+  bool begin(const std::string& path, bool exact);
+  /// Undoes `begin` after a failure.
+  void abandon(const std::string& path);
+  bool add_pattern(const std::string& pattern);
+  /// Ends the subscriptions that the path or pattern names, and gives the paths that no other
+  /// subscription covers.
+  std::vector<std::string> remove(const std::string& path_or_pattern);
+  bool covered_by_pattern(const std::string& path) const;
+  bool is_subscribed(const std::string& path) const;
+  std::vector<std::string> paths() const;
+  std::size_t pattern_count() const;
+
+ private:
+  struct subscription {
+    bool exact = false;
+    bool open = false;
+    bool ended = false;
+    std::uint64_t last_item = 0;           // number of its newest item in the queue
+    std::shared_ptr<const nx_event> held;  // until the subscription is open
+    std::string held_end;                  // the message "ended", as `held`
+  };
+  // A line of its own, or the event of a subscription.
+  struct item {
+    std::string text;
+    std::shared_ptr<const nx_event> event;
+    std::shared_ptr<subscription> of;
+
+    std::size_t size() const { return event ? event->line.size() : text.size(); }
+  };
+  using subscription_map = std::unordered_map<std::string, std::shared_ptr<subscription>>;
+
+  void push(item added);
+  void push_event(const std::shared_ptr<subscription>& of, std::shared_ptr<const nx_event> event);
+  void push_end(subscription_map::iterator ended, std::string text);
+  void open_begun();
+  bool covered(const std::string& path) const;
+  bool stays(const std::string& path);
+  bool wake();
+  std::uint64_t front_number() const { return next_number_ - queue_.size(); }
+
+  mutable std::mutex mutex_;
+  std::deque<item> queue_;
+  std::uint64_t next_number_ = 1;
+  std::size_t bytes_ = 0;
+  bool slow_ = false;
+  bool woken_ = false;
+  bool closed_ = false;
+  subscription_map subscriptions_;
+  std::vector<std::string> begun_;  // not open yet
+  std::vector<std::string> patterns_;
+};
+
+}  // namespace nx

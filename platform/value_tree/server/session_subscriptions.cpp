@@ -1,0 +1,118 @@
+#include <fmt/format.h>
+#include <rapidjson/document.h>
+
+#include <algorithm>
+
+#include "platform/value_tree/nx_db.h"
+#include "platform/value_tree/server/node_errors.h"
+#include "platform/value_tree/server/session.h"
+#include "platform/wire/json_conversion.h"
+#include "platform/wire/json_rpc.h"
+
+namespace nx {
+namespace {
+
+constexpr std::int32_t no_room = -105;
+
+nx_error limit_error() {
+  return {no_room, fmt::format("More than {} subscriptions of a session",
+                               limits::subscriptions_per_session)};
+}
+
+}  // namespace
+
+void session::subscribe(const std::string& path, json_allocator& allocator, json_value& result) {
+  std::unique_lock lock(subscription_mutex_);
+  if (nx_db::is_pattern(path)) {
+    subscribe_pattern(path, allocator, result, lock);
+  } else {
+    subscribe_path(path, true, allocator, result, lock);
+  }
+}
+
+void session::subscribe_path(const std::string& path, bool exact, json_allocator& allocator,
+                             json_value& result, std::unique_lock<std::recursive_mutex>& lock) {
+  if (!outbox_.begin(path, exact)) throw limit_error();
+  try {
+    host_->db.subscribe(shared_from_this(), path, allocator, result, lock);
+  } catch (...) {
+    outbox_.abandon(path);
+    throw;
+  }
+}
+
+void session::subscribe_pattern(const std::string& pattern, json_allocator& allocator,
+                                json_value& result, std::unique_lock<std::recursive_mutex>& lock) {
+  // First the pattern, then the nodes that are there: one that comes between is in both.
+  host_->has_patterns = true;
+  if (!outbox_.add_pattern(pattern)) throw limit_error();
+  for (const auto& node : host_->db.match(pattern)) {
+    const auto path = node->get_path(0);
+    try {
+      subscribe_path(path, false, allocator, result, lock);
+    } catch (...) {
+      const nx_error error = current_node_error();
+      if (error.code == no_room) {
+        unsubscribe(pattern);
+        throw error;
+      }
+      result.AddMember(to_json(path, allocator), json_rpc::error_value(error, allocator),
+                       allocator);
+    }
+  }
+}
+
+void session::unsubscribe(const std::string& path) {
+  const std::lock_guard lock(subscription_mutex_);
+  for (const auto& uncovered : outbox_.remove(path)) {
+    if (const auto node = host_->db.find(uncovered)) node->unsubscribe(shared_from_this());
+  }
+}
+
+void session::drop_subscription(const std::string& path) {
+  if (!outbox_.is_subscribed(path)) return;
+  if (const auto node = host_->db.find(path)) node->unsubscribe(shared_from_this());
+  subscription_ended(path, "dropped");
+}
+
+void session::node_added(const std::string& path) {
+  if (closed_ || !outbox_.covered_by_pattern(path)) return;
+  added_.push_back(path);
+  if (!busy_ && subscribe_added_at_once()) flush();
+}
+
+// False if a worker does it, since one of the nodes may wait.
+bool session::subscribe_added_at_once() {
+  if (added_.empty()) return true;
+  auto paths = std::exchange(added_, {});
+  const bool waits = std::any_of(paths.begin(), paths.end(), [this](const auto& path) {
+    const auto node = host_->db.find(path);
+    return node && node->read_may_wait();
+  });
+  if (!waits) {
+    subscribe_added(paths);
+    return true;
+  }
+  start_job([this, added = std::move(paths)] {
+    subscribe_added(added);
+    return std::vector<std::string>();
+  });
+  return false;
+}
+
+void session::subscribe_added(const std::vector<std::string>& paths) {
+  std::unique_lock lock(subscription_mutex_);
+  for (const auto& path : paths) {
+    // A node that replaced another has taken over its subscribers already.
+    if (outbox_.is_subscribed(path) || !outbox_.covered_by_pattern(path)) continue;
+    json_document ignored(rapidjson::kObjectType);
+    try {
+      subscribe_path(path, false, ignored.GetAllocator(), ignored, lock);
+    } catch (...) {
+      // Not a node to subscribe to, or gone again: nobody waits for an answer.
+    }
+  }
+  wake(outbox_.add_answer({}));
+}
+
+}  // namespace nx

@@ -1,0 +1,189 @@
+// Conversions, texts, parsing and framing of the protocol.
+#include <gtest/gtest.h>
+#include <rapidjson/document.h>
+
+#include <limits>
+
+#include "platform/wire/json_conversion.h"
+#include "platform/wire/json_rpc.h"
+#include "platform/wire/line_splitter.h"
+#include "platform/wire/nx_error.h"
+#include "platform/wire/socket_path.h"
+
+namespace {
+
+using nx::from_json;
+using nx::json_document;
+using nx::json_text;
+using nx::parse_json;
+
+// What a conversion gives, as text: the value or "expected X, found Y".
+template <class T>
+std::string converted(const std::string& text) {
+  try {
+    json_document target;
+    return json_text(nx::to_json(from_json<T>(parse_json(text)), target.GetAllocator()));
+  } catch (const json_value_conversion_error& error) {
+    return std::string("expected ") + error.expected + ", found " + error.found;
+  }
+}
+
+TEST(json_conversion, table) {
+  struct row {
+    const char* name;
+    std::string (*convert)(const std::string&);
+    const char* text;
+    const char* expected;
+  };
+  const row rows[] = {
+      {"bool", converted<bool>, "true", "true"},
+      {"bool", converted<bool>, "1", "expected bool, found 32-bit unsigned integer"},
+      {"bool", converted<bool>, "null", "expected bool, found null"},
+      {"float", converted<float>, "0.2", "0.2"},
+      {"float", converted<float>, "-3", "-3"},
+      {"float", converted<float>, "9007199254740992", "9.007199e+15"},
+      {"float", converted<float>, "9007199254740993",
+       "expected float, found 64-bit unsigned integer"},
+      {"float", converted<float>, "-9007199254740993",
+       "expected float, found 64-bit signed integer"},
+      {"float", converted<float>, "\"1\"", "expected float, found string"},
+      {"float", converted<float>, "[1]", "expected float, found array"},
+      {"float", converted<float>, "true", "expected float, found bool"},
+      {"int", converted<int>, "-2147483648", "-2147483648"},
+      {"int", converted<int>, "2147483648", "expected int, found 32-bit unsigned integer"},
+      {"int", converted<int>, "1.5", "expected int, found float"},
+      {"int", converted<int>, "1e300", "expected int, found double"},
+      {"unsigned", converted<unsigned>, "4294967295", "4294967295"},
+      {"unsigned", converted<unsigned>, "-1", "expected unsigned int, found 32-bit signed integer"},
+      {"unsigned", converted<unsigned>, "4294967296",
+       "expected unsigned int, found 64-bit unsigned integer"},
+      {"string", converted<std::string>, "\"a\\u0000b\"", "\"a\\u0000b\""},
+      {"string", converted<std::string>, "12.50", "\"12.5\""},
+      {"string", converted<std::string>, "{ \"a\" : [ 1, null ] }", "\"{\\\"a\\\":[1,null]}\""},
+      {"document", converted<json_document>, "{\"a\":1}", "{\"a\":1}"},
+      {"document", converted<json_document>, "\"[1,2]\"", "[1,2]"},
+      {"document", converted<json_document>, "\"12\"",
+       "expected stringified object or array, found string"},
+      {"document", converted<json_document>, "\"{\"",
+       "expected stringified object or array, found string"},
+      {"document", converted<json_document>, "12",
+       "expected object or array, found 32-bit unsigned integer"},
+  };
+  for (const auto& row : rows)
+    EXPECT_EQ(row.convert(row.text), row.expected) << row.name << row.text;
+  // The nodes' own test for infinity has to see one.
+  EXPECT_EQ(from_json<float>(parse_json("-1e300")), -std::numeric_limits<float>::infinity());
+}
+
+TEST(json_text, numbers_read_back_and_are_short) {
+  const auto text_of = [](double number) { return json_text(nx::json_value(number)); };
+  EXPECT_EQ(text_of(0.2F), "0.2");
+  EXPECT_EQ(text_of(0.2), "0.2");
+  EXPECT_EQ(text_of(5.0F), "5");
+  EXPECT_EQ(text_of(-99.0), "-99");
+  EXPECT_EQ(text_of(0.1 + 0.2), "0.30000000000000004");
+  EXPECT_EQ(text_of(196.05F), "196.05");
+  EXPECT_EQ(text_of(1e300), "1e+300");
+  for (float number : {1.0F / 3, 16777217.0F, std::numeric_limits<float>::denorm_min(),
+                       std::numeric_limits<float>::max()}) {
+    EXPECT_EQ(from_json<float>(parse_json(text_of(number))), number);
+  }
+  EXPECT_THROW(text_of(std::numeric_limits<double>::infinity()), nx_error);
+  EXPECT_THROW(text_of(std::numeric_limits<float>::quiet_NaN()), nx_error);
+}
+
+TEST(json_text, strings_survive) {
+  for (const char* text : {R"("")", R"("a\"b\\c\n\t\u0001")", R"({"grün":["µ",{"":[]}],"z":{}})"}) {
+    EXPECT_EQ(json_text(parse_json(text)), text);
+  }
+}
+
+std::string parse_failure(const std::string& text) {
+  try {
+    parse_json(text);
+  } catch (const nx_error& error) {
+    EXPECT_EQ(error.code, -32700);
+    return error.message;
+  }
+  return "none";
+}
+
+TEST(parse_json, tells_what_is_wrong_and_where) {
+  const std::string deep64 = std::string(64, '[') + std::string(64, ']');
+  EXPECT_EQ(parse_failure(deep64), "none");
+  const std::string too_deep = "Parse error: nested deeper than 64 levels";
+  EXPECT_EQ(parse_failure('[' + deep64 + ']'), too_deep);
+  EXPECT_EQ(parse_failure(std::string(10000, '[')), too_deep);
+  EXPECT_EQ(parse_failure(R"({"a":1,})"),
+            "Parse error: Missing a name for object member at byte 7");
+  EXPECT_EQ(parse_failure(""), "Parse error: The document is empty at byte 0");
+  EXPECT_EQ(parse_failure("1 2"),
+            "Parse error: The document root must not be followed by other values at byte 2");
+  EXPECT_EQ(parse_failure(std::string("{}\0{}", 5)), "Parse error: Zero byte at byte 2");
+  EXPECT_NE(parse_failure("NaN"), "none");
+  EXPECT_NE(parse_failure("1e999"), "none");
+  // Not UTF-8: a stray byte, an overlong form, a surrogate as bytes and as an escape.
+  for (const char* bytes :
+       {"\"\xff\"", "\"\xc0\xaf\"", "\"\xed\xa0\x80\"", R"("\udc00")", R"({"\udc00":1})"}) {
+    EXPECT_NE(parse_failure(bytes).find("Not UTF-8"), std::string::npos) << bytes;
+  }
+  EXPECT_EQ(parse_failure("\"\xed\x9f\xbf \xf0\x9f\x98\x80\""), "none");
+}
+
+std::vector<std::string> split(nx::line_splitter& splitter, std::string_view bytes) {
+  splitter.append(bytes);
+  std::vector<std::string> lines;
+  while (const auto next = splitter.next()) {
+    lines.push_back(next->too_long ? "too long" : std::string(next->text));
+  }
+  return lines;
+}
+
+TEST(line_splitter, cuts_whatever_the_pieces) {
+  const std::string stream = "one\n\r\n\ntwo\r\n12345678\r\n123456789\nthree\n";
+  const std::vector<std::string> expected = {"one", "two", "12345678", "too long", "three"};
+  for (std::size_t piece = 1; piece <= stream.size(); ++piece) {
+    nx::line_splitter splitter(8);
+    std::vector<std::string> found;
+    for (std::size_t at = 0; at < stream.size(); at += piece) {
+      for (auto& line : split(splitter, std::string_view(stream).substr(at, piece))) {
+        found.push_back(line);
+      }
+    }
+    EXPECT_EQ(found, expected) << "in pieces of " << piece;
+  }
+}
+
+TEST(line_splitter, does_not_store_a_line_that_is_too_long) {
+  nx::line_splitter splitter(8);
+  EXPECT_EQ(split(splitter, "123456789"), std::vector<std::string>{"too long"});
+  for (int i = 0; i < 100; ++i) {
+    EXPECT_TRUE(split(splitter, std::string(1000, 'x')).empty());
+    EXPECT_EQ(splitter.waiting(), 0U);
+  }
+  EXPECT_EQ(split(splitter, "end\nnext\n"), std::vector<std::string>{"next"});
+}
+
+TEST(rooted_path, puts_the_root_in_front_once) {
+  struct row {
+    const char* root;
+    const char* path;
+    const char* expected;
+  };
+  for (const row& row : {row{"", "/tmp/a", "/tmp/a"}, row{"/root", "/tmp/a", "/root/tmp/a"},
+                         row{"/root/", "/tmp/a", "/root/tmp/a"}, row{"/root", "a", "/root/a"}}) {
+    setenv("NX_ROOT", row.root, 1);
+    EXPECT_EQ(nx::rooted_path(row.path), row.expected);
+  }
+  unsetenv("NX_ROOT");
+}
+
+TEST(json_rpc, errors_travel) {
+  const nx_error error(-22, "a \"quoted\" text");
+  const auto line = parse_json(nx::json_rpc::error_without_id(error));
+  EXPECT_TRUE(line["id"].IsNull());
+  EXPECT_EQ(nx::json_rpc::error_from_value(line["error"]), error);
+  EXPECT_EQ(nx::json_rpc::error_from_value(parse_json("[]")), nx_error(-1, "Unknown error!"));
+}
+
+}  // namespace
