@@ -1,0 +1,59 @@
+// A node of real processes below a folder of its own: the key store, the simulated devices, the
+// daemon. Each is started by the test when its story wants it, and all end with the object.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tests/support/private_redis.h"
+#include "tests/support/process.h"
+#include "tests/support/temp_folder.h"
+
+namespace test {
+
+/// Asks again and again until it is so; false when patience ends. For what no event tells.
+bool eventually(const std::function<bool()>& condition);
+
+class daemon_node {
+ public:
+  static constexpr const char* conf_tag = "{conf}";
+  static constexpr const char* data_tag = "{data}";
+
+  daemon_node();
+
+  private_redis& store() { return store_; }
+  /// Status "ok", mounted, with a software version: what the node's other services write.
+  void seed_store();
+  /// Starts the store and seeds it.
+  void start_store();
+
+  void start_devices(const std::string& topology_path);
+  process& devices() { return *devices_; }
+  void stop_devices() { devices_.reset(); }
+
+  /// A daemon below this node's folder. `arguments` follow "--interface_name NONE".
+  process& start_daemon(const std::vector<std::string>& arguments = {});
+  process& daemon() { return *daemon_; }
+  void stop_daemon() { daemon_.reset(); }
+  /// As `start_daemon` would run it: for a second one, or with other variables.
+  process::settings daemon_settings(const std::vector<std::string>& arguments = {}) const;
+
+  const temp_folder& root() const { return root_; }
+  std::string daemon_socket() const;
+
+  /// One call on a connection of its own: the JSON text of the value, or "error CODE TEXT".
+  std::string read(const std::string& path) const;
+  std::string write(const std::string& path, const std::string& value) const;
+  bool serves() const;
+
+ private:
+  temp_folder root_;
+  private_redis store_{root_.path()};
+  std::unique_ptr<process> devices_;
+  std::unique_ptr<process> daemon_;
+};
+
+}  // namespace test

@@ -1,0 +1,124 @@
+// The outer life of the daemon as a process: what it prints, how it ends, what hinders it and what
+// does not. No devices.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <filesystem>
+
+#include "tests/support/daemon_node.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr const char* waiting = "Waiting for redis connection.";
+constexpr const char* building = "Manager starting up.";
+
+/// What a stop may take in a healthy node.
+constexpr auto stop_limit = 2s;
+
+struct shell_test : testing::Test {
+  void expect_orderly_end(test::process& daemon) {
+    daemon.signal(SIGTERM);
+    const auto status = daemon.wait_for_exit(stop_limit);
+    ASSERT_TRUE(status) << "still running:\n" << daemon.output();
+    EXPECT_EQ(*status, 0) << daemon.output();
+    EXPECT_THAT(daemon.output(), HasSubstr("Shutting down manager thread"));
+  }
+
+  test::daemon_node node;
+};
+
+TEST_F(shell_test, a_wrong_command_line_starts_nothing) {
+  struct {
+    std::vector<std::string> arguments;
+    std::string printed;
+  } const table[] = {
+      {{"--product", "orvabright"}, "Unknown product: orvabright\n"},
+      {{"--product", "Orvalite"}, "Unknown product: Orvalite\n"},
+      {{"--help"}, "Available options:\n"},
+      {{"--port", "many"}, "Available options:\n"},
+  };
+  for (const auto& row : table) {
+    const auto [status, output] = test::run(node.daemon_settings(row.arguments));
+    EXPECT_EQ(status, 1) << row.printed;
+    EXPECT_EQ(output.substr(0, row.printed.size()), row.printed);
+  }
+  EXPECT_FALSE(std::filesystem::exists(node.root().file("tmp")));
+}
+
+TEST_F(shell_test, a_second_daemon_refuses_and_the_first_goes_on) {
+  node.start_daemon();
+  ASSERT_TRUE(test::eventually([&] { return node.serves(); })) << node.daemon().output();
+  const auto [status, output] = test::run(node.daemon_settings());
+  EXPECT_NE(status, 0);
+  EXPECT_THAT(output, HasSubstr("lumora_manager: "));
+  EXPECT_THAT(output, HasSubstr(node.daemon_socket()));
+  EXPECT_TRUE(node.serves());
+  expect_orderly_end(node.daemon());
+  EXPECT_FALSE(std::filesystem::exists(node.daemon_socket()));
+}
+
+TEST_F(shell_test, a_socket_that_cannot_be_bound_is_told) {
+  node.root().write("tmp", "a file where the folder should be");
+  const auto [status, output] = test::run(node.daemon_settings());
+  EXPECT_NE(status, 0);
+  EXPECT_THAT(output, HasSubstr("lumora_manager: "));
+}
+
+TEST_F(shell_test, a_killed_daemon_leaves_nothing_that_hinders_the_next) {
+  node.start_daemon();
+  ASSERT_TRUE(test::eventually([&] { return node.serves(); }));
+  node.daemon().signal(SIGKILL);
+  node.daemon().wait_for_exit();
+  ASSERT_TRUE(std::filesystem::exists(node.daemon_socket()));
+  node.start_daemon();
+  EXPECT_TRUE(test::eventually([&] { return node.serves(); })) << node.daemon().output();
+}
+
+TEST_F(shell_test, a_stop_is_orderly_however_early_it_comes) {
+  for (const std::string& phase : {std::string("Reading calibration file"),
+                                   std::string("Manager thread started"), std::string(waiting)}) {
+    auto& daemon = node.start_daemon();
+    ASSERT_TRUE(daemon.wait_for(phase)) << daemon.output();
+    expect_orderly_end(daemon);
+  }
+}
+
+TEST_F(shell_test, waits_for_a_usable_store_and_recovers) {
+  const auto status_key = std::string(test::daemon_node::data_tag) + ":qz:status";
+  const auto mounts_key = std::string(test::daemon_node::conf_tag) + ":qz:mounts";
+  auto& daemon = node.start_daemon();
+  const auto waits_on = [&] { return daemon.wait_for(waiting, daemon.count(waiting) + 1); };
+  EXPECT_TRUE(waits_on()) << "without a store";
+  EXPECT_THAT(daemon.output(), HasSubstr("Redis client not connected, reconnecting."));
+  node.store().start();
+  node.store().set(status_key, "starting");
+  node.store().set(mounts_key, "/mnt/qz");
+  EXPECT_TRUE(waits_on()) << "with a store that is not ok";
+  node.store().set(mounts_key, "");
+  node.store().set(status_key, "ok");
+  EXPECT_TRUE(waits_on()) << "with nothing mounted";
+  EXPECT_THAT(daemon.output(), Not(HasSubstr(building)));
+  EXPECT_EQ(node.read("data/configStatus"), "true");
+  EXPECT_THAT(node.read("config/redisConfigStatus"), HasSubstr("error -2"));
+  node.seed_store();
+  EXPECT_TRUE(daemon.wait_for(building)) << daemon.output();
+  expect_orderly_end(daemon);
+}
+
+TEST_F(shell_test, serves_without_regulation_when_a_hash_tag_is_missing) {
+  node.start_store();
+  auto settings = node.daemon_settings();
+  settings.environment.erase("REDIS_DATA_HASH_TAG");
+  settings.unset.emplace_back("REDIS_DATA_HASH_TAG");
+  test::process daemon(settings);
+  EXPECT_TRUE(daemon.wait_for("undefined: REDIS_DATA_HASH_TAG")) << daemon.output();
+  EXPECT_TRUE(test::eventually([&] { return node.serves(); }));
+  expect_orderly_end(daemon);
+}
+
+}  // namespace
