@@ -2,6 +2,7 @@
 // simulated plant serves every nexel of a node): one runtime, one server for each socket.
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -58,6 +59,8 @@ class nx_server {
   void set_fault(server_fault fault);
   /// Ends the subscriptions of all sessions to the path, as a service that forgets its clients.
   void drop_subscriptions(const std::string& path);
+  /// How long a client may take no output before its session is closed; for tests.
+  void set_stuck_limit(std::chrono::milliseconds limit);
 
   struct impl;
 

@@ -191,4 +191,8 @@ void nx_server::drop_subscriptions(const std::string& path) {
   impl_->runtime.run_on_io([&] { impl_->drop_subscriptions(path); });
 }
 
+void nx_server::set_stuck_limit(std::chrono::milliseconds limit) {
+  impl_->runtime.run_on_io([this, limit] { impl_->stuck_limit = limit; });
+}
+
 }  // namespace nx

@@ -1,0 +1,156 @@
+// What waits for a session: what is merged, held back and dropped; and the threads behind the
+// server.
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <latch>
+
+#include "platform/value_tree/server/session_outbox.h"
+#include "platform/value_tree/server/thread_poller.h"
+#include "platform/value_tree/server/worker_pool.h"
+#include "platform/value_tree/value_group.h"
+#include "platform/wire/limits.h"
+#include "tests/unit/platform/test_nodes.h"
+
+namespace {
+
+class outbox : public testing::Test {
+ protected:
+  bool deliver(const std::string& path, const std::string& line) {
+    return box.deliver(std::make_shared<nx_event>(nx_event{path, line}));
+  }
+  void subscribe(const std::string& path) {
+    box.begin(path, true);
+    box.add_answer({});
+  }
+  std::string taken(std::size_t enough = 1000000) {
+    std::string out;
+    box.take(out, enough);
+    return out;
+  }
+  nx::session_outbox box;
+};
+
+TEST_F(outbox, events_of_a_slow_session_are_merged_in_their_place) {
+  subscribe("a");
+  subscribe("b");
+  EXPECT_TRUE(deliver("a", "a1"));
+  EXPECT_FALSE(deliver("a", "a2"));  // the sender knows already
+  EXPECT_EQ(taken(), "a1\na2\n");
+  box.set_slow(true);
+  deliver("a", "a3");
+  deliver("b", "b1");
+  deliver("a", "a4, longer");
+  EXPECT_EQ(box.waiting_bytes(), 12U);
+  EXPECT_EQ(taken(3), "a4, longer\n");
+  deliver("a", "a5");
+  deliver("b", "b2");
+  EXPECT_EQ(taken(), "b2\na5\n");
+  EXPECT_EQ(box.waiting_bytes(), 0U);
+}
+
+TEST_F(outbox, nothing_overtakes_the_answer) {
+  box.begin("a", true);
+  EXPECT_FALSE(deliver("a", "a1"));
+  EXPECT_FALSE(deliver("a", "a2"));
+  EXPECT_TRUE(box.add_answer("answer"));
+  EXPECT_EQ(taken(), "answer\na2\n");
+  // Subscribed once more: the newer events follow the second answer.
+  box.begin("a", true);
+  deliver("a", "a3");
+  EXPECT_EQ(taken(), "");
+  box.end_subscription("a", "removed");
+  box.add_answer("answer");
+  EXPECT_EQ(taken(),
+            "answer\n"
+            R"({"jsonrpc":"2.0","method":"ended","params":{"path":"a","reason":"removed"}})"
+            "\n");
+  deliver("a", "a4");
+  EXPECT_EQ(taken(), "");
+}
+
+TEST_F(outbox, ended_subscriptions_leave_nothing_behind) {
+  subscribe("a/1");
+  box.add_pattern("a/*");
+  box.begin("a/2", false);
+  box.add_answer({});
+  deliver("a/1", "1");
+  deliver("a/2", "2");
+  EXPECT_TRUE(box.remove("a/1").empty());  // the pattern covers it
+  EXPECT_THAT(box.remove("a/*"), testing::UnorderedElementsAre("a/1", "a/2"));
+  EXPECT_EQ(taken(), "");
+  EXPECT_FALSE(box.covered_by_pattern("a/3"));
+}
+
+TEST_F(outbox, subscriptions_are_limited) {
+  box.add_pattern("x/*");
+  for (std::size_t i = 1; i < nx::limits::subscriptions_per_session; ++i) {
+    ASSERT_TRUE(box.begin(fmt::format("a/{}", i), true));
+  }
+  EXPECT_FALSE(box.begin("one/more", true));
+  EXPECT_TRUE(box.begin("a/1", true));
+  EXPECT_FALSE(box.add_pattern("y/*"));
+  box.remove("a/1");
+  EXPECT_TRUE(box.begin("one/more", true));
+}
+
+TEST(worker_pool, grows_while_its_threads_wait) {
+  gate door;
+  std::atomic<int> done{0};
+  {
+    nx::worker_pool pool;
+    for (int i = 0; i < 30; ++i) {
+      pool.post([&] {
+        door.pass();
+        ++done;
+      });
+    }
+    door.wait_for_arrivals(30);
+    door.open();
+  }
+  EXPECT_EQ(done, 30);
+}
+
+TEST(thread_poller, a_hung_node_holds_up_nobody) {
+  class hung_value : public float_value {
+   public:
+    hung_value(gate& door, const std::string& name) : float_value(name, 0), door_(door) {}
+    void periodic_task(bool) override {
+      ++polls;
+      door_.pass();
+    }
+
+   private:
+    gate& door_;
+  };
+  class counted_value : public float_value {
+   public:
+    counted_value(std::latch& done, const std::string& name) : float_value(name, 0), done_(done) {}
+    void periodic_task(bool) override {
+      if (++polls <= 3) done_.count_down();
+    }
+
+   private:
+    std::latch& done_;
+  };
+  gate door;
+  std::latch polled(3);
+  const auto poller = std::make_shared<nx::thread_poller>();
+  nx_db db(poller);
+  const auto group = std::make_shared<nx::api::value_group>(std::chrono::milliseconds(50), 0, 0);
+  const auto add = [&](const auto& node) {
+    db.add_node("", node);
+    group->add_value(node, 1);
+    return node;
+  };
+  const auto hung = add(std::make_shared<hung_value>(door, "hung"));
+  const auto good = add(std::make_shared<counted_value>(polled, "good"));
+  door.wait_for_arrivals(1);
+  polled.wait();
+  EXPECT_EQ(hung->polls, 1);  // not entered again while it is busy
+  door.open();
+  poller->stop();
+}
+
+}  // namespace

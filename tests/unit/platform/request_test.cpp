@@ -1,0 +1,237 @@
+// Requests and their answers, letter by letter, without sockets.
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/value_tree/server/request_handler.h"
+#include "tests/unit/platform/test_nodes.h"
+
+namespace {
+
+class requests : public testing::Test {
+ protected:
+  requests() {
+    db.set_clock([] {
+      return std::chrono::system_clock::time_point(std::chrono::milliseconds(1769860800123));
+    });
+    power = float_value::create(db, "data/1/power", 0.2F);
+    float_value::create(db, "data/2/power", -3)->fail("No light");
+    read_value::create(db, "data/name", [this] { return read(); });
+    command_node::create(db, "command/add", [this](const nx::json_document& args) {
+      ran = nx::json_text(args);
+      return true;
+    });
+  }
+
+  static std::string request(const std::string& method, const std::string& params) {
+    return fmt::format(R"({{"jsonrpc":"2.0","id":1,"method":"{}","params":{}}})", method, params);
+  }
+
+  // The answer without its frame: the result, or code and message of an error.
+  std::string ask(const std::string& method, const std::string& params,
+                  nx::access rights = nx::access::full) {
+    return stripped(nx::request_handler(db, rights, nullptr).answer(request(method, params)));
+  }
+
+  static std::string stripped(std::string line) {
+    for (const std::string head :
+         {R"({"jsonrpc":"2.0","id":1,"result":)", R"({"jsonrpc":"2.0","id":1,"error":)"}) {
+      if (line.rfind(head, 0) == 0) return line.substr(head.size(), line.size() - head.size() - 1);
+    }
+    return line;
+  }
+
+  std::string answer(const std::string& line) {
+    return nx::request_handler(db, nx::access::full, nullptr).answer(line);
+  }
+
+  nx_db db;
+  std::shared_ptr<float_value> power;
+  std::string ran;
+  std::function<std::string()> read = [] { return "node"; };
+};
+
+TEST_F(requests, of_each_method) {
+  struct row {
+    const char* method;
+    const char* params;
+    const char* expected;
+  };
+  const row rows[] = {
+      {"get", R"({"path":"data/1/power"})", R"({"data/1/power":0.2})"},
+      {"get", R"({"path":"data/2/power"})", R"({"code":-61,"message":"No light"})"},
+      {"get", R"({"path":"data/*/power"})",
+       R"({"data/1/power":0.2,"data/2/power":{"code":-61,"message":"No light"}})"},
+      {"get", R"({"path":"none/**"})", "{}"},
+      {"get", R"({"path":"data/3/power"})",
+       R"({"code":-2,"message":"No such path: data/3/power"})"},
+      {"get", R"({"path":"command/add"})", R"({"code":-22,"message":"Not readable: command/add"})"},
+      {"set", R"({"path":"data/1/power","value":1.5})", "{}"},
+      {"get", R"({"path":"data/1/power"})", R"({"data/1/power":1.5})"},
+      {"set", R"({"path":"data/1/power","value":"1"})",
+       R"({"code":-22,"message":"expected float, found string"})"},
+      {"set", R"({"path":"data/name","value":1})",
+       R"({"code":-22,"message":"Not writable: data/name"})"},
+      {"set", R"({"path":"data/*/power","value":1})",
+       R"({"code":-2,"message":"No such path: data/*/power"})"},
+      {"set", R"({"path":"data/1/power"})",
+       R"({"code":-32602,"message":"Invalid params: \"value\" is missing beside \"path\""})"},
+      {"set", R"({"path":"command/add","value":{"a":1}})", R"({"command/add":true})"},
+      {"run", R"({"path":"command/add","args":"[2]"})", R"({"command/add":true})"},
+      {"run", R"({"path":"command/add","args":2})",
+       R"({"code":-22,"message":"expected object or array, found 32-bit unsigned integer"})"},
+      {"run", R"({"path":"data/name","args":{}})",
+       R"({"code":-22,"message":"Not runnable: data/name"})"},
+      {"reset", R"({"path":"data/name"})", R"({"code":-22,"message":"Not resettable: data/name"})"},
+      {"reset", R"({"path":"data/1/power"})", "{}"},
+      {"subscribe", R"({"path":"data/none"})",
+       R"({"code":-2,"message":"No such path: data/none"})"},
+      {"info", R"({"path":"data/1/power"})", R"({"data/1/power":{"type":"float value"}})"},
+      {"info", R"({"path":"data/*"})", R"({"data/name":{}})"},
+      {"list", R"({"path":""})", R"({"":["command/","data/"]})"},
+      {"list", R"({"path":"data","recursive":true})",
+       R"({"data":["data/1/power","data/2/power","data/name"]})"},
+      {"list", R"({"path":"x"})", R"({"code":-2,"message":"No such path: x"})"},
+      {"history", R"({"path":"data/1/power"})",
+       R"({"data/1/power":[{"time":"2026-01-31T12:00:00.123Z","value":1.5},{"time":"2026-01-31T12:00:00.123Z","value":0}]})"},
+      {"history", R"({"path":"data/name"})", R"({"data/name":[]})"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(ask(row.method, row.params), row.expected) << row.method << ' ' << row.params;
+  }
+  EXPECT_EQ(ran, "[2]");
+}
+
+TEST_F(requests, faults_of_the_protocol) {
+  const auto fault = [](int code, const std::string& text, const std::string& id = "null") {
+    return fmt::format(R"({{"jsonrpc":"2.0","id":{},"error":{{"code":{},"message":"{}"}}}})", id,
+                       code, text);
+  };
+  struct row {
+    std::string line;
+    std::string expected;
+  };
+  const row rows[] = {
+      {"{", fault(-32700, "Parse error: Missing a name for object member at byte 1")},
+      {"\xff", fault(-32700, "Parse error: Invalid value at byte 0")},
+      {"1", fault(-32600, "Invalid request: expected an object, found 32-bit unsigned integer")},
+      {"[]", fault(-32600, "Invalid request: the batch is empty")},
+      {"{}", fault(-32600, R"(Invalid request: \"jsonrpc\" must be \"2.0\")")},
+      {R"({"jsonrpc":"2.0","id":[],"method":"get"})",
+       fault(-32600, R"(Invalid request: \"id\" must be a string, a number or null)")},
+      {R"({"jsonrpc":"2.0","id":"a","method":7})",
+       fault(-32600, R"(Invalid request: \"method\" must be a string)", R"("a")")},
+      {R"({"jsonrpc":"2.0","id":2.5,"method":"put","params":{"path":""}})",
+       fault(-32601,
+             "No such method: put; there are get, set, run, reset, subscribe, unsubscribe, info, "
+             "list, history",
+             "2.5")},
+      {R"({"jsonrpc":"2.0","id":1,"method":"get"})",
+       fault(-32602, R"(Invalid params: expected an object with a \"path\")", "1")},
+      {R"({"jsonrpc":"2.0","id":1,"method":"get","params":{"path":["a"]}})",
+       fault(-32602, R"(Invalid params: \"path\" must be a string)", "1")},
+      // Without an id nothing is answered, whatever becomes of it.
+      {R"({"jsonrpc":"2.0","method":"get","params":{"path":"none"}})", ""},
+      {R"({"jsonrpc":"2.0","method":"put","params":{}})", ""},
+  };
+  for (const auto& row : rows)
+    EXPECT_EQ(answer(row.line), row.expected) << row.line;
+}
+
+TEST_F(requests, batches_are_one_line) {
+  const auto get = request("get", R"({"path":"data/name"})");
+  const std::string got = R"({"jsonrpc":"2.0","id":1,"result":{"data/name":"node"}})";
+  const std::string silent =
+      R"({"jsonrpc":"2.0","method":"set","params":{"path":"data/1/power","value":4}})";
+  EXPECT_EQ(answer('[' + get + ',' + silent + ',' + get + ']'), '[' + got + ',' + got + ']');
+  EXPECT_EQ(ask("get", R"({"path":"data/1/power"})"), R"({"data/1/power":4})");
+  EXPECT_EQ(answer('[' + silent + ']'), "");
+  const auto mixed = answer("[1," + get + ']');
+  EXPECT_NE(mixed.find("found 32-bit unsigned integer"), std::string::npos) << mixed;
+  EXPECT_NE(mixed.find(got), std::string::npos) << mixed;
+
+  const auto batch_of = [](std::size_t count) {
+    std::string batch = "[0";
+    for (std::size_t i = 1; i < count; ++i)
+      batch += ",0";
+    return batch + ']';
+  };
+  EXPECT_NE(answer(batch_of(1000)).find("found 32-bit"), std::string::npos);
+  for (const std::size_t count : {1001U, 100000U}) {
+    EXPECT_EQ(answer(batch_of(count)),
+              fmt::format(R"({{"jsonrpc":"2.0","id":null,"error":{{"code":-32600,"message":)"
+                          R"("Invalid request: a batch of {}, the limit is 1000 requests"}}}})",
+                          count));
+  }
+}
+
+TEST_F(requests, read_only_sessions_change_nothing) {
+  const std::string refused = R"({"code":-13,"message":"Read-only session"})";
+  const auto asked = [this](const std::string& method, const std::string& params) {
+    return ask(method, params, nx::access::read_only);
+  };
+  EXPECT_EQ(asked("set", R"({"path":"data/1/power","value":1})"), refused);
+  EXPECT_EQ(asked("set", R"({"path":"command/add","value":{}})"), refused);
+  EXPECT_EQ(asked("run", R"({"path":"command/add","args":{}})"), refused);
+  EXPECT_EQ(asked("reset", R"({"path":"data/1/power"})"), refused);
+  EXPECT_EQ(asked("get", R"({"path":"data/1/power"})"), R"({"data/1/power":0.2})");
+  EXPECT_EQ(ran, "");
+}
+
+TEST_F(requests, tell_what_a_node_threw) {
+  const auto thrown = [this](std::function<std::string()> what) {
+    read = std::move(what);
+    return ask("get", R"({"path":"data/name"})");
+  };
+  EXPECT_EQ(thrown([]() -> std::string { throw nx_error(-5, "Redis not connected."); }),
+            R"({"code":-5,"message":"Redis not connected."})");
+  EXPECT_EQ(thrown([]() -> std::string { throw std::runtime_error("odd"); }),
+            R"({"code":-1,"message":"odd"})");
+  EXPECT_EQ(thrown([]() -> std::string { throw 1; }), R"({"code":-1,"message":"Unknown error!"})");
+  EXPECT_EQ(thrown([]() -> std::string {
+              throw nx_client_exception{-107, "Not connected: /tmp/x", "data/a"};
+            }),
+            R"({"code":-1,"message":"Not connected: /tmp/x: data/a"})");
+}
+
+TEST_F(requests, an_answer_has_a_limit_too) {
+  read = [] { return std::string(1000000, 'x'); };
+  const auto get = request("get", R"({"path":"data/name"})");
+  std::string batch = '[' + get;
+  for (int i = 0; i < 9; ++i)
+    batch += ',' + get;
+  EXPECT_EQ(answer(batch + ']'), R"({"jsonrpc":"2.0","id":null,"error":{"code":-32600,"message":)"
+                                 R"("Invalid request: its answer is longer than 8388608 bytes"}})");
+  EXPECT_GT(answer(get).size(), 1000000U);
+}
+
+TEST_F(requests, a_node_may_ask_the_tree_while_it_is_asked) {
+  read = [this] { return ask("get", R"({"path":"data/1/power"})"); };
+  EXPECT_EQ(ask("get", R"({"path":"data/*"})"), R"({"data/name":"{\"data/1/power\":0.2}"})");
+}
+
+TEST_F(requests, what_may_wait_is_left_to_a_worker) {
+  read_value::create(
+      db, "device/gain", [] { return "7"; }, true);
+  const nx::request_handler handler(db, nx::access::full, nullptr);
+  const auto at_once = [&](const std::string& line) {
+    std::string out;
+    const bool done = handler.answer_at_once(line, out);
+    EXPECT_EQ(done, !out.empty());
+    return done;
+  };
+  const auto device = request("get", R"({"path":"device/gain"})");
+  const auto name = request("get", R"({"path":"data/name"})");
+  EXPECT_TRUE(at_once(name));
+  EXPECT_FALSE(at_once(device));
+  EXPECT_FALSE(at_once(request("get", R"({"path":"*/gain"})")));
+  EXPECT_TRUE(at_once(request("info", R"({"path":"device/gain"})")));
+  EXPECT_FALSE(at_once(request("run", R"({"path":"command/add","args":{}})")));
+  EXPECT_FALSE(at_once('[' + name + ',' + device + ']'));
+  EXPECT_TRUE(at_once('[' + name + ",3]"));
+  EXPECT_EQ(ran, "");
+}
+
+}  // namespace
