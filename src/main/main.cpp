@@ -33,8 +33,9 @@ void serve(nexel_api& server, lumora_manager& daemon, std::shared_ptr<manager::i
            const std::string& interface_name) {
   bool running = true;
   manager_thread thread(daemon, manager, running);
+  const stop_relay relay([&server] { server.stop(); });
   server.start_ipv6_socket(interface_name);
-  if (!stop_was_asked_for()) server.start();
+  server.start();
   LUMORA_LOG(2, "Shutting down manager thread");
   thread.stop();
 }
