@@ -1,5 +1,7 @@
 #include "sim/plant/channel_monitor.h"
 
+#include <algorithm>
+
 #include "sim/optics/decibel.h"
 #include "sim/plant/device_range.h"
 
@@ -36,12 +38,13 @@ bool channel_monitor::step(const light& beam, double dt_s) {
 
 void channel_monitor::measure(const light& beam) {
   const double tap = ratio_of_db(-settings_.tap_loss_db);
-  const double floor_mw = ratio_of_db(settings_.floor_dbm);
   double total_mw = 0.0;
   for (std::size_t i = 0; i < power_dbm_.size(); ++i) {
-    const double shown_dbm = dbm_of_mw(beam.slot_mw(i) * tap + floor_mw) + settings_.offset_db +
-                             noise_.gaussian(settings_.noise_db);
-    power_dbm_[i] = rounded_to(shown_dbm, settings_.resolution_db);
+    // The detector's own dark signal is taken off before a reading is shown, so that the floor ends
+    // the scale and bends nothing above it.
+    const double read_dbm = dbm_of_mw(beam.slot_mw(i) * tap) + settings_.offset_db +
+                            noise_.gaussian(settings_.noise_db);
+    power_dbm_[i] = rounded_to(std::max(read_dbm, settings_.floor_dbm), settings_.resolution_db);
     total_mw += ratio_of_db(power_dbm_[i]);
   }
   total_dbm_ = rounded_to(dbm_of_mw(total_mw), settings_.resolution_db);

@@ -30,7 +30,6 @@ bool laser::in_dark_half() const {
 }
 
 void laser::step(double dt_s) {
-  constexpr double ramp_depth_db = 30.0;
   if (!settings_.on) {
     power_mw_ = 0.0;
     return;
@@ -38,9 +37,8 @@ void laser::step(double dt_s) {
   lit_s_ += dt_s;
   drift_db_ += settings_.drift_db_per_hour * dt_s / 3600.0;
   ramp_done_ = settings_.ramp_s > 0.0 ? std::min(1.0, ramp_done_ + dt_s / settings_.ramp_s) : 1.0;
-  power_mw_ = in_dark_half()
-                  ? 0.0
-                  : mw_of_dbm(settings_.power_dbm + drift_db_ - ramp_depth_db * (1.0 - ramp_done_));
+  // The drive current rises evenly, and the power above threshold with it.
+  power_mw_ = in_dark_half() ? 0.0 : ramp_done_ * mw_of_dbm(settings_.power_dbm + drift_db_);
 }
 
 }  // namespace sim

@@ -71,9 +71,17 @@ void check_node(node_settings node, const std::string& where) {
   }
 }
 
+double default_booster_gain_db(const std::string& product) {
+  // Puts the add switch at 7 to 9 dB at rest. The dead band of a channel grows with its
+  // attenuation, and below 7 dB the monitor's noise would now and then carry a channel at rest out
+  // of it.
+  if (product == "orvalite") return 20.0;
+  return product.starts_with("selka") ? 17.5 : 18.2;
+}
+
 void use_fixed_gain_plan(node_settings& node) {
   // An all-purpose node: 80 km of fibre leave room in every attenuator.
-  node.booster.gain_db = 17.5;
+  node.booster.gain_db = default_booster_gain_db(node.product);
   node.booster.power_limit_dbm = 20.0;
   node.preamp.gain_db = 25.0;
   node.preamp.power_limit_dbm = 23.0;
