@@ -59,7 +59,8 @@ TEST_P(dead_device, leaves_the_channels_at_rest_and_is_used_again_after_its_retu
   disturb(channel, 2.0);
   node_.run_for(3s);
   plant.set_nexel_state(0, device, sim::nexel_state::ok);
-  for (int i = 0; i < 3; ++i) node_.cycle();
+  for (int i = 0; i < 3; ++i)
+    node_.cycle();
   EXPECT_GT(add.steps(channel), 0u);
   EXPECT_TRUE(node_.run_until([&] { return node_.on_target(channel); }, 12s));
   EXPECT_TRUE(is_fully_operational());
@@ -80,8 +81,8 @@ TEST_P(dead_device, that_hangs_does_no_more_harm) {
 INSTANTIATE_TEST_SUITE_P(devices, dead_device,
                          testing::Values("wss_edge", "booster", "preamp", "osc1", "voa_sfp",
                                          "sfp/0"),
-                         [](const auto& info) {
-                           std::string name = info.param;
+                         [](const auto& device) {
+                           std::string name = device.param;
                            std::replace(name.begin(), name.end(), '/', '_');
                            return name;
                          });

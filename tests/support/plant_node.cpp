@@ -36,7 +36,11 @@ plant_node::plant_node(sim::topology topology)
     log_.push_back(record.text);
   });
   plant_->attach_to(network_);
-  network_.set_wait([this](std::chrono::milliseconds time) { clock_->sleep(time); });
+  network_.set_wait([this](std::chrono::milliseconds time) {
+    in_device_call_ = true;
+    clock_->sleep(time);
+    in_device_call_ = false;
+  });
   tree_->set_clock([this] { return clock_->system_now(); });
   prepare_store();
   load_board();
@@ -79,8 +83,12 @@ void plant_node::load_board() {
 void plant_node::step(std::chrono::nanoseconds piece) {
   plant_->step(piece);
   network_.deliver();
-  // The poller counts in whole milliseconds; what is left over waits for the next step.
+  // The poller counts in whole milliseconds; what is left over waits for the next step. Inside a
+  // device call, and in the short sleeps between the looks at a new subscription, this thread may
+  // hold what a getter waits for: a poller of its own would wait for the end of the call.
+  constexpr std::chrono::milliseconds shortest_sleep_of_a_cycle{1};
   unpolled_ += piece;
+  if (in_device_call_ || piece < shortest_sleep_of_a_cycle) return;
   const auto whole = std::chrono::duration_cast<std::chrono::milliseconds>(unpolled_);
   unpolled_ -= whole;
   poller_->advance(whole);

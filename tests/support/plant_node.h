@@ -72,6 +72,7 @@ class plant_node {
   std::mutex log_mutex_;
   log_lines log_;
   std::chrono::nanoseconds unpolled_{0};
+  bool in_device_call_ = false;
 };
 
 }  // namespace test
