@@ -9,6 +9,19 @@
 
 namespace tools {
 
+namespace {
+
+/// Three decimals say all that an instrument of the node knows; zeros at the end are left off.
+std::string rounded(const nx::json_value& number) {
+  if (!number.IsDouble()) return nx::json_text(number);
+  auto text = fmt::format("{:.3f}", number.GetDouble());
+  text.erase(text.find_last_not_of('0') + 1);
+  if (text.ends_with('.')) text.pop_back();
+  return text == "-0" ? "0" : text;
+}
+
+}  // namespace
+
 std::optional<nx_error> error_in(const nx::json_value& value) {
   if (!value.IsObject() || value.MemberCount() != 2) return std::nullopt;
   const auto code = value.FindMember("code");
@@ -25,10 +38,9 @@ std::string error_text(const nx_error& error) {
 std::string value_text(const std::string& path, const nx::json_value& value, detail wanted) {
   if (const auto error = error_in(value)) return fmt::format("({})", error_text(*error));
   if (value.IsString()) return {value.GetString(), value.GetStringLength()};
-  const auto text = nx::json_text(value);
   const auto unit = unit_of(path);
-  if (wanted == detail::bare || !value.IsNumber() || unit.empty()) return text;
-  return fmt::format("{} {}", text, unit);
+  if (wanted == detail::bare || !value.IsNumber() || unit.empty()) return nx::json_text(value);
+  return fmt::format("{} {}", rounded(value), unit);
 }
 
 std::string quoted(const std::string& text) {

@@ -11,8 +11,8 @@
 namespace tools {
 
 enum class detail {
-  with_unit,  ///< "-1.5 dBm"
-  bare        ///< "-1.5", for scripts
+  with_unit,  ///< "-1.5 dBm", to three decimals
+  bare        ///< "-1.5", as exact as the tree tells it, for scripts
 };
 
 std::string value_text(const std::string& path, const nx::json_value& value, detail wanted);

@@ -94,7 +94,8 @@ int run(const options& given) {
     return watched.print_until_converged(lit, limit) ? exit_ok : exit_failed;
   }
   if (screen::available()) {
-    watched.show_on_screen();
+    watched.show_on_screen(
+        fmt::format("q ends the lab   arrow keys scroll   folder {}", folder.path().string()));
   } else {
     watched.print_lines();
   }

@@ -43,15 +43,19 @@ node::node(supervisor& programs, const lab_folder& folder, const store& keys,
       booster_(socket("/tmp/nexels/booster")),
       preamp_(socket("/tmp/nexels/preamp")),
       voa_(socket("/tmp/nexels/voa_sfp")) {
-  start_devices(programs, folder, what);
+  start_devices(programs, folder, keys, what);
   start_daemon(programs, keys, what);
 }
 
-void node::start_devices(supervisor& programs, const lab_folder& folder, const node_options& what) {
+void node::start_devices(supervisor& programs, const lab_folder& folder, const store& keys,
+                         const node_options& what) {
+  // The twin switch takes its attenuations from the store.
+  auto environment = keys.environment();
+  environment.push_back("NX_ROOT=" + root_);
   programs.start({"lumora_sim",
                   {program_path("lumora_sim").string(), what.topology.string(), "--seed",
-                   std::to_string(what.seed)},
-                  {"NX_ROOT=" + root_},
+                   std::to_string(what.seed), "--board"},
+                  environment,
                   (folder.logs() / "plant.log").string()});
   programs.wait_until("the simulated devices", start_limit,
                       [this] { return plant_.reachable() && booster_.reachable(); });
@@ -59,10 +63,6 @@ void node::start_devices(supervisor& programs, const lab_folder& folder, const n
 }
 
 void node::start_daemon(supervisor& programs, const store& keys, const node_options& what) {
-  const auto board = std::filesystem::path(root_) / "mnt/board_info/calibration_data/lumora";
-  std::filesystem::create_directories(board);
-  std::filesystem::copy_file(simulator_file("boards/" + what.model.name + ".conf"),
-                             board / "lumora.conf");
   auto environment = keys.environment();
   environment.push_back("NX_ROOT=" + root_);
   programs.start({"lumora_manager",

@@ -41,7 +41,8 @@ class node {
   const std::string& daemon_log() const { return daemon_log_; }
 
  private:
-  void start_devices(supervisor& programs, const lab_folder& folder, const node_options& what);
+  void start_devices(supervisor& programs, const lab_folder& folder, const store& keys,
+                     const node_options& what);
   void start_daemon(supervisor& programs, const store& keys, const node_options& what);
   void darken();
   void add_channels();

@@ -12,7 +12,7 @@ namespace tools::lab {
 
 namespace {
 
-constexpr unsigned header_lines = 7;
+constexpr unsigned header_lines = 8;
 constexpr unsigned footer_lines = 1;
 constexpr unsigned narrowest_bar = 10;
 constexpr unsigned widest_bar = 40;
@@ -96,9 +96,10 @@ std::vector<std::string> header(const view& seen, const picture_options& options
                       loops.rx, loops.tx, loops.turn, seen.automation_mode),
           fmt::format("{}  sat. {}", amplifier_line("booster", seen.booster),
                       figure(seen.saturation_db, "dB")),
-          fmt::format("{}  cal. {}", amplifier_line("preamp ", seen.preamp),
-                      figure(seen.calibration_db, "dB", 2)),
+          amplifier_line("preamp ", seen.preamp),
           line_line(seen),
+          fmt::format("monitor  calibration {}  channels in use {}",
+                      figure(seen.calibration_db, "dB", 2), figure(seen.utilization, "%")),
           ""};
 }
 

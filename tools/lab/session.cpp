@@ -13,7 +13,6 @@ namespace {
 
 constexpr std::chrono::milliseconds frame{250};
 constexpr std::chrono::seconds line_interval{1};
-constexpr const char* keys_note = "q ends the lab, arrow keys scroll";
 
 void print_line(const std::string& line) {
   fmt::print("{}\n", line);
@@ -47,10 +46,10 @@ bool session::pause(clock::time_point until) {
   return true;
 }
 
-void session::show_on_screen() {
+void session::show_on_screen(const std::string& note) {
   screen terminal;
   user_.listen_to_keys();
-  picture_options options{model_.name, {}, 0, keys_note};
+  picture_options options{model_.name, {}, 0, note};
   for (auto happened = user::event::none; happened != user::event::quit;) {
     const auto seen = look();
     const auto size = terminal.size();

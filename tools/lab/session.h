@@ -19,8 +19,8 @@ class session {
  public:
   session(supervisor& programs, user& at_terminal, node& shown, const product& model);
 
-  /// Until the user quits. Throws lab_failure when a program ends.
-  void show_on_screen();
+  /// Until the user quits, with `note` in the last line. Throws lab_failure when a program ends.
+  void show_on_screen(const std::string& note);
   /// One line a second, until the user quits.
   void print_lines();
   /// One line a second; true as soon as all is well and has stayed so, false when `limit` is over.

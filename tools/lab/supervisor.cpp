@@ -14,8 +14,7 @@ constexpr std::chrono::milliseconds between_looks{50};
 constexpr std::size_t last_words = 12;
 
 std::string obituary(const child_process& program, const std::string& end) {
-  auto text = fmt::format("{} has ended with {}; the last lines of {}:", program.name(), end,
-                          program.log_file());
+  auto text = fmt::format("{} has ended with {}; the last lines of its log:", program.name(), end);
   for (const auto& line : program.last_lines(last_words))
     text += "\n    " + line;
   return text;

@@ -113,6 +113,21 @@ TEST(layout, shows_values_with_units_and_errors_with_codes) {
   EXPECT_EQ(rows_of(answer, true).front().second, "-1.5");
 }
 
+TEST(layout, rounds_for_people_and_not_for_scripts) {
+  const std::vector<std::array<std::string, 3>> table{
+      {"3.9797976", "3.98 dB", "3.9797976"},
+      {"13.040001", "13.04 dB", "13.040001"},
+      {"100", "100 dB", "100"},
+      {"-20.0", "-20 dB", "-20"},
+  };
+  for (const auto& [json, people, scripts] : table) {
+    const auto value = nx::parse_json(json);
+    EXPECT_EQ(value_text("data/gain", value, detail::with_unit), people);
+    EXPECT_EQ(value_text("data/gain", value, detail::bare), scripts);
+  }
+  EXPECT_EQ(value_text("data/gain", nx::parse_json("-0.0001"), detail::with_unit), "0 dB");
+}
+
 TEST(layout, draws_levels_once_however_deep_the_next_path_goes) {
   EXPECT_EQ(tree_text({{"a/b/c", "1"}, {"a/b/d", ""}, {"a/e", ""}, {"f/b/c", ""}, {"g", "2"}}),
             "a/\n"

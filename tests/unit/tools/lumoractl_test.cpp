@@ -1,0 +1,156 @@
+// lumoractl as a script sees it: a real tree on a socket, the program, its output and exit code.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <future>
+#include <memory>
+#include <string>
+
+#include "api/command.h"
+#include "api/config_param.h"
+#include "api/status_value.h"
+#include "platform/value_tree/nx_db.h"
+#include "platform/value_tree/nx_server.h"
+#include "tests/support/process.h"
+#include "tests/support/temp_folder.h"
+
+#include <rapidjson/document.h>
+
+using testing::AllOf;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+namespace {
+
+/// What stands behind the tree's parameters and commands.
+struct owner : std::enable_shared_from_this<owner> {
+  void set_mode(const std::string& text) {
+    if (text == "bad") throw nx_error(-22, "Unknown automation mode");
+  }
+  void set_power(float) {}
+  bool add(const rapidjson::Document& request) { return request.HasMember("center"); }
+};
+
+class lumoractl : public testing::Test {
+ protected:
+  lumoractl() : db_(runtime_.poller(), runtime_.io_context()) {
+    using namespace nx::api;
+    power_ = status_value<float>::create(db_, "data/line/1/tx/power", -1.5F, 1);
+    status_value<float>::create(db_, "data/line/1/rx/power", -17.0F, 1);
+    status_value<bool>::create(db_, "data/configStatus", true, 1);
+    config_param<&owner::set_mode>::create(db_, "config/automationMode", {}, owner_);
+    config_param<&owner::set_power>::create(db_, "config/power", {}, owner_);
+    command<&owner::add>::create(db_, "command/channel/add", owner_);
+    server_ = std::make_unique<nx::nx_server>(runtime_, db_, socket());
+    server_->start_accepting();
+  }
+
+  std::string socket() const { return folder_.file("tree.sock"); }
+
+  test::process::settings settings(std::vector<std::string> words) const {
+    words.insert(words.begin(), {LUMORACTL, "--socket", socket()});
+    return {words, {}, {"NX_ROOT"}};
+  }
+  test::finished run(const std::vector<std::string>& words) const {
+    return test::run(settings(words));
+  }
+
+  void expect(const std::vector<std::string>& words, int status, const std::string& output) const {
+    const auto result = run(words);
+    EXPECT_EQ(result.status, status) << result.output;
+    EXPECT_EQ(result.output, output);
+  }
+
+  test::temp_folder folder_;
+  std::shared_ptr<owner> owner_ = std::make_shared<owner>();
+  nx::server_runtime runtime_;
+  nx_db db_;
+  std::shared_ptr<nx::api::status_value<float>> power_;
+  std::unique_ptr<nx::nx_server> server_;
+};
+
+}  // namespace
+
+TEST_F(lumoractl, reads_one_value_a_pattern_and_several_paths) {
+  expect({"get", "data/line/1/tx/power"}, 0, "-1.5 dBm\n");
+  expect({"get", "data/line/1/tx/power", "--bare"}, 0, "-1.5\n");
+  expect({"get", "data/line/1/*/power"}, 0,
+         "data/line/1/rx/power  -17 dBm\ndata/line/1/tx/power  -1.5 dBm\n");
+  expect({"--json", "get", "data/configStatus"}, 0, "{\"data/configStatus\":true}\n");
+  expect({"get", "data/configStatus", "data/line/1/tx/power"}, 0,
+         "data/configStatus     true\ndata/line/1/tx/power  -1.5 dBm\n");
+}
+
+TEST_F(lumoractl, tells_refusals_from_absence_and_from_wrong_words) {
+  expect({"get", "data/nothing"}, 1, "lumoractl: -2 No such path: data/nothing\n");
+  expect({"get", "data/nothing/*"}, 5, "lumoractl: no path fits data/nothing/*\n");
+  expect({"set", "config/automationMode", "bad"}, 1, "lumoractl: -22 Unknown automation mode\n");
+  expect({"set", "data/line/1/tx/power", "3"}, 1,
+         "lumoractl: -22 Not writable: data/line/1/tx/power\n");
+  EXPECT_THAT(run({"set", "config/power", "much"}).output, HasSubstr("which takes a number"));
+  EXPECT_EQ(run({"set", "config/power", "much"}).status, 2);
+  EXPECT_EQ(run({"paint"}).status, 2);
+  EXPECT_EQ(run({"--node", "get", "data/configStatus"}).status, 2);
+}
+
+TEST_F(lumoractl, writes_words_of_the_type_that_the_path_takes) {
+  expect({"set", "config/power", "-3.25"}, 0, "");
+  expect({"get", "config/power"}, 0, "-3.25 dBm\n");
+  expect({"set", "config/automationMode", "true"}, 0, "");
+  expect({"--json", "get", "config/automationMode"}, 0, "{\"config/automationMode\":\"true\"}\n");
+}
+
+TEST_F(lumoractl, runs_commands_and_fails_when_they_say_no) {
+  expect({"run", "command/channel/add", "center=19600000", "direction=both"}, 0, "true\n");
+  expect({"set", "command/channel/add", R"({"center":1})"}, 0, "true\n");
+  expect({"run", "command/channel/add"}, 1, "false\n");
+}
+
+TEST_F(lumoractl, lists_and_draws) {
+  expect({"list", "data/"}, 0, "configStatus\nline/\n");
+  expect({"tree", "data/line", "-v"}, 0,
+         "data/\n  line/\n    1/\n      rx/\n        power  -17 dBm\n      tx/\n        power  "
+         "-1.5 dBm\n");
+  EXPECT_THAT(run({"info", "config/power"}).output,
+              StartsWith("config/power  config param  float  "));
+}
+
+TEST_F(lumoractl, watches_until_enough_has_been_seen) {
+  test::process watch(settings({"watch", "data/line/**", "--count", "3"}));
+  ASSERT_TRUE(watch.wait_for("data/line/1/tx/power  -1.5 dBm"));
+  ASSERT_TRUE(watch.wait_for("data/line/1/rx/power  -17 dBm"));
+  power_->update(2.0F);
+  EXPECT_EQ(watch.wait_for_exit(), 0);
+  EXPECT_THAT(watch.output(), EndsWith("Z  data/line/1/tx/power  2 dBm\n"));
+}
+
+TEST_F(lumoractl, ends_its_watch_at_the_users_wish_and_with_the_server) {
+  test::process watch(settings({"watch", "data/configStatus"}));
+  ASSERT_TRUE(watch.wait_for("true"));
+  watch.signal(SIGINT);
+  EXPECT_EQ(watch.wait_for_exit(), 0);
+  test::process orphan(settings({"watch", "data/configStatus"}));
+  ASSERT_TRUE(orphan.wait_for("true"));
+  server_.reset();
+  EXPECT_EQ(orphan.wait_for_exit(), 3);
+  EXPECT_EQ(run({"get", "data/configStatus"}).status, 3);
+}
+
+TEST_F(lumoractl, gives_up_on_a_tree_that_hangs) {
+  server_->set_fault(nx::server_fault::hung);
+  const auto result = run({"--timeout", "0.2", "get", "data/configStatus"});
+  EXPECT_EQ(result.status, 4) << result.output;
+}
+
+TEST_F(lumoractl, finds_nexels_and_the_daemon_below_a_root) {
+  nx::nx_server nexel(runtime_, db_, folder_.file("tmp/nexels/sfp/0"));
+  nexel.start_accepting();
+  const auto result = test::run(
+      {{LUMORACTL, "--root", folder_.path(), "--nexel", "sfp/0", "get", "data/configStatus"},
+       {},
+       {}});
+  EXPECT_EQ(result.status, 0) << result.output;
+  EXPECT_EQ(result.output, "true\n");
+}
