@@ -1,0 +1,196 @@
+// The states of the fibre: what one cycle does in each, and the stories of a coldstart, a cut and a
+// mended fibre.
+#include <gtest/gtest.h>
+
+#include "platform/board_spec/board_spec_lib.h"
+#include "tests/support/log_capture.h"
+#include "tests/unit/line/line_bench.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using test::journal;
+
+class fibre : public testing::Test, protected test::line_bench {
+ protected:
+  fibre() {
+    board_spec_lib::instance().load("");
+    start();
+  }
+  void cut() { preamp->los = true, osc->operational = false; }
+  void mend() { preamp->los = false, osc->operational = true; }
+  /// Of an orva peer that is far away enough to open at 4 dB.
+  void set_opening_of_4_db() {
+    peer.set("data/preamp/plim", 21.0f);
+    peer.set("data/preamp/gain", 27.0f);
+    peer.set("interface/line/1/data/osc/rx/power", -23.0f);
+  }
+};
+
+TEST_F(fibre, nothing_happens_while_the_voa_is_not_up) {
+  voa->operational = false;
+  cut();
+  cycle(true, true);
+  EXPECT_EQ(done(), journal{});
+  EXPECT_EQ(clock->elapsed(), 500ms) << "no coldstart pause";
+  EXPECT_EQ(own.find("alarms/line/1/rx/lossOfSignal/severity"), nullptr);
+  EXPECT_TRUE(line->is_operational());
+}
+
+TEST_F(fibre, a_coldstart_opens_once_and_leaves_the_amplifiers_to_the_next_cycle) {
+  preamp->enabled = booster->enabled = false;
+  osc->operational = false;
+  cycle(true, true);
+  EXPECT_EQ(done(), journal{"voa 5.00"}) << "the preset of the board: there is no link";
+  EXPECT_EQ(clock->elapsed(), 5500ms);
+  osc->operational = true;
+  cycle(true, true);
+  EXPECT_EQ(done(), (journal{"preamp on", "booster on", "led tx on"}));
+  cycle(true, true);
+  EXPECT_EQ(done(), journal{});
+}
+
+TEST_F(fibre, a_first_cycle_on_a_good_fibre_changes_nothing) {
+  const test::log_capture log;
+  cycle();
+  EXPECT_EQ(done(), journal{});
+  EXPECT_FALSE(log.contains("Line connection is back up."));
+  cut();
+  cycle();
+  EXPECT_EQ(done().front(), "preamp off");
+}
+
+TEST_F(fibre, cut_and_mended) {
+  peer.fill_terminal("ORVA-LITE");
+  set_opening_of_4_db();
+  meet_peer();
+  cycle();
+  cut();
+  cycle();
+  EXPECT_EQ(done(), (journal{"preamp off", "voa 5.00", "booster off", "led tx off"}));
+  cycle();
+  cycle();
+  EXPECT_EQ(done(), journal{}) << "once a loss";
+
+  mend();
+  cycle();
+  EXPECT_EQ(done(), (journal{"preamp on", "booster on", "led tx on"}));
+  cycle();
+  EXPECT_EQ(done(), (journal{"voa 4.00", "led tx on"})) << "worked out with the peer";
+  cycle();
+  EXPECT_EQ(done(), journal{});
+}
+
+TEST_F(fibre, is_lost_only_when_light_and_link_are_gone) {
+  struct one {
+    bool los;
+    bool link;
+    bool amplifiers;
+    journal expected;
+  };
+  const std::vector<one> table{
+      {true, true, true, {}},
+      {true, true, false, {"preamp on", "booster on", "led tx on"}},
+      {false, false, true, {}},
+      {false, false, false, {"preamp on", "booster on", "led tx on"}},
+      {true, false, true, {"preamp off", "voa 5.00", "booster off", "led tx off"}},
+      {true, false, false, {"preamp off", "voa 5.00", "booster off", "led tx off"}},
+  };
+  for (const auto& state : table) {
+    test::line_bench bench;
+    bench.start();
+    bench.preamp->los = state.los;
+    bench.osc->operational = state.link;
+    bench.booster->enabled = state.amplifiers;
+    bench.cycle();
+    EXPECT_EQ(bench.done(), state.expected)
+        << "los " << state.los << " link " << state.link << " amplifiers " << state.amplifiers;
+  }
+}
+
+TEST_F(fibre, an_unreadable_link_counts_as_down_and_is_no_failure_by_itself) {
+  const test::log_capture log;
+  osc->failing = true;
+  preamp->los = true;
+  cycle();
+  EXPECT_EQ(done().front(), "preamp off");
+  EXPECT_TRUE(log.contains("bool manager::loops::line_loop::is_osc_up()"));
+  // The alarms read the link too, and that failure counts.
+  EXPECT_FALSE(line->is_operational());
+}
+
+TEST_F(fibre, the_opening_keeps_what_is_close_enough) {
+  osc->operational = false;
+  for (const auto& [present, expected] :
+       {std::pair{5.0f, journal{}}, {5.1f, journal{}}, {4.9f, journal{}}, {5.25f, {"voa 5.00"}}}) {
+    voa->attenuation = present;
+    line->set_voa_default_attenuation();
+    EXPECT_EQ(done(), expected) << present;
+  }
+}
+
+TEST_F(fibre, the_opening_is_the_preset_when_the_peer_does_not_tell) {
+  const test::log_capture log;
+  peer.fill_tarn("TARN-ONE");
+  meet_peer();
+  line->set_voa_default_attenuation();
+  EXPECT_EQ(done(), journal{"voa 5.00"});
+  EXPECT_TRUE(log.contains("Preamp power limit not implemented in remote end."));
+}
+
+TEST_F(fibre, a_failing_device_takes_the_loop_down_until_it_is_initialised) {
+  cycle();
+  booster->failing = true;
+  preamp->los = true;
+  cycle();
+  EXPECT_FALSE(line->is_operational());
+  EXPECT_EQ(shown("alarms/line/1/rx/lossOfSignal/severity"), "0") << "not reached";
+  booster->failing = false;
+  voa->failing = true;
+  EXPECT_THROW(line->init(own, true), nx_client_exception);
+  EXPECT_FALSE(line->is_operational());
+  voa->failing = false;
+  line->init(own, true);
+  EXPECT_TRUE(line->is_operational());
+  cycle();
+  EXPECT_EQ(shown("alarms/line/1/rx/lossOfSignal/severity"), "1");
+}
+
+TEST_F(fibre, alarms_are_right_from_their_first_cycle_on) {
+  sfp->operational = false;
+  osc->loss_of_link = true;
+  cycle();
+  EXPECT_EQ(shown("alarms/line/1/rx/lossOfSignal/severity"), "0");
+  EXPECT_EQ(shown("alarms/line/1/rx/osc/lossOfSignal/severity"), "1") << "absent counts as dark";
+  EXPECT_EQ(shown("alarms/line/1/rx/osc/lossOfLink/severity"), "1");
+  EXPECT_FALSE(leds->rx_los);
+  preamp->los = true;
+  osc->loss_of_link = false;
+  cycle();
+  EXPECT_EQ(shown("alarms/line/1/rx/lossOfSignal/severity"), "1");
+  EXPECT_EQ(shown("alarms/line/1/rx/osc/lossOfLink/severity"), "0");
+  EXPECT_TRUE(leds->rx_los);
+}
+
+TEST_F(fibre, span_losses_are_taken_every_25_seconds) {
+  peer.fill_terminal("ORVA-LITE");
+  peer.set("data/line/1/tx/power", 8.0f);
+  peer.set("data/line/1/rx/power", 30.0f);
+  meet_peer();
+  const auto start = clock->elapsed();
+  while (clock->elapsed() < start + 25s)
+    cycle();
+  EXPECT_EQ(shown("data/spanloss/oms/rx"), "Value has not been set");
+  cycle();
+  // 8 less what arrives: -10 at the preamp and 0.5 on the way from the connector to it.
+  EXPECT_EQ(shown("data/spanloss/oms/rx"), "17.5");
+  EXPECT_EQ(shown("data/spanloss/oms/tx"), "0") << "more than was sent cannot have arrived";
+  peer.set("data/line/1/tx/power", 9.0f);
+  for (int i = 0; i < 49; ++i)
+    cycle();
+  EXPECT_EQ(shown("data/spanloss/oms/rx"), "17.5");
+  cycle();
+  EXPECT_EQ(shown("data/spanloss/oms/rx"), "18.5");
+}
+
+}  // namespace

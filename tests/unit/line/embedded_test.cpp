@@ -1,0 +1,148 @@
+// The regulator against an in-line amplifier: collecting, first setting, watching.
+#include <gtest/gtest.h>
+
+#include "tests/support/log_capture.h"
+#include "tests/unit/line/line_bench.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using test::journal;
+
+class embedded_line : public testing::Test, protected test::line_bench {
+ protected:
+  embedded_line() {
+    peer.fill_tarn("TARN-ONE");
+    peer.set("data/spanloss/section", "na");
+    set_spans(16, 17);
+    peer.set("data/neighbour/edfa/minGain", 25.0f);
+  }
+
+  /// As the peer names them: its tx arrives here.
+  void set_spans(float tx, float rx) {
+    peer.set("data/spanloss/ots/tx", tx);
+    peer.set("data/spanloss/ots/rx", rx);
+    peer.set("data/spanloss/oms/tx", tx + 1);
+    peer.set("data/spanloss/oms/rx", rx + 1);
+  }
+  void begin(bool regulate = true) {
+    start();
+    meet_peer();
+    cycles(11, regulate);
+  }
+  void cycles(unsigned count, bool regulate = true) {
+    for (; count > 0; --count)
+      cycle(regulate);
+  }
+};
+
+// Span 17: target 17 + 5 - 25, VOA 20 - 15.05 + 3 - 1 - 0.25 - 0.3; gain 2 * -0.5 + 16 + 1.
+const journal first_setting{"voa 6.40", "preamp gain 16.00"};
+
+TEST_F(embedded_line, sets_both_sides_from_the_fifth_of_consecutive_samples) {
+  const test::log_capture log;
+  begin();
+  cycles(3);
+  EXPECT_EQ(done(), journal{});
+  cycle();
+  EXPECT_EQ(done(), first_setting);
+  EXPECT_TRUE(
+      log.contains("Have set preamp gain: 16, calibration: -0.5, voa_il: 1, "
+                   "used_span_loss: 16"));
+  EXPECT_TRUE(log.contains("Current spanloss RX: not set"))
+      << "the VOA comes first, when the other span is not used yet";
+  cycles(200);
+  EXPECT_EQ(done(), journal{});
+  EXPECT_EQ(shown("interface/line/1/remote/spanloss/ots/rx"), "17");
+}
+
+TEST_F(embedded_line, follows_a_span_that_has_moved_and_is_steady) {
+  begin();
+  cycles(4);
+  done();
+  set_spans(16, 17.5f);
+  cycles(100);
+  EXPECT_EQ(done(), journal{}) << "0.5 dB is not above the limit";
+  set_spans(16, 18);
+  cycles(4 * 11);
+  EXPECT_EQ(done(), journal{}) << "four samples of five";
+  cycles(11);
+  EXPECT_EQ(done(), journal{"voa 5.40"});
+  set_spans(18, 18);
+  cycles(6 * 11);
+  EXPECT_EQ(done(), journal{"preamp gain 18.00"});
+}
+
+TEST_F(embedded_line, collects_anew_after_readings_that_cannot_be) {
+  const test::log_capture log;
+  begin();
+  cycles(4);
+  done();
+  set_spans(16, -1.01f);
+  peer.set("data/spanloss/oms/rx", 18.0f);
+  cycles(20);
+  EXPECT_TRUE(log.contains("Failed to read spanloss values, skipping regulation"));
+  set_spans(-1.0f, 17);
+  peer.set("data/spanloss/oms/tx", 17.0f);
+  cycles(4);
+  EXPECT_EQ(done(), journal{});
+  cycle();
+  EXPECT_EQ(done(), (journal{"voa 6.40", "preamp gain 15.00"})) << "not below the default gain";
+}
+
+TEST_F(embedded_line, takes_the_section_that_the_peer_measures_and_keeps_it) {
+  peer.set("data/spanloss/section", "oms");
+  begin();
+  peer.set("data/spanloss/section", "na");
+  cycles(4);
+  EXPECT_EQ(done(), (journal{"voa 5.40", "preamp gain 17.00"}));
+  peer.set("data/spanloss/section", "ots");
+  cycles(6 * 11);
+  EXPECT_EQ(done(), first_setting);
+}
+
+TEST_F(embedded_line, writes_no_attenuation_below_zero) {
+  peer.set("data/neighbour/edfa/minGain", 10.0f);
+  begin();
+  cycles(4);
+  EXPECT_EQ(done().front(), "voa 0.00");
+}
+
+TEST_F(embedded_line, waits_for_its_turn_with_everything) {
+  begin(false);
+  cycles(50, false);
+  EXPECT_EQ(done(), journal{});
+  cycles(5);
+  EXPECT_EQ(done(), first_setting);
+}
+
+TEST_F(embedded_line, without_a_voa_sets_the_preamp_alone) {
+  class without_voa : public test::orva_line {
+   public:
+    using test::orva_line::orva_line;
+    bool is_voa_ready() override { return true; }
+    void set_voa_default_attenuation() override {}
+  };
+  line = std::make_shared<without_voa>(plan, remote);
+  line->set_osc(osc);
+  line->set_sfp(sfp);
+  line->set_preamp(preamp);
+  line->set_booster(booster);
+  line->set_leds(leds);
+  begin();
+  cycles(100);
+  EXPECT_EQ(done(), journal{"preamp gain 15.00"});
+  EXPECT_TRUE(line->is_operational());
+  EXPECT_EQ(line->get_line_tx_signal_power(), 17.75f) << "nothing lost in a VOA";
+}
+
+TEST_F(embedded_line, a_terminal_that_may_not_serve_it_runs_the_other_regulator) {
+  start();
+  line->init(own, false);
+  meet_peer();
+  cycles(50);
+  EXPECT_EQ(done(), journal{});
+  EXPECT_TRUE(line->is_operational());
+}
+
+}  // namespace

@@ -1,0 +1,196 @@
+// A line loop between fake devices, with a real peer API towards a tree in-process and a clock that
+// is moved by hand. What the loop does to its devices stands in a journal.
+#pragma once
+
+#include <fmt/format.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/manager/leds.h"
+#include "base/manager/loops/line.h"
+#include "base/manager/remote/api.h"
+#include "helpers/calibration.h"
+#include "helpers/logger.h"
+#include "helpers/waiting.h"
+#include "platform/value_tree/poll_scheduler.h"
+#include "products/control_types_full.h"
+#include "tests/support/hand_clock.h"
+#include "tests/support/temp_folder.h"
+#include "tests/unit/remote/peer_tree.h"
+
+namespace test {
+
+using journal = std::vector<std::string>;
+
+class fake_edfa : public fake_device<device::interfaces::edfa> {
+ public:
+  fake_edfa(journal& actions, const char* name) : actions_(actions), name_(name) {}
+
+  bool enabled = true;
+  bool los = false;
+  float rx_power = -10;
+  float tx_power = 18;
+  float power_limit = 20;
+  float gain = 20;
+  float default_gain = 15;
+
+  void enable() override { set_enabled(true); }
+  void disable() override { set_enabled(false); }
+  bool is_enabled() override { return read("enabled", enabled); }
+  float get_rx_power() override { return read("rx power", rx_power); }
+  float get_tx_power() override { return read("tx power", tx_power); }
+  float get_power_limit() override { return read("limit", power_limit); }
+  float get_gain() override { return read("gain", gain); }
+  void set_gain(float value) override {
+    access("gain");
+    gain = value;
+    actions_.push_back(fmt::format("{} gain {:.2f}", name_, value));
+  }
+  float get_min_gain() override { return 0; }
+  float get_max_gain() override { return 30; }
+  float get_default_gain() override { return read("default gain", default_gain); }
+  float get_saturation() override { return 0; }
+  bool has_los() override { return read("los", los); }
+
+ private:
+  void set_enabled(bool on) {
+    access("enable");
+    enabled = on;
+    actions_.push_back(std::string(name_) + (on ? " on" : " off"));
+  }
+
+  journal& actions_;
+  const char* name_;
+};
+
+class fake_voa : public fake_device<device::interfaces::voa> {
+ public:
+  explicit fake_voa(journal& actions) : actions_(actions) {}
+
+  float attenuation = 10;
+  float insertion_loss = 1;
+
+  void set_attenuation(float value) override {
+    access("attenuation");
+    attenuation = value;
+    actions_.push_back(fmt::format("voa {:.2f}", value));
+  }
+  float get_attenuation() override { return read("attenuation", attenuation); }
+  float get_min_attenuation() override { return 0; }
+  float get_max_attenuation() override { return 25; }
+  float get_insertion_loss() override { return read("insertion loss", insertion_loss); }
+
+ private:
+  journal& actions_;
+};
+
+class fake_sfp : public fake_device<device::interfaces::sfp> {
+ public:
+  float rx_power = -20;
+  float tx_power = 0;
+  bool los = false;
+
+  float get_rx_power() override { return read("rx power", rx_power); }
+  float get_tx_power() override { return read("tx power", tx_power); }
+  bool has_los() override { return !is_operational() || read("los", los); }
+  std::string get_oper_status() override { return read("status", std::string("up")); }
+};
+
+class fake_leds : public manager::leds {
+ public:
+  explicit fake_leds(journal& actions) : actions_(actions) {}
+
+  bool rx_los = false;
+  void set_line_rx_los(bool value) override { rx_los = value; }
+  void set_line_tx_enabled(bool value) override {
+    actions_.push_back(value ? "led tx on" : "led tx off");
+  }
+
+ private:
+  journal& actions_;
+};
+
+using orva_line = manager::loops::line<products::orva_control>;
+
+struct line_bench {
+  using plan_t = channel::plan<products::orva_control>;
+
+  line_bench() {
+    helpers::waiting::instance().set_source(clock);
+    logger::instance().level = 2;
+    load_board();
+    remote = std::make_shared<manager::remote::api>();
+    line = std::make_shared<orva_line>(plan, remote);
+    line->set_osc(osc);
+    line->set_sfp(sfp);
+    line->set_voa(voa);
+    line->set_preamp(preamp);
+    line->set_booster(booster);
+    line->set_leds(leds);
+  }
+  ~line_bench() { helpers::waiting::instance().set_source(nullptr); }
+
+  void start() {
+    line->setup_api(own);
+    line->init(own, true);
+  }
+
+  /// Serves the peer and identifies it.
+  void meet_peer() {
+    network.attach(peer_tree::address, peer.db);
+    for (int cycle = 0; cycle < 2; ++cycle) {
+      remote->run(own, osc, plan);
+      network.deliver();
+    }
+    actions.clear();
+  }
+
+  /// One cycle, and the half second behind it.
+  void cycle(bool regulate = true, bool coldstart = false) {
+    line->run(own, regulate, coldstart);
+    helpers::waiting::instance().sleep(std::chrono::milliseconds(500));
+  }
+
+  /// What was done since the last call.
+  journal done() {
+    journal taken;
+    taken.swap(actions);
+    return taken;
+  }
+
+  /// The value of a path as JSON text; the text of the error if it holds one.
+  std::string shown(const std::string& path) const;
+
+  journal actions;
+  std::shared_ptr<nx::manual_poller> poller = std::make_shared<nx::manual_poller>();
+  nx_db own{poller};
+  peer_tree peer;
+  nx::in_process_network network;
+  std::shared_ptr<hand_clock> clock = std::make_shared<hand_clock>([](std::chrono::nanoseconds) {});
+  std::shared_ptr<fake_osc> osc = std::make_shared<fake_osc>();
+  std::shared_ptr<fake_sfp> sfp = std::make_shared<fake_sfp>();
+  std::shared_ptr<fake_voa> voa = std::make_shared<fake_voa>(actions);
+  std::shared_ptr<fake_edfa> preamp = std::make_shared<fake_edfa>(actions, "preamp");
+  std::shared_ptr<fake_edfa> booster = std::make_shared<fake_edfa>(actions, "booster");
+  std::shared_ptr<fake_leds> leds = std::make_shared<fake_leds>(actions);
+  std::shared_ptr<plan_t> plan = std::make_shared<plan_t>(768, "rx");
+  std::shared_ptr<manager::remote::api> remote;
+  std::shared_ptr<orva_line> line;
+
+ private:
+  static void load_board() {
+    const temp_folder folder;
+    calibration::instance().reset();
+    calibration::instance().read_calibration_values(
+        folder.write("board.conf",
+                     "cal_linerx_to_preamprx -0.5\n"
+                     "cal_linerx_to_oscrx -1.5\n"
+                     "cal_osctx_to_linetx -0.75\n"
+                     "cal_boostertx_to_linetx -0.25\n"));
+  }
+};
+
+}  // namespace test

@@ -1,0 +1,187 @@
+// The regulator against a peer with channels, cycle by cycle.
+#include <gtest/gtest.h>
+
+#include "tests/support/log_capture.h"
+#include "tests/unit/line/line_bench.h"
+
+namespace {
+
+using test::journal;
+constexpr unsigned first = 19600000;
+constexpr unsigned second = 19610000;
+
+class regulated_line : public testing::Test, protected test::line_bench {
+ protected:
+  regulated_line() {
+    start();
+    logger::instance().level = 0;
+  }
+  ~regulated_line() override { logger::instance().level = 2; }
+
+  void meet(const std::string& product, std::initializer_list<unsigned> channels) {
+    for (const unsigned id : channels)
+      plan->add_channel(id, 5000, 1, "1");
+    peer.fill_terminal(product, channels);
+    meet_peer();
+  }
+
+  /// A new reading of the peer for this channel: 0.01 dB of noise, since repeated ones are skipped.
+  void read_at_peer(unsigned id, float power) {
+    noise_ = -noise_;
+    peer.set(fmt::format("data/client/{}/tx/ocm/power", id), power + noise_);
+  }
+  void cycle_with(unsigned id, float power, bool regulate = true) {
+    read_at_peer(id, power);
+    cycle(regulate);
+  }
+
+ private:
+  float noise_ = 0.005f;
+};
+
+TEST_F(regulated_line, steps_after_five_agreeing_errors_and_waits_for_five_more) {
+  meet("ORVA-LITE", {first});
+  peer.set("data/client/tx/edfaCalibration", 20.0f);
+  // 20 - 17 is 2 dB too weak; the first cycle only takes the channel up.
+  for (int i = 0; i < 5; ++i)
+    cycle_with(first, -17);
+  EXPECT_EQ(done(), journal{});
+  cycle_with(first, -17);
+  EXPECT_EQ(done(), journal{"voa 9.60"});
+  for (int i = 0; i < 4; ++i)
+    cycle_with(first, -16.6f);
+  EXPECT_EQ(done(), journal{});
+  cycle_with(first, -16.6f);
+  EXPECT_EQ(done(), journal{"voa 9.28"}) << "a fifth of the error that is left";
+  for (int i = 0; i < 20; ++i)
+    cycle_with(first, -15.2f);
+  EXPECT_EQ(done(), journal{}) << "a step of 0.04 dB is not worth it";
+}
+
+TEST_F(regulated_line, stands_still_while_the_peer_shows_nothing_new) {
+  meet("ORVA-LITE", {first});
+  for (int i = 0; i < 5; ++i)
+    cycle_with(first, 3);
+  const test::log_capture log;
+  for (int i = 0; i < 50; ++i)
+    cycle();
+  EXPECT_EQ(done(), journal{});
+  EXPECT_TRUE(log.contains("Remote power values unchanged, skipping regulation"));
+  EXPECT_TRUE(log.contains("lms optimization unavailable"));
+  cycle_with(first, 3);
+  EXPECT_EQ(done(), journal{"voa 9.60"}) << "the errors from before the pause still count";
+}
+
+TEST_F(regulated_line, gathers_errors_in_cycles_that_may_not_write) {
+  meet("ORVA-LITE", {first});
+  for (int i = 0; i < 10; ++i)
+    cycle_with(first, 3, false);
+  EXPECT_EQ(done(), journal{});
+  cycle_with(first, 3);
+  EXPECT_EQ(done(), journal{"voa 9.60"});
+}
+
+TEST_F(regulated_line, leaves_out_channels_that_are_off_target_or_have_just_changed) {
+  meet("ORVA-LITE", {first, second});
+  (*plan->get_channels())[second]->set_on_target(false);
+  read_at_peer(second, -30);
+  for (int i = 0; i < 6; ++i)
+    cycle_with(first, 3);
+  EXPECT_EQ(done(), journal{"voa 9.60"}) << "the error of the first channel alone";
+
+  const test::log_capture log;
+  for (int i = 0; i < 3; ++i)
+    cycle_with(first, 3);
+  peer.set("data/client/19600000/tx/peak", false);
+  for (int i = 0; i < 3; ++i)
+    cycle_with(first, 3);
+  EXPECT_EQ(done(), journal{}) << "an error of 0 stands among the last five";
+  EXPECT_TRUE(log.contains("Channel 19600000 peak state changed to false, clearing power history"));
+  for (int i = 0; i < 3; ++i)
+    cycle_with(first, 3);
+  EXPECT_EQ(done(), journal{"voa 9.20"});
+}
+
+TEST_F(regulated_line, averages_out_what_a_single_reading_shows) {
+  meet("ORVA-LITE", {first});
+  for (int i = 0; i < 5; ++i)
+    cycle_with(first, 3);
+  cycle_with(first, 4);  // (4 * 3 + 4) / 5 = 3.2: the mean moves by a fifth
+  EXPECT_EQ(done(), journal{}) << "-4 and -3.6 do not agree";
+}
+
+TEST_F(regulated_line, backs_out_of_saturation_without_touching_the_errors) {
+  meet("ORVA-LITE", {first});
+  for (int i = 0; i < 5; ++i)
+    cycle_with(first, 3);
+  for (const auto& [saturation, action] :
+       {std::pair{0.2f, "voa 10.20"}, {1.0f, "voa 10.70"}, {3.0f, "voa 11.70"}}) {
+    peer.set("data/client/tx/edfaSaturation", saturation);
+    cycle_with(first, 3, false);
+    EXPECT_EQ(done(), journal{});
+    cycle();
+    EXPECT_EQ(done(), journal{action}) << saturation;
+  }
+  peer.set("data/client/tx/edfaSaturation", 0.19f);
+  cycle_with(first, 3);
+  EXPECT_EQ(done(), journal{}) << "each step has cleared the errors";
+}
+
+TEST_F(regulated_line, ends_at_the_limits_of_the_voa) {
+  const test::log_capture log;
+  meet("ORVA-LITE", {first});
+  peer.set("data/client/tx/edfaSaturation", 3.0f);
+  voa->attenuation = 24.9f;
+  cycle();
+  cycle();
+  EXPECT_EQ(done(), journal{"voa 25.00"});
+  EXPECT_TRUE(log.contains("VOA is exhausted, not much to do"));
+
+  peer.set("data/client/tx/edfaSaturation", 0.0f);
+  voa->attenuation = 0.2f;
+  for (int i = 0; i < 20; ++i)
+    cycle_with(first, 0);
+  EXPECT_EQ(done(), journal{"voa 0.00"});
+}
+
+TEST_F(regulated_line, does_nothing_against_a_peer_that_lacks_what_it_needs) {
+  const test::log_capture log;
+  meet("SELKA-PLUS", {first});
+  for (int i = 0; i < 10; ++i)
+    cycle_with(first, 3);
+  EXPECT_EQ(done(), journal{});
+  EXPECT_TRUE(log.contains("Failed to get remote preamp saturation"));
+  EXPECT_TRUE(log.contains("Failed to calculate LMS error"));
+  EXPECT_TRUE(line->is_operational());
+}
+
+TEST_F(regulated_line, does_nothing_for_a_channel_that_the_peer_was_not_asked_for) {
+  meet("ORVA-LITE", {first});
+  plan->add_channel(second, 5000, 1, "1");
+  const test::log_capture log;
+  for (int i = 0; i < 10; ++i)
+    cycle_with(first, 3);
+  EXPECT_EQ(done(), journal{});
+  EXPECT_TRUE(log.contains("Failed to calculate LMS error"));
+  EXPECT_TRUE(line->is_operational());
+}
+
+TEST_F(regulated_line, finds_an_empty_plan_unchanged) {
+  meet("ORVA-LITE", {});
+  EXPECT_FALSE(line->calculate_lms_error());
+}
+
+TEST_F(regulated_line, errors_agree_within_a_threshold_that_counts_in) {
+  plan->add_channel(first, 5000, 1, "1");
+  for (const float error : {0.0f, 0.05f, 0.1f, 0.0f})
+    EXPECT_FALSE(line->lms_calmdown(error));
+  EXPECT_TRUE(line->lms_calmdown(0.1f)) << "exactly the threshold apart";
+  EXPECT_FALSE(line->lms_calmdown(0.11f));
+
+  for (unsigned i = 0; i < 48; ++i)
+    plan->add_channel(19200000 + 5000 * i, 5000, 1, "1");
+  EXPECT_TRUE(line->lms_calmdown(5.0f)) << "half of the band is lit";
+  EXPECT_FALSE(line->lms_calmdown(5.2f));
+}
+
+}  // namespace

@@ -1,0 +1,268 @@
+// What each family of peers offers: every operation either reads a value that the family's own
+// subscription brings, or refuses with a text of its own.
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <set>
+
+#include "base/manager/remote/client.h"
+#include "base/manager/remote/peer_products.h"
+#include "helpers/waiting.h"
+#include "platform/wire/nx_error.h"
+#include "tests/support/hand_clock.h"
+#include "tests/unit/remote/peer_tree.h"
+
+namespace {
+
+using manager::remote::device::interface;
+using subscriber_ptr = std::shared_ptr<device::subscriber>;
+
+constexpr unsigned channel = 19600000;
+
+struct number_operation {
+  const char* name;
+  std::function<float(interface&, const subscriber_ptr&)> read;
+};
+
+number_operation line(const char* name, float (interface::*get)(const subscriber_ptr&)) {
+  return {name,
+          [get](interface& peer, const subscriber_ptr& values) { return (peer.*get)(values); }};
+}
+number_operation of_channel(const char* name,
+                            float (interface::*get)(const subscriber_ptr&, unsigned)) {
+  return {name, [get](interface& peer, const subscriber_ptr& values) {
+            return (peer.*get)(values, channel);
+          }};
+}
+
+const std::vector<number_operation> number_operations{
+    line("fiber length", &interface::get_fiber_length),
+    line("utilization", &interface::get_utilization),
+    line("line tx total", &interface::get_line_tx_total_power),
+    line("line rx total", &interface::get_line_rx_total_power),
+    line("line tx", &interface::get_line_tx_power),
+    line("line rx", &interface::get_line_rx_power),
+    line("line target", &interface::get_line_target_power),
+    line("client target", &interface::get_client_target_power),
+    line("dispersion", &interface::get_dispersion),
+    line("osc loss", &interface::get_osc_loss),
+    line("osc attenuation", &interface::get_osc_attenuation),
+    line("osc tx", &interface::get_osc_tx_power),
+    line("osc rx", &interface::get_osc_rx_power),
+    line("preamp limit", &interface::get_preamp_power_limit),
+    line("preamp gain", &interface::get_preamp_gain),
+    line("saturation", &interface::get_edfa_tx_saturation),
+    line("calibration", &interface::get_edfa_tx_calibration),
+    line("preamp default gain", &interface::get_preamp_default_gain),
+    of_channel("channel osnr", &interface::get_channel_osnr),
+    of_channel("channel tx ocm", &interface::get_channel_tx_ocm_power),
+    of_channel("channel rx", &interface::get_channel_rx_power),
+    of_channel("channel tx", &interface::get_channel_tx_power),
+    line("ots tx", &interface::get_ots_spanloss_tx),
+    line("ots rx", &interface::get_ots_spanloss_rx),
+    line("oms tx", &interface::get_oms_spanloss_tx),
+    line("oms rx", &interface::get_oms_spanloss_rx),
+    line("tdcm", &interface::get_tdcm_dispersion),
+    line("final dispersion", &interface::get_final_dispersion),
+    line("tdcm offset", &interface::get_tdcm_offset),
+};
+
+/// The error text of a read; empty if it gave a value.
+template <class Read>
+std::string refusal_of(Read&& read) {
+  try {
+    read();
+    return {};
+  } catch (const nx_error& error) {
+    EXPECT_EQ(error.code, -22);
+    return error.message;
+  }
+}
+
+/// A peer of a product, subscribed to; each number of its tree is another one.
+class subscribed_peer {
+ public:
+  explicit subscribed_peer(const std::string& product) {
+    helpers::waiting::instance().set_source(clock_);
+    if (product.starts_with("TARN")) {
+      tree.fill_tarn(product);
+    } else {
+      tree.fill_terminal(product, {channel});
+    }
+    if (product == "ORVA-PRO") {
+      for (const char* name : {"tdcm", "finalDispersion", "dispersionOffset"}) {
+        tree.set(std::string("local/interface/line/1/data/dispersion/rx/") + name, 0.0f);
+      }
+      tree.set("local/interface/line/1/data/dispersion/rx/fiberType", "G.652");
+    }
+    give_numbers();
+    adapter = manager::remote::create_adapter(product);
+    network_.attach(test::peer_tree::address, tree.db);
+    nx_db own;
+    client_->connect(own, std::make_shared<test::fake_osc>());
+    adapter->subscribe(client_, values);
+    adapter->subscribe_channel(client_, values, channel);
+  }
+  ~subscribed_peer() { helpers::waiting::instance().set_source(nullptr); }
+
+  std::set<std::string> refused() {
+    std::set<std::string> names;
+    for (const auto& operation : number_operations) {
+      if (!refusal_of([&] { operation.read(*adapter, values); }).empty()) {
+        names.insert(operation.name);
+      }
+    }
+    return names;
+  }
+
+  /// Values read by more than one operation: a path in the wrong row.
+  std::set<float> read_twice() {
+    std::set<float> seen;
+    std::set<float> twice;
+    for (const auto& operation : number_operations) {
+      try {
+        const float value = operation.read(*adapter, values);
+        if (!seen.insert(value).second) twice.insert(value);
+      } catch (const nx_error&) {
+      }
+    }
+    return twice;
+  }
+
+  test::peer_tree tree;
+  std::shared_ptr<interface> adapter;
+  subscriber_ptr values = std::make_shared<device::subscriber>();
+
+ private:
+  void give_numbers() {
+    float value = 1;
+    for (const auto& path : tree.db.list("", true)) {
+      const auto node = tree.db.find(path);
+      if (std::dynamic_pointer_cast<nx::api::status_value<float>>(node)) tree.set(path, value++);
+    }
+  }
+
+  nx::in_process_network network_;
+  std::shared_ptr<test::hand_clock> clock_ =
+      std::make_shared<test::hand_clock>([](std::chrono::nanoseconds) {});
+  std::shared_ptr<manager::remote::client> client_ = std::make_shared<manager::remote::client>();
+};
+
+const std::set<std::string> span_losses{"ots tx", "ots rx", "oms tx", "oms rx"};
+const std::set<std::string> compensation{"tdcm", "final dispersion", "tdcm offset"};
+
+std::set<std::string> operator+(std::set<std::string> all, const std::set<std::string>& more) {
+  all.insert(more.begin(), more.end());
+  return all;
+}
+
+TEST(peer_families, read_what_they_subscribe_and_refuse_the_rest) {
+  const std::set<std::string> regulation{"line target", "client target", "saturation",
+                                         "calibration", "channel osnr"};
+  const std::set<std::string> channels_and_preamp{"utilization",    "preamp limit", "preamp gain",
+                                                  "channel tx ocm", "channel rx",   "channel tx"};
+  const std::map<std::string, std::set<std::string>> refused{
+      {"ORVA-LITE", span_losses + compensation},
+      {"ORVA-PRO", span_losses},
+      {"SELKA-MIN", span_losses + compensation + regulation},
+      {"SELKA-PLUS", span_losses + compensation + regulation},
+      {"TARN-ONE", compensation + regulation + channels_and_preamp},
+      {"TARN-TWO", compensation + regulation + channels_and_preamp},
+  };
+  for (const auto& [product, names] : refused) {
+    subscribed_peer peer(product);
+    EXPECT_EQ(peer.refused(), names) << product;
+    EXPECT_TRUE(peer.read_twice().empty()) << product;
+  }
+}
+
+TEST(peer_families, of_in_line_amplifiers_have_their_values_in_other_places) {
+  subscribed_peer peer("TARN-ONE");
+  auto& tarn = *peer.adapter;
+  const auto expect = [&](const char* path, float (interface::*get)(const subscriber_ptr&)) {
+    peer.tree.set(path, 1234.5f);
+    EXPECT_EQ((tarn.*get)(peer.values), 1234.5f) << path;
+    peer.tree.set(path, 0.0f);
+  };
+  expect("osc/2/data/fiberLength", &interface::get_fiber_length);
+  expect("osc/2/data/fiberDispersion", &interface::get_dispersion);
+  expect("data/neighbour/edfa/rx/power", &interface::get_line_rx_power);
+  expect("data/neighbour/edfa/minGain", &interface::get_preamp_default_gain);
+  expect("data/line/1/tx/osc/power", &interface::get_osc_tx_power);
+  expect("data/line/1/rx/osc/power", &interface::get_osc_rx_power);
+  peer.tree.set("data/spanloss/section", "oms");
+  EXPECT_EQ(tarn.get_spanloss_section(peer.values), "oms");
+  EXPECT_TRUE(tarn.is_embedded_ila());
+}
+
+TEST(peer_families, refuse_with_the_text_that_polled_values_publish) {
+  struct refused_read {
+    const char* product;
+    const char* text;
+    std::function<void(interface&, const subscriber_ptr&)> read;
+  };
+  const std::vector<refused_read> cases{
+      {"ORVA-LITE", "OMS spanloss rx is not fetched from other end.",
+       [](auto& peer, auto& values) { peer.get_oms_spanloss_rx(values); }},
+      {"ORVA-LITE", "No value for path: local/interface/line/1/data/dispersion/rx/tdcm",
+       [](auto& peer, auto& values) { peer.get_tdcm_dispersion(values); }},
+      {"ORVA-LITE", "No value for path: data/client/17/tx/ocm/power",
+       [](auto& peer, auto& values) { peer.get_channel_tx_ocm_power(values, 17); }},
+      {"SELKA-MIN", "Edfa tx saturation not supported in remote end",
+       [](auto& peer, auto& values) { peer.get_edfa_tx_saturation(values); }},
+      {"SELKA-MIN", "Not implemented",
+       [](auto& peer, auto& values) { peer.get_channel_detection_level(values); }},
+      {"TARN-ONE", "get_line_target_power() not supported in remote end",
+       [](auto& peer, auto& values) { peer.get_line_target_power(values); }},
+      {"TARN-ONE", "Edfa tx saturation not implemented in remote end.",
+       [](auto& peer, auto& values) { peer.get_edfa_tx_saturation(values); }},
+      {"TARN-ONE", "Preamp power limit not implemented in remote end.",
+       [](auto& peer, auto& values) { peer.get_preamp_gain(values); }},
+      {"TARN-ONE", "Channel tx status not implemented in remote end.",
+       [](auto& peer, auto& values) { peer.get_channel_tx_status(values, channel); }},
+  };
+  for (const auto& one : cases) {
+    subscribed_peer peer(one.product);
+    EXPECT_EQ(refusal_of([&] { one.read(*peer.adapter, peer.values); }), one.text) << one.product;
+  }
+}
+
+TEST(peer_families, tell_a_peak_as_a_number_and_texts_as_they_are) {
+  subscribed_peer peer("ORVA-PRO");
+  auto& orva = *peer.adapter;
+  peer.tree.set("data/client/19600000/tx/peak", true);
+  EXPECT_EQ(orva.get_channel_tx_peak(peer.values, channel), 1.0f);
+  peer.tree.set("data/client/19600000/tx/peak", false);
+  EXPECT_EQ(orva.get_channel_tx_peak(peer.values, channel), 0.0f);
+  peer.tree.set("data/client/19600000/rx/status", "up");
+  peer.tree.set("data/client/19600000/tx/status", "down");
+  EXPECT_EQ(orva.get_channel_rx_status(peer.values, channel), "up");
+  EXPECT_EQ(orva.get_channel_tx_status(peer.values, channel), "down");
+  peer.tree.set("interface/line/1/data/osc/tx/interfaceName", "if-1/line-tx");
+  EXPECT_EQ(orva.get_line_interface_name(peer.values, "tx"), "if-1/line-tx");
+  EXPECT_EQ(orva.get_fiber_type(peer.values), "G.652");
+  EXPECT_EQ(orva.get_spanloss_section(peer.values), "na");
+  EXPECT_EQ(orva.get_channel_detection_level(peer.values), -32.0f);
+  EXPECT_TRUE(orva.has_osnr());
+  EXPECT_FALSE(orva.is_embedded_ila());
+}
+
+TEST(peer_families, an_unlisted_product_gives_zero_and_never_fails) {
+  for (const char* product : {"n/a", "ORVA-MAX", "orva-lite", ""}) {
+    const auto peer = manager::remote::create_adapter(product);
+    const auto values = std::make_shared<device::subscriber>();
+    for (const auto& operation : number_operations) {
+      EXPECT_EQ(operation.read(*peer, values), 0.0f) << operation.name;
+    }
+    EXPECT_EQ(peer->get_channel_tx_peak(values, channel), 0.0f);
+    EXPECT_EQ(peer->get_hostname(values), "n/a");
+    EXPECT_EQ(peer->get_channel_rx_status(values, channel), "n/a");
+    EXPECT_EQ(peer->get_spanloss_section(values), "na");
+    EXPECT_EQ(peer->get_channel_detection_level(values), -26.0f);
+    EXPECT_FALSE(peer->has_osnr());
+    EXPECT_FALSE(manager::remote::is_listed(product));
+  }
+}
+
+}  // namespace

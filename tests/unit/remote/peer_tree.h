@@ -1,0 +1,148 @@
+// The value tree of a peer, served in-process, and the supervisory channel that leads there.
+#pragma once
+
+#include <fmt/format.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <variant>
+
+#include "api/status_value.h"
+#include "base/manager/remote/device/subscription.h"
+#include "device/interfaces/osc.h"
+#include "platform/nexel_client/in_process.h"
+#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/value_tree/nx_db.h"
+
+namespace test {
+
+class peer_tree {
+ public:
+  static constexpr const char* address = "[fe80::1%osc0]:5100";
+  static constexpr const char* neighbour = "fe80::1%osc0";
+
+  void set(const std::string& path, float value) { update(path, value); }
+  void set(const std::string& path, bool value) { update(path, value); }
+  void set(const std::string& path, const std::string& value) { update(path, value); }
+  void set(const std::string& path, const char* value) { update(path, std::string(value)); }
+
+  void identify(const std::string& product) {
+    set("data/product", product);
+    set("data/swVersion", "7.1");
+    set("data/hwRevision", "B");
+  }
+
+  /// A peer with client ports: the line, and these channels. Every number is 0.
+  void fill_terminal(const std::string& product, std::initializer_list<unsigned> channels = {});
+  /// An in-line amplifier.
+  void fill_tarn(const std::string& product);
+
+  nx_db db;
+
+ private:
+  template <class T>
+  using node = std::shared_ptr<nx::api::status_value<T>>;
+
+  template <class T>
+  void update(const std::string& path, const T& value) {
+    const auto found = nodes_.find(path);
+    if (found == nodes_.end()) {
+      nodes_.emplace(path, nx::api::status_value<T>::create(db, path, value, 1));
+    } else {
+      std::get<node<T>>(found->second)->update(value);
+    }
+  }
+  void set_default(manager::remote::device::value_kind kind, const std::string& path);
+
+  std::map<std::string, std::variant<node<float>, node<bool>, node<std::string>>> nodes_;
+};
+
+inline void peer_tree::set_default(manager::remote::device::value_kind kind,
+                                   const std::string& path) {
+  using manager::remote::device::value_kind;
+  if (kind == value_kind::number) set(path, 0.0f);
+  if (kind == value_kind::truth) set(path, true);
+  if (kind == value_kind::text) set(path, "text");
+}
+
+inline void peer_tree::fill_terminal(const std::string& product,
+                                     std::initializer_list<unsigned> channels) {
+  using namespace manager::remote::device;
+  identify(product);
+  for (const auto& entry : terminal_line_paths)
+    set_default(entry.kind, entry.path);
+  for (const unsigned id : channels) {
+    for (const auto& entry : terminal_channel_paths) {
+      set_default(entry.kind, fmt::format(fmt::runtime(entry.path), id));
+    }
+  }
+}
+
+inline void peer_tree::fill_tarn(const std::string& product) {
+  identify(product);
+  for (const char* path :
+       {"data/neighbour/edfa/rx/power", "data/line/1/rx/osc/power", "data/line/1/tx/power",
+        "data/line/1/tx/totalPower", "data/line/1/rx/totalPower", "data/line/1/tx/osc/power",
+        "osc/2/data/fiberDispersion", "interface/line/1/data/osc/loss",
+        "interface/line/1/data/osc/attenuation", "osc/2/data/fiberLength", "data/spanloss/ots/tx",
+        "data/spanloss/ots/rx", "data/spanloss/oms/tx", "data/spanloss/oms/rx",
+        "data/neighbour/edfa/minGain"}) {
+    set(path, 0.0f);
+  }
+  for (const char* path :
+       {"interface/line/1/data/osc/rx/interfaceName", "interface/line/1/data/osc/tx/interfaceName",
+        "data/spanloss/section", "interface/line/1/data/hostname"}) {
+    set(path, "na");
+  }
+}
+
+/// What every fake proxy answers where the tests do not care.
+template <class Interface>
+class fake_device : public Interface {
+ public:
+  bool operational = true;
+  bool failing = false;  ///< every access throws
+
+  bool is_operational() override {
+    access("is_operational");
+    return operational;
+  }
+  bool has_subscriber() override { return false; }
+  std::optional<std::shared_ptr<device::subscriber>> get_subscriber() override { return {}; }
+  void subscribe_channel(unsigned) override {}
+  void unsubscribe_channel(unsigned) override {}
+  void subscribe() override {}
+  void unsubscribe() override {}
+  unsigned get_channel_subscribe_count() override { return 0; }
+  bool has_channel(unsigned) override { return false; }
+
+ protected:
+  void access(const char* name) const {
+    if (failing) throw nx_client_exception{-107, "Not connected: device", name};
+  }
+  template <class T>
+  T read(const char* name, const T& value) const {
+    access(name);
+    return value;
+  }
+};
+
+class fake_osc : public fake_device<device::interfaces::osc> {
+ public:
+  float fiber_length = 80;
+  float dispersion = 1336;
+  std::string neighbour = peer_tree::neighbour;
+  bool loss_of_link = false;
+  unsigned neighbour_reads = 0;
+
+  float get_fiber_length() override { return read("length", fiber_length); }
+  float get_fiber_dispersion() override { return read("dispersion", dispersion); }
+  std::string get_neighbour() override {
+    ++neighbour_reads;
+    return read("neighbour", neighbour);
+  }
+  bool has_loss_of_link() override { return read("loss of link", loss_of_link); }
+};
+
+}  // namespace test
