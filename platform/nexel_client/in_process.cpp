@@ -76,18 +76,21 @@ void in_process_network::impl::deliver() {
     std::atomic<bool>& delivering;
     ~end_of_delivery() { delivering = false; }
   } end{delivering};
+  raise_events();  // a lost client may be dropped by its owner, and is then not taken up again
   for (const auto& client : live_clients())
     client->refresh();
-  while (auto event = next_event())
-    event();
+  raise_events();
 }
 
-std::function<void()> in_process_network::impl::next_event() {
-  std::lock_guard lock(mutex);
-  if (events.empty()) return nullptr;
-  auto event = std::move(events.front());
-  events.pop_front();
-  return event;
+void in_process_network::impl::raise_events() {
+  std::unique_lock lock(mutex);
+  while (!events.empty()) {
+    const auto event = std::move(events.front());
+    events.pop_front();
+    lock.unlock();
+    event();
+    lock.lock();
+  }
 }
 
 in_process_network::in_process_network() : impl_(std::make_shared<impl>()) {

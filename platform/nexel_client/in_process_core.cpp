@@ -68,6 +68,8 @@ class in_process_session : public nx_session {
     if (auto client = client_.lock()) client->subscription_ended(path, reason);
   }
 
+  bool is_closed() const override { return client_.expired(); }
+
   std::recursive_mutex subscriptions_mutex;  // held by `subscribe` of the nodes
 
  private:

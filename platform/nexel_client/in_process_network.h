@@ -35,7 +35,7 @@ struct in_process_network::impl {
   void spend(std::chrono::milliseconds time);
   void post(std::function<void()> event);
   void deliver();
-  std::function<void()> next_event();
+  void raise_events();
 
   std::atomic<bool> delivering{false};
 

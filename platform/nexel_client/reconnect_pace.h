@@ -27,10 +27,10 @@ class reconnect_pace {
   }
 
   /// The pause after a failure; each is twice as long as the one before. Up to a fifth is taken off
-  /// at random, so that the clients of a nexel that restarts do not come back in step.
+  /// the longer ones at random, so that the clients of a nexel that restarts do not come in step.
   milliseconds next_pause() {
     std::uniform_int_distribution<long> part(0, pause_.count() / 5);
-    const milliseconds pause = pause_ - milliseconds(part(random_));
+    const auto pause = std::max(shortest_pause, pause_ - milliseconds(part(random_)));
     pause_ = std::min(2 * pause_, longest_pause);
     return pause;
   }

@@ -146,7 +146,7 @@ void socket_core::drain_inbox() {
   for (const auto& subscriber : subscribers)
     subscriptions_.add(subscriber);
   if (phase_ == phase::connected) {
-    subscribe_due();
+    subscribe_due(clock::now());
     for (auto& call : calls)
       start(std::move(call));
     stream_->flush();
@@ -271,7 +271,7 @@ void socket_core::stream_opened() {
   watch_ = answer_watch();
   outage_logged_ = false;
   log(note_log::info, "Connected to " + address_.text());
-  subscribe_due();
+  subscribe_due(clock::now());
   for (auto& call : std::exchange(waiting_, {}))
     start(std::move(call));
   stream_->flush();
@@ -341,8 +341,8 @@ void socket_core::line_received(std::string_view line) {
   answer(message);
 }
 
-void socket_core::subscribe_due() {
-  for (const auto& path : subscriptions_.take_due(clock::now())) {
+void socket_core::subscribe_due(time_point now) {
+  for (const auto& path : subscriptions_.take_due(now)) {
     start({std::make_shared<subscription_call>(path, subscriptions_), path, params_text(path)});
   }
 }
@@ -368,7 +368,8 @@ void socket_core::tend_subscriptions() {
       params.AddMember("path", to_json(path, params.GetAllocator()), params.GetAllocator());
       stream_->append(json_rpc::notification("unsubscribe", params));
     }
-    subscribe_due();
+    // What was refused a moment after the last round is due now, not a round later.
+    subscribe_due(clock::now() + subscriptions_interval / 2);
     stream_->flush();
   }
   watch_subscriptions();

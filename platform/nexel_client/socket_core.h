@@ -63,7 +63,7 @@ class socket_core : public client_core,
   void lost(const std::string& reason);
   void shut_down();
 
-  void subscribe_due();
+  void subscribe_due(time_point now);
   void watch_subscriptions();
   void tend_subscriptions();
 

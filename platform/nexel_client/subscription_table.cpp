@@ -69,10 +69,10 @@ void subscription_table::tell(const std::string& path, entry& of, Event event) {
 void subscription_table::add(const std::shared_ptr<nexel_subscriber>& subscriber) {
   entry& of = entries_[subscriber->get_path()];
   std::erase_if(of.subscribers, [](const auto& one) { return one.expired(); });
+  if (of.subscribers.empty()) of.fault_logged = false;
   of.subscribers.push_back(subscriber);
   of.now = phase::due;
   of.retry = {};
-  of.fault_logged = false;
 }
 
 std::vector<std::string> subscription_table::take_due(time_point now) {
