@@ -87,7 +87,8 @@ view make_view(const readings& read, const product& model, const loop_report& lo
   seen.line_rx_dbm = read.number("data/line/1/rx/power");
   seen.utilization = read.number("data/system/utilization");
   seen.automation_mode = read.text("data/automationMode").value_or("managedCLI");
-  seen.peer = read.text("data/line/1/remoteProduct").value_or("none");
+  const auto peer = read.text("data/line/1/remoteProduct");
+  if (peer && peer != "n/a") seen.peer = *peer;
   seen.loops = loops;
   return seen;
 }
