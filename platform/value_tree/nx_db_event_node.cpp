@@ -21,6 +21,8 @@ nx::json_document event_params(const std::string& path, const nx_db* db) {
   return params;
 }
 
+// A session that closes while its subscriptions move to another node is missed by its own clean-up,
+// so closed ones go too.
 std::shared_ptr<const session_list> without(const session_list& sessions,
                                             const std::shared_ptr<nx_session>& taken) {
   auto rest = std::make_shared<session_list>();

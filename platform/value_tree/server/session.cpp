@@ -31,13 +31,10 @@ bool would_block(const boost::system::error_code& error) {
 
 }  // namespace
 
-session::session(std::shared_ptr<session_host> host, socket connection, access rights,
-                 std::string name)
-    : host_(std::move(host)),
-      name_(std::move(name)),
-      handler_(host_->db, rights, this),
-      socket_(std::move(connection)),
-      progress_timer_(*host_->runtime.io) {}
+session::session(std::shared_ptr<session_host> host, socket stream, access rights, std::string name)
+    : host_(std::move(host)), name_(std::move(name)), handler_(host_->db, rights, this) {
+  connection_.emplace(connection{std::move(stream), boost::asio::steady_timer(*host_->runtime.io)});
+}
 
 std::shared_ptr<session> session::self() {
   return std::static_pointer_cast<session>(shared_from_this());
@@ -45,16 +42,18 @@ std::shared_ptr<session> session::self() {
 
 void session::start() {
   boost::system::error_code ignored;
-  socket_.non_blocking(true, ignored);
+  connection_->stream.non_blocking(true, ignored);
   read();
 }
 
 void session::read() {
   if (reading_) return;
   reading_ = true;
-  socket_.async_read_some(boost::asio::buffer(input_),
-                          [self = self()](const boost::system::error_code& failed,
-                                          std::size_t size) { self->on_read(failed, size); });
+  connection_->stream.async_read_some(
+      boost::asio::buffer(input_),
+      [self = self()](const boost::system::error_code& failed, std::size_t size) {
+        self->on_read(failed, size);
+      });
 }
 
 void session::on_read(const boost::system::error_code& failed, std::size_t size) {
@@ -206,7 +205,7 @@ void session::send_all() {
     }
     boost::system::error_code failed;
     const auto rest = boost::asio::buffer(sending_.data() + sent_, sending_.size() - sent_);
-    sent_ += socket_.write_some(rest, failed);
+    sent_ += connection_->stream.write_some(rest, failed);
     if (would_block(failed)) return wait_until_writable();
     if (failed) return close({});
   }
@@ -216,26 +215,29 @@ void session::wait_until_writable() {
   blocked_ = true;
   outbox_.set_slow(true);
   watch_progress();
-  socket_.async_wait(socket::wait_write, [self = self()](const boost::system::error_code& failed) {
-    if (self->closed_) return;
-    if (failed) return self->close({});
-    self->blocked_ = false;
-    self->progress_timer_.cancel();
-    self->outbox_.set_slow(false);
-    self->flush();
-    const bool goes_on = self->stalled_ && !self->is_paused();
-    if (goes_on || (self->ended_ && !self->blocked_ && !self->busy_)) self->process();
-  });
+  connection_->stream.async_wait(socket::wait_write,
+                                 [self = self()](const boost::system::error_code& failed) {
+                                   if (self->closed_) return;
+                                   if (failed) return self->close({});
+                                   self->blocked_ = false;
+                                   self->connection_->progress_timer.cancel();
+                                   self->outbox_.set_slow(false);
+                                   self->flush();
+                                   const bool goes_on = self->stalled_ && !self->is_paused();
+                                   if (goes_on || (self->ended_ && !self->blocked_ && !self->busy_))
+                                     self->process();
+                                 });
 }
 
 void session::watch_progress() {
-  progress_timer_.expires_after(host_->stuck_limit);
-  progress_timer_.async_wait([self = self()](const boost::system::error_code& cancelled) {
-    if (cancelled || self->closed_ || !self->blocked_) return;
-    if (self->progress_timer_.expiry() > std::chrono::steady_clock::now()) return;
-    const auto seconds = std::chrono::duration<double>(self->host_->stuck_limit).count();
-    self->close(fmt::format("it has taken no output for {:g} s", seconds));
-  });
+  connection_->progress_timer.expires_after(host_->stuck_limit);
+  connection_->progress_timer.async_wait(
+      [self = self()](const boost::system::error_code& cancelled) {
+        if (cancelled || self->closed_ || !self->blocked_) return;
+        if (self->connection_->progress_timer.expiry() > std::chrono::steady_clock::now()) return;
+        const auto seconds = std::chrono::duration<double>(self->host_->stuck_limit).count();
+        self->close(fmt::format("it has taken no output for {:g} s", seconds));
+      });
 }
 
 bool session::is_paused() const {
@@ -254,8 +256,8 @@ void session::close(const std::string& reason) {
     note_log::write(note_log::warning, "nexel_api", fmt::format("Closed {}: {}", name_, reason));
   }
   boost::system::error_code ignored;
-  socket_.close(ignored);
-  progress_timer_.cancel();
+  connection_->stream.close(ignored);
+  connection_.reset();
   if (!busy_) finish();
 }
 

@@ -11,6 +11,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,7 +27,7 @@ class session : public nx_session, public subscription_port {
  public:
   using socket = boost::asio::generic::stream_protocol::socket;
 
-  session(std::shared_ptr<session_host> host, socket connection, access rights, std::string name);
+  session(std::shared_ptr<session_host> host, socket stream, access rights, std::string name);
 
   // On the I/O thread.
   void start();
@@ -82,9 +83,15 @@ class session : public nx_session, public subscription_port {
   std::recursive_mutex subscription_mutex_;
   std::atomic<bool> closed_{false};
 
+  // Gone once the session is closed: a node may hold the session for longer than the I/O thread
+  // lives.
+  struct connection {
+    socket stream;
+    boost::asio::steady_timer progress_timer;
+  };
+
   // The I/O thread's own.
-  socket socket_;
-  boost::asio::steady_timer progress_timer_;
+  std::optional<connection> connection_;
   std::array<char, 16 * 1024> input_;
   line_splitter splitter_{limits::line_bytes};
   std::deque<std::string> backlog_;  // lines that a worker gave back
