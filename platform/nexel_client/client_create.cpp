@@ -29,8 +29,9 @@ std::shared_ptr<client_handle<Handle>> create_client(
 std::shared_ptr<nexel_client_api> nexel_client::create(
     std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path, std::string name,
     std::weak_ptr<nexel_connection_subscriber> connection_subscriber) {
-  const auto address = nx::nexel_address::unix_socket(nx::rooted_path(socket_path));
-  return nx::create_client<nexel_client_api>(std::move(io), address, socket_path, std::move(name),
+  const auto path = nx::rooted_path(socket_path);
+  return nx::create_client<nexel_client_api>(std::move(io), nx::nexel_address::unix_socket(path),
+                                             path, std::move(name),
                                              std::move(connection_subscriber));
 }
 

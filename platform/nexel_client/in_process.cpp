@@ -141,6 +141,11 @@ void in_process_network::set_clock(std::function<std::chrono::steady_clock::time
   impl_->now = std::move(now);
 }
 
+void in_process_network::retry_subscriptions() {
+  for (const auto& client : impl_->live_clients())
+    client->refresh();
+}
+
 void in_process_network::deliver() {
   impl_->deliver();
 }

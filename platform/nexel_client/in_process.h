@@ -42,6 +42,9 @@ class in_process_network {
   /// link is probed once a second; without it at each `deliver`, and a hung link costs one wait.
   void set_clock(std::function<std::chrono::steady_clock::time_point()> now);
 
+  /// Tries refused subscriptions again, and no more: safe while a caller sleeps inside a call.
+  void retry_subscriptions();
+
   /// Raises the connection events that wait, and tries refused subscriptions again. The hand-driven
   /// clock calls it at each step.
   void deliver();

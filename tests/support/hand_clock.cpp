@@ -1,13 +1,20 @@
 #include "tests/support/hand_clock.h"
 
 #include <algorithm>
+#include <stdexcept>
+#include <utility>
 
 namespace test {
 
 namespace {
+
 constexpr std::chrono::milliseconds longest_step{100};
 // Any date after the epoch will do, as long as it is always the same.
 constexpr std::chrono::sys_days first_day{std::chrono::year{2026} / 1 / 1};
+// A thread that was woken and neither sleeps again nor ends in this real time waits for a lock that
+// a sleeping one holds: a fault of the test.
+constexpr std::chrono::seconds longest_turn{60};
+
 }  // namespace
 
 hand_clock::hand_clock(step_function step) : step_(std::move(step)) {}
@@ -26,24 +33,51 @@ std::chrono::system_clock::time_point hand_clock::system_now() {
 }
 
 void hand_clock::sleep(std::chrono::nanoseconds duration) {
+  static thread_local std::chrono::nanoseconds saved{0};
+  if (duration >= std::chrono::milliseconds(1)) {
+    sleep_for(duration, false);
+    return;
+  }
+  saved += duration;
+  if (saved < longest_step) return;
+  sleep_for(std::exchange(saved, std::chrono::nanoseconds{0}), true);
+}
+
+void hand_clock::sleep_in_call(std::chrono::nanoseconds duration) {
+  sleep_for(duration, true);
+}
+
+void hand_clock::sleep_for(std::chrono::nanoseconds duration, bool held) {
   if (std::this_thread::get_id() == owner_) {
-    advance(duration);
+    advance(duration, held);
   } else {
-    wait_for_owner(duration);
+    park(duration, held);
   }
 }
 
-void hand_clock::advance(std::chrono::nanoseconds duration) {
+std::chrono::nanoseconds hand_clock::next_piece(std::chrono::nanoseconds left) {
+  const std::lock_guard lock(mutex_);
+  auto piece = std::min<std::chrono::nanoseconds>(left, longest_step);
+  for (const auto& one : sleepers_) {
+    if (one.wake > elapsed_) piece = std::min(piece, one.wake - elapsed_);
+  }
+  return piece;
+}
+
+void hand_clock::advance(std::chrono::nanoseconds duration, bool held) {
   while (duration.count() > 0) {
-    const auto piece = std::min<std::chrono::nanoseconds>(duration, longest_step);
+    const auto piece = next_piece(duration);
     duration -= piece;
+    held_ = held;
     {
       const std::lock_guard lock(mutex_);
       elapsed_ += piece;
+      for (const auto& one : sleepers_)
+        held_ = held_ || one.held;
     }
-    moved_.notify_all();
     step_(piece);
     run_due_actions();
+    wake_due_sleepers();
   }
 }
 
@@ -56,10 +90,69 @@ void hand_clock::run_due_actions() {
   }
 }
 
-void hand_clock::wait_for_owner(std::chrono::nanoseconds duration) {
+void hand_clock::wake_due_sleepers() {
   std::unique_lock lock(mutex_);
-  const auto end = elapsed_ + duration;
-  moved_.wait(lock, [&] { return interrupted_ || elapsed_ >= end; });
+  for (;;) {
+    const auto due = std::find_if(sleepers_.begin(), sleepers_.end(), [this](const sleeper& one) {
+      return !one.awake && one.wake <= elapsed_;
+    });
+    if (due == sleepers_.end()) return;
+    due->awake = true;
+    changed_.notify_all();
+    const bool turn_ended = changed_.wait_for(lock, longest_turn, [&] {
+      return interrupted_ || (turn_ == std::thread::id{} &&
+                              std::none_of(sleepers_.begin(), sleepers_.end(),
+                                           [](const sleeper& one) { return one.awake; }));
+    });
+    if (!turn_ended)
+      throw std::logic_error("a thread on the hand-driven clock does not sleep again");
+  }
+}
+
+void hand_clock::end_turn_with_thread() {
+  struct at_exit {
+    std::weak_ptr<hand_clock> clock;
+    ~at_exit() {
+      if (const auto it = clock.lock()) it->end_turn();
+    }
+  };
+  static thread_local at_exit end;
+  end.clock = weak_from_this();
+}
+
+void hand_clock::park(std::chrono::nanoseconds duration, bool held) {
+  end_turn_with_thread();
+  std::unique_lock lock(mutex_);
+  if (interrupted_) return;
+  const auto self = std::this_thread::get_id();
+  if (turn_ == self) turn_ = {};
+  const auto me = sleepers_.insert(sleepers_.end(), {elapsed_ + duration, held});
+  changed_.notify_all();
+  changed_.wait(lock, [&] { return interrupted_ || me->awake; });
+  sleepers_.erase(me);
+  turn_ = self;
+}
+
+void hand_clock::end_turn() {
+  const std::lock_guard lock(mutex_);
+  if (turn_ == std::this_thread::get_id()) turn_ = {};
+  changed_.notify_all();
+}
+
+std::jthread hand_clock::start_turn_taker(std::function<void()> body) {
+  const auto parked_threads = [this] {
+    const std::lock_guard lock(mutex_);
+    return sleepers_.size();
+  };
+  const auto before = parked_threads();
+  std::jthread thread([this, body = std::move(body)] {
+    park(std::chrono::nanoseconds{0}, false);
+    body();
+  });
+  // Time must not move on before the thread waits for its first turn.
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [&] { return interrupted_ || sleepers_.size() > before; });
+  return thread;
 }
 
 void hand_clock::interrupt() {
@@ -67,7 +160,7 @@ void hand_clock::interrupt() {
     const std::lock_guard lock(mutex_);
     interrupted_ = true;
   }
-  moved_.notify_all();
+  changed_.notify_all();
 }
 
 void hand_clock::at(std::chrono::nanoseconds when, std::function<void()> action) {

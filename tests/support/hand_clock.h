@@ -1,12 +1,17 @@
-// A clock that only moves when somebody sleeps on it: the daemon's sleeps step the plant, so that
-// an hour of plant time takes as long as its work. The thread that built it owns time; another
-// thread that sleeps (the LED thread) waits until the owner has moved time past its end.
+// A clock that only moves when its owner sleeps on it: the daemon's sleeps step the plant, so that
+// an hour of plant time takes as long as its work.
+//
+// The thread that built it owns time. Other threads that sleep on it (the LED thread, the managers
+// of a pair of nodes) are woken one after the other when time has come to their wake-up, and the
+// owner goes on when that one sleeps again: one thread runs at a time, so that runs repeat.
 #pragma once
 
 #include <chrono>
 #include <condition_variable>
 #include <functional>
+#include <list>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -14,7 +19,7 @@
 
 namespace test {
 
-class hand_clock : public helpers::time_source {
+class hand_clock : public helpers::time_source, public std::enable_shared_from_this<hand_clock> {
  public:
   using step_function = std::function<void(std::chrono::nanoseconds)>;
 
@@ -23,25 +28,51 @@ class hand_clock : public helpers::time_source {
 
   std::chrono::steady_clock::time_point steady_now() override;
   std::chrono::system_clock::time_point system_now() override;
+  /// Sleeps of less than a millisecond, the looks at a new subscription, are saved up to 0.1 s.
   void sleep(std::chrono::nanoseconds duration) override;
   void interrupt() override;
 
+  /// A sleep inside a device call.
+  void sleep_in_call(std::chrono::nanoseconds duration);
+
   std::chrono::nanoseconds elapsed() const;
+
+  /// For `step`: some thread sleeps inside a call to a device and may hold locks, so that nothing
+  /// may run now that could want them.
+  bool is_held() const { return held_; }
 
   /// Calls `action` once, on the owner's thread, when time has come to `when` since the start.
   void at(std::chrono::nanoseconds when, std::function<void()> action);
 
+  /// Starts a thread that takes turns with the owner from its first line on. It is joined, after
+  /// `interrupt` or the end of `body`, by the returned handle.
+  std::jthread start_turn_taker(std::function<void()> body);
+
  private:
-  void advance(std::chrono::nanoseconds duration);
+  struct sleeper {
+    std::chrono::nanoseconds wake;
+    bool held;
+    bool awake = false;
+  };
+
+  void sleep_for(std::chrono::nanoseconds duration, bool held);
+  void advance(std::chrono::nanoseconds duration, bool held);
   void run_due_actions();
-  void wait_for_owner(std::chrono::nanoseconds duration);
+  std::chrono::nanoseconds next_piece(std::chrono::nanoseconds left);
+  void wake_due_sleepers();
+  void park(std::chrono::nanoseconds duration, bool held);
+  void end_turn();
+  void end_turn_with_thread();
 
   step_function step_;
   std::thread::id owner_ = std::this_thread::get_id();
   mutable std::mutex mutex_;
-  std::condition_variable moved_;
+  std::condition_variable changed_;
   std::chrono::nanoseconds elapsed_{0};
   bool interrupted_ = false;
+  bool held_ = false;            // owner's thread only
+  std::list<sleeper> sleepers_;  // in the order in which they went to sleep
+  std::thread::id turn_;         // who runs instead of the owner
   std::multimap<std::chrono::nanoseconds, std::function<void()>> actions_;  // owner's thread only
 };
 

@@ -1,24 +1,17 @@
 #include "tests/support/plant_node.h"
 
 #include <gtest/gtest.h>
-#include <rapidjson/document.h>
-#include <stdlib.h>
-#include <unistd.h>
 
 #include <cmath>
-#include <filesystem>
-#include <fstream>
 #include <utility>
 
 #include "base/manager/automation.h"
-#include "helpers/calibration.h"
 #include "helpers/logger.h"
-#include "helpers/redis.h"
 #include "helpers/waiting.h"
-#include "platform/kvs_client/kvs_client.h"
 #include "platform/note_log/note_log.h"
-#include "platform/wire/json_conversion.h"
 #include "products/factory.h"
+#include "tests/support/daemon_surroundings.h"
+#include "tests/support/tree_values.h"
 
 namespace test {
 
@@ -36,14 +29,11 @@ plant_node::plant_node(sim::topology topology)
     log_.push_back(record.text);
   });
   plant_->attach_to(network_);
-  network_.set_wait([this](std::chrono::milliseconds time) {
-    in_device_call_ = true;
-    clock_->sleep(time);
-    in_device_call_ = false;
-  });
+  network_.set_wait([this](std::chrono::milliseconds time) { clock_->sleep_in_call(time); });
+  network_.set_clock([this] { return clock_->steady_now(); });
   tree_->set_clock([this] { return clock_->system_now(); });
-  prepare_store();
-  load_board();
+  prepare_memory_store();
+  load_board_file(plant_->board_file());
   manager_ = products::create_manager(plant_->get_topology().nodes.front().product);
   if (!manager_) throw std::invalid_argument("no manager for this product");
 }
@@ -57,38 +47,17 @@ plant_node::~plant_node() {
   helpers::waiting::instance().set_source(nullptr);
 }
 
-void plant_node::prepare_store() {
-  setenv("KVS_URL", "memory:", 1);
-  setenv("REDIS_CONF_HASH_TAG", "{conf}", 1);
-  setenv("REDIS_DATA_HASH_TAG", "{data}", 1);
-  kvs_memory::clear();
-  kvs_memory::set_available(true);
-  kvs_memory::set("{data}:qz:status", "ok");
-  kvs_memory::set("{conf}:qz:mounts", "/mnt/store");
-  kvs_memory::set("{data}:nx/system/info:data/swVersion", "1.0.0");
-  redis::instance().reset_for_test();
-}
-
-void plant_node::load_board() {
-  auto path = (std::filesystem::temp_directory_path() / "lumora_board_XXXXXX").string();
-  const int file = mkstemp(path.data());
-  if (file < 0) throw std::runtime_error("no temporary file for the board's calibration");
-  std::ofstream(path) << plant_->board_file();
-  calibration::instance().reset();
-  calibration::instance().read_calibration_values(path);
-  std::filesystem::remove(path);
-  close(file);
-}
-
 void plant_node::step(std::chrono::nanoseconds piece) {
   plant_->step(piece);
-  network_.deliver();
-  // The poller counts in whole milliseconds; what is left over waits for the next step. Inside a
-  // device call, and in the short sleeps between the looks at a new subscription, this thread may
-  // hold what a getter waits for: a poller of its own would wait for the end of the call.
-  constexpr std::chrono::milliseconds shortest_sleep_of_a_cycle{1};
   unpolled_ += piece;
-  if (in_device_call_ || piece < shortest_sleep_of_a_cycle) return;
+  // Inside a device call this thread may hold what a getter or the receiver of an event waits for:
+  // pollers and executors of their own would wait for the end of the call.
+  if (clock_->is_held()) {
+    network_.retry_subscriptions();
+    return;
+  }
+  network_.deliver();
+  // The poller counts in whole milliseconds; what is left over waits for the next step.
   const auto whole = std::chrono::duration_cast<std::chrono::milliseconds>(unpolled_);
   unpolled_ -= whole;
   poller_->advance(whole);
@@ -119,36 +88,20 @@ bool plant_node::run_until(const std::function<bool()>& condition, std::chrono::
   return true;
 }
 
-namespace {
-
-rapidjson::Document read_value(nx_db& tree, const std::string& path) {
-  rapidjson::Document result(rapidjson::kObjectType);
-  const auto node = tree.find(path);
-  if (!node) throw std::runtime_error("no such path: " + path);
-  node->get(path, result.GetAllocator(), result);
-  rapidjson::Document value;
-  value.CopyFrom(result[path.c_str()], value.GetAllocator());
-  return value;
-}
-
-}  // namespace
-
 float plant_node::number(const std::string& path) {
-  return nx::from_json<float>(read_value(*tree_, path));
+  return number_of(*tree_, path);
 }
 
 std::string plant_node::text(const std::string& path) {
-  return nx::from_json<std::string>(read_value(*tree_, path));
+  return text_of(*tree_, path);
 }
 
 bool plant_node::flag(const std::string& path) {
-  return nx::from_json<bool>(read_value(*tree_, path));
+  return flag_of(*tree_, path);
 }
 
 void plant_node::write(const std::string& path, const std::string& json) {
-  const auto node = tree_->find(path);
-  if (!node) throw std::runtime_error("no such path: " + path);
-  node->set(path, nx::parse_json(json));
+  write_to(*tree_, path, json);
 }
 
 double plant_node::true_error(unsigned channel) {

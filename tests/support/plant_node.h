@@ -59,8 +59,6 @@ class plant_node {
 
  private:
   void step(std::chrono::nanoseconds piece);
-  void prepare_store();
-  void load_board();
 
   nx::in_process_network network_;
   std::unique_ptr<sim::plant> plant_;
@@ -72,7 +70,6 @@ class plant_node {
   std::mutex log_mutex_;
   log_lines log_;
   std::chrono::nanoseconds unpolled_{0};
-  bool in_device_call_ = false;
 };
 
 }  // namespace test

@@ -1,0 +1,251 @@
+// Two managers face to face on one fibre pair, in plant time: the line finds its rest, keeps it,
+// and survives what happens to fibres, peers and stores.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "platform/kvs_client/kvs_client.h"
+#include "tests/support/plant_pair.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using sim::measuring_point;
+using test::plant_pair;
+
+/// The step history of one line VOA, by looking at the truth every tenth of a second.
+class voa_watch {
+ public:
+  voa_watch(plant_pair& pair, unsigned node)
+      : pair_(pair), node_(node), last_(attenuation()), writes_(pair.plant().voa_writes(node)) {}
+
+  void look() {
+    const double now = attenuation();
+    if (std::fabs(now - last_) > 0.05) steps_.push_back(now - last_);
+    last_ = now;
+    if (const auto writes = pair_.plant().voa_writes(node_); writes != writes_) {
+      writes_ = writes;
+      last_write_ = pair_.now();
+    }
+  }
+
+  const std::vector<double>& steps() const { return steps_; }
+  std::chrono::nanoseconds last_write() const { return last_write_; }
+
+ private:
+  double attenuation() const { return pair_.plant().voa_attenuation_db(node_); }
+
+  plant_pair& pair_;
+  unsigned node_;
+  double last_;
+  unsigned writes_;
+  std::chrono::nanoseconds last_write_{0};
+  std::vector<double> steps_;
+};
+
+class line_bars : public testing::Test {
+ protected:
+  static sim::topology dark_pair() {
+    auto topology = sim::default_topology("orvalite", 2);
+    for (auto& node : topology.nodes)
+      node.lit = std::vector<unsigned>{};
+    return topology;
+  }
+
+  void bring_to_rest() {
+    pair_.start();
+    pair_.run_for(20s);
+    for (unsigned node : {0u, 1u})
+      pair_.plant().fill_band(node);
+    pair_.run_for(10min);
+    ASSERT_TRUE(pair_.all_on_target(0));
+    ASSERT_TRUE(pair_.all_on_target(1));
+    for (unsigned node : {0u, 1u}) {
+      ASSERT_EQ(pair_.text(node, "data/line/1/remoteProduct"), "ORVA-LITE");
+      ASSERT_LT(std::fabs(line_error(node)), 0.85) << "node " << node;
+    }
+  }
+
+  /// Mean power at which this node's channels arrive behind the far preamp, less the wanted 5 dBm.
+  double line_error(unsigned node) {
+    double sum = 0;
+    for (const auto channel : pair_.channels()) {
+      sum += pair_.plant().channel_power_dbm(1 - node, measuring_point::preamp_output, channel);
+    }
+    return sum / static_cast<double>(pair_.channels().size()) - 5.0;
+  }
+
+  bool has_line_los(unsigned node) {
+    return pair_.number(node, "alarms/line/1/rx/lossOfSignal/severity") != 0;
+  }
+
+  unsigned switch_writes() {
+    auto& plant = pair_.plant();
+    unsigned sum = 0;
+    for (unsigned node : {0u, 1u}) {
+      sum += plant.switch_writes(node, sim::direction::rx);
+      sum += plant.switch_writes(node, sim::direction::tx);
+    }
+    return sum;
+  }
+  unsigned voa_writes() { return pair_.plant().voa_writes(0) + pair_.plant().voa_writes(1); }
+
+  plant_pair pair_{dark_pair()};
+};
+
+TEST_F(line_bars, three_db_more_span_is_made_up_in_90_seconds_without_a_change_of_sign) {
+  bring_to_rest();
+  const auto event = pair_.now();
+  voa_watch watch(pair_, 0);
+  pair_.plant().set_span_offset(0, 3.0);
+  while (pair_.now() < event + 150s) {
+    pair_.run_for(100ms);
+    watch.look();
+  }
+  ASSERT_FALSE(watch.steps().empty());
+  for (const double step : watch.steps())
+    EXPECT_LT(step, 0.0);
+  EXPECT_LE(watch.last_write() - event, 90s);
+  EXPECT_LT(std::fabs(line_error(0)), 0.85);
+  EXPECT_TRUE(pair_.all_on_target(0));
+}
+
+TEST_F(line_bars, two_daemons_with_both_lines_5_db_off_rest_within_180_seconds) {
+  bring_to_rest();
+  const auto event = pair_.now();
+  voa_watch near(pair_, 0);
+  voa_watch far(pair_, 1);
+  pair_.plant().set_span_offset(0, -5.0);
+  pair_.plant().set_span_offset(1, -5.0);
+  double lowest = 0.0;
+  while (pair_.now() < event + 240s) {
+    pair_.run_for(100ms);
+    near.look();
+    far.look();
+    lowest = std::min({lowest, line_error(0), line_error(1)});
+  }
+  EXPECT_LE(near.last_write() - event, 180s);
+  EXPECT_LE(far.last_write() - event, 180s);
+  EXPECT_GE(lowest, -0.2) << "overshoot";
+  for (unsigned node : {0u, 1u})
+    EXPECT_LT(std::fabs(line_error(node)), 0.85) << node;
+}
+
+TEST_F(line_bars, a_cut_mended_after_five_minutes_is_on_target_15_seconds_after_light) {
+  bring_to_rest();
+  auto& plant = pair_.plant();
+  plant.cut_line();
+  double least_attenuation = 99.0;
+  const auto cut = pair_.now();
+  while (pair_.now() < cut + 5min) {
+    pair_.run_for(100ms);
+    if (pair_.now() < cut + 2s) continue;
+    least_attenuation =
+        std::min({least_attenuation, plant.voa_attenuation_db(0), plant.voa_attenuation_db(1)});
+  }
+  EXPECT_GE(least_attenuation, 4.9) << "the board's preset in the dark";
+  EXPECT_TRUE(has_line_los(0)) << "loss of signal is raised";
+  plant.mend_line();
+  ASSERT_TRUE(pair_.run_until([&] { return plant.osc_ready(0) && plant.osc_ready(1); }, 20s));
+  EXPECT_TRUE(
+      pair_.run_until([&] { return pair_.all_on_target(0) && pair_.all_on_target(1); }, 15s));
+  pair_.run_for(3min);
+  EXPECT_FALSE(has_line_los(0));
+  for (unsigned node : {0u, 1u}) {
+    EXPECT_LT(std::fabs(line_error(node)), 0.85) << node;
+    EXPECT_TRUE(pair_.all_on_target(node)) << node;
+  }
+}
+
+TEST_F(line_bars, an_hour_of_rest_moves_no_switch_and_at_most_one_voa) {
+  bring_to_rest();
+  const auto switches = switch_writes();
+  const auto near = pair_.plant().voa_writes(0);
+  const auto far = pair_.plant().voa_writes(1);
+  pair_.run_for(1h);
+  EXPECT_EQ(switch_writes(), switches);
+  EXPECT_LE(pair_.plant().voa_writes(0), near + 1);
+  EXPECT_LE(pair_.plant().voa_writes(1), far + 1);
+}
+
+TEST_F(line_bars, a_dead_peer_leaves_the_node_alone_and_is_identified_on_its_return) {
+  bring_to_rest();
+  const auto switches = switch_writes();
+  const auto voas = voa_writes();
+  pair_.stop_manager(1);
+  pair_.run_for(10min);
+  EXPECT_EQ(switch_writes(), switches);
+  EXPECT_EQ(voa_writes(), voas);
+  pair_.take_log();
+  pair_.start_manager(1);
+  EXPECT_TRUE(pair_.run_until(
+      [&] {
+        for (const auto& line : pair_.take_log()) {
+          if (line.starts_with("Remote subscription complete.")) return true;
+        }
+        return false;
+      },
+      60s));
+  pair_.plant().set_span_offset(0, 3.0);
+  EXPECT_TRUE(
+      pair_.run_until([&] { return pair_.plant().voa_writes(0) > 0 && voa_writes() > voas; }, 60s));
+  pair_.run_for(2min);
+  EXPECT_LT(std::fabs(line_error(0)), 0.85);
+}
+
+TEST_F(line_bars, a_hung_peer_holds_up_no_cycle_for_longer_than_its_time_out) {
+  bring_to_rest();
+  const auto voas = voa_writes();
+  pair_.set_peer_link(1, nx::link_state::hung);
+  pair_.run_for(5min);
+  EXPECT_EQ(voa_writes(), voas);
+  EXPECT_TRUE(pair_.all_on_target(0));
+  pair_.set_peer_link(1, nx::link_state::up);
+  pair_.run_for(1min);
+  pair_.plant().set_span_offset(0, 3.0);
+  EXPECT_TRUE(pair_.run_until([&] { return voa_writes() > voas; }, 60s));
+}
+
+TEST_F(line_bars, a_dead_store_is_not_noticed_by_the_light) {
+  bring_to_rest();
+  const auto switches = switch_writes();
+  const auto voas = voa_writes();
+  kvs_memory::set_available(false);
+  pair_.run_for(10min);
+  EXPECT_EQ(switch_writes(), switches);
+  EXPECT_EQ(voa_writes(), voas);
+  kvs_memory::set_available(true);
+  pair_.run_for(10s);
+  EXPECT_TRUE(pair_.all_on_target(0));
+}
+
+/// Span loss as the nodes publish it against the plant's truth, over the range of spans.
+class span_loss : public testing::TestWithParam<double> {};
+
+TEST_P(span_loss, is_within_half_a_db_of_the_truth) {
+  auto topology = sim::default_topology("orvalite", 2);
+  const double extra = GetParam() - topology.fibres[0].span_loss_db();
+  for (auto& fibre : topology.fibres)
+    fibre.loss_offset_db += extra;
+  for (auto& node : topology.nodes) {
+    // The supervisory channel bridges a long span with a stronger transmitter.
+    node.osc.tx_power_dbm = 3.0;
+    for (auto& tap : node.taps)
+      tap.offset_db = tap.offset_db < 0 ? -0.1 : 0.1;
+  }
+  plant_pair pair(topology);
+  pair.start();
+  pair.run_for(3min);
+  for (unsigned node : {0u, 1u}) {
+    for (const char* path : {"data/spanloss/oms/tx", "data/spanloss/oms/rx", "data/spanloss/ots/tx",
+                             "data/spanloss/ots/rx"}) {
+      const bool is_tx = std::string(path).ends_with("tx");
+      const double truth = pair.plant().span_loss_db(is_tx ? node : 1 - node);
+      EXPECT_NEAR(pair.number(node, path), truth, 0.5) << path << " of node " << node;
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(spans, span_loss, testing::Values(12.0, 17.0, 22.0, 28.0));
+
+}  // namespace
