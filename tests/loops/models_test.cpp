@@ -1,0 +1,103 @@
+// Every model on the plant, from its start to its channels at rest. One table; it states the
+// differences alone.
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <rapidjson/document.h>
+
+#include <ostream>
+
+#include "platform/kvs_client/kvs_client.h"
+#include "platform/wire/json_conversion.h"
+#include "tests/support/plant_node.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using test::plant_node;
+
+struct model {
+  const char* product;
+  std::size_t channels;
+  const char* index;           ///< how "data/channel/index" begins
+  const char* first_id;        ///< of the paths of the first channel
+  float utilization_in_dark;   ///< percent, all channels there and none lit
+  float utilization_when_lit;  ///< percent
+  bool has_automation_mode;
+  bool by_command;  ///< channels come by command, and in no mode that regulates
+};
+
+std::ostream& operator<<(std::ostream& out, const model& of) {
+  return out << of.product;
+}
+
+constexpr model models[] = {
+    {"orvalite", 32, "[19140000,19155000,", "19140000", 0.0f, 100.0f, true, false},
+    {"orvamax", 40, "[19210000,19220000,", "19210000", 0.0f, 100.0f, true, false},
+    {"orvapro", 40, "[19210000,19220000,", "19210000", 0.0f, 100.0f, true, false},
+    {"orvakinet", 40, "[1,2,3,4,5,6,7,8,9,10,", "1", 83.3f, 83.3f, false, false},
+    {"selkamin", 48, "[19210000,19220000,", "19210000", 99.5f, 99.5f, true, true},
+    {"selkaplus", 48, "[19210000,19220000,", "19210000", 99.5f, 99.5f, true, true},
+};
+
+class every_model : public testing::TestWithParam<model> {
+ protected:
+  static sim::topology dark(const char* product) {
+    auto topology = sim::default_topology(product);
+    topology.nodes.front().lit = std::vector<unsigned>{};
+    return topology;
+  }
+
+  /// The twin switch of the selka models follows the node's store.
+  static std::optional<double> stored_attenuation(const std::string& module, unsigned channel) {
+    const auto text = kvs_memory::get(
+        fmt::format("{{conf}}:nx/wss:config/module/{}/channel/{}/attenuation", module, channel));
+    if (text.empty()) return std::nullopt;
+    return std::stod(text);
+  }
+
+  void add_channel(unsigned centre) {
+    const auto request =
+        nx::parse_json(fmt::format(R"({{"center":{},"width":10000,"port":2}})", centre));
+    rapidjson::Document answer(rapidjson::kObjectType);
+    node_.tree()
+        .find("command/channel/add")
+        ->run("command/channel/add", request, answer.GetAllocator(), answer);
+    node_.write(fmt::format("config/client/{}/rx/opticalControlMode", centre), "\"power\"");
+  }
+
+  plant_node node_{dark(GetParam().product)};
+};
+
+TEST_P(every_model, brings_its_band_to_target) {
+  const auto& expected = GetParam();
+  node_.plant().set_switch_source(stored_attenuation);
+  node_.start();
+  ASSERT_EQ(node_.channels().size(), expected.channels);
+  if (expected.by_command) {
+    for (const auto centre : node_.channels())
+      add_channel(centre);
+  }
+  node_.run_for(5s);
+  EXPECT_TRUE(node_.text("data/channel/index").starts_with(expected.index))
+      << node_.text("data/channel/index");
+  EXPECT_FLOAT_EQ(node_.number("data/system/utilization"), expected.utilization_in_dark);
+  EXPECT_EQ(node_.tree().find("data/automationMode") != nullptr, expected.has_automation_mode);
+  const auto first = fmt::format("data/client/{}/rx/", expected.first_id);
+  EXPECT_FALSE(node_.flag(first + "peak"));
+
+  node_.plant().fill_band(0);
+  EXPECT_TRUE(node_.run_until([&] { return node_.all_on_target(); }, 20s));
+  node_.run_for(2min);
+  EXPECT_TRUE(node_.all_on_target());
+  EXPECT_TRUE(node_.flag(first + "peak"));
+  EXPECT_FLOAT_EQ(node_.number("data/system/utilization"), expected.utilization_when_lit);
+}
+
+INSTANTIATE_TEST_SUITE_P(models, every_model, testing::ValuesIn(models),
+                         [](const auto& of) { return std::string(of.param.product); });
+
+TEST(unknown_model, has_no_manager) {
+  EXPECT_THROW(plant_node("orvatiny"), std::exception);
+}
+
+}  // namespace
