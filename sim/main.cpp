@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -15,6 +16,7 @@
 #include "sim/plant.h"
 #include "sim/plant/topology_json.h"
 #include "sim/service_host.h"
+#include "sim/store_follower.h"
 
 namespace {
 
@@ -62,6 +64,18 @@ void write_boards(const sim::plant& plant, const options& from) {
     file << plant.board_file(node);
     if (!file.flush()) throw std::runtime_error("cannot write " + path.string());
   }
+}
+
+/// Follows the store of the near node where its switch does so; needs the hash tag of its keys.
+std::unique_ptr<sim::store_follower> follow_store(sim::plant& plant) {
+  const char* tag = std::getenv("REDIS_CONF_HASH_TAG");
+  const bool is_followed = plant.get_topology().nodes.front().product.starts_with("selka");
+  if (tag == nullptr || !is_followed) return nullptr;
+  auto follower = std::make_unique<sim::store_follower>(tag);
+  plant.set_switch_source([store = follower.get()](const std::string& module, unsigned channel) {
+    return store->attenuation(module, channel);
+  });
+  return follower;
 }
 
 /// Blocked in every thread, so that `wait_for_signal` alone gets them.
@@ -112,6 +126,7 @@ int main(int argc, char** argv) {
     }
     if (chosen.board) write_boards(plant, chosen);
     const sigset_t stop = block_stop_signals();
+    const auto store = follow_store(plant);
     sim::service_host services(plant, chosen.far_prefix);
     std::printf("ready: %zu nexels below %s\n", services.count(),
                 nx::rooted_path("/tmp/nexels").c_str());
