@@ -11,7 +11,9 @@ set(LUMORA_SANITIZE "" CACHE STRING "Sanitizers for every target, as -fsanitize 
 
 find_program(LUMORA_CCACHE ccache)
 if(LUMORA_CCACHE)
-  set(CMAKE_CXX_COMPILER_LAUNCHER "${LUMORA_CCACHE}")
+  # Paths below the checkout are mapped away in the objects, so one cache serves every checkout.
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${CMAKE_COMMAND}" -E env
+    "CCACHE_BASEDIR=${PROJECT_SOURCE_DIR}" CCACHE_NOHASHDIR=1 "${LUMORA_CCACHE}")
 endif()
 
 add_library(lumora_options INTERFACE)
