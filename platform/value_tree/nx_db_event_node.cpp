@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/value_tree/delivery_batch.h"
 #include "platform/value_tree/event_frame.h"
 #include "platform/value_tree/nx_db.h"
 #include "platform/value_tree/nx_db_node.h"
@@ -90,8 +91,13 @@ void nx_db_event_node::send_event_impl(json_document&& event, bool first) {
     sessions = subscribers_;
   }
   if (!sessions) return;
-  for (const auto& session : *sessions)
+  const nx::delivery_batch batch;
+  bool some_closed = false;
+  for (const auto& session : *sessions) {
     session->deliver(framed.event, first);
+    some_closed = some_closed || session->is_closed();
+  }
+  if (some_closed) nx_db_event_node::unsubscribe(nullptr);
 }
 
 void nx_db_event_node::send_event_to_session_impl(json_document&& event, bool first,

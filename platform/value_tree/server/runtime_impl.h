@@ -10,35 +10,34 @@
 #include <thread>
 #include <vector>
 
+#include "platform/value_tree/delivery_batch.h"
 #include "platform/value_tree/nx_server.h"
 #include "platform/value_tree/server/thread_poller.h"
 #include "platform/value_tree/server/worker_pool.h"
 
 namespace nx {
 
-class session;
-
-struct server_runtime::impl {
+struct server_runtime::impl : public session_waker {
   impl();
-  ~impl();
+  ~impl() override;
 
   bool on_io_thread() const { return std::this_thread::get_id() == io_thread.get_id(); }
   /// Executes on the I/O thread and returns when it is done. Not for use by what the I/O thread
   /// may wait for.
   void run_on_io(const std::function<void()>& job);
-  /// Has the session send what waits, together with all others of the same wake-up.
-  void schedule_flush(std::shared_ptr<session> sender);
+  /// Has the sessions send what waits, together with all others of the same wake-up.
+  void wake(std::vector<std::shared_ptr<nx_session>> sessions) override;
 
   std::shared_ptr<boost::asio::io_context> io;
   std::shared_ptr<thread_poller> poller;
   std::unique_ptr<worker_pool> workers;
 
  private:
-  void flush_scheduled();
+  void flush_woken();
 
   boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work;
-  std::mutex scheduled_mutex;  // a leaf in the lock order
-  std::vector<std::shared_ptr<session>> scheduled;
+  std::mutex woken_mutex;  // a leaf in the lock order
+  std::vector<std::shared_ptr<nx_session>> woken;
   std::thread io_thread;
 };
 

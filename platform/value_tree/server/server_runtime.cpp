@@ -55,24 +55,29 @@ void server_runtime::impl::run_on_io(const std::function<void()>& job) {
   done.get_future().get();
 }
 
-void server_runtime::impl::schedule_flush(std::shared_ptr<session> sender) {
+void server_runtime::impl::wake(std::vector<std::shared_ptr<nx_session>> sessions) {
   bool first = false;
   {
-    const std::lock_guard lock(scheduled_mutex);
-    first = scheduled.empty();
-    scheduled.push_back(std::move(sender));
+    const std::lock_guard lock(woken_mutex);
+    first = woken.empty();
+    if (first) {
+      woken = std::move(sessions);
+    } else {
+      woken.insert(woken.end(), std::make_move_iterator(sessions.begin()),
+                   std::make_move_iterator(sessions.end()));
+    }
   }
-  if (first) boost::asio::post(*io, [this] { flush_scheduled(); });
+  if (first) boost::asio::post(*io, [this] { flush_woken(); });
 }
 
-void server_runtime::impl::flush_scheduled() {
-  std::vector<std::shared_ptr<session>> senders;
+void server_runtime::impl::flush_woken() {
+  std::vector<std::shared_ptr<nx_session>> senders;
   {
-    const std::lock_guard lock(scheduled_mutex);
-    senders.swap(scheduled);
+    const std::lock_guard lock(woken_mutex);
+    senders.swap(woken);
   }
   for (const auto& sender : senders)
-    sender->flush();
+    static_cast<session&>(*sender).flush();
 }
 
 server_runtime::server_runtime() : impl_(std::make_unique<impl>()) {}

@@ -176,7 +176,7 @@ void session::job_done(std::vector<std::string> left) {
 }
 
 void session::wake(bool needed) {
-  if (needed) host_->runtime.schedule_flush(self());
+  if (needed) delivery_batch::wake(host_->runtime, shared_from_this());
 }
 
 void session::deliver(std::shared_ptr<const nx_event> event, bool) {
@@ -191,16 +191,17 @@ void session::flush() {
   assert(host_->runtime.on_io_thread());
   if (closed_ || host_->fault == server_fault::hung) return;
   if (!blocked_) send_all();
-  if (!closed_) check_output_limit();
+  if (blocked_ && !closed_) check_output_limit();
 }
 
 void session::send_all() {
-  while (true) {
+  for (bool more = true;;) {
     if (sent_ == sending_.size()) {
       if (sending_.capacity() > 4 * write_bytes) sending_ = {};
       sending_.clear();
       sent_ = 0;
-      outbox_.take(sending_, write_bytes);
+      if (!more) return;
+      more = outbox_.take(sending_, write_bytes);
       if (sending_.empty()) return;
     }
     boost::system::error_code failed;

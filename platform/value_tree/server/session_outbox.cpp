@@ -57,7 +57,7 @@ bool session_outbox::end_subscription(const std::string& path, const std::string
   return wake();
 }
 
-void session_outbox::take(std::string& out, std::size_t enough) {
+bool session_outbox::take(std::string& out, std::size_t enough) {
   const std::lock_guard lock(mutex_);
   woken_ = false;
   while (!queue_.empty() && out.size() < enough) {
@@ -72,6 +72,7 @@ void session_outbox::take(std::string& out, std::size_t enough) {
     }
     out += '\n';
   }
+  return !queue_.empty();
 }
 
 void session_outbox::set_slow(bool slow) {

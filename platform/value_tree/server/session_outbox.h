@@ -28,10 +28,10 @@ class session_outbox {
   bool deliver(std::shared_ptr<const nx_event> event);
   bool end_subscription(const std::string& path, const std::string& reason);
 
-  /// Moves waiting lines to the end of `out` until it holds `enough` bytes. Wakes are due again
-  /// after it, unless the session is slow: then the sender comes by itself once the socket takes
-  /// more.
-  void take(std::string& out, std::size_t enough);
+  /// Moves waiting lines to the end of `out` until it holds `enough` bytes; true if more wait.
+  /// Wakes are due again after it, unless the session is slow: then the sender comes by itself once
+  /// the socket takes more.
+  bool take(std::string& out, std::size_t enough);
   void set_slow(bool slow);
   std::size_t waiting_bytes() const;
 
