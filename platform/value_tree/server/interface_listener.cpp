@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <system_error>
+
 #include "platform/note_log/note_log.h"
 
 namespace nx {
@@ -47,8 +49,10 @@ void interface_listener::come(const sockaddr_in6& address) {
     listener_->start();
     address_ = address;
     tell_once("Listening on " + endpoint_text(address, port_));
-  } catch (const std::runtime_error& failure) {
-    tell_once(failure.what());  // an address that is not settled yet, or is in use: tried again
+  } catch (const std::system_error& failure) {
+    // Tried again at the next look. The address of an interface that has just come is not settled
+    // for a second or two, which is nothing to tell.
+    if (failure.code() != std::errc::address_not_available) tell_once(failure.what());
   }
 }
 

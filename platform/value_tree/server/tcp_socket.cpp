@@ -25,7 +25,7 @@ constexpr int keepalive_interval_s = 5;
 constexpr int keepalive_probes = 3;
 
 [[noreturn]] void fail_with_errno(const std::string& what) {
-  throw std::runtime_error(fmt::format("{}: {}", what, std::generic_category().message(errno)));
+  throw std::system_error(errno, std::generic_category(), what);
 }
 
 int set_option(int fd, int level, int name, int value) {

@@ -19,7 +19,7 @@ std::optional<sockaddr_in6> interface_address(const std::string& interface_name)
 sockaddr_in6 parse_address(const std::string& text);
 
 /// Listens; `interface_name` confines the socket to an interface, empty for none. Throws
-/// std::runtime_error.
+/// std::system_error.
 owned_fd listen_on(sockaddr_in6 address, unsigned port, const std::string& interface_name);
 
 /// The port that the system has chosen for 0.

@@ -3,7 +3,6 @@
 #include <fstream>
 #include <future>
 
-#include "platform/note_log/note_log.h"
 #include "platform/value_tree/nexel_api.h"
 #include "tests/unit/platform/server_fixture.h"
 
@@ -59,14 +58,7 @@ TEST_F(server_test, tcp_sessions_have_the_rights_of_their_socket) {
 }
 
 TEST_F(server_test, an_interface_may_be_missing) {
-  std::mutex mutex;
-  std::condition_variable told;
-  std::vector<std::string> texts;
-  note_log::set_observer([&](const note_log::record& record) {
-    const std::lock_guard lock(mutex);
-    texts.push_back(record.text);
-    told.notify_all();
-  });
+  captured_log log;
   // A port that was free a moment ago.
   const auto port = server->start_tcp_socket("::1", 0, true);
   server = nullptr;
@@ -74,15 +66,11 @@ TEST_F(server_test, an_interface_may_be_missing) {
   server->start_accepting();
   server->start_ipv6_socket("lo", port);
   server->start_ipv6_socket("none0", port);
-  {
-    std::unique_lock lock(mutex);
-    told.wait(lock, [&] { return texts.size() >= 2; });
-    EXPECT_EQ(texts[0], fmt::format("Listening on [::1]:{}", port));
-    EXPECT_EQ(texts[1], "Interface none0 is missing, listening on it once it is there");
-  }
+  EXPECT_EQ(log.wait_for(2), (std::vector<std::string>{
+                                 fmt::format("Listening on [::1]:{}", port),
+                                 "Interface none0 is missing, listening on it once it is there"}));
   EXPECT_EQ(raw_client::to_ipv6("::1", port).ask(request(1, "reset", "a")),
             R"({"jsonrpc":"2.0","id":1,"error":{"code":-13,"message":"Read-only session"}})");
-  note_log::set_observer({});
 }
 
 class daemon_test : public testing::Test {

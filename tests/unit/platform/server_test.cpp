@@ -1,5 +1,4 @@
 // The protocol over real sockets: order, events, slow and hostile clients.
-#include "platform/note_log/note_log.h"
 #include "tests/unit/platform/server_fixture.h"
 
 namespace {
@@ -12,29 +11,6 @@ lines next_lines(raw_client& client, std::size_t count) {
     found.push_back(client.line());
   return found;
 }
-
-class captured_log {
- public:
-  captured_log() {
-    note_log::set_observer([this](const note_log::record& record) {
-      const std::lock_guard lock(mutex_);
-      texts_.push_back(record.text);
-    });
-  }
-  ~captured_log() { note_log::set_observer({}); }
-
-  int count(const std::string& part) {
-    const std::lock_guard lock(mutex_);
-    int found = 0;
-    for (const auto& text : texts_)
-      found += text.find(part) != text.npos ? 1 : 0;
-    return found;
-  }
-
- private:
-  std::mutex mutex_;
-  lines texts_;
-};
 
 TEST_F(server_test, answers_come_in_the_order_of_the_requests) {
   float_value::create(db, "a", 1);
