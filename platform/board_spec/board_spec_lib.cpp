@@ -8,14 +8,14 @@
 
 namespace {
 
-constexpr const char* specification_file = "/mnt/board_info/board_spec.conf";
+constexpr const char* board_file = "/mnt/board_info/board_spec.conf";
 constexpr const char* voa_preset_key = "voa_preset_default";
 constexpr float voa_preset_built_in = 5.0f;  // dB
 
 }  // namespace
 
 board_spec_lib::board_spec_lib() {
-  load(nx::rooted_path(specification_file));
+  load(nx::rooted_path(board_file));
 }
 
 board_spec_lib& board_spec_lib::instance() {

@@ -28,6 +28,11 @@ constexpr int status_orderly_end = 0;
 constexpr int status_wrong_command_line = 1;
 constexpr int status_no_server = 2;  // a restart may help here, unlike above
 
+/// What the flood guard still holds back is written when everything else is gone.
+struct end_of_log {
+  ~end_of_log() { note_log::flush(); }
+};
+
 /// Lends the calling thread to the server until it is told to end; then ends the manager thread.
 void serve(nexel_api& server, lumora_manager& daemon, std::shared_ptr<manager::interface>& manager,
            const std::string& interface_name) {
@@ -43,6 +48,7 @@ void serve(nexel_api& server, lumora_manager& daemon, std::shared_ptr<manager::i
 }  // namespace
 
 int main(int argc, const char** argv) try {
+  const end_of_log written_last;
   const auto given = parse_options(argc, argv);
   if (!given) return status_wrong_command_line;
   auto manager = products::create_manager(given->product);
@@ -55,7 +61,6 @@ int main(int argc, const char** argv) try {
   nexel_api server(server_path, given->port, false);
   const auto daemon = std::make_shared<lumora_manager>(server.get_db());
   helpers::guarded([&] { serve(server, *daemon, manager, given->interface_name); });
-  note_log::flush();
   return status_orderly_end;
 } catch (const std::exception& failure) {
   std::cerr << "lumora_manager: " << failure.what() << std::endl;
