@@ -44,9 +44,10 @@ void daemon_node::start_store() {
   seed_store();
 }
 
-void daemon_node::start_devices(const std::string& topology_path) {
-  devices_ = std::make_unique<process>(process::settings{
-      {program("lumora_sim"), topology_path, "--board"}, {{"NX_ROOT", root_.path()}}, {}});
+void daemon_node::start_devices(const std::string& topology) {
+  const auto path = std::string(LUMORA_TOPOLOGY_DIR) + "/" + topology + ".json";
+  devices_ = std::make_unique<process>(
+      process::settings{{program("lumora_sim"), path, "--board"}, {{"NX_ROOT", root_.path()}}, {}});
   if (!devices_->wait_for("ready: ")) {
     throw std::runtime_error("lumora_sim does not start: " + devices_->output());
   }
@@ -91,6 +92,10 @@ std::string daemon_node::write(const std::string& path, const std::string& value
   } catch (const nx_client_exception& error) {
     return error_text(error);
   }
+}
+
+bool daemon_node::await_configuration() const {
+  return eventually([this] { return read("config/redisConfigStatus") == "null"; });
 }
 
 bool daemon_node::serves() const {

@@ -30,7 +30,8 @@ class daemon_node {
   /// Starts the store and seeds it.
   void start_store();
 
-  void start_devices(const std::string& topology_path);
+  /// The simulated devices of a model, from the project's own topology of that name.
+  void start_devices(const std::string& topology);
   process& devices() { return *devices_; }
   void stop_devices() { devices_.reset(); }
 
@@ -48,6 +49,8 @@ class daemon_node {
   std::string read(const std::string& path) const;
   std::string write(const std::string& path, const std::string& value) const;
   bool serves() const;
+  /// Waits until the daemon is built and its configuration may be written.
+  bool await_configuration() const;
 
  private:
   temp_folder root_;

@@ -130,6 +130,15 @@ unsigned process::count(const std::string& text) {
   return occurrences_in(output(), text);
 }
 
+std::string process::last_lines() {
+  const auto all = output();
+  std::size_t begin = all.size();
+  for (int lines = 0; lines <= 20 && begin != std::string::npos && begin > 0; ++lines) {
+    begin = all.rfind('\n', begin - 1);
+  }
+  return begin == std::string::npos || begin == 0 ? all : all.substr(begin + 1);
+}
+
 void process::append_output(int output_end, bool& open) {
   std::array<char, 4096> buffer;
   const auto size = ::read(output_end, buffer.data(), buffer.size());

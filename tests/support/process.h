@@ -43,6 +43,8 @@ class process {
   /// Standard output and standard error so far, as they came.
   std::string output();
   unsigned count(const std::string& text);
+  /// The last lines, for the message of a failing test.
+  std::string last_lines();
 
  private:
   void collect(int output_end, int exit_end);

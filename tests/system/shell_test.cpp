@@ -24,8 +24,8 @@ struct shell_test : testing::Test {
   void expect_orderly_end(test::process& daemon) {
     daemon.signal(SIGTERM);
     const auto status = daemon.wait_for_exit(stop_limit);
-    ASSERT_TRUE(status) << "still running:\n" << daemon.output();
-    EXPECT_EQ(*status, 0) << daemon.output();
+    ASSERT_TRUE(status) << "still running:\n" << daemon.last_lines();
+    EXPECT_EQ(*status, 0) << daemon.last_lines();
     EXPECT_THAT(daemon.output(), HasSubstr("Shutting down manager thread"));
   }
 
@@ -52,7 +52,7 @@ TEST_F(shell_test, a_wrong_command_line_starts_nothing) {
 
 TEST_F(shell_test, a_second_daemon_refuses_and_the_first_goes_on) {
   node.start_daemon();
-  ASSERT_TRUE(test::eventually([&] { return node.serves(); })) << node.daemon().output();
+  ASSERT_TRUE(test::eventually([&] { return node.serves(); })) << node.daemon().last_lines();
   const auto [status, output] = test::run(node.daemon_settings());
   EXPECT_NE(status, 0);
   EXPECT_THAT(output, HasSubstr("lumora_manager: "));
@@ -76,14 +76,14 @@ TEST_F(shell_test, a_killed_daemon_leaves_nothing_that_hinders_the_next) {
   node.daemon().wait_for_exit();
   ASSERT_TRUE(std::filesystem::exists(node.daemon_socket()));
   node.start_daemon();
-  EXPECT_TRUE(test::eventually([&] { return node.serves(); })) << node.daemon().output();
+  EXPECT_TRUE(test::eventually([&] { return node.serves(); })) << node.daemon().last_lines();
 }
 
 TEST_F(shell_test, a_stop_is_orderly_however_early_it_comes) {
   for (const std::string& phase : {std::string("Reading calibration file"),
                                    std::string("Manager thread started"), std::string(waiting)}) {
     auto& daemon = node.start_daemon();
-    ASSERT_TRUE(daemon.wait_for(phase)) << daemon.output();
+    ASSERT_TRUE(daemon.wait_for(phase)) << daemon.last_lines();
     expect_orderly_end(daemon);
   }
 }
@@ -106,7 +106,7 @@ TEST_F(shell_test, waits_for_a_usable_store_and_recovers) {
   EXPECT_EQ(node.read("data/configStatus"), "true");
   EXPECT_THAT(node.read("config/redisConfigStatus"), HasSubstr("error -2"));
   node.seed_store();
-  EXPECT_TRUE(daemon.wait_for(building)) << daemon.output();
+  EXPECT_TRUE(daemon.wait_for(building)) << daemon.last_lines();
   expect_orderly_end(daemon);
 }
 
@@ -116,7 +116,7 @@ TEST_F(shell_test, serves_without_regulation_when_a_hash_tag_is_missing) {
   settings.environment.erase("REDIS_DATA_HASH_TAG");
   settings.unset.emplace_back("REDIS_DATA_HASH_TAG");
   test::process daemon(settings);
-  EXPECT_TRUE(daemon.wait_for("undefined: REDIS_DATA_HASH_TAG")) << daemon.output();
+  EXPECT_TRUE(daemon.wait_for("undefined: REDIS_DATA_HASH_TAG")) << daemon.last_lines();
   EXPECT_TRUE(test::eventually([&] { return node.serves(); }));
   expect_orderly_end(daemon);
 }
