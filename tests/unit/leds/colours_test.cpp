@@ -61,17 +61,6 @@ TEST(led_places, of_selka_follow_the_port) {
       {{19210000, 0, ""}, {19210000, 1, "xc 1 rx"}, {1, 34, "xc 34 rx"}, {1, 35, ""}});
 }
 
-TEST(led_colours, a_channel_behind_the_last_led_does_not_stop_the_others) {
-  led_bench<products::selka::leds> bench;
-  for (const unsigned key : {19210000u, 19680000u}) {
-    bench.leds->add_tx_channel(key);
-    bench.leds->update_tx_port(key, 2);
-    bench.leds->update_tx_loss_of_signal(key, false);
-  }
-  bench.leds->run_pass();
-  EXPECT_EQ(bench.panel->green(), "client 1 tx");
-}
-
 TEST(led_colours, follow_a_port_whose_channels_come_and_go) {
   led_bench<products::selka::selkaplus::leds> bench;
   for (const unsigned key : {1u, 2u}) {

@@ -64,13 +64,6 @@ TEST(led_writes, go_line_first_then_cross_connects_then_clients_rx_before_tx) {
   EXPECT_TRUE(bench.panel->writes.empty()) << "no flag may be left";
 }
 
-TEST(led_writes, of_a_refused_colour_reach_the_caller) {
-  bench_t bench;
-  light(bench);
-  bench.panel->before_access = [](const std::string&) { throw nx_error(-22, "refused"); };
-  EXPECT_THROW(bench.leds->run_pass(), nx_error);
-}
-
 TEST(led_reads, take_over_what_the_panel_shows) {
   bench_t bench;
   bench.panel->colours = {{"line rx", "green"},

@@ -114,17 +114,6 @@ TEST_F(led_thread, tests_the_panel_once_also_when_it_fails_later) {
   EXPECT_TRUE(log.contains("Failed to set Line led: Not connected: panel"));
 }
 
-TEST_F(led_thread, begins_the_test_anew_when_a_write_is_refused) {
-  const test::log_capture log;
-  unsigned refusals = 0;
-  panel->before_access = [&](const std::string& access) {
-    if (access == "client 5 tx" && refusals++ == 0) throw nx_error(-22, "refused");
-  };
-  run(true, 130s);
-  EXPECT_EQ(leds->tests, 2u);
-  EXPECT_TRUE(log.contains("Failed to poll leds. Unknown error."));
-}
-
 TEST_F(led_thread, does_not_spin_on_a_panel_that_fails_at_once) {
   unsigned accesses = 0;
   panel->before_access = [&](const std::string& access) {

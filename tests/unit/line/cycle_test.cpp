@@ -50,16 +50,6 @@ TEST_F(fibre, a_coldstart_opens_once_and_leaves_the_amplifiers_to_the_next_cycle
   EXPECT_EQ(done(), journal{});
 }
 
-TEST_F(fibre, a_first_cycle_on_a_good_fibre_changes_nothing) {
-  const test::log_capture log;
-  cycle();
-  EXPECT_EQ(done(), journal{});
-  EXPECT_FALSE(log.contains("Line connection is back up."));
-  cut();
-  cycle();
-  EXPECT_EQ(done().front(), "preamp off");
-}
-
 TEST_F(fibre, cut_and_mended) {
   peer.fill_terminal("ORVA-LITE");
   set_opening_of_4_db();
@@ -108,17 +98,6 @@ TEST_F(fibre, is_lost_only_when_light_and_link_are_gone) {
   }
 }
 
-TEST_F(fibre, an_unreadable_link_counts_as_down_and_is_no_failure_by_itself) {
-  const test::log_capture log;
-  osc->failing = true;
-  preamp->los = true;
-  cycle();
-  EXPECT_EQ(done().front(), "preamp off");
-  EXPECT_TRUE(log.contains("bool manager::loops::line_loop::is_osc_up()"));
-  // The alarms read the link too, and that failure counts.
-  EXPECT_FALSE(line->is_operational());
-}
-
 TEST_F(fibre, the_opening_keeps_what_is_close_enough) {
   osc->operational = false;
   for (const auto& [present, expected] :
@@ -127,15 +106,6 @@ TEST_F(fibre, the_opening_keeps_what_is_close_enough) {
     line->set_voa_default_attenuation();
     EXPECT_EQ(done(), expected) << present;
   }
-}
-
-TEST_F(fibre, the_opening_is_the_preset_when_the_peer_does_not_tell) {
-  const test::log_capture log;
-  peer.fill_tarn("TARN-ONE");
-  meet_peer();
-  line->set_voa_default_attenuation();
-  EXPECT_EQ(done(), journal{"voa 5.00"});
-  EXPECT_TRUE(log.contains("Preamp power limit not implemented in remote end."));
 }
 
 TEST_F(fibre, a_failing_device_takes_the_loop_down_until_it_is_initialised) {

@@ -101,13 +101,6 @@ TEST_F(embedded_line, takes_the_section_that_the_peer_measures_and_keeps_it) {
   EXPECT_EQ(done(), first_setting);
 }
 
-TEST_F(embedded_line, writes_no_attenuation_below_zero) {
-  peer.set("data/neighbour/edfa/minGain", 10.0f);
-  begin();
-  cycles(4);
-  EXPECT_EQ(done().front(), "voa 0.00");
-}
-
 TEST_F(embedded_line, waits_for_its_turn_with_everything) {
   begin(false);
   cycles(50, false);
@@ -134,15 +127,6 @@ TEST_F(embedded_line, without_a_voa_sets_the_preamp_alone) {
   EXPECT_EQ(done(), journal{"preamp gain 15.00"});
   EXPECT_TRUE(line->is_operational());
   EXPECT_EQ(line->get_line_tx_signal_power(), 17.75f) << "nothing lost in a VOA";
-}
-
-TEST_F(embedded_line, a_terminal_that_may_not_serve_it_runs_the_other_regulator) {
-  start();
-  line->init(own, false);
-  meet_peer();
-  cycles(50);
-  EXPECT_EQ(done(), journal{});
-  EXPECT_TRUE(line->is_operational());
 }
 
 }  // namespace

@@ -84,17 +84,6 @@ TEST_F(line_values, show_both_ends_of_the_fibre_crossed) {
   });
 }
 
-TEST_F(line_values, of_an_in_line_amplifier_show_what_it_lacks_as_their_error) {
-  peer.fill_tarn("TARN-ONE");
-  meet_peer();
-  expect_shown({
-      {"data/line/1/rx/remoteTargetPower", "get_line_target_power() not supported in remote end"},
-      {"data/line/1/remoteUtilization", "Utilization not supported in remote end."},
-      {"data/line/1/tx/length", "0"},
-      {"data/line/1/remoteAttenuation", "0"},
-  });
-}
-
 TEST_F(line_values, without_a_peer_or_an_sfp_stay_defined) {
   sfp->operational = false;
   expect_shown({
@@ -111,23 +100,6 @@ TEST_F(line_values, of_a_total_power_that_cannot_be_read_are_darkness_not_an_err
   poll();
   EXPECT_EQ(shown("data/line/1/rx/power"), "Unknown error!");
   EXPECT_NEAR(line->get_line_rx_total_power(), -95.99f, 0.01f);
-}
-
-TEST_F(line_values, call_the_line_down_only_when_all_light_is_gone) {
-  for (const auto& [preamp_dark, sfp_dark, status] : {std::tuple{false, false, "up"},
-                                                      {true, false, "up"},
-                                                      {false, true, "up"},
-                                                      {true, true, "down"}}) {
-    preamp->los = preamp_dark;
-    sfp->los = sfp_dark;
-    EXPECT_EQ(line->get_line_rx_status(), status);
-  }
-}
-
-TEST_F(line_values, end_with_the_loop) {
-  line.reset();
-  poll();
-  EXPECT_EQ(shown("data/line/1/rx/power"), "Value has not been set") << "its group has gone";
 }
 
 }  // namespace

@@ -58,13 +58,6 @@ TEST_F(peer_connection, is_up_from_its_event_on_and_never_used_again_once_lost) 
   EXPECT_EQ(code_of_read(), -5);
 }
 
-TEST_F(peer_connection, reads_the_neighbour_only_while_there_is_no_connection) {
-  network.set_state(test::peer_tree::address, nx::link_state::dead);
-  for (int cycle = 0; cycle < 3; ++cycle)
-    connect();
-  EXPECT_EQ(osc->neighbour_reads, 1u);
-}
-
 TEST_F(peer_connection, takes_the_address_apart_at_its_first_percent_sign) {
   network.attach("[fe80::2%osc%1]:5100", peer.db);
   for (const char* invalid : {"", "fe80::2", "n/a"}) {
@@ -76,19 +69,6 @@ TEST_F(peer_connection, takes_the_address_apart_at_its_first_percent_sign) {
   connect();
   network.deliver();
   EXPECT_TRUE(client->connected);
-}
-
-TEST_F(peer_connection, failures_to_connect_are_logged_and_tried_again) {
-  const test::log_capture log;
-  osc->failing = true;
-  connect();
-  EXPECT_TRUE(log.contains("nx_client_exception, function void manager::remote::client::connect("));
-  EXPECT_TRUE(log.contains("Not connected: device"));
-  osc->failing = false;
-  connect();
-  network.deliver();
-  EXPECT_TRUE(client->connected);
-  EXPECT_TRUE(log.contains("Remote connection established: fe80::1%osc0"));
 }
 
 }  // namespace
