@@ -108,6 +108,10 @@ std::optional<std::string> child_process::ended() {
   return end_text(*status_);
 }
 
+bool child_process::succeeded() const {
+  return status_ && WIFEXITED(*status_) && WEXITSTATUS(*status_) == 0;
+}
+
 void child_process::terminate() {
   if (!reap(false)) kill(pid_, SIGTERM);
 }

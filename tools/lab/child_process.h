@@ -33,6 +33,8 @@ class child_process {
 
   /// How it ended ("exit status 1", "signal 11 (Segmentation fault)"); empty while it runs.
   std::optional<std::string> ended();
+  /// True when it has ended with exit status 0.
+  bool succeeded() const;
   std::vector<std::string> last_lines(std::size_t count) const;
 
   /// Asks it to end; the destructor waits for it.

@@ -40,6 +40,7 @@ std::vector<std::string> convergence::reasons(const view& seen) const {
   if (sums.lit < expected_lit_) {
     reasons.push_back(fmt::format("{} of {} lit channels in sight", sums.lit, expected_lit_));
   }
+  if (with_peer_ && seen.peer == no_peer) reasons.emplace_back("the peer is not identified");
   for (const auto& row : seen.channels)
     add_channel_reasons(row, reasons);
   if (line_moved(seen))
@@ -62,7 +63,7 @@ bool convergence::update(const view& seen, clock::time_point now) {
     since_ = now;
     voa_at_rest_ = seen.voa_db;
   }
-  return now - *since_ >= hold;
+  return now - *since_ >= hold_;
 }
 
 std::optional<convergence::clock::duration> convergence::settled_after(

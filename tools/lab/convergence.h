@@ -15,10 +15,12 @@ class convergence {
  public:
   using clock = std::chrono::steady_clock;
 
-  /// `expected_lit` channels have their lasers on; fewer in sight is not the end.
-  explicit convergence(unsigned expected_lit) : expected_lit_(expected_lit) {}
+  /// `expected_lit` channels have their lasers on; fewer in sight is not the end. With a peer the
+  /// line loop waits for changed readings between its steps, and the rest must last longer.
+  explicit convergence(unsigned expected_lit, bool with_peer = false)
+      : expected_lit_(expected_lit), with_peer_(with_peer), hold_(with_peer ? hold_peer : hold) {}
 
-  /// True once everything has been on target, and the line at rest, for the whole of `hold`.
+  /// True once everything has been on target, and the line at rest, for the whole of the hold time.
   bool update(const view& seen, clock::time_point now);
 
   /// Why the newest view is not converged, one line each; empty when nothing is wrong with it.
@@ -28,6 +30,7 @@ class convergence {
   std::optional<clock::duration> settled_after(clock::time_point start) const;
 
   static constexpr std::chrono::seconds hold{5};
+  static constexpr std::chrono::seconds hold_peer{20};
   /// A VOA that moves further than its own step and noise is still being regulated, dB.
   static constexpr double line_at_rest_db = 0.25;
   /// What the tolerances of monitor and power taps together explain, dB.
@@ -37,6 +40,8 @@ class convergence {
   bool line_moved(const view& seen) const;
 
   unsigned expected_lit_;
+  bool with_peer_;
+  clock::duration hold_;
   std::optional<clock::time_point> since_;
   std::optional<double> voa_at_rest_;
 };

@@ -14,7 +14,7 @@ namespace tools::lab {
 namespace {
 
 // The longest path of a socket below a node's root, with some room for longer names.
-constexpr std::size_t longest_inside = 60;
+constexpr std::size_t longest_inside = 64;
 
 }  // namespace
 
@@ -36,12 +36,8 @@ lab_folder::~lab_folder() {
   std::filesystem::remove_all(path_, ignored);
 }
 
-std::filesystem::path lab_folder::root_of(const std::string& node) const {
-  auto root = path_ / node;
-  for (const char* inside : {"tmp/nexels", "tmp/device_managers"}) {
-    std::filesystem::create_directories(root / inside);
-  }
-  return root;
+std::filesystem::path lab_folder::root(unsigned node) const {
+  return node == 0 ? path_ / "node" : path_ / "node" / "far";
 }
 
 }  // namespace tools::lab

@@ -17,8 +17,9 @@ class lab_folder {
 
   const std::filesystem::path& path() const { return path_; }
   std::filesystem::path logs() const { return path_ / "logs"; }
-  /// What stands for "/" to a node: the value of its NX_ROOT. Made at the first call.
-  std::filesystem::path root_of(const std::string& node) const;
+  /// What stands for "/" to the near node, the value of its NX_ROOT; the far node's is the folder
+  /// "far" in it.
+  std::filesystem::path root(unsigned node) const;
 
  private:
   std::filesystem::path path_;

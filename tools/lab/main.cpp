@@ -12,6 +12,8 @@
 #include "tools/lab/lab_failure.h"
 #include "tools/lab/lab_folder.h"
 #include "tools/lab/node.h"
+#include "tools/lab/peer_link.h"
+#include "tools/lab/plant_service.h"
 #include "tools/lab/product.h"
 #include "tools/lab/screen.h"
 #include "tools/lab/session.h"
@@ -23,18 +25,23 @@ namespace tools::lab {
 
 namespace {
 
+// No interface has this name: a node alone opens no network port.
+constexpr const char* no_interface = "lumora-lab";
+
 enum exit_code : int { exit_ok = 0, exit_failed = 1, exit_usage = 2 };
 
 constexpr const char* closing_words =
     "Examples:\n"
     "  ./lab                                  a screen with every channel; q ends it\n"
     "  ./lab --product orvamax                another model\n"
+    "  ./lab --peer                           two nodes face to face; tab shows the other\n"
     "  ./lab --until-converged                for a script: exit code 0 when all is on target\n"
     "  ./lab --until-converged 30 | tail -1   the summary alone\n"
     "\n"
     "Beside a running lab, in another terminal, with the folder that the lab names at its start:\n"
     "  lumoractl --root FOLDER/node tree data/line -v\n"
     "  lumoractl --root FOLDER/node --nexel sim tree\n"
+    "  lumoractl --root FOLDER/node/far tree data/line -v     the far node of --peer\n"
     "\n"
     "Exit codes: 0 converged, or ended by the user; 1 not converged, or something failed; 2 "
     "usage.\n";
@@ -55,7 +62,8 @@ void declare(CLI::App& app, options& given) {
   app.add_option("--product", given.product, "Model of the node")
       ->check(CLI::IsMember(product_names()))
       ->capture_default_str();
-  app.add_flag("--peer", given.peer, "Two nodes that face each other");
+  app.add_flag("--peer", given.peer,
+               "Two nodes face to face, each with a daemon; needs network namespaces");
   app.add_option("--seed", given.seed, "Of everything that is random in the plant")
       ->capture_default_str();
   app.add_option("--topology", given.topology, "Plant to use, in place of the product's own")
@@ -75,31 +83,63 @@ void announce(const lab_folder& folder, const options& given) {
   std::fflush(stdout);
 }
 
+std::filesystem::path topology_of(const options& given) {
+  if (!given.topology.empty()) return std::filesystem::absolute(given.topology);
+  return simulator_file(
+      fmt::format("topologies/{}{}.json", given.product, given.peer ? "_pair" : ""));
+}
+
+node_options near_node(const lab_folder& folder, const options& given) {
+  return {0,
+          given.peer ? "near" : "daemon",
+          folder.root(0).string(),
+          given.product,
+          given.peer ? peer_link::interface : no_interface,
+          {}};
+}
+
+node_options far_node(const lab_folder& folder, const options& given, const peer_link& link) {
+  return {1, "far", folder.root(1).string(), given.product, peer_link::interface, link.enter_far()};
+}
+
+int watch(session& watched, const lab_folder& folder, const options& given) {
+  if (given.until_converged) {
+    const std::chrono::seconds limit(*given.until_converged);
+    return watched.print_until_converged(limit) ? exit_ok : exit_failed;
+  }
+  if (!screen::available()) {
+    watched.print_lines();
+    return exit_ok;
+  }
+  watched.show_on_screen(fmt::format("q ends   arrows scroll{}   folder {}",
+                                     given.peer ? "   tab shows the other node" : "",
+                                     folder.path().string()));
+  return exit_ok;
+}
+
 int run(const options& given) {
   const auto& model = find_product(given.product);
+  const auto topology = topology_of(given);
   user at_terminal;
   const lab_folder folder(given.keep || given.log);
   supervisor programs(at_terminal);
   announce(folder, given);
-  const store keys(programs, folder);
-  const auto topology = given.topology.empty()
-                            ? simulator_file("topologies/" + model.name + ".json")
-                            : std::filesystem::absolute(given.topology);
-  node shown(programs, folder, keys, {model, topology, given.seed});
-  shown.configure(programs);
-  const auto lit = shown.light_up();
-  session watched(programs, at_terminal, shown, model);
-  if (given.until_converged) {
-    const std::chrono::seconds limit(*given.until_converged);
-    return watched.print_until_converged(lit, limit) ? exit_ok : exit_failed;
-  }
-  if (screen::available()) {
-    watched.show_on_screen(
-        fmt::format("q ends the lab   arrow keys scroll   folder {}", folder.path().string()));
-  } else {
-    watched.print_lines();
-  }
-  return exit_ok;
+  std::optional<peer_link> link;
+  if (given.peer) link.emplace(programs, folder);
+  const unsigned count = given.peer ? 2 : 1;
+  const store keys(programs, folder, count);
+  plant_service plant(programs, folder, keys, folder.root(0), topology, given.seed, count);
+  node near(programs, folder, keys, plant, near_node(folder, given));
+  std::optional<node> far;
+  if (link) far.emplace(programs, folder, keys, plant, far_node(folder, given, *link));
+  std::vector<node*> nodes{&near};
+  if (far) nodes.push_back(&*far);
+  for (auto* each : nodes)
+    each->configure(programs);
+  for (auto* each : nodes)
+    each->light_up();
+  session watched(programs, at_terminal, nodes, model);
+  return watch(watched, folder, given);
 }
 
 int run_guarded(const options& given) {
@@ -126,10 +166,6 @@ int main(int argc, char** argv) {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? exit_ok : exit_usage;
-  }
-  if (given.peer) {
-    fmt::print(stderr, "lumora_lab: --peer is not available yet\n");
-    return exit_usage;
   }
   // Every socket path here already holds the lab's own folder.
   unsetenv("NX_ROOT");

@@ -14,18 +14,9 @@ namespace {
 
 constexpr std::chrono::seconds start_limit{30};
 
-constexpr const char* daemon_socket = "/tmp/device_managers/lumora";
-constexpr const char* plant_socket = "/tmp/nexels/sim";
-// No interface has this name: a lab alone opens no network port.
-constexpr const char* no_interface = "lumora-lab";
-
 // Of models whose channels are added by command: the port, and the width when there is but one.
 constexpr unsigned client_port = 2;
 constexpr unsigned widest = 10000;
-
-std::string laser_path(unsigned key) {
-  return fmt::format("config/node/0/laser/{}/on", key);
-}
 
 /// What the view shows of the daemon's tree.
 constexpr const char* daemon_patterns[] = {
@@ -34,54 +25,26 @@ constexpr const char* daemon_patterns[] = {
 
 }  // namespace
 
-node::node(supervisor& programs, const lab_folder& folder, const store& keys,
-           const node_options& what)
-    : root_(folder.root_of("node").string()),
-      daemon_log_((folder.logs() / "daemon.log").string()),
-      daemon_(socket(daemon_socket)),
-      plant_(socket(plant_socket)),
-      booster_(socket("/tmp/nexels/booster")),
-      preamp_(socket("/tmp/nexels/preamp")),
-      voa_(socket("/tmp/nexels/voa_sfp")) {
-  start_devices(programs, folder, keys, what);
-  start_daemon(programs, keys, what);
+node::node(supervisor& programs, const lab_folder& folder, const store& keys, plant_service& plant,
+           node_options what)
+    : what_(std::move(what)),
+      plant_(plant),
+      daemon_log_((folder.logs() / (what_.name + ".log")).string()),
+      daemon_(what_.root + "/tmp/device_managers/lumora"),
+      booster_(what_.root + "/tmp/nexels/booster"),
+      preamp_(what_.root + "/tmp/nexels/preamp"),
+      voa_(what_.root + "/tmp/nexels/voa_sfp") {
+  start_daemon(programs, keys);
 }
 
-void node::start_devices(supervisor& programs, const lab_folder& folder, const store& keys,
-                         const node_options& what) {
-  // The twin switch takes its attenuations from the store.
-  auto environment = keys.environment();
-  environment.push_back("NX_ROOT=" + root_);
-  programs.start({"lumora_sim",
-                  {program_path("lumora_sim").string(), what.topology.string(), "--seed",
-                   std::to_string(what.seed), "--board"},
-                  environment,
-                  (folder.logs() / "plant.log").string()});
-  programs.wait_until("the simulated devices", start_limit,
-                      [this] { return plant_.reachable() && booster_.reachable(); });
-  darken();
-}
-
-void node::start_daemon(supervisor& programs, const store& keys, const node_options& what) {
-  auto environment = keys.environment();
-  environment.push_back("NX_ROOT=" + root_);
-  programs.start({"lumora_manager",
-                  {program_path("lumora_manager").string(), "--product", what.model.name,
-                   "--interface_name", no_interface},
-                  environment,
-                  daemon_log_});
+void node::start_daemon(supervisor& programs, const store& keys) {
+  auto environment = keys.environment(what_.number);
+  environment.push_back("NX_ROOT=" + what_.root);
+  auto command = what_.enter_with;
+  command.insert(command.end(), {program_path("lumora_manager").string(), "--product",
+                                 what_.product, "--interface_name", what_.interface});
+  programs.start({"lumora_manager", command, environment, daemon_log_});
   programs.wait_until("the daemon's tree", start_limit, [this] { return daemon_.reachable(); });
-}
-
-/// Light comes when the daemon is there to see it; until then the lasers that the topology lights
-/// are only remembered.
-void node::darken() {
-  readings read;
-  plant_.read("config/node/0/laser/*/on", read);
-  for (const auto key : read.numbered("config/node/0/laser/", "/on")) {
-    if (read.flag(laser_path(key)) == true) lasers_.push_back(key);
-  }
-  plant_.write("command/node/0/darkBand", "true");
 }
 
 void node::write_daemon(const std::string& path, const std::string& value) {
@@ -94,11 +57,12 @@ void node::add_channels() {
   readings read;
   daemon_.read("data/channel/index", read);
   if (read.text("data/channel/index") != "[]") return;
+  const auto& lasers = plant_.lasers(what_.number);
   unsigned width = widest;
-  for (std::size_t at = 1; at < lasers_.size(); ++at) {
-    width = std::min(width, lasers_[at] - lasers_[at - 1]);
+  for (std::size_t at = 1; at < lasers.size(); ++at) {
+    width = std::min(width, lasers[at] - lasers[at - 1]);
   }
-  for (const auto key : lasers_) {
+  for (const auto key : lasers) {
     write_daemon("command/channel/add",
                  fmt::format(R"({{"center":{},"width":{},"port":{}}})", key, width, client_port));
     for (const char* side : {"rx", "tx"}) {
@@ -117,14 +81,6 @@ void node::configure(supervisor& programs) {
   write_daemon(ready, "true");
 }
 
-unsigned node::light_up() {
-  for (const auto key : lasers_) {
-    if (plant_.write(laser_path(key), "true")) continue;
-    throw lab_failure(fmt::format("the plant refuses to light {}: {}", key, plant_.refusal()));
-  }
-  return static_cast<unsigned>(lasers_.size());
-}
-
 readings node::look() {
   readings read;
   for (const char* pattern : daemon_patterns)
@@ -132,7 +88,7 @@ readings node::look() {
   booster_.read("data/*", read, booster_prefix);
   preamp_.read("data/*", read, preamp_prefix);
   voa_.read("data/*", read, voa_prefix);
-  plant_.read(truth_path("*"), read);
+  plant_.read_truth(what_.number, read);
   return read;
 }
 

@@ -89,8 +89,9 @@ std::string line_line(const view& seen) {
 std::vector<std::string> header(const view& seen, const picture_options& options) {
   const auto sums = count(seen);
   const auto& loops = seen.loops;
-  return {fmt::format("lumora lab   {}   {}   {} of {} lit channels on target   peer {}",
-                      options.product, clock_text(options.running), sums.on_target, sums.lit,
+  const auto node = options.node.empty() ? "" : fmt::format("   {} node", options.node);
+  return {fmt::format("lumora lab   {}{}   {}   {} of {} lit channels on target   peer {}",
+                      options.product, node, clock_text(options.running), sums.on_target, sums.lit,
                       seen.peer),
           fmt::format("loops    line {}  client rx {}  client tx {}  turn {}  mode {}", loops.line,
                       loops.rx, loops.tx, loops.turn, seen.automation_mode),

@@ -23,7 +23,8 @@ struct picture_options {
   std::string product;
   std::chrono::seconds running{0};
   unsigned first_row = 0;  ///< how far the channels are scrolled
-  std::string note;        ///< the last line: what is wrong, or what the keys do
+  std::string note = {};   ///< the last line: what is wrong, or what the keys do
+  std::string node = {};   ///< which of two nodes this is; empty for a node alone
 };
 
 /// At most `size.rows` lines, none wider than `size.columns` on the screen.

@@ -2,7 +2,8 @@
 
 #include <fmt/format.h>
 
-#include "tools/lab/convergence.h"
+#include <algorithm>
+
 #include "tools/lab/lab_failure.h"
 #include "tools/lab/screen.h"
 #include "tools/lab/summary_text.h"
@@ -14,24 +15,27 @@ namespace {
 constexpr std::chrono::milliseconds frame{250};
 constexpr std::chrono::seconds line_interval{1};
 
-void print_line(const std::string& line) {
-  fmt::print("{}\n", line);
-  std::fflush(stdout);
-}
-
 }  // namespace
 
-session::session(supervisor& programs, user& at_terminal, node& shown, const product& model)
-    : programs_(programs),
-      user_(at_terminal),
-      node_(shown),
-      model_(model),
-      log_(shown.daemon_log()),
-      start_(clock::now()) {}
+session::session(supervisor& programs, user& at_terminal, const std::vector<node*>& nodes,
+                 const product& model)
+    : programs_(programs), user_(at_terminal), model_(model), start_(clock::now()) {
+  const bool face_to_face = nodes.size() > 1;
+  for (auto* each : nodes) {
+    nodes_.push_back(
+        {each, log_follower(each->daemon_log()), convergence(each->lasers(), face_to_face)});
+  }
+}
 
-view session::look() {
+view session::look(watched_node& at) {
   programs_.check();
-  return make_view(node_.look(), model_, log_.update());
+  return make_view(at.of->look(), model_, at.log.update(), at.of->number());
+}
+
+void session::print(const watched_node& at, const std::string& text) const {
+  const auto name = nodes_.size() > 1 ? fmt::format("{:<5}", at.of->name()) : std::string();
+  fmt::print("{}{}\n", name, text);
+  std::fflush(stdout);
 }
 
 std::chrono::milliseconds session::running() const {
@@ -49,14 +53,17 @@ bool session::pause(clock::time_point until) {
 void session::show_on_screen(const std::string& note) {
   screen terminal;
   user_.listen_to_keys();
-  picture_options options{model_.name, {}, 0, note};
+  picture_options options{model_.name, {}, 0, note, {}};
+  std::size_t shown = 0;
   for (auto happened = user::event::none; happened != user::event::quit;) {
-    const auto seen = look();
+    if (happened == user::event::next) shown = (shown + 1) % nodes_.size();
+    const auto seen = look(nodes_[shown]);
     const auto size = terminal.size();
     if (happened == user::event::down) ++options.first_row;
     if (happened == user::event::up && options.first_row > 0) --options.first_row;
     options.first_row = std::min(options.first_row, last_first_row(seen, size));
     options.running = std::chrono::duration_cast<std::chrono::seconds>(running());
+    options.node = nodes_.size() > 1 ? nodes_[shown].of->name() : "";
     terminal.show(picture(seen, options, size, screen::look_of_environment()));
     happened = user_.wait(frame);
   }
@@ -65,19 +72,25 @@ void session::show_on_screen(const std::string& note) {
 void session::print_lines() {
   for (auto next = start_;; next += line_interval) {
     if (!pause(next)) return;
-    print_line(status_line(look(), running()));
+    for (auto& each : nodes_)
+      print(each, status_line(look(each), running()));
   }
 }
 
-bool session::print_until_converged(unsigned lit, std::chrono::seconds limit) {
-  convergence verdict(lit);
+bool session::print_until_converged(std::chrono::seconds limit) {
   for (auto next = start_;; next += line_interval) {
     if (!pause(next)) throw interrupted{};
-    const auto seen = look();
-    print_line(status_line(seen, running()));
-    const bool converged = verdict.update(seen, clock::now());
+    bool converged = true;
+    std::vector<view> seen;
+    for (auto& each : nodes_) {
+      seen.push_back(look(each));
+      print(each, status_line(seen.back(), running()));
+      converged = each.verdict.update(seen.back(), clock::now()) && converged;
+    }
     if (!converged && clock::now() - start_ < limit) continue;
-    print_line(verdict_text(seen, verdict, converged, running()));
+    for (std::size_t at = 0; at < nodes_.size(); ++at) {
+      print(nodes_[at], verdict_text(seen[at], nodes_[at].verdict, converged, running()));
+    }
     return converged;
   }
 }

@@ -1,11 +1,12 @@
 // One run of the lab, from the first look to the last word: on a screen, as lines, or until the
-// channels have converged.
+// channels of every node have converged.
 #pragma once
 
 #include <chrono>
-#include <optional>
 #include <string>
+#include <vector>
 
+#include "tools/lab/convergence.h"
 #include "tools/lab/loop_report.h"
 #include "tools/lab/node.h"
 #include "tools/lab/product.h"
@@ -17,28 +18,35 @@ namespace tools::lab {
 
 class session {
  public:
-  session(supervisor& programs, user& at_terminal, node& shown, const product& model);
+  session(supervisor& programs, user& at_terminal, const std::vector<node*>& nodes,
+          const product& model);
 
   /// Until the user quits, with `note` in the last line. Throws lab_failure when a program ends.
   void show_on_screen(const std::string& note);
-  /// One line a second, until the user quits.
+  /// One line a node and second, until the user quits.
   void print_lines();
-  /// One line a second; true as soon as all is well and has stayed so, false when `limit` is over.
-  bool print_until_converged(unsigned lit, std::chrono::seconds limit);
+  /// The same; true as soon as all is well and has stayed so, false when `limit` is over.
+  bool print_until_converged(std::chrono::seconds limit);
 
  private:
   using clock = std::chrono::steady_clock;
 
-  view look();
+  struct watched_node {
+    node* of;
+    log_follower log;
+    convergence verdict;
+  };
+
+  view look(watched_node& at);
+  void print(const watched_node& at, const std::string& text) const;
   std::chrono::milliseconds running() const;
   /// False when the user quits before the time is over.
   bool pause(clock::time_point until);
 
   supervisor& programs_;
   user& user_;
-  node& node_;
   const product& model_;
-  log_follower log_;
+  std::vector<watched_node> nodes_;
   clock::time_point start_;
 };
 

@@ -9,8 +9,6 @@ namespace tools::lab {
 
 namespace {
 
-constexpr const char* configuration_tag = "{conf}";
-constexpr const char* data_tag = "{data}";
 constexpr unsigned store_timeout = 10;
 constexpr std::chrono::seconds start_limit{15};
 
@@ -22,11 +20,19 @@ bool answers() {
   }
 }
 
+/// Nodes share the store and no key.
+std::string configuration_tag(unsigned node) {
+  return node == 0 ? "{conf}" : "{conf-far}";
+}
+std::string data_tag(unsigned node) {
+  return node == 0 ? "{data}" : "{data-far}";
+}
+
 /// What a mounted and healthy store of a node holds.
-void write_node_keys() {
+void write_keys(unsigned node) {
   kvs_client client("lab", "");
-  const std::string configuration = configuration_tag;
-  const std::string data = data_tag;
+  const auto configuration = configuration_tag(node);
+  const auto data = data_tag(node);
   client.set(configuration + ":qz:mounts", std::string("config"), store_timeout);
   client.set(data + ":nx/system/info:data/swVersion", std::string("1.0.0"), store_timeout);
   client.set(data + ":qz:status", std::string("ok"), store_timeout);
@@ -34,7 +40,7 @@ void write_node_keys() {
 
 }  // namespace
 
-store::store(supervisor& programs, const lab_folder& folder) {
+store::store(supervisor& programs, const lab_folder& folder, unsigned nodes) {
   const auto socket = (folder.path() / "store.sock").string();
   url_ = "unix://" + socket;
   programs.start({"redis-server",
@@ -45,15 +51,16 @@ store::store(supervisor& programs, const lab_folder& folder) {
   setenv("KVS_URL", url_.c_str(), 1);
   programs.wait_until("the key store", start_limit, answers);
   try {
-    write_node_keys();
+    for (unsigned node = 0; node < nodes; ++node)
+      write_keys(node);
   } catch (const kvs_client_exception& error) {
     throw lab_failure("cannot write to the key store: " + error.what());
   }
 }
 
-std::vector<std::string> store::environment() const {
-  return {"KVS_URL=" + url_, std::string("REDIS_CONF_HASH_TAG=") + configuration_tag,
-          std::string("REDIS_DATA_HASH_TAG=") + data_tag};
+std::vector<std::string> store::environment(unsigned node) const {
+  return {"KVS_URL=" + url_, "REDIS_CONF_HASH_TAG=" + configuration_tag(node),
+          "REDIS_DATA_HASH_TAG=" + data_tag(node)};
 }
 
 }  // namespace tools::lab

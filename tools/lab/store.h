@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "tools/lab/lab_folder.h"
 #include "tools/lab/supervisor.h"
@@ -12,10 +13,10 @@ namespace tools::lab {
 class store {
  public:
   /// Starts it, waits until it answers, and writes the keys. Throws lab_failure, `interrupted`.
-  store(supervisor& programs, const lab_folder& folder);
+  store(supervisor& programs, const lab_folder& folder, unsigned nodes);
 
-  /// What a daemon needs to find it: KVS_URL and the two hash tags.
-  std::vector<std::string> environment() const;
+  /// What the daemon of a node needs to find it: KVS_URL and two hash tags of the node's own.
+  std::vector<std::string> environment(unsigned node) const;
 
  private:
   std::string url_;

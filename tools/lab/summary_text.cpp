@@ -50,6 +50,7 @@ std::string node_text(const view& seen) {
   std::string text;
   if (seen.booster.out_dbm) text += fmt::format(", booster {:.1f} dBm", *seen.booster.out_dbm);
   if (seen.voa_db) text += fmt::format(", VOA {:.1f} dB", *seen.voa_db);
+  if (seen.peer != no_peer) text += ", peer " + seen.peer;
   return text;
 }
 

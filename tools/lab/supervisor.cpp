@@ -11,6 +11,7 @@ namespace {
 using steady = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds between_looks{50};
+constexpr std::chrono::seconds run_limit{10};
 constexpr std::size_t last_words = 12;
 
 std::string obituary(const child_process& program, const std::string& end) {
@@ -30,6 +31,13 @@ supervisor::~supervisor() {
 child_process& supervisor::start(program what) {
   programs_.push_back(std::make_unique<child_process>(std::move(what)));
   return *programs_.back();
+}
+
+void supervisor::run(program what) {
+  const auto name = what.name;
+  child_process child(std::move(what));
+  wait_until(name, run_limit, [&child] { return child.ended().has_value(); });
+  if (!child.succeeded()) throw lab_failure(obituary(child, *child.ended()));
 }
 
 void supervisor::check() {

@@ -24,6 +24,9 @@ class supervisor {
   child_process& start(program what);
   const std::vector<std::unique_ptr<child_process>>& programs() const { return programs_; }
 
+  /// Runs a program to its end. Throws lab_failure when it does not end well.
+  void run(program what);
+
   /// Throws lab_failure with name, end and last log lines of a program that has ended.
   void check();
 

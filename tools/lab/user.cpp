@@ -47,7 +47,7 @@ user::event user::key() {
   if (typed == "q" || typed == "Q" || typed == ctrl_c) return event::quit;
   if (typed == "\x1b[A" || typed == "k") return event::up;
   if (typed == "\x1b[B" || typed == "j") return event::down;
-  return event::none;
+  return typed == "\t" || typed == "n" ? event::next : event::none;
 }
 
 user::event user::wait(std::chrono::milliseconds time) {

@@ -18,7 +18,7 @@ class user {
   /// Reads keys from the terminal from now on.
   void listen_to_keys() { keys_ = true; }
 
-  enum class event { none, quit, resized, up, down };
+  enum class event { none, quit, resized, up, down, next };
   /// The next thing that the user does; `none` when the time is over, or a child has ended.
   event wait(std::chrono::milliseconds time);
 

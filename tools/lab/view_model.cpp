@@ -35,7 +35,7 @@ target_inputs inputs_of(const readings& read, const std::string& base, const pro
   return in;
 }
 
-channel_row row_of(const readings& read, unsigned id, const product& model) {
+channel_row row_of(const readings& read, unsigned id, const product& model, unsigned node) {
   const auto base = fmt::format("data/client/{}/rx/", id);
   channel_row row;
   row.id = id;
@@ -46,7 +46,7 @@ channel_row row_of(const readings& read, unsigned id, const product& model) {
   row.target = target_power(inputs_of(read, base, model));
   row.measured = number_or(read, base + "ocm/power", 0.0) +
                  number_or(read, "data/client/rx/edfaCalibration", 0.0);
-  if (const auto truth = read.number(truth_path(std::to_string(key)))) {
+  if (const auto truth = read.number(truth_path(node, std::to_string(key)))) {
     row.truth = static_cast<float>(*truth);
   }
   if (is_blocked(read, base, row.attenuation)) {
@@ -65,14 +65,15 @@ amplifier_figures amplifier_of(const readings& read, const std::string& prefix) 
 
 }  // namespace
 
-std::string truth_path(const std::string& key) {
-  return fmt::format("truth/node/0/rx/channel/{}/boosterPower", key);
+std::string truth_path(unsigned node, const std::string& key) {
+  return fmt::format("truth/node/{}/rx/channel/{}/boosterPower", node, key);
 }
 
-view make_view(const readings& read, const product& model, const loop_report& loops) {
+view make_view(const readings& read, const product& model, const loop_report& loops,
+               unsigned node) {
   view seen;
   for (const auto id : read.numbered("data/client/", "/rx/waveLength")) {
-    seen.channels.push_back(row_of(read, id, model));
+    seen.channels.push_back(row_of(read, id, model, node));
   }
   std::sort(seen.channels.begin(), seen.channels.end(),
             [](const auto& a, const auto& b) { return a.frequency_thz < b.frequency_thz; });

@@ -29,13 +29,15 @@ struct amplifier_figures {
   std::optional<double> in_dbm, out_dbm, gain_db, limit_dbm;
 };
 
+inline constexpr const char* no_peer = "none";
+
 struct view {
   std::vector<channel_row> channels;  ///< ascending frequency
   amplifier_figures booster, preamp;
   std::optional<double> calibration_db, saturation_db, voa_db, fibre_km, span_loss_db;
   std::optional<double> line_tx_dbm, line_rx_dbm, utilization;
   std::string automation_mode;
-  std::string peer = "none";
+  std::string peer = no_peer;
   loop_report loops;
 };
 
@@ -46,9 +48,10 @@ inline constexpr const char* voa_prefix = "voa:";
 
 /// Where the plant tells a channel's true power at the booster's output; `key` is the centre
 /// frequency in units of 10 MHz.
-std::string truth_path(const std::string& key);
+std::string truth_path(unsigned node, const std::string& key);
 
-view make_view(const readings& read, const product& model, const loop_report& loops);
+view make_view(const readings& read, const product& model, const loop_report& loops,
+               unsigned node = 0);
 
 /// How many channels of a view are in each of the states that matter to a summary.
 struct tally {

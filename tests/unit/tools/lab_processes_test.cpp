@@ -101,7 +101,7 @@ TEST(lab_folder, is_gone_with_everything_in_it_unless_kept) {
     const lab_folder second(true);
     gone = first.path();
     kept = second.path();
-    EXPECT_TRUE(std::filesystem::exists(first.root_of("node") / "tmp/nexels"));
+    EXPECT_TRUE(std::filesystem::exists(first.logs()));
   }
   EXPECT_FALSE(std::filesystem::exists(gone));
   EXPECT_TRUE(std::filesystem::remove_all(kept) > 0);

@@ -103,7 +103,7 @@ TEST(channel_state, tells_rest_from_work_and_from_the_end_of_the_range) {
 
 TEST(view_model, makes_rows_in_the_order_of_frequency_with_the_error_against_the_target) {
   auto read = node_at_rest();
-  read.put(truth_path("19300000"), 5.2);
+  read.put(truth_path(0, "19300000"), 5.2);
   const auto seen = view_of(read);
   ASSERT_THAT(seen.channels, SizeIs(3));
   EXPECT_THAT(
@@ -154,7 +154,7 @@ TEST(convergence, begins_again_after_each_disturbance) {
   auto gone_dark = node_at_rest();
   put_channel(gone_dark, {19300000, 1553.33, -45.0, 15.0, false});
   auto false_reading = node_at_rest();
-  false_reading.put(truth_path("19300000"), 0.0);
+  false_reading.put(truth_path(0, "19300000"), 0.0);
   auto loop_down = rest;
   loop_down.loops.rx = "error";
 
@@ -174,6 +174,17 @@ TEST(convergence, begins_again_after_each_disturbance) {
     EXPECT_FALSE(verdict.update(rest, start + convergence::hold)) << reason;
     EXPECT_TRUE(verdict.update(rest, start + 2 * convergence::hold)) << reason;
   }
+}
+
+TEST(convergence, with_a_peer_waits_for_its_name_and_longer) {
+  convergence verdict(2, true);
+  auto rest = view_of(node_at_rest());
+  const convergence::clock::time_point start{};
+  EXPECT_THAT(verdict.reasons(rest), ElementsAre("the peer is not identified"));
+  rest.peer = "ORVA-LITE";
+  EXPECT_FALSE(verdict.update(rest, start));
+  EXPECT_FALSE(verdict.update(rest, start + convergence::hold));
+  EXPECT_TRUE(verdict.update(rest, start + convergence::hold_peer));
 }
 
 TEST(loop_report, is_found_in_the_daemons_log) {

@@ -1,0 +1,40 @@
+// The simulated plant of a lab: the program that serves every device of one or two nodes, and its
+// controls. Light comes when the daemons are there to see it; until then the lasers that the
+// topology lights are only remembered.
+#pragma once
+
+#include <array>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "tools/lab/lab_folder.h"
+#include "tools/lab/readings.h"
+#include "tools/lab/store.h"
+#include "tools/lab/supervisor.h"
+#include "tools/lab/tree_link.h"
+
+namespace tools::lab {
+
+class plant_service {
+ public:
+  /// Starts it below `root` and waits until it serves. Throws lab_failure, `interrupted`.
+  plant_service(supervisor& programs, const lab_folder& folder, const store& keys,
+                const std::filesystem::path& root, const std::filesystem::path& topology,
+                unsigned seed, unsigned nodes);
+
+  /// Centre frequencies of the lasers to light, units of 10 MHz, ascending.
+  const std::vector<unsigned>& lasers(unsigned node) const { return lasers_.at(node); }
+  /// Throws lab_failure.
+  void light_up(unsigned node);
+  /// Adds the true powers of a node's channels to `into`.
+  void read_truth(unsigned node, readings& into);
+
+ private:
+  void darken(unsigned node);
+
+  tree_link controls_;
+  std::array<std::vector<unsigned>, 2> lasers_;
+};
+
+}  // namespace tools::lab
