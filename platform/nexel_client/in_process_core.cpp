@@ -2,6 +2,7 @@
 
 #include <rapidjson/document.h>
 
+#include "platform/nexel_client/client_errors.h"
 #include "platform/value_tree/nx_db.h"
 #include "platform/wire/json_conversion.h"
 
@@ -11,14 +12,6 @@ namespace {
 
 constexpr std::chrono::seconds retry_interval{1};
 
-nx_client_exception not_connected(const std::string& address, const std::string& path) {
-  return {-107, "Not connected: " + address, path};
-}
-
-nx_client_exception no_answer(const std::string& address, const std::string& path) {
-  return {-110, "No answer within 2 s: " + address, path};
-}
-
 /// The exception that a client gets for the one that a node raised.
 nx_client_exception as_client_exception(const std::string& path) {
   try {
@@ -26,7 +19,8 @@ nx_client_exception as_client_exception(const std::string& path) {
   } catch (const nx_error& error) {
     return {error.code, error.message, path};
   } catch (const json_value_conversion_error& error) {
-    return {-22, std::string("expected ") + error.expected + ", found " + error.found, path};
+    return {invalid_code, std::string("expected ") + error.expected + ", found " + error.found,
+            path};
   } catch (const std::exception& error) {
     return {-1, error.what(), path};
   } catch (...) {
@@ -108,11 +102,11 @@ void in_process_core::call_object(nexel_object& object) {
   const link_state state = link_->present();
   nx_db* db = link_->db;
   if (state == link_state::dead || !db) {
-    return object.report_local_error(not_connected(link_->address, path));
+    return object.report_local_error(not_connected_to(link_->address, path));
   }
   if (state == link_state::hung) {
     wait_in_vain();
-    return object.report_local_error(no_answer(link_->address, path));
+    return object.report_local_error(no_answer_from(link_->address, path));
   }
   {
     std::lock_guard lock(mutex_);
@@ -197,9 +191,9 @@ void in_process_core::subscribe_path(const std::string& path) {
 void in_process_core::subscribe_node(const std::string& path,
                                      std::unique_lock<std::recursive_mutex>& session_lock) {
   nx_db* db = link_->db;
-  if (!db) throw nx_error(-107, not_connected(link_->address, path).message);
+  if (!db) throw nx_error(not_connected_code, not_connected_to(link_->address, path).message);
   if (link_->present() == link_state::hung) {
-    throw nx_error(-110, no_answer(link_->address, path).message);
+    throw nx_error(no_answer_code, no_answer_from(link_->address, path).message);
   }
   json_document result(rapidjson::kObjectType);
   node_at(*db, path)->subscribe(session_, path, result.GetAllocator(), result, session_lock);
@@ -254,7 +248,7 @@ void in_process_core::disconnect() {
     was_hung_ = false;
     if (!std::exchange(connected_, false)) return;
     ended = subscriptions_.known_paths();
-    subscriptions_.lost(-107, not_connected(link_->address, {}).message);
+    subscriptions_.lost(not_connected_code, not_connected_to(link_->address, {}).message);
   }
   unsubscribe(ended);
   post_event(&nexel_connection_subscriber::connection_lost_event);

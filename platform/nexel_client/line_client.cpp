@@ -101,6 +101,7 @@ bool line_client::impl::receive_some(clock::time_point deadline) {
   if (!wait_for(POLLIN, deadline)) return false;
   char bytes[16 * 1024];
   const ssize_t size = recv(socket.get(), bytes, sizeof(bytes), 0);
+  if (size < 0 && errno == EINTR) return true;
   if (size <= 0) ended();
   lines.append({bytes, static_cast<std::size_t>(size)});
   return true;

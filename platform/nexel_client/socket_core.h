@@ -71,8 +71,6 @@ class socket_core : public client_core,
   void line_received(std::string_view line) override;
   void stream_ended(const std::string& reason) override;
 
-  nx_client_exception not_connected(const std::string& path) const;
-  std::string no_answer_text() const;
   void post_event(void (nexel_connection_subscriber::*event)(const std::string&));
 
   // Set once.

@@ -1,0 +1,23 @@
+// The failures that a client itself raises, over either transport.
+#pragma once
+
+#include <string>
+
+#include "platform/nexel_client/nx_client_exception.h"
+
+namespace nx {
+
+inline constexpr std::int32_t not_connected_code = -107;
+inline constexpr std::int32_t no_answer_code = -110;
+inline constexpr std::int32_t invalid_code = -22;
+
+/// `address` is the socket's path, or "[host%interface]:port".
+inline nx_client_exception not_connected_to(const std::string& address, const std::string& path) {
+  return {not_connected_code, "Not connected: " + address, path};
+}
+
+inline nx_client_exception no_answer_from(const std::string& address, const std::string& path) {
+  return {no_answer_code, "No answer within 2 s: " + address, path};
+}
+
+}  // namespace nx

@@ -1,0 +1,31 @@
+#include "platform/nexel_client/request_text.h"
+
+#include <rapidjson/document.h>
+
+#include "platform/wire/json_conversion.h"
+#include "platform/wire/limits.h"
+#include "platform/wire/nx_error.h"
+
+namespace nx {
+
+std::string params_text(const std::string& path) {
+  json_document params(rapidjson::kObjectType);
+  params.AddMember("path", to_json(path, params.GetAllocator()), params.GetAllocator());
+  return json_text(params);
+}
+
+std::string params_text(const nexel_object& object) {
+  json_document params(rapidjson::kObjectType);
+  params.AddMember("path", to_json(object.get_path(), params.GetAllocator()),
+                   params.GetAllocator());
+  object.write_request_data(params, params.GetAllocator());
+  std::string text = json_text(params);
+  constexpr std::size_t envelope = 128;
+  if (text.size() + envelope > limits::line_bytes) {
+    throw nx_error(-22, "Request of " + std::to_string(text.size()) +
+                            " bytes is beyond the limit of " + std::to_string(limits::line_bytes));
+  }
+  return text;
+}
+
+}  // namespace nx
