@@ -17,6 +17,8 @@ class client_core {
   virtual void call(const nexel_request& request) = 0;
   virtual void subscribe(std::shared_ptr<nexel_subscriber> subscriber) = 0;
   virtual bool on_io_thread() const = 0;
+  /// Nobody runs the sockets any more: what is pending is never answered.
+  virtual bool is_abandoned() const = 0;
   /// The handle is gone: calls that wait fail with -107, and no event is raised any more.
   virtual void close() = 0;
 };
@@ -36,6 +38,7 @@ class client_handle final : public Base {
 
  protected:
   bool on_io_thread() const override { return core_->on_io_thread(); }
+  bool is_abandoned() const override { return core_->is_abandoned(); }
 
  private:
   std::shared_ptr<boost::asio::io_context> io_;  // goes after the core, whose sockets need it

@@ -25,6 +25,7 @@ class in_process_core : public client_core, public std::enable_shared_from_this<
   void call(const nexel_request& request) override;
   void subscribe(std::shared_ptr<nexel_subscriber> subscriber) override;
   bool on_io_thread() const override { return false; }
+  bool is_abandoned() const override { return false; }
   void close() override;
 
   bool uses(const in_process_link& link) const { return &link == link_.get(); }

@@ -1,10 +1,21 @@
 #include "platform/nexel_client/nexel_client.h"
 
 #include <cassert>
+#include <chrono>
 
 void nexel_client_api::send(const std::shared_ptr<nexel_request>& request) {
   assert(!on_io_thread() && "a blocking call on the thread that resolves it");
   server_call(request);
+}
+
+template <class T>
+T nexel_client_api::wait_for(std::future<T>& answer, const std::string& path) {
+  // While a process shuts down the I/O thread may end before a thread that still talks to a device.
+  constexpr std::chrono::milliseconds look{100};
+  while (answer.wait_for(look) != std::future_status::ready) {
+    if (is_abandoned()) throw nx_client_exception{-107, "Not connected: shutting down", path};
+  }
+  return answer.get();
 }
 
 template <class T>
@@ -14,7 +25,7 @@ T nexel_client_api::get(const std::string& path) {
   auto answer = object->get_future();
   request->add_object(std::move(object));
   send(request);
-  return answer.get();
+  return wait_for(answer, path);
 }
 
 template <class T>
@@ -24,7 +35,7 @@ T nexel_client_api::get_or(const std::string& path, const T& default_value) {
   auto answer = object->get_future();
   request->add_object(std::move(object));
   send(request);
-  return answer.get();
+  return wait_for(answer, path);
 }
 
 namespace {
@@ -44,35 +55,35 @@ template <class R>
 R nexel_client_api::set(const std::string& path, bool value) {
   auto [request, answer] = write_request<R, bool>(path, value);
   send(request);
-  return answer.get();
+  return wait_for(answer, path);
 }
 
 template <class R>
 R nexel_client_api::set(const std::string& path, float value) {
   auto [request, answer] = write_request<R, float>(path, value);
   send(request);
-  return answer.get();
+  return wait_for(answer, path);
 }
 
 template <class R>
 R nexel_client_api::set(const std::string& path, int value) {
   auto [request, answer] = write_request<R, int>(path, value);
   send(request);
-  return answer.get();
+  return wait_for(answer, path);
 }
 
 template <class R>
 R nexel_client_api::set(const std::string& path, const std::string& value) {
   auto [request, answer] = write_request<R, std::string>(path, value);
   send(request);
-  return answer.get();
+  return wait_for(answer, path);
 }
 
 template <class R>
 R nexel_client_api::set(const std::string& path, const char* value) {
   auto [request, answer] = write_request<R, const char>(path, *value);
   send(request);
-  return answer.get();
+  return wait_for(answer, path);
 }
 
 template bool nexel_client_api::get(const std::string&);

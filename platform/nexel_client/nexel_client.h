@@ -51,9 +51,13 @@ class nexel_client_api : public nexel_client_base {
  protected:
   /// True on the thread that resolves the answers, where a blocking call would wait for itself.
   virtual bool on_io_thread() const { return false; }
+  /// True once nobody runs the sockets any more: a pending call then fails with -107.
+  virtual bool is_abandoned() const { return false; }
 
  private:
   void send(const std::shared_ptr<nexel_request>& request);
+  template <class T>
+  T wait_for(std::future<T>& answer, const std::string& path);
 };
 
 class nexel_client {

@@ -30,6 +30,7 @@ class socket_core : public client_core,
   void call(const nexel_request& request) override;
   void subscribe(std::shared_ptr<nexel_subscriber> subscriber) override;
   bool on_io_thread() const override;
+  bool is_abandoned() const override { return io_.stopped(); }
   void close() override;
 
  private:

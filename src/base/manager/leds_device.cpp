@@ -1,5 +1,7 @@
 // The LED manager's tables against the LED nexel: reading back and writing what changed.
 #include "base/manager/leds.h"
+
+#include <functional>
 #include "device/interfaces/led.h"
 #include "helpers/logger.h"
 #include "platform/nexel_client/nx_client_exception.h"
@@ -43,8 +45,10 @@ void read_row(led& device, const port_row& row, std::vector<led_data>& entries) 
   }
 }
 
-void write_row(led& device, const port_row& row, std::vector<led_data>& entries, bool force) {
-  for (unsigned n = 1; n <= entries.size(); ++n) {
+void write_row(led& device, const port_row& row, std::vector<led_data>& entries, bool force,
+               const std::function<bool()>& is_stopping) {
+  // A dead panel costs a moment for each write: a walk over it must not hold up the end.
+  for (unsigned n = 1; n <= entries.size() && !is_stopping(); ++n) {
     auto& entry = entries[n - 1];
     if (!entry.changed && !force) continue;
     try {
@@ -90,11 +94,11 @@ void leds::update_line_leds(bool force) {
 }
 
 void leds::update_xc_leds(bool force) {
-  write_row(*led_, xc_row, xc_leds_, force);
+  write_row(*led_, xc_row, xc_leds_, force, [this] { return is_stopping(); });
 }
 
 void leds::update_awg_leds(bool force) {
-  write_row(*led_, client_row, client_leds_, force);
+  write_row(*led_, client_row, client_leds_, force, [this] { return is_stopping(); });
 }
 
 }  // namespace manager
