@@ -142,6 +142,13 @@ typename filtered_value<T>::result_t polled_value_base<T>::next_result(
   return next;
 }
 
+template class filtered_value<bool>;
+template class filtered_value<float>;
+template class filtered_value<int>;
+template class filtered_value<unsigned int>;
+template class filtered_value<std::string>;
+template class filtered_value<nx::json_document>;
+
 template class polled_value_base<bool>;
 template class polled_value_base<float>;
 template class polled_value_base<int>;
