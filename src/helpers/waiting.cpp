@@ -5,6 +5,7 @@
 #include <condition_variable>
 #include <ctime>
 #include <mutex>
+#include <thread>
 
 namespace helpers {
 
@@ -16,7 +17,19 @@ using namespace std::chrono_literals;
 /// accesses sleep a microsecond at a time.
 constexpr std::chrono::nanoseconds shortest_interruptible = 100us;
 
+/// The kernel makes tens of microseconds of the shortest sleep, and a million looks at a new
+/// subscription would take a minute, with the locks of their caller held.
+constexpr std::chrono::nanoseconds shortest_kernel_sleep = 10us;
+
+void yield_through(std::chrono::nanoseconds duration) {
+  const auto end = std::chrono::steady_clock::now() + duration;
+  do {
+    std::this_thread::yield();
+  } while (std::chrono::steady_clock::now() < end);
+}
+
 void sleep_through(std::chrono::nanoseconds duration) {
+  if (duration < shortest_kernel_sleep) return yield_through(duration);
   timespec left{0, static_cast<long>(duration.count())};
   while (::nanosleep(&left, &left) != 0 && errno == EINTR) {
   }
