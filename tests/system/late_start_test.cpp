@@ -1,0 +1,77 @@
+// What is missing when the daemon starts, or stands still when it is to end.
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <filesystem>
+
+#include "tests/system/regulating_node.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr const char* no_system = "Failed to read system nexels, retrying.";
+
+// A cycle in which two loops ask the hung device in vain, the last try of a polled value, and what
+// a healthy node may take; each try is 2 s.
+constexpr auto stop_limit_with_hung_device = 8s;
+
+void expect_orderly_end(test::process& daemon, std::chrono::milliseconds limit) {
+  daemon.signal(SIGTERM);
+  const auto status = daemon.wait_for_exit(limit);
+  ASSERT_TRUE(status) << "still running:\n" << daemon.last_lines();
+  EXPECT_EQ(*status, 0) << daemon.last_lines();
+}
+
+TEST(late_start, waits_for_the_system_nexels_and_ends_in_that_wait_too) {
+  for (const char* device : {"system_info", "system_start"}) {
+    for (const char* state : {"killed", "hung"}) {
+      SCOPED_TRACE(fmt::format("{} {}", device, state));
+      test::regulating_node node;
+      node.start_surroundings();
+      node.plant().set_device(device, state);
+      node.start_daemon();
+      ASSERT_TRUE(node.wait_for_more(no_system, 2)) << node.daemon().last_lines();
+      EXPECT_TRUE(node.serves());
+      const bool hung = std::string(state) == "hung";
+      expect_orderly_end(node.daemon(), hung ? stop_limit_with_hung_device : 2s);
+
+      node.start_daemon();
+      ASSERT_TRUE(node.wait_for_more(no_system)) << node.daemon().last_lines();
+      node.plant().set_device(device, "ok");
+      EXPECT_TRUE(node.await_configuration()) << node.daemon().last_lines();
+    }
+  }
+}
+
+TEST(late_start, counts_0_db_without_a_calibration_file) {
+  const std::string calibration_path = "data/client/rx/edfaCalibration";
+  test::regulating_node node;
+  node.start_surroundings();
+  std::filesystem::remove_all(node.root().file("mnt"));
+  node.start_and_await();
+  EXPECT_THAT(node.daemon().output(), Not(HasSubstr("Read calibration value")));
+  node.release();
+  EXPECT_TRUE(test::eventually([&] { return node.read(calibration_path) == "0"; }))
+      << node.read(calibration_path);
+}
+
+TEST(late_start, ends_in_time_with_a_hung_device) {
+  test::regulating_node node;
+  node.start_surroundings();
+  for (const char* device : {"wss_edge", "preamp", "led_selka", "osc1", "voa_sfp"}) {
+    SCOPED_TRACE(device);
+    node.start_and_await();
+    node.release();
+    node.plant().set_device(device, "hung");
+    ASSERT_TRUE(node.daemon().wait_for("No answer within 2 s")) << node.daemon().last_lines();
+    expect_orderly_end(node.daemon(), stop_limit_with_hung_device);
+    node.plant().set_device(device, "ok");
+  }
+}
+
+}  // namespace

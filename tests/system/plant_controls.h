@@ -1,0 +1,42 @@
+// The control tree of a node's simulated devices, as a test uses it: breaks things, and reads what
+// the light truly does. One connection a call, so that it outlives a restart of the devices.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace test {
+
+class plant_controls {
+ public:
+  /// `root` is the folder that the node runs below.
+  explicit plant_controls(const std::string& root);
+
+  /// The matches of a pattern that are numbers. Throws nx_client_exception, as all others here.
+  std::map<std::string, double> numbers(const std::string& pattern) const;
+  double number(const std::string& path) const { return numbers(path).at(path); }
+  void set(const std::string& path, const std::string& value) const;
+
+  /// "ok", "hung" or "killed"; returns once the device behaves so.
+  void set_device(const std::string& name, const std::string& state) const;
+  /// Changes the power of a channel's laser at once, dB.
+  void disturb(const std::string& channel, double db) const;
+
+  std::vector<std::string> channels() const;
+  /// Attenuations of the switch by path, both sides, dB.
+  std::map<std::string, double> attenuations() const;
+  /// Accepted attenuation writes to the switch, both sides.
+  double switch_writes() const;
+  /// True error of a channel at the booster's output, dB.
+  double error(const std::string& channel) const;
+  /// The channels whose true error is larger than `within_db`, as a text for a failing test.
+  std::string off_target(double within_db) const;
+
+ private:
+  bool behaves(const std::string& device, const std::string& state) const;
+
+  std::string folder_;
+};
+
+}  // namespace test

@@ -1,0 +1,128 @@
+// The light of a node of real processes: how it comes to its targets, and what a dead or hung
+// device does to it.
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <rapidjson/document.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include "platform/nexel_client/line_client.h"
+#include "tests/system/regulating_node.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// Repeatability of the switch, noise of the monitor and the loop's dead band together, dB.
+constexpr double rest_db = 0.8;
+// From a device's return to the first step of a channel that waits for one: three cycles, and two
+// more until the plant tells of it.
+constexpr unsigned most_cycles = 5;
+
+/// A client that reads all channels again and again, and keeps the slowest answer.
+class busy_reader {
+ public:
+  explicit busy_reader(const std::string& socket)
+      : client_(nx::line_client::connect_unix(socket)), thread_([this] { read_on(); }) {}
+
+  /// Stops it; throws what a read threw.
+  std::chrono::milliseconds slowest_answer() {
+    stop_ = true;
+    thread_.join();
+    if (failure_) std::rethrow_exception(failure_);
+    return slowest_;
+  }
+  ~busy_reader() {
+    stop_ = true;
+    if (thread_.joinable()) thread_.join();
+  }
+  busy_reader(const busy_reader&) = delete;
+  busy_reader& operator=(const busy_reader&) = delete;
+
+ private:
+  void read_on() try {
+    while (!stop_) {
+      const auto start = std::chrono::steady_clock::now();
+      client_->call("get", R"({"path":"data/client/*/rx/power"})");
+      const auto took = std::chrono::steady_clock::now() - start;
+      slowest_ = std::max(slowest_, std::chrono::duration_cast<std::chrono::milliseconds>(took));
+    }
+  } catch (...) {
+    failure_ = std::current_exception();
+  }
+
+  std::unique_ptr<nx::line_client> client_;
+  std::atomic<bool> stop_{false};
+  std::chrono::milliseconds slowest_{0};
+  std::exception_ptr failure_;
+  std::thread thread_;
+};
+
+TEST(regulation, brings_every_channel_to_its_target_and_leaves_it_there) {
+  test::regulating_node node;
+  node.start_surroundings();
+  node.start_and_await();
+  EXPECT_TRUE(node.serves());
+  // Management software takes its time: nothing is regulated meanwhile.
+  const auto at_rest = node.plant().attenuations();
+  ASSERT_TRUE(node.wait_for_more("Waiting for redis configuration.", 3));
+  EXPECT_EQ(node.plant().attenuations(), at_rest);
+  ASSERT_NE(node.plant().off_target(rest_db), "");
+
+  node.release();
+  ASSERT_EQ(node.plant().channels().size(), 32u);
+  ASSERT_TRUE(node.await_on_target()) << node.plant().off_target(0.5);
+  for (int look = 0; look < 5; ++look) {
+    ASSERT_TRUE(node.wait_for_more(test::operational_line, 3)) << node.daemon().last_lines();
+    EXPECT_EQ(node.plant().off_target(rest_db), "");
+  }
+}
+
+// A device, and what becomes of it.
+struct faulty_device : testing::TestWithParam<std::pair<std::string, std::string>> {
+  unsigned cycles() {
+    return node.daemon().count(test::operational_line) +
+           node.daemon().count(test::not_operational_line);
+  }
+
+  test::regulating_node node;
+};
+
+TEST_P(faulty_device, moves_no_channel_and_is_used_again_at_once) {
+  const auto [device, state] = GetParam();
+  const std::string told = state == "hung" ? "No answer within 2 s" : "Not connected";
+  node.bring_up();
+  busy_reader reader(node.daemon_socket());
+  node.plant().set_device(device, state);
+  ASSERT_TRUE(node.wait_for_more(told + ": " + node.root().path())) << node.daemon().last_lines();
+  const auto in_fault = node.plant().attenuations();
+  const auto channel = node.plant().channels()[5];
+  const auto attenuation = fmt::format("truth/node/0/rx/channel/{}/attenuation", channel);
+  node.plant().disturb(channel, 2.0);
+  ASSERT_TRUE(node.wait_for_more(told, 8)) << node.daemon().last_lines();
+  EXPECT_EQ(node.plant().attenuations(), in_fault);
+
+  const auto cycles_before = cycles();
+  node.plant().set_device(device, "ok");
+  EXPECT_TRUE(test::eventually([&] {
+    return node.plant().number(attenuation) > in_fault.at(attenuation);
+  })) << node.daemon().last_lines();
+  EXPECT_LE(cycles() - cycles_before, most_cycles);
+  EXPECT_TRUE(node.await_rest()) << node.plant().off_target(0.5);
+  const auto failures = node.daemon().count(told);
+  const auto down = node.daemon().count(test::not_operational_line);
+  ASSERT_TRUE(node.wait_for_more(test::operational_line, 3)) << node.daemon().last_lines();
+  EXPECT_EQ(node.daemon().count(told), failures);
+  EXPECT_EQ(node.daemon().count(test::not_operational_line), down);
+  EXPECT_LT(reader.slowest_answer(), 1s);
+}
+
+INSTANTIATE_TEST_SUITE_P(devices, faulty_device,
+                         testing::Values(std::pair{"wss_edge", "killed"},
+                                         std::pair{"wss_edge", "hung"},
+                                         std::pair{"booster", "hung"}),
+                         [](const auto& row) { return row.param.first + "_" + row.param.second; });
+
+}  // namespace
