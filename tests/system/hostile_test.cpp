@@ -1,0 +1,196 @@
+// Clients that mean ill or are broken, on the sockets of a daemon that regulates: each gets a clear
+// answer or is closed, and neither memory, other clients nor the light take harm.
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <rapidjson/document.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "platform/nexel_client/line_client.h"
+#include "platform/nexel_client/nx_client_exception.h"
+#include "tests/system/regulating_node.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+
+constexpr double flat_mib = 6.0;
+
+std::string repeated(const std::string& text, std::size_t times) {
+  std::string all;
+  all.reserve(text.size() * times);
+  for (std::size_t i = 0; i < times; ++i)
+    all += text;
+  return all;
+}
+
+std::string request(const std::string& method, const std::string& params) {
+  return fmt::format(R"({{"jsonrpc":"2.0","id":1,"method":"{}","params":{}}})", method, params);
+}
+
+struct ill_line {
+  const char* name;
+  std::string line;
+  std::string answered;
+};
+
+std::vector<ill_line> ill_lines() {
+  const auto good = request("get", R"({"path":"data/configStatus"})");
+  return {
+      {"no JSON", "GET / HTTP/1.1", "-32700"},
+      {"half a message", good.substr(0, good.size() / 2), "-32700"},
+      {"not UTF-8", request("get", "{\"path\":\"data/\xff\xfe\"}"), "UTF-8"},
+      {"a zero byte", std::string("{\0}", 3), "Zero byte"},
+      {"10 MB", std::string(10'000'000, 'x'), "Line longer than 1048576 bytes"},
+      {"deep nesting", repeated("[", 10'000) + repeated("]", 10'000), "nested deeper than 64"},
+      {"a wide batch", '[' + repeated("1,", 99'999) + "1]", "a batch of 100000, the limit is 1000"},
+      {"a long batch", '[' + repeated(good + ',', 99'999) + good + ']', "Line longer than"},
+      {"a batch with a huge answer",
+       '[' + repeated(request("get", R"({"path":"**"})") + ',', 999) + good + ']',
+       "its answer is longer than"},
+      {"an unknown method", request("burn", R"({"path":"data/configStatus"})"), "-32601"},
+      {"no params", request("get", "null"), "-32602"},
+      {"an unknown path", request("get", R"({"path":"data/nowhere"})"), "No such path"},
+      {"a wrong type", request("set", R"({"path":"config/redisConfigStatus","value":[1]})"),
+       "expected bool, found array"},
+      {"a number beyond float",
+       request("set", R"({"path":"config/client/19140000/rx/wantedPowerOffset","value":1e300})"),
+       "infinite"},
+      {"a value that is read only", request("set", R"({"path":"data/configStatus","value":true})"),
+       "Not writable"},
+      {"a command without sense",
+       request("run", R"({"path":"command/channel/add","args":{"center":-1}})"), "error"},
+  };
+}
+
+/// Sends every ill line; the session answers each and goes on.
+void send_ill_lines(const std::string& socket) {
+  const auto client = nx::line_client::connect_unix(socket);
+  for (const auto& row : ill_lines()) {
+    SCOPED_TRACE(row.name);
+    client->send_raw(row.line + "\n");
+    const auto answer = client->read_line(10s);
+    ASSERT_TRUE(answer);
+    EXPECT_THAT(answer->substr(0, 300), HasSubstr(row.answered));
+    EXPECT_THAT(answer->substr(0, 300), HasSubstr("\"error\""));
+    client->send_raw(request("get", R"({"path":"data/configStatus"})") + "\n");
+    EXPECT_THAT(client->read_line(10s).value_or("none"), HasSubstr("true"));
+  }
+}
+
+/// Clients that go in the middle of what they said, or say nothing.
+void come_and_go(const std::string& socket) {
+  for (const char* text :
+       {"", "{", "\n\n\n", "{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"get\","}) {
+    for (int i = 0; i < 20; ++i)
+      nx::line_client::connect_unix(socket)->send_raw(text);
+  }
+  const auto asked = nx::line_client::connect_unix(socket);
+  asked->send_raw(repeated(request("get", R"({"path":"**"})") + "\n", 50));
+}
+
+/// More sessions than there may be; all end with the call.
+void crowd(const std::string& socket) {
+  std::vector<std::unique_ptr<nx::line_client>> sessions;
+  for (int i = 0; i < 300; ++i)
+    sessions.push_back(nx::line_client::connect_unix(socket));
+  EXPECT_THAT(sessions.back()->read_line(10s).value_or("none"),
+              HasSubstr("More than 256 sessions"));
+}
+
+unsigned free_port() {
+  const int probe = ::socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in6 address{};
+  address.sin6_family = AF_INET6;
+  address.sin6_addr = in6addr_loopback;
+  socklen_t size = sizeof address;
+  auto* generic = reinterpret_cast<sockaddr*>(&address);
+  const bool bound = ::bind(probe, generic, size) == 0 && ::getsockname(probe, generic, &size) == 0;
+  ::close(probe);
+  return bound ? ntohs(address.sin6_port) : 0;
+}
+
+TEST(hostile, input_harms_neither_memory_nor_clients_nor_light) {
+  test::regulating_node node;
+  node.bring_up();
+  const auto socket = node.daemon_socket();
+  const auto round = [&] {
+    send_ill_lines(socket);
+    come_and_go(socket);
+    crowd(socket);
+    EXPECT_TRUE(test::eventually([&] { return node.serves(); }));
+  };
+  round();  // buffers that are kept are grown here
+  round();
+  const double before = node.resident_mib();
+  const auto channels = node.plant().channels();
+  for (int i = 0; i < 4; ++i) {
+    const auto& channel = channels[static_cast<std::size_t>(4 + i)];
+    node.plant().disturb(channel, 2.0);
+    round();
+    EXPECT_TRUE(test::eventually([&] { return std::fabs(node.plant().error(channel)) < 0.5; }))
+        << node.plant().error(channel) << " dB\n"
+        << node.daemon().last_lines();
+  }
+  EXPECT_LT(node.resident_mib(), before + flat_mib) << "was " << before;
+  EXPECT_EQ(node.plant().off_target(0.8), "");
+}
+
+TEST(hostile, subscriber_that_never_reads_is_closed_and_holds_nobody_up) {
+  test::regulating_node node;
+  node.bring_up();
+  std::vector<std::unique_ptr<nx::line_client>> mute;
+  const double before = node.resident_mib();
+  for (int i = 0; i < 5; ++i) {
+    mute.push_back(nx::line_client::connect_unix(node.daemon_socket()));
+    mute.back()->send_raw(request("subscribe", R"({"path":"**"})") + "\n" +
+                          repeated(request("get", R"({"path":"**"})") + "\n", 200));
+  }
+  EXPECT_EQ(node.correct_a_disturbance(node.plant().channels()[7]), "");
+  EXPECT_TRUE(node.serves());
+  // What waits for a session is limited; five such sessions stay within that.
+  EXPECT_LT(node.resident_mib(), before + 5 * 8.0);
+  EXPECT_TRUE(node.daemon().wait_for("it has taken no output for 30 s", 5))
+      << node.daemon().last_lines();
+  EXPECT_TRUE(node.serves());
+}
+
+TEST(hostile, peer_side_reads_and_subscribes_only) {
+  const auto port = free_port();
+  if (port == 0) GTEST_SKIP() << "no IPv6 on the loopback";
+  test::regulating_node node;
+  node.start_surroundings();
+  auto settings = node.daemon_settings({"--port", std::to_string(port)});
+  *std::find(settings.command.begin(), settings.command.end(), "none0") = "lo";
+  const test::process daemon(settings);
+  ASSERT_TRUE(node.await_configuration());
+  const auto peer = nx::line_client::connect_tcp("::1", port);
+  EXPECT_TRUE(peer->call("get", R"({"path":"data/configStatus"})").IsObject());
+  peer->call("subscribe", R"({"path":"data/client/*/rx/power"})");
+  EXPECT_TRUE(peer->next_event(10s));
+  const std::pair<const char*, const char*> table[] = {
+      {"set", R"({"path":"config/automationMode","value":"dark"})"},
+      {"run", R"({"path":"command/channel/remove","args":{"center":19140000}})"},
+      {"reset", R"({"path":"config/automationMode"})"},
+  };
+  const auto mode = node.read("config/automationMode");
+  for (const auto& [method, params] : table) {
+    SCOPED_TRACE(method);
+    try {
+      peer->call(method, params);
+      ADD_FAILURE() << "not refused";
+    } catch (const nx_client_exception& error) {
+      EXPECT_EQ(error.code, -13) << error.message;
+      EXPECT_EQ(error.message, "Read-only session");
+    }
+  }
+  EXPECT_EQ(node.read("config/automationMode"), mode);
+}
+
+}  // namespace
