@@ -20,12 +20,16 @@ add_library(lumora_options INTERFACE)
 target_compile_options(lumora_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast
   $<$<BOOL:${LUMORA_WERROR}>:-Werror>)
-# Messages carry the path below the checkout, never the machine's own.
-target_compile_options(lumora_options INTERFACE "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
+# Messages carry the path below the checkout, never the machine's own. The compiler cache names
+# files from the build folder.
+file(RELATIVE_PATH LUMORA_UP "${PROJECT_BINARY_DIR}" "${PROJECT_SOURCE_DIR}/")
+target_compile_options(lumora_options INTERFACE
+  "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=" "-ffile-prefix-map=${LUMORA_UP}=")
 # Platform and plant headers are named from the root of the checkout, the daemon's own from src/.
 target_include_directories(lumora_options INTERFACE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/src")
 if(LUMORA_SANITIZE)
-  target_compile_options(lumora_options INTERFACE "-fsanitize=${LUMORA_SANITIZE}"
+  # -Wno-tsan: Asio's fences are not modelled by the thread sanitizer, which warns of each of them.
+  target_compile_options(lumora_options INTERFACE "-fsanitize=${LUMORA_SANITIZE}" -Wno-tsan
     -fno-omit-frame-pointer -fno-sanitize-recover=all)
   target_link_options(lumora_options INTERFACE "-fsanitize=${LUMORA_SANITIZE}")
 endif()
