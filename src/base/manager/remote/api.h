@@ -5,8 +5,8 @@
 // Threads: run on the manager thread; it may hold the lock for the network reads of identification
 // and subscription. The getters from the loops and from polled values. Lock order: channel plan,
 // this lock, that of remote::client.
-// Failures of getters: nx_error -22 when the peer's product lacks the value or has not delivered it.
-// Powers dBm, losses dB, lengths km, dispersion ps/nm.
+// Failures of getters: nx_error -22 when the peer's product lacks the value or has not delivered
+// it. Powers dBm, losses dB, lengths km, dispersion ps/nm.
 #pragma once
 
 #include <atomic>

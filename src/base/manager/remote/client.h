@@ -1,7 +1,7 @@
 // The one connection of this node to the value tree of the peer, over the IPv6 link that the
-// supervisory channel carries: finds the peer's link-local address, opens the connection and records
-// whether it is up. A connection that was lost is never used again: the next `connect` builds a new
-// one from a fresh address.
+// supervisory channel carries: finds the peer's link-local address, opens the connection and
+// records whether it is up. A connection that was lost is never used again: the next `connect`
+// builds a new one from a fresh address.
 //
 // Threads: connect and disconnect on the manager thread, inside the lock of remote::api; the two
 // events on the client library's serial executor, which may wait for the mutex. The mutex is held
