@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <string>
@@ -70,7 +71,7 @@ class fake_voa : public fake_device<device::interfaces::voa> {
  public:
   explicit fake_voa(journal& actions) : actions_(actions) {}
 
-  float attenuation = 10;
+  std::atomic<float> attenuation{10.0f};  // read by pollers
   float insertion_loss = 1;
 
   void set_attenuation(float value) override {
@@ -78,7 +79,7 @@ class fake_voa : public fake_device<device::interfaces::voa> {
     attenuation = value;
     actions_.push_back(fmt::format("voa {:.2f}", value));
   }
-  float get_attenuation() override { return read("attenuation", attenuation); }
+  float get_attenuation() override { return read("attenuation", attenuation.load()); }
   float get_min_attenuation() override { return 0; }
   float get_max_attenuation() override { return 25; }
   float get_insertion_loss() override { return read("insertion loss", insertion_loss); }
