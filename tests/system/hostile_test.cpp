@@ -20,7 +20,12 @@ namespace {
 using namespace std::chrono_literals;
 using testing::HasSubstr;
 
+// A sanitizer keeps what was freed, so that the figure says nothing there.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr double flat_mib = 1e6;
+#else
 constexpr double flat_mib = 6.0;
+#endif
 
 std::string repeated(const std::string& text, std::size_t times) {
   std::string all;
@@ -84,24 +89,34 @@ void send_ill_lines(const std::string& socket) {
   }
 }
 
-/// Clients that go in the middle of what they said, or say nothing.
+/// Clients that go in the middle of what they said, or say nothing. Those of a crowd that has just
+/// gone may still count, so that some are refused.
 void come_and_go(const std::string& socket) {
-  for (const char* text :
-       {"", "{", "\n\n\n", "{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"get\","}) {
-    for (int i = 0; i < 20; ++i)
+  const auto speak = [&](const std::string& text) {
+    try {
       nx::line_client::connect_unix(socket)->send_raw(text);
+    } catch (const nx_client_exception& refused) {
+      EXPECT_EQ(refused.code, -107) << refused.message;
+    }
+  };
+  for (const char* text : {"", "{", "\n\n\n", R"({"jsonrpc":"2.0","id":1,"method":"get",)"}) {
+    for (int i = 0; i < 20; ++i)
+      speak(text);
   }
-  const auto asked = nx::line_client::connect_unix(socket);
-  asked->send_raw(repeated(request("get", R"({"path":"**"})") + "\n", 50));
+  speak(repeated(request("get", R"({"path":"**"})") + "\n", 50));
 }
 
-/// More sessions than there may be; all end with the call.
+/// More sessions than there may be, until one is refused; all end with the call. As earlier ones
+/// go meanwhile, that need not be the first beyond the limit.
 void crowd(const std::string& socket) {
+  constexpr std::size_t limit = 256;
   std::vector<std::unique_ptr<nx::line_client>> sessions;
-  for (int i = 0; i < 300; ++i)
+  std::string answer;
+  while (answer.empty() && sessions.size() < 2 * limit + 1) {
     sessions.push_back(nx::line_client::connect_unix(socket));
-  EXPECT_THAT(sessions.back()->read_line(10s).value_or("none"),
-              HasSubstr("More than 256 sessions"));
+    if (sessions.size() > limit) answer = sessions.back()->read_line(100ms).value_or("");
+  }
+  EXPECT_THAT(answer, HasSubstr("More than 256 sessions"));
 }
 
 unsigned free_port() {
@@ -155,7 +170,7 @@ TEST(hostile, subscriber_that_never_reads_is_closed_and_holds_nobody_up) {
   EXPECT_EQ(node.correct_a_disturbance(node.plant().channels()[7]), "");
   EXPECT_TRUE(node.serves());
   // What waits for a session is limited; five such sessions stay within that.
-  EXPECT_LT(node.resident_mib(), before + 5 * 8.0);
+  EXPECT_LT(node.resident_mib(), before + 5 * 8.0 + flat_mib);
   EXPECT_TRUE(node.daemon().wait_for("it has taken no output for 30 s", 5))
       << node.daemon().last_lines();
   EXPECT_TRUE(node.serves());
