@@ -1,6 +1,8 @@
 // The outer life of the daemon: command line, product, calibration, tree server, manager thread;
 // then the main thread is the server's until a signal ends it.
 
+#include <malloc.h>
+
 #include <exception>
 #include <iostream>
 #include <memory>
@@ -33,6 +35,13 @@ struct end_of_log {
   ~end_of_log() { note_log::flush(); }
 };
 
+/// A client may ask for answers of megabytes. Left to itself the allocator raises its threshold at
+/// the first of them, and each thread then keeps what the next ones took.
+void give_large_memory_back() {
+  constexpr int threshold_bytes = 128 * 1024;
+  ::mallopt(M_MMAP_THRESHOLD, threshold_bytes);
+}
+
 /// Lends the calling thread to the server until it is told to end; then ends the manager thread.
 void serve(nexel_api& server, lumora_manager& daemon, std::shared_ptr<manager::interface>& manager,
            const std::string& interface_name) {
@@ -56,6 +65,7 @@ int main(int argc, const char** argv) try {
     std::cout << "Unknown product: " << given->product << std::endl;
     return status_wrong_command_line;
   }
+  give_large_memory_back();
   catch_stop_signals();
   calibration::instance().read_calibration_values(nx::rooted_path(calibration_file));
   nexel_api server(server_path, given->port, false);
