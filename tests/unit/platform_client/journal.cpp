@@ -5,29 +5,30 @@
 namespace client_test {
 
 void journal::note(const std::string& text) {
-  std::lock_guard lock(mutex_);
-  entries_.push_back(text);
-  changed_.notify_all();
+  const auto to = notes_;
+  std::lock_guard lock(to->mutex);
+  to->entries.push_back(text);
+  to->changed.notify_all();
 }
 
 std::vector<std::string> journal::entries() const {
-  std::lock_guard lock(mutex_);
-  return entries_;
+  std::lock_guard lock(notes_->mutex);
+  return notes_->entries;
 }
 
 std::size_t journal::count(const std::string& text) const {
-  std::lock_guard lock(mutex_);
-  return count_locked(text);
+  std::lock_guard lock(notes_->mutex);
+  return notes_->count(text);
 }
 
 bool journal::await(const std::string& text, std::size_t times,
                     std::chrono::milliseconds patience) const {
-  std::unique_lock lock(mutex_);
-  return changed_.wait_for(lock, patience, [&] { return count_locked(text) >= times; });
+  std::unique_lock lock(notes_->mutex);
+  return notes_->changed.wait_for(lock, patience, [&] { return notes_->count(text) >= times; });
 }
 
-std::size_t journal::count_locked(const std::string& text) const {
-  return static_cast<std::size_t>(std::count(entries_.begin(), entries_.end(), text));
+std::size_t journal::notes::count(const std::string& text) const {
+  return static_cast<std::size_t>(std::count(entries.begin(), entries.end(), text));
 }
 
 void noting_subscriber::send_changed_value_event(std::string_view path,

@@ -151,25 +151,22 @@ TEST_F(socket_client, loss_fails_calls_then_tells_subscribers_then_raises_the_ev
 /// Takes a lock that its user holds across calls, as the peer's connection does.
 class locking_connection : public noting_connection {
  public:
-  locking_connection(std::mutex& mutex, journal& to) : noting_connection(to), mutex_(mutex) {}
+  using noting_connection::noting_connection;
   void connection_lost_event(const std::string& name) override {
     to_.note("losing " + name);
-    std::lock_guard lock(mutex_);
+    std::lock_guard lock(mutex);
     client.reset();
     noting_connection::connection_lost_event(name);
   }
+  std::mutex mutex;
   std::shared_ptr<nexel_client_api> client;
-
- private:
-  std::mutex& mutex_;
 };
 
 TEST_F(socket_client, lost_event_may_wait_for_a_lock_that_is_held_across_a_call) {
   scripted_server server(path, scripted_server::silence);
-  std::mutex mutex;
-  auto receiver = std::make_shared<locking_connection>(mutex, events);
+  auto receiver = std::make_shared<locking_connection>(events);
   {
-    std::lock_guard lock(mutex);
+    std::lock_guard lock(receiver->mutex);
     receiver->client = connect(receiver);
     std::thread dropper([&] {
       server.seen.await("get data/power");
@@ -184,8 +181,7 @@ TEST_F(socket_client, lost_event_may_wait_for_a_lock_that_is_held_across_a_call)
 TEST_F(socket_client, no_event_of_a_client_that_is_gone) {
   const std::string held_path = folder.file("held");
   scripted_server server(path), held_server(held_path);
-  std::mutex mutex;
-  auto holder = std::make_shared<locking_connection>(mutex, events);
+  auto holder = std::make_shared<locking_connection>(events);
   auto receiver = std::make_shared<noting_connection>(events);
   auto held = nexel_client::create(io, held_path, "held", holder);
   auto client = connect(receiver);
@@ -194,7 +190,7 @@ TEST_F(socket_client, no_event_of_a_client_that_is_gone) {
   ASSERT_TRUE(events.await("established held"));
   ASSERT_TRUE(events.await("established nexel"));
   {
-    std::lock_guard lock(mutex);
+    std::lock_guard lock(holder->mutex);
     held_server.drop_connection();
     ASSERT_TRUE(events.await("losing held"));
     server.drop_connection();  // its event queues behind the other
