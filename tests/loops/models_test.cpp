@@ -2,12 +2,9 @@
 // differences alone.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
-#include <rapidjson/document.h>
 
 #include <ostream>
 
-#include "platform/kvs_client/kvs_client.h"
-#include "platform/wire/json_conversion.h"
 #include "tests/support/plant_node.h"
 
 namespace {
@@ -23,7 +20,6 @@ struct model {
   float utilization_in_dark;   ///< percent, all channels there and none lit
   float utilization_when_lit;  ///< percent
   bool has_automation_mode;
-  bool by_command;  ///< channels come by command, and in no mode that regulates
 };
 
 std::ostream& operator<<(std::ostream& out, const model& of) {
@@ -31,12 +27,12 @@ std::ostream& operator<<(std::ostream& out, const model& of) {
 }
 
 constexpr model models[] = {
-    {"orvalite", 32, "[19140000,19155000,", "19140000", 0.0f, 100.0f, true, false},
-    {"orvamax", 40, "[19210000,19220000,", "19210000", 0.0f, 100.0f, true, false},
-    {"orvapro", 40, "[19210000,19220000,", "19210000", 0.0f, 100.0f, true, false},
-    {"orvakinet", 40, "[1,2,3,4,5,6,7,8,9,10,", "1", 83.3f, 83.3f, false, false},
-    {"selkamin", 48, "[19210000,19220000,", "19210000", 99.5f, 99.5f, true, true},
-    {"selkaplus", 48, "[19210000,19220000,", "19210000", 99.5f, 99.5f, true, true},
+    {"orvalite", 32, "[19140000,19155000,", "19140000", 0.0f, 100.0f, true},
+    {"orvamax", 40, "[19210000,19220000,", "19210000", 0.0f, 100.0f, true},
+    {"orvapro", 40, "[19210000,19220000,", "19210000", 0.0f, 100.0f, true},
+    {"orvakinet", 40, "[1,2,3,4,5,6,7,8,9,10,", "1", 83.3f, 83.3f, false},
+    {"selkamin", 48, "[19210000,19220000,", "19210000", 99.5f, 99.5f, true},
+    {"selkaplus", 48, "[19210000,19220000,", "19210000", 99.5f, 99.5f, true},
 };
 
 class every_model : public testing::TestWithParam<model> {
@@ -47,36 +43,14 @@ class every_model : public testing::TestWithParam<model> {
     return topology;
   }
 
-  /// The twin switch of the selka models follows the node's store.
-  static std::optional<double> stored_attenuation(const std::string& module, unsigned channel) {
-    const auto text = kvs_memory::get(
-        fmt::format("{{conf}}:nx/wss:config/module/{}/channel/{}/attenuation", module, channel));
-    if (text.empty()) return std::nullopt;
-    return std::stod(text);
-  }
-
-  void add_channel(unsigned centre) {
-    const auto request =
-        nx::parse_json(fmt::format(R"({{"center":{},"width":10000,"port":2}})", centre));
-    rapidjson::Document answer(rapidjson::kObjectType);
-    node_.tree()
-        .find("command/channel/add")
-        ->run("command/channel/add", request, answer.GetAllocator(), answer);
-    node_.write(fmt::format("config/client/{}/rx/opticalControlMode", centre), "\"power\"");
-  }
-
   plant_node node_{dark(GetParam().product)};
 };
 
 TEST_P(every_model, brings_its_band_to_target) {
   const auto& expected = GetParam();
-  node_.plant().set_switch_source(stored_attenuation);
   node_.start();
   ASSERT_EQ(node_.channels().size(), expected.channels);
-  if (expected.by_command) {
-    for (const auto centre : node_.channels())
-      add_channel(centre);
-  }
+  node_.add_channels();
   node_.run_for(5s);
   EXPECT_TRUE(node_.text("data/channel/index").starts_with(expected.index))
       << node_.text("data/channel/index");

@@ -1,6 +1,8 @@
 #include "tests/support/plant_node.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
+#include <rapidjson/document.h>
 
 #include <cmath>
 #include <utility>
@@ -8,19 +10,34 @@
 #include "base/manager/automation.h"
 #include "helpers/logger.h"
 #include "helpers/waiting.h"
+#include "platform/kvs_client/kvs_client.h"
 #include "platform/note_log/note_log.h"
+#include "platform/wire/json_conversion.h"
 #include "products/factory.h"
 #include "tests/support/daemon_surroundings.h"
 #include "tests/support/tree_values.h"
 
 namespace test {
 
+namespace {
+
+/// The twin switch of the selka models follows the node's store.
+std::optional<double> stored_attenuation(const std::string& module, unsigned channel) {
+  const auto text = kvs_memory::get(
+      fmt::format("{{conf}}:nx/wss:config/module/{}/channel/{}/attenuation", module, channel));
+  if (text.empty()) return std::nullopt;
+  return std::stod(text);
+}
+
+}  // namespace
+
 plant_node::plant_node(sim::topology topology)
     : plant_(std::make_unique<sim::plant>(std::move(topology))),
       clock_(std::make_shared<hand_clock>([this](std::chrono::nanoseconds piece) { step(piece); })),
       poller_(std::make_shared<nx::manual_poller>()),
       tree_(std::make_unique<nx_db>(poller_)),
-      channels_(plant_->channels()) {
+      channels_(plant_->channels()),
+      channels_by_command_(plant_->get_topology().nodes.front().product.starts_with("selka")) {
   helpers::waiting::instance().set_source(clock_);
   automation::instance().set("managedCLI");
   logger::instance().level = 2;
@@ -29,6 +46,7 @@ plant_node::plant_node(sim::topology topology)
     log_.push_back(record.text);
   });
   plant_->attach_to(network_);
+  plant_->set_switch_source(stored_attenuation);
   network_.set_wait([this](std::chrono::milliseconds time) { clock_->sleep_in_call(time); });
   network_.set_clock([this] { return clock_->steady_now(); });
   tree_->set_clock([this] { return clock_->system_now(); });
@@ -65,6 +83,22 @@ void plant_node::step(std::chrono::nanoseconds piece) {
 
 void plant_node::start() {
   manager_->start(*tree_);
+}
+
+void plant_node::add_channel(unsigned centre) {
+  const std::string add = "command/channel/add";
+  const auto request =
+      nx::parse_json(fmt::format(R"({{"center":{},"width":10000,"port":2}})", centre));
+  rapidjson::Document answer(rapidjson::kObjectType);
+  tree_->find(add)->run(add, request, answer.GetAllocator(), answer);
+  for (const char* side : {"rx", "tx"})
+    write(fmt::format("config/client/{}/{}/opticalControlMode", centre, side), "\"power\"");
+}
+
+void plant_node::add_channels() {
+  if (!channels_by_command_) return;
+  for (const auto centre : channels_)
+    add_channel(centre);
 }
 
 void plant_node::cycle() {

@@ -29,6 +29,11 @@ class plant_node {
 
   /// Builds the manager; its waits move time.
   void start();
+  /// For whoever starts the manager itself.
+  std::shared_ptr<manager::interface>& manager() { return manager_; }
+  /// On the models whose channels come by command: all of them, in a mode that regulates. Nothing
+  /// on the others.
+  void add_channels();
   /// Runs whole cycles until at least this much time has gone by.
   void run_for(std::chrono::nanoseconds duration);
   /// One cycle of the main loop, its sleep included.
@@ -59,6 +64,7 @@ class plant_node {
 
  private:
   void step(std::chrono::nanoseconds piece);
+  void add_channel(unsigned centre);
 
   nx::in_process_network network_;
   std::unique_ptr<sim::plant> plant_;
@@ -67,6 +73,7 @@ class plant_node {
   std::unique_ptr<nx_db> tree_;
   std::shared_ptr<manager::interface> manager_;
   std::vector<unsigned> channels_;
+  bool channels_by_command_;
   std::mutex log_mutex_;
   log_lines log_;
   std::chrono::nanoseconds unpolled_{0};
