@@ -131,6 +131,13 @@ void in_process_network::set_state(const std::string& address, link_state state)
   impl_->change(address, [&](in_process_link& link) { link.state = state; });
 }
 
+std::set<std::string> in_process_network::addresses_in_use() const {
+  std::set<std::string> addresses;
+  for (const auto& client : impl_->live_clients())
+    addresses.insert(client->address());
+  return addresses;
+}
+
 void in_process_network::set_wait(std::function<void(std::chrono::milliseconds)> wait) {
   std::lock_guard lock(impl_->mutex);
   impl_->wait = std::move(wait);

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 
 class nx_db;
@@ -34,6 +35,9 @@ class in_process_network {
   void attach(const std::string& address, nx_db& db);
   void detach(const std::string& address);
   void set_state(const std::string& address, link_state state);
+
+  /// Where the clients that live now point to, whether anything is attached there or not.
+  std::set<std::string> addresses_in_use() const;
 
   /// How a hung call spends its 2 s: the hand-driven clock's sleep.
   void set_wait(std::function<void(std::chrono::milliseconds)> wait);

@@ -29,6 +29,7 @@ class in_process_core : public client_core, public std::enable_shared_from_this<
   void close() override;
 
   bool uses(const in_process_link& link) const { return &link == link_.get(); }
+  const std::string& address() const { return link_->address; }
   /// The link is another than it was: ends the subscriptions of one that died.
   void link_changed();
   /// Takes up a link that came back, and asks for the subscriptions that are due.

@@ -101,6 +101,15 @@ void plant_node::add_channels() {
     add_channel(centre);
 }
 
+std::set<std::string> plant_node::devices() const {
+  std::set<std::string> names;
+  const auto folder = sim::plant::nexel_address("");
+  for (const auto& address : network_.addresses_in_use()) {
+    if (address.starts_with(folder)) names.insert(address.substr(folder.size()));
+  }
+  return names;
+}
+
 void plant_node::cycle() {
   bool running = true;
   clock_->at(clock_->elapsed(), [&running] { running = false; });

@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -40,6 +41,9 @@ class plant_node {
   void cycle();
   /// Cycles until the condition holds; fails the test and returns false after `limit`.
   bool run_until(const std::function<bool()>& condition, std::chrono::nanoseconds limit);
+
+  /// Names of the devices that the manager holds on to: "booster", "sfp/0".
+  std::set<std::string> devices() const;
 
   sim::plant& plant() { return *plant_; }
   nx_db& tree() { return *tree_; }

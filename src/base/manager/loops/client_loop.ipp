@@ -214,11 +214,12 @@ void client_loop<T>::setup_channel_api(nx_db& db, control_ptr control) {
 template <class T>
 void client_loop<T>::publish_wanted_power(nx_db& db, const control_ptr& control) {
   const auto channel = control->get_channel();
-  const auto id = channel->get_id();
+  // Bound to the plan's key: a model may number its channels otherwise on the tree.
   channel->get_value_group()->add_value(
       nx::api::config_param<&client_loop<T>::set_wanted_power_offset>::create(
-          db, fmt::format(fmt::runtime(direction_.wanted_power_offset_path), id),
-          get_channel_target_power(control), this->shared_from_this(), id),
+          db, fmt::format(fmt::runtime(direction_.wanted_power_offset_path), channel->get_id()),
+          get_channel_target_power(control), this->shared_from_this(),
+          channel->get_center_frequency()),
       0);
 }
 
