@@ -111,7 +111,9 @@ node_settings default_node(const std::string& product) {
   if (product == "orvakinet") {
     node.has_voa = false;
     node.drop_switch_mid_stage = true;
+    // Puts the drop switch at rest where the factory's calibration towards the client counts it.
     node.preamp.gain_db = 26.0;
+    node.preamp.power_limit_dbm = 22.3;
   }
   if (product.starts_with("selka")) {
     node.add_switch.max_attenuation_db = 25.0;
