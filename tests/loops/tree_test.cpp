@@ -130,14 +130,15 @@ description found_at(nx_db& tree, const std::string& path) {
 
 class tree_page : public testing::TestWithParam<std::string> {
  protected:
-  /// Up to the main loop as the process does it, then some cycles, so that all that comes late is
-  /// there too.
+  /// Up to the main loop as the process does it, then some cycles with a known peer, so that all
+  /// that comes late is there too.
   void run_node() {
     bool running = true;
     node_.clock().at(node_.now() + 3s, [&running] { running = false; });
     daemon_->start(node_.manager(), &running);
     node_.add_channels();
-    node_.run_for(10s);
+    node_.face_itself();
+    node_.run_for(20s);
   }
 
   test::plant_node node_{GetParam()};

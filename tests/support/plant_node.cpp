@@ -101,6 +101,11 @@ void plant_node::add_channels() {
     add_channel(centre);
 }
 
+void plant_node::face_itself() {
+  const auto& neighbour = plant_->get_topology().nodes.front().osc.neighbour;
+  network_.attach(fmt::format("[{}]:5100", neighbour), *tree_);
+}
+
 std::set<std::string> plant_node::devices() const {
   std::set<std::string> names;
   const auto folder = sim::plant::nexel_address("");

@@ -42,6 +42,9 @@ class plant_node {
   /// Cycles until the condition holds; fails the test and returns false after `limit`.
   bool run_until(const std::function<bool()>& condition, std::chrono::nanoseconds limit);
 
+  /// Makes the node its own peer: one that is known, where its model is, and has every value.
+  void face_itself();
+
   /// Names of the devices that the manager holds on to: "booster", "sfp/0".
   std::set<std::string> devices() const;
 
