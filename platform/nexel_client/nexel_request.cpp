@@ -38,8 +38,6 @@ const char* nexel_read_object<T>::method() const {
 template <class T>
 void nexel_read_object<T>::write_request_data(nx::json_value&, nx::json_allocator&) const {}
 
-// A promise is the last thing that each of these touches: the caller owns the path, and goes on
-// as soon as its future is ready.
 template <class T>
 void nexel_read_object<T>::process_ok_response(const nx::json_value& result) {
   try {

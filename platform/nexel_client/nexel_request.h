@@ -7,15 +7,16 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/nexel_client/nx_client_exception.h"
 #include "platform/wire/json.h"
 
-/// One path inside a request. The path text is held by reference for the duration of the call.
+/// One path inside a request. It may outlive its caller, who gives up when the process shuts down.
 class nexel_object {
  public:
-  explicit nexel_object(const std::string& path) : path_(path) {}
+  explicit nexel_object(std::string path) : path_(std::move(path)) {}
   virtual ~nexel_object() = default;
 
   const std::string& get_path() const { return path_; }
@@ -31,7 +32,7 @@ class nexel_object {
   virtual void report_local_error(const nx_client_exception& error) = 0;
 
  private:
-  const std::string& path_;
+  const std::string path_;
 };
 
 class nexel_request {

@@ -58,13 +58,12 @@ bool socket_core::on_io_thread() const {
 void socket_core::call(const nexel_request& request) {
   std::vector<outgoing> calls;
   for (const auto& object : request.get_objects()) {
-    const std::string path = object->get_path();
     try {
       if (io_.stopped())
-        throw nx_error(not_connected_code, not_connected_to(address_.text(), path).message);
-      calls.push_back({object, path, params_text(*object)});
+        throw nx_error(not_connected_code, not_connected_to(address_.text(), {}).message);
+      calls.push_back({object, params_text(*object)});
     } catch (const nx_error& error) {
-      object->report_local_error({error.code, error.message, path});
+      object->report_local_error({error.code, error.message, object->get_path()});
     }
   }
   put_into_inbox(std::move(calls), nullptr);
@@ -115,7 +114,8 @@ void socket_core::start(outgoing call) {
   const auto now = clock::now();
   const bool stuck = watch_.silent() && stream_->writing();
   if (stuck || !watch_.admits(now)) {
-    return call.object->report_local_error(no_answer_from(address_.text(), call.path));
+    return call.object->report_local_error(
+        no_answer_from(address_.text(), call.object->get_path()));
   }
   const char* method = call.object->method();
   const auto id = calls_.add(std::move(call.object), now + answer_watch::time_out);
@@ -178,7 +178,7 @@ void socket_core::line_received(std::string_view line) {
 
 void socket_core::subscribe_due(time_point now) {
   for (const auto& path : subscriptions_.take_due(now)) {
-    start({std::make_shared<subscription_call>(path, subscriptions_), path, params_text(path)});
+    start({std::make_shared<subscription_call>(path, subscriptions_), params_text(path)});
   }
 }
 

@@ -37,10 +37,9 @@ class socket_core : public client_core,
   using time_point = std::chrono::steady_clock::time_point;
   enum class phase { pausing, connecting, connected, closed };
 
-  /// A request as its caller wrote it; the path and the value may be gone when it is sent.
+  /// A request as its caller wrote it; what it refers to may be gone when it is sent.
   struct outgoing {
     std::shared_ptr<nexel_object> object;
-    std::string path;
     std::string params;
   };
 

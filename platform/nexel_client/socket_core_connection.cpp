@@ -44,7 +44,7 @@ void socket_core::attempt_failed(const std::string& reason) {
   outage_logged_ = true;
   pause();
   for (auto& call : std::exchange(waiting_, {})) {
-    call.object->report_local_error(not_connected_to(address_.text(), call.path));
+    call.object->report_local_error(not_connected_to(address_.text(), call.object->get_path()));
   }
 }
 
@@ -121,7 +121,7 @@ void socket_core::shut_down() {
       waiting_.push_back(std::move(call));
   }
   for (auto& call : std::exchange(waiting_, {})) {
-    call.object->report_local_error(not_connected_to(address_.text(), call.path));
+    call.object->report_local_error(not_connected_to(address_.text(), call.object->get_path()));
   }
 }
 

@@ -10,18 +10,13 @@
 
 namespace nx {
 
-/// The path of a subscription request outlives the request; others' paths are their callers'.
-struct path_holder {
-  std::string held_path;
-};
-
-class subscription_call final : private path_holder, public nexel_object {
+class subscription_call final : public nexel_object {
  public:
   /// Between a refusal and the next try.
   static constexpr std::chrono::seconds retry_interval{1};
 
   subscription_call(const std::string& path, subscription_table& table)
-      : path_holder{path}, nexel_object(held_path), table_(table) {}
+      : nexel_object(path), table_(table) {}
 
   const char* method() const override { return "subscribe"; }
   void write_request_data(json_value&, json_allocator&) const override {}

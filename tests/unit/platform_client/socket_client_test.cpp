@@ -244,6 +244,15 @@ TEST_F(socket_client, after_the_io_context_has_stopped_calls_fail) {
   client.reset();
   stopped.reset();
   EXPECT_EQ(events.count("call ! -107"), 1u);
+
+  scripted_server silent(path, scripted_server::silence);
+  auto pending = connect();
+  std::thread stopper([&] {
+    silent.seen.await("get a/path/that/ends/with/its/caller");
+    io->stop();
+  });
+  EXPECT_EQ(failure_of([&] { pending->get<int>("a/path/that/ends/with/its/caller"); }).code, -107);
+  stopper.join();
 }
 
 TEST_F(socket_client, what_many_threads_ask_at_once_goes_out_in_one_write) {
