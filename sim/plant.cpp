@@ -280,6 +280,16 @@ void plant::drop_subscription(unsigned node, const std::string& name, const std:
   impl_->tree(node, name).drop_subscriptions(path);
 }
 
+void plant::forget_channels(unsigned node, const std::string& name) {
+  const std::lock_guard lock(impl_->light);
+  impl_->tree(node, name).forget_channels();
+}
+
+void plant::set_optical_switch_stuck(unsigned node, bool stuck) {
+  const std::lock_guard lock(impl_->light);
+  impl_->at(node).dispersion.stuck = stuck;
+}
+
 void plant::set_switch_source(attenuation_source source) {
   const std::lock_guard lock(impl_->light);
   for (auto& of_node : impl_->trees) {
@@ -358,6 +368,12 @@ unsigned plant::monitor_passes(unsigned node, direction side) const {
   const std::lock_guard lock(impl_->light);
   const sim::node& of = impl_->at(node);
   return monitor_of(of, side).passes();
+}
+
+double plant::compensation_ps_per_nm(unsigned node) const {
+  const std::lock_guard lock(impl_->light);
+  const dispersion_module& of = impl_->at(node).dispersion;
+  return of.tunable_ps_per_nm + (of.path == 1 ? fixed_module_ps_per_nm : 0.0);
 }
 
 write_counters plant::channel_writes(unsigned node, direction side, unsigned channel) const {

@@ -142,6 +142,12 @@ class plant {
   nexel_state get_nexel_state(unsigned node, const std::string& name) const;
   void drop_subscription(unsigned node, const std::string& name, const std::string& path);
 
+  /// The device behind the service starts anew and has lost the channels it was given by command:
+  /// "wss" and "ocm" of the selka models.
+  void forget_channels(unsigned node, const std::string& name);
+  /// The optical switch of orvapro stays where it is, whatever it is told.
+  void set_optical_switch_stuck(unsigned node, bool stuck);
+
   /// Where the twin switch of the selka models finds its attenuations: the node's key store, in the
   /// words of its keys ("add" or "drop", channel). Asked ten times a second of plant time, with the
   /// plant's lock held; none leaves a channel as it is.
@@ -167,6 +173,8 @@ class plant {
   /// A channel's target at the booster's output, by its share of the band and the fibre's tilt.
   double booster_target_dbm(unsigned node, unsigned channel) const;
   bool osc_ready(unsigned node) const;
+  /// What the node's dispersion modules add to the path, the fixed one included where it is in it.
+  double compensation_ps_per_nm(unsigned node) const;
   unsigned monitor_passes(unsigned node, direction side) const;
 
   write_counters channel_writes(unsigned node, direction side, unsigned channel) const;

@@ -233,6 +233,18 @@ void control_tree::add_nexels(unsigned number, const std::vector<std::string>& n
                                           owner_.drop_subscription(number, name, pattern);
                                           return true;
                                         });
+    if (name == "wss" || name == "ocm") {
+      add_free_command<bool, bool>("command/" + path + "forgetChannels",
+                                   [this, number, name](const bool&) {
+                                     owner_.forget_channels(number, name);
+                                     return true;
+                                   });
+    }
+    if (name.starts_with("ols_optical_switch")) {
+      add_free_setting<bool>("config/" + path + "stuck", false, [this, number](const bool& stuck) {
+        owner_.set_optical_switch_stuck(number, stuck);
+      });
+    }
   }
 }
 

@@ -26,6 +26,9 @@ class device_tree {
   nx_db& db() { return db_; }
 
   virtual void publish() {}
+  /// As after a restart of the device behind the service: the channels that it was given by command
+  /// are gone. Called with the plant's lock held.
+  virtual void forget_channels() {}
 
   /// While set every write is answered with the error -5 "Refused by the device".
   void set_refusing(bool refusing) { refusing_ = refusing; }

@@ -4,16 +4,17 @@
 
 namespace sim {
 
-compensator_tree::compensator_tree(std::mutex& light, dispersion_module& device)
+compensator_tree::compensator_tree(std::mutex& light, dispersion_module& device,
+                                   const compensator_settings& settings)
     : device_tree("tdcm", light), device_(device) {
-  constexpr double range_ps_per_nm = 700.0;
-  add_reading<std::string>("inventory/partNumber", "TDCM-0700");
-  add_reading<float>("data/debug/tuningRangeMin", static_cast<float>(-range_ps_per_nm));
-  add_reading<float>("data/debug/tuningRangeMax", static_cast<float>(range_ps_per_nm));
+  const double range = settings.range_ps_per_nm;
+  add_reading<std::string>("inventory/partNumber", settings.part_number);
+  add_reading<float>("data/debug/tuningRangeMin", static_cast<float>(-range));
+  add_reading<float>("data/debug/tuningRangeMax", static_cast<float>(range));
   current_ = add_reading<float>("data/currentDispersion", 0.0F);
-  add_setting<float>("config/dispersion", 0.0F, [this](const float& wanted) {
+  add_setting<float>("config/dispersion", 0.0F, [this, range](const float& wanted) {
     const auto value = static_cast<double>(wanted);
-    require_range("dispersion", value, -range_ps_per_nm, range_ps_per_nm, "ps/nm");
+    require_range("dispersion", value, -range, range, "ps/nm");
     device_.wanted_ps_per_nm = value;
   });
 }
@@ -27,7 +28,7 @@ optical_switch_tree::optical_switch_tree(std::mutex& light, dispersion_module& d
   auto shown = add_reading<int>("data/path", device.path);
   add_command<int, int>("command/pathselect", [&device, shown](const int& path) {
     // A position that it does not have leaves the switch where it is; the answer says where.
-    if (path == 1 || path == 2) device.path = path;
+    if (!device.stuck && (path == 1 || path == 2)) device.path = path;
     shown->update(device.path);
     return device.path;
   });

@@ -9,7 +9,8 @@ namespace sim {
 
 class compensator_tree : public device_tree {
  public:
-  compensator_tree(std::mutex& light, dispersion_module& device);
+  compensator_tree(std::mutex& light, dispersion_module& device,
+                   const compensator_settings& settings);
   void publish() override;
 
  private:

@@ -28,7 +28,8 @@ std::vector<std::unique_ptr<device_tree>> make_node_trees(std::mutex& light, nod
     trees.push_back(std::make_unique<spectrum_tree>(light, of));
   }
   if (product == "orvapro") {
-    trees.push_back(std::make_unique<compensator_tree>(light, of.dispersion));
+    trees.push_back(
+        std::make_unique<compensator_tree>(light, of.dispersion, of.settings.compensator));
     trees.push_back(std::make_unique<optical_switch_tree>(light, of.dispersion));
   }
   return trees;

@@ -55,7 +55,15 @@ void port_monitor_tree::add_commands(port& of) {
   });
 }
 
+void port_monitor_tree::forget_channels() {
+  for (port& each : ports_) {
+    clear(each);
+    each.plan_loaded->update(false);
+  }
+}
+
 bool port_monitor_tree::add_channel(port& to, unsigned centre) {
+  if (to.channels.contains(centre)) return true;
   const grid& slots = node_.slots;
   const auto at = std::find_if(slots.begin(), slots.end(),
                                [&](const slot& each) { return each.key == centre; });

@@ -15,6 +15,7 @@ class port_monitor_tree : public device_tree {
  public:
   port_monitor_tree(std::mutex& light, node& of);
   void publish() override;
+  void forget_channels() override;
 
  private:
   struct channel {

@@ -62,7 +62,16 @@ void twin_switch_tree::add_commands(module& of) {
   });
 }
 
+void twin_switch_tree::forget_channels() {
+  for (module& each : modules_) {
+    clear(each);
+    each.plan_loaded->update(false);
+  }
+}
+
 bool twin_switch_tree::add_channel(module& to, const channel_request& request) {
+  // A plan that is loaded once more leaves the light of the channels that are there alone.
+  if (to.channels.contains(request.centre)) return true;
   const grid& slots = node_.slots;
   const auto at = std::find_if(slots.begin(), slots.end(),
                                [&](const slot& each) { return each.key == request.centre; });

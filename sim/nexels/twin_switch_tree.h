@@ -16,6 +16,7 @@ class twin_switch_tree : public device_tree {
  public:
   twin_switch_tree(std::mutex& light, node& of);
   void publish() override;
+  void forget_channels() override;
   void set_source(plant::attenuation_source source) { source_ = std::move(source); }
 
  private:

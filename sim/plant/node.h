@@ -19,6 +19,7 @@ struct dispersion_module {
   double wanted_ps_per_nm = 0.0;
   double tunable_ps_per_nm = 0.0;  ///< follows at the pace of its heater
   int path = 1;                    ///< 1 with the fixed module, 2 without
+  bool stuck = false;              ///< the switch answers where it is, and stays there
 };
 
 class node {

@@ -80,6 +80,11 @@ struct voa_settings {
   double start_attenuation_db = 5.0;
 };
 
+struct compensator_settings {
+  std::string part_number = "TDCM-0700";
+  double range_ps_per_nm = 700.0;  ///< either way
+};
+
 struct osc_settings {
   double tx_power_dbm = 0.0;
   double sensitivity_dbm = -28.0;
@@ -102,6 +107,7 @@ struct node_settings {
   bool has_voa = true;
   voa_settings voa;
   osc_settings osc;
+  compensator_settings compensator;    ///< of orvapro
   double line_output_filter_db = 0.8;  ///< combines channels and supervisory channel
   double line_input_filter_db = 0.8;
   double tap_noise_db = 0.02;

@@ -84,6 +84,9 @@ void read_part(object_reader& parent, const char* name, Part& part) {
   visit_values(part, reader);
   if constexpr (std::is_same_v<Part, amplifier_settings>) reader.flag("enabled", part.enabled);
   if constexpr (std::is_same_v<Part, osc_settings>) reader.text("neighbour", part.neighbour);
+  if constexpr (std::is_same_v<Part, compensator_settings>) {
+    reader.text("partNumber", part.part_number);
+  }
   reader.refuse_unknown();
 }
 

@@ -82,6 +82,11 @@ void visit_values(osc_settings& s, Visit&& visit) {
   visit("neighbourTime", s.neighbour_s, 0.0, 60.0, "s");
 }
 
+template <class Visit>
+void visit_values(compensator_settings& s, Visit&& visit) {
+  visit("range", s.range_ps_per_nm, 100.0, 2000.0, "ps/nm");
+}
+
 /// The node's own numbers, without those of its devices.
 template <class Visit>
 void visit_values(node_settings& s, Visit&& visit) {
@@ -104,6 +109,7 @@ void visit_devices(node_settings& s, Visit&& visit) {
   visit("preampMonitor", s.preamp_monitor);
   visit("voa", s.voa);
   visit("osc", s.osc);
+  visit("compensator", s.compensator);
 }
 
 }  // namespace sim

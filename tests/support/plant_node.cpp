@@ -2,17 +2,20 @@
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
-#include <rapidjson/document.h>
 
+#include <atomic>
 #include <cmath>
+#include <optional>
+#include <stdexcept>
+#include <thread>
 #include <utility>
 
 #include "base/manager/automation.h"
+#include "device/hardware/tdcm.h"
 #include "helpers/logger.h"
 #include "helpers/waiting.h"
 #include "platform/kvs_client/kvs_client.h"
 #include "platform/note_log/note_log.h"
-#include "platform/wire/json_conversion.h"
 #include "products/factory.h"
 #include "tests/support/daemon_surroundings.h"
 #include "tests/support/tree_values.h"
@@ -34,26 +37,46 @@ std::optional<double> stored_attenuation(const std::string& module, unsigned cha
 plant_node::plant_node(sim::topology topology)
     : plant_(std::make_unique<sim::plant>(std::move(topology))),
       clock_(std::make_shared<hand_clock>([this](std::chrono::nanoseconds piece) { step(piece); })),
-      poller_(std::make_shared<nx::manual_poller>()),
-      tree_(std::make_unique<nx_db>(poller_)),
       channels_(plant_->channels()),
       channels_by_command_(plant_->get_topology().nodes.front().product.starts_with("selka")) {
   helpers::waiting::instance().set_source(clock_);
   automation::instance().set("managedCLI");
   logger::instance().level = 2;
-  note_log::set_observer([this](const note_log::record& record) {
-    const std::lock_guard lock(log_mutex_);
-    log_.push_back(record.text);
-  });
+  note_log::set_observer([this](const note_log::record& record) { take_line(record.text); });
   plant_->attach_to(network_);
   plant_->set_switch_source(stored_attenuation);
   network_.set_wait([this](std::chrono::milliseconds time) { clock_->sleep_in_call(time); });
   network_.set_clock([this] { return clock_->steady_now(); });
-  tree_->set_clock([this] { return clock_->system_now(); });
   prepare_memory_store();
   load_board_file(plant_->board_file());
+  device::hardware::tdcm::forget_for_test();
+  create_manager();
+}
+
+void plant_node::create_manager() {
+  poller_ = std::make_shared<nx::manual_poller>();
+  tree_ = std::make_unique<nx_db>(poller_);
+  tree_->set_clock([this] { return clock_->system_now(); });
   manager_ = products::create_manager(plant_->get_topology().nodes.front().product);
   if (!manager_) throw std::invalid_argument("no manager for this product");
+}
+
+void plant_node::end_manager() {
+  // Its LED thread sees the end at its next look, a second of plant time away.
+  std::atomic<bool> ended{false};
+  const std::jthread destroyer([&] {
+    manager_.reset();
+    ended = true;
+  });
+  while (!ended)
+    clock_->sleep(std::chrono::milliseconds(100));
+}
+
+void plant_node::restart() {
+  end_manager();
+  tree_.reset();
+  create_manager();
+  start();
 }
 
 plant_node::~plant_node() {
@@ -86,11 +109,7 @@ void plant_node::start() {
 }
 
 void plant_node::add_channel(unsigned centre) {
-  const std::string add = "command/channel/add";
-  const auto request =
-      nx::parse_json(fmt::format(R"({{"center":{},"width":10000,"port":2}})", centre));
-  rapidjson::Document answer(rapidjson::kObjectType);
-  tree_->find(add)->run(add, request, answer.GetAllocator(), answer);
+  run("command/channel/add", fmt::format(R"({{"center":{},"width":10000,"port":2}})", centre));
   for (const char* side : {"rx", "tx"})
     write(fmt::format("config/client/{}/{}/opticalControlMode", centre, side), "\"power\"");
 }
@@ -152,6 +171,10 @@ void plant_node::write(const std::string& path, const std::string& json) {
   write_to(*tree_, path, json);
 }
 
+void plant_node::run(const std::string& path, const std::string& json) {
+  run_at(*tree_, path, json);
+}
+
 double plant_node::true_error(unsigned channel) {
   return plant_->channel_power_dbm(0, sim::measuring_point::booster_output, channel) -
          plant_->booster_target_dbm(0, channel);
@@ -166,6 +189,24 @@ bool plant_node::all_on_target(double within_db) {
     if (!on_target(channel, within_db)) return false;
   }
   return true;
+}
+
+void plant_node::take_line(const std::string& text) {
+  std::function<void()> action;
+  {
+    const std::lock_guard lock(log_mutex_);
+    log_.push_back(text);
+    if (at_awaited_line_ && text.starts_with(awaited_line_)) {
+      action = std::exchange(at_awaited_line_, nullptr);
+    }
+  }
+  if (action) action();
+}
+
+void plant_node::at_log_line(std::string beginning, std::function<void()> action) {
+  const std::lock_guard lock(log_mutex_);
+  awaited_line_ = std::move(beginning);
+  at_awaited_line_ = std::move(action);
 }
 
 log_lines plant_node::take_log() {

@@ -30,11 +30,14 @@ class plant_node {
 
   /// Builds the manager; its waits move time.
   void start();
+  /// The manager ends and another takes its place: devices and store keep what they have.
+  void restart();
   /// For whoever starts the manager itself.
   std::shared_ptr<manager::interface>& manager() { return manager_; }
   /// On the models whose channels come by command: all of them, in a mode that regulates. Nothing
   /// on the others.
   void add_channels();
+  void add_channel(unsigned centre);
   /// Runs whole cycles until at least this much time has gone by.
   void run_for(std::chrono::nanoseconds duration);
   /// One cycle of the main loop, its sleep included.
@@ -51,6 +54,7 @@ class plant_node {
   sim::plant& plant() { return *plant_; }
   nx_db& tree() { return *tree_; }
   hand_clock& clock() { return *clock_; }
+  nx::in_process_network& network() { return network_; }
   std::chrono::nanoseconds now() const { return clock_->elapsed(); }
 
   /// Values of the daemon's tree; a value in error fails the test.
@@ -58,6 +62,8 @@ class plant_node {
   std::string text(const std::string& path);
   bool flag(const std::string& path);
   void write(const std::string& path, const std::string& json);
+  /// A command; throws what its client would be answered with.
+  void run(const std::string& path, const std::string& json);
 
   /// Truth of the plant less the channel's target at the booster, dB.
   double true_error(unsigned channel);
@@ -68,10 +74,14 @@ class plant_node {
 
   /// Lines of level 2 since the last call.
   log_lines take_log();
+  /// Calls `action` once, at the next log line that begins so: between two steps of an operation.
+  void at_log_line(std::string beginning, std::function<void()> action);
 
  private:
   void step(std::chrono::nanoseconds piece);
-  void add_channel(unsigned centre);
+  void create_manager();
+  void end_manager();
+  void take_line(const std::string& text);
 
   nx::in_process_network network_;
   std::unique_ptr<sim::plant> plant_;
@@ -83,6 +93,8 @@ class plant_node {
   bool channels_by_command_;
   std::mutex log_mutex_;
   log_lines log_;
+  std::string awaited_line_;
+  std::function<void()> at_awaited_line_;
   std::chrono::nanoseconds unpolled_{0};
 };
 

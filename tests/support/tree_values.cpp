@@ -42,4 +42,9 @@ void write_to(nx_db& tree, const std::string& path, const std::string& json) {
   node_at(tree, path)->set(path, nx::parse_json(json));
 }
 
+void run_at(nx_db& tree, const std::string& path, const std::string& json) {
+  rapidjson::Document answer(rapidjson::kObjectType);
+  node_at(tree, path)->run(path, nx::parse_json(json), answer.GetAllocator(), answer);
+}
+
 }  // namespace test

@@ -14,5 +14,6 @@ std::string text_of(nx_db& tree, const std::string& path);
 bool flag_of(nx_db& tree, const std::string& path);
 /// `json` is the text of the value.
 void write_to(nx_db& tree, const std::string& path, const std::string& json);
+void run_at(nx_db& tree, const std::string& path, const std::string& json);
 
 }  // namespace test

@@ -11,6 +11,7 @@
 
 #include <chrono>
 #include <list>
+#include <map>
 #include <memory>
 #include <string>
 
@@ -133,12 +134,20 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   void show_on_leds(unsigned frequency, unsigned port);
   void subscribe_channels(device::interface& device);
   void subscribe_channel(device::interface& device, const control_ptr& control);
-  control_ptr program_channel(nx_db& db, unsigned frequency, unsigned width, unsigned port,
-                              const std::string& version);
+  void program_channel(unsigned frequency, unsigned width, unsigned port,
+                       const std::string& version);
+  void finish_adding(nx_db& db, unsigned frequency);
   template <class Device>
   void remove_from_device(Device& device, const char* message, unsigned frequency);
 
+  /// How far the add of a channel came that broke off after the channel was in the plan.
+  struct broken_add {
+    bool published = false;
+  };
+
   std::list<std::shared_ptr<device::interface>> devices_;
+  // By frequency, guarded by the plan's mutex: the same command once more takes up from there.
+  std::map<unsigned, broken_add> broken_adds_;
   std::shared_ptr<nx::api::status_value<float>> edfa_saturation_value_;
   edfa_calibration edfa_calibration_;
   float edfa_power_limit_ = 20.0f;

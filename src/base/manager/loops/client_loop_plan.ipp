@@ -13,6 +13,7 @@ void client_loop<T>::setup_channel_plan(nx_db& db) {
   LUMORA_LOG(2, fmt::runtime(direction_.setting_up_plan));
   const std::lock_guard lock(plan_->get_mutex());
   plan_->load();
+  broken_adds_.clear();
   if (plan_->get_channels()->empty()) {
     LUMORA_LOG(2, "Loading an empty channel plan, clearing all channels.");
     wss_->remove_all_channels();
@@ -78,30 +79,38 @@ void client_loop<T>::add_channel(nx_db& db, unsigned frequency, unsigned width, 
       throw nx_error(-22,
                      fmt::format("Invalid width {}, expected 1 or more (100 * ghz)", signed_width));
     }
-    if (has_channel(frequency, width, port)) return;
-    check_channel_fit(frequency, width);
+    const bool known = has_channel(frequency, width, port);
+    if (!known) check_channel_fit(frequency, width);
     const std::lock_guard lock(plan_->get_mutex());
-    const auto control = program_channel(db, frequency, width, port, version);
-    helpers::guarded([&] {
-      const auto id = control->get_channel()->get_id();
-      wss_->subscribe_channel(id);
-      ocm_->subscribe_channel(id);
-    });
-    show_on_leds(frequency, port);
+    if (!known) program_channel(frequency, width, port, version);
+    if (broken_adds_.contains(frequency)) finish_adding(db, frequency);
   };
   helpers::logged_and_thrown(add, [] {});
 }
 
 template <class T>
-typename client_loop<T>::control_ptr client_loop<T>::program_channel(nx_db& db, unsigned frequency,
-                                                                     unsigned width, unsigned port,
-                                                                     const std::string& version) {
+void client_loop<T>::program_channel(unsigned frequency, unsigned width, unsigned port,
+                                     const std::string& version) {
   wss_->add_channel(frequency, width, port, version);
   ocm_->add_channel(frequency, width);
-  auto control = plan_->add_channel(frequency, width, port, version);
-  publish_channel(db, control);
+  plan_->add_channel(frequency, width, port, version);
+  broken_adds_[frequency] = {};
+}
+
+template <class T>
+void client_loop<T>::finish_adding(nx_db& db, unsigned frequency) {
+  const auto control = plan_->get_channels()->at(frequency);
+  const auto channel = control->get_channel();
+  auto& progress = broken_adds_.at(frequency);
+  if (!progress.published) publish_channel(db, control);
+  progress.published = true;
   plan_->save();
-  return control;
+  helpers::guarded([&] {
+    wss_->subscribe_channel(channel->get_id());
+    ocm_->subscribe_channel(channel->get_id());
+  });
+  show_on_leds(frequency, channel->get_wss_port());
+  broken_adds_.erase(frequency);
 }
 
 template <class T>
@@ -120,6 +129,7 @@ void client_loop<T>::remove_channel(unsigned frequency) {
     remove_from_device(*wss_, "Removing channel {} from WSS device.", frequency);
     remove_from_device(*ocm_, "Removing channel {} from OCM device.", frequency);
     plan_->remove_channel(frequency);
+    broken_adds_.erase(frequency);
     plan_->save();
     (leds_.get()->*direction_.remove_led_channel)(frequency);
   };
