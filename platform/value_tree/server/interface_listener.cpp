@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <set>
 #include <system_error>
 
 #include "platform/note_log/note_log.h"
@@ -9,8 +10,8 @@
 namespace nx {
 
 interface_listener::interface_listener(boost::asio::io_context& io, std::string interface_name,
-                                       unsigned port, listener::accepted_callback accepted,
-                                       std::function<void()> gone)
+                                       unsigned port, accepted_callback accepted,
+                                       gone_callback gone)
     : io_(io),
       timer_(io),
       interface_(std::move(interface_name)),
@@ -25,17 +26,18 @@ void interface_listener::start() {
 void interface_listener::stop() {
   stopped_ = true;
   timer_.cancel();
-  if (listener_) listener_->stop();
+  for (const auto& [where, listening] : listeners_)
+    listening->stop();
 }
 
 void interface_listener::look() {
   if (stopped_) return;
-  const auto present = interface_address(interface_);
-  if (address_ && (!present || !same_address(*address_, *present))) go();
-  if (!present) {
-    tell_once(fmt::format("Interface {} is missing, listening on it once it is there", interface_));
-  } else if (!address_) {
-    come(*present);
+  const auto present = interface_addresses(interface_);
+  leave_all_but(present);
+  for (const auto& address : present)
+    come(address);
+  if (present.empty()) {
+    warn_once(fmt::format("Interface {} is missing, listening on it once it is there", interface_));
   }
   timer_.expires_after(look_interval);
   timer_.async_wait([self = shared_from_this()](const boost::system::error_code& cancelled) {
@@ -43,31 +45,50 @@ void interface_listener::look() {
   });
 }
 
-void interface_listener::come(const sockaddr_in6& address) {
-  try {
-    listener_ = std::make_shared<listener>(io_, listen_on(address, port_, interface_), accepted_);
-    listener_->start();
-    address_ = address;
-    tell_once("Listening on " + endpoint_text(address, port_));
-  } catch (const std::system_error& failure) {
-    // Tried again at the next look. The address of an interface that has just come is not settled
-    // for a second or two, which is nothing to tell.
-    if (failure.code() != std::errc::address_not_available) tell_once(failure.what());
+void interface_listener::leave_all_but(const std::vector<sockaddr_in6>& present) {
+  std::set<place> stay;
+  for (const auto& address : present)
+    stay.insert(place_of(address));
+  for (auto at = listeners_.begin(); at != listeners_.end();) {
+    if (stay.contains(at->first)) {
+      ++at;
+      continue;
+    }
+    at->second->stop();
+    const auto left = listeners_.extract(at++);
+    gone_(left.key().first);
   }
 }
 
-void interface_listener::go() {
-  listener_->stop();
-  listener_.reset();
-  address_.reset();
-  gone_();
+interface_listener::place interface_listener::place_of(const sockaddr_in6& address) const {
+  return {endpoint_text(address, port_), address.sin6_scope_id};
+}
+
+void interface_listener::come(const sockaddr_in6& address) {
+  const auto where = place_of(address);
+  if (listeners_.contains(where)) return;
+  const auto& endpoint = where.first;
+  try {
+    auto made = std::make_shared<listener>(io_, listen_on(address, port_, interface_),
+                                           [accepted = accepted_, endpoint](owned_fd connection) {
+                                             accepted(std::move(connection), endpoint);
+                                           });
+    made->start();
+    listeners_.emplace(where, std::move(made));
+    warned_.clear();
+    note_log::write(note_log::info, "nexel_api", "Listening on " + endpoint);
+  } catch (const std::system_error& failure) {
+    // Tried again at the next look. The address of an interface that has just come is not settled
+    // for a second or two, which is nothing to tell.
+    if (failure.code() != std::errc::address_not_available) warn_once(failure.what());
+  }
 }
 
 // A state lasts for many looks and is one line.
-void interface_listener::tell_once(const std::string& state) {
-  if (state == told_) return;
-  told_ = state;
-  note_log::write(address_ ? note_log::info : note_log::warning, "nexel_api", state);
+void interface_listener::warn_once(const std::string& state) {
+  if (state == warned_) return;
+  warned_ = state;
+  note_log::write(note_log::warning, "nexel_api", state);
 }
 
 }  // namespace nx

@@ -1,12 +1,15 @@
-// Listens on the address of a network interface while the interface is there: the supervisory
-// channel runs over a pluggable module, so it may be missing at the start, come and go. On the I/O
-// thread; looks once a second.
+// Listens on the addresses of a network interface while they are there: the supervisory channel
+// runs over a pluggable module, so the interface may be missing at the start, come and go. On the
+// I/O thread; looks once a second.
 #pragma once
 
 #include <boost/asio/steady_timer.hpp>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "platform/value_tree/server/listener.h"
 #include "platform/value_tree/server/tcp_socket.h"
@@ -15,10 +18,12 @@ namespace nx {
 
 class interface_listener : public std::enable_shared_from_this<interface_listener> {
  public:
-  /// `gone` is called when the interface has gone or has got another address: connections that were
-  /// accepted before are dead.
+  /// Both get the endpoint, as "[fe80::1%osc0]:5100". `gone` is called when the interface no longer
+  /// has that address: connections that were accepted there are dead.
+  using accepted_callback = std::function<void(owned_fd connection, const std::string& endpoint)>;
+  using gone_callback = std::function<void(const std::string& endpoint)>;
   interface_listener(boost::asio::io_context& io, std::string interface_name, unsigned port,
-                     listener::accepted_callback accepted, std::function<void()> gone);
+                     accepted_callback accepted, gone_callback gone);
 
   void start();
   void stop();
@@ -26,20 +31,23 @@ class interface_listener : public std::enable_shared_from_this<interface_listene
   static constexpr std::chrono::milliseconds look_interval{1000};
 
  private:
+  /// Endpoint and number of the interface: one that was plugged in anew has another.
+  using place = std::pair<std::string, unsigned>;
+
   void look();
+  void leave_all_but(const std::vector<sockaddr_in6>& present);
   void come(const sockaddr_in6& address);
-  void go();
-  void tell_once(const std::string& state);
+  place place_of(const sockaddr_in6& address) const;
+  void warn_once(const std::string& state);
 
   boost::asio::io_context& io_;
   boost::asio::steady_timer timer_;
   std::string interface_;
   unsigned port_;
-  listener::accepted_callback accepted_;
-  std::function<void()> gone_;
-  std::optional<sockaddr_in6> address_;  // that is listened on
-  std::shared_ptr<listener> listener_;
-  std::string told_;
+  accepted_callback accepted_;
+  gone_callback gone_;
+  std::map<place, std::shared_ptr<listener>> listeners_;
+  std::string warned_;
   bool stopped_ = false;
 };
 

@@ -53,13 +53,13 @@ void nx_server::impl::add_listener(owned_fd listening, access rights, bool tcp) 
 void nx_server::impl::add_interface(const std::string& interface_name, unsigned port) {
   interfaces_.push_back(std::make_shared<interface_listener>(
       *runtime.io, interface_name, port,
-      [this, interface_name](owned_fd connection) {
-        accept(std::move(connection), access::read_only, true, interface_name);
+      [this](owned_fd connection, const std::string& endpoint) {
+        accept(std::move(connection), access::read_only, true, endpoint);
       },
-      [this, interface_name] {
+      [this](const std::string& endpoint) {
         session_set closing;
-        for (const auto& [interface, of_it] : of_interface_) {
-          if (interface == interface_name) closing.insert(of_it);
+        for (const auto& [of_it, where] : endpoints_) {
+          if (where == endpoint) closing.insert(of_it);
         }
         close_all(closing);
       }));
@@ -67,7 +67,7 @@ void nx_server::impl::add_interface(const std::string& interface_name, unsigned 
 }
 
 void nx_server::impl::accept(owned_fd connection, access rights, bool tcp,
-                             const std::string& interface_name) {
+                             const std::string& endpoint) {
   if (fault == server_fault::refusing) return;
   if (sessions_.size() >= limits::sessions) return refuse(connection);
   if (tcp) tune_connection(connection.get());
@@ -76,9 +76,9 @@ void nx_server::impl::accept(owned_fd connection, access rights, bool tcp,
   const auto made = std::make_shared<session>(
       shared_from_this(), std::move(socket), rights,
       fmt::format("session {} of {}{}", ++session_number_, name,
-                  tcp ? " over " + (interface_name.empty() ? "TCP" : interface_name) : ""));
+                  tcp ? " over " + (endpoint.empty() ? "TCP" : endpoint) : ""));
   sessions_.insert(made);
-  if (!interface_name.empty()) of_interface_.emplace(interface_name, made);
+  if (!endpoint.empty()) endpoints_.emplace(made, endpoint);
   made->start();
 }
 
@@ -120,7 +120,7 @@ void nx_server::impl::close_all(const session_set& closing) {
 
 void nx_server::impl::session_closed(const std::shared_ptr<session>& closed) {
   sessions_.erase(closed);
-  std::erase_if(of_interface_, [&](const auto& entry) { return entry.second == closed; });
+  endpoints_.erase(closed);
 }
 
 void nx_server::impl::job_started() {

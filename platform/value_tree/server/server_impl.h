@@ -4,6 +4,7 @@
 
 #include <condition_variable>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -41,7 +42,7 @@ struct nx_server::impl : public session_host, public std::enable_shared_from_thi
  private:
   using session_set = std::set<std::shared_ptr<session>>;
 
-  void accept(owned_fd connection, access rights, bool tcp, const std::string& interface_name);
+  void accept(owned_fd connection, access rights, bool tcp, const std::string& endpoint);
   void refuse(const owned_fd& connection) const;
   void node_added(const std::string& path);
   void close_all(const session_set& closing);
@@ -53,7 +54,7 @@ struct nx_server::impl : public session_host, public std::enable_shared_from_thi
   std::vector<std::shared_ptr<listener>> listeners_;
   std::vector<std::shared_ptr<interface_listener>> interfaces_;
   session_set sessions_;
-  std::set<std::pair<std::string, std::shared_ptr<session>>> of_interface_;
+  std::map<std::shared_ptr<session>, std::string> endpoints_;  // of sessions over an interface
   unsigned long session_number_ = 0;
   std::shared_ptr<void> tree_watch_;
 

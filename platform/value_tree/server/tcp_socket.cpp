@@ -47,20 +47,21 @@ void confine(int fd, const sockaddr_in6& address, const std::string& interface_n
 
 }  // namespace
 
-std::optional<sockaddr_in6> interface_address(const std::string& interface_name) {
+std::vector<sockaddr_in6> interface_addresses(const std::string& interface_name) {
   ifaddrs* list = nullptr;
-  if (::getifaddrs(&list) != 0) return std::nullopt;
+  if (::getifaddrs(&list) != 0) return {};
   const std::unique_ptr<ifaddrs, decltype(&::freeifaddrs)> owned(list, ::freeifaddrs);
-  std::optional<sockaddr_in6> found;
+  std::vector<sockaddr_in6> link_local;
+  std::vector<sockaddr_in6> others;
   for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
     if (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_INET6) continue;
     if (interface_name != entry->ifa_name || (entry->ifa_flags & IFF_UP) == 0) continue;
     sockaddr_in6 address{};
     std::memcpy(&address, entry->ifa_addr, sizeof(address));
-    if (is_link_local(address)) return address;
-    if (!found) found = address;
+    (is_link_local(address) ? link_local : others).push_back(address);
   }
-  return found;
+  if (!link_local.empty() || others.empty()) return link_local;
+  return {others.front()};
 }
 
 sockaddr_in6 parse_address(const std::string& text) {
@@ -105,11 +106,6 @@ std::string endpoint_text(const sockaddr_in6& address, unsigned port) {
   const auto* shown = reinterpret_cast<const sockaddr*>(&address);
   ::getnameinfo(shown, sizeof(address), host.data(), host.size(), nullptr, 0, NI_NUMERICHOST);
   return fmt::format("[{}]:{}", host.data(), port);
-}
-
-bool same_address(const sockaddr_in6& one, const sockaddr_in6& other) {
-  return one.sin6_scope_id == other.sin6_scope_id &&
-         std::memcmp(&one.sin6_addr, &other.sin6_addr, sizeof(one.sin6_addr)) == 0;
 }
 
 void tune_connection(int fd) {

@@ -1,19 +1,20 @@
-// Listening sockets of IPv6, and which address of an interface to listen on.
+// Listening sockets of IPv6, and which addresses of an interface to listen on.
 #pragma once
 
 #include <netinet/in.h>
 
-#include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/value_tree/server/owned_fd.h"
 
 namespace nx {
 
-/// The address of an interface that is up: its link-local one, which the neighbour connects to and
-/// which is bound to the interface by itself; one that has none (the loopback) gives its first
-/// IPv6 address. Empty while the interface is missing, down or without an address.
-std::optional<sockaddr_in6> interface_address(const std::string& interface_name);
+/// The addresses of an interface that is up: all its link-local ones, since the neighbour may have
+/// learnt any of them, and which are bound to the interface by themselves; one that has none (the
+/// loopback) gives its first IPv6 address. Empty while the interface is missing, down or without an
+/// address.
+std::vector<sockaddr_in6> interface_addresses(const std::string& interface_name);
 
 /// Parses an address text such as "::1" or "fe80::1%eth0". Throws std::runtime_error.
 sockaddr_in6 parse_address(const std::string& text);
@@ -27,8 +28,6 @@ unsigned bound_port(int fd);
 
 /// "[fe80::1%eth0]:5100"
 std::string endpoint_text(const sockaddr_in6& address, unsigned port);
-
-bool same_address(const sockaddr_in6& one, const sockaddr_in6& other);
 
 /// Small answers at once, and the end of a peer that has gone without a word is noticed.
 void tune_connection(int fd);
