@@ -3,6 +3,7 @@
 #include <time.h>
 
 #include <CLI/CLI.hpp>
+#include <array>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -11,6 +12,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/wire/socket_path.h"
 #include "sim/plant.h"
@@ -29,6 +31,9 @@ struct options {
   bool board = false;
   bool print_board = false;
   std::string far_prefix = "/far";
+  std::optional<std::string> far_tag;
+  std::string peer;
+  std::string peer_interface = "osc0";
 };
 
 std::optional<int> read_options(int argc, char** argv, options& to) {
@@ -43,6 +48,14 @@ std::optional<int> read_options(int argc, char** argv, options& to) {
   app.add_flag("--print-board", to.print_board, "print the near node's calibration file and end");
   app.add_option("--far-prefix", to.far_prefix,
                  "folder below NX_ROOT in which a second node has its sockets");
+  app.add_option("--far-hash-tag", to.far_tag,
+                 "REDIS_CONF_HASH_TAG of a second node, whose switch follows its own keys");
+  app.add_option("--peer", to.peer,
+                 "what the far end of a node alone plays on the supervisory link")
+      ->check(CLI::IsMember(sim::peer_families()));
+  app.add_option("--peer-interface", to.peer_interface,
+                 "interface on which the peer is served; lo for a daemon on this machine")
+      ->capture_default_str();
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -66,16 +79,35 @@ void write_boards(const sim::plant& plant, const options& from) {
   }
 }
 
-/// Follows the store of the near node where its switch does so; needs the hash tag of its keys.
-std::unique_ptr<sim::store_follower> follow_store(sim::plant& plant) {
-  const char* tag = std::getenv("REDIS_CONF_HASH_TAG");
-  const bool is_followed = plant.get_topology().nodes.front().product.starts_with("selka");
-  if (tag == nullptr || !is_followed) return nullptr;
-  auto follower = std::make_unique<sim::store_follower>(tag);
-  plant.set_switch_source([store = follower.get()](const std::string& module, unsigned channel) {
-    return store->attenuation(module, channel);
-  });
-  return follower;
+using followers = std::vector<std::unique_ptr<sim::store_follower>>;
+
+/// Follows the store of each node whose switch does so; needs the hash tag of its keys.
+followers follow_stores(sim::plant& plant, const options& from) {
+  std::array<std::optional<std::string>, 2> tags{std::nullopt, from.far_tag};
+  if (const char* near_tag = std::getenv("REDIS_CONF_HASH_TAG")) tags[0] = near_tag;
+  followers all;
+  const auto& nodes = plant.get_topology().nodes;
+  for (unsigned node = 0; node < nodes.size(); ++node) {
+    if (!tags[node] || !nodes[node].product.starts_with("selka")) continue;
+    auto* store = all.emplace_back(std::make_unique<sim::store_follower>(*tags[node])).get();
+    plant.set_switch_source(
+        [store](const std::string& module, unsigned channel) {
+          return store->attenuation(module, channel);
+        },
+        node);
+  }
+  return all;
+}
+
+/// The file's topology with what the command line changes.
+sim::topology chosen_topology(const options& from) {
+  sim::topology topology = sim::load_topology(from.topology_path);
+  if (from.seed) topology.seed = *from.seed;
+  if (from.peer.empty()) return topology;
+  topology.peer = from.peer;
+  // Both ends in one machine: the neighbour is where the peer is served.
+  if (from.peer_interface == "lo") topology.nodes.front().osc.neighbour = "::1%lo";
+  return topology;
 }
 
 /// Blocked in every thread, so that `wait_for_signal` alone gets them.
@@ -117,17 +149,15 @@ int main(int argc, char** argv) {
   options chosen;
   if (const auto code = read_options(argc, argv, chosen)) return *code;
   try {
-    sim::topology topology = sim::load_topology(chosen.topology_path);
-    if (chosen.seed) topology.seed = *chosen.seed;
-    sim::plant plant(std::move(topology));
+    sim::plant plant(chosen_topology(chosen));
     if (chosen.print_board) {
       std::fputs(plant.board_file().c_str(), stdout);
       return 0;
     }
     if (chosen.board) write_boards(plant, chosen);
     const sigset_t stop = block_stop_signals();
-    const auto store = follow_store(plant);
-    sim::service_host services(plant, chosen.far_prefix);
+    const auto stores = follow_stores(plant, chosen);
+    sim::service_host services(plant, chosen.far_prefix, chosen.peer_interface);
     std::printf("ready: %zu nexels below %s\n", services.count(),
                 nx::rooted_path("/tmp/nexels").c_str());
     std::fflush(stdout);

@@ -8,6 +8,7 @@
 #include "platform/nexel_client/in_process.h"
 #include "sim/nexels/control_tree.h"
 #include "sim/nexels/node_trees.h"
+#include "sim/nexels/peer_tree.h"
 #include "sim/plant/board.h"
 #include "sim/plant/device_range.h"
 #include "sim/plant/line_system.h"
@@ -17,12 +18,14 @@ namespace sim {
 
 struct plant::impl {
   impl(topology given, plant& owner) : what(std::move(given)), system(what) {
-    for (unsigned i = 0; i < what.nodes.size(); ++i) {
+    for (unsigned i = 0; i < what.nodes.size(); ++i)
       trees[i] = make_node_trees(light, *system.nodes[i]);
-      states[i].assign(trees[i].size(), nexel_state::ok);
+    if (!what.peer.empty()) {
+      trees[1].push_back(std::make_unique<peer_tree>(light, system, what.peer));
     }
     control = std::make_unique<sim::control_tree>(light, owner, system);
-    for (unsigned i = 0; i < what.nodes.size(); ++i) {
+    for (unsigned i = 0; i < trees.size(); ++i) {
+      states[i].assign(trees[i].size(), nexel_state::ok);
       std::vector<std::string> names;
       for (const auto& tree : trees[i])
         names.push_back(tree->name());
@@ -290,12 +293,10 @@ void plant::set_optical_switch_stuck(unsigned node, bool stuck) {
   impl_->at(node).dispersion.stuck = stuck;
 }
 
-void plant::set_switch_source(attenuation_source source) {
+void plant::set_switch_source(attenuation_source source, unsigned node) {
   const std::lock_guard lock(impl_->light);
-  for (auto& of_node : impl_->trees) {
-    for (auto& tree : of_node)
-      set_attenuation_source(*tree, source);
-  }
+  for (auto& tree : impl_->trees.at(node))
+    set_attenuation_source(*tree, source);
 }
 
 // --- Truth

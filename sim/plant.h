@@ -89,7 +89,8 @@ class plant {
   // --- Trees. Node 0 is the near node, 1 the far one.
 
   /// "wss_edge", "booster", "preamp", "osc1", "sfp/0", "voa_sfp", "system_info", "system_start",
-  /// "led_selka", and what else the product has.
+  /// "led_selka", and what else the product has. Node 1 has "peer" alone when the far end plays
+  /// one.
   std::vector<std::string> nexel_names(unsigned node = 0) const;
   nx_db& nexel_tree(const std::string& name, unsigned node = 0);
   /// The controls and the truth as a tree, the one that is served as "/tmp/nexels/sim".
@@ -150,10 +151,10 @@ class plant {
 
   /// Where the twin switch of the selka models finds its attenuations: the node's key store, in the
   /// words of its keys ("add" or "drop", channel). Asked ten times a second of plant time, with the
-  /// plant's lock held; none leaves a channel as it is.
+  /// plant's lock held; none leaves a channel as it is. Each node has a store of its own.
   using attenuation_source =
       std::function<std::optional<double>(const std::string& module, unsigned channel)>;
-  void set_switch_source(attenuation_source source);
+  void set_switch_source(attenuation_source source, unsigned node = 0);
 
   // --- Truth: what is, whatever the read-outs say.
 

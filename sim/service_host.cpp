@@ -2,31 +2,41 @@
 
 namespace sim {
 
-service_host::service_host(plant& of, std::string far_prefix) {
-  for (unsigned node = 0; node < of.get_topology().nodes.size(); ++node) {
+namespace {
+
+constexpr unsigned peer_port = 5100;
+
+/// A peer is no device: its tree stands where a node has its own.
+std::string address_of(const std::string& name) {
+  return name == "peer" ? "/tmp/device_managers/lumora" : plant::nexel_address(name);
+}
+
+}  // namespace
+
+service_host::service_host(plant& of, const std::string& far_prefix,
+                           const std::string& peer_interface) {
+  for (unsigned node = 0; node < 2; ++node) {
     const std::string prefix = node == 0 ? "" : far_prefix;
     for (const std::string& name : of.nexel_names(node)) {
-      add(node, name, prefix + plant::nexel_address(name), of.nexel_tree(name, node));
+      add({node, name}, {prefix + address_of(name), &of.nexel_tree(name, node),
+                         name == "peer" ? peer_interface : "", nullptr});
     }
   }
-  add(0, "sim", plant::nexel_address("sim"), of.control_tree());
+  add({0, "sim"}, {plant::nexel_address("sim"), &of.control_tree(), "", nullptr});
   of.set_state_handler([this](unsigned node, const std::string& name, nexel_state state) {
     const std::lock_guard lock(requests_mutex_);
     requests_.push_back({{node, name}, state});
   });
 }
 
-void service_host::add(unsigned node, const std::string& name, const std::string& path,
-                       nx_db& tree) {
-  service& added = services_[{node, name}];
-  added.path = path;
-  added.tree = &tree;
-  start(added);
+void service_host::add(const service_key& of, service what) {
+  start(services_[of] = std::move(what));
 }
 
 void service_host::start(service& of) {
   of.server = std::make_unique<nx::nx_server>(runtime_, *of.tree, of.path);
   of.server->start_accepting();
+  if (!of.interface.empty()) of.server->start_ipv6_socket(of.interface, peer_port);
 }
 
 void service_host::apply(service& of, nexel_state state) {

@@ -17,9 +17,10 @@ namespace sim {
 
 class service_host {
  public:
-  /// Node 0 is served at its own addresses below NX_ROOT, node 1 below `far_prefix` there. Throws
+  /// Node 0 is served at its own addresses below NX_ROOT, node 1 below `far_prefix` there; a
+  /// simulated peer also on `peer_interface`, as a node serves its neighbour. Throws
   /// std::runtime_error when a socket cannot be bound.
-  service_host(plant& of, std::string far_prefix);
+  service_host(plant& of, const std::string& far_prefix, const std::string& peer_interface);
 
   /// Carries out what was asked for since the last call.
   void work();
@@ -29,6 +30,7 @@ class service_host {
   struct service {
     std::string path;
     nx_db* tree;
+    std::string interface;  // of the supervisory link; empty for what is a unix socket alone
     std::unique_ptr<nx::nx_server> server;
   };
   using service_key = std::pair<unsigned, std::string>;
@@ -37,7 +39,7 @@ class service_host {
     nexel_state state;
   };
 
-  void add(unsigned node, const std::string& name, const std::string& path, nx_db& tree);
+  void add(const service_key& of, service what);
   void start(service& of);
   void apply(service& of, nexel_state state);
 

@@ -169,6 +169,8 @@ void control_tree::add_channel_truth(const std::string& below, unsigned channel,
   to.laser_power = add_reading<float>(path("truth", "rx", "laserPower"), none);
   to.booster_output = add_reading<float>(path("truth", "rx", "boosterPower"), none);
   to.booster_target = add_reading<float>(path("truth", "rx", "boosterTarget"), none);
+  to.line_output = add_reading<float>(path("truth", "rx", "linePower"), none);
+  to.line_input = add_reading<float>(path("truth", "tx", "linePower"), none);
   to.preamp_output = add_reading<float>(path("truth", "tx", "preampPower"), none);
   to.client_output = add_reading<float>(path("truth", "tx", "clientPower"), none);
   to.osnr = add_reading<float>(path("truth", "tx", "osnr"), none);
@@ -297,6 +299,8 @@ void control_tree::publish_channel(unsigned number, std::size_t slot) {
   to.laser_power->update(shown(channel_power_dbm(of, measuring_point::laser, slot)));
   to.booster_output->update(shown(channel_power_dbm(of, measuring_point::booster_output, slot)));
   to.booster_target->update(shown(system_.booster_target_dbm(number, slot)));
+  to.line_output->update(shown(channel_power_dbm(of, measuring_point::line_output, slot)));
+  to.line_input->update(shown(channel_power_dbm(of, measuring_point::line_input, slot)));
   to.preamp_output->update(shown(channel_power_dbm(of, measuring_point::preamp_output, slot)));
   to.client_output->update(shown(channel_power_dbm(of, measuring_point::client_output, slot)));
   to.osnr->update(shown(osnr_db(of.at(measuring_point::preamp_output), system_.slots, slot)));

@@ -34,6 +34,8 @@ class control_tree : public device_tree {
     reading_ptr<float> laser_power;
     reading_ptr<float> booster_output;
     reading_ptr<float> booster_target;
+    reading_ptr<float> line_output;
+    reading_ptr<float> line_input;
     reading_ptr<float> preamp_output;
     reading_ptr<float> client_output;
     reading_ptr<float> osnr;

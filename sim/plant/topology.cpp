@@ -1,7 +1,9 @@
 #include "sim/plant/topology.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "sim/plant/topology_values.h"
@@ -122,11 +124,36 @@ node_settings default_node(const std::string& product) {
   return node;
 }
 
+const std::vector<std::string>& peer_families() {
+  static const std::vector<std::string> families{"orva-lite",  "orva-max",  "orva-pro",
+                                                 "orva-kinet", "selka-min", "selka-plus",
+                                                 "tarn-one",   "tarn-two"};
+  return families;
+}
+
 topology default_topology(const std::string& product, unsigned nodes) {
   topology what;
   what.nodes.assign(nodes, default_node(product));
   if (nodes == 2) what.nodes[1].osc.neighbour = "fe80::1%osc0";
   return what;
+}
+
+void check_peer(const topology& what) {
+  if (what.peer.empty()) return;
+  if (what.nodes.size() == 2) {
+    throw topology_error("peer: found beside two nodes, accepted is one for a node alone");
+  }
+  const auto& known = peer_families();
+  if (std::find(known.begin(), known.end(), what.peer) != known.end()) return;
+  throw topology_error(
+      fmt::format("peer: found '{}', accepted are {}", what.peer, fmt::join(known, ", ")));
+}
+
+bool same_channels(const std::string& one, const std::string& other) {
+  const channel_grid a = grid_of(one);
+  const channel_grid b = grid_of(other);
+  return a.first_key == b.first_key && a.spacing == b.spacing && a.count == b.count &&
+         a.group == b.group;
 }
 
 void check(const topology& what) {
@@ -136,13 +163,13 @@ void check(const topology& what) {
   for (std::size_t i = 0; i < what.nodes.size(); ++i) {
     check_node(what.nodes[i], fmt::format("nodes[{}]", i));
   }
-  if (what.nodes.size() == 2 &&
-      grid_of(what.nodes[0].product).first_key != grid_of(what.nodes[1].product).first_key) {
+  if (what.nodes.size() == 2 && !same_channels(what.nodes[0].product, what.nodes[1].product)) {
     throw topology_error(
         fmt::format("nodes: found {} facing {}, accepted are products with the same "
                     "channels",
                     what.nodes[0].product, what.nodes[1].product));
   }
+  check_peer(what);
   for (std::size_t i = 0; i < what.fibres.size(); ++i) {
     check_fibre(what.fibres[i], what.nodes[std::min(i, what.nodes.size() - 1)].osc,
                 fmt::format("fibres[{}]", i));

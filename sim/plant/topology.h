@@ -126,6 +126,8 @@ struct topology {
   std::uint64_t seed = 1;
   std::vector<node_settings> nodes;      ///< one or two
   std::array<fibre_settings, 2> fibres;  ///< 0: from node 0 to node 1, 1: back
+  /// Family of the peer that the built-in far end plays on the supervisory link; empty is none.
+  std::string peer;
 };
 
 /// A product's channel plan: fixed on orva; on selka the lasers that stand ready.
@@ -141,6 +143,9 @@ channel_grid grid_of(const std::string& product);
 node_settings default_node(const std::string& product);
 /// `nodes` 1: the node stands alone and faces the built-in far end.
 topology default_topology(const std::string& product, unsigned nodes = 1);
+
+/// What a simulated peer can be: "orva-lite" and so on, the product text in small letters.
+const std::vector<std::string>& peer_families();
 
 /// Throws topology_error on the first value outside its range.
 void check(const topology& what);

@@ -180,6 +180,7 @@ topology read_topology(const std::string& json_text) {
     what.nodes.push_back(read_node(pair[i], fmt::format("nodes[{}]", i)));
   }
   read_fibres(file, what);
+  file.text("peer", what.peer);
   file.refuse_unknown();
   check(what);
   return what;

@@ -43,6 +43,9 @@ std::vector<std::string> convergence::reasons(const view& seen) const {
   if (with_peer_ && seen.peer == no_peer) reasons.emplace_back("the peer is not identified");
   for (const auto& row : seen.channels)
     add_channel_reasons(row, reasons);
+  if (seen.lms_step_db && std::abs(*seen.lms_step_db) > line_step_db) {
+    reasons.push_back(fmt::format("the line has {:+.2f} dB to go", *seen.lms_step_db));
+  }
   if (line_moved(seen))
     reasons.push_back(fmt::format("the line VOA moves ({:.1f} dB)", *seen.voa_db));
   for (const auto& [loop, state] : {std::pair{"line", seen.loops.line},

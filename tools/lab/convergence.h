@@ -33,6 +33,8 @@ class convergence {
   static constexpr std::chrono::seconds hold_peer{20};
   /// A VOA that moves further than its own step and noise is still being regulated, dB.
   static constexpr double line_at_rest_db = 0.25;
+  /// The line's next step is worth making beyond this, dB.
+  static constexpr double line_step_db = 0.15;
   /// What the tolerances of monitor and power taps together explain, dB.
   static constexpr float truth_limit_db = 1.5F;
 

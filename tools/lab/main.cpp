@@ -1,20 +1,19 @@
 // lumora_lab: a whole node on a desk. Starts a key store, the simulated plant and the daemon,
 // lights the channels and shows how they come to their targets.
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
-#include <CLI/CLI.hpp>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <string>
 
 #include "tools/lab/installation.h"
 #include "tools/lab/lab_failure.h"
 #include "tools/lab/lab_folder.h"
 #include "tools/lab/node.h"
+#include "tools/lab/options.h"
 #include "tools/lab/peer_link.h"
 #include "tools/lab/plant_service.h"
-#include "tools/lab/product.h"
 #include "tools/lab/screen.h"
 #include "tools/lab/session.h"
 #include "tools/lab/store.h"
@@ -27,55 +26,7 @@ namespace {
 
 // No interface has this name: a node alone opens no network port.
 constexpr const char* no_interface = "lumora-lab";
-
-enum exit_code : int { exit_ok = 0, exit_failed = 1, exit_usage = 2 };
-
-constexpr const char* closing_words =
-    "Examples:\n"
-    "  ./lab                                  a screen with every channel; q ends it\n"
-    "  ./lab --product orvamax                another model\n"
-    "  ./lab --peer                           two nodes face to face; tab shows the other\n"
-    "  ./lab --until-converged                for a script: exit code 0 when all is on target\n"
-    "  ./lab --until-converged 30 | tail -1   the summary alone\n"
-    "\n"
-    "Beside a running lab, in another terminal, with the folder that the lab names at its start:\n"
-    "  lumoractl --root FOLDER/node tree data/line -v\n"
-    "  lumoractl --root FOLDER/node --nexel sim tree\n"
-    "  lumoractl --root FOLDER/node/far tree data/line -v     the far node of --peer\n"
-    "\n"
-    "Exit codes: 0 converged, or ended by the user; 1 not converged, or something failed; 2 "
-    "usage.\n";
-
-struct options {
-  std::string product = "orvalite";
-  std::string topology;
-  unsigned seed = 1;
-  bool peer = false;
-  bool keep = false;
-  bool log = false;
-  std::optional<unsigned> until_converged;
-};
-
-void declare(CLI::App& app, options& given) {
-  app.name("lumora_lab");
-  app.footer(closing_words);
-  app.add_option("--product", given.product, "Model of the node")
-      ->check(CLI::IsMember(product_names()))
-      ->capture_default_str();
-  app.add_flag("--peer", given.peer,
-               "Two nodes face to face, each with a daemon; needs network namespaces");
-  app.add_option("--seed", given.seed, "Of everything that is random in the plant")
-      ->capture_default_str();
-  app.add_option("--topology", given.topology, "Plant to use, in place of the product's own")
-      ->check(CLI::ExistingFile);
-  app.add_option("--until-converged", given.until_converged,
-                 "No screen: end when all lit channels are on target, or after SECONDS (120)")
-      ->type_name("[SECONDS]")
-      ->expected(0, 1)
-      ->default_str("120");
-  app.add_flag("--keep", given.keep, "Keep the folder with logs and board file");
-  app.add_flag("--log", given.log, "Tell where the logs are, and keep them");
-}
+constexpr const char* loopback = "lo";
 
 void announce(const lab_folder& folder, const options& given) {
   fmt::print("lab folder {}\n", folder.path().string());
@@ -83,23 +34,66 @@ void announce(const lab_folder& folder, const options& given) {
   std::fflush(stdout);
 }
 
-std::filesystem::path topology_of(const options& given) {
-  if (!given.topology.empty()) return std::filesystem::absolute(given.topology);
-  return simulator_file(
-      fmt::format("topologies/{}{}.json", given.product, given.peer ? "_pair" : ""));
+/// The supervisory link, where there is a peer and the system lets us have one. Without it a
+/// daemon at the far end gives way to a simulated peer.
+std::optional<peer_link> connect(supervisor& programs, const lab_folder& folder, neighbour& peer) {
+  if (peer.what == neighbour::kind::none) return std::nullopt;
+  try {
+    return std::make_optional<peer_link>(programs, folder);
+  } catch (const link_refused& refusal) {
+    if (peer.is_daemon()) peer = simulated_in_place_of(peer);
+    fmt::print("{}; one daemon faces a simulated {}\n", refusal.what(), peer.name);
+    std::fflush(stdout);
+    return std::nullopt;
+  }
 }
 
-node_options near_node(const lab_folder& folder, const options& given) {
+/// Two nodes that know each other's address on the supervisory link.
+std::string pair_topology(const options& given) {
+  return fmt::format(
+      R"({{"nodes":[{{"product":"{}","osc":{{"neighbour":"fe80::2%osc0"}}}},)"
+      R"({{"product":"{}","osc":{{"neighbour":"fe80::1%osc0"}}}}],"fibres":[{{"length":80}}]}})",
+      given.product, given.peer.name);
+}
+
+std::filesystem::path topology_of(const options& given, const lab_folder& folder) {
+  if (!given.topology.empty()) return std::filesystem::absolute(given.topology);
+  if (!given.peer.is_daemon()) {
+    return simulator_file(fmt::format("topologies/{}.json", given.product));
+  }
+  const auto path = folder.path() / "topology.json";
+  std::ofstream(path) << pair_topology(given) << '\n';
+  return path;
+}
+
+plant_options plant_of(const options& given, const lab_folder& folder, const store& keys,
+                       const std::optional<peer_link>& link) {
+  plant_options what{folder.root(0),
+                     topology_of(given, folder),
+                     given.seed,
+                     given.peer.is_daemon() ? 2U : 1U,
+                     {},
+                     {}};
+  if (given.peer.is_daemon()) what.arguments = {"--far-hash-tag", keys.configuration_tag(1)};
+  if (!given.peer.is_simulated()) return what;
+  what.arguments = {"--peer", given.peer.name, "--peer-interface",
+                    link ? peer_link::interface : loopback};
+  if (link) what.enter_with = link->enter_far();
+  return what;
+}
+
+node_options near_node(const lab_folder& folder, const options& given, bool linked) {
   return {0,
-          given.peer ? "near" : "daemon",
+          given.peer.is_daemon() ? "near" : "daemon",
           folder.root(0).string(),
           given.product,
-          given.peer ? peer_link::interface : no_interface,
+          linked ? peer_link::interface : no_interface,
           {}};
 }
 
 node_options far_node(const lab_folder& folder, const options& given, const peer_link& link) {
-  return {1, "far", folder.root(1).string(), given.product, peer_link::interface, link.enter_far()};
+  return {
+      1, "far", folder.root(1).string(), given.peer.name, peer_link::interface, link.enter_far()};
 }
 
 int watch(session& watched, const lab_folder& folder, const options& given) {
@@ -111,34 +105,32 @@ int watch(session& watched, const lab_folder& folder, const options& given) {
     watched.print_lines();
     return exit_ok;
   }
-  watched.show_on_screen(fmt::format("q ends   arrows scroll{}   folder {}",
-                                     given.peer ? "   tab shows the other node" : "",
-                                     folder.path().string()));
+  watched.show_on_screen(fmt::format("q ends  arrows scroll{}  lumoractl --root {}",
+                                     given.peer.is_daemon() ? "  tab other node" : "",
+                                     folder.root(0).string()));
   return exit_ok;
 }
 
-int run(const options& given) {
-  const auto& model = find_product(given.product);
-  const auto topology = topology_of(given);
+int run(options given) {
   user at_terminal;
   const lab_folder folder(given.keep || given.log);
   supervisor programs(at_terminal);
   announce(folder, given);
-  std::optional<peer_link> link;
-  if (given.peer) link.emplace(programs, folder);
-  const unsigned count = given.peer ? 2 : 1;
-  const store keys(programs, folder, count);
-  plant_service plant(programs, folder, keys, folder.root(0), topology, given.seed, count);
-  node near(programs, folder, keys, plant, near_node(folder, given));
+  const auto link = connect(programs, folder, given.peer);
+  const store keys(programs, folder, given.peer.is_daemon() ? 2 : 1);
+  plant_service plant(programs, folder, keys, plant_of(given, folder, keys, link));
+  node near(programs, folder, keys, plant, near_node(folder, given, link.has_value()));
   std::optional<node> far;
-  if (link) far.emplace(programs, folder, keys, plant, far_node(folder, given, *link));
+  if (given.peer.is_daemon()) {
+    far.emplace(programs, folder, keys, plant, far_node(folder, given, link.value()));
+  }
   std::vector<node*> nodes{&near};
   if (far) nodes.push_back(&*far);
   for (auto* each : nodes)
     each->configure(programs);
   for (auto* each : nodes)
     each->light_up();
-  session watched(programs, at_terminal, nodes, model);
+  session watched(programs, at_terminal, nodes, given.peer);
   return watch(watched, folder, given);
 }
 
@@ -159,14 +151,8 @@ int run_guarded(const options& given) {
 
 int main(int argc, char** argv) {
   using namespace tools::lab;
-  CLI::App app("A node with its simulated plant: starts it, lights it, shows it.");
   options given;
-  declare(app, given);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? exit_ok : exit_usage;
-  }
+  if (const auto code = read_options(argc, argv, given)) return *code;
   // Every socket path here already holds the lab's own folder.
   unsetenv("NX_ROOT");
   return run_guarded(given);

@@ -21,7 +21,8 @@ constexpr unsigned widest = 10000;
 /// What the view shows of the daemon's tree.
 constexpr const char* daemon_patterns[] = {
     "data/client/*/rx/*", "data/client/*/rx/ocm/power", "data/client/rx/*", "data/line/1/*",
-    "data/line/1/*/*",    "data/spanloss/*/*",          "data/system/*",    "data/automationMode"};
+    "data/line/1/*/*",    "data/spanloss/*/*",          "data/system/*",    "data/automationMode",
+    "data/line/lms*"};
 
 }  // namespace
 
@@ -33,7 +34,8 @@ node::node(supervisor& programs, const lab_folder& folder, const store& keys, pl
       daemon_(what_.root + "/tmp/device_managers/lumora"),
       booster_(what_.root + "/tmp/nexels/booster"),
       preamp_(what_.root + "/tmp/nexels/preamp"),
-      voa_(what_.root + "/tmp/nexels/voa_sfp") {
+      voa_(what_.root + "/tmp/nexels/voa_sfp"),
+      panel_(what_.root + "/tmp/nexels/led_selka") {
   start_daemon(programs, keys);
 }
 
@@ -88,7 +90,8 @@ readings node::look() {
   booster_.read("data/*", read, booster_prefix);
   preamp_.read("data/*", read, preamp_prefix);
   voa_.read("data/*", read, voa_prefix);
-  plant_.read_truth(what_.number, read);
+  panel_.read("data/**", read, panel_prefix);
+  plant_.read_truth(read);
   return read;
 }
 

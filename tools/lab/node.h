@@ -41,6 +41,7 @@ class node {
   /// Everything that the view is made of, as it is now.
   readings look();
 
+  const std::string& product() const { return what_.product; }
   unsigned number() const { return what_.number; }
   const std::string& name() const { return what_.name; }
   const std::string& daemon_log() const { return daemon_log_; }
@@ -57,6 +58,7 @@ class node {
   tree_link booster_;
   tree_link preamp_;
   tree_link voa_;
+  tree_link panel_;
 };
 
 }  // namespace tools::lab

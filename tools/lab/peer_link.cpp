@@ -41,8 +41,8 @@ bool enter_user_namespace() {
 
 void enter_own_namespace() {
   if (unshare(CLONE_NEWNET) == 0 || enter_user_namespace()) return;
-  throw lab_failure(fmt::format("two nodes need network namespaces, which this system refuses: {}",
-                                std::strerror(errno)));
+  throw link_refused(
+      fmt::format("This system refuses network namespaces ({})", std::strerror(errno)));
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ namespace tools::lab {
 class peer_link {
  public:
   /// Moves the lab into a namespace of its own, so before any thread and any other program is
-  /// started. Throws lab_failure where the system does not allow it.
+  /// started. Throws link_refused where the system does not allow it.
   peer_link(supervisor& programs, const lab_folder& folder);
 
   /// The command that runs what follows it on the far node.

@@ -19,20 +19,19 @@ std::string laser_path(unsigned node, unsigned key) {
 }  // namespace
 
 plant_service::plant_service(supervisor& programs, const lab_folder& folder, const store& keys,
-                             const std::filesystem::path& root,
-                             const std::filesystem::path& topology, unsigned seed, unsigned nodes)
-    : controls_(root.string() + "/tmp/nexels/sim") {
+                             const plant_options& what)
+    : controls_(what.root.string() + "/tmp/nexels/sim") {
   // The twin switch takes its attenuations from the store.
   auto environment = keys.environment(0);
-  environment.push_back("NX_ROOT=" + root.string());
-  programs.start({"lumora_sim",
-                  {program_path("lumora_sim").string(), topology.string(), "--seed",
-                   std::to_string(seed), "--board"},
-                  environment,
-                  (folder.logs() / "plant.log").string()});
+  environment.push_back("NX_ROOT=" + what.root.string());
+  auto command = what.enter_with;
+  command.insert(command.end(), {program_path("lumora_sim").string(), what.topology.string(),
+                                 "--seed", std::to_string(what.seed), "--board"});
+  command.insert(command.end(), what.arguments.begin(), what.arguments.end());
+  programs.start({"lumora_sim", command, environment, (folder.logs() / "plant.log").string()});
   programs.wait_until("the simulated devices", start_limit,
                       [this] { return controls_.reachable(); });
-  for (unsigned node = 0; node < nodes; ++node)
+  for (unsigned node = 0; node < what.nodes; ++node)
     darken(node);
 }
 
@@ -53,8 +52,8 @@ void plant_service::light_up(unsigned node) {
   }
 }
 
-void plant_service::read_truth(unsigned node, readings& into) {
-  controls_.read(truth_path(node, "*"), into);
+void plant_service::read_truth(readings& into) {
+  controls_.read("truth/**", into);
 }
 
 }  // namespace tools::lab

@@ -16,19 +16,27 @@
 
 namespace tools::lab {
 
+struct plant_options {
+  std::filesystem::path root;  ///< NX_ROOT of its devices
+  std::filesystem::path topology;
+  unsigned seed = 1;
+  unsigned nodes = 1;
+  std::vector<std::string> arguments;   ///< more of them
+  std::vector<std::string> enter_with;  ///< command in front of its own, to run it elsewhere
+};
+
 class plant_service {
  public:
-  /// Starts it below `root` and waits until it serves. Throws lab_failure, `interrupted`.
+  /// Starts it and waits until it serves. Throws lab_failure, `interrupted`.
   plant_service(supervisor& programs, const lab_folder& folder, const store& keys,
-                const std::filesystem::path& root, const std::filesystem::path& topology,
-                unsigned seed, unsigned nodes);
+                const plant_options& what);
 
   /// Centre frequencies of the lasers to light, units of 10 MHz, ascending.
   const std::vector<unsigned>& lasers(unsigned node) const { return lasers_.at(node); }
   /// Throws lab_failure.
   void light_up(unsigned node);
-  /// Adds the true powers of a node's channels to `into`.
-  void read_truth(unsigned node, readings& into);
+  /// Adds what is true of the light to `into`.
+  void read_truth(readings& into);
 
  private:
   void darken(unsigned node);

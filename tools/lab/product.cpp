@@ -12,12 +12,12 @@ namespace tools::lab {
 namespace {
 
 const std::array<product, 6> products{{
-    {"orvalite", 15.0F, 1.0F},
-    {"orvamax", 15.0F, 1.0F},
-    {"orvapro", 15.0F, 1.0F},
-    {"orvakinet", 15.0F, 5.0F},
-    {"selkamin", 25.0F, 0.0F},
-    {"selkaplus", 25.0F, 0.0F},
+    {"orvalite", "orva-lite", 15.0F, 1.0F},
+    {"orvamax", "orva-max", 15.0F, 1.0F},
+    {"orvapro", "orva-pro", 15.0F, 1.0F},
+    {"orvakinet", "orva-kinet", 15.0F, 5.0F},
+    {"selkamin", "selka-min", 25.0F, 0.0F},
+    {"selkaplus", "selka-plus", 25.0F, 0.0F},
 }};
 
 }  // namespace

@@ -8,6 +8,7 @@ namespace tools::lab {
 
 struct product {
   std::string name;
+  std::string family;             ///< what a simulated peer of this kind is called
   float most_attenuation = 0.0F;  ///< end of the switch's attenuators, dB
   float saturation_cap = 0.0F;    ///< most of the amplifier's saturation that lowers the target, dB
 };

@@ -8,11 +8,16 @@
 #include <optional>
 #include <string_view>
 
+#include "tools/lab/panel_text.h"
+
 namespace tools::lab {
 
 namespace {
 
 constexpr unsigned header_lines = 8;
+// The road of the light and the panel, where there is room for them.
+constexpr unsigned more_header_lines = 5;
+constexpr unsigned rows_for_more = 24;
 constexpr unsigned footer_lines = 1;
 constexpr unsigned narrowest_bar = 10;
 constexpr unsigned widest_bar = 40;
@@ -86,6 +91,22 @@ std::string line_line(const view& seen) {
                      figure(seen.fibre_km, "km"));
 }
 
+std::string lms_line(const view& seen) {
+  return fmt::format("lms      error {}  next step {}  monitor calibration {}  in use {}",
+                     figure(seen.lms_error, {}, 2), figure(seen.lms_step_db, "dB", 2),
+                     figure(seen.calibration_db, "dB", 2), figure(seen.utilization, "%"));
+}
+
+constexpr const char* path_title =
+    "light    client switch booster   line  | span |   line preamp client   dBm of a mean channel";
+
+std::string path_line(const char* name, const light_path& path) {
+  return fmt::format("{:<8}{:>7} {:>6} {:>7} {:>6}  |{:>5} | {:>6} {:>6} {:>6}", name,
+                     figure(path.client), figure(path.after_switch), figure(path.booster),
+                     figure(path.line), figure(path.span_db), figure(path.far_line),
+                     figure(path.far_preamp), figure(path.far_client));
+}
+
 std::vector<std::string> header(const view& seen, const picture_options& options) {
   const auto sums = count(seen);
   const auto& loops = seen.loops;
@@ -99,8 +120,7 @@ std::vector<std::string> header(const view& seen, const picture_options& options
                       figure(seen.saturation_db, "dB")),
           amplifier_line("preamp ", seen.preamp),
           line_line(seen),
-          fmt::format("monitor  calibration {}  channels in use {}",
-                      figure(seen.calibration_db, "dB", 2), figure(seen.utilization, "%")),
+          lms_line(seen),
           ""};
 }
 
@@ -124,8 +144,22 @@ std::string channel_line(const channel_row& row, unsigned bar, bool unicode) {
                      light ? fmt::format("{:.2f}", *row.truth) : "-", name_of(row.state));
 }
 
+/// A mean channel from end to end, and the panel.
+std::vector<std::string> more_header(const view& seen, screen_size size, look how) {
+  if (size.rows < rows_for_more) return {};
+  std::vector<std::string> lines{path_title, path_line(" going", seen.outgoing),
+                                 path_line(" coming", seen.incoming)};
+  for (auto& line : lines)
+    line = cut(line, size.columns);
+  lines.front() = painted(lines.front(), faint, how);
+  for (auto& line : panel_lines(seen.lights, size.columns, how))
+    lines.push_back(std::move(line));
+  return lines;
+}
+
 unsigned visible_channels(screen_size size) {
-  const auto taken = header_lines + footer_lines;
+  const auto more = size.rows < rows_for_more ? 0 : more_header_lines;
+  const auto taken = header_lines + more + footer_lines;
   return size.rows > taken ? size.rows - taken : 0;
 }
 
@@ -165,11 +199,12 @@ std::vector<std::string> picture(const view& seen, const picture_options& option
                                  look how) {
   const auto bar = bar_columns(size);
   auto lines = header(seen, options);
-  lines.push_back(title_row(bar));
   for (auto& line : lines)
     line = cut(line, size.columns);
   lines.front() = painted(lines.front(), bold, how);
-  lines.back() = painted(lines.back(), faint, how);
+  const auto more = more_header(seen, size, how);
+  lines.insert(lines.end() - 1, more.begin(), more.end());
+  lines.push_back(painted(cut(title_row(bar), size.columns), faint, how));
   const auto first = std::min(options.first_row, last_first_row(seen, size));
   const auto end = std::min<std::size_t>(first + visible_channels(size), seen.channels.size());
   for (std::size_t at = first; at < end; ++at) {

@@ -18,9 +18,9 @@ constexpr std::chrono::seconds line_interval{1};
 }  // namespace
 
 session::session(supervisor& programs, user& at_terminal, const std::vector<node*>& nodes,
-                 const product& model)
-    : programs_(programs), user_(at_terminal), model_(model), start_(clock::now()) {
-  const bool face_to_face = nodes.size() > 1;
+                 const neighbour& peer)
+    : programs_(programs), user_(at_terminal), start_(clock::now()) {
+  const bool face_to_face = peer.what != neighbour::kind::none;
   for (auto* each : nodes) {
     nodes_.push_back(
         {each, log_follower(each->daemon_log()), convergence(each->lasers(), face_to_face)});
@@ -29,7 +29,7 @@ session::session(supervisor& programs, user& at_terminal, const std::vector<node
 
 view session::look(watched_node& at) {
   programs_.check();
-  return make_view(at.of->look(), model_, at.log.update(), at.of->number());
+  return make_view(at.of->look(), find_product(at.of->product()), at.log.update(), at.of->number());
 }
 
 void session::print(const watched_node& at, const std::string& text) const {
@@ -53,11 +53,12 @@ bool session::pause(clock::time_point until) {
 void session::show_on_screen(const std::string& note) {
   screen terminal;
   user_.listen_to_keys();
-  picture_options options{model_.name, {}, 0, note, {}};
+  picture_options options{"", {}, 0, note, {}};
   std::size_t shown = 0;
   for (auto happened = user::event::none; happened != user::event::quit;) {
     if (happened == user::event::next) shown = (shown + 1) % nodes_.size();
     const auto seen = look(nodes_[shown]);
+    options.product = nodes_[shown].of->product();
     const auto size = terminal.size();
     if (happened == user::event::down) ++options.first_row;
     if (happened == user::event::up && options.first_row > 0) --options.first_row;

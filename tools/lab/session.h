@@ -8,8 +8,8 @@
 
 #include "tools/lab/convergence.h"
 #include "tools/lab/loop_report.h"
+#include "tools/lab/neighbour.h"
 #include "tools/lab/node.h"
-#include "tools/lab/product.h"
 #include "tools/lab/supervisor.h"
 #include "tools/lab/user.h"
 #include "tools/lab/view_model.h"
@@ -19,7 +19,7 @@ namespace tools::lab {
 class session {
  public:
   session(supervisor& programs, user& at_terminal, const std::vector<node*>& nodes,
-          const product& model);
+          const neighbour& peer);
 
   /// Until the user quits, with `note` in the last line. Throws lab_failure when a program ends.
   void show_on_screen(const std::string& note);
@@ -45,7 +45,6 @@ class session {
 
   supervisor& programs_;
   user& user_;
-  const product& model_;
   std::vector<watched_node> nodes_;
   clock::time_point start_;
 };

@@ -21,9 +21,6 @@ bool answers() {
 }
 
 /// Nodes share the store and no key.
-std::string configuration_tag(unsigned node) {
-  return node == 0 ? "{conf}" : "{conf-far}";
-}
 std::string data_tag(unsigned node) {
   return node == 0 ? "{data}" : "{data-far}";
 }
@@ -31,7 +28,7 @@ std::string data_tag(unsigned node) {
 /// What a mounted and healthy store of a node holds.
 void write_keys(unsigned node) {
   kvs_client client("lab", "");
-  const auto configuration = configuration_tag(node);
+  const auto configuration = store::configuration_tag(node);
   const auto data = data_tag(node);
   client.set(configuration + ":qz:mounts", std::string("config"), store_timeout);
   client.set(data + ":nx/system/info:data/swVersion", std::string("1.0.0"), store_timeout);
@@ -56,6 +53,10 @@ store::store(supervisor& programs, const lab_folder& folder, unsigned nodes) {
   } catch (const kvs_client_exception& error) {
     throw lab_failure("cannot write to the key store: " + error.what());
   }
+}
+
+std::string store::configuration_tag(unsigned node) {
+  return node == 0 ? "{conf}" : "{conf-far}";
 }
 
 std::vector<std::string> store::environment(unsigned node) const {

@@ -17,6 +17,7 @@ class store {
 
   /// What the daemon of a node needs to find it: KVS_URL and two hash tags of the node's own.
   std::vector<std::string> environment(unsigned node) const;
+  static std::string configuration_tag(unsigned node);
 
  private:
   std::string url_;

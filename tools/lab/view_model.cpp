@@ -86,6 +86,11 @@ view make_view(const readings& read, const product& model, const loop_report& lo
   seen.span_loss_db = read.number("data/spanloss/oms/tx");
   seen.line_tx_dbm = read.number("data/line/1/tx/power");
   seen.line_rx_dbm = read.number("data/line/1/rx/power");
+  seen.lms_error = read.number("data/line/lmsError");
+  seen.lms_step_db = read.number("data/line/lmsStepSize");
+  seen.outgoing = path_of(read, node);
+  seen.incoming = path_of(read, 1 - node);
+  seen.lights = panel_of(read, panel_prefix);
   seen.utilization = read.number("data/system/utilization");
   seen.automation_mode = read.text("data/automationMode").value_or("managedCLI");
   const auto peer = read.text("data/line/1/remoteProduct");

@@ -7,7 +7,9 @@
 #include <vector>
 
 #include "tools/lab/channel_target.h"
+#include "tools/lab/light_path.h"
 #include "tools/lab/loop_report.h"
+#include "tools/lab/panel.h"
 #include "tools/lab/product.h"
 #include "tools/lab/readings.h"
 
@@ -36,6 +38,9 @@ struct view {
   amplifier_figures booster, preamp;
   std::optional<double> calibration_db, saturation_db, voa_db, fibre_km, span_loss_db;
   std::optional<double> line_tx_dbm, line_rx_dbm, utilization;
+  std::optional<double> lms_error, lms_step_db;  ///< of the line; the step that it would make next
+  light_path outgoing, incoming;                 ///< seen from this node
+  panel lights;
   std::string automation_mode;
   std::string peer = no_peer;
   loop_report loops;
@@ -45,6 +50,7 @@ struct view {
 inline constexpr const char* booster_prefix = "booster:";
 inline constexpr const char* preamp_prefix = "preamp:";
 inline constexpr const char* voa_prefix = "voa:";
+inline constexpr const char* panel_prefix = "panel:";
 
 /// Where the plant tells a channel's true power at the booster's output; `key` is the centre
 /// frequency in units of 10 MHz.

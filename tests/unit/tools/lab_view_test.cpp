@@ -1,7 +1,9 @@
 // What the lab shows and judges: target powers, states of channels, rows, verdicts, pictures.
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <fstream>
 #include <string>
@@ -10,6 +12,7 @@
 #include "tools/lab/channel_target.h"
 #include "tools/lab/convergence.h"
 #include "tools/lab/loop_report.h"
+#include "tools/lab/neighbour.h"
 #include "tools/lab/product.h"
 #include "tools/lab/screen_text.h"
 #include "tools/lab/summary_text.h"
@@ -151,6 +154,8 @@ TEST(convergence, begins_again_after_each_disturbance) {
   put_channel(off_target, {19300000, 1553.33, 8.0, 6.0, true});
   auto line_moves = node_at_rest();
   line_moves.put("voa:data/attenuation", 3.4);
+  auto step_due = node_at_rest();
+  step_due.put("data/line/lmsStepSize", -0.3);
   auto gone_dark = node_at_rest();
   put_channel(gone_dark, {19300000, 1553.33, -45.0, 15.0, false});
   auto false_reading = node_at_rest();
@@ -161,6 +166,7 @@ TEST(convergence, begins_again_after_each_disturbance) {
   const std::pair<view, const char*> table[] = {
       {view_of(off_target), "193.000 THz settling"},
       {view_of(line_moves), "the line VOA moves"},
+      {view_of(step_due), "the line has -0.30 dB to go"},
       {view_of(gone_dark), "1 of 2 lit channels in sight"},
       {view_of(false_reading), "is not the plant's 0.00 dBm"},
       {loop_down, "the client rx loop is down"},
@@ -242,6 +248,52 @@ TEST(picture, has_no_escapes_without_colours) {
       picture(view_of(node_at_rest()), {"orvalite", 0s, 0, ""}, {120, 30}, {false, true});
   for (const auto& line : lines)
     EXPECT_EQ(line.find('\x1b'), std::string::npos) << line;
+}
+
+TEST(picture, shows_the_road_of_the_light_and_the_panel) {
+  auto read = node_at_rest();
+  const std::pair<const char*, double> truth[] = {
+      {"truth/node/0/rx/channel/1/laserPower", 0.0},
+      {"truth/node/0/rx/channel/2/laserPower", 1.0},
+      {"truth/node/0/rx/channel/3/laserPower", -99.0},  // a dark one does not count
+      {"truth/node/0/rx/channel/1/boosterPower", 4.9},
+      {"truth/node/0/rx/gain", 20.0},
+      {"truth/node/0/rx/channel/1/linePower", -1.5},
+      {"truth/fibre/0/spanLoss", 17.0},
+      {"truth/node/1/tx/channel/1/linePower", -18.5},
+      {"truth/node/1/tx/channel/1/preampPower", 5.5},
+      {"truth/node/1/tx/channel/1/clientPower", -6.5},
+      {"truth/fibre/1/spanLoss", 99.0},  // cut
+      {"truth/node/0/tx/channel/1/preampPower", -99.0}};
+  for (const auto& [path, value] : truth)
+    read.put(path, value);
+  const std::pair<const char*, const char*> lamps[] = {
+      {"line/1/rx", "green"},     {"client/1/rx", "off"},  {"client/2/rx", "red"},
+      {"client/10/rx", "yellow"}, {"line/1/tx", "orange"}, {"xc/1/tx", "green"}};
+  for (const auto& [port, colour] : lamps)
+    read.put(fmt::format("panel:data/{}Led/status", port), std::string(colour));
+
+  const auto plain = picture(view_of(read), {"orvalite", 0s, 0, ""}, {80, 30}, {false, true});
+  const auto at = std::find_if(plain.begin(), plain.end(),
+                               [](const auto& line) { return line.starts_with("light"); });
+  ASSERT_GE(plain.end() - at, 5);
+  EXPECT_THAT((std::vector(at + 1, at + 5)),
+              ElementsAre(" going      0.5  -15.1     4.9   -1.5  | 17.0 |  -18.5    5.5   -6.5",
+                          " coming       -      -       -      -  |    - |      -      -      -",
+                          "leds rx  line G  client .RY", "leds tx  line O  xc G"));
+  const auto coloured = picture(view_of(read), {"orvalite", 0s, 0, ""}, {16, 30}, {true, true});
+  EXPECT_THAT(coloured, testing::Contains("leds rx  line \x1b[32m●\x1b[0m "));
+}
+
+TEST(neighbour, is_a_daemon_or_simulated_and_replaced_where_there_is_no_link) {
+  EXPECT_EQ(find_neighbour("", "orvapro").name, "orvapro");
+  EXPECT_TRUE(find_neighbour("selkamin", "selkaplus").is_daemon());
+  EXPECT_TRUE(find_neighbour("tarn-one", "orvalite").is_simulated());
+  EXPECT_THROW(find_neighbour("tarn", "orvalite"), std::invalid_argument);
+  for (const auto& product : product_names()) {
+    const auto stands_in = simulated_in_place_of(find_neighbour("", product));
+    EXPECT_TRUE(find_neighbour(stands_in.name, product).is_simulated()) << product;
+  }
 }
 
 TEST(verdict_text, tells_why_not) {

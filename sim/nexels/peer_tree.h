@@ -1,0 +1,40 @@
+// The value tree of a peer that is simulated: what the node at the far end of the fibre shows over
+// the supervisory link, so that a daemon alone has somebody to read. Families differ in their
+// paths; the values are those of the far end's instruments, noise included. Nobody writes to it.
+//
+// Published with the plant's lock held, once a second of plant time, as a node polls its devices.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "sim/nexels/device_tree.h"
+#include "sim/plant/line_system.h"
+
+namespace sim {
+
+class peer_tree : public device_tree {
+ public:
+  /// `family` is one of `peer_families()`.
+  peer_tree(std::mutex& light, const line_system& system, const std::string& family);
+  void publish() override;
+
+ private:
+  void add_identity(const std::string& family);
+  void add_line(const std::string& family);
+  void add_channel(std::size_t slot, bool with_osnr);
+
+  template <class T>
+  void add_value(const std::string& path, std::function<T()> read);
+
+  const line_system& system_;
+  std::vector<std::function<void()>> updates_;
+  std::chrono::nanoseconds published_{-1};
+};
+
+/// What the tree of a node calls a channel.
+unsigned peer_channel_id(const std::string& product, unsigned key);
+
+}  // namespace sim

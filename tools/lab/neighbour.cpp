@@ -1,0 +1,49 @@
+#include "tools/lab/neighbour.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "tools/lab/product.h"
+
+namespace tools::lab {
+
+namespace {
+
+bool holds(const std::vector<std::string>& names, const std::string& name) {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+std::vector<std::string> families() {
+  std::vector<std::string> names;
+  for (const auto& product : product_names())
+    names.push_back(find_product(product).family);
+  // In-line amplifiers run no daemon of this kind.
+  names.insert(names.end(), {"tarn-one", "tarn-two"});
+  return names;
+}
+
+}  // namespace
+
+std::vector<std::string> neighbour_names() {
+  auto names = product_names();
+  for (auto& family : families())
+    names.push_back(std::move(family));
+  return names;
+}
+
+neighbour find_neighbour(const std::string& asked, const std::string& own_product) {
+  const auto& name = asked.empty() ? own_product : asked;
+  if (holds(product_names(), name)) return {neighbour::kind::daemon, name};
+  if (holds(families(), name)) return {neighbour::kind::simulated, name};
+  throw std::invalid_argument(
+      fmt::format("unknown peer {}; known are {}", name, fmt::join(neighbour_names(), ", ")));
+}
+
+neighbour simulated_in_place_of(const neighbour& daemon) {
+  return {neighbour::kind::simulated, find_product(daemon.name).family};
+}
+
+}  // namespace tools::lab

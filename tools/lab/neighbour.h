@@ -1,0 +1,29 @@
+// Who stands at the far end of the fibre: nobody that could be read, a second daemon, or a peer
+// that the simulator plays.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace tools::lab {
+
+struct neighbour {
+  enum class kind { none, daemon, simulated };
+  kind what = kind::none;
+  std::string name = {};  ///< the daemon's product, or the simulated peer's family
+
+  bool is_daemon() const { return what == kind::daemon; }
+  bool is_simulated() const { return what == kind::simulated; }
+};
+
+/// `asked` is a product, a family such as "tarn-one", or empty for the near node's own product.
+/// Throws std::invalid_argument with what is known.
+neighbour find_neighbour(const std::string& asked, const std::string& own_product);
+
+/// What the simulator plays where a second daemon cannot be run.
+neighbour simulated_in_place_of(const neighbour& daemon);
+
+/// Products and families.
+std::vector<std::string> neighbour_names();
+
+}  // namespace tools::lab

@@ -1,0 +1,26 @@
+// The lab's command line.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "tools/lab/neighbour.h"
+
+namespace tools::lab {
+
+enum exit_code : int { exit_ok = 0, exit_failed = 1, exit_usage = 2 };
+
+struct options {
+  std::string product = "orvalite";
+  neighbour peer;
+  std::string topology;  ///< empty for the product's own
+  unsigned seed = 1;
+  bool keep = false;
+  bool log = false;
+  std::optional<unsigned> until_converged;  ///< seconds
+};
+
+/// An exit code when the program has nothing more to do: help was asked for, or the usage is wrong.
+std::optional<int> read_options(int argc, char** argv, options& given);
+
+}  // namespace tools::lab

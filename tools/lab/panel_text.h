@@ -1,0 +1,16 @@
+// The lights of the front panel as lines of text: dots in their colours, or letters where the
+// screen has none. Pure.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/lab/panel.h"
+#include "tools/lab/screen_text.h"
+
+namespace tools::lab {
+
+/// One line for each side, at most `columns` wide on the screen.
+std::vector<std::string> panel_lines(const panel& lights, unsigned columns, look how);
+
+}  // namespace tools::lab
