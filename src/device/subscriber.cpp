@@ -125,10 +125,11 @@ void _subscriber<Types...>::reset() {
 
 template <class... Types>
 void _subscriber<Types...>::_cleanup() {
-  const auto clean = [](auto& table) {
-    std::erase_if(table.subscriptions, [](const auto& entry) {
+  const auto clean = [this](auto& table) {
+    std::erase_if(table.subscriptions, [this](const auto& entry) {
       if (!entry.second.first->is_removed()) return false;
       LUMORA_LOG(2, "Removing dead path: {}", entry.first);
+      dropped_ = true;
       return true;
     });
   };

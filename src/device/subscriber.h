@@ -6,6 +6,7 @@
 // the rest. `get` never waits for the nexel.
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -43,6 +44,10 @@ class _subscriber {
   /// than ten times in a row, are dropped by the next call.
   bool is_operational();
 
+  /// True once after `is_operational` has dropped paths: their values stand still from then on,
+  /// until the owner subscribes again.
+  bool take_dropped() { return dropped_.exchange(false); }
+
  private:
   template <class T>
   auto make_subscription(nexel_client_api& client, const std::string& path);
@@ -54,6 +59,7 @@ class _subscriber {
   using table_ptr = std::shared_ptr<subscription_table<T>>;
   std::tuple<table_ptr<Types>...> tables_;
   std::mutex mutex_;  // guards the subscriptions; each table guards its values
+  std::atomic<bool> dropped_{false};
 };
 
 using subscriber = _subscriber<float, std::string, bool, int, unsigned int>;

@@ -1,5 +1,6 @@
 // One device service dead for ten minutes: what it does not concern is left alone, and the loops
-// are back within three cycles of its return.
+// are back within three cycles of its return. One that forgets its subscribers is reminded.
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -13,7 +14,7 @@ using namespace std::chrono_literals;
 using test::channel_watch;
 using test::plant_node;
 
-class dead_device : public testing::TestWithParam<const char*> {
+class node_at_rest : public testing::Test {
  protected:
   void SetUp() override {
     node_.start();
@@ -40,6 +41,18 @@ class dead_device : public testing::TestWithParam<const char*> {
 
   plant_node node_{"orvalite"};
 };
+
+TEST_F(node_at_rest, subscribes_again_when_the_monitor_ends_its_subscriptions) {
+  const channel_watch add(node_, sim::direction::rx);
+  const auto channel = node_.channels()[5];
+  node_.plant().drop_subscription(0, "wss_edge", fmt::format("data/ocm/1/channel/{}/*", channel));
+  disturb(channel, 2.0);
+  EXPECT_TRUE(
+      node_.run_until([&] { return add.steps(channel) > 0 && node_.on_target(channel); }, 15s));
+  EXPECT_TRUE(is_fully_operational());
+}
+
+class dead_device : public node_at_rest, public testing::WithParamInterface<const char*> {};
 
 TEST_P(dead_device, leaves_the_channels_at_rest_and_is_used_again_after_its_return) {
   const std::string device = GetParam();

@@ -154,7 +154,10 @@ TEST_F(subscriber_test, path_is_dropped_after_eleven_failures_in_a_row) {
 TEST_F(subscriber_test, ended_subscription_is_dropped_at_the_next_look) {
   const auto path = subscribe("power");
   path->send_subscription_ended_event("power", subscription_ended_rc::removed);
+  EXPECT_FALSE(values.take_dropped());
   EXPECT_TRUE(values.is_operational());
+  EXPECT_TRUE(values.take_dropped()) << "its owner has to know";
+  EXPECT_FALSE(values.take_dropped());
   values.subscribe<float>(client, "power");
   EXPECT_EQ(client->subscriptions, 2u);
 }

@@ -170,7 +170,10 @@ bool client_loop<T>::clean_subscriptions() {
   bool all_alive = true;
   for (const auto& device : devices_) {
     if (!device->has_subscriber()) continue;
-    all_alive = (*device->get_subscriber())->is_operational() && all_alive;
+    const auto subscriber = *device->get_subscriber();
+    all_alive = subscriber->is_operational() && all_alive;
+    // A device that ends a subscription leaves nothing behind that could fail.
+    all_alive = !subscriber->take_dropped() && all_alive;
   }
   return all_alive;
 }
