@@ -8,6 +8,7 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
 option(LUMORA_WERROR "Treat warnings as errors" OFF)
 set(LUMORA_SANITIZE "" CACHE STRING "Sanitizers for every target, as -fsanitize takes them")
+option(LUMORA_FUZZ "Build the fuzz targets, and nothing else by default; needs clang" OFF)
 
 find_program(LUMORA_CCACHE ccache)
 if(LUMORA_CCACHE)
@@ -29,9 +30,12 @@ target_compile_options(lumora_options INTERFACE
 target_include_directories(lumora_options INTERFACE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/src")
 if(LUMORA_SANITIZE)
   # -Wno-tsan: Asio's fences are not modelled by the thread sanitizer, which warns of each of them.
-  target_compile_options(lumora_options INTERFACE "-fsanitize=${LUMORA_SANITIZE}" -Wno-tsan
-    -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_compile_options(lumora_options INTERFACE "-fsanitize=${LUMORA_SANITIZE}"
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-tsan> -fno-omit-frame-pointer -fno-sanitize-recover=all)
   target_link_options(lumora_options INTERFACE "-fsanitize=${LUMORA_SANITIZE}")
+endif()
+if(LUMORA_FUZZ)
+  target_compile_options(lumora_options INTERFACE "-fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/fuzz/ignored.txt")
 endif()
 
 # lumora_library(NAME SOURCES... LIBS libraries...)

@@ -1,6 +1,7 @@
 #include "api/hysteresis.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <sstream>
 #include <utility>
 
@@ -47,7 +48,11 @@ hysteresis<T> hysteresis<T>::equal() {
 template <class T>
 hysteresis<T> hysteresis<T>::limits(T immediate_limit,
                                     T delayed_limit) requires std::is_arithmetic_v<T> {
-  return {kind::limits, beyond_limits<T>, immediate_limit, delayed_limit};
+  // Some compilers take an explicit instantiation of the class for one of this too, whatever T.
+  if constexpr (std::is_arithmetic_v<T>) {
+    return {kind::limits, beyond_limits<T>, immediate_limit, delayed_limit};
+  }
+  std::abort();
 }
 
 template <class T>

@@ -1,0 +1,17 @@
+// What a fuzz target says when the code breaks a promise: the input is kept by the fuzzer.
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+namespace fuzz {
+
+/// Ends the program, as a sanitizer would, unless the promise is kept.
+inline void check(bool kept, const char* promise, const std::string& shown = {}) {
+  if (kept) return;
+  std::fprintf(stderr, "Broken promise: %s\n%s\n", promise, shown.c_str());
+  std::abort();
+}
+
+}  // namespace fuzz
