@@ -6,7 +6,11 @@
 #include <rapidjson/memorystream.h>
 #include <rapidjson/reader.h>
 
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_rpc.h"
@@ -29,8 +33,16 @@ class limited_builder {
   bool Int64(std::int64_t value) { return target_.Int64(value); }
   bool Uint64(std::uint64_t value) { return target_.Uint64(value); }
   bool Double(double value) { return target_.Double(value); }
-  bool RawNumber(const char* text, rapidjson::SizeType size, bool copy) {
-    return target_.RawNumber(text, size, copy);
+  // The parser's own conversion makes any number of a zero with an exponent ("0e-45").
+  bool RawNumber(const char* text, rapidjson::SizeType size, bool) {
+    const char* end = text + size;
+    if (std::int64_t whole = 0; reads_as(text, end, whole)) return target_.Int64(whole);
+    if (std::uint64_t whole = 0; reads_as(text, end, whole)) return target_.Uint64(whole);
+    if (double number = 0; reads_as(text, end, number)) return target_.Double(number);
+    // Out of range: too small is zero.
+    const double number = std::strtod(std::string(text, end).c_str(), nullptr);
+    too_big_ = !std::isfinite(number);
+    return !too_big_ && target_.Double(number);
   }
   bool String(const char* text, rapidjson::SizeType size, bool) {
     return is_text(text, size) && target_.String(text, size, true);
@@ -50,8 +62,15 @@ class limited_builder {
   }
 
   bool too_deep() const { return depth_ > limits::nesting; }
+  bool too_big() const { return too_big_; }
 
  private:
+  template <class Number>
+  static bool reads_as(const char* text, const char* end, Number& number) {
+    const auto [stop, error] = std::from_chars(text, end, number);
+    return stop == end && error == std::errc();
+  }
+
   bool enter() { return ++depth_ <= limits::nesting; }
 
   // The escape of a lone low surrogate passes the parser, and would go out as bytes that are not
@@ -67,14 +86,17 @@ class limited_builder {
 
   json_document& target_;
   std::size_t depth_ = 0;
+  bool too_big_ = false;
 };
 
 [[noreturn]] void refuse(const std::string& what) {
   throw nx_error(json_rpc::parse_error, "Parse error: " + what);
 }
 
-[[noreturn]] void refuse(rapidjson::ParseErrorCode code, std::size_t offset, bool too_deep) {
-  if (too_deep) refuse(fmt::format("nested deeper than {} levels", limits::nesting));
+[[noreturn]] void refuse(rapidjson::ParseErrorCode code, std::size_t offset,
+                         const limited_builder& builder) {
+  if (builder.too_deep()) refuse(fmt::format("nested deeper than {} levels", limits::nesting));
+  if (builder.too_big()) code = rapidjson::kParseErrorNumberTooBig;
   const bool text_broken = code == rapidjson::kParseErrorStringInvalidEncoding ||
                            code == rapidjson::kParseErrorTermination;
   const std::string_view what =
@@ -90,21 +112,18 @@ void parse_json_into(json_document& target, std::string_view text) {
     refuse(fmt::format("Zero byte at byte {}", zero));
   }
   constexpr unsigned flags =
-      rapidjson::kParseValidateEncodingFlag | rapidjson::kParseFullPrecisionFlag;
+      rapidjson::kParseValidateEncodingFlag | rapidjson::kParseNumbersAsStringsFlag;
   rapidjson::Reader reader;
-  bool too_deep = false;
-  auto build = [&](json_document& document) {
+  limited_builder builder(target);
+  auto build = [&](json_document&) {
     rapidjson::MemoryStream bytes(text.data(), text.size());
     rapidjson::EncodedInputStream<rapidjson::UTF8<>, rapidjson::MemoryStream> stream(bytes);
-    limited_builder builder(document);
-    const bool done = !reader.Parse<flags>(stream, builder).IsError();
-    too_deep = builder.too_deep();
-    return done;
+    return !reader.Parse<flags>(stream, builder).IsError();
   };
   target.SetNull();
   target.Populate(build);
   if (reader.HasParseError()) {
-    refuse(reader.GetParseErrorCode(), reader.GetErrorOffset(), too_deep);
+    refuse(reader.GetParseErrorCode(), reader.GetErrorOffset(), builder);
   }
 }
 

@@ -75,6 +75,23 @@ TEST(json_conversion, table) {
   EXPECT_EQ(from_json<float>(parse_json("-1e300")), -std::numeric_limits<float>::infinity());
 }
 
+TEST(json_parse, numbers_are_what_their_text_says) {
+  const std::pair<const char*, double> table[] = {
+      {"0e-45", 0},
+      {"-0.0e-100", 0},
+      {"0e45", 0},
+      {"1e-400", 0},
+      {"4.9e-324", 4.9e-324},
+      {"1.7976931348623157e308", 1.7976931348623157e308},
+      {"0.0000000000000000000000000000000", 0},
+      {"123456789012345678901234567890", 123456789012345678901234567890.0}};
+  for (const auto& [text, number] : table)
+    EXPECT_EQ(parse_json(text).GetDouble(), number) << text;
+  EXPECT_TRUE(parse_json("-2147483648").IsInt());
+  EXPECT_TRUE(parse_json("18446744073709551615").IsUint64());
+  EXPECT_THROW(parse_json("1e309"), nx_error);
+}
+
 TEST(json_text, numbers_read_back_and_are_short) {
   const auto text_of = [](double number) { return json_text(nx::json_value(number)); };
   EXPECT_EQ(text_of(0.2F), "0.2");
