@@ -1,11 +1,29 @@
 #include "device/nexel_value_subscriber.h"
 
+#include <type_traits>
 #include <utility>
 
+#include "device/hardware/readings.h"
 #include "device/path_event.h"
 #include "platform/wire/json_conversion.h"
 
 namespace device {
+
+namespace {
+
+/// A number that is none is refused as a value of another type is: the last good one stays.
+template <class T>
+T convert(const nx::json_value& value) {
+  T converted = nx::from_json<T>(value);
+  if constexpr (std::is_same_v<T, float>) {
+    if (!hardware::is_plausible(converted)) {
+      throw json_value_conversion_error{"a plausible reading", "a number beyond all devices"};
+    }
+  }
+  return converted;
+}
+
+}  // namespace
 
 template <class T>
 nexel_value_subscriber<T>::nexel_value_subscriber(const std::string& path,
@@ -20,7 +38,7 @@ template <class T>
 void nexel_value_subscriber<T>::send_changed_value_event(std::string_view path,
                                                          const nx::json_value& value) {
   if (const auto event = event_.lock()) {
-    event->on_value_changed<T>(path, store_, nx::from_json<T>(value));
+    event->on_value_changed<T>(path, store_, convert<T>(value));
   }
 }
 

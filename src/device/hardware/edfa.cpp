@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "device/hardware/readings.h"
 #include "device/hardware/refusals.h"
 #include "platform/nexel_client/nexel_client.h"
 
@@ -59,19 +60,19 @@ bool edfa::is_enabled() {
 }
 
 float edfa::get_rx_power() {
-  return client_->get<float>("data/rxPower");
+  return read_number(*client_, "data/rxPower");
 }
 
 float edfa::get_tx_power() {
-  return client_->get<float>("data/txPower");
+  return read_number(*client_, "data/txPower");
 }
 
 float edfa::get_power_limit() {
-  return client_->get<float>("data/powerLimit");
+  return read_number(*client_, "data/powerLimit");
 }
 
 float edfa::get_gain() {
-  return client_->get<float>("data/gain");
+  return read_number(*client_, "data/gain");
 }
 
 void edfa::set_gain(float gain) {
@@ -79,19 +80,19 @@ void edfa::set_gain(float gain) {
 }
 
 float edfa::get_min_gain() {
-  return client_->get<float>("data/gainMinThreshold");
+  return read_number(*client_, "data/gainMinThreshold");
 }
 
 float edfa::get_max_gain() {
-  return client_->get<float>("data/gainMaxThreshold");
+  return read_number(*client_, "data/gainMaxThreshold");
 }
 
 float edfa::get_default_gain() {
-  return client_->get<float>("data/gainDefault");
+  return read_number(*client_, "data/gainDefault");
 }
 
 float edfa::get_saturation() {
-  const float missing = get_gain() - client_->get<float>("data/actualGain");
+  const float missing = get_gain() - read_number(*client_, "data/actualGain");
   return missing > 0.0f ? missing : 0.0f;
 }
 

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "device/hardware/readings.h"
 #include "platform/nexel_client/nexel_client.h"
 
 namespace device::hardware {
@@ -14,11 +15,11 @@ bool osc::is_operational() {
 }
 
 float osc::get_fiber_length() {
-  return client_->get<float>("data/fiberLength");
+  return read_number(*client_, "data/fiberLength");
 }
 
 float osc::get_fiber_dispersion() {
-  return client_->get<float>("data/fiberDispersion");
+  return read_number(*client_, "data/fiberDispersion");
 }
 
 std::string osc::get_neighbour() {

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "device/hardware/channel_command.h"
+#include "device/hardware/readings.h"
 #include "device/hardware/refusals.h"
 #include "helpers/logger.h"
 #include "platform/nexel_client/nexel_client.h"
@@ -62,7 +63,7 @@ bool selka_ocm::has_channel(unsigned channel) {
 }
 
 float selka_ocm::get_total_power() {
-  return client_->get<float>(fmt::format("data/port/{}/totalPower", port_));
+  return read_number(*client_, fmt::format("data/port/{}/totalPower", port_));
 }
 
 float selka_ocm::get_channel_power(unsigned channel) {

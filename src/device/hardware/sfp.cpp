@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "device/hardware/readings.h"
 #include "platform/nexel_client/nexel_client.h"
 
 namespace device::hardware {
@@ -14,11 +15,11 @@ bool sfp::is_operational() {
 }
 
 float sfp::get_rx_power() {
-  return client_->get<float>("data/rxPower");
+  return read_number(*client_, "data/rxPower");
 }
 
 float sfp::get_tx_power() {
-  return client_->get<float>("data/txPower");
+  return read_number(*client_, "data/txPower");
 }
 
 bool sfp::has_los() {

@@ -6,6 +6,7 @@
 #include <optional>
 #include <utility>
 
+#include "device/hardware/readings.h"
 #include "helpers/logger.h"
 #include "platform/nexel_client/nexel_client.h"
 #include "platform/nexel_client/nx_client_exception.h"
@@ -79,7 +80,7 @@ void tdcm::set_dispersion(float value) {
 
 float tdcm::get_dispersion() {
   try {
-    return client_->get<float>("data/currentDispersion");
+    return read_number(*client_, "data/currentDispersion");
   } catch (const nx_client_exception& error) {
     LUMORA_LOG_DIRECT(severity_error, "get_dispersion",
                       fmt::format("Error getting dispersion: {}", error.message));

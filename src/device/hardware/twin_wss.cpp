@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "device/hardware/channel_command.h"
+#include "device/hardware/readings.h"
 #include "helpers/logger.h"
 #include "helpers/redis.h"
 #include "platform/nexel_client/nexel_client.h"
@@ -76,7 +77,8 @@ std::optional<float> twin_wss::get_written_attenuation(unsigned channel) const {
 }
 
 float twin_wss::get_attenuation(unsigned channel) {
-  return client_->get<float>(fmt::format("data/module/{}/channel/{}/attenuation", side(), channel));
+  return read_number(*client_,
+                     fmt::format("data/module/{}/channel/{}/attenuation", side(), channel));
 }
 
 void twin_wss::block_channel(unsigned channel) {

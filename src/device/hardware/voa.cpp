@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "device/hardware/readings.h"
 #include "helpers/guard.h"
 #include "helpers/logger.h"
 #include "platform/nexel_client/nexel_client.h"
@@ -29,7 +30,7 @@ void voa::set_attenuation(float attenuation) {
 }
 
 float voa::get_attenuation() {
-  return client_->get<float>("data/attenuation");
+  return read_number(*client_, "data/attenuation");
 }
 
 float voa::get_min_attenuation() {
@@ -41,7 +42,7 @@ float voa::get_max_attenuation() {
 }
 
 float voa::get_insertion_loss() {
-  return client_->get<float>("data/insertionLoss");
+  return read_number(*client_, "data/insertionLoss");
 }
 
 }  // namespace device::hardware
