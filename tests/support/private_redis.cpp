@@ -1,6 +1,7 @@
 #include "tests/support/private_redis.h"
 
 #include <hiredis/hiredis.h>
+#include <signal.h>
 
 #include <stdexcept>
 
@@ -21,6 +22,14 @@ void private_redis::start() {
 
 void private_redis::stop() {
   server.reset();
+}
+
+void private_redis::hang() {
+  server->signal(SIGSTOP);
+}
+
+void private_redis::go_on() {
+  server->signal(SIGCONT);
 }
 
 std::string private_redis::url() const {

@@ -15,6 +15,8 @@ class private_redis {
 
   void start();  ///< returns when it accepts connections
   void stop();   ///< its values are lost
+  void hang();   ///< it accepts, and answers nothing until `go_on`
+  void go_on();
 
   /// What KVS_URL is to be.
   std::string url() const;

@@ -1,0 +1,173 @@
+// Days of faults on two managers face to face, in plant time and with fixed seeds. A day is packed
+// into less than an hour: drift over night, incidents one after the other and two at a time, then
+// rest, and an exam. The test program runs one day; LUMORA_SOAK_DAYS says how many it shall be.
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdlib>
+
+#include "tests/loops/incidents.h"
+#include "tests/support/process_figures.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using test::incident;
+
+// Monitor offset and tap error of a day, repeatability of the switch, noise and dead band together.
+constexpr double rest_db = 0.85;
+
+class soak : public testing::Test {
+ protected:
+  soak() : pair_(sim::default_topology("orvalite", 2)) {}
+
+  void run_day(unsigned day) {
+    SCOPED_TRACE(fmt::format("day {}", day));
+    story_.clear();
+    test::incident_source source(pair_, day);
+    source.drift();
+    pair_.run_for(2min);
+    constexpr unsigned incidents = 9;
+    for (unsigned i = 0; i < incidents && !HasFailure(); ++i)
+      run_incident(source);
+    pair_.run_for(10min);
+    expect_rest();
+    exam(day);
+    tell(day);
+  }
+
+  void run_incident(test::incident_source& source) {
+    std::vector<incident> at_once{source.draw()};
+    auto second = source.draw();
+    if (!at_once.front().alone && !second.alone && source.below(3) == 0) {
+      at_once.push_back(std::move(second));
+    }
+    const bool light_as_it_was = std::all_of(
+        at_once.begin(), at_once.end(), [](const auto& one) { return one.leaves_light_alone; });
+    const bool rested = is_at_rest_for(15s);
+    for (const auto& one : at_once) {
+      story_ += fmt::format("{} s: {}\n", pair_.now() / 1s, one.name);
+      one.begin();
+    }
+    const auto before = switch_writes();
+    const double seconds = source.between(5.0, 150.0);
+    pair_.run_for(std::chrono::milliseconds(static_cast<int>(seconds * 1000.0)));
+    if (rested && light_as_it_was) {
+      EXPECT_EQ(switch_writes(), before) << story_;
+    }
+    for (const auto& one : at_once)
+      one.end();
+    ++incidents_;
+    pair_.run_for(std::chrono::seconds(20 + source.below(60)));
+  }
+
+  bool is_at_rest_for(std::chrono::seconds time) {
+    const auto before = switch_writes();
+    pair_.run_for(time);
+    return switch_writes() == before;
+  }
+
+  void expect_rest() {
+    const auto switches = switch_writes();
+    const auto near = pair_.plant().voa_writes(0);
+    const auto far = pair_.plant().voa_writes(1);
+    pair_.run_for(10min);
+    EXPECT_EQ(switch_writes(), switches) << story_;
+    EXPECT_LE(pair_.plant().voa_writes(0), near + 1) << story_;
+    EXPECT_LE(pair_.plant().voa_writes(1), far + 1) << story_;
+    for (unsigned node : {0u, 1u}) {
+      EXPECT_EQ(off_target(node), "") << "node " << node << '\n' << story_;
+      EXPECT_LT(std::fabs(line_error(node)), 0.85) << "node " << node << '\n' << story_;
+    }
+  }
+
+  /// The node does afterwards what it does when it is new.
+  void exam(unsigned day) {
+    auto& plant = pair_.plant();
+    const unsigned node = day % 2;
+    if (day % 3 == 0) {
+      plant.cut_line();
+      pair_.run_for(1min);
+      plant.mend_line();
+      ASSERT_TRUE(pair_.run_until([&] { return plant.osc_ready(0) && plant.osc_ready(1); }, 20s));
+      EXPECT_TRUE(pair_.run_until([&] { return (off_target(0) + off_target(1)).empty(); }, 15s))
+          << off_target(0) << off_target(1) << story_;
+    } else if (day % 3 == 1) {
+      plant.dark_band(node);
+      pair_.run_for(30s);
+      plant.fill_band(node);
+      EXPECT_TRUE(pair_.run_until([&] { return off_target(node).empty(); }, 15s))
+          << off_target(node) << story_;
+    } else {
+      const auto writes = plant.voa_writes(node);
+      plant.set_span_offset(node, 3.0);
+      pair_.run_for(90s);
+      EXPECT_GT(plant.voa_writes(node), writes) << story_;
+      EXPECT_LT(std::fabs(line_error(node)), 0.85) << story_;
+      plant.set_span_offset(node, 0.0);
+    }
+  }
+
+  void tell(unsigned day) {
+    const auto own = test::figures_of(::getpid());
+    fmt::print(
+        "day {:3}: {} incidents, {} switch and {} VOA writes, {:.1f} MiB, {} descriptors, {} "
+        "threads\n",
+        day, incidents_, switch_writes(), pair_.plant().voa_writes(0) + pair_.plant().voa_writes(1),
+        own.resident_mib, own.descriptors, own.threads);
+    std::fflush(stdout);
+    pair_.take_log();
+  }
+
+  std::string off_target(unsigned node) {
+    std::string found;
+    for (const auto channel : pair_.channels()) {
+      const double off_db = pair_.true_error(node, channel);
+      if (std::fabs(off_db) > rest_db) found += fmt::format("{} by {:.2f} dB, ", channel, off_db);
+    }
+    return found;
+  }
+
+  /// Mean power at which this node's channels arrive behind the far preamp, less the wanted 5 dBm.
+  double line_error(unsigned node) {
+    double sum = 0;
+    for (const auto channel : pair_.channels()) {
+      sum +=
+          pair_.plant().channel_power_dbm(1 - node, sim::measuring_point::preamp_output, channel);
+    }
+    return sum / static_cast<double>(pair_.channels().size()) - 5.0;
+  }
+
+  unsigned switch_writes() {
+    unsigned sum = 0;
+    for (unsigned node : {0u, 1u}) {
+      for (const auto side : {sim::direction::rx, sim::direction::tx})
+        sum += pair_.plant().switch_writes(node, side);
+    }
+    return sum;
+  }
+
+  test::plant_pair pair_;
+  std::string story_;
+  unsigned incidents_ = 0;
+};
+
+TEST_F(soak, days_of_faults_end_at_rest) {
+  const char* setting = std::getenv("LUMORA_SOAK_DAYS");
+  const unsigned days = setting != nullptr ? static_cast<unsigned>(std::atoi(setting)) : 1;
+  pair_.start();
+  pair_.run_for(10min);
+  run_day(1);
+  const auto before = test::figures_of(::getpid());
+  for (unsigned day = 2; day <= days && !HasFailure(); ++day)
+    run_day(day);
+  const auto after = test::figures_of(::getpid());
+  constexpr double flat_mib = 8.0;
+  EXPECT_LT(after.resident_mib, before.resident_mib + flat_mib);
+  EXPECT_EQ(after.descriptors, before.descriptors);
+  EXPECT_EQ(after.threads, before.threads);
+}
+
+}  // namespace

@@ -1,0 +1,17 @@
+// What a process holds, from /proc: memory, descriptors, threads. For tests of growth.
+#pragma once
+
+#include <sys/types.h>
+
+namespace test {
+
+struct process_figures {
+  double resident_mib = 0.0;
+  unsigned descriptors = 0;
+  unsigned threads = 0;
+};
+
+/// Throws std::runtime_error when the process is gone.
+process_figures figures_of(pid_t process);
+
+}  // namespace test

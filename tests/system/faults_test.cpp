@@ -1,0 +1,153 @@
+// What may happen around a daemon that regulates: to its store, its devices and its log. One table;
+// in each row the light stays, a channel that needs it is corrected, and nothing grows.
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <functional>
+
+#include "tests/support/process_figures.h"
+#include "tests/system/regulating_node.h"
+
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr double flat_mib = 1e6;
+#else
+constexpr double flat_mib = 4.0;
+#endif
+
+struct fault {
+  const char* name;
+  std::function<void()> begin;
+  std::function<void()> end;
+  const char* cycle = test::operational_line;  ///< what a cycle tells meanwhile
+  bool writes = true;                          ///< the switch takes what it is given
+};
+
+class faults : public testing::Test {
+ protected:
+  void store_command(const std::vector<std::string>& words) { node_.store().command(words); }
+
+  void set_state(const std::string& device, const std::string& state) {
+    node_.plant().set("config/node/0/nexel/" + device + "/state", '"' + state + '"');
+  }
+
+  std::vector<fault> table() {
+    const auto status = std::string(test::daemon_node::data_tag) + ":qz:status";
+    auto& store = node_.store();
+    return {
+        {"store killed", [&] { store.stop(); }, [&] { node_.start_store(); }},
+        {"store hung", [&] { store.hang(); }, [&] { store.go_on(); }},
+        {"store read only",
+         [&] {
+           store_command({"REPLICAOF", "127.0.0.1", "1"});
+         },
+         [&] {
+           store_command({"REPLICAOF", "NO", "ONE"});
+         }},
+        {"store full",
+         [&] {
+           store_command({"CONFIG", "SET", "maxmemory", "1"});
+         },
+         [&] {
+           store_command({"CONFIG", "SET", "maxmemory", "0"});
+         }},
+        {"store restarted empty",
+         [&] {
+           store.stop();
+           store.start();
+         },
+         [&] { node_.seed_store(); }},
+        {"store not ok", [&, status] { store.set(status, "starting"); },
+         [&, status] { store.set(status, "ok"); }},
+        {"LEDs and supervisory channel refuse",
+         [&] {
+           set_state("led_selka", "refusing");
+           set_state("osc1", "refusing");
+         },
+         [&] {
+           set_state("led_selka", "ok");
+           set_state("osc1", "ok");
+         }},
+        {"switch refuses", [&] { set_state("wss_edge", "refusing"); },
+         [&] { set_state("wss_edge", "ok"); }, test::operational_line, false},
+        {"switch dead and store hung",
+         [&] {
+           node_.plant().set_device("wss_edge", "killed");
+           store.hang();
+         },
+         [&] {
+           store.go_on();
+           node_.plant().set_device("wss_edge", "ok");
+         },
+         "Not connected: ", false},
+    };
+  }
+
+  test::regulating_node node_;
+};
+
+TEST_F(faults, around_a_regulating_daemon_leave_the_light_alone) {
+  node_.bring_up();
+  const auto& plant = node_.plant();
+  const auto channels = plant.channels();
+  std::size_t next = 0;
+  for (const auto& row : table()) {
+    SCOPED_TRACE(row.name);
+    const auto at_rest = plant.attenuations();
+    row.begin();
+    ASSERT_TRUE(test::eventually([&] { return node_.serves(); }));
+    ASSERT_TRUE(node_.wait_for_more(row.cycle, 2)) << node_.daemon().last_lines();
+    EXPECT_EQ(plant.attenuations(), at_rest);
+    if (row.writes) {
+      EXPECT_EQ(node_.correct_a_disturbance(channels[next++ % channels.size()]), "");
+    }
+    row.end();
+    EXPECT_EQ(node_.correct_a_disturbance(channels[next++ % channels.size()]), "");
+    EXPECT_TRUE(node_.await_rest()) << plant.off_target(0.5);
+  }
+}
+
+TEST_F(faults, of_a_device_that_comes_and_goes_a_hundred_times_leave_nothing_behind) {
+  node_.bring_up();
+  const auto flap = [&](unsigned times) {
+    for (unsigned i = 0; i < times; ++i) {
+      const char* device = i % 2 == 0 ? "wss_edge" : "booster";
+      node_.plant().set_device(device, "killed");
+      node_.plant().set_device(device, "ok");
+    }
+    EXPECT_TRUE(node_.await_rest()) << node_.plant().off_target(0.5);
+  };
+  flap(20);
+  const auto before = test::figures_of(node_.daemon().pid());
+  flap(100);
+  EXPECT_TRUE(test::eventually([&] {
+    const auto after = test::figures_of(node_.daemon().pid());
+    return after.descriptors == before.descriptors && after.threads <= before.threads;
+  }));
+  EXPECT_LT(test::figures_of(node_.daemon().pid()).resident_mib, before.resident_mib + flat_mib);
+}
+
+TEST_F(faults, of_the_log_and_another_state_of_all_devices_are_survived) {
+  node_.start_surroundings();
+  // Every write to the log fails, as on a full disk.
+  auto settings = node_.daemon_settings();
+  std::string line = "exec";
+  for (const auto& word : settings.command)
+    line += " '" + word + '\'';
+  settings.command = {"sh", "-c", line + " 2>/dev/full"};
+  test::process daemon(settings);
+  ASSERT_TRUE(node_.await_configuration());
+  ASSERT_EQ(node_.write("debug/loglevel", "\"debug\""), "{}");
+  ASSERT_EQ(node_.write("config/redisConfigStatus", "true"), "{}");
+  EXPECT_TRUE(node_.await_on_target()) << node_.plant().off_target(0.5);
+  // The devices come back as they were at their first start: parked and away from every target.
+  node_.stop_devices();
+  node_.start_devices("orvalite");
+  EXPECT_TRUE(node_.await_on_target()) << node_.plant().off_target(0.5);
+  daemon.signal(SIGTERM);
+  EXPECT_EQ(daemon.wait_for_exit().value_or(-1), 0);
+}
+
+}  // namespace
