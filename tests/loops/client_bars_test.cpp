@@ -1,6 +1,9 @@
 // The client loops against the plant, in plant time: how fast channels find their targets, that
 // they then rest, and that one channel's change leaves the others alone.
+#include <fmt/format.h>
 #include <gtest/gtest.h>
+
+#include <ostream>
 
 #include "tests/loops/channel_watch.h"
 #include "tests/support/plant_node.h"
@@ -17,12 +20,32 @@ sim::topology dark_topology(const std::string& product) {
   return topology;
 }
 
+struct model {
+  const char* product;
+  bool regulates_tx;
+  /// How far a channel may rest from its target and a step may carry it, dB. A channel at 7 to 8 dB
+  /// of attenuation rests within 0.43 to 0.47 dB, and no step of it is smaller than nine tenths of
+  /// that: on selka one of 48 channels happens to stand at the edge.
+  double rest_db;
+};
+
+std::ostream& operator<<(std::ostream& out, const model& of) {
+  return out << of.product;
+}
+
+constexpr model models[] = {
+    {"orvalite", false, 0.3},
+    {"orvakinet", true, 0.3},
+    {"selkaplus", false, 0.45},
+};
+
 /// A node whose daemon has run through its start in the dark.
-class client_bars : public testing::TestWithParam<const char*> {
+class client_bars : public testing::TestWithParam<model> {
  protected:
   void start_dark() {
-    node_ = std::make_unique<plant_node>(dark_topology(GetParam()));
+    node_ = std::make_unique<plant_node>(dark_topology(GetParam().product));
     node_->start();
+    node_->add_channels();
     node_->run_for(20s);
   }
 
@@ -87,27 +110,33 @@ TEST_P(client_bars, an_hour_of_rest_writes_nothing) {
   EXPECT_TRUE(node().all_on_target());
 }
 
-TEST_P(client_bars, one_laser_off_and_on_leaves_the_others_alone) {
+TEST_P(client_bars, one_channel_gone_and_back_leaves_the_others_alone) {
   light_and_rest();
   const auto changed = node().channels()[7];
   std::map<unsigned, double> before;
   for (const auto channel : node().channels())
     before[channel] = node().true_error(channel);
   const auto expect_others_alone = [&](channel_watch& watch) {
-    for (int i = 0; i < 600; ++i) {
+    for (int i = 0; i < 120; ++i) {
       node().cycle();
       watch.look();
     }
     for (const auto channel : node().channels()) {
       if (channel == changed) continue;
-      EXPECT_NEAR(node().true_error(channel), before[channel], 0.3) << channel;
-      EXPECT_LE(watch.largest_change(channel), 0.35) << channel << " (0.3 dB and the switch's own)";
+      EXPECT_NEAR(node().true_error(channel), before[channel], GetParam().rest_db) << channel;
+      EXPECT_LE(watch.largest_change(channel), GetParam().rest_db + 0.05)
+          << channel << " (and the switch's own error)";
     }
   };
   channel_watch off(node());
   node().plant().switch_laser(0, changed, false);
+  if (node().has_channels_by_command()) {
+    node().run("command/channel/remove",
+               fmt::format(R"({{"center":{},"direction":"both"}})", changed));
+  }
   expect_others_alone(off);
   channel_watch on(node());
+  if (node().has_channels_by_command()) node().add_channel(changed);
   node().plant().switch_laser(0, changed, true);
   expect_others_alone(on);
   EXPECT_TRUE(node().on_target(changed));
@@ -124,7 +153,7 @@ TEST_P(client_bars, half_the_band_lost_at_once_leaves_the_survivors_at_target) {
   }
   node().run_for(6s);
   for (std::size_t i = channels.size() / 2; i < channels.size(); ++i) {
-    EXPECT_LT(std::fabs(node().true_error(channels[i])), 0.3) << channels[i];
+    EXPECT_LT(std::fabs(node().true_error(channels[i])), GetParam().rest_db) << channels[i];
   }
 }
 
@@ -132,18 +161,39 @@ TEST_P(client_bars, no_two_loops_write_in_one_cycle) {
   start_dark();
   node().plant().fill_band(0);
   auto& plant = node().plant();
-  unsigned cycles_with_steps = 0;
+  unsigned cycles_with_rx_steps = 0;
+  unsigned cycles_with_tx_steps = 0;
   for (int i = 0; i < 240; ++i) {
     plant.reset_counters();
     node().cycle();
-    const bool client_wrote = plant.switch_writes(0, sim::direction::rx) > 0;
+    const bool rx_wrote = plant.switch_writes(0, sim::direction::rx) > 0;
+    const bool tx_wrote = plant.switch_writes(0, sim::direction::tx) > 0;
     const bool line_wrote = plant.voa_writes(0) > 0;
-    EXPECT_FALSE(client_wrote && line_wrote) << "cycle " << i;
-    cycles_with_steps += client_wrote ? 1 : 0;
+    EXPECT_LE(rx_wrote + tx_wrote + line_wrote, 1) << "cycle " << i;
+    cycles_with_rx_steps += rx_wrote ? 1 : 0;
+    cycles_with_tx_steps += tx_wrote ? 1 : 0;
   }
-  EXPECT_GT(cycles_with_steps, 0u);
+  EXPECT_GT(cycles_with_rx_steps, 0u);
+  if (!GetParam().regulates_tx) {
+    EXPECT_EQ(cycles_with_tx_steps, 0u);
+    return;
+  }
+  EXPECT_GT(cycles_with_tx_steps, 0u);
+  // Both amplifiers share their limit out in the same way; a saturated one gives less.
+  const auto& settings = plant.get_topology().nodes.front();
+  const double limits_apart_db = settings.preamp.power_limit_dbm - settings.booster.power_limit_dbm;
+  const double readings_db = 0.3;  // noise, calibration, the switch's own step
+  const double saturation_db = plant.amplifier_saturation_db(0, sim::direction::tx);
+  for (const auto channel : node().channels()) {
+    const double power = plant.channel_power_dbm(0, sim::measuring_point::preamp_output, channel);
+    const double target = plant.booster_target_dbm(0, channel) + limits_apart_db - saturation_db;
+    const double attenuation = plant.switch_attenuation_db(0, sim::direction::tx, channel);
+    const double dead_band_db = 0.2 + attenuation / 30.0;
+    EXPECT_NEAR(power, target, dead_band_db + readings_db) << channel;
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(models, client_bars, testing::Values("orvalite", "orvamax"));
+INSTANTIATE_TEST_SUITE_P(every, client_bars, testing::ValuesIn(models),
+                         [](const auto& of) { return std::string(of.param.product); });
 
 }  // namespace

@@ -38,6 +38,7 @@ class plant_node {
   /// on the others.
   void add_channels();
   void add_channel(unsigned centre);
+  bool has_channels_by_command() const { return channels_by_command_; }
   /// Runs whole cycles until at least this much time has gone by.
   void run_for(std::chrono::nanoseconds duration);
   /// One cycle of the main loop, its sleep included.

@@ -1,0 +1,170 @@
+// The dispersion modules of orvapro on the plant: which way the light takes, what the compensator
+// is set to, and what a refusal leaves behind.
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_error.h"
+#include "tests/support/plant_node.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using test::plant_node;
+
+constexpr const char* limited_model = "TDCMX-C000-JC-BS08";
+constexpr double fibre_ps_per_nm_km = 16.7;
+
+/// A running orvapro with a fibre of this length.
+class compensated {
+ public:
+  /// Its start opens the line, and so makes the setting; the compensator takes its time.
+  explicit compensated(double length_km, const char* part_number = "TDCM-0700",
+                       bool switch_is_stuck = false)
+      : node(topology_of(length_km, part_number)), length_km_(length_km) {
+    node.plant().set_optical_switch_stuck(0, switch_is_stuck);
+    node.start();
+    node.run_for(25s);
+  }
+
+  static sim::topology topology_of(double length_km, const char* part_number) {
+    auto topology = sim::default_topology("orvapro");
+    for (auto& fibre : topology.fibres) {
+      fibre.length_km = length_km;
+      fibre.dispersion_ps_per_nm_km = fibre_ps_per_nm_km;
+    }
+    topology.nodes.front().compensator.part_number = part_number;
+    return topology;
+  }
+
+  /// The setting is made anew when the fibre comes back.
+  void lose_and_find_the_fibre() {
+    node.plant().cut_line();
+    node.run_for(10s);
+    node.plant().mend_line();
+    node.run_for(25s);
+  }
+
+  /// "ok", or what the client is told.
+  std::string set(const std::string& settings) {
+    try {
+      node.write("config/dispersion/rx/dispersionSettings", settings);
+      return "ok";
+    } catch (const nx_error& error) {
+      return fmt::format("{} {}", error.code, error.message);
+    } catch (const nx_client_exception& error) {
+      return fmt::format("{} {}", error.code, error.message);
+    }
+  }
+
+  float shown(const char* name) {
+    return node.number(fmt::format("local/interface/line/1/data/dispersion/rx/{}", name));
+  }
+  std::string fiber_type() {
+    return node.text("local/interface/line/1/data/dispersion/rx/fiberType");
+  }
+  double true_residual() {
+    return length_km_ * fibre_ps_per_nm_km + node.plant().compensation_ps_per_nm(0);
+  }
+
+  plant_node node;
+
+ private:
+  double length_km_;
+};
+
+TEST(dispersion, automatic_settings_follow_length_and_compensator) {
+  const struct {
+    double length_km;
+    const char* part_number;
+    unsigned path;
+    double setting;
+  } rows[] = {
+      {80.0, "TDCM-0700", 1, -676.0},   {40.0, "TDCM-0700", 2, -668.0},
+      {40.1, "TDCM-0700", 1, -9.67},    {30.0, "TDCM-0700", 2, -501.0},
+      {100.0, "TDCM-0700", 1, -700.0},  // at the end of the compensator's range
+      {80.0, limited_model, 1, -180.0}, {36.0, limited_model, 2, -180.0},
+      {40.1, limited_model, 1, -9.67},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(fmt::format("{} km, {}", row.length_km, row.part_number));
+    compensated line(row.length_km, row.part_number);
+    EXPECT_EQ(line.shown("skipDCM"), static_cast<float>(row.path));
+    EXPECT_NEAR(line.shown("tdcm"), row.setting, 0.5);
+    EXPECT_NEAR(line.shown("finalDispersion"), line.true_residual(), 0.5);
+    EXPECT_EQ(line.fiber_type(), "G.652");
+  }
+}
+
+TEST(dispersion, the_operators_value_stays_until_he_goes_back_to_automatic) {
+  compensated line(80.0, limited_model);
+  EXPECT_EQ(line.set(R"({"mode":"manual","dispersion":400})"), "ok");
+  line.node.run_for(30s);
+  EXPECT_NEAR(line.shown("tdcm"), 400.0, 0.5) << "not held to the range of the automatic";
+  EXPECT_EQ(line.shown("skipDCM"), 1.0f);
+  EXPECT_EQ(line.fiber_type(), "Manual");
+  line.lose_and_find_the_fibre();
+  EXPECT_NEAR(line.shown("tdcm"), 400.0, 0.5);
+  line.node.take_log();
+  EXPECT_EQ(line.set(R"({"mode":"manual G.655","dispersion":400.0})"), "ok");
+  for (const auto& text : line.node.take_log())
+    EXPECT_FALSE(text.starts_with("Setting TDCM")) << "the same settings once more move nothing";
+  EXPECT_EQ(line.set(R"({"mode":"auto","dispersion":0})"), "ok");
+  line.node.run_for(30s);
+  EXPECT_NEAR(line.shown("tdcm"), -180.0, 0.5);
+  EXPECT_EQ(line.fiber_type(), "G.652");
+}
+
+TEST(dispersion, what_is_refused_changes_nothing) {
+  compensated line(80.0);
+  ASSERT_EQ(line.set(R"({"mode":"manual","dispersion":100})"), "ok");
+  line.node.run_for(20s);
+  constexpr const char* out_of_range =
+      "-22 Dispersion compensation value is not within range (-700 to 700 [ps/nm]).";
+  const struct {
+    const char* settings;
+    const char* told;
+  } rows[] = {
+      {R"({"mode":"auto G.652","dispersion":"a"})", "-22 Dispersion value is not a number"},
+      {R"({"mode":"auto G.652"})", "-22 Dispersion value is not a number"},
+      {R"({"dispersion":5})", "-22 Dispersion mode is not a string"},
+      {R"({"mode":"manual","dispersion":700.1})", out_of_range},
+      {R"({"mode":"auto","dispersion":-701})", out_of_range},
+  };
+  const auto expect_as_before = [&](const std::string& when) {
+    line.node.run_for(5s);
+    EXPECT_NEAR(line.shown("tdcm"), 100.0, 0.5) << when;
+    EXPECT_EQ(line.fiber_type(), "Manual") << when;
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(line.set(row.settings), row.told) << row.settings;
+    expect_as_before(row.settings);
+  }
+  const std::string wanted = R"({"mode":"manual","dispersion":-300})";
+  line.node.plant().set_nexel_state(0, "tdcm", sim::nexel_state::refusing);
+  EXPECT_EQ(line.set(wanted), "-5 Refused by the device");
+  expect_as_before("refusing compensator");
+  line.node.plant().set_nexel_state(0, "tdcm", sim::nexel_state::ok);
+  EXPECT_EQ(line.set(wanted), "ok");
+  line.node.run_for(20s);
+  EXPECT_NEAR(line.shown("tdcm"), -300.0, 0.5);
+}
+
+TEST(dispersion, a_switch_that_answers_another_position_is_tried_until_it_moves) {
+  compensated line(30.0, "TDCM-0700", true);  // it stands on 1 and belongs on 2
+  const std::string manual = R"({"mode":"manual","dispersion":50})";
+  EXPECT_EQ(line.set(manual), "-22 Failed to set pathselect. Expected 2, got 1");
+  EXPECT_EQ(line.shown("skipDCM"), 1.0f);
+  EXPECT_EQ(line.shown("tdcm"), 0.0f) << "not set for a way that the light does not take";
+  EXPECT_EQ(line.fiber_type(), "G.652");
+  line.node.plant().set_optical_switch_stuck(0, false);
+  line.node.run_for(30s);
+  EXPECT_EQ(line.shown("skipDCM"), 2.0f);
+  EXPECT_NEAR(line.shown("tdcm"), -501.0, 0.5);
+  EXPECT_NEAR(line.shown("finalDispersion"), line.true_residual(), 0.5);
+  EXPECT_EQ(line.set(manual), "ok");
+}
+
+}  // namespace

@@ -1,0 +1,70 @@
+// The signal-to-noise ratio that the orva models show, against the plant's truth.
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <ostream>
+
+#include "tests/support/plant_node.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using test::plant_node;
+
+struct model {
+  const char* product;
+  /// So that the level of detection, -26 dBm, stands between a dark channel's noise and a channel
+  /// with 10 dB of signal to noise: with a weaker tap channels below some 20 dB count as dark.
+  double monitor_tap_db;
+};
+
+std::ostream& operator<<(std::ostream& out, const model& of) {
+  return out << of.product;
+}
+
+class osnr : public testing::TestWithParam<model> {};
+
+TEST_P(osnr, is_close_to_the_truth_from_10_to_30_db) {
+  auto topology = sim::default_topology(GetParam().product);
+  topology.nodes.front().preamp_monitor.tap_loss_db = GetParam().monitor_tap_db;
+  plant_node node(topology);
+  // Every third channel dark, so that each has a dark neighbour.
+  const auto channels = node.channels();
+  const auto is_dark = [](std::size_t i) { return i % 3 == 1; };
+  for (std::size_t i = 0; i < channels.size(); ++i) {
+    if (is_dark(i)) node.plant().switch_laser(1, channels[i], false);
+  }
+  node.start();
+  double sum = 0.0;
+  unsigned count = 0;
+  for (double extra_db = 0.0; extra_db <= 22.0; extra_db += 2.0) {
+    node.plant().set_span_offset(1, extra_db);
+    node.run_for(20s);
+    for (std::size_t i = 0; i < channels.size(); ++i) {
+      const double truth = node.plant().channel_osnr_db(0, channels[i]);
+      if (is_dark(i) || truth < 10.0 || truth > 30.0) continue;
+      const auto shown = node.number(fmt::format("data/client/{}/tx/osnr", channels[i]));
+      const double error = double{shown} - truth;
+      EXPECT_LE(std::fabs(error), 1.0) << channels[i] << " at " << truth << " dB: " << error;
+      sum += std::fabs(error);
+      ++count;
+    }
+  }
+  ASSERT_GT(count, 100u);
+  EXPECT_LE(sum / count, 0.5);
+}
+
+TEST(osnr_of_a_full_band, is_none) {
+  plant_node node("orvalite");
+  node.start();
+  node.run_for(20s);
+  for (const auto channel : node.channels())
+    EXPECT_EQ(node.number(fmt::format("data/client/{}/tx/osnr", channel)), 0.0f) << channel;
+}
+
+INSTANTIATE_TEST_SUITE_P(models, osnr,
+                         testing::Values(model{"orvalite", 11.3}, model{"orvamax", 9.7}),
+                         [](const auto& of) { return std::string(of.param.product); });
+
+}  // namespace
