@@ -2,6 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <vector>
+
 namespace tools::lab {
 
 namespace {
@@ -10,20 +13,20 @@ namespace {
 constexpr double dark_dbm = -60.0;
 constexpr double cut_db = 60.0;
 
-std::optional<double> mean_of(const readings& read, unsigned node, const char* side,
-                              const char* point) {
+/// The median: one that is blocked or has gone astray says nothing about the others.
+std::optional<double> typical_of(const readings& read, unsigned node, const char* side,
+                                 const char* point) {
   const auto before = fmt::format("truth/node/{}/{}/channel/", node, side);
   const auto after = fmt::format("/{}", point);
-  double sum = 0.0;
-  unsigned lit = 0;
+  std::vector<double> lit;
   for (const auto key : read.numbered(before, after)) {
     const auto power = read.number(before + std::to_string(key) + after);
-    if (!power || *power < dark_dbm) continue;
-    sum += *power;
-    ++lit;
+    if (power && *power >= dark_dbm) lit.push_back(*power);
   }
-  if (lit == 0) return std::nullopt;
-  return sum / lit;
+  if (lit.empty()) return std::nullopt;
+  const auto middle = lit.begin() + static_cast<std::ptrdiff_t>(lit.size() / 2);
+  std::nth_element(lit.begin(), middle, lit.end());
+  return *middle;
 }
 
 }  // namespace
@@ -31,14 +34,14 @@ std::optional<double> mean_of(const readings& read, unsigned node, const char* s
 light_path path_of(const readings& read, unsigned from) {
   const unsigned to = 1 - from;
   light_path path;
-  path.client = mean_of(read, from, "rx", "laserPower");
-  path.booster = mean_of(read, from, "rx", "boosterPower");
+  path.client = typical_of(read, from, "rx", "laserPower");
+  path.booster = typical_of(read, from, "rx", "boosterPower");
   const auto gain = read.number(fmt::format("truth/node/{}/rx/gain", from));
   if (path.booster && gain) path.after_switch = *path.booster - *gain;
-  path.line = mean_of(read, from, "rx", "linePower");
-  path.far_line = mean_of(read, to, "tx", "linePower");
-  path.far_preamp = mean_of(read, to, "tx", "preampPower");
-  path.far_client = mean_of(read, to, "tx", "clientPower");
+  path.line = typical_of(read, from, "rx", "linePower");
+  path.far_line = typical_of(read, to, "tx", "linePower");
+  path.far_preamp = typical_of(read, to, "tx", "preampPower");
+  path.far_client = typical_of(read, to, "tx", "clientPower");
   const auto span = read.number(fmt::format("truth/fibre/{}/spanLoss", from));
   if (span && *span < cut_db) path.span_db = span;
   return path;

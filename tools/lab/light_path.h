@@ -1,5 +1,5 @@
 // The road of the light from the clients of one node to those of the other, as the plant knows it:
-// the mean of the channels that have light, at each point. Pure.
+// the median of the channels that have light, at each point. Pure.
 #pragma once
 
 #include <optional>
@@ -8,7 +8,7 @@
 
 namespace tools::lab {
 
-/// dBm of a mean channel; empty where there is no light.
+/// dBm of a typical channel; empty where there is no light.
 struct light_path {
   std::optional<double> client, after_switch, booster, line;  ///< on this side of the fibre
   std::optional<double> far_line, far_preamp, far_client;     ///< on the other

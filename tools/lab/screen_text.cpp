@@ -98,7 +98,8 @@ std::string lms_line(const view& seen) {
 }
 
 constexpr const char* path_title =
-    "light    client switch booster   line  | span |   line preamp client   dBm of a mean channel";
+    "light    client switch booster   line  | span |   line preamp client   dBm of a typical "
+    "channel";
 
 std::string path_line(const char* name, const light_path& path) {
   return fmt::format("{:<8}{:>7} {:>6} {:>7} {:>6}  |{:>5} | {:>6} {:>6} {:>6}", name,
@@ -144,7 +145,7 @@ std::string channel_line(const channel_row& row, unsigned bar, bool unicode) {
                      light ? fmt::format("{:.2f}", *row.truth) : "-", name_of(row.state));
 }
 
-/// A mean channel from end to end, and the panel.
+/// A typical channel from end to end, and the panel.
 std::vector<std::string> more_header(const view& seen, screen_size size, look how) {
   if (size.rows < rows_for_more) return {};
   std::vector<std::string> lines{path_title, path_line(" going", seen.outgoing),

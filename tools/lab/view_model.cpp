@@ -83,7 +83,6 @@ view make_view(const readings& read, const product& model, const loop_report& lo
   seen.saturation_db = read.number("data/client/rx/edfaSaturation");
   seen.voa_db = read.number(std::string(voa_prefix) + "data/attenuation");
   seen.fibre_km = read.number("data/line/1/rx/length");
-  seen.span_loss_db = read.number("data/spanloss/oms/tx");
   seen.line_tx_dbm = read.number("data/line/1/tx/power");
   seen.line_rx_dbm = read.number("data/line/1/rx/power");
   seen.lms_error = read.number("data/line/lmsError");
@@ -95,6 +94,8 @@ view make_view(const readings& read, const product& model, const loop_report& lo
   seen.automation_mode = read.text("data/automationMode").value_or("managedCLI");
   const auto peer = read.text("data/line/1/remoteProduct");
   if (peer && peer != "n/a") seen.peer = *peer;
+  // Without a peer the daemon's figure has nothing at its other end.
+  if (seen.peer != no_peer) seen.span_loss_db = read.number("data/spanloss/oms/tx");
   seen.loops = loops;
   return seen;
 }

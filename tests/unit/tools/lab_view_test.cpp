@@ -278,7 +278,7 @@ TEST(picture, shows_the_road_of_the_light_and_the_panel) {
                                [](const auto& line) { return line.starts_with("light"); });
   ASSERT_GE(plain.end() - at, 5);
   EXPECT_THAT((std::vector(at + 1, at + 5)),
-              ElementsAre(" going      0.5  -15.1     4.9   -1.5  | 17.0 |  -18.5    5.5   -6.5",
+              ElementsAre(" going      1.0  -15.1     4.9   -1.5  | 17.0 |  -18.5    5.5   -6.5",
                           " coming       -      -       -      -  |    - |      -      -      -",
                           "leds rx  line G  client .RY", "leds tx  line O  xc G"));
   const auto coloured = picture(view_of(read), {"orvalite", 0s, 0, ""}, {16, 30}, {true, true});
