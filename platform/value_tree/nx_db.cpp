@@ -84,12 +84,12 @@ std::pair<std::string, std::string> nx_db::split_path(const std::string& path) {
 void nx_db::add_node(const std::string& parent_path, std::shared_ptr<nx_db_leaf_node> node) {
   const auto path = joined(parent_path, node->get_name());
   nx::check_new_path(path);
+  // Subscribers move before the node can be reached: from then on a setter may hold its mutex and
+  // wait for a lock that the caller of this holds.
+  if (const auto former = prepare_successor(path, *node)) move_subscribers(*former, *node);
   std::shared_ptr<nx_db_leaf_node> old;
   {
     const std::lock_guard lock(impl_->mutex);
-    if (node->db != nullptr && (node->db != this || node->path_ != path)) {
-      throw nx_error(-22, "The node is attached already: " + node->path_);
-    }
     impl_->index.set(path, node);
     if (node->db == nullptr) {
       node->path_ = path;
@@ -99,12 +99,25 @@ void nx_db::add_node(const std::string& parent_path, std::shared_ptr<nx_db_leaf_
     old = std::exchange(impl_->entries[path].node, node);
     if (old && old != node) old->retired_ = true;
   }
-  if (old && old != node) move_subscribers(*old, path);
+  if (old && old != node) move_subscribers(*old, *node);  // who came meanwhile
   for (const auto& added : impl_->live_watchers())
     (*added)(node);
 }
 
-void nx_db::move_subscribers(nx_db_leaf_node& old, const std::string& path) {
+std::shared_ptr<nx_db_leaf_node> nx_db::prepare_successor(const std::string& path,
+                                                          nx_db_leaf_node& node) {
+  const std::lock_guard lock(impl_->mutex);
+  if (node.db != nullptr && (node.db != this || node.path_ != path)) {
+    throw nx_error(-22, "The node is attached already: " + node.path_);
+  }
+  const auto present = impl_->entries.find(path);
+  if (present == impl_->entries.end() || present->second.node.get() == &node) return nullptr;
+  node.path_ = path;
+  node.db = this;
+  return present->second.node;
+}
+
+void nx_db::move_subscribers(nx_db_leaf_node& old, nx_db_leaf_node& node) {
   auto* events = dynamic_cast<nx_db_event_node*>(&old);
   if (events == nullptr) return;
   // The sessions' own locks are not taken here: the caller of add_node may hold locks of the loops.
@@ -113,9 +126,9 @@ void nx_db::move_subscribers(nx_db_leaf_node& old, const std::string& path) {
   for (const auto& session : events->take_subscribers()) {
     nx::json_document answer(rapidjson::kObjectType);
     try {
-      subscribe(session, path, answer.GetAllocator(), answer, lock);
+      node.subscribe(session, node.path_, answer.GetAllocator(), answer, lock);
     } catch (...) {
-      session->subscription_ended(path, "removed");
+      session->subscription_ended(node.path_, "removed");
     }
   }
 }

@@ -30,9 +30,9 @@ class nx_db {
   static std::pair<std::string, std::string> split_path(const std::string& path);
 
   /// Attaches a node below `parent_path`, creating the levels between. A node that stands there
-  /// already is replaced: its subscribers move to the new node and get its first event, and it is
-  /// polled no more. Throws nx_error -22 on an empty segment, on a name with '*' or a control
-  /// character, and where the path is a level with nodes below it.
+  /// already is replaced: its subscribers move to the new node and get its first event before
+  /// others can reach it, and it is polled no more. Throws nx_error -22 on an empty segment, on a
+  /// name with '*' or a control character, and where the path is a level with nodes below it.
   void add_node(const std::string& parent_path, std::shared_ptr<nx_db_leaf_node> node);
 
   /// Takes a node off; its subscribers are told "removed". False if there is none.
@@ -79,7 +79,11 @@ class nx_db {
   std::chrono::system_clock::time_point now() const;
 
  private:
-  void move_subscribers(nx_db_leaf_node& old, const std::string& path);
+  /// Attaches a node that takes the place of another, but leaves the other in place: that one is
+  /// returned, or null. Throws nx_error -22 where add_node does.
+  std::shared_ptr<nx_db_leaf_node> prepare_successor(const std::string& path,
+                                                     nx_db_leaf_node& node);
+  static void move_subscribers(nx_db_leaf_node& old, nx_db_leaf_node& node);
 
   struct impl;
   std::unique_ptr<impl> impl_;

@@ -126,7 +126,18 @@ TEST_F(tree, a_replaced_node_hands_its_subscribers_on) {
   const auto group = nx::api::value_group::create(1);
   group->add_value(old, 1);
 
-  const auto successor = float_value::create(db, "a/b", 7);
+  // Nobody can hold the successor's mutex while the subscribers come: it cannot be reached yet.
+  struct unreachable_value : float_value {
+    using float_value::float_value;
+    void subscribe(std::shared_ptr<nx_session> who, const std::string& path,
+                   json_allocator& allocator, json_value& result,
+                   std::unique_lock<std::recursive_mutex>& lock) override {
+      EXPECT_NE(db->find(path), shared_from_this());
+      float_value::subscribe(std::move(who), path, allocator, result, lock);
+    }
+  };
+  const auto successor = std::make_shared<unreachable_value>("b", 7.0f);
+  db.add_node("a", successor);
   EXPECT_EQ(session->take(), names{"first " + event("a/b", R"("value":7)")});
   old->update(3);
   EXPECT_TRUE(session->take().empty());
