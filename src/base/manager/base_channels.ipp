@@ -96,7 +96,8 @@ void base<RX_T, TX_T>::remove_in_directions(const channel_request& request) {
 template <class RX_T, class TX_T>
 void base<RX_T, TX_T>::refresh_published_channels() {
   update_channel_index();
-  update_utilization();
+  // A command may come between its own node and this value: start brings both up to date then.
+  if (utilization_) update_utilization();
 }
 
 template <class RX_T, class TX_T>
