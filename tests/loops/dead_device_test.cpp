@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "sim/nexels/device_values.h"
 #include "tests/loops/channel_watch.h"
 #include "tests/support/plant_node.h"
 
@@ -99,5 +100,23 @@ INSTANTIATE_TEST_SUITE_P(devices, dead_device,
                            std::replace(name.begin(), name.end(), '/', '_');
                            return name;
                          });
+
+TEST(dead_booster, while_the_switch_has_lost_its_plan_leaves_no_channel_behind) {
+  plant_node node("selkamin");
+  node.start();
+  node.add_channels();
+  ASSERT_TRUE(node.run_until([&] { return node.all_on_target(); }, 1min));
+
+  auto& plant = node.plant();
+  const auto loaded = plant.nexel_tree("wss").find("data/module/add/channelPlanLoaded");
+  plant.set_nexel_state(0, "booster", sim::nexel_state::killed);
+  std::dynamic_pointer_cast<sim::reading<bool>>(loaded)->update(false);
+  node.run_for(10s);
+  plant.set_nexel_state(0, "booster", sim::nexel_state::ok);
+  node.run_for(10s);
+  for (const auto channel : node.channels())
+    node.write(fmt::format("config/client/{}/rx/opticalControlMode", channel), "\"power\"");
+  EXPECT_TRUE(node.run_until([&] { return node.all_on_target(); }, 1min));
+}
 
 }  // namespace

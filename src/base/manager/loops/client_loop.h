@@ -152,6 +152,9 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   edfa_calibration edfa_calibration_;
   float edfa_power_limit_ = 20.0f;
   float fiber_length_ = 1.0f;
+  // False from the load of a plan until its channels are on the tree: a failure between the two
+  // leaves the devices with a plan whose channels nobody regulates.
+  bool plan_is_set_up_ = true;
   // Of a regulation step or a calibration update: the calibration follows the amplifier only in a
   // settled system.
   std::chrono::system_clock::time_point last_regulation_;

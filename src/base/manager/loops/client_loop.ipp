@@ -75,7 +75,7 @@ template <class T>
 void client_loop<T>::init(nx_db& db) {
   const auto bring_up = [&] {
     operational = true;
-    if (!wss_->is_channel_plan_loaded() || !ocm_->is_channel_plan_loaded()) {
+    if (!plan_is_set_up_ || !wss_->is_channel_plan_loaded() || !ocm_->is_channel_plan_loaded()) {
       LUMORA_LOG(2, fmt::runtime(direction_.plan_not_loaded));
       setup_channel_plan(db);
     }
@@ -195,7 +195,9 @@ void client_loop<T>::set_wanted_power_offset(unsigned channel, float wanted_powe
                                     lowest, highest));
   }
   const auto control = plan_->get_channel(channel);
-  if (!control) throw nx_error(-22, fmt::format("Channel {} not found.", channel));
+  if (!control || !(*control)->get_channel()->is_api_ready()) {
+    throw nx_error(-22, fmt::format("Channel {} not found.", channel));
+  }
   (*control)->get_channel()->set_wanted_power_offset(wanted_power -
                                                      get_channel_target_power(*control));
 }

@@ -14,17 +14,19 @@ void client_loop<T>::setup_channel_plan(nx_db& db) {
   const std::lock_guard lock(plan_->get_mutex());
   plan_->load();
   broken_adds_.clear();
+  plan_is_set_up_ = false;
   if (plan_->get_channels()->empty()) {
     LUMORA_LOG(2, "Loading an empty channel plan, clearing all channels.");
     wss_->remove_all_channels();
     ocm_->remove_all_channels();
-    return;
+  } else {
+    create_device_plans();
   }
-  create_device_plans();
   for (const auto& [frequency, control] : *plan_->get_channels()) {
     publish_channel(db, control);
     show_on_leds(frequency, control->get_channel()->get_wss_port());
   }
+  plan_is_set_up_ = true;
 }
 
 template <class T>
