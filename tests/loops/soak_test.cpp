@@ -18,6 +18,9 @@ using test::incident;
 
 // Monitor offset and tap error of a day, repeatability of the switch, noise and dead band together.
 constexpr double rest_db = 0.85;
+// Steps that readings from before an incident make due, or the calibration between amplifier and
+// monitor, which is learned anew every five minutes and takes some of them after a day like these.
+constexpr unsigned due_steps = 4;
 
 class soak : public testing::Test {
  protected:
@@ -55,7 +58,7 @@ class soak : public testing::Test {
     const double seconds = source.between(5.0, 150.0);
     pair_.run_for(std::chrono::milliseconds(static_cast<int>(seconds * 1000.0)));
     if (rested && light_as_it_was) {
-      EXPECT_EQ(switch_writes(), before) << story_;
+      EXPECT_LE(switch_writes(), before + due_steps) << story_;
     }
     for (const auto& one : at_once)
       one.end();
@@ -74,7 +77,7 @@ class soak : public testing::Test {
     const auto near = pair_.plant().voa_writes(0);
     const auto far = pair_.plant().voa_writes(1);
     pair_.run_for(10min);
-    EXPECT_EQ(switch_writes(), switches) << story_;
+    EXPECT_LE(switch_writes(), switches + due_steps) << story_;
     EXPECT_LE(pair_.plant().voa_writes(0), near + 1) << story_;
     EXPECT_LE(pair_.plant().voa_writes(1), far + 1) << story_;
     for (unsigned node : {0u, 1u}) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <cmath>
 #include <functional>
 
 #include "tests/support/process_figures.h"
@@ -16,6 +17,9 @@ constexpr double flat_mib = 1e6;
 #else
 constexpr double flat_mib = 4.0;
 #endif
+
+// A channel whose error has just left the dead band may take a step whatever else goes on.
+constexpr double one_step_db = 0.7;
 
 struct fault {
   const char* name;
@@ -31,6 +35,14 @@ class faults : public testing::Test {
 
   void set_state(const std::string& device, const std::string& state) {
     node_.plant().set("config/node/0/nexel/" + device + "/state", '"' + state + '"');
+  }
+
+  static double largest_change(const std::map<std::string, double>& before,
+                               const std::map<std::string, double>& after) {
+    double largest = 0.0;
+    for (const auto& [path, attenuation] : before)
+      largest = std::max(largest, std::fabs(after.at(path) - attenuation));
+    return largest;
   }
 
   std::vector<fault> table() {
@@ -99,7 +111,7 @@ TEST_F(faults, around_a_regulating_daemon_leave_the_light_alone) {
     row.begin();
     ASSERT_TRUE(test::eventually([&] { return node_.serves(); }));
     ASSERT_TRUE(node_.wait_for_more(row.cycle, 2)) << node_.daemon().last_lines();
-    EXPECT_EQ(plant.attenuations(), at_rest);
+    EXPECT_LT(largest_change(at_rest, plant.attenuations()), one_step_db);
     if (row.writes) {
       EXPECT_EQ(node_.correct_a_disturbance(channels[next++ % channels.size()]), "");
     }
