@@ -114,6 +114,26 @@ TEST_F(led_thread, tests_the_panel_once_also_when_it_fails_later) {
   EXPECT_TRUE(log.contains("Failed to set Line led: Not connected: panel"));
 }
 
+TEST_F(led_thread, a_panel_that_refuses_is_tested_anew_and_then_left_in_peace) {
+  bool refusing = false;
+  std::size_t writes_at_rest = 0;
+  panel->client_count = 8;
+  panel->before_access = [&](const std::string& access) {
+    if (refusing && access == "client 4 tx") throw nx_error(-22, "Failed to set awg tx led");
+  };
+  leds->add_rx_channel(19220000);
+  leds->update_rx_loss_of_signal(19220000, false);
+  leds->set_line_rx_los(false);
+  leds->set_line_tx_enabled(true);
+  at(20s, [&] { refusing = true; });
+  at(30s, [&] { refusing = false; });
+  at(150s, [&] { writes_at_rest = panel->writes.size(); });
+  run(true, 300s);
+  EXPECT_GE(leds->tests, 2u);
+  EXPECT_EQ(panel->green(), "client 2 rx, line rx, line tx");
+  EXPECT_EQ(panel->writes.size(), writes_at_rest) << "a steady panel gets no writes";
+}
+
 TEST_F(led_thread, does_not_spin_on_a_panel_that_fails_at_once) {
   unsigned accesses = 0;
   panel->before_access = [&](const std::string& access) {
