@@ -217,6 +217,10 @@ void line_client::send_raw(const std::string& bytes) {
   }
 }
 
+void line_client::end_sending() {
+  shutdown(impl_->socket.get(), SHUT_WR);
+}
+
 std::optional<std::string> line_client::read_line(std::chrono::milliseconds timeout) {
   return impl_->line_before(clock::now() + timeout);
 }

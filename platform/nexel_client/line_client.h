@@ -29,6 +29,7 @@ class line_client {
 
   /// Raw bytes and lines, for tests of the protocol itself.
   void send_raw(const std::string& bytes);
+  void end_sending();
   std::optional<std::string> read_line(std::chrono::milliseconds timeout);
 
  private:

@@ -152,6 +152,8 @@ TEST_P(every_model, brings_its_band_to_target_and_a_channel_to_another) {
   node_.run_for(20s);
   EXPECT_NEAR(node_.true_error(channel), -lower_db, 0.7);
   EXPECT_NEAR(power_behind_preamp() - before, expected_.regulates_tx ? -lower_db : 0.0, 0.7);
+  for (const auto& line : node_.take_log())
+    EXPECT_TRUE(line.find("xception") == line.npos && !line.starts_with("Failed")) << line;
 }
 
 TEST_P(every_model, lowers_its_targets_for_a_saturated_booster_up_to_its_cap) {

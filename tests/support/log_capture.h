@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <condition_variable>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -16,6 +17,7 @@ class log_capture {
     note_log::set_observer([this](const note_log::record& rec) {
       const std::lock_guard lock(mutex);
       kept.push_back(rec);
+      changed.notify_all();
     });
   }
   ~log_capture() { note_log::set_observer({}); }
@@ -34,15 +36,25 @@ class log_capture {
     return result;
   }
 
-  bool contains(const std::string& part) const {
+  long count(const std::string& part) const {
     const auto all = texts();
-    return std::any_of(all.begin(), all.end(), [&](const std::string& text) {
+    return std::count_if(all.begin(), all.end(), [&](const std::string& text) {
       return text.find(part) != std::string::npos;
     });
+  }
+  bool contains(const std::string& part) const { return count(part) > 0; }
+
+  /// Waits for that many records.
+  std::vector<std::string> wait_for(std::size_t lines) const {
+    std::unique_lock lock(mutex);
+    changed.wait(lock, [&] { return kept.size() >= lines; });
+    lock.unlock();
+    return texts();
   }
 
  private:
   mutable std::mutex mutex;
+  mutable std::condition_variable changed;
   std::vector<note_log::record> kept;
 };
 

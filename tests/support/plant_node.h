@@ -3,30 +3,23 @@
 #pragma once
 
 #include <chrono>
+#include <cmath>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "base/manager/interface.h"
-#include "platform/nexel_client/in_process.h"
-#include "platform/value_tree/nx_db.h"
-#include "platform/value_tree/poll_scheduler.h"
-#include "sim/plant.h"
-#include "tests/support/hand_clock.h"
+#include "tests/support/plant_stage.h"
 
 namespace test {
 
-/// A stretch of cycles' worth of log lines that the daemon wrote at level 2.
-using log_lines = std::vector<std::string>;
-
-class plant_node {
+class plant_node : public plant_stage {
  public:
   explicit plant_node(const std::string& product) : plant_node(sim::default_topology(product)) {}
   explicit plant_node(sim::topology topology);
-  ~plant_node();
+  ~plant_node() override;
 
   /// Builds the manager; its waits move time.
   void start();
@@ -52,51 +45,33 @@ class plant_node {
   /// Names of the devices that the manager holds on to: "booster", "sfp/0".
   std::set<std::string> devices() const;
 
-  sim::plant& plant() { return *plant_; }
   nx_db& tree() { return *tree_; }
-  hand_clock& clock() { return *clock_; }
   nx::in_process_network& network() { return network_; }
-  std::chrono::nanoseconds now() const { return clock_->elapsed(); }
 
   /// Values of the daemon's tree; a value in error fails the test.
-  float number(const std::string& path);
-  std::string text(const std::string& path);
-  bool flag(const std::string& path);
-  void write(const std::string& path, const std::string& json);
+  float number(const std::string& path) { return static_cast<float>(number_of(*tree_, path)); }
+  std::string text(const std::string& path) { return text_of(*tree_, path); }
+  bool flag(const std::string& path) { return flag_of(*tree_, path); }
+  void write(const std::string& path, const std::string& json) { write_to(*tree_, path, json); }
   /// A command; throws what its client would be answered with.
-  void run(const std::string& path, const std::string& json);
+  void run(const std::string& path, const std::string& json) { run_at(*tree_, path, json); }
 
   /// Truth of the plant less the channel's target at the booster, dB.
-  double true_error(unsigned channel);
-  /// What the daemon sees: reading plus calibration less target.
-  bool on_target(unsigned channel, double within_db = 0.5);
-  bool all_on_target(double within_db = 0.5);
-  const std::vector<unsigned>& channels() const { return channels_; }
-
-  /// Lines of level 2 since the last call.
-  log_lines take_log();
-  /// Calls `action` once, at the next log line that begins so: between two steps of an operation.
-  void at_log_line(std::string beginning, std::function<void()> action);
+  double true_error(unsigned channel) { return error_at(0, channel); }
+  bool on_target(unsigned channel, double within_db = 0.5) {
+    return std::fabs(true_error(channel)) < within_db;
+  }
+  bool all_on_target(double within_db = 0.5) { return all_within(0, within_db); }
 
  private:
-  void step(std::chrono::nanoseconds piece);
+  void poll(std::chrono::milliseconds passed) override { poller_->advance(passed); }
   void create_manager();
   void end_manager();
-  void take_line(const std::string& text);
 
-  nx::in_process_network network_;
-  std::unique_ptr<sim::plant> plant_;
-  std::shared_ptr<hand_clock> clock_;
   std::shared_ptr<nx::manual_poller> poller_;
   std::unique_ptr<nx_db> tree_;
   std::shared_ptr<manager::interface> manager_;
-  std::vector<unsigned> channels_;
   bool channels_by_command_;
-  std::mutex log_mutex_;
-  log_lines log_;
-  std::string awaited_line_;
-  std::function<void()> at_awaited_line_;
-  std::chrono::nanoseconds unpolled_{0};
 };
 
 }  // namespace test

@@ -2,40 +2,18 @@
 
 #include <fmt/format.h>
 
-#include <cmath>
 #include <filesystem>
 #include <stdexcept>
 #include <utility>
 
-#include "base/manager/automation.h"
-#include "helpers/logger.h"
-#include "helpers/waiting.h"
-#include "platform/note_log/note_log.h"
-#include "platform/wire/nx_error.h"
 #include "platform/wire/socket_path.h"
 #include "products/factory.h"
-#include "tests/support/daemon_surroundings.h"
-#include "tests/support/tree_values.h"
 
 namespace test {
 
 using namespace std::chrono_literals;
 
-plant_pair::plant_pair(sim::topology topology)
-    : plant_(std::make_unique<sim::plant>(std::move(topology))),
-      clock_(std::make_shared<hand_clock>([this](std::chrono::nanoseconds piece) { step(piece); })),
-      channels_(plant_->channels()) {
-  helpers::waiting::instance().set_source(clock_);
-  automation::instance().set("managedCLI");
-  logger::instance().level = 2;
-  note_log::set_observer([this](const note_log::record& record) {
-    const std::lock_guard lock(log_mutex_);
-    log_.push_back(record.text);
-  });
-  network_.set_wait([this](std::chrono::milliseconds time) { clock_->sleep_in_call(time); });
-  network_.set_clock([this] { return clock_->steady_now(); });
-  prepare_memory_store();
-  load_board_file(plant_->board_file());
+plant_pair::plant_pair(sim::topology topology) : plant_stage(std::move(topology)) {
   for (unsigned i = 0; i < nodes_.size(); ++i) {
     nodes_[i] = std::make_unique<managed_node>();
     nodes_[i]->root = folder_.file(fmt::format("node{}", i));
@@ -47,8 +25,7 @@ plant_pair::plant_pair(sim::topology topology)
 plant_pair::~plant_pair() {
   for (const auto& node : nodes_)
     std::atomic_ref(node->running).store(false);
-  helpers::waiting::instance().stop();
-  clock_->interrupt();
+  end_time();
   for (const auto& node : nodes_) {
     if (node->thread.joinable()) node->thread.join();
   }
@@ -56,8 +33,6 @@ plant_pair::~plant_pair() {
     node->manager.reset();
   for (unsigned i = 0; i < nodes_.size(); ++i)
     network_.detach(peer_address(i));
-  note_log::set_observer({});
-  helpers::waiting::instance().set_source(nullptr);
 }
 
 std::string plant_pair::peer_address(unsigned node) {
@@ -113,18 +88,9 @@ void plant_pair::set_peer_link(unsigned node, nx::link_state state) {
   network_.set_state(peer_address(node), state);
 }
 
-void plant_pair::step(std::chrono::nanoseconds piece) {
-  plant_->step(piece);
-  unpolled_ += piece;
-  if (clock_->is_held()) {
-    network_.retry_subscriptions();
-    return;
-  }
-  network_.deliver();
-  const auto whole = std::chrono::duration_cast<std::chrono::milliseconds>(unpolled_);
-  unpolled_ -= whole;
+void plant_pair::poll(std::chrono::milliseconds passed) {
   for (const auto& node : nodes_) {
-    if (node->poller) node->poller->advance(whole);
+    if (node->poller) node->poller->advance(passed);
   }
 }
 
@@ -135,39 +101,6 @@ bool plant_pair::run_until(const std::function<bool()>& condition, std::chrono::
     clock_->sleep(100ms);
   }
   return true;
-}
-
-float plant_pair::number(unsigned node, const std::string& path) {
-  return number_of(tree(node), path);
-}
-
-std::string plant_pair::text(unsigned node, const std::string& path) {
-  return text_of(tree(node), path);
-}
-
-std::optional<float> plant_pair::try_number(unsigned node, const std::string& path) {
-  try {
-    return number(node, path);
-  } catch (const nx_error&) {
-    return std::nullopt;
-  }
-}
-
-double plant_pair::true_error(unsigned node, unsigned channel) {
-  return plant_->channel_power_dbm(node, sim::measuring_point::booster_output, channel) -
-         plant_->booster_target_dbm(node, channel);
-}
-
-bool plant_pair::all_on_target(unsigned node, double within_db) {
-  for (const auto channel : channels_) {
-    if (std::fabs(true_error(node, channel)) >= within_db) return false;
-  }
-  return true;
-}
-
-std::vector<std::string> plant_pair::take_log() {
-  const std::lock_guard lock(log_mutex_);
-  return std::exchange(log_, {});
 }
 
 }  // namespace test

@@ -44,10 +44,6 @@ std::string private_redis::get(const std::string& key) const {
   return command({"GET", key});
 }
 
-void private_redis::remove(const std::string& key) const {
-  command({"DEL", key});
-}
-
 std::string private_redis::command(const std::vector<std::string>& words) const {
   const std::unique_ptr<redisContext, decltype(&redisFree)> context(
       redisConnectUnix((folder_ + "/kvs.sock").c_str()), &redisFree);

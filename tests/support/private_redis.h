@@ -23,7 +23,6 @@ class private_redis {
 
   void set(const std::string& key, const std::string& value) const;
   std::string get(const std::string& key) const;
-  void remove(const std::string& key) const;
   /// Any command; the text of its answer.
   std::string command(const std::vector<std::string>& words) const;
 

@@ -19,7 +19,6 @@ using namespace nx::api;
 struct owner_t {
   float get_power() { return 1.0f; }
   int get_count() const { return 1; }
-  nx::json_document get_settings() { return nx::json_document(); }
   void set_level(const std::string&) {}
   void set_offset(float) {}
   bool add(const nx::json_document&) { return true; }
@@ -31,41 +30,47 @@ struct info_test : testing::Test {
   const std::shared_ptr<owner_t> owner = std::make_shared<owner_t>();
   const std::shared_ptr<value_group> group = value_group::create(1);
 
-  void add(std::shared_ptr<nx_db_leaf_node> node, unsigned interval) {
-    group->add_value(std::move(node), interval);
-  }
-
-  void expect(const std::string& path, const std::string& record, const std::string& line) {
-    EXPECT_EQ(tree.info(path), record) << path;
-    EXPECT_EQ(tree.db.find(path)->get_info(), line) << path;
+  /// Which kind it is, the type and the rest of the record, and the line for people.
+  void expect(const std::shared_ptr<nx_db_leaf_node>& node, const std::string& record,
+              const std::string& line) {
+    EXPECT_EQ(tree.info(node->get_path(0)), record);
+    EXPECT_EQ(node->get_info(), line);
   }
 };
 
-TEST_F(info_test, written_kinds) {
-  add(const_value<unsigned>::create(db, "const", 7), 0);
-  expect("const",
-         R"({"type":"const value","valueType":"unsigned int","capabilities":{"read":true}})",
+TEST_F(info_test, of_every_kind) {
+  const std::string reads = R"("capabilities":{"read":true})";
+  const std::string follows = R"("capabilities":{"read":true,"subscribe":true})";
+  expect(const_value<unsigned>::create(db, "const", 7),
+         R"({"type":"const value","valueType":"unsigned int",)" + reads + "}",
          "const value (read)");
-
-  status_value<float>::create(db, "status", 0.0f, 1);
+  expect(status_value<float>::create(db, "status", 0.0f, 1),
+         R"({"type":"status value","valueType":"float",)" + follows +
+             R"(,"hysteresis":{"lessFunction":"std::equal_to<float>","delayCycles":1,)"
+             R"("pollInterval":0}})",
+         "status value (read,subscribe)");
   expect(
-      "status",
-      R"({"type":"status value","valueType":"float",)"
-      R"("capabilities":{"read":true,"subscribe":true},)"
-      R"("hysteresis":{"lessFunction":"std::equal_to<float>","delayCycles":1,"pollInterval":0}})",
-      "status value (read,subscribe)");
-
-  command<&owner_t::add>::create(db, "command", owner);
-  expect(
-      "command",
+      command<&owner_t::add>::create(db, "command", owner),
       R"({"type":"command","valueType":"json","returnType":"bool","capabilities":{"write":true}})",
       "command value returning response (write)");
-
-  config_param<&owner_t::set_level>::create(db, "level", std::nullopt, owner);
-  expect("level",
+  expect(config_param<&owner_t::set_level>::create(db, "level", std::nullopt, owner),
          R"({"type":"config param","valueType":"string",)"
          R"("capabilities":{"read":true,"write":true,"subscribe":true}})",
          "config value (read,write,subscribe)");
+  expect(volatile_value<&owner_t::get_count>::create(db, "volatile", owner),
+         R"({"valueType":"int",)" + reads + R"(,"type":"volatile value"})",
+         "volatile value (read)");
+  const auto polled = polled_value<&owner_t::get_power>::create(db, "polled", owner);
+  group->add_value(polled, 1);
+  expect(polled,
+         R"({"type":"polled volatile value","valueType":"float",)" + follows +
+             R"(,"hysteresis":{"function":"equal","pollInterval":1}})",
+         "polled volatile value (read, subscribe)");
+  expect(pushed_value<float>::create(db, "pushed", 1, 0.2),
+         R"({"type":"pushed volatile value","valueType":"float",)" + follows +
+             R"(,"hysteresis":{"function":"default","ImmediateLimit":"1","delayedLimit":"0.2",)"
+             R"("delayCycles":10}})",
+         "pushed volatile value (read, subscribe)");
 }
 
 TEST_F(info_test, declared_default_and_constraints) {
@@ -73,62 +78,21 @@ TEST_F(info_test, declared_default_and_constraints) {
   const auto param = offset::create(db, "offset", std::nullopt, owner);
   const std::string fixed = R"({"type":"config param","valueType":"float",)"
                             R"("capabilities":{"read":true,"write":true,"subscribe":true})";
-  const struct {
-    offset::constraints_t constraints;
-    const char* members;
-  } table[] = {
+  const std::pair<offset::constraints_t, const char*> table[] = {
       {false, "}"},
       {offset::min_max_range_t{-2.0f, 12.0f}, R"(,"constraints":{"min":-2,"max":12}})"},
       {offset::min_max_grid_range_t{0.0f, 1.0f, 0.1f},
        R"(,"constraints":{"min":0,"max":1,"grid":0.1}})"},
       {std::vector<float>{0.5f, 2.0f}, R"(,"constraints":{"allowed":[0.5,2]}})"},
   };
-  for (const auto& row : table) {
-    param->declare_constraints(row.constraints);
-    EXPECT_EQ(tree.info("offset"), fixed + row.members);
+  for (const auto& [constraints, members] : table) {
+    param->declare_constraints(constraints);
+    EXPECT_EQ(tree.info("offset"), fixed + members);
   }
   param->declare_constraints(false);
   param->declare_default(0.2f);
   EXPECT_EQ(tree.info("offset"), fixed + R"(,"defaultValue":0.2})");
   EXPECT_EQ(tree.set("offset", "99"), "") << "constraints are a declaration for clients";
-}
-
-TEST_F(info_test, measured_kinds) {
-  volatile_value<&owner_t::get_count>::create(db, "volatile", owner);
-  expect("volatile", R"({"valueType":"int","capabilities":{"read":true},"type":"volatile value"})",
-         "volatile value (read)");
-
-  add(polled_value<&owner_t::get_power>::create(db, "polled", owner), 1);
-  expect("polled",
-         R"({"type":"polled volatile value","valueType":"float",)"
-         R"("capabilities":{"read":true,"subscribe":true},)"
-         R"("hysteresis":{"function":"equal","pollInterval":1}})",
-         "polled volatile value (read, subscribe)");
-
-  polled_value<&owner_t::get_settings>::create(db, "settings", owner);
-  EXPECT_EQ(tree.info("settings"),
-            R"({"type":"polled volatile value","valueType":"json",)"
-            R"("capabilities":{"read":true,"subscribe":true},"hysteresis":{"function":"equal"}})");
-
-  pushed_value<float>::create(db, "pushed", 1, 0.2);
-  expect("pushed",
-         R"({"type":"pushed volatile value","valueType":"float",)"
-         R"("capabilities":{"read":true,"subscribe":true},)"
-         R"("hysteresis":{"function":"default","ImmediateLimit":"1","delayedLimit":"0.2",)"
-         R"("delayCycles":10}})",
-         "pushed volatile value (read, subscribe)");
-}
-
-TEST_F(info_test, custom_filters_tell_their_limits_only) {
-  const auto filter = [](const float&, const float&, const float&, const float&) { return 1; };
-  nx::json_document document;
-  EXPECT_EQ(
-      nx::json_text(
-          hysteresis<float>::custom(filter, 0.5f, 0.25f).get_info(3, document.GetAllocator())),
-      R"({"function":"custom","ImmediateLimit":"0.5","delayedLimit":"0.25",)"
-      R"("pollInterval":3})");
-  EXPECT_EQ(nx::json_text(hysteresis<float>::custom(filter).get_info(0, document.GetAllocator())),
-            R"({"function":"custom"})");
 }
 
 TEST_F(info_test, which_kinds_a_server_may_wait_for) {

@@ -102,18 +102,6 @@ TEST_F(polled_value_test, moves_between_value_and_error) {
   }
 }
 
-TEST_F(polled_value_test, interval_0_and_a_dropped_group_poll_nothing) {
-  publish_power(0);
-  tree.seconds(10);
-  EXPECT_EQ(owner->reads, 0);
-  group->add_value(polled_value<&loop::get_power>::create(tree.db, "slow", owner), 5);
-  tree.seconds(10);
-  EXPECT_EQ(owner->reads, 2);
-  group.reset();
-  tree.seconds(10);
-  EXPECT_EQ(owner->reads, 2);
-}
-
 TEST_F(polled_value_test, getters_take_bound_arguments_and_give_documents) {
   group->add_value(polled_value<&loop::get_name>::create(tree.db, "name", owner, "rx", 7u), 1);
   group->add_value(polled_value<&loop::get_settings>::create(tree.db, "settings", owner), 1);
@@ -205,20 +193,8 @@ TEST_F(pushed_value_test, in_a_group_a_small_push_goes_out_at_the_eleventh_poll)
   EXPECT_THAT(watcher->take(), ElementsAre("loss = 11.6"));
 }
 
-TEST_F(pushed_value_test, texts_go_out_when_they_differ) {
-  const auto mode = pushed_value<std::string>::create(tree.db, "mode");
-  tree.subscribe("mode", watcher);
-  watcher->take();
-  for (const char* text : {"", "power", "power", "off"})
-    mode->update(text);
-  EXPECT_THAT(watcher->take(), ElementsAre(R"(mode = "")", R"(mode = "power")", R"(mode = "off")"));
-}
-
 TEST(initial_result_test, exceptions_become_the_error_that_a_value_holds) {
-  const struct {
-    std::function<std::string()> initial;
-    const char* held;
-  } table[] = {
+  const std::pair<std::function<std::string()>, const char*> table[] = {
       {[]() -> std::string { throw nx_error(-5, "text"); }, "! -5 text"},
       {[]() -> std::string {
          throw nx_client_exception{-107, "away", "path"};
@@ -232,9 +208,9 @@ TEST(initial_result_test, exceptions_become_the_error_that_a_value_holds) {
       {[]() -> std::string { throw 1; }, "! -1 Unknown error"},
       {[]() -> std::string { return "known"; }, ""},
   };
-  for (const auto& row : table) {
-    const pushed_value<std::string> value("name", row.initial, hysteresis<std::string>::equal());
-    EXPECT_EQ(api_test::failure_of([&] { value.get_filtered(); }), row.held);
+  for (const auto& [initial, held] : table) {
+    const pushed_value<std::string> value("name", initial, hysteresis<std::string>::equal());
+    EXPECT_EQ(api_test::failure_of([&] { value.get_filtered(); }), held);
   }
 }
 

@@ -1,6 +1,7 @@
-// A tree without threads and sockets, driven as a server would drive it, and a session that keeps
-// what it is sent.
+// A tree without threads and sockets, driven as a server would drive it.
 #pragma once
+
+#include <rapidjson/document.h>
 
 #include <chrono>
 #include <memory>
@@ -8,52 +9,45 @@
 #include <vector>
 
 #include "platform/value_tree/nx_db.h"
-#include "platform/value_tree/nx_session.h"
 #include "platform/value_tree/poll_scheduler.h"
 #include "platform/value_tree/value_group.h"
-#include "platform/wire/json_conversion.h"
-#include "platform/wire/nx_error.h"
+#include "tests/support/failure.h"
+#include "tests/support/recording_session.h"
+#include "tests/support/tree_values.h"
 
 namespace api_test {
 
-/// Events as "PATH = VALUE" or "PATH ! CODE MESSAGE"; a subscription's first one with "first " in
-/// front.
-class session : public nx_session {
- public:
-  void deliver(std::shared_ptr<const nx_event> event, bool first) override;
-  void subscription_ended(const std::string&, const std::string&) override {}
+using session = test::recording_session;
+using test::failure_of;
 
-  std::vector<std::string> take();
-
- private:
-  std::vector<std::string> events_;
-};
-
+/// Answers as JSON text; failures as `failure_of` tells them.
 struct tree {
   std::shared_ptr<nx::manual_poller> poller = std::make_shared<nx::manual_poller>();
   nx_db db{poller};
 
-  /// Answers as JSON text; an error as "! CODE MESSAGE", a refused value as "? EXPECTED, FOUND".
-  std::string get(const std::string& path);
-  std::string set(const std::string& path, const std::string& json);
-  std::string run(const std::string& path, const std::string& json);
-  std::string subscribe(const std::string& path, const std::shared_ptr<session>& who);
-  std::string info(const std::string& path);
-  void seconds(int count) { poller->advance(std::chrono::seconds(count)); }
-  std::vector<std::string> history(const std::string& path);
-};
-
-/// What a call raises, as `tree` tells it; "" when it raises nothing.
-template <class Call>
-std::string failure_of(Call&& call) {
-  try {
-    call();
-  } catch (const nx_error& error) {
-    return "! " + std::to_string(error.code) + " " + error.message;
-  } catch (const json_value_conversion_error& error) {
-    return std::string("? ") + error.expected + ", " + error.found;
+  std::string get(const std::string& path) { return test::shown_at(db, path); }
+  std::string set(const std::string& path, const std::string& json) {
+    return failure_of([&] { test::write_to(db, path, json); });
   }
-  return "";
-}
+  std::string run(const std::string& path, const std::string& json) {
+    std::string answer;
+    const auto failure = failure_of([&] { answer = test::run_at(db, path, json); });
+    return failure.empty() ? answer : failure;
+  }
+  std::string subscribe(const std::string& path, const std::shared_ptr<session>& who) {
+    return test::subscribe_to(db, path, who);
+  }
+  std::string info(const std::string& path) {
+    nx::json_document document;
+    return nx::json_text(db.find(path)->get_info(document.GetAllocator()));
+  }
+  void seconds(int count) { poller->advance(std::chrono::seconds(count)); }
+  std::vector<std::string> history(const std::string& path) {
+    std::vector<std::string> values;
+    for (const auto& entry : db.history(path))
+      values.push_back(entry.value);
+    return values;
+  }
+};
 
 }  // namespace api_test

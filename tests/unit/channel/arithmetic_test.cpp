@@ -12,17 +12,6 @@
 
 namespace {
 
-TEST(channel_arithmetic, frequency_gives_the_vacuum_wavelength_and_ghz) {
-  EXPECT_FLOAT_EQ(channel::wavelength_nm(19600000), 299792448.0f / 196000.0f);
-  EXPECT_NEAR(channel::wavelength_nm(19140000), 1566.314, 0.001);
-  EXPECT_FLOAT_EQ(channel::width_ghz(5000), 50.0f);
-}
-
-TEST(channel_arithmetic, client_power_undoes_the_switch_on_the_add_side_alone) {
-  EXPECT_FLOAT_EQ(channel::client_power_rx(-20.0f, -3.0f, 6.0f, 0.5f), -10.5f);
-  EXPECT_FLOAT_EQ(channel::client_power_tx(-20.0f, 15.0f, 5.0f, 0.5f), -9.5f);
-}
-
 TEST(channel_arithmetic, channels_that_just_touch_do_not_overlap) {
   EXPECT_FALSE(channel::overlap(19600000, 5000, 19605000, 5000));
   EXPECT_TRUE(channel::overlap(19600000, 5000, 19604999, 5000));
@@ -42,13 +31,12 @@ TEST(regulation, target_is_the_share_by_width_moved_by_the_tilt) {
 }
 
 TEST(regulation, steps_shrink_with_the_error_and_never_overshoot) {
-  struct row {
-    float difference;
-    float change;
-  };
-  for (const auto& [difference, change] :
-       {row{3.3f, 3.0f}, row{-3.3f, -3.0f}, row{4.0f, 2.7972f}, row{1.1f, 1.0f}, row{-0.55f, -0.5f},
-        row{15.0f, 10.4895f}}) {
+  for (const auto& [difference, change] : {std::pair{3.3f, 3.0f},
+                                           {-3.3f, -3.0f},
+                                           {4.0f, 2.7972f},
+                                           {1.1f, 1.0f},
+                                           {-0.55f, -0.5f},
+                                           {15.0f, 10.4895f}}) {
     EXPECT_NEAR(channel::control::attenuation_change(difference), change, 1e-4) << difference;
   }
 }

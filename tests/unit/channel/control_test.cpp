@@ -3,49 +3,40 @@
 
 #include <limits>
 #include <map>
-#include <stdexcept>
 
 #include "platform/value_tree/nx_db.h"
 #include "platform/wire/nx_error.h"
 #include "products/control_types_full.h"
+#include "tests/support/fake_device.h"
 #include "tests/support/tree_values.h"
 
 namespace {
 
-/// A switch that does at once what it is told, unless it refuses.
-class obedient_switch : public device::interfaces::wss {
+/// A switch that does at once what it is told, unless it fails; a regulator has no business with
+/// the rest of it.
+class obedient_switch : public test::fake_device<device::interfaces::wss> {
  public:
   std::map<unsigned, float> attenuation;
-  bool refuses = false;
 
   void set_attenuation(unsigned channel, float value) override {
-    if (refuses) throw nx_error(-5, "Refused by the device");
+    access("attenuation");
     attenuation[channel] = value;
   }
   float get_attenuation(unsigned channel) override { return attenuation.at(channel); }
   float get_min_attenuation() override { return 0.0f; }
   float get_max_attenuation() override { return 15.0f; }
-  void block_channel(unsigned) override { unused(); }
-  void unblock_channel(unsigned, float) override { unused(); }
   bool is_channel_blocked(unsigned) override { return false; }
   unsigned get_channel_port(unsigned) override { return 1; }
+  bool is_channel_plan_loaded() override { return true; }
+  void block_channel(unsigned) override { unused(); }
+  void unblock_channel(unsigned, float) override { unused(); }
   void add_channel(unsigned, unsigned, unsigned, const std::string&) override { unused(); }
   void remove_channel(unsigned) override { unused(); }
   void create_channel_plan(const std::string&) override { unused(); }
   void remove_all_channels() override { unused(); }
-  bool is_channel_plan_loaded() override { return true; }
-  bool is_operational() override { return true; }
-  bool has_subscriber() override { return false; }
-  std::optional<std::shared_ptr<device::subscriber>> get_subscriber() override { return {}; }
-  void subscribe_channel(unsigned) override { unused(); }
-  void unsubscribe_channel(unsigned) override { unused(); }
-  void subscribe() override { unused(); }
-  void unsubscribe() override { unused(); }
-  unsigned get_channel_subscribe_count() override { return 0; }
-  bool has_channel(unsigned) override { return true; }
 
  private:
-  static void unused() { throw std::logic_error("a regulator has no business with this"); }
+  static void unused() { ADD_FAILURE() << "called by a regulator"; }
 };
 
 template <class Control>
@@ -76,7 +67,6 @@ class regulated_channel : public testing::Test {
 
 using orva_channel = regulated_channel<products::orva_control>;
 using selka_channel = regulated_channel<products::selka_control>;
-using selkaplus_channel = regulated_channel<products::selkaplus_control>;
 
 TEST_F(orva_channel, settles_until_monitor_and_switch_both_show_something_new) {
   put_in("rx");
@@ -96,9 +86,9 @@ TEST_F(orva_channel, settles_until_monitor_and_switch_both_show_something_new) {
 TEST_F(orva_channel, waits_for_a_new_reading_after_a_refused_step) {
   put_in("rx");
   show(10.0f, -15.0f);
-  wss->refuses = true;
-  EXPECT_THROW(control->regulate(wss, -2.2f), nx_error);
-  wss->refuses = false;
+  wss->failing = true;
+  EXPECT_THROW(control->regulate(wss, -2.2f), nx_client_exception);
+  wss->failing = false;
   EXPECT_FALSE(control->can_regulate(wss, -2.2f));
   show(10.0f, -15.1f);
   EXPECT_TRUE(control->can_regulate(wss, -2.2f))
@@ -107,15 +97,13 @@ TEST_F(orva_channel, waits_for_a_new_reading_after_a_refused_step) {
 
 TEST_F(orva_channel, stays_in_its_dead_band_and_in_the_range_of_the_switch) {
   put_in("rx");
-  struct row {
-    float attenuation;
-    float difference;
-    bool possible;
-  };
-  for (const auto& [attenuation, difference, possible] :
-       {row{0.0f, 0.2f, false}, row{0.0f, 0.21f, true}, row{0.0f, -3.0f, false},
-        row{15.0f, 3.0f, false}, row{15.0f, -0.7f, false}, row{15.0f, -0.71f, true},
-        row{15.0f, -3.0f, true}}) {
+  for (const auto& [attenuation, difference, possible] : {std::tuple{0.0f, 0.2f, false},
+                                                          {0.0f, 0.21f, true},
+                                                          {0.0f, -3.0f, false},
+                                                          {15.0f, 3.0f, false},
+                                                          {15.0f, -0.7f, false},
+                                                          {15.0f, -0.71f, true},
+                                                          {15.0f, -3.0f, true}}) {
     show(attenuation, -15.0f);
     control->reset_last_step();
     EXPECT_EQ(control->can_regulate(wss, difference), possible)
@@ -129,13 +117,8 @@ TEST_F(orva_channel, stays_in_its_dead_band_and_in_the_range_of_the_switch) {
 TEST_F(orva_channel, obeys_the_operators_admin_status) {
   put_in("rx");
   show(10.0f, -15.0f);
-  struct row {
-    const char* status;
-    bool up;
-    bool down;
-  };
   for (const auto& [status, up, down] :
-       {row{"up", true, false}, row{"down", false, true}, row{"testing", false, false}}) {
+       {std::tuple{"up", true, false}, {"down", false, true}, {"testing", false, false}}) {
     test::write_to(tree, "config/client/19600000/rx/adminStatus",
                    std::string("\"") + status + "\"");
     control->set_on_target(true);
@@ -182,13 +165,8 @@ TEST_F(selka_channel, is_regulated_in_mode_power_alone) {
   EXPECT_EQ(control->get_optical_control_mode(), "n/a");
   EXPECT_FALSE(control->is_optical_control_mode_known());
   const std::string path = "config/client/19600000/rx/opticalControlMode";
-  struct row {
-    const char* mode;
-    bool regulated;
-    bool blocked;
-  };
   for (const auto& [mode, regulated, blocked] :
-       {row{"off", false, true}, row{"power", true, false}, row{"gainLoss", false, false}}) {
+       {std::tuple{"off", false, true}, {"power", true, false}, {"gainLoss", false, false}}) {
     test::write_to(tree, path, std::string("\"") + mode + "\"");
     EXPECT_EQ(control->can_regulate(wss, -2.0f), regulated) << mode;
     EXPECT_EQ(control->is_admin_down(), blocked) << mode;
@@ -197,21 +175,6 @@ TEST_F(selka_channel, is_regulated_in_mode_power_alone) {
   EXPECT_THROW(test::write_to(tree, path, "\"n/a\""), nx_error);
   EXPECT_EQ(control->get_optical_control_mode(), "gainLoss");
   EXPECT_NE(tree.find("data/client/19600000/rx/lineTxPower"), nullptr);
-}
-
-TEST_F(selka_channel, has_no_line_power_towards_the_client) {
-  put_in("tx");
-  EXPECT_EQ(tree.find("data/client/19600000/tx/lineTxPower"), nullptr);
-  EXPECT_FLOAT_EQ(control->get_default_attenuation(), 5.0f);
-  EXPECT_EQ(control->get_wss_port_name(), "xc4Wss4");
-}
-
-TEST_F(selkaplus_channel, parks_open_towards_the_client_and_names_ports_of_its_cross_connect) {
-  put_in("tx");
-  EXPECT_FLOAT_EQ(control->get_default_attenuation(), 0.0f);
-  EXPECT_EQ(control->get_wss_port_name(), "xc7");
-  control->get_channel()->set_wss_port(100);
-  EXPECT_EQ(control->get_wss_port_name(), "off");
 }
 
 }  // namespace

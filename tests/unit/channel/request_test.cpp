@@ -6,45 +6,48 @@
 #include "base/channel/plan_text.h"
 #include "base/manager/channel_request.h"
 #include "platform/wire/json_conversion.h"
-#include "platform/wire/nx_error.h"
+#include "tests/support/failure.h"
 
 namespace {
 
+using test::failure_of;
+
+std::string sides(const auto& directions) {
+  return std::string(directions.rx ? "rx" : "") + (directions.tx ? "tx" : "");
+}
+
 std::string add_answer(const std::string& text) {
-  try {
+  std::string answer;
+  const auto failure = failure_of([&] {
     const auto request = manager::read_channel_request(nx::parse_json(text));
     manager::check_add_structure(request);
     manager::check_add_limits(request);
-    const auto directions = manager::add_directions(request);
-    return std::string(directions.rx ? "rx" : "") + (directions.tx ? "tx" : "");
-  } catch (const nx_error& error) {
-    EXPECT_EQ(error.code, -22);
-    return error.message;
-  }
+    answer = sides(manager::add_directions(request));
+  });
+  return failure.empty() ? answer : failure;
 }
 
 std::string remove_answer(const std::string& text) {
-  try {
+  std::string answer;
+  const auto failure = failure_of([&] {
     const auto request = manager::read_channel_request(nx::parse_json(text));
     manager::check_remove_structure(request);
     manager::check_remove_limits(request);
-    const auto directions = manager::remove_directions(request);
-    return std::string(directions.rx ? "rx" : "") + (directions.tx ? "tx" : "");
-  } catch (const nx_error& error) {
-    EXPECT_EQ(error.code, -22);
-    return error.message;
-  }
+    answer = sides(manager::remove_directions(request));
+  });
+  return failure.empty() ? answer : failure;
 }
 
 const std::string add_structure =
-    "Invalid json structure. Expected center (unsigned, 8 digits, e.g. 19600000), direction "
+    "! -22 Invalid json structure. Expected center (unsigned, 8 digits, e.g. 19600000), direction "
     "(string, rx/tx), port (unsigned, 1-34) and width (unsigned, 100 * ghz).";
 const std::string remove_structure =
-    "Invalid json structure. Expected center (unsigned, 8 digits, e.g. 19600000), direction "
+    "! -22 Invalid json structure. Expected center (unsigned, 8 digits, e.g. 19600000), direction "
     "(string, rx/tx).";
-const std::string bad_center = "Invalid center, expected something around 19000000";
-const std::string bad_port = "Invalid port, expected 1-34";
-const std::string bad_remove_center = "Invalid center, expected something within 19134375-19613125";
+const std::string bad_center = "! -22 Invalid center, expected something around 19000000";
+const std::string bad_port = "! -22 Invalid port, expected 1-34";
+const std::string bad_remove_center =
+    "! -22 Invalid center, expected something within 19134375-19613125";
 
 struct row {
   const char* request;
@@ -68,7 +71,7 @@ TEST(channel_request, add) {
       {R"({"center":19600000,"width":5000,"port":0,"direction":"RX"})", bad_port},
       {R"({"center":19600000,"width":5000,"port":35})", bad_port},
       {R"({"center":19600000,"width":5000,"port":1,"direction":"RX"})",
-       "Invalid direction, expected rx or tx or 'both', got RX"},
+       "! -22 Invalid direction, expected rx or tx or 'both', got RX"},
   };
   for (const auto& [request, answer] : rows)
     EXPECT_EQ(add_answer(request), answer) << request;
@@ -85,7 +88,7 @@ TEST(channel_request, remove) {
       {R"({"center":19600000,"direction":5})", remove_structure},
       {R"([])", remove_structure},
       {R"({"center":19600000,"direction":"all"})",
-       "Invalid direction, expected rx or tx or both, got all"},
+       "! -22 Invalid direction, expected rx or tx or both, got all"},
   };
   for (const auto& [request, answer] : rows)
     EXPECT_EQ(remove_answer(request), answer) << request;
@@ -106,13 +109,9 @@ TEST(plan_text, survives_store_and_load) {
                   R"({"center_frequency":19155000,"width":15000,"port":2,"version":"n/a"}])");
   EXPECT_EQ(channel::parse_plan(text).entries, entries);
   EXPECT_EQ(channel::plan_to_text({}), "[]");
-}
-
-TEST(plan_text, a_key_that_was_never_written_is_an_empty_plan) {
-  for (const char* text : {"", "[]"}) {
-    const auto plan = channel::parse_plan(text);
-    EXPECT_TRUE(plan.entries.empty());
-    EXPECT_FALSE(plan.has_bad_entries);
+  for (const char* empty : {"", "[]"}) {
+    EXPECT_TRUE(channel::parse_plan(empty).entries.empty());
+    EXPECT_FALSE(channel::parse_plan(empty).has_bad_entries);
   }
 }
 
@@ -127,14 +126,10 @@ TEST(plan_text, a_bad_entry_is_left_out_and_the_rest_loads) {
 
 TEST(plan_text, what_is_no_plan_is_refused_with_its_fault) {
   for (const char* text : {"{}", "[1]", "nonsense", "[{]", "\"[]\"", "7"}) {
-    try {
-      channel::parse_plan(text);
-      ADD_FAILURE() << "taken: " << text;
-    } catch (const nx_error& error) {
-      EXPECT_EQ(error.code, -22) << text;
-      EXPECT_TRUE(error.message.starts_with("Stored channel plan is not an array of objects: "))
-          << error.message;
-    }
+    EXPECT_TRUE(failure_of([&] {
+                  channel::parse_plan(text);
+                }).starts_with("! -22 Stored channel plan is not an array of objects: "))
+        << text;
   }
 }
 

@@ -11,14 +11,14 @@
 
 #include "helpers/logger.h"
 #include "helpers/waiting.h"
-#include "nexel.h"
 #include "platform/nexel_client/nexel_client.h"
 #include "platform/wire/json_conversion.h"
+#include "tests/support/failure.h"
 #include "tests/support/log_capture.h"
 
 namespace {
 
-using device_test::failure_of;
+using test::failure_of;
 using testing::IsEmpty;
 
 /// A clock on which sleeping costs nothing; the test acts at chosen sleeps.
@@ -160,38 +160,6 @@ TEST_F(subscriber_test, ended_subscription_is_dropped_at_the_next_look) {
   EXPECT_FALSE(values.take_dropped());
   values.subscribe<float>(client, "power");
   EXPECT_EQ(client->subscriptions, 2u);
-}
-
-TEST_F(subscriber_test, every_type_has_a_table_of_its_own) {
-  subscribe("a");
-  client->first_value = R"("up")";
-  values.subscribe<std::string>(client, "b");
-  client->first_value = "true";
-  values.subscribe<bool>(client, "a");
-  EXPECT_EQ(values.get<float>("a"), 1.5f);
-  EXPECT_EQ(values.get<bool>("a"), true);
-  EXPECT_EQ(values.get<std::string>("b"), "up");
-  EXPECT_EQ(failure_of([&] { values.get<float>("b"); }), "! -22 No value for path: b");
-  EXPECT_EQ(failure_of([&] { values.get<int>("a"); }), "! -22 No value for path: a");
-}
-
-TEST_F(subscriber_test, dropped_paths_keep_their_last_value) {
-  const auto one = subscribe("one");
-  const auto two = subscribe("two");
-  values.unsubscribe("one");
-  client->report(*one, "9");
-  EXPECT_EQ(values.get<float>("one"), 1.5f) << "a late value of a dropped subscription";
-  client->fail(*two);
-  values.reset();
-  EXPECT_TRUE(values.is_operational());
-  EXPECT_EQ(values.get<float>("two"), 1.5f);
-}
-
-TEST_F(subscriber_test, value_of_another_type_goes_back_to_the_client) {
-  const auto path = subscribe("power");
-  EXPECT_THROW(client->report(*path, R"("high")"), json_value_conversion_error);
-  EXPECT_EQ(values.get<float>("power"), 1.5f);
-  EXPECT_TRUE(values.is_operational());
 }
 
 TEST_F(subscriber_test, callback_may_outlive_the_subscriber) {

@@ -47,14 +47,4 @@ TEST_F(calibration_test, reads_what_it_can_and_names_the_rest) {
   EXPECT_EQ(board.get_value(longest), 3.0f);
 }
 
-TEST_F(calibration_test, works_with_no_correction_when_there_is_no_file) {
-  logger::instance().level = 0;
-  const test::log_capture log;
-  for (const auto& path : {folder.file("absent"), folder.path()}) {
-    board.read_calibration_values(path);
-    EXPECT_EQ(board.get_value("cal_mon_to_boostertx"), 0.0f);
-  }
-  EXPECT_TRUE(log.contains("Missing calibration value cal_mon_to_boostertx"));
-}
-
 }  // namespace

@@ -49,23 +49,18 @@ class silent_server {
 
 TEST(kvs_endpoint, texts_of_the_setting) {
   using kind = kvs::endpoint::kind;
-  struct {
-    std::string url;
-    kind type;
-    std::string address;
-    int port;
-  } const table[] = {
+  const std::tuple<std::string, kind, std::string, int> table[] = {
       {"unix:///run/kvs.sock", kind::unix_socket, "/run/kvs.sock", 0},
       {"tcp://127.0.0.1:6400", kind::tcp, "127.0.0.1", 6400},
       {"tcp://store", kind::tcp, "store", 6379},
       {"tcp://[::1]:6400", kind::tcp, "::1", 6400},
       {"memory:", kind::memory, "", 0},
   };
-  for (const auto& row : table) {
-    const auto parsed = kvs::parse_endpoint(row.url);
-    EXPECT_EQ(parsed.type, row.type) << row.url;
-    EXPECT_EQ(parsed.address, row.address) << row.url;
-    EXPECT_EQ(parsed.port, row.port) << row.url;
+  for (const auto& [url, type, address, port] : table) {
+    const auto parsed = kvs::parse_endpoint(url);
+    EXPECT_EQ(parsed.type, type) << url;
+    EXPECT_EQ(parsed.address, address) << url;
+    EXPECT_EQ(parsed.port, port) << url;
   }
   for (const std::string wrong : {"", "unix://relative", "tcp://", "tcp://:1", "tcp://h:0",
                                   "tcp://h:65536", "tcp://h:1x", "tcp://[::1", "redis://h:1"}) {

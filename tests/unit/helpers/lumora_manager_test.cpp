@@ -2,18 +2,16 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <rapidjson/document.h>
 
 #include <functional>
 
-#include "helpers/redis.h"
 #include "helpers/waiting.h"
-#include "platform/kvs_client/kvs_client.h"
 #include "platform/value_tree/nx_db.h"
 #include "platform/wire/nx_error.h"
-#include "tests/support/environment.h"
 #include "tests/support/hand_clock.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/memory_store.h"
+#include "tests/support/tree_values.h"
 
 namespace {
 
@@ -37,38 +35,20 @@ class product final : public manager::interface {
 /// The daemon's core on a tree, with the store inside the process and a clock that moves when the
 /// core sleeps: `clock->at` is what happens in the node meanwhile.
 struct lumora_manager_test : testing::Test {
-  lumora_manager_test() {
-    helpers::waiting::instance().set_source(clock);
-    redis::instance().reset_for_test();
-    kvs_memory::clear();
-    kvs_memory::set("{c}:qz:mounts", "/mnt/qz");
-    kvs_memory::set("{d}:qz:status", "ok");
-  }
-  ~lumora_manager_test() override {
-    redis::instance().reset_for_test();
-    helpers::waiting::instance().set_source(nullptr);
-  }
+  lumora_manager_test() { helpers::waiting::instance().set_source(clock); }
+  ~lumora_manager_test() override { helpers::waiting::instance().set_source(nullptr); }
 
   void start_core() {
     std::shared_ptr<manager::interface> as_interface = model;
     core->start(as_interface, &running);
   }
 
-  void write_config_status(bool value) const {
-    const auto node = db.find(config_path);
-    ASSERT_TRUE(node);
-    node->set(config_path, rapidjson::Value(value));
+  void write_config_status(bool value) {
+    test::write_to(db, config_path, value ? "true" : "false");
   }
+  bool config_status() { return test::flag_of(db, "data/configStatus"); }
 
-  bool config_status() const {
-    rapidjson::Document result(rapidjson::kObjectType);
-    db.find("data/configStatus")->get("data/configStatus", result.GetAllocator(), result);
-    return result["data/configStatus"].GetBool();
-  }
-
-  const test::environment_variable url{"KVS_URL", "memory:"};
-  const test::environment_variable configuration_tag{"REDIS_CONF_HASH_TAG", "{c}"};
-  const test::environment_variable data_tag{"REDIS_DATA_HASH_TAG", "{d}"};
+  test::memory_store store;
   const std::shared_ptr<test::hand_clock> clock =
       std::make_shared<test::hand_clock>([](std::chrono::nanoseconds) {});
   nx_db db;
@@ -80,11 +60,11 @@ struct lumora_manager_test : testing::Test {
 TEST_F(lumora_manager_test, waits_for_the_store_then_for_the_configuration) {
   const test::log_capture log;
   EXPECT_FALSE(config_status());
-  kvs_memory::set("{c}:qz:mounts", "");
+  store.set_mounts("");
   clock->at(1500ms, [&] {
     EXPECT_TRUE(config_status());
     EXPECT_FALSE(db.find(config_path));
-    kvs_memory::set("{c}:qz:mounts", "/mnt/qz");
+    store.set_mounts("/mnt/store");
   });
   std::vector<std::chrono::nanoseconds> calls;
   model->on_start = [&] {
@@ -100,21 +80,6 @@ TEST_F(lumora_manager_test, waits_for_the_store_then_for_the_configuration) {
               ElementsAre("Manager thread started, awaiting redis configuration.",
                           "Waiting for redis connection.", "Waiting for redis connection.",
                           "Redis configuration received, proceeding."));
-}
-
-TEST_F(lumora_manager_test, a_stop_ends_either_wait) {
-  for (const bool store_usable : {false, true}) {
-    running = true;
-    kvs_memory::set("{d}:qz:status", store_usable ? "ok" : "starting");
-    bool started = false;
-    bool ran = false;
-    model->on_start = [&] { started = true; };
-    model->on_run = [&] { ran = true; };
-    clock->at(clock->elapsed() + 2500ms, [&] { running = false; });
-    start_core();
-    EXPECT_EQ(started, store_usable);
-    EXPECT_FALSE(ran);
-  }
 }
 
 TEST_F(lumora_manager_test, a_failure_of_the_manager_is_logged_and_ends_the_thread) {
@@ -135,14 +100,6 @@ TEST_F(lumora_manager_test, a_failure_of_the_manager_is_logged_and_ends_the_thre
   EXPECT_THAT(log.texts(),
               Contains(testing::AllOf(StartsWith("general exception: "), HasSubstr("lost"))));
   EXPECT_TRUE(running);
-}
-
-TEST_F(lumora_manager_test, a_missing_hash_tag_is_told_and_ends_the_thread) {
-  const test::environment_variable no_tag("REDIS_CONF_HASH_TAG", std::nullopt);
-  const test::log_capture log;
-  model->on_start = [] { ADD_FAILURE() << "started without a store"; };
-  start_core();
-  EXPECT_THAT(log.texts(), Contains(HasSubstr(": undefined: REDIS_CONF_HASH_TAG ")));
 }
 
 }  // namespace

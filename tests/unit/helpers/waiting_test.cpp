@@ -10,21 +10,6 @@ namespace {
 using namespace std::chrono_literals;
 using helpers::waiting;
 
-class hand_driven : public helpers::time_source {
- public:
-  std::chrono::steady_clock::time_point steady_now() override {
-    return std::chrono::steady_clock::time_point(passed);
-  }
-  std::chrono::system_clock::time_point system_now() override {
-    return std::chrono::system_clock::time_point(passed);
-  }
-  void sleep(std::chrono::nanoseconds duration) override { passed += duration; }
-  void interrupt() override { ++interrupts; }
-
-  std::chrono::nanoseconds passed{0};
-  int interrupts = 0;
-};
-
 struct waiting_test : testing::Test {
   waiting_test() { clock.set_source(nullptr); }
   ~waiting_test() override { clock.set_source(nullptr); }
@@ -60,18 +45,6 @@ TEST_F(waiting_test, a_sleep_lasts_its_time_on_both_paths) {
     EXPECT_GE(clock.system_now() - system_begin, length);
   }
   EXPECT_TRUE(clock.sleep(-1s));
-}
-
-TEST_F(waiting_test, a_hand_driven_clock_stands_behind_it) {
-  const auto source = std::make_shared<hand_driven>();
-  clock.stop();
-  clock.set_source(source);
-  EXPECT_FALSE(clock.stopping()) << "a new clock begins a new life";
-  EXPECT_TRUE(clock.sleep(24h));
-  EXPECT_EQ(clock.steady_now().time_since_epoch(), 24h);
-  EXPECT_EQ(clock.system_now().time_since_epoch(), 24h);
-  clock.stop();
-  EXPECT_EQ(source->interrupts, 1);
 }
 
 }  // namespace

@@ -11,20 +11,21 @@
 #include <vector>
 
 #include "device/interfaces/led.h"
-#include "platform/nexel_client/nx_client_exception.h"
-#include "platform/wire/nx_error.h"
+#include "tests/support/fake_device.h"
 
 namespace test {
 
-class fake_panel : public device::interfaces::led {
+using texts = std::vector<std::string>;
+
+class fake_panel : public fake_device<device::interfaces::led> {
  public:
+  using text = const std::string&;
   unsigned client_count = 40;
-  bool ready = true;
   /// Called before each access with its name ("client 3 rx", "ready"); may throw.
-  std::function<void(const std::string&)> before_access = [](const std::string&) {};
+  std::function<void(text)> before_access = [](text) {};
 
   std::map<std::string, std::string> colours;  ///< by name
-  std::vector<std::string> writes;             ///< "client 3 rx green"
+  texts writes;                                ///< "client 3 rx green"
 
   /// The names that are green, in the map's order, joined by commas.
   std::string green() const {
@@ -37,75 +38,71 @@ class fake_panel : public device::interfaces::led {
 
   bool is_operational() override {
     before_access("ready");
-    return ready;
+    return operational;
   }
-  std::string get_xc_rx_led(unsigned n) override { return read(fmt::format("xc {} rx", n)); }
-  std::string get_xc_tx_led(unsigned n) override { return read(fmt::format("xc {} tx", n)); }
-  void set_xc_rx_led(unsigned n, const std::string& colour) override {
-    write(fmt::format("xc {} rx", n), colour);
-  }
-  void set_xc_tx_led(unsigned n, const std::string& colour) override {
-    write(fmt::format("xc {} tx", n), colour);
-  }
-  std::string get_line_rx_led() override { return read("line rx"); }
-  std::string get_line_tx_led() override { return read("line tx"); }
-  void set_line_tx_led(const std::string& colour) override { write("line tx", colour); }
-  void set_line_rx_led(const std::string& colour) override { write("line rx", colour); }
-  std::string get_client_rx_led(unsigned n) override {
-    return read(fmt::format("client {} rx", n));
-  }
+  std::string get_xc_rx_led(unsigned n) override { return colour_of(named("xc", n, "rx")); }
+  std::string get_xc_tx_led(unsigned n) override { return colour_of(named("xc", n, "tx")); }
+  std::string get_line_rx_led() override { return colour_of("line rx"); }
+  std::string get_line_tx_led() override { return colour_of("line tx"); }
+  std::string get_client_rx_led(unsigned n) override { return colour_of(named("client", n, "rx")); }
+  std::string get_client_tx_led(unsigned n) override { return colour_of(named("client", n, "tx")); }
   std::string get_client_rx_led_or_end(unsigned n) override {
-    if (n == 0 || n > client_count) return "end";
-    return read(fmt::format("client {} rx", n));
+    return n == 0 || n > client_count ? "end" : get_client_rx_led(n);
   }
-  std::string get_client_tx_led(unsigned n) override {
-    return read(fmt::format("client {} tx", n));
+  void set_xc_rx_led(unsigned n, text colour) override { paint(named("xc", n, "rx"), colour); }
+  void set_xc_tx_led(unsigned n, text colour) override { paint(named("xc", n, "tx"), colour); }
+  void set_line_tx_led(text colour) override { paint("line tx", colour); }
+  void set_line_rx_led(text colour) override { paint("line rx", colour); }
+  void set_client_rx_led(unsigned n, text colour) override {
+    paint(named("client", n, "rx"), colour);
   }
-  void set_client_rx_led(unsigned n, const std::string& colour) override {
-    write(fmt::format("client {} rx", n), colour);
+  void set_client_tx_led(unsigned n, text colour) override {
+    paint(named("client", n, "tx"), colour);
   }
-  void set_client_tx_led(unsigned n, const std::string& colour) override {
-    write(fmt::format("client {} tx", n), colour);
-  }
-
-  bool has_subscriber() override { return false; }
-  std::optional<std::shared_ptr<device::subscriber>> get_subscriber() override { return {}; }
-  void subscribe_channel(unsigned) override {}
-  void unsubscribe_channel(unsigned) override {}
-  void subscribe() override {}
-  void unsubscribe() override {}
-  unsigned get_channel_subscribe_count() override { return 0; }
-  bool has_channel(unsigned) override { return false; }
 
  private:
-  std::string read(const std::string& name) {
+  static std::string named(const char* row, unsigned number, const char* side) {
+    return fmt::format("{} {} {}", row, number, side);
+  }
+  std::string colour_of(text name) {
     before_access(name);
     const auto found = colours.find(name);
     return found == colours.end() ? "off" : found->second;
   }
-  void write(const std::string& name, const std::string& colour) {
+  void paint(text name, text colour) {
     before_access(name);
     colours[name] = colour;
     writes.push_back(name + " " + colour);
   }
 };
 
-/// The LEDs of a model with a fake panel. Its thread ends at once, so that the test drives the
-/// passes.
+/// The LEDs of a model with a fake panel. Their own thread ends at once: the test drives the
+/// passes, or lends a thread to `poll`.
 template <class Model>
 class driven_leds : public Model {
  public:
   void led_poll() override {}
-  bool needs_update() const { return this->needs_update_; }
+  void poll() { Model::led_poll(); }
 };
 
 template <class Model>
 struct led_bench {
-  led_bench() {
+  explicit led_bench(bool coldstart = false) {
     leds->set_led(panel);
-    leds->start(false);
+    leds->start(coldstart);
   }
   ~led_bench() { leds->stop(); }
+
+  void add_rx(unsigned key, unsigned port) {
+    leds->add_rx_channel(key);
+    leds->update_rx_port(key, port);
+    leds->update_rx_loss_of_signal(key, false);
+  }
+  void set_line(bool rx_lit, bool tx_enabled) {
+    leds->set_line_rx_los(!rx_lit);
+    leds->set_line_tx_enabled(tx_enabled);
+  }
+  texts take_writes() { return std::exchange(panel->writes, {}); }
 
   std::shared_ptr<fake_panel> panel = std::make_shared<fake_panel>();
   std::shared_ptr<driven_leds<Model>> leds = std::make_shared<driven_leds<Model>>();

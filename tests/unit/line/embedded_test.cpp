@@ -25,14 +25,14 @@ class embedded_line : public testing::Test, protected test::line_bench {
     peer.set("data/spanloss/oms/tx", tx + 1);
     peer.set("data/spanloss/oms/rx", rx + 1);
   }
-  void begin(bool regulate = true) {
+  void begin() {
     start();
     meet_peer();
-    cycles(11, regulate);
+    cycles(11);
   }
-  void cycles(unsigned count, bool regulate = true) {
+  void cycles(unsigned count) {
     for (; count > 0; --count)
-      cycle(regulate);
+      cycle();
   }
 };
 
@@ -98,14 +98,6 @@ TEST_F(embedded_line, takes_the_section_that_the_peer_measures_and_keeps_it) {
   EXPECT_EQ(done(), (journal{"voa 5.40", "preamp gain 17.00"}));
   peer.set("data/spanloss/section", "ots");
   cycles(6 * 11);
-  EXPECT_EQ(done(), first_setting);
-}
-
-TEST_F(embedded_line, waits_for_its_turn_with_everything) {
-  begin(false);
-  cycles(50, false);
-  EXPECT_EQ(done(), journal{});
-  cycles(5);
   EXPECT_EQ(done(), first_setting);
 }
 

@@ -13,13 +13,14 @@
 #include "base/manager/leds.h"
 #include "base/manager/loops/line.h"
 #include "base/manager/remote/api.h"
-#include "helpers/calibration.h"
 #include "helpers/logger.h"
 #include "helpers/waiting.h"
 #include "platform/value_tree/poll_scheduler.h"
 #include "products/control_types_full.h"
+#include "tests/support/board_file.h"
+#include "tests/support/fake_device.h"
 #include "tests/support/hand_clock.h"
-#include "tests/support/temp_folder.h"
+#include "tests/support/tree_values.h"
 #include "tests/unit/remote/peer_tree.h"
 
 namespace test {
@@ -47,8 +48,7 @@ class fake_edfa : public fake_device<device::interfaces::edfa> {
   float get_gain() override { return read("gain", gain); }
   void set_gain(float value) override {
     access("gain");
-    gain = value;
-    actions_.push_back(fmt::format("{} gain {:.2f}", name_, value));
+    actions_.push_back(fmt::format("{} gain {:.2f}", name_, gain = value));
   }
   float get_min_gain() override { return 0; }
   float get_max_gain() override { return 30; }
@@ -76,8 +76,7 @@ class fake_voa : public fake_device<device::interfaces::voa> {
 
   void set_attenuation(float value) override {
     access("attenuation");
-    attenuation = value;
-    actions_.push_back(fmt::format("voa {:.2f}", value));
+    actions_.push_back(fmt::format("voa {:.2f}", attenuation = value));
   }
   float get_attenuation() override { return read("attenuation", attenuation.load()); }
   float get_min_attenuation() override { return 0; }
@@ -122,7 +121,9 @@ struct line_bench {
   line_bench() {
     helpers::waiting::instance().set_source(clock);
     logger::instance().level = 2;
-    load_board();
+    load_board_file(
+        "cal_linerx_to_preamprx -0.5\ncal_linerx_to_oscrx -1.5\n"
+        "cal_osctx_to_linetx -0.75\ncal_boostertx_to_linetx -0.25\n");
     remote = std::make_shared<manager::remote::api>();
     line = std::make_shared<orva_line>(plan, remote);
     line->set_osc(osc);
@@ -156,14 +157,9 @@ struct line_bench {
   }
 
   /// What was done since the last call.
-  journal done() {
-    journal taken;
-    taken.swap(actions);
-    return taken;
-  }
+  journal done() { return std::exchange(actions, {}); }
 
-  /// The value of a path as JSON text; the text of the error if it holds one.
-  std::string shown(const std::string& path) const;
+  std::string shown(const std::string& path) { return shown_at(own, path); }
 
   journal actions;
   std::shared_ptr<nx::manual_poller> poller = std::make_shared<nx::manual_poller>();
@@ -180,18 +176,6 @@ struct line_bench {
   std::shared_ptr<plan_t> plan = std::make_shared<plan_t>(768, "rx");
   std::shared_ptr<manager::remote::api> remote;
   std::shared_ptr<orva_line> line;
-
- private:
-  static void load_board() {
-    const temp_folder folder;
-    calibration::instance().reset();
-    calibration::instance().read_calibration_values(
-        folder.write("board.conf",
-                     "cal_linerx_to_preamprx -0.5\n"
-                     "cal_linerx_to_oscrx -1.5\n"
-                     "cal_osctx_to_linetx -0.75\n"
-                     "cal_boostertx_to_linetx -0.25\n"));
-  }
 };
 
 }  // namespace test

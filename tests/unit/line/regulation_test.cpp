@@ -72,15 +72,6 @@ TEST_F(regulated_line, stands_still_while_the_peer_shows_nothing_new) {
   EXPECT_EQ(done(), journal{"voa 9.60"}) << "the errors from before the pause still count";
 }
 
-TEST_F(regulated_line, gathers_errors_in_cycles_that_may_not_write) {
-  meet("ORVA-LITE", {first});
-  for (int i = 0; i < 10; ++i)
-    cycle_with(first, 3, false);
-  EXPECT_EQ(done(), journal{});
-  cycle_with(first, 3);
-  EXPECT_EQ(done(), journal{"voa 9.60"});
-}
-
 TEST_F(regulated_line, leaves_out_channels_that_are_off_target_or_have_just_changed) {
   meet("ORVA-LITE", {first, second});
   (*plan->get_channels())[second]->set_on_target(false);
@@ -145,19 +136,6 @@ TEST_F(regulated_line, does_nothing_for_a_channel_that_the_peer_was_not_asked_fo
   EXPECT_EQ(done(), journal{});
   EXPECT_TRUE(log.contains("Failed to calculate LMS error"));
   EXPECT_TRUE(line->is_operational());
-}
-
-TEST_F(regulated_line, errors_agree_within_a_threshold_that_counts_in) {
-  plan->add_channel(first, 5000, 1, "1");
-  for (const float error : {0.0f, 0.05f, 0.1f, 0.0f})
-    EXPECT_FALSE(line->lms_calmdown(error));
-  EXPECT_TRUE(line->lms_calmdown(0.1f)) << "exactly the threshold apart";
-  EXPECT_FALSE(line->lms_calmdown(0.11f));
-
-  for (unsigned i = 0; i < 48; ++i)
-    plan->add_channel(19200000 + 5000 * i, 5000, 1, "1");
-  EXPECT_TRUE(line->lms_calmdown(5.0f)) << "half of the band is lit";
-  EXPECT_FALSE(line->lms_calmdown(5.2f));
 }
 
 }  // namespace

@@ -23,28 +23,6 @@ std::unique_ptr<line_system> at_rest(const topology& what) {
   return system;
 }
 
-class product_at_rest : public testing::TestWithParam<const char*> {};
-
-TEST_P(product_at_rest, stands_inside_every_range_with_every_channel_on_target) {
-  const auto system = at_rest(default_topology(GetParam()));
-  const node& near = *system->nodes[0];
-  for (std::size_t i = 0; i < system->slots.size(); ++i) {
-    const double power_dbm = channel_power_dbm(near, measuring_point::booster_output, i);
-    EXPECT_NEAR(power_dbm, system->booster_target_dbm(0, i), 0.05) << i;
-    EXPECT_GT(near.add_switch.true_attenuation_db(i), 3.0) << i;
-    EXPECT_LT(near.add_switch.true_attenuation_db(i), 9.0) << i;
-    EXPECT_NEAR(channel_power_dbm(near, measuring_point::preamp_output, i), 5.0, 1.0) << i;
-    EXPECT_GT(osnr_db(near.at(measuring_point::preamp_output), system->slots, i), 25.0) << i;
-  }
-  for (const auto& each : system->nodes) {
-    EXPECT_NEAR(each->booster.saturation_db(), 0.0, 0.01);
-    EXPECT_NEAR(each->preamp.saturation_db(), 0.0, 0.01);
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(orva, product_at_rest,
-                         testing::Values("orvalite", "orvamax", "orvapro", "orvakinet"));
-
 TEST(line_system, dark_channels_stay_below_every_detection_level) {
   // A peer asks for as little as -32 dBm; the noise of both amplifiers must not pass for light.
   topology what = default_topology("orvalite", 2);
@@ -58,70 +36,6 @@ TEST(line_system, dark_channels_stay_below_every_detection_level) {
     }
     EXPECT_TRUE(each->preamp_monitor.detected(0));
   }
-}
-
-TEST(line_system, the_size_of_a_step_does_not_matter) {
-  topology what = default_topology("orvamax");
-  for (node_settings& each : what.nodes)
-    each.lit = std::vector<unsigned>{};
-  line_system fine(what);
-  line_system coarse(what);
-  for (line_system* each : {&fine, &coarse}) {
-    for (laser& of : each->nodes[0]->lasers)
-      of.switch_to(true);
-    each->nodes[0]->add_switch.set_attenuation(3, 7.0);
-  }
-  for (int i = 0; i < 100; ++i)
-    fine.step(50ms);
-  for (int i = 0; i < 2; ++i)
-    coarse.step(2500ms);
-  for (std::size_t i = 0; i < fine.slots.size(); ++i) {
-    EXPECT_NEAR(channel_power_dbm(*fine.nodes[0], measuring_point::booster_output, i),
-                channel_power_dbm(*coarse.nodes[0], measuring_point::booster_output, i), 0.01)
-        << i;
-  }
-  EXPECT_EQ(fine.nodes[0]->osc.ready(), coarse.nodes[0]->osc.ready());
-  EXPECT_EQ(fine.time(), coarse.time());
-}
-
-TEST(line_system, half_the_band_lost_moves_the_survivors_little) {
-  const auto system = at_rest(default_topology("orvalite"));
-  node& near = *system->nodes[0];
-  std::vector<double> before_dbm;
-  for (std::size_t i = 0; i < system->slots.size(); ++i)
-    before_dbm.push_back(channel_power_dbm(near, measuring_point::booster_output, i));
-  for (std::size_t i = 0; i < system->slots.size() / 2; ++i)
-    near.lasers[i].switch_to(false);
-  system->step(2s);
-  for (std::size_t i = system->slots.size() / 2; i < system->slots.size(); ++i) {
-    EXPECT_NEAR(channel_power_dbm(near, measuring_point::booster_output, i), before_dbm[i], 0.1);
-  }
-  EXPECT_EQ(channel_power_dbm(near, measuring_point::booster_output, 0), dark_dbm);
-}
-
-TEST(line_system, light_of_one_node_arrives_at_the_other_less_what_stands_between) {
-  const auto system = at_rest(default_topology("orvalite", 2));
-  node& from = *system->nodes[0];
-  node& to = *system->nodes[1];
-  const auto total = [](const node& of, measuring_point where) {
-    return total_power_dbm(of, where);
-  };
-  const auto expect_losses = [&] {
-    EXPECT_NEAR(
-        total(from, measuring_point::booster_output) - total(from, measuring_point::line_output),
-        from.voa.loss_db() + 0.8, 1e-6);
-    EXPECT_NEAR(total(from, measuring_point::line_output) - total(to, measuring_point::line_input),
-                system->fibres[0].span_loss_db(), 1e-6)
-        << "Raman moves power, it takes none";
-  };
-  expect_losses();
-  const double before_dbm = total(to, measuring_point::preamp_output);
-  from.voa.set_attenuation(from.voa.shown_attenuation_db() + 2.0);
-  system->fibres[0].set_offset(1.0);
-  system->step(1s);
-  expect_losses();
-  EXPECT_NEAR(total(to, measuring_point::preamp_output), before_dbm - 3.0, 0.05);
-  EXPECT_DOUBLE_EQ(system->fibres[1].span_loss_db(), 17.0) << "the other fibre is another one";
 }
 
 TEST(line_system, raman_tilt_falls_with_frequency_and_can_be_taken_out) {

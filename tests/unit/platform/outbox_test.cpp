@@ -11,7 +11,8 @@
 #include "platform/value_tree/server/worker_pool.h"
 #include "platform/value_tree/value_group.h"
 #include "platform/wire/limits.h"
-#include "tests/unit/platform/test_nodes.h"
+#include "tests/support/gate.h"
+#include "tests/support/nodes.h"
 
 namespace {
 
@@ -96,7 +97,7 @@ TEST_F(outbox, subscriptions_are_limited) {
 }
 
 TEST(worker_pool, grows_while_its_threads_wait) {
-  gate door;
+  test::gate door;
   std::atomic<int> done{0};
   {
     nx::worker_pool pool;
@@ -113,39 +114,26 @@ TEST(worker_pool, grows_while_its_threads_wait) {
 }
 
 TEST(thread_poller, a_hung_node_holds_up_nobody) {
-  class hung_value : public float_value {
+  class polled_value : public test::value_node {
    public:
-    hung_value(gate& door, const std::string& name) : float_value(name, 0), door_(door) {}
-    void periodic_task(bool) override {
-      ++polls;
-      door_.pass();
-    }
+    polled_value(const std::string& name, std::function<void(int)> at_poll)
+        : value_node(name, "0"), at_poll_(std::move(at_poll)) {}
+    void periodic_task(bool) override { at_poll_(++polls); }
 
    private:
-    gate& door_;
+    std::function<void(int)> at_poll_;
   };
-  class counted_value : public float_value {
-   public:
-    counted_value(std::latch& done, const std::string& name) : float_value(name, 0), done_(done) {}
-    void periodic_task(bool) override {
-      if (++polls <= 3) done_.count_down();
-    }
-
-   private:
-    std::latch& done_;
-  };
-  gate door;
+  test::gate door;
   std::latch polled(3);
   const auto poller = std::make_shared<nx::thread_poller>();
   nx_db db(poller);
   const auto group = std::make_shared<nx::api::value_group>(std::chrono::milliseconds(50), 0, 0);
-  const auto add = [&](const auto& node) {
-    db.add_node("", node);
-    group->add_value(node, 1);
-    return node;
-  };
-  const auto hung = add(std::make_shared<hung_value>(door, "hung"));
-  const auto good = add(std::make_shared<counted_value>(polled, "good"));
+  const auto hung = test::add_node<polled_value>(db, "hung", [&](int) { door.pass(); });
+  const auto good = test::add_node<polled_value>(db, "good", [&](int count) {
+    if (count <= 3) polled.count_down();
+  });
+  group->add_value(hung, 1);
+  group->add_value(good, 1);
   door.wait_for_arrivals(1);
   polled.wait();
   EXPECT_EQ(hung->polls, 1);  // not entered again while it is busy

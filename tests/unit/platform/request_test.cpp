@@ -4,9 +4,9 @@
 
 #include <stdexcept>
 
-#include "platform/nexel_client/nx_client_exception.h"
 #include "platform/value_tree/server/request_handler.h"
-#include "tests/unit/platform/test_nodes.h"
+#include "tests/support/failure.h"
+#include "tests/support/nodes.h"
 
 namespace {
 
@@ -16,12 +16,12 @@ class requests : public testing::Test {
     db.set_clock([] {
       return std::chrono::system_clock::time_point(std::chrono::milliseconds(1769860800123));
     });
-    power = float_value::create(db, "data/1/power", 0.2F);
-    float_value::create(db, "data/2/power", -3)->fail("No light");
-    read_value::create(db, "data/name", [this] { return read(); });
-    command_node::create(db, "command/add", [this](const nx::json_document& args) {
-      ran = nx::json_text(args);
-      return true;
+    test::value_node::create(db, "data/1/power", "0.2");
+    test::value_node::create(db, "data/2/power", "-3")->fail({-61, "No light"});
+    test::read_node::create(db, "data/name", [this] { return read(); });
+    test::command_node::create(db, "command/add", [this](const std::string& args) {
+      ran = args;
+      return "true";
     });
   }
 
@@ -48,18 +48,12 @@ class requests : public testing::Test {
   }
 
   nx_db db;
-  std::shared_ptr<float_value> power;
   std::string ran;
   std::function<std::string()> read = [] { return "node"; };
 };
 
 TEST_F(requests, of_each_method) {
-  struct row {
-    const char* method;
-    const char* params;
-    const char* expected;
-  };
-  const row rows[] = {
+  const std::array<const char*, 3> rows[] = {
       {"get", R"({"path":"data/1/power"})", R"({"data/1/power":0.2})"},
       {"get", R"({"path":"data/2/power"})", R"({"code":-61,"message":"No light"})"},
       {"get", R"({"path":"data/*/power"})",
@@ -79,16 +73,14 @@ TEST_F(requests, of_each_method) {
       {"set", R"({"path":"data/1/power"})",
        R"({"code":-32602,"message":"Invalid params: \"value\" is missing beside \"path\""})"},
       {"set", R"({"path":"command/add","value":{"a":1}})", R"({"command/add":true})"},
-      {"run", R"({"path":"command/add","args":"[2]"})", R"({"command/add":true})"},
-      {"run", R"({"path":"command/add","args":2})",
-       R"({"code":-22,"message":"expected object or array, found 32-bit unsigned integer"})"},
+      {"run", R"({"path":"command/add","args":[2]})", R"({"command/add":true})"},
       {"run", R"({"path":"data/name","args":{}})",
        R"({"code":-22,"message":"Not runnable: data/name"})"},
       {"reset", R"({"path":"data/name"})", R"({"code":-22,"message":"Not resettable: data/name"})"},
       {"reset", R"({"path":"data/1/power"})", "{}"},
       {"subscribe", R"({"path":"data/none"})",
        R"({"code":-2,"message":"No such path: data/none"})"},
-      {"info", R"({"path":"data/1/power"})", R"({"data/1/power":{"type":"float value"}})"},
+      {"info", R"({"path":"data/1/power"})", R"({"data/1/power":{"type":"test value"}})"},
       {"info", R"({"path":"data/*"})", R"({"data/name":{}})"},
       {"list", R"({"path":""})", R"({"":["command/","data/"]})"},
       {"list", R"({"path":"data","recursive":true})",
@@ -98,9 +90,8 @@ TEST_F(requests, of_each_method) {
        R"({"data/1/power":[{"time":"2026-01-31T12:00:00.123Z","value":1.5},{"time":"2026-01-31T12:00:00.123Z","value":0}]})"},
       {"history", R"({"path":"data/name"})", R"({"data/name":[]})"},
   };
-  for (const auto& row : rows) {
-    EXPECT_EQ(ask(row.method, row.params), row.expected) << row.method << ' ' << row.params;
-  }
+  for (const auto& [method, params, expected] : rows)
+    EXPECT_EQ(ask(method, params), expected) << method << ' ' << params;
   EXPECT_EQ(ran, "[2]");
 }
 
@@ -109,11 +100,7 @@ TEST_F(requests, faults_of_the_protocol) {
     return fmt::format(R"({{"jsonrpc":"2.0","id":{},"error":{{"code":{},"message":"{}"}}}})", id,
                        code, text);
   };
-  struct row {
-    std::string line;
-    std::string expected;
-  };
-  const row rows[] = {
+  const std::pair<std::string, std::string> rows[] = {
       {"{", fault(-32700, "Parse error: Missing a name for object member at byte 1")},
       {"\xff", fault(-32700, "Parse error: Invalid value at byte 0")},
       {"1", fault(-32600, "Invalid request: expected an object, found 32-bit unsigned integer")},
@@ -136,8 +123,8 @@ TEST_F(requests, faults_of_the_protocol) {
       {R"({"jsonrpc":"2.0","method":"get","params":{"path":"none"}})", ""},
       {R"({"jsonrpc":"2.0","method":"put","params":{}})", ""},
   };
-  for (const auto& row : rows)
-    EXPECT_EQ(answer(row.line), row.expected) << row.line;
+  for (const auto& [line, expected] : rows)
+    EXPECT_EQ(answer(line), expected) << line;
 }
 
 TEST_F(requests, batches_are_one_line) {
@@ -152,18 +139,13 @@ TEST_F(requests, batches_are_one_line) {
   EXPECT_NE(mixed.find("found 32-bit unsigned integer"), std::string::npos) << mixed;
   EXPECT_NE(mixed.find(got), std::string::npos) << mixed;
 
-  const auto batch_of = [](std::size_t count) {
+  for (const std::size_t count : {1000U, 1001U}) {
     std::string batch = "[0";
     for (std::size_t i = 1; i < count; ++i)
       batch += ",0";
-    return batch + ']';
-  };
-  EXPECT_NE(answer(batch_of(1000)).find("found 32-bit"), std::string::npos);
-  for (const std::size_t count : {1001U, 100000U}) {
-    EXPECT_EQ(answer(batch_of(count)),
-              fmt::format(R"({{"jsonrpc":"2.0","id":null,"error":{{"code":-32600,"message":)"
-                          R"("Invalid request: a batch of {}, the limit is 1000 requests"}}}})",
-                          count));
+    const bool refused =
+        answer(batch + ']').find("a batch of 1001, the limit is 1000 requests") != batch.npos;
+    EXPECT_EQ(refused, count > 1000) << count;
   }
 }
 
@@ -172,28 +154,31 @@ TEST_F(requests, read_only_sessions_change_nothing) {
   const auto asked = [this](const std::string& method, const std::string& params) {
     return ask(method, params, nx::access::read_only);
   };
-  EXPECT_EQ(asked("set", R"({"path":"data/1/power","value":1})"), refused);
-  EXPECT_EQ(asked("set", R"({"path":"command/add","value":{}})"), refused);
-  EXPECT_EQ(asked("run", R"({"path":"command/add","args":{}})"), refused);
-  EXPECT_EQ(asked("reset", R"({"path":"data/1/power"})"), refused);
+  for (const char* method : {"set", "run", "reset"}) {
+    for (const char* path : {"data/1/power", "command/add"}) {
+      const auto params = fmt::format(R"({{"path":"{}","value":{{}},"args":{{}}}})", path);
+      EXPECT_EQ(asked(method, params), refused) << method << ' ' << path;
+    }
+  }
   EXPECT_EQ(asked("get", R"({"path":"data/1/power"})"), R"({"data/1/power":0.2})");
   EXPECT_EQ(ran, "");
 }
 
 TEST_F(requests, tell_what_a_node_threw) {
-  const auto thrown = [this](std::function<std::string()> what) {
-    read = std::move(what);
-    return ask("get", R"({"path":"data/name"})");
+  const std::pair<std::function<std::string()>, const char*> table[] = {
+      {[]() -> std::string { throw nx_error(-5, "Redis not connected."); },
+       R"({"code":-5,"message":"Redis not connected."})"},
+      {[]() -> std::string { throw std::runtime_error("odd"); }, R"({"code":-1,"message":"odd"})"},
+      {[]() -> std::string { throw 1; }, R"({"code":-1,"message":"Unknown error!"})"},
+      {[]() -> std::string {
+         throw nx_client_exception{-107, "Not connected: /tmp/x", "data/a"};
+       },
+       R"({"code":-1,"message":"Not connected: /tmp/x: data/a"})"},
   };
-  EXPECT_EQ(thrown([]() -> std::string { throw nx_error(-5, "Redis not connected."); }),
-            R"({"code":-5,"message":"Redis not connected."})");
-  EXPECT_EQ(thrown([]() -> std::string { throw std::runtime_error("odd"); }),
-            R"({"code":-1,"message":"odd"})");
-  EXPECT_EQ(thrown([]() -> std::string { throw 1; }), R"({"code":-1,"message":"Unknown error!"})");
-  EXPECT_EQ(thrown([]() -> std::string {
-              throw nx_client_exception{-107, "Not connected: /tmp/x", "data/a"};
-            }),
-            R"({"code":-1,"message":"Not connected: /tmp/x: data/a"})");
+  for (const auto& [thrown, told] : table) {
+    read = thrown;
+    EXPECT_EQ(ask("get", R"({"path":"data/name"})"), told);
+  }
 }
 
 TEST_F(requests, an_answer_has_a_limit_too) {
@@ -213,7 +198,7 @@ TEST_F(requests, a_node_may_ask_the_tree_while_it_is_asked) {
 }
 
 TEST_F(requests, what_may_wait_is_left_to_a_worker) {
-  read_value::create(
+  test::read_node::create(
       db, "device/gain", [] { return "7"; }, true);
   const nx::request_handler handler(db, nx::access::full, nullptr);
   const auto at_once = [&](const std::string& line) {

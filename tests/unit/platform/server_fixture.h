@@ -1,18 +1,28 @@
-// A tree on a unix socket, with its server in this process.
+// A tree on a unix socket, with its server in this process, and clients that send bytes and read
+// lines.
 #pragma once
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
+#include <rapidjson/document.h>
 
-#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "platform/note_log/note_log.h"
+#include "platform/nexel_client/line_client.h"
+#include "platform/nexel_client/nx_client_exception.h"
 #include "platform/value_tree/nx_server.h"
-#include "tests/unit/platform/raw_client.h"
-#include "tests/unit/platform/test_nodes.h"
+#include "tests/support/failure.h"
+#include "tests/support/gate.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/nodes.h"
+#include "tests/support/temp_folder.h"
+
+using test::command_node;
+using test::gate;
+using test::read_node;
+using test::value_node;
 
 inline std::string request(int id, const std::string& method, const std::string& path,
                            const std::string& more = {}) {
@@ -30,49 +40,62 @@ inline std::string event(const std::string& path, const std::string& value) {
                      path, value);
 }
 
-/// What is logged while it lives.
-class captured_log {
- public:
-  captured_log() {
-    note_log::set_observer([this](const note_log::record& record) {
-      const std::lock_guard lock(mutex_);
-      texts_.push_back(record.text);
-      changed_.notify_all();
-    });
-  }
-  ~captured_log() { note_log::set_observer({}); }
-  captured_log(const captured_log&) = delete;
-  captured_log& operator=(const captured_log&) = delete;
+inline std::string ended(const std::string& path, const std::string& reason) {
+  return fmt::format(
+      R"({{"jsonrpc":"2.0","method":"ended","params":{{"path":"{}","reason":"{}"}}}})", path,
+      reason);
+}
 
-  long count(const std::string& part) {
-    const std::lock_guard lock(mutex_);
-    return std::count_if(texts_.begin(), texts_.end(),
-                         [&](const auto& text) { return text.find(part) != text.npos; });
+class raw_client {
+ public:
+  explicit raw_client(std::unique_ptr<nx::line_client> client) : client_(std::move(client)) {}
+
+  void send(const std::string& bytes) const { client_->send_raw(bytes); }
+  void end_sending() const { client_->end_sending(); }
+  /// The next line; "closed" when the server has closed, "nothing" when none comes in time.
+  std::string line(std::chrono::milliseconds patience = std::chrono::seconds(10)) const try {
+    return client_->read_line(patience).value_or("nothing");
+  } catch (const nx_client_exception&) {
+    return "closed";
   }
-  std::vector<std::string> wait_for(std::size_t lines) {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [&] { return texts_.size() >= lines; });
-    return texts_;
+  std::vector<std::string> lines(std::size_t count) const {
+    std::vector<std::string> found;
+    while (found.size() < count)
+      found.push_back(line());
+    return found;
+  }
+  /// Sends a line and gives the next one.
+  std::string ask(const std::string& request) const {
+    send(request + '\n');
+    return line();
   }
 
  private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::vector<std::string> texts_;
+  std::unique_ptr<nx::line_client> client_;
 };
 
 class server_test : public testing::Test {
  protected:
   server_test() {
     db.set_clock([] { return std::chrono::system_clock::time_point(); });
-    server = std::make_unique<nx::nx_server>(runtime, db, folder / "tree");
-    server->start_accepting();
+    serve_at(socket_path);
   }
   ~server_test() override { server.reset(); }
 
-  raw_client connect() { return raw_client::to_unix(folder / "tree"); }
+  void serve_at(const std::string& socket) {
+    server = std::make_unique<nx::nx_server>(runtime, db, socket);
+    server->start_accepting();
+  }
+  raw_client connect() const { return connect_to(socket_path); }
+  static raw_client connect_to(const std::string& socket) {
+    return raw_client(nx::line_client::connect_unix(socket));
+  }
+  static raw_client connect_tcp(unsigned port) {
+    return raw_client(nx::line_client::connect_tcp("::1", port));
+  }
 
-  temp_folder folder;
+  const test::temp_folder folder;
+  const std::string socket_path = folder.file("tree");
   // Before the runtime: its threads must have ended when the tree goes.
   nx_db db;
   nx::server_runtime runtime;

@@ -1,13 +1,17 @@
 // The tree itself, without sockets and threads.
 #include <gtest/gtest.h>
 
-#include "platform/value_tree/event_frame.h"
 #include "platform/value_tree/value_group.h"
-#include "tests/unit/platform/test_nodes.h"
+#include "tests/support/failure.h"
+#include "tests/support/nodes.h"
+#include "tests/support/recording_session.h"
+#include "tests/support/tree_values.h"
 
 namespace {
 
 using names = std::vector<std::string>;
+using test::failure_of;
+using test::value_node;
 
 std::chrono::system_clock::time_point at_ms(long ms) {
   return std::chrono::system_clock::time_point(std::chrono::milliseconds(ms));
@@ -26,32 +30,13 @@ class tree : public testing::Test {
     return found;
   }
 
-  std::string subscribe(const std::string& path) {
-    std::recursive_mutex mutex;
-    std::unique_lock lock(mutex);
-    nx::json_document result(rapidjson::kObjectType);
-    db.subscribe(session, path, result.GetAllocator(), result, lock);
-    return nx::json_text(result);
-  }
-
-  std::string failure_of(const std::function<void()>& call) {
-    try {
-      call();
-    } catch (const nx_error& error) {
-      return std::to_string(error.code) + ' ' + error.message;
-    }
-    return "none";
-  }
-
-  static std::string event(const std::string& path, const std::string& rest) {
-    return R"({"jsonrpc":"2.0","method":"event","params":{"path":")" + path +
-           R"(","time":"2026-01-31T12:00:00.123Z",)" + rest + "}}";
-  }
+  std::string subscribe(const std::string& path) { return test::subscribe_to(db, path, session); }
 
   long now_ms = 1769860800123;
   std::shared_ptr<nx::manual_poller> poller = std::make_shared<nx::manual_poller>();
   nx_db db{poller};
-  std::shared_ptr<recording_session> session = std::make_shared<recording_session>();
+  const std::shared_ptr<test::recording_session> session =
+      std::make_shared<test::recording_session>();
 };
 
 TEST_F(tree, patterns_match_in_the_order_of_the_paths) {
@@ -59,13 +44,9 @@ TEST_F(tree, patterns_match_in_the_order_of_the_paths) {
   for (const char* path :
        {"data/client/2/rx/power", "data/client/1/rx/power", "data/client-x/rx",
         "data/client/1/tx/power", "data/name", "alarms/a/b", "data/client/1/rx/gain"}) {
-    float_value::create(db, path, 1);
+    value_node::create(db, path, "1");
   }
-  struct row {
-    const char* pattern;
-    names expected;
-  };
-  const row rows[] = {
+  const std::pair<const char*, names> rows[] = {
       {"data/client/*/rx/power", {"data/client/1/rx/power", "data/client/2/rx/power"}},
       {"data/*", {"data/name"}},
       {"*/*", {"data/name"}},
@@ -78,11 +59,11 @@ TEST_F(tree, patterns_match_in_the_order_of_the_paths) {
       {"data/name/*", {}},
       {"", {}},
   };
-  for (const auto& row : rows) {
-    EXPECT_EQ(matched(row.pattern), row.expected) << row.pattern;
+  for (const auto& [pattern, expected] : rows) {
+    EXPECT_EQ(matched(pattern), expected) << pattern;
     for (const auto& path : matched("**")) {
-      const bool listed = std::count(row.expected.begin(), row.expected.end(), path) > 0;
-      EXPECT_EQ(nx_db::matches(row.pattern, path), listed) << row.pattern << ' ' << path;
+      const bool listed = std::count(expected.begin(), expected.end(), path) > 0;
+      EXPECT_EQ(nx_db::matches(pattern, path), listed) << pattern << ' ' << path;
     }
   }
   auto all = matched("**");
@@ -92,57 +73,56 @@ TEST_F(tree, patterns_match_in_the_order_of_the_paths) {
 }
 
 TEST_F(tree, lists_levels_and_forgets_empty_ones) {
-  float_value::create(db, "a/b/c", 1);
-  float_value::create(db, "a/b-c", 1);
+  value_node::create(db, "a/b/c", "1");
+  value_node::create(db, "a/b-c", "1");
   EXPECT_EQ(db.list("", false), names{"a/"});
   EXPECT_EQ(db.list("a", false), (names{"b-c", "b/"}));
   EXPECT_TRUE(db.list("a/b-c", false).empty());
-  EXPECT_EQ(failure_of([&] { db.list("a/x", false); }), "-2 No such path: a/x");
+  EXPECT_EQ(failure_of([&] { db.list("a/x", false); }), "! -2 No such path: a/x");
   EXPECT_TRUE(db.remove_node("a/b/c"));
   EXPECT_FALSE(db.remove_node("a/b/c"));
   EXPECT_EQ(db.list("a", false), names{"b-c"});
 }
 
 TEST_F(tree, refuses_paths_that_cannot_be) {
-  float_value::create(db, "a/b/c", 1);
-  const auto adding = [&](const std::string& path) {
-    return failure_of([&] { float_value::create(db, path, 1); });
+  value_node::create(db, "a/b/c", "1");
+  const std::pair<const char*, const char*> table[] = {
+      {"a/b", "! -22 Nodes stand below the path: a/b"},
+      {"a/b/c/d", "! -22 A node stands above the path: a/b/c/d"},
+      {"a//b", "! -22 Empty segment in path: a//b"},
+      {"", "! -22 Empty segment in path: "},
+      {"a/x*", "! -22 '*' or a control character in path: a/x*"},
+      {"a/x\n", "! -22 '*' or a control character in path: a/x\n"},
   };
-  EXPECT_EQ(adding("a/b"), "-22 Nodes stand below the path: a/b");
-  EXPECT_EQ(adding("a/b/c/d"), "-22 A node stands above the path: a/b/c/d");
-  EXPECT_EQ(adding("a//b"), "-22 Empty segment in path: a//b");
-  EXPECT_EQ(adding(""), "-22 Empty segment in path: ");
-  EXPECT_EQ(adding("a/x*"), "-22 '*' or a control character in path: a/x*");
-  EXPECT_EQ(adding("a/x\n"), "-22 '*' or a control character in path: a/x\n");
+  for (const auto& [path, refusal] : table)
+    EXPECT_EQ(failure_of([&] { value_node::create(db, path, "1"); }), refusal);
   EXPECT_EQ(db.list("", true), names{"a/b/c"});
 }
 
 TEST_F(tree, a_replaced_node_hands_its_subscribers_on) {
-  const auto old = float_value::create(db, "a/b", 1);
-  EXPECT_EQ(subscribe("a/b"), R"({"a/b":1})");
-  old->update(2);
-  EXPECT_EQ(session->take(),
-            (names{"first " + event("a/b", R"("value":1)"), event("a/b", R"("value":2)")}));
+  const auto old = value_node::create(db, "a/b", "1");
+  EXPECT_EQ(subscribe("a/b"), "1");
+  old->update("2");
+  EXPECT_EQ(session->take(), (names{"first a/b = 1", "a/b = 2"}));
   const auto group = nx::api::value_group::create(1);
   group->add_value(old, 1);
 
   // Nobody can hold the successor's mutex while the subscribers come: it cannot be reached yet.
-  struct unreachable_value : float_value {
-    using float_value::float_value;
+  struct unreachable_value : value_node {
+    using value_node::value_node;
     void subscribe(std::shared_ptr<nx_session> who, const std::string& path,
                    json_allocator& allocator, json_value& result,
                    std::unique_lock<std::recursive_mutex>& lock) override {
       EXPECT_NE(db->find(path), shared_from_this());
-      float_value::subscribe(std::move(who), path, allocator, result, lock);
+      value_node::subscribe(std::move(who), path, allocator, result, lock);
     }
   };
-  const auto successor = std::make_shared<unreachable_value>("b", 7.0f);
-  db.add_node("a", successor);
-  EXPECT_EQ(session->take(), names{"first " + event("a/b", R"("value":7)")});
-  old->update(3);
+  const auto successor = test::add_node<unreachable_value>(db, "a/b", "7");
+  EXPECT_EQ(session->take(), names{"first a/b = 7"});
+  old->update("3");
   EXPECT_TRUE(session->take().empty());
-  successor->fail("broken");
-  EXPECT_EQ(session->take(), names{event("a/b", R"("error":{"code":-61,"message":"broken"})")});
+  successor->fail({-61, "broken"});
+  EXPECT_EQ(session->take(), names{"a/b ! -61 broken"});
   poller->advance(std::chrono::seconds(5));
   EXPECT_EQ(old->polls, 0);
   // What the old node still says is not the history of the path.
@@ -150,29 +130,29 @@ TEST_F(tree, a_replaced_node_hands_its_subscribers_on) {
   EXPECT_EQ(db.history("a/b")[0].value, "2");
 
   // A successor that cannot be subscribed ends the subscription.
-  read_value::create(db, "a/b", [] { return "text"; });
-  EXPECT_EQ(session->take(), names{"ended a/b removed"});
+  test::read_node::create(db, "a/b", [] { return "text"; });
+  EXPECT_EQ(session->take(), names{"a/b ended removed"});
 }
 
 TEST_F(tree, a_removed_node_ends_its_subscriptions) {
-  const auto node = float_value::create(db, "a", 1);
+  const auto node = value_node::create(db, "a", "1");
   subscribe("a");
   session->take();
   db.remove_node("a");
-  EXPECT_EQ(session->take(), names{"ended a removed"});
-  node->update(2);
+  EXPECT_EQ(session->take(), names{"a ended removed"});
+  node->update("2");
   EXPECT_TRUE(session->take().empty());
-  EXPECT_EQ(failure_of([&] { subscribe("a"); }), "-2 No such path: a");
-  EXPECT_EQ(failure_of([&] { db.history("a"); }), "-2 No such path: a");
+  EXPECT_EQ(subscribe("a"), "! -2 No such path: a");
+  EXPECT_EQ(failure_of([&] { db.history("a"); }), "! -2 No such path: a");
   db.add_node("", node);
-  EXPECT_EQ(subscribe("a"), R"({"a":2})");
+  EXPECT_EQ(subscribe("a"), "2");
 }
 
 TEST_F(tree, history_keeps_the_newest_values) {
-  const auto node = float_value::create(db, "a", 0);
+  const auto node = value_node::create(db, "a", "0");
   for (int i = 1; i <= 40; ++i) {
     ++now_ms;
-    node->update(static_cast<float>(i));
+    node->update(std::to_string(i));
   }
   const auto entries = db.history("a");
   ASSERT_EQ(entries.size(), nx_db::history_depth);
@@ -182,21 +162,11 @@ TEST_F(tree, history_keeps_the_newest_values) {
   EXPECT_EQ(entries.back().time - entries.front().time, std::chrono::milliseconds(31));
 }
 
-TEST_F(tree, tells_of_added_nodes_while_the_handle_lives) {
-  names added;
-  auto watch = db.watch_added([&](const auto& node) { added.push_back(node->get_path(0)); });
-  float_value::create(db, "a", 1);
-  float_value::create(db, "b", 1);
-  watch.reset();
-  float_value::create(db, "c", 1);
-  EXPECT_EQ(added, (names{"a", "b"}));
-}
-
 TEST_F(tree, groups_poll_by_interval_until_they_are_dropped) {
   auto group = nx::api::value_group::create(1);
-  const auto never = float_value::create(db, "never", 1);
-  const auto often = float_value::create(db, "often", 1);
-  const auto seldom = float_value::create(db, "seldom", 1);
+  const auto never = value_node::create(db, "never", "1");
+  const auto often = value_node::create(db, "often", "1");
+  const auto seldom = value_node::create(db, "seldom", "1");
   group->add_value(never, 0);
   group->add_value(often, 1);
   group->add_value(seldom, 3);
@@ -211,16 +181,11 @@ TEST_F(tree, groups_poll_by_interval_until_they_are_dropped) {
   EXPECT_EQ(often->polls, 7);
 }
 
-TEST_F(tree, event_times_are_utc_to_the_millisecond) {
-  EXPECT_EQ(nx::event_time(at_ms(0)), "1970-01-01T00:00:00.000Z");
-  EXPECT_EQ(nx::event_time(at_ms(1709251199999)), "2024-02-29T23:59:59.999Z");
-}
-
 TEST(tree_end, nodes_outlive_their_tree) {
   auto db = std::make_unique<nx_db>();
-  const auto node = float_value::create(*db, "a", 1);
+  const auto node = value_node::create(*db, "a", "1");
   db.reset();
-  node->update(2);
+  node->update("2");
 }
 
 }  // namespace

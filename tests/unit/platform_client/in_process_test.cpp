@@ -4,9 +4,11 @@
 
 #include "journal.h"
 #include "platform/nexel_client/in_process.h"
-#include "tree_nodes.h"
+#include "tests/support/nodes.h"
 
 namespace client_test {
+
+using test::value_node;
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -24,11 +26,6 @@ class in_process : public testing::Test {
   void follow_clock() {
     network.set_clock([this] { return now; });
   }
-  void step(std::chrono::milliseconds time) {
-    now += time;
-    network.deliver();
-  }
-
   nx_db tree;
   nx::in_process_network network;
   std::chrono::steady_clock::time_point now{};
@@ -89,56 +86,20 @@ TEST_F(in_process, events_of_a_hung_or_dead_nexel_are_made_up_for) {
   network.deliver();
   EXPECT_THAT(events.entries(), ElementsAre("a = 1", "established nexel"));
   network.set_state("nexel", nx::link_state::hung);
-  node->publish("2");
-  node->publish("3");
+  node->update("2");
+  node->update("3");
   network.set_state("nexel", nx::link_state::up);
   network.deliver();
   EXPECT_THAT(events.entries(), ElementsAre("a = 1", "established nexel", "a = 3"));
 
   network.set_state("nexel", nx::link_state::dead);
   EXPECT_EQ(events.count("a ! -107"), 1u) << "at once, not at the next step";
-  node->publish("4");
+  node->update("4");
   EXPECT_FALSE(node->has_subscribers());
   network.set_state("nexel", nx::link_state::up);
   EXPECT_EQ(events.count("a = 4"), 0u);
   network.deliver();
   EXPECT_EQ(events.count("a = 4"), 1u);
-}
-
-TEST_F(in_process, refused_subscription_is_tried_once_a_second_of_the_clock) {
-  follow_clock();
-  auto client = connect();
-  auto subscriber = std::make_shared<noting_subscriber>("late", events);
-  client->add_subscriber(subscriber);
-  EXPECT_EQ(events.count("late ! -2"), 1u);
-  for (int tenths = 0; tenths < 25; ++tenths)
-    step(100ms);
-  EXPECT_EQ(events.count("late ! -2"), 3u);
-  value_node::create(tree, "late", "7");
-  step(500ms);
-  EXPECT_EQ(events.count("late = 7"), 1u);
-}
-
-TEST_F(in_process, tree_may_come_later_be_replaced_and_go) {
-  auto client = nexel_ipv6_client::create(nullptr, "osc0", "fe80::1", 5100, "peer", receiver);
-  auto subscriber = std::make_shared<noting_subscriber>("a", events);
-  client->add_subscriber(subscriber);
-  network.deliver();
-  EXPECT_EQ(failure_of([&] { client->get<int>("a"); }).message,
-            "Not connected: [fe80::1%osc0]:5100");
-  nx_db first, second;
-  value_node::create(first, "a", "1");
-  auto node = value_node::create(second, "a", "2");
-  network.attach("[fe80::1%osc0]:5100", first);
-  EXPECT_EQ(client->get<int>("a"), 1) << "without waiting for a step";
-  network.deliver();
-  network.attach("[fe80::1%osc0]:5100", second);
-  network.deliver();
-  EXPECT_THAT(events.entries(), ElementsAre("a = 1", "established peer", "a ! -107", "lost peer",
-                                            "a = 2", "established peer"));
-  network.detach("[fe80::1%osc0]:5100");
-  EXPECT_FALSE(node->has_subscribers());
-  EXPECT_EQ(failure_of([&] { client->get<int>("a"); }).code, -107);
 }
 
 }  // namespace client_test

@@ -3,7 +3,6 @@
 #include <boost/asio/io_context.hpp>
 #include <thread>
 
-#include "platform/nexel_client/in_process.h"
 #include "platform/value_tree/nx_server.h"
 #include "tests/support/temp_folder.h"
 
@@ -25,21 +24,8 @@ class in_process_nexel : public nexel_under_test {
     return nexel_client::create(nullptr, address(), "nexel", std::move(connection_subscriber));
   }
   std::string address() const override { return "/tmp/nexels/tested"; }
-  void kill() override { network_.set_state(address(), nx::link_state::dead); }
-  void revive() override { network_.set_state(address(), nx::link_state::up); }
-  void hang() override { network_.set_state(address(), nx::link_state::hung); }
-  void heal() override { network_.set_state(address(), nx::link_state::up); }
-
-  bool await(const journal& events, const std::string& entry, std::size_t times) override {
-    return await_true([&] { return events.count(entry) >= times; });
-  }
-  bool await_subscribed(const nx_db_event_node& node, bool subscribed) override {
-    return await_true([&] { return node.has_subscribers() == subscribed; });
-  }
-
- private:
-  template <class Condition>
-  bool await_true(Condition condition) {
+  void set_state(nx::link_state state) override { network_.set_state(address(), state); }
+  bool await(const std::function<bool()>& condition) override {
     for (int turns = 0; turns < 10 && !condition(); ++turns) {
       now_ += 1s;
       network_.deliver();
@@ -47,13 +33,14 @@ class in_process_nexel : public nexel_under_test {
     return condition();
   }
 
+ private:
   std::chrono::steady_clock::time_point now_{};
   nx::in_process_network network_;
 };
 
 class socket_nexel : public nexel_under_test {
  public:
-  socket_nexel() { revive(); }
+  socket_nexel() { set_state(nx::link_state::up); }
 
   std::shared_ptr<nexel_client_api> connect(
       std::weak_ptr<nexel_connection_subscriber> connection_subscriber) override {
@@ -61,23 +48,20 @@ class socket_nexel : public nexel_under_test {
                                 std::move(connection_subscriber));
   }
   std::string address() const override { return folder_.file("nexel"); }
-  void kill() override { server_.reset(); }
-  void revive() override {
-    server_ = std::make_unique<nx::nx_server>(runtime_, tree, address());
-    server_->start_accepting();
-  }
-  void hang() override { server_->set_fault(nx::server_fault::hung); }
-  void heal() override { server_->set_fault(nx::server_fault::none); }
-
-  bool await(const journal& events, const std::string& entry, std::size_t times) override {
-    return events.await(entry, times);
-  }
-  bool await_subscribed(const nx_db_event_node& node, bool subscribed) override {
-    const auto end = std::chrono::steady_clock::now() + 20s;
-    while (node.has_subscribers() != subscribed && std::chrono::steady_clock::now() < end) {
-      std::this_thread::yield();
+  void set_state(nx::link_state state) override {
+    if (state == nx::link_state::dead) return server_.reset();
+    if (!server_) {
+      server_ = std::make_unique<nx::nx_server>(runtime_, tree, address());
+      server_->start_accepting();
     }
-    return node.has_subscribers() == subscribed;
+    server_->set_fault(state == nx::link_state::hung ? nx::server_fault::hung
+                                                     : nx::server_fault::none);
+  }
+  bool await(const std::function<bool()>& condition) override {
+    const auto end = std::chrono::steady_clock::now() + 20s;
+    while (!condition() && std::chrono::steady_clock::now() < end)
+      std::this_thread::sleep_for(1ms);
+    return condition();
   }
 
  private:

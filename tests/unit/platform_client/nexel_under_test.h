@@ -1,13 +1,19 @@
 // A nexel and the way to it, over each transport, so that one suite of tests runs on both.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
 #include "journal.h"
+#include "platform/nexel_client/in_process.h"
 #include "platform/value_tree/nx_db.h"
+#include "tests/support/nodes.h"
 
 namespace client_test {
+
+using test::command_node;
+using test::value_node;
 
 class nexel_under_test {
  public:
@@ -17,16 +23,12 @@ class nexel_under_test {
 
   virtual std::shared_ptr<nexel_client_api> connect(
       std::weak_ptr<nexel_connection_subscriber> connection_subscriber) = 0;
-  std::shared_ptr<nexel_client_api> connect() { return connect({}); }
-
   virtual std::string address() const = 0;
-  virtual void kill() = 0;
-  virtual void revive() = 0;
-  virtual void hang() = 0;
-  virtual void heal() = 0;
-  virtual bool await(const journal& events, const std::string& entry, std::size_t times = 1) = 0;
-  /// Until the node has (or has no more) subscribers.
-  virtual bool await_subscribed(const nx_db_event_node& node, bool subscribed) = 0;
+  virtual void set_state(nx::link_state state) = 0;
+  virtual bool await(const std::function<bool()>& condition) = 0;
+  bool await(const journal& events, const std::string& entry, std::size_t times = 1) {
+    return await([&] { return events.count(entry) >= times; });
+  }
 
   nx_db tree;
 };

@@ -6,7 +6,6 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 
@@ -114,8 +113,6 @@ void scripted_server::serve() {
 void scripted_server::serve_connection() {
   nx::line_splitter lines(1024 * 1024);
   for (std::string bytes = read_some(); !bytes.empty(); bytes = read_some()) {
-    const auto count = static_cast<std::size_t>(std::count(bytes.begin(), bytes.end(), '\n'));
-    if (count > most_lines_in_a_read) most_lines_in_a_read = count;
     lines.append(bytes);
     while (auto line = lines.next())
       handle(std::string(line->text));

@@ -34,7 +34,6 @@ class scripted_server {
 
   journal seen;
   std::atomic<std::size_t> requests{0};
-  std::atomic<std::size_t> most_lines_in_a_read{0};
 
  private:
   void serve();

@@ -174,14 +174,6 @@ TEST(peer_families, of_in_line_amplifiers_have_their_values_in_other_places) {
   EXPECT_TRUE(tarn.is_embedded_ila());
 }
 
-TEST(peer_families, tell_a_peak_as_a_number) {
-  subscribed_peer peer("ORVA-PRO");
-  for (const bool peak : {true, false}) {
-    peer.tree.set("data/client/19600000/tx/peak", peak);
-    EXPECT_EQ(peer.adapter->get_channel_tx_peak(peer.values, channel), peak ? 1.0f : 0.0f);
-  }
-}
-
 TEST(peer_families, an_unlisted_product_gives_zero_and_never_fails) {
   for (const char* product : {"n/a", "ORVA-MAX", "orva-lite", ""}) {
     const auto peer = manager::remote::create_adapter(product);

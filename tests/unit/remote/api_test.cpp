@@ -7,6 +7,7 @@
 #include "products/control_types_full.h"
 #include "tests/support/hand_clock.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/tree_values.h"
 #include "tests/unit/remote/peer_tree.h"
 
 namespace {
@@ -41,18 +42,7 @@ class remote_peer : public testing::Test {
     cycle(3);
   }
 
-  std::string shown(const std::string& path) {
-    const auto node = own.find(path);
-    if (!node) return "no such path";
-    return std::dynamic_pointer_cast<nx::api::status_value<std::string>>(node)->get_last_sent();
-  }
-
-  unsigned count(const test::log_capture& log, const std::string& text) {
-    const auto all = log.texts();
-    return static_cast<unsigned>(std::count_if(all.begin(), all.end(), [&](const auto& line) {
-      return line.find(text) != std::string::npos;
-    }));
-  }
+  std::string shown(const std::string& path) { return test::text_of(own, path); }
 
   std::shared_ptr<test::hand_clock> clock =
       std::make_shared<test::hand_clock>([](std::chrono::nanoseconds) {});
@@ -92,7 +82,7 @@ TEST_F(remote_peer, is_known_once_it_is_identified_and_subscribed) {
   peer.set("data/line/1/tx/power", 4.0f);
   cycle(200);
   EXPECT_EQ(remote->get_line_tx_power(), 4.0f);
-  EXPECT_EQ(count(log, "Starting remote subscription."), 1u) << "a healthy peer is left alone";
+  EXPECT_EQ(log.count("Starting remote subscription."), 1) << "a healthy peer is left alone";
 
   osc->operational = false;
   cycle();
@@ -118,18 +108,18 @@ TEST_F(remote_peer, keeps_its_last_values_until_the_next_connection_is_identifie
   cycle(4);
   EXPECT_TRUE(remote->is_embedded_ila());
   EXPECT_EQ(remote->get_ots_spanloss_tx(), 17.0f);
-  EXPECT_EQ(count(log, "Remote device product changed from ORVA-LITE to TARN-TWO"), 1u);
+  EXPECT_EQ(log.count("Remote device product changed from ORVA-LITE to TARN-TWO"), 1);
 }
 
 TEST_F(remote_peer, that_does_not_tell_its_product_is_asked_every_30_seconds) {
   serve(peer);
   const test::log_capture log;
   cycle(2);
-  EXPECT_EQ(count(log, "function void manager::remote::api::identify_remote()"), 1u);
+  EXPECT_EQ(log.count("function void manager::remote::api::identify_remote()"), 1);
   cycle(60);
-  EXPECT_EQ(count(log, "Starting remote subscription."), 1u) << "30 s are not over";
+  EXPECT_EQ(log.count("Starting remote subscription."), 1) << "30 s are not over";
   cycle(2);
-  EXPECT_EQ(count(log, "Starting remote subscription."), 2u);
+  EXPECT_EQ(log.count("Starting remote subscription."), 2);
   EXPECT_FALSE(remote->is_known());
   EXPECT_EQ(remote->get_line_tx_power(), 0.0f);
 
@@ -143,7 +133,7 @@ TEST_F(remote_peer, of_an_unlisted_product_is_asked_again_only_on_a_new_connecti
   serve(peer);
   const test::log_capture log;
   cycle(200);
-  EXPECT_EQ(count(log, "Starting remote subscription."), 1u);
+  EXPECT_EQ(log.count("Starting remote subscription."), 1);
   EXPECT_FALSE(remote->is_known());
   EXPECT_EQ(shown("data/line/1/remoteProduct"), "ORVA-NEW");
   peer.set("data/product", "ORVA-LITE");
@@ -174,7 +164,7 @@ TEST_F(remote_peer, with_a_broken_path_is_subscribed_again_on_the_same_connectio
   peer.set("data/line/1/tx/power", -1.0f);
   cycle(2);
   EXPECT_EQ(remote->get_line_tx_power(), -1.0f);
-  EXPECT_EQ(count(log, "Starting remote subscription."), 1u);
+  EXPECT_EQ(log.count("Starting remote subscription."), 1);
   EXPECT_FALSE(log.contains("Connecting to remote nexel."));
 }
 

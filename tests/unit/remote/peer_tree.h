@@ -12,8 +12,8 @@
 #include "base/manager/remote/device/subscription.h"
 #include "device/interfaces/osc.h"
 #include "platform/nexel_client/in_process.h"
-#include "platform/nexel_client/nx_client_exception.h"
 #include "platform/value_tree/nx_db.h"
+#include "tests/support/fake_device.h"
 
 namespace test {
 
@@ -96,37 +96,6 @@ inline void peer_tree::fill_tarn(const std::string& product) {
     set(path, "na");
   }
 }
-
-/// What every fake proxy answers where the tests do not care.
-template <class Interface>
-class fake_device : public Interface {
- public:
-  bool operational = true;
-  bool failing = false;  ///< every access throws
-
-  bool is_operational() override {
-    access("is_operational");
-    return operational;
-  }
-  bool has_subscriber() override { return false; }
-  std::optional<std::shared_ptr<device::subscriber>> get_subscriber() override { return {}; }
-  void subscribe_channel(unsigned) override {}
-  void unsubscribe_channel(unsigned) override {}
-  void subscribe() override {}
-  void unsubscribe() override {}
-  unsigned get_channel_subscribe_count() override { return 0; }
-  bool has_channel(unsigned) override { return false; }
-
- protected:
-  void access(const char* name) const {
-    if (failing) throw nx_client_exception{-107, "Not connected: device", name};
-  }
-  template <class T>
-  T read(const char* name, const T& value) const {
-    access(name);
-    return value;
-  }
-};
 
 class fake_osc : public fake_device<device::interfaces::osc> {
  public:

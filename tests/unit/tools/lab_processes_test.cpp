@@ -50,15 +50,6 @@ TEST(child_process, gets_its_variables_and_keeps_its_last_words) {
   EXPECT_THAT(child.last_lines(2), ElementsAre("hello", "end"));
 }
 
-TEST(child_process, that_cannot_be_run_is_named) {
-  const test::temp_folder folder;
-  user at_terminal;
-  supervisor programs(at_terminal);
-  programs.start({"ghost", {folder.file("none")}, {}, folder.file("ghost.log")});
-  EXPECT_THAT(failure_of(programs, std::chrono::seconds(30)),
-              HasSubstr("ghost has ended with exit status 127 (cannot be run)"));
-}
-
 TEST(supervisor, ends_everything_in_the_reverse_order_of_its_start) {
   const test::temp_folder folder;
   const auto log = folder.file("order");
@@ -82,27 +73,4 @@ TEST(supervisor, ends_everything_in_the_reverse_order_of_its_start) {
   std::ifstream ended(log);
   const std::string text{std::istreambuf_iterator<char>(ended), {}};
   EXPECT_EQ(text, "second\nfirst\n");
-}
-
-TEST(supervisor, gives_up_in_time_and_at_the_users_wish) {
-  user at_terminal;
-  supervisor programs(at_terminal);
-  EXPECT_THAT(failure_of(programs, std::chrono::seconds(0)), HasSubstr("in vain for a wonder"));
-  raise(SIGTERM);
-  EXPECT_THROW(programs.wait_until("a wonder", std::chrono::seconds(30), [] { return false; }),
-               interrupted);
-}
-
-TEST(lab_folder, is_gone_with_everything_in_it_unless_kept) {
-  std::filesystem::path gone;
-  std::filesystem::path kept;
-  {
-    const lab_folder first(false);
-    const lab_folder second(true);
-    gone = first.path();
-    kept = second.path();
-    EXPECT_TRUE(std::filesystem::exists(first.logs()));
-  }
-  EXPECT_FALSE(std::filesystem::exists(gone));
-  EXPECT_TRUE(std::filesystem::remove_all(kept) > 0);
 }

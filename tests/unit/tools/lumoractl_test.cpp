@@ -143,14 +143,3 @@ TEST_F(lumoractl, gives_up_on_a_tree_that_hangs) {
   const auto result = run({"--timeout", "0.2", "get", "data/configStatus"});
   EXPECT_EQ(result.status, 4) << result.output;
 }
-
-TEST_F(lumoractl, finds_nexels_and_the_daemon_below_a_root) {
-  nx::nx_server nexel(runtime_, db_, folder_.file("tmp/nexels/sfp/0"));
-  nexel.start_accepting();
-  const auto result = test::run(
-      {{LUMORACTL, "--root", folder_.path(), "--nexel", "sfp/0", "get", "data/configStatus"},
-       {},
-       {}});
-  EXPECT_EQ(result.status, 0) << result.output;
-  EXPECT_EQ(result.output, "true\n");
-}

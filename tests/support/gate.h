@@ -1,0 +1,34 @@
+// Stops whoever passes it until it is opened.
+#pragma once
+
+#include <condition_variable>
+#include <mutex>
+
+namespace test {
+
+class gate {
+ public:
+  void pass() {
+    std::unique_lock lock(mutex_);
+    ++arrived_;
+    changed_.notify_all();
+    changed_.wait(lock, [this] { return open_; });
+  }
+  void open() {
+    const std::lock_guard lock(mutex_);
+    open_ = true;
+    changed_.notify_all();
+  }
+  void wait_for_arrivals(int count) {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [&] { return arrived_ >= count; });
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  int arrived_ = 0;
+  bool open_ = false;
+};
+
+}  // namespace test
