@@ -38,6 +38,7 @@ std::shared_ptr<socket_core> socket_core::create(
 socket_core::socket_core(boost::asio::io_context& io, nexel_address address, std::string name,
                          std::weak_ptr<nexel_connection_subscriber> connection_subscriber)
     : io_(io),
+      last_calls_(boost::asio::use_service<last_calls>(io)),
       strand_(io.get_executor()),
       address_(std::move(address)),
       name_(std::move(name)),
@@ -103,10 +104,15 @@ void socket_core::drain_inbox() {
     stream_->flush();
   } else {
     for (auto& call : calls)
-      waiting_.push_back(std::move(call));
+      await_connection(std::move(call));
     if (!waiting_.empty() && phase_ == phase::pausing) attempt_soon();
   }
   watch_subscriptions();
+}
+
+void socket_core::await_connection(outgoing call) {
+  if (!last_calls_.announced()) return waiting_.push_back(std::move(call));
+  call.object->report_local_error(not_connected_to(address_.text(), call.object->get_path()));
 }
 
 // Output that does not even leave means that nothing is read at the other end: no probe is added.
@@ -117,8 +123,13 @@ void socket_core::start(outgoing call) {
     return call.object->report_local_error(
         no_answer_from(address_.text(), call.object->get_path()));
   }
+  const auto deadline = last_calls_.limited(now + answer_watch::time_out);
+  if (deadline <= now) {
+    return call.object->report_local_error(
+        not_connected_to(address_.text(), call.object->get_path()));
+  }
   const char* method = call.object->method();
-  const auto id = calls_.add(std::move(call.object), now + answer_watch::time_out);
+  const auto id = calls_.add(std::move(call.object), deadline);
   stream_->append(json_rpc::request(id, method, std::string_view(call.params)));
   watch_deadline();
 }

@@ -15,6 +15,7 @@
 #include "platform/nexel_client/reconnect_pace.h"
 #include "platform/nexel_client/serial_executor.h"
 #include "platform/nexel_client/subscription_table.h"
+#include "platform/value_tree/last_calls.h"
 
 namespace nx {
 
@@ -49,6 +50,7 @@ class socket_core : public client_core,
   void put_into_inbox(std::vector<outgoing> calls, std::shared_ptr<nexel_subscriber> subscriber);
   void drain_inbox();
 
+  void await_connection(outgoing call);
   void start(outgoing call);
   void answer(const json_value& message);
   void watch_deadline();
@@ -75,6 +77,7 @@ class socket_core : public client_core,
 
   // Set once.
   boost::asio::io_context& io_;
+  const last_calls& last_calls_;
   const io_strand strand_;
   const nexel_address address_;
   const std::string name_;

@@ -7,9 +7,17 @@
 #include <mutex>
 
 #include "platform/note_log/note_log.h"
+#include "platform/value_tree/last_calls.h"
 #include "platform/value_tree/nx_db.h"
 #include "platform/value_tree/nx_server.h"
 #include "platform/value_tree/server/runtime_impl.h"
+
+namespace {
+
+// What a device call made just before the end may still take; the clients' own time-out.
+constexpr std::chrono::seconds last_answers{2};
+
+}  // namespace
 
 struct nexel_api::impl {
   impl(const std::string& socket_path, unsigned tcp_port)
@@ -78,6 +86,7 @@ void nexel_api::start() {
     impl_->stopped.wait(lock, [this] { return impl_->stopping; });
   }
   impl_->forget_signals();
+  boost::asio::use_service<nx::last_calls>(*impl_->runtime->io_context()).announce(last_answers);
 }
 
 void nexel_api::stop() {

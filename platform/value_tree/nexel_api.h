@@ -26,7 +26,8 @@ class nexel_api {
   void start_ipv6_socket(std::string interface_name);
 
   /// Serves until SIGINT or SIGTERM, or until `stop`, and blocks the calling thread meanwhile. The
-  /// I/O thread goes on after it, so that others can finish their device calls.
+  /// I/O thread goes on after it, so that others can finish their device calls; all of these
+  /// together have no longer than one of them.
   void start();
 
   /// Makes `start` return. From any thread.

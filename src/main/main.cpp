@@ -57,6 +57,7 @@ void serve(nexel_api& server, lumora_manager& daemon, std::shared_ptr<manager::i
 }  // namespace
 
 int main(int argc, const char** argv) try {
+  catch_stop_signals();
   const end_of_log written_last;
   const auto given = parse_options(argc, argv);
   if (!given) return status_wrong_command_line;
@@ -66,7 +67,6 @@ int main(int argc, const char** argv) try {
     return status_wrong_command_line;
   }
   give_large_memory_back();
-  catch_stop_signals();
   calibration::instance().read_calibration_values(nx::rooted_path(calibration_file));
   nexel_api server(server_path, given->port, false);
   const auto daemon = std::make_shared<lumora_manager>(server.get_db());

@@ -16,9 +16,9 @@ using testing::Not;
 
 constexpr const char* no_system = "Failed to read system nexels, retrying.";
 
-// A cycle in which two loops ask the hung device in vain, the last try of a polled value, and what
-// a healthy node may take; each try is 2 s.
-constexpr auto stop_limit_with_hung_device = 8s;
+// One time-out of a device call, whatever many of them are under way or follow, and what a healthy
+// node may take.
+constexpr auto stop_limit_with_hung_device = 3s;
 
 void expect_orderly_end(test::process& daemon, std::chrono::milliseconds limit) {
   daemon.signal(SIGTERM);

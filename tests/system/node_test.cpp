@@ -93,6 +93,7 @@ TEST_F(node_test, goes_on_without_its_devices_and_takes_them_up_again) {
   EXPECT_TRUE(node.serves());
   node.start_devices("orvalite");
   EXPECT_TRUE(waits_for_one_more(operational)) << node.daemon().last_lines();
+  node.stop_devices();
   expect_orderly_end(2s);
 }
 
