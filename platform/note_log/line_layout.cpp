@@ -79,17 +79,20 @@ record split_trace(severity_level severity, std::string channel, std::string tex
   return rec;
 }
 
+std::string message_of(const record& rec, bool show_trace) {
+  std::string message;
+  append_on_one_line(message, short_channel(rec.channel));
+  message += ": ";
+  append_on_one_line(message, rec.text);
+  if (show_trace) append_on_one_line(message, rec.trace);
+  return message;
+}
+
 std::string layout(const record& rec, std::chrono::system_clock::time_point time,
                    line_style style) {
-  std::string line = style.journal
-                         ? fmt::format("<{}>", static_cast<int>(rec.severity))
-                         : fmt::format("{} {} ", timestamp(time), severity_word(rec.severity));
-  append_on_one_line(line, short_channel(rec.channel));
-  line += ": ";
-  append_on_one_line(line, rec.text);
-  if (style.show_trace) append_on_one_line(line, rec.trace);
-  line += '\n';
-  return line;
+  const auto message = message_of(rec, style.show_trace);
+  if (style.journal) return fmt::format("<{}>{}\n", static_cast<int>(rec.severity), message);
+  return fmt::format("{} {} {}\n", timestamp(time), severity_word(rec.severity), message);
 }
 
 }  // namespace note_log

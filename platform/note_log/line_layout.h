@@ -23,6 +23,9 @@ struct line_style {
   bool show_trace = false;  ///< the code trace stays at the end of the line
 };
 
+/// "channel: text" on one line, without its end: what an entry of the journal shows.
+std::string message_of(const record& rec, bool show_trace);
+
 /// One line with its end. Line ends within the text become " | ", other control characters "\xNN":
 /// a record never looks like two, and never reaches a terminal as a command.
 std::string layout(const record& rec, std::chrono::system_clock::time_point time, line_style style);

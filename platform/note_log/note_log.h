@@ -1,9 +1,9 @@
 // The log of the node's services: records with a severity and a channel, over Boost.Log. Only .cpp
 // files include this header.
 //
-// Records go to stderr, one readable line each ("TIME severity channel: text"), or with the
-// journal's priority prefixes when stderr is the journal. The channel shows the file's base name.
-// The same text on the same channel more than ten times in a second becomes one line.
+// Records go to stderr, one readable line each ("TIME severity channel: text"), or to the journal
+// as entries with fields when stderr is the journal. The channel shows the file's base name. The
+// same text on the same channel more than ten times in a second becomes one line.
 #pragma once
 
 #include <boost/log/sources/global_logger_storage.hpp>

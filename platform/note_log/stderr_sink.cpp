@@ -49,7 +49,18 @@ void stderr_sink::flush() {
     put(summary);
 }
 
+void stderr_sink::set_style(line_style new_style) {
+  style = new_style;
+  journal.reset();
+  if (style.journal) journal.emplace();
+}
+
+// A line on stderr reaches the journal too, with its priority alone.
 void stderr_sink::put(const record& rec) {
+  if (journal) {
+    const auto message = message_of(rec, style.show_trace);
+    if (journal->send(journal_entry(rec, message, program_invocation_short_name))) return;
+  }
   write_to_stderr(layout(rec, std::chrono::system_clock::now(), style));
 }
 

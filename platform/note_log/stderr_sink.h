@@ -1,13 +1,16 @@
-// The one sink of the library: lays records out and writes them to stderr. Boost.Log's frontend
-// calls it with one record at a time. Only the library's own .cpp files include this header.
+// The one sink of the library: lays records out and writes them to stderr, or hands them to the
+// journal when stderr is the journal. Boost.Log's frontend calls it with one record at a time. Only
+// the library's own .cpp files include this header.
 #pragma once
 
 #include <boost/log/core/record_view.hpp>
 #include <boost/log/sinks/basic_sink_backend.hpp>
 #include <boost/log/sinks/frontend_requirements.hpp>
 #include <functional>
+#include <optional>
 
 #include "platform/note_log/flood_guard.h"
+#include "platform/note_log/journal.h"
 #include "platform/note_log/line_layout.h"
 
 namespace note_log {
@@ -21,7 +24,7 @@ class stderr_sink
   void consume(const boost::log::record_view& view);
   void flush();
 
-  void set_style(line_style new_style) { style = new_style; }
+  void set_style(line_style new_style);
   void set_observer(std::function<void(const record&)> new_observer) {
     observer = std::move(new_observer);
   }
@@ -30,6 +33,7 @@ class stderr_sink
   void put(const record& rec);
 
   line_style style;
+  std::optional<journal_socket> journal;
   flood_guard guard;
   std::function<void(const record&)> observer;
 };

@@ -1,14 +1,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include "helpers/logger.h"
 #include "platform/note_log/flood_guard.h"
+#include "platform/note_log/journal.h"
 #include "platform/note_log/line_layout.h"
 #include "platform/note_log/stderr_sink.h"
 #include "tests/support/environment.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 
@@ -49,6 +53,39 @@ TEST(line_layout, knows_the_journal_by_its_stream) {
     const test::environment_variable journal("JOURNAL_STREAM", value);
     EXPECT_EQ(note_log::stderr_is_journal(), expected) << value.value_or("not set");
   }
+}
+
+TEST(journal, entries_carry_fields_and_a_silent_journal_is_told) {
+  const test::temp_folder folder;
+  const auto path = folder.file("journal");
+  const note_log::journal_socket journal(path);
+  EXPECT_FALSE(journal.send("MESSAGE=nobody is there\n"));
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+  const int listening = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK, 0);
+  ASSERT_EQ(::bind(listening, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+  struct {
+    note_log::record rec;
+    std::string expected;
+  } const table[] = {
+      {{note_log::warning, "src/a/b.cpp:12:run", "Text", {}},
+       "CHANNEL=b.cpp:12:run\nCODE_FILE=src/a/b.cpp\nCODE_LINE=12\nCODE_FUNC=run\n"},
+      {{note_log::warning, "leds", "Text", " [at src/leds.cpp:7]"},
+       "CHANNEL=leds\nCODE_FILE=src/leds.cpp\nCODE_LINE=7\n"},
+      {{note_log::warning, "nexel_api", "Text", {}}, "CHANNEL=nexel_api\n"},
+      {{note_log::warning, "a\nPRIORITY=0", "Text", {}},
+       std::string("CHANNEL\n\x0c\0\0\0\0\0\0\0", 16) + "a\nPRIORITY=0\n"},
+  };
+  for (const auto& row : table) {
+    EXPECT_TRUE(journal.send(journal_entry(row.rec, "message", "daemon")));
+    std::array<char, 512> received{};
+    const auto size = ::recv(listening, received.data(), received.size(), 0);
+    EXPECT_EQ(std::string(received.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))),
+              "MESSAGE=message\nPRIORITY=4\nSYSLOG_IDENTIFIER=daemon\n" + row.expected);
+  }
+  EXPECT_FALSE(journal.send(std::string(std::size_t{16} * 1024 * 1024, 'x')));
+  ::close(listening);
 }
 
 TEST(flood_guard, sums_up_what_repeats_within_a_second) {
