@@ -8,6 +8,7 @@
 
 #include "platform/value_tree/nx_db.h"
 #include "platform/value_tree/server/node_errors.h"
+#include "platform/value_tree/server/plain_get.h"
 #include "platform/value_tree/server/request_methods.h"
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_parse.h"
@@ -115,24 +116,31 @@ bool request_handler::answer_at_once(std::string_view line, std::string& out) co
 bool request_handler::answer_line(std::string_view line, bool may_wait, std::string& out) const {
   arena_lease lease;
   auto& allocator = lease.allocator();
+  if (const auto get = read_plain_get(line)) {
+    return answer_message(*get, may_wait, allocator, out);
+  }
   json_document message(&allocator);
   try {
+    if (std::vector<plain_get> gets; read_plain_gets(line, gets)) {
+      return answer_batch(gets, may_wait, allocator, out);
+    }
     parse_json_into(message, line);
     if (!message.IsArray()) return answer_message(message, may_wait, allocator, out);
     check_batch(message);
-    return answer_batch(message, may_wait, allocator, out);
+    return answer_batch(message.GetArray(), may_wait, allocator, out);
   } catch (const nx_error& fault) {
     json_rpc::append_error(out, json_value(), fault);
     return true;
   }
 }
 
-bool request_handler::answer_batch(const json_value& batch, bool may_wait,
-                                   json_allocator& allocator, std::string& out) const {
-  const auto waits = [this](const json_value& message) { return this->may_wait(message); };
-  if (!may_wait && std::any_of(batch.Begin(), batch.End(), waits)) return false;
+template <class Messages>
+bool request_handler::answer_batch(const Messages& batch, bool may_wait, json_allocator& allocator,
+                                   std::string& out) const {
+  const auto waits = [this](const auto& message) { return message_may_wait(message); };
+  if (!may_wait && std::any_of(batch.begin(), batch.end(), waits)) return false;
   const auto start = out.size();
-  for (const auto& message : batch.GetArray()) {
+  for (const auto& message : batch) {
     const auto before = out.size();
     out += before == start ? '[' : ',';
     answer_message(message, true, allocator, out);
@@ -148,8 +156,19 @@ bool request_handler::answer_batch(const json_value& batch, bool may_wait,
 
 bool request_handler::answer_message(const json_value& message, bool may_wait,
                                      json_allocator& allocator, std::string& out) const {
+  return answer_one(message, id_of(message), may_wait, allocator, out);
+}
+
+bool request_handler::answer_message(const plain_get& message, bool may_wait,
+                                     json_allocator& allocator, std::string& out) const {
+  const json_value id(message.id);
+  return answer_one(message, &id, may_wait, allocator, out);
+}
+
+template <class Message>
+bool request_handler::answer_one(const Message& message, const json_value* id, bool may_wait,
+                                 json_allocator& allocator, std::string& out) const {
   const auto start = out.size();
-  const auto* id = id_of(message);
   try {
     const request asked = prepare(message);
     if (!may_wait && this->may_wait(asked)) return false;
@@ -190,13 +209,23 @@ request_handler::request request_handler::prepare(const json_value& message) con
   return asked;
 }
 
+request_handler::request request_handler::prepare(const plain_get& message) const {
+  static const auto& get = methods::find("get");
+  request asked;
+  asked.asked = &get;
+  asked.path = message.path;
+  if (auto node = db_.find(asked.path)) asked.nodes.push_back(std::move(node));
+  return asked;
+}
+
 bool request_handler::may_wait(const request& asked) const {
   if (asked.asked->writes) return rights_ == access::full;
   const auto waits = [](const auto& node) { return node->read_may_wait(); };
   return asked.asked->reads_value && std::any_of(asked.nodes.begin(), asked.nodes.end(), waits);
 }
 
-bool request_handler::may_wait(const json_value& message) const {
+template <class Message>
+bool request_handler::message_may_wait(const Message& message) const {
   try {
     return may_wait(prepare(message));
   } catch (const nx_error&) {

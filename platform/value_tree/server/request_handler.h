@@ -25,6 +25,8 @@ class subscription_port {
   virtual void unsubscribe(const std::string& path) = 0;
 };
 
+struct plain_get;
+
 class request_handler {
  public:
   /// Without `subscriptions` no path can be subscribed.
@@ -44,12 +46,21 @@ class request_handler {
   struct methods;
 
   bool answer_line(std::string_view line, bool may_wait, std::string& out) const;
-  bool answer_batch(const json_value& batch, bool may_wait, json_allocator& allocator,
+  // A message is a JSON value, or a get in its plain form.
+  template <class Messages>
+  bool answer_batch(const Messages& batch, bool may_wait, json_allocator& allocator,
                     std::string& out) const;
   bool answer_message(const json_value& message, bool may_wait, json_allocator& allocator,
                       std::string& out) const;
+  bool answer_message(const plain_get& message, bool may_wait, json_allocator& allocator,
+                      std::string& out) const;
+  template <class Message>
+  bool answer_one(const Message& message, const json_value* id, bool may_wait,
+                  json_allocator& allocator, std::string& out) const;
   request prepare(const json_value& message) const;
-  bool may_wait(const json_value& message) const;
+  request prepare(const plain_get& message) const;
+  template <class Message>
+  bool message_may_wait(const Message& message) const;
   bool may_wait(const request& asked) const;
   void execute(const request& asked, json_allocator& allocator, json_value& result) const;
 

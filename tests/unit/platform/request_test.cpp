@@ -52,6 +52,41 @@ class requests : public testing::Test {
   std::function<std::string()> read = [] { return "node"; };
 };
 
+// A get in its plain form takes a short way; a blank at the end sends the same text the long one.
+TEST_F(requests, in_plain_form_are_answered_as_any_other) {
+  const auto get = [](const std::string& id, const std::string& path) {
+    return fmt::format(R"({{"jsonrpc":"2.0","id":{},"method":"get","params":{{"path":"{}"}}}})", id,
+                       path);
+  };
+  std::vector<std::string> lines;
+  for (const char* id : {"0", "17", "007", "-1", "1.5", "", "null", "999999999999999999",
+                         "18446744073709551615", "18446744073709551616"}) {
+    lines.push_back(get(id, "data/1/power"));
+  }
+  for (const char* path : {"data/2/power", "data/3/power", "data/*/power", "data/**", "", "a\\nb",
+                           "a\nb", "a\\", "command/add", "caf\xc3\xa9", "\xff", "a\"b"}) {
+    lines.push_back(get("1", path));
+  }
+  const auto good = get("1", "data/1/power");
+  for (const std::string& line : {good + "}", good.substr(0, good.size() - 1), good + good})
+    lines.push_back(line);
+  for (const std::string& elements : {good + ',' + get("2", "data/2/power"), good, std::string(),
+                                      good + ",1", good + ',', ',' + good, good + ' ' + good})
+    lines.push_back('[' + elements + ']');
+  std::string many = good;
+  for (int i = 0; i < 999; ++i)
+    many += ',' + good;
+  lines.push_back('[' + many + ']');
+  lines.push_back('[' + many + ',' + good + ']');
+  const auto told = [this](const std::string& line) {
+    const auto text = answer(line);
+    return text.substr(0, text.find(" at byte"));
+  };
+  for (const auto& line : lines)
+    EXPECT_EQ(told(line), told(line + ' ')) << line.substr(0, 200);
+  EXPECT_EQ(answer(good), R"({"jsonrpc":"2.0","id":1,"result":{"data/1/power":0.2}})");
+}
+
 TEST_F(requests, of_each_method) {
   const std::array<const char*, 3> rows[] = {
       {"get", R"({"path":"data/1/power"})", R"({"data/1/power":0.2})"},

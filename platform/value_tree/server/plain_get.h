@@ -1,0 +1,24 @@
+// The request that servers get most, read without building a document: a `get` of one path in the
+// form in which the clients of this project write it. Everything else is the parser's business.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace nx {
+
+struct plain_get {
+  std::uint64_t id = 0;
+  std::string_view path;  ///< points into the text; no pattern
+};
+
+/// {"jsonrpc":"2.0","id":17,"method":"get","params":{"path":"a/b"}} and nothing else.
+std::optional<plain_get> read_plain_get(std::string_view text);
+
+/// A batch of them, in brackets, with commas and no blanks between; false if it is anything else,
+/// or longer than a batch may be.
+bool read_plain_gets(std::string_view text, std::vector<plain_get>& gets);
+
+}  // namespace nx
