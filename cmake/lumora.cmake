@@ -53,6 +53,11 @@ function(lumora_program name)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
 endfunction()
 
+# Programs for people print it.
+function(lumora_tells_version name)
+  target_compile_definitions(${name} PRIVATE LUMORA_VERSION="${PROJECT_VERSION}")
+endfunction()
+
 # lumora_test(NAME SOURCES... LIBS libraries...): one GoogleTest program, each of its tests known to ctest.
 function(lumora_test name)
   cmake_parse_arguments(ARG "" "TIMEOUT" "LIBS;LABELS" ${ARGN})

@@ -40,6 +40,7 @@ std::optional<int> read_options(int argc, char** argv, options& to) {
   CLI::App app(
       "Serves the simulated plant of a topology file: the device services of one or two "
       "nodes and the light between them.");
+  app.set_version_flag("--version", LUMORA_VERSION, "print the version and end");
   app.add_option("TOPOLOGY.json", to.topology_path, "what the plant is built from")->required();
   app.add_option("--seed", to.seed, "seed of all noise, in place of the file's");
   app.add_option("--speed", to.speed, "plant seconds in a second")->check(CLI::Range(0.01, 100.0));

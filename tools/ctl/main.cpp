@@ -67,6 +67,7 @@ void declare_common(CLI::App& app, options& given) {
 
 void declare(CLI::App& app, options& given, action& chosen) {
   app.name("lumoractl");
+  app.set_version_flag("--version", LUMORA_VERSION, "Print the version and exit");
   app.footer(closing_words);
   app.require_subcommand(1);
   app.fallthrough();

@@ -32,6 +32,7 @@ constexpr const char* closing_words =
 
 void declare(CLI::App& app, options& given, std::optional<std::string>& peer) {
   app.name("lumora_lab");
+  app.set_version_flag("--version", LUMORA_VERSION, "Print the version and exit");
   app.footer(closing_words);
   app.add_option("--product", given.product, "Model of the node")
       ->check(CLI::IsMember(product_names()))

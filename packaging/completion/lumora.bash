@@ -1,0 +1,96 @@
+# Completion of bash for lumora_manager, lumoractl, lumora_lab and lumora_sim. Paths of a tree come from the tree itself.
+
+_lumora_products="orvalite orvamax orvapro orvakinet selkamin selkaplus"
+
+# The options in the words so far that choose a tree, to ask the same one.
+_lumora_tree_options() {
+  local i
+  for ((i = 1; i < COMP_CWORD; i++)); do
+    case ${COMP_WORDS[i]} in
+      --socket | --nexel | --host | --port | --root) printf '%s\n' "${COMP_WORDS[i]}" "${COMP_WORDS[i + 1]}" ;;
+    esac
+  done
+}
+
+# One level of paths at a time, as files are completed.
+_lumora_paths() {
+  local word=$1 level="" names options
+  [[ $word == */* ]] && level=${word%/*}
+  mapfile -t options < <(_lumora_tree_options)
+  names=$(lumoractl --timeout 1 "${options[@]}" list ${level:+"$level"} 2>/dev/null)
+  mapfile -t COMPREPLY < <(compgen -P "${level:+$level/}" -W "$names" -- "${word##*/}")
+  [[ ${COMPREPLY[0]:-} == */ ]] && compopt -o nospace 2>/dev/null
+}
+
+# The first word that is neither an option nor the value of one.
+_lumora_command() {
+  local i
+  for ((i = 1; i < COMP_CWORD; i++)); do
+    case ${COMP_WORDS[i]} in
+      --socket | --nexel | --host | --port | --root | --timeout) ((i++)) ;;
+      -*) ;;
+      *) printf '%s' "${COMP_WORDS[i]}" && return ;;
+    esac
+  done
+}
+
+_lumoractl() {
+  local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} command
+  command=$(_lumora_command)
+  COMPREPLY=()
+  case $before in
+    --socket) mapfile -t COMPREPLY < <(compgen -f -- "$word") && return ;;
+    --root) mapfile -t COMPREPLY < <(compgen -d -- "$word") && return ;;
+    --nexel) mapfile -t COMPREPLY < <(compgen -W "$(ls "${NX_ROOT:-}/tmp/nexels" 2>/dev/null)" -- "$word") && return ;;
+    --host | --port | --timeout | --count | --for) return ;;
+  esac
+  if [[ $word == -* ]]; then
+    local options="--help --json --bare --timeout --node --socket --nexel --host --port --root"
+    case $command in
+      "") options+=" --version" ;;
+      list) options+=" --recursive" ;;
+      tree) options+=" --values" ;;
+      watch) options+=" --count --for" ;;
+    esac
+    mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word")
+  elif [[ -z $command ]]; then
+    mapfile -t COMPREPLY < <(compgen -W "get history list tree info set run reset watch" -- "$word")
+  else
+    _lumora_paths "$word"
+  fi
+}
+
+_lumora_manager() {
+  local word=${COMP_WORDS[COMP_CWORD]}
+  case ${COMP_WORDS[COMP_CWORD - 1]} in
+    --product | -d) mapfile -t COMPREPLY < <(compgen -W "$_lumora_products" -- "$word") ;;
+    --interface_name | -i) mapfile -t COMPREPLY < <(compgen -W "$(ls /sys/class/net)" -- "$word") ;;
+    *) mapfile -t COMPREPLY < <(compgen -W "--help --port --interface_name --product" -- "$word") ;;
+  esac
+}
+
+_lumora_lab() {
+  local word=${COMP_WORDS[COMP_CWORD]}
+  case ${COMP_WORDS[COMP_CWORD - 1]} in
+    --product) mapfile -t COMPREPLY < <(compgen -W "$_lumora_products" -- "$word") ;;
+    --topology) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
+    *)
+      mapfile -t COMPREPLY < <(compgen -W "--help --version --product --peer --seed --topology --until-converged
+        --keep --log" -- "$word")
+      ;;
+  esac
+}
+
+_lumora_sim() {
+  local word=${COMP_WORDS[COMP_CWORD]}
+  if [[ $word == -* ]]; then
+    mapfile -t COMPREPLY < <(compgen -W "--help --version --seed --speed --board --print-board --far-prefix" -- "$word")
+  else
+    mapfile -t COMPREPLY < <(compgen -f -- "$word")
+  fi
+}
+
+complete -F _lumora_manager lumora_manager
+complete -F _lumoractl lumoractl
+complete -F _lumora_lab lumora_lab
+complete -o filenames -F _lumora_sim lumora_sim
