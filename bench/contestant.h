@@ -1,0 +1,30 @@
+// What is compared: a server in a process of its own and its client in this one. Each operation
+// returns when everything that it caused has been read and understood.
+#pragma once
+
+#include <sys/types.h>
+
+namespace bench {
+
+constexpr unsigned in_flight = 32;
+constexpr unsigned together = 300;  // values of a batch, a pattern
+constexpr unsigned burst = 32;      // events that a loop publishes in one go
+constexpr unsigned most_listeners = 64;
+
+class contestant {
+ public:
+  virtual ~contestant() = default;
+  virtual pid_t server() const = 0;
+
+  virtual void get() = 0;
+  virtual void get_in_flight() = 0;
+  virtual void get_batch() = 0;
+  virtual void get_by_pattern() = 0;
+
+  /// From here on so many listeners hear of every event.
+  virtual void listen(unsigned listeners) = 0;
+  virtual void event() = 0;
+  virtual void event_burst() = 0;
+};
+
+}  // namespace bench

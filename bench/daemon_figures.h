@@ -1,0 +1,24 @@
+// The figures of the whole daemon, in a node of real processes whose band is full: what it costs at
+// rest, what it keeps in memory, how long its start takes.
+#pragma once
+
+#include "tests/support/daemon_node.h"
+#include "tests/system/plant_controls.h"
+
+namespace bench {
+
+class daemon_figures {
+ public:
+  /// Measures and prints. True if every goal is reached.
+  bool measure();
+
+ private:
+  bool measure_start();
+  bool measure_rest();
+  bool measure_memory();
+
+  test::daemon_node node_;
+  test::plant_controls plant_{node_.root().path()};
+};
+
+}  // namespace bench

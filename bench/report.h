@@ -1,0 +1,13 @@
+// The one table that is printed.
+#pragma once
+
+#include <string>
+
+namespace bench {
+
+void print_head();
+/// `beside` is the same of the key store, or empty.
+void print_line(const std::string& figure, const std::string& found, const std::string& goal,
+                bool reached, const std::string& beside);
+
+}  // namespace bench

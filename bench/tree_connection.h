@@ -1,0 +1,30 @@
+// A client of the tree protocol that does no more than it must: sends lines, and parses every line
+// that comes, in place.
+#pragma once
+
+#include <array>
+#include <string>
+#include <string_view>
+
+#include "bench/socket_pair.h"
+#include "platform/wire/line_splitter.h"
+
+namespace bench {
+
+class tree_connection {
+ public:
+  explicit tree_connection(const std::string& path) : socket_(connect_to(path)) {}
+
+  void send(const std::string& text) const { socket_.send(text.data(), text.size()); }
+  /// Reads and parses so many lines. Throws std::runtime_error on one that lacks `member`.
+  void read(unsigned lines, const char* member);
+
+ private:
+  static void parse(std::string_view line, const char* member);
+
+  socket socket_;
+  nx::line_splitter lines_{std::size_t{8} * 1024 * 1024};
+  std::array<char, std::size_t{16} * 1024> chunk_;
+};
+
+}  // namespace bench
