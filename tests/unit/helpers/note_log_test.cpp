@@ -5,6 +5,9 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
+
 #include "helpers/logger.h"
 #include "platform/note_log/flood_guard.h"
 #include "platform/note_log/journal.h"
