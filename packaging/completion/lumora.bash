@@ -19,7 +19,7 @@ _lumora_paths() {
   mapfile -t options < <(_lumora_tree_options)
   names=$(lumoractl --timeout 1 "${options[@]}" list ${level:+"$level"} 2>/dev/null)
   mapfile -t COMPREPLY < <(compgen -P "${level:+$level/}" -W "$names" -- "${word##*/}")
-  [[ ${COMPREPLY[0]:-} == */ ]] && compopt -o nospace 2>/dev/null
+  if [[ ${COMPREPLY[0]:-} == */ ]]; then compopt -o nospace 2>/dev/null || true; fi
 }
 
 # The first word that is neither an option nor the value of one.
