@@ -61,7 +61,6 @@ void api::create_values(nx_db& db) {
 void api::run_cycle(nx_db& db, const std::shared_ptr<::device::interfaces::osc>& osc,
                     const channel_ids& ids) {
   create_values(db);
-  const std::lock_guard lock(mutex_);
   try {
     keep_connection(db, osc, ids);
   } catch (...) {
@@ -104,7 +103,10 @@ void api::identify_remote() {
     sw_version_ = client_->get("data/swVersion");
     hw_revision_ = client_->get("data/hwRevision");
   });
-  device_ = create_adapter(product_);
+  {
+    const std::lock_guard lock(mutex_);
+    device_ = create_adapter(product_);
+  }
   update_flags();
   publish_identity();
 }
@@ -132,8 +134,11 @@ template <class Result, class... Parameters, class... Args>
 Result api::forward(Result (device::interface::*operation)(const device::subscriber_ptr&,
                                                            Parameters...),
                     const Args&... args) {
-  const std::lock_guard lock(mutex_);
-  return (device_.get()->*operation)(subscriber_, args...);
+  const auto adapter = [this] {
+    const std::lock_guard lock(mutex_);
+    return device_;
+  }();
+  return (adapter.get()->*operation)(subscriber_, args...);
 }
 
 std::string api::get_hostname() {

@@ -1,10 +1,10 @@
 // What the loops see of the peer: keeps the connection alive, finds out which product stands at the
-// far end, and offers the peer's values under one lock. Reads only; nothing of the peer is ever
-// written from here.
+// far end, and offers the peer's values. Reads only; nothing of the peer is ever written from here.
 //
-// Threads: run on the manager thread; it may hold the lock for the network reads of identification
-// and subscription. The getters from the loops and from polled values. Lock order: channel plan,
-// this lock, that of remote::client.
+// Threads: run on the manager thread alone. The getters from the loops and from polled values; they
+// never wait for the network. That matters when two nodes meet: each subscribes to values which the
+// other works out from its peer's, and would wait for the other's subscription to give up. Lock
+// order: channel plan, this lock, that of remote::client.
 // Failures of getters: nx_error -22 when the peer's product lacks the value or has not delivered
 // it. Powers dBm, losses dB, lengths km, dispersion ps/nm.
 #pragma once
@@ -127,7 +127,7 @@ class api {
   std::shared_ptr<::device::subscriber> subscriber_;
   std::shared_ptr<device::interface> device_;
   bool subscribed_ = false;
-  std::mutex mutex_;
+  std::mutex mutex_;  // guards the pointer to the adapter; everything else is the manager thread's
   std::string product_ = "n/a";
   std::string sw_version_ = "n/a";
   std::string hw_revision_ = "n/a";

@@ -3,9 +3,8 @@
 // records whether it is up. A connection that was lost is never used again: the next `connect`
 // builds a new one from a fresh address.
 //
-// Threads: connect and disconnect on the manager thread, inside the lock of remote::api; the two
-// events on the client library's serial executor, which may wait for the mutex. The mutex is held
-// across network reads and comes after that of remote::api.
+// Threads: connect and disconnect on the manager thread; the two events on the client library's
+// serial executor, which may wait for the mutex. The mutex is held across network reads.
 #pragma once
 
 #include <atomic>

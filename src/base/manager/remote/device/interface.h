@@ -3,7 +3,7 @@
 // reads the values from the subscription cache; what a family does not have is refused with a fixed
 // text, since polled values publish it.
 //
-// Called under the lock of remote::api; adapters have no state that changes.
+// Called from several threads at once; adapters have no state that changes.
 // Getters throw nx_error -22: the family lacks the value, or the peer has not delivered it yet.
 #pragma once
 
