@@ -135,7 +135,7 @@ TEST_P(channel_commands, each_direction_comes_and_goes_by_itself_and_comes_back)
     }
   }
   EXPECT_EQ(stored_plan("rx"),
-            R"([{"center_frequency":19210000,"width":10000,"port":2,"version":"1.0.0"}])");
+            R"([{"center_frequency":19210000,"width":10000,"port":2,"version":"R7"}])");
   EXPECT_EQ(stored_plan("tx"), stored_plan("rx"));
 }
 
