@@ -1,6 +1,7 @@
 #include "bench/daemon_figures.h"
 
 #include <fmt/format.h>
+#include <rapidjson/document.h>
 
 #include <chrono>
 #include <filesystem>
@@ -75,9 +76,9 @@ bool daemon_figures::measure_start() {
   const auto begin = clock::now();
   auto& daemon = node_.start_daemon({"--product", product});
   require(daemon.wait_for("Manager starting up."), "the daemon does not start");
-  node_.write("debug/loglevel", "\"verbose\"");
   require(node_.await_configuration(), "the daemon is not built");
   const seconds built = clock::now() - begin;
+  node_.write("debug/loglevel", "\"verbose\"");
   node_.write("config/redisConfigStatus", "true");
   require(daemon.wait_for("Redis configuration received, proceeding."), "no configuration");
   const auto configured = clock::now();
