@@ -18,9 +18,12 @@ using test::incident;
 
 // Monitor offset and tap error of a day, repeatability of the switch, noise and dead band together.
 constexpr double rest_db = 0.85;
-// Steps that readings from before an incident make due, or the calibration between amplifier and
-// monitor, which is learned anew every five minutes and takes some of them after a day like these.
+// Steps that readings from before an incident make due.
 constexpr unsigned due_steps = 4;
+// Steps of all 128 attenuators in ten minutes of rest: after a day like these some channels lie at
+// the edge of the dead band, and noise and the calibration between amplifier and monitor, learned
+// anew every five minutes, take them over it, each once.
+constexpr unsigned rest_steps = 8;
 
 class soak : public testing::Test {
  protected:
@@ -77,7 +80,7 @@ class soak : public testing::Test {
     const auto near = pair_.plant().voa_writes(0);
     const auto far = pair_.plant().voa_writes(1);
     pair_.run_for(10min);
-    EXPECT_LE(switch_writes(), switches + due_steps) << story_;
+    EXPECT_LE(switch_writes(), switches + rest_steps) << story_;
     EXPECT_LE(pair_.plant().voa_writes(0), near + 1) << story_;
     EXPECT_LE(pair_.plant().voa_writes(1), far + 1) << story_;
     for (unsigned node : {0u, 1u}) {

@@ -54,7 +54,7 @@ void plant_pair::start_manager(unsigned node) {
   network_.attach(peer_address(node), *it.tree);
   network_.set_state(peer_address(node), nx::link_state::up);
   it.running = true;
-  it.started = false;
+  it.started = it.ended = false;
   it.thread = clock_->start_turn_taker([this, &it] { run_manager(it); });
   if (!run_until([&] { return it.started.load(); }, 60s)) {
     throw std::runtime_error("a manager does not come up");
@@ -66,6 +66,7 @@ void plant_pair::run_manager(managed_node& node) {
   node.manager->start(*node.tree);
   node.started = true;
   node.manager->run(*node.tree, &node.running);
+  node.ended = true;
 }
 
 void plant_pair::stop_manager(unsigned node) {
@@ -74,6 +75,10 @@ void plant_pair::stop_manager(unsigned node) {
   std::atomic_ref(it.running).store(false);
   // The rest of its cycle is a moment in which it can still be seen to act, so it ends at once.
   clock_->sleep(2s);
+  // A cycle that waits for silent devices takes longer, and time has to go on for it.
+  if (!run_until([&it] { return it.ended.load(); }, 60s)) {
+    throw std::runtime_error("a manager does not end");
+  }
   it.thread.join();
   // Its LED thread sees the end at its next look, a second of plant time away.
   std::jthread destroyer([&it] { it.manager.reset(); });

@@ -51,6 +51,7 @@ class plant_pair : public plant_stage {
     std::unique_ptr<nx_db> tree;
     std::shared_ptr<manager::interface> manager;
     std::atomic<bool> started{false};
+    std::atomic<bool> ended{false};
     bool running = true;  // through std::atomic_ref
     std::jthread thread;
   };
