@@ -196,6 +196,33 @@ TEST_P(client_bars, no_two_loops_write_in_one_cycle) {
   }
 }
 
+TEST(released_channel, is_regulated_from_the_attenuation_that_its_last_step_started_from) {
+  plant_node node("orvalite");
+  node.start();
+  ASSERT_TRUE(node.run_until([&] { return node.all_on_target(); }, 60s));
+  auto& plant = node.plant();
+  const auto channel = node.channels()[5];
+  const auto set = [&](const char* what, const std::string& value) {
+    node.write(fmt::format("config/client/{}/rx/{}", channel, what), value);
+  };
+  const auto attenuation = [&] {
+    return plant.switch_attenuation_db(0, sim::direction::rx, channel);
+  };
+  node.run_for(30s);
+  const double start_db = attenuation();
+  set("defaultAttenuation", fmt::format("{:.1f}", start_db));
+  auto laser = plant.get_laser(0, channel);
+  laser.power_dbm += 2.0;
+  plant.set_laser(0, channel, laser);
+  ASSERT_TRUE(node.run_until([&] { return attenuation() > start_db; }, 15s));
+
+  set("adminStatus", "\"down\"");
+  node.run_for(10s);
+  set("adminStatus", "\"up\"");
+  EXPECT_TRUE(node.run_until([&] { return node.on_target(channel); }, 15s))
+      << node.true_error(channel);
+}
+
 INSTANTIATE_TEST_SUITE_P(every, client_bars, testing::ValuesIn(models),
                          [](const auto& of) { return std::string(of.param.product); });
 

@@ -131,6 +131,9 @@ void client_loop<T>::block_or_unblock(const control_ptr& control, bool block) {
   } else {
     LUMORA_LOG(1, fmt::runtime(direction_.unblocking), id);
     wss_->unblock_channel(id, control->get_default_attenuation());
+    // As after parking: the last step may have started from just this attenuation, and would seem
+    // never to have come about.
+    control->reset_last_step();
   }
 }
 
