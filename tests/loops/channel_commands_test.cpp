@@ -86,15 +86,6 @@ class channel_commands : public testing::TestWithParam<const char*> {
         << centre << ": " << node_.true_error(centre);
   }
 
-  bool is_fully_operational() {
-    node_.take_log();
-    node_.cycle();
-    for (const auto& line : node_.take_log()) {
-      if (line.starts_with("Manager not fully operational")) return false;
-    }
-    return true;
-  }
-
   plant_node node_;
 };
 
@@ -122,7 +113,7 @@ TEST_P(channel_commands, each_direction_comes_and_goes_by_itself_and_comes_back)
     EXPECT_EQ(places_of(first), step.places) << step.command << " " << step.direction;
     EXPECT_EQ(index(), step.index) << step.command << " " << step.direction;
     node_.run_for(2s);
-    EXPECT_TRUE(is_fully_operational()) << step.command << " " << step.direction;
+    EXPECT_TRUE(node_.is_fully_operational()) << step.command << " " << step.direction;
     if (std::string(step.places).starts_with("smp")) {
       light_and_await_target(first);
       EXPECT_TRUE(has_light(first)) << "the path serves the channel of this add";
@@ -235,7 +226,9 @@ TEST_P(channel_commands, a_device_that_lost_its_channels_is_given_them_again) {
   for (const char* device : {"wss", "ocm"}) {
     node_.plant().forget_channels(0, device);
     ASSERT_NE(places_of(first), "smp|smp");
-    const auto is_back = [this] { return places_of(first) == "smp|smp" && is_fully_operational(); };
+    const auto is_back = [this] {
+      return places_of(first) == "smp|smp" && node_.is_fully_operational();
+    };
     EXPECT_TRUE(node_.run_until(is_back, 10s)) << device << ": " << places_of(first);
     EXPECT_EQ(places_of(second), "smp|smp") << device;
     EXPECT_EQ(index(), "[19210000,19220000]") << device;
@@ -277,7 +270,7 @@ TEST_P(channel_commands, an_add_that_breaks_off_is_repaired_by_the_same_add) {
     EXPECT_EQ(index(), "[19220000]") << "follows the next command that succeeds";
     node_.run_for(5s);
     set_alive(row.dies, true);
-    EXPECT_TRUE(node_.run_until([this] { return is_fully_operational(); }, 10s));
+    EXPECT_TRUE(node_.run_until([this] { return node_.is_fully_operational(); }, 10s));
     EXPECT_TRUE(node_.on_target(second));
 
     EXPECT_EQ(add(first), "ok");
@@ -285,7 +278,7 @@ TEST_P(channel_commands, an_add_that_breaks_off_is_repaired_by_the_same_add) {
     EXPECT_EQ(index(), "[19210000,19220000]");
     light_and_await_target(first);
     EXPECT_TRUE(has_light(first));
-    EXPECT_TRUE(is_fully_operational());
+    EXPECT_TRUE(node_.is_fully_operational());
     ASSERT_EQ(remove(first), "ok");
     EXPECT_EQ(places_of(first), "|");
     node_.plant().switch_laser(0, first, false);

@@ -23,23 +23,6 @@ class node_at_rest : public testing::Test {
     ASSERT_TRUE(node_.all_on_target());
   }
 
-  /// Moves one channel out of its band, so that a correction is due.
-  void disturb(unsigned channel, double db) {
-    auto laser = node_.plant().get_laser(0, channel);
-    laser.power_dbm += db;
-    laser.ramp_s = 0.0;
-    node_.plant().set_laser(0, channel, laser);
-  }
-
-  bool is_fully_operational() {
-    node_.take_log();
-    node_.cycle();
-    const auto lines = node_.take_log();
-    return std::none_of(lines.begin(), lines.end(), [](const std::string& line) {
-      return line.starts_with("Manager not fully operational");
-    });
-  }
-
   plant_node node_{"orvalite"};
 };
 
@@ -47,10 +30,10 @@ TEST_F(node_at_rest, subscribes_again_when_the_monitor_ends_its_subscriptions) {
   const channel_watch add(node_, sim::direction::rx);
   const auto channel = node_.channels()[5];
   node_.plant().drop_subscription(0, "wss_edge", fmt::format("data/ocm/1/channel/{}/*", channel));
-  disturb(channel, 2.0);
+  node_.disturb(channel, 2.0);
   EXPECT_TRUE(
       node_.run_until([&] { return add.steps(channel) > 0 && node_.on_target(channel); }, 15s));
-  EXPECT_TRUE(is_fully_operational());
+  EXPECT_TRUE(node_.is_fully_operational());
 }
 
 class dead_device : public node_at_rest, public testing::WithParamInterface<const char*> {};
@@ -70,14 +53,14 @@ TEST_P(dead_device, leaves_the_channels_at_rest_and_is_used_again_after_its_retu
 
   // Long enough before the return for the monitor to have seen it.
   const auto channel = node_.channels()[5];
-  disturb(channel, 2.0);
+  node_.disturb(channel, 2.0);
   node_.run_for(3s);
   plant.set_nexel_state(0, device, sim::nexel_state::ok);
   for (int i = 0; i < 3; ++i)
     node_.cycle();
   EXPECT_GT(add.steps(channel), 0u);
   EXPECT_TRUE(node_.run_until([&] { return node_.on_target(channel); }, 12s));
-  EXPECT_TRUE(is_fully_operational());
+  EXPECT_TRUE(node_.is_fully_operational());
 }
 
 TEST_P(dead_device, that_hangs_does_no_more_harm) {
@@ -88,7 +71,7 @@ TEST_P(dead_device, that_hangs_does_no_more_harm) {
   node_.run_for(2min);
   EXPECT_EQ(add.all_steps(), 0u);
   plant.set_nexel_state(0, device, sim::nexel_state::ok);
-  EXPECT_TRUE(node_.run_until([&] { return is_fully_operational(); }, 10s));
+  EXPECT_TRUE(node_.run_until([&] { return node_.is_fully_operational(); }, 10s));
   EXPECT_TRUE(node_.all_on_target());
 }
 

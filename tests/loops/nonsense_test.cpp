@@ -5,8 +5,6 @@
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 
-#include <algorithm>
-
 #include "platform/wire/json_conversion.h"
 #include "tests/loops/channel_watch.h"
 #include "tests/support/plant_node.h"
@@ -84,22 +82,6 @@ constexpr const char* nonsense[] = {R"("NaN")", "3e38", "-1e300", "[]"};
 
 class nonsense_device : public testing::Test {
  protected:
-  bool is_fully_operational() {
-    node_.take_log();
-    node_.cycle();
-    const auto lines = node_.take_log();
-    return std::none_of(lines.begin(), lines.end(), [](const std::string& line) {
-      return line.starts_with("Manager not fully operational");
-    });
-  }
-
-  void disturb(unsigned channel, double db) {
-    node_.plant().change_laser(0, channel, [&](sim::laser_settings& laser) {
-      laser.power_dbm += db;
-      laser.ramp_s = 0.0;
-    });
-  }
-
   plant_node node_{"orvalite"};
 };
 
@@ -124,11 +106,11 @@ TEST_F(nonsense_device, moves_no_light_and_is_believed_again_once_it_tells_sense
       EXPECT_EQ(drop.all_steps(), 0u);
       EXPECT_EQ(plant.voa_writes(0), voa_writes);
       tree.add_node(parent, good);
-      EXPECT_TRUE(node_.run_until([&] { return is_fully_operational(); }, 15s));
+      EXPECT_TRUE(node_.run_until([&] { return node_.is_fully_operational(); }, 15s));
     }
-    disturb(channel, 1.5);
+    node_.disturb(channel, 1.5);
     EXPECT_TRUE(node_.run_until([&] { return node_.on_target(channel); }, 15s)) << path;
-    disturb(channel, -1.5);
+    node_.disturb(channel, -1.5);
     node_.run_for(30s);
     EXPECT_TRUE(node_.all_on_target()) << path;
   }
@@ -149,10 +131,10 @@ TEST_F(nonsense_device, that_answers_late_makes_cycles_longer_and_no_more) {
   const auto channel = node_.channels()[5];
   node_.run_for(1min);
   EXPECT_EQ(add.all_steps(), 0u);
-  disturb(channel, 3.0);
+  node_.disturb(channel, 3.0);
   EXPECT_TRUE(node_.run_until([&] { return node_.on_target(channel); }, 2min));
   EXPECT_EQ(add.all_steps(), add.steps(channel));
-  EXPECT_TRUE(is_fully_operational());
+  EXPECT_TRUE(node_.is_fully_operational());
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <atomic>
 #include <stdexcept>
 #include <thread>
@@ -104,6 +105,22 @@ bool plant_node::run_until(const std::function<bool()>& condition, std::chrono::
     cycle();
   }
   return true;
+}
+
+bool plant_node::is_fully_operational() {
+  take_log();
+  cycle();
+  const auto lines = take_log();
+  return std::none_of(lines.begin(), lines.end(), [](const std::string& line) {
+    return line.starts_with("Manager not fully operational");
+  });
+}
+
+void plant_node::disturb(unsigned channel, double db) {
+  plant_->change_laser(0, channel, [db](sim::laser_settings& laser) {
+    laser.power_dbm += db;
+    laser.ramp_s = 0.0;
+  });
 }
 
 }  // namespace test

@@ -39,6 +39,11 @@ class plant_node : public plant_stage {
   /// Cycles until the condition holds; fails the test and returns false after `limit`.
   bool run_until(const std::function<bool()>& condition, std::chrono::nanoseconds limit);
 
+  /// One more cycle, whose log says whether a loop is down; the log up to here is forgotten.
+  bool is_fully_operational();
+  /// Changes the power of one client at once, so that a correction is due.
+  void disturb(unsigned channel, double db);
+
   /// Makes the node its own peer: one that is known, where its model is, and has every value.
   void face_itself();
 
