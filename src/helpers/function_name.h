@@ -6,7 +6,7 @@
 
 namespace helpers {
 
-/// "void manager::base<T>::run(nx_db&) [with T = int]" gives "run".
+/// "void manager::base<T>::run(nx_db&) [with T = int]" gives "run", and so does a lambda in it.
 std::string_view short_function_name(std::string_view signature);
 
 }  // namespace helpers

@@ -3,7 +3,6 @@
 #include <boost/exception/diagnostic_information.hpp>
 #include <string>
 
-#include "helpers/function_name.h"
 #include "helpers/logger.h"
 #include "platform/kvs_client/kvs_client.h"
 #include "platform/nexel_client/nx_client_exception.h"
@@ -13,9 +12,9 @@ namespace helpers {
 
 void log_current_exception(after_logging next, const std::source_location& where) {
   const auto line = static_cast<int>(where.line());
-  const std::string function(short_function_name(where.function_name()));
   const auto log = [&]<class... Args>(fmt::format_string<Args...> format, Args&&... args) {
-    logger::log(2, where.file_name(), line, function.c_str(), format, std::forward<Args>(args)...);
+    logger::log(2, where.file_name(), line, where.function_name(), format,
+                std::forward<Args>(args)...);
   };
   try {
     throw;

@@ -1,5 +1,6 @@
 #include "helpers/logger.h"
 
+#include "helpers/function_name.h"
 #include "platform/note_log/note_log.h"
 
 namespace {
@@ -17,7 +18,7 @@ logger& logger::instance() {
 
 void logger::write(const char* file, int line, const char* function, fmt::string_view format,
                    fmt::format_args args) {
-  const auto channel = fmt::format("{}:{}:{}", file, line, function);
+  const auto channel = fmt::format("{}:{}:{}", file, line, helpers::short_function_name(function));
   auto record = note_log::open_record(note_log::info, channel);
   if (!record) return;
   note_log::push_record(std::move(record),

@@ -14,7 +14,8 @@ class logger {
  public:
   static logger& instance();
 
-  /// Drops messages of a lower level before anything is formatted.
+  /// Drops messages of a lower level before anything is formatted. `function` may be a full
+  /// signature; the channel shows its short name.
   template <class... Args>
   static void log(int message_level, const char* file, int line, const char* function,
                   fmt::format_string<Args...> format, Args&&... args) {
@@ -38,6 +39,8 @@ class logger {
 void log_direct(int severity, const char* channel, const std::string& text, const char* file,
                 int line);
 
-#define LUMORA_LOG(level, ...) ::logger::log(level, __FILE__, __LINE__, __func__, __VA_ARGS__)
+// The signature, since it names the function around a lambda, where __func__ is "operator()".
+#define LUMORA_LOG(level, ...) \
+  ::logger::log(level, __FILE__, __LINE__, __PRETTY_FUNCTION__, __VA_ARGS__)
 #define LUMORA_LOG_DIRECT(severity, channel, text) \
   ::log_direct(severity, channel, text, __FILE__, __LINE__)

@@ -147,8 +147,9 @@ TEST_F(logger_test, records_carry_location_severity_and_trace) {
   const test::log_capture log;
   logger::log(2, "src/a/b.cpp", 12, "run", "loss {} dB", 0.5f);
   LUMORA_LOG_DIRECT(3, "create_leds", "No panel.");
+  [](auto) { LUMORA_LOG(2, "Said in a lambda."); }(__LINE__);
   const auto records = log.records();
-  ASSERT_EQ(records.size(), 2u);
+  ASSERT_EQ(records.size(), 3u);
   EXPECT_EQ(records[0].channel, "src/a/b.cpp:12:run");
   EXPECT_EQ(records[0].severity, note_log::info);
   EXPECT_EQ(records[0].text, "loss 0.5 dB");
@@ -156,6 +157,7 @@ TEST_F(logger_test, records_carry_location_severity_and_trace) {
   EXPECT_EQ(records[1].channel, "create_leds");
   EXPECT_EQ(records[1].severity, note_log::error);
   EXPECT_EQ(records[1].text, "No panel.");
+  EXPECT_THAT(records[2].channel, testing::EndsWith(":TestBody"));
 }
 
 TEST_F(logger_test, direct_records_pass_the_library_filter_alone) {
