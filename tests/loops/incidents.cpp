@@ -129,8 +129,8 @@ incident incident_source::moved_laser(unsigned node) {
 incident incident_source::channel_taken_down(unsigned node) {
   const auto path = fmt::format("config/client/{}/rx/adminStatus", any_channel());
   return {.name = fmt::format("{} of node {} down", path, node),
-          .begin = [=, this] { write_to(pair_.tree(node), path, "\"down\""); },
-          .end = [=, this] { write_to(pair_.tree(node), path, "\"up\""); }};
+          .begin = [=, this] { pair_.write(node, path, "\"down\""); },
+          .end = [=, this] { pair_.write(node, path, "\"up\""); }};
 }
 
 incident incident_source::stuck_monitor(unsigned node) {

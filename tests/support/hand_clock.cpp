@@ -24,6 +24,12 @@ std::chrono::nanoseconds hand_clock::elapsed() const {
   return elapsed_;
 }
 
+bool hand_clock::is_in_call() const {
+  const std::lock_guard lock(mutex_);
+  return std::any_of(sleepers_.begin(), sleepers_.end(),
+                     [](const sleeper& one) { return one.held; });
+}
+
 std::chrono::steady_clock::time_point hand_clock::steady_now() {
   return std::chrono::steady_clock::time_point(std::chrono::hours(1) + elapsed());
 }
@@ -48,11 +54,10 @@ void hand_clock::sleep_in_call(std::chrono::nanoseconds duration) {
 }
 
 void hand_clock::sleep_for(std::chrono::nanoseconds duration, bool held) {
-  if (std::this_thread::get_id() == owner_) {
-    advance(duration, held);
-  } else {
-    park(duration, held);
-  }
+  if (std::this_thread::get_id() != owner_) return park(duration, held);
+  // What runs inside a step, polls and events, has threads of its own on a node: it holds up nobody
+  // there. If time went on here, others would enter calls, and the rest of the step wait for them.
+  if (!stepping_) advance(duration, held);
 }
 
 std::chrono::nanoseconds hand_clock::next_piece(std::chrono::nanoseconds left) {
@@ -75,7 +80,9 @@ void hand_clock::advance(std::chrono::nanoseconds duration, bool held) {
       for (const auto& one : sleepers_)
         held_ = held_ || one.held;
     }
+    stepping_ = true;
     step_(piece);
+    stepping_ = false;
     run_due_actions();
     wake_due_sleepers();
   }

@@ -23,7 +23,7 @@ class hand_clock : public helpers::time_source, public std::enable_shared_from_t
  public:
   using step_function = std::function<void(std::chrono::nanoseconds)>;
 
-  /// `step` is called for each piece of time, of at most 0.1 s.
+  /// `step` is called for each piece of time, of at most 0.1 s. Sleeps inside it take no time.
   explicit hand_clock(step_function step);
 
   std::chrono::steady_clock::time_point steady_now() override;
@@ -40,6 +40,8 @@ class hand_clock : public helpers::time_source, public std::enable_shared_from_t
   /// For `step`: some thread sleeps inside a call to a device and may hold locks, so that nothing
   /// may run now that could want them.
   bool is_held() const { return held_; }
+  /// For the owner between two sleeps: some thread sleeps inside a call now.
+  bool is_in_call() const;
 
   /// Calls `action` once, on the owner's thread, when time has come to `when` since the start.
   void at(std::chrono::nanoseconds when, std::function<void()> action);
@@ -71,6 +73,7 @@ class hand_clock : public helpers::time_source, public std::enable_shared_from_t
   std::chrono::nanoseconds elapsed_{0};
   bool interrupted_ = false;
   bool held_ = false;            // owner's thread only
+  bool stepping_ = false;        // owner's thread only
   std::list<sleeper> sleepers_;  // in the order in which they went to sleep
   std::thread::id turn_;         // who runs instead of the owner
   std::multimap<std::chrono::nanoseconds, std::function<void()>> actions_;  // owner's thread only

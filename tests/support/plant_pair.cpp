@@ -69,6 +69,13 @@ void plant_pair::run_manager(managed_node& node) {
   node.ended = true;
 }
 
+void plant_pair::write(unsigned node, const std::string& path, const std::string& json) {
+  if (!run_until([this] { return !clock_->is_in_call(); }, 60s)) {
+    throw std::runtime_error("a call to a device does not end");
+  }
+  write_to(tree(node), path, json);
+}
+
 void plant_pair::stop_manager(unsigned node) {
   auto& it = *nodes_[node];
   network_.set_state(peer_address(node), nx::link_state::dead);

@@ -35,6 +35,9 @@ class plant_pair : public plant_stage {
     return static_cast<float>(number_of(tree(node), path));
   }
   std::string text(unsigned node, const std::string& path) { return text_of(tree(node), path); }
+  /// A client's write. While a manager sleeps inside a call to a device it may hold what the write
+  /// wants: as on a node, the write waits until the call has ended, and time goes on meanwhile.
+  void write(unsigned node, const std::string& path, const std::string& json);
   /// The manager of a node ends, as a process that is killed: the peer loses its tree.
   void stop_manager(unsigned node);
   void start_manager(unsigned node);
