@@ -1,5 +1,7 @@
 #include "tests/support/process_figures.h"
 
+#include <malloc.h>
+
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
@@ -20,6 +22,10 @@ process_figures figures_of(pid_t process) {
   for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder + "/fd"))
     ++found.descriptors;
   return found;
+}
+
+double heap_in_use_mib() {
+  return static_cast<double>(::mallinfo2().uordblks) / 1024.0 / 1024.0;
 }
 
 }  // namespace test

@@ -14,4 +14,7 @@ struct process_figures {
 /// Throws std::runtime_error when the process is gone.
 process_figures figures_of(pid_t process);
 
+/// What this process has allocated and not freed; not what the allocator keeps for later.
+double heap_in_use_mib();
+
 }  // namespace test
