@@ -65,6 +65,7 @@ process::settings daemon_node::daemon_settings(const std::vector<std::string>& a
                           {"REDIS_CONF_HASH_TAG", conf_tag},
                           {"REDIS_DATA_HASH_TAG", data_tag}},
                          {"JOURNAL_STREAM", "NOTE_LOG_SEVERITY", "NOTE_LOG_TRACE"}};
+  what.environment.insert(daemon_environment_.begin(), daemon_environment_.end());
   what.command.insert(what.command.end(), arguments.begin(), arguments.end());
   return what;
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -41,6 +42,10 @@ class daemon_node {
   void stop_daemon() { daemon_.reset(); }
   /// As `start_daemon` would run it: for a second one, or with other variables.
   process::settings daemon_settings(const std::vector<std::string>& arguments = {}) const;
+  /// A variable of the daemons that start from now on.
+  void give_daemon(const std::string& variable, const std::string& value) {
+    daemon_environment_[variable] = value;
+  }
 
   const temp_folder& root() const { return root_; }
   std::string daemon_socket() const;
@@ -55,6 +60,7 @@ class daemon_node {
  private:
   temp_folder root_;
   private_redis store_{root_.path()};
+  std::map<std::string, std::string> daemon_environment_;
   std::unique_ptr<process> devices_;
   std::unique_ptr<process> daemon_;
 };

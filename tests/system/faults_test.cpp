@@ -1,10 +1,12 @@
 // What may happen around a daemon that regulates: to its store, its devices and its log. One table;
 // in each row the light stays, a channel that needs it is corrected, and nothing grows.
+#include <fmt/chrono.h>
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 
 #include <cmath>
+#include <fstream>
 #include <functional>
 
 #include "tests/support/process_figures.h"
@@ -12,11 +14,14 @@
 
 namespace {
 
+using namespace std::chrono_literals;
+
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr double flat_mib = 1e6;
+constexpr bool sanitized = true;
 #else
-constexpr double flat_mib = 4.0;
+constexpr bool sanitized = false;
 #endif
+constexpr double flat_mib = sanitized ? 1e6 : 4.0;
 
 // A channel whose error has just left the dead band may take a step whatever else goes on.
 constexpr double one_step_db = 0.7;
@@ -160,6 +165,60 @@ TEST_F(faults, of_the_log_and_another_state_of_all_devices_are_survived) {
   EXPECT_TRUE(node_.await_on_target()) << node_.plant().off_target(0.5);
   daemon.signal(SIGTERM);
   EXPECT_EQ(daemon.wait_for_exit().value_or(-1), 0);
+}
+
+/// The daemon's wall clock, by itself: no test sets a machine's.
+class wall_clock {
+ public:
+  wall_clock(test::daemon_node& node) : file_(node.root().file("clock")) {
+    step(0h);
+    node.give_daemon("TEST_WALL_CLOCK", file_);
+    node.give_daemon("LD_PRELOAD", WALL_CLOCK);
+  }
+
+  void step(std::chrono::hours shift) {
+    shift_ = shift;
+    const std::int64_t seconds = std::chrono::seconds(shift).count();
+    std::fstream file(file_, std::ios::in | std::ios::out | std::ios::binary);
+    if (!file) file.open(file_, std::ios::out | std::ios::binary);
+    file.write(reinterpret_cast<const char*>(&seconds), sizeof(seconds));
+  }
+
+  /// The beginning of a log line of now: to the hour.
+  std::string hour() const {
+    const auto now = std::chrono::system_clock::now() + shift_;
+    return fmt::format("{:%Y-%m-%dT%H:}", fmt::gmtime(std::chrono::system_clock::to_time_t(now)));
+  }
+
+ private:
+  std::string file_;
+  std::chrono::hours shift_{};
+};
+
+TEST_F(faults, of_the_wall_clock_move_no_timer) {
+  if (sanitized) GTEST_SKIP() << "a sanitizer wants to be loaded first";
+  wall_clock clock(node_);
+  node_.bring_up();
+  const auto channels = node_.plant().channels();
+  std::size_t next = 0;
+  for (const auto shift : {1h, 0h, -1h}) {
+    SCOPED_TRACE(shift.count());
+    const auto at_rest = node_.plant().attenuations();
+    const auto begin = std::chrono::steady_clock::now();
+    const auto cycles = node_.daemon().count(test::operational_line);
+    clock.step(shift);
+    const auto seen = node_.daemon().output().size();
+    ASSERT_TRUE(test::eventually([&] {
+      return node_.daemon().output().find(clock.hour(), seen) != std::string::npos;
+    })) << node_.daemon().last_lines();
+    ASSERT_TRUE(node_.wait_for_more(test::operational_line, 4)) << node_.daemon().last_lines();
+    EXPECT_LT(largest_change(at_rest, node_.plant().attenuations()), one_step_db);
+    EXPECT_EQ(node_.correct_a_disturbance(channels[next++]), "");
+    EXPECT_TRUE(node_.await_rest()) << node_.plant().off_target(0.5);
+    const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - begin;
+    EXPECT_LE(node_.daemon().count(test::operational_line), cycles + 2.0 * passed.count() + 2.0);
+    EXPECT_TRUE(node_.serves());
+  }
 }
 
 }  // namespace
