@@ -44,10 +44,12 @@ void daemon_node::start_store() {
   seed_store();
 }
 
-void daemon_node::start_devices(const std::string& topology) {
+void daemon_node::start_devices(const std::string& topology,
+                                const std::vector<std::string>& arguments) {
   const auto path = std::string(LUMORA_TOPOLOGY_DIR) + "/" + topology + ".json";
-  devices_ = std::make_unique<process>(
-      process::settings{{program("lumora_sim"), path, "--board"}, {{"NX_ROOT", root_.path()}}, {}});
+  process::settings what{{program("lumora_sim"), path, "--board"}, {{"NX_ROOT", root_.path()}}, {}};
+  what.command.insert(what.command.end(), arguments.begin(), arguments.end());
+  devices_ = std::make_unique<process>(what);
   if (!devices_->wait_for("ready: ")) {
     throw std::runtime_error("lumora_sim does not start: " + devices_->output());
   }

@@ -32,7 +32,7 @@ class daemon_node {
   void start_store();
 
   /// The simulated devices of a model, from the project's own topology of that name.
-  void start_devices(const std::string& topology);
+  void start_devices(const std::string& topology, const std::vector<std::string>& arguments = {});
   process& devices() { return *devices_; }
   void stop_devices() { devices_.reset(); }
 

@@ -13,16 +13,17 @@
 
 namespace test {
 
-namespace {
+plant_controls::plant_controls(const std::string& root, unsigned node)
+    : node_(node),
+      controls_(root + "/tmp/nexels/sim"),
+      folder_(root + (node == 0 ? "" : "/far") + "/tmp/nexels/") {}
 
-constexpr const char* rx_truth = "truth/node/0/rx/channel/";
-
-}  // namespace
-
-plant_controls::plant_controls(const std::string& root) : folder_(root + "/tmp/nexels/") {}
+std::string plant_controls::own(const std::string& top, const std::string& path) const {
+  return fmt::format("{}/node/{}/{}", top, node_, path);
+}
 
 std::map<std::string, double> plant_controls::numbers(const std::string& pattern) const {
-  const auto client = nx::line_client::connect_unix(folder_ + "sim");
+  const auto client = nx::line_client::connect_unix(controls_);
   const auto answer = client->call("get", fmt::format(R"({{"path":"{}"}})", pattern));
   std::map<std::string, double> found;
   for (const auto& member : answer.GetObject()) {
@@ -32,14 +33,14 @@ std::map<std::string, double> plant_controls::numbers(const std::string& pattern
 }
 
 void plant_controls::set(const std::string& path, const std::string& value) const {
-  const auto client = nx::line_client::connect_unix(folder_ + "sim");
+  const auto client = nx::line_client::connect_unix(controls_);
   client->call("set", fmt::format(R"({{"path":"{}","value":{}}})", path, value));
 }
 
 void plant_controls::set_device(const std::string& name, const std::string& state) const {
   auto segment = name;
   std::replace(segment.begin(), segment.end(), '/', '_');
-  set(fmt::format("config/node/0/nexel/{}/state", segment), '"' + state + '"');
+  set(own("config", "nexel/" + segment + "/state"), '"' + state + '"');
   if (!eventually([&] { return behaves(name, state); })) {
     throw std::runtime_error(name + " does not become " + state);
   }
@@ -58,13 +59,13 @@ bool plant_controls::behaves(const std::string& device, const std::string& state
 }
 
 void plant_controls::disturb(const std::string& channel, double db) const {
-  const auto path = fmt::format("config/node/0/laser/{}/power", channel);
+  const auto path = own("config", "laser/" + channel + "/power");
   set(path, fmt::format("{}", number(path) + db));
 }
 
 std::vector<std::string> plant_controls::channels() const {
   std::vector<std::string> found;
-  const std::string prefix = rx_truth;
+  const std::string prefix = own("truth", "rx/channel/");
   const std::string suffix = "/boosterTarget";
   for (const auto& [path, value] : numbers(prefix + "*" + suffix)) {
     found.push_back(path.substr(prefix.size(), path.size() - prefix.size() - suffix.size()));
@@ -73,21 +74,20 @@ std::vector<std::string> plant_controls::channels() const {
 }
 
 std::map<std::string, double> plant_controls::attenuations() const {
-  return numbers("truth/node/0/*/channel/*/attenuation");
+  return numbers(own("truth", "*/channel/*/attenuation"));
 }
 
 double plant_controls::switch_writes() const {
   double sum = 0.0;
-  for (const auto& [path, value] : numbers("counters/node/0/*/switchWrites"))
+  for (const auto& [path, value] : numbers(own("counters", "*/switchWrites")))
     sum += value;
   return sum;
 }
 
 double plant_controls::error(const std::string& channel) const {
-  const auto of_channel = numbers(rx_truth + channel + "/*");
-  const auto value = [&](const std::string& name) {
-    return of_channel.at(rx_truth + channel + "/" + name);
-  };
+  const auto folder = own("truth", "rx/channel/" + channel + "/");
+  const auto of_channel = numbers(folder + "*");
+  const auto value = [&](const std::string& name) { return of_channel.at(folder + name); };
   return value("boosterPower") - value("boosterTarget");
 }
 

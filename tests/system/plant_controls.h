@@ -1,5 +1,6 @@
-// The control tree of a node's simulated devices, as a test uses it: breaks things, and reads what
-// the light truly does. One connection a call, so that it outlives a restart of the devices.
+// The control tree of the simulated devices, as a test of one node uses it: breaks things, and
+// reads what the light truly does. One connection a call, so that it outlives a restart of the
+// devices.
 #pragma once
 
 #include <map>
@@ -10,8 +11,8 @@ namespace test {
 
 class plant_controls {
  public:
-  /// `root` is the folder that the node runs below.
-  explicit plant_controls(const std::string& root);
+  /// `root` is the folder that the node runs below, or the near one of the two.
+  explicit plant_controls(const std::string& root, unsigned node = 0);
 
   /// The matches of a pattern that are numbers. Throws nx_client_exception, as all others here.
   std::map<std::string, double> numbers(const std::string& pattern) const;
@@ -36,7 +37,12 @@ class plant_controls {
  private:
   bool behaves(const std::string& device, const std::string& state) const;
 
-  std::string folder_;
+  /// Of the node's own subtree below "config", "counters" or "truth".
+  std::string own(const std::string& top, const std::string& path) const;
+
+  unsigned node_;
+  std::string controls_;  // socket of the control tree
+  std::string folder_;    // of the node's devices
 };
 
 }  // namespace test

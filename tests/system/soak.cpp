@@ -1,152 +1,162 @@
-// A soak in real time: one daemon with its store and its devices, 200 clients that come and go, and
-// something killed, hung or restarted again and again. Prints what it saw; exit code 1 when the
-// node does not come back by itself. Run by tests/soak MINUTES.
+// A soak in real time: two daemons face to face, their store and their devices, 200 clients that
+// come and go, and something killed, hung, restarted or unplugged again and again. Prints what it
+// saw; exit code 1 when a node does not come back by itself. Run by tests/soak MINUTES.
 #include <fmt/format.h>
-#include <rapidjson/document.h>
 #include <signal.h>
 
-#include <atomic>
+#include <array>
 #include <cstdlib>
 #include <random>
 #include <thread>
 
-#include "platform/nexel_client/line_client.h"
 #include "platform/nexel_client/nx_client_exception.h"
 #include "tests/support/process_figures.h"
-#include "tests/system/regulating_node.h"
+#include "tests/system/crowd.h"
+#include "tests/system/daemon_pair.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 using clock_type = std::chrono::steady_clock;
 
-/// Clients that connect, read, subscribe, and leave in the middle of it.
-class crowd {
- public:
-  crowd(std::string socket, unsigned clients) : socket_(std::move(socket)) {
-    constexpr unsigned threads = 4;
-    for (unsigned i = 0; i < threads; ++i)
-      threads_.emplace_back([this, i, clients] { mingle(i, clients / threads); });
-  }
-  ~crowd() { stop_ = true; }
-  crowd(const crowd&) = delete;
-  crowd& operator=(const crowd&) = delete;
-
-  unsigned answers() const { return answers_; }
-  unsigned connections() const { return connections_; }
-
- private:
-  void mingle(unsigned seed, unsigned clients) {
-    std::mt19937 random(seed);
-    std::vector<std::unique_ptr<nx::line_client>> sessions(clients);
-    while (!stop_) {
-      auto& session = sessions[random() % clients];
-      try {
-        act(session, random() % 8);
-      } catch (const nx_client_exception&) {
-        session.reset();
-      }
-      std::this_thread::sleep_for(2ms);
-    }
-  }
-
-  void act(std::unique_ptr<nx::line_client>& session, unsigned choice) {
-    if (!session) {
-      session = nx::line_client::connect_unix(socket_);
-      ++connections_;
-    } else if (choice == 0) {
-      session.reset();
-    } else if (choice == 1) {
-      session->send_raw(R"({"jsonrpc":"2.0","id":1,"method":"get",)");
-      session.reset();
-    } else {
-      session->call(choice == 2 ? "subscribe" : "get", R"({"path":"data/client/*/rx/power"})");
-      ++answers_;
-    }
-  }
-
-  std::string socket_;
-  std::atomic<bool> stop_{false};
-  std::atomic<unsigned> answers_{0};
-  std::atomic<unsigned> connections_{0};
-  std::vector<std::jthread> threads_;
-};
+constexpr unsigned clients = 200;
 
 class soak {
  public:
-  explicit soak(std::chrono::minutes length) : end_(clock_type::now() + length) {}
+  explicit soak(std::chrono::minutes length)
+      : end_(clock_type::now() + length), pair_(test::supervisory_link::make()) {}
 
   int run() {
-    node_.bring_up();
-    const crowd clients(node_.daemon_socket(), 200);
-    tell("at rest", 0s, clients);
+    pair_.bring_up();
+    if (pair_.size() == 1)
+      fmt::print("no network namespaces here: one daemon faces a simulated peer\n");
+    for (unsigned node = 0; node < pair_.size(); ++node) {
+      crowds_[node] =
+          std::make_unique<test::crowd>(pair_.daemon_socket(node), clients / pair_.size());
+    }
+    tell("at rest", 0s);
     while (clock_type::now() < end_) {
+      note_logs();
       const auto name = break_something();
       const auto start = clock_type::now();
-      if (!node_.await_rest()) {
-        fmt::print("no rest after: {}\n{}\n{}\n", name, node_.plant().off_target(0.5),
-                   node_.daemon().last_lines());
+      if (const auto failure = wait_for_both(); !failure.empty()) {
+        fmt::print("{} after: {}\n{}\n", failure, name, pair_.off_target(0.5));
+        for (unsigned node = 0; node < pair_.size(); ++node)
+          fmt::print("node {}:\n{}\n", node, pair_.daemon(node).last_lines());
         return 1;
       }
       ++recoveries_;
-      tell(name, clock_type::now() - start, clients);
+      tell(name, clock_type::now() - start);
     }
     fmt::print("{} recoveries, none without\n", recoveries_);
     return 0;
   }
 
  private:
-  /// Breaks one thing and mends it; the rest is the daemon's own affair.
+  void note_logs() {
+    peer_was_lost_ = false;
+    for (unsigned node = 0; node < pair_.size(); ++node)
+      log_begin_[node] = pair_.daemon(node).output().size();
+  }
+
+  /// What is not as it should be in the end: rest, whole cycles, and the line with its peer.
+  std::string wait_for_both() {
+    for (unsigned node = 0; node < pair_.size(); ++node) {
+      auto& daemon = pair_.daemon(node);
+      if (peer_was_lost_ && !pair_.await_line(node, log_begin_[node])) return "no line";
+      if (!daemon.wait_for(test::operational_line, daemon.count(test::operational_line) + 2))
+        return "not operational";
+    }
+    return pair_.await_rest() ? "" : "no rest";
+  }
+
+  /// Breaks one thing and mends it; the rest is the daemons' own affair.
   std::string break_something() {
-    switch (random_() % 5) {
+    const unsigned node = any(pair_.size());
+    switch (any(8)) {
       case 0:
-        node_.store().stop();
+        pair_.near().store().stop();
         pause();
-        node_.start_store();
+        pair_.near().start_store();
         return "store killed";
       case 1:
-        node_.daemon().signal(SIGKILL);
-        node_.daemon().wait_for_exit();
-        node_.start_and_await();
-        node_.release();
-        return "daemon killed";
+        return kill_daemon(node);
       case 2:
-        node_.stop_devices();
+        pair_.near().stop_devices();
         pause();
-        node_.start_devices("orvalite");
+        pair_.start_devices();
         return "all devices restarted";
+      case 3:
+        return pair_.size() == 1 ? break_device(node) : unplug_link();
+      case 4:
+        return pair_.size() == 1 ? break_device(node) : hang_daemon(node);
       default:
-        return break_device();
+        return break_device(node);
     }
   }
 
-  std::string break_device() {
-    constexpr const char* devices[] = {"wss_edge", "booster", "preamp", "osc1", "voa_sfp", "sfp/0"};
-    constexpr const char* states[] = {"killed", "hung"};
-    const std::string device = devices[random_() % std::size(devices)];
-    const std::string state = states[random_() % std::size(states)];
-    node_.plant().set_device(device, state);
-    pause();
-    node_.plant().set_device(device, "ok");
-    return device + ' ' + state;
+  std::string kill_daemon(unsigned node) {
+    pair_.daemon(node).signal(SIGKILL);
+    pair_.daemon(node).wait_for_exit();
+    pair_.start_daemon(node);
+    log_begin_[node] = 0;
+    peer_was_lost_ = true;
+    return fmt::format("daemon {} killed", node);
   }
 
-  void pause() { std::this_thread::sleep_for(std::chrono::seconds(1 + random_() % 10)); }
+  std::string hang_daemon(unsigned node) {
+    pair_.daemon(node).signal(SIGSTOP);
+    pause();
+    pair_.daemon(node).signal(SIGCONT);
+    return fmt::format("daemon {} stopped", node);
+  }
 
-  void tell(const std::string& what, clock_type::duration recovery, const crowd& clients) {
-    const auto seen = test::figures_of(node_.daemon().pid());
-    const auto cycles = node_.daemon().count(test::operational_line) +
-                        node_.daemon().count(test::not_operational_line);
-    fmt::print(
-        "{:24} at rest after {:5.1f} s | {} cycles, {:.1f} MiB, {} descriptors, {} threads | "
-        "{} connections, {} answers\n",
-        what, std::chrono::duration<double>(recovery).count(), cycles, seen.resident_mib,
-        seen.descriptors, seen.threads, clients.connections(), clients.answers());
+  /// About once a second, for up to a minute.
+  std::string unplug_link() {
+    const unsigned times = 1 + any(60);
+    for (unsigned i = 0; i < times; ++i) {
+      pair_.link().unplug();
+      std::this_thread::sleep_for(400ms);
+      pair_.link().plug();
+      std::this_thread::sleep_for(400ms);
+    }
+    peer_was_lost_ = true;
+    return fmt::format("link unplugged {} times", times);
+  }
+
+  std::string break_device(unsigned node) {
+    constexpr const char* devices[] = {"wss_edge", "booster", "preamp", "osc1", "voa_sfp", "sfp/0"};
+    constexpr const char* states[] = {"killed", "hung"};
+    const std::string device = devices[any(std::size(devices))];
+    const std::string state = states[any(std::size(states))];
+    pair_.plant(node).set_device(device, state);
+    pause();
+    pair_.plant(node).set_device(device, "ok");
+    return fmt::format("{} of {} {}", device, node, state);
+  }
+
+  unsigned any(std::size_t count) { return static_cast<unsigned>(random_() % count); }
+  void pause() { std::this_thread::sleep_for(std::chrono::seconds(1 + any(10))); }
+
+  void tell(const std::string& what, clock_type::duration recovery) {
+    fmt::print("{:26} back after {:5.1f} s", what, std::chrono::duration<double>(recovery).count());
+    for (unsigned node = 0; node < pair_.size(); ++node) {
+      auto& daemon = pair_.daemon(node);
+      const auto seen = test::figures_of(daemon.pid());
+      fmt::print(" | {} cycles, {:.1f} MiB, {} descriptors, {} threads, {} clients, {} answers",
+                 daemon.count(test::operational_line) + daemon.count(test::not_operational_line),
+                 seen.resident_mib, seen.descriptors, seen.threads, crowds_[node]->connections(),
+                 crowds_[node]->answers());
+    }
+    fmt::print("\n");
     std::fflush(stdout);
   }
 
-  test::regulating_node node_;
   clock_type::time_point end_;
+  test::daemon_pair pair_;
+  std::array<std::unique_ptr<test::crowd>, 2> crowds_;
+  std::array<std::size_t, 2> log_begin_{};
+  bool peer_was_lost_ = false;
   std::mt19937 random_{1};
   unsigned recoveries_ = 0;
 };
@@ -162,5 +172,8 @@ int main(int count, char** arguments) try {
   return soak(std::chrono::minutes(minutes)).run();
 } catch (const std::exception& error) {
   fmt::print(stderr, "{}\n", error.what());
+  return 1;
+} catch (const nx_client_exception& error) {
+  fmt::print(stderr, "{} {} {}\n", error.code, error.message, error.path);
   return 1;
 }
