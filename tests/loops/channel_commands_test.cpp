@@ -4,10 +4,9 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-#include "platform/kvs_client/kvs_client.h"
 #include "platform/nexel_client/nx_client_exception.h"
 #include "platform/wire/nx_error.h"
-#include "tests/support/plant_node.h"
+#include "tests/loops/channel_places.h"
 
 namespace {
 
@@ -19,8 +18,6 @@ constexpr const char* remove_path = "command/channel/remove";
 constexpr unsigned first = 19210000;
 constexpr unsigned second = 19220000;
 
-/// Where the parts of a node hold a channel, one letter each: s switch, m monitor, p plan in the
-/// store; the add side before the bar, the drop side behind it.
 class channel_commands : public testing::TestWithParam<const char*> {
  protected:
   channel_commands() : node_(dark(GetParam())) { node_.start(); }
@@ -52,26 +49,7 @@ class channel_commands : public testing::TestWithParam<const char*> {
                   fmt::format(R"({{"center":{},"direction":"{}"}})", centre, direction));
   }
 
-  static std::string stored_plan(const std::string& direction) {
-    return kvs_memory::get("{conf}:qz/lumora:channel/plan/" + direction);
-  }
-
-  std::string places_of(unsigned centre) {
-    const auto has = [&](const char* nexel, const std::string& path) {
-      return node_.plant().nexel_tree(nexel).find(path) != nullptr;
-    };
-    const auto side = [&](const char* word, unsigned port, const std::string& direction) {
-      std::string places;
-      if (has("wss", fmt::format("data/module/{}/channel/{}/attenuation", word, centre)))
-        places += 's';
-      if (has("ocm", fmt::format("data/port/{}/channel/{}/power", port, centre))) places += 'm';
-      if (stored_plan(direction).find(fmt::format("\"center_frequency\":{}", centre)) !=
-          std::string::npos)
-        places += 'p';
-      return places;
-    };
-    return side("add", 0, "rx") + "|" + side("drop", 1, "tx");
-  }
+  std::string places_of(unsigned centre) { return test::places_of(node_, centre); }
 
   std::string index() { return node_.text("data/channel/index"); }
 
@@ -125,9 +103,9 @@ TEST_P(channel_commands, each_direction_comes_and_goes_by_itself_and_comes_back)
       EXPECT_FLOAT_EQ(node_.number("data/system/utilization"), 0.0f);
     }
   }
-  EXPECT_EQ(stored_plan("rx"),
+  EXPECT_EQ(test::stored_plan("rx"),
             R"([{"center_frequency":19210000,"width":10000,"port":2,"version":"R7"}])");
-  EXPECT_EQ(stored_plan("tx"), stored_plan("rx"));
+  EXPECT_EQ(test::stored_plan("tx"), test::stored_plan("rx"));
 }
 
 TEST_P(channel_commands, what_is_refused_changes_nothing) {

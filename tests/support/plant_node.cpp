@@ -53,8 +53,10 @@ void plant_node::end_manager() {
 
 void plant_node::restart() {
   end_manager();
+  if (!own_address_.empty()) network_.detach(own_address_);
   tree_.reset();
   create_manager();
+  if (!own_address_.empty()) face_itself();
   start();
 }
 
@@ -76,7 +78,8 @@ void plant_node::add_channels() {
 
 void plant_node::face_itself() {
   const auto& neighbour = plant_->get_topology().nodes.front().osc.neighbour;
-  network_.attach(fmt::format("[{}]:5100", neighbour), *tree_);
+  own_address_ = fmt::format("[{}]:5100", neighbour);
+  network_.attach(own_address_, *tree_);
 }
 
 std::set<std::string> plant_node::devices() const {

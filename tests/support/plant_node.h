@@ -77,6 +77,7 @@ class plant_node : public plant_stage {
   std::unique_ptr<nx_db> tree_;
   std::shared_ptr<manager::interface> manager_;
   bool channels_by_command_;
+  std::string own_address_;  // as a peer's, if it faces itself
 };
 
 }  // namespace test
