@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <memory>
 
 #include "platform/kvs_client/kvs_client.h"
 #include "tests/support/tree_values.h"
@@ -31,7 +32,7 @@ sim::direction any_side(unsigned number) {
 
 incident incident_source::draw() {
   const unsigned node = below(2);
-  switch (below(12)) {
+  switch (below(13)) {
     case 0:
     case 1:
     case 2:
@@ -52,9 +53,16 @@ incident incident_source::draw() {
       return moved_laser(node);
     case 10:
       return channel_taken_down(node);
+    case 11:
+      return other_target(node);
     default:
       return stuck_monitor(node);
   }
+}
+
+incident incident_source::draw_absence() {
+  const unsigned node = below(2);
+  return below(3) == 0 ? lost_peer(node) : broken_device(node);
 }
 
 incident incident_source::broken_device(unsigned node) {
@@ -131,6 +139,20 @@ incident incident_source::channel_taken_down(unsigned node) {
   return {.name = fmt::format("{} of node {} down", path, node),
           .begin = [=, this] { pair_.write(node, path, "\"down\""); },
           .end = [=, this] { pair_.write(node, path, "\"up\""); }};
+}
+
+incident incident_source::other_target(unsigned node) {
+  const auto path = fmt::format("config/client/{}/rx/wantedPowerOffset", any_channel());
+  const auto before = std::make_shared<float>();
+  const auto wanted = static_cast<float>(between(2.5, 5.5));
+  return {.name = fmt::format("{} of node {} at {:.1f} dBm", path, node, wanted),
+          .begin =
+              [=, this] {
+                *before = pair_.number(node, path);
+                pair_.write(node, path, fmt::format("{}", wanted));
+              },
+          .end = [=, this] { pair_.write(node, path, fmt::format("{}", *before)); },
+          .alone = true};
 }
 
 incident incident_source::stuck_monitor(unsigned node) {

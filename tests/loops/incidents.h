@@ -17,7 +17,8 @@ struct incident {
   std::function<void()> end;
   /// A service, store or peer is away and the light is as it was: no switch may be written.
   bool leaves_light_alone = false;
-  /// Ends a manager: not beside a fault in which that one may stand inside a call.
+  /// Ends a manager, or writes what asks a device: not beside a fault in which a manager may stand
+  /// inside a call.
   bool alone = false;
 };
 
@@ -26,6 +27,8 @@ class incident_source {
   incident_source(plant_pair& pair, std::uint64_t seed) : pair_(pair), random_(seed) {}
 
   incident draw();
+  /// A device or a peer that is away: what comes and goes by itself on a node.
+  incident draw_absence();
   /// What has moved over night: losses and lasers by a little, at once.
   void drift();
 
@@ -47,6 +50,7 @@ class incident_source {
   incident dark_laser(unsigned node);
   incident moved_laser(unsigned node);
   incident channel_taken_down(unsigned node);
+  incident other_target(unsigned node);
   incident stuck_monitor(unsigned node);
 
   plant_pair& pair_;

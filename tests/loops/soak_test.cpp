@@ -206,4 +206,31 @@ TEST_F(soak, days_of_faults_end_at_rest) {
   EXPECT_EQ(after.threads, before.threads);
 }
 
+TEST_F(soak, a_thousand_absences_leave_nothing_behind) {
+  pair_.start();
+  pair_.run_for(1min);
+  test::incident_source source(pair_, 1000);
+  const auto repeat = [&](unsigned times) {
+    for (; times > 0; --times) {
+      const auto absence = source.draw_absence();
+      absence.begin();
+      pair_.run_for(400ms);
+      absence.end();
+      pair_.run_for(600ms);
+    }
+    pair_.run_for(30s);
+    pair_.take_log();
+  };
+  repeat(100);
+  const auto before = test::figures_of(::getpid());
+  const auto heap_before = test::heap_in_use_mib();
+  repeat(1000);
+  const auto after = test::figures_of(::getpid());
+  EXPECT_LT(test::heap_in_use_mib(), heap_before + flat_mib);
+  EXPECT_EQ(after.descriptors, before.descriptors);
+  EXPECT_EQ(after.threads, before.threads);
+  pair_.run_for(2min);
+  EXPECT_EQ(off_target(0) + off_target(1), "");
+}
+
 }  // namespace

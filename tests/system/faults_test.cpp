@@ -126,7 +126,7 @@ TEST_F(faults, around_a_regulating_daemon_leave_the_light_alone) {
   }
 }
 
-TEST_F(faults, of_a_device_that_comes_and_goes_a_hundred_times_leave_nothing_behind) {
+TEST_F(faults, of_a_device_that_comes_and_goes_leave_nothing_behind) {
   node_.bring_up();
   const auto flap = [&](unsigned times) {
     for (unsigned i = 0; i < times; ++i) {
@@ -136,9 +136,9 @@ TEST_F(faults, of_a_device_that_comes_and_goes_a_hundred_times_leave_nothing_beh
     }
     EXPECT_TRUE(node_.await_rest()) << node_.plant().off_target(0.5);
   };
-  flap(20);
+  flap(10);
   const auto before = test::figures_of(node_.daemon().pid());
-  flap(100);
+  flap(30);
   EXPECT_TRUE(test::eventually([&] {
     const auto after = test::figures_of(node_.daemon().pid());
     return after.descriptors == before.descriptors && after.threads <= before.threads;
@@ -201,7 +201,7 @@ TEST_F(faults, of_the_wall_clock_move_no_timer) {
   node_.bring_up();
   const auto channels = node_.plant().channels();
   std::size_t next = 0;
-  for (const auto shift : {1h, 0h, -1h}) {
+  for (const auto shift : {1h, -1h}) {
     SCOPED_TRACE(shift.count());
     const auto at_rest = node_.plant().attenuations();
     const auto begin = std::chrono::steady_clock::now();

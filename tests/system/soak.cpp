@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <random>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "platform/nexel_client/nx_client_exception.h"
 #include "tests/support/process_figures.h"
@@ -73,7 +75,7 @@ class soak {
   /// Breaks one thing and mends it; the rest is the daemons' own affair.
   std::string break_something() {
     const unsigned node = any(pair_.size());
-    switch (any(8)) {
+    switch (any(9)) {
       case 0:
         pair_.near().store().stop();
         pause();
@@ -87,11 +89,14 @@ class soak {
         pair_.start_devices();
         return "all devices restarted";
       case 3:
-        return pair_.size() == 1 ? break_device(node) : unplug_link();
+        return pair_.size() == 1 ? break_devices(1) : unplug_link();
       case 4:
-        return pair_.size() == 1 ? break_device(node) : hang_daemon(node);
+        return pair_.size() == 1 ? break_devices(2) : hang_daemon(node);
+      case 5:
+      case 6:
+        return break_devices(2);
       default:
-        return break_device(node);
+        return break_devices(1);
     }
   }
 
@@ -124,22 +129,32 @@ class soak {
     return fmt::format("link unplugged {} times", times);
   }
 
-  std::string break_device(unsigned node) {
+  /// So many at once, on whichever nodes.
+  std::string break_devices(unsigned count) {
     constexpr const char* devices[] = {"wss_edge", "booster", "preamp", "osc1", "voa_sfp", "sfp/0"};
     constexpr const char* states[] = {"killed", "hung"};
-    const std::string device = devices[any(std::size(devices))];
-    const std::string state = states[any(std::size(states))];
-    pair_.plant(node).set_device(device, state);
+    const unsigned first = any(std::size(devices));
+    std::string what;
+    std::vector<std::pair<unsigned, std::string>> broken;
+    for (unsigned i = 0; i < count; ++i) {
+      const unsigned node = any(pair_.size());
+      const std::string device = devices[(first + i) % std::size(devices)];
+      const std::string state = states[any(std::size(states))];
+      pair_.plant(node).set_device(device, state);
+      broken.emplace_back(node, device);
+      what += fmt::format("{}{} of {} {}", i == 0 ? "" : ", ", device, node, state);
+    }
     pause();
-    pair_.plant(node).set_device(device, "ok");
-    return fmt::format("{} of {} {}", device, node, state);
+    for (const auto& [node, device] : broken)
+      pair_.plant(node).set_device(device, "ok");
+    return what;
   }
 
   unsigned any(std::size_t count) { return static_cast<unsigned>(random_() % count); }
   void pause() { std::this_thread::sleep_for(std::chrono::seconds(1 + any(10))); }
 
   void tell(const std::string& what, clock_type::duration recovery) {
-    fmt::print("{:26} back after {:5.1f} s", what, std::chrono::duration<double>(recovery).count());
+    fmt::print("{:42} back after {:5.1f} s", what, std::chrono::duration<double>(recovery).count());
     for (unsigned node = 0; node < pair_.size(); ++node) {
       auto& daemon = pair_.daemon(node);
       const auto seen = test::figures_of(daemon.pid());

@@ -2,12 +2,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
+#include <unistd.h>
 
 #include <limits>
 
 #include "nexel_under_test.h"
 #include "platform/wire/json_conversion.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/process_figures.h"
 
 namespace client_test {
 
@@ -214,6 +216,42 @@ TEST_P(client, receiver_that_throws_harms_nobody_and_is_logged_once) {
   ASSERT_TRUE(nexel->await(events, R"(data/name = "c")", 2));
   EXPECT_EQ(connection->get<std::string>("data/name"), "c");
   EXPECT_EQ(log.count("Subscriber of data/name failed: expected float, found string"), 1);
+}
+
+TEST_P(client, a_thousand_connections_to_a_nexel_that_restarts_leave_nothing_behind) {
+  constexpr std::size_t clients = 50;
+  const std::string value = "data/power = 1";
+  value_node::create(tree, "data/power", "1");
+  std::vector<std::shared_ptr<nexel_client_api>> connections;
+  std::vector<std::shared_ptr<noting_subscriber>> subscribers;
+  for (std::size_t i = 0; i < clients; ++i) {
+    connections.push_back(nexel->connect(receiver));
+    subscribers.push_back(std::make_shared<noting_subscriber>("data/power", events));
+    connections.back()->add_subscriber(subscribers.back());
+  }
+  ASSERT_TRUE(nexel->await(events, value, clients));
+  const auto restart = [&](unsigned times) {
+    for (; times > 0; --times) {
+      const auto seen = events.count(value);
+      nexel->set_state(nx::link_state::dead);
+      nexel->set_state(nx::link_state::up);
+      ASSERT_TRUE(nexel->await(events, value, seen + clients));
+    }
+  };
+  restart(2);
+  const auto before = test::figures_of(::getpid());
+  const auto heap = test::heap_in_use_mib();
+  restart(20);
+  test::process_figures after;
+  constexpr unsigned workers = 64;  // that the server may still add, once and for all
+  const auto is_as_before = [&] {
+    after = test::figures_of(::getpid());
+    return after.descriptors == before.descriptors && after.threads <= before.threads + workers;
+  };
+  EXPECT_TRUE(nexel->await(is_as_before))
+      << after.descriptors << " descriptors after " << before.descriptors << ", " << after.threads
+      << " threads after " << before.threads;
+  EXPECT_LT(test::heap_in_use_mib(), heap + 0.5);
 }
 
 INSTANTIATE_TEST_SUITE_P(transports, client,
