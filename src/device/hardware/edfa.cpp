@@ -3,25 +3,15 @@
 #include <utility>
 
 #include "device/hardware/readings.h"
-#include "device/hardware/refusals.h"
 #include "platform/nexel_client/nexel_client.h"
 
 namespace device::hardware {
 
 edfa::edfa(std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path)
-    : client_(make_client(std::move(io), socket_path)),
-      subscriber_(std::make_shared<subscriber>()) {}
+    : client_(make_client(std::move(io), socket_path)) {}
 
 bool edfa::is_operational() {
   return true;
-}
-
-bool edfa::has_subscriber() {
-  return true;
-}
-
-std::optional<std::shared_ptr<subscriber>> edfa::get_subscriber() {
-  return subscriber_;
 }
 
 void edfa::subscribe_channel(unsigned) {}

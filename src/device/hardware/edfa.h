@@ -5,17 +5,16 @@
 #include <string>
 
 #include "device/hardware/client.h"
+#include "device/hardware/refusals.h"
 #include "device/interfaces/edfa.h"
 
 namespace device::hardware {
 
-class edfa : public device::interfaces::edfa {
+class edfa : public with_subscriptions<device::interfaces::edfa> {
  public:
   edfa(std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path);
 
   bool is_operational() override;
-  bool has_subscriber() override;
-  std::optional<std::shared_ptr<subscriber>> get_subscriber() override;
   void subscribe_channel(unsigned channel) override;
   void unsubscribe_channel(unsigned channel) override;
   void subscribe() override;
@@ -39,7 +38,6 @@ class edfa : public device::interfaces::edfa {
 
  private:
   std::shared_ptr<nexel_client_api> client_;
-  std::shared_ptr<subscriber> subscriber_;
 };
 
 }  // namespace device::hardware

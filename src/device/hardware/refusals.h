@@ -1,4 +1,5 @@
-// Operations of device::interface that a proxy lacks, and the proxies that lack all subscriptions.
+// Operations of device::interface that a proxy lacks, and the two kinds of proxy: with a table of
+// subscribed paths and without.
 #pragma once
 
 #include <memory>
@@ -16,6 +17,18 @@ namespace device::hardware {
 /// signature around "device::hardware::CLASS::".
 [[noreturn]] void throw_no_subscription(const char* result, const char* class_name,
                                         const char* operation);
+
+/// Keeps the table of subscribed paths; channels are not counted.
+template <class... Interfaces>
+class with_subscriptions : public Interfaces... {
+ public:
+  bool has_subscriber() override { return true; }
+  std::optional<std::shared_ptr<subscriber>> get_subscriber() override { return subscriber_; }
+  unsigned get_channel_subscribe_count() override { return 0; }
+
+ protected:
+  const std::shared_ptr<subscriber> subscriber_ = std::make_shared<subscriber>();
+};
 
 /// The nine operations, less the first, of a proxy without subscriptions.
 template <class Interface>

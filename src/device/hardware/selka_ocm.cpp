@@ -6,7 +6,6 @@
 
 #include "device/hardware/channel_command.h"
 #include "device/hardware/readings.h"
-#include "device/hardware/refusals.h"
 #include "helpers/logger.h"
 #include "platform/nexel_client/nexel_client.h"
 
@@ -14,9 +13,7 @@ namespace device::hardware {
 
 selka_ocm::selka_ocm(std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path,
                      unsigned port)
-    : client_(make_client(std::move(io), socket_path)),
-      subscriber_(std::make_shared<subscriber>()),
-      port_(port) {}
+    : client_(make_client(std::move(io), socket_path)), port_(port) {}
 
 std::string selka_ocm::channel_path(unsigned channel, const char* name) const {
   return fmt::format("data/port/{}/channel/{}/{}", port_, channel, name);
@@ -25,14 +22,6 @@ std::string selka_ocm::channel_path(unsigned channel, const char* name) const {
 bool selka_ocm::is_operational() {
   check_plan_ = !check_plan_;
   return !check_plan_ || is_channel_plan_loaded();
-}
-
-bool selka_ocm::has_subscriber() {
-  return true;
-}
-
-std::optional<std::shared_ptr<subscriber>> selka_ocm::get_subscriber() {
-  return subscriber_;
 }
 
 void selka_ocm::subscribe_channel(unsigned channel) {
@@ -48,10 +37,6 @@ void selka_ocm::unsubscribe_channel(unsigned channel) {
 void selka_ocm::subscribe() {}
 
 void selka_ocm::unsubscribe() {}
-
-unsigned selka_ocm::get_channel_subscribe_count() {
-  return 0;
-}
 
 bool selka_ocm::has_channel(unsigned channel) {
   try {

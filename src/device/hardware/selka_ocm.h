@@ -5,24 +5,22 @@
 #include <string>
 
 #include "device/hardware/client.h"
+#include "device/hardware/refusals.h"
 #include "device/interfaces/ocm.h"
 
 namespace device::hardware {
 
-class selka_ocm : public device::interfaces::ocm {
+class selka_ocm : public with_subscriptions<device::interfaces::ocm> {
  public:
   selka_ocm(std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path,
             unsigned port);
 
   /// Asks the nexel on every second call only, the first included.
   bool is_operational() override;
-  bool has_subscriber() override;
-  std::optional<std::shared_ptr<subscriber>> get_subscriber() override;
   void subscribe_channel(unsigned channel) override;
   void unsubscribe_channel(unsigned channel) override;
   void subscribe() override;
   void unsubscribe() override;
-  unsigned get_channel_subscribe_count() override;
   bool has_channel(unsigned channel) override;
 
   float get_total_power() override;
@@ -40,7 +38,6 @@ class selka_ocm : public device::interfaces::ocm {
   std::string channel_path(unsigned channel, const char* name) const;
 
   std::shared_ptr<nexel_client_api> client_;
-  std::shared_ptr<subscriber> subscriber_;
   const unsigned port_;
   bool check_plan_ = false;
 };

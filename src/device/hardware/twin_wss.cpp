@@ -22,21 +22,11 @@ const char* const twin_wss::_add_drop[2] = {"add", "drop"};
 
 twin_wss::twin_wss(std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path,
                    unsigned module)
-    : client_(make_client(std::move(io), socket_path)),
-      subscriber_(std::make_shared<subscriber>()),
-      module_(module) {}
+    : client_(make_client(std::move(io), socket_path)), module_(module) {}
 
 bool twin_wss::is_operational() {
   check_plan_ = !check_plan_;
   return !check_plan_ || is_channel_plan_loaded();
-}
-
-bool twin_wss::has_subscriber() {
-  return true;
-}
-
-std::optional<std::shared_ptr<subscriber>> twin_wss::get_subscriber() {
-  return subscriber_;
 }
 
 void twin_wss::subscribe_channel(unsigned) {}
@@ -46,10 +36,6 @@ void twin_wss::unsubscribe_channel(unsigned) {}
 void twin_wss::subscribe() {}
 
 void twin_wss::unsubscribe() {}
-
-unsigned twin_wss::get_channel_subscribe_count() {
-  return 0;
-}
 
 bool twin_wss::has_channel(unsigned channel) {
   try {

@@ -10,24 +10,22 @@
 #include <string>
 
 #include "device/hardware/client.h"
+#include "device/hardware/refusals.h"
 #include "device/interfaces/wss.h"
 
 namespace device::hardware {
 
-class twin_wss : public device::interfaces::wss {
+class twin_wss : public with_subscriptions<device::interfaces::wss> {
  public:
   twin_wss(std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path,
            unsigned module);
 
   /// Asks the nexel on every second call only, the first included.
   bool is_operational() override;
-  bool has_subscriber() override;
-  std::optional<std::shared_ptr<subscriber>> get_subscriber() override;
   void subscribe_channel(unsigned channel) override;
   void unsubscribe_channel(unsigned channel) override;
   void subscribe() override;
   void unsubscribe() override;
-  unsigned get_channel_subscribe_count() override;
   bool has_channel(unsigned channel) override;
 
   /// Throws nx_error -5 while the store is away.
@@ -54,7 +52,6 @@ class twin_wss : public device::interfaces::wss {
   const char* side() const { return _add_drop[module_ & 1]; }
 
   std::shared_ptr<nexel_client_api> client_;
-  std::shared_ptr<subscriber> subscriber_;
   const unsigned module_;
   bool check_plan_ = false;
   mutable std::mutex written_mutex_;

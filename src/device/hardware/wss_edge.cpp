@@ -4,7 +4,6 @@
 
 #include <utility>
 
-#include "device/hardware/refusals.h"
 #include "helpers/logger.h"
 #include "platform/nexel_client/nexel_client.h"
 
@@ -12,9 +11,7 @@ namespace device::hardware {
 
 wss_edge::wss_edge(std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path,
                    unsigned index)
-    : client_(make_client(std::move(io), socket_path)),
-      subscriber_(std::make_shared<subscriber>()),
-      index_(index) {}
+    : client_(make_client(std::move(io), socket_path)), index_(index) {}
 
 std::string wss_edge::ocm_path(unsigned channel, const char* name) const {
   return fmt::format("data/ocm/{}/channel/{}/{}", index_, channel, name);
@@ -30,14 +27,6 @@ std::string wss_edge::total_power_path() const {
 
 bool wss_edge::is_operational() {
   return client_->get<std::string>("data/moduleStatus") == "operational";
-}
-
-bool wss_edge::has_subscriber() {
-  return true;
-}
-
-std::optional<std::shared_ptr<subscriber>> wss_edge::get_subscriber() {
-  return subscriber_;
 }
 
 void wss_edge::subscribe_channel(unsigned channel) {
@@ -60,10 +49,6 @@ void wss_edge::subscribe() {
 
 void wss_edge::unsubscribe() {
   subscriber_->unsubscribe(total_power_path());
-}
-
-unsigned wss_edge::get_channel_subscribe_count() {
-  return 0;
 }
 
 bool wss_edge::has_channel(unsigned) {

@@ -6,24 +6,22 @@
 #include <string>
 
 #include "device/hardware/client.h"
+#include "device/hardware/refusals.h"
 #include "device/interfaces/ocm.h"
 #include "device/interfaces/wss.h"
 
 namespace device::hardware {
 
-class wss_edge : public device::interfaces::wss, public device::interfaces::ocm {
+class wss_edge : public with_subscriptions<device::interfaces::wss, device::interfaces::ocm> {
  public:
   wss_edge(std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path,
            unsigned index);
 
   bool is_operational() override;
-  bool has_subscriber() override;
-  std::optional<std::shared_ptr<subscriber>> get_subscriber() override;
   void subscribe_channel(unsigned channel) override;
   void unsubscribe_channel(unsigned channel) override;
   void subscribe() override;
   void unsubscribe() override;
-  unsigned get_channel_subscribe_count() override;
   bool has_channel(unsigned channel) override;
 
   void set_attenuation(unsigned channel, float value) override;
@@ -56,7 +54,6 @@ class wss_edge : public device::interfaces::wss, public device::interfaces::ocm 
   std::string total_power_path() const;
 
   std::shared_ptr<nexel_client_api> client_;
-  std::shared_ptr<subscriber> subscriber_;
   const unsigned index_;
 };
 
