@@ -9,6 +9,7 @@ struct fixed_plan {
   unsigned spacing;  ///< also the width
   unsigned channels;
 
+  unsigned center(unsigned channel) const { return first_center + channel * spacing; }
   /// Percent of the channels in use, with one decimal.
   float utilization(unsigned lit_channels) const;
 };

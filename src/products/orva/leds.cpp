@@ -7,7 +7,12 @@ namespace products::orva {
 
 using ::manager::led_test_step;
 
-void leds::start_panel(std::uint32_t led_count, key_rule key_of_led, bool coldstart) {
+void leds::start_panel(const fixed_plan& plan, bool coldstart) {
+  start_panel(
+      plan.channels, [&plan](unsigned led) { return plan.center(led); }, coldstart);
+}
+
+void leds::start_panel(std::uint32_t led_count, const key_rule& key_of_led, bool coldstart) {
   LUMORA_LOG_DIRECT(7, "start", "Starting leds module.");
   {
     const std::lock_guard lock(mutex_);

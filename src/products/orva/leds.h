@@ -3,9 +3,11 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <unordered_map>
 
 #include "base/manager/leds.h"
+#include "products/orva/fixed_plan.h"
 
 namespace products::orva {
 
@@ -16,10 +18,12 @@ class leds : public ::manager::leds {
 
  protected:
   /// Centre frequency of the channel of a LED, in 10 MHz; LEDs count from 0.
-  using key_rule = unsigned (*)(unsigned led);
+  using key_rule = std::function<unsigned(unsigned led)>;
 
   /// What the `start` of every model does.
-  void start_panel(std::uint32_t led_count, key_rule key_of_led, bool coldstart);
+  void start_panel(std::uint32_t led_count, const key_rule& key_of_led, bool coldstart);
+  /// The same where every channel of the plan has a LED.
+  void start_panel(const fixed_plan& plan, bool coldstart);
 
  private:
   std::uint32_t client_count_ = 32;

@@ -30,7 +30,7 @@ void manager<RX_T, TX_T>::setup_fixed_plan(nx_db& db, Plan& plan, Loop& loop, Ad
   const auto version = redis::instance().get_release_version();
   const std::lock_guard lock(plan.get_mutex());
   for (unsigned i = 0; i < fixed_plan_.channels; ++i) {
-    const auto center = fixed_plan_.first_center + i * fixed_plan_.spacing;
+    const auto center = fixed_plan_.center(i);
     const auto control = plan.add_channel(center, fixed_plan_.spacing, only_port, version);
     control->get_channel()->set_loss_offset_index(i);
   }

@@ -2,18 +2,8 @@
 
 namespace products::orva::orvapro {
 
-namespace {
-
-constexpr unsigned led_count = 40;
-
-unsigned key_of_led(unsigned led) {
-  return 19210000 + 10000 * led;
-}
-
-}  // namespace
-
 void leds::start(bool coldstart) {
-  start_panel(led_count, key_of_led, coldstart);
+  start_panel(orvapro_plan, coldstart);
 }
 
 }  // namespace products::orva::orvapro
