@@ -19,9 +19,8 @@ namespace nx {
 
 enum class link_state {
   up,
-  dead,     ///< no server: calls fail with -107
-  hung,     ///< never answers: calls fail with -110, after 2 s on the test's clock for the first
-  refusing  ///< answers every write with the error -5 "Refused by the device", reads go on
+  dead,  ///< no server: calls fail with -107
+  hung   ///< never answers: calls fail with -110, after 2 s on the test's clock for the first
 };
 
 class in_process_network {

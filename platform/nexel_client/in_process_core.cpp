@@ -33,12 +33,11 @@ std::shared_ptr<nx_db_leaf_node> node_at(nx_db& db, const std::string& path) {
   throw nx_error(-2, "No such path: " + path);
 }
 
-void write_node(nx_db& db, const nexel_object& object, bool refusing, json_document& result) {
+void write_node(nx_db& db, const nexel_object& object, json_document& result) {
   const std::string& path = object.get_path();
   json_document params(rapidjson::kObjectType);
   object.write_request_data(params, params.GetAllocator());
   json_text(params);  // as a socket client would: a number that is not finite never goes out
-  if (refusing) throw nx_error(-5, "Refused by the device");
   auto node = node_at(db, path);
   if (node->write_returns_response()) {
     node->run(path, params["value"], result.GetAllocator(), result);
@@ -117,7 +116,7 @@ void in_process_core::call_object(nexel_object& object) {
     if (std::string_view(object.method()) == "get") {
       node_at(*db, path)->get(path, result.GetAllocator(), result);
     } else {
-      write_node(*db, object, state == link_state::refusing, result);
+      write_node(*db, object, result);
     }
   } catch (...) {
     return object.process_error_response(as_client_exception(path));

@@ -67,17 +67,6 @@ TEST_F(in_process, silence_costs_two_seconds_of_the_clock_and_one_probe_a_second
   EXPECT_EQ(client->get<int>("a"), 1);
 }
 
-TEST_F(in_process, refusing_device_is_read_and_not_written) {
-  auto node = value_node::create(tree, "a", "1");
-  auto client = connect();
-  network.set_state("nexel", nx::link_state::refusing);
-  EXPECT_EQ(client->get<int>("a"), 1);
-  const auto error = failure_of([&] { client->set<void>("a", 2); });
-  EXPECT_EQ(error.code, -5);
-  EXPECT_EQ(error.message, "Refused by the device");
-  EXPECT_EQ(node->json(), "1");
-}
-
 TEST_F(in_process, events_of_a_hung_or_dead_nexel_are_made_up_for) {
   auto node = value_node::create(tree, "a", "1");
   auto client = connect();
