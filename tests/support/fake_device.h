@@ -1,29 +1,20 @@
 // What every fake proxy answers where the tests do not care.
 #pragma once
 
-#include <memory>
-#include <optional>
-
-#include "device/interface.h"
+#include "device/hardware/refusals.h"
 #include "platform/nexel_client/nx_client_exception.h"
 
 namespace test {
 
 template <class Interface>
-class fake_device : public Interface {
+class fake_device : public device::hardware::without_subscriptions<Interface> {
  public:
+  fake_device() : device::hardware::without_subscriptions<Interface>("fake") {}
+
   bool operational = true;
   bool failing = false;  ///< every access throws
 
   bool is_operational() override { return read("is_operational", operational); }
-  bool has_subscriber() override { return false; }
-  std::optional<std::shared_ptr<device::subscriber>> get_subscriber() override { return {}; }
-  void subscribe_channel(unsigned) override {}
-  void unsubscribe_channel(unsigned) override {}
-  void subscribe() override {}
-  void unsubscribe() override {}
-  unsigned get_channel_subscribe_count() override { return 0; }
-  bool has_channel(unsigned) override { return false; }
 
  protected:
   void access(const char* name) const {

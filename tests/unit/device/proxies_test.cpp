@@ -9,7 +9,6 @@
 #include "device/hardware/tdcm.h"
 #include "device/hardware/twin_wss.h"
 #include "device/hardware/voa.h"
-#include "device/hardware/wss_edge.h"
 #include "helpers/logger.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/memory_store.h"
@@ -27,9 +26,8 @@ using testing::StartsWith;
 constexpr unsigned channel = 19600000;
 
 TEST(edfa_test, saturation_is_the_gain_that_is_missing) {
-  const std::tuple<const char*, const char*, float> table[] = {
-      {"20", "18", 2.0f}, {"18", "20", 0.0f}, {"18", "18", 0.0f}};
-  for (const auto& [gain, actual, saturation] : table) {
+  for (const auto& [gain, actual, saturation] :
+       {std::tuple{"20", "18", 2.0f}, {"18", "20", 0.0f}, {"18", "18", 0.0f}}) {
     nexel served;
     served.value("data/gain", gain);
     served.value("data/actualGain", actual);
@@ -192,34 +190,6 @@ void expect_plan_and_channels(const std::string& below, const char* of_channel, 
 TEST(selka_devices_test, ask_for_their_plan_on_every_second_call_and_know_its_channels) {
   expect_plan_and_channels<twin_wss>("data/module/drop/", "attenuation", "3.5", 1);
   expect_plan_and_channels<selka_ocm>("data/port/4/", "peak", "false", 4);
-}
-
-struct wss_edge_test : testing::Test {
-  wss_edge_test() {
-    served.value("data/ocm/2/totalPower", "3.5");
-    served.value("data/ocm/2/channel/19600000/detected", "true");
-    served.value("data/ocm/2/channel/19600000/powerLevel", "-12");
-    served.value("data/ocm/2/channel/19600000/detectLevel", "-35");
-    served.value("data/wss/2/channel/19600000/attenuation", "6.5");
-  }
-  nexel served;
-  const std::shared_ptr<wss_edge> module = std::make_shared<wss_edge>(nullptr, nexel::address, 2);
-};
-
-TEST_F(wss_edge_test, subscriptions_of_a_lost_nexel_are_repaired_from_outside) {
-  module->subscribe_channel(channel);
-  const auto subscriber = *module->get_subscriber();
-  EXPECT_TRUE(subscriber->is_operational());
-  served.set_state(nx::link_state::dead);
-  EXPECT_FALSE(subscriber->is_operational());
-  served.set_state(nx::link_state::up);
-  served.value("data/ocm/2/channel/19600000/powerLevel", "-14");
-  EXPECT_EQ(module->get_channel_power(channel), -14.0f);
-  EXPECT_FALSE(subscriber->is_operational()) << "values do not repair it";
-  module->subscribe_channel(channel);
-  EXPECT_TRUE(subscriber->is_operational());
-  served.value("data/ocm/2/channel/19600000/powerLevel", "-15");
-  EXPECT_EQ(module->get_channel_power(channel), -15.0f);
 }
 
 }  // namespace
