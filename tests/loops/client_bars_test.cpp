@@ -14,12 +14,6 @@ using namespace std::chrono_literals;
 using test::channel_watch;
 using test::plant_node;
 
-sim::topology dark_topology(const std::string& product) {
-  auto topology = sim::default_topology(product);
-  topology.nodes.front().lit = std::vector<unsigned>{};
-  return topology;
-}
-
 struct model {
   const char* product;
   bool regulates_tx;
@@ -47,7 +41,7 @@ constexpr model models[] = {
 class client_bars : public testing::TestWithParam<model> {
  protected:
   void start_dark() {
-    node_ = std::make_unique<plant_node>(dark_topology(GetParam().product));
+    node_ = std::make_unique<plant_node>(test::dark_topology(GetParam().product));
     node_->start();
     node_->add_channels();
     node_->run_for(20s);
@@ -211,9 +205,7 @@ TEST(released_channel, is_regulated_from_the_attenuation_that_its_last_step_star
   node.run_for(30s);
   const double start_db = attenuation();
   set("defaultAttenuation", fmt::format("{:.1f}", start_db));
-  auto laser = plant.get_laser(0, channel);
-  laser.power_dbm += 2.0;
-  plant.set_laser(0, channel, laser);
+  node.disturb(channel, 2.0);
   ASSERT_TRUE(node.run_until([&] { return attenuation() > start_db; }, 15s));
 
   set("adminStatus", "\"down\"");

@@ -5,8 +5,7 @@
 
 #include <cmath>
 
-#include "platform/nexel_client/nx_client_exception.h"
-#include "platform/wire/nx_error.h"
+#include "tests/support/failure.h"
 #include "tests/support/plant_node.h"
 
 namespace {
@@ -47,16 +46,10 @@ class compensated {
     node.run_for(25s);
   }
 
-  /// "ok", or what the client is told.
+  /// "", or what the client is told.
   std::string set(const std::string& settings) {
-    try {
-      node.write("config/dispersion/rx/dispersionSettings", settings);
-      return "ok";
-    } catch (const nx_error& error) {
-      return fmt::format("{} {}", error.code, error.message);
-    } catch (const nx_client_exception& error) {
-      return fmt::format("{} {}", error.code, error.message);
-    }
+    return test::failure_of(
+        [&] { node.write("config/dispersion/rx/dispersionSettings", settings); });
   }
 
   float shown(const char* name) {
@@ -76,23 +69,18 @@ class compensated {
 };
 
 TEST(dispersion, automatic_settings_follow_length_and_compensator) {
-  const struct {
-    double length_km;
-    const char* part_number;
-    unsigned path;
-    double setting;
-  } rows[] = {
-      {80.0, "TDCM-0700", 1, -676.0},   {40.0, "TDCM-0700", 2, -668.0},
-      {40.1, "TDCM-0700", 1, -9.67},    {30.0, "TDCM-0700", 2, -501.0},
-      {100.0, "TDCM-0700", 1, -700.0},  // at the end of the compensator's range
-      {80.0, limited_model, 1, -180.0}, {36.0, limited_model, 2, -180.0},
-      {40.1, limited_model, 1, -9.67},
+  const std::tuple<double, const char*, float, double> rows[] = {
+      {80.0, "TDCM-0700", 1.0f, -676.0},   {40.0, "TDCM-0700", 2.0f, -668.0},
+      {40.1, "TDCM-0700", 1.0f, -9.67},    {30.0, "TDCM-0700", 2.0f, -501.0},
+      {100.0, "TDCM-0700", 1.0f, -700.0},  // at the end of the compensator's range
+      {80.0, limited_model, 1.0f, -180.0}, {36.0, limited_model, 2.0f, -180.0},
+      {40.1, limited_model, 1.0f, -9.67},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(fmt::format("{} km, {}", row.length_km, row.part_number));
-    compensated line(row.length_km, row.part_number);
-    EXPECT_EQ(line.shown("skipDCM"), static_cast<float>(row.path));
-    EXPECT_NEAR(line.shown("tdcm"), row.setting, 0.5);
+  for (const auto& [length_km, part_number, path, setting] : rows) {
+    SCOPED_TRACE(fmt::format("{} km, {}", length_km, part_number));
+    compensated line(length_km, part_number);
+    EXPECT_EQ(line.shown("skipDCM"), path);
+    EXPECT_NEAR(line.shown("tdcm"), setting, 0.5);
     EXPECT_NEAR(line.shown("finalDispersion"), line.true_residual(), 0.5);
     EXPECT_EQ(line.fiber_type(), "G.652");
   }
@@ -100,7 +88,7 @@ TEST(dispersion, automatic_settings_follow_length_and_compensator) {
 
 TEST(dispersion, the_operators_value_stays_until_he_goes_back_to_automatic) {
   compensated line(80.0, limited_model);
-  EXPECT_EQ(line.set(R"({"mode":"manual","dispersion":400})"), "ok");
+  EXPECT_EQ(line.set(R"({"mode":"manual","dispersion":400})"), "");
   line.node.run_for(30s);
   EXPECT_NEAR(line.shown("tdcm"), 400.0, 0.5) << "not held to the range of the automatic";
   EXPECT_EQ(line.shown("skipDCM"), 1.0f);
@@ -108,10 +96,10 @@ TEST(dispersion, the_operators_value_stays_until_he_goes_back_to_automatic) {
   line.lose_and_find_the_fibre();
   EXPECT_NEAR(line.shown("tdcm"), 400.0, 0.5);
   line.node.take_log();
-  EXPECT_EQ(line.set(R"({"mode":"manual G.655","dispersion":400.0})"), "ok");
+  EXPECT_EQ(line.set(R"({"mode":"manual G.655","dispersion":400.0})"), "");
   for (const auto& text : line.node.take_log())
     EXPECT_FALSE(text.starts_with("Setting TDCM")) << "the same settings once more move nothing";
-  EXPECT_EQ(line.set(R"({"mode":"auto","dispersion":0})"), "ok");
+  EXPECT_EQ(line.set(R"({"mode":"auto","dispersion":0})"), "");
   line.node.run_for(30s);
   EXPECT_NEAR(line.shown("tdcm"), -180.0, 0.5);
   EXPECT_EQ(line.fiber_type(), "G.652");
@@ -119,17 +107,14 @@ TEST(dispersion, the_operators_value_stays_until_he_goes_back_to_automatic) {
 
 TEST(dispersion, what_is_refused_changes_nothing) {
   compensated line(80.0);
-  ASSERT_EQ(line.set(R"({"mode":"manual","dispersion":100})"), "ok");
+  ASSERT_EQ(line.set(R"({"mode":"manual","dispersion":100})"), "");
   line.node.run_for(20s);
   constexpr const char* out_of_range =
-      "-22 Dispersion compensation value is not within range (-700 to 700 [ps/nm]).";
-  const struct {
-    const char* settings;
-    const char* told;
-  } rows[] = {
-      {R"({"mode":"auto G.652","dispersion":"a"})", "-22 Dispersion value is not a number"},
-      {R"({"mode":"auto G.652"})", "-22 Dispersion value is not a number"},
-      {R"({"dispersion":5})", "-22 Dispersion mode is not a string"},
+      "! -22 Dispersion compensation value is not within range (-700 to 700 [ps/nm]).";
+  const std::pair<const char*, const char*> rows[] = {
+      {R"({"mode":"auto G.652","dispersion":"a"})", "! -22 Dispersion value is not a number"},
+      {R"({"mode":"auto G.652"})", "! -22 Dispersion value is not a number"},
+      {R"({"dispersion":5})", "! -22 Dispersion mode is not a string"},
       {R"({"mode":"manual","dispersion":700.1})", out_of_range},
       {R"({"mode":"auto","dispersion":-701})", out_of_range},
   };
@@ -138,16 +123,16 @@ TEST(dispersion, what_is_refused_changes_nothing) {
     EXPECT_NEAR(line.shown("tdcm"), 100.0, 0.5) << when;
     EXPECT_EQ(line.fiber_type(), "Manual") << when;
   };
-  for (const auto& row : rows) {
-    EXPECT_EQ(line.set(row.settings), row.told) << row.settings;
-    expect_as_before(row.settings);
+  for (const auto& [settings, told] : rows) {
+    EXPECT_EQ(line.set(settings), told) << settings;
+    expect_as_before(settings);
   }
   const std::string wanted = R"({"mode":"manual","dispersion":-300})";
   line.node.plant().set_nexel_state(0, "tdcm", sim::nexel_state::refusing);
-  EXPECT_EQ(line.set(wanted), "-5 Refused by the device");
+  EXPECT_EQ(line.set(wanted), "! -5 Refused by the device");
   expect_as_before("refusing compensator");
   line.node.plant().set_nexel_state(0, "tdcm", sim::nexel_state::ok);
-  EXPECT_EQ(line.set(wanted), "ok");
+  EXPECT_EQ(line.set(wanted), "");
   line.node.run_for(20s);
   EXPECT_NEAR(line.shown("tdcm"), -300.0, 0.5);
 }
@@ -155,7 +140,7 @@ TEST(dispersion, what_is_refused_changes_nothing) {
 TEST(dispersion, a_switch_that_answers_another_position_is_tried_until_it_moves) {
   compensated line(30.0, "TDCM-0700", true);  // it stands on 1 and belongs on 2
   const std::string manual = R"({"mode":"manual","dispersion":50})";
-  EXPECT_EQ(line.set(manual), "-22 Failed to set pathselect. Expected 2, got 1");
+  EXPECT_EQ(line.set(manual), "! -22 Failed to set pathselect. Expected 2, got 1");
   EXPECT_EQ(line.shown("skipDCM"), 1.0f);
   EXPECT_EQ(line.shown("tdcm"), 0.0f) << "not set for a way that the light does not take";
   EXPECT_EQ(line.fiber_type(), "G.652");
@@ -164,7 +149,7 @@ TEST(dispersion, a_switch_that_answers_another_position_is_tried_until_it_moves)
   EXPECT_EQ(line.shown("skipDCM"), 2.0f);
   EXPECT_NEAR(line.shown("tdcm"), -501.0, 0.5);
   EXPECT_NEAR(line.shown("finalDispersion"), line.true_residual(), 0.5);
-  EXPECT_EQ(line.set(manual), "ok");
+  EXPECT_EQ(line.set(manual), "");
 }
 
 }  // namespace

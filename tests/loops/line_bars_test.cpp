@@ -45,13 +45,6 @@ class voa_watch {
 
 class line_bars : public testing::Test {
  protected:
-  static sim::topology dark_pair() {
-    auto topology = sim::default_topology("orvalite", 2);
-    for (auto& node : topology.nodes)
-      node.lit = std::vector<unsigned>{};
-    return topology;
-  }
-
   void bring_to_rest() {
     pair_.start();
     pair_.run_for(20s);
@@ -90,7 +83,7 @@ class line_bars : public testing::Test {
   }
   unsigned voa_writes() { return pair_.plant().voa_writes(0) + pair_.plant().voa_writes(1); }
 
-  plant_pair pair_{dark_pair()};
+  plant_pair pair_{test::dark_topology("orvalite", 2)};
 };
 
 TEST_F(line_bars, three_db_more_span_is_made_up_in_90_seconds_without_a_change_of_sign) {

@@ -67,12 +67,6 @@ class every_model : public testing::TestWithParam<model> {
     EXPECT_TRUE(node_.all_on_target());
   }
 
-  static sim::topology dark(const char* product) {
-    auto topology = sim::default_topology(product);
-    topology.nodes.front().lit = std::vector<unsigned>{};
-    return topology;
-  }
-
   std::string first(const char* side) const {
     return fmt::format("client/{}/{}/", expected_.first_id, side);
   }
@@ -98,15 +92,8 @@ class every_model : public testing::TestWithParam<model> {
     return lowest;
   }
 
-  void change_all_lasers(double by_db) {
-    for (const auto channel : node_.channels()) {
-      node_.plant().change_laser(
-          0, channel, [&](sim::laser_settings& settings) { settings.power_dbm += by_db; });
-    }
-  }
-
   const model expected_ = GetParam();
-  plant_node node_{dark(GetParam().product)};
+  plant_node node_{test::dark_topology(GetParam().product)};
 };
 
 TEST_P(every_model, has_its_devices_channels_and_defaults) {
@@ -159,15 +146,12 @@ TEST_P(every_model, brings_its_band_to_target_and_a_channel_to_another) {
 TEST_P(every_model, lowers_its_targets_for_a_saturated_booster_up_to_its_cap) {
   light_up();
   const float at_rest = lowest_target();
-  change_all_lasers(10.0);
+  for (const auto channel : node_.channels())
+    node_.disturb(channel, 10.0);
   EXPECT_NEAR(at_rest - lowest_target(), expected_.saturation_cap, 0.2);
 }
 
 INSTANTIATE_TEST_SUITE_P(models, every_model, testing::ValuesIn(models),
                          [](const auto& of) { return std::string(of.param.product); });
-
-TEST(unknown_model, has_no_manager) {
-  EXPECT_THROW(plant_node("orvatiny"), std::exception);
-}
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <rapidjson/document.h>
 
+#include <csignal>
 #include <stdexcept>
 
 #include "platform/nexel_client/line_client.h"
@@ -29,6 +30,13 @@ bool eventually(const std::function<bool()>& condition) {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
   return true;
+}
+
+std::string fault_of_end(process& daemon, std::chrono::milliseconds limit) {
+  daemon.signal(SIGTERM);
+  const auto status = daemon.wait_for_exit(limit);
+  if (status == 0) return {};
+  return (status ? fmt::format("status {}:\n", *status) : "still running:\n") + daemon.last_lines();
 }
 
 daemon_node::daemon_node() = default;

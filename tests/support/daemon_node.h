@@ -18,6 +18,11 @@ namespace test {
 /// Asks again and again until it is so; false when patience ends. For what no event tells.
 bool eventually(const std::function<bool()>& condition);
 
+/// SIGTERM, upon which the process ends with status 0 in what a healthy node may take; "", or what
+/// it did instead.
+std::string fault_of_end(process& daemon,
+                         std::chrono::milliseconds limit = std::chrono::seconds(2));
+
 class daemon_node {
  public:
   static constexpr const char* conf_tag = "{conf}";
@@ -39,7 +44,6 @@ class daemon_node {
   /// A daemon below this node's folder. `arguments` follow "--interface_name NONE".
   process& start_daemon(const std::vector<std::string>& arguments = {});
   process& daemon() { return *daemon_; }
-  void stop_daemon() { daemon_.reset(); }
   /// As `start_daemon` would run it: for a second one, or with other variables.
   process::settings daemon_settings(const std::vector<std::string>& arguments = {}) const;
   /// A variable of the daemons that start from now on.

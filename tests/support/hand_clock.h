@@ -79,4 +79,14 @@ class hand_clock : public helpers::time_source, public std::enable_shared_from_t
   std::multimap<std::chrono::nanoseconds, std::function<void()>> actions_;  // owner's thread only
 };
 
+/// A base of tests whose daemon sleeps on a clock of their own.
+class on_hand_clock {
+ protected:
+  on_hand_clock() { helpers::waiting::instance().set_source(clock); }
+  ~on_hand_clock() { helpers::waiting::instance().set_source(nullptr); }
+
+  const std::shared_ptr<hand_clock> clock =
+      std::make_shared<hand_clock>([](std::chrono::nanoseconds) {});
+};
+
 }  // namespace test

@@ -11,6 +11,13 @@
 
 namespace test {
 
+sim::topology dark_topology(const std::string& product, unsigned nodes) {
+  auto topology = sim::default_topology(product, nodes);
+  for (auto& node : topology.nodes)
+    node.lit = std::vector<unsigned>{};
+  return topology;
+}
+
 plant_stage::plant_stage(sim::topology topology)
     : plant_(std::make_unique<sim::plant>(std::move(topology))),
       clock_(std::make_shared<hand_clock>([this](std::chrono::nanoseconds piece) { step(piece); })),

@@ -22,6 +22,9 @@ namespace test {
 /// A stretch of cycles' worth of log lines that the daemon wrote at level 2.
 using log_lines = std::vector<std::string>;
 
+/// The default topology of a product with every client of its nodes dark.
+sim::topology dark_topology(const std::string& product, unsigned nodes = 1);
+
 class plant_stage {
  public:
   sim::plant& plant() { return *plant_; }

@@ -1,31 +1,18 @@
 // What is missing when the daemon starts, or stands still when it is to end.
 #include <fmt/format.h>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-
-#include <filesystem>
 
 #include "tests/system/regulating_node.h"
 
 namespace {
 
 using namespace std::chrono_literals;
-using testing::HasSubstr;
-using testing::Not;
 
 constexpr const char* no_system = "Failed to read system nexels, retrying.";
 
 // One time-out of a device call, whatever many of them are under way or follow, and what a healthy
 // node may take.
 constexpr auto stop_limit_with_hung_device = 3s;
-
-void expect_orderly_end(test::process& daemon, std::chrono::milliseconds limit) {
-  daemon.signal(SIGTERM);
-  const auto status = daemon.wait_for_exit(limit);
-  ASSERT_TRUE(status) << "still running:\n" << daemon.last_lines();
-  EXPECT_EQ(*status, 0) << daemon.last_lines();
-}
 
 TEST(late_start, waits_for_the_system_nexels_and_ends_in_that_wait_too) {
   for (const char* device : {"system_info", "system_start"}) {
@@ -38,7 +25,7 @@ TEST(late_start, waits_for_the_system_nexels_and_ends_in_that_wait_too) {
       ASSERT_TRUE(node.wait_for_more(no_system, 2)) << node.daemon().last_lines();
       EXPECT_TRUE(node.serves());
       const bool hung = std::string(state) == "hung";
-      expect_orderly_end(node.daemon(), hung ? stop_limit_with_hung_device : 2s);
+      EXPECT_EQ(test::fault_of_end(node.daemon(), hung ? stop_limit_with_hung_device : 2s), "");
 
       node.start_daemon();
       ASSERT_TRUE(node.wait_for_more(no_system)) << node.daemon().last_lines();
@@ -46,18 +33,6 @@ TEST(late_start, waits_for_the_system_nexels_and_ends_in_that_wait_too) {
       EXPECT_TRUE(node.await_configuration()) << node.daemon().last_lines();
     }
   }
-}
-
-TEST(late_start, counts_0_db_without_a_calibration_file) {
-  const std::string calibration_path = "data/client/rx/edfaCalibration";
-  test::regulating_node node;
-  node.start_surroundings();
-  std::filesystem::remove_all(node.root().file("mnt"));
-  node.start_and_await();
-  EXPECT_THAT(node.daemon().output(), Not(HasSubstr("Read calibration value")));
-  node.release();
-  EXPECT_TRUE(test::eventually([&] { return node.read(calibration_path) == "0"; }))
-      << node.read(calibration_path);
 }
 
 TEST(late_start, ends_in_time_with_a_hung_device) {
@@ -69,7 +44,7 @@ TEST(late_start, ends_in_time_with_a_hung_device) {
     node.release();
     node.plant().set_device(device, "hung");
     ASSERT_TRUE(node.daemon().wait_for("No answer within 2 s")) << node.daemon().last_lines();
-    expect_orderly_end(node.daemon(), stop_limit_with_hung_device);
+    EXPECT_EQ(test::fault_of_end(node.daemon(), stop_limit_with_hung_device), "");
     node.plant().set_device(device, "ok");
   }
 }

@@ -10,7 +10,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::HasSubstr;
-using testing::StartsWith;
 
 constexpr const char* operational = "Manager operational, regulating: ";
 constexpr const char* plan_key = "{conf}:qz/lumora:channel/plan/rx";
@@ -33,13 +32,6 @@ struct node_test : testing::Test {
 
   bool waits_for_one_more(const std::string& text) {
     return node.daemon().wait_for(text, node.daemon().count(text) + 1);
-  }
-
-  void expect_orderly_end(std::chrono::milliseconds limit) {
-    node.daemon().signal(SIGTERM);
-    const auto status = node.daemon().wait_for_exit(limit);
-    ASSERT_TRUE(status) << "still running:\n" << node.daemon().last_lines();
-    EXPECT_EQ(*status, 0) << node.daemon().last_lines();
   }
 
   test::daemon_node node;
@@ -72,16 +64,8 @@ TEST_F(node_test, stops_within_two_seconds_in_each_phase) {
     SCOPED_TRACE(name);
     start_daemon("orvalite");
     enter();
-    expect_orderly_end(2s);
+    EXPECT_EQ(test::fault_of_end(node.daemon()), "");
   }
-}
-
-TEST_F(node_test, a_write_is_possible_only_once_everything_is_built) {
-  node.start_store();
-  node.start_daemon();
-  ASSERT_TRUE(node.daemon().wait_for("Manager starting up."));
-  EXPECT_THAT(node.write("config/redisConfigStatus", "true"), StartsWith("error -2"));
-  expect_orderly_end(3s);
 }
 
 TEST_F(node_test, goes_on_without_its_devices_and_takes_them_up_again) {
@@ -94,7 +78,7 @@ TEST_F(node_test, goes_on_without_its_devices_and_takes_them_up_again) {
   node.start_devices("orvalite");
   EXPECT_TRUE(waits_for_one_more(operational)) << node.daemon().last_lines();
   node.stop_devices();
-  expect_orderly_end(2s);
+  EXPECT_EQ(test::fault_of_end(node.daemon()), "");
 }
 
 TEST_F(node_test, keeps_its_channels_across_a_crash_and_a_lost_store) {
@@ -122,7 +106,7 @@ TEST_F(node_test, keeps_its_channels_across_a_crash_and_a_lost_store) {
   EXPECT_EQ(command("19500000"), R"({"command/channel/add":true})");
   EXPECT_EQ(node.read("data/channel/index"), R"("[19500000,19600000]")");
   EXPECT_THAT(node.store().get(plan_key), HasSubstr("19600000"));
-  expect_orderly_end(2s);
+  EXPECT_EQ(test::fault_of_end(node.daemon()), "");
 }
 
 }  // namespace

@@ -26,10 +26,6 @@ TEST(operator_at_the_node, reads_writes_watches_and_is_told_what_was_refused) {
   EXPECT_EQ(lines_of(powers.output), 32) << powers.output;
   EXPECT_THAT(powers.output, HasSubstr(fmt::format("data/client/{}/rx/power", channel)));
 
-  const auto levels = node.lumoractl({"list", "data/client"});
-  EXPECT_EQ(levels.status, 0);
-  EXPECT_THAT(levels.output, HasSubstr(channel + "/\n"));
-
   // A lower target is not only taken: the light follows.
   const auto power = fmt::format("truth/node/0/rx/channel/{}/boosterPower", channel);
   const double before = node.plant().number(power);
@@ -38,23 +34,10 @@ TEST(operator_at_the_node, reads_writes_watches_and_is_told_what_was_refused) {
   EXPECT_TRUE(test::eventually([&] { return node.plant().number(power) < before - 1.0; }))
       << before << " dBm, now " << node.plant().number(power);
 
-  const struct {
-    std::vector<std::string> words;
-    int status;
-    std::string told;
-  } refusals[] = {
-      {{"set", offset, "warm"}, 2, "takes a number"},
-      {{"set", offset, "1000"}, 1, "-22 Wanted power 1000 is out of range"},
-      {{"set", "data/configStatus", "false"}, 1, "Not writable"},
-      {{"get", "data/nowhere"}, 1, "-2 No such path"},
-      {{"get", "data/nowhere/*"}, 5, "no path fits"},
-      {{"--nexel", "nobody", "get", "data"}, 3, "Not connected"},
-  };
-  for (const auto& row : refusals) {
-    const auto refused = node.lumoractl(row.words);
-    EXPECT_EQ(refused.status, row.status) << refused.output;
-    EXPECT_THAT(refused.output, HasSubstr(row.told));
-  }
+  const auto refused = node.lumoractl({"set", offset, "1000"});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_THAT(refused.output, HasSubstr("-22 Wanted power 1000 is out of range"));
+  EXPECT_EQ(node.lumoractl({"--nexel", "nobody", "get", "data"}).status, 3);
   EXPECT_EQ(node.lumoractl({"get", offset}).output, "-2 dBm\n");
 
   const auto watched =

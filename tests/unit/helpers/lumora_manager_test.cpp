@@ -34,10 +34,7 @@ class product final : public manager::interface {
 
 /// The daemon's core on a tree, with the store inside the process and a clock that moves when the
 /// core sleeps: `clock->at` is what happens in the node meanwhile.
-struct lumora_manager_test : testing::Test {
-  lumora_manager_test() { helpers::waiting::instance().set_source(clock); }
-  ~lumora_manager_test() override { helpers::waiting::instance().set_source(nullptr); }
-
+struct lumora_manager_test : testing::Test, test::on_hand_clock {
   void start_core() {
     std::shared_ptr<manager::interface> as_interface = model;
     core->start(as_interface, &running);
@@ -49,8 +46,6 @@ struct lumora_manager_test : testing::Test {
   bool config_status() { return test::flag_of(db, "data/configStatus"); }
 
   test::memory_store store;
-  const std::shared_ptr<test::hand_clock> clock =
-      std::make_shared<test::hand_clock>([](std::chrono::nanoseconds) {});
   nx_db db;
   const std::shared_ptr<lumora_manager> core = std::make_shared<lumora_manager>(db);
   const std::shared_ptr<product> model = std::make_shared<product>();

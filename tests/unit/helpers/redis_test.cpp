@@ -4,12 +4,13 @@
 #include <gtest/gtest.h>
 
 #include "platform/kvs_client/kvs_client.h"
-#include "platform/wire/nx_error.h"
+#include "tests/support/failure.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/memory_store.h"
 
 namespace {
 
+using test::failure_of;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -18,15 +19,7 @@ constexpr const char* reconnecting = "Redis client not connected, reconnecting."
 constexpr const char* lost =
     "kvs_client_exception, function bool redis::_check_connection(bool), line ";
 
-template <class Action>
-nx_error error_of(Action action) {
-  try {
-    action();
-  } catch (const nx_error& error) {
-    return error;
-  }
-  return {0, "none"};
-}
+constexpr const char* not_connected = "! -5 Redis not connected.";
 
 struct redis_test : testing::Test {
   test::memory_store memory;
@@ -43,8 +36,8 @@ TEST_F(redis_test, usable_only_with_status_ok_and_mounts) {
     memory.set_mounts(mounts);
     const test::log_capture log;
     EXPECT_EQ(store.is_connected(), usable) << status << "," << mounts;
-    const auto error = error_of([&] { store.set("{conf}:key", std::string("value")); });
-    EXPECT_EQ(error, usable ? nx_error(0, "none") : nx_error(-5, "Redis not connected."));
+    EXPECT_EQ(failure_of([&] { store.set("{conf}:key", std::string("value")); }),
+              usable ? "" : not_connected);
     EXPECT_THAT(log.texts(), ElementsAre()) << "a store that answers is no reason to reconnect";
   }
 }
@@ -53,7 +46,7 @@ TEST_F(redis_test, reconnects_once_and_recovers) {
   {
     const test::log_capture log;
     kvs_memory::set_available(false);
-    EXPECT_EQ(error_of([&] { store.get("{conf}:key"); }), nx_error(-5, "Redis not connected."));
+    EXPECT_EQ(failure_of([&] { store.get("{conf}:key"); }), not_connected);
     EXPECT_THAT(log.texts(), ElementsAre(StartsWith(lost), reconnecting, StartsWith(lost)));
   }
   kvs_memory::set_available(true);
@@ -63,7 +56,7 @@ TEST_F(redis_test, reconnects_once_and_recovers) {
 
 TEST_F(redis_test, remembers_the_version_once_it_was_read) {
   kvs_memory::set_available(false);
-  EXPECT_EQ(error_of([&] { store.get_release_version(); }).code, -5);
+  EXPECT_EQ(failure_of([&] { store.get_release_version(); }), not_connected);
   kvs_memory::set_available(true);
   EXPECT_EQ(store.get_release_version(), "R7");
   kvs_memory::set_available(false);

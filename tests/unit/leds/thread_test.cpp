@@ -17,16 +17,7 @@ namespace {
 using namespace std::chrono_literals;
 using test::texts;
 
-class on_a_clock : public testing::Test {
- protected:
-  on_a_clock() { helpers::waiting::instance().set_source(clock); }
-  ~on_a_clock() override { helpers::waiting::instance().set_source(nullptr); }
-
-  std::shared_ptr<test::hand_clock> clock =
-      std::make_shared<test::hand_clock>([](std::chrono::nanoseconds) {});
-};
-
-class coldstart : public on_a_clock {
+class coldstart : public testing::Test, protected test::on_hand_clock {
  protected:
   template <class Model>
   texts first_sweep(unsigned panel_size) {
@@ -108,7 +99,7 @@ TEST_F(coldstart, a_panel_that_fails_at_once_does_not_hold_time_still) {
   EXPECT_LT(accesses, 200'000u);
 }
 
-class led_thread : public on_a_clock {
+class led_thread : public testing::Test, protected test::on_hand_clock {
  protected:
   using bench_t = test::led_bench<products::orva::orvalite::leds>;
 

@@ -115,11 +115,10 @@ class fake_leds : public manager::leds {
 
 using orva_line = manager::loops::line<products::orva_control>;
 
-struct line_bench {
+struct line_bench : on_hand_clock {
   using plan_t = channel::plan<products::orva_control>;
 
   line_bench() {
-    helpers::waiting::instance().set_source(clock);
     logger::instance().level = 2;
     load_board_file(
         "cal_linerx_to_preamprx -0.5\ncal_linerx_to_oscrx -1.5\n"
@@ -133,7 +132,6 @@ struct line_bench {
     line->set_booster(booster);
     line->set_leds(leds);
   }
-  ~line_bench() { helpers::waiting::instance().set_source(nullptr); }
 
   void start() {
     line->setup_api(own);
@@ -166,7 +164,6 @@ struct line_bench {
   nx_db own{poller};
   peer_tree peer;
   nx::in_process_network network;
-  std::shared_ptr<hand_clock> clock = std::make_shared<hand_clock>([](std::chrono::nanoseconds) {});
   std::shared_ptr<fake_osc> osc = std::make_shared<fake_osc>();
   std::shared_ptr<fake_sfp> sfp = std::make_shared<fake_sfp>();
   std::shared_ptr<fake_voa> voa = std::make_shared<fake_voa>(actions);

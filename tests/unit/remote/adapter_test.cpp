@@ -69,10 +69,9 @@ const std::vector<number_operation> number_operations{
 };
 
 /// A peer of a product, subscribed to; each number of its tree is another one.
-class subscribed_peer {
+class subscribed_peer : test::on_hand_clock {
  public:
   explicit subscribed_peer(const std::string& product) {
-    helpers::waiting::instance().set_source(clock_);
     if (product.starts_with("TARN")) {
       tree.fill_tarn(product);
     } else {
@@ -92,7 +91,6 @@ class subscribed_peer {
     adapter->subscribe(client_, values);
     adapter->subscribe_channel(client_, values, channel);
   }
-  ~subscribed_peer() { helpers::waiting::instance().set_source(nullptr); }
 
   /// The operations that the family refuses with a text of its own.
   std::set<std::string> refused() {
@@ -123,8 +121,6 @@ class subscribed_peer {
   }
 
   nx::in_process_network network_;
-  std::shared_ptr<test::hand_clock> clock_ =
-      std::make_shared<test::hand_clock>([](std::chrono::nanoseconds) {});
   std::shared_ptr<manager::remote::client> client_ = std::make_shared<manager::remote::client>();
 };
 

@@ -16,14 +16,12 @@ using namespace std::chrono_literals;
 using plan_t = channel::plan<products::orva_control>;
 constexpr unsigned first_channel = 19600000;
 
-class remote_peer : public testing::Test {
+class remote_peer : public testing::Test, protected test::on_hand_clock {
  protected:
   remote_peer() {
-    helpers::waiting::instance().set_source(clock);
     plan->add_channel(first_channel, 5000, 1, "1");
     remote = std::make_shared<manager::remote::api>();
   }
-  ~remote_peer() override { helpers::waiting::instance().set_source(nullptr); }
 
   /// One cycle of the manager, half a second apart.
   void cycle(unsigned count = 1) {
@@ -44,8 +42,6 @@ class remote_peer : public testing::Test {
 
   std::string shown(const std::string& path) { return test::text_of(own, path); }
 
-  std::shared_ptr<test::hand_clock> clock =
-      std::make_shared<test::hand_clock>([](std::chrono::nanoseconds) {});
   nx_db own;
   test::peer_tree peer;
   test::peer_tree other;
