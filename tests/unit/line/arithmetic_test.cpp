@@ -18,13 +18,6 @@ TEST(line_arithmetic, losses_are_never_negative_and_need_a_length) {
   EXPECT_EQ(attenuation_per_kilometer(-1, 80), 0);
 }
 
-TEST(line_arithmetic, a_line_opens_where_the_peers_preamp_reaches_its_limit) {
-  const float loss = signal_loss_from_osc(1.5f, -21.5f);
-  EXPECT_FLOAT_EQ(loss, 22.0f);
-  EXPECT_FLOAT_EQ(opening_attenuation(20, 21, loss, 27), 4.0f);
-  EXPECT_FLOAT_EQ(opening_attenuation(20, 21, loss, 20), -3.0f) << "no limit is applied here";
-}
-
 TEST(line_arithmetic, embedded_settings_are_limited_on_one_side_each) {
   EXPECT_FLOAT_EQ(voa_attenuation_for({20, 150, 0, 1, -0.25f, 0.3f}), 20 - 15.0515f - 1.55f);
   EXPECT_FLOAT_EQ(voa_attenuation_for({20, 4800, 5, 0, 0, 0}), 15);
@@ -33,17 +26,6 @@ TEST(line_arithmetic, embedded_settings_are_limited_on_one_side_each) {
   EXPECT_EQ(embedded_target_power(17, 3), 5);
   EXPECT_EQ(embedded_preamp_gain(-0.5f, 17, 1, 15), 17);
   EXPECT_EQ(embedded_preamp_gain(-0.5f, 10, 1, 15), 15);
-}
-
-TEST(line_arithmetic, a_step_out_of_saturation_is_half_of_it_within_limits) {
-  for (const auto& [saturation, step] : {std::pair{0.2f, 0.2f},
-                                         {0.4f, 0.2f},
-                                         {0.5f, 0.25f},
-                                         {1.0f, 0.5f},
-                                         {2.0f, 1.0f},
-                                         {9.0f, 1.0f}}) {
-    EXPECT_EQ(saturation_step(saturation), step) << saturation;
-  }
 }
 
 TEST(line_arithmetic, weak_channels_pull_the_attenuation_down) {

@@ -7,7 +7,6 @@
 #include "sim/plant/amplifier.h"
 #include "sim/plant/channel_monitor.h"
 #include "sim/plant/laser.h"
-#include "sim/plant/line_voa.h"
 #include "sim/plant/wave_switch.h"
 
 namespace {
@@ -58,16 +57,6 @@ TEST(wave_switch, a_coarse_one_answers_a_small_step_with_what_it_had) {
   EXPECT_DOUBLE_EQ(device.shown_attenuation_db(0), 6.0);
   EXPECT_DOUBLE_EQ(device.true_attenuation_db(0), before_db);
   EXPECT_EQ(device.counters(0).switch_attenuation, 2u);
-}
-
-TEST(line_voa, settles_in_a_tenth_of_a_second) {
-  line_voa voa{voa_settings{}};
-  voa.set_attenuation(12.34);
-  run(voa, 0.05);
-  EXPECT_DOUBLE_EQ(voa.shown_attenuation_db(), 5.0);
-  run(voa, 0.05);
-  EXPECT_NEAR(voa.shown_attenuation_db(), 12.3, 1e-9);
-  EXPECT_NEAR(voa.loss_db(), 13.3, 1e-9);
 }
 
 TEST(channel_monitor, shows_passes_to_a_hundredth_above_its_floor) {

