@@ -77,12 +77,6 @@ class subscribed_peer : test::on_hand_clock {
     } else {
       tree.fill_terminal(product, {channel});
     }
-    if (product == "ORVA-PRO") {
-      for (const char* name : {"tdcm", "finalDispersion", "dispersionOffset"}) {
-        tree.set(std::string("local/interface/line/1/data/dispersion/rx/") + name, 0.0f);
-      }
-      tree.set("local/interface/line/1/data/dispersion/rx/fiberType", "G.652");
-    }
     give_numbers();
     adapter = manager::remote::create_adapter(product);
     network_.attach(test::peer_tree::address, tree.db);

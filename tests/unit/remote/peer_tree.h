@@ -77,24 +77,15 @@ inline void peer_tree::fill_terminal(const std::string& product,
       set_default(entry.kind, fmt::format(fmt::runtime(entry.path), id));
     }
   }
+  if (product != "ORVA-PRO") return;
+  for (const auto& entry : dispersion_paths)
+    set_default(entry.kind, entry.path);
 }
 
 inline void peer_tree::fill_tarn(const std::string& product) {
   identify(product);
-  for (const char* path :
-       {"data/neighbour/edfa/rx/power", "data/line/1/rx/osc/power", "data/line/1/tx/power",
-        "data/line/1/tx/totalPower", "data/line/1/rx/totalPower", "data/line/1/tx/osc/power",
-        "osc/2/data/fiberDispersion", "interface/line/1/data/osc/loss",
-        "interface/line/1/data/osc/attenuation", "osc/2/data/fiberLength", "data/spanloss/ots/tx",
-        "data/spanloss/ots/rx", "data/spanloss/oms/tx", "data/spanloss/oms/rx",
-        "data/neighbour/edfa/minGain"}) {
-    set(path, 0.0f);
-  }
-  for (const char* path :
-       {"interface/line/1/data/osc/rx/interfaceName", "interface/line/1/data/osc/tx/interfaceName",
-        "data/spanloss/section", "interface/line/1/data/hostname"}) {
-    set(path, "na");
-  }
+  for (const auto& entry : manager::remote::device::tarn_line_paths)
+    set_default(entry.kind, entry.path);
 }
 
 class fake_osc : public fake_device<device::interfaces::osc> {

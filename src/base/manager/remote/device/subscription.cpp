@@ -45,6 +45,35 @@ constexpr subscription channel_paths[] = {
     {text, "data/client/{}/rx/status"},
 };
 
+constexpr subscription dispersion_rows[] = {
+    {text, "local/interface/line/1/data/dispersion/rx/fiberType"},
+    {number, "local/interface/line/1/data/dispersion/rx/tdcm"},
+    {number, "local/interface/line/1/data/dispersion/rx/finalDispersion"},
+    {number, "local/interface/line/1/data/dispersion/rx/dispersionOffset"},
+};
+
+constexpr subscription tarn_rows[] = {
+    {number, "data/neighbour/edfa/rx/power"},
+    {number, "data/line/1/rx/osc/power"},
+    {number, "data/line/1/tx/power"},
+    {number, "data/line/1/tx/totalPower"},
+    {number, "data/line/1/rx/totalPower"},
+    {number, "data/line/1/tx/osc/power"},
+    {number, "osc/2/data/fiberDispersion"},
+    {number, "interface/line/1/data/osc/loss"},
+    {number, "interface/line/1/data/osc/attenuation"},
+    {number, "osc/2/data/fiberLength"},
+    {text, "interface/line/1/data/osc/rx/interfaceName"},
+    {text, "interface/line/1/data/osc/tx/interfaceName"},
+    {number, "data/spanloss/ots/tx"},
+    {number, "data/spanloss/ots/rx"},
+    {number, "data/spanloss/oms/tx"},
+    {number, "data/spanloss/oms/rx"},
+    {text, "data/spanloss/section"},
+    {number, "data/neighbour/edfa/minGain"},
+    {text, "interface/line/1/data/hostname"},
+};
+
 bool offers(family peer, const subscription& entry) {
   return entry.who == all || peer == family::orva;
 }
@@ -65,6 +94,8 @@ void subscribe_one(manager::remote::client& client, ::device::subscriber& values
 
 const std::span<const subscription> terminal_line_paths{line_paths};
 const std::span<const subscription> terminal_channel_paths{channel_paths};
+const std::span<const subscription> dispersion_paths{dispersion_rows};
+const std::span<const subscription> tarn_line_paths{tarn_rows};
 
 void subscribe_all(manager::remote::client& client, ::device::subscriber& values,
                    std::span<const subscription> list, family peer) {

@@ -27,5 +27,8 @@ void subscribe_all(manager::remote::client& client, ::device::subscriber& values
 /// Of a peer with client ports, orva or selka: the line as a whole, and one of its channels.
 extern const std::span<const subscription> terminal_line_paths;
 extern const std::span<const subscription> terminal_channel_paths;
+/// Of a peer that compensates dispersion, and of an in-line amplifier.
+extern const std::span<const subscription> dispersion_paths;
+extern const std::span<const subscription> tarn_line_paths;
 
 }  // namespace manager::remote::device

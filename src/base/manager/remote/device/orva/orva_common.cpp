@@ -5,17 +5,6 @@
 
 namespace manager::remote::device::orva {
 
-namespace {
-
-constexpr subscription dispersion_paths[] = {
-    {value_kind::text, "local/interface/line/1/data/dispersion/rx/fiberType"},
-    {value_kind::number, "local/interface/line/1/data/dispersion/rx/tdcm"},
-    {value_kind::number, "local/interface/line/1/data/dispersion/rx/finalDispersion"},
-    {value_kind::number, "local/interface/line/1/data/dispersion/rx/dispersionOffset"},
-};
-
-}  // namespace
-
 void orva_common::subscribe(const client_ptr& client, const subscriber_ptr& values) {
   LUMORA_LOG(2, "Starting remote subscription against ORVA products.");
   subscribe_all(*client, *values, terminal_line_paths, family::orva);
