@@ -1,6 +1,9 @@
 #include "platform/nexel_client/line_stream.h"
 
+#include <sys/socket.h>
+
 #include <boost/asio/buffer.hpp>
+#include <boost/asio/post.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/system/system_error.hpp>
 
@@ -12,7 +15,7 @@ namespace nx {
 using boost::system::error_code;
 
 line_stream::line_stream(const io_strand& strand, std::weak_ptr<owner> receiver)
-    : socket_(strand), owner_(std::move(receiver)), lines_(limits::output_bytes_per_session) {}
+    : owner_(std::move(receiver)), lines_(limits::output_bytes_per_session), socket_(strand) {}
 
 void line_stream::connect(const nexel_address& address) {
   nexel_address::endpoint endpoint;
@@ -41,27 +44,52 @@ void line_stream::connected(const nexel_address& address, const error_code& erro
 }
 
 void line_stream::close() {
+  const std::lock_guard lock(output_mutex_);
   closed_ = true;
   error_code ignored;
   socket_.close(ignored);
 }
 
-void line_stream::append(std::string_view line) {
-  waiting_ += line;
-  waiting_ += '\n';
+bool line_stream::writing() const {
+  const std::lock_guard lock(output_mutex_);
+  return writing_;
 }
 
-void line_stream::flush() {
-  if (closed_ || writing_ || waiting_.empty()) return;
+void line_stream::send(std::string_view lines) {
+  const std::lock_guard lock(output_mutex_);
+  if (closed_) return;
+  if (writing_) {
+    waiting_ += lines;
+    return;
+  }
+  const auto taken =
+      ::send(socket_.native_handle(), lines.data(), lines.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+  lines.remove_prefix(taken > 0 ? static_cast<std::size_t>(taken) : 0);
+  if (lines.empty()) return;
+  // The strand writes the rest, and meets the error if there was one.
+  waiting_ = lines;
   writing_ = true;
+  boost::asio::post(socket_.get_executor(), [self = shared_from_this()] { self->write_waiting(); });
+}
+
+void line_stream::write_waiting() {
+  const std::lock_guard lock(output_mutex_);
+  if (closed_) return;
   in_flight_.clear();
   in_flight_.swap(waiting_);
-  boost::asio::async_write(socket_, boost::asio::buffer(in_flight_),
-                           [self = shared_from_this()](const error_code& error, std::size_t) {
-                             self->writing_ = false;
-                             if (error) return self->end(error.message());
-                             self->flush();
-                           });
+  boost::asio::async_write(
+      socket_, boost::asio::buffer(in_flight_),
+      [self = shared_from_this()](const error_code& error, std::size_t) { self->written(error); });
+}
+
+void line_stream::written(const error_code& error) {
+  if (error) return end(error.message());
+  bool more = false;
+  {
+    const std::lock_guard lock(output_mutex_);
+    writing_ = more = !waiting_.empty();
+  }
+  if (more) write_waiting();
 }
 
 void line_stream::read() {

@@ -1,12 +1,13 @@
 // One connection of the socket client: connects, cuts what arrives into lines, and writes. What is
-// appended while a write is under way goes out with the next one. All of it on the strand; after
-// `close` the owner hears nothing more.
+// sent while the socket is full goes out in one piece once it takes more. On the strand but where
+// it is said; after `close` the owner hears nothing more.
 #pragma once
 
 #include <array>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/strand.hpp>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -34,24 +35,30 @@ class line_stream : public std::enable_shared_from_this<line_stream> {
   void connect(const nexel_address& address);
   void close();
 
-  void append(std::string_view line);
-  void flush();
-  /// Written bytes are still on their way.
-  bool writing() const { return writing_; }
+  /// Whole lines, each with its end. From any thread, as `writing`; never blocks. A failure ends
+  /// the stream from the strand.
+  void send(std::string_view lines);
+  /// Sent bytes still wait for the socket.
+  bool writing() const;
 
  private:
   void connected(const nexel_address& address, const boost::system::error_code& error);
   void read();
   void received(std::size_t size);
   void end(const std::string& reason);
+  void write_waiting();
+  void written(const boost::system::error_code& error);
 
-  nexel_address::socket socket_;
   std::weak_ptr<owner> owner_;
-  bool closed_ = false;
   std::array<char, 16 * 1024> chunk_;
   line_splitter lines_;
-  std::string waiting_;
   std::string in_flight_;
+
+  // Guards the output and the socket's life; the strand alone writes `closed_` and opens or closes.
+  mutable std::mutex output_mutex_;
+  nexel_address::socket socket_;
+  bool closed_ = false;
+  std::string waiting_;
   bool writing_ = false;
 };
 

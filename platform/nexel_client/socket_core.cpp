@@ -41,6 +41,7 @@ socket_core::socket_core(boost::asio::io_context& io, nexel_address address, std
       last_calls_(boost::asio::use_service<last_calls>(io)),
       strand_(io.get_executor()),
       address_(std::move(address)),
+      calls_(last_calls_, address_.text()),
       name_(std::move(name)),
       connection_subscriber_(std::move(connection_subscriber)),
       pace_(static_cast<unsigned>(std::hash<std::string>()(address_.text() + name_))),
@@ -57,7 +58,7 @@ bool socket_core::on_io_thread() const {
 }
 
 void socket_core::call(const nexel_request& request) {
-  std::vector<outgoing> calls;
+  std::vector<live_calls::call> calls;
   for (const auto& object : request.get_objects()) {
     try {
       if (io_.stopped())
@@ -67,83 +68,58 @@ void socket_core::call(const nexel_request& request) {
       object->report_local_error({error.code, error.message, object->get_path()});
     }
   }
-  put_into_inbox(std::move(calls), nullptr);
+  send(std::move(calls));
+}
+
+void socket_core::send(std::vector<live_calls::call> calls) {
+  if (!calls_.send(std::move(calls))) return;
+  boost::asio::post(strand_, [self = shared_from_this()] { self->attend(); });
 }
 
 void socket_core::subscribe(std::shared_ptr<nexel_subscriber> subscriber) {
-  put_into_inbox({}, std::move(subscriber));
-}
-
-void socket_core::put_into_inbox(std::vector<outgoing> calls,
-                                 std::shared_ptr<nexel_subscriber> subscriber) {
   {
-    std::lock_guard lock(inbox_mutex_);
-    const bool drain_is_on_its_way = !inbox_.empty() || !new_subscribers_.empty();
-    for (auto& call : calls)
-      inbox_.push_back(std::move(call));
-    if (subscriber) new_subscribers_.push_back(std::move(subscriber));
-    if (drain_is_on_its_way) return;
+    const std::lock_guard lock(new_subscribers_mutex_);
+    new_subscribers_.push_back(std::move(subscriber));
+    if (new_subscribers_.size() > 1) return;
   }
-  boost::asio::post(strand_, [self = shared_from_this()] { self->drain_inbox(); });
+  boost::asio::post(strand_, [self = shared_from_this()] { self->add_new_subscribers(); });
 }
 
-void socket_core::drain_inbox() {
-  std::vector<outgoing> calls;
+void socket_core::attend() {
+  for (const auto& [object, error] : calls_.take_refused())
+    object->report_local_error(error);
+  if (phase_ == phase::closed || last_calls_.announced()) fail_unconnected(calls_.take_waiting());
+  if (phase_ == phase::pausing && calls_.has_waiting()) attempt_soon();
+  watch_deadline();
+}
+
+void socket_core::add_new_subscribers() {
   std::vector<std::shared_ptr<nexel_subscriber>> subscribers;
   {
-    std::lock_guard lock(inbox_mutex_);
-    calls.swap(inbox_);
+    const std::lock_guard lock(new_subscribers_mutex_);
     subscribers.swap(new_subscribers_);
   }
   for (const auto& subscriber : subscribers)
     subscriptions_.add(subscriber);
-  if (phase_ == phase::connected) {
-    subscribe_due(clock::now());
-    for (auto& call : calls)
-      start(std::move(call));
-    stream_->flush();
-  } else {
-    for (auto& call : calls)
-      await_connection(std::move(call));
-    if (!waiting_.empty() && phase_ == phase::pausing) attempt_soon();
-  }
+  if (phase_ == phase::connected) send(due_subscriptions(clock::now()));
   watch_subscriptions();
 }
 
-void socket_core::await_connection(outgoing call) {
-  if (!last_calls_.announced()) return waiting_.push_back(std::move(call));
-  call.object->report_local_error(not_connected_to(address_.text(), call.object->get_path()));
-}
-
-// Output that does not even leave means that nothing is read at the other end: no probe is added.
-void socket_core::start(outgoing call) {
-  const auto now = clock::now();
-  const bool stuck = watch_.silent() && stream_->writing();
-  if (stuck || !watch_.admits(now)) {
-    return call.object->report_local_error(
-        no_answer_from(address_.text(), call.object->get_path()));
-  }
-  const auto deadline = last_calls_.limited(now + answer_watch::time_out);
-  if (deadline <= now) {
-    return call.object->report_local_error(
-        not_connected_to(address_.text(), call.object->get_path()));
-  }
-  const char* method = call.object->method();
-  const auto id = calls_.add(std::move(call.object), deadline);
-  stream_->append(json_rpc::request(id, method, std::string_view(call.params)));
-  watch_deadline();
+void socket_core::fail_unconnected(const live_calls::objects& calls) {
+  for (const auto& object : calls)
+    object->report_local_error(not_connected_to(address_.text(), object->get_path()));
 }
 
 void socket_core::answer(const json_value& message) {
   const auto id = message.FindMember("id");
   if (id == message.MemberEnd()) return;
-  watch_.answered();
   const auto error = message.FindMember("error");
   const auto result = message.FindMember("result");
   if (!id->value.IsUint64()) {
+    calls_.answered();
     return log_error(address_.text() + " answers without an id: " + json_text(message));
   }
-  auto object = calls_.take(id->value.GetUint64());
+  auto object = calls_.answered(id->value.GetUint64());
   if (!object) return;
   if (result != message.MemberEnd()) return object->process_ok_response(result->value);
   const json_value none;
@@ -152,25 +128,20 @@ void socket_core::answer(const json_value& message) {
 }
 
 void socket_core::watch_deadline() {
-  const auto deadline = calls_.next_deadline();
-  if (watching_deadline_ || !deadline) return;
-  watching_deadline_ = true;
+  const auto deadline = calls_.watch_deadline();
+  if (!deadline) return;
   deadline_timer_.expires_at(*deadline);
   deadline_timer_.async_wait([weak = weak_from_this()](const auto&) {
     auto self = weak.lock();
     if (!self) return;
-    self->watching_deadline_ = false;
+    self->calls_.deadline_reached();
     self->expire_calls();
   });
 }
 
 void socket_core::expire_calls() {
-  const auto now = clock::now();
-  const auto expired = calls_.take_expired(now);
-  if (!expired.empty()) watch_.timed_out(now);
-  for (const auto& object : expired) {
+  for (const auto& object : calls_.take_expired(clock::now()))
     object->report_local_error(no_answer_from(address_.text(), object->get_path()));
-  }
   watch_deadline();
 }
 
@@ -187,10 +158,12 @@ void socket_core::line_received(std::string_view line) {
   answer(message);
 }
 
-void socket_core::subscribe_due(time_point now) {
+std::vector<live_calls::call> socket_core::due_subscriptions(time_point now) {
+  std::vector<live_calls::call> calls;
   for (const auto& path : subscriptions_.take_due(now)) {
-    start({std::make_shared<subscription_call>(path, subscriptions_), params_text(path)});
+    calls.push_back({std::make_shared<subscription_call>(path, subscriptions_), params_text(path)});
   }
+  return calls;
 }
 
 void socket_core::watch_subscriptions() {
@@ -210,12 +183,11 @@ void socket_core::tend_subscriptions() {
   const auto abandoned = subscriptions_.take_abandoned();
   if (phase_ == phase::connected) {
     for (const auto& path : abandoned) {
-      stream_->append(R"({"jsonrpc":"2.0","method":"unsubscribe","params":)" + params_text(path) +
-                      "}");
+      stream_->send(R"({"jsonrpc":"2.0","method":"unsubscribe","params":)" + params_text(path) +
+                    "}\n");
     }
     // What was refused a moment after the last round is due now, not a round later.
-    subscribe_due(clock::now() + subscription_call::retry_interval / 2);
-    stream_->flush();
+    send(due_subscriptions(clock::now() + subscription_call::retry_interval / 2));
   }
   watch_subscriptions();
 }

@@ -1,5 +1,5 @@
-// A client over a socket. Its state lives on a strand of the I/O thread; calls come from any thread
-// through an inbox, so that what many threads ask for at the same time goes out in one write.
+// A client over a socket. The connection lives on a strand of the I/O thread; calls go out from the
+// threads that make them while it stands, and wait for the strand when it does not.
 #pragma once
 
 #include <atomic>
@@ -7,10 +7,9 @@
 #include <mutex>
 #include <vector>
 
-#include "platform/nexel_client/answer_watch.h"
-#include "platform/nexel_client/call_table.h"
 #include "platform/nexel_client/client_core.h"
 #include "platform/nexel_client/line_stream.h"
+#include "platform/nexel_client/live_calls.h"
 #include "platform/nexel_client/nexel_address.h"
 #include "platform/nexel_client/reconnect_pace.h"
 #include "platform/nexel_client/serial_executor.h"
@@ -38,20 +37,13 @@ class socket_core : public client_core,
   using time_point = std::chrono::steady_clock::time_point;
   enum class phase { pausing, connecting, connected, closed };
 
-  /// A request as its caller wrote it; what it refers to may be gone when it is sent.
-  struct outgoing {
-    std::shared_ptr<nexel_object> object;
-    std::string params;
-  };
-
   socket_core(boost::asio::io_context& io, nexel_address address, std::string name,
               std::weak_ptr<nexel_connection_subscriber> connection_subscriber);
 
-  void put_into_inbox(std::vector<outgoing> calls, std::shared_ptr<nexel_subscriber> subscriber);
-  void drain_inbox();
-
-  void await_connection(outgoing call);
-  void start(outgoing call);
+  void send(std::vector<live_calls::call> calls);
+  void attend();
+  void add_new_subscribers();
+  void fail_unconnected(const live_calls::objects& calls);
   void answer(const json_value& message);
   void watch_deadline();
   void expire_calls();
@@ -65,7 +57,7 @@ class socket_core : public client_core,
   void lost(const std::string& reason);
   void shut_down();
 
-  void subscribe_due(time_point now);
+  std::vector<live_calls::call> due_subscriptions(time_point now);
   void watch_subscriptions();
   void tend_subscriptions();
 
@@ -80,28 +72,24 @@ class socket_core : public client_core,
   const last_calls& last_calls_;
   const io_strand strand_;
   const nexel_address address_;
+  live_calls calls_;
   const std::string name_;
   const std::weak_ptr<nexel_connection_subscriber> connection_subscriber_;
   const std::shared_ptr<serial_executor> events_ = serial_executor::process_wide();
   const std::shared_ptr<std::atomic<bool>> open_ = std::make_shared<std::atomic<bool>>(true);
 
-  std::mutex inbox_mutex_;
-  std::vector<outgoing> inbox_;
+  std::mutex new_subscribers_mutex_;
   std::vector<std::shared_ptr<nexel_subscriber>> new_subscribers_;
 
   // On the strand.
   phase phase_ = phase::pausing;
   std::shared_ptr<line_stream> stream_;
-  std::vector<outgoing> waiting_;  // for the outcome of the attempt
-  call_table calls_;
-  answer_watch watch_;
   subscription_table subscriptions_;
   reconnect_pace pace_;
   bool outage_logged_ = false;
   boost::asio::steady_timer phase_timer_;
   time_point phase_due_{};
   boost::asio::steady_timer deadline_timer_;
-  bool watching_deadline_ = false;
   boost::asio::steady_timer subscriptions_timer_;
   bool watching_subscriptions_ = false;
 };

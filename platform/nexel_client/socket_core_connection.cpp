@@ -43,9 +43,7 @@ void socket_core::attempt_failed(const std::string& reason) {
   }
   outage_logged_ = true;
   pause();
-  for (auto& call : std::exchange(waiting_, {})) {
-    call.object->report_local_error(not_connected_to(address_.text(), call.object->get_path()));
-  }
+  fail_unconnected(calls_.take_waiting());
 }
 
 void socket_core::pause() {
@@ -75,13 +73,10 @@ void socket_core::phase_timer_fired() {
 
 void socket_core::stream_opened() {
   phase_ = phase::connected;
-  watch_ = answer_watch();
   outage_logged_ = false;
   log(note_log::info, "Connected to " + address_.text());
-  subscribe_due(clock::now());
-  for (auto& call : std::exchange(waiting_, {}))
-    start(std::move(call));
-  stream_->flush();
+  calls_.open(stream_, due_subscriptions(clock::now()));
+  attend();
   post_event(&nexel_connection_subscriber::connection_established_event);
 }
 
@@ -94,9 +89,7 @@ void socket_core::stream_ended(const std::string& reason) {
 void socket_core::lost(const std::string& reason) {
   log(note_log::warning, "Connection to " + address_.text() + " lost: " + reason);
   pause();
-  for (const auto& object : calls_.take_all()) {
-    object->report_local_error(not_connected_to(address_.text(), object->get_path()));
-  }
+  fail_unconnected(calls_.close());
   subscriptions_.lost(not_connected_code, not_connected_to(address_.text(), {}).message);
   post_event(&nexel_connection_subscriber::connection_lost_event);
 }
@@ -112,17 +105,8 @@ void socket_core::shut_down() {
   for (auto* timer : {&phase_timer_, &deadline_timer_, &subscriptions_timer_})
     timer->cancel();
   subscriptions_.cancel();
-  for (const auto& object : calls_.take_all()) {
-    object->report_local_error(not_connected_to(address_.text(), object->get_path()));
-  }
-  {
-    std::lock_guard lock(inbox_mutex_);
-    for (auto& call : std::exchange(inbox_, {}))
-      waiting_.push_back(std::move(call));
-  }
-  for (auto& call : std::exchange(waiting_, {})) {
-    call.object->report_local_error(not_connected_to(address_.text(), call.object->get_path()));
-  }
+  fail_unconnected(calls_.close());
+  fail_unconnected(calls_.take_waiting());
 }
 
 void socket_core::post_event(void (nexel_connection_subscriber::*event)(const std::string&)) {
