@@ -34,7 +34,6 @@ framed_event frame_event(const json_document& params) {
     const auto start = line.size();
     append_json_text(line, member.value);
     if (member.name == "value") framed.value = line.substr(start);
-    if (member.name == "path") event->path = from_json<std::string>(member.value);
   }
   line += "}}";
   framed.event = std::move(event);

@@ -92,7 +92,7 @@ void nx_db::add_node(const std::string& parent_path, std::shared_ptr<nx_db_leaf_
     const std::lock_guard lock(impl_->mutex);
     impl_->index.set(path, node);
     if (node->db == nullptr) {
-      node->path_ = path;
+      node->path_ = std::make_shared<const std::string>(path);
       node->db = this;
     }
     node->retired_ = false;
@@ -107,12 +107,12 @@ void nx_db::add_node(const std::string& parent_path, std::shared_ptr<nx_db_leaf_
 std::shared_ptr<nx_db_leaf_node> nx_db::prepare_successor(const std::string& path,
                                                           nx_db_leaf_node& node) {
   const std::lock_guard lock(impl_->mutex);
-  if (node.db != nullptr && (node.db != this || node.path_ != path)) {
-    throw nx_error(-22, "The node is attached already: " + node.path_);
+  if (node.db != nullptr && (node.db != this || *node.path_ != path)) {
+    throw nx_error(-22, "The node is attached already: " + *node.path_);
   }
   const auto present = impl_->entries.find(path);
   if (present == impl_->entries.end() || present->second.node.get() == &node) return nullptr;
-  node.path_ = path;
+  node.path_ = std::make_shared<const std::string>(path);
   node.db = this;
   return present->second.node;
 }
@@ -123,12 +123,12 @@ void nx_db::move_subscribers(nx_db_leaf_node& old, nx_db_leaf_node& node) {
   // The sessions' own locks are not taken here: the caller of add_node may hold locks of the loops.
   std::recursive_mutex mutex;
   std::unique_lock lock(mutex);
-  for (const auto& session : events->take_subscribers()) {
+  for (const auto& [session, number] : events->take_subscribers()) {
     nx::json_document answer(rapidjson::kObjectType);
     try {
-      node.subscribe(session, node.path_, answer.GetAllocator(), answer, lock);
+      node.subscribe(session, *node.path_, answer.GetAllocator(), answer, lock);
     } catch (...) {
-      session->subscription_ended(node.path_, "removed");
+      session->subscription_ended(*node.path_, "removed");
     }
   }
 }
@@ -145,7 +145,7 @@ bool nx_db::remove_node(const std::string& path) {
     impl_->index.erase(path);
   }
   if (auto* events = dynamic_cast<nx_db_event_node*>(node.get())) {
-    for (const auto& session : events->take_subscribers()) {
+    for (const auto& [session, number] : events->take_subscribers()) {
       session->subscription_ended(path, "removed");
     }
   }
@@ -156,6 +156,12 @@ std::shared_ptr<nx_db_leaf_node> nx_db::find(const std::string& path) const {
   const std::shared_lock lock(impl_->mutex);
   const auto entry = impl_->entries.find(path);
   return entry == impl_->entries.end() ? nullptr : entry->second.node;
+}
+
+std::shared_ptr<const std::string> nx_db::shared_path(const std::string& path) const {
+  const auto node = find(path);
+  if (!node) no_such_path(path);
+  return node->shared_path();
 }
 
 std::vector<std::shared_ptr<nx_db_leaf_node>> nx_db::match(const std::string& pattern) const {
@@ -217,7 +223,7 @@ void nx_db::append_to_history(std::shared_ptr<nx_db_node> node) {
   }
   const auto time = now();
   const std::lock_guard lock(impl_->mutex);
-  const auto entry = impl_->entries.find(node->path_);
+  const auto entry = impl_->entries.find(*node->path_);
   if (entry == impl_->entries.end() || entry->second.node != node) return;
   entry->second.history.append(time, value, history_depth);
 }

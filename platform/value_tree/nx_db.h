@@ -40,6 +40,8 @@ class nx_db {
 
   /// Null if there is none.
   std::shared_ptr<nx_db_leaf_node> find(const std::string& path) const;
+  /// The path as its node keeps it. Throws nx_error -2 "No such path: P".
+  std::shared_ptr<const std::string> shared_path(const std::string& path) const;
 
   /// All nodes whose path fits the pattern, in the order of the paths: '*' stands for one segment,
   /// '**' at the end for the rest. A pattern without stars is a path.

@@ -11,8 +11,6 @@
 
 namespace {
 
-using session_list = std::vector<std::shared_ptr<nx_session>>;
-
 nx::json_document event_params(const std::string& path, const nx_db* db) {
   nx::json_document params(rapidjson::kObjectType);
   auto& allocator = params.GetAllocator();
@@ -22,17 +20,18 @@ nx::json_document event_params(const std::string& path, const nx_db* db) {
   return params;
 }
 
+}  // namespace
+
 // A session that closes while its subscriptions move to another node is missed by its own clean-up,
 // so closed ones go too.
-std::shared_ptr<const session_list> without(const session_list& sessions,
-                                            const std::shared_ptr<nx_session>& taken) {
-  auto rest = std::make_shared<session_list>();
-  std::copy_if(sessions.begin(), sessions.end(), std::back_inserter(*rest),
-               [&](const auto& session) { return session != taken && !session->is_closed(); });
+std::shared_ptr<nx_db_event_node::subscriber_list> nx_db_event_node::without(
+    const subscriber_list& list, const std::shared_ptr<nx_session>& taken) {
+  auto rest = std::make_shared<subscriber_list>();
+  rest->reserve(list.size() + 1);  // for the one that may come
+  std::copy_if(list.begin(), list.end(), std::back_inserter(*rest),
+               [&](const auto& one) { return one.session != taken && !one.session->is_closed(); });
   return rest;
 }
-
-}  // namespace
 
 nx_db_event_node::nx_db_event_node(const std::string& name) : nx_db_leaf_node(name) {}
 
@@ -53,12 +52,11 @@ bool nx_db_event_node::subscription_supported() const {
 void nx_db_event_node::subscribe(std::shared_ptr<nx_session> session, const std::string&,
                                  json_allocator&, json_value&,
                                  std::unique_lock<std::recursive_mutex>&) {
+  const auto number = session->subscription_number(*shared_path());
   const std::lock_guard lock(subscribers_mutex_);
-  auto sessions = std::make_shared<session_list>(subscribers_ ? *subscribers_ : session_list());
-  if (std::find(sessions->begin(), sessions->end(), session) == sessions->end()) {
-    sessions->push_back(std::move(session));
-  }
-  subscribers_ = std::move(sessions);
+  auto list = without(subscribers_ ? *subscribers_ : subscriber_list(), session);
+  list->push_back({std::move(session), number});
+  subscribers_ = std::move(list);
 }
 
 void nx_db_event_node::unsubscribe(std::shared_ptr<nx_session> session) {
@@ -84,17 +82,17 @@ nx::json_document nx_db_event_node::create_error_event(std::string&& path,
 
 void nx_db_event_node::send_event_impl(json_document&& event, bool first) {
   auto framed = nx::frame_event(event);
-  std::shared_ptr<const session_list> sessions;
+  std::shared_ptr<const subscriber_list> list;
   {
     const std::lock_guard lock(subscribers_mutex_);
     published_ = std::move(framed.value);
-    sessions = subscribers_;
+    list = subscribers_;
   }
-  if (!sessions) return;
+  if (!list) return;
   const nx::delivery_batch batch;
   bool some_closed = false;
-  for (const auto& session : *sessions) {
-    session->deliver(framed.event, first);
+  for (const auto& [session, subscription] : *list) {
+    session->deliver(framed.event, subscription, first);
     some_closed = some_closed || session->is_closed();
   }
   if (some_closed) nx_db_event_node::unsubscribe(nullptr);
@@ -102,7 +100,8 @@ void nx_db_event_node::send_event_impl(json_document&& event, bool first) {
 
 void nx_db_event_node::send_event_to_session_impl(json_document&& event, bool first,
                                                   std::shared_ptr<nx_session> session) {
-  session->deliver(nx::frame_event(event).event, first);
+  const auto number = session->subscription_number(*shared_path());
+  session->deliver(nx::frame_event(event).event, number, first);
 }
 
 void nx_db_event_node::send_error_event(const nx_error& error) {
@@ -114,10 +113,10 @@ bool nx_db_event_node::has_subscribers() const {
   return subscribers_ && !subscribers_->empty();
 }
 
-session_list nx_db_event_node::take_subscribers() {
+nx_db_event_node::subscriber_list nx_db_event_node::take_subscribers() {
   const std::lock_guard lock(subscribers_mutex_);
   const auto taken = std::exchange(subscribers_, nullptr);
-  return taken ? *taken : session_list();
+  return taken ? *taken : subscriber_list();
 }
 
 std::string nx_db_event_node::take_published() {

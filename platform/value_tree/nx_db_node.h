@@ -32,6 +32,9 @@ class nx_db_node : public std::enable_shared_from_this<nx_db_node> {
   /// its name alone.
   std::string get_path(unsigned depth) const;
 
+  /// The whole path, for who keeps many.
+  std::shared_ptr<const std::string> shared_path() const { return path_; }
+
   /// True once the node was replaced or removed: it is polled no more.
   bool is_retired() const { return retired_; }
 
@@ -39,7 +42,8 @@ class nx_db_node : public std::enable_shared_from_this<nx_db_node> {
   friend class nx_db;
   std::atomic<bool> retired_{false};
   std::string name_;
-  std::string path_;  // set by nx_db::add_node before the node can be reached, constant after it
+  // Set by nx_db::add_node before the node can be reached, constant after it.
+  std::shared_ptr<const std::string> path_;
 };
 
 /// A node without subscribers.
@@ -122,12 +126,20 @@ class nx_db_event_node : public nx_db_leaf_node {
 
  private:
   friend class nx_db;
-  std::vector<std::shared_ptr<nx_session>> take_subscribers();
+  struct subscriber {
+    std::shared_ptr<nx_session> session;
+    nx_subscription_number subscription;
+  };
+  using subscriber_list = std::vector<subscriber>;
+
+  static std::shared_ptr<subscriber_list> without(const subscriber_list& list,
+                                                  const std::shared_ptr<nx_session>& taken);
+  subscriber_list take_subscribers();
   std::string take_published();
 
   // A leaf in the lock order: taken with a value's own mutex held, and nothing is taken under it.
   mutable std::mutex subscribers_mutex_;
   // Replaced as a whole when it changes, so that an event goes out without the lock.
-  std::shared_ptr<const std::vector<std::shared_ptr<nx_session>>> subscribers_;
+  std::shared_ptr<const subscriber_list> subscribers_;
   std::string published_;  // text of the last value sent, until the history has taken it
 };

@@ -18,6 +18,7 @@ namespace {
 // reads is slowed down instead of being closed.
 constexpr std::size_t pause_bytes = 1024 * 1024;
 constexpr std::size_t write_bytes = 256 * 1024;
+constexpr std::size_t kept_bytes = 32 * 1024;  // of the output buffer once all of it is sent
 constexpr std::size_t lines_per_job = 64;
 
 std::string too_long_answer() {
@@ -179,8 +180,13 @@ void session::wake(bool needed) {
   if (needed) delivery_batch::wake(host_->runtime, shared_from_this());
 }
 
-void session::deliver(std::shared_ptr<const nx_event> event, bool) {
-  wake(outbox_.deliver(std::move(event)));
+nx_subscription_number session::subscription_number(const std::string& path) const {
+  return outbox_.subscription_number(path);
+}
+
+void session::deliver(std::shared_ptr<const nx_event> event, nx_subscription_number subscription,
+                      bool) {
+  wake(outbox_.deliver(std::move(event), subscription));
 }
 
 void session::subscription_ended(const std::string& path, const std::string& reason) {
@@ -197,8 +203,8 @@ void session::flush() {
 void session::send_all() {
   for (bool more = true;;) {
     if (sent_ == sending_.size()) {
-      if (sending_.capacity() > 4 * write_bytes) sending_ = {};
       sending_.clear();
+      if (sending_.capacity() > kept_bytes) sending_.shrink_to_fit();
       sent_ = 0;
       if (!more) return;
       more = outbox_.take(sending_, write_bytes);

@@ -39,7 +39,9 @@ class session : public nx_session, public subscription_port {
   void close(const std::string& reason);
 
   // nx_session, from any thread.
-  void deliver(std::shared_ptr<const nx_event> event, bool first) override;
+  nx_subscription_number subscription_number(const std::string& path) const override;
+  void deliver(std::shared_ptr<const nx_event> event, nx_subscription_number subscription,
+               bool first) override;
   void subscription_ended(const std::string& path, const std::string& reason) override;
   bool is_closed() const override { return closed_; }
 
@@ -69,8 +71,9 @@ class session : public nx_session, public subscription_port {
   void check_output_limit();
   void finish();
 
-  void subscribe_path(const std::string& path, bool exact, json_allocator& allocator,
-                      json_value& result, std::unique_lock<std::recursive_mutex>& lock);
+  void subscribe_path(const std::shared_ptr<const std::string>& path, bool exact,
+                      json_allocator& allocator, json_value& result,
+                      std::unique_lock<std::recursive_mutex>& lock);
   void subscribe_pattern(const std::string& pattern, json_allocator& allocator, json_value& result,
                          std::unique_lock<std::recursive_mutex>& lock);
   bool subscribe_added_at_once();

@@ -28,51 +28,64 @@ std::string ended_line(const std::string& path, const std::string& reason) {
 bool session_outbox::add_answer(std::string text) {
   const std::lock_guard lock(mutex_);
   if (closed_) return false;
-  if (!text.empty()) push({std::move(text), nullptr, nullptr});
+  if (!text.empty()) push({.text = std::move(text), .event = nullptr});
   open_begun();
   return wake();
 }
 
-bool session_outbox::deliver(std::shared_ptr<const nx_event> event) {
+bool session_outbox::deliver(std::shared_ptr<const nx_event> event,
+                             nx_subscription_number subscription) {
   const std::lock_guard lock(mutex_);
-  const auto found = subscriptions_.find(event->path);
-  if (found == subscriptions_.end()) return false;
-  if (!found->second->open) {
-    found->second->held = std::move(event);
+  auto* found = subscriptions_.find(subscription);
+  if (found == nullptr) return false;
+  if (!found->open) {
+    begun_[found->place].event = std::move(event);
     return false;
   }
-  push_event(found->second, std::move(event));
+  push_event(*found, subscription, std::move(event));
   return wake();
 }
 
 bool session_outbox::end_subscription(const std::string& path, const std::string& reason) {
   const std::lock_guard lock(mutex_);
-  const auto found = subscriptions_.find(path);
-  if (found == subscriptions_.end()) return false;
-  if (!found->second->open) {
-    found->second->held_end = ended_line(path, reason);
+  const auto number = subscriptions_.find(path);
+  const auto* found = subscriptions_.find(number);
+  if (found == nullptr) return false;
+  if (!found->open) {
+    begun_[found->place].end = ended_line(path, reason);
     return false;
   }
-  push_end(found, ended_line(path, reason));
+  push_end(number, ended_line(path, reason));
   return wake();
 }
 
 bool session_outbox::take(std::string& out, std::size_t enough) {
   const std::lock_guard lock(mutex_);
   woken_ = false;
-  while (!queue_.empty() && out.size() < enough) {
-    item next = std::move(queue_.front());
-    queue_.pop_front();
+  while (!nothing_waits() && out.size() < enough) {
+    const item next = std::move(queue_[first_++]);
     bytes_ -= next.size();
-    if (next.of && next.of->ended) continue;
-    if (!next.event && out.empty()) {
-      out = std::move(next.text);
-    } else {
-      out += next.event ? next.event->line : next.text;
+    if (some_ended_ && next.of != no_subscription && subscriptions_.find(next.of) == nullptr) {
+      continue;
     }
+    out += next.event ? next.event->line : next.text;
     out += '\n';
   }
-  return !queue_.empty();
+  forget_sent();
+  return !nothing_waits();
+}
+
+void session_outbox::forget_sent() {
+  constexpr std::size_t kept_items = 256;
+  if (!nothing_waits()) {
+    if (first_ < kept_items) return;
+    queue_.erase(queue_.begin(), queue_.begin() + static_cast<std::ptrdiff_t>(first_));
+  } else {
+    queue_.clear();
+    some_ended_ = false;
+    if (queue_.capacity() > kept_items) queue_.shrink_to_fit();
+  }
+  first_ = 0;
 }
 
 void session_outbox::set_slow(bool slow) {
@@ -89,34 +102,37 @@ void session_outbox::close() {
   const std::lock_guard lock(mutex_);
   closed_ = true;
   queue_.clear();
+  queue_.shrink_to_fit();
+  first_ = 0;
   bytes_ = 0;
   subscriptions_.clear();
   begun_.clear();
   patterns_.clear();
 }
 
-bool session_outbox::begin(const std::string& path, bool exact) {
+bool session_outbox::begin(const std::shared_ptr<const std::string>& path, bool exact) {
   const std::lock_guard lock(mutex_);
-  auto& entry = subscriptions_[path];
-  if (!entry) {
-    if (closed_ || subscriptions_.size() + patterns_.size() > limits::subscriptions_per_session) {
-      subscriptions_.erase(path);
+  auto number = subscriptions_.find(*path);
+  if (number == no_subscription) {
+    if (closed_ || subscriptions_.size() + patterns_.size() >= limits::subscriptions_per_session) {
       return false;
     }
-    entry = std::make_shared<subscription>();
+    number = subscriptions_.add(path);
   }
-  entry->exact = entry->exact || exact;
-  entry->open = false;
-  begun_.push_back(path);
+  auto& entry = *subscriptions_.find(number);
+  entry.exact = entry.exact || exact;
+  if (!entry.open && entry.place < begun_.size() && begun_[entry.place].subscription == number) {
+    return true;
+  }
+  entry.open = false;
+  entry.place = begun_.size();
+  begun_.push_back({.subscription = number, .event = nullptr, .end = {}});
   return true;
 }
 
 void session_outbox::abandon(const std::string& path) {
   const std::lock_guard lock(mutex_);
-  if (const auto found = subscriptions_.find(path); found != subscriptions_.end()) {
-    found->second->ended = true;
-    subscriptions_.erase(found);
-  }
+  end(subscriptions_.find(path));
 }
 
 bool session_outbox::add_pattern(const std::string& pattern) {
@@ -134,10 +150,9 @@ std::vector<std::string> session_outbox::remove(const std::string& path_or_patte
   std::vector<std::string> named;
   if (is_path_pattern(path_or_pattern)) {
     std::erase(patterns_, path_or_pattern);
-    for (const auto& [path, subscribed] : subscriptions_) {
-      if (path_matches(path_or_pattern, path)) named.push_back(path);
-    }
-  } else if (subscriptions_.contains(path_or_pattern)) {
+    named = subscriptions_.paths();
+    std::erase_if(named, [&](const auto& path) { return !path_matches(path_or_pattern, path); });
+  } else if (subscriptions_.find(path_or_pattern) != no_subscription) {
     named.push_back(path_or_pattern);
   }
   std::erase_if(named, [this](const auto& path) { return stays(path); });
@@ -145,11 +160,10 @@ std::vector<std::string> session_outbox::remove(const std::string& path_or_patte
 }
 
 bool session_outbox::stays(const std::string& path) {
-  const auto found = subscriptions_.find(path);
-  found->second->exact = false;
+  const auto number = subscriptions_.find(path);
+  subscriptions_.find(number)->exact = false;
   if (covered(path)) return true;
-  found->second->ended = true;
-  subscriptions_.erase(found);
+  end(number);
   return false;
 }
 
@@ -159,22 +173,17 @@ bool session_outbox::covered_by_pattern(const std::string& path) const {
 }
 
 bool session_outbox::is_subscribed(const std::string& path) const {
+  return subscription_number(path) != no_subscription;
+}
+
+nx_subscription_number session_outbox::subscription_number(const std::string& path) const {
   const std::lock_guard lock(mutex_);
-  return subscriptions_.contains(path);
+  return subscriptions_.find(path);
 }
 
 std::vector<std::string> session_outbox::paths() const {
   const std::lock_guard lock(mutex_);
-  std::vector<std::string> found;
-  found.reserve(subscriptions_.size());
-  for (const auto& [path, subscribed] : subscriptions_)
-    found.push_back(path);
-  return found;
-}
-
-std::size_t session_outbox::pattern_count() const {
-  const std::lock_guard lock(mutex_);
-  return patterns_.size();
+  return subscriptions_.paths();
 }
 
 void session_outbox::push(item added) {
@@ -183,39 +192,52 @@ void session_outbox::push(item added) {
   ++next_number_;
 }
 
-void session_outbox::push_event(const std::shared_ptr<subscription>& of,
+void session_outbox::push_event(subscription_slots::slot& subscribed, nx_subscription_number of,
                                 std::shared_ptr<const nx_event> event) {
+  auto& newest = subscribed.place;
   const bool merging = slow_ || bytes_ > merging_from;
-  if (merging && of->last_item >= front_number()) {
-    auto& waiting = queue_[of->last_item - front_number()].event;
+  if (merging && newest >= front_number()) {
+    auto& waiting = queue_[first_ + newest - front_number()].event;
     bytes_ += event->line.size();
     bytes_ -= waiting->line.size();
     waiting = std::move(event);
     return;
   }
-  of->last_item = next_number_;
-  push({{}, std::move(event), of});
+  newest = next_number_;
+  push({.text = {}, .event = std::move(event), .of = of});
 }
 
-void session_outbox::push_end(subscription_map::iterator ended, std::string text) {
-  ended->second->ended = true;
+void session_outbox::push_end(nx_subscription_number ended, std::string text) {
+  end(ended);
+  push({.text = std::move(text), .event = nullptr});
+}
+
+// What waits of it is not sent any more.
+void session_outbox::end(nx_subscription_number ended) {
   subscriptions_.erase(ended);
-  push({std::move(text), nullptr, nullptr});
+  some_ended_ = true;
 }
 
+// First events wait as one text: many thousand of them may come at once, to a client that does not
+// read them yet.
 void session_outbox::open_begun() {
-  for (const auto& path : begun_) {
-    const auto found = subscriptions_.find(path);
-    if (found == subscriptions_.end()) continue;
-    const auto subscribed = found->second;
+  std::string text;
+  for (const auto& [number, event, end_text] : begun_) {
+    auto* subscribed = subscriptions_.find(number);
+    if (subscribed == nullptr) continue;
     subscribed->open = true;
-    if (!subscribed->held_end.empty()) {
-      push_end(found, std::move(subscribed->held_end));
-    } else if (subscribed->held) {
-      push_event(subscribed, std::move(subscribed->held));
-    }
+    subscribed->place = 0;
+    const auto& line = end_text.empty() && event ? event->line : end_text;
+    if (!end_text.empty()) end(number);
+    if (line.empty()) continue;
+    if (!text.empty()) text += '\n';
+    text += line;
   }
   begun_.clear();
+  begun_.shrink_to_fit();
+  if (text.empty()) return;
+  text.shrink_to_fit();
+  push({.text = std::move(text), .event = nullptr});
 }
 
 bool session_outbox::covered(const std::string& path) const {
@@ -224,7 +246,7 @@ bool session_outbox::covered(const std::string& path) const {
 }
 
 bool session_outbox::wake() {
-  if (queue_.empty()) return false;
+  if (nothing_waits()) return false;
   // A slow session sends on by itself; only one that has to be closed needs the sender now.
   if (slow_ && bytes_ <= limits::output_bytes_per_session) return false;
   return !std::exchange(woken_, true);

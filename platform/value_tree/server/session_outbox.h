@@ -8,14 +8,13 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "platform/value_tree/nx_session.h"
+#include "platform/value_tree/server/subscription_slots.h"
 
 namespace nx {
 
@@ -25,7 +24,7 @@ class session_outbox {
   /// of.
   bool add_answer(
       std::string text);  ///< empty for none; subscriptions begun before it are open now
-  bool deliver(std::shared_ptr<const nx_event> event);
+  bool deliver(std::shared_ptr<const nx_event> event, nx_subscription_number subscription);
   bool end_subscription(const std::string& path, const std::string& reason);
 
   /// Moves waiting lines to the end of `out` until it holds `enough` bytes; true if more wait.
@@ -40,7 +39,7 @@ class session_outbox {
 
   // Subscriptions: single paths, and patterns that cover paths.
   /// False if the limit of subscriptions is reached. `exact` is false under a pattern.
-  bool begin(const std::string& path, bool exact);
+  bool begin(const std::shared_ptr<const std::string>& path, bool exact);
   /// Undoes `begin` after a failure.
   void abandon(const std::string& path);
   bool add_pattern(const std::string& pattern);
@@ -49,46 +48,52 @@ class session_outbox {
   std::vector<std::string> remove(const std::string& path_or_pattern);
   bool covered_by_pattern(const std::string& path) const;
   bool is_subscribed(const std::string& path) const;
+  nx_subscription_number subscription_number(const std::string& path) const;
   std::vector<std::string> paths() const;
-  std::size_t pattern_count() const;
 
  private:
-  struct subscription {
-    bool exact = false;
-    bool open = false;
-    bool ended = false;
-    std::uint64_t last_item = 0;           // number of its newest item in the queue
-    std::shared_ptr<const nx_event> held;  // until the subscription is open
-    std::string held_end;                  // the message "ended", as `held`
+  // A subscription that is not open yet, and what came for it.
+  struct begun {
+    nx_subscription_number subscription;
+    std::shared_ptr<const nx_event> event;
+    std::string end;  // the message "ended"
   };
   // A line of its own, or the event of a subscription.
   struct item {
     std::string text;
     std::shared_ptr<const nx_event> event;
-    std::shared_ptr<subscription> of;
+    nx_subscription_number of = no_subscription;
 
     std::size_t size() const { return event ? event->line.size() : text.size(); }
   };
-  using subscription_map = std::unordered_map<std::string, std::shared_ptr<subscription>>;
 
   void push(item added);
-  void push_event(const std::shared_ptr<subscription>& of, std::shared_ptr<const nx_event> event);
-  void push_end(subscription_map::iterator ended, std::string text);
+  void push_event(subscription_slots::slot& subscribed, nx_subscription_number of,
+                  std::shared_ptr<const nx_event> event);
+  void push_end(nx_subscription_number ended, std::string text);
+  void end(nx_subscription_number ended);
   void open_begun();
   bool covered(const std::string& path) const;
   bool stays(const std::string& path);
   bool wake();
-  std::uint64_t front_number() const { return next_number_ - queue_.size(); }
+  bool nothing_waits() const { return first_ == queue_.size(); }
+  std::uint64_t front_number() const { return next_number_ - (queue_.size() - first_); }
+  void forget_sent();
 
   mutable std::mutex mutex_;
-  std::deque<item> queue_;
+  // A vector that is emptied as a whole keeps its memory from event to event.
+  std::vector<item> queue_;
+  std::size_t first_ = 0;  // what is in front of it is sent
   std::uint64_t next_number_ = 1;
+  bool some_ended_ = false;  // the queue may hold events of subscriptions that are no more
   std::size_t bytes_ = 0;
   bool slow_ = false;
   bool woken_ = false;
   bool closed_ = false;
-  subscription_map subscriptions_;
-  std::vector<std::string> begun_;  // not open yet
+  // `place` of a slot is the number of its newest item in the queue; while the subscription is not
+  // open, the place of its entry in begun_.
+  subscription_slots subscriptions_;
+  std::vector<begun> begun_;
   std::vector<std::string> patterns_;
 };
 

@@ -26,17 +26,18 @@ void session::subscribe(const std::string& path, json_allocator& allocator, json
   if (nx_db::is_pattern(path)) {
     subscribe_pattern(path, allocator, result, lock);
   } else {
-    subscribe_path(path, true, allocator, result, lock);
+    subscribe_path(host_->db.shared_path(path), true, allocator, result, lock);
   }
 }
 
-void session::subscribe_path(const std::string& path, bool exact, json_allocator& allocator,
-                             json_value& result, std::unique_lock<std::recursive_mutex>& lock) {
+void session::subscribe_path(const std::shared_ptr<const std::string>& path, bool exact,
+                             json_allocator& allocator, json_value& result,
+                             std::unique_lock<std::recursive_mutex>& lock) {
   if (!outbox_.begin(path, exact)) throw limit_error();
   try {
-    host_->db.subscribe(shared_from_this(), path, allocator, result, lock);
+    host_->db.subscribe(shared_from_this(), *path, allocator, result, lock);
   } catch (...) {
-    outbox_.abandon(path);
+    outbox_.abandon(*path);
     throw;
   }
 }
@@ -47,7 +48,7 @@ void session::subscribe_pattern(const std::string& pattern, json_allocator& allo
   host_->has_patterns = true;
   if (!outbox_.add_pattern(pattern)) throw limit_error();
   for (const auto& node : host_->db.match(pattern)) {
-    const auto path = node->get_path(0);
+    const auto path = node->shared_path();
     try {
       subscribe_path(path, false, allocator, result, lock);
     } catch (...) {
@@ -56,7 +57,7 @@ void session::subscribe_pattern(const std::string& pattern, json_allocator& allo
         unsubscribe(pattern);
         throw error;
       }
-      result.AddMember(to_json(path, allocator), json_rpc::error_value(error, allocator),
+      result.AddMember(to_json(*path, allocator), json_rpc::error_value(error, allocator),
                        allocator);
     }
   }
@@ -107,7 +108,7 @@ void session::subscribe_added(const std::vector<std::string>& paths) {
     if (outbox_.is_subscribed(path) || !outbox_.covered_by_pattern(path)) continue;
     json_document ignored(rapidjson::kObjectType);
     try {
-      subscribe_path(path, false, ignored.GetAllocator(), ignored, lock);
+      subscribe_path(host_->db.shared_path(path), false, ignored.GetAllocator(), ignored, lock);
     } catch (...) {
       // Not a node to subscribe to, or gone again: nobody waits for an answer.
     }
