@@ -1,7 +1,7 @@
 // The calls of one client between the request and its answer. Callers send on their own threads
-// while the connection is open, which saves a hop through the I/O thread: half of what a call
-// costs. The rest happens on the I/O thread: opening, answers, time-outs, and the report of what
-// failed, so that an object hears of its outcome on one thread only.
+// while the connection is open, which saves a wake-up of the I/O thread for each. The rest happens
+// on the I/O thread: opening, answers, time-outs, and the report of what failed, so that an object
+// hears of its outcome on one thread only.
 #pragma once
 
 #include <cstdint>
