@@ -66,6 +66,9 @@ function(lumora_test name)
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 60)
   endif()
+  if(LUMORA_SANITIZE)
+    math(EXPR ARG_TIMEOUT "${ARG_TIMEOUT} * 5")  # a loop's cycle takes up to five times as long under a sanitizer
+  endif()
   include(GoogleTest)
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
     PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}")
