@@ -5,25 +5,15 @@
 #include <unistd.h>
 
 #include <boost/log/attributes/value_extraction.hpp>
-#include <cerrno>
+#include <chrono>
 #include <cstdlib>
-#include <string_view>
 
 namespace note_log {
 
 namespace {
 
-/// One call for a line, so that lines of several processes on one terminal stay whole.
-void write_to_stderr(std::string_view line) {
-  while (!line.empty()) {
-    const auto written = ::write(STDERR_FILENO, line.data(), line.size());
-    if (written < 0) {
-      if (errno == EINTR) continue;
-      return;  // there is no better place to complain
-    }
-    line.remove_prefix(static_cast<std::size_t>(written));
-  }
-}
+/// How long the end of a process waits for a log that is not taken.
+constexpr std::chrono::milliseconds last_patience{300};
 
 record to_record(const boost::log::record_view& view) {
   const auto severity = boost::log::extract<severity_level>("Severity", view);
@@ -47,6 +37,8 @@ void stderr_sink::consume(const boost::log::record_view& view) {
 void stderr_sink::flush() {
   for (const auto& summary : guard.take_all())
     put(summary);
+  tell_lost();
+  output.drain(last_patience);
 }
 
 void stderr_sink::set_style(line_style new_style) {
@@ -61,7 +53,18 @@ void stderr_sink::put(const record& rec) {
     const auto message = message_of(rec, style.show_trace);
     if (journal->send(journal_entry(rec, message, program_invocation_short_name))) return;
   }
-  write_to_stderr(layout(rec, std::chrono::system_clock::now(), style));
+  tell_lost();
+  write_line(rec);
+}
+
+void stderr_sink::tell_lost() {
+  const auto lost = output.take_lost();
+  if (lost == 0) return;
+  write_line({warning, "note_log", fmt::format("{} lines of the log were lost", lost), {}});
+}
+
+void stderr_sink::write_line(const record& rec) {
+  output.write(layout(rec, std::chrono::system_clock::now(), style));
 }
 
 bool stderr_is_journal() {

@@ -1,7 +1,10 @@
 // The one sink of the library: lays records out and writes them to stderr, or hands them to the
-// journal when stderr is the journal. Boost.Log's frontend calls it with one record at a time. Only
-// the library's own .cpp files include this header.
+// journal when stderr is the journal. Never waits for either: every thread of the daemon logs.
+// Boost.Log's frontend calls it with one record at a time. Only the library's own .cpp files
+// include this header.
 #pragma once
+
+#include <unistd.h>
 
 #include <boost/log/core/record_view.hpp>
 #include <boost/log/sinks/basic_sink_backend.hpp>
@@ -12,6 +15,7 @@
 #include "platform/note_log/flood_guard.h"
 #include "platform/note_log/journal.h"
 #include "platform/note_log/line_layout.h"
+#include "platform/note_log/waitless_output.h"
 
 namespace note_log {
 
@@ -31,10 +35,13 @@ class stderr_sink
 
  private:
   void put(const record& rec);
+  void write_line(const record& rec);
+  void tell_lost();
 
   line_style style;
   std::optional<journal_socket> journal;
   flood_guard guard;
+  waitless_output output{STDERR_FILENO};
   std::function<void(const record&)> observer;
 };
 

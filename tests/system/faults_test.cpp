@@ -1,9 +1,12 @@
 // What may happen around a daemon that regulates: to its store, its devices and its log. One table;
 // in each row the light stays, a channel that needs it is corrected, and nothing grows.
+#include <fcntl.h>
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <fstream>
@@ -102,6 +105,15 @@ class faults : public testing::Test {
     };
   }
 
+  test::process::settings logging_to(const std::string& file) {
+    auto settings = node_.daemon_settings();
+    std::string line = "exec";
+    for (const auto& word : settings.command)
+      line += " '" + word + '\'';
+    settings.command = {"sh", "-c", line + " 2>" + file};
+    return settings;
+  }
+
   test::regulating_node node_;
 };
 
@@ -146,25 +158,27 @@ TEST_F(faults, of_a_device_that_comes_and_goes_leave_nothing_behind) {
   EXPECT_LT(test::figures_of(node_.daemon().pid()).resident_mib, before.resident_mib + flat_mib);
 }
 
+// A full disk, and a pipe whose reader stands still: at the level that logs most.
 TEST_F(faults, of_the_log_and_another_state_of_all_devices_are_survived) {
   node_.start_surroundings();
-  // Every write to the log fails, as on a full disk.
-  auto settings = node_.daemon_settings();
-  std::string line = "exec";
-  for (const auto& word : settings.command)
-    line += " '" + word + '\'';
-  settings.command = {"sh", "-c", line + " 2>/dev/full"};
-  test::process daemon(settings);
-  ASSERT_TRUE(node_.await_configuration());
-  ASSERT_EQ(node_.write("debug/loglevel", "\"debug\""), "{}");
-  ASSERT_EQ(node_.write("config/redisConfigStatus", "true"), "{}");
-  EXPECT_TRUE(node_.await_on_target()) << node_.plant().off_target(0.5);
-  // The devices come back as they were at their first start: parked and away from every target.
-  node_.stop_devices();
-  node_.start_devices("orvalite");
-  EXPECT_TRUE(node_.await_on_target()) << node_.plant().off_target(0.5);
-  daemon.signal(SIGTERM);
-  EXPECT_EQ(daemon.wait_for_exit().value_or(-1), 0);
+  const auto standing_still = node_.root().file("log");
+  ASSERT_EQ(::mkfifo(standing_still.c_str(), 0600), 0);
+  const int reader = ::open(standing_still.c_str(), O_RDWR | O_CLOEXEC);
+  for (const auto& log : {std::string("/dev/full"), standing_still}) {
+    SCOPED_TRACE(log);
+    test::process daemon(logging_to(log));
+    ASSERT_TRUE(node_.await_configuration());
+    ASSERT_EQ(node_.write("debug/loglevel", "\"debug\""), "{}");
+    ASSERT_EQ(node_.write("config/redisConfigStatus", "true"), "{}");
+    EXPECT_TRUE(node_.await_on_target()) << node_.plant().off_target(0.5);
+    // The devices come back as they were at their first start: parked and away from every target.
+    node_.stop_devices();
+    node_.start_devices("orvalite");
+    EXPECT_TRUE(node_.await_on_target()) << node_.plant().off_target(0.5);
+    daemon.signal(SIGTERM);
+    EXPECT_EQ(daemon.wait_for_exit().value_or(-1), 0);
+  }
+  ::close(reader);
 }
 
 /// The daemon's wall clock, by itself: no test sets a machine's.

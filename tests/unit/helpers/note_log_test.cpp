@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -13,6 +14,7 @@
 #include "platform/note_log/journal.h"
 #include "platform/note_log/line_layout.h"
 #include "platform/note_log/stderr_sink.h"
+#include "platform/note_log/waitless_output.h"
 #include "tests/support/environment.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/temp_folder.h"
@@ -108,6 +110,41 @@ TEST(flood_guard, sums_up_what_repeats_within_a_second) {
   EXPECT_EQ(summaries[0].severity, note_log::error);
   EXPECT_TRUE(guard.admit(flood, begin + 1s)) << "a new second begins anew";
   EXPECT_TRUE(guard.take_all().empty());
+}
+
+TEST(waitless_output, keeps_what_is_not_taken_and_counts_what_is_lost) {
+  constexpr unsigned lines = 10'000;  // more than pipe and memory hold
+  std::array<int, 2> pipe{};
+  ASSERT_EQ(::pipe2(pipe.data(), O_CLOEXEC), 0);
+  ASSERT_EQ(::fcntl(pipe[0], F_SETFL, O_NONBLOCK), 0);
+  note_log::waitless_output output(pipe[1]);
+  for (unsigned i = 0; i < lines; ++i)
+    output.write(fmt::format("line {:060}\n", i));
+  EXPECT_EQ(output.take_lost(), 0U) << "others still wait";
+
+  std::string taken;
+  const auto take = [&] {
+    std::array<char, 4096> piece{};
+    for (;;) {
+      const auto size = ::read(pipe[0], piece.data(), piece.size());
+      if (size <= 0) return;
+      taken.append(piece.data(), static_cast<std::size_t>(size));
+    }
+  };
+  unsigned lost = 0;
+  while (lost == 0) {
+    take();
+    lost = output.take_lost();
+  }
+  output.write("and on\n");
+  take();
+  std::string expected;
+  for (unsigned i = 0; i < lines - lost; ++i)
+    expected += fmt::format("line {:060}\n", i);
+  EXPECT_EQ(taken, expected + "and on\n");
+  EXPECT_GE(expected.size(), note_log::waitless_output::most_waiting_bytes);
+  ::close(pipe[0]);
+  ::close(pipe[1]);
 }
 
 TEST(note_log, a_flood_on_stderr_is_ten_lines_and_a_sum) {
