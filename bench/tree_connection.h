@@ -1,5 +1,5 @@
 // A client of the tree protocol that does no more than it must: sends lines, and parses every line
-// that comes, in place.
+// that comes: answers in place, events as the client library reads them.
 #pragma once
 
 #include <array>

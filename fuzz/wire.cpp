@@ -18,6 +18,7 @@
 #include "platform/value_tree/server/request_handler.h"
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/line_splitter.h"
+#include "platform/wire/plain_event.h"
 
 namespace {
 
@@ -92,6 +93,19 @@ void check_answer(const std::string& answer) {
   check(document.IsObject() || document.IsArray(), "an answer is a message or a batch", answer);
 }
 
+// A client that reads an event without a document finds what it would have found in one.
+void check_event(std::string_view line) {
+  const auto event = nx::read_plain_event(line);
+  if (!event) return;
+  const auto message = nx::parse_json(line.data(), line.size());
+  const auto& params = message["params"];
+  const std::string shown(line);
+  check(params["path"].GetString() == event->path, "the path of a plain event", shown);
+  check(params["time"].GetString() == event->time, "its time", shown);
+  check(params["value"] == event->value, "its value", shown);
+  check(nx::json_text(params["value"]) == nx::json_text(event->value), "as it is told", shown);
+}
+
 void answer_line(tree& on, std::string_view line) {
   const auto writes = on.node_owner->writes;
   check_answer(nx::request_handler(on.db, nx::access::read_only, &on).answer(line));
@@ -117,6 +131,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     splitter.append({reinterpret_cast<const char*>(data) + at, std::min(piece, size - at)});
     while (const auto item = splitter.next()) {
       if (!item->too_long) answer_line(on, item->text);
+      check_event(item->text);
       check(item->text.size() <= line_limit, "no line beyond the limit comes out");
     }
     check(splitter.waiting() <= line_limit + piece, "no more waits than a line");

@@ -10,6 +10,7 @@
 #include "platform/note_log/note_log.h"
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_rpc.h"
+#include "platform/wire/plain_event.h"
 
 namespace nx {
 
@@ -147,6 +148,9 @@ void socket_core::expire_calls() {
 
 void socket_core::line_received(std::string_view line) {
   pace_.reset();
+  if (const auto event = read_plain_event(line)) {
+    return subscriptions_.changed(event->path, event->value);
+  }
   json_document message;
   try {
     message = parse_json(line.data(), line.size());

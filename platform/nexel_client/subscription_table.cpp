@@ -148,18 +148,24 @@ void subscription_table::receive(const json_value& message) {
   const std::string path = text_of(*params, "path");
   const std::string method = text_of(message, "method");
   if (method == "ended") return ended(path, text_of(*params, "reason"));
+  if (method != "event") return;
+  if (const json_value* value = member_of(*params, "value")) return changed(path, *value);
   auto at = entries_.find(path);
-  if (method != "event" || at == entries_.end()) return;
-  if (const json_value* value = member_of(*params, "value")) {
-    tell(path, at->second,
-         [&](nexel_subscriber& one) { one.send_changed_value_event(path, *value); });
-  } else if (const json_value* error = member_of(*params, "error")) {
+  if (at == entries_.end()) return;
+  if (const json_value* error = member_of(*params, "error")) {
     const json_value* code = member_of(*error, "code");
     const nx_client_exception exception{code && code->IsInt() ? code->GetInt() : -1,
                                         text_of(*error, "message"), path};
     tell(path, at->second,
          [&](nexel_subscriber& one) { one.send_exception_event(path, exception); });
   }
+}
+
+void subscription_table::changed(std::string_view path, const json_value& value) {
+  auto at = entries_.find(path);
+  if (at == entries_.end()) return;
+  tell(at->first, at->second,
+       [&](nexel_subscriber& one) { one.send_changed_value_event(at->first, value); });
 }
 
 void subscription_table::ended(const std::string& path, const std::string& reason) {

@@ -4,9 +4,11 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/nexel_client/nexel_subscriber.h"
@@ -39,6 +41,7 @@ class subscription_table {
 
   /// An "event" or "ended" message of the protocol; anything else is left alone.
   void receive(const nx::json_value& message);
+  void changed(std::string_view path, const nx::json_value& value);
   void ended(const std::string& path, const std::string& reason);
 
   /// Paths that the nexel may send events of.
@@ -57,7 +60,7 @@ class subscription_table {
   template <class Event>
   void tell(const std::string& path, entry& of, Event event);
 
-  std::map<std::string, entry> entries_;
+  std::map<std::string, entry, std::less<>> entries_;
 };
 
 }  // namespace nx

@@ -1,19 +1,13 @@
 #include "platform/value_tree/server/plain_get.h"
 
-#include <algorithm>
 #include <charconv>
 
 #include "platform/value_tree/path_pattern.h"
 #include "platform/wire/limits.h"
+#include "platform/wire/plain_text.h"
 
 namespace nx {
 namespace {
-
-bool skip(std::string_view& text, std::string_view expected) {
-  if (!text.starts_with(expected)) return false;
-  text.remove_prefix(expected.size());
-  return true;
-}
 
 // As a number is written back: so that the answer carries the id as it came.
 bool read_id(std::string_view& text, std::uint64_t& id) {
@@ -26,24 +20,10 @@ bool read_id(std::string_view& text, std::uint64_t& id) {
   return true;
 }
 
-// Text that JSON neither escapes nor has to check.
-bool is_plain(char c) {
-  return c >= 0x20 && c < 0x7f && c != '"' && c != '\\';
-}
-
-bool read_path(std::string_view& text, std::string_view& path) {
-  const auto size = text.find('"');
-  if (size == text.npos) return false;
-  path = text.substr(0, size);
-  if (!std::all_of(path.begin(), path.end(), is_plain) || is_path_pattern(path)) return false;
-  text.remove_prefix(size);
-  return true;
-}
-
 bool read_one(std::string_view& text, plain_get& get) {
-  return skip(text, R"({"jsonrpc":"2.0","id":)") && read_id(text, get.id) &&
-         skip(text, R"(,"method":"get","params":{"path":")") && read_path(text, get.path) &&
-         skip(text, R"("}})");
+  return skip_text(text, R"({"jsonrpc":"2.0","id":)") && read_id(text, get.id) &&
+         skip_text(text, R"(,"method":"get","params":{"path":")") &&
+         take_plain_string(text, get.path) && !is_path_pattern(get.path) && skip_text(text, "}}");
 }
 
 }  // namespace
@@ -55,10 +35,10 @@ std::optional<plain_get> read_plain_get(std::string_view text) {
 }
 
 bool read_plain_gets(std::string_view text, std::vector<plain_get>& gets) {
-  if (!skip(text, "[")) return false;
+  if (!skip_text(text, "[")) return false;
   do {
     if (gets.size() == limits::batch || !read_one(text, gets.emplace_back())) return false;
-  } while (skip(text, ","));
+  } while (skip_text(text, ","));
   return text == "]";
 }
 

@@ -274,6 +274,16 @@ TEST_F(socket_client, bears_what_the_other_end_may_send) {
               event("a", R"("value":{"x":[]})"));
   EXPECT_TRUE(events.await(R"(a = {"x":[]})"));
   EXPECT_THAT(events.entries(), ElementsAre("a ! -1", R"(a = {"x":[]})"));
+  // The form in which servers write an event takes a short way, and what only looks like it the
+  // long one.
+  server.send(event("b", R"("time":"","value":1)") + event("a", R"("time":"","value":)") +
+              event("a", R"("time":"","value":1}})") + event("a", R"("time":"","value":2)") +
+              event("a", R"("time":"","value":3,"more":{})") +
+              event("a", R"("time":"","value":"\u0034")") +
+              event("a", R"("time":"","value":{"x":{}})") + event("a", R"("value":5)"));
+  EXPECT_TRUE(events.await("a = 5"));
+  EXPECT_THAT(events.entries(), ElementsAre("a ! -1", R"(a = {"x":[]})", "a = 2", "a = 3",
+                                            R"(a = "4")", R"(a = {"x":{}})", "a = 5"));
   server.set_script([](const nx::json_value& request) {
     return R"({"jsonrpc":"2.0","id":)" + nx::json_text(request["id"]) + "}\n";
   });

@@ -1,0 +1,17 @@
+// Pieces of a message in the form in which this project writes it, read without building a
+// document. A reader that finds anything else leaves the message to the parser, with the same
+// outcome.
+#pragma once
+
+#include <string_view>
+
+namespace nx {
+
+/// Takes `expected` off the front of the text; false when something else stands there.
+bool skip_text(std::string_view& text, std::string_view expected);
+
+/// Takes a string off the front, from behind its opening quote to its closing one. False unless it
+/// is printable ASCII without escapes, which stands in JSON as it is.
+bool take_plain_string(std::string_view& text, std::string_view& content);
+
+}  // namespace nx
