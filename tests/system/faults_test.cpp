@@ -8,7 +8,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cmath>
 #include <fstream>
 #include <functional>
 
@@ -26,9 +25,6 @@ constexpr bool sanitized = false;
 #endif
 constexpr double flat_mib = sanitized ? 1e6 : 4.0;
 
-// A channel whose error has just left the dead band may take a step whatever else goes on.
-constexpr double one_step_db = 0.7;
-
 struct fault {
   const char* name;
   std::function<void()> begin;
@@ -43,14 +39,6 @@ class faults : public testing::Test {
 
   void set_state(const std::string& device, const std::string& state) {
     node_.plant().set("config/node/0/nexel/" + device + "/state", '"' + state + '"');
-  }
-
-  static double largest_change(const std::map<std::string, double>& before,
-                               const std::map<std::string, double>& after) {
-    double largest = 0.0;
-    for (const auto& [path, attenuation] : before)
-      largest = std::max(largest, std::fabs(after.at(path) - attenuation));
-    return largest;
   }
 
   std::vector<fault> table() {
@@ -128,7 +116,7 @@ TEST_F(faults, around_a_regulating_daemon_leave_the_light_alone) {
     row.begin();
     ASSERT_TRUE(test::eventually([&] { return node_.serves(); }));
     ASSERT_TRUE(node_.wait_for_more(row.cycle, 2)) << node_.daemon().last_lines();
-    EXPECT_LT(largest_change(at_rest, plant.attenuations()), one_step_db);
+    EXPECT_LT(test::largest_change(at_rest, plant.attenuations()), test::one_step_db);
     if (row.writes) {
       EXPECT_EQ(node_.correct_a_disturbance(channels[next++ % channels.size()]), "");
     }
@@ -226,7 +214,7 @@ TEST_F(faults, of_the_wall_clock_move_no_timer) {
       return node_.daemon().output().find(clock.hour(), seen) != std::string::npos;
     })) << node_.daemon().last_lines();
     ASSERT_TRUE(node_.wait_for_more(test::operational_line, 4)) << node_.daemon().last_lines();
-    EXPECT_LT(largest_change(at_rest, node_.plant().attenuations()), one_step_db);
+    EXPECT_LT(test::largest_change(at_rest, node_.plant().attenuations()), test::one_step_db);
     EXPECT_EQ(node_.correct_a_disturbance(channels[next++]), "");
     EXPECT_TRUE(node_.await_rest()) << node_.plant().off_target(0.5);
     const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - begin;

@@ -53,7 +53,7 @@ TEST_F(two_nodes, a_killed_peer_moves_no_channel_and_is_regulated_with_again) {
   ASSERT_TRUE(daemon(0).wait_for("Remote connection lost: fe80::2%osc0"));
   pair_->plant(0).set("config/fibre/0/lossOffset", "3");
   ASSERT_TRUE(await_cycles(8)) << daemon(0).last_lines();
-  EXPECT_EQ(attenuations(), at_rest);
+  EXPECT_LT(test::largest_change(at_rest, attenuations()), test::one_step_db);
 
   const auto begin = daemon(0).output().size();
   const auto steps = daemon(0).count("Adjusting VOA from");
@@ -62,7 +62,7 @@ TEST_F(two_nodes, a_killed_peer_moves_no_channel_and_is_regulated_with_again) {
   EXPECT_LE(pair_->cycles_until_regulation(0, begin), 3U);
   EXPECT_TRUE(daemon(0).wait_for("Adjusting VOA from", steps + 1)) << daemon(0).last_lines();
   // The other node corrects what it receives from the longer fibre.
-  EXPECT_EQ(attenuations("0"), own_at_rest);
+  EXPECT_LT(test::largest_change(own_at_rest, attenuations("0")), test::one_step_db);
 }
 
 TEST_F(two_nodes, find_each_other_over_an_interface_that_comes_and_goes) {
@@ -94,7 +94,7 @@ TEST_F(two_nodes, find_each_other_over_an_interface_that_comes_and_goes) {
   EXPECT_TRUE(daemon(1).wait_for(listening, listened + 1)) << daemon(1).last_lines();
   EXPECT_TRUE(daemon(1).wait_for("Listening on [fe80::7%osc0]:5100")) << daemon(1).last_lines();
   ASSERT_TRUE(pair_->await_line(0, begin)) << daemon(0).last_lines();
-  EXPECT_EQ(attenuations(), at_rest);
+  EXPECT_LT(test::largest_change(at_rest, attenuations()), test::one_step_db);
   EXPECT_TRUE(test::eventually([&] {
     const auto after = test::figures_of(daemon(0).pid());
     return after.descriptors <= before.descriptors + 1 && after.threads <= before.threads + 1;

@@ -100,4 +100,12 @@ std::string plant_controls::off_target(double within_db) const {
   return found;
 }
 
+double largest_change(const std::map<std::string, double>& before,
+                      const std::map<std::string, double>& after) {
+  double largest = 0.0;
+  for (const auto& [path, attenuation] : before)
+    largest = std::max(largest, std::fabs(after.at(path) - attenuation));
+  return largest;
+}
+
 }  // namespace test

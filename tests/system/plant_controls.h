@@ -45,4 +45,10 @@ class plant_controls {
   std::string folder_;    // of the node's devices
 };
 
+/// A channel whose error has just left the dead band may take a step whatever else goes on.
+constexpr double one_step_db = 0.7;
+/// Between two looks at the same attenuations, dB.
+double largest_change(const std::map<std::string, double>& before,
+                      const std::map<std::string, double>& after);
+
 }  // namespace test
