@@ -13,7 +13,7 @@ namespace tools::lab {
 user::user() {
   sigset_t watched;
   sigemptyset(&watched);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGWINCH, SIGCHLD})
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGWINCH, SIGCHLD})
     sigaddset(&watched, signal);
   pthread_sigmask(SIG_BLOCK, &watched, &before_);
   signals_ = signalfd(-1, &watched, SFD_CLOEXEC | SFD_NONBLOCK);
@@ -30,7 +30,9 @@ user::event user::signalled() {
   while (read(signals_, &info, sizeof info) == sizeof info) {
     const auto signal = static_cast<int>(info.ssi_signo);
     if (signal == SIGWINCH) newest = event::resized;
-    if (signal == SIGINT || signal == SIGTERM || signal == SIGHUP) return event::quit;
+    if (signal == SIGINT || signal == SIGTERM || signal == SIGHUP || signal == SIGPIPE) {
+      return event::quit;
+    }
   }
   return newest;
 }

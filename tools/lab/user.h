@@ -8,8 +8,8 @@ namespace tools::lab {
 
 class user {
  public:
-  /// Takes SIGINT, SIGTERM, SIGHUP and the terminal's change of size as things to wait for. Before
-  /// any thread is started.
+  /// Takes SIGINT, SIGTERM, SIGHUP, SIGPIPE (nobody reads what is printed) and the terminal's
+  /// change of size as things to wait for. Before any thread is started.
   user();
   ~user();
   user(const user&) = delete;
