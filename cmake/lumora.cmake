@@ -62,9 +62,10 @@ function(lumora_tells_version name)
   target_compile_definitions(${name} PRIVATE LUMORA_VERSION="${PROJECT_VERSION}")
 endfunction()
 
-# lumora_test(NAME SOURCES... LIBS libraries...): one GoogleTest program, each of its tests known to ctest.
+# lumora_test(NAME SOURCES... LIBS libraries... LABEL unit|loops|system): one GoogleTest program, each of its tests known
+# to ctest. LABEL_tests builds all programs of a label.
 function(lumora_test name)
-  cmake_parse_arguments(ARG "" "TIMEOUT" "LIBS;LABELS" ${ARGN})
+  cmake_parse_arguments(ARG "" "TIMEOUT;LABEL" "LIBS" ${ARGN})
   add_executable(${name} ${ARG_UNPARSED_ARGUMENTS})
   target_link_libraries(${name} PRIVATE lumora_options ${ARG_LIBS} GTest::gtest GTest::gmock GTest::gtest_main)
   if(NOT ARG_TIMEOUT)
@@ -73,7 +74,14 @@ function(lumora_test name)
   if(LUMORA_SANITIZE)
     math(EXPR ARG_TIMEOUT "${ARG_TIMEOUT} * 5")  # a loop's cycle takes up to five times as long under a sanitizer
   endif()
+  if(NOT ARG_LABEL)
+    set(ARG_LABEL unit)
+  endif()
+  if(NOT TARGET ${ARG_LABEL}_tests)
+    add_custom_target(${ARG_LABEL}_tests)
+  endif()
+  add_dependencies(${ARG_LABEL}_tests ${name})
   include(GoogleTest)
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
-    PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}")
+    PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS ${ARG_LABEL})
 endfunction()
