@@ -2,6 +2,7 @@
 // rest, what it keeps in memory, how long its start takes.
 #pragma once
 
+#include "bench/bare_socket.h"
 #include "tests/support/daemon_node.h"
 #include "tests/system/plant_controls.h"
 
@@ -16,7 +17,9 @@ class daemon_figures {
   bool measure_start();
   bool measure_rest();
   bool measure_memory();
+  double bare_exchanges(double a_cycle);
 
+  bare_socket bare_;  // forks, so before any thread
   test::daemon_node node_;
   test::plant_controls plant_{node_.root().path()};
 };

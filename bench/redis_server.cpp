@@ -28,9 +28,9 @@ void append_get(redisContext& to, unsigned number) {
 
 redis_server::redis_server(const std::string& folder)
     : path_(folder + "/redis"),
-      child_([this] {
+      child_([this, log = folder + "/redis.log"] {
         ::execlp("redis-server", "redis-server", "--port", "0", "--unixsocket", path_.c_str(),
-                 "--save", "", "--appendonly", "no", "--loglevel", "warning", nullptr);
+                 "--save", "", "--appendonly", "no", "--logfile", log.c_str(), nullptr);
       }),
       connection_(connect()),
       all_("MGET") {
