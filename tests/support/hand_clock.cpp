@@ -1,7 +1,12 @@
 #include "tests/support/hand_clock.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <atomic>
+#include <fstream>
 #include <stdexcept>
+#include <string>
 #include <utility>
 
 namespace test {
@@ -14,6 +19,15 @@ constexpr std::chrono::sys_days first_day{std::chrono::year{2026} / 1 / 1};
 // A thread that was woken and neither sleeps again nor ends in this real time waits for a lock that
 // a sleeping one holds: a fault of the test.
 constexpr std::chrono::seconds longest_turn{60};
+
+/// As the kernel tells the state of a thread of this process, behind its name in brackets.
+bool waits_or_has_ended(pid_t thread) {
+  std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
+  std::string text;
+  std::getline(file, text);
+  const auto name_end = text.rfind(')');
+  return name_end == text.npos || text.compare(name_end, 3, ") S") == 0;
+}
 
 }  // namespace
 
@@ -160,6 +174,17 @@ std::jthread hand_clock::start_turn_taker(std::function<void()> body) {
   std::unique_lock lock(mutex_);
   changed_.wait(lock, [&] { return interrupted_ || sleepers_.size() > before; });
   return thread;
+}
+
+void hand_clock::run_beside(std::function<void()> body, std::chrono::nanoseconds time) {
+  std::atomic<pid_t> thread{0};
+  const std::jthread beside([&thread, body = std::move(body)] {
+    thread = ::gettid();
+    body();
+  });
+  while (thread == 0 || !waits_or_has_ended(thread))
+    std::this_thread::yield();
+  sleep(time);
 }
 
 void hand_clock::interrupt() {

@@ -32,6 +32,10 @@ class hand_clock : public helpers::time_source, public std::enable_shared_from_t
   void sleep(std::chrono::nanoseconds duration) override;
   void interrupt() override;
 
+  /// Runs `body` on a thread of its own, which waits there for threads that sleep on this clock:
+  /// once it waits, `time` passes, which has to be enough for them. On the owner's thread.
+  void run_beside(std::function<void()> body, std::chrono::nanoseconds time);
+
   /// A sleep inside a device call.
   void sleep_in_call(std::chrono::nanoseconds duration);
 

@@ -3,9 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <atomic>
 #include <stdexcept>
-#include <thread>
 #include <utility>
 
 #include "device/hardware/tdcm.h"
@@ -41,14 +39,7 @@ void plant_node::create_manager() {
 }
 
 void plant_node::end_manager() {
-  // Its LED thread sees the end at its next look, a second of plant time away.
-  std::atomic<bool> ended{false};
-  const std::jthread destroyer([&] {
-    manager_.reset();
-    ended = true;
-  });
-  while (!ended)
-    clock_->sleep(std::chrono::milliseconds(100));
+  clock_->run_beside([this] { manager_.reset(); }, leds_end);
 }
 
 void plant_node::restart() {

@@ -87,10 +87,7 @@ void plant_pair::stop_manager(unsigned node) {
     throw std::runtime_error("a manager does not end");
   }
   it.thread.join();
-  // Its LED thread sees the end at its next look, a second of plant time away.
-  std::jthread destroyer([&it] { it.manager.reset(); });
-  clock_->sleep(2s);
-  destroyer.join();
+  clock_->run_beside([&it] { it.manager.reset(); }, leds_end);
   network_.detach(peer_address(node));
   it.tree.reset();
   it.poller.reset();

@@ -48,6 +48,9 @@ class plant_stage {
   double error_at(unsigned node, unsigned channel);
   bool all_within(unsigned node, double within_db);
 
+  /// A manager's LED thread sees its end at its next look, a second away.
+  static constexpr std::chrono::seconds leds_end{2};
+
   memory_store store_;
   nx::in_process_network network_;
   std::unique_ptr<sim::plant> plant_;
