@@ -1,5 +1,5 @@
-// A descriptor that takes the log's lines and is never waited for: a pipe whose reader has stopped, a
-// terminal that is held, a journal that hangs. What it does not take at once waits here, up to a
+// A descriptor that takes the log's lines and is never waited for: a pipe whose reader has stopped,
+// a terminal that is held, a journal that hangs. What it does not take at once waits here, up to a
 // limit, and goes out ahead of the next line; lines beyond the limit are lost and counted. Not
 // thread-safe.
 #pragma once
