@@ -36,7 +36,7 @@ void tree_connection::read(unsigned lines, const char* member) {
 }
 
 void tree_connection::parse(std::string_view line, const char* member) {
-  if (nx::read_plain_event(line)) return;
+  if (member == std::string_view("method") && nx::read_plain_event(line)) return;
   static arena kept;
   kept.text.assign(line);
   pool values(kept.values_buffer.data(), kept.values_buffer.size());

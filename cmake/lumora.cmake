@@ -32,7 +32,8 @@ if(LUMORA_SANITIZE)
   # -Wno-tsan: Asio's fences are not modelled by the thread sanitizer, which warns of each of them.
   # -Wno-maybe-uninitialized: what sanitizers put in misleads it: <regex>, empty lambdas, optional documents.
   target_compile_options(lumora_options INTERFACE "-fsanitize=${LUMORA_SANITIZE}"
-    $<$<CXX_COMPILER_ID:GNU>:-Wno-tsan> $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized> -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-tsan> $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>
+    -fno-omit-frame-pointer -fno-sanitize-recover=all)
   target_link_options(lumora_options INTERFACE "-fsanitize=${LUMORA_SANITIZE}")
 endif()
 if(LUMORA_FUZZ)
