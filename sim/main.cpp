@@ -158,6 +158,7 @@ int main(int argc, char** argv) {
     if (chosen.board) write_boards(plant, chosen);
     const sigset_t stop = block_stop_signals();
     const auto stores = follow_stores(plant, chosen);
+    plant.step(tick);  // the first client is to find light, and the truth of it
     sim::service_host services(plant, chosen.far_prefix, chosen.peer_interface);
     std::printf("ready: %zu nexels below %s\n", services.count(),
                 nx::rooted_path("/tmp/nexels").c_str());
