@@ -222,6 +222,7 @@ TEST_P(client, a_thousand_connections_to_a_nexel_that_restarts_leave_nothing_beh
   constexpr std::size_t clients = 50;
   const std::string value = "data/power = 1";
   value_node::create(tree, "data/power", "1");
+  connection.reset();  // nobody would wait for its return
   std::vector<std::shared_ptr<nexel_client_api>> connections;
   std::vector<std::shared_ptr<noting_subscriber>> subscribers;
   for (std::size_t i = 0; i < clients; ++i) {
