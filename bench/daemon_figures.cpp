@@ -120,15 +120,16 @@ bool daemon_figures::measure_rest() {
   const auto after = use_of_thread(pid, "manager");
   const auto of_cycle = (after.cpu - before.cpu) / passed;
   const auto of_all = (seconds(cpu_time(pid)) - all) / passed;
-  const auto limit = bare_exchanges((after.waits - before.waits) * (cycle_pause / passed));
-  const auto figure =
-      fmt::format("CPU of a cycle, to its pause ({:.2f} % over bare sockets)", percent * limit);
-  const bool cycle_reached = report(figure, percent * of_cycle, 1, "%");
+  const auto of_answers = bare_exchanges((after.waits - before.waits) * (cycle_pause / passed));
+  const auto figure = fmt::format(
+      "CPU of a cycle to its pause, without {:.2f} % for device answers", percent * of_answers);
+  const bool cycle_reached = report(figure, percent * (of_cycle - of_answers), 1, "%");
   return report("CPU of the daemon at rest with a full band", percent * of_all, 2, "%") &&
          cycle_reached;
 }
 
-/// What so many exchanges a cycle take of a thread that does nothing else, at the same pace.
+/// What it takes to wait for so many answers a cycle: of a thread that does nothing else, at the
+/// same pace.
 double daemon_figures::bare_exchanges(double a_cycle) {
   const auto begin = clock::now();
   const auto before = use_of_thread(::getpid(), own_name());
