@@ -28,7 +28,7 @@ std::string ended_line(const std::string& path, const std::string& reason) {
 bool session_outbox::add_answer(std::string text) {
   const std::lock_guard lock(mutex_);
   if (closed_) return false;
-  if (!text.empty()) push({.text = std::move(text), .event = nullptr});
+  if (!text.empty()) push(std::move(text));
   open_begun();
   return wake();
 }
@@ -64,11 +64,11 @@ bool session_outbox::take(std::string& out, std::size_t enough) {
   woken_ = false;
   while (!nothing_waits() && out.size() < enough) {
     const item next = std::move(queue_[first_++]);
-    bytes_ -= next.size();
+    bytes_ -= next.line->size();
     if (some_ended_ && next.of != no_subscription && subscriptions_.find(next.of) == nullptr) {
       continue;
     }
-    out += next.event ? next.event->line : next.text;
+    out += *next.line;
     out += '\n';
   }
   forget_sent();
@@ -186,30 +186,36 @@ std::vector<std::string> session_outbox::paths() const {
   return subscriptions_.paths();
 }
 
+void session_outbox::push(std::string text) {
+  push({std::make_shared<const std::string>(std::move(text)), no_subscription});
+}
+
 void session_outbox::push(item added) {
-  bytes_ += added.size();
+  bytes_ += added.line->size();
   queue_.push_back(std::move(added));
   ++next_number_;
 }
 
 void session_outbox::push_event(subscription_slots::slot& subscribed, nx_subscription_number of,
                                 std::shared_ptr<const nx_event> event) {
+  const auto* text = &event->line;
+  std::shared_ptr<const std::string> line(std::move(event), text);
   auto& newest = subscribed.place;
   const bool merging = slow_ || bytes_ > merging_from;
   if (merging && newest >= front_number()) {
-    auto& waiting = queue_[first_ + newest - front_number()].event;
-    bytes_ += event->line.size();
-    bytes_ -= waiting->line.size();
-    waiting = std::move(event);
+    auto& waiting = queue_[first_ + newest - front_number()].line;
+    bytes_ += line->size();
+    bytes_ -= waiting->size();
+    waiting = std::move(line);
     return;
   }
   newest = next_number_;
-  push({.text = {}, .event = std::move(event), .of = of});
+  push({std::move(line), of});
 }
 
 void session_outbox::push_end(nx_subscription_number ended, std::string text) {
   end(ended);
-  push({.text = std::move(text), .event = nullptr});
+  push(std::move(text));
 }
 
 // What waits of it is not sent any more.
@@ -237,7 +243,7 @@ void session_outbox::open_begun() {
   begun_.shrink_to_fit();
   if (text.empty()) return;
   text.shrink_to_fit();
-  push({.text = std::move(text), .event = nullptr});
+  push(std::move(text));
 }
 
 bool session_outbox::covered(const std::string& path) const {

@@ -58,15 +58,13 @@ class session_outbox {
     std::shared_ptr<const nx_event> event;
     std::string end;  // the message "ended"
   };
-  // A line of its own, or the event of a subscription.
+  // An event's line is that of all its sessions.
   struct item {
-    std::string text;
-    std::shared_ptr<const nx_event> event;
-    nx_subscription_number of = no_subscription;
-
-    std::size_t size() const { return event ? event->line.size() : text.size(); }
+    std::shared_ptr<const std::string> line;
+    nx_subscription_number of;  // no_subscription for what is no event
   };
 
+  void push(std::string text);
   void push(item added);
   void push_event(subscription_slots::slot& subscribed, nx_subscription_number of,
                   std::shared_ptr<const nx_event> event);
