@@ -39,8 +39,9 @@ bool read_value(std::string_view text, json_value& value) {
     value.SetBool(text == "true");
     return true;
   }
-  return is_plain_number(text) && (reads_as<std::int64_t>(text, value) ||
-                                   (text.find('.') != text.npos && reads_as<double>(text, value)));
+  if (!is_plain_number(text)) return false;
+  const bool whole = text.find('.') == text.npos;
+  return whole ? reads_as<std::int64_t>(text, value) : reads_as<double>(text, value);
 }
 
 }  // namespace

@@ -8,7 +8,11 @@
 namespace nx {
 
 /// Takes `expected` off the front of the text; false when something else stands there.
-bool skip_text(std::string_view& text, std::string_view expected);
+inline bool skip_text(std::string_view& text, std::string_view expected) {
+  if (!text.starts_with(expected)) return false;
+  text.remove_prefix(expected.size());
+  return true;
+}
 
 /// Takes a string off the front, from behind its opening quote to its closing one. False unless it
 /// is printable ASCII without escapes, which stands in JSON as it is.
