@@ -77,6 +77,13 @@ TEST_F(lumora_manager_test, waits_for_the_store_then_for_the_configuration) {
                           "Redis configuration received, proceeding."));
 }
 
+TEST_F(lumora_manager_test, takes_no_configuration_for_a_manager_whose_start_was_stopped) {
+  model->on_start = [&] { running = false; };
+  model->on_run = [] { FAIL() << "nothing is built"; };
+  start_core();
+  EXPECT_FALSE(db.find(config_path));
+}
+
 TEST_F(lumora_manager_test, a_failure_of_the_manager_is_logged_and_ends_the_thread) {
   const std::string signature =
       "function void lumora_manager::start(std::shared_ptr<manager::interface>&, bool*), line ";
