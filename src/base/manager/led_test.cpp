@@ -46,7 +46,7 @@ bool led_test::run() {
   while (!is_stopping_()) {
     const auto elapsed = helpers::waiting::instance().steady_now() - start;
     if (colour_ == leds::led_status_green && elapsed >= test_duration) return true;
-    if (plan_.waits_for_device && !device_.is_operational()) {
+    if (plan_.waits_for_device && !device_is_ready()) {
       LUMORA_LOG_DIRECT(7, "boot_thread_function", not_up_in_a_sweep);
       pause_(not_ready_pause);
       continue;
@@ -58,9 +58,18 @@ bool led_test::run() {
 }
 
 void led_test::wait_for_device() {
-  while (!is_stopping_() && !device_.is_operational()) {
+  while (!is_stopping_() && !device_is_ready()) {
     pause_(not_ready_pause);
     LUMORA_LOG_DIRECT(7, "boot_thread_function", plan_.not_up_yet);
+  }
+}
+
+// A panel that is away is not ready either.
+bool led_test::device_is_ready() {
+  try {
+    return device_.is_operational();
+  } catch (const nx_client_exception&) {
+    return false;
   }
 }
 

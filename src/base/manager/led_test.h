@@ -42,12 +42,13 @@ class led_test {
   led_test(device::interfaces::led& device, const led_test_plan& plan,
            std::function<bool()> is_stopping, std::function<bool(std::chrono::nanoseconds)> pause);
 
-  /// False if it was stopped before its end. Throws what the readiness test and a refused write
-  /// throw.
+  /// False if it was stopped before its end. Waits for a panel that is away. Throws what a refused
+  /// write throws.
   bool run();
 
  private:
   void wait_for_device();
+  bool device_is_ready();
   void sweep();
   void sweep_step(const led_test_step& step);
   void sweep_clients();

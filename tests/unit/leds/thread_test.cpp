@@ -87,6 +87,22 @@ TEST_F(coldstart, failures_skip_their_pair_only) {
   EXPECT_EQ(first_sweep_of(bench.panel->writes), (texts{"xc 1", "1", "4", "3", "xc 3"}));
 }
 
+TEST_F(coldstart, a_panel_that_goes_away_meanwhile_does_not_begin_it_anew) {
+  const test::log_capture log;
+  test::led_bench<products::orva::orvalite::leds> bench;
+  bool away = true;
+  bench.panel->before_access = [&](const std::string& access) {
+    if (away) throw nx_client_exception{-107, "Not connected", access};
+  };
+  clock->at(5s, [&] { away = false; });
+  clock->at(25s, [&] { away = true; });
+  clock->at(35s, [&] { away = false; });
+  bench.leds->boot_thread_function();
+  EXPECT_EQ(log.count("Led test started"), 1);
+  EXPECT_GE(clock->elapsed(), 65s);
+  EXPECT_LT(clock->elapsed(), 75s);
+}
+
 TEST_F(coldstart, a_panel_that_fails_at_once_does_not_hold_time_still) {
   test::led_bench<products::selka::selkaplus::leds> bench;
   unsigned accesses = 0;
