@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include "base/channel/control/base.h"
@@ -42,7 +43,10 @@ class control : public ::channel::control::base<T> {
   void set_optical_control_mode(std::string text);
 
  private:
+  void show_mode(std::shared_ptr<nx::api::pushed_value<std::string>> value);
+
   std::atomic<float> target_output_power_{0.0f};
+  std::mutex mode_mutex_;  // the mode that is shown is the one that holds
   std::atomic<optical_control_mode> mode_{optical_control_mode::unknown};
   std::shared_ptr<nx::api::pushed_value<float>> target_output_power_value_;
   std::shared_ptr<nx::api::pushed_value<std::string>> mode_value_;

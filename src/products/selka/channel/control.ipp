@@ -48,10 +48,19 @@ float control<T>::get_target_output_power() {
 
 template <class T>
 void control<T>::set_optical_control_mode(std::string text) {
+  const std::lock_guard lock(mode_mutex_);
   mode_ = optical_control_mode_from_text(text);
   LUMORA_LOG(2, "OCM UPDATE! set_optical_control_mode({}, {})", this->get_channel()->get_id(),
              text);
   if (mode_value_) mode_value_->update(text);
+}
+
+// The mode can be written as soon as its parameter is on the tree, before its value is.
+template <class T>
+void control<T>::show_mode(std::shared_ptr<nx::api::pushed_value<std::string>> value) {
+  const std::lock_guard lock(mode_mutex_);
+  mode_value_ = std::move(value);
+  mode_value_->update(get_optical_control_mode());
 }
 
 template <class T>
@@ -61,9 +70,8 @@ void control<T>::setup_channel_api(nx_db& db, std::shared_ptr<nx::api::value_gro
   values->add_value(nx::api::config_param<&control<T>::set_optical_control_mode>::create(
                         db, this->value_path("config", "opticalControlMode"), std::nullopt, self),
                     0);
-  mode_value_ = nx::api::pushed_value<std::string>::create(
-      db, this->value_path("data", "opticalControlMode"));
-  mode_value_->update(get_optical_control_mode());
+  show_mode(nx::api::pushed_value<std::string>::create(
+      db, this->value_path("data", "opticalControlMode")));
   target_output_power_value_ = nx::api::pushed_value<float>::create(
       db, this->value_path("data", "targetOutputPower"), 1, 0.2);
   values->add_value(nx::api::const_value<std::string>::create(
