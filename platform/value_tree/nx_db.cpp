@@ -39,7 +39,8 @@ void add_paths_below(const nx::path_index::level& level, std::vector<std::string
 }  // namespace
 
 struct nx_db::impl {
-  mutable std::shared_mutex mutex;  // guards entries and index; no node is called under it
+  // Guards entries and index. No node is called under it but for its list of subscribers.
+  mutable std::shared_mutex mutex;
   std::unordered_map<std::string, tree_entry> entries;
   nx::path_index index;
 
@@ -86,20 +87,11 @@ void nx_db::add_node(const std::string& parent_path, std::shared_ptr<nx_db_leaf_
   nx::check_new_path(path);
   // Subscribers move before the node can be reached: from then on a setter may hold its mutex and
   // wait for a lock that the caller of this holds.
-  if (const auto former = prepare_successor(path, *node)) move_subscribers(*former, *node);
-  std::shared_ptr<nx_db_leaf_node> old;
-  {
-    const std::lock_guard lock(impl_->mutex);
-    impl_->index.set(path, node);
-    if (node->db == nullptr) {
-      node->path_ = std::make_shared<const std::string>(path);
-      node->db = this;
-    }
-    node->retired_ = false;
-    old = std::exchange(impl_->entries[path].node, node);
-    if (old && old != node) old->retired_ = true;
-  }
-  if (old && old != node) move_subscribers(*old, *node);  // who came meanwhile
+  auto former = prepare_successor(path, *node);
+  do {
+    if (former) move_subscribers(*former, *node);
+    former = put(path, node);
+  } while (former);
   for (const auto& added : impl_->live_watchers())
     (*added)(node);
 }
@@ -112,9 +104,37 @@ std::shared_ptr<nx_db_leaf_node> nx_db::prepare_successor(const std::string& pat
   }
   const auto present = impl_->entries.find(path);
   if (present == impl_->entries.end() || present->second.node.get() == &node) return nullptr;
+  attach(node, path);
+  return present->second.node;
+}
+
+std::shared_ptr<nx_db_leaf_node> nx_db::put(const std::string& path,
+                                            const std::shared_ptr<nx_db_leaf_node>& node) {
+  std::shared_ptr<nx_db_leaf_node> old;  // outlives the lock
+  const std::lock_guard lock(impl_->mutex);
+  const auto present = impl_->entries.find(path);
+  if (present != impl_->entries.end() && present->second.node != node) old = present->second.node;
+  if (old && has_subscribers(*old)) {
+    attach(*node, path);
+    return old;
+  }
+  impl_->index.set(path, node);
+  attach(*node, path);
+  node->retired_ = false;
+  impl_->entries[path].node = node;
+  if (old) old->retired_ = true;
+  return nullptr;
+}
+
+void nx_db::attach(nx_db_leaf_node& node, const std::string& path) {
+  if (node.db != nullptr) return;
   node.path_ = std::make_shared<const std::string>(path);
   node.db = this;
-  return present->second.node;
+}
+
+bool nx_db::has_subscribers(const nx_db_leaf_node& node) {
+  const auto* events = dynamic_cast<const nx_db_event_node*>(&node);
+  return events != nullptr && events->has_subscribers();
 }
 
 void nx_db::move_subscribers(nx_db_leaf_node& old, nx_db_leaf_node& node) {

@@ -85,6 +85,12 @@ class nx_db {
   /// returned, or null. Throws nx_error -22 where add_node does.
   std::shared_ptr<nx_db_leaf_node> prepare_successor(const std::string& path,
                                                      nx_db_leaf_node& node);
+  /// Puts the node on the tree and gives null; gives the one that stands there while that has
+  /// subscribers, and changes nothing.
+  std::shared_ptr<nx_db_leaf_node> put(const std::string& path,
+                                       const std::shared_ptr<nx_db_leaf_node>& node);
+  void attach(nx_db_leaf_node& node, const std::string& path);
+  static bool has_subscribers(const nx_db_leaf_node& node);
   static void move_subscribers(nx_db_leaf_node& old, nx_db_leaf_node& node);
 
   struct impl;

@@ -107,18 +107,25 @@ TEST_F(tree, a_replaced_node_hands_its_subscribers_on) {
   const auto group = nx::api::value_group::create(1);
   group->add_value(old, 1);
 
-  // Nobody can hold the successor's mutex while the subscribers come: it cannot be reached yet.
+  // Nobody can hold the successor's mutex while the subscribers come: it cannot be reached yet,
+  // also for one that comes while the others move.
   struct unreachable_value : value_node {
     using value_node::value_node;
     void subscribe(std::shared_ptr<nx_session> who, const std::string& path,
                    json_allocator& allocator, json_value& result,
                    std::unique_lock<std::recursive_mutex>& lock) override {
       EXPECT_NE(db->find(path), shared_from_this());
+      if (const auto other = std::exchange(late, nullptr)) test::subscribe_to(*db, path, other);
       value_node::subscribe(std::move(who), path, allocator, result, lock);
     }
+    std::shared_ptr<nx_session> late;
   };
-  const auto successor = test::add_node<unreachable_value>(db, "a/b", "7");
+  const auto late = std::make_shared<test::recording_session>();
+  const auto successor = std::make_shared<unreachable_value>("b", "7");
+  successor->late = late;
+  db.add_node("a", successor);
   EXPECT_EQ(session->take(), names{"first a/b = 7"});
+  EXPECT_EQ(late->take(), (names{"first a/b = 2", "first a/b = 7"}));
   old->update("3");
   EXPECT_TRUE(session->take().empty());
   successor->fail({-61, "broken"});
