@@ -35,7 +35,8 @@ class reconnect_pace {
     return pause;
   }
 
-  /// The nexel has answered something: a connection that is merely accepted proves nothing.
+  /// The nexel has answered a call or told an event: a connection that is merely accepted proves
+  /// nothing, nor does one that is refused in words, as by a nexel with too many sessions.
   void reset() { pause_ = shortest_pause; }
 
  private:

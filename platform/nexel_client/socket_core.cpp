@@ -120,6 +120,7 @@ void socket_core::answer(const json_value& message) {
     calls_.answered();
     return log_error(address_.text() + " answers without an id: " + json_text(message));
   }
+  pace_.reset();
   auto object = calls_.answered(id->value.GetUint64());
   if (!object) return;
   if (result != message.MemberEnd()) return object->process_ok_response(result->value);
@@ -147,8 +148,8 @@ void socket_core::expire_calls() {
 }
 
 void socket_core::line_received(std::string_view line) {
-  pace_.reset();
   if (const auto event = read_plain_event(line)) {
+    pace_.reset();
     return subscriptions_.changed(event->path, event->value);
   }
   json_document message;
@@ -158,7 +159,10 @@ void socket_core::line_received(std::string_view line) {
     return log_error(address_.text() + " sends no JSON: " + error.message);
   }
   if (!message.IsObject()) return;
-  if (message.HasMember("method")) return subscriptions_.receive(message);
+  if (message.HasMember("method")) {
+    pace_.reset();
+    return subscriptions_.receive(message);
+  }
   answer(message);
 }
 

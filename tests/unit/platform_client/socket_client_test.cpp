@@ -87,6 +87,22 @@ TEST_F(socket_client, without_a_call_it_connects_by_itself) {
   EXPECT_TRUE(server.seen.await("subscribe data/power"));
 }
 
+TEST_F(socket_client, a_refusal_in_words_does_not_bring_it_back_sooner) {
+  scripted_server server(path, [](const auto&) {
+    return R"({"jsonrpc":"2.0","id":null,"error":{"code":-105,"message":"full"}})"
+           "\n";
+  });
+  auto client = connect();
+  const auto subscriber = subscribe(*client, "a");
+  ASSERT_TRUE(server.seen.await("subscribe a"));
+  const auto begin = clock::now();
+  for (std::size_t attempt = 2; attempt <= 6; ++attempt) {
+    server.drop_connection();
+    ASSERT_TRUE(server.seen.await("subscribe a", attempt));
+  }
+  EXPECT_GE(clock::now() - begin, 1s) << "the pauses do not double";
+}
+
 TEST_F(socket_client, silence_costs_one_time_out_and_one_probe_a_second) {
   scripted_server server(path, scripted_server::silence);
   auto client = connect();
