@@ -76,7 +76,7 @@ void session::process() {
       stalled_ = true;  // goes on once the client has taken answers
       return;
     }
-    if (!subscribe_added_at_once()) break;
+    if (!subscribe_added_at_once()) return flush();  // a worker is at it: nothing waits for that
     more = handle_lines();
     flush();
   }
@@ -271,9 +271,7 @@ void session::close(const std::string& reason) {
 void session::finish() {
   const auto paths = outbox_.paths();
   outbox_.close();
-  for (const auto& path : paths) {
-    if (const auto node = host_->db.find(path)) node->unsubscribe(shared_from_this());
-  }
+  let_go(paths);
   host_->session_closed(self());
 }
 

@@ -71,6 +71,7 @@ class session : public nx_session, public subscription_port {
   void check_output_limit();
   void finish();
 
+  void let_go(const std::vector<std::string>& paths);
   void subscribe_path(const std::shared_ptr<const std::string>& path, bool exact,
                       json_allocator& allocator, json_value& result,
                       std::unique_lock<std::recursive_mutex>& lock);

@@ -149,20 +149,34 @@ std::vector<std::string> session_outbox::remove(const std::string& path_or_patte
   const std::lock_guard lock(mutex_);
   std::vector<std::string> named;
   if (is_path_pattern(path_or_pattern)) {
-    std::erase(patterns_, path_or_pattern);
-    named = subscriptions_.paths();
-    std::erase_if(named, [&](const auto& path) { return !path_matches(path_or_pattern, path); });
+    named = remove_pattern(path_or_pattern);
   } else if (subscriptions_.find(path_or_pattern) != no_subscription) {
     named.push_back(path_or_pattern);
   }
+  for (const auto& path : named)
+    subscriptions_.find(subscriptions_.find(path))->exact = false;
   std::erase_if(named, [this](const auto& path) { return stays(path); });
   return named;
 }
 
+std::vector<std::string> session_outbox::withdraw(const std::string& pattern) {
+  const std::lock_guard lock(mutex_);
+  auto named = remove_pattern(pattern);
+  std::erase_if(named, [this](const auto& path) { return stays(path); });
+  return named;
+}
+
+// Gives the subscribed paths that it fits.
+std::vector<std::string> session_outbox::remove_pattern(const std::string& pattern) {
+  std::erase(patterns_, pattern);
+  auto fitting = subscriptions_.paths();
+  std::erase_if(fitting, [&](const auto& path) { return !path_matches(pattern, path); });
+  return fitting;
+}
+
 bool session_outbox::stays(const std::string& path) {
   const auto number = subscriptions_.find(path);
-  subscriptions_.find(number)->exact = false;
-  if (covered(path)) return true;
+  if (subscriptions_.find(number)->exact || covered(path)) return true;
   end(number);
   return false;
 }

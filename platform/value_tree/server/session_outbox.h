@@ -46,6 +46,8 @@ class session_outbox {
   /// Ends the subscriptions that the path or pattern names, and gives the paths that no other
   /// subscription covers.
   std::vector<std::string> remove(const std::string& path_or_pattern);
+  /// The same for a pattern that found no room; what was subscribed to by itself stays.
+  std::vector<std::string> withdraw(const std::string& pattern);
   bool covered_by_pattern(const std::string& path) const;
   bool is_subscribed(const std::string& path) const;
   nx_subscription_number subscription_number(const std::string& path) const;
@@ -72,6 +74,7 @@ class session_outbox {
   void end(nx_subscription_number ended);
   void open_begun();
   bool covered(const std::string& path) const;
+  std::vector<std::string> remove_pattern(const std::string& pattern);
   bool stays(const std::string& path);
   bool wake();
   bool nothing_waits() const { return first_ == queue_.size(); }

@@ -54,7 +54,7 @@ void session::subscribe_pattern(const std::string& pattern, json_allocator& allo
     } catch (...) {
       const nx_error error = current_node_error();
       if (error.code == no_room) {
-        unsubscribe(pattern);
+        let_go(outbox_.withdraw(pattern));
         throw error;
       }
       result.AddMember(to_json(*path, allocator), json_rpc::error_value(error, allocator),
@@ -65,8 +65,12 @@ void session::subscribe_pattern(const std::string& pattern, json_allocator& allo
 
 void session::unsubscribe(const std::string& path) {
   const std::lock_guard lock(subscription_mutex_);
-  for (const auto& uncovered : outbox_.remove(path)) {
-    if (const auto node = host_->db.find(uncovered)) node->unsubscribe(shared_from_this());
+  let_go(outbox_.remove(path));
+}
+
+void session::let_go(const std::vector<std::string>& paths) {
+  for (const auto& path : paths) {
+    if (const auto node = host_->db.find(path)) node->unsubscribe(shared_from_this());
   }
 }
 

@@ -95,6 +95,13 @@ TEST_F(outbox, subscriptions_are_limited) {
   EXPECT_FALSE(begin("one/more"));
   EXPECT_TRUE(begin("a/1"));
   EXPECT_FALSE(box.add_pattern("y/*"));
+  // A pattern that found no room takes back what it brought, and nothing else.
+  box.remove("a/2");
+  ASSERT_TRUE(box.add_pattern("a/*"));
+  EXPECT_TRUE(box.withdraw("a/*").empty());
+  EXPECT_TRUE(box.is_subscribed("a/1"));
+  ASSERT_TRUE(begin("z", false));
+  EXPECT_THAT(box.withdraw("*"), testing::ElementsAre("z"));
   box.remove("a/1");
   EXPECT_TRUE(begin("one/more"));
 }
