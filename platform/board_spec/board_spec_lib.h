@@ -1,5 +1,5 @@
-// Constants of the board that are no calibration: read once from a text file "KEY VALUE" beside the
-// calibration file ("/mnt/board_info/board_spec.conf", below NX_ROOT when that is set); built-in
+// Constants of the board that are no calibration: read once from a text file "KEY VALUE" in the
+// board's folder ("/mnt/board_info/board_spec.conf", below NX_ROOT when that is set); built-in
 // defaults stand in for a missing file or key.
 #pragma once
 

@@ -107,7 +107,11 @@ void request_handler::methods::info(const request& asked, const request_call& ca
 
 void request_handler::methods::list(const request& asked, const request_call& call) {
   const auto recursive = asked.params->FindMember("recursive");
-  const bool whole = recursive != asked.params->MemberEnd() && from_json<bool>(recursive->value);
+  const bool asks = recursive != asked.params->MemberEnd();
+  if (asks && !recursive->value.IsBool()) {
+    throw nx_error(json_rpc::invalid_params, "Invalid params: \"recursive\" must be true or false");
+  }
+  const bool whole = asks && recursive->value.GetBool();
   json_value names(rapidjson::kArrayType);
   for (const auto& name : call.db.list(asked.path, whole)) {
     names.PushBack(to_json(name, call.allocator), call.allocator);

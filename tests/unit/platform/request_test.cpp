@@ -4,6 +4,7 @@
 
 #include <stdexcept>
 
+#include "platform/kvs_client/kvs_client.h"
 #include "platform/value_tree/server/request_handler.h"
 #include "tests/support/failure.h"
 #include "tests/support/nodes.h"
@@ -120,6 +121,8 @@ TEST_F(requests, of_each_method) {
       {"list", R"({"path":""})", R"({"":["command/","data/"]})"},
       {"list", R"({"path":"data","recursive":true})",
        R"({"data":["data/1/power","data/2/power","data/name"]})"},
+      {"list", R"({"path":"data","recursive":"yes"})",
+       R"({"code":-32602,"message":"Invalid params: \"recursive\" must be true or false"})"},
       {"list", R"({"path":"x"})", R"({"code":-2,"message":"No such path: x"})"},
       {"history", R"({"path":"data/1/power"})",
        R"({"data/1/power":[{"time":"2026-01-31T12:00:00.123Z","value":1.5},{"time":"2026-01-31T12:00:00.123Z","value":0}]})"},
@@ -205,6 +208,8 @@ TEST_F(requests, tell_what_a_node_threw) {
        R"({"code":-5,"message":"Redis not connected."})"},
       {[]() -> std::string { throw std::runtime_error("odd"); }, R"({"code":-1,"message":"odd"})"},
       {[]() -> std::string { throw 1; }, R"({"code":-1,"message":"Unknown error!"})"},
+      {[]() -> std::string { throw kvs_client_exception("READONLY"); },
+       R"({"code":-1,"message":"READONLY"})"},
       {[]() -> std::string {
          throw nx_client_exception{-107, "Not connected: /tmp/x", "data/a"};
        },

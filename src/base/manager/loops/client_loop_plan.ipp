@@ -12,9 +12,9 @@ template <class T>
 void client_loop<T>::setup_channel_plan(nx_db& db) {
   LUMORA_LOG(2, fmt::runtime(direction_.setting_up_plan));
   const std::lock_guard lock(plan_->get_mutex());
+  plan_is_set_up_ = false;
   plan_->load();
   broken_adds_.clear();
-  plan_is_set_up_ = false;
   if (plan_->get_channels()->empty()) {
     LUMORA_LOG(2, "Loading an empty channel plan, clearing all channels.");
     wss_->remove_all_channels();
