@@ -26,6 +26,7 @@ TEST(line_arithmetic, embedded_settings_are_limited_on_one_side_each) {
   EXPECT_EQ(embedded_target_power(17, 3), 5);
   EXPECT_EQ(embedded_preamp_gain(-0.5f, 17, 1, 15), 17);
   EXPECT_EQ(embedded_preamp_gain(-0.5f, 10, 1, 15), 15);
+  EXPECT_EQ(embedded_preamp_gain(std::nanf(""), 10, 1, 15), 15);
 }
 
 TEST(line_arithmetic, weak_channels_pull_the_attenuation_down) {

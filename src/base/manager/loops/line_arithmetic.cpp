@@ -35,8 +35,11 @@ float loss_between(float sent, float received) {
 }
 
 float attenuation_per_kilometer(float loss, float length) {
-  if (!(length > shortest_length_km)) return 0.0f;
-  return std::max(loss / length, 0.0f);
+  return is_measurable_length(length) ? std::max(loss / length, 0.0f) : 0.0f;
+}
+
+bool is_measurable_length(float length) {
+  return length > shortest_length_km;
 }
 
 float signal_loss_from_osc(float osc_tx_power, float remote_osc_rx_power) {
@@ -61,7 +64,8 @@ float embedded_target_power(float tx_span, float remote_minimum_gain) {
 
 float embedded_preamp_gain(float line_calibration, float rx_span, float voa_insertion_loss,
                            float default_gain) {
-  return std::max(2.0f * line_calibration + rx_span + voa_insertion_loss, default_gain);
+  const float gain = 2.0f * line_calibration + rx_span + voa_insertion_loss;
+  return gain > default_gain ? gain : default_gain;  // also for a calibration that is no number
 }
 
 float saturation_step(float saturation) {

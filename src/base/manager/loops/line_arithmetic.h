@@ -14,6 +14,7 @@ float loss_between(float sent, float received);
 
 /// Loss over a length in dB/km; 0 for a fibre of a kilometre or less, where connectors dominate.
 float attenuation_per_kilometer(float loss, float length);
+bool is_measurable_length(float length);
 
 /// Span loss at signal wavelengths from that of the OSC at 1510 nm.
 float signal_loss_from_osc(float osc_tx_power, float remote_osc_rx_power);

@@ -101,17 +101,18 @@ float line_loop::get_line_tx_fiber_length() {
 
 float line_loop::get_osc_tx_attenuation() {
   const float loss = get_osc_tx_loss();
-  return attenuation_per_kilometer(loss, get_line_rx_fiber_length());
+  return loss > 0 ? attenuation_per_kilometer(loss, get_line_rx_fiber_length()) : 0;
 }
 
+// Without a peer there is no length, and no device is asked.
 float line_loop::get_total_attenuation_per_kilometer() {
   const float length = get_line_tx_fiber_length();
-  return attenuation_per_kilometer(get_line_tx_loss(), length);
+  return is_measurable_length(length) ? attenuation_per_kilometer(get_line_tx_loss(), length) : 0;
 }
 
 float line_loop::get_remote_total_attenuation() {
   const float length = get_line_tx_fiber_length();
-  return attenuation_per_kilometer(get_line_rx_loss(), length);
+  return is_measurable_length(length) ? attenuation_per_kilometer(get_line_rx_loss(), length) : 0;
 }
 
 std::string line_loop::get_line_rx_status() {

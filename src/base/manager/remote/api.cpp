@@ -59,10 +59,10 @@ void api::create_values(nx_db& db) {
 }
 
 void api::run_cycle(nx_db& db, const std::shared_ptr<::device::interfaces::osc>& osc,
-                    const channel_ids& ids) {
+                    const channel_source& channels) {
   create_values(db);
   try {
-    keep_connection(db, osc, ids);
+    keep_connection(db, osc, channels);
   } catch (...) {
     reset();
     client_->disconnect();
@@ -71,7 +71,7 @@ void api::run_cycle(nx_db& db, const std::shared_ptr<::device::interfaces::osc>&
 }
 
 void api::keep_connection(nx_db& db, const std::shared_ptr<::device::interfaces::osc>& osc,
-                          const channel_ids& ids) {
+                          const channel_source& channels) {
   if (!osc->is_operational()) return;
   if (!client_->connected) {
     LUMORA_LOG(2, "Connecting to remote nexel.");
@@ -84,15 +84,16 @@ void api::keep_connection(nx_db& db, const std::shared_ptr<::device::interfaces:
       product_ == not_identified && now() - last_subscription_ > unidentified_retry;
   if (all_alive && subscribed_ && !unidentified) return;
   last_subscription_ = now();
-  setup_remote_subscriptions(ids);
+  setup_remote_subscriptions(channels);
 }
 
-void api::setup_remote_subscriptions(const channel_ids& ids) {
+void api::setup_remote_subscriptions(const channel_source& channels) {
   reset();
   identify_remote();
   LUMORA_LOG(2, "Starting remote subscription.");
   device_->subscribe(client_, subscriber_);
-  for (const unsigned id : ids)
+  // Now, so that a channel that came while the peer was asked is among them.
+  for (const unsigned id : channels())
     device_->subscribe_channel(client_, subscriber_, id);
   subscribed_ = true;
 }

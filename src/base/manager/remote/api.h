@@ -11,6 +11,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -43,7 +44,7 @@ class api {
   template <class T>
   void run(nx_db& db, std::shared_ptr<::device::interfaces::osc> osc,
            std::shared_ptr<::channel::plan<T>> plan) {
-    run_cycle(db, osc, identifiers(*plan));
+    run_cycle(db, osc, [&plan] { return identifiers(*plan); });
   }
 
   // Without the lock; these read flags.
@@ -91,9 +92,11 @@ class api {
 
  private:
   using channel_ids = std::vector<unsigned>;
+  using channel_source = std::function<channel_ids()>;
   using text_value = std::shared_ptr<nx::api::status_value<std::string>>;
 
-  // Taken before this object's own lock, in whose order the plan comes first.
+  // Called without this object's own lock, in whose order the plan comes first, and only when they
+  // are wanted: a command that holds the plan holds up no cycle.
   template <class T>
   static channel_ids identifiers(::channel::plan<T>& plan) {
     const std::lock_guard lock(plan.get_mutex());
@@ -105,13 +108,13 @@ class api {
   }
 
   void run_cycle(nx_db& db, const std::shared_ptr<::device::interfaces::osc>& osc,
-                 const channel_ids& ids);
+                 const channel_source& channels);
   void keep_connection(nx_db& db, const std::shared_ptr<::device::interfaces::osc>& osc,
-                       const channel_ids& ids);
+                       const channel_source& channels);
   void create_values(nx_db& db);
   void identify_remote();
   void publish_identity();
-  void setup_remote_subscriptions(const channel_ids& ids);
+  void setup_remote_subscriptions(const channel_source& channels);
   void reset();
   void update_flags();
 
