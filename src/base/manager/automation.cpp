@@ -34,8 +34,9 @@ void automation::set(const std::string& text) {
 }
 
 std::string automation::to_string() {
+  const auto current = get();
   for (const auto& [mode_text, mode] : mode_texts) {
-    if (mode_ == mode) return mode_text;
+    if (current == mode) return mode_text;
   }
   return {};
 }

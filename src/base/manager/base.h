@@ -7,6 +7,7 @@
 // server threads.
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -144,6 +145,8 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   void add_in_directions(const channel_request& request, const std::string& version);
   void remove_in_directions(const channel_request& request);
   void refresh_published_channels();
+
+  std::atomic<bool> api_is_whole_{false};  // what commands publish is there
 };
 
 }  // namespace manager

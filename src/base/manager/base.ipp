@@ -254,6 +254,7 @@ void base<RX_T, TX_T>::setup_api(nx_db& db) {
   publish_constant("data/swVersion", sw_version_);
   publish_constant("data/hwRevision", hw_revision_);
   utilization_ = nx::api::status_value<float>::create(db, "data/system/utilization", 0.0f, 1);
+  api_is_whole_ = true;
 }
 
 template <class RX_T, class TX_T>

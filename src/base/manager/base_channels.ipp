@@ -97,7 +97,7 @@ template <class RX_T, class TX_T>
 void base<RX_T, TX_T>::refresh_published_channels() {
   update_channel_index();
   // A command may come between its own node and this value: start brings both up to date then.
-  if (utilization_) update_utilization();
+  if (api_is_whole_) update_utilization();
 }
 
 template <class RX_T, class TX_T>
