@@ -1,5 +1,5 @@
-// Decides which calls may go out to a nexel that has stopped answering. Plain state, its owner's
-// thread; time is handed in.
+// Tells that a nexel has stopped answering, and when to ask it whether it is back. Plain state, its
+// owner's thread; time is handed in.
 #pragma once
 
 #include <chrono>
@@ -9,19 +9,10 @@ namespace nx {
 class answer_watch {
  public:
   using time_point = std::chrono::steady_clock::time_point;
-  /// A call that is not answered within this has failed.
+  /// A call that is not answered within this has failed, and each later one fails at once: a caller
+  /// with many values to read pays for one of them.
   static constexpr std::chrono::seconds time_out{2};
   static constexpr std::chrono::seconds probe_interval{1};
-
-  /// False: the call fails at once. From a time-out on, one call a second is let through, counted
-  /// from the end of the last time-out: a caller with many values to read then pays for one of
-  /// them, not for each.
-  bool admits(time_point now) {
-    if (!silent_) return true;
-    if (now < next_probe_) return false;
-    next_probe_ = now + time_out + probe_interval;
-    return true;
-  }
 
   void timed_out(time_point now) {
     silent_ = true;
@@ -30,6 +21,13 @@ class answer_watch {
 
   void answered() { silent_ = false; }
   bool silent() const { return silent_; }
+
+  /// For a silent nexel: true once a second.
+  bool take_probe(time_point now) {
+    if (now < next_probe_) return false;
+    next_probe_ = now + probe_interval;
+    return true;
+  }
 
  private:
   bool silent_ = false;

@@ -16,6 +16,7 @@ namespace nx {
 class call_table {
  public:
   using time_point = std::chrono::steady_clock::time_point;
+  static constexpr std::uint64_t no_call = 0;  ///< never given out
 
   /// The id that the request goes out with.
   std::uint64_t add(std::shared_ptr<nexel_object> object, time_point deadline);
@@ -31,7 +32,7 @@ class call_table {
     time_point deadline;
   };
   std::map<std::uint64_t, waiting_call> calls_;
-  std::uint64_t last_id_ = 0;
+  std::uint64_t last_id_ = no_call;
 };
 
 }  // namespace nx

@@ -41,8 +41,8 @@ class in_process_network {
   /// How a hung call spends its 2 s: the hand-driven clock's sleep.
   void set_wait(std::function<void(std::chrono::milliseconds)> wait);
 
-  /// The hand-driven clock's time. With it refused subscriptions are tried once a second and a hung
-  /// link is probed once a second; without it at each `deliver`, and a hung link costs one wait.
+  /// The hand-driven clock's time. With it refused subscriptions are tried once a second, without
+  /// it at each `deliver`. A hung link costs one wait.
   void set_clock(std::function<std::chrono::steady_clock::time_point()> now);
 
   /// Tries refused subscriptions again, and no more: safe while a caller sleeps inside a call.

@@ -96,11 +96,10 @@ void live_calls::start(std::vector<call>& calls, time_point now) {
   if (!lines.empty()) stream_->send(lines);
 }
 
-// Output that does not even leave means that nothing is read at the other end: no probe is added.
 void live_calls::start(call& started, time_point now, std::string& lines) {
   auto& object = started.object;
-  const bool stuck = watch_.silent() && stream_->writing();
-  if (stuck || !watch_.admits(now)) {
+  if (watch_.silent()) {
+    probe(now, lines);
     const auto error = no_answer_from(address_, object->get_path());
     refused_.emplace_back(std::move(object), error);
     return;
@@ -114,6 +113,14 @@ void live_calls::start(call& started, time_point now, std::string& lines) {
   const char* method = object->method();
   const auto id = calls_.add(std::move(object), deadline);
   lines += json_rpc::request(id, method, std::string_view(started.params));
+  lines += '\n';
+}
+
+// A read of the client's own: no caller waits for it, and no write that its caller took for failed
+// is done late. Output that does not even leave means that nothing is read at the other end.
+void live_calls::probe(time_point now, std::string& lines) {
+  if (stream_->writing() || !watch_.take_probe(now)) return;
+  lines += json_rpc::request(call_table::no_call, "list", std::string_view(R"({"path":""})"));
   lines += '\n';
 }
 

@@ -61,6 +61,7 @@ class live_calls {
  private:
   void start(std::vector<call>& calls, time_point now);
   void start(call& started, time_point now, std::string& lines);
+  void probe(time_point now, std::string& lines);
 
   const last_calls& last_;
   const std::string address_;

@@ -18,8 +18,8 @@ using namespace std::chrono_literals;
 // Repeatability of the switch, noise of the monitor and the loop's dead band together, dB.
 constexpr double rest_db = 0.8;
 // From a device's return to the first step of a channel that waits for one: three cycles, and two
-// more until the plant tells of it. A silent one is asked again a second after its last time-out,
-// which is two cycles, with one at either end.
+// more until the plant tells of it. A silent one is asked once a second, which is two cycles, with
+// one at either end.
 constexpr unsigned most_cycles = 5;
 constexpr unsigned cycles_between_probes = 3;
 constexpr auto device_time_out = 2s;

@@ -47,7 +47,7 @@ TEST_F(in_process, connection_events_wait_for_deliver) {
   EXPECT_EQ(events.entries().size(), 3u) << "none for a client that is gone";
 }
 
-TEST_F(in_process, silence_costs_two_seconds_of_the_clock_and_one_probe_a_second) {
+TEST_F(in_process, silence_costs_two_seconds_of_the_clock_once) {
   follow_clock();
   value_node::create(tree, "a", "1");
   auto client = connect();
@@ -59,10 +59,8 @@ TEST_F(in_process, silence_costs_two_seconds_of_the_clock_and_one_probe_a_second
   };
   EXPECT_EQ(cost(), 2s);
   EXPECT_EQ(cost(), 0s);
-  now += 999ms;
+  now += 10s;
   EXPECT_EQ(cost(), 0s);
-  now += 1ms;
-  EXPECT_EQ(cost(), 2s);
   network.set_state("nexel", nx::link_state::up);
   EXPECT_EQ(client->get<int>("a"), 1);
 }

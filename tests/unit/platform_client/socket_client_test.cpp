@@ -111,15 +111,15 @@ TEST_F(socket_client, silence_costs_one_time_out_and_one_probe_a_second) {
   EXPECT_EQ(read(), -110);
   const auto silent_since = clock::now();
   EXPECT_GE(silent_since - begin, 2s);
-  // Many callers at once share what the silence costs.
+  // Whoever calls now fails at once, and one of them brings a question of the client's own.
   while (server.requests == 1 && clock::now() - silent_since < 10s) {
     send_noting(*client);
     std::this_thread::sleep_for(1ms);
   }
-  ASSERT_TRUE(server.seen.await("get data/power", 2)) << "the probe";
+  ASSERT_TRUE(server.seen.await("list ")) << "the probe";
   EXPECT_GE(clock::now() - silent_since, 900ms);
-  EXPECT_EQ(read(), -110) << "no second call beside the probe";
-  EXPECT_EQ(server.requests, 2u);
+  EXPECT_EQ(read(), -110);
+  EXPECT_EQ(server.seen.count("get data/power"), 1u) << "no call beside the probe";
   // Any answer ends the silence, also one to a call that is given up.
   server.set_script(scripted_server::answer);
   server.send("{\"jsonrpc\":\"2.0\",\"id\":1,\"result\":{\"data/power\":1}}\n");
