@@ -166,6 +166,7 @@ class plant {
   double total_power_dbm(unsigned node, measuring_point where) const;
   double channel_osnr_db(unsigned node, unsigned channel) const;  ///< at the preamp, in 12.5 GHz
   double switch_attenuation_db(unsigned node, direction side, unsigned channel) const;
+  double shown_attenuation_db(unsigned node, direction side, unsigned channel) const;
   double voa_attenuation_db(unsigned node) const;
   double amplifier_gain_db(unsigned node, direction side) const;        ///< booster for rx
   double amplifier_saturation_db(unsigned node, direction side) const;  ///< set gain less true gain
@@ -179,7 +180,7 @@ class plant {
   unsigned monitor_passes(unsigned node, direction side) const;
 
   write_counters channel_writes(unsigned node, direction side, unsigned channel) const;
-  unsigned switch_writes(unsigned node, direction side) const;  ///< of all channels together
+  unsigned switch_writes(unsigned node, direction side) const;  ///< all channels, ports included
   unsigned voa_writes(unsigned node) const;
   unsigned amplifier_writes(unsigned node, direction side) const;
   void reset_counters();

@@ -33,6 +33,11 @@ double plant::switch_attenuation_db(unsigned node, direction side, unsigned chan
   return switch_of(of, side).true_attenuation_db(impl_->system.slot_of(channel));
 }
 
+double plant::shown_attenuation_db(unsigned node, direction side, unsigned channel) const {
+  const std::lock_guard lock(impl_->light);
+  return switch_of(impl_->at(node), side).shown_attenuation_db(impl_->system.slot_of(channel));
+}
+
 double plant::voa_attenuation_db(unsigned node) const {
   const std::lock_guard lock(impl_->light);
   return impl_->at(node).voa.true_attenuation_db();
@@ -89,7 +94,8 @@ write_counters plant::channel_writes(unsigned node, direction side, unsigned cha
 unsigned plant::switch_writes(unsigned node, direction side) const {
   const std::lock_guard lock(impl_->light);
   const sim::node& of = impl_->at(node);
-  return switch_of(of, side).all_counters().switch_attenuation;
+  const auto counters = switch_of(of, side).all_counters();
+  return counters.switch_attenuation + counters.switch_port;
 }
 
 unsigned plant::voa_writes(unsigned node) const {

@@ -33,6 +33,7 @@ class channel_watch {
     }
   }
 
+  /// Writes of attenuation, and of the port, which moves no light if it is the one that stands.
   unsigned steps(unsigned channel) const { return writes(channel) - writes_at_start_.at(channel); }
   unsigned all_steps() const {
     unsigned sum = 0;
@@ -40,15 +41,16 @@ class channel_watch {
       sum += steps(channel);
     return sum;
   }
-  /// Largest change of attenuation between two looks, dB.
+  /// Largest change of the attenuation that was set, between two looks, dB.
   double largest_change(unsigned channel) const { return largest_.at(channel); }
 
  private:
   unsigned writes(unsigned channel) const {
-    return node_.plant().channel_writes(0, side_, channel).switch_attenuation;
+    const auto counters = node_.plant().channel_writes(0, side_, channel);
+    return counters.switch_attenuation + counters.switch_port;
   }
   double attenuation(unsigned channel) const {
-    return node_.plant().switch_attenuation_db(0, side_, channel);
+    return node_.plant().shown_attenuation_db(0, side_, channel);
   }
 
   plant_node& node_;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "platform/kvs_client/kvs_client.h"
 #include "sim/nexels/device_values.h"
 #include "tests/loops/channel_watch.h"
 #include "tests/support/plant_node.h"
@@ -51,10 +52,13 @@ TEST_P(dead_device, leaves_the_channels_at_rest_and_is_used_again_after_its_retu
   EXPECT_EQ(drop.all_steps(), 0u);
   EXPECT_EQ(plant.voa_writes(0), voa_writes);
 
-  // Long enough before the return for the monitor to have seen it.
+  // What needs the device waits for it, the rest goes on meanwhile. Long enough before the return
+  // for the monitor to have seen it.
   const auto channel = node_.channels()[5];
   node_.disturb(channel, 2.0);
-  node_.run_for(3s);
+  node_.run_for(12s);
+  const bool needed = device == "wss_edge" || device == "booster" || device == "osc1";
+  EXPECT_EQ(add.steps(channel) == 0, needed);
   plant.set_nexel_state(0, device, sim::nexel_state::ok);
   for (int i = 0; i < 3; ++i)
     node_.cycle();
@@ -83,6 +87,28 @@ INSTANTIATE_TEST_SUITE_P(devices, dead_device,
                            std::replace(name.begin(), name.end(), '/', '_');
                            return name;
                          });
+
+// On selka attenuations go to the switch through the store.
+TEST(dead_store, of_a_selka_leaves_the_channels_at_rest_and_is_used_again_after_its_return) {
+  plant_node node("selkaplus");
+  node.start();
+  node.add_channels();
+  node.run_for(11min);
+  ASSERT_TRUE(node.all_on_target());
+  const channel_watch add(node);
+  const auto channel = node.channels()[5];
+  kvs_memory::set_available(false);
+  node.run_for(2min);
+  EXPECT_EQ(add.all_steps(), 0u);
+  node.disturb(channel, 2.0);
+  node.run_for(5min);
+  EXPECT_EQ(add.all_steps(), 0u);
+  kvs_memory::set_available(true);
+  for (int i = 0; i < 3; ++i)
+    node.cycle();
+  EXPECT_GT(add.steps(channel), 0u);
+  EXPECT_TRUE(node.run_until([&] { return node.on_target(channel); }, 12s));
+}
 
 TEST(dead_booster, while_the_switch_has_lost_its_plan_leaves_no_channel_behind) {
   plant_node node("selkamin");

@@ -45,6 +45,8 @@ class voa_watch {
 
 class line_bars : public testing::Test {
  protected:
+  static constexpr auto first_line_step = 20s;
+
   void bring_to_rest() {
     pair_.start();
     pair_.run_for(20s);
@@ -80,6 +82,13 @@ class line_bars : public testing::Test {
       sum += plant.switch_writes(node, sim::direction::tx);
     }
     return sum;
+  }
+  /// The first step towards a changed span needs five readings of the peer that differ.
+  void expect_a_step_of_the_near_line() {
+    const auto before = pair_.plant().voa_writes(0);
+    pair_.plant().set_span_offset(0, 3.0);
+    EXPECT_TRUE(
+        pair_.run_until([&] { return pair_.plant().voa_writes(0) > before; }, first_line_step));
   }
   unsigned voa_writes() { return pair_.plant().voa_writes(0) + pair_.plant().voa_writes(1); }
 
@@ -171,7 +180,7 @@ TEST_F(line_bars, a_dead_peer_leaves_the_node_alone_and_is_identified_on_its_ret
   EXPECT_EQ(voa_writes(), voas);
   pair_.take_log();
   pair_.start_manager(1);
-  EXPECT_TRUE(pair_.run_until(
+  ASSERT_TRUE(pair_.run_until(
       [&] {
         for (const auto& line : pair_.take_log()) {
           if (line.starts_with("Remote subscription complete.")) return true;
@@ -179,9 +188,7 @@ TEST_F(line_bars, a_dead_peer_leaves_the_node_alone_and_is_identified_on_its_ret
         return false;
       },
       60s));
-  pair_.plant().set_span_offset(0, 3.0);
-  EXPECT_TRUE(
-      pair_.run_until([&] { return pair_.plant().voa_writes(0) > 0 && voa_writes() > voas; }, 60s));
+  expect_a_step_of_the_near_line();
   pair_.run_for(2min);
   EXPECT_LT(std::fabs(line_error(0)), 0.85);
 }
@@ -195,8 +202,7 @@ TEST_F(line_bars, a_hung_peer_holds_up_no_cycle_for_longer_than_its_time_out) {
   EXPECT_TRUE(pair_.all_on_target(0));
   pair_.set_peer_link(1, nx::link_state::up);
   pair_.run_for(1min);
-  pair_.plant().set_span_offset(0, 3.0);
-  EXPECT_TRUE(pair_.run_until([&] { return voa_writes() > voas; }, 60s));
+  expect_a_step_of_the_near_line();
 }
 
 TEST_F(line_bars, a_dead_store_is_not_noticed_by_the_light) {
@@ -212,33 +218,46 @@ TEST_F(line_bars, a_dead_store_is_not_noticed_by_the_light) {
   EXPECT_TRUE(pair_.all_on_target(0));
 }
 
-/// Span loss as the nodes publish it against the plant's truth, over the range of spans.
-class span_loss : public testing::TestWithParam<double> {};
-
-TEST_P(span_loss, is_within_half_a_db_of_the_truth) {
+/// What the nodes publish as span losses, less the plant's truth.
+std::vector<double> span_loss_errors(double span_db) {
   auto topology = sim::default_topology("orvalite", 2);
-  const double extra = GetParam() - topology.fibres[0].span_loss_db();
+  const double extra = span_db - topology.fibres[0].span_loss_db();
   for (auto& fibre : topology.fibres)
     fibre.loss_offset_db += extra;
+  // The supervisory channel bridges a long span with a stronger transmitter. A loss is told by two
+  // taps, whose errors add up in the one direction and cancel in the other.
   for (auto& node : topology.nodes) {
-    // The supervisory channel bridges a long span with a stronger transmitter.
     node.osc.tx_power_dbm = 3.0;
     for (auto& tap : node.taps)
-      tap.offset_db = tap.offset_db < 0 ? -0.1 : 0.1;
+      tap.offset_db = -0.1;
   }
+  topology.nodes[0].taps[static_cast<std::size_t>(sim::tap::booster_output)].offset_db = 0.1;
   plant_pair pair(topology);
   pair.start();
   pair.run_for(3min);
+  std::vector<double> errors;
   for (unsigned node : {0u, 1u}) {
     for (const char* path : {"data/spanloss/oms/tx", "data/spanloss/oms/rx", "data/spanloss/ots/tx",
                              "data/spanloss/ots/rx"}) {
       const bool is_tx = std::string(path).ends_with("tx");
-      const double truth = pair.plant().span_loss_db(is_tx ? node : 1 - node);
-      EXPECT_NEAR(pair.number(node, path), truth, 0.5) << path << " of node " << node;
+      errors.push_back(pair.number(node, path) -
+                       pair.plant().span_loss_db(is_tx ? node : 1 - node));
     }
   }
+  return errors;
 }
 
-INSTANTIATE_TEST_SUITE_P(spans, span_loss, testing::Values(12.0, 17.0, 22.0, 28.0));
+TEST(span_loss, is_within_half_a_db_of_the_truth_and_a_fifth_in_the_mean) {
+  double sum = 0;
+  unsigned count = 0;
+  for (const double span_db : {12.0, 17.0, 22.0, 28.0}) {
+    for (const double error : span_loss_errors(span_db)) {
+      EXPECT_LE(std::fabs(error), 0.5) << "over " << span_db << " dB";
+      sum += std::fabs(error);
+      ++count;
+    }
+  }
+  EXPECT_LE(sum / count, 0.2);
+}
 
 }  // namespace
