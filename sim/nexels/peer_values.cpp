@@ -47,12 +47,12 @@ double osc_loss_db_per_km(const peer_view& at) {
   return length_km > 1.0 ? osc_loss_db(at) / length_km : 0.0;
 }
 
-/// Share of the channels that have light, in percent.
+/// Share of the channels that come in from the clients, in percent.
 double utilization(const peer_view& at) {
   const auto slots = at.here.slots.size();
   std::size_t lit = 0;
   for (std::size_t i = 0; i < slots; ++i)
-    lit += at.here.preamp_monitor.detected(i) ? 1 : 0;
+    lit += at.here.booster_monitor.detected(i) ? 1 : 0;
   return 100.0 * static_cast<double>(lit) / static_cast<double>(slots);
 }
 
@@ -98,7 +98,10 @@ const std::vector<peer_value>& peer_line_values() {
        [](at v) { return v.here.preamp.settings().min_gain_db; }},
       {"data/line/1/rx/targetPower", nullptr, true, [](at) { return wanted_dbm; }},
       {"data/client/rx/targetPower", nullptr, true,
-       [](at v) { return band_share_dbm(v.here.booster.settings().power_limit_dbm, 50.0); }},
+       [](at v) {
+         return v.here.booster.settings().power_limit_dbm -
+                db_of_ratio(static_cast<double>(v.here.slots.size()));
+       }},
       {"data/client/tx/edfaCalibration", nullptr, true,
        [](at v) { return preamp_calibration_db(v.here); }},
       {"data/client/tx/edfaSaturation", nullptr, true,

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "sim/optics/light.h"
 #include "sim/plant/topology_values.h"
 
 namespace sim {
@@ -62,6 +63,17 @@ void check_fibre(fibre_settings fibre, const osc_settings& osc, const std::strin
         "dB");
 }
 
+void check_lit(const std::vector<unsigned>& lit, const channel_grid& plan,
+               const std::string& where) {
+  const auto slots = make_grid(plan.first_key, plan.spacing, plan.count, plan.group);
+  for (const unsigned key : lit) {
+    if (std::any_of(slots.begin(), slots.end(), [=](const slot& at) { return at.key == key; }))
+      continue;
+    throw topology_error(fmt::format("{}.lit: found {}, accepted are the channels {} to {}", where,
+                                     key, slots.front().key, slots.back().key));
+  }
+}
+
 void check_node(node_settings node, const std::string& where) {
   facts_of(node.product);
   visit_values(node, range_check(where));
@@ -71,6 +83,7 @@ void check_node(node_settings node, const std::string& where) {
   for (std::size_t i = 0; i < node.taps.size(); ++i) {
     visit_values(node.taps[i], range_check(where + ".taps." + tap_names[i]));
   }
+  if (node.lit) check_lit(*node.lit, grid_of(node.product), where);
 }
 
 double default_booster_gain_db(const std::string& product) {

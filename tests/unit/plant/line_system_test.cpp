@@ -23,6 +23,28 @@ std::unique_ptr<line_system> at_rest(const topology& what) {
   return system;
 }
 
+class product_at_rest : public testing::TestWithParam<const char*> {};
+
+TEST_P(product_at_rest, stands_inside_every_range_with_every_channel_on_target) {
+  const auto system = at_rest(default_topology(GetParam()));
+  const node& near = *system->nodes[0];
+  for (std::size_t i = 0; i < system->slots.size(); ++i) {
+    const double power_dbm = channel_power_dbm(near, measuring_point::booster_output, i);
+    EXPECT_NEAR(power_dbm, system->booster_target_dbm(0, i), 0.05) << i;
+    EXPECT_GT(near.add_switch.true_attenuation_db(i), 3.0) << i;
+    EXPECT_LT(near.add_switch.true_attenuation_db(i), 9.0) << i;
+    EXPECT_NEAR(channel_power_dbm(near, measuring_point::preamp_output, i), 5.0, 1.0) << i;
+  }
+  for (const auto& each : system->nodes) {
+    EXPECT_NEAR(each->booster.saturation_db(), 0.0, 0.01);
+    EXPECT_NEAR(each->preamp.saturation_db(), 0.0, 0.01);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(every, product_at_rest,
+                         testing::Values("orvalite", "orvamax", "orvapro", "orvakinet", "selkamin",
+                                         "selkaplus"));
+
 TEST(line_system, dark_channels_stay_below_every_detection_level) {
   // A peer asks for as little as -32 dBm; the noise of both amplifiers must not pass for light.
   topology what = default_topology("orvalite", 2);

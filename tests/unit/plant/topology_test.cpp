@@ -30,6 +30,8 @@ TEST(topology, faults_name_the_place_what_was_found_and_what_is_accepted) {
        "nodes: found orvalite facing orvamax, accepted are products with the same channels"},
       {R"({"nodes":[{"lit":"some"}]})",
        R"(nodes[0].lit: found "some", accepted is "all", "none" or an array of channels)"},
+      {R"({"nodes":[{"lit":[19140000,19145000]}]})",
+       "nodes[0].lit: found 19145000, accepted are the channels 19140000 to 19605000"},
       {R"({"nodes":[{}],"fibres":[{"length":140,"loss":0.25}]})",
        "fibres[0].span loss: found 36 dB, accepted is 1 to 28 dB"},
       {R"({"nodes":[{}],"fibres":[{"loss":0.1}]})",
