@@ -84,7 +84,8 @@ _lumora_lab() {
 _lumora_sim() {
   local word=${COMP_WORDS[COMP_CWORD]}
   if [[ $word == -* ]]; then
-    mapfile -t COMPREPLY < <(compgen -W "--help --version --seed --speed --board --print-board --far-prefix" -- "$word")
+    mapfile -t COMPREPLY < <(compgen -W "--help --version --seed --speed --board --print-board --far-prefix --far-hash-tag
+      --peer --peer-interface" -- "$word")
   else
     mapfile -t COMPREPLY < <(compgen -f -- "$word")
   fi
