@@ -136,6 +136,9 @@ TEST_F(line_bars, two_daemons_with_both_lines_5_db_off_rest_within_180_seconds) 
 TEST_F(line_bars, a_cut_mended_after_five_minutes_is_on_target_15_seconds_after_light) {
   bring_to_rest();
   auto& plant = pair_.plant();
+  plant.set_span_offset(0, 3.0);
+  pair_.run_for(3min);
+  ASSERT_LT(plant.voa_attenuation_db(0), 4.0) << "it has to close for the dark";
   plant.cut_line();
   double least_attenuation = 99.0;
   const auto cut = pair_.now();
@@ -216,6 +219,54 @@ TEST_F(line_bars, a_dead_store_is_not_noticed_by_the_light) {
   kvs_memory::set_available(true);
   pair_.run_for(10s);
   EXPECT_TRUE(pair_.all_on_target(0));
+}
+
+TEST(cut_line, opens_no_drop_switch_below_its_default) {
+  constexpr double default_db = 5.0;
+  constexpr double setting_db = 0.06;  // the switch's own error
+  plant_pair pair(test::dark_topology("orvakinet", 2));
+  auto& plant = pair.plant();
+  pair.start();
+  pair.run_for(20s);
+  // With a longer span less light arrives, and the drop side rests below its default.
+  for (unsigned node : {0u, 1u}) {
+    plant.set_span_offset(node, 3.0);
+    plant.fill_band(node);
+  }
+  pair.run_for(5min);
+  const auto least_db = [&] {
+    double least = 99.0;
+    for (unsigned node : {0u, 1u}) {
+      for (const auto channel : pair.channels())
+        least = std::min(least, plant.switch_attenuation_db(node, sim::direction::tx, channel));
+    }
+    return least;
+  };
+  ASSERT_LT(least_db(), default_db - 1.0) << "they have to close for the dark";
+  plant.cut_line();
+  pair.run_for(5s);
+  for (int i = 0; i < 3000; ++i) {
+    pair.run_for(100ms);
+    ASSERT_GE(least_db(), default_db - setting_db) << i;
+  }
+  plant.mend_line();
+  ASSERT_TRUE(pair.run_until([&] { return plant.osc_ready(0) && plant.osc_ready(1); }, 20s));
+  EXPECT_TRUE(pair.run_until([&] { return pair.all_on_target(0) && pair.all_on_target(1); }, 15s));
+}
+
+TEST(noiseless_plant, stops_the_line_for_good) {
+  auto topology = sim::default_topology("orvalite", 2);
+  for (auto& node : topology.nodes) {
+    node.booster_monitor.noise_db = node.preamp_monitor.noise_db = 0.0;
+    node.tap_noise_db = 0.0;
+  }
+  plant_pair pair(topology);
+  pair.start();
+  pair.run_for(3min);
+  const auto writes = pair.plant().voa_writes(0);
+  pair.plant().set_span_offset(0, 3.0);
+  pair.run_for(10min);
+  EXPECT_LE(pair.plant().voa_writes(0), writes + 1) << "five readings that differ never come";
 }
 
 /// What the nodes publish as span losses, less the plant's truth.
