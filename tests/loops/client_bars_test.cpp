@@ -192,6 +192,24 @@ TEST_P(client_bars, no_two_loops_write_in_one_cycle) {
   }
 }
 
+// A step of less than half the switch's is answered with the attenuation that stood before, so that
+// the channel waits for its effect from then on.
+TEST(coarse_switch, leaves_channels_settling_and_does_not_hunt) {
+  auto topology = test::dark_topology("orvalite");
+  topology.nodes[0].add_switch.step_db = 0.5;
+  plant_node node(topology);
+  node.start();
+  node.run_for(20s);
+  node.plant().fill_band(0);
+  node.run_for(10min);
+  const channel_watch add(node);
+  node.run_for(1h);
+  for (const auto channel : node.channels()) {
+    EXPECT_LE(add.steps(channel), 1u) << channel;
+    EXPECT_LT(std::fabs(node.true_error(channel)), 0.8) << channel;
+  }
+}
+
 TEST(released_channel, is_regulated_from_the_attenuation_that_its_last_step_started_from) {
   plant_node node("orvalite");
   node.start();

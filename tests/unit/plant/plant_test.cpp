@@ -76,6 +76,41 @@ TEST(controls, act_through_the_tree_and_stand_beside_the_truth) {
   EXPECT_EQ(one.get_nexel_state(0, "booster"), nexel_state::refusing);
 }
 
+TEST(controls, of_instruments_part_the_reading_from_the_truth) {
+  plant one(default_topology("orvalite"));
+  auto& tree = one.control_tree();
+  one.step(5s);
+  const auto number = [&](const std::string& path) { return number_of(tree, path); };
+  const std::string truth = "truth/node/0/rx/channel/19140000/boosterPower";
+  const std::string reading = "reading/node/0/rx/channel/19140000/monitorPower";
+  const double below_db = number(truth) - number(reading);
+  const double noise_db = 0.3;
+  EXPECT_NEAR(below_db, 12.7, noise_db) << "the monitor's tap, less its offset";
+
+  write_to(tree, "config/node/0/rx/monitor/stuck", "true");
+  write_to(tree, "config/node/0/laser/19140000/power", "-3.0");
+  one.step(5s);
+  EXPECT_NEAR(number(truth) - number(reading), below_db - 3.0, noise_db);
+  write_to(tree, "config/node/0/rx/monitor/stuck", "false");
+  write_to(tree, "config/node/0/rx/monitor/offset", "1.3");
+  one.step(5s);
+  EXPECT_NEAR(number(truth) - number(reading), below_db - 1.0, noise_db);
+
+  const double total_db = number("truth/node/0/rx/totalPower");
+  EXPECT_NEAR(number("reading/node/0/rx/totalPower"), total_db, noise_db);
+  write_to(tree, "config/node/0/tap/boosterOutput/offset", "2.0");
+  one.step(2s);
+  EXPECT_NEAR(number("reading/node/0/rx/totalPower"), total_db + 2.0, noise_db);
+
+  run_at(tree, "command/cutLine", "true");
+  one.step(2s);
+  EXPECT_EQ(number("truth/fibre/0/spanLoss"), 99.0);
+  EXPECT_EQ(text_of(tree, "reading/node/0/oscLink"), "false");
+  run_at(tree, "command/cutLine", "false");
+  one.step(5s);
+  EXPECT_EQ(text_of(tree, "reading/node/0/oscLink"), "true");
+}
+
 TEST(trees, refuse_what_is_out_of_range_or_of_another_type) {
   plant one(default_topology("orvapro"));
   const std::array<const char*, 4> table[] = {
