@@ -1,11 +1,16 @@
 // The failures that a client itself raises, over either transport.
 #pragma once
 
+#include <chrono>
 #include <string>
 
 #include "platform/nexel_client/nx_client_exception.h"
 
 namespace nx {
+
+/// A call that is not answered within this has failed, and each later one of its client fails at
+/// once until the nexel answers something: a caller with many values to read pays for one of them.
+inline constexpr std::chrono::seconds call_time_out{2};
 
 inline constexpr std::int32_t not_connected_code = -107;
 inline constexpr std::int32_t no_answer_code = -110;

@@ -109,7 +109,7 @@ void in_process_core::call_object(nexel_object& object) {
   }
   {
     std::lock_guard lock(mutex_);
-    watch_.answered();
+    silent_ = false;
   }
   json_document result(rapidjson::kObjectType);
   try {
@@ -127,12 +127,11 @@ void in_process_core::call_object(nexel_object& object) {
 void in_process_core::wait_in_vain() {
   {
     std::lock_guard lock(mutex_);
-    if (watch_.silent()) return;
+    if (silent_) return;
   }
-  network_->spend(answer_watch::time_out);
-  const auto end = now();
+  network_->spend(call_time_out);
   std::lock_guard lock(mutex_);
-  watch_.timed_out(end);
+  silent_ = true;
 }
 
 in_process_core::time_point in_process_core::now() const {

@@ -7,7 +7,6 @@
 
 #include <mutex>
 
-#include "platform/nexel_client/answer_watch.h"
 #include "platform/nexel_client/client_core.h"
 #include "platform/nexel_client/in_process_network.h"
 #include "platform/nexel_client/subscription_table.h"
@@ -67,7 +66,7 @@ class in_process_core : public client_core, public std::enable_shared_from_this<
   // Taken below a publishing node's mutex: no node is called while it is held.
   std::mutex mutex_;
   subscription_table subscriptions_;
-  answer_watch watch_;
+  bool silent_ = false;  // the link was hung at the last call
   bool connected_ = false;
   bool was_hung_ = false;
   bool holding_events_ = false;

@@ -27,7 +27,7 @@ bool live_calls::send(std::vector<call> calls) {
 void live_calls::open(std::shared_ptr<line_stream> stream, std::vector<call> first) {
   const std::lock_guard lock(mutex_);
   stream_ = std::move(stream);
-  watch_ = answer_watch();
+  silent_ = false;
   std::move(waiting_.begin(), waiting_.end(), std::back_inserter(first));
   waiting_.clear();
   start(first, clock::now());
@@ -60,20 +60,34 @@ live_calls::failures live_calls::take_refused() {
 
 std::shared_ptr<nexel_object> live_calls::answered(std::uint64_t id) {
   const std::lock_guard lock(mutex_);
-  watch_.answered();
+  silent_ = false;
   return calls_.take(id);
 }
 
 void live_calls::answered() {
   const std::lock_guard lock(mutex_);
-  watch_.answered();
+  silent_ = false;
 }
 
 live_calls::objects live_calls::take_expired(time_point now) {
   const std::lock_guard lock(mutex_);
   auto expired = calls_.take_expired(now);
-  if (!expired.empty()) watch_.timed_out(now);
+  silent_ = silent_ || !expired.empty();
   return expired;
+}
+
+bool live_calls::silent() const {
+  const std::lock_guard lock(mutex_);
+  return stream_ && silent_;
+}
+
+// A read of the client's own: no caller waits for it, and no write that its caller took for failed
+// is done late. Output that does not even leave means that nothing is read at the other end.
+void live_calls::probe() {
+  const std::lock_guard lock(mutex_);
+  if (!stream_ || !silent_ || stream_->writing()) return;
+  constexpr std::string_view root = R"({"path":""})";
+  stream_->send(json_rpc::request(call_table::no_call, "list", root) + '\n');
 }
 
 std::optional<live_calls::time_point> live_calls::watch_deadline() {
@@ -98,13 +112,12 @@ void live_calls::start(std::vector<call>& calls, time_point now) {
 
 void live_calls::start(call& started, time_point now, std::string& lines) {
   auto& object = started.object;
-  if (watch_.silent()) {
-    probe(now, lines);
+  if (silent_) {
     const auto error = no_answer_from(address_, object->get_path());
     refused_.emplace_back(std::move(object), error);
     return;
   }
-  const auto deadline = last_.limited(now + answer_watch::time_out);
+  const auto deadline = last_.limited(now + call_time_out);
   if (deadline <= now) {
     const auto error = not_connected_to(address_, object->get_path());
     refused_.emplace_back(std::move(object), error);
@@ -113,14 +126,6 @@ void live_calls::start(call& started, time_point now, std::string& lines) {
   const char* method = object->method();
   const auto id = calls_.add(std::move(object), deadline);
   lines += json_rpc::request(id, method, std::string_view(started.params));
-  lines += '\n';
-}
-
-// A read of the client's own: no caller waits for it, and no write that its caller took for failed
-// is done late. Output that does not even leave means that nothing is read at the other end.
-void live_calls::probe(time_point now, std::string& lines) {
-  if (stream_->writing() || !watch_.take_probe(now)) return;
-  lines += json_rpc::request(call_table::no_call, "list", std::string_view(R"({"path":""})"));
   lines += '\n';
 }
 

@@ -11,7 +11,6 @@
 #include <utility>
 #include <vector>
 
-#include "platform/nexel_client/answer_watch.h"
 #include "platform/nexel_client/call_table.h"
 #include "platform/nexel_client/line_stream.h"
 #include "platform/value_tree/last_calls.h"
@@ -54,6 +53,10 @@ class live_calls {
   /// An answer without an id.
   void answered();
   objects take_expired(time_point now);
+  /// A call has not been answered in time and nothing has since, on the connection that stands.
+  bool silent() const;
+  /// Asks such a nexel for an answer.
+  void probe();
   /// When to look for expired calls, unless a look is due already.
   std::optional<time_point> watch_deadline();
   void deadline_reached();
@@ -61,7 +64,6 @@ class live_calls {
  private:
   void start(std::vector<call>& calls, time_point now);
   void start(call& started, time_point now, std::string& lines);
-  void probe(time_point now, std::string& lines);
 
   const last_calls& last_;
   const std::string address_;
@@ -69,7 +71,7 @@ class live_calls {
   mutable std::mutex mutex_;             // a leaf but for the stream's own
   std::shared_ptr<line_stream> stream_;  // null without a connection
   call_table calls_;
-  answer_watch watch_;
+  bool silent_ = false;
   std::vector<call> waiting_;
   failures refused_;
   bool attended_ = false;  // the I/O thread is on its way

@@ -48,7 +48,8 @@ socket_core::socket_core(boost::asio::io_context& io, nexel_address address, std
       pace_(static_cast<unsigned>(std::hash<std::string>()(address_.text() + name_))),
       phase_timer_(strand_),
       deadline_timer_(strand_),
-      subscriptions_timer_(strand_) {}
+      subscriptions_timer_(strand_),
+      silence_timer_(strand_) {}
 
 socket_core::~socket_core() {
   shut_down();
@@ -145,6 +146,22 @@ void socket_core::expire_calls() {
   for (const auto& object : calls_.take_expired(clock::now()))
     object->report_local_error(no_answer_from(address_.text(), object->get_path()));
   watch_deadline();
+  watch_silence();
+}
+
+/// Once a second, for as long as the nexel is silent: asks whether it is back.
+void socket_core::watch_silence() {
+  constexpr std::chrono::seconds interval(1);
+  if (watching_silence_ || !calls_.silent()) return;
+  watching_silence_ = true;
+  silence_timer_.expires_after(interval);
+  silence_timer_.async_wait([weak = weak_from_this()](const auto&) {
+    auto self = weak.lock();
+    if (!self) return;
+    self->watching_silence_ = false;
+    self->calls_.probe();
+    self->watch_silence();
+  });
 }
 
 void socket_core::line_received(std::string_view line) {

@@ -58,6 +58,7 @@ class socket_core : public client_core,
   void shut_down();
 
   std::vector<live_calls::call> due_subscriptions(time_point now);
+  void watch_silence();
   void watch_subscriptions();
   void tend_subscriptions();
 
@@ -92,6 +93,8 @@ class socket_core : public client_core,
   boost::asio::steady_timer deadline_timer_;
   boost::asio::steady_timer subscriptions_timer_;
   bool watching_subscriptions_ = false;
+  boost::asio::steady_timer silence_timer_;
+  bool watching_silence_ = false;
 };
 
 }  // namespace nx

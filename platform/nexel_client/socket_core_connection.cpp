@@ -102,7 +102,7 @@ void socket_core::close() {
 void socket_core::shut_down() {
   phase_ = phase::closed;
   if (stream_) stream_->close();
-  for (auto* timer : {&phase_timer_, &deadline_timer_, &subscriptions_timer_})
+  for (auto* timer : {&phase_timer_, &deadline_timer_, &subscriptions_timer_, &silence_timer_})
     timer->cancel();
   subscriptions_.cancel();
   fail_unconnected(calls_.close());

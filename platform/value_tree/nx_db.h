@@ -86,7 +86,7 @@ class nx_db {
   std::shared_ptr<nx_db_leaf_node> prepare_successor(const std::string& path,
                                                      nx_db_leaf_node& node);
   /// Puts the node on the tree and gives null; gives the one that stands there while that has
-  /// subscribers, and changes nothing.
+  /// subscribers, and leaves the tree as it is.
   std::shared_ptr<nx_db_leaf_node> put(const std::string& path,
                                        const std::shared_ptr<nx_db_leaf_node>& node);
   void attach(nx_db_leaf_node& node, const std::string& path);

@@ -135,9 +135,14 @@ void session_outbox::abandon(const std::string& path) {
   end(subscriptions_.find(path));
 }
 
-bool session_outbox::add_pattern(const std::string& pattern) {
+bool session_outbox::has_pattern(const std::string& pattern) const {
   const std::lock_guard lock(mutex_);
-  if (std::find(patterns_.begin(), patterns_.end(), pattern) != patterns_.end()) return true;
+  return std::find(patterns_.begin(), patterns_.end(), pattern) != patterns_.end();
+}
+
+bool session_outbox::add_pattern(const std::string& pattern) {
+  if (has_pattern(pattern)) return true;
+  const std::lock_guard lock(mutex_);
   if (closed_ || subscriptions_.size() + patterns_.size() >= limits::subscriptions_per_session) {
     return false;
   }

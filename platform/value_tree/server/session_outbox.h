@@ -43,6 +43,7 @@ class session_outbox {
   /// Undoes `begin` after a failure.
   void abandon(const std::string& path);
   bool add_pattern(const std::string& pattern);
+  bool has_pattern(const std::string& pattern) const;
   /// Ends the subscriptions that the path or pattern names, and gives the paths that no other
   /// subscription covers.
   std::vector<std::string> remove(const std::string& path_or_pattern);

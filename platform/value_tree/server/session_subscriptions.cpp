@@ -46,6 +46,7 @@ void session::subscribe_pattern(const std::string& pattern, json_allocator& allo
                                 json_value& result, std::unique_lock<std::recursive_mutex>& lock) {
   // First the pattern, then the nodes that are there: one that comes between is in both.
   host_->has_patterns = true;
+  const bool held_before = outbox_.has_pattern(pattern);
   if (!outbox_.add_pattern(pattern)) throw limit_error();
   for (const auto& node : host_->db.match(pattern)) {
     const auto path = node->shared_path();
@@ -54,7 +55,7 @@ void session::subscribe_pattern(const std::string& pattern, json_allocator& allo
     } catch (...) {
       const nx_error error = current_node_error();
       if (error.code == no_room) {
-        let_go(outbox_.withdraw(pattern));
+        if (!held_before) let_go(outbox_.withdraw(pattern));
         throw error;
       }
       result.AddMember(to_json(*path, allocator), json_rpc::error_value(error, allocator),

@@ -42,7 +42,8 @@ class led_test {
   led_test(device::interfaces::led& device, const led_test_plan& plan,
            std::function<bool()> is_stopping, std::function<bool(std::chrono::nanoseconds)> pause);
 
-  /// False if it was stopped before its end. Waits for a panel that is away. Throws what a refused
+  /// False if it was stopped before its end. Waits for a panel that is away, at the start and
+  /// where the plan says so before each sweep. Throws what a refused
   /// write throws.
   bool run();
 

@@ -96,7 +96,7 @@ class api {
   using text_value = std::shared_ptr<nx::api::status_value<std::string>>;
 
   // Called without this object's own lock, in whose order the plan comes first, and only when they
-  // are wanted: a command that holds the plan holds up no cycle.
+  // are wanted: the loops before client tx need not wait for a command that holds its plan.
   template <class T>
   static channel_ids identifiers(::channel::plan<T>& plan) {
     const std::lock_guard lock(plan.get_mutex());
