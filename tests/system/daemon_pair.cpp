@@ -37,7 +37,7 @@ void daemon_pair::bring_up() {
   for (unsigned node = 0; node < size(); ++node) {
     if (!await_line(node, 0)) throw std::runtime_error("no line: " + daemon(node).last_lines());
   }
-  if (!await_rest()) throw std::runtime_error("not at rest: " + off_target(0.5));
+  if (!await_rest()) throw std::runtime_error("not at rest: " + off_target(rest_db));
 }
 
 void daemon_pair::start_devices() {
@@ -107,7 +107,7 @@ bool daemon_pair::await_line(unsigned node, std::size_t begin) {
 bool daemon_pair::await_rest() {
   double writes = -1.0;
   const auto rests = [&] {
-    const auto on_target = off_target(0.5).empty();
+    const auto on_target = off_target(rest_db).empty();
     const double before = std::exchange(writes, switch_writes());
     const auto seen = daemon(0).count(operational_line);
     return daemon(0).wait_for(operational_line, seen + 8) && on_target && writes == before &&

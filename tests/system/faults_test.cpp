@@ -122,7 +122,7 @@ TEST_F(faults, around_a_regulating_daemon_leave_the_light_alone) {
     }
     row.end();
     EXPECT_EQ(node_.correct_a_disturbance(channels[next++ % channels.size()]), "");
-    EXPECT_TRUE(node_.await_rest()) << plant.off_target(0.5);
+    EXPECT_TRUE(node_.await_rest()) << plant.off_target(test::rest_db);
   }
 }
 
@@ -134,7 +134,7 @@ TEST_F(faults, of_a_device_that_comes_and_goes_leave_nothing_behind) {
       node_.plant().set_device(device, "killed");
       node_.plant().set_device(device, "ok");
     }
-    EXPECT_TRUE(node_.await_rest()) << node_.plant().off_target(0.5);
+    EXPECT_TRUE(node_.await_rest()) << node_.plant().off_target(test::rest_db);
   };
   flap(10);
   const auto before = test::figures_of(node_.daemon().pid());
@@ -158,11 +158,11 @@ TEST_F(faults, of_the_log_and_another_state_of_all_devices_are_survived) {
     ASSERT_TRUE(node_.await_configuration());
     ASSERT_EQ(node_.write("debug/loglevel", "\"debug\""), "{}");
     ASSERT_EQ(node_.write("config/redisConfigStatus", "true"), "{}");
-    EXPECT_TRUE(node_.await_on_target()) << node_.plant().off_target(0.5);
+    EXPECT_TRUE(node_.await_on_target()) << node_.plant().off_target(test::rest_db);
     // The devices come back as they were at their first start: parked and away from every target.
     node_.stop_devices();
     node_.start_devices("orvalite");
-    EXPECT_TRUE(node_.await_on_target()) << node_.plant().off_target(0.5);
+    EXPECT_TRUE(node_.await_on_target()) << node_.plant().off_target(test::rest_db);
     daemon.signal(SIGTERM);
     EXPECT_EQ(daemon.wait_for_exit().value_or(-1), 0);
   }
@@ -216,7 +216,7 @@ TEST_F(faults, of_the_wall_clock_move_no_timer) {
     ASSERT_TRUE(node_.wait_for_more(test::operational_line, 4)) << node_.daemon().last_lines();
     EXPECT_LT(test::largest_change(at_rest, node_.plant().attenuations()), test::one_step_db);
     EXPECT_EQ(node_.correct_a_disturbance(channels[next++]), "");
-    EXPECT_TRUE(node_.await_rest()) << node_.plant().off_target(0.5);
+    EXPECT_TRUE(node_.await_rest()) << node_.plant().off_target(test::rest_db);
     const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - begin;
     EXPECT_LE(node_.daemon().count(test::operational_line), cycles + 2.0 * passed.count() + 2.0);
     EXPECT_TRUE(node_.serves());

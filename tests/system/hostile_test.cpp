@@ -167,7 +167,7 @@ TEST(hostile, input_harms_neither_memory_nor_clients_nor_light) {
   }
   EXPECT_TRUE(test::eventually([&] { return node.resident_mib() < before + flat_mib; }))
       << node.resident_mib() << " MiB, was " << before;
-  EXPECT_EQ(node.plant().off_target(0.8), "");
+  EXPECT_EQ(node.plant().off_target(test::rest_db), "");
 }
 
 TEST(hostile, subscriber_that_never_reads_is_closed_and_holds_nobody_up) {

@@ -45,6 +45,9 @@ class plant_controls {
   std::string folder_;    // of the node's devices
 };
 
+/// How far from its target a channel may rest, dB: the dead band, 0.55 at the attenuation of one
+/// that was 2 dB too strong, with the noise of the monitor and the repeatability of the switch.
+constexpr double rest_db = 0.8;
 /// A channel whose error has just left the dead band may take a step whatever else goes on.
 constexpr double one_step_db = 0.7;
 /// Between two looks at the same attenuations, dB.

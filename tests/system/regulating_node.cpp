@@ -33,7 +33,7 @@ void regulating_node::bring_up() {
   start_surroundings();
   start_and_await();
   release();
-  if (!await_rest()) throw std::runtime_error("not at rest: " + plant_.off_target(0.5));
+  if (!await_rest()) throw std::runtime_error("not at rest: " + plant_.off_target(rest_db));
 }
 
 bool regulating_node::wait_for_more(const std::string& text, unsigned lines) {
@@ -51,8 +51,8 @@ bool regulating_node::await_rest() {
          eventually([&] { return wait_for_more(operational_line, cycles) && rests(); });
 }
 
-bool regulating_node::await_on_target(double within_db) const {
-  return eventually([&] { return plant_.off_target(within_db).empty(); });
+bool regulating_node::await_on_target() const {
+  return eventually([&] { return plant_.off_target(rest_db).empty(); });
 }
 
 std::string regulating_node::correct_a_disturbance(const std::string& channel) {
@@ -60,7 +60,7 @@ std::string regulating_node::correct_a_disturbance(const std::string& channel) {
   const double before = plant_.number(attenuation);
   plant_.disturb(channel, 2.0);
   const bool corrected = eventually([&] {
-    return plant_.number(attenuation) > before + 1.0 && std::fabs(plant_.error(channel)) < 0.5;
+    return plant_.number(attenuation) > before + 1.0 && std::fabs(plant_.error(channel)) < rest_db;
   });
   if (corrected) return {};
   return fmt::format("{} stays off by {:.2f} dB:\n{}", channel, plant_.error(channel),

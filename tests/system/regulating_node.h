@@ -26,7 +26,7 @@ class regulating_node : public daemon_node {
   /// Waits for so many more lines with this text.
   bool wait_for_more(const std::string& text, unsigned lines = 1);
   bool await_rest();
-  bool await_on_target(double within_db = 0.5) const;
+  bool await_on_target() const;
   /// Disturbs a channel by 2 dB and waits until it is corrected; tells what went wrong, or nothing.
   std::string correct_a_disturbance(const std::string& channel);
 

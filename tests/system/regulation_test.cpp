@@ -15,8 +15,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Repeatability of the switch, noise of the monitor and the loop's dead band together, dB.
-constexpr double rest_db = 0.8;
 // From a device's return to the first step of a channel that waits for one: three cycles, and two
 // more until the plant tells of it. A silent one is asked once a second, which is two cycles, with
 // one at either end.
@@ -72,14 +70,14 @@ TEST(regulation, brings_every_channel_to_its_target_and_leaves_it_there) {
   const auto at_rest = node.plant().attenuations();
   ASSERT_TRUE(node.wait_for_more("Waiting for redis configuration.", 3));
   EXPECT_EQ(node.plant().attenuations(), at_rest);
-  ASSERT_NE(node.plant().off_target(rest_db), "");
+  ASSERT_NE(node.plant().off_target(test::rest_db), "");
 
   node.release();
   ASSERT_EQ(node.plant().channels().size(), 32u);
-  ASSERT_TRUE(node.await_on_target()) << node.plant().off_target(0.5);
+  ASSERT_TRUE(node.await_on_target()) << node.plant().off_target(test::rest_db);
   for (int look = 0; look < 5; ++look) {
     ASSERT_TRUE(node.wait_for_more(test::operational_line, 3)) << node.daemon().last_lines();
-    EXPECT_EQ(node.plant().off_target(rest_db), "");
+    EXPECT_EQ(node.plant().off_target(test::rest_db), "");
   }
 }
 
@@ -114,7 +112,7 @@ TEST_P(faulty_device, moves_no_channel_and_is_used_again_at_once) {
   })) << node.daemon().last_lines();
   const unsigned until_asked = state == "hung" ? cycles_between_probes : 0;
   EXPECT_LE(cycles() - cycles_before, most_cycles + until_asked);
-  EXPECT_TRUE(node.await_rest()) << node.plant().off_target(0.5);
+  EXPECT_TRUE(node.await_rest()) << node.plant().off_target(test::rest_db);
   const auto failures = node.daemon().count(told);
   const auto down = node.daemon().count(test::not_operational_line);
   ASSERT_TRUE(node.wait_for_more(test::operational_line, 3)) << node.daemon().last_lines();

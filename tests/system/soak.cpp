@@ -42,7 +42,7 @@ class soak {
       const auto name = break_something();
       const auto start = clock_type::now();
       if (const auto failure = wait_for_both(); !failure.empty()) {
-        fmt::print("{} after: {}\n{}\n", failure, name, pair_.off_target(0.5));
+        fmt::print("{} after: {}\n{}\n", failure, name, pair_.off_target(test::rest_db));
         for (unsigned node = 0; node < pair_.size(); ++node)
           fmt::print("node {}:\n{}\n", node, pair_.daemon(node).last_lines());
         return 1;
