@@ -87,31 +87,19 @@ void nx_db::add_node(const std::string& parent_path, std::shared_ptr<nx_db_leaf_
   nx::check_new_path(path);
   // Subscribers move before the node can be reached: from then on a setter may hold its mutex and
   // wait for a lock that the caller of this holds.
-  auto former = prepare_successor(path, *node);
-  do {
-    if (former) move_subscribers(*former, *node);
-    former = put(path, node);
-  } while (former);
+  while (const auto former = put(path, node))
+    move_subscribers(*former, *node);
   for (const auto& added : impl_->live_watchers())
     (*added)(node);
-}
-
-std::shared_ptr<nx_db_leaf_node> nx_db::prepare_successor(const std::string& path,
-                                                          nx_db_leaf_node& node) {
-  const std::lock_guard lock(impl_->mutex);
-  if (node.db != nullptr && (node.db != this || *node.path_ != path)) {
-    throw nx_error(-22, "The node is attached already: " + *node.path_);
-  }
-  const auto present = impl_->entries.find(path);
-  if (present == impl_->entries.end() || present->second.node.get() == &node) return nullptr;
-  attach(node, path);
-  return present->second.node;
 }
 
 std::shared_ptr<nx_db_leaf_node> nx_db::put(const std::string& path,
                                             const std::shared_ptr<nx_db_leaf_node>& node) {
   std::shared_ptr<nx_db_leaf_node> old;  // outlives the lock
   const std::lock_guard lock(impl_->mutex);
+  if (node->db != nullptr && (node->db != this || *node->path_ != path)) {
+    throw nx_error(-22, "The node is attached already: " + *node->path_);
+  }
   const auto present = impl_->entries.find(path);
   if (present != impl_->entries.end() && present->second.node != node) old = present->second.node;
   if (old && has_subscribers(*old)) {

@@ -81,12 +81,9 @@ class nx_db {
   std::chrono::system_clock::time_point now() const;
 
  private:
-  /// Attaches a node that takes the place of another, but leaves the other in place: that one is
-  /// returned, or null. Throws nx_error -22 where add_node does.
-  std::shared_ptr<nx_db_leaf_node> prepare_successor(const std::string& path,
-                                                     nx_db_leaf_node& node);
   /// Puts the node on the tree and gives null; gives the one that stands there while that has
-  /// subscribers, and leaves the tree as it is.
+  /// subscribers, and leaves the tree as it is. Throws nx_error
+  /// -22 where add_node does.
   std::shared_ptr<nx_db_leaf_node> put(const std::string& path,
                                        const std::shared_ptr<nx_db_leaf_node>& node);
   void attach(nx_db_leaf_node& node, const std::string& path);

@@ -43,8 +43,7 @@ class led_test {
            std::function<bool()> is_stopping, std::function<bool(std::chrono::nanoseconds)> pause);
 
   /// False if it was stopped before its end. Waits for a panel that is away, at the start and
-  /// where the plan says so before each sweep. Throws what a refused
-  /// write throws.
+  /// where the plan says so before each sweep. Throws what a refused write throws.
   bool run();
 
  private:
