@@ -30,19 +30,38 @@ template <class T>
 class value_table {
  public:
   void store(const std::string& path, T value) {
+    const auto now = helpers::waiting::instance().steady_now();
     const std::lock_guard lock(mutex_);
-    values_.insert_or_assign(path, std::move(value));
+    auto& kept = values_[path];
+    if (kept.arrivals > 0 && kept.value != value) ++kept.changes;
+    ++kept.arrivals;
+    kept.value = std::move(value);
+    kept.arrived = now;
+    kept.is_there = true;
   }
 
-  std::optional<T> find(const std::string& path) const {
+  /// The value of an earlier subscription stays until this one has delivered.
+  void begin_subscription(const std::string& path) {
+    const std::lock_guard lock(mutex_);
+    auto& kept = values_[path];
+    kept.arrivals = 0;
+    kept.changes = 0;
+  }
+
+  std::optional<reading<T>> find(const std::string& path) const {
     const std::shared_lock lock(mutex_);
     const auto found = values_.find(path);
-    return found == values_.end() ? std::nullopt : std::optional<T>(found->second);
+    if (found == values_.end() || !found->second.is_there) return std::nullopt;
+    return found->second;
   }
 
  private:
+  struct entry : reading<T> {
+    bool is_there = false;
+  };
+
   mutable std::shared_mutex mutex_;  // nothing is taken under it
-  std::map<std::string, T> values_;
+  std::map<std::string, entry> values_;
 };
 
 template <class T>
@@ -82,6 +101,7 @@ template <class T>
 auto _subscriber<Types...>::make_subscription(nexel_client_api& client, const std::string& path) {
   auto event = std::make_shared<path_event>(path);
   auto values = std::get<table_ptr<T>>(tables_)->values;
+  values->begin_subscription(path);
   auto callback = std::make_shared<nexel_value_subscriber<T>>(
       path, event, [values, path](T value) { values->store(path, std::move(value)); });
   client.add_subscriber(callback);
@@ -103,10 +123,16 @@ void _subscriber<Types...>::wait_for_value(const std::string& path) {
 
 template <class... Types>
 template <class T>
+reading<T> _subscriber<Types...>::get_reading(const std::string& path) const {
+  auto found = std::get<table_ptr<T>>(tables_)->values->find(path);
+  if (!found) throw nx_error(-22, fmt::format("No value for path: {}", path));
+  return *std::move(found);
+}
+
+template <class... Types>
+template <class T>
 T _subscriber<Types...>::get(const std::string& path) const {
-  auto value = std::get<table_ptr<T>>(tables_)->values->find(path);
-  if (!value) throw nx_error(-22, fmt::format("No value for path: {}", path));
-  return *std::move(value);
+  return get_reading<T>(path).value;
 }
 
 template <class... Types>
@@ -155,6 +181,9 @@ template void subscriber::subscribe<bool>(std::shared_ptr<nexel_client_api>, con
 template void subscriber::subscribe<float>(std::shared_ptr<nexel_client_api>, const std::string&);
 template void subscriber::subscribe<std::string>(std::shared_ptr<nexel_client_api>,
                                                  const std::string&);
+template reading<bool> subscriber::get_reading<bool>(const std::string&) const;
+template reading<float> subscriber::get_reading<float>(const std::string&) const;
+template reading<std::string> subscriber::get_reading<std::string>(const std::string&) const;
 template bool subscriber::get<bool>(const std::string&) const;
 template float subscriber::get<float>(const std::string&) const;
 template int subscriber::get<int>(const std::string&) const;

@@ -7,6 +7,8 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -18,6 +20,16 @@ namespace device {
 
 template <class T>
 struct subscription_table;
+
+/// The newest value of a path and what is known of its freshness. The first value of a subscription
+/// is as old as the nexel's last look: only a later one tells that the device still measures.
+template <class T>
+struct reading {
+  T value;
+  std::chrono::steady_clock::time_point arrived;  ///< when this value, changed or not, came in
+  std::uint32_t arrivals = 0;                     ///< of this subscription, the first included
+  std::uint32_t changes = 0;                      ///< arrivals that differed from the one before
+};
 
 template <class... Types>
 class _subscriber {
@@ -36,6 +48,9 @@ class _subscriber {
   /// Throws nx_error -22 "No value for path: PATH".
   template <class T>
   T get(const std::string& path) const;
+  /// As `get`, with its age.
+  template <class T>
+  reading<T> get_reading(const std::string& path) const;
 
   void unsubscribe(const std::string& path);
   void reset();

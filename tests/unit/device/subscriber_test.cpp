@@ -134,6 +134,24 @@ TEST_F(subscriber_test, failed_path_is_repaired_by_subscribing_again) {
   EXPECT_EQ(client->subscriptions, 3u);
 }
 
+TEST_F(subscriber_test, readings_tell_whether_the_device_still_measures) {
+  auto first = subscribe("power");
+  EXPECT_EQ(values.get_reading<float>("power").changes, 0u) << "may be as old as the device";
+  client->report(*first, "1.5");
+  client->report(*first, "1.75");
+  auto reading = values.get_reading<float>("power");
+  EXPECT_EQ(reading.value, 1.75f);
+  EXPECT_EQ(reading.arrivals, 3u);
+  EXPECT_EQ(reading.changes, 1u);
+
+  client->fail(*first);
+  first.reset();
+  values.subscribe<float>(client, "power");
+  reading = values.get_reading<float>("power");
+  EXPECT_EQ(reading.arrivals, 1u) << "a new subscription, whose first value is of unknown age";
+  EXPECT_EQ(reading.changes, 0u);
+}
+
 TEST_F(subscriber_test, path_is_dropped_after_eleven_failures_in_a_row) {
   const test::log_capture log;
   const auto path = subscribe("power");

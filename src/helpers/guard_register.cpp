@@ -1,0 +1,82 @@
+#include "helpers/guard_register.h"
+
+#include "helpers/logger.h"
+#include "helpers/waiting.h"
+
+namespace helpers {
+
+guard_register& guard_register::instance() {
+  static guard_register the_register;
+  return the_register;
+}
+
+guard_register::active_guard& guard_register::enter(const guard_kind& guard,
+                                                    const std::string& subject,
+                                                    const std::string& reason) {
+  auto& state = states_[guard.name];
+  state.name = guard.name;
+  const auto [entry, is_new] = state.active.try_emplace(subject);
+  if (is_new) {
+    entry->second = {.since = waiting::instance().system_now(), .reason = reason};
+    LUMORA_LOG(guard.log_level, "Guard {} begins on {}: {}", guard.name, subject, reason);
+  }
+  return entry->second;
+}
+
+void guard_register::begin(const guard_kind& guard, const std::string& subject,
+                           const std::string& reason) {
+  const std::lock_guard lock(mutex_);
+  enter(guard, subject, reason);
+}
+
+void guard_register::withhold(const guard_kind& guard, const std::string& subject,
+                              const std::string& reason) {
+  const std::lock_guard lock(mutex_);
+  ++enter(guard, subject, reason).withheld;
+  ++states_.find(guard.name)->second.withheld;
+}
+
+void guard_register::end(const guard_kind& guard, const std::string& subject) {
+  const std::lock_guard lock(mutex_);
+  const auto state = states_.find(guard.name);
+  if (state == states_.end()) return;
+  const auto found = state->second.active.find(subject);
+  if (found == state->second.active.end()) return;
+  const auto lasted = std::chrono::duration_cast<std::chrono::duration<double>>(
+      waiting::instance().system_now() - found->second.since);
+  LUMORA_LOG(guard.log_level, "Guard {} ends on {} after {:.1f} s, writes withheld: {}", guard.name,
+             subject, lasted.count(), found->second.withheld);
+  state->second.active.erase(found);
+}
+
+void guard_register::show(const guard_kind& guard, const std::string& subject, bool active,
+                          const std::string& reason) {
+  active ? begin(guard, subject, reason) : end(guard, subject);
+}
+
+bool guard_register::is_active(const guard_kind& guard, const std::string& subject) const {
+  const std::lock_guard lock(mutex_);
+  const auto state = states_.find(std::string_view(guard.name));
+  return state != states_.end() && state->second.active.contains(subject);
+}
+
+std::uint64_t guard_register::withheld(const guard_kind& guard) const {
+  const std::lock_guard lock(mutex_);
+  const auto state = states_.find(std::string_view(guard.name));
+  return state == states_.end() ? 0 : state->second.withheld;
+}
+
+std::vector<guard_register::state> guard_register::states() const {
+  const std::lock_guard lock(mutex_);
+  std::vector<state> all;
+  for (const auto& [name, each] : states_)
+    all.push_back(each);
+  return all;
+}
+
+void guard_register::reset() {
+  const std::lock_guard lock(mutex_);
+  states_.clear();
+}
+
+}  // namespace helpers
