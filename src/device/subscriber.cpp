@@ -24,6 +24,13 @@ constexpr unsigned try_limit = 1'000'000;
 
 }  // namespace
 
+reading<float> reading_of_now(float value) {
+  return {.value = value,
+          .arrived = helpers::waiting::instance().steady_now(),
+          .arrivals = 1,
+          .changes = 1};
+}
+
 /// The newest values of a type by path. Subscriptions share it, so that a value which arrives while
 /// the subscriber is destroyed still has a place to go.
 template <class T>
@@ -33,7 +40,7 @@ class value_table {
     const auto now = helpers::waiting::instance().steady_now();
     const std::lock_guard lock(mutex_);
     auto& kept = values_[path];
-    if (kept.arrivals > 0 && kept.value != value) ++kept.changes;
+    if (kept.is_there && kept.value != value) ++kept.changes;
     ++kept.arrivals;
     kept.value = std::move(value);
     kept.arrived = now;

@@ -22,14 +22,18 @@ template <class T>
 struct subscription_table;
 
 /// The newest value of a path and what is known of its freshness. The first value of a subscription
-/// is as old as the nexel's last look: only a later one tells that the device still measures.
+/// is as old as the nexel's last look: only another one tells that the device measures, be it than
+/// the last of the subscription before.
 template <class T>
 struct reading {
   T value;
   std::chrono::steady_clock::time_point arrived;  ///< when this value, changed or not, came in
   std::uint32_t arrivals = 0;                     ///< of this subscription, the first included
-  std::uint32_t changes = 0;                      ///< arrivals that differed from the one before
+  std::uint32_t changes = 0;                      ///< arrivals that differed from what was known
 };
+
+/// A value that was asked for just now.
+reading<float> reading_of_now(float value);
 
 template <class... Types>
 class _subscriber {

@@ -10,30 +10,49 @@
 
 namespace helpers {
 
-void log_current_exception(after_logging next, const std::source_location& where) {
-  const auto line = static_cast<int>(where.line());
-  const auto log = [&]<class... Args>(fmt::format_string<Args...> format, Args&&... args) {
-    logger::log(2, where.file_name(), line, where.function_name(), format,
-                std::forward<Args>(args)...);
-  };
+namespace {
+
+/// The exception in flight in the form of its type.
+std::string text_of_current_exception(after_logging next, const std::source_location& where) {
+  const auto* function = where.function_name();
+  const auto line = where.line();
   try {
     throw;
   } catch (const nx_error& error) {
-    log("nx_error, function {}, line {}: {} ", where.function_name(), line, error.what());
+    return fmt::format("nx_error, function {}, line {}: {} ", function, line, error.what());
   } catch (const nx_client_exception& error) {
-    log("nx_client_exception, function {}, line {}: {}", where.function_name(), line,
-        error.message);
+    return fmt::format("nx_client_exception, function {}, line {}: {}", function, line,
+                       error.message);
   } catch (const kvs_client_exception& error) {
-    log("kvs_client_exception, function {}, line {}: {}", where.function_name(), line,
-        error.what());
+    return fmt::format("kvs_client_exception, function {}, line {}: {}", function, line,
+                       error.what());
   } catch (...) {
     const auto text = boost::current_exception_diagnostic_information(true);
-    if (next == after_logging::throws_on) {
-      log("general exception: {}, throwing", text);
-    } else {
-      log("general exception: {}", text);
-    }
+    return fmt::format("general exception: {}{}", text,
+                       next == after_logging::throws_on ? ", throwing" : "");
   }
+}
+
+void log_failure(const std::string& text, const std::source_location& where) {
+  logger::log(2, where.file_name(), static_cast<int>(where.line()), where.function_name(), "{}",
+              text);
+}
+
+}  // namespace
+
+void log_current_exception(after_logging next, const std::source_location& where) {
+  log_failure(text_of_current_exception(next, where), where);
+}
+
+void walk_guard::throw_if_all_failed(std::size_t turns) const {
+  if (failures_ > 0 && failures_ == turns) std::rethrow_exception(first_);
+}
+
+void walk_guard::take_current_exception() {
+  ++failures_;
+  first_ = first_ ? first_ : std::current_exception();
+  const auto text = text_of_current_exception(after_logging::stops, where_);
+  if (logged_.insert(text).second) log_failure(text, where_);
 }
 
 }  // namespace helpers

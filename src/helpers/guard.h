@@ -3,7 +3,11 @@
 // signature.
 #pragma once
 
+#include <cstddef>
+#include <exception>
+#include <set>
 #include <source_location>
+#include <string>
 
 namespace helpers {
 
@@ -25,6 +29,36 @@ bool guarded(Action&& action, const std::source_location& where = std::source_lo
     return false;
   }
 }
+
+/// The guards of a walk over many things of a kind: what fails for one ends that one's turn alone.
+/// A failure that several share, as that of a device which all of them ask, is logged once.
+class walk_guard {
+ public:
+  explicit walk_guard(const std::source_location& where = std::source_location::current())
+      : where_(where) {}
+
+  template <class Action>
+  void run(Action&& action) {
+    try {
+      action();
+    } catch (...) {
+      take_current_exception();
+    }
+  }
+
+  /// Of how many turns.
+  std::size_t failures() const { return failures_; }
+  /// Throws the first failure when none of the turns went well.
+  void throw_if_all_failed(std::size_t turns) const;
+
+ private:
+  void take_current_exception();
+
+  std::source_location where_;
+  std::set<std::string> logged_;
+  std::size_t failures_ = 0;
+  std::exception_ptr first_;
+};
 
 /// Runs `action`; a failure is logged and thrown on. `on_failure` runs between the two.
 template <class Action, class OnFailure>

@@ -25,6 +25,10 @@ struct model {
   /// orvakinet's drop side, and at 7.3 dB, on selka's add side, the monitor's noise now and then
   /// carries a channel that rests near its edge out of it.
   unsigned steps_at_rest;
+  /// How far a survivor of half the band may then be off, dB. A channel that was lit 7 dB off comes
+  /// to rest where its two steps leave it, a tenth of a large error below its target, and less tilt
+  /// takes another twentieth of a dB.
+  double survivor_db;
 };
 
 std::ostream& operator<<(std::ostream& out, const model& of) {
@@ -32,9 +36,9 @@ std::ostream& operator<<(std::ostream& out, const model& of) {
 }
 
 constexpr model models[] = {
-    {"orvalite", false, 0.3, 0},
-    {"orvakinet", true, 0.3, 4},
-    {"selkaplus", false, 0.45, 4},
+    {"orvalite", false, 0.3, 0, 0.4},
+    {"orvakinet", true, 0.3, 5, 0.4},
+    {"selkaplus", false, 0.45, 4, 0.45},
 };
 
 /// A node whose daemon has run through its start in the dark.
@@ -152,7 +156,7 @@ TEST_P(client_bars, half_the_band_lost_at_once_leaves_the_survivors_at_target) {
   }
   node().run_for(6s);
   for (std::size_t i = channels.size() / 2; i < channels.size(); ++i) {
-    EXPECT_LT(std::fabs(node().true_error(channels[i])), GetParam().rest_db) << channels[i];
+    EXPECT_LT(std::fabs(node().true_error(channels[i])), GetParam().survivor_db) << channels[i];
   }
 }
 

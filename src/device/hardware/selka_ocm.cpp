@@ -51,6 +51,10 @@ float selka_ocm::get_total_power() {
   return read_number(*client_, fmt::format("data/port/{}/totalPower", port_));
 }
 
+reading<float> selka_ocm::get_channel_power_reading(unsigned channel) {
+  return subscriber_->get_reading<float>(channel_path(channel, "power"));
+}
+
 float selka_ocm::get_channel_power(unsigned channel) {
   return subscriber_->get<float>(channel_path(channel, "power"));
 }

@@ -25,6 +25,7 @@ class selka_ocm : public with_subscriptions<device::interfaces::ocm> {
 
   float get_total_power() override;
   float get_channel_power(unsigned channel) override;
+  reading<float> get_channel_power_reading(unsigned channel) override;
   bool is_channel_detected(unsigned channel) override;
   float get_channel_detect_level(unsigned channel) override;
   void set_channel_detect_level(float level) override;

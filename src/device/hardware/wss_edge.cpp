@@ -60,6 +60,10 @@ void wss_edge::set_attenuation(unsigned channel, float value) {
   client_->set<void>(wss_path("config", channel, "attenuation"), value);
 }
 
+reading<float> wss_edge::get_attenuation_reading(unsigned channel) {
+  return subscriber_->get_reading<float>(wss_path("data", channel, "attenuation"));
+}
+
 float wss_edge::get_attenuation(unsigned channel) {
   return subscriber_->get<float>(wss_path("data", channel, "attenuation"));
 }
@@ -95,6 +99,10 @@ void wss_edge::add_channel(unsigned, unsigned, unsigned, const std::string&) {
 
 float wss_edge::get_total_power() {
   return subscriber_->get<float>(total_power_path());
+}
+
+reading<float> wss_edge::get_channel_power_reading(unsigned channel) {
+  return subscriber_->get_reading<float>(ocm_path(channel, "powerLevel"));
 }
 
 float wss_edge::get_channel_power(unsigned channel) {

@@ -27,6 +27,7 @@ class wss_edge : public with_subscriptions<device::interfaces::wss, device::inte
   void set_attenuation(unsigned channel, float value) override;
   /// Needs the channel to be subscribed, like every reading of a channel here.
   float get_attenuation(unsigned channel) override;
+  reading<float> get_attenuation_reading(unsigned channel) override;
   void block_channel(unsigned channel) override;
   void unblock_channel(unsigned channel, float value) override;
   bool is_channel_blocked(unsigned channel) override;
@@ -38,6 +39,7 @@ class wss_edge : public with_subscriptions<device::interfaces::wss, device::inte
 
   float get_total_power() override;
   float get_channel_power(unsigned channel) override;
+  reading<float> get_channel_power_reading(unsigned channel) override;
   bool is_channel_detected(unsigned channel) override;
   float get_channel_detect_level(unsigned channel) override;
   void set_channel_detect_level(float level) override;

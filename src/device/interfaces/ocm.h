@@ -14,6 +14,10 @@ class ocm : public virtual device::interface {
  public:
   virtual float get_total_power() = 0;
   virtual float get_channel_power(unsigned channel) = 0;
+  /// As get_channel_power, with its age: of a proxy that reads anew each time, it is of now.
+  virtual reading<float> get_channel_power_reading(unsigned channel) {
+    return reading_of_now(get_channel_power(channel));
+  }
   virtual bool is_channel_detected(unsigned channel) = 0;
   virtual float get_channel_detect_level(unsigned channel) = 0;
   virtual void set_channel_detect_level(float level) = 0;

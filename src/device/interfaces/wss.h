@@ -14,6 +14,10 @@ class wss : public virtual device::interface {
  public:
   virtual void set_attenuation(unsigned channel, float value) = 0;
   virtual float get_attenuation(unsigned channel) = 0;
+  /// As get_attenuation, with its age: of a proxy that reads anew each time, it is of now.
+  virtual reading<float> get_attenuation_reading(unsigned channel) {
+    return reading_of_now(get_attenuation(channel));
+  }
   virtual void block_channel(unsigned channel) = 0;
   virtual void unblock_channel(unsigned channel, float value) = 0;
   virtual bool is_channel_blocked(unsigned channel) = 0;

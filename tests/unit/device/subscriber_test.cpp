@@ -146,10 +146,15 @@ TEST_F(subscriber_test, readings_tell_whether_the_device_still_measures) {
 
   client->fail(*first);
   first.reset();
+  client->first_value = "1.75";
   values.subscribe<float>(client, "power");
   reading = values.get_reading<float>("power");
   EXPECT_EQ(reading.arrivals, 1u) << "a new subscription, whose first value is of unknown age";
   EXPECT_EQ(reading.changes, 0u);
+  client->first_value = "1.5";
+  client->fail(*client->latest.lock());
+  values.subscribe<float>(client, "power");
+  EXPECT_EQ(values.get_reading<float>("power").changes, 1u) << "other than before the failure";
 }
 
 TEST_F(subscriber_test, path_is_dropped_after_eleven_failures_in_a_row) {

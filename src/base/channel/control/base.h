@@ -1,7 +1,8 @@
 // The regulator of one channel: owns the channel, works out the power it should have, decides
 // whether it may be touched now, and writes one attenuation step to the switch it is given. Between
 // cycles it remembers the last step alone: no further step is taken until the monitor has shown a
-// new reading and the switch another attenuation.
+// new reading and the switch another attenuation. Guards stand above that law: they withhold a step
+// whose evidence is missing, and end a wait that would have no end.
 //
 // Threads: the loops call it with the plan's mutex held; set_default_attenuation and
 // set_description arrive on server threads without it. T is the product's channel class.
@@ -14,7 +15,9 @@
 #include <string>
 
 #include "api/hysteresis_filtered_value.h"
+#include "base/guards/channel_step.h"
 #include "device/interfaces/wss.h"
+#include "helpers/guard_register.h"
 #include "platform/value_tree/value_group.h"
 
 class nx_db;
@@ -43,6 +46,30 @@ class base : public std::enable_shared_from_this<base<T>> {
   /// dBm; fibre length in km, total power of the band in dBm.
   virtual float get_target_power(float fiber_length, float total_power);
   virtual float get_tilt_loss(float fiber_length);
+
+  /// What the loop found in its present look at a channel, for the guards. A control that was never
+  /// shown a look follows the law alone.
+  struct look {
+    guards::channel_view view;
+    bool lit = false;
+    unsigned power_arrivals = 0;  ///< of the present subscription
+    unsigned power_changes = 0;
+  };
+  void take_look(const look& now);
+  /// When the reading came that the present look rests on.
+  guards::time_point get_power_time() const;
+  /// The monitor's readings are of now, not of before its start.
+  bool is_reading_live() const;
+  /// Guards whose state the loop holds tell through this; `active` false ends them.
+  void withhold(const helpers::guard_kind& guard, const std::string& reason);
+  void release_guards();
+  std::string guard_subject();
+  /// The default attenuation as this switch can be parked at; empty where only a lighter one than
+  /// the default would be in its range, or the default is no number.
+  std::optional<float> get_parking_attenuation(device::interfaces::wss& wss);
+  /// Of `target`, a parking attenuation: written before, and where the switch has come to.
+  bool is_parked(float target);
+  void note_parking(float target) { parked_at_ = target; }
 
   /// Writes one step for this difference; device errors pass through.
   virtual void regulate(std::shared_ptr<device::interfaces::wss> wss, float power_difference);
@@ -79,6 +106,9 @@ class base : public std::enable_shared_from_this<base<T>> {
     std::optional<float> attenuation;
   };
 
+  bool is_step_withheld(device::interfaces::wss& wss, float power_difference);
+  float step_target(device::interfaces::wss& wss, float power_difference);
+  float standing_attenuation();
   void remember_difference(float power_difference, unsigned power_updates);
   float history_range() const;
   bool is_exhausted(device::interfaces::wss& wss, float attenuation, float power_difference);
@@ -96,6 +126,13 @@ class base : public std::enable_shared_from_this<base<T>> {
   std::string description_;
   unsigned subscribe_failures_ = 0;
   last_step last_step_;
+
+  std::optional<guards::channel_view> view_;
+  guards::last_step evidence_;
+  guards::rising_light rising_;
+  guards::live_reading live_;
+  const helpers::guard_kind* active_guard_ = nullptr;
+  std::optional<float> parked_at_;
 };
 
 }  // namespace channel::control

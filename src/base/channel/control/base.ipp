@@ -61,11 +61,21 @@ float base<T>::get_target_power(float fiber_length, float total_power) {
 }
 
 template <class T>
+float base<T>::standing_attenuation() {
+  return view_ ? evidence_.standing_attenuation(*view_) : channel_->get_attenuation();
+}
+
+template <class T>
+float base<T>::step_target(device::interfaces::wss& wss, float power_difference) {
+  return clamp_attenuation(standing_attenuation() + attenuation_change(power_difference),
+                           wss.get_min_attenuation(), wss.get_max_attenuation());
+}
+
+template <class T>
 void base<T>::regulate(std::shared_ptr<device::interfaces::wss> wss, float power_difference) {
-  const float attenuation = channel_->get_attenuation();
+  const float attenuation = standing_attenuation();
   const float change = attenuation_change(power_difference);
-  const float target = clamp_attenuation(attenuation + change, wss->get_min_attenuation(),
-                                         wss->get_max_attenuation());
+  const float target = step_target(*wss, power_difference);
   LUMORA_LOG(2,
              "Regulating channel {}-{}, current attenuation: {} attenuation change: {} power "
              "difference: {}",
@@ -75,7 +85,9 @@ void base<T>::regulate(std::shared_ptr<device::interfaces::wss> wss, float power
   // Noted before the write: after a refused one the next try waits for a new reading.
   last_step_.power = channel_->get_ocm_power();
   wss->set_attenuation(channel_->get_id(), target);
-  last_step_.attenuation = attenuation;
+  last_step_.attenuation = channel_->get_attenuation();
+  parked_at_.reset();
+  if (view_) evidence_.made(attenuation, target, view_->power, view_->now);
   channel_->reset_power_updates();
   power_history_.clear();
 }
@@ -98,6 +110,7 @@ void base<T>::reset_subscribe_failures() {
 template <class T>
 void base<T>::reset_last_step() {
   last_step_ = {};
+  evidence_.forget();
 }
 
 template <class T>
@@ -135,8 +148,9 @@ bool base<T>::can_regulate(std::shared_ptr<device::interfaces::wss> wss, float p
   calm_down_ = false;
   const bool exhausted = is_exhausted(*wss, attenuation, power_difference);
   const bool large_enough = band < std::fabs(power_difference);
-  const bool power_updated = last_step_.power != power;
-  const bool attenuation_updated = last_step_.attenuation != attenuation;
+  const bool expired = view_ && evidence_.has_expired(*view_);
+  const bool power_updated = last_step_.power != power || expired;
+  const bool attenuation_updated = last_step_.attenuation != attenuation || expired;
   const bool possible = !exhausted && large_enough && attenuation_updated && power_updated;
   LUMORA_LOG(0,
              "can_regulate({}-{}, {}), power calm down {} ({}/{}) exhausted {} ({}) power diff {} "
@@ -146,6 +160,8 @@ bool base<T>::can_regulate(std::shared_ptr<device::interfaces::wss> wss, float p
              history_range(), power_history_.size(), exhausted, attenuation, large_enough,
              std::fabs(power_difference), band, power_updates, attenuation_updated, power_updated,
              power, last_step_.power.value_or(-999.0f));
+  if (possible && is_step_withheld(*wss, power_difference)) return false;
+  if (possible || !large_enough) release_guards();
   return possible;
 }
 
@@ -220,3 +236,5 @@ std::string base<T>::get_wss_port_name() {
 }
 
 }  // namespace channel::control
+
+#include "base/channel/control/guarded.ipp"

@@ -5,7 +5,7 @@
 // Threads: init and run on the manager thread; add_channel, remove_channel and the wanted power
 // setter on server threads, where they wait for the plan's mutex, which run holds for its walk.
 // Failures: init, add_channel and remove_channel log and throw; run logs, clears `operational` and
-// returns.
+// returns. What fails for one channel ends that one's turn: the others have their cycle.
 // Units: powers dBm, attenuations and gains dB, lengths km. T is the channel control type.
 #pragma once
 
@@ -17,6 +17,8 @@
 
 #include "api/status_value.h"
 #include "base/channel/plan.h"
+#include "base/guards/calibration_evidence.h"
+#include "base/guards/channel_step.h"
 #include "base/manager/loops/client_direction.h"
 #include "base/manager/loops/edfa_calibration.h"
 #include "device/interfaces/edfa.h"
@@ -113,6 +115,9 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   void publish_wanted_power(nx_db& db, const control_ptr& control);
   template <class Action>
   void for_each_ready_channel(Action&& action);
+  /// Each channel's readings and then its management, in ascending frequency and each by itself.
+  /// False when one of them failed.
+  bool walk_channels(nx_db& db, bool regulate);
 
   const client_direction& direction_;
   plan_ptr plan_;
@@ -126,7 +131,13 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
 
  private:
   bool calibration_is_due() const;
+  bool is_calibration_withheld();
   void calibrate();
+  void follow_edfa();
+  void learn_calibration();
+  bool is_opening_withheld(const control_ptr& control, float power_difference);
+  bool is_parking_withheld(const control_ptr& control);
+  std::string calibration_subject() const;
   void block_or_unblock(const control_ptr& control, bool block);
   peak_report measure_peak(const control_ptr& control, bool regulate);
   void create_device_plans();
@@ -150,6 +161,12 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   std::map<unsigned, broken_add> broken_adds_;
   std::shared_ptr<nx::api::status_value<float>> edfa_saturation_value_;
   edfa_calibration edfa_calibration_;
+  guards::calibration_evidence calibration_evidence_;
+  guards::amplifier_saturation saturation_;
+  // The first calibration waits for sound readings, whatever is regulated meanwhile.
+  bool has_calibrated_ = false;
+  bool knows_power_limit_ = false;
+  bool monitor_is_live_ = false;  // some channel's power has changed since it was subscribed
   float edfa_power_limit_ = 20.0f;
   float fiber_length_ = 1.0f;
   // False from the load of a plan until its channels are on the tree: a failure between the two

@@ -82,7 +82,13 @@ void client_loop<T>::init(nx_db& db) {
     setup_device_subscription();
     store_gain();
     const std::lock_guard lock(plan_->get_mutex());
-    for_each_ready_channel([this](const control_ptr& control) { update_channel(control); });
+    helpers::walk_guard walk;
+    std::size_t channels = 0;
+    for_each_ready_channel([&](const control_ptr& control) {
+      ++channels;
+      walk.run([&] { update_channel(control); });
+    });
+    walk.throw_if_all_failed(channels);
     update_edfa_calibration();
   };
   helpers::logged_and_thrown(bring_up, [this] { operational = false; });
@@ -93,9 +99,33 @@ template <class T>
 void client_loop<T>::update_channel(control_ptr control) {
   const auto channel = control->get_channel();
   const auto id = channel->get_id();
-  channel->set_attenuation(wss_->get_attenuation(id));
+  const auto attenuation = wss_->get_attenuation_reading(id);
+  channel->set_attenuation(attenuation.value);
   channel->set_peak(ocm_->is_channel_detected(id));
-  channel->set_ocm_power(ocm_->get_channel_power(id));
+  const auto power = ocm_->get_channel_power_reading(id);
+  channel->set_ocm_power(power.value);
+  // Dark channels stand at the monitor's floor: one that tells of light speaks for all.
+  if (power.arrivals > 0 && power.changes > 0) monitor_is_live_ = true;
+  control->take_look({.view = {.now = helpers::waiting::instance().steady_now(),
+                               .attenuation = attenuation.value,
+                               .attenuation_at = attenuation.arrived,
+                               .power = power.value,
+                               .power_at = power.arrived},
+                      .lit = channel->get_peak(),
+                      .power_arrivals = power.arrivals,
+                      .power_changes = power.changes});
+}
+
+template <class T>
+bool client_loop<T>::walk_channels(nx_db& db, bool regulate) {
+  helpers::walk_guard walk;
+  for_each_ready_channel([&](const control_ptr& control) {
+    walk.run([&] {
+      update_channel(control);
+      manage_channel(db, control, regulate);
+    });
+  });
+  return walk.failures() == 0;
 }
 
 template <class T>
@@ -130,7 +160,9 @@ void client_loop<T>::block_or_unblock(const control_ptr& control, bool block) {
     wss_->block_channel(id);
   } else {
     LUMORA_LOG(1, fmt::runtime(direction_.unblocking), id);
-    wss_->unblock_channel(id, control->get_default_attenuation());
+    // A default beyond the switch's range must not keep the channel blocked.
+    wss_->unblock_channel(
+        id, control->get_parking_attenuation(*wss_).value_or(wss_->get_max_attenuation()));
     // As after parking: the last step may have started from just this attenuation, and would seem
     // never to have come about.
     control->reset_last_step();
@@ -147,22 +179,47 @@ void client_loop<T>::report_loss_of_signal(nx_db& db, const control_ptr& control
 }
 
 template <class T>
+bool client_loop<T>::is_parking_withheld(const control_ptr& control) {
+  const auto parking = control->get_parking_attenuation(*wss_);
+  if (!parking) {
+    control->withhold(guards::parking_range,
+                      fmt::format("the default attenuation {} is lighter than the switch can be",
+                                  control->get_default_attenuation()));
+    return true;
+  }
+  if (!control->is_parked(*parking)) return false;
+  control->withhold(guards::end_of_range, "the switch stands where it was told to park");
+  return true;
+}
+
+template <class T>
 bool client_loop<T>::park_channel(const control_ptr& control, int log_level) {
   constexpr double close_enough_db = 0.1;
   const auto channel = control->get_channel();
-  const float target = control->get_default_attenuation();
-  if (std::fabs(double{channel->get_attenuation()} - double{target}) <= close_enough_db) {
+  const float attenuation = channel->get_attenuation();
+  const float target =
+      control->get_parking_attenuation(*wss_).value_or(control->get_default_attenuation());
+  if (std::fabs(double{attenuation} - double{target}) <= close_enough_db) {
+    control->release_guards();
     return false;
   }
+  if (is_parking_withheld(control)) return false;
+  control->release_guards();
   const auto id = channel->get_id();
   LUMORA_LOG(log_level, fmt::runtime(direction_.setting_default), id);
   wss_->set_attenuation(id, target);
+  control->note_parking(target);
   channel->set_attenuation(wss_->get_attenuation(id));
   return true;
 }
 
 template <class T>
 void client_loop<T>::reset_channel_attenuation(control_ptr control) {
+  if (!monitor_is_live_ && !control->is_reading_live()) {
+    control->withhold(guards::fresh_reading,
+                      "no reading of the monitor has changed since its start");
+    return;
+  }
   if (!park_channel(control, 2)) return;
   control->get_channel()->reset_power_updates();
   control->reset_last_step();

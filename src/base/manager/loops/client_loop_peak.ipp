@@ -47,7 +47,8 @@ void client_loop<T>::regulate_channel_peak(const control_ptr& control, bool regu
   constexpr float on_target_db = 0.5f;
   auto report = measure_peak(control, regulate);
   control->set_on_target(std::fabs(report.power_difference) < on_target_db);
-  report.possible = control->can_regulate(wss_, report.power_difference);
+  report.possible = control->can_regulate(wss_, report.power_difference) &&
+                    !is_opening_withheld(control, report.power_difference);
   log_peak(report);
   if (regulate && report.possible) {
     control->regulate(wss_, report.power_difference);
@@ -56,6 +57,17 @@ void client_loop<T>::regulate_channel_peak(const control_ptr& control, bool regu
     LUMORA_LOG(0, "Channel {} regulation not possible.", report.id);
   }
   if (report.possible || control->is_calming_down()) peak_regulated = true;
+}
+
+template <class T>
+bool client_loop<T>::is_opening_withheld(const control_ptr& control, float power_difference) {
+  if (power_difference >= 0 || !saturation_.forbids_opening(control->get_power_time()))
+    return false;
+  control->withhold(guards::unsaturated_amplifier,
+                    saturation_.is_saturated()
+                        ? "the amplifier gives more than 1 dB less than its gain"
+                        : "the reading is of when the amplifier was in saturation");
+  return true;
 }
 
 template <class T>
@@ -75,24 +87,73 @@ bool client_loop<T>::calibration_is_due() const {
   constexpr std::chrono::seconds interval{300};
   const auto since = helpers::waiting::instance().system_now() - last_regulation_;
   return std::chrono::duration_cast<std::chrono::seconds>(since) > interval ||
-         !edfa_calibration_.is_finite();
+         !edfa_calibration_.is_finite() || !has_calibrated_;
 }
 
 template <class T>
 void client_loop<T>::update_edfa_calibration() {
+  try {
+    follow_edfa();
+  } catch (...) {
+    calibration_evidence_.begin_anew();
+    throw;
+  }
+}
+
+template <class T>
+void client_loop<T>::follow_edfa() {
   constexpr float lowest_tx_power = -30.0f;
   bool due = calibration_is_due();
-  if (const float tx_power = edfa_->get_tx_power(); tx_power < lowest_tx_power) {
+  const float tx_power = edfa_->get_tx_power();
+  if (tx_power < lowest_tx_power) {
     LUMORA_LOG(1, fmt::runtime(direction_.tx_power_too_low), tx_power);
     due = false;
   }
-  edfa_saturation_value_->update(edfa_->get_saturation());
-  if (due) calibrate();
+  const auto now = helpers::waiting::instance().steady_now();
+  const float saturation = edfa_->get_saturation();
+  edfa_saturation_value_->update(saturation);
+  saturation_.look(saturation, now);
+  if (!due) return;
+  if (!knows_power_limit_) edfa_power_limit_ = edfa_->get_power_limit();
+  knows_power_limit_ = true;
+  calibration_evidence_.look(tx_power, ocm_->get_total_power(), now);
+  if (!is_calibration_withheld()) calibrate();
+}
+
+template <class T>
+bool client_loop<T>::is_calibration_withheld() {
+  // A limit that has fallen for good is learned in the end.
+  constexpr std::chrono::seconds longest_saturation{300};
+  auto& board = helpers::guard_register::instance();
+  const auto now = helpers::waiting::instance().steady_now();
+  const bool saturated = has_calibrated_ && saturation_.is_saturated() &&
+                         saturation_.lasting(now) < longest_saturation;
+  if (!saturated && calibration_evidence_.is_sound(now)) {
+    board.end(guards::calibration_readings, calibration_subject());
+    return false;
+  }
+  board.withhold(guards::calibration_readings, calibration_subject(),
+                 saturated ? "the amplifier is in saturation"
+                           : "amplifier and monitor have not told of one and the same light yet");
+  return true;
+}
+
+template <class T>
+std::string client_loop<T>::calibration_subject() const {
+  return fmt::format("client {} calibration", direction_.word);
 }
 
 template <class T>
 void client_loop<T>::calibrate() {
   edfa_power_limit_ = edfa_->get_power_limit();
+  learn_calibration();
+  store_gain();
+  has_calibrated_ = true;
+  last_regulation_ = helpers::waiting::instance().system_now();
+}
+
+template <class T>
+void client_loop<T>::learn_calibration() {
   const float difference = edfa_->get_tx_power() - ocm_->get_total_power();
   if (!edfa_calibration_.is_finite()) {
     edfa_calibration_.restart(calibration::instance().get_value(direction_.board_calibration_key));
@@ -104,8 +165,6 @@ void client_loop<T>::calibrate() {
     LUMORA_LOG(2, fmt::runtime(direction_.calibration_refused), difference,
                edfa_calibration_.get());
   }
-  store_gain();
-  last_regulation_ = helpers::waiting::instance().system_now();
 }
 
 }  // namespace manager::loops

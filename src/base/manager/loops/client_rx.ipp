@@ -36,18 +36,12 @@ void client_rx<T>::run(nx_db& db, bool regulate) {
       this->operational = false;
     }
   };
-  const auto walk = [&] {
-    this->for_each_ready_channel([&](const control_ptr& control) {
-      this->update_channel(control);
-      this->manage_channel(db, control, regulate);
-    });
-  };
   // The channels are managed even when the devices have failed the test: each access then fails or
   // succeeds by itself.
   if (!helpers::guarded(follow_amplifier)) this->operational = false;
   const std::lock_guard lock(this->plan_->get_mutex());
   this->peak_regulated = false;
-  if (!helpers::guarded(walk)) this->operational = false;
+  if (!this->walk_channels(db, regulate)) this->operational = false;
   this->operational = this->clean_subscriptions() && this->operational;
 }
 

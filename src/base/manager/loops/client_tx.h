@@ -29,7 +29,7 @@ class client_tx : public client_loop<T> {
   std::shared_ptr<client_tx<T>> shared_self();
 
  private:
-  void walk_channels(nx_db& db, bool regulate);
+  void work_on_channels(nx_db& db, bool regulate);
 };
 
 }  // namespace manager::loops

@@ -28,23 +28,20 @@ void client_tx<T>::manage_channel(nx_db& db, control_ptr control, bool) {
 }
 
 template <class T>
-void client_tx<T>::walk_channels(nx_db& db, bool regulate) {
+void client_tx<T>::work_on_channels(nx_db& db, bool regulate) {
   if (!this->is_operational()) {
     this->operational = false;
     return;
   }
   this->update_edfa_calibration();
-  this->for_each_ready_channel([&](const control_ptr& control) {
-    this->update_channel(control);
-    this->manage_channel(db, control, regulate);
-  });
+  if (!this->walk_channels(db, regulate)) this->operational = false;
 }
 
 template <class T>
 void client_tx<T>::run(nx_db& db, bool regulate) {
   this->peak_regulated = false;
   const std::lock_guard lock(this->plan_->get_mutex());
-  if (!helpers::guarded([&] { walk_channels(db, regulate); })) this->operational = false;
+  if (!helpers::guarded([&] { work_on_channels(db, regulate); })) this->operational = false;
   this->operational = this->clean_subscriptions() && this->operational;
 }
 

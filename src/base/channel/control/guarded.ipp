@@ -1,0 +1,91 @@
+// Definitions of channel::control::base: what the guards make of a look at the channel.
+#pragma once
+
+#include "base/channel/control/base.h"
+#include "base/channel/control/regulation.h"
+
+namespace channel::control {
+
+template <class T>
+void base<T>::take_look(const look& now) {
+  view_ = now.view;
+  live_.look(now.power_arrivals, now.power_changes, now.view.now);
+  evidence_.look(now.view);
+  rising_.look(now.lit, now.view);
+}
+
+template <class T>
+guards::time_point base<T>::get_power_time() const {
+  return view_ ? view_->power_at : guards::time_point::max();
+}
+
+template <class T>
+bool base<T>::is_reading_live() const {
+  return !view_ || live_.is_live(view_->now);
+}
+
+template <class T>
+std::string base<T>::guard_subject() {
+  return fmt::format("client {} {}", channel_->get_direction(), channel_->get_id());
+}
+
+template <class T>
+void base<T>::withhold(const helpers::guard_kind& guard, const std::string& reason) {
+  if (active_guard_ != &guard) release_guards();
+  active_guard_ = &guard;
+  helpers::guard_register::instance().withhold(guard, guard_subject(), reason);
+}
+
+template <class T>
+void base<T>::release_guards() {
+  if (!active_guard_) return;
+  helpers::guard_register::instance().end(*active_guard_, guard_subject());
+  active_guard_ = nullptr;
+}
+
+template <class T>
+bool base<T>::is_step_withheld(device::interfaces::wss& wss, float power_difference) {
+  if (!view_) return false;
+  if (!is_reading_live()) {
+    withhold(guards::fresh_reading, "no reading of the monitor has changed since its start");
+    return true;
+  }
+  switch (evidence_.waits_for(*view_)) {
+    case guards::wait_for::switch_to_move:
+      withhold(guards::fresh_reading, "the switch has not shown the last step yet");
+      return true;
+    case guards::wait_for::new_reading:
+      withhold(guards::fresh_reading, "the reading is from before the switch had moved");
+      return true;
+    case guards::wait_for::effect:
+      withhold(guards::fresh_reading, "the reading does not show the last step");
+      return true;
+    case guards::wait_for::none:
+      break;
+  }
+  const float left_over = -power_difference + attenuation_change(power_difference);
+  if (power_difference < 0 && rising_.may_overtake(*view_, left_over)) {
+    withhold(guards::steady_light, "the light has just come on and still rises");
+    return true;
+  }
+  if (evidence_.is_futile(*view_, step_target(wss, power_difference))) {
+    withhold(guards::end_of_range, "the switch stands where the step would take it");
+    return true;
+  }
+  return false;
+}
+
+template <class T>
+std::optional<float> base<T>::get_parking_attenuation(device::interfaces::wss& wss) {
+  const float attenuation = get_default_attenuation();
+  if (attenuation > wss.get_max_attenuation()) return wss.get_max_attenuation();
+  if (attenuation >= wss.get_min_attenuation()) return attenuation;
+  return std::nullopt;
+}
+
+template <class T>
+bool base<T>::is_parked(float target) {
+  return parked_at_ == target && guards::is_near(channel_->get_attenuation(), target);
+}
+
+}  // namespace channel::control
