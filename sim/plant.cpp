@@ -1,5 +1,7 @@
 #include "sim/plant.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <stdexcept>
 
@@ -21,8 +23,10 @@ plant::impl::impl(topology given, plant& owner) : what(std::move(given)), system
   for (unsigned i = 0; i < trees.size(); ++i) {
     states[i].assign(trees[i].size(), nexel_state::ok);
     std::vector<std::string> names;
-    for (const auto& tree : trees[i])
+    for (const auto& tree : trees[i]) {
+      tree->set_noise(what.seed, fmt::format("node {} {}", i, tree->name()));
       names.push_back(tree->name());
+    }
     control->add_nexels(i, names);
   }
 }
@@ -35,10 +39,12 @@ std::size_t plant::impl::index_of(unsigned number, const std::string& name) cons
   throw std::out_of_range("no nexel '" + name + "' in node " + std::to_string(number));
 }
 
-void plant::impl::publish() const {
+void plant::impl::publish(std::chrono::nanoseconds dt) const {
   for (const auto& of_node : trees) {
-    for (const auto& each : of_node)
+    for (const auto& each : of_node) {
+      each->step_faults(dt);
       each->publish();
+    }
   }
   control->publish();
 }
@@ -63,7 +69,7 @@ void plant::step(std::chrono::nanoseconds dt) {
   while (impl_->gathered.count() > 0) {
     const auto part = std::min(impl_->gathered, line_system::longest_step);
     impl_->system.step(part);
-    impl_->publish();
+    impl_->publish(part);
     impl_->gathered -= part;
   }
 }
@@ -129,7 +135,12 @@ std::string plant::board_file(unsigned node) const {
 
 void plant::set_nexel_state(unsigned node, const std::string& name, nexel_state state) {
   const std::size_t index = impl_->index_of(node, name);
-  impl_->tree(node, name).set_refusing(state == nexel_state::refusing);
+  {
+    const std::lock_guard lock(impl_->light);
+    device_tree& tree = impl_->tree(node, name);
+    tree.set_refusing(state == nexel_state::refusing);
+    state == nexel_state::killed ? tree.readings().stopped() : tree.readings().came_back();
+  }
   std::vector<state_setter> handlers;
   {
     const std::lock_guard lock(impl_->states_mutex);

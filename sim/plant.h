@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "sim/faults.h"
 #include "sim/plant/topology.h"
 
 class nx_db;
@@ -143,9 +144,27 @@ class plant {
   nexel_state get_nexel_state(unsigned node, const std::string& name) const;
   void drop_subscription(unsigned node, const std::string& name, const std::string& path);
 
+  /// What a service tells and what becomes of what it is told; patterns as the tree takes them. A
+  /// duration of 0 lasts until healed. Healing ends the faults whose own pattern is the one given,
+  /// or fits it as a path would.
+  void set_reading_fault(unsigned node, const std::string& name, const std::string& pattern,
+                         const reading_fault& fault, std::chrono::nanoseconds duration = {});
+  void heal_readings(unsigned node, const std::string& name, const std::string& pattern = "**");
+  void set_write_fault(unsigned node, const std::string& name, const std::string& pattern,
+                       const write_fault& fault, std::chrono::nanoseconds duration = {});
+  void heal_writes(unsigned node, const std::string& name, const std::string& pattern = "**");
+  /// When the service was killed and is back, its readings stay those of before for this long.
+  void set_stale_after_restart(unsigned node, const std::string& name,
+                               std::chrono::nanoseconds duration);
+  /// Writes and commands that reached the service, whatever became of them.
+  unsigned writes(unsigned node, const std::string& name) const;
+
   /// The device behind the service starts anew and has lost the channels it was given by command:
   /// "wss" and "ocm" of the selka models.
   void forget_channels(unsigned node, const std::string& name);
+  /// "wss" and "ocm" of the selka models answer false to the command that adds a channel which they
+  /// have. Loading a plan goes on to leave the known ones alone.
+  void set_refuses_known_channels(unsigned node, const std::string& name, bool refuses);
   /// The optical switch of orvapro stays where it is, whatever it is told.
   void set_optical_switch_stuck(unsigned node, bool stuck);
 

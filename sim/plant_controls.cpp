@@ -118,6 +118,11 @@ void plant::forget_channels(unsigned node, const std::string& name) {
   impl_->tree(node, name).forget_channels();
 }
 
+void plant::set_refuses_known_channels(unsigned node, const std::string& name, bool refuses) {
+  const std::lock_guard lock(impl_->light);
+  impl_->tree(node, name).refuse_known_channels(refuses);
+}
+
 void plant::set_optical_switch_stuck(unsigned node, bool stuck) {
   const std::lock_guard lock(impl_->light);
   impl_->at(node).dispersion.stuck = stuck;

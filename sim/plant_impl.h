@@ -25,7 +25,8 @@ struct plant::impl {
   device_tree& tree(unsigned number, const std::string& name) const {
     return *trees.at(number)[index_of(number, name)];
   }
-  void publish() const;
+  /// After a step of the light by `dt`.
+  void publish(std::chrono::nanoseconds dt) const;
 
   topology what;
   mutable std::mutex light;
