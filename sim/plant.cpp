@@ -9,6 +9,7 @@
 #include "sim/nexels/node_trees.h"
 #include "sim/nexels/peer_tree.h"
 #include "sim/plant/board.h"
+#include "sim/plant/device_range.h"
 #include "sim/plant_impl.h"
 
 namespace sim {
@@ -119,11 +120,21 @@ void plant::attach_to(nx::in_process_network& network, unsigned node, const std:
                                                        : nx::link_state::up;
         network.set_state(prefix + nexel_address(name), link);
       });
+  impl_->latency_handlers.emplace_back([&network, node, prefix](unsigned of,
+                                                                const std::string& name,
+                                                                std::chrono::milliseconds latency) {
+    if (of == node) network.set_latency(prefix + nexel_address(name), latency);
+  });
 }
 
 void plant::set_state_handler(state_setter set_state) {
   const std::lock_guard lock(impl_->states_mutex);
   impl_->handlers.push_back(std::move(set_state));
+}
+
+void plant::set_latency_handler(latency_setter set_latency) {
+  const std::lock_guard lock(impl_->states_mutex);
+  impl_->latency_handlers.push_back(std::move(set_latency));
 }
 
 std::string plant::board_file(unsigned node) const {
@@ -155,6 +166,20 @@ void plant::set_nexel_state(unsigned node, const std::string& name, nexel_state 
 nexel_state plant::get_nexel_state(unsigned node, const std::string& name) const {
   const std::lock_guard lock(impl_->states_mutex);
   return impl_->states.at(node)[impl_->index_of(node, name)];
+}
+
+void plant::set_latency(unsigned node, const std::string& name, std::chrono::milliseconds latency) {
+  constexpr double most_ms = 60000.0;
+  require_range("latency", static_cast<double>(latency.count()), 0.0, most_ms, "ms");
+  const std::size_t index = impl_->index_of(node, name);
+  std::vector<latency_setter> handlers;
+  {
+    const std::lock_guard lock(impl_->states_mutex);
+    handlers = impl_->latency_handlers;
+  }
+  impl_->control->show_latency(node, index, latency);
+  for (const latency_setter& handler : handlers)
+    handler(node, name, latency);
 }
 
 void plant::drop_subscription(unsigned node, const std::string& name, const std::string& path) {

@@ -50,6 +50,16 @@ enum class tap {
   osc_output
 };
 
+/// Where a connector can be dirty, each node apart. The ends of a fibre belong to its span.
+enum class connector {
+  switch_to_booster,
+  booster_to_line,
+  fibre_out,  ///< of the fibre that carries this node's light away
+  fibre_in,   ///< of the one that brings it
+  line_to_preamp,
+  preamp_to_switch
+};
+
 /// How a device service behaves towards the daemon. The device behind it works on.
 enum class nexel_state {
   ok,
@@ -107,6 +117,10 @@ class plant {
   /// without the plant's lock.
   using state_setter = std::function<void(unsigned node, const std::string& name, nexel_state)>;
   void set_state_handler(state_setter set_state);
+  /// The same for who makes a nexel slow.
+  using latency_setter = std::function<void(unsigned node, const std::string& name,
+                                            std::chrono::milliseconds latency)>;
+  void set_latency_handler(latency_setter set_latency);
 
   /// The board's calibration file: factory constants that agree with this plant.
   std::string board_file(unsigned node = 0) const;
@@ -137,11 +151,24 @@ class plant {
   void set_monitor_stuck(unsigned node, direction side, bool stuck);
   void repeat_monitor_pass(unsigned node, direction side);  ///< the next pass shows the last values
 
+  /// Dirt and damage on the road of light: losses of 0 to 30 dB that no instrument is told of.
+  void set_connector_loss(unsigned node, connector where, double loss_db);
+  void set_client_loss(unsigned node, direction side, unsigned channel, double loss_db);
+  void set_switch_port_loss(unsigned node, direction side, unsigned channel, double loss_db);
+  /// The amplifier (booster for rx) gives so much less than it tells, 0 to 10 dB.
+  void set_gain_deficit(unsigned node, direction side, double deficit_db);
+  /// Its power limit falls by 0 to 10 dB, the one that it tells too, for a time (0: until changed).
+  void drop_power_limit(unsigned node, direction side, double drop_db,
+                        std::chrono::nanoseconds duration = {});
+
   /// The built-in far end's care of its own channels; off by default for a node of the topology.
   void set_tended(unsigned node, bool tended);
 
   void set_nexel_state(unsigned node, const std::string& name, nexel_state state);
   nexel_state get_nexel_state(unsigned node, const std::string& name) const;
+  /// Every answer and event of the service comes this much later, 0 to 60 s. What it is told it
+  /// does at once.
+  void set_latency(unsigned node, const std::string& name, std::chrono::milliseconds latency);
   void drop_subscription(unsigned node, const std::string& name, const std::string& path);
 
   /// What a service tells and what becomes of what it is told; patterns as the tree takes them. A

@@ -38,6 +38,7 @@ struct plant::impl {
   mutable std::mutex states_mutex;                 // never held together with `light`
   std::array<std::vector<nexel_state>, 2> states;  // in the order of the trees
   std::vector<state_setter> handlers;
+  std::vector<latency_setter> latency_handlers;
   std::vector<std::function<void()>> detach;
 };
 

@@ -245,4 +245,113 @@ TEST(selka_faults, reach_what_comes_by_command_and_by_the_store) {
   EXPECT_EQ(shown_at(twin, read_back), "5");
 }
 
+TEST_F(faults, stand_on_the_control_tree_with_what_they_accept) {
+  auto& tree = one.control_tree();
+  const std::string below = "node/0/nexel/wss_edge/";
+  const auto run = [&](const std::string& command, const std::string& json) {
+    return failure_of([&] { run_at(tree, "command/" + below + command, json); });
+  };
+  EXPECT_EQ(run("faultReadings", R"({"path":"data/ocm/1/channel/*/powerLevel",)"
+                                 R"("fault":"replaced","value":999,"seconds":2})"),
+            "");
+  EXPECT_EQ(shown(power), "999");
+  one.step(2s);
+  EXPECT_NE(shown(power), "999");
+  run("faultReadings", R"({"path":"data/**","fault":"failed"})");
+  EXPECT_EQ(shown(power), "! -5 Refused by the device");
+  run("healReadings", "\"data/**\"");
+  EXPECT_EQ(run("faultWrites", R"({"path":"config/**","fault":"late","delay":1.5,"every":2})"), "");
+  write_to(edge, wanted_attenuation, "5");
+  write_to(edge, wanted_attenuation, "6");
+  one.step(1s);
+  EXPECT_EQ(shown(attenuation), "5");
+  one.step(1s);
+  EXPECT_EQ(shown(attenuation), "6");
+
+  const std::pair<const char*, const char*> refusals[] = {
+      {R"({"fault":"frozen"})", "! -22 \"path\" is missing"},
+      {R"({"path":"**","fault":"tired"})",
+       "! -22 fault: found 'tired', accepted are 'replaced', 'frozen', 'noisy', 'trembling', "
+       "'stepped', 'failed', 'missing'"},
+      {R"({"path":"**","fault":"replaced"})", "! -22 \"value\" is missing"},
+      {R"({"path":"**","fault":"noisy","amount":-1})", "! -22 amount -1  is out of range [0, 100]"},
+      {R"({"path":"**","fault":"frozen","second":3})", "! -22 \"second\" does not belong to this"},
+      {"7", "! -22 found 7, accepted is an object"}};
+  for (const auto& [asked, refusal] : refusals)
+    EXPECT_EQ(run("faultReadings", asked), refusal);
+}
+
+TEST(light_faults, take_light_away_where_they_are_and_nowhere_before) {
+  plant one(default_topology("orvalite"));
+  one.step(30s);
+  const auto powers = [&] {
+    const auto at = [&](unsigned node, measuring_point where) {
+      return one.channel_power_dbm(node, where, channel);
+    };
+    return std::vector<double>{
+        at(0, measuring_point::booster_output), at(0, measuring_point::line_output),
+        at(1, measuring_point::line_input),     at(0, measuring_point::line_input),
+        at(0, measuring_point::preamp_output),  at(0, measuring_point::client_output)};
+  };
+  const auto expect_losses = [&](const char* where, const std::vector<double>& expected_db,
+                                 const std::vector<double>& before) {
+    one.step(2s);
+    const auto after = powers();
+    for (std::size_t i = 0; i < expected_db.size(); ++i)
+      EXPECT_NEAR(before[i] - after[i], expected_db[i], 0.1) << where << ", point " << i;
+  };
+  one.set_raman(false);  // whose tilt would follow the power
+  one.set_tended(1, false);
+  one.step(2s);
+  const auto before = powers();
+  const std::pair<connector, std::vector<double>> connectors[] = {
+      {connector::switch_to_booster, {2, 2, 2, 0, 0, 0}},
+      {connector::booster_to_line, {0, 2, 2, 0, 0, 0}},
+      {connector::fibre_out, {0, 0, 2, 0, 0, 0}},
+      {connector::fibre_in, {0, 0, 0, 2, 2, 2}},
+      {connector::line_to_preamp, {0, 0, 0, 0, 2, 2}},
+      {connector::preamp_to_switch, {0, 0, 0, 0, 0, 2}}};
+  for (const auto& [where, expected_db] : connectors) {
+    one.set_connector_loss(0, where, 2.0);
+    expect_losses("connector", expected_db, before);
+    EXPECT_NEAR(one.span_loss_db(0), where == connector::fibre_out ? 19.0 : 17.0, 1e-9);
+    EXPECT_NEAR(one.span_loss_db(1), where == connector::fibre_in ? 19.0 : 17.0, 1e-9);
+    one.set_connector_loss(0, where, 0.0);
+  }
+  one.set_client_loss(0, direction::rx, channel, 2.0);
+  one.set_switch_port_loss(0, direction::tx, channel, 3.0);
+  expect_losses("ports", {2, 2, 2, 0, 0, 3}, before);
+  one.set_client_loss(0, direction::rx, channel, 0.0);
+  one.set_switch_port_loss(0, direction::tx, channel, 0.0);
+  expect_losses("none", {0, 0, 0, 0, 0, 0}, before);
+}
+
+TEST(light_faults, an_amplifier_gives_less_than_it_tells_or_than_it_could_before) {
+  plant one(default_topology("orvalite"));
+  one.step(10s);
+  auto& booster = one.nexel_tree("booster");
+  const double gain_db = one.amplifier_gain_db(0, direction::rx);
+  one.set_gain_deficit(0, direction::rx, 1.5);
+  one.step(1s);
+  EXPECT_NEAR(one.amplifier_gain_db(0, direction::rx), gain_db - 1.5, 0.01);
+  EXPECT_NEAR(number_of(booster, "data/actualGain"), gain_db, 0.1);
+  one.set_gain_deficit(0, direction::rx, 0.0);
+
+  for (const unsigned each : one.channels()) {
+    write_to(one.nexel_tree("wss_edge"),
+             "config/wss/1/channel/" + std::to_string(each) + "/attenuation", "7.5");
+  }
+  one.step(5s);
+  const double full_dbm = one.total_power_dbm(0, measuring_point::booster_output);
+  run_at(one.control_tree(), "command/node/0/rx/dropPowerLimit", R"({"db":3,"seconds":60})");
+  one.step(59s);
+  EXPECT_EQ(shown_at(booster, "data/powerLimit"), "17");
+  EXPECT_NEAR(one.total_power_dbm(0, measuring_point::booster_output), 17.5, 0.1);
+  EXPECT_EQ(shown_at(one.control_tree(), "config/node/0/rx/powerLimitDrop"), "3");
+  one.step(3s);
+  EXPECT_EQ(shown_at(booster, "data/powerLimit"), "20");
+  EXPECT_NEAR(one.total_power_dbm(0, measuring_point::booster_output), full_dbm, 0.1);
+  EXPECT_EQ(shown_at(one.control_tree(), "config/node/0/rx/powerLimitDrop"), "0");
+}
+
 }  // namespace
