@@ -8,6 +8,8 @@
 #include <cmath>
 #include <set>
 
+#include "platform/nexel_client/in_process.h"
+#include "platform/nexel_client/nexel_client.h"
 #include "platform/value_tree/nx_db.h"
 #include "sim/plant.h"
 #include "tests/support/failure.h"
@@ -279,6 +281,28 @@ TEST_F(faults, stand_on_the_control_tree_with_what_they_accept) {
       {"7", "! -22 found 7, accepted is an object"}};
   for (const auto& [asked, refusal] : refusals)
     EXPECT_EQ(run("faultReadings", asked), refusal);
+}
+
+TEST(latency, a_slow_service_is_slow_at_the_address_where_it_is_attached) {
+  std::chrono::steady_clock::time_point now{};
+  nx::in_process_network network;
+  network.set_wait([&](std::chrono::milliseconds time) { now += time; });
+  network.set_clock([&] { return now; });
+  plant one(default_topology("orvalite"));
+  one.attach_to(network, 0, "/near");
+  const auto cost_of = [&](const char* name, const char* path) {
+    const auto client =
+        nexel_client::create(nullptr, std::string("/near/tmp/nexels/") + name, name, {});
+    const auto begin = now;
+    client->get<std::string>(path);
+    return now - begin;
+  };
+  write_to(one.control_tree(), "config/node/0/nexel/sfp_0/latency", "800");
+  EXPECT_EQ(cost_of("sfp/0", "data/operStatus"), 800ms);
+  EXPECT_EQ(cost_of("osc1", "data/neighbour"), 0ms) << "alone";
+  one.set_latency(0, "sfp/0", 0ms);
+  EXPECT_EQ(shown_at(one.control_tree(), "config/node/0/nexel/sfp_0/latency"), "0");
+  EXPECT_EQ(cost_of("sfp/0", "data/operStatus"), 0ms);
 }
 
 TEST(light_faults, take_light_away_where_they_are_and_nowhere_before) {
