@@ -3,7 +3,9 @@
 #include <time.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <array>
+#include <charconv>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -34,6 +36,7 @@ struct options {
   std::optional<std::string> far_tag;
   std::string peer;
   std::string peer_interface = "osc0";
+  std::vector<std::string> latencies;
 };
 
 std::optional<int> read_options(int argc, char** argv, options& to) {
@@ -57,6 +60,10 @@ std::optional<int> read_options(int argc, char** argv, options& to) {
   app.add_option("--peer-interface", to.peer_interface,
                  "interface on which the peer is served; lo for a daemon on this machine")
       ->capture_default_str();
+  app.add_option("--latency", to.latencies,
+                 "NAME=MS: a service of the near node, or the peer, that is late from its first "
+                 "answer on; may be repeated")
+      ->allow_extra_args(false);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -111,6 +118,19 @@ sim::topology chosen_topology(const options& from) {
   return topology;
 }
 
+/// `text` is NAME=MS.
+void set_latency(sim::plant& plant, const std::string& text) {
+  const auto number = std::min(text.find('='), text.size() - 1) + 1;
+  const std::string name = text.substr(0, number - 1);
+  unsigned latency_ms = 0;
+  const char* end = text.data() + text.size();
+  const auto read = std::from_chars(text.data() + number, end, latency_ms);
+  if (read.ec != std::errc() || read.ptr != end) {
+    throw std::runtime_error("--latency: found '" + text + "', accepted is NAME=MS");
+  }
+  plant.set_latency(name == "peer" ? 1 : 0, name, std::chrono::milliseconds(latency_ms));
+}
+
 /// Blocked in every thread, so that `wait_for_signal` alone gets them.
 sigset_t block_stop_signals() {
   sigset_t stop;
@@ -160,6 +180,9 @@ int main(int argc, char** argv) {
     const auto stores = follow_stores(plant, chosen);
     plant.step(tick);  // the first client is to find light, and the truth of it
     sim::service_host services(plant, chosen.far_prefix, chosen.peer_interface);
+    for (const std::string& latency : chosen.latencies)
+      set_latency(plant, latency);
+    services.work();
     std::printf("ready: %zu nexels below %s\n", services.count(),
                 nx::rooted_path("/tmp/nexels").c_str());
     std::fflush(stdout);

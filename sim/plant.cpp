@@ -1,5 +1,7 @@
 #include "sim/plant.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <stdexcept>
 
@@ -7,6 +9,7 @@
 #include "sim/nexels/node_trees.h"
 #include "sim/nexels/peer_tree.h"
 #include "sim/plant/board.h"
+#include "sim/plant/device_range.h"
 #include "sim/plant_impl.h"
 
 namespace sim {
@@ -21,8 +24,10 @@ plant::impl::impl(topology given, plant& owner) : what(std::move(given)), system
   for (unsigned i = 0; i < trees.size(); ++i) {
     states[i].assign(trees[i].size(), nexel_state::ok);
     std::vector<std::string> names;
-    for (const auto& tree : trees[i])
+    for (const auto& tree : trees[i]) {
+      tree->set_noise(what.seed, fmt::format("node {} {}", i, tree->name()));
       names.push_back(tree->name());
+    }
     control->add_nexels(i, names);
   }
 }
@@ -35,10 +40,12 @@ std::size_t plant::impl::index_of(unsigned number, const std::string& name) cons
   throw std::out_of_range("no nexel '" + name + "' in node " + std::to_string(number));
 }
 
-void plant::impl::publish() const {
+void plant::impl::publish(std::chrono::nanoseconds dt) const {
   for (const auto& of_node : trees) {
-    for (const auto& each : of_node)
+    for (const auto& each : of_node) {
+      each->step_faults(dt);
       each->publish();
+    }
   }
   control->publish();
 }
@@ -63,7 +70,7 @@ void plant::step(std::chrono::nanoseconds dt) {
   while (impl_->gathered.count() > 0) {
     const auto part = std::min(impl_->gathered, line_system::longest_step);
     impl_->system.step(part);
-    impl_->publish();
+    impl_->publish(part);
     impl_->gathered -= part;
   }
 }
@@ -113,11 +120,21 @@ void plant::attach_to(nx::in_process_network& network, unsigned node, const std:
                                                        : nx::link_state::up;
         network.set_state(prefix + nexel_address(name), link);
       });
+  impl_->latency_handlers.emplace_back([&network, node, prefix](unsigned of,
+                                                                const std::string& name,
+                                                                std::chrono::milliseconds latency) {
+    if (of == node) network.set_latency(prefix + nexel_address(name), latency);
+  });
 }
 
 void plant::set_state_handler(state_setter set_state) {
   const std::lock_guard lock(impl_->states_mutex);
   impl_->handlers.push_back(std::move(set_state));
+}
+
+void plant::set_latency_handler(latency_setter set_latency) {
+  const std::lock_guard lock(impl_->states_mutex);
+  impl_->latency_handlers.push_back(std::move(set_latency));
 }
 
 std::string plant::board_file(unsigned node) const {
@@ -129,7 +146,12 @@ std::string plant::board_file(unsigned node) const {
 
 void plant::set_nexel_state(unsigned node, const std::string& name, nexel_state state) {
   const std::size_t index = impl_->index_of(node, name);
-  impl_->tree(node, name).set_refusing(state == nexel_state::refusing);
+  {
+    const std::lock_guard lock(impl_->light);
+    device_tree& tree = impl_->tree(node, name);
+    tree.set_refusing(state == nexel_state::refusing);
+    state == nexel_state::killed ? tree.readings().stopped() : tree.readings().came_back();
+  }
   std::vector<state_setter> handlers;
   {
     const std::lock_guard lock(impl_->states_mutex);
@@ -144,6 +166,20 @@ void plant::set_nexel_state(unsigned node, const std::string& name, nexel_state 
 nexel_state plant::get_nexel_state(unsigned node, const std::string& name) const {
   const std::lock_guard lock(impl_->states_mutex);
   return impl_->states.at(node)[impl_->index_of(node, name)];
+}
+
+void plant::set_latency(unsigned node, const std::string& name, std::chrono::milliseconds latency) {
+  constexpr double most_ms = 60000.0;
+  require_range("latency", static_cast<double>(latency.count()), 0.0, most_ms, "ms");
+  const std::size_t index = impl_->index_of(node, name);
+  std::vector<latency_setter> handlers;
+  {
+    const std::lock_guard lock(impl_->states_mutex);
+    handlers = impl_->latency_handlers;
+  }
+  impl_->control->show_latency(node, index, latency);
+  for (const latency_setter& handler : handlers)
+    handler(node, name, latency);
 }
 
 void plant::drop_subscription(unsigned node, const std::string& name, const std::string& path) {

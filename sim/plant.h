@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "sim/faults.h"
 #include "sim/plant/topology.h"
 
 class nx_db;
@@ -47,6 +48,16 @@ enum class tap {
   preamp_output,
   osc_input,
   osc_output
+};
+
+/// Where a connector can be dirty, each node apart. The ends of a fibre belong to its span.
+enum class connector {
+  switch_to_booster,
+  booster_to_line,
+  fibre_out,  ///< of the fibre that carries this node's light away
+  fibre_in,   ///< of the one that brings it
+  line_to_preamp,
+  preamp_to_switch
 };
 
 /// How a device service behaves towards the daemon. The device behind it works on.
@@ -106,6 +117,10 @@ class plant {
   /// without the plant's lock.
   using state_setter = std::function<void(unsigned node, const std::string& name, nexel_state)>;
   void set_state_handler(state_setter set_state);
+  /// The same for who makes a nexel slow.
+  using latency_setter = std::function<void(unsigned node, const std::string& name,
+                                            std::chrono::milliseconds latency)>;
+  void set_latency_handler(latency_setter set_latency);
 
   /// The board's calibration file: factory constants that agree with this plant.
   std::string board_file(unsigned node = 0) const;
@@ -136,16 +151,47 @@ class plant {
   void set_monitor_stuck(unsigned node, direction side, bool stuck);
   void repeat_monitor_pass(unsigned node, direction side);  ///< the next pass shows the last values
 
+  /// Dirt and damage on the road of light: losses of 0 to 30 dB that no instrument is told of.
+  void set_connector_loss(unsigned node, connector where, double loss_db);
+  void set_client_loss(unsigned node, direction side, unsigned channel, double loss_db);
+  void set_switch_port_loss(unsigned node, direction side, unsigned channel, double loss_db);
+  /// The amplifier (booster for rx) gives so much less than it tells, 0 to 10 dB.
+  void set_gain_deficit(unsigned node, direction side, double deficit_db);
+  /// Its power limit falls by 0 to 10 dB, the one that it tells too, for a time (0: until changed).
+  void drop_power_limit(unsigned node, direction side, double drop_db,
+                        std::chrono::nanoseconds duration = {});
+
   /// The built-in far end's care of its own channels; off by default for a node of the topology.
   void set_tended(unsigned node, bool tended);
 
   void set_nexel_state(unsigned node, const std::string& name, nexel_state state);
   nexel_state get_nexel_state(unsigned node, const std::string& name) const;
+  /// Every answer and event of the service comes this much later, 0 to 60 s. What it is told it
+  /// does at once.
+  void set_latency(unsigned node, const std::string& name, std::chrono::milliseconds latency);
   void drop_subscription(unsigned node, const std::string& name, const std::string& path);
+
+  /// What a service tells and what becomes of what it is told; patterns as the tree takes them. A
+  /// duration of 0 lasts until healed. Healing ends the faults whose own pattern is the one given,
+  /// or fits it as a path would.
+  void set_reading_fault(unsigned node, const std::string& name, const std::string& pattern,
+                         const reading_fault& fault, std::chrono::nanoseconds duration = {});
+  void heal_readings(unsigned node, const std::string& name, const std::string& pattern = "**");
+  void set_write_fault(unsigned node, const std::string& name, const std::string& pattern,
+                       const write_fault& fault, std::chrono::nanoseconds duration = {});
+  void heal_writes(unsigned node, const std::string& name, const std::string& pattern = "**");
+  /// When the service was killed and is back, its readings stay those of before for this long.
+  void set_stale_after_restart(unsigned node, const std::string& name,
+                               std::chrono::nanoseconds duration);
+  /// Writes and commands that reached the service, whatever became of them.
+  unsigned writes(unsigned node, const std::string& name) const;
 
   /// The device behind the service starts anew and has lost the channels it was given by command:
   /// "wss" and "ocm" of the selka models.
   void forget_channels(unsigned node, const std::string& name);
+  /// "wss" and "ocm" of the selka models answer false to the command that adds a channel which they
+  /// have. Loading a plan goes on to leave the known ones alone.
+  void set_refuses_known_channels(unsigned node, const std::string& name, bool refuses);
   /// The optical switch of orvapro stays where it is, whatever it is told.
   void set_optical_switch_stuck(unsigned node, bool stuck);
 

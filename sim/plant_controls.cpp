@@ -6,6 +6,12 @@
 
 namespace sim {
 
+namespace {
+
+constexpr double most_hidden_loss_db = 30.0;
+
+}  // namespace
+
 void plant::cut_fibre(unsigned fibre) {
   const std::lock_guard lock(impl_->light);
   impl_->system.fibres.at(fibre).set_cut(true);
@@ -108,6 +114,47 @@ void plant::repeat_monitor_pass(unsigned node, direction side) {
   monitor_of(impl_->at(node), side).repeat_next_pass();
 }
 
+void plant::set_connector_loss(unsigned node, connector where, double loss_db) {
+  require_range("connector loss", loss_db, 0.0, most_hidden_loss_db, "dB");
+  const std::lock_guard lock(impl_->light);
+  switch (where) {
+    case connector::fibre_out:
+      return impl_->system.fibres.at(node).set_start_loss(loss_db);
+    case connector::fibre_in:
+      return impl_->system.fibres.at(1 - node).set_end_loss(loss_db);
+    default:
+      impl_->at(node).dirt.connectors[static_cast<std::size_t>(where)] = loss_db;
+  }
+}
+
+void plant::set_client_loss(unsigned node, direction side, unsigned channel, double loss_db) {
+  require_range("client loss", loss_db, 0.0, most_hidden_loss_db, "dB");
+  const std::lock_guard lock(impl_->light);
+  hidden_losses& dirt = impl_->at(node).dirt;
+  auto& losses = side == direction::rx ? dirt.client_rx : dirt.client_tx;
+  losses[impl_->system.slot_of(channel)] = loss_db;
+}
+
+void plant::set_switch_port_loss(unsigned node, direction side, unsigned channel, double loss_db) {
+  require_range("switch port loss", loss_db, 0.0, most_hidden_loss_db, "dB");
+  const std::lock_guard lock(impl_->light);
+  switch_of(impl_->at(node), side).set_port_loss(impl_->system.slot_of(channel), loss_db);
+}
+
+void plant::set_gain_deficit(unsigned node, direction side, double deficit_db) {
+  require_range("gain deficit", deficit_db, 0.0, 10.0, "dB");
+  const std::lock_guard lock(impl_->light);
+  amplifier_of(impl_->at(node), side).set_deficit(deficit_db);
+}
+
+void plant::drop_power_limit(unsigned node, direction side, double drop_db,
+                             std::chrono::nanoseconds duration) {
+  require_range("power limit drop", drop_db, 0.0, 10.0, "dB");
+  const std::lock_guard lock(impl_->light);
+  amplifier_of(impl_->at(node), side)
+      .drop_limit(drop_db, std::chrono::duration<double>(duration).count());
+}
+
 void plant::set_tended(unsigned node, bool tended) {
   const std::lock_guard lock(impl_->light);
   impl_->system.tended.at(node) = tended;
@@ -116,6 +163,11 @@ void plant::set_tended(unsigned node, bool tended) {
 void plant::forget_channels(unsigned node, const std::string& name) {
   const std::lock_guard lock(impl_->light);
   impl_->tree(node, name).forget_channels();
+}
+
+void plant::set_refuses_known_channels(unsigned node, const std::string& name, bool refuses) {
+  const std::lock_guard lock(impl_->light);
+  impl_->tree(node, name).refuse_known_channels(refuses);
 }
 
 void plant::set_optical_switch_stuck(unsigned node, bool stuck) {

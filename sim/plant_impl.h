@@ -25,7 +25,8 @@ struct plant::impl {
   device_tree& tree(unsigned number, const std::string& name) const {
     return *trees.at(number)[index_of(number, name)];
   }
-  void publish() const;
+  /// After a step of the light by `dt`.
+  void publish(std::chrono::nanoseconds dt) const;
 
   topology what;
   mutable std::mutex light;
@@ -37,6 +38,7 @@ struct plant::impl {
   mutable std::mutex states_mutex;                 // never held together with `light`
   std::array<std::vector<nexel_state>, 2> states;  // in the order of the trees
   std::vector<state_setter> handlers;
+  std::vector<latency_setter> latency_handlers;
   std::vector<std::function<void()>> detach;
 };
 

@@ -110,6 +110,10 @@ unsigned plant::amplifier_writes(unsigned node, direction side) const {
 
 void plant::reset_counters() {
   const std::lock_guard lock(impl_->light);
+  for (const auto& of_node : impl_->trees) {
+    for (const auto& tree : of_node)
+      tree->writes().reset_count();
+  }
   for (const auto& of : impl_->system.nodes) {
     of->add_switch.reset_counters();
     of->drop_switch.reset_counters();

@@ -5,6 +5,8 @@ namespace sim {
 namespace {
 
 constexpr unsigned peer_port = 5100;
+// Added to the address of a service that a proxy stands in front of.
+constexpr const char* behind = ".near";
 
 /// A peer is no device: its tree stands where a node has its own.
 std::string address_of(const std::string& name) {
@@ -19,14 +21,23 @@ service_host::service_host(plant& of, const std::string& far_prefix,
     const std::string prefix = node == 0 ? "" : far_prefix;
     for (const std::string& name : of.nexel_names(node)) {
       add({node, name}, {prefix + address_of(name), &of.nexel_tree(name, node),
-                         name == "peer" ? peer_interface : "", nullptr});
+                         name == "peer" ? peer_interface : ""});
     }
   }
-  add({0, "sim"}, {plant::nexel_address("sim"), &of.control_tree(), "", nullptr});
+  add({0, "sim"}, {plant::nexel_address("sim"), &of.control_tree(), ""});
   of.set_state_handler([this](unsigned node, const std::string& name, nexel_state state) {
-    const std::lock_guard lock(requests_mutex_);
-    requests_.push_back({{node, name}, state});
+    ask(node, name, [this, state](service& asked) { apply(asked, state); });
   });
+  of.set_latency_handler(
+      [this](unsigned node, const std::string& name, std::chrono::milliseconds latency) {
+        ask(node, name, [this, latency](service& asked) { apply(asked, latency); });
+      });
+}
+
+void service_host::ask(unsigned node, const std::string& name,
+                       std::function<void(service&)> change) {
+  const std::lock_guard lock(requests_mutex_);
+  requests_.push_back({{node, name}, std::move(change)});
 }
 
 void service_host::add(const service_key& of, service what) {
@@ -34,20 +45,39 @@ void service_host::add(const service_key& of, service what) {
 }
 
 void service_host::start(service& of) {
-  of.server = std::make_unique<nx::nx_server>(runtime_, *of.tree, of.path);
+  const bool slow = of.latency.count() > 0;
+  const std::string path = slow ? of.path + behind : of.path;
+  of.server = std::make_unique<nx::nx_server>(runtime_, *of.tree, path);
   of.server->start_accepting();
-  if (!of.interface.empty()) of.server->start_ipv6_socket(of.interface, peer_port);
+  // A service that refuses does so by itself, in the answers to writes.
+  if (of.state == nexel_state::hung) of.server->set_fault(nx::server_fault::hung);
+  if (slow) {
+    of.slow = std::make_unique<delay_proxy>(of.path, path, of.latency);
+    if (!of.interface.empty()) of.slow->listen_on_interface(of.interface, peer_port);
+  } else if (!of.interface.empty()) {
+    of.server->start_ipv6_socket(of.interface, peer_port);
+  }
+}
+
+void service_host::stop(service& of) {
+  of.slow.reset();
+  of.server.reset();
 }
 
 void service_host::apply(service& of, nexel_state state) {
-  if (state == nexel_state::killed) {
-    of.server.reset();
-    return;
-  }
-  if (!of.server) start(of);
-  // A service that refuses does so by itself, in the answers to writes.
+  of.state = state;
+  if (state == nexel_state::killed) return stop(of);
+  if (!of.server) return start(of);
   of.server->set_fault(state == nexel_state::hung ? nx::server_fault::hung
                                                   : nx::server_fault::none);
+}
+
+void service_host::apply(service& of, std::chrono::milliseconds latency) {
+  of.latency = latency;
+  if (of.slow) return of.slow->set_latency(latency);
+  if (!of.server || latency.count() == 0) return;
+  stop(of);
+  start(of);
 }
 
 void service_host::work() {
@@ -57,7 +87,7 @@ void service_host::work() {
     due.swap(requests_);
   }
   for (const request& each : due)
-    apply(services_.at(each.of), each.state);
+    each.change(services_.at(each.of));
 }
 
 }  // namespace sim

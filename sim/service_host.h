@@ -1,8 +1,10 @@
-// Serves every tree of a plant on its unix socket, and makes the services hang, die and come back
-// as the plant's controls ask. Requests are gathered from any thread and carried out by the
-// program's main thread, so that no service is taken down from within one of its own requests.
+// Serves every tree of a plant on its unix socket, and makes the services hang, die, come back and
+// answer late as the plant's controls ask. Requests are gathered from any thread and carried out by
+// the program's main thread, so that no service is taken down from within one of its own requests.
 #pragma once
 
+#include <chrono>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -11,6 +13,7 @@
 #include <vector>
 
 #include "platform/value_tree/nx_server.h"
+#include "sim/delay_proxy.h"
 #include "sim/plant.h"
 
 namespace sim {
@@ -31,17 +34,24 @@ class service_host {
     std::string path;
     nx_db* tree;
     std::string interface;  // of the supervisory link; empty for what is a unix socket alone
-    std::unique_ptr<nx::nx_server> server;
+    nexel_state state = nexel_state::ok;
+    std::chrono::milliseconds latency{0};
+    std::unique_ptr<nx::nx_server> server{};
+    /// In front of the server once it has been slow: then connections stay when it is slow no more.
+    std::unique_ptr<delay_proxy> slow{};
   };
   using service_key = std::pair<unsigned, std::string>;
   struct request {
     service_key of;
-    nexel_state state;
+    std::function<void(service&)> change;
   };
 
   void add(const service_key& of, service what);
+  void ask(unsigned node, const std::string& name, std::function<void(service&)> change);
   void start(service& of);
+  void stop(service& of);
   void apply(service& of, nexel_state state);
+  void apply(service& of, std::chrono::milliseconds latency);
 
   nx::server_runtime runtime_;
   std::map<service_key, service> services_;

@@ -85,7 +85,7 @@ _lumora_sim() {
   local word=${COMP_WORDS[COMP_CWORD]}
   if [[ $word == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W "--help --version --seed --speed --board --print-board --far-prefix --far-hash-tag
-      --peer --peer-interface" -- "$word")
+      --peer --peer-interface --latency" -- "$word")
   else
     mapfile -t COMPREPLY < <(compgen -f -- "$word")
   fi

@@ -19,6 +19,9 @@ class client_core {
   virtual bool on_io_thread() const = 0;
   /// Nobody runs the sockets any more: what is pending is never answered.
   virtual bool is_abandoned() const = 0;
+  /// A caller waits for an answer: moves the test's clock on to the next one that is late. False
+  /// where nothing is late, and with sockets.
+  virtual bool pass_time() { return false; }
   /// The handle is gone: calls that wait fail with -107, and no event is raised any more.
   virtual void close() = 0;
 };
@@ -39,6 +42,7 @@ class client_handle final : public Base {
  protected:
   bool on_io_thread() const override { return core_->on_io_thread(); }
   bool is_abandoned() const override { return core_->is_abandoned(); }
+  bool pass_time() override { return core_->pass_time(); }
 
  private:
   std::shared_ptr<boost::asio::io_context> io_;  // goes after the core, whose sockets need it

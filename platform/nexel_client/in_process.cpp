@@ -131,6 +131,11 @@ void in_process_network::set_state(const std::string& address, link_state state)
   impl_->change(address, [&](in_process_link& link) { link.state = state; });
 }
 
+void in_process_network::set_latency(const std::string& address,
+                                     std::chrono::milliseconds latency) {
+  impl_->link(address)->latency = latency;
+}
+
 std::set<std::string> in_process_network::addresses_in_use() const {
   std::set<std::string> addresses;
   for (const auto& client : impl_->live_clients())

@@ -34,6 +34,11 @@ class in_process_network {
   void attach(const std::string& address, nx_db& db);
   void detach(const std::string& address);
   void set_state(const std::string& address, link_state state);
+  /// Every answer and event of the address comes this much later, each by itself: requests that go
+  /// out together are answered together. What is asked is done at once. An answer that takes 2 s or
+  /// more is a call's time-out. A caller that waits spends the time on the test's clock; events
+  /// need that clock, and come at the next `deliver` without it.
+  void set_latency(const std::string& address, std::chrono::milliseconds latency);
 
   /// Where the clients that live now point to, whether anything is attached there or not.
   std::set<std::string> addresses_in_use() const;
@@ -45,7 +50,8 @@ class in_process_network {
   /// it at each `deliver`. A hung link costs one wait.
   void set_clock(std::function<std::chrono::steady_clock::time_point()> now);
 
-  /// Tries refused subscriptions again, and no more: safe while a caller sleeps inside a call.
+  /// Tries refused subscriptions again and hands out what is late and due, and no more: safe while
+  /// a caller sleeps inside a call.
   void retry_subscriptions();
 
   /// Raises the connection events that wait, and tries refused subscriptions again. The hand-driven

@@ -2,6 +2,8 @@
 
 #include <rapidjson/document.h>
 
+#include <algorithm>
+
 #include "platform/nexel_client/client_errors.h"
 #include "platform/value_tree/nx_db.h"
 #include "platform/wire/json_conversion.h"
@@ -93,35 +95,97 @@ in_process_core::in_process_core(std::shared_ptr<in_process_network::impl> netwo
 
 void in_process_core::call(const nexel_request& request) {
   for (const auto& object : request.get_objects())
-    call_object(*object);
+    call_object(object);
 }
 
-void in_process_core::call_object(nexel_object& object) {
-  const std::string path = object.get_path();
+void in_process_core::call_object(const std::shared_ptr<nexel_object>& object) {
+  const std::string& path = object->get_path();
   const link_state state = link_->present();
   nx_db* db = link_->db;
   if (state == link_state::dead || !db) {
-    return object.report_local_error(not_connected_to(link_->address, path));
+    return object->report_local_error(not_connected_to(link_->address, path));
   }
   if (state == link_state::hung) {
     wait_in_vain();
-    return object.report_local_error(no_answer_from(link_->address, path));
+    return object->report_local_error(no_answer_from(link_->address, path));
   }
   {
     std::lock_guard lock(mutex_);
     silent_ = false;
   }
-  json_document result(rapidjson::kObjectType);
+  auto answer = answer_of(*db, object);
+  const auto latency = link_->latency.load();
+  if (latency.count() == 0) return answer();
+  answer_late(latency, object, std::move(answer));
+}
+
+std::function<void()> in_process_core::answer_of(
+    nx_db& db, const std::shared_ptr<nexel_object>& object) const {
+  const std::string& path = object->get_path();
+  const auto result = std::make_shared<json_document>(rapidjson::kObjectType);
   try {
-    if (std::string_view(object.method()) == "get") {
-      node_at(*db, path)->get(path, result.GetAllocator(), result);
+    if (std::string_view(object->method()) == "get") {
+      node_at(db, path)->get(path, result->GetAllocator(), *result);
     } else {
-      write_node(*db, object, result);
+      write_node(db, *object, *result);
     }
   } catch (...) {
-    return object.process_error_response(as_client_exception(path));
+    return [object, error = as_client_exception(path)] { object->process_error_response(error); };
   }
-  object.process_ok_response(result);
+  return [object, result] { object->process_ok_response(*result); };
+}
+
+void in_process_core::answer_late(std::chrono::milliseconds latency,
+                                  const std::shared_ptr<nexel_object>& object,
+                                  std::function<void()> answer) {
+  const auto fail_with = [&](nx_client_exception error) {
+    return [object, error = std::move(error)] { object->report_local_error(error); };
+  };
+  if (latency >= call_time_out) {
+    answer = fail_with(no_answer_from(link_->address, object->get_path()));
+    latency = call_time_out;
+  }
+  auto fail = fail_with(not_connected_to(link_->address, object->get_path()));
+  postpone({{}, std::move(answer), std::move(fail)}, latency);
+}
+
+void in_process_core::postpone(late_delivery delivery, std::chrono::milliseconds latency) {
+  delivery.due = now() + latency;
+  std::lock_guard lock(mutex_);
+  // A session's lines keep their order, whatever the latency was when each of them went out.
+  if (!late_.empty()) delivery.due = std::max(delivery.due, late_.back().due);
+  late_.push_back(std::move(delivery));
+}
+
+void in_process_core::deliver_until(time_point due) {
+  std::lock_guard lock(mutex_);
+  while (!late_.empty() && late_.front().due <= due) {
+    const auto delivery = std::move(late_.front());
+    late_.pop_front();
+    delivery.deliver();
+  }
+}
+
+void in_process_core::fail_late() {
+  for (const auto& each : std::exchange(late_, {})) {
+    if (each.fail) each.fail();
+  }
+}
+
+bool in_process_core::pass_time() {
+  const auto present = now();
+  time_point due;
+  {
+    std::lock_guard lock(mutex_);
+    const auto answer = std::find_if(late_.begin(), late_.end(),
+                                     [](const late_delivery& each) { return bool(each.fail); });
+    if (answer == late_.end()) return false;
+    due = answer->due;
+  }
+  if (due > present) network_->spend(std::chrono::ceil<std::chrono::milliseconds>(due - present));
+  // Also where a sleep takes no time, as inside a step of the clock.
+  deliver_until(due);
+  return true;
 }
 
 void in_process_core::wait_in_vain() {
@@ -174,14 +238,25 @@ void in_process_core::subscribe_path(const std::string& path) {
   }
   const auto clock = network_->clock_now();
   const auto retry = clock ? *clock + retry_interval : time_point{};
-  std::lock_guard lock(mutex_);
+  const auto latency = link_->latency.load();
+  std::unique_lock lock(mutex_);
   holding_events_ = false;
+  const auto events = std::make_shared<std::vector<json_document>>(std::exchange(held_events_, {}));
+  if (latency.count() == 0) return end_subscribing(path, refusal, retry, *events);
+  lock.unlock();
+  postpone({{}, [=, this] { end_subscribing(path, refusal, retry + latency, *events); }, nullptr},
+           latency);
+}
+
+void in_process_core::end_subscribing(const std::string& path,
+                                      const std::optional<nx_client_exception>& refusal,
+                                      time_point retry, const std::vector<json_document>& events) {
   if (refusal) {
     subscriptions_.refused(path, *refusal, retry);
   } else {
     subscriptions_.confirmed(path);
   }
-  for (const auto& event : std::exchange(held_events_, {}))
+  for (const auto& event : events)
     subscriptions_.receive(event);
 }
 
@@ -207,13 +282,17 @@ void in_process_core::unsubscribe(const std::vector<std::string>& paths) {
 void in_process_core::receive(const std::string& event_line) {
   const link_state state = link_->present();
   if (state == link_state::dead || state == link_state::hung || !*open_) return;
-  json_document message = parse_json(event_line);
-  std::lock_guard lock(mutex_);
-  if (holding_events_) {
-    held_events_.push_back(std::move(message));
-  } else {
-    subscriptions_.receive(message);
+  const auto message = std::make_shared<json_document>(parse_json(event_line));
+  const auto latency = link_->latency.load();
+  {
+    std::lock_guard lock(mutex_);
+    if (holding_events_) {
+      held_events_.push_back(std::move(*message));
+      return;
+    }
+    if (latency.count() == 0 && late_.empty()) return subscriptions_.receive(*message);
   }
+  postpone({{}, [this, message] { subscriptions_.receive(*message); }, nullptr}, latency);
 }
 
 void in_process_core::subscription_ended(const std::string& path, const std::string& reason) {
@@ -244,6 +323,7 @@ void in_process_core::disconnect() {
     std::lock_guard lock(mutex_);
     was_hung_ = false;
     if (!std::exchange(connected_, false)) return;
+    fail_late();
     ended = subscriptions_.known_paths();
     subscriptions_.lost(not_connected_code, not_connected_to(link_->address, {}).message);
   }
@@ -252,6 +332,7 @@ void in_process_core::disconnect() {
 }
 
 void in_process_core::refresh() {
+  deliver_until(network_->clock_now().value_or(time_point::max()));
   connect();
   std::vector<std::string> abandoned;
   {
@@ -268,6 +349,7 @@ void in_process_core::close() {
   std::vector<std::string> ended;
   {
     std::lock_guard lock(mutex_);
+    fail_late();
     ended = subscriptions_.known_paths();
     subscriptions_.cancel();
   }

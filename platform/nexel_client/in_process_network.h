@@ -20,6 +20,7 @@ struct in_process_link {
   std::string address;
   std::atomic<nx_db*> db{nullptr};
   std::atomic<link_state> state{link_state::up};
+  std::atomic<std::chrono::milliseconds> latency{std::chrono::milliseconds(0)};
 
   link_state present() const { return db.load() ? state.load() : link_state::dead; }
 };

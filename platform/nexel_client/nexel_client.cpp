@@ -10,6 +10,11 @@ void nexel_client_api::send(const std::shared_ptr<nexel_request>& request) {
 
 template <class T>
 T nexel_client_api::wait_for(std::future<T>& answer, const std::string& path) {
+  const auto is_there = [&] {
+    return answer.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+  };
+  while (!is_there() && pass_time()) {
+  }
   // While a process shuts down the I/O thread may end before a thread that still talks to a device.
   constexpr std::chrono::milliseconds look{100};
   while (answer.wait_for(look) != std::future_status::ready) {

@@ -53,6 +53,8 @@ class nexel_client_api : public nexel_client_base {
   virtual bool on_io_thread() const { return false; }
   /// True once nobody runs the sockets any more: a pending call then fails with -107.
   virtual bool is_abandoned() const { return false; }
+  /// Where answers wait for the clock of a test: moves it on to the next one. False otherwise.
+  virtual bool pass_time() { return false; }
 
  private:
   void send(const std::shared_ptr<nexel_request>& request);

@@ -15,7 +15,7 @@ amplifier_tree::amplifier_tree(std::string name, std::mutex& light, amplifier& d
   add_reading<float>("data/gainDefault", static_cast<float>(of.gain_db));
   add_reading<float>("data/gainMinThreshold", static_cast<float>(of.min_gain_db));
   add_reading<float>("data/gainMaxThreshold", static_cast<float>(of.max_gain_db));
-  add_reading<float>("data/powerLimit", static_cast<float>(of.power_limit_dbm));
+  power_limit_ = add_reading<float>("data/powerLimit", static_cast<float>(of.power_limit_dbm));
   add_setting<float>("config/gain", gain_db, [this](const float& wanted) {
     device_.set_gain(static_cast<double>(wanted));
     gain_->update(wanted);
@@ -30,6 +30,7 @@ void amplifier_tree::publish() {
   actual_gain_->update(static_cast<float>(device_.shown_gain_db()));
   rx_power_->update(static_cast<float>(device_.input().reading_dbm()));
   tx_power_->update(static_cast<float>(device_.output().reading_dbm()));
+  power_limit_->update(static_cast<float>(device_.settings().power_limit_dbm));
   loss_of_signal_->update(device_.loss_of_signal() ? 1U : 0U);
 }
 

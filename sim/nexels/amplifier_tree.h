@@ -17,6 +17,7 @@ class amplifier_tree : public device_tree {
   reading_ptr<float> actual_gain_;
   reading_ptr<float> rx_power_;
   reading_ptr<float> tx_power_;
+  reading_ptr<float> power_limit_;
   reading_ptr<bool> enable_;
   reading_ptr<unsigned int> loss_of_signal_;
 };

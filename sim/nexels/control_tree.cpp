@@ -23,6 +23,11 @@ constexpr std::array<state_word, 4> state_words{{{nexel_state::ok, "ok"},
                                                  {nexel_state::killed, "killed"},
                                                  {nexel_state::refusing, "refusing"}}};
 
+std::chrono::nanoseconds seconds(float value) {
+  return std::chrono::round<std::chrono::nanoseconds>(
+      std::chrono::duration<double>(static_cast<double>(value)));
+}
+
 /// A service's name as one segment of a path.
 std::string segment_of(std::string name) {
   std::replace(name.begin(), name.end(), '/', '_');
@@ -98,6 +103,7 @@ void control_tree::add_node(unsigned number) {
     add_side_truth(number, side);
   }
   add_instruments(number, below);
+  add_light_faults(number, below);
   add_node_truth(number);
   add_free_setting<bool>("config/" + below + "/tended", system_.tended[number],
                          [this, number](const bool& on) { owner_.set_tended(number, on); });
@@ -179,34 +185,61 @@ void control_tree::add_instruments(unsigned number, const std::string& below) {
 }
 
 void control_tree::add_nexels(unsigned number, const std::vector<std::string>& names) {
-  for (const std::string& name : names) {
-    const std::string path = fmt::format("node/{}/nexel/{}/", number, segment_of(name));
-    nexels_[number].push_back(add_free_setting<std::string>(
-        "config/" + path + "state", "ok", [this, number, name](const std::string& word) {
-          owner_.set_nexel_state(number, name, nexel_state_of(word));
-        }));
-    add_free_command<std::string, bool>("command/" + path + "dropSubscriptions",
-                                        [this, number, name](const std::string& pattern) {
-                                          owner_.drop_subscription(number, name, pattern);
-                                          return true;
-                                        });
-    if (name == "wss" || name == "ocm") {
-      add_free_command<bool, bool>("command/" + path + "forgetChannels",
-                                   [this, number, name](const bool&) {
-                                     owner_.forget_channels(number, name);
-                                     return true;
-                                   });
-    }
-    if (name.starts_with("ols_optical_switch")) {
-      add_free_setting<bool>("config/" + path + "stuck", false, [this, number](const bool& stuck) {
-        owner_.set_optical_switch_stuck(number, stuck);
+  for (const std::string& name : names)
+    add_nexel(number, name);
+}
+
+void control_tree::add_nexel(unsigned number, const std::string& name) {
+  const std::string path = fmt::format("node/{}/nexel/{}/", number, segment_of(name));
+  nexel_settings added;
+  added.state = add_free_setting<std::string>(
+      "config/" + path + "state", "ok", [this, number, name](const std::string& word) {
+        owner_.set_nexel_state(number, name, nexel_state_of(word));
       });
-    }
+  added.latency = add_free_setting<unsigned int>(
+      "config/" + path + "latency", 0U, [this, number, name](const unsigned int& latency_ms) {
+        owner_.set_latency(number, name, std::chrono::milliseconds(latency_ms));
+      });
+  nexels_[number].push_back(added);
+  add_fault_commands(number, name, path);
+  add_restart(number, name, path);
+  if (name.starts_with("ols_optical_switch")) {
+    add_free_setting<bool>("config/" + path + "stuck", false, [this, number](const bool& stuck) {
+      owner_.set_optical_switch_stuck(number, stuck);
+    });
   }
 }
 
+void control_tree::add_restart(unsigned number, const std::string& name, const std::string& path) {
+  add_free_command<std::string, bool>("command/" + path + "dropSubscriptions",
+                                      [this, number, name](const std::string& pattern) {
+                                        owner_.drop_subscription(number, name, pattern);
+                                        return true;
+                                      });
+  add_free_setting<float>(
+      "config/" + path + "staleAfterRestart", 0.0F, [this, number, name](const float& duration_s) {
+        require_range("duration", static_cast<double>(duration_s), 0.0, 3600.0, "s");
+        owner_.set_stale_after_restart(number, name, seconds(duration_s));
+      });
+  if (name != "wss" && name != "ocm") return;
+  add_free_command<bool, bool>("command/" + path + "forgetChannels",
+                               [this, number, name](const bool&) {
+                                 owner_.forget_channels(number, name);
+                                 return true;
+                               });
+  add_free_setting<bool>("config/" + path + "refusesKnownChannels", false,
+                         [this, number, name](const bool& refuses) {
+                           owner_.set_refuses_known_channels(number, name, refuses);
+                         });
+}
+
 void control_tree::show_nexel_state(unsigned number, std::size_t index, nexel_state state) {
-  nexels_.at(number).at(index)->update(word_of(state));
+  nexels_.at(number).at(index).state->update(word_of(state));
+}
+
+void control_tree::show_latency(unsigned number, std::size_t index,
+                                std::chrono::milliseconds latency) {
+  nexels_.at(number).at(index).latency->update(static_cast<unsigned int>(latency.count()));
 }
 
 void control_tree::publish() {

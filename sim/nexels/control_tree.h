@@ -1,6 +1,7 @@
-// "sim", the simulator's own tree: what breaks the plant and mends it (control_tree.cpp), and the
-// truth beside the read-outs (truth_paths.cpp). Its settings act through the plant, on the thread
-// of the client that writes; truth and read-outs follow once a second of plant time.
+// "sim", the simulator's own tree: what breaks the plant and mends it (control_tree.cpp,
+// fault_paths.cpp), and the truth beside the read-outs (truth_paths.cpp). Its settings act through
+// the plant, on the thread of the client that writes; truth and read-outs follow once a second of
+// plant time.
 #pragma once
 
 #include <array>
@@ -20,8 +21,9 @@ class control_tree : public device_tree {
 
   /// The services of a node that has them.
   void add_nexels(unsigned number, const std::vector<std::string>& names);
-  /// Shows a state that was set by another way; `index` in the order of `add_nexels`.
+  /// Show what was set by another way; `index` in the order of `add_nexels`.
   void show_nexel_state(unsigned number, std::size_t index, nexel_state state);
+  void show_latency(unsigned number, std::size_t index, std::chrono::milliseconds latency);
 
  private:
   void add_fibre(unsigned fibre);
@@ -35,6 +37,11 @@ class control_tree : public device_tree {
   void add_side_truth(unsigned number, direction side);
   void add_channel_truth(unsigned number, unsigned channel);
   void add_channel_side(unsigned number, unsigned channel, direction side);
+  void add_nexel(unsigned number, const std::string& name);
+  void add_fault_commands(unsigned number, const std::string& name, const std::string& path);
+  void add_restart(unsigned number, const std::string& name, const std::string& path);
+  void add_light_faults(unsigned number, const std::string& below);
+  void add_amplifier_faults(unsigned number, const std::string& below, direction side);
   void add_instruments(unsigned number, const std::string& below);
   void add_monitor(unsigned number, const std::string& below, direction side);
 
@@ -50,7 +57,11 @@ class control_tree : public device_tree {
   const line_system& system_;
   reading_ptr<float> time_;
   std::vector<std::function<void()>> followers_;
-  std::vector<std::vector<std::shared_ptr<setting<std::string>>>> nexels_;  // of each node
+  struct nexel_settings {
+    std::shared_ptr<setting<std::string>> state;
+    std::shared_ptr<setting<unsigned int>> latency;
+  };
+  std::vector<std::vector<nexel_settings>> nexels_;  // of each node
   std::chrono::nanoseconds published_{-1};
 };
 

@@ -7,6 +7,16 @@ std::mutex& device_tree::enter() const {
   return light_;
 }
 
+void device_tree::set_noise(std::uint64_t seed, const std::string& stream) {
+  reading_faults_.set_noise(seed, stream);
+  write_faults_.set_noise(seed, stream);
+}
+
+void device_tree::step_faults(std::chrono::nanoseconds dt) {
+  reading_faults_.step(dt);
+  write_faults_.step(dt);
+}
+
 void device_tree::drop_subscriptions(const std::string& pattern) {
   for (const auto& node : db_.match(pattern)) {
     const std::string path = node->get_path(0);

@@ -1,6 +1,9 @@
 // The tree of one simulated device service. The trees below it add their paths in the constructor,
 // hold the readings that move, and copy the plant's state into them in `publish`, which is called
 // with the plant's lock held after each step.
+//
+// Every reading and every write of a service passes its faults (reading_faults.h, write_faults.h),
+// so that each device can lie, stand still or lose what it is told without knowing of it.
 #pragma once
 
 #include <atomic>
@@ -11,6 +14,8 @@
 
 #include "platform/value_tree/nx_db.h"
 #include "sim/nexels/device_values.h"
+#include "sim/nexels/reading_faults.h"
+#include "sim/nexels/write_faults.h"
 
 namespace sim {
 
@@ -29,9 +34,19 @@ class device_tree {
   /// As after a restart of the device behind the service: the channels that it was given by command
   /// are gone. Called with the plant's lock held.
   virtual void forget_channels() {}
+  /// A command that adds one channel which is there already is answered with false. Called with the
+  /// plant's lock held.
+  virtual void refuse_known_channels(bool) {}
 
   /// While set every write is answered with the error -5 "Refused by the device".
   void set_refusing(bool refusing) { refusing_ = refusing; }
+  /// The faults of the service. With the plant's lock held, as `step_faults`, which moves their
+  /// time on and comes before `publish`.
+  reading_faults& readings() { return reading_faults_; }
+  write_faults& writes() { return write_faults_; }
+  void set_noise(std::uint64_t seed, const std::string& stream);
+  void step_faults(std::chrono::nanoseconds dt);
+
   /// Ends the subscriptions of all clients to the paths that fit the pattern.
   void drop_subscriptions(const std::string& pattern);
 
@@ -41,15 +56,17 @@ class device_tree {
 
   template <class T>
   reading_ptr<T> add_reading(const std::string& path, T initial) {
-    return add<reading<T>>(path, std::move(initial));
+    auto added = add<reading<T>>(path, std::move(initial));
+    reading_faults_.watch(added);
+    return added;
   }
 
   template <class T>
   std::shared_ptr<setting<T>> add_setting(const std::string& path, T initial,
                                           std::function<void(const T&)> accept) {
-    auto guarded = [this, accept = std::move(accept)](const T& value) {
+    auto guarded = [this, path, accept = std::move(accept)](const T& value) {
       const std::lock_guard lock(enter());
-      accept(value);
+      write_faults_.pass(path, [accept, value] { accept(value); });
     };
     return add<setting<T>>(path, std::move(initial), std::move(guarded));
   }
@@ -68,9 +85,11 @@ class device_tree {
 
   template <class Arg, class Answer>
   void add_command(const std::string& path, std::function<Answer(const Arg&)> execute) {
-    auto guarded = [this, execute = std::move(execute)](const Arg& argument) {
+    auto guarded = [this, path, execute = std::move(execute)](const Arg& argument) {
       const std::lock_guard lock(enter());
-      return execute(argument);
+      const auto answer = std::make_shared<Answer>(as_if_done<Answer>(argument));
+      write_faults_.pass(path, [=] { *answer = execute(argument); });
+      return *answer;
     };
     add<device_command<Arg, Answer>>(path, std::move(guarded));
   }
@@ -84,12 +103,24 @@ class device_tree {
     return node;
   }
 
+  /// What a command is answered with that is lost or late.
+  template <class Answer, class Arg>
+  static Answer as_if_done(const Arg& argument) {
+    if constexpr (std::is_same_v<Arg, Answer>) {
+      return argument;
+    } else {
+      return Answer(true);
+    }
+  }
+
   /// The plant's lock, unless the device refuses.
   std::mutex& enter() const;
 
   std::string name_;
   std::mutex& light_;
   std::atomic<bool> refusing_{false};
+  reading_faults reading_faults_;
+  write_faults write_faults_;
   nx_db db_;
 };
 

@@ -38,27 +38,18 @@ nx::json_value info_record(const std::string& kind, const char* type,
   return record;
 }
 
-template <class T>
-nx::json_document changed_event(const nx_db_event_node& node, std::string path, const T& value) {
-  nx::json_document event = node.create_value_changed_event(std::move(path));
-  add_member(event, "value", nx::to_json(value, event.GetAllocator()), event.GetAllocator());
-  return event;
-}
-
 }  // namespace
 
 template <class T>
 reading<T>::reading(const std::string& name, T initial)
-    : nx_db_event_node(name), value_(std::move(initial)) {}
+    : faulty_reading(name), value_(std::move(initial)) {}
 
 template <class T>
 void reading<T>::update(const T& value) {
   const std::lock_guard lock(mutex_);
   if (value == value_) return;
   value_ = value;
-  // A monitor changes hundreds of values a second: an event is only built when somebody listens,
-  // and a reading's history is left to those who listen.
-  if (has_subscribers()) send_event_impl(changed_event(*this, get_path(0), value_), false);
+  value_changed();
 }
 
 template <class T>
@@ -68,18 +59,8 @@ T reading<T>::value() const {
 }
 
 template <class T>
-void reading<T>::get(const std::string& path, json_allocator& allocator, json_value& result) {
-  add_member(result, path, nx::to_json(value(), allocator), allocator);
-}
-
-template <class T>
-void reading<T>::subscribe(std::shared_ptr<nx_session> session, const std::string& path,
-                           json_allocator& allocator, json_value& result,
-                           std::unique_lock<std::recursive_mutex>& lock) {
-  const std::lock_guard value_lock(mutex_);
-  nx_db_event_node::subscribe(session, path, allocator, result, lock);
-  add_member(result, path, nx::to_json(value_, allocator), allocator);
-  send_event_to_session_impl(changed_event(*this, path, value_), true, std::move(session));
+nx::json_value reading<T>::true_value(json_allocator& allocator) const {
+  return nx::to_json(value_, allocator);
 }
 
 template <class T>

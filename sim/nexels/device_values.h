@@ -7,32 +7,32 @@
 
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
+#include <type_traits>
 
-#include "platform/value_tree/nx_db_node.h"
+#include "sim/nexels/faulty_reading.h"
 
 namespace sim {
 
 /// T: bool, float, unsigned int, std::string, int.
 template <class T>
-class reading : public nx_db_event_node {
+class reading : public faulty_reading {
  public:
   reading(const std::string& name, T initial);
 
   /// Publishes when the value changes; no more than a comparison otherwise.
   void update(const T& value);
+  /// The true one, whatever a fault makes of it.
   T value() const;
 
-  void get(const std::string& path, json_allocator& allocator, json_value& result) override;
-  void subscribe(std::shared_ptr<nx_session> session, const std::string& path,
-                 json_allocator& allocator, json_value& result,
-                 std::unique_lock<std::recursive_mutex>& lock) override;
   std::string get_info() const override;
   json_value get_info(json_allocator& allocator) const override;
 
  protected:
-  mutable std::mutex mutex_;
+  json_value true_value(json_allocator& allocator) const override;
+  bool is_measured() const override { return std::is_same_v<T, float>; }
+
+ private:
   T value_;
 };
 

@@ -34,7 +34,8 @@ void port_monitor_tree::add_commands(port& of) {
   };
   add_command<std::string, bool>(path("createChannel"), [this, &of](const std::string& text) {
     const auto request = read_channel(text);
-    return request && add_channel(of, request->centre);
+    if (!request || (refuses_known_ && of.channels.contains(request->centre))) return false;
+    return add_channel(of, request->centre);
   });
   add_command<std::string, bool>(path("deleteChannel"), [this, &of](const std::string& text) {
     const auto request = read_channel(text);

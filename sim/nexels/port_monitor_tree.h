@@ -16,6 +16,7 @@ class port_monitor_tree : public device_tree {
   port_monitor_tree(std::mutex& light, node& of);
   void publish() override;
   void forget_channels() override;
+  void refuse_known_channels(bool refuse) override { refuses_known_ = refuse; }
 
  private:
   struct channel {
@@ -37,6 +38,7 @@ class port_monitor_tree : public device_tree {
 
   node& node_;
   std::array<port, 2> ports_;
+  bool refuses_known_ = false;
 };
 
 }  // namespace sim

@@ -19,6 +19,11 @@ std::string port_path(const char* word, unsigned centre) {
   return fmt::format("config/module/{}/channel/{}/port", word, centre);
 }
 
+/// A new attenuation in the store counts as a write to this path.
+std::string stored_path(const char* word, unsigned centre) {
+  return fmt::format("config/module/{}/channel/{}/attenuation", word, centre);
+}
+
 }  // namespace
 
 twin_switch_tree::twin_switch_tree(std::mutex& light, node& of)
@@ -41,7 +46,8 @@ void twin_switch_tree::add_commands(module& of) {
   };
   add_command<std::string, bool>(path("addChannel"), [this, &of](const std::string& text) {
     const auto request = read_channel(text);
-    return request && add_channel(of, *request);
+    if (!request || (refuses_known_ && of.channels.contains(request->centre))) return false;
+    return add_channel(of, *request);
   });
   add_command<std::string, bool>(path("removeChannel"), [this, &of](const std::string& text) {
     const auto request = read_channel(text);
@@ -109,16 +115,27 @@ void twin_switch_tree::follow(module& of, unsigned centre, channel& each) {
   const auto wanted = static_cast<float>(*stored);
   if (wanted == each.last_wanted) return;
   each.last_wanted = wanted;
+  try {
+    writes().pass(stored_path(of.word, centre), [this, &of, centre, wanted_db = *stored] {
+      const auto at = of.channels.find(centre);
+      if (at != of.channels.end()) attenuate(of, at->second, wanted_db);
+    });
+  } catch (const nx_error&) {
+    // Refused, and nobody asked for an answer.
+  }
+}
+
+void twin_switch_tree::attenuate(module& of, channel& each, double wanted_db) {
   const bool dark = each.slot >= node_.slots.size();
   if (dark) {
-    each.attenuation->update(wanted);
+    each.attenuation->update(static_cast<float>(wanted_db));
     return;
   }
-  const bool block = wanted > blocked_above_db;
+  const bool block = static_cast<float>(wanted_db) > blocked_above_db;
   if (block != of.device->blocked(each.slot)) of.device->set_blocked(each.slot, block);
   if (block) return;
   const double most_db = of.device->settings().max_attenuation_db;
-  of.device->set_attenuation(each.slot, std::clamp(*stored, 0.0, most_db));
+  of.device->set_attenuation(each.slot, std::clamp(wanted_db, 0.0, most_db));
 }
 
 void twin_switch_tree::publish() {

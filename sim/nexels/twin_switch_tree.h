@@ -17,6 +17,7 @@ class twin_switch_tree : public device_tree {
   twin_switch_tree(std::mutex& light, node& of);
   void publish() override;
   void forget_channels() override;
+  void refuse_known_channels(bool refuse) override { refuses_known_ = refuse; }
   void set_source(plant::attenuation_source source) { source_ = std::move(source); }
 
  private:
@@ -36,10 +37,12 @@ class twin_switch_tree : public device_tree {
   bool remove_channel(module& from, unsigned centre);
   void clear(module& of);
   void follow(module& of, unsigned centre, channel& each);
+  void attenuate(module& of, channel& each, double wanted_db);
 
   node& node_;
   plant::attenuation_source source_;
   std::array<module, 2> modules_;
+  bool refuses_known_ = false;
 };
 
 }  // namespace sim

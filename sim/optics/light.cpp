@@ -34,6 +34,7 @@ void light::clear() {
 }
 
 void attenuate(light& beam, double loss_db) {
+  if (loss_db == 0.0) return;
   const double factor = ratio_of_db(-loss_db);
   for (double& power : beam.signal_mw)
     power *= factor;
@@ -43,6 +44,7 @@ void attenuate(light& beam, double loss_db) {
 
 void attenuate_each(light& beam, std::span<const double> loss_db) {
   for (std::size_t i = 0; i < beam.size(); ++i) {
+    if (loss_db[i] == 0.0) continue;
     const double factor = ratio_of_db(-loss_db[i]);
     beam.signal_mw[i] *= factor;
     beam.noise_mw[i] *= factor;

@@ -34,6 +34,7 @@ amplifier::amplifier(const amplifier_settings& settings, const grid& slots, doub
       output_(std::move(output)),
       noise_(std::move(noise)),
       enabled_(settings.enabled),
+      full_limit_dbm_(settings.power_limit_dbm),
       set_gain_db_(settings.gain_db),
       gain_db_(settings.gain_db),
       seen_gain_db_(settings.gain_db),
@@ -43,6 +44,18 @@ void amplifier::set_gain(double gain_db) {
   require_range("gain", gain_db, settings_.min_gain_db, settings_.max_gain_db, "dB");
   set_gain_db_ = gain_db;
   ++writes;
+}
+
+void amplifier::drop_limit(double drop_db, double duration_s) {
+  settings_.power_limit_dbm = full_limit_dbm_ - drop_db;
+  limit_drop_left_s_ = duration_s;
+}
+
+void amplifier::recover_limit(double dt_s) {
+  if (limit_drop_left_s_ <= 0.0) return;
+  limit_drop_left_s_ -= dt_s;
+  constexpr double tolerance_s = 1e-9;
+  if (limit_drop_left_s_ < tolerance_s) drop_limit(0.0, 0.0);
 }
 
 void amplifier::follow_gain(double input_mw, double dt_s) {
@@ -80,13 +93,14 @@ void amplifier::show_gain(double dt_s) {
 }
 
 void amplifier::step(light& beam, double tapped_mw, double dt_s) {
+  recover_limit(dt_s);
   watch_signal(tapped_mw);
   input_.step(tapped_mw, dt_s);
   if (enabled_) {
     follow_gain(beam.total_mw(), dt_s);
     const double tilt_db = settings_.tilt_db_per_gain_db * (gain_db_ - set_gain_db_);
     gain_shape_db(*slots_, ripple_db_, tilt_db, shape_db_);
-    amplify(beam, *slots_, gain_db_, settings_.noise_figure_db, shape_db_);
+    amplify(beam, *slots_, gain_db_ - deficit_db_, settings_.noise_figure_db, shape_db_);
   } else {
     emitting_ = false;
     beam.clear();

@@ -21,12 +21,18 @@ class amplifier {
 
   /// Throws nx_error -22 outside the amplifier's range.
   void set_gain(double gain_db);
+  /// What it gives less than it tells.
+  void set_deficit(double deficit_db) { deficit_db_ = deficit_db; }
+  /// Lowers the power limit, the told one too. For `duration_s`; 0 is until the next call.
+  void drop_limit(double drop_db, double duration_s);
   void set_enabled(bool enabled) { enabled_ = enabled; }
 
   const amplifier_settings& settings() const { return settings_; }
   double set_gain_db() const { return set_gain_db_; }
   bool enabled() const { return enabled_; }
-  double true_gain_db() const { return gain_db_; }
+  double true_gain_db() const { return gain_db_ - deficit_db_; }
+  double limit_drop_db() const { return full_limit_dbm_ - settings_.power_limit_dbm; }
+  /// By its own account, as it tells it.
   double saturation_db() const { return emitting_ ? set_gain_db_ - gain_db_ : 0.0; }
   double shown_gain_db() const { return shown_gain_db_; }
   bool loss_of_signal() const { return loss_of_signal_; }
@@ -42,6 +48,7 @@ class amplifier {
   void follow_gain(double input_mw, double dt_s);
   void watch_signal(double input_mw);
   void show_gain(double dt_s);
+  void recover_limit(double dt_s);
 
   amplifier_settings settings_;
   const grid* slots_;
@@ -52,6 +59,9 @@ class amplifier {
   noise_source noise_;
   bool enabled_;
   bool emitting_ = false;
+  double full_limit_dbm_;
+  double limit_drop_left_s_ = 0.0;  // 0: stays
+  double deficit_db_ = 0.0;
   double set_gain_db_;
   double gain_db_;
   double seen_gain_db_;

@@ -31,7 +31,7 @@ void fibre_span::carry(light& beam, double& osc_mw, const grid& slots, double os
     return;
   }
   if (settings_.raman) {
-    const double launched_mw = beam.total_mw() + osc_mw;
+    const double launched_mw = (beam.total_mw() + osc_mw) * ratio_of_db(-start_loss_db_);
     const double slope = raman_slope_db_per_thz(
         launched_mw, effective_length_km(settings_.length_km, settings_.loss_db_per_km));
     raman_tilt_db_ = slope * lit_bandwidth_thz(beam, slots);

@@ -28,14 +28,21 @@ class fibre_span {
   bool cut() const { return cut_; }
   void set_offset(double loss_db) { settings_.loss_offset_db = loss_db; }
   void set_drift(double db_per_day);
+  /// Of a dirty connector where the light enters, and where it leaves; both are part of the span.
+  void set_start_loss(double loss_db) { start_loss_db_ = loss_db; }
+  void set_end_loss(double loss_db) { end_loss_db_ = loss_db; }
   void set_raman(bool on) { settings_.raman = on; }
 
  private:
-  double whole_loss_db() const { return settings_.span_loss_db() + drifted_db_; }
+  double whole_loss_db() const {
+    return settings_.span_loss_db() + drifted_db_ + start_loss_db_ + end_loss_db_;
+  }
 
   fibre_settings settings_;
   bool cut_ = false;
   double drifted_db_ = 0.0;
+  double start_loss_db_ = 0.0;
+  double end_loss_db_ = 0.0;
   double raman_tilt_db_ = 0.0;
 };
 

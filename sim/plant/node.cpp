@@ -74,6 +74,7 @@ node::node(const node_settings& what, const grid& of, std::uint64_t seed, unsign
       voa(what.voa),
       osc(what.osc, make_tap(what, tap::osc_input, 0.1, seed, number),
           make_tap(what, tap::osc_output, 0.1, seed, number)),
+      dirt(of.size()),
       laser_(of.size()),
       booster_output_(of.size()),
       line_output_(of.size()),
@@ -89,7 +90,8 @@ void node::combine_lasers(double dt_s) {
     const double power_mw = lasers[i].power_mw();
     laser_.signal_mw[i] = power_mw;
     if (power_mw <= 0.0) continue;
-    const double through_mw = power_mw * ratio_of_db(-add_switch.loss_db()[i]);
+    const double loss_db = add_switch.loss_db()[i] + dirt.client_rx[i];
+    const double through_mw = power_mw * ratio_of_db(-loss_db);
     const double offset_ghz = lasers[i].settings().frequency_offset_ghz;
     if (std::abs(offset_ghz) <= slots[i].width_ghz / 2.0) {
       booster_output_.signal_mw[i] += through_mw;
@@ -107,11 +109,12 @@ void node::send(light& line, double& osc_mw, double dt_s) {
   add_switch.step(dt_s);
   voa.step(dt_s);
   combine_lasers(dt_s);
+  attenuate(booster_output_, dirt.at(connector::switch_to_booster));
   booster.step(booster_output_, booster_output_.total_mw(), dt_s);
   booster_monitor.step(booster_output_, dt_s);
   line_output_ = booster_output_;
-  attenuate(line_output_,
-            (settings.has_voa ? voa.loss_db() : 0.0) + settings.line_output_filter_db);
+  attenuate(line_output_, (settings.has_voa ? voa.loss_db() : 0.0) +
+                              settings.line_output_filter_db + dirt.at(connector::booster_to_line));
   line = line_output_;
   osc_mw = osc.sent_mw() * ratio_of_db(-settings.line_output_filter_db);
 }
@@ -120,17 +123,20 @@ void node::drop_to_clients() {
   client_output_ = preamp_output_;
   if (settings.drop_switch_mid_stage) {
     attenuate(client_output_, drop_switch.settings().insertion_loss_db);
-    return;
+    return attenuate_each(client_output_, dirt.client_tx);
   }
+  const double before_switch_db = dirt.at(connector::preamp_to_switch);
+  attenuate(client_output_, before_switch_db);
   attenuate_each(client_output_, drop_switch.loss_db());
-  const double leak =
-      ratio_of_db(-drop_switch.settings().insertion_loss_db - drop_switch.settings().crosstalk_db);
+  const double leak = ratio_of_db(-drop_switch.settings().insertion_loss_db -
+                                  drop_switch.settings().crosstalk_db - before_switch_db);
   for (std::size_t i = 0; i < client_output_.size(); ++i) {
     if (i > 0) client_output_.noise_mw[i] += preamp_output_.signal_mw[i - 1] * leak;
     if (i + 1 < client_output_.size()) {
       client_output_.noise_mw[i] += preamp_output_.signal_mw[i + 1] * leak;
     }
   }
+  attenuate_each(client_output_, dirt.client_tx);
 }
 
 void node::tune_dispersion(double dt_s) {
@@ -145,12 +151,13 @@ void node::receive(const light& line, double osc_mw, double dt_s) {
   tune_dispersion(dt_s);
   line_input_ = line;
   preamp_output_ = line;
-  attenuate(preamp_output_, settings.line_input_filter_db);
+  attenuate(preamp_output_, settings.line_input_filter_db + dirt.at(connector::line_to_preamp));
   const double input_mw = preamp_output_.total_mw();
   if (settings.drop_switch_mid_stage) {
     // The insertion loss is counted in the amplifier's gain.
     attenuate_each(preamp_output_, drop_switch.loss_db());
-    attenuate(preamp_output_, -drop_switch.settings().insertion_loss_db);
+    attenuate(preamp_output_,
+              dirt.at(connector::preamp_to_switch) - drop_switch.settings().insertion_loss_db);
   }
   preamp.step(preamp_output_, input_mw, dt_s);
   preamp_monitor.step(preamp_output_, dt_s);

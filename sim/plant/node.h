@@ -2,6 +2,7 @@
 // line attenuator, filter. From the line: filter, preamp (monitored), drop switch, client ports.
 #pragma once
 
+#include <array>
 #include <vector>
 
 #include "sim/optics/light.h"
@@ -20,6 +21,17 @@ struct dispersion_module {
   double tunable_ps_per_nm = 0.0;  ///< follows at the pace of its heater
   int path = 1;                    ///< 1 with the fixed module, 2 without
   bool stuck = false;              ///< the switch answers where it is, and stays there
+};
+
+/// Losses that nobody is told of, dB.
+struct hidden_losses {
+  explicit hidden_losses(std::size_t slots) : client_rx(slots, 0.0), client_tx(slots, 0.0) {}
+
+  double at(connector where) const { return connectors[static_cast<std::size_t>(where)]; }
+
+  std::array<double, 6> connectors{};  ///< those of the fibre's ends are kept by the fibre
+  std::vector<double> client_rx;       ///< of each slot
+  std::vector<double> client_tx;
 };
 
 class node {
@@ -47,6 +59,7 @@ class node {
   line_voa voa;
   supervisory_channel osc;
   dispersion_module dispersion;
+  hidden_losses dirt;
 
  private:
   void combine_lasers(double dt_s);

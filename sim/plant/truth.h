@@ -14,6 +14,9 @@ const channel_monitor& monitor_of(const node& of, direction side);
 inline wave_switch& switch_of(node& of, direction side) {
   return side == direction::rx ? of.add_switch : of.drop_switch;
 }
+inline amplifier& amplifier_of(node& of, direction side) {
+  return side == direction::rx ? of.booster : of.preamp;
+}
 inline channel_monitor& monitor_of(node& of, direction side) {
   return side == direction::rx ? of.booster_monitor : of.preamp_monitor;
 }

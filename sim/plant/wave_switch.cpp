@@ -17,7 +17,8 @@ wave_switch::wave_switch(const switch_settings& settings, std::size_t slots, noi
 void wave_switch::update_loss(std::size_t slot) {
   const channel& of = channels_[slot];
   const bool open = of.configured && !of.blocked;
-  loss_db_[slot] = settings_.insertion_loss_db + of.actual_db + (open ? 0.0 : settings_.block_db);
+  loss_db_[slot] = settings_.insertion_loss_db + of.actual_db + (open ? 0.0 : settings_.block_db) +
+                   of.port_loss_db;
 }
 
 void wave_switch::start_settling(channel& moved) {
@@ -54,6 +55,11 @@ void wave_switch::set_blocked(std::size_t slot, bool blocked) {
 
 void wave_switch::set_configured(std::size_t slot, bool configured) {
   channels_[slot].configured = configured;
+  update_loss(slot);
+}
+
+void wave_switch::set_port_loss(std::size_t slot, double loss_db) {
+  channels_[slot].port_loss_db = loss_db;
   update_loss(slot);
 }
 

@@ -27,6 +27,8 @@ class wave_switch {
   void set_blocked(std::size_t slot, bool blocked);
   /// A slot that no channel was made for lets nothing through. Orva's channels are always there.
   void set_configured(std::size_t slot, bool configured);
+  /// Of the slot's port, beyond what the switch knows of.
+  void set_port_loss(std::size_t slot, double loss_db);
 
   const switch_settings& settings() const { return settings_; }
   double shown_attenuation_db(std::size_t slot) const { return channels_[slot].shown_db; }
@@ -43,6 +45,7 @@ class wave_switch {
     double actual_db = 0.0;
     double shown_db = 0.0;
     double settling_s = 0.0;  ///< left
+    double port_loss_db = 0.0;
     bool blocked = false;
     bool configured = true;
     write_counters writes;

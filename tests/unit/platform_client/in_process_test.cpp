@@ -89,4 +89,59 @@ TEST_F(in_process, events_of_a_hung_or_dead_nexel_are_made_up_for) {
   EXPECT_EQ(events.count("a = 4"), 1u);
 }
 
+TEST_F(in_process, a_slow_nexel_answers_late_and_side_by_side) {
+  follow_clock();
+  const auto node = value_node::create(tree, "a", "1");
+  auto client = connect();
+  network.set_latency("nexel", 700ms);
+  const auto begin = now;
+  const auto ask = [&] {
+    auto object = std::make_shared<nexel_read_object<int>>("a");
+    auto request = std::make_shared<nexel_read_request>();
+    request->add_object(object);
+    client->server_call(request);
+    return object->get_future();
+  };
+  auto first = ask();
+  auto second = ask();
+  EXPECT_EQ(first.wait_for(0s), std::future_status::timeout);
+  node->update("2");
+  EXPECT_EQ(client->get<int>("a"), 2) << "what is asked is done at once";
+  EXPECT_EQ(now - begin, 700ms) << "three requests, one wait";
+  EXPECT_EQ(first.get() + second.get(), 2);
+
+  auto lost = ask();
+  network.set_state("nexel", nx::link_state::dead);
+  EXPECT_EQ(failure_of([&] { lost.get(); }).code, -107) << "at once";
+  network.set_state("nexel", nx::link_state::up);
+  network.set_latency("nexel", 3s);
+  const auto asked = now;
+  EXPECT_EQ(failure_of([&] { client->get<int>("a"); }).code, -110);
+  EXPECT_EQ(now - asked, 2s) << "no caller waits longer";
+}
+
+TEST_F(in_process, a_slow_nexel_sends_its_events_late_and_in_order) {
+  follow_clock();
+  const auto node = value_node::create(tree, "a", "1");
+  auto client = connect();
+  network.set_latency("nexel", 500ms);
+  const auto subscriber = std::make_shared<noting_subscriber>("a", events);
+  client->add_subscriber(subscriber);
+  network.deliver();
+  EXPECT_THAT(events.entries(), ElementsAre("established nexel"));
+  now += 300ms;
+  node->update("2");
+  now += 200ms;
+  network.deliver();
+  EXPECT_THAT(events.entries(), ElementsAre("established nexel", "a = 1"));
+  network.set_latency("nexel", 0ms);
+  node->update("3");
+  EXPECT_EQ(events.count("a = 3"), 0u) << "does not overtake";
+  now += 300ms;
+  network.retry_subscriptions();
+  EXPECT_THAT(events.entries(), ElementsAre("established nexel", "a = 1", "a = 2", "a = 3"));
+  node->update("4");
+  EXPECT_EQ(events.count("a = 4"), 1u);
+}
+
 }  // namespace client_test

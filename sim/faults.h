@@ -1,0 +1,82 @@
+// What devices can be told to do wrong: readings that lie, stand still or fail, and writes that are
+// lost, late or refused. Plain descriptions, made by tests and the control tree and handed to the
+// plant; nothing here throws.
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <utility>
+
+#include "platform/wire/nx_error.h"
+
+namespace sim {
+
+/// What a service makes of a reading of its device.
+struct reading_fault {
+  enum class kind {
+    replaced,   ///< `value`, any JSON text
+    frozen,     ///< the value of when the fault began, with noise on top where `amount` says so
+    noisy,      ///< the true value with noise
+    trembling,  ///< the true value `amount` too high and too low in turn
+    stepped,    ///< the true value in steps of `amount`
+    failed,     ///< reads are answered with `error`, subscribers get it as an event
+    missing     ///< as a path that is not there: subscriptions are refused as well
+  };
+
+  kind what = kind::frozen;
+  double amount = 0.0;  ///< in the reading's unit; noise is gaussian, this its sigma
+  std::string value{};
+  nx_error error{-5, "Refused by the device"};
+  /// Between two draws of noise, or two turns of a tremble.
+  std::chrono::nanoseconds pace = std::chrono::seconds(1);
+
+  static reading_fault replaced(std::string json) {
+    return {.what = kind::replaced, .value = std::move(json)};
+  }
+  static reading_fault frozen(double noise = 0.0) {
+    return {.what = kind::frozen, .amount = noise};
+  }
+  static reading_fault noisy(double sigma) { return {.what = kind::noisy, .amount = sigma}; }
+  static reading_fault trembling(double amount) {
+    return {.what = kind::trembling, .amount = amount};
+  }
+  static reading_fault stepped(double step) { return {.what = kind::stepped, .amount = step}; }
+  static reading_fault failed(std::int32_t code = -5, std::string text = "Refused by the device") {
+    return {.what = kind::failed, .error = {code, std::move(text)}};
+  }
+  static reading_fault missing() { return {.what = kind::missing}; }
+};
+
+/// What becomes of writes and commands that reach a service.
+struct write_fault {
+  enum class kind {
+    lost,    ///< answered as if done
+    late,    ///< answered as if done, and done after `delay`
+    refused  ///< answered with `error`, not done
+  };
+
+  kind what = kind::lost;
+  std::chrono::nanoseconds delay{0};
+  unsigned every = 1;  ///< hits each n-th of the writes that fit
+  double share = 1.0;  ///< and of these this part, by seeded noise
+  nx_error error{-5, "Refused by the device"};
+
+  static write_fault lost() { return {.what = kind::lost}; }
+  static write_fault late(std::chrono::nanoseconds delay) {
+    return {.what = kind::late, .delay = delay};
+  }
+  static write_fault refused() { return {.what = kind::refused}; }
+
+  write_fault each(unsigned n) const {
+    write_fault changed = *this;
+    changed.every = n;
+    return changed;
+  }
+  write_fault of(double part) const {
+    write_fault changed = *this;
+    changed.share = part;
+    return changed;
+  }
+};
+
+}  // namespace sim

@@ -1,0 +1,32 @@
+// The JSON of the commands that make a service's readings lie and its writes get lost: which paths,
+// what, and for how long.
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include "sim/faults.h"
+
+namespace sim {
+
+template <class Fault>
+struct fault_request {
+  std::string path;  ///< or a pattern
+  Fault fault;
+  std::chrono::nanoseconds duration{0};  ///< 0: until healed
+};
+
+/// {"path":..,"fault":"replaced","value":-99,"seconds":60}; README.md has all members. Both throw
+/// nx_error -22 with what is accepted.
+fault_request<reading_fault> read_reading_fault(const std::string& text);
+/// {"path":..,"fault":"late","delay":1.5,"every":10,"share":0.5,"seconds":60}
+fault_request<write_fault> read_write_fault(const std::string& text);
+
+struct limit_drop {
+  double drop_db;
+  std::chrono::nanoseconds duration;
+};
+/// {"db":3,"seconds":60}
+limit_drop read_limit_drop(const std::string& text);
+
+}  // namespace sim
