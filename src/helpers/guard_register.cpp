@@ -13,9 +13,9 @@ guard_register& guard_register::instance() {
 guard_register::active_guard& guard_register::enter(const guard_kind& guard,
                                                     const std::string& subject,
                                                     const std::string& reason) {
-  auto& state = states_[guard.name];
-  state.name = guard.name;
-  const auto [entry, is_new] = state.active.try_emplace(subject);
+  auto& of_guard = states_[guard.name];
+  of_guard.name = guard.name;
+  const auto [entry, is_new] = of_guard.active.try_emplace(subject);
   if (is_new) {
     entry->second = {.since = waiting::instance().system_now(), .reason = reason};
     LUMORA_LOG(guard.log_level, "Guard {} begins on {}: {}", guard.name, subject, reason);
@@ -38,15 +38,15 @@ void guard_register::withhold(const guard_kind& guard, const std::string& subjec
 
 void guard_register::end(const guard_kind& guard, const std::string& subject) {
   const std::lock_guard lock(mutex_);
-  const auto state = states_.find(guard.name);
-  if (state == states_.end()) return;
-  const auto found = state->second.active.find(subject);
-  if (found == state->second.active.end()) return;
+  const auto of_guard = states_.find(guard.name);
+  if (of_guard == states_.end()) return;
+  const auto found = of_guard->second.active.find(subject);
+  if (found == of_guard->second.active.end()) return;
   const auto lasted = std::chrono::duration_cast<std::chrono::duration<double>>(
       waiting::instance().system_now() - found->second.since);
   LUMORA_LOG(guard.log_level, "Guard {} ends on {} after {:.1f} s, writes withheld: {}", guard.name,
              subject, lasted.count(), found->second.withheld);
-  state->second.active.erase(found);
+  of_guard->second.active.erase(found);
 }
 
 void guard_register::show(const guard_kind& guard, const std::string& subject, bool active,
@@ -56,14 +56,14 @@ void guard_register::show(const guard_kind& guard, const std::string& subject, b
 
 bool guard_register::is_active(const guard_kind& guard, const std::string& subject) const {
   const std::lock_guard lock(mutex_);
-  const auto state = states_.find(std::string_view(guard.name));
-  return state != states_.end() && state->second.active.contains(subject);
+  const auto found = states_.find(std::string_view(guard.name));
+  return found != states_.end() && found->second.active.contains(subject);
 }
 
 std::uint64_t guard_register::withheld(const guard_kind& guard) const {
   const std::lock_guard lock(mutex_);
-  const auto state = states_.find(std::string_view(guard.name));
-  return state == states_.end() ? 0 : state->second.withheld;
+  const auto found = states_.find(std::string_view(guard.name));
+  return found == states_.end() ? 0 : found->second.withheld;
 }
 
 std::vector<guard_register::state> guard_register::states() const {

@@ -35,6 +35,7 @@ constexpr auto quiet_monitor = 2s;
 constexpr auto longest_rise = 30s;
 
 constexpr float saturated_db = 1.0f;
+constexpr float hiding_db = 0.2f;
 // The monitor may tell of light that it measured a pass ago.
 constexpr auto behind_saturation = 1s;
 
@@ -51,16 +52,18 @@ bool is_near(float attenuation, float target) {
   return std::fabs(attenuation - target) <= coarsest_half_step_db;
 }
 
-void last_step::made(float from, float target, float power, time_point now) {
+void last_step::made(float from, float target, const channel_view& view) {
   const bool again = step_ && !step_->moved_at && is_near(step_->target, target);
   step_ = {.from = from,
            .target = target,
-           .power = power,
-           .at = now,
+           .read_back = view.attenuation,
+           .power = view.power,
+           .at = view.now,
            .futile_tries = again ? step_->futile_tries + 1 : 0,
-           .shown = from,
-           .shown_at = now,
-           .moved_at = std::nullopt};
+           .shown = view.attenuation,
+           .shown_at = view.now,
+           .moved_at = std::nullopt,
+           .followed = false};
 }
 
 void last_step::forget() {
@@ -75,12 +78,15 @@ void last_step::look(const channel_view& view) {
   }
   const float size = std::fabs(step_->target - step_->from);
   const float near_target = std::min(coarsest_half_step_db, std::max(size / 2, trembling_db));
-  const bool has_moved = view.attenuation != step_->from;
+  const bool has_moved = view.attenuation != step_->read_back;
   if (has_moved && std::fabs(view.attenuation - step_->target) <= near_target) {
     step_->moved_at = view.attenuation_at;
-  } else if (step_->shown != step_->from && view.now - step_->shown_at >= rest_of_read_back) {
+  } else if (step_->shown != step_->read_back && view.now - step_->shown_at >= rest_of_read_back) {
     step_->moved_at = step_->shown_at;
   }
+  // A read-back that stood still while the light moved tells nothing of the next steps either.
+  const bool is_dead = std::fabs(step_->from - step_->read_back) > trembling_db;
+  if (has_expired(view) && (is_dead || light_followed(view))) step_->followed = true;
 }
 
 wait_for last_step::waits_for(const channel_view& view) const {
@@ -94,7 +100,9 @@ wait_for last_step::waits_for(const channel_view& view) const {
     const bool overdue = view.now - *step_->moved_at >= patience_for_reading;
     return shows_all && overdue ? wait_for::none : wait_for::new_reading;
   }
-  if (std::fabs(expected) < visible_step_db) return wait_for::none;
+  if (std::fabs(expected) < visible_step_db || view.saturated_at >= step_->at) {
+    return wait_for::none;
+  }
   const float share = (view.power - step_->power) / expected;
   const bool shows = share >= least_share_of_effect;
   return shows || view.now - *step_->moved_at >= patience_for_effect ? wait_for::none
@@ -119,7 +127,8 @@ bool last_step::light_followed(const channel_view& view) const {
 }
 
 float last_step::standing_attenuation(const channel_view& view) const {
-  return step_ && !step_->moved_at && light_followed(view) ? step_->target : view.attenuation;
+  if (!step_ || step_->moved_at) return view.attenuation;
+  return step_->followed ? step_->target : step_->from;
 }
 
 bool last_step::is_futile(const channel_view& view, float target) const {
@@ -165,6 +174,7 @@ bool rising_light::may_overtake(const channel_view& view, float left_over) const
 
 void amplifier_saturation::look(float saturation, time_point now) {
   const bool saturated = saturation > saturated_db;
+  if (saturation > hiding_db) last_seen_ = now;
   if (saturated && !saturated_) since_ = now;
   if (!saturated && saturated_) ended_ = now;
   saturated_ = saturated;

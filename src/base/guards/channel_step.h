@@ -35,6 +35,8 @@ struct channel_view {
   time_point attenuation_at{};  ///< when that reading came
   float power = 0;
   time_point power_at{};
+  /// When the amplifier was last seen in saturation, which hides what a step does to the light.
+  time_point saturated_at{};
 };
 
 /// Why a step waits; `none` lets it go.
@@ -49,11 +51,12 @@ enum class wait_for { none, switch_to_move, new_reading, effect };
 /// |                     | by itself after 5 s, doubled to 30 s with each futile try              |
 /// | new reading         | the monitor tells a reading that came after that; after 5 s one that   |
 /// |                     | shows the whole step does                                              |
-/// | effect              | a quarter of the step shows in the light; by itself after 30 s         |
+/// | effect              | a quarter of the step shows in the light, or the amplifier was in      |
+/// |                     | saturation since; by itself after 30 s                                 |
 class last_step {
  public:
-  /// A step from `from` to `target` was written; `power` is the reading that it answered.
-  void made(float from, float target, float power, time_point now);
+  /// A step from `from`, where the channel stood, to `target` was written by what `view` shows.
+  void made(float from, float target, const channel_view& view);
   void forget();
   bool is_empty() const { return !step_; }
 
@@ -74,12 +77,14 @@ class last_step {
   struct step {
     float from;
     float target;
-    float power;
+    float read_back;  ///< then
+    float power;      ///< the reading that it answered
     time_point at;
     unsigned futile_tries;
     float shown;  ///< the read-back when it last moved
     time_point shown_at;
     std::optional<time_point> moved_at;
+    bool followed;  ///< the light has shown the step, the read-back not
   };
 
   float missing_effect(const channel_view& view, float expected) const;
@@ -133,11 +138,14 @@ class amplifier_saturation {
   /// Saturated now, or since a reading of the light that was taken when it was.
   bool forbids_opening(time_point power_at) const;
   bool is_saturated() const { return saturated_; }
+  /// When an effect was last hidden by it; the beginning of time if never.
+  time_point last_seen() const { return last_seen_; }
   /// Saturated for this long; zero while it is not.
   std::chrono::nanoseconds lasting(time_point now) const;
 
  private:
   bool saturated_ = false;
+  time_point last_seen_{};
   time_point since_{};
   std::optional<time_point> ended_;
 };

@@ -24,13 +24,14 @@ channel_view view(double now, float attenuation, double attenuation_at, float po
           .attenuation = attenuation,
           .attenuation_at = at(attenuation_at),
           .power = power,
-          .power_at = at(power_at)};
+          .power_at = at(power_at),
+          .saturated_at = {}};
 }
 
 /// A step from 15 to 10 dB at second 0, answering a reading of -20 dBm.
 class step_of_five_db : public testing::Test {
  protected:
-  step_of_five_db() { step.made(15.0f, 10.0f, -20.0f, start); }
+  step_of_five_db() { step.made(15.0f, 10.0f, view(0, 15.0f, -9, -20.0f, -1)); }
 
   wait_for after(const channel_view& seen) {
     step.look(seen);
@@ -53,6 +54,12 @@ TEST_F(step_of_five_db, does_not_take_noise_on_the_old_light_for_its_effect) {
   EXPECT_EQ(after(view(31.0, 10.0f, 0.6, -20.04f, 30.3)), wait_for::none) << "not for ever";
 }
 
+TEST_F(step_of_five_db, is_not_missed_where_saturation_hides_it) {
+  auto hidden = view(1.5, 10.0f, 0.6, -19.95f, 1.3);
+  hidden.saturated_at = at(0.5);
+  EXPECT_EQ(after(hidden), wait_for::none);
+}
+
 TEST_F(step_of_five_db, is_judged_anew_when_it_was_lost) {
   const auto lost = view(5.0, 15.0f, -9, -20.02f, 4.3);
   EXPECT_EQ(after(view(4.9, 15.0f, -9, -20.0f, 4.3)), wait_for::switch_to_move);
@@ -61,7 +68,7 @@ TEST_F(step_of_five_db, is_judged_anew_when_it_was_lost) {
   EXPECT_EQ(step.standing_attenuation(lost), 15.0f) << "neither read-back nor light have moved";
   EXPECT_FALSE(step.is_futile(lost, 10.0f));
 
-  step.made(15.0f, 10.0f, -20.0f, at(5));
+  step.made(15.0f, 10.0f, lost);
   EXPECT_EQ(after(view(14.0, 15.0f, -9, -20.0f, 13.3)), wait_for::switch_to_move)
       << "the next try has twice the patience";
   EXPECT_EQ(after(view(15.0, 15.0f, -9, -20.0f, 13.3)), wait_for::none);
@@ -71,6 +78,11 @@ TEST_F(step_of_five_db, stands_at_its_target_when_the_light_followed_and_the_rea
   const auto followed = view(5.0, 15.0f, -9, -15.1f, 4.3);
   EXPECT_EQ(after(followed), wait_for::none);
   EXPECT_EQ(step.standing_attenuation(followed), 10.0f);
+  const auto disturbed = view(9.0, 15.0f, -9, -12.1f, 8.3);
+  EXPECT_EQ(after(disturbed), wait_for::none);
+  EXPECT_EQ(step.standing_attenuation(disturbed), 10.0f) << "what it was told is what it stands at";
+  step.made(10.0f, 9.7f, disturbed);
+  EXPECT_EQ(step.standing_attenuation(disturbed), 10.0f);
 }
 
 TEST_F(step_of_five_db, takes_a_read_back_that_rests_elsewhere_for_the_switch_s_answer) {
@@ -81,16 +93,16 @@ TEST_F(step_of_five_db, takes_a_read_back_that_rests_elsewhere_for_the_switch_s_
 
 TEST(small_step, that_a_coarse_switch_does_not_resolve_is_not_written_for_ever) {
   guards::last_step step;
-  step.made(8.5f, 8.3f, -15.0f, start);
+  step.made(8.5f, 8.3f, view(0, 8.5f, -9, -15.0f, -1));
   EXPECT_FALSE(step.is_futile(view(5, 8.5f, -9, -15.0f, 4), 8.28f)) << "it may have been lost";
-  step.made(8.5f, 8.28f, -15.0f, at(5));
+  step.made(8.5f, 8.28f, view(5, 8.5f, -9, -15.0f, 4));
   EXPECT_TRUE(step.is_futile(view(15, 8.5f, -9, -15.0f, 14), 8.3f));
   EXPECT_FALSE(step.is_futile(view(15, 8.5f, -9, -15.0f, 14), 7.9f)) << "another one is tried";
 }
 
 TEST(step_to_the_end, is_not_repeated_for_a_read_back_that_trembles) {
   guards::last_step step;
-  step.made(2.0f, 0.0f, -18.0f, start);
+  step.made(2.0f, 0.0f, view(0, 2.0f, -9, -18.0f, -1));
   const auto trembling = view(3, 0.02f, 2.5, -16.0f, 2.8);
   step.look(trembling);
   EXPECT_TRUE(step.is_futile(trembling, 0.0f));

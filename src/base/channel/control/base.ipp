@@ -87,7 +87,7 @@ void base<T>::regulate(std::shared_ptr<device::interfaces::wss> wss, float power
   wss->set_attenuation(channel_->get_id(), target);
   last_step_.attenuation = channel_->get_attenuation();
   parked_at_.reset();
-  if (view_) evidence_.made(attenuation, target, view_->power, view_->now);
+  if (view_) evidence_.made(attenuation, target, *view_);
   channel_->reset_power_updates();
   power_history_.clear();
 }
@@ -143,10 +143,11 @@ bool base<T>::can_regulate(std::shared_ptr<device::interfaces::wss> wss, float p
   const float attenuation = channel_->get_attenuation();
   const unsigned power_updates = channel_->get_power_updates();
   remember_difference(power_difference, power_updates);
-  const float band = dead_band(attenuation);
+  const float standing = standing_attenuation();
+  const float band = dead_band(standing);
   const float power = channel_->get_ocm_power();
   calm_down_ = false;
-  const bool exhausted = is_exhausted(*wss, attenuation, power_difference);
+  const bool exhausted = is_exhausted(*wss, standing, power_difference);
   const bool large_enough = band < std::fabs(power_difference);
   const bool expired = view_ && evidence_.has_expired(*view_);
   const bool power_updated = last_step_.power != power || expired;

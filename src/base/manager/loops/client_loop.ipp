@@ -110,7 +110,8 @@ void client_loop<T>::update_channel(control_ptr control) {
                                .attenuation = attenuation.value,
                                .attenuation_at = attenuation.arrived,
                                .power = power.value,
-                               .power_at = power.arrived},
+                               .power_at = power.arrived,
+                               .saturated_at = saturation_.last_seen()},
                       .lit = channel->get_peak(),
                       .power_arrivals = power.arrivals,
                       .power_changes = power.changes});
