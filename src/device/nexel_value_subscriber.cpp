@@ -3,55 +3,92 @@
 #include <type_traits>
 #include <utility>
 
-#include "device/hardware/readings.h"
 #include "device/path_event.h"
+#include "helpers/waiting.h"
 #include "platform/wire/json_conversion.h"
 
 namespace device {
 
-namespace {
-
-/// A number that is none is refused as a value of another type is: the last good one stays.
-template <class T>
-T convert(const nx::json_value& value) {
-  T converted = nx::from_json<T>(value);
-  if constexpr (std::is_same_v<T, float>) {
-    if (!hardware::is_plausible(converted)) {
-      throw json_value_conversion_error{"a plausible reading", "a number beyond all devices"};
-    }
-  }
-  return converted;
-}
-
-}  // namespace
-
 template <class T>
 nexel_value_subscriber<T>::nexel_value_subscriber(const std::string& path,
                                                   std::weak_ptr<path_event> event,
-                                                  std::function<void(T)> store)
-    : nexel_subscriber(path), event_(std::move(event)), store_(std::move(store)) {}
+                                                  std::shared_ptr<value_table<T>> values,
+                                                  const std::string& nexel, reading_kind kind)
+    : nexel_subscriber(path),
+      event_(std::move(event)),
+      values_(std::move(values)),
+      subject_(nexel + ' ' + path),
+      kind_(kind) {}
 
 template <class T>
-nexel_value_subscriber<T>::~nexel_value_subscriber() = default;
+nexel_value_subscriber<T>::~nexel_value_subscriber() {
+  show_refusal(false, {});
+}
 
 template <class T>
 void nexel_value_subscriber<T>::send_changed_value_event(std::string_view path,
                                                          const nx::json_value& value) {
-  if (const auto event = event_.lock()) {
-    event->on_value_changed<T>(path, store_, convert<T>(value));
+  if (const auto event = event_.lock()) take(*event, path, convert(value));
+}
+
+template <class T>
+T nexel_value_subscriber<T>::convert(const nx::json_value& value) {
+  try {
+    return nx::from_json<T>(value);
+  } catch (...) {
+    spoil(false);
+    throw;
   }
+}
+
+// A number that is none of its kind is refused as a value of another type is: the last good one
+// stays, and is known no longer. Said once, since a broken device tells it at each look.
+template <class T>
+void nexel_value_subscriber<T>::take(path_event& event, std::string_view path, T value) {
+  auto judged = verdict::measured;
+  if constexpr (std::is_same_v<T, float>) {
+    judged = judge(kind_, value);
+    if (judged == verdict::refused) {
+      spoil(false);
+      return show_refusal(true, refusal_text(kind_, value));
+    }
+  }
+  show_refusal(false, {});
+  const auto store = [&](T taken) {
+    values_->store(this->get_path(), std::move(taken), judged == verdict::measured);
+  };
+  event.on_value_changed<T>(path, store, std::move(value));
+  helpers::waiting::instance().wake();
+}
+
+template <class T>
+void nexel_value_subscriber<T>::spoil(bool refused) {
+  values_->spoil(this->get_path(), refused);
+  helpers::waiting::instance().wake();
+}
+
+template <class T>
+void nexel_value_subscriber<T>::show_refusal(bool refused, const std::string& reason) {
+  if (refusing_.exchange(refused) == refused) return;
+  helpers::guard_register::instance().show(plausibility_guard, subject_, refused, reason);
 }
 
 template <class T>
 void nexel_value_subscriber<T>::send_exception_event(std::string_view path,
                                                      const nx_client_exception& error) {
-  if (const auto event = event_.lock()) event->on_exception_received<T>(path, store_, error);
+  const auto event = event_.lock();
+  if (!event) return;
+  event->on_exception_received(path, error);
+  spoil(!confirmed_);
 }
 
 template <class T>
 void nexel_value_subscriber<T>::send_subscription_ended_event(std::string_view path,
                                                               subscription_ended_rc rc) {
-  if (const auto event = event_.lock()) event->on_variable_removed<T>(path, store_, rc);
+  const auto event = event_.lock();
+  if (!event) return;
+  event->on_variable_removed(path, rc);
+  spoil(false);
 }
 
 template class nexel_value_subscriber<bool>;

@@ -1,23 +1,32 @@
-// The client library's callback for one subscribed path: converts values and reports to the path's
-// state, which it does not keep alive. Called on the I/O thread; it only stores.
+// The client library's callback for one subscribed path: converts and judges what arrives, stores
+// it, and reports to the path's state, which it does not keep alive. Called on the I/O thread; it
+// only stores.
 #pragma once
 
-#include <functional>
+#include <atomic>
 #include <memory>
 #include <string>
 
+#include "device/reading_kind.h"
+#include "device/subscriber_values.h"
+#include "helpers/guard_register.h"
 #include "platform/nexel_client/nexel_subscriber.h"
 
 namespace device {
 
 class path_event;
 
+/// On a path for as long as its numbers are beyond what their kind can tell.
+inline constexpr helpers::guard_kind plausibility_guard{"plausibility"};
+
 /// T: bool, float, std::string.
 template <class T>
 class nexel_value_subscriber : public nexel_subscriber {
  public:
+  /// `nexel` and the path together are the guard's subject.
   nexel_value_subscriber(const std::string& path, std::weak_ptr<path_event> event,
-                         std::function<void(T)> store);
+                         std::shared_ptr<value_table<T>> values, const std::string& nexel,
+                         reading_kind kind);
   ~nexel_value_subscriber() override;
 
   /// Throws json_value_conversion_error on a value of another type.
@@ -25,9 +34,21 @@ class nexel_value_subscriber : public nexel_subscriber {
   void send_exception_event(std::string_view path, const nx_client_exception& error) override;
   void send_subscription_ended_event(std::string_view path, subscription_ended_rc rc) override;
 
+  void subscription_requested() override { confirmed_ = false; }
+  void subscription_confirmed() override { confirmed_ = true; }
+
  private:
+  T convert(const nx::json_value& value);
+  void take(path_event& event, std::string_view path, T value);
+  void spoil(bool refused);
+  void show_refusal(bool refused, const std::string& reason);
+
   const std::weak_ptr<path_event> event_;
-  const std::function<void(T)> store_;
+  const std::shared_ptr<value_table<T>> values_;
+  const std::string subject_;
+  const reading_kind kind_;
+  bool confirmed_ = false;             // the I/O thread's
+  std::atomic<bool> refusing_{false};  // also read where the last owner lets go
 };
 
 }  // namespace device

@@ -24,17 +24,19 @@ void path_event::on_value_changed(std::string_view path, const std::function<voi
   exception_count_ = 0;
 }
 
-template <class T>
-void path_event::on_exception_received(std::string_view path, const std::function<void(T)>&,
+void path_event::on_exception_received(std::string_view path,
                                        const nx_client_exception& exception) {
-  LUMORA_LOG(2, "on_exception_received({}): {}", path, exception.message);
+  if (exception_count_ == 0 || last_failure_ != exception.message) {
+    LUMORA_LOG(2, "on_exception_received({}): {}", path, exception.message);
+    last_failure_ = exception.message;
+  } else {
+    LUMORA_LOG(0, "on_exception_received({}): {}", path, exception.message);
+  }
   operational_ = false;
   ++exception_count_;
 }
 
-template <class T>
-void path_event::on_variable_removed(std::string_view path, const std::function<void(T)>&,
-                                     subscription_ended_rc) {
+void path_event::on_variable_removed(std::string_view path, subscription_ended_rc) {
   LUMORA_LOG(1, "on_variable_removed({})", path);
   operational_ = false;
   removed_ = true;
@@ -48,16 +50,12 @@ bool path_event::is_operational() {
   return operational_;
 }
 
-#define LUMORA_PATH_EVENT(T)                                                                     \
-  template void path_event::on_value_changed<T>(std::string_view, const std::function<void(T)>&, \
-                                                T);                                              \
-  template void path_event::on_exception_received<T>(                                            \
-      std::string_view, const std::function<void(T)>&, const nx_client_exception&);              \
-  template void path_event::on_variable_removed<T>(                                              \
-      std::string_view, const std::function<void(T)>&, subscription_ended_rc);
-LUMORA_PATH_EVENT(bool)
-LUMORA_PATH_EVENT(float)
-LUMORA_PATH_EVENT(std::string)
-#undef LUMORA_PATH_EVENT
+template void path_event::on_value_changed<bool>(std::string_view, const std::function<void(bool)>&,
+                                                 bool);
+template void path_event::on_value_changed<float>(std::string_view,
+                                                  const std::function<void(float)>&, float);
+template void path_event::on_value_changed<std::string>(std::string_view,
+                                                        const std::function<void(std::string)>&,
+                                                        std::string);
 
 }  // namespace device

@@ -22,12 +22,9 @@ class path_event {
   /// T: bool, float, std::string. `store` takes the value.
   template <class T>
   void on_value_changed(std::string_view path, const std::function<void(T)>& store, T value);
-  template <class T>
-  void on_exception_received(std::string_view path, const std::function<void(T)>& store,
-                             const nx_client_exception& exception);
-  template <class T>
-  void on_variable_removed(std::string_view path, const std::function<void(T)>& store,
-                           subscription_ended_rc reason);
+  /// A failure that repeats itself, as a refused subscription does each second, is told once.
+  void on_exception_received(std::string_view path, const nx_client_exception& exception);
+  void on_variable_removed(std::string_view path, subscription_ended_rc reason);
 
   /// False from the first failure on, for good: only a new subscription repairs a path. Marks a
   /// path that fails again and again as removed.
@@ -46,6 +43,7 @@ class path_event {
   std::atomic<bool> operational_{true};
   std::atomic<bool> removed_{false};
   std::atomic<std::uint32_t> exception_count_{0};
+  std::string last_failure_;  // the reporting thread's
 };
 
 }  // namespace device

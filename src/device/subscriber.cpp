@@ -2,10 +2,10 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <chrono>
 #include <map>
 #include <optional>
-#include <shared_mutex>
 #include <utility>
 #include <vector>
 
@@ -19,8 +19,34 @@
 namespace device {
 namespace {
 
-constexpr std::chrono::microseconds try_interval{1};
-constexpr unsigned try_limit = 1'000'000;
+/// A nexel that takes longer for its first values is taken up at the next try: the subscriptions
+/// stay.
+constexpr std::chrono::seconds first_value_limit{1};
+
+/// Calls `action` with a value of the C++ type that holds the path's values.
+template <class Action>
+auto with_type(value_type type, Action&& action) {
+  switch (type) {
+    case value_type::truth:
+      return action(bool{});
+    case value_type::text:
+      return action(std::string{});
+    case value_type::number:
+      break;
+  }
+  return action(float{});
+}
+
+void log_first_values(const std::vector<wanted_path>& paths,
+                      std::chrono::steady_clock::duration waited) {
+  const auto time = std::chrono::duration_cast<std::chrono::microseconds>(waited).count();
+  for (const auto& wanted : paths)
+    LUMORA_LOG(1, "Subscription to path {} finished in ~{} µs", wanted.path, time);
+}
+
+[[noreturn]] void throw_missing(const std::string& path) {
+  throw nx_error(-22, fmt::format("Failed to subscribe to path: {}", path));
+}
 
 }  // namespace
 
@@ -30,46 +56,6 @@ reading<float> reading_of_now(float value) {
           .arrivals = 1,
           .changes = 1};
 }
-
-/// The newest values of a type by path. Subscriptions share it, so that a value which arrives while
-/// the subscriber is destroyed still has a place to go.
-template <class T>
-class value_table {
- public:
-  void store(const std::string& path, T value) {
-    const auto now = helpers::waiting::instance().steady_now();
-    const std::lock_guard lock(mutex_);
-    auto& kept = values_[path];
-    if (kept.is_there && kept.value != value) ++kept.changes;
-    ++kept.arrivals;
-    kept.value = std::move(value);
-    kept.arrived = now;
-    kept.is_there = true;
-  }
-
-  /// The value of an earlier subscription stays until this one has delivered.
-  void begin_subscription(const std::string& path) {
-    const std::lock_guard lock(mutex_);
-    auto& kept = values_[path];
-    kept.arrivals = 0;
-    kept.changes = 0;
-  }
-
-  std::optional<reading<T>> find(const std::string& path) const {
-    const std::shared_lock lock(mutex_);
-    const auto found = values_.find(path);
-    if (found == values_.end() || !found->second.is_there) return std::nullopt;
-    return found->second;
-  }
-
- private:
-  struct entry : reading<T> {
-    bool is_there = false;
-  };
-
-  mutable std::shared_mutex mutex_;  // nothing is taken under it
-  std::map<std::string, entry> values_;
-};
 
 template <class T>
 struct subscription_table {
@@ -81,7 +67,8 @@ struct subscription_table {
 };
 
 template <class... Types>
-_subscriber<Types...>::_subscriber() : tables_(std::make_shared<subscription_table<Types>>()...) {}
+_subscriber<Types...>::_subscriber(std::string nexel)
+    : nexel_(std::move(nexel)), tables_(std::make_shared<subscription_table<Types>>()...) {}
 
 template <class... Types>
 _subscriber<Types...>::~_subscriber() = default;
@@ -89,51 +76,132 @@ _subscriber<Types...>::~_subscriber() = default;
 template <class... Types>
 template <class T>
 void _subscriber<Types...>::subscribe(std::shared_ptr<nexel_client_api> client,
-                                      const std::string& path) {
-  auto& table = *std::get<table_ptr<T>>(tables_);
-  {
-    const std::lock_guard lock(mutex_);
-    const auto found = table.subscriptions.find(path);
-    if (found == table.subscriptions.end() || !found->second.first->is_operational()) {
-      table.subscriptions.erase(path);
-      table.subscriptions.emplace(path, make_subscription<T>(*client, path));
+                                      const std::string& path, reading_kind kind) {
+  constexpr auto type = std::is_same_v<T, bool>          ? value_type::truth
+                        : std::is_same_v<T, std::string> ? value_type::text
+                                                         : value_type::number;
+  subscribe_each(client, {{type, path, kind}});
+}
+
+template <class... Types>
+void _subscriber<Types...>::subscribe_each(const std::shared_ptr<nexel_client_api>& client,
+                                           const std::vector<wanted_path>& paths) {
+  const auto missing = subscribe_all(client, paths);
+  if (!missing.empty()) throw_missing(missing.front());
+}
+
+template <class... Types>
+std::vector<std::string> _subscriber<Types...>::subscribe_all(
+    const std::shared_ptr<nexel_client_api>& client, const std::vector<wanted_path>& paths) {
+  request_all(client, paths);
+  auto next = paths.begin();  // what is settled stays so, and is looked at once
+  const auto all_settled = [&] {
+    next = std::find_if(next, paths.end(),
+                        [this](const wanted_path& wanted) { return !is_settled(wanted); });
+    return next == paths.end();
+  };
+  auto& waiting = helpers::waiting::instance();
+  const auto begin = waiting.steady_now();
+  waiting.wait(all_settled, first_value_limit);
+  std::vector<wanted_path> there;
+  std::vector<std::string> missing;
+  for (const auto& wanted : paths) {
+    if (!waiting.stopping() && has_value(wanted)) {
+      there.push_back(wanted);
+    } else {
+      missing.push_back(wanted.path);
     }
   }
-  LUMORA_LOG(1, "Subscribing to path: {}", path);
-  wait_for_value<T>(path);
+  log_first_values(there, waiting.steady_now() - begin);
+  return missing;
+}
+
+template <class... Types>
+void _subscriber<Types...>::request_all(const std::shared_ptr<nexel_client_api>& client,
+                                        const std::vector<wanted_path>& paths) {
+  for (const auto& wanted : paths) {
+    with_type(wanted.type, [&]<class T>(const T&) {
+      this->template request<T>(*client, wanted.path, wanted.kind);
+    });
+    LUMORA_LOG(1, "Subscribing to path: {}", wanted.path);
+  }
 }
 
 template <class... Types>
 template <class T>
-auto _subscriber<Types...>::make_subscription(nexel_client_api& client, const std::string& path) {
+void _subscriber<Types...>::request(nexel_client_api& client, const std::string& path,
+                                    reading_kind kind) {
+  auto& subscriptions = table<T>()->subscriptions;
+  const std::lock_guard lock(mutex_);
+  const auto found = subscriptions.find(path);
+  if (found != subscriptions.end() && found->second.first->is_operational()) return;
+  subscriptions.erase(path);
+  subscriptions.emplace(path, make_subscription<T>(client, path, kind));
+}
+
+template <class... Types>
+template <class T>
+auto _subscriber<Types...>::make_subscription(nexel_client_api& client, const std::string& path,
+                                              reading_kind kind) {
   auto event = std::make_shared<path_event>(path);
-  auto values = std::get<table_ptr<T>>(tables_)->values;
+  auto values = table<T>()->values;
   values->begin_subscription(path);
-  auto callback = std::make_shared<nexel_value_subscriber<T>>(
-      path, event, [values, path](T value) { values->store(path, std::move(value)); });
+  auto callback =
+      std::make_shared<nexel_value_subscriber<T>>(path, event, std::move(values), nexel_, kind);
   client.add_subscriber(callback);
   return std::make_pair(std::move(event), std::move(callback));
 }
 
 template <class... Types>
-template <class T>
-void _subscriber<Types...>::wait_for_value(const std::string& path) {
-  const auto& values = *std::get<table_ptr<T>>(tables_)->values;
-  for (unsigned tries = 1; tries <= try_limit; ++tries) {
-    if (!helpers::waiting::instance().sleep(try_interval)) break;
-    if (!values.find(path)) continue;
-    LUMORA_LOG(1, "Subscription to path {} finished in ~{} µs", path, tries);
-    return;
+bool _subscriber<Types...>::is_answered(const wanted_path& wanted) const {
+  return with_type(wanted.type, [&]<class T>(const T&) {
+    return this->template table<T>()->values->is_answered(wanted.path);
+  });
+}
+
+template <class... Types>
+bool _subscriber<Types...>::is_settled(const wanted_path& wanted) const {
+  return with_type(wanted.type, [&]<class T>(const T&) {
+    return this->template table<T>()->values->is_settled(wanted.path);
+  });
+}
+
+template <class... Types>
+bool _subscriber<Types...>::has_value(const wanted_path& wanted) const {
+  return with_type(wanted.type, [&]<class T>(const T&) {
+    return this->template table<T>()->values->find(wanted.path).has_value();
+  });
+}
+
+template <class... Types>
+void _subscriber<Types...>::resubscribe_ended(const std::shared_ptr<nexel_client_api>& client,
+                                              const std::vector<wanted_path>& paths) {
+  const std::lock_guard lock(mutex_);
+  for (const auto& wanted : paths) {
+    with_type(wanted.type, [&]<class T>(const T&) {
+      auto& of_type = *this->template table<T>();
+      const auto found = of_type.subscriptions.find(wanted.path);
+      if (found == of_type.subscriptions.end() || !found->second.first->is_removed()) return;
+      of_type.subscriptions.erase(found);
+      of_type.values->forget(wanted.path);
+      of_type.subscriptions.emplace(
+          wanted.path, this->template make_subscription<T>(*client, wanted.path, wanted.kind));
+    });
   }
-  throw nx_error(-22, fmt::format("Failed to subscribe to path: {}", path));
 }
 
 template <class... Types>
 template <class T>
 reading<T> _subscriber<Types...>::get_reading(const std::string& path) const {
-  auto found = std::get<table_ptr<T>>(tables_)->values->find(path);
+  auto found = table<T>()->values->find(path);
   if (!found) throw nx_error(-22, fmt::format("No value for path: {}", path));
   return *std::move(found);
+}
+
+template <class... Types>
+template <class T>
+std::optional<reading<T>> _subscriber<Types...>::find_known(const std::string& path) const {
+  return table<T>()->values->find_known(path);
 }
 
 template <class... Types>
@@ -184,17 +252,17 @@ bool _subscriber<Types...>::is_operational() {
 
 template class _subscriber<float, std::string, bool, int, unsigned int>;
 
-template void subscriber::subscribe<bool>(std::shared_ptr<nexel_client_api>, const std::string&);
-template void subscriber::subscribe<float>(std::shared_ptr<nexel_client_api>, const std::string&);
-template void subscriber::subscribe<std::string>(std::shared_ptr<nexel_client_api>,
-                                                 const std::string&);
-template reading<bool> subscriber::get_reading<bool>(const std::string&) const;
-template reading<float> subscriber::get_reading<float>(const std::string&) const;
-template reading<std::string> subscriber::get_reading<std::string>(const std::string&) const;
-template bool subscriber::get<bool>(const std::string&) const;
-template float subscriber::get<float>(const std::string&) const;
+#define INSTANTIATE_FOR(T)                                                                      \
+  template void subscriber::subscribe<T>(std::shared_ptr<nexel_client_api>, const std::string&, \
+                                         reading_kind);                                         \
+  template reading<T> subscriber::get_reading<T>(const std::string&) const;                     \
+  template std::optional<reading<T>> subscriber::find_known<T>(const std::string&) const;       \
+  template T subscriber::get<T>(const std::string&) const;
+INSTANTIATE_FOR(bool)
+INSTANTIATE_FOR(float)
+INSTANTIATE_FOR(std::string)
+#undef INSTANTIATE_FOR
 template int subscriber::get<int>(const std::string&) const;
 template unsigned int subscriber::get<unsigned int>(const std::string&) const;
-template std::string subscriber::get<std::string>(const std::string&) const;
 
 }  // namespace device

@@ -7,12 +7,15 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
-#include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <tuple>
+#include <vector>
+
+#include "device/reading_kind.h"
+#include "device/subscriber_values.h"
 
 class nexel_client_api;
 
@@ -21,32 +24,53 @@ namespace device {
 template <class T>
 struct subscription_table;
 
-/// The newest value of a path and what is known of its freshness. The first value of a subscription
-/// is as old as the nexel's last look: only another one tells that the device measures, be it than
-/// the last of the subscription before.
-template <class T>
-struct reading {
-  T value;
-  std::chrono::steady_clock::time_point arrived;  ///< when this value, changed or not, came in
-  std::uint32_t arrivals = 0;                     ///< of this subscription, the first included
-  std::uint32_t changes = 0;                      ///< arrivals that differed from what was known
-};
+enum class value_type { number, truth, text };
 
-/// A value that was asked for just now.
-reading<float> reading_of_now(float value);
+/// A path that is to be subscribed; `kind` is what its numbers are judged by.
+struct wanted_path {
+  value_type type = value_type::number;
+  std::string path;
+  reading_kind kind = reading_kind::any_number;
+};
 
 template <class... Types>
 class _subscriber {
  public:
-  _subscriber();
+  /// `nexel` names the device in the lines of what its numbers are refused for.
+  explicit _subscriber(std::string nexel = "device");
   ~_subscriber();
   _subscriber(const _subscriber&) = delete;
   _subscriber& operator=(const _subscriber&) = delete;
 
   /// Returns when the first value is there; a healthy subscription is left as it is. T: bool,
-  /// float, std::string. Throws nx_error -22 when no value comes or the process stops.
+  /// float, std::string. Throws nx_error -22 when the nexel refuses, no value comes or the process
+  /// stops.
   template <class T>
-  void subscribe(std::shared_ptr<nexel_client_api> client, const std::string& path);
+  void subscribe(std::shared_ptr<nexel_client_api> client, const std::string& path,
+                 reading_kind kind = reading_kind::any_number);
+
+  /// As `subscribe` for each, but all go out together and are waited for once. Gives the paths of
+  /// which no value came, in the order of the list; those are subscribed all the same.
+  [[nodiscard]] std::vector<std::string> subscribe_all(
+      const std::shared_ptr<nexel_client_api>& client, const std::vector<wanted_path>& paths);
+
+  /// `subscribe_all` for those to whom one missing path is a failure of all: throws the failure of
+  /// the first.
+  void subscribe_each(const std::shared_ptr<nexel_client_api>& client,
+                      const std::vector<wanted_path>& paths);
+
+  /// Sends the subscriptions of the paths without a healthy one, and waits for nothing.
+  void request_all(const std::shared_ptr<nexel_client_api>& client,
+                   const std::vector<wanted_path>& paths);
+
+  /// The nexel has answered the subscription, with a value or a failure.
+  bool is_answered(const wanted_path& wanted) const;
+  bool has_value(const wanted_path& wanted) const;
+
+  /// Subscribes anew what the nexel has taken off its tree since, whose values are forgotten. What
+  /// has failed otherwise is left to the client library, which asks again by itself.
+  void resubscribe_ended(const std::shared_ptr<nexel_client_api>& client,
+                         const std::vector<wanted_path>& paths);
 
   /// The newest value, also of a path that has been dropped. Every type has a table of its own.
   /// Throws nx_error -22 "No value for path: PATH".
@@ -55,6 +79,11 @@ class _subscriber {
   /// As `get`, with its age.
   template <class T>
   reading<T> get_reading(const std::string& path) const;
+  /// For those who write by it. Empty unless the newest report of the present subscription was a
+  /// measured value: not before the first, in error, after the end, or while what arrives is
+  /// refused.
+  template <class T>
+  std::optional<reading<T>> find_known(const std::string& path) const;
 
   void unsubscribe(const std::string& path);
   void reset();
@@ -69,13 +98,20 @@ class _subscriber {
 
  private:
   template <class T>
-  auto make_subscription(nexel_client_api& client, const std::string& path);
+  void request(nexel_client_api& client, const std::string& path, reading_kind kind);
   template <class T>
-  void wait_for_value(const std::string& path);
+  auto make_subscription(nexel_client_api& client, const std::string& path, reading_kind kind);
+  bool is_settled(const wanted_path& wanted) const;
   void _cleanup();
 
   template <class T>
   using table_ptr = std::shared_ptr<subscription_table<T>>;
+  template <class T>
+  const table_ptr<T>& table() const {
+    return std::get<table_ptr<T>>(tables_);
+  }
+
+  const std::string nexel_;
   std::tuple<table_ptr<Types>...> tables_;
   std::mutex mutex_;  // guards the subscriptions; each table guards its values
   std::atomic<bool> dropped_{false};

@@ -1,5 +1,6 @@
 #include "helpers/waiting.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <condition_variable>
@@ -50,8 +51,8 @@ class real_clock : public time_source {
     if (duration <= 0ns || interrupted) return;
     if (duration < shortest_interruptible) return sleep_through(duration);
     std::unique_lock lock(mutex);
-    wake.wait_until(lock, std::chrono::steady_clock::now() + duration,
-                    [this] { return interrupted.load(); });
+    changed.wait_until(lock, std::chrono::steady_clock::now() + duration,
+                       [this] { return interrupted.load(); });
   }
 
   void interrupt() override {
@@ -59,18 +60,38 @@ class real_clock : public time_source {
       const std::lock_guard lock(mutex);
       interrupted = true;
     }
-    wake.notify_all();
+    changed.notify_all();
+  }
+
+  void wait(const std::function<bool()>& done, std::chrono::nanoseconds limit) override {
+    std::unique_lock lock(mutex);
+    changed.wait_until(lock, std::chrono::steady_clock::now() + limit,
+                       [&] { return interrupted.load() || done(); });
+  }
+
+  // With the lock in between, no waiter stands between its look and its sleep.
+  void wake() override {
+    { const std::lock_guard lock(mutex); }
+    changed.notify_all();
   }
 
  private:
   const std::chrono::system_clock::time_point system_start = std::chrono::system_clock::now();
   const std::chrono::steady_clock::time_point steady_start = std::chrono::steady_clock::now();
   std::mutex mutex;
-  std::condition_variable wake;
+  std::condition_variable changed;
   std::atomic<bool> interrupted{false};
 };
 
 }  // namespace
+
+void time_source::wait(const std::function<bool()>& done, std::chrono::nanoseconds limit) {
+  constexpr std::chrono::nanoseconds look = 1ms;
+  for (; !done() && limit > 0ns; limit -= look) {
+    if (waiting::instance().stopping()) return;
+    sleep(std::min(look, limit));
+  }
+}
 
 struct waiting::impl {
   std::shared_ptr<time_source> current() {
@@ -81,6 +102,7 @@ struct waiting::impl {
   std::mutex mutex;
   std::shared_ptr<time_source> source = std::make_shared<real_clock>();
   std::atomic<bool> stopping{false};
+  std::atomic<unsigned> waiters{0};
 };
 
 waiting::waiting() : impl_(std::make_unique<impl>()) {}
@@ -103,6 +125,23 @@ bool waiting::sleep(std::chrono::nanoseconds duration) {
   if (stopping()) return false;
   impl_->current()->sleep(duration);
   return !stopping();
+}
+
+// Whoever changes what is waited for either sees the waiter counted, or has made the change before
+// the waiter's first look.
+bool waiting::wait(const std::function<bool()>& done, std::chrono::nanoseconds limit) {
+  struct counted {
+    std::atomic<unsigned>& count;
+    explicit counted(std::atomic<unsigned>& of) : count(of) { ++count; }
+    ~counted() { --count; }
+  } const waiter{impl_->waiters};
+  if (stopping()) return false;
+  impl_->current()->wait(done, limit);
+  return !stopping() && done();
+}
+
+void waiting::wake() {
+  if (impl_->waiters > 0) impl_->current()->wake();
 }
 
 void waiting::stop() {

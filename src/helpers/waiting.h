@@ -4,6 +4,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 
 namespace helpers {
@@ -17,6 +18,11 @@ class time_source {
   /// Returns early when `interrupt` is called.
   virtual void sleep(std::chrono::nanoseconds duration) = 0;
   virtual void interrupt() = 0;
+
+  /// Returns when `done` holds, which is asked at once and after each `wake`, when the time is over
+  /// or when `interrupt` is called. Here for clocks without threads: looks once a millisecond.
+  virtual void wait(const std::function<bool()>& done, std::chrono::nanoseconds limit);
+  virtual void wake() {}
 };
 
 /// Thrown out of waits without limit when the process stops in the middle of them.
@@ -33,7 +39,16 @@ class waiting {
   /// True after the full time, false as soon as the process is stopping. From any thread.
   bool sleep(std::chrono::nanoseconds duration);
 
-  /// Ends every sleep, now and later.
+  /// Waits for what another thread does, which tells so by `wake`. True once `done` holds; false
+  /// after `limit`, or as soon as the process is stopping. `done` may take locks of its own that
+  /// are not held by whoever calls `wake`.
+  bool wait(const std::function<bool()>& done, std::chrono::nanoseconds limit);
+
+  /// What some thread waits for may have come about. From any thread; costs nothing while nobody
+  /// waits.
+  void wake();
+
+  /// Ends every sleep and wait, now and later.
   void stop();
   bool stopping() const;
 

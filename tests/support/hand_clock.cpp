@@ -63,6 +63,14 @@ void hand_clock::sleep(std::chrono::nanoseconds duration) {
   sleep_for(std::exchange(saved, std::chrono::nanoseconds{0}), true);
 }
 
+void hand_clock::wait(const std::function<bool()>& done, std::chrono::nanoseconds limit) {
+  constexpr std::chrono::nanoseconds look = std::chrono::milliseconds(10);
+  for (; !done() && limit.count() > 0; limit -= look) {
+    if (helpers::waiting::instance().stopping()) return;
+    sleep_for(std::min(look, limit), true);
+  }
+}
+
 void hand_clock::sleep_in_call(std::chrono::nanoseconds duration) {
   sleep_for(duration, true);
 }

@@ -31,6 +31,8 @@ class hand_clock : public helpers::time_source, public std::enable_shared_from_t
   /// Sleeps of less than a millisecond, the looks at a new subscription, are saved up to 0.1 s.
   void sleep(std::chrono::nanoseconds duration) override;
   void interrupt() override;
+  /// As a sleep inside a device call: whoever waits for a nexel may hold locks.
+  void wait(const std::function<bool()>& done, std::chrono::nanoseconds limit) override;
 
   /// Runs `body` on a thread of its own, which waits there for threads that sleep on this clock:
   /// once it waits, `time` passes, which has to be enough for them. On the owner's thread.

@@ -25,6 +25,7 @@ class client_tx : public ::manager::loops::client_tx<T> {
   /// For all channels of the plan, with its mutex held.
   virtual void calculate_channel_osnr();
 
+  std::optional<float> wanted_detection_level();
   void set_channel_detection_level();
   std::optional<float> find_closest_inactive_channel_power(unsigned frequency);
 

@@ -26,12 +26,25 @@ void client_tx<T>::watch_osnr() {
   set_channel_detection_level();
 }
 
+/// Empty with a peer that wants none: a selka.
+template <class T>
+std::optional<float> client_tx<T>::wanted_detection_level() {
+  try {
+    return this->remote_->get_channel_detection_level();
+  } catch (const nx_error& error) {
+    LUMORA_LOG(1, "No channel detection level wanted by the peer: {}", error.message);
+    return std::nullopt;
+  }
+}
+
 template <class T>
 void client_tx<T>::set_channel_detection_level() {
   constexpr double close_enough_db = 0.1;
   const auto channels = this->plan_->get_channels();
   if (channels->empty()) return;
-  const float level = this->remote_->get_channel_detection_level();
+  const auto wanted = wanted_detection_level();
+  if (!wanted) return;
+  const float level = *wanted;
   // One channel answers for all: the level is written for the whole monitor.
   const auto id = channels->begin()->second->get_channel()->get_id();
   const float current = this->ocm_->get_channel_detect_level(id);

@@ -6,7 +6,9 @@
 
 #include <atomic>
 #include <functional>
+#include <map>
 #include <optional>
+#include <set>
 #include <thread>
 
 #include "helpers/logger.h"
@@ -24,14 +26,18 @@ using testing::IsEmpty;
 /// A clock on which sleeping costs nothing; the test acts at chosen sleeps.
 class counted_time : public helpers::time_source {
  public:
-  std::chrono::steady_clock::time_point steady_now() override { return {}; }
+  std::chrono::steady_clock::time_point steady_now() override {
+    return std::chrono::steady_clock::time_point(slept);
+  }
   std::chrono::system_clock::time_point system_now() override { return {}; }
-  void sleep(std::chrono::nanoseconds) override {
+  void sleep(std::chrono::nanoseconds duration) override {
+    slept += duration;
     ++sleeps;
     if (at_sleep) at_sleep(sleeps);
   }
   void interrupt() override {}
 
+  std::chrono::nanoseconds slept{0};
   unsigned sleeps = 0;
   std::function<void(unsigned)> at_sleep;
 };
@@ -43,8 +49,14 @@ class test_client : public nexel_client_api {
   void add_subscriber(std::shared_ptr<nexel_subscriber> added) override {
     ++subscriptions;
     latest = added;
+    by_path[added->get_path()] = added;
+    added->subscription_requested();
+    if (refused.contains(added->get_path())) return fail(*added);
+    added->subscription_confirmed();
     if (first_value) report(*first_value);
+    added_one = true;
   }
+  std::shared_ptr<nexel_subscriber> at(const std::string& path) { return by_path[path].lock(); }
 
   void report(const std::string& json) { report(*latest.lock(), json); }
   static void report(nexel_subscriber& to, const std::string& json) {
@@ -56,7 +68,10 @@ class test_client : public nexel_client_api {
   }
 
   std::weak_ptr<nexel_subscriber> latest;
+  std::map<std::string, std::weak_ptr<nexel_subscriber>> by_path;
+  std::set<std::string> refused;
   unsigned subscriptions = 0;
+  std::atomic<bool> added_one{false};
   std::optional<std::string> first_value = "1.5";
 };
 
@@ -87,21 +102,129 @@ TEST_F(subscriber_test, subscribing_waits_for_the_first_value) {
   };
   values.subscribe<float>(client, "power");
   EXPECT_EQ(values.get<float>("power"), -12.5f);
-  EXPECT_TRUE(log.contains("Subscription to path power finished in ~5 µs"));
+  EXPECT_TRUE(log.contains("Subscription to path power finished in ~5000 µs"));
 
   values.subscribe<float>(client, "power");
   EXPECT_EQ(client->subscriptions, 1u) << "a healthy path is left alone";
-  EXPECT_EQ(time->sleeps, 6u);
+  EXPECT_EQ(time->sleeps, 5u);
 }
 
 TEST_F(subscriber_test, a_value_that_never_comes_ends_the_wait) {
   client->first_value.reset();
   EXPECT_EQ(failure_of([&] { values.subscribe<float>(client, "power"); }),
             "! -22 Failed to subscribe to path: power");
-  EXPECT_EQ(time->sleeps, 1'000'000u);
+  EXPECT_EQ(time->slept, std::chrono::seconds(1));
   client->report("3");
   values.subscribe<float>(client, "power");
   EXPECT_EQ(client->subscriptions, 1u) << "the subscription was kept";
+}
+
+TEST_F(subscriber_test, a_refusal_ends_the_wait_at_once) {
+  client->refused = {"power"};
+  EXPECT_EQ(failure_of([&] { values.subscribe<float>(client, "power"); }),
+            "! -22 Failed to subscribe to path: power");
+  EXPECT_EQ(time->sleeps, 0u);
+
+  client->first_value.reset();  // confirmed, but the value is in error for a moment
+  time->at_sleep = [&](unsigned sleeps) {
+    if (sleeps == 1) client->fail(*client->at("gain"));
+    if (sleeps == 3) client->report("20");
+  };
+  values.subscribe<float>(client, "gain");
+  EXPECT_EQ(values.get<float>("gain"), 20.0f);
+}
+
+TEST_F(subscriber_test, many_paths_are_waited_for_once) {
+  using enum device::value_type;
+  client->first_value.reset();
+  client->refused = {"ocm/1"};
+  const std::vector<device::wanted_path> paths{
+      {number, "ocm/1"}, {truth, "peak/1"}, {number, "ocm/2"}, {text, "state"}};
+  time->at_sleep = [&](unsigned sleeps) {
+    ASSERT_EQ(client->subscriptions, 4u) << "all are out before the first is waited for";
+    if (sleeps == 2) client->report(*client->at("peak/1"), "true");
+    if (sleeps == 5) client->report(*client->at("state"), R"("up")");
+  };
+  EXPECT_EQ(values.subscribe_all(client, paths), (std::vector<std::string>{"ocm/1", "ocm/2"}));
+  EXPECT_EQ(time->slept, std::chrono::seconds(1)) << "one wait for all";
+  EXPECT_TRUE(values.get<bool>("peak/1"));
+
+  client->refused.clear();
+  client->first_value = "-5";
+  client->report(*client->at("ocm/2"), "-7");
+  time->at_sleep = nullptr;
+  values.subscribe_each(client, paths);
+  EXPECT_EQ(client->subscriptions, 5u) << "only what has failed goes out again";
+  EXPECT_EQ(values.get<float>("ocm/1"), -5.0f);
+}
+
+TEST_F(subscriber_test, a_value_from_another_thread_ends_the_wait) {
+  helpers::waiting::instance().set_source(nullptr);
+  client->first_value.reset();
+  std::thread io([&] {
+    while (!client->added_one)
+      std::this_thread::yield();
+    client->report("3");
+  });
+  values.subscribe<float>(client, "power");
+  io.join();
+  EXPECT_EQ(values.get<float>("power"), 3.0f);
+}
+
+TEST_F(subscriber_test, what_no_instrument_tells_is_refused_and_said_once) {
+  const test::log_capture log;
+  values.subscribe<float>(client, "power", device::reading_kind::channel_power);
+  const auto path = client->latest.lock();
+  ASSERT_TRUE(values.find_known<float>("power"));
+  for (const char* nonsense : {"999", "-99", "60", "1e30"})
+    client->report(*path, nonsense);
+  EXPECT_EQ(values.get<float>("power"), 1.5f) << "the last good one";
+  EXPECT_EQ(values.get_reading<float>("power").arrivals, 1u) << "which grows old";
+  EXPECT_FALSE(values.find_known<float>("power"));
+  EXPECT_TRUE(values.is_operational()) << "the subscription is as good as ever";
+  client->report(*path, "2");
+  EXPECT_EQ(values.find_known<float>("power")->value, 2.0f);
+  EXPECT_EQ(failure_of([&] { client->report(*path, R"("dark")"); }), "? float, string");
+  EXPECT_FALSE(values.find_known<float>("power")) << "text is no reading either";
+  EXPECT_EQ(log.count("Guard plausibility begins on device power: 999 is no channel power"), 1);
+  EXPECT_EQ(log.count("Guard plausibility"), 2);
+}
+
+TEST_F(subscriber_test, a_reading_is_known_while_its_subscription_tells_it) {
+  const auto path = subscribe("power");
+  EXPECT_TRUE(values.find_known<float>("power"));
+  client->fail(*path);
+  EXPECT_FALSE(values.find_known<float>("power"));
+  client->report(*path, "2");
+  EXPECT_TRUE(values.find_known<float>("power"));
+  client->first_value.reset();
+  client->fail(*path);
+  values.request_all(client, {{device::value_type::number, "power"}});
+  EXPECT_EQ(values.get<float>("power"), 2.0f);
+  EXPECT_FALSE(values.find_known<float>("power")) << "of an earlier subscription";
+}
+
+TEST_F(subscriber_test, what_the_nexel_took_off_its_tree_is_asked_for_anew) {
+  const std::vector<device::wanted_path> paths{{device::value_type::number, "power"}};
+  const auto path = subscribe("power");
+  values.resubscribe_ended(client, paths);
+  EXPECT_EQ(client->subscriptions, 1u);
+  client->first_value.reset();
+  path->send_subscription_ended_event("power", subscription_ended_rc::removed);
+  values.resubscribe_ended(client, paths);
+  EXPECT_EQ(client->subscriptions, 2u);
+  EXPECT_EQ(failure_of([&] { values.get<float>("power"); }), "! -22 No value for path: power");
+  client->report("4");
+  EXPECT_EQ(values.get<float>("power"), 4.0f);
+}
+
+TEST_F(subscriber_test, a_failure_that_repeats_is_told_once) {
+  const test::log_capture log;
+  const auto path = subscribe("power");
+  client->fail(*path, 5);
+  client->report(*path, "2");
+  client->fail(*path, 5);
+  EXPECT_EQ(log.count("on_exception_received(power): Not connected"), 2);
 }
 
 TEST_F(subscriber_test, the_end_of_the_process_ends_the_wait) {

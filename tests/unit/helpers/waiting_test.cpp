@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <thread>
 #include <vector>
 
@@ -45,6 +46,33 @@ TEST_F(waiting_test, a_sleep_lasts_its_time_on_both_paths) {
     EXPECT_GE(clock.system_now() - system_begin, length);
   }
   EXPECT_TRUE(clock.sleep(-1s));
+}
+
+TEST_F(waiting_test, a_wait_ends_with_what_it_waits_for) {
+  EXPECT_TRUE(clock.wait([] { return true; }, 0s)) << "asked before the time is looked at";
+  EXPECT_FALSE(clock.wait([] { return false; }, 1ms));
+
+  // The waiter looks and goes to sleep while the other one acts and wakes: none may be missed.
+  std::atomic<int> turn{0};
+  constexpr int turns = 2000;
+  const auto take_turns = [&](int mine) {
+    for (int i = mine; i < turns; i += 2) {
+      ASSERT_TRUE(clock.wait([&] { return turn == i; }, 1h));
+      ++turn;
+      clock.wake();
+    }
+  };
+  std::thread other([&] { take_turns(1); });
+  take_turns(0);
+  other.join();
+  EXPECT_EQ(turn, turns);
+}
+
+TEST_F(waiting_test, stop_ends_every_wait) {
+  std::thread waiter([&] { EXPECT_FALSE(clock.wait([] { return false; }, 1h)); });
+  clock.stop();
+  waiter.join();
+  EXPECT_FALSE(clock.wait([] { return true; }, 1h)) << "nobody acts by it any more";
 }
 
 }  // namespace

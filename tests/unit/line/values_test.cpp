@@ -23,7 +23,7 @@ class line_values : public testing::Test, protected test::line_bench {
 TEST_F(line_values, name_both_ends_of_the_fibre_crossed) {
   peer.set("interface/line/1/data/osc/tx/interfaceName", "peer-tx");
   peer.set("interface/line/1/data/osc/rx/interfaceName", "peer-rx");
-  peer.set("data/line/1/rx/totalPower", 100.0f);
+  peer.set("data/line/1/rx/totalPower", 30.0f);
   meet_peer();
   expect_shown({
       {"interface/line/1/data/osc/rx/interfaceName", "\"if-1/line-rx\""},

@@ -6,9 +6,9 @@
 #include <functional>
 #include <set>
 
-#include "base/manager/remote/client.h"
 #include "base/manager/remote/peer_products.h"
 #include "helpers/waiting.h"
+#include "platform/nexel_client/nexel_client.h"
 #include "platform/wire/nx_error.h"
 #include "tests/support/hand_clock.h"
 #include "tests/unit/remote/peer_tree.h"
@@ -80,10 +80,9 @@ class subscribed_peer : test::on_hand_clock {
     give_numbers();
     adapter = manager::remote::create_adapter(product);
     network_.attach(test::peer_tree::address, tree.db);
-    nx_db own;
-    client_->connect(own, std::make_shared<test::fake_osc>());
-    adapter->subscribe(client_, values);
-    adapter->subscribe_channel(client_, values, channel);
+    client_ = nexel_client::create(nullptr, test::peer_tree::address, "peer", {});
+    EXPECT_TRUE(values->subscribe_all(client_, adapter->line_paths().paths).empty());
+    EXPECT_TRUE(values->subscribe_all(client_, adapter->channel_paths(channel).paths).empty());
   }
 
   /// The operations that the family refuses with a text of its own.
@@ -107,15 +106,16 @@ class subscribed_peer : test::on_hand_clock {
 
  private:
   void give_numbers() {
-    float value = 1;
+    float value = 0.1f;  // within the range of every kind of number
     for (const auto& path : tree.db.list("", true)) {
       const auto node = tree.db.find(path);
-      if (std::dynamic_pointer_cast<nx::api::status_value<float>>(node)) tree.set(path, value++);
+      if (std::dynamic_pointer_cast<nx::api::status_value<float>>(node))
+        tree.set(path, value += 0.1f);
     }
   }
 
   nx::in_process_network network_;
-  std::shared_ptr<manager::remote::client> client_ = std::make_shared<manager::remote::client>();
+  std::shared_ptr<nexel_client_api> client_;
 };
 
 const std::set<std::string> span_losses{"ots tx", "ots rx", "oms tx", "oms rx"};
@@ -149,8 +149,8 @@ TEST(peer_families, of_in_line_amplifiers_have_their_values_in_other_places) {
   subscribed_peer peer("TARN-ONE");
   auto& tarn = *peer.adapter;
   const auto expect = [&](const char* path, float (interface::*get)(const subscriber_ptr&)) {
-    peer.tree.set(path, 1234.5f);
-    EXPECT_EQ((tarn.*get)(peer.values), 1234.5f) << path;
+    peer.tree.set(path, 12.5f);
+    EXPECT_EQ((tarn.*get)(peer.values), 12.5f) << path;
     peer.tree.set(path, 0.0f);
   };
   expect("osc/2/data/fiberLength", &interface::get_fiber_length);

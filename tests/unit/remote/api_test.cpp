@@ -5,6 +5,7 @@
 #include "helpers/waiting.h"
 #include "platform/wire/nx_error.h"
 #include "products/control_types_full.h"
+#include "tests/support/failure.h"
 #include "tests/support/hand_clock.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/tree_values.h"
@@ -13,12 +14,15 @@
 namespace {
 
 using namespace std::chrono_literals;
+using manager::remote::device::operation;
+using test::failure_of;
 using plan_t = channel::plan<products::orva_control>;
 constexpr unsigned first_channel = 19600000;
 
 class remote_peer : public testing::Test, protected test::on_hand_clock {
  protected:
   remote_peer() {
+    network.set_clock([this] { return clock->steady_now(); });
     plan->add_channel(first_channel, 5000, 1, "1");
     remote = std::make_shared<manager::remote::api>();
   }
@@ -107,20 +111,32 @@ TEST_F(remote_peer, keeps_its_last_values_until_the_next_connection_is_identifie
   EXPECT_EQ(log.count("Remote device product changed from ORVA-LITE to TARN-TWO"), 1);
 }
 
-TEST_F(remote_peer, that_does_not_tell_its_product_is_asked_every_30_seconds) {
+TEST_F(remote_peer, that_does_not_tell_its_product_is_asked_soon_and_then_every_30_seconds) {
   serve(peer);
   const test::log_capture log;
   cycle(2);
   EXPECT_EQ(log.count("function void manager::remote::api::identify_remote()"), 1);
+  cycle(10);
+  EXPECT_EQ(log.count("Starting remote subscription."), 6) << "once a second, five times";
   cycle(60);
-  EXPECT_EQ(log.count("Starting remote subscription."), 1) << "30 s are not over";
+  EXPECT_EQ(log.count("Starting remote subscription."), 6) << "30 s are not over";
   cycle(2);
-  EXPECT_EQ(log.count("Starting remote subscription."), 2);
+  EXPECT_EQ(log.count("Starting remote subscription."), 7);
   EXPECT_FALSE(remote->is_known());
+  EXPECT_FALSE(remote->is_up());
   EXPECT_EQ(remote->get_line_tx_power(), 0.0f);
 
   peer.fill_terminal("SELKA-PLUS", {first_channel});
   cycle(62);
+  EXPECT_TRUE(remote->is_known());
+}
+
+TEST_F(remote_peer, that_is_met_while_it_builds_its_tree_is_known_a_second_later) {
+  serve(peer);
+  cycle(2);
+  EXPECT_FALSE(remote->is_known());
+  peer.fill_terminal("ORVA-LITE", {first_channel});
+  cycle(3);
   EXPECT_TRUE(remote->is_known());
 }
 
@@ -137,31 +153,138 @@ TEST_F(remote_peer, of_an_unlisted_product_is_asked_again_only_on_a_new_connecti
   EXPECT_TRUE(remote->is_known());
 }
 
-TEST_F(remote_peer, whose_subscription_fails_is_begun_anew_from_the_connection) {
+TEST_F(remote_peer, that_lacks_values_is_used_for_the_others_and_asked_again) {
   peer.fill_terminal("ORVA-LITE");  // without the channel of the plan
+  peer.remove("data/preamp/plim");
+  peer.set("data/preamp/gain", 17.0f);
   serve(peer);
   const test::log_capture log;
   cycle(2);
-  EXPECT_TRUE(log.contains("Failed to subscribe to path: data/client/19600000/tx/peak"));
-  EXPECT_FALSE(remote->is_known());
-  EXPECT_THROW(remote->get_channel_tx_ocm_power(first_channel), nx_error);
-  peer.fill_terminal("ORVA-LITE", {first_channel});
-  cycle(3);
   EXPECT_TRUE(remote->is_known());
+  EXPECT_EQ(remote->get_preamp_gain(), 17.0f);
+  EXPECT_EQ(failure_of([&] { remote->get_preamp_power_limit(); }),
+            "! -22 No value for path: data/preamp/plim");
+  EXPECT_FALSE(remote->known(operation::get_channel_tx_ocm_power, first_channel));
+  EXPECT_TRUE(log.contains("Remote peer has no value for 8 of 28 paths yet, among them: "));
+
+  cycle(120);
+  EXPECT_EQ(log.count("Connecting to remote nexel."), 1);
+  EXPECT_EQ(log.count("Starting remote subscription."), 1);
+  EXPECT_EQ(log.count("on_exception_received(data/preamp/plim)"), 1) << "not at each try";
+
+  peer.fill_terminal("ORVA-LITE", {first_channel});
+  peer.set("data/preamp/plim", 20.0f);
+  cycle(3);
+  EXPECT_EQ(remote->get_preamp_power_limit(), 20.0f);
+  EXPECT_TRUE(remote->known(operation::get_channel_tx_ocm_power, first_channel));
+  EXPECT_EQ(log.count("Starting remote subscription."), 1);
 }
 
-TEST_F(remote_peer, with_a_broken_path_is_subscribed_again_on_the_same_connection) {
+TEST_F(remote_peer, whose_value_fails_is_not_known_until_it_tells_it_again) {
   peer.fill_terminal("ORVA-LITE", {first_channel});
   serve(peer);
   cycle(3);
   const test::log_capture log;
   const auto node = peer.db.find("data/line/1/tx/power");
   std::dynamic_pointer_cast<nx_db_event_node>(node)->send_error_event(nx_error(-5, "no reading"));
+  EXPECT_FALSE(remote->known(operation::get_line_tx_power));
+  cycle(20);
+  EXPECT_EQ(remote->get_line_tx_power(), 0.0f) << "the last value stays";
+  EXPECT_FALSE(remote->known(operation::get_line_tx_power));
   peer.set("data/line/1/tx/power", -1.0f);
-  cycle(2);
-  EXPECT_EQ(remote->get_line_tx_power(), -1.0f);
-  EXPECT_EQ(log.count("Starting remote subscription."), 1);
+  cycle();
+  EXPECT_EQ(remote->known(operation::get_line_tx_power)->value, -1.0f);
+  EXPECT_EQ(log.count("Starting remote subscription."), 0);
   EXPECT_FALSE(log.contains("Connecting to remote nexel."));
+}
+
+TEST_F(remote_peer, whose_channel_goes_and_comes_again_shows_nothing_old) {
+  const std::string path = "data/client/19600000/tx/ocm/power";
+  peer.fill_terminal("ORVA-LITE", {first_channel});
+  peer.set(path, -12.0f);
+  serve(peer);
+  cycle(3);
+  peer.remove(path);
+  cycle(3);
+  EXPECT_EQ(failure_of([&] { remote->get_channel_tx_ocm_power(first_channel); }),
+            "! -22 No value for path: " + path);
+  peer.set(path, -9.0f);
+  cycle(3);
+  EXPECT_EQ(remote->get_channel_tx_ocm_power(first_channel), -9.0f);
+}
+
+TEST_F(remote_peer, of_another_model_has_nothing_of_the_former_one) {
+  peer.fill_terminal("ORVA-PRO", {first_channel});
+  peer.set("data/preamp/gain", 17.0f);
+  peer.set("data/client/19600000/tx/ocm/power", -12.0f);
+  serve(peer);
+  cycle(3);
+  ASSERT_EQ(remote->known(operation::get_preamp_gain)->value, 17.0f);
+  other.fill_terminal("ORVA-LITE");
+  other.remove("data/preamp/gain");
+  network.set_state(test::peer_tree::address, nx::link_state::dead);
+  network.deliver();
+  EXPECT_FALSE(remote->is_up());
+  EXPECT_FALSE(remote->known(operation::get_preamp_gain)) << "no write rests on it from here";
+  cycle(5);
+  EXPECT_EQ(remote->get_preamp_gain(), 17.0f) << "the loops read on";
+
+  serve(other);
+  network.set_state(test::peer_tree::address, nx::link_state::up);
+  cycle(3);
+  EXPECT_TRUE(remote->is_up());
+  EXPECT_EQ(failure_of([&] { remote->get_preamp_gain(); }),
+            "! -22 No value for path: data/preamp/gain");
+  EXPECT_EQ(failure_of([&] { remote->get_channel_tx_ocm_power(first_channel); }),
+            "! -22 No value for path: data/client/19600000/tx/ocm/power");
+  EXPECT_EQ(failure_of([&] { remote->get_tdcm_dispersion(); }),
+            "! -22 No value for path: local/interface/line/1/data/dispersion/rx/tdcm");
+}
+
+TEST_F(remote_peer, is_known_by_measurements_alone) {
+  EXPECT_FALSE(remote->known(operation::get_preamp_gain)) << "the zeros of no peer";
+  peer.fill_terminal("ORVA-LITE", {first_channel});
+  peer.set("interface/line/1/data/osc/rx/power", -99.0f);
+  serve(peer);
+  cycle(3);
+  EXPECT_EQ(remote->get_osc_rx_power(), -99.0f) << "shown as it is";
+  EXPECT_FALSE(remote->known(operation::get_osc_rx_power));
+  EXPECT_FALSE(remote->known(operation::get_channel_detection_level)) << "a constant";
+  EXPECT_FALSE(remote->known(operation::get_ots_spanloss_tx)) << "a refusal";
+  EXPECT_EQ(remote->known(operation::get_channel_tx_peak, first_channel)->value, 1.0f);
+
+  const test::log_capture log;
+  const std::string saturation = "data/client/tx/edfaSaturation";
+  peer.set(saturation, 0.5f);
+  peer.set(saturation, 0.75f);
+  EXPECT_EQ(remote->known(operation::get_edfa_tx_saturation)->changes, 2u);
+  for (const float nonsense : {500.0f, -99.0f, 31.0f})
+    peer.set(saturation, nonsense);
+  EXPECT_FALSE(remote->known(operation::get_edfa_tx_saturation));
+  EXPECT_EQ(remote->get_edfa_tx_saturation(), 0.75f) << "the last good one";
+  peer.set(saturation, 1.0f);
+  EXPECT_EQ(remote->known(operation::get_edfa_tx_saturation)->value, 1.0f);
+  EXPECT_EQ(log.count("Guard plausibility begins on peer data/client/tx/edfaSaturation: 500 is no "
+                      "saturation (0 to 30 dB)"),
+            1);
+  EXPECT_EQ(log.count("Guard plausibility"), 2) << "begin and end";
+}
+
+TEST_F(remote_peer, at_another_address_is_found_while_the_former_does_not_answer) {
+  peer.fill_terminal("ORVA-LITE", {first_channel});
+  osc->neighbour = "fe80::2%osc0";  // nobody there
+  serve(peer);
+  cycle(4);
+  EXPECT_FALSE(remote->is_up());
+  osc->neighbour = test::peer_tree::neighbour;
+  cycle(5);
+  EXPECT_TRUE(remote->is_up());
+
+  const auto reads = osc->neighbour_reads;
+  osc->neighbour = "fe80::3%osc0";
+  cycle(10);
+  EXPECT_EQ(osc->neighbour_reads, reads) << "a connection that is up is left alone";
+  EXPECT_TRUE(remote->is_up());
 }
 
 }  // namespace

@@ -37,6 +37,11 @@ class peer_tree {
   void fill_terminal(const std::string& product, std::initializer_list<unsigned> channels = {});
   /// An in-line amplifier.
   void fill_tarn(const std::string& product);
+  /// Takes a value off the tree.
+  void remove(const std::string& path) {
+    db.remove_node(path);
+    nodes_.erase(path);
+  }
 
   nx_db db;
 
@@ -53,17 +58,16 @@ class peer_tree {
       std::get<node<T>>(found->second)->update(value);
     }
   }
-  void set_default(manager::remote::device::value_kind kind, const std::string& path);
+  void set_default(device::value_type type, const std::string& path);
 
   std::map<std::string, std::variant<node<float>, node<bool>, node<std::string>>> nodes_;
 };
 
-inline void peer_tree::set_default(manager::remote::device::value_kind kind,
-                                   const std::string& path) {
-  using manager::remote::device::value_kind;
-  if (kind == value_kind::number) set(path, 0.0f);
-  if (kind == value_kind::truth) set(path, true);
-  if (kind == value_kind::text) set(path, "text");
+inline void peer_tree::set_default(device::value_type type, const std::string& path) {
+  using device::value_type;
+  if (type == value_type::number) set(path, 0.0f);
+  if (type == value_type::truth) set(path, true);
+  if (type == value_type::text) set(path, "text");
 }
 
 inline void peer_tree::fill_terminal(const std::string& product,
@@ -71,21 +75,21 @@ inline void peer_tree::fill_terminal(const std::string& product,
   using namespace manager::remote::device;
   identify(product);
   for (const auto& entry : terminal_line_paths)
-    set_default(entry.kind, entry.path);
+    set_default(entry.type, entry.path);
   for (const unsigned id : channels) {
     for (const auto& entry : terminal_channel_paths) {
-      set_default(entry.kind, fmt::format(fmt::runtime(entry.path), id));
+      set_default(entry.type, fmt::format(fmt::runtime(entry.path), id));
     }
   }
   if (product != "ORVA-PRO") return;
   for (const auto& entry : dispersion_paths)
-    set_default(entry.kind, entry.path);
+    set_default(entry.type, entry.path);
 }
 
 inline void peer_tree::fill_tarn(const std::string& product) {
   identify(product);
   for (const auto& entry : manager::remote::device::tarn_line_paths)
-    set_default(entry.kind, entry.path);
+    set_default(entry.type, entry.path);
 }
 
 class fake_osc : public fake_device<device::interfaces::osc> {

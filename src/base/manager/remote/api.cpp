@@ -1,12 +1,16 @@
 #include "base/manager/remote/api.h"
 
+#include <utility>
+
 #include "base/manager/remote/client.h"
 #include "base/manager/remote/peer_products.h"
+#include "base/manager/remote/session.h"
 #include "device/interfaces/osc.h"
 #include "device/subscriber.h"
 #include "helpers/guard.h"
 #include "helpers/logger.h"
 #include "helpers/waiting.h"
+#include "platform/nexel_client/nexel_client.h"
 
 namespace manager::remote {
 
@@ -15,7 +19,13 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr const char* not_identified = "n/a";
+/// A peer that has just started has no product on its tree yet.
+constexpr unsigned quick_retries = 5;
+constexpr std::chrono::nanoseconds quick_retry = 1s;
 constexpr std::chrono::nanoseconds unidentified_retry = 30s;
+constexpr std::chrono::nanoseconds tending_interval = 1s;
+/// Code of the client library.
+constexpr std::int32_t connection_lost = -107;
 
 std::chrono::system_clock::time_point now() {
   return helpers::waiting::instance().system_now();
@@ -25,14 +35,18 @@ std::chrono::system_clock::time_point now() {
 
 api::api()
     : client_(std::make_shared<manager::remote::client>()),
-      subscriber_(std::make_shared<::device::subscriber>()),
-      device_(create_adapter(not_identified)),
+      view_{create_adapter(not_identified), std::make_shared<::device::subscriber>("peer"), 0},
       last_subscription_(now()) {}
 
 api::~api() = default;
 
 bool api::is_known() const {
   return known_;
+}
+
+bool api::is_up() const {
+  const auto connection = identified_on_.load();
+  return connection != client::no_connection && connection == client_->up();
 }
 
 bool api::is_embedded_ila() const {
@@ -43,10 +57,17 @@ bool api::has_osnr() const {
   return osnr_;
 }
 
-void api::update_flags() {
-  known_ = is_listed(product_);
-  embedded_ila_ = device_->is_embedded_ila();
-  osnr_ = device_->has_osnr();
+api::view api::present_view() const {
+  const std::lock_guard lock(mutex_);
+  return view_;
+}
+
+device::known_number api::find_known(device::operation what, std::optional<unsigned> id) const {
+  const auto from = present_view();
+  if (from.connection == client::no_connection || from.connection != client_->up()) {
+    return std::nullopt;
+  }
+  return from.adapter->find_known(from.values, what, id);
 }
 
 void api::create_values(nx_db& db) {
@@ -73,43 +94,101 @@ void api::run_cycle(nx_db& db, const std::shared_ptr<::device::interfaces::osc>&
 void api::keep_connection(nx_db& db, const std::shared_ptr<::device::interfaces::osc>& osc,
                           const channel_source& channels) {
   if (!osc->is_operational()) return;
-  if (!client_->connected) {
+  const auto connection = client_->up();
+  if (session_ && session_->connection != connection) session_.reset();
+  if (connection == client::no_connection) {
     LUMORA_LOG(2, "Connecting to remote nexel.");
     client_->connect(db, osc);
-    subscribed_ = false;
+    subscribed_on_ = client::no_connection;
     return;
   }
-  const bool all_alive = subscriber_->is_operational();
-  const bool unidentified =
-      product_ == not_identified && now() - last_subscription_ > unidentified_retry;
-  if (all_alive && subscribed_ && !unidentified) return;
-  last_subscription_ = now();
-  setup_remote_subscriptions(channels);
+  if (!session_ && is_setup_due(connection)) begin_setup(connection);
+  if (session_) return advance_setup(channels);
+  tend_subscriptions();
 }
 
-void api::setup_remote_subscriptions(const channel_source& channels) {
-  reset();
-  identify_remote();
-  LUMORA_LOG(2, "Starting remote subscription.");
-  device_->subscribe(client_, subscriber_);
-  // Now, so that a channel that came while the peer was asked is among them.
-  for (const unsigned id : channels())
-    device_->subscribe_channel(client_, subscriber_, id);
-  subscribed_ = true;
+bool api::is_setup_due(std::uint64_t connection) const {
+  if (subscribed_on_ != connection) return true;
+  if (product_ != not_identified) return false;
+  const auto waited = now() - last_subscription_;
+  return vain_identifications_ <= quick_retries ? waited >= quick_retry
+                                                : waited > unidentified_retry;
+}
+
+void api::begin_setup(std::uint64_t connection) {
+  const auto peer = client_->open_client(connection);
+  if (!peer) return;  // lost at this moment
+  if (subscribed_on_ != connection) vain_identifications_ = 0;
+  last_subscription_ = now();
+  present_view().values->reset();  // its values stay until the new ones are taken over
+  session_ = std::make_unique<session>(connection, peer);
+}
+
+void api::advance_setup(const channel_source& channels) {
+  if (session_->is_identifying()) {
+    if (!session_->has_identity()) return;
+    identify_remote();
+    if (session_->is_lost) return session_.reset();  // the last values stand
+    setup_remote_subscriptions(channels);
+  }
+  if (session_->is_answered()) take_over();
 }
 
 void api::identify_remote() {
   helpers::guarded([this] {
-    product_ = client_->get("data/product");
-    sw_version_ = client_->get("data/swVersion");
-    hw_revision_ = client_->get("data/hwRevision");
+    try {
+      session_->read_identity();
+    } catch (const nx_client_exception& error) {
+      session_->is_lost = error.code == connection_lost;
+      throw;
+    }
   });
+  session_->adapter = create_adapter(session_->product);
+}
+
+void api::setup_remote_subscriptions(const channel_source& channels) {
+  LUMORA_LOG(2, "Starting remote subscription.");
+  session_->subscribe(session_->adapter->line_paths());
+  // Now, so that a channel that came while the peer was asked is among them.
+  for (const unsigned id : channels())
+    session_->subscribe(session_->adapter->channel_paths(id));
+}
+
+void api::take_over() {
+  const auto done = std::exchange(session_, nullptr);
+  subscribed_on_ = done->connection;
+  product_ = done->product;
+  sw_version_ = done->sw_version;
+  hw_revision_ = done->hw_revision;
+  const bool identified = product_ != not_identified;
+  vain_identifications_ = identified ? 0 : vain_identifications_ + 1;
   {
     const std::lock_guard lock(mutex_);
-    device_ = create_adapter(product_);
+    view_ = {done->adapter, done->values, identified ? done->connection : client::no_connection};
   }
+  identified_on_ = identified ? done->connection : client::no_connection;
   update_flags();
   publish_identity();
+  done->log_outcome();
+  paths_ = std::move(done->paths);
+  last_tending_ = now();
+}
+
+void api::update_flags() {
+  const auto adapter = present_view().adapter;
+  known_ = is_listed(product_);
+  embedded_ila_ = adapter->is_embedded_ila();
+  osnr_ = adapter->has_osnr();
+}
+
+// What the peer refuses, the client library asks for again; what it has taken off its tree and may
+// bring back, nobody else does.
+void api::tend_subscriptions() {
+  if (now() - last_tending_ < tending_interval) return;
+  last_tending_ = now();
+  if (const auto peer = client_->open_client(subscribed_on_)) {
+    present_view().values->resubscribe_ended(peer, paths_);
+  }
 }
 
 void api::publish_identity() {
@@ -125,169 +204,12 @@ void api::publish_identity() {
 }
 
 void api::reset() {
-  subscriber_->reset();
-  subscribed_ = false;
+  session_.reset();
+  present_view().values->reset();
+  subscribed_on_ = client::no_connection;
+  identified_on_ = client::no_connection;
   product_ = sw_version_ = hw_revision_ = not_identified;
   known_ = false;
-}
-
-template <class Result, class... Parameters, class... Args>
-Result api::forward(Result (device::interface::*operation)(const device::subscriber_ptr&,
-                                                           Parameters...),
-                    const Args&... args) {
-  const auto adapter = [this] {
-    const std::lock_guard lock(mutex_);
-    return device_;
-  }();
-  return (adapter.get()->*operation)(subscriber_, args...);
-}
-
-std::string api::get_hostname() {
-  return forward(&device::interface::get_hostname);
-}
-
-float api::get_fiber_length() {
-  return forward(&device::interface::get_fiber_length);
-}
-
-float api::get_utilization() {
-  return forward(&device::interface::get_utilization);
-}
-
-float api::get_line_tx_total_power() {
-  return forward(&device::interface::get_line_tx_total_power);
-}
-
-float api::get_line_rx_total_power() {
-  return forward(&device::interface::get_line_rx_total_power);
-}
-
-float api::get_line_tx_power() {
-  return forward(&device::interface::get_line_tx_power);
-}
-
-float api::get_line_rx_power() {
-  return forward(&device::interface::get_line_rx_power);
-}
-
-float api::get_line_target_power() {
-  return forward(&device::interface::get_line_target_power);
-}
-
-float api::get_client_target_power() {
-  return forward(&device::interface::get_client_target_power);
-}
-
-std::string api::get_line_interface_name(const std::string& direction) {
-  return forward(&device::interface::get_line_interface_name, direction);
-}
-
-float api::get_dispersion() {
-  return forward(&device::interface::get_dispersion);
-}
-
-float api::get_osc_loss() {
-  return forward(&device::interface::get_osc_loss);
-}
-
-float api::get_osc_attenuation() {
-  return forward(&device::interface::get_osc_attenuation);
-}
-
-float api::get_osc_tx_power() {
-  return forward(&device::interface::get_osc_tx_power);
-}
-
-float api::get_osc_rx_power() {
-  return forward(&device::interface::get_osc_rx_power);
-}
-
-float api::get_preamp_power_limit() {
-  return forward(&device::interface::get_preamp_power_limit);
-}
-
-float api::get_preamp_gain() {
-  return forward(&device::interface::get_preamp_gain);
-}
-
-float api::get_edfa_tx_saturation() {
-  return forward(&device::interface::get_edfa_tx_saturation);
-}
-
-float api::get_edfa_tx_calibration() {
-  return forward(&device::interface::get_edfa_tx_calibration);
-}
-
-float api::get_preamp_default_gain() {
-  return forward(&device::interface::get_preamp_default_gain);
-}
-
-std::string api::get_channel_rx_status(unsigned id) {
-  return forward(&device::interface::get_channel_rx_status, id);
-}
-
-std::string api::get_channel_tx_status(unsigned id) {
-  return forward(&device::interface::get_channel_tx_status, id);
-}
-
-float api::get_channel_osnr(unsigned id) {
-  return forward(&device::interface::get_channel_osnr, id);
-}
-
-float api::get_channel_tx_peak(unsigned id) {
-  return forward(&device::interface::get_channel_tx_peak, id);
-}
-
-float api::get_channel_tx_ocm_power(unsigned id) {
-  return forward(&device::interface::get_channel_tx_ocm_power, id);
-}
-
-float api::get_channel_rx_power(unsigned id) {
-  return forward(&device::interface::get_channel_rx_power, id);
-}
-
-float api::get_channel_tx_power(unsigned id) {
-  return forward(&device::interface::get_channel_tx_power, id);
-}
-
-std::string api::get_spanloss_section() {
-  return forward(&device::interface::get_spanloss_section);
-}
-
-float api::get_ots_spanloss_tx() {
-  return forward(&device::interface::get_ots_spanloss_tx);
-}
-
-float api::get_ots_spanloss_rx() {
-  return forward(&device::interface::get_ots_spanloss_rx);
-}
-
-float api::get_oms_spanloss_tx() {
-  return forward(&device::interface::get_oms_spanloss_tx);
-}
-
-float api::get_oms_spanloss_rx() {
-  return forward(&device::interface::get_oms_spanloss_rx);
-}
-
-float api::get_channel_detection_level() {
-  return forward(&device::interface::get_channel_detection_level);
-}
-
-float api::get_tdcm_dispersion() {
-  return forward(&device::interface::get_tdcm_dispersion);
-}
-
-float api::get_final_dispersion() {
-  return forward(&device::interface::get_final_dispersion);
-}
-
-std::string api::get_fiber_type() {
-  return forward(&device::interface::get_fiber_type);
-}
-
-float api::get_tdcm_offset() {
-  return forward(&device::interface::get_tdcm_offset);
 }
 
 }  // namespace manager::remote

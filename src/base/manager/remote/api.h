@@ -1,9 +1,13 @@
 // What the loops see of the peer: keeps the connection alive, finds out which product stands at the
 // far end, and offers the peer's values. Reads only; nothing of the peer is ever written from here.
 //
-// Threads: run on the manager thread alone. The getters from the loops and from polled values; they
-// never wait for the network. That matters when two nodes meet: each subscribes to values which the
-// other works out from its peer's, and would wait for the other's subscription to give up. Lock
+// A connection is set up beside the loops: identification and subscriptions go out in one piece
+// each, `run` collects what has been answered since and takes the new peer over between two cycles.
+// Until then the values of the last one stand, and no write may rest on them: `known` tells.
+//
+// Threads: `run` on the manager thread alone, the rest from the loops and from polled values; none
+// of it waits for the network. That matters when two nodes meet: each subscribes to values which
+// the other works out from its peer's, and would wait for the other's subscription to give up. Lock
 // order: channel plan, this lock, that of remote::client.
 // Failures of getters: nx_error -22 when the peer's product lacks the value or has not delivered
 // it. Powers dBm, losses dB, lengths km, dispersion ps/nm.
@@ -11,9 +15,11 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -40,7 +46,8 @@ class api {
   api& operator=(const api&) = delete;
 
   /// One cycle of connection handling. The channels of `plan`, which is the tx plan, are asked of
-  /// the peer. Failures are logged and the whole chain starts again at the next call.
+  /// the peer when it has been identified. Failures are logged and the whole chain starts again at
+  /// the next call.
   template <class T>
   void run(nx_db& db, std::shared_ptr<::device::interfaces::osc> osc,
            std::shared_ptr<::channel::plan<T>> plan) {
@@ -48,9 +55,19 @@ class api {
   }
 
   // Without the lock; these read flags.
-  bool is_known() const;  ///< a peer of a listed product, identified on the present connection
+  bool is_known() const;  ///< the peer identified last is of a listed product
+  /// The connection is up now and its peer has been identified, of whatever product.
+  bool is_up() const;
   bool is_embedded_ila() const;
   bool has_osnr() const;
+
+  /// The number behind the getter of that name, for whoever writes by it. Empty unless it came over
+  /// the connection that is up now, and the newest that came was a measurement: no constant, no
+  /// error, nothing beyond its kind's range. Its counts begin anew with each connection.
+  device::known_number known(device::operation what) const { return find_known(what, {}); }
+  device::known_number known(device::operation what, unsigned channel) const {
+    return find_known(what, channel);
+  }
 
   std::string get_hostname();
   float get_fiber_length();
@@ -107,37 +124,59 @@ class api {
     return ids;
   }
 
+  /// What the getters read: the peer that was identified last.
+  struct view {
+    std::shared_ptr<device::interface> adapter;
+    device::subscriber_ptr values;
+    std::uint64_t connection = 0;  ///< on which it was identified; 0 if it was not
+  };
+  struct session;
+
   void run_cycle(nx_db& db, const std::shared_ptr<::device::interfaces::osc>& osc,
                  const channel_source& channels);
   void keep_connection(nx_db& db, const std::shared_ptr<::device::interfaces::osc>& osc,
                        const channel_source& channels);
   void create_values(nx_db& db);
+  bool is_setup_due(std::uint64_t connection) const;
+  void begin_setup(std::uint64_t connection);
+  void advance_setup(const channel_source& channels);
   void identify_remote();
-  void publish_identity();
   void setup_remote_subscriptions(const channel_source& channels);
+  void take_over();
+  void tend_subscriptions();
+  void publish_identity();
   void reset();
   void update_flags();
+
+  view present_view() const;
+  device::known_number find_known(device::operation what, std::optional<unsigned> id) const;
 
   template <class Result, class... Parameters, class... Args>
   Result forward(Result (device::interface::*operation)(const device::subscriber_ptr&,
                                                         Parameters...),
                  const Args&... args);
 
+  std::shared_ptr<manager::remote::client> client_;
+  mutable std::mutex mutex_;  // guards the view alone
+  view view_;
+  std::atomic<std::uint64_t> identified_on_{0};
+  std::atomic<bool> known_{false};
+  std::atomic<bool> embedded_ila_{false};
+  std::atomic<bool> osnr_{false};
+
+  // The manager thread's.
   text_value remote_product_value_;
   text_value remote_sw_version_value_;
   text_value remote_hw_revision_value_;
-  std::shared_ptr<manager::remote::client> client_;
-  std::shared_ptr<::device::subscriber> subscriber_;
-  std::shared_ptr<device::interface> device_;
-  bool subscribed_ = false;
-  std::mutex mutex_;  // guards the pointer to the adapter; everything else is the manager thread's
+  std::unique_ptr<session> session_;  // the set-up in progress
+  std::uint64_t subscribed_on_ = 0;   // the connection that has been set up; 0 for none
+  std::vector<::device::wanted_path> paths_;
+  unsigned vain_identifications_ = 0;  // in a row, on the present connection
   std::string product_ = "n/a";
   std::string sw_version_ = "n/a";
   std::string hw_revision_ = "n/a";
   std::chrono::system_clock::time_point last_subscription_;
-  std::atomic<bool> known_{false};
-  std::atomic<bool> embedded_ila_{false};
-  std::atomic<bool> osnr_{false};
+  std::chrono::system_clock::time_point last_tending_;
 };
 
 }  // namespace manager::remote

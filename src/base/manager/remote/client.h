@@ -1,20 +1,21 @@
 // The one connection of this node to the value tree of the peer, over the IPv6 link that the
 // supervisory channel carries: finds the peer's link-local address, opens the connection and
 // records whether it is up. A connection that was lost is never used again: the next `connect`
-// builds a new one from a fresh address.
+// builds a new one from a fresh address, and so does a neighbour that turns out to be another one
+// while the connection is in the making.
 //
-// Threads: connect and disconnect on the manager thread; the two events on the client library's
-// serial executor, which may wait for the mutex. The mutex is held across network reads.
+// Threads: all but the two events on the manager thread; those on the client library's serial
+// executor, which may wait for the mutex. Nothing here waits for the network.
 #pragma once
 
 #include <atomic>
+#include <chrono>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
 
-#include "device/subscriber.h"
-#include "platform/nexel_client/nexel_subscriber.h"
-
+class nexel_client_api;
 class nexel_ipv6_client;
 class nx_db;
 
@@ -24,35 +25,40 @@ class osc;
 
 namespace manager::remote {
 
-class client : public nexel_connection_subscriber, public std::enable_shared_from_this<client> {
+class client : public std::enable_shared_from_this<client> {
  public:
-  ~client() override = default;
+  /// Of the connections of a client; each has a number of its own.
+  using connection_number = std::uint64_t;
+  static constexpr connection_number no_connection = 0;
 
-  void connection_established_event(const std::string& name) override;
-  void connection_lost_event(const std::string& name) override;
-
-  /// Opens the connection if there is none; `connected` becomes true later. Failures are logged; an
-  /// address without an interface is the normal state of a node without a peer.
+  /// Opens the connection if there is none, or if it has been in the making for a second and the
+  /// neighbour is another one by now; it is up later. Failures are logged; an address without an
+  /// interface is the normal state of a node without a peer.
   void connect(nx_db& db, const std::shared_ptr<::device::interfaces::osc>& osc);
   void disconnect();
 
-  /// One string value of the peer. Throws nx_error -5 when there is no connection, or
-  /// nx_client_exception.
-  std::string get(const std::string& path);
+  /// The number of the connection that is up. From any thread.
+  connection_number up() const { return up_; }
 
-  /// Waits for the first value. T: float, bool, std::string. Throws nx_error -5 when there is no
-  /// connection, -22 when no value comes.
-  template <class T>
-  void subscribe(::device::subscriber& subscriber, const std::string& path);
-
-  std::atomic<bool> connected{false};
+  /// The connection of that number, for requests and subscriptions; null if it is up no longer.
+  std::shared_ptr<nexel_client_api> open_client(connection_number number);
 
  private:
-  void open(nx_db& db, ::device::interfaces::osc& osc);
-  nexel_ipv6_client& open_client();
+  class events_of;
 
+  void open(nx_db& db, const std::string& address);
+  bool is_in_the_making();
+  std::shared_ptr<nexel_ipv6_client> release();
+  void established(connection_number number, const std::string& name);
+  void lost(connection_number number, const std::string& name);
+
+  std::mutex mutex_;  // of all below
   std::shared_ptr<nexel_ipv6_client> client_;
-  std::mutex mutex_;
+  std::shared_ptr<events_of> events_;
+  std::string address_;
+  std::chrono::steady_clock::time_point next_look_;
+  connection_number number_ = no_connection;  // of the newest connection
+  std::atomic<connection_number> up_{no_connection};
 };
 
 }  // namespace manager::remote

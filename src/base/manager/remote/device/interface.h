@@ -8,27 +8,37 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
+#include "base/manager/remote/device/value_table.h"
 #include "device/subscriber.h"
-
-namespace manager::remote {
-class client;
-}
 
 namespace manager::remote::device {
 
-using client_ptr = std::shared_ptr<manager::remote::client>;
 using subscriber_ptr = std::shared_ptr<::device::subscriber>;
+using known_number = std::optional<::device::reading<float>>;
+
+/// Paths that are subscribed in one piece, and what the log says before and after it.
+struct path_group {
+  const char* starting = "";
+  const char* complete = "";
+  std::vector<::device::wanted_path> paths;
+};
 
 class interface {
  public:
   virtual ~interface() = default;
 
-  /// Throws nx_error -5 when there is no connection, -22 when a path never delivers a value.
-  virtual void subscribe(const client_ptr& client, const subscriber_ptr& values) = 0;
-  virtual void subscribe_channel(const client_ptr& client, const subscriber_ptr& values,
-                                 unsigned id) = 0;
+  /// What the getters read, of the line as a whole and of a channel.
+  virtual path_group line_paths() = 0;
+  virtual path_group channel_paths(unsigned id) = 0;
+
+  /// The number behind the getter of that name, `id` being the channel's; a truth value is 1 or 0.
+  /// Empty for a constant, a refusal or a text, and while the subscription does not know it.
+  virtual known_number find_known(const subscriber_ptr& values, operation what,
+                                  std::optional<unsigned> id) = 0;
 
   virtual std::string get_hostname(const subscriber_ptr& values) = 0;
   virtual float get_fiber_length(const subscriber_ptr& values) = 0;

@@ -2,27 +2,26 @@
 #pragma once
 
 #include <span>
-#include <string>
+#include <vector>
 
-#include "base/manager/remote/device/interface.h"
 #include "base/manager/remote/device/value_table.h"
+#include "device/subscriber.h"
 
 namespace manager::remote::device {
 
-enum class value_kind { number, truth, text };
 enum class offered_by { all, orva_alone };
 
 struct subscription {
-  value_kind kind;
+  ::device::value_type type;
   const char* path;  ///< "{}" takes a channel identifier
+  ::device::reading_kind kind = ::device::reading_kind::any_number;
   offered_by who = offered_by::all;
 };
 
-/// Subscribes one after the other what this family offers, each with its first value.
-void subscribe_all(manager::remote::client& client, ::device::subscriber& values,
-                   std::span<const subscription> list, family peer);
-void subscribe_all(manager::remote::client& client, ::device::subscriber& values,
-                   std::span<const subscription> list, family peer, unsigned id);
+/// What this family offers of a list, in its order.
+std::vector<::device::wanted_path> offered_paths(std::span<const subscription> list, family peer);
+std::vector<::device::wanted_path> offered_paths(std::span<const subscription> list, family peer,
+                                                 unsigned id);
 
 /// Of a peer with client ports, orva or selka: the line as a whole, and one of its channels.
 extern const std::span<const subscription> terminal_line_paths;

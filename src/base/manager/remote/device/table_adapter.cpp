@@ -56,6 +56,19 @@ bool truth(const cell& from) {
 
 }  // namespace
 
+known_number table_adapter::find_known(const subscriber_ptr& values, operation what,
+                                       std::optional<unsigned> id) {
+  const auto* pattern = std::get_if<path>(&find(what));
+  if (!pattern) return std::nullopt;
+  if (!id) return values->find_known<float>(pattern->text);
+  const auto text = full_path(*pattern, *id);
+  if (what != operation::get_channel_tx_peak) return values->find_known<float>(text);
+  const auto peak = values->find_known<bool>(text);
+  if (!peak) return std::nullopt;
+  return ::device::reading<float>{peak->value ? 1.0f : 0.0f, peak->arrived, peak->arrivals,
+                                  peak->changes};
+}
+
 std::string table_adapter::get_hostname(const subscriber_ptr& values) {
   return words(find(operation::get_hostname), values);
 }

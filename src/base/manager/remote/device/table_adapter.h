@@ -3,7 +3,6 @@
 #pragma once
 
 #include "base/manager/remote/device/interface.h"
-#include "base/manager/remote/device/subscription.h"
 #include "base/manager/remote/device/value_table.h"
 
 namespace manager::remote::device {
@@ -11,6 +10,9 @@ namespace manager::remote::device {
 class table_adapter : public interface {
  public:
   explicit table_adapter(family peer) : family_(peer) {}
+
+  known_number find_known(const subscriber_ptr& values, operation what,
+                          std::optional<unsigned> id) override;
 
   std::string get_hostname(const subscriber_ptr& values) override;
   float get_fiber_length(const subscriber_ptr& values) override;

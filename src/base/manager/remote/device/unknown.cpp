@@ -1,13 +1,14 @@
 #include "base/manager/remote/device/unknown.h"
 
-#include "helpers/logger.h"
-
 namespace manager::remote::device {
 
-void unknown::subscribe(const client_ptr&, const subscriber_ptr&) {
-  LUMORA_LOG(2, "No remote subscription against unknown device.");
+path_group unknown::line_paths() {
+  return {
+      .starting = "No remote subscription against unknown device.", .complete = "", .paths = {}};
 }
 
-void unknown::subscribe_channel(const client_ptr&, const subscriber_ptr&, unsigned) {}
+path_group unknown::channel_paths(unsigned) {
+  return {};
+}
 
 }  // namespace manager::remote::device

@@ -10,9 +10,8 @@ class unknown : public table_adapter {
  public:
   unknown() : table_adapter(family::unknown) {}
 
-  void subscribe(const client_ptr& client, const subscriber_ptr& values) override;
-  void subscribe_channel(const client_ptr& client, const subscriber_ptr& values,
-                         unsigned id) override;
+  path_group line_paths() override;
+  path_group channel_paths(unsigned id) override;
 };
 
 }  // namespace manager::remote::device

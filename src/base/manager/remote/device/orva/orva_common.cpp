@@ -1,26 +1,26 @@
 #include "base/manager/remote/device/orva/orva_common.h"
 
 #include "base/manager/remote/device/subscription.h"
-#include "helpers/logger.h"
 
 namespace manager::remote::device::orva {
 
-void orva_common::subscribe(const client_ptr& client, const subscriber_ptr& values) {
-  LUMORA_LOG(2, "Starting remote subscription against ORVA products.");
-  subscribe_all(*client, *values, terminal_line_paths, family::orva);
-  LUMORA_LOG(2, "Remote subscription complete.");
+path_group orva_common::line_paths() {
+  return {.starting = "Starting remote subscription against ORVA products.",
+          .complete = "Remote subscription complete.",
+          .paths = offered_paths(terminal_line_paths, family::orva)};
 }
 
-void orva_common::subscribe_channel(const client_ptr& client, const subscriber_ptr& values,
-                                    unsigned id) {
-  LUMORA_LOG(2, "Starting remote channel subscription against ORVA-BASE.");
-  subscribe_all(*client, *values, terminal_channel_paths, family::orva, id);
-  LUMORA_LOG(2, "Remote channel subscription complete.");
+path_group orva_common::channel_paths(unsigned id) {
+  return {.starting = "Starting remote channel subscription against ORVA-BASE.",
+          .complete = "Remote channel subscription complete.",
+          .paths = offered_paths(terminal_channel_paths, family::orva, id)};
 }
 
-void orvapro::subscribe(const client_ptr& client, const subscriber_ptr& values) {
-  subscribe_all(*client, *values, dispersion_paths, family::orva);
-  orva_common::subscribe(client, values);
+path_group orvapro::line_paths() {
+  auto group = orva_common::line_paths();
+  const auto compensation = offered_paths(dispersion_paths, family::orva);
+  group.paths.insert(group.paths.begin(), compensation.begin(), compensation.end());
+  return group;
 }
 
 }  // namespace manager::remote::device::orva

@@ -9,9 +9,8 @@ class orva_common : public table_adapter {
  public:
   orva_common() : table_adapter(family::orva) {}
 
-  void subscribe(const client_ptr& client, const subscriber_ptr& values) override;
-  void subscribe_channel(const client_ptr& client, const subscriber_ptr& values,
-                         unsigned id) override;
+  path_group line_paths() override;
+  path_group channel_paths(unsigned id) override;
 };
 
 class orvabase : public orva_common {};
@@ -19,7 +18,7 @@ class orvabase : public orva_common {};
 /// Adds what the peer's dispersion compensation shows.
 class orvapro : public orva_common {
  public:
-  void subscribe(const client_ptr& client, const subscriber_ptr& values) override;
+  path_group line_paths() override;
 };
 
 }  // namespace manager::remote::device::orva

@@ -9,9 +9,8 @@ class selka_common : public table_adapter {
  public:
   selka_common() : table_adapter(family::selka) {}
 
-  void subscribe(const client_ptr& client, const subscriber_ptr& values) override;
-  void subscribe_channel(const client_ptr& client, const subscriber_ptr& values,
-                         unsigned id) override;
+  path_group line_paths() override;
+  path_group channel_paths(unsigned id) override;
 };
 
 class selkamin : public selka_common {};

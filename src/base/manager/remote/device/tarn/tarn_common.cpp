@@ -1,16 +1,17 @@
 #include "base/manager/remote/device/tarn/tarn_common.h"
 
 #include "base/manager/remote/device/subscription.h"
-#include "helpers/logger.h"
 
 namespace manager::remote::device::tarn {
 
-void tarn_common::subscribe(const client_ptr& client, const subscriber_ptr& values) {
-  LUMORA_LOG(2, "Starting remote subscription against TARN products.");
-  subscribe_all(*client, *values, tarn_line_paths, family::tarn);
-  LUMORA_LOG(2, "Remote subscription complete.");
+path_group tarn_common::line_paths() {
+  return {.starting = "Starting remote subscription against TARN products.",
+          .complete = "Remote subscription complete.",
+          .paths = offered_paths(tarn_line_paths, family::tarn)};
 }
 
-void tarn_common::subscribe_channel(const client_ptr&, const subscriber_ptr&, unsigned) {}
+path_group tarn_common::channel_paths(unsigned) {
+  return {};
+}
 
 }  // namespace manager::remote::device::tarn

@@ -10,9 +10,8 @@ class tarn_common : public table_adapter {
  public:
   tarn_common() : table_adapter(family::tarn) {}
 
-  void subscribe(const client_ptr& client, const subscriber_ptr& values) override;
-  void subscribe_channel(const client_ptr& client, const subscriber_ptr& values,
-                         unsigned id) override;
+  path_group line_paths() override;
+  path_group channel_paths(unsigned id) override;
 };
 
 class tarnone : public tarn_common {};

@@ -1,0 +1,117 @@
+// The newest values of a subscriber by path, and what is known of each. Subscriptions share the
+// table, so that a value which arrives while the subscriber is destroyed still has a place to go.
+//
+// The client library's I/O thread stores; the loops and the server's threads read. Nothing waits.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <shared_mutex>
+#include <string>
+#include <utility>
+
+#include "helpers/waiting.h"
+
+namespace device {
+
+/// The newest value of a path and what is known of its freshness. The first value of a subscription
+/// is as old as the nexel's last look: only another one tells that the device measures, be it than
+/// the last of the subscription before.
+template <class T>
+struct reading {
+  T value{};
+  std::chrono::steady_clock::time_point arrived{};  ///< when this value, changed or not, came in
+  std::uint32_t arrivals = 0;                       ///< of this subscription, the first included
+  std::uint32_t changes = 0;                        ///< arrivals that differed from what was known
+};
+
+/// A value that was asked for just now.
+reading<float> reading_of_now(float value);
+
+template <class T>
+class value_table {
+ public:
+  /// `measured` is false for a legal value that stands for no measurement.
+  void store(const std::string& path, T value, bool measured) {
+    const auto now = helpers::waiting::instance().steady_now();
+    const std::lock_guard lock(mutex_);
+    auto& kept = values_[path];
+    if (kept.is_there && kept.value != value) ++kept.changes;
+    ++kept.arrivals;
+    kept.value = std::move(value);
+    kept.arrived = now;
+    kept.is_there = true;
+    kept.is_sound = measured;
+    kept.is_answered = true;
+  }
+
+  /// The newest report was no value: the last one stays, and is known no longer.
+  void spoil(const std::string& path, bool refused) {
+    const std::lock_guard lock(mutex_);
+    auto& kept = values_[path];
+    kept.is_sound = false;
+    kept.is_answered = true;
+    kept.is_refused = refused;
+  }
+
+  /// The value of an earlier subscription stays until this one has delivered.
+  void begin_subscription(const std::string& path) {
+    const std::lock_guard lock(mutex_);
+    auto& kept = values_[path];
+    kept.arrivals = 0;
+    kept.changes = 0;
+    kept.is_sound = kept.is_answered = kept.is_refused = false;
+  }
+
+  void forget(const std::string& path) {
+    const std::lock_guard lock(mutex_);
+    values_.erase(path);
+  }
+
+  std::optional<reading<T>> find(const std::string& path) const {
+    return find_if(path, [](const entry& kept) { return kept.is_there; });
+  }
+
+  /// Empty unless the newest report of the present subscription was a measured value.
+  std::optional<reading<T>> find_known(const std::string& path) const {
+    return find_if(path, [](const entry& kept) { return kept.is_there && kept.is_sound; });
+  }
+
+  /// The nexel has answered the present subscription, with a value or a failure.
+  bool is_answered(const std::string& path) const {
+    const std::shared_lock lock(mutex_);
+    const auto found = values_.find(path);
+    return found != values_.end() && found->second.is_answered;
+  }
+
+  /// There is a value, be it an earlier one, or the nexel has refused the subscription.
+  bool is_settled(const std::string& path) const {
+    const std::shared_lock lock(mutex_);
+    const auto found = values_.find(path);
+    return found != values_.end() && (found->second.is_there || found->second.is_refused);
+  }
+
+ private:
+  struct entry : reading<T> {
+    bool is_there = false;
+    bool is_sound = false;     // the newest report was a measured value
+    bool is_answered = false;  // of the present subscription
+    bool is_refused = false;   // the present subscription, at its last try
+  };
+
+  template <class Wanted>
+  std::optional<reading<T>> find_if(const std::string& path, Wanted wanted) const {
+    const std::shared_lock lock(mutex_);
+    const auto found = values_.find(path);
+    if (found == values_.end() || !wanted(found->second)) return std::nullopt;
+    return found->second;
+  }
+
+  mutable std::shared_mutex mutex_;  // nothing is taken under it
+  std::map<std::string, entry> values_;
+};
+
+}  // namespace device

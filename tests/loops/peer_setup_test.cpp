@@ -1,0 +1,139 @@
+// A manager that meets a peer which is late, or lacks some of what it is asked for: its own cycles
+// and channels do not wait, what the peer has is used, and what it has not is asked for quietly.
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "api/status_value.h"
+#include "tests/support/plant_node.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr const char* peer_address = "[fe80::2%osc0]:5100";
+
+class peer_setup : public testing::Test {
+ protected:
+  /// A node that stands opposite the plant's far end, which plays that family.
+  void face(const std::string& product, const std::string& family) {
+    auto topology = sim::default_topology(product);
+    topology.peer = family;
+    node = std::make_unique<test::plant_node>(std::move(topology));
+    node->network().attach(peer_address, peer());
+  }
+  ~peer_setup() override { leave(); }
+  void leave() {
+    if (node) node->network().detach(peer_address);
+    node.reset();
+  }
+
+  nx_db& peer() { return node->plant().nexel_tree("peer", 1); }
+
+  /// Longest of the cycles in this time.
+  std::chrono::nanoseconds longest_cycle(std::chrono::nanoseconds time) {
+    std::chrono::nanoseconds longest{0};
+    for (const auto end = node->now() + time; node->now() < end;) {
+      const auto begin = node->now();
+      node->cycle();
+      longest = std::max(longest, node->now() - begin);
+    }
+    return longest;
+  }
+
+  long lines(const std::string& beginning) {
+    return std::count_if(log.begin(), log.end(),
+                         [&](const auto& line) { return line.starts_with(beginning); });
+  }
+
+  std::unique_ptr<test::plant_node> node;
+  test::log_lines log;
+};
+
+class late_peer : public peer_setup, public testing::WithParamInterface<int> {};
+
+TEST_P(late_peer, delays_no_cycle_and_no_channel) {
+  face("orvalite", "orva-lite");
+  node->network().set_latency(peer_address, std::chrono::milliseconds(GetParam()));
+  node->start();
+  EXPECT_LE(longest_cycle(10s), 620ms);
+  EXPECT_TRUE(node->all_on_target()) << "10 s after the start";
+  node->run_for(10s);
+  if (GetParam() >= 2000) return;  // beyond what the client library waits for
+  EXPECT_EQ(node->text("data/line/1/remoteProduct"), "ORVA-LITE");
+  EXPECT_EQ(node->text("data/line/1/remoteHostname"), "simulated-orva-lite");
+
+  for (const auto channel : node->channels())
+    node->disturb(channel, 3.0);
+  EXPECT_LE(longest_cycle(10s), 620ms);
+  EXPECT_TRUE(node->all_on_target());
+}
+
+INSTANTIATE_TEST_SUITE_P(by, late_peer, testing::Values(5, 300, 1000, 1900, 3000));
+
+TEST_F(peer_setup, an_orvapro_gets_on_with_an_orvalite_that_has_fewer_channels) {
+  face("orvapro", "orva-lite");
+  const auto path_of = [](unsigned channel, const char* name) {
+    return fmt::format("data/client/{}/{}", channel, name);
+  };
+  auto lacking = node->channels();
+  lacking.resize(8);
+  for (const auto channel : lacking) {
+    for (const char* name :
+         {"tx/peak", "tx/ocm/power", "tx/osnr", "tx/power", "rx/power", "tx/status", "rx/status"})
+      ASSERT_TRUE(peer().remove_node(path_of(channel, name)));
+  }
+  ASSERT_TRUE(peer().remove_node("interface/line/1/data/osc/loss"));
+  node->start();
+  node->run_for(30s);
+  EXPECT_TRUE(node->all_on_target());
+  EXPECT_TRUE(node->is_fully_operational());
+
+  node->take_log();
+  node->run_for(5min);
+  log = node->take_log();
+  EXPECT_EQ(lines("Connecting to remote nexel."), 0);
+  EXPECT_EQ(lines("Starting remote subscription."), 0);
+  EXPECT_EQ(lines("on_exception_received"), 0) << "each told once, and that is over";
+  EXPECT_LT(log.size(), 300u) << "a line a second at most";
+  EXPECT_EQ(node->text("data/line/1/remoteHostname"), "simulated-orva-lite");
+
+  const auto loss =
+      nx::api::status_value<float>::create(peer(), "interface/line/1/data/osc/loss", 17.25f, 1);
+  node->run_for(8s);  // its poll has five of them
+  EXPECT_EQ(node->number("interface/line/1/data/osc/remoteLoss"), 17.25f);
+}
+
+TEST_F(peer_setup, an_orvalite_gets_on_with_a_selka) {
+  for (const char* family : {"selka-min", "selka-plus"}) {
+    face("orvalite", family);
+    node->start();
+    node->run_for(30s);
+    EXPECT_TRUE(node->all_on_target());
+    for (int cycle = 0; cycle < 10; ++cycle)
+      EXPECT_TRUE(node->is_fully_operational());
+    node->take_log();
+    node->run_for(1min);
+    log = node->take_log();
+    EXPECT_LT(log.size(), 60u);
+    leave();
+  }
+}
+
+TEST_F(peer_setup, a_value_that_the_peer_takes_away_costs_nothing_else) {
+  face("orvalite", "orva-lite");
+  node->start();
+  node->run_for(1min);
+  ASSERT_TRUE(peer().remove_node("data/client/tx/edfaSaturation"));
+  node->take_log();
+  node->run_for(2min);
+  log = node->take_log();
+  EXPECT_EQ(lines("Connecting to remote nexel."), 0);
+  EXPECT_EQ(lines("Starting remote subscription."), 0);
+  EXPECT_LT(log.size(), 120u);
+  EXPECT_TRUE(node->all_on_target());
+  EXPECT_EQ(node->text("data/line/1/remoteProduct"), "ORVA-LITE");
+}
+
+}  // namespace
