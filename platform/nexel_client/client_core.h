@@ -5,6 +5,7 @@
 
 #include <boost/asio/io_context.hpp>
 #include <memory>
+#include <string>
 #include <utility>
 
 #include "platform/nexel_client/nexel_client.h"
@@ -30,9 +31,12 @@ class client_core {
 template <class Base>
 class client_handle final : public Base {
  public:
-  client_handle(std::shared_ptr<boost::asio::io_context> io, std::shared_ptr<client_core> core)
-      : io_(std::move(io)), core_(std::move(core)) {}
+  client_handle(std::shared_ptr<boost::asio::io_context> io, std::string address,
+                std::shared_ptr<client_core> core)
+      : address_(std::move(address)), io_(std::move(io)), core_(std::move(core)) {}
   ~client_handle() override { core_->close(); }
+
+  std::string address() const override { return address_; }
 
   void server_call(std::shared_ptr<nexel_request> request) override { core_->call(*request); }
   void add_subscriber(std::shared_ptr<nexel_subscriber> subscriber) override {
@@ -45,6 +49,7 @@ class client_handle final : public Base {
   bool pass_time() override { return core_->pass_time(); }
 
  private:
+  const std::string address_;
   std::shared_ptr<boost::asio::io_context> io_;  // goes after the core, whose sockets need it
   std::shared_ptr<client_core> core_;
 };

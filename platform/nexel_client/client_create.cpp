@@ -19,7 +19,8 @@ std::shared_ptr<client_handle<Handle>> create_client(
   } else {
     core = socket_core::create(*io, address, std::move(name), std::move(connection_subscriber));
   }
-  return std::make_shared<client_handle<Handle>>(std::move(io), std::move(core));
+  return std::make_shared<client_handle<Handle>>(std::move(io), address_in_process,
+                                                 std::move(core));
 }
 
 }  // namespace

@@ -91,6 +91,10 @@ R nexel_client_api::set(const std::string& path, const char* value) {
   return wait_for(answer, path);
 }
 
+template bool nexel_client_api::wait_for(std::future<bool>&, const std::string&);
+template float nexel_client_api::wait_for(std::future<float>&, const std::string&);
+template unsigned int nexel_client_api::wait_for(std::future<unsigned int>&, const std::string&);
+template std::string nexel_client_api::wait_for(std::future<std::string>&, const std::string&);
 template bool nexel_client_api::get(const std::string&);
 template float nexel_client_api::get(const std::string&);
 template int nexel_client_api::get(const std::string&);

@@ -28,6 +28,17 @@ class nexel_client_api : public nexel_client_base {
   /// Registers a subscription; the client keeps a std::weak_ptr.
   virtual void add_subscriber(std::shared_ptr<nexel_subscriber> subscriber) = 0;
 
+  /// Which nexel this is a client of, as its transport names it; empty where it has no name.
+  virtual std::string address() const { return {}; }
+
+  /// Waits for the answer of an object that `server_call` was given, as the blocking calls do: for
+  /// those who send to several nexels and wait for all of them. T as below. Throws
+  /// nx_client_exception.
+  template <class T>
+  T await(std::future<T>& answer, const std::string& path) {
+    return wait_for(answer, path);
+  }
+
   /// One blocking read. T: bool, float, int, unsigned int, std::string. Throws nx_client_exception.
   template <class T>
   T get(const std::string& path);

@@ -9,7 +9,10 @@
 
 #include <memory>
 #include <optional>
+#include <set>
+#include <vector>
 
+#include "device/cycle_reads.h"
 #include "device/subscriber.h"
 
 namespace device {
@@ -32,6 +35,16 @@ class interface {
   virtual void unsubscribe() = 0;
   virtual unsigned get_channel_subscribe_count() = 0;
   virtual bool has_channel(unsigned channel) = 0;
+
+  /// `subscribe_channel` for each, where the proxy can all of them together and with one wait.
+  /// Gives those of which the nexel told no value. Throws the failure of the first when it told of
+  /// none.
+  virtual std::set<unsigned> subscribe_channels(const std::vector<unsigned>& channels);
+  /// Adds what a cycle of the loops reads without subscription.
+  virtual void declare_reads(std::vector<read_wish>&) {}
+  /// Likewise of a channel; `blocking`: its loop blocks and unblocks channels.
+  virtual void declare_channel_reads(unsigned /*channel*/, bool /*blocking*/,
+                                     std::vector<read_wish>&) {}
 };
 
 }  // namespace device

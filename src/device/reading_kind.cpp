@@ -36,8 +36,9 @@ constexpr table all_limits{{
     {"attenuation",
      "dB",
      {-0.5f, 30.0f},
-     {99.5f, 100.5f},
-     "attenuators end at 15 to 25 dB and read back half a dB off; a blocked channel reads 100"},
+     {90.0f, 110.0f},
+     "attenuators end at 15 to 25 dB and read back half a dB off; a blocked channel reads about "
+     "100"},
     {"gain",
      "dB",
      {-30.0f, 50.0f},

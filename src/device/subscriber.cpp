@@ -54,7 +54,8 @@ reading<float> reading_of_now(float value) {
   return {.value = value,
           .arrived = helpers::waiting::instance().steady_now(),
           .arrivals = 1,
-          .changes = 1};
+          .changes = 1,
+          .is_sound = true};
 }
 
 template <class T>

@@ -26,6 +26,7 @@ struct reading {
   std::chrono::steady_clock::time_point arrived{};  ///< when this value, changed or not, came in
   std::uint32_t arrivals = 0;                       ///< of this subscription, the first included
   std::uint32_t changes = 0;                        ///< arrivals that differed from what was known
+  bool is_sound = false;  ///< the newest report was a measured value of the present subscription
 };
 
 /// A value that was asked for just now.
@@ -97,7 +98,6 @@ class value_table {
  private:
   struct entry : reading<T> {
     bool is_there = false;
-    bool is_sound = false;     // the newest report was a measured value
     bool is_answered = false;  // of the present subscription
     bool is_refused = false;   // the present subscription, at its last try
   };

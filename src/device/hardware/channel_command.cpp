@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include "platform/nexel_client/nexel_client.h"
+#include "device/hardware/readings.h"
 #include "platform/wire/nx_error.h"
 
 namespace device::hardware {
@@ -10,7 +10,7 @@ namespace device::hardware {
 template <class Value>
 void run_channel_command(nexel_client_api& client, const std::string& path, const Value& request,
                          const char* failure) {
-  if (!client.set<bool>(path, request)) throw nx_error(-5, failure);
+  if (!write<bool>(client, path, request)) throw nx_error(-5, failure);
 }
 
 template void run_channel_command(nexel_client_api&, const std::string&, const bool&, const char*);

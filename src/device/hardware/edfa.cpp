@@ -1,5 +1,6 @@
 #include "device/hardware/edfa.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "device/hardware/readings.h"
@@ -19,8 +20,9 @@ void edfa::subscribe_channel(unsigned) {}
 void edfa::unsubscribe_channel(unsigned) {}
 
 void edfa::subscribe() {
-  subscriber_->subscribe<float>(client_, "data/gain");
-  subscriber_->subscribe<float>(client_, "data/actualGain");
+  using enum value_type;
+  subscriber_->subscribe_each(client_, {{number, "data/gain", reading_kind::gain},
+                                        {number, "data/actualGain", reading_kind::gain}});
 }
 
 void edfa::unsubscribe() {
@@ -38,56 +40,66 @@ bool edfa::has_channel(unsigned) {
 }
 
 void edfa::enable() {
-  client_->set<void>("config/enable", true);
+  write<void>(*client_, "config/enable", true);
 }
 
 void edfa::disable() {
-  client_->set<void>("config/enable", false);
+  write<void>(*client_, "config/enable", false);
 }
 
 bool edfa::is_enabled() {
-  return client_->get<bool>("data/enable");
+  return read<bool>(*client_, "data/enable");
 }
 
 float edfa::get_rx_power() {
-  return read_number(*client_, "data/rxPower");
+  return read_number(*client_, "data/rxPower", reading_kind::tap_power);
 }
 
 float edfa::get_tx_power() {
-  return read_number(*client_, "data/txPower");
+  return read_number(*client_, "data/txPower", reading_kind::tap_power);
 }
 
 float edfa::get_power_limit() {
-  return read_number(*client_, "data/powerLimit");
+  return read_number(*client_, "data/powerLimit", reading_kind::power_limit);
 }
 
 float edfa::get_gain() {
-  return read_number(*client_, "data/gain");
+  return read_number(*client_, "data/gain", reading_kind::gain);
 }
 
 void edfa::set_gain(float gain) {
-  client_->set<void>("config/gain", gain);
+  write<void>(*client_, "config/gain", gain);
 }
 
 float edfa::get_min_gain() {
-  return read_number(*client_, "data/gainMinThreshold");
+  return read_number(*client_, "data/gainMinThreshold", reading_kind::gain);
 }
 
 float edfa::get_max_gain() {
-  return read_number(*client_, "data/gainMaxThreshold");
+  return read_number(*client_, "data/gainMaxThreshold", reading_kind::gain);
 }
 
 float edfa::get_default_gain() {
-  return read_number(*client_, "data/gainDefault");
+  return read_number(*client_, "data/gainDefault", reading_kind::gain);
 }
 
 float edfa::get_saturation() {
-  const float missing = get_gain() - read_number(*client_, "data/actualGain");
-  return missing > 0.0f ? missing : 0.0f;
+  const float actual = read_number(*client_, "data/actualGain", reading_kind::gain);
+  const float missing = std::max(get_gain() - actual, 0.0f);
+  return plausible(missing, reading_kind::saturation, "data/actualGain");
+}
+
+void edfa::declare_reads(std::vector<read_wish>& wishes) {
+  using enum read_wish::type;
+  for (const char* path :
+       {"data/rxPower", "data/txPower", "data/powerLimit", "data/gain", "data/actualGain"})
+    wishes.push_back({client_, number, path});
+  wishes.push_back({client_, truth, "data/enable"});
+  wishes.push_back({client_, count, "alarms/lossOfSignal/severity"});
 }
 
 bool edfa::has_los() {
-  return client_->get<unsigned>("alarms/lossOfSignal/severity") != 0;
+  return read<unsigned>(*client_, "alarms/lossOfSignal/severity") != 0;
 }
 
 }  // namespace device::hardware

@@ -35,6 +35,7 @@ class edfa : public with_subscriptions<device::interfaces::edfa> {
   float get_default_gain() override;
   float get_saturation() override;
   bool has_los() override;
+  void declare_reads(std::vector<read_wish>& wishes) override;
 
  private:
   std::shared_ptr<nexel_client_api> client_;

@@ -20,6 +20,7 @@ class osc : public without_subscriptions<device::interfaces::osc> {
   float get_fiber_dispersion() override;
   std::string get_neighbour() override;
   bool has_loss_of_link() override;
+  void declare_reads(std::vector<read_wish>& wishes) override;
 
  private:
   std::shared_ptr<nexel_client_api> client_;

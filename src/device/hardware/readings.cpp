@@ -1,16 +1,16 @@
 #include "device/hardware/readings.h"
 
-#include <fmt/format.h>
-
-#include "platform/nexel_client/nexel_client.h"
 #include "platform/nexel_client/nx_client_exception.h"
 
 namespace device::hardware {
 
-float read_number(nexel_client_api& client, const std::string& path) {
-  const auto reading = client.get<float>(path);
-  if (is_plausible(reading)) return reading;
-  throw nx_client_exception{-22, fmt::format("No device measures {}", reading), path};
+float plausible(float number, reading_kind kind, const std::string& path) {
+  if (judge(kind, number) != verdict::refused) return number;
+  throw nx_client_exception{-22, refusal_text(kind, number), path};
+}
+
+float read_number(nexel_client_api& client, const std::string& path, reading_kind kind) {
+  return plausible(read<float>(client, path), kind, path);
 }
 
 }  // namespace device::hardware

@@ -1,23 +1,36 @@
-// Numbers from devices, and those that no device measures: a service that tells one is broken, and
-// nothing may be regulated by it.
+// How proxies read and write single paths. Inside a cycle of the loops a read is answered by the
+// cycle's snapshot, and a write makes that stale.
 #pragma once
 
-#include <cmath>
 #include <string>
+#include <string_view>
 
-class nexel_client_api;
+#include "device/cycle_reads.h"
+#include "device/reading_kind.h"
+#include "platform/nexel_client/nexel_client.h"
 
 namespace device::hardware {
 
-/// Powers in dBm, losses and gains in dB, lengths in km, dispersions in ps/nm: all are far smaller.
-/// False for what is not finite, too.
-inline bool is_plausible(float reading) {
-  constexpr float largest = 1e5f;
-  return std::fabs(reading) <= largest;
+/// T: bool, unsigned int, std::string. Throws what the client throws.
+template <class T>
+T read(nexel_client_api& client, const std::string& path) {
+  auto* reads = cycle_reads::current();
+  return reads ? reads->get<T>(client, path) : client.get<T>(path);
 }
 
-/// Reads a path once. Throws what the client throws, and nx_client_exception -22 on a number that
-/// is not plausible.
-float read_number(nexel_client_api& client, const std::string& path);
+/// Throws what the client throws, and nx_client_exception -22 on a number that no instrument of the
+/// kind tells: a service that tells one is broken, and nothing may be regulated by it.
+float read_number(nexel_client_api& client, const std::string& path, reading_kind kind);
+/// `number` if it can be of the kind; throws as above, `path` says of what.
+float plausible(float number, reading_kind kind, const std::string& path);
+
+/// Writes a path; `touches` is part of all paths whose readings the write may change, "" of any of
+/// the nexel. Throws what the client throws; then, too, the old readings are gone.
+template <class R, class Value>
+R write(nexel_client_api& client, const std::string& path, const Value& value,
+        std::string_view touches = {}) {
+  if (auto* reads = cycle_reads::current()) reads->forget(client, touches);
+  return client.set<R>(path, value);
+}
 
 }  // namespace device::hardware

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "device/hardware/channel_command.h"
+#include "device/hardware/channel_subscriptions.h"
 #include "device/hardware/readings.h"
 #include "helpers/logger.h"
 #include "platform/nexel_client/nexel_client.h"
@@ -19,14 +20,36 @@ std::string selka_ocm::channel_path(unsigned channel, const char* name) const {
   return fmt::format("data/port/{}/channel/{}/{}", port_, channel, name);
 }
 
+std::string selka_ocm::total_power_path() const {
+  return fmt::format("data/port/{}/totalPower", port_);
+}
+
+std::string selka_ocm::plan_loaded_path() const {
+  return fmt::format("data/port/{}/channelPlanLoaded", port_);
+}
+
+std::vector<wanted_path> selka_ocm::channel_paths(unsigned channel) const {
+  using enum value_type;
+  return {{truth, channel_path(channel, "peak")},
+          {number, channel_path(channel, "power"), reading_kind::channel_power}};
+}
+
+std::set<unsigned> selka_ocm::subscribe_channels(const std::vector<unsigned>& channels) {
+  return subscribe_together(*subscriber_, client_, channels,
+                            [this](unsigned channel) { return channel_paths(channel); });
+}
+
+void selka_ocm::declare_reads(std::vector<read_wish>& wishes) {
+  wishes.push_back({client_, read_wish::type::truth, plan_loaded_path()});
+}
+
 bool selka_ocm::is_operational() {
   check_plan_ = !check_plan_;
   return !check_plan_ || is_channel_plan_loaded();
 }
 
 void selka_ocm::subscribe_channel(unsigned channel) {
-  subscriber_->subscribe<bool>(client_, channel_path(channel, "peak"));
-  subscriber_->subscribe<float>(client_, channel_path(channel, "power"));
+  subscriber_->subscribe_each(client_, channel_paths(channel));
 }
 
 void selka_ocm::unsubscribe_channel(unsigned channel) {
@@ -48,7 +71,7 @@ bool selka_ocm::has_channel(unsigned channel) {
 }
 
 float selka_ocm::get_total_power() {
-  return read_number(*client_, fmt::format("data/port/{}/totalPower", port_));
+  return read_number(*client_, total_power_path(), reading_kind::total_power);
 }
 
 reading<float> selka_ocm::get_channel_power_reading(unsigned channel) {
@@ -99,7 +122,7 @@ void selka_ocm::remove_all_channels() {
 }
 
 bool selka_ocm::is_channel_plan_loaded() {
-  return client_->get<bool>(fmt::format("data/port/{}/channelPlanLoaded", port_));
+  return read<bool>(*client_, plan_loaded_path());
 }
 
 }  // namespace device::hardware

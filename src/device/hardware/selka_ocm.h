@@ -34,9 +34,15 @@ class selka_ocm : public with_subscriptions<device::interfaces::ocm> {
   void create_channel_plan(const std::string& json) override;
   void remove_all_channels() override;
   bool is_channel_plan_loaded() override;
+  void declare_reads(std::vector<read_wish>& wishes) override;
+  std::set<unsigned> subscribe_channels(const std::vector<unsigned>& channels) override;
 
  private:
   std::string channel_path(unsigned channel, const char* name) const;
+
+  std::string total_power_path() const;
+  std::string plan_loaded_path() const;
+  std::vector<wanted_path> channel_paths(unsigned channel) const;
 
   std::shared_ptr<nexel_client_api> client_;
   const unsigned port_;

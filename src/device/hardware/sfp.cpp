@@ -11,24 +11,30 @@ sfp::sfp(std::shared_ptr<boost::asio::io_context> io, const std::string& socket_
     : without_subscriptions("sfp"), client_(make_client(std::move(io), socket_path)) {}
 
 bool sfp::is_operational() {
-  return client_->get<bool>("present");
+  return read<bool>(*client_, "present");
 }
 
 float sfp::get_rx_power() {
-  return read_number(*client_, "data/rxPower");
+  return read_number(*client_, "data/rxPower", reading_kind::osc_power);
 }
 
 float sfp::get_tx_power() {
-  return read_number(*client_, "data/txPower");
+  return read_number(*client_, "data/txPower", reading_kind::osc_power);
+}
+
+void sfp::declare_reads(std::vector<read_wish>& wishes) {
+  using enum read_wish::type;
+  wishes.push_back({client_, truth, "present"});
+  wishes.push_back({client_, count, "alarms/lossOfSignal/severity"});
 }
 
 bool sfp::has_los() {
   if (!is_operational()) return true;
-  return client_->get<unsigned>("alarms/lossOfSignal/severity") != 0;
+  return read<unsigned>(*client_, "alarms/lossOfSignal/severity") != 0;
 }
 
 std::string sfp::get_oper_status() {
-  return client_->get<std::string>("data/operStatus");
+  return read<std::string>(*client_, "data/operStatus");
 }
 
 }  // namespace device::hardware

@@ -21,6 +21,7 @@ class sfp : public without_subscriptions<device::interfaces::sfp> {
   float get_tx_power() override;
   bool has_los() override;
   std::string get_oper_status() override;
+  void declare_reads(std::vector<read_wish>& wishes) override;
 
  private:
   std::shared_ptr<nexel_client_api> client_;

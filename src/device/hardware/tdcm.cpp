@@ -75,12 +75,12 @@ void tdcm::check_dispersion(float value) {
 }
 
 void tdcm::set_dispersion(float value) {
-  client_->set<void>("config/dispersion", value);
+  write<void>(*client_, "config/dispersion", value);
 }
 
 float tdcm::get_dispersion() {
   try {
-    return read_number(*client_, "data/currentDispersion");
+    return read_number(*client_, "data/currentDispersion", reading_kind::dispersion);
   } catch (const nx_client_exception& error) {
     LUMORA_LOG_DIRECT(severity_error, "get_dispersion",
                       fmt::format("Error getting dispersion: {}", error.message));

@@ -24,6 +24,22 @@ twin_wss::twin_wss(std::shared_ptr<boost::asio::io_context> io, const std::strin
                    unsigned module)
     : client_(make_client(std::move(io), socket_path)), module_(module) {}
 
+std::string twin_wss::attenuation_path(unsigned channel) const {
+  return fmt::format("data/module/{}/channel/{}/attenuation", side(), channel);
+}
+
+std::string twin_wss::plan_loaded_path() const {
+  return fmt::format("data/module/{}/channelPlanLoaded", side());
+}
+
+void twin_wss::declare_reads(std::vector<read_wish>& wishes) {
+  wishes.push_back({client_, read_wish::type::truth, plan_loaded_path()});
+}
+
+void twin_wss::declare_channel_reads(unsigned channel, bool, std::vector<read_wish>& wishes) {
+  wishes.push_back({client_, read_wish::type::number, attenuation_path(channel)});
+}
+
 bool twin_wss::is_operational() {
   check_plan_ = !check_plan_;
   return !check_plan_ || is_channel_plan_loaded();
@@ -51,6 +67,9 @@ void twin_wss::set_attenuation(unsigned channel, float value) {
   const auto key = fmt::format("{}:nx/wss:config/module/{}/channel/{}/attenuation",
                                store.get_hash_tags().first, side(), channel);
   LUMORA_LOG(2, "WSS: set {} attenuation on channel {}: {} = {}", side(), channel, key, value);
+  if (auto* reads = cycle_reads::current()) {
+    reads->forget(*client_, fmt::format("/channel/{}/", channel));
+  }
   store.set(key, value);
   const std::lock_guard lock(written_mutex_);
   written_[channel] = value;
@@ -63,8 +82,7 @@ std::optional<float> twin_wss::get_written_attenuation(unsigned channel) const {
 }
 
 float twin_wss::get_attenuation(unsigned channel) {
-  return read_number(*client_,
-                     fmt::format("data/module/{}/channel/{}/attenuation", side(), channel));
+  return read_number(*client_, attenuation_path(channel), reading_kind::attenuation);
 }
 
 void twin_wss::block_channel(unsigned channel) {
@@ -88,7 +106,7 @@ float twin_wss::get_max_attenuation() {
 }
 
 unsigned twin_wss::get_channel_port(unsigned channel) {
-  return client_->get<unsigned>(fmt::format("config/module/{}/channel/{}/port", side(), channel));
+  return read<unsigned>(*client_, fmt::format("config/module/{}/channel/{}/port", side(), channel));
 }
 
 void twin_wss::add_channel(unsigned center, unsigned width, unsigned port,
@@ -122,7 +140,7 @@ void twin_wss::remove_all_channels() {
 }
 
 bool twin_wss::is_channel_plan_loaded() {
-  return client_->get<bool>(fmt::format("data/module/{}/channelPlanLoaded", side()));
+  return read<bool>(*client_, plan_loaded_path());
 }
 
 }  // namespace device::hardware

@@ -46,10 +46,16 @@ class twin_wss : public with_subscriptions<device::interfaces::wss> {
 
   /// The attenuation last written to the store for a channel, which the switch may not show yet.
   std::optional<float> get_written_attenuation(unsigned channel) const;
+  void declare_reads(std::vector<read_wish>& wishes) override;
+  void declare_channel_reads(unsigned channel, bool blocking,
+                             std::vector<read_wish>& wishes) override;
 
  private:
   static const char* const _add_drop[2];
   const char* side() const { return _add_drop[module_ & 1]; }
+
+  std::string attenuation_path(unsigned channel) const;
+  std::string plan_loaded_path() const;
 
   std::shared_ptr<nexel_client_api> client_;
   const unsigned module_;

@@ -13,12 +13,12 @@ voa::voa(std::shared_ptr<boost::asio::io_context> io, const std::string& socket_
     : without_subscriptions("voa"), client_(make_client(std::move(io), socket_path)) {}
 
 bool voa::is_operational() {
-  return client_->get<std::string>("data/operStatus") == "up";
+  return read<std::string>(*client_, "data/operStatus") == "up";
 }
 
 void voa::set_attenuation(float attenuation) {
   LUMORA_LOG(1, "VOA: set attenuation = {}", attenuation);
-  const auto write = [&] { client_->set<void>("config/attenuation", attenuation); };
+  const auto write = [&] { hardware::write<void>(*client_, "config/attenuation", attenuation); };
   try {
     write();
     return;
@@ -30,7 +30,14 @@ void voa::set_attenuation(float attenuation) {
 }
 
 float voa::get_attenuation() {
-  return read_number(*client_, "data/attenuation");
+  return read_number(*client_, "data/attenuation", reading_kind::attenuation);
+}
+
+void voa::declare_reads(std::vector<read_wish>& wishes) {
+  using enum read_wish::type;
+  wishes.push_back({client_, text, "data/operStatus"});
+  wishes.push_back({client_, number, "data/attenuation"});
+  wishes.push_back({client_, number, "data/insertionLoss"});
 }
 
 float voa::get_min_attenuation() {
@@ -42,7 +49,7 @@ float voa::get_max_attenuation() {
 }
 
 float voa::get_insertion_loss() {
-  return read_number(*client_, "data/insertionLoss");
+  return read_number(*client_, "data/insertionLoss", reading_kind::insertion_loss);
 }
 
 }  // namespace device::hardware

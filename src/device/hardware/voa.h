@@ -21,6 +21,7 @@ class voa : public without_subscriptions<device::interfaces::voa> {
   float get_min_attenuation() override;
   float get_max_attenuation() override;
   float get_insertion_loss() override;
+  void declare_reads(std::vector<read_wish>& wishes) override;
 
  private:
   std::shared_ptr<nexel_client_api> client_;

@@ -4,10 +4,21 @@
 
 #include <utility>
 
+#include "device/hardware/channel_subscriptions.h"
+#include "device/hardware/readings.h"
 #include "helpers/logger.h"
 #include "platform/nexel_client/nexel_client.h"
 
 namespace device::hardware {
+
+namespace {
+
+/// The part of a channel's paths: a write to it changes no reading of the others.
+std::string of_channel(unsigned channel) {
+  return fmt::format("/channel/{}/", channel);
+}
+
+}  // namespace
 
 wss_edge::wss_edge(std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path,
                    unsigned index)
@@ -26,14 +37,34 @@ std::string wss_edge::total_power_path() const {
 }
 
 bool wss_edge::is_operational() {
-  return client_->get<std::string>("data/moduleStatus") == "operational";
+  return read<std::string>(*client_, "data/moduleStatus") == "operational";
 }
 
 void wss_edge::subscribe_channel(unsigned channel) {
-  subscriber_->subscribe<bool>(client_, ocm_path(channel, "detected"));
-  subscriber_->subscribe<float>(client_, ocm_path(channel, "powerLevel"));
-  subscriber_->subscribe<float>(client_, wss_path("data", channel, "attenuation"));
-  subscriber_->subscribe<float>(client_, ocm_path(channel, "detectLevel"));
+  subscriber_->subscribe_each(client_, channel_paths(channel));
+}
+
+std::vector<wanted_path> wss_edge::channel_paths(unsigned channel) const {
+  using enum value_type;
+  return {{truth, ocm_path(channel, "detected")},
+          {number, ocm_path(channel, "powerLevel"), reading_kind::channel_power},
+          {number, wss_path("data", channel, "attenuation"), reading_kind::attenuation},
+          {number, ocm_path(channel, "detectLevel"), reading_kind::detection_level}};
+}
+
+std::set<unsigned> wss_edge::subscribe_channels(const std::vector<unsigned>& channels) {
+  return subscribe_together(*subscriber_, client_, channels,
+                            [this](unsigned channel) { return channel_paths(channel); });
+}
+
+void wss_edge::declare_reads(std::vector<read_wish>& wishes) {
+  wishes.push_back({client_, read_wish::type::text, "data/moduleStatus"});
+}
+
+void wss_edge::declare_channel_reads(unsigned channel, bool blocking,
+                                     std::vector<read_wish>& wishes) {
+  if (!blocking) return;
+  wishes.push_back({client_, read_wish::type::text, wss_path("data", channel, "port")});
 }
 
 void wss_edge::unsubscribe_channel(unsigned channel) {
@@ -44,7 +75,7 @@ void wss_edge::unsubscribe_channel(unsigned channel) {
 }
 
 void wss_edge::subscribe() {
-  subscriber_->subscribe<float>(client_, total_power_path());
+  subscriber_->subscribe<float>(client_, total_power_path(), reading_kind::total_power);
 }
 
 void wss_edge::unsubscribe() {
@@ -57,7 +88,7 @@ bool wss_edge::has_channel(unsigned) {
 
 void wss_edge::set_attenuation(unsigned channel, float value) {
   LUMORA_LOG(1, "WSS: set attenuation {}: {} = {}", index_, channel, value);
-  client_->set<void>(wss_path("config", channel, "attenuation"), value);
+  write<void>(*client_, wss_path("config", channel, "attenuation"), value, of_channel(channel));
 }
 
 reading<float> wss_edge::get_attenuation_reading(unsigned channel) {
@@ -69,16 +100,16 @@ float wss_edge::get_attenuation(unsigned channel) {
 }
 
 void wss_edge::block_channel(unsigned channel) {
-  client_->set<void>(wss_path("config", channel, "port"), "off");
+  write<void>(*client_, wss_path("config", channel, "port"), "off", of_channel(channel));
 }
 
 void wss_edge::unblock_channel(unsigned channel, float value) {
-  client_->set<void>(wss_path("config", channel, "port"), "on");
+  write<void>(*client_, wss_path("config", channel, "port"), "on", of_channel(channel));
   set_attenuation(channel, value);
 }
 
 bool wss_edge::is_channel_blocked(unsigned channel) {
-  return client_->get<std::string>(wss_path("data", channel, "port")) == "off";
+  return read<std::string>(*client_, wss_path("data", channel, "port")) == "off";
 }
 
 float wss_edge::get_min_attenuation() {
@@ -118,7 +149,7 @@ float wss_edge::get_channel_detect_level(unsigned channel) {
 }
 
 void wss_edge::set_channel_detect_level(float level) {
-  client_->set<void>(fmt::format("config/ocm/{}/channelDetectLevel", index_), level);
+  write<void>(*client_, fmt::format("config/ocm/{}/channelDetectLevel", index_), level);
 }
 
 void wss_edge::add_channel(unsigned, unsigned) {

@@ -52,12 +52,15 @@ class base : public std::enable_shared_from_this<base<T>> {
   struct look {
     guards::channel_view view;
     bool lit = false;
+    /// The newest reports of monitor and switch were readings of theirs.
+    bool is_known = true;
     unsigned power_arrivals = 0;  ///< of the present subscription
     unsigned power_changes = 0;
   };
   void take_look(const look& now);
   /// When the reading came that the present look rests on.
   guards::time_point get_power_time() const;
+  bool is_reading_known() const { return is_known_; }
   /// The monitor's readings are of now, not of before its start.
   bool is_reading_live() const;
   /// Guards whose state the loop holds tell through this; `active` false ends them.
@@ -131,6 +134,7 @@ class base : public std::enable_shared_from_this<base<T>> {
   guards::last_step evidence_;
   guards::rising_light rising_;
   guards::live_reading live_;
+  bool is_known_ = true;
   const helpers::guard_kind* active_guard_ = nullptr;
   std::optional<float> parked_at_;
 };

@@ -9,6 +9,7 @@ namespace channel::control {
 template <class T>
 void base<T>::take_look(const look& now) {
   view_ = now.view;
+  is_known_ = now.is_known;
   live_.look(now.power_arrivals, now.power_changes, now.view.now);
   evidence_.look(now.view);
   rising_.look(now.lit, now.view);
@@ -46,6 +47,10 @@ void base<T>::release_guards() {
 template <class T>
 bool base<T>::is_step_withheld(device::interfaces::wss& wss, float power_difference) {
   if (!view_) return false;
+  if (!is_reading_known()) {
+    withhold(guards::known_reading, "the newest report of monitor or switch is no reading");
+    return true;
+  }
   if (!is_reading_live()) {
     withhold(guards::fresh_reading, "no reading of the monitor has changed since its start");
     return true;

@@ -13,7 +13,9 @@
 #include <list>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
+#include <vector>
 
 #include "api/status_value.h"
 #include "base/channel/plan.h"
@@ -21,6 +23,7 @@
 #include "base/guards/channel_step.h"
 #include "base/manager/loops/client_direction.h"
 #include "base/manager/loops/edfa_calibration.h"
+#include "device/cycle_reads.h"
 #include "device/interfaces/edfa.h"
 #include "device/interfaces/ocm.h"
 #include "device/interfaces/osc.h"
@@ -85,6 +88,10 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   virtual void set_wanted_power_offset(unsigned channel, float wanted_power);
   /// The channel's share of the amplifier's power limit by its width.
   virtual float get_channel_target_power(control_ptr control);
+  /// Adds what a cycle of this loop reads of its devices without subscription.
+  void declare_reads(std::vector<device::read_wish>& wishes);
+  /// Whether channels of this direction are blocked at the operator's wish.
+  virtual bool blocks_channels() const { return true; }
 
  protected:
   /// What one look at a lit channel found, for the log.
@@ -143,8 +150,9 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   void create_device_plans();
   void publish_channel(nx_db& db, const control_ptr& control);
   void show_on_leds(unsigned frequency, unsigned port);
-  void subscribe_channels(device::interface& device);
-  void subscribe_channel(device::interface& device, const control_ptr& control);
+  /// Gives the channels of which the device told no value.
+  std::set<unsigned> subscribe_channels(device::interface& device);
+  void count_subscribe_failures(const std::set<unsigned>& failed);
   void program_channel(unsigned frequency, unsigned width, unsigned port,
                        const std::string& version);
   void finish_adding(nx_db& db, unsigned frequency);

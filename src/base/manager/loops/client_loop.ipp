@@ -72,6 +72,16 @@ void client_loop<T>::for_each_ready_channel(Action&& action) {
 }
 
 template <class T>
+void client_loop<T>::declare_reads(std::vector<device::read_wish>& wishes) {
+  for (const auto& device : devices_)
+    device->declare_reads(wishes);
+  const std::lock_guard lock(plan_->get_mutex());
+  for_each_ready_channel([&](const control_ptr& control) {
+    wss_->declare_channel_reads(control->get_channel()->get_id(), blocks_channels(), wishes);
+  });
+}
+
+template <class T>
 void client_loop<T>::init(nx_db& db) {
   const auto bring_up = [&] {
     operational = true;
@@ -105,7 +115,7 @@ void client_loop<T>::update_channel(control_ptr control) {
   const auto power = ocm_->get_channel_power_reading(id);
   channel->set_ocm_power(power.value);
   // Dark channels stand at the monitor's floor: one that tells of light speaks for all.
-  if (power.arrivals > 0 && power.changes > 0) monitor_is_live_ = true;
+  if (power.is_sound && power.changes > 0) monitor_is_live_ = true;
   control->take_look({.view = {.now = helpers::waiting::instance().steady_now(),
                                .attenuation = attenuation.value,
                                .attenuation_at = attenuation.arrived,
@@ -113,6 +123,7 @@ void client_loop<T>::update_channel(control_ptr control) {
                                .power_at = power.arrived,
                                .saturated_at = saturation_.last_seen()},
                       .lit = channel->get_peak(),
+                      .is_known = attenuation.is_sound && power.is_sound,
                       .power_arrivals = power.arrivals,
                       .power_changes = power.changes});
 }
@@ -216,6 +227,11 @@ bool client_loop<T>::park_channel(const control_ptr& control, int log_level) {
 
 template <class T>
 void client_loop<T>::reset_channel_attenuation(control_ptr control) {
+  if (!control->is_reading_known()) {
+    control->withhold(guards::known_reading,
+                      "the newest report of monitor or switch is no reading");
+    return;
+  }
   if (!monitor_is_live_ && !control->is_reading_live()) {
     control->withhold(guards::fresh_reading,
                       "no reading of the monitor has changed since its start");

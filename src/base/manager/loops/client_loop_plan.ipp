@@ -147,6 +147,7 @@ void client_loop<T>::setup_device_subscription() {
   LUMORA_LOG(2, fmt::runtime(direction_.setting_up_subscriptions), channel_count());
   // The two views of a combined switch and monitor share one subscriber and are treated once.
   std::set<std::shared_ptr<device::subscriber>> done;
+  std::set<unsigned> failed;
   for (const auto& device : devices_) {
     if (!device->has_subscriber()) continue;
     const auto subscriber = *device->get_subscriber();
@@ -154,35 +155,36 @@ void client_loop<T>::setup_device_subscription() {
     LUMORA_LOG(1, "Initializing subscriptions.");
     device->subscribe();
     LUMORA_LOG(1, "Initializing channel subscriptions.");
-    subscribe_channels(*device);
+    failed.merge(subscribe_channels(*device));
     done.insert(subscriber);
   }
+  count_subscribe_failures(failed);
+}
+
+template <class T>
+std::set<unsigned> client_loop<T>::subscribe_channels(device::interface& device) {
+  const std::lock_guard lock(plan_->get_mutex());
+  std::vector<unsigned> channels;
+  for (const auto& [frequency, control] : *plan_->get_channels()) {
+    channels.push_back(control->get_channel()->get_id());
+    LUMORA_LOG(1, fmt::runtime(direction_.subscribing), channels.back());
+  }
+  return device.subscribe_channels(channels);
+}
+
+template <class T>
+void client_loop<T>::count_subscribe_failures(const std::set<unsigned>& failed) {
+  constexpr unsigned failures_before_telling = 20;
   const std::lock_guard lock(plan_->get_mutex());
   for (const auto& [frequency, control] : *plan_->get_channels()) {
+    const auto id = control->get_channel()->get_id();
+    if (failed.contains(id)) {
+      control->add_subscribe_failure();
+      if (control->get_subscribe_failures() < failures_before_telling) continue;
+      LUMORA_LOG_DIRECT(3, "setup_device_subscription",
+                        fmt::format("Channel subscription failed 20 times on channel {} !!!!", id));
+    }
     control->reset_subscribe_failures();
-  }
-}
-
-template <class T>
-void client_loop<T>::subscribe_channels(device::interface& device) {
-  const std::lock_guard lock(plan_->get_mutex());
-  for (const auto& [frequency, control] : *plan_->get_channels()) {
-    subscribe_channel(device, control);
-  }
-}
-
-template <class T>
-void client_loop<T>::subscribe_channel(device::interface& device, const control_ptr& control) {
-  constexpr unsigned failures_before_giving_up = 20;
-  const auto id = control->get_channel()->get_id();
-  LUMORA_LOG(1, fmt::runtime(direction_.subscribing), id);
-  try {
-    device.subscribe_channel(id);
-  } catch (...) {
-    control->add_subscribe_failure();
-    if (control->get_subscribe_failures() < failures_before_giving_up) throw;
-    LUMORA_LOG_DIRECT(3, "setup_device_subscription",
-                      fmt::format("Channel subscription failed 20 times on channel {} !!!!", id));
   }
 }
 

@@ -20,6 +20,7 @@ class client_tx : public client_loop<T> {
   void manage_channel(nx_db& db, control_ptr control, bool regulate) override;
   void run(nx_db& db, bool regulate) override;
   void setup_channel_api(nx_db& db, control_ptr control) override;
+  bool blocks_channels() const override { return false; }
 
   float get_remote_channel_rx_power(unsigned id);
   std::string get_remote_channel_tx_status(unsigned id);

@@ -15,6 +15,7 @@ class client_tx : public orva::client_tx<T> {
   using typename base::control_ptr;
 
   void manage_channel(nx_db& db, control_ptr control, bool regulate) override;
+  bool blocks_channels() const override { return true; }
   void manage_channel_peak(control_ptr control, bool regulate) override;
   float get_edfa_saturation() override;
 

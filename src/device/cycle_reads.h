@@ -1,0 +1,88 @@
+// A snapshot of what a cycle of the loops reads from devices without subscription: it goes out at
+// the cycle's beginning to all nexels at once, each path once, and is waited for once. Reads of the
+// proxies on the same thread then take it from here. What nobody declared is asked for when it is
+// needed, and kept for the rest of the cycle; a write to a device makes what is kept of it stale.
+//
+// Of one thread, the manager's, while a `scope` stands; polled values and commands read for
+// themselves on other threads. Failures are kept too, and thrown where the reading is used.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "platform/nexel_client/nx_client_exception.h"
+
+class nexel_client_api;
+
+namespace device {
+
+/// One path that a cycle will read; `type` as the proxy converts it.
+struct read_wish {
+  enum class type { number, truth, count, text };
+
+  std::shared_ptr<nexel_client_api> client;
+  type what;
+  std::string path;
+};
+
+class cycle_reads {
+ public:
+  /// Makes `reads` that of this thread, until its end.
+  class scope {
+   public:
+    explicit scope(cycle_reads& reads);
+    ~scope();
+    scope(const scope&) = delete;
+    scope& operator=(const scope&) = delete;
+
+   private:
+    cycle_reads* former_;
+  };
+
+  /// What the last `fetch` and the reads since have cost.
+  struct cost {
+    std::size_t requests = 0;
+    std::size_t waits = 0;
+    std::chrono::nanoseconds waited{0};
+  };
+
+  /// That of this thread; null outside of a scope.
+  static cycle_reads* current();
+
+  /// Forgets all and asks for what is wished. Returns when every nexel has answered or its client
+  /// has given up.
+  void fetch(const std::vector<read_wish>& wishes);
+
+  /// T: bool, float, unsigned int, std::string. Throws nx_client_exception.
+  template <class T>
+  T get(nexel_client_api& client, const std::string& path);
+
+  /// A write to the nexel: what was read of the paths with `part` in them may hold no longer.
+  void forget(const nexel_client_api& client, std::string_view part = {});
+
+  const cost& last_cost() const { return cost_; }
+
+ private:
+  using answer = std::variant<bool, float, unsigned, std::string, nx_client_exception>;
+  struct kept {
+    answer what;
+    std::chrono::steady_clock::time_point at;
+  };
+  using key = std::pair<std::string, std::string>;  // nexel, path
+
+  template <class T>
+  answer ask(nexel_client_api& client, const std::string& path);
+  template <class T>
+  const answer* find(const key& of) const;
+
+  std::map<key, kept> answers_;
+  cost cost_;
+};
+
+}  // namespace device
