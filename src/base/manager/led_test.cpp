@@ -2,11 +2,13 @@
 
 #include <fmt/format.h>
 
+#include "base/manager/led_exchange.h"
 #include "base/manager/leds.h"
 #include "device/interfaces/led.h"
 #include "helpers/logger.h"
 #include "helpers/waiting.h"
 #include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_error.h"
 
 namespace manager {
 
@@ -16,6 +18,8 @@ using namespace std::chrono_literals;
 
 constexpr auto test_duration = 60s;
 constexpr auto not_ready_pause = 1s;
+constexpr const char* client_failure = "Failed to set client leds: ";
+constexpr const char* xc_failure = "Failed to set XC leds: ";
 constexpr const char* not_up_in_a_sweep = "led selka nx not up yet";
 
 bool is_odd(unsigned number) {
@@ -142,11 +146,7 @@ void led_test::sweep_clients() {
 void led_test::sweep_xcs() {
   const unsigned half = plan_.xc_count / 2;
   const auto write = [this](unsigned number) {
-    try {
-      write_xc_pair(number);
-    } catch (const nx_client_exception& error) {
-      LUMORA_LOG_DIRECT(3, "boot_thread_function", "Failed to set XC leds: " + error.message);
-    }
+    guarded_pair(xc_failure, [&] { write_xc_pair(number); });
   };
   for (unsigned number = 1; number <= half && !is_stopping_(); ++number)
     write(number);
@@ -154,23 +154,32 @@ void led_test::sweep_xcs() {
     write(number);
 }
 
-// A read that fails ends the walk like the end of the panel: it could not end otherwise while the
-// device is away.
+// A LED that answers an error is there, within what the model has. A panel that is away ends the
+// walk, which could not end otherwise.
 bool led_test::client_exists(unsigned number) {
   try {
     return device_.get_client_rx_led_or_end(number) != "end";
   } catch (const nx_client_exception& error) {
-    LUMORA_LOG_DIRECT(3, "boot_thread_function", "Failed to set client leds: " + error.message);
-    return false;
+    LUMORA_LOG_DIRECT(3, "boot_thread_function", client_failure + error.message);
+    return !is_panel_away(std::current_exception()) && number <= plan_.client_count;
   }
 }
 
 void led_test::write_client_pair(unsigned number) {
-  try {
+  guarded_pair(client_failure, [&] {
     write_pair([&] { device_.set_client_tx_led(number, colour_); },
                [&] { device_.set_client_rx_led(number, colour_); });
+  });
+}
+
+void led_test::guarded_pair(const char* failure, const std::function<void()>& write) {
+  try {
+    write();
   } catch (const nx_client_exception& error) {
-    LUMORA_LOG_DIRECT(3, "boot_thread_function", "Failed to set client leds: " + error.message);
+    LUMORA_LOG_DIRECT(3, "boot_thread_function", failure + error.message);
+  } catch (const nx_error& error) {
+    if (!plan_.passes_over_refusals) throw;
+    LUMORA_LOG_DIRECT(3, "boot_thread_function", failure + error.message);
   }
 }
 
