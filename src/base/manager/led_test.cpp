@@ -88,11 +88,8 @@ void led_test::next_colour() {
 }
 
 void led_test::sweep() {
-  has_written_ = false;
   for (const auto& step : plan_.sweep)
     sweep_step(step);
-  // A sweep in which every write failed at once must not spin.
-  if (!has_written_) pause_(delay_);
 }
 
 void led_test::sweep_step(const led_test_step& step) {
@@ -109,7 +106,7 @@ void led_test::sweep_step(const led_test_step& step) {
   try {
     write_xc_pair(step.number);
   } catch (...) {
-    LUMORA_LOG_DIRECT(7, "boot_thread_function", fmt::format("Missing led: XC{}", step.number));
+    pass_over(7, fmt::format("Missing led: XC{}", step.number));
   }
 }
 
@@ -118,7 +115,7 @@ void led_test::write_line_pair() {
     write_pair([this] { device_.set_line_tx_led(colour_); },
                [this] { device_.set_line_rx_led(colour_); });
   } catch (...) {
-    LUMORA_LOG_DIRECT(7, "boot_thread_function", "Missing led: Line Tx/Rx");
+    pass_over(7, "Missing led: Line Tx/Rx");
   }
 }
 
@@ -176,11 +173,17 @@ void led_test::guarded_pair(const char* failure, const std::function<void()>& wr
   try {
     write();
   } catch (const nx_client_exception& error) {
-    LUMORA_LOG_DIRECT(3, "boot_thread_function", failure + error.message);
+    pass_over(3, failure + error.message);
   } catch (const nx_error& error) {
     if (!plan_.passes_over_refusals) throw;
-    LUMORA_LOG_DIRECT(3, "boot_thread_function", failure + error.message);
+    pass_over(3, failure + error.message);
   }
+}
+
+// A pair that fails at once takes its turn: a sweep in which every one did must not spin.
+void led_test::pass_over(int severity, const std::string& failure) {
+  LUMORA_LOG_DIRECT(severity, "boot_thread_function", failure);
+  pause_(delay_);
 }
 
 void led_test::write_xc_pair(unsigned number) {
@@ -190,13 +193,8 @@ void led_test::write_xc_pair(unsigned number) {
 
 void led_test::write_pair(const std::function<void()>& tx, const std::function<void()>& rx) {
   tx();
-  take_turn();
+  pause_(delay_);
   rx();
-  take_turn();
-}
-
-void led_test::take_turn() {
-  has_written_ = true;
   pause_(delay_);
 }
 

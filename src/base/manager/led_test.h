@@ -60,10 +60,10 @@ class led_test {
   bool client_exists(unsigned number);
   void write_client_pair(unsigned number);
   void guarded_pair(const char* failure, const std::function<void()>& write);
+  void pass_over(int severity, const std::string& failure);
   void write_xc_pair(unsigned number);
   void write_line_pair();
   void write_pair(const std::function<void()>& tx, const std::function<void()>& rx);
-  void take_turn();
   void next_colour();
 
   device::interfaces::led& device_;
@@ -72,7 +72,6 @@ class led_test {
   std::function<bool(std::chrono::nanoseconds)> pause_;
   std::chrono::microseconds delay_;
   std::string colour_;
-  bool has_written_ = false;  // in this sweep
 };
 
 }  // namespace manager
