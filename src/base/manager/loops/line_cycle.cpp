@@ -104,7 +104,6 @@ void line_loop::enable_amplifiers() {
 }
 
 void line_loop::work_on_open_fibre(nx_db& db, bool osc_up, bool regulate) {
-  leds_->set_line_tx_enabled(true);  // also of a booster that an earlier daemon has enabled
   if (!osc_up) {
     LUMORA_LOG(1, "Unable to regulate, OSC link not up?");
     return;
