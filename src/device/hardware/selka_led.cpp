@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <chrono>
 #include <future>
 #include <utility>
 
@@ -41,18 +40,8 @@ std::string refusal_of(const led_address& at) {
   return fmt::format("Failed to set {0} {1} led for {0} number {2}", name, side_of(at), at.number);
 }
 
-template <class T>
-T await(std::future<T>& answer, const std::string& path) {
-  constexpr std::chrono::milliseconds look{50};
-  while (answer.wait_for(look) != std::future_status::ready) {
-    if (helpers::waiting::instance().stopping())
-      throw nx_client_exception{-107, "Not connected: shutting down", path};
-  }
-  return answer.get();
-}
-
-void await_write(std::future<bool>& answer, const led_address& at) {
-  if (!await(answer, path_of("command", at))) throw nx_error(-22, refusal_of(at));
+bool is_stopping() {
+  return helpers::waiting::instance().stopping();
 }
 
 /// Sends one object for each item in one request, then collects the answers.
@@ -88,7 +77,7 @@ auto selka_led::ask(std::shared_ptr<Object> object) {
   auto request = std::make_shared<nexel_read_request>();
   request->add_object(std::move(object));
   client_->server_call(std::move(request));
-  return await(answer, path);
+  return client_->wait_for(answer, path, is_stopping);
 }
 
 bool selka_led::is_operational() {
@@ -113,7 +102,9 @@ std::vector<led_answer> selka_led::read_together(const std::vector<led_address>&
         request.add_object(std::move(object));
         return answer;
       },
-      [](auto& answer, const led_address& at) { return await(answer, path_of("data", at)); });
+      [this](auto& answer, const led_address& at) {
+        return client_->wait_for(answer, path_of("data", at), is_stopping);
+      });
 }
 
 std::vector<led_answer> selka_led::write_together(const std::vector<led_write>& writes) {
@@ -126,8 +117,9 @@ std::vector<led_answer> selka_led::write_together(const std::vector<led_write>& 
             std::make_shared<write_object>(path_of("command", write.at), write.colour, response));
         return answer;
       },
-      [](auto& answer, const led_write& write) {
-        await_write(answer, write.at);
+      [this](auto& answer, const led_write& write) {
+        const bool done = client_->wait_for(answer, path_of("command", write.at), is_stopping);
+        if (!done) throw nx_error(-22, refusal_of(write.at));
         return write.colour;
       });
 }
