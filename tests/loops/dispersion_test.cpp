@@ -178,7 +178,7 @@ TEST_P(dispersion_device, that_is_away_when_the_fibre_comes_back_is_set_once_it_
 
   plant.set_nexel_state(0, GetParam(), sim::nexel_state::ok);
   line.node.run_for(5s);
-  EXPECT_EQ(told(line.node.take_log(), "Guard dispersion_setting ends"), 1);
+  EXPECT_EQ(told(line.node.take_log(), "Guard dispersion-setting ends"), 1);
   line.node.run_for(1min);
   EXPECT_EQ(line.shown("skipDCM"), 2.0f);
   EXPECT_NEAR(line.shown("tdcm"), 100.0, 0.5);

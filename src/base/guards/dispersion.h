@@ -8,7 +8,7 @@
 
 namespace guards {
 
-inline constexpr helpers::guard_kind dispersion_setting{"dispersion_setting"};
+inline constexpr helpers::guard_kind dispersion_setting{"dispersion-setting"};
 
 /// A device that is away is asked no more than once a second.
 constexpr bool is_attempt_due(bool setting_due, std::chrono::nanoseconds since_last_attempt) {

@@ -8,7 +8,7 @@
 
 namespace guards {
 
-inline constexpr helpers::guard_kind panel_unknown_channel{"panel_unknown_channel"};
+inline constexpr helpers::guard_kind panel_unknown_channel{"panel-unknown-channel"};
 
 /// A loop that is set up tells all its channels in its first cycle. One that still has not after
 /// this is down, and may be for long.
