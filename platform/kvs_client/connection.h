@@ -12,6 +12,8 @@ class kvs_client::connection {
  public:
   virtual ~connection() = default;
   virtual bool ping(kvs_timeout timeout) = 0;
+  virtual std::vector<answer> ping_and_get(const std::vector<std::string>& keys,
+                                           kvs_timeout timeout) = 0;
   virtual std::string get(const std::string& key, kvs_timeout timeout) = 0;
   virtual void set(const std::string& key, const std::string& value, kvs_timeout timeout) = 0;
 };

@@ -31,6 +31,11 @@ bool kvs_client::ping() {
   return connection_->ping(ping_timeout);
 }
 
+std::vector<kvs_client::answer> kvs_client::ping_and_get(const std::vector<std::string>& keys,
+                                                         kvs_timeout timeout) {
+  return connection_->ping_and_get(keys, timeout);
+}
+
 template <>
 std::string kvs_client::get<std::string>(const std::string& key, kvs_timeout timeout) {
   return connection_->get(key, timeout);

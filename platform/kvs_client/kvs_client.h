@@ -7,7 +7,9 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 class kvs_client_exception {
  public:
@@ -34,6 +36,16 @@ class kvs_client {
 
   /// True if the store answers. Throws kvs_client_exception.
   bool ping();
+
+  /// What became of one command of an exchange.
+  struct answer {
+    std::string text;
+    std::optional<std::string> failure;  ///< the store's error; what a single call throws
+  };
+  /// A ping and the reads of these keys, in this order, sent together and waited for once. The
+  /// ping's text is "PONG" if the store is well. Throws kvs_client_exception when the exchange
+  /// fails. Only reads: a write that stands behind a test cannot be taken back when it fails.
+  std::vector<answer> ping_and_get(const std::vector<std::string>& keys, kvs_timeout timeout);
 
   /// A key that does not exist reads as an empty text. Values are binary safe. T: std::string.
   template <class T>

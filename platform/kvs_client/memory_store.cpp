@@ -33,6 +33,16 @@ class memory_connection : public kvs_client::connection {
     return true;
   }
 
+  std::vector<kvs_client::answer> ping_and_get(const std::vector<std::string>& keys,
+                                               kvs_timeout) override {
+    const std::lock_guard lock(store.mutex);
+    store.require_available();
+    std::vector<kvs_client::answer> answers{{"PONG", {}}};
+    for (const auto& key : keys)
+      answers.push_back({store.read(key), {}});
+    return answers;
+  }
+
   std::string get(const std::string& key, kvs_timeout) override {
     const std::lock_guard lock(store.mutex);
     store.require_available();

@@ -44,12 +44,30 @@ class server_connection : public kvs_client::connection {
     return reply->type == REDIS_REPLY_STATUS && text_of(*reply) == "PONG";
   }
 
+  std::vector<kvs_client::answer> ping_and_get(const std::vector<std::string>& keys,
+                                               kvs_timeout timeout) override {
+    make_ready("ping", timeout);
+    append({"PING"});
+    for (const auto& key : keys)
+      append({"GET", key});
+    const auto pong = next_reply("ping", timeout);
+    std::vector<kvs_client::answer> answers{
+        {pong->type == REDIS_REPLY_STATUS ? text_of(*pong) : std::string(), {}}};
+    for (const auto& key : keys) {
+      const auto what = "get " + key;
+      const auto reply = next_reply(what, timeout);
+      try {
+        answers.push_back({read_text(what, *reply), {}});
+      } catch (const kvs_client_exception& error) {
+        answers.push_back({{}, error.what()});
+      }
+    }
+    return answers;
+  }
+
   std::string get(const std::string& key, kvs_timeout timeout) override {
     const auto what = "get " + key;
-    const auto reply = exchange(what, timeout, {"GET", key});
-    if (reply->type == REDIS_REPLY_NIL) return {};
-    require_type(what, *reply, REDIS_REPLY_STRING);
-    return text_of(*reply);
+    return read_text(what, *exchange(what, timeout, {"GET", key}));
   }
 
   void set(const std::string& key, const std::string& value, kvs_timeout timeout) override {
@@ -67,25 +85,41 @@ class server_connection : public kvs_client::connection {
     throw kvs_client_exception(fmt::format("{}: {}", what, text));
   }
 
+  static std::string read_text(const std::string& what, const redisReply& reply) {
+    if (reply.type == REDIS_REPLY_NIL) return {};
+    require_type(what, reply, REDIS_REPLY_STRING);
+    return text_of(reply);
+  }
+
   reply_ptr exchange(const std::string& what, kvs_timeout timeout,
                      const std::vector<std::string>& words) {
+    make_ready(what, timeout);
+    append(words);
+    return next_reply(what, timeout);
+  }
+
+  void make_ready(const std::string& what, kvs_timeout timeout) {
     require_alive(what);
     if (!context) connect(timeout);
     redisSetTimeout(context.get(), to_timeval(timeout));
-    auto reply = send(words);
-    if (!reply) die(what, timeout);
-    return reply;
   }
 
-  reply_ptr send(const std::vector<std::string>& words) {
+  /// Commands go out together with the first wait for a reply.
+  void append(const std::vector<std::string>& words) {
     std::vector<const char*> texts;
     std::vector<std::size_t> sizes;
     for (const auto& word : words) {
       texts.push_back(word.data());
       sizes.push_back(word.size());
     }
-    return reply_ptr(static_cast<redisReply*>(redisCommandArgv(
-        context.get(), static_cast<int>(words.size()), texts.data(), sizes.data())));
+    redisAppendCommandArgv(context.get(), static_cast<int>(words.size()), texts.data(),
+                           sizes.data());
+  }
+
+  reply_ptr next_reply(const std::string& what, kvs_timeout timeout) {
+    void* reply = nullptr;
+    if (redisGetReply(context.get(), &reply) != REDIS_OK || reply == nullptr) die(what, timeout);
+    return reply_ptr(static_cast<redisReply*>(reply));
   }
 
   void connect(kvs_timeout timeout) {
@@ -95,7 +129,8 @@ class server_connection : public kvs_client::connection {
     if (client_name.empty()) return;
     redisSetTimeout(context.get(), to_timeval(timeout));
     // The name is for whoever looks at the store's client list; a refusal does no harm.
-    if (!send({"CLIENT", "SETNAME", client_name})) die("connect", timeout);
+    append({"CLIENT", "SETNAME", client_name});
+    next_reply("connect", timeout);
   }
 
   void require_alive(const std::string& what) const {

@@ -9,7 +9,7 @@ void nexel_client_api::send(const std::shared_ptr<nexel_request>& request) {
 }
 
 template <class T>
-T nexel_client_api::wait_for(std::future<T>& answer, const std::string& path) {
+T nexel_client_api::wait_for(std::future<T>& answer, const std::string& path, bool (*gives_up)()) {
   const auto is_there = [&] {
     return answer.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
   };
@@ -18,7 +18,8 @@ T nexel_client_api::wait_for(std::future<T>& answer, const std::string& path) {
   // While a process shuts down the I/O thread may end before a thread that still talks to a device.
   constexpr std::chrono::milliseconds look{100};
   while (answer.wait_for(look) != std::future_status::ready) {
-    if (is_abandoned()) throw nx_client_exception{-107, "Not connected: shutting down", path};
+    if (is_abandoned() || (gives_up && gives_up()))
+      throw nx_client_exception{-107, "Not connected: shutting down", path};
   }
   return answer.get();
 }
@@ -101,6 +102,9 @@ template int nexel_client_api::get(const std::string&);
 template unsigned int nexel_client_api::get(const std::string&);
 template std::string nexel_client_api::get(const std::string&);
 template std::string nexel_client_api::get_or(const std::string&, const std::string&);
+template bool nexel_client_api::wait_for(std::future<bool>&, const std::string&, bool (*)());
+template std::string nexel_client_api::wait_for(std::future<std::string>&, const std::string&,
+                                                bool (*)());
 
 #define INSTANTIATE_SETS_ANSWERING(R)                                       \
   template R nexel_client_api::set(const std::string&, bool);               \

@@ -59,6 +59,12 @@ class nexel_client_api : public nexel_client_base {
   template <class R>
   R set(const std::string& path, const char* value);
 
+  /// Waits for one answer to a request of several objects, which `server_call` has sent. T: bool,
+  /// std::string. While it waits, `gives_up` is asked now and then: if it says so, the call fails
+  /// as with a nexel that is away.
+  template <class T>
+  T wait_for(std::future<T>& answer, const std::string& path, bool (*gives_up)() = nullptr);
+
  protected:
   /// True on the thread that resolves the answers, where a blocking call would wait for itself.
   virtual bool on_io_thread() const { return false; }
@@ -69,8 +75,6 @@ class nexel_client_api : public nexel_client_base {
 
  private:
   void send(const std::shared_ptr<nexel_request>& request);
-  template <class T>
-  T wait_for(std::future<T>& answer, const std::string& path);
 };
 
 class nexel_client {

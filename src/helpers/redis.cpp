@@ -23,6 +23,11 @@ std::string hash_tag(const char* variable) {
   return value;
 }
 
+const std::string& text_of(const kvs_client::answer& answer) {
+  if (answer.failure) throw kvs_client_exception(*answer.failure);
+  return answer.text;
+}
+
 }  // namespace
 
 redis::redis() : client_(new_client()) {}
@@ -39,8 +44,8 @@ bool redis::is_connected() {
 
 std::string redis::get(const std::string& key) {
   const std::lock_guard lock(mutex_);
-  require_connection();
-  return client_->get<std::string>(key, exchange_timeout);
+  require_connection(key);
+  return text_of(value_);
 }
 
 void redis::set(const std::string& key, const std::string& value) {
@@ -92,15 +97,20 @@ bool redis::_check_connection(bool reconnect) {
 
 bool redis::is_usable() {
   const auto [configuration_tag, data_tag] = get_hash_tags();
-  if (!client_->ping()) return false;
-  const auto status =
-      client_->get<std::string>(fmt::format("{}:qz:status", data_tag), exchange_timeout);
-  if (status != "ok") return false;
-  const auto mounts =
-      client_->get<std::string>(fmt::format("{}:qz:mounts", configuration_tag), exchange_timeout);
-  return !mounts.empty();
+  std::vector<std::string> keys{fmt::format("{}:qz:status", data_tag),
+                                fmt::format("{}:qz:mounts", configuration_tag)};
+  if (also_read_) keys.push_back(*also_read_);
+  auto answers = client_->ping_and_get(keys, exchange_timeout);
+  if (answers.at(0).text != "PONG") return false;
+  if (text_of(answers.at(1)) != "ok") return false;
+  if (text_of(answers.at(2)).empty()) return false;
+  value_ = std::move(answers.back());
+  return true;
 }
 
-void redis::require_connection() {
-  if (!_check_connection(true)) throw nx_error(-5, "Redis not connected.");
+void redis::require_connection(std::optional<std::string> also_read) {
+  also_read_ = std::move(also_read);
+  const bool is_connected = _check_connection(true);
+  also_read_.reset();
+  if (!is_connected) throw nx_error(-5, "Redis not connected.");
 }

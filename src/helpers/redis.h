@@ -1,5 +1,7 @@
 // The daemon's access to the node's key store: a readiness test that is stricter than a ping, one
 // reconnect when the client fails, a lock, and the two hash tags in front of every key. Any thread.
+// A read goes out together with its tests; a write waits for them, since it could not be taken
+// back.
 #pragma once
 
 #include <memory>
@@ -8,7 +10,7 @@
 #include <string>
 #include <utility>
 
-class kvs_client;
+#include "platform/kvs_client/kvs_client.h"
 
 class redis {
  public:
@@ -36,10 +38,12 @@ class redis {
   redis();
   bool _check_connection(bool reconnect);
   bool is_usable();
-  void require_connection();
+  void require_connection(std::optional<std::string> also_read = std::nullopt);
 
   std::shared_ptr<kvs_client> client_;
-  std::mutex mutex_;  // held across a whole operation with all its exchanges
+  std::mutex mutex_;                      // held across a whole operation with all its exchanges
+  std::optional<std::string> also_read_;  // the key that goes out with the tests
+  kvs_client::answer value_;              // and what it holds
   std::mutex tags_mutex_;
   std::optional<std::pair<std::string, std::string>> hash_tags_;
   std::mutex version_mutex_;

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "tests/support/failure.h"
@@ -150,6 +151,71 @@ TEST(dispersion, a_switch_that_answers_another_position_is_tried_until_it_moves)
   EXPECT_NEAR(line.shown("tdcm"), -501.0, 0.5);
   EXPECT_NEAR(line.shown("finalDispersion"), line.true_residual(), 0.5);
   EXPECT_EQ(line.set(manual), "");
+}
+
+/// How often the log told it.
+long told(test::log_lines&& log, const std::string& beginning) {
+  return std::count_if(log.begin(), log.end(),
+                       [&](const std::string& line) { return line.starts_with(beginning); });
+}
+
+class dispersion_device : public testing::TestWithParam<const char*> {};
+
+TEST_P(dispersion_device, that_is_away_when_the_fibre_comes_back_is_set_once_it_is_there) {
+  compensated line(30.0);
+  auto& plant = line.node.plant();
+  ASSERT_EQ(line.set(R"({"mode":"manual","dispersion":100})"), "");
+  plant.cut_line();
+  line.node.run_for(10s);
+  plant.set_nexel_state(0, GetParam(), sim::nexel_state::killed);
+  line.node.take_log();
+  plant.mend_line();
+  ASSERT_TRUE(line.node.run_until([&] { return line.node.all_on_target(); }, 1min))
+      << "the line goes on without it";
+  line.node.run_for(1min);
+  EXPECT_TRUE(line.node.is_fully_operational());
+  EXPECT_EQ(told(line.node.take_log(), "Line connection is back up."), 0) << "told again";
+
+  plant.set_nexel_state(0, GetParam(), sim::nexel_state::ok);
+  line.node.run_for(5s);
+  EXPECT_EQ(told(line.node.take_log(), "Guard dispersion-setting ends"), 1);
+  line.node.run_for(1min);
+  EXPECT_EQ(line.shown("skipDCM"), 2.0f);
+  EXPECT_NEAR(line.shown("tdcm"), 100.0, 0.5);
+  EXPECT_NEAR(line.shown("finalDispersion"), line.true_residual(), 0.5);
+  EXPECT_EQ(told(line.node.take_log(), "Setting TDCM"), 0) << "done is done";
+}
+
+INSTANTIATE_TEST_SUITE_P(devices, dispersion_device,
+                         testing::Values("tdcm", "ols_optical_switch/1"), [](const auto& device) {
+                           return std::string(device.index == 0 ? "compensator" : "switch");
+                         });
+
+TEST(dispersion, is_set_after_a_coldstart_without_a_compensator_and_in_the_dark) {
+  auto topology = compensated::topology_of(30.0, "TDCM-0700");
+  topology.nodes.front().coldstart = true;
+  plant_node node(topology);
+  node.plant().set_nexel_state(0, "tdcm", sim::nexel_state::killed);
+  node.plant().cut_line();
+  node.start();
+  node.run_for(30s);
+  node.plant().mend_line();
+  node.run_for(30s);
+  node.plant().set_nexel_state(0, "tdcm", sim::nexel_state::ok);
+  node.run_for(30s);
+  EXPECT_NEAR(node.plant().compensation_ps_per_nm(0), -501.0, 0.5);
+}
+
+TEST(dispersion, shows_the_truth_after_a_restart_of_the_daemon_and_moves_nothing) {
+  for (const double length_km : {30.0, 80.0}) {
+    compensated line(length_km);
+    line.node.take_log();
+    line.node.restart();
+    line.node.run_for(30s);
+    EXPECT_EQ(told(line.node.take_log(), "Selecting optical switch"), 0);
+    EXPECT_EQ(line.shown("skipDCM"), length_km > 40.0 ? 1.0f : 2.0f);
+    EXPECT_NEAR(line.shown("finalDispersion"), line.true_residual(), 0.5);
+  }
 }
 
 }  // namespace

@@ -63,6 +63,23 @@ TEST(osnr_of_a_full_band, is_none) {
     EXPECT_EQ(node.number(fmt::format("data/client/{}/tx/osnr", channel)), 0.0f) << channel;
 }
 
+TEST(osnr_of_a_late_compensator, costs_a_cycle_one_wait) {
+  plant_node node("orvapro");
+  for (std::size_t i = 1; i < node.channels().size(); i += 3)
+    node.plant().switch_laser(1, node.channels()[i], false);
+  node.start();
+  node.run_for(30s);
+  node.plant().set_latency(0, "tdcm", 300ms);
+  std::chrono::nanoseconds longest{0};
+  for (int i = 0; i < 20; ++i) {
+    const auto begin = node.now();
+    node.cycle();
+    longest = std::max(longest, node.now() - begin);
+  }
+  EXPECT_GE(longest, 800ms) << "no pass was made";
+  EXPECT_LT(longest, 1500ms);
+}
+
 INSTANTIATE_TEST_SUITE_P(models, osnr,
                          testing::Values(model{"orvalite", 11.3}, model{"orvamax", 9.7}),
                          [](const auto& of) { return std::string(of.param.product); });

@@ -23,6 +23,10 @@ class gate {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [&] { return arrived_ >= count; });
   }
+  int arrivals() {
+    const std::lock_guard lock(mutex_);
+    return arrived_;
+  }
 
  private:
   std::mutex mutex_;

@@ -2,11 +2,13 @@
 
 #include <fmt/format.h>
 
+#include "base/manager/led_exchange.h"
 #include "base/manager/leds.h"
 #include "device/interfaces/led.h"
 #include "helpers/logger.h"
 #include "helpers/waiting.h"
 #include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_error.h"
 
 namespace manager {
 
@@ -16,6 +18,8 @@ using namespace std::chrono_literals;
 
 constexpr auto test_duration = 60s;
 constexpr auto not_ready_pause = 1s;
+constexpr const char* client_failure = "Failed to set client leds: ";
+constexpr const char* xc_failure = "Failed to set XC leds: ";
 constexpr const char* not_up_in_a_sweep = "led selka nx not up yet";
 
 bool is_odd(unsigned number) {
@@ -84,11 +88,8 @@ void led_test::next_colour() {
 }
 
 void led_test::sweep() {
-  has_written_ = false;
   for (const auto& step : plan_.sweep)
     sweep_step(step);
-  // A sweep in which every write failed at once must not spin.
-  if (!has_written_) pause_(delay_);
 }
 
 void led_test::sweep_step(const led_test_step& step) {
@@ -105,7 +106,7 @@ void led_test::sweep_step(const led_test_step& step) {
   try {
     write_xc_pair(step.number);
   } catch (...) {
-    LUMORA_LOG_DIRECT(7, "boot_thread_function", fmt::format("Missing led: XC{}", step.number));
+    pass_over(7, fmt::format("Missing led: XC{}", step.number));
   }
 }
 
@@ -114,7 +115,7 @@ void led_test::write_line_pair() {
     write_pair([this] { device_.set_line_tx_led(colour_); },
                [this] { device_.set_line_rx_led(colour_); });
   } catch (...) {
-    LUMORA_LOG_DIRECT(7, "boot_thread_function", "Missing led: Line Tx/Rx");
+    pass_over(7, "Missing led: Line Tx/Rx");
   }
 }
 
@@ -142,11 +143,7 @@ void led_test::sweep_clients() {
 void led_test::sweep_xcs() {
   const unsigned half = plan_.xc_count / 2;
   const auto write = [this](unsigned number) {
-    try {
-      write_xc_pair(number);
-    } catch (const nx_client_exception& error) {
-      LUMORA_LOG_DIRECT(3, "boot_thread_function", "Failed to set XC leds: " + error.message);
-    }
+    guarded_pair(xc_failure, [&] { write_xc_pair(number); });
   };
   for (unsigned number = 1; number <= half && !is_stopping_(); ++number)
     write(number);
@@ -154,24 +151,39 @@ void led_test::sweep_xcs() {
     write(number);
 }
 
-// A read that fails ends the walk like the end of the panel: it could not end otherwise while the
-// device is away.
+// A LED that answers an error is there, within what the model has. A panel that is away ends the
+// walk, which could not end otherwise.
 bool led_test::client_exists(unsigned number) {
   try {
     return device_.get_client_rx_led_or_end(number) != "end";
   } catch (const nx_client_exception& error) {
-    LUMORA_LOG_DIRECT(3, "boot_thread_function", "Failed to set client leds: " + error.message);
-    return false;
+    LUMORA_LOG_DIRECT(3, "boot_thread_function", client_failure + error.message);
+    return !is_panel_away(std::current_exception()) && number <= plan_.client_count;
   }
 }
 
 void led_test::write_client_pair(unsigned number) {
-  try {
+  guarded_pair(client_failure, [&] {
     write_pair([&] { device_.set_client_tx_led(number, colour_); },
                [&] { device_.set_client_rx_led(number, colour_); });
+  });
+}
+
+void led_test::guarded_pair(const char* failure, const std::function<void()>& write) {
+  try {
+    write();
   } catch (const nx_client_exception& error) {
-    LUMORA_LOG_DIRECT(3, "boot_thread_function", "Failed to set client leds: " + error.message);
+    pass_over(3, failure + error.message);
+  } catch (const nx_error& error) {
+    if (!plan_.passes_over_refusals) throw;
+    pass_over(3, failure + error.message);
   }
+}
+
+// A pair that fails at once takes its turn: a sweep in which every one did must not spin.
+void led_test::pass_over(int severity, const std::string& failure) {
+  LUMORA_LOG_DIRECT(severity, "boot_thread_function", failure);
+  pause_(delay_);
 }
 
 void led_test::write_xc_pair(unsigned number) {
@@ -181,13 +193,8 @@ void led_test::write_xc_pair(unsigned number) {
 
 void led_test::write_pair(const std::function<void()>& tx, const std::function<void()>& rx) {
   tx();
-  take_turn();
+  pause_(delay_);
   rx();
-  take_turn();
-}
-
-void led_test::take_turn() {
-  has_written_ = true;
   pause_(delay_);
 }
 

@@ -1,12 +1,13 @@
 #include "base/manager/leds.h"
 
-#include <fmt/format.h>
+#include <utility>
 
 #include "base/manager/led_test.h"
 #include "device/interfaces/led.h"
 #include "helpers/logger.h"
 #include "helpers/waiting.h"
 #include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_error.h"
 
 namespace manager {
 
@@ -15,8 +16,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto not_ready_pause = 1s;
-/// Keeps a device that fails at once from taking the whole processor.
-constexpr auto failure_pause = 100ms;
+/// A panel that fails is tried again at the pace of one that is not ready.
+constexpr auto failure_pause = 1s;
 
 }  // namespace
 
@@ -63,30 +64,46 @@ bool leds::is_stopping() const {
 }
 
 bool leds::pause(std::chrono::nanoseconds duration) {
-  has_paused_ = true;
   return helpers::waiting::instance().sleep(duration) && !stop_requested_;
+}
+
+void leds::meet(trouble now, const char* channel, const std::string& text) {
+  if (trouble_ == now) return;
+  trouble_ = now;
+  LUMORA_LOG_DIRECT(3, channel, text);
+}
+
+void leds::recover() {
+  if (trouble_ == trouble::none) return;
+  trouble_ = trouble::none;
+  LUMORA_LOG(2, "Led device is ready again.");
 }
 
 void leds::led_poll() {
   while (!is_stopping()) {
-    has_paused_ = false;
     try {
       poll_until_failure();
     } catch (const nx_client_exception& error) {
-      LUMORA_LOG_DIRECT(3, "led_poll", "Failed to poll leds: " + error.message);
+      meet(trouble::away, "led_poll", "Failed to poll leds: " + error.message);
     } catch (...) {
-      LUMORA_LOG_DIRECT(3, "led_poll", "Failed to poll leds. Unknown error.");
+      meet(trouble::other, "led_poll", "Failed to poll leds. Unknown error.");
     }
-    if (!has_paused_) pause(failure_pause);
+    pause(failure_pause);
+  }
+}
+
+void leds::wait_for_panel() {
+  while (!is_stopping() && !led_->is_operational()) {
+    if (trouble_ != trouble::not_ready) LUMORA_LOG(2, "Led device is not ready yet");
+    trouble_ = trouble::not_ready;
+    pause(not_ready_pause);
   }
 }
 
 void leds::poll_until_failure() {
-  while (!is_stopping() && !led_->is_operational()) {
-    LUMORA_LOG(2, "Led device is not ready yet");
-    pause(not_ready_pause);
-  }
+  wait_for_panel();
   if (coldstart_ && !is_stopping()) {
+    if (trouble_ != trouble::other) recover();
     LUMORA_LOG(2, "Coldstart, starting boot thread function");
     boot_thread_function();
     coldstart_ = false;
@@ -95,6 +112,7 @@ void leds::poll_until_failure() {
   read_led_statuses();
   while (!is_stopping()) {
     run_pass();
+    recover();
     if (poll_interval_ms_ != 0) pause(std::chrono::milliseconds(poll_interval_ms_));
   }
 }
@@ -104,13 +122,21 @@ void leds::run_pass() {
   if (needs_update_) update_leds(false);
 }
 
-void leds::run_led_test(const led_test_plan& plan) {
+void leds::run_led_test(led_test_plan plan) {
+  plan.passes_over_refusals = test_was_refused_;
   led_test test(
       *led_, plan, [this] { return is_stopping(); },
       [this](std::chrono::nanoseconds duration) { return pause(duration); });
-  if (!test.run()) return;
-  update_led_statuses();
-  update_leds(true);
+  try {
+    if (!test.run()) return;
+    update_led_statuses();
+    update_leds(true);
+  } catch (const nx_client_exception&) {
+    // Told already. What the panel then shows is read back, and put right.
+  } catch (const nx_error&) {
+    if (std::exchange(test_was_refused_, true)) return;
+    throw;
+  }
   LUMORA_LOG(2, "Led test ended");
 }
 

@@ -3,9 +3,10 @@
 // that changed to the LED nexel. What a colour means and which LED belongs to which channel is
 // decided by the product classes; this class alone does nothing but log.
 //
-// Threads: reports come from the manager thread and from server threads; led_poll and what it calls
-// run on the LED thread. One recursive mutex guards the tables and is held across the writes of
-// update_leds, so that a report waits for them.
+// Threads: reports come from the manager thread, under the locks of its plans, and from server
+// threads; they only note what is wanted. led_poll and what it calls run on the LED thread, which
+// alone talks to the panel. One mutex guards the tables; it is never held across a call, so that a
+// panel that is slow or away holds up nobody.
 // The thread keeps the object alive; whoever owns it calls stop before letting go.
 #pragma once
 
@@ -13,13 +14,17 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <thread>
 #include <unordered_map>
 #include <vector>
+
+#include "base/manager/led_exchange.h"
 
 namespace device::interfaces {
 class led;
@@ -71,10 +76,12 @@ class leds : public std::enable_shared_from_this<leds> {
   virtual void remove_rx_channel(unsigned channel);
   virtual void add_tx_channel(unsigned channel);
   virtual void remove_tx_channel(unsigned channel);
-  /// Writes the LEDs that changed, or all when forced. A client's failure is logged and the entry
-  /// stays marked; a refused write throws nx_error -22.
+  /// Writes the LEDs that changed, or all when forced, in one exchange. What fails is logged and
+  /// stays marked, each LED pair by itself; then a refused write throws nx_error -22, and a panel
+  /// that is away nx_client_exception.
   virtual void update_leds(bool force);
-  /// Takes over what the panel shows; throws nx_client_exception.
+  /// Takes over what the panel shows; throws nx_client_exception when it is away. A LED that cannot
+  /// be read is written.
   virtual void read_led_statuses();
   /// The body of the thread; returns after stop.
   virtual void led_poll();
@@ -88,8 +95,8 @@ class leds : public std::enable_shared_from_this<leds> {
   /// One pass of the thread, without its pause.
   void run_pass();
 
-  /// Ends the thread and waits for it: a second at most, or the time-out of the device call that is
-  /// under way. May be called again, and without a start.
+  /// Ends the thread and waits for it: a second at most, or, unless the process is stopping, the
+  /// time-out of the device call that is under way. May be called again, and without a start.
   void stop();
 
  protected:
@@ -102,30 +109,41 @@ class leds : public std::enable_shared_from_this<leds> {
   using led_rule = std::function<std::optional<led_place>(unsigned channel, const channelDB_t&)>;
 
   /// The common part of every product's update_led_statuses. A channel whose state is not fully
-  /// known holds back the write of the whole panel.
+  /// known holds back the write of the whole panel for a while, and its own LED for good.
   void apply_statuses(bool port_needed, const led_rule& place_of);
   /// The common part of every product's LED test.
-  void run_led_test(const led_test_plan& plan);
+  void run_led_test(led_test_plan plan);
   void start_thread(bool coldstart);
 
   std::vector<led_data> client_leds_;  ///< index 0 is port 1; "AWG" in log texts
   led_data line_led_;
   std::vector<led_data> xc_leds_;  ///< index 0 is port 1
   bool needs_update_ = false;
-  std::recursive_mutex mutex_;
+  std::mutex mutex_;
 
  private:
   friend class led_test;
   using channel_table = std::unordered_map<unsigned, channelDB_t>;
   struct panel;
 
-  void update_line_leds(bool force);
-  void update_xc_leds(bool force);
-  void update_awg_leds(bool force);
+  /// Why the thread is not polling; one log line tells of each change.
+  enum class trouble { none, not_ready, away, other };
+  struct pair_write;
+
+  std::vector<pair_write> take_due_writes(bool force);
+  void log_due_writes(const std::vector<pair_write>& writes);
+  void settle_writes(const std::vector<pair_write>& writes);
+  void tell_failures(const std::vector<pair_write>& writes, bool is_away);
+  led_data& entry_at(device::interfaces::led_address::panel_row row, unsigned number);
   bool light_channels(const channel_table& channels, bool port_needed, const led_rule& place_of,
                       std::string led_data::*side, panel& fresh) const;
   void light_line(panel& fresh) const;
+  void keep_side(panel& fresh, std::string led_data::*side, std::optional<led_place> place) const;
+  bool may_write(bool all_known);
   void poll_until_failure();
+  void wait_for_panel();
+  void meet(trouble now, const char* channel, const std::string& text);
+  void recover();
   bool pause(std::chrono::nanoseconds duration);
   bool is_stopping() const;
 
@@ -137,8 +155,16 @@ class leds : public std::enable_shared_from_this<leds> {
   channel_table rx_channels_;
   channel_table tx_channels_;
   std::shared_ptr<device::interfaces::led> led_;
+
+  // The LED thread's own.
   bool coldstart_ = false;
-  bool has_paused_ = false;  // of the LED thread: since its last failure
+  bool test_was_refused_ = false;
+  led_exchange exchange_;
+  trouble trouble_ = trouble::none;
+  std::map<std::string, led_data> announced_;  // written in vain so far, by the log's name
+  std::set<std::string> told_failures_;        // of the last writes
+  std::optional<std::chrono::steady_clock::time_point> unknown_since_;
+
   std::atomic<bool> stop_requested_{false};
   std::thread thread_;
 };

@@ -1,8 +1,10 @@
 // What the loops report to the LED manager, and what follows from it for the colours.
 #include <fmt/format.h>
 
+#include "base/guards/panel.h"
 #include "base/manager/leds.h"
 #include "helpers/logger.h"
+#include "helpers/waiting.h"
 
 namespace manager {
 
@@ -122,12 +124,15 @@ bool leds::light_channels(const channel_table& channels, bool port_needed, const
                           std::string led_data::*side, panel& fresh) const {
   bool all_known = true;
   for (const auto& [key, entry] : channels) {
-    if (!entry.los_known || (port_needed && !entry.port_known)) {
+    const bool has_place = !port_needed || entry.port_known;
+    const auto place = has_place ? place_of(key, entry) : std::nullopt;
+    if (!entry.los_known || !has_place) {
       all_known = false;
+      // Without a port it may be any LED of this side.
+      if (place || !has_place) keep_side(fresh, side, place);
       continue;
     }
     if (entry.loss_of_signal) continue;
-    const auto place = place_of(key, entry);
     if (!place || place->index >= fresh.row(place->row).size()) continue;
     fresh.row(place->row)[place->index].*side = led_status_green;
     const auto led = place->row == led_row::client ? fmt::format("Updating channel {}", key)
@@ -135,6 +140,41 @@ bool leds::light_channels(const channel_table& channels, bool port_needed, const
     log_green(led, side == &led_data::rx);
   }
   return all_known;
+}
+
+/// A LED goes on showing what it shows; all of the side without a place. One that is made green by
+/// another channel is green.
+void leds::keep_side(panel& fresh, std::string led_data::*side,
+                     std::optional<led_place> place) const {
+  const auto keep = [&](const std::vector<led_data>& shown, std::vector<led_data>& row,
+                        std::size_t i) {
+    if (row[i].*side != led_status_green) row[i].*side = shown[i].*side;
+  };
+  if (place) {
+    auto& row = fresh.row(place->row);
+    const auto& shown = place->row == led_row::client ? client_leds_ : xc_leds_;
+    if (place->index < row.size()) keep(shown, row, place->index);
+    return;
+  }
+  for (std::size_t i = 0; i < fresh.client.size(); ++i)
+    keep(client_leds_, fresh.client, i);
+  for (std::size_t i = 0; i < fresh.xc.size(); ++i)
+    keep(xc_leds_, fresh.xc, i);
+}
+
+bool leds::may_write(bool all_known) {
+  const auto now = helpers::waiting::instance().steady_now();
+  if (all_known) {
+    unknown_since_.reset();
+  } else if (!unknown_since_) {
+    unknown_since_ = now;
+  }
+  const bool waits =
+      guards::panel_waits_for_channels(all_known, now - unknown_since_.value_or(now));
+  helpers::guard_register::instance().show(
+      guards::panel_unknown_channel, "panel", !all_known && !waits,
+      "a channel has not told its state, the others are shown");
+  return !waits;
 }
 
 void leds::light_line(panel& fresh) const {
@@ -158,7 +198,8 @@ void leds::apply_statuses(bool port_needed, const led_rule& place_of) {
   const bool client_changed = mark_changes(client_leds_, fresh.client);
   const bool xc_changed = mark_changes(xc_leds_, fresh.xc);
   if (line_rx_known_ && line_tx_known_) mark_change(line_led_, fresh.line);
-  needs_update_ = rx_known && tx_known && (client_changed || xc_changed || fresh.line.changed);
+  needs_update_ =
+      may_write(rx_known && tx_known) && (client_changed || xc_changed || fresh.line.changed);
   client_leds_ = std::move(fresh.client);
   xc_leds_ = std::move(fresh.xc);
   line_led_ = std::move(fresh.line);

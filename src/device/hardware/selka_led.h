@@ -1,8 +1,10 @@
-// The LED panel behind its nexel.
+// The LED panel behind its nexel. A call that is under way when the process stops is given up: a
+// panel that hangs must not hold up the end.
 #pragma once
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "device/hardware/client.h"
 #include "device/hardware/refusals.h"
@@ -29,9 +31,16 @@ class selka_led : public without_subscriptions<device::interfaces::led> {
   std::string get_client_tx_led(unsigned n) override;
   void set_client_rx_led(unsigned n, const std::string& colour) override;
   void set_client_tx_led(unsigned n, const std::string& colour) override;
+  std::vector<device::interfaces::led_answer> read_together(
+      const std::vector<device::interfaces::led_address>& leds) override;
+  std::vector<device::interfaces::led_answer> write_together(
+      const std::vector<device::interfaces::led_write>& writes) override;
 
  private:
-  void write(const std::string& path, const std::string& colour, const std::string& failure);
+  std::string read(const device::interfaces::led_address& at);
+  void write(const device::interfaces::led_address& at, const std::string& colour);
+  template <class Object>
+  auto ask(std::shared_ptr<Object> object);
 
   std::shared_ptr<nexel_client_api> client_;
 };

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/manager/loops/client_tx.h"
+#include "products/orva/asked_once.h"
 #include "products/orva/osnr.h"
 
 namespace products::orva {
@@ -22,24 +23,28 @@ class client_tx : public ::manager::loops::client_tx<T> {
 
   void run(nx_db& db, bool regulate) override;
   void setup_channel_api(nx_db& db, control_ptr control) override;
-  /// For all channels of the plan, with its mutex held.
+  /// For all channels of the plan, with its mutex held. What fails for one keeps its last value;
+  /// the first failure is thrown when all others have theirs.
   virtual void calculate_channel_osnr();
 
   std::optional<float> wanted_detection_level();
   void set_channel_detection_level();
-  std::optional<float> find_closest_inactive_channel_power(unsigned frequency);
 
  protected:
   /// Bandwidth of a channel's light for the OSNR, GHz.
   virtual float osnr_bandwidth_of(const control_ptr& control);
+  /// What the last pass has asked of devices is no longer true.
+  virtual void begin_osnr_pass();
   virtual void log_osnr(unsigned id, float power, float neighbor, float osnr);
 
  private:
   void watch_osnr();
-  float local_osnr(const control_ptr& control);
+  void update_osnr(const control_ptr& control, const std::vector<monitored_channel>& monitored);
+  float local_osnr(const control_ptr& control, const std::vector<monitored_channel>& monitored);
   float remote_osnr(unsigned id);
   std::vector<monitored_channel> monitored_channels();
 
+  asked_once<bool> osc_up_;
   std::chrono::steady_clock::time_point last_osnr_update_;
 };
 

@@ -20,8 +20,8 @@ void client_tx<T>::watch_osnr() {
   if (!this->is_operational()) return;
   const auto now = helpers::waiting::instance().steady_now();
   if (now - last_osnr_update_ > interval) {
-    calculate_channel_osnr();
-    last_osnr_update_ = now;
+    last_osnr_update_ = now;  // a pass that fails costs no more than one that does not
+    if (!helpers::guarded([this] { calculate_channel_osnr(); })) this->operational = false;
   }
   set_channel_detection_level();
 }
@@ -64,11 +64,6 @@ std::vector<monitored_channel> client_tx<T>::monitored_channels() {
 }
 
 template <class T>
-std::optional<float> client_tx<T>::find_closest_inactive_channel_power(unsigned frequency) {
-  return closest_dark_power(monitored_channels(), frequency);
-}
-
-template <class T>
 float client_tx<T>::osnr_bandwidth_of(const control_ptr& control) {
   return control->get_channel()->get_width();
 }
@@ -84,7 +79,7 @@ void client_tx<T>::log_osnr(unsigned id, float power, float neighbor, float osnr
 template <class T>
 float client_tx<T>::remote_osnr(unsigned id) {
   try {
-    if (this->remote_->has_osnr() && this->osc_->is_operational()) {
+    if (this->remote_->has_osnr() && osc_up_.get([this] { return this->osc_->is_operational(); })) {
       return this->remote_->get_channel_osnr(id);
     }
   } catch (...) {
@@ -94,10 +89,11 @@ float client_tx<T>::remote_osnr(unsigned id) {
 }
 
 template <class T>
-float client_tx<T>::local_osnr(const control_ptr& control) {
+float client_tx<T>::local_osnr(const control_ptr& control,
+                               const std::vector<monitored_channel>& monitored) {
   const auto channel = control->get_channel();
   if (!channel->get_peak()) return 0.0f;
-  const auto neighbor = find_closest_inactive_channel_power(channel->get_center_frequency());
+  const auto neighbor = closest_dark_power(monitored, channel->get_center_frequency());
   if (!neighbor) return 0.0f;
   const float power = channel->get_ocm_power();
   const float osnr = osnr_db(power, *neighbor, osnr_bandwidth_of(control));
@@ -106,13 +102,31 @@ float client_tx<T>::local_osnr(const control_ptr& control) {
 }
 
 template <class T>
+void client_tx<T>::begin_osnr_pass() {
+  osc_up_.forget();
+}
+
+template <class T>
+void client_tx<T>::update_osnr(const control_ptr& control,
+                               const std::vector<monitored_channel>& monitored) {
+  const auto channel = control->get_channel();
+  channel->set_remote_osnr(remote_osnr(channel->get_id()));
+  channel->set_osnr(local_osnr(control, monitored));
+}
+
+template <class T>
 void client_tx<T>::calculate_channel_osnr() {
+  begin_osnr_pass();
+  const auto monitored = monitored_channels();
+  std::exception_ptr first_failure;
   for (const auto& [frequency, control] : *this->plan_->get_channels()) {
-    const auto channel = control->get_channel();
-    const float remote = remote_osnr(channel->get_id());
-    channel->set_osnr(local_osnr(control));
-    channel->set_remote_osnr(remote);
+    try {
+      update_osnr(control, monitored);
+    } catch (...) {
+      if (!first_failure) first_failure = std::current_exception();
+    }
   }
+  if (first_failure) std::rethrow_exception(first_failure);
 }
 
 template <class T>

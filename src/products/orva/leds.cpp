@@ -37,7 +37,8 @@ void leds::boot_thread_function() {
                 .waits_for_device = true,
                 .pair_count = client_count_ + line_count_,
                 .xc_count = 0,
-                .sweep = {{led_test_step::kind::line}, {led_test_step::kind::all_clients}}});
+                .sweep = {{led_test_step::kind::line}, {led_test_step::kind::all_clients}},
+                .client_count = client_count_});
 }
 
 }  // namespace products::orva

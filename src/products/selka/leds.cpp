@@ -49,7 +49,8 @@ void leds::boot_thread_function() {
                 .waits_for_device = true,
                 .pair_count = client_count_ + xc_count_ + line_count_,
                 .xc_count = xc_count_,
-                .sweep = {{one_xc, 1}, {one_xc, 2}, {line}, {all_clients}, {one_xc, 3}}});
+                .sweep = {{one_xc, 1}, {one_xc, 2}, {line}, {all_clients}, {one_xc, 3}},
+                .client_count = client_count_});
 }
 
 }  // namespace products::selka

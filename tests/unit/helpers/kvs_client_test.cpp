@@ -105,6 +105,24 @@ TEST_F(kvs_client_test, an_error_of_the_store_leaves_the_connection_alive) {
   EXPECT_TRUE(client.ping());
 }
 
+TEST_F(kvs_client_test, a_ping_and_reads_in_one_exchange_fail_each_by_itself) {
+  store.start();
+  store.command({"RPUSH", "{tag}:list", "a"});
+  store.command({"SET", "{tag}:text", "value"});
+  kvs_client client("default", "");
+  const auto answers = client.ping_and_get({"{tag}:list", "{tag}:text", "{tag}:absent"}, 10);
+  ASSERT_EQ(answers.size(), 4u);
+  EXPECT_EQ(answers[0].text, "PONG");
+  EXPECT_THAT(answers[1].failure.value_or(""), HasSubstr("get {tag}:list: WRONGTYPE"));
+  EXPECT_EQ(answers[2].text, "value");
+  EXPECT_EQ(answers[3].text, "");
+  EXPECT_FALSE(answers[3].failure);
+  EXPECT_EQ(client.get<std::string>("{tag}:text", 10), "value") << "no answer is left over";
+  store.stop();
+  EXPECT_NE(failure_of([&] { client.ping_and_get({"{tag}:text"}, 10); }), "none");
+  EXPECT_THAT(failure_of([&] { client.ping(); }), HasSubstr("is dead"));
+}
+
 TEST_F(kvs_client_test, a_lost_store_kills_the_connection_for_good) {
   EXPECT_THAT(failure_of([] { kvs_client("default", "").ping(); }), HasSubstr(store.url()));
   store.start();

@@ -3,10 +3,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
+
 #include "platform/kvs_client/kvs_client.h"
+#include "tests/support/environment.h"
 #include "tests/support/failure.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/memory_store.h"
+#include "tests/support/private_redis.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 
@@ -52,6 +57,26 @@ TEST_F(redis_test, reconnects_once_and_recovers) {
   kvs_memory::set_available(true);
   store.set("{conf}:key", 0.25f);
   EXPECT_EQ(store.get("{conf}:key"), "0.25");
+}
+
+TEST_F(redis_test, on_a_server_reads_and_writes_behind_its_tests) {
+  const test::temp_folder folder;
+  test::private_redis server(folder.path());
+  const test::environment_variable url{"KVS_URL", server.url()};
+  std::signal(SIGPIPE, SIG_IGN);
+  server.start();
+  store.reset_for_test();
+  EXPECT_EQ(failure_of([&] { store.set("{conf}:key", std::string("v")); }), not_connected);
+  EXPECT_EQ(server.get("{conf}:key"), "") << "nothing is written to a store that is not usable";
+  server.command({"SET", store.get_hash_tags().second + ":qz:status", "ok"});
+  server.command({"SET", store.get_hash_tags().first + ":qz:mounts", "/mnt/qz"});
+  store.set("{conf}:key", std::string("value"));
+  EXPECT_EQ(store.get("{conf}:key"), "value");
+  server.command({"RPUSH", "{conf}:list", "a"});
+  const test::log_capture log;
+  EXPECT_THROW(store.get("{conf}:list"), kvs_client_exception);
+  EXPECT_THAT(log.texts(), ElementsAre()) << "an answer is no reason to reconnect";
+  store.reset_for_test();
 }
 
 TEST_F(redis_test, remembers_the_version_once_it_was_read) {

@@ -16,6 +16,9 @@
 namespace test {
 
 using texts = std::vector<std::string>;
+using device::interfaces::led_address;
+using device::interfaces::led_write;
+using led_answers = std::vector<device::interfaces::led_answer>;
 
 class fake_panel : public fake_device<device::interfaces::led> {
  public:
@@ -26,6 +29,7 @@ class fake_panel : public fake_device<device::interfaces::led> {
 
   std::map<std::string, std::string> colours;  ///< by name
   texts writes;                                ///< "client 3 rx green"
+  unsigned exchanges = 0;                      ///< messages of many LEDs
 
   /// The names that are green, in the map's order, joined by commas.
   std::string green() const {
@@ -59,8 +63,36 @@ class fake_panel : public fake_device<device::interfaces::led> {
   void set_client_tx_led(unsigned n, text colour) override {
     paint(named("client", n, "tx"), colour);
   }
+  led_answers read_together(const std::vector<led_address>& leds) override {
+    ++exchanges;
+    return each(leds, [this](const led_address& at) { return colour_of(named(at)); });
+  }
+  led_answers write_together(const std::vector<led_write>& all) override {
+    ++exchanges;
+    return each(all, [this](const led_write& one) {
+      paint(named(one.at), one.colour);
+      return one.colour;
+    });
+  }
 
  private:
+  template <class Items, class Access>
+  led_answers each(const Items& items, const Access& access) {
+    led_answers answers(items.size());
+    for (std::size_t i = 0; i < items.size(); ++i) {
+      try {
+        answers[i].colour = access(items[i]);
+      } catch (...) {
+        answers[i].failure = std::current_exception();
+      }
+    }
+    return answers;
+  }
+  static std::string named(const led_address& at) {
+    const char* side = at.rx ? "rx" : "tx";
+    if (at.row == led_address::panel_row::line) return std::string("line ") + side;
+    return named(at.row == led_address::panel_row::xc ? "xc" : "client", at.number, side);
+  }
   static std::string named(const char* row, unsigned number, const char* side) {
     return fmt::format("{} {} {}", row, number, side);
   }

@@ -7,12 +7,9 @@
 #include <latch>
 
 #include "platform/value_tree/server/session_outbox.h"
-#include "platform/value_tree/server/thread_poller.h"
 #include "platform/value_tree/server/worker_pool.h"
-#include "platform/value_tree/value_group.h"
 #include "platform/wire/limits.h"
 #include "tests/support/gate.h"
-#include "tests/support/nodes.h"
 
 namespace {
 
@@ -121,34 +118,6 @@ TEST(worker_pool, grows_while_its_threads_wait) {
     door.open();
   }
   EXPECT_EQ(done, 30);
-}
-
-TEST(thread_poller, a_hung_node_holds_up_nobody) {
-  class polled_value : public test::value_node {
-   public:
-    polled_value(const std::string& name, std::function<void(int)> at_poll)
-        : value_node(name, "0"), at_poll_(std::move(at_poll)) {}
-    void periodic_task(bool) override { at_poll_(++polls); }
-
-   private:
-    std::function<void(int)> at_poll_;
-  };
-  test::gate door;
-  std::latch polled(3);
-  const auto poller = std::make_shared<nx::thread_poller>();
-  nx_db db(poller);
-  const auto group = std::make_shared<nx::api::value_group>(std::chrono::milliseconds(50), 0, 0);
-  const auto hung = test::add_node<polled_value>(db, "hung", [&](int) { door.pass(); });
-  const auto good = test::add_node<polled_value>(db, "good", [&](int count) {
-    if (count <= 3) polled.count_down();
-  });
-  group->add_value(hung, 1);
-  group->add_value(good, 1);
-  door.wait_for_arrivals(1);
-  polled.wait();
-  EXPECT_EQ(hung->polls, 1);  // not entered again while it is busy
-  door.open();
-  poller->stop();
 }
 
 }  // namespace

@@ -18,10 +18,12 @@ class client_tx : public orva::client_tx<T> {
 
  protected:
   float osnr_bandwidth_of(const control_ptr& control) override;
+  void begin_osnr_pass() override;
   void log_osnr(unsigned id, float power, float neighbor, float osnr) override;
 
  private:
   std::shared_ptr<device::interfaces::tdcm> tdcm_;
+  asked_once<float> dispersion_;
 };
 
 }  // namespace products::orva::orvapro

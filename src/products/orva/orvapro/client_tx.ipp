@@ -7,7 +7,13 @@ namespace products::orva::orvapro {
 
 template <class T>
 float client_tx<T>::osnr_bandwidth_of(const control_ptr&) {
-  return compensated_bandwidth(tdcm_->get_dispersion());
+  return compensated_bandwidth(dispersion_.get([this] { return tdcm_->get_dispersion(); }));
+}
+
+template <class T>
+void client_tx<T>::begin_osnr_pass() {
+  base::begin_osnr_pass();
+  dispersion_.forget();
 }
 
 template <class T>

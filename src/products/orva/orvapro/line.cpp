@@ -3,15 +3,29 @@
 #include <fmt/format.h>
 #include <rapidjson/document.h>
 
+#include <utility>
+
 #include "api/config_param.h"
 #include "api/hysteresis_filtered_value.h"
+#include "base/guards/dispersion.h"
 #include "base/manager/remote/api.h"
 #include "helpers/calibration.h"
+#include "helpers/guard.h"
 #include "helpers/logger.h"
+#include "helpers/waiting.h"
 #include "platform/wire/nx_error.h"
 #include "products/control_types_full.h"
 
 namespace products::orva::orvapro {
+
+namespace {
+
+constexpr const char* guarded_subject = "compensator";
+/// Log levels of an attempt: one of many that fail once a second is told at a lower one.
+constexpr int told = 2;
+constexpr int untold = 1;
+
+}  // namespace
 
 template <class T>
 line<T>::line(std::shared_ptr<::channel::plan<T>> channels,
@@ -20,6 +34,7 @@ line<T>::line(std::shared_ptr<::channel::plan<T>> channels,
       fixed_dcm_dispersion_(calibration::instance().get_value("cal_dc_fixed_tx")) {
   LUMORA_LOG(2, "Creating orva::orvapro::line instance.");
   this->saturation_threshold_ = 4.0f;
+  done_with_setting();  // what an earlier line still had to make is not this one's
 }
 
 template <class T>
@@ -42,7 +57,7 @@ template <class T>
 dcm_path line<T>::auto_select_fixed_dcm_path() {
   const auto path = path_for(this->get_line_rx_fiber_length());
   const auto number = static_cast<int>(path);
-  LUMORA_LOG(2, "Selecting optical switch as pathselect path {}", number);
+  LUMORA_LOG(attempt_level_, "Selecting optical switch as pathselect path {}", number);
   std::shared_ptr<device::interfaces::optoswitch> optical_switch;
   {
     const std::lock_guard lock(devices_mutex_);
@@ -50,12 +65,19 @@ dcm_path line<T>::auto_select_fixed_dcm_path() {
   }
   if (!optical_switch) throw nx_error(-22, "Optical switch is not set up yet");
   if (const int reached = optical_switch->select_path(number); reached != number) {
-    LUMORA_LOG(2, "Failed to set pathselect. Expected {}, got {}", number, reached);
+    LUMORA_LOG(attempt_level_, "Failed to set pathselect. Expected {}, got {}", number, reached);
     throw nx_error(-22,
                    fmt::format("Failed to set pathselect. Expected {}, got {}", number, reached));
   }
-  tdcm_path_ = path;
+  note_path(path);
   return path;
+}
+
+template <class T>
+void line<T>::note_path(dcm_path path) {
+  tdcm_path_ = path;
+  working_offset_ = path == dcm_path::with_fixed_dcm ? fixed_dcm_dispersion_ : 0.0f;
+  path_known_ = true;
 }
 
 template <class T>
@@ -63,22 +85,74 @@ void line<T>::set_tdcm(bool automatic, float manual_value) {
   auto& tdcm = compensator();
   const float fiber = this->get_osc_dispersion();
   const auto path = auto_select_fixed_dcm_path();
-  working_offset_ = path == dcm_path::with_fixed_dcm ? fixed_dcm_dispersion_ : 0.0f;
-  LUMORA_LOG(2, "Setting dispersion offset to: {}", working_offset_.load());
+  LUMORA_LOG(attempt_level_, "Setting dispersion offset to: {}", working_offset_.load());
   float target = automatic_target(path, fixed_dcm_dispersion_, fiber);
   if (!automatic) {
-    LUMORA_LOG(2, "Detected manual TDCM setting, TDCM: {}", manual_value);
+    LUMORA_LOG(attempt_level_, "Detected manual TDCM setting, TDCM: {}", manual_value);
     target = manual_value;
   }
   target = tdcm.limit_dispersion(tdcm.clamp_dispersion(target), automatic);
-  LUMORA_LOG(2, "Setting TDCM to {}, current: {}", target, tdcm.get_dispersion());
+  const float current = tdcm.get_dispersion();
+  LUMORA_LOG(attempt_level_, "Setting TDCM to {}, current: {}", target, current);
   tdcm.set_dispersion(target);
+  done_with_setting();
+}
+
+template <class T>
+void line<T>::done_with_setting() {
+  setting_due_ = false;
+  helpers::guard_register::instance().end(guards::dispersion_setting, guarded_subject);
 }
 
 template <class T>
 void line<T>::trigger_initial_tdcm_setting() {
-  const std::lock_guard lock(setting_mutex_);
-  set_tdcm(automatic_, manual_dispersion_);
+  setting_due_ = true;
+  has_failed_ = false;
+  make_due_setting();
+}
+
+// A setter may hold the lock for as long as a device makes it wait: there is a next time.
+template <class T>
+void line<T>::make_due_setting() {
+  last_attempt_ = helpers::waiting::instance().steady_now();
+  auto& guard = helpers::guard_register::instance();
+  const std::unique_lock lock(setting_mutex_, std::try_to_lock);
+  if (!lock) return;
+  try {
+    if (!this->osc_->is_operational()) {
+      return guard.withhold(guards::dispersion_setting, guarded_subject,
+                            "the supervisory channel is down, the fibre is not known");
+    }
+    attempt_level_ = has_failed_ ? untold : told;
+    set_tdcm(automatic_, manual_dispersion_);
+  } catch (...) {
+    guard.begin(guards::dispersion_setting, guarded_subject,
+                "compensator or optical switch could not be set");
+    if (std::exchange(has_failed_, true)) return;
+    this->operational_ = false;
+    helpers::log_current_exception();
+  }
+}
+
+/// After a restart of the daemon alone the light goes on as it went: the switch cannot be asked,
+/// but it was set by the length of the fibre.
+template <class T>
+void line<T>::adopt_path() {
+  try {
+    if (!this->osc_->is_operational()) return;
+    note_path(path_for(this->get_line_rx_fiber_length()));
+  } catch (...) {
+    // The cycle itself has told of the channel that does not answer.
+  }
+}
+
+template <class T>
+void line<T>::run(nx_db& db, bool regulate, bool coldstart) {
+  base::run(db, regulate, coldstart);
+  if (guards::is_attempt_due(setting_due_,
+                             helpers::waiting::instance().steady_now() - last_attempt_))
+    return make_due_setting();
+  if (!path_known_ && !setting_due_) adopt_path();
 }
 
 template <class T>
@@ -88,6 +162,7 @@ void line<T>::set_dispersion_settings(const nx::json_document& settings) {
   LUMORA_LOG(2, "Set dispersion mode to {}, value: {}", wanted.mode, wanted.dispersion);
   compensator().check_dispersion(wanted.dispersion);
   const std::lock_guard lock(setting_mutex_);
+  attempt_level_ = told;
   if (wanted.automatic != automatic_ || wanted.dispersion != manual_dispersion_) {
     set_tdcm(wanted.automatic, wanted.dispersion);
   }

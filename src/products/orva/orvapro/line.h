@@ -1,13 +1,16 @@
 // The line of orvapro: compensates the chromatic dispersion of its receive side with a tunable
 // compensator (TDCM) in series with a fixed module (DCM) that an optical switch takes in or out.
 // The setting is made at a coldstart, when the line comes back, and on a changed write of the
-// settings; between these the compensator is left alone.
+// settings; between these the compensator is left alone. What could not be made at its time is
+// tried again once a second, while the line goes on without it.
 //
-// Threads: trigger_initial_tdcm_setting on the manager thread and, from the setter, on a server
-// thread; one lock keeps the two apart. Dispersion in ps/nm.
+// Threads: trigger_initial_tdcm_setting and run on the manager thread, the setter on a server
+// thread; one lock keeps the settings apart, and the manager thread never waits for it. Dispersion
+// in ps/nm.
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <mutex>
 
 #include "base/manager/loops/line.h"
@@ -28,7 +31,9 @@ class line : public ::manager::loops::line<T> {
   void set_dispersion_devices(std::shared_ptr<device::interfaces::tdcm> tdcm,
                               std::shared_ptr<device::interfaces::optoswitch> optical_switch);
 
+  /// Does not throw: a failure leaves the setting due, to be made by a later `run`.
   void trigger_initial_tdcm_setting() override;
+  void run(nx_db& db, bool regulate, bool coldstart) override;
   void setup_api(nx_db& db) override;
 
   /// Throws nx_error -22 on a bad object or a value outside the compensator's range, and whatever
@@ -50,6 +55,10 @@ class line : public ::manager::loops::line<T> {
 
  private:
   void set_tdcm(bool automatic, float manual_value);
+  void make_due_setting();
+  void done_with_setting();
+  void adopt_path();
+  void note_path(dcm_path path);
   device::interfaces::tdcm& compensator();
 
   // Set once, after the values are on the tree: what is read in between answers with an error.
@@ -58,11 +67,17 @@ class line : public ::manager::loops::line<T> {
   std::shared_ptr<device::interfaces::optoswitch> optical_switch_;
 
   const float fixed_dcm_dispersion_;
+  int attempt_level_ = 2;                      // of its log lines
   std::mutex setting_mutex_;                   // one setting at a time
   std::atomic<float> working_offset_{660.0f};  ///< what the switch position adds now
   std::atomic<float> manual_dispersion_{0.0f};
   std::atomic<dcm_path> tdcm_path_{dcm_path::with_fixed_dcm};
   std::atomic<bool> automatic_{true};
+  std::atomic<bool> setting_due_{false};
+  std::atomic<bool> path_known_{false};  // by a setting, or by what the fibre tells
+  // The manager thread's own.
+  bool has_failed_ = false;  // since the setting is due
+  std::chrono::steady_clock::time_point last_attempt_;
 };
 
 }  // namespace products::orva::orvapro
