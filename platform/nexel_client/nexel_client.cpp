@@ -1,7 +1,24 @@
 #include "platform/nexel_client/nexel_client.h"
 
+#include <atomic>
 #include <cassert>
 #include <chrono>
+
+namespace {
+
+std::atomic<void (*)()> call_observer{nullptr};
+
+struct end_of_call {
+  ~end_of_call() {
+    if (const auto observer = call_observer.load()) observer();
+  }
+};
+
+}  // namespace
+
+void nexel_client_api::after_each_call(void (*observer)()) {
+  call_observer = observer;
+}
 
 void nexel_client_api::send(const std::shared_ptr<nexel_request>& request) {
   assert(!on_io_thread() && "a blocking call on the thread that resolves it");
@@ -10,6 +27,7 @@ void nexel_client_api::send(const std::shared_ptr<nexel_request>& request) {
 
 template <class T>
 T nexel_client_api::wait_for(std::future<T>& answer, const std::string& path, bool (*gives_up)()) {
+  const end_of_call told;
   const auto is_there = [&] {
     return answer.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
   };
@@ -92,10 +110,6 @@ R nexel_client_api::set(const std::string& path, const char* value) {
   return wait_for(answer, path);
 }
 
-template bool nexel_client_api::wait_for(std::future<bool>&, const std::string&);
-template float nexel_client_api::wait_for(std::future<float>&, const std::string&);
-template unsigned int nexel_client_api::wait_for(std::future<unsigned int>&, const std::string&);
-template std::string nexel_client_api::wait_for(std::future<std::string>&, const std::string&);
 template bool nexel_client_api::get(const std::string&);
 template float nexel_client_api::get(const std::string&);
 template int nexel_client_api::get(const std::string&);
@@ -103,6 +117,9 @@ template unsigned int nexel_client_api::get(const std::string&);
 template std::string nexel_client_api::get(const std::string&);
 template std::string nexel_client_api::get_or(const std::string&, const std::string&);
 template bool nexel_client_api::wait_for(std::future<bool>&, const std::string&, bool (*)());
+template float nexel_client_api::wait_for(std::future<float>&, const std::string&, bool (*)());
+template unsigned int nexel_client_api::wait_for(std::future<unsigned int>&, const std::string&,
+                                                 bool (*)());
 template std::string nexel_client_api::wait_for(std::future<std::string>&, const std::string&,
                                                 bool (*)());
 

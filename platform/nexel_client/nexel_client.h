@@ -31,14 +31,6 @@ class nexel_client_api : public nexel_client_base {
   /// Which nexel this is a client of, as its transport names it; empty where it has no name.
   virtual std::string address() const { return {}; }
 
-  /// Waits for the answer of an object that `server_call` was given, as the blocking calls do: for
-  /// those who send to several nexels and wait for all of them. T as below. Throws
-  /// nx_client_exception.
-  template <class T>
-  T await(std::future<T>& answer, const std::string& path) {
-    return wait_for(answer, path);
-  }
-
   /// One blocking read. T: bool, float, int, unsigned int, std::string. Throws nx_client_exception.
   template <class T>
   T get(const std::string& path);
@@ -59,11 +51,15 @@ class nexel_client_api : public nexel_client_base {
   template <class R>
   R set(const std::string& path, const char* value);
 
-  /// Waits for one answer to a request of several objects, which `server_call` has sent. T: bool,
-  /// std::string. While it waits, `gives_up` is asked now and then: if it says so, the call fails
+  /// Waits for one answer to a request of several objects, which `server_call` has sent: for those
+  /// who ask several nexels and wait for all of them. T as for `get`. While it waits, `gives_up` is asked now and then: if it says so, the call fails
   /// as with a nexel that is away.
   template <class T>
   T wait_for(std::future<T>& answer, const std::string& path, bool (*gives_up)() = nullptr);
+
+  /// `observer` is called on the caller's thread when a blocking call is over, whatever came of it.
+  /// Null takes it off. Before there are threads that call.
+  static void after_each_call(void (*observer)());
 
  protected:
   /// True on the thread that resolves the answers, where a blocking call would wait for itself.

@@ -55,7 +55,7 @@ class pending_value : public pending_read {
   std::shared_ptr<nexel_object> object() const override { return object_; }
   answer await() override {
     try {
-      return client().await(future_, path());
+      return client().wait_for(future_, path());
     } catch (const nx_client_exception& error) {
       return error;
     }

@@ -164,6 +164,24 @@ TEST_P(channel_commands, a_restart_brings_the_channels_back_and_leaves_their_lig
   light_and_await_target(first);
 }
 
+TEST_P(channel_commands, a_stored_plan_without_a_good_entry_clears_no_device) {
+  constexpr const char* key = "{conf}:qz/lumora:channel/plan/rx";
+  ASSERT_EQ(add(first), "");
+  light_and_await_target(first);
+  const auto good = test::stored_plan("rx");
+  kvs_memory::set(key, R"([{"center_frequency":19210000,"width":-10000,"port":2}])");
+  const auto since = node_.now();
+  node_.clock().at(since + 10s, [&] {
+    EXPECT_EQ(places_of(first), "smp|smp") << "the switch goes on with what it has";
+    kvs_memory::set(key, good);
+  });
+  node_.restart();
+  EXPECT_GE(node_.now(), since + 10s);
+  EXPECT_EQ(index(), "[19210000]");
+  EXPECT_FLOAT_EQ(node_.number("data/system/utilization"), 2.1f);
+  light_and_await_target(first);
+}
+
 TEST_P(channel_commands, a_device_that_lost_its_channels_is_given_them_again) {
   for (const auto centre : {first, second}) {
     ASSERT_EQ(add(centre), "");
@@ -208,7 +226,7 @@ TEST_P(channel_commands, an_add_that_breaks_off_is_repaired_by_the_same_add) {
     if (part == "store") return kvs_memory::set_available(alive);
     node_.plant().set_nexel_state(0, part, alive ? sim::nexel_state::ok : sim::nexel_state::killed);
   };
-  for (const auto& row : rows) {
+  const auto expect_repaired = [&](const break_off& row) {
     SCOPED_TRACE(fmt::format("{} dies at '{}'", row.dies, row.at));
     node_.at_log_line(row.at, [&] { set_alive(row.dies, false); });
     EXPECT_EQ(add(first), row.told);
@@ -228,6 +246,13 @@ TEST_P(channel_commands, an_add_that_breaks_off_is_repaired_by_the_same_add) {
     ASSERT_EQ(remove(first), "");
     EXPECT_EQ(places_of(first), "|");
     node_.plant().switch_laser(0, first, false);
+  };
+  for (const bool refuses : {false, true}) {
+    SCOPED_TRACE(refuses ? "devices that refuse what they have" : "devices that take it again");
+    for (const char* device : {"wss", "ocm"})
+      node_.plant().set_refuses_known_channels(0, device, refuses);
+    for (const auto& row : rows)
+      expect_repaired(row);
   }
 }
 

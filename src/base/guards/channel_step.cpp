@@ -63,15 +63,29 @@ void last_step::made(float from, float target, const channel_view& view) {
            .shown = view.attenuation,
            .shown_at = view.now,
            .moved_at = std::nullopt,
-           .followed = false};
+           .followed = false,
+           .shown_in_light = false};
 }
 
 void last_step::forget() {
   step_.reset();
 }
 
+bool last_step::shows_in(const channel_view& view) const {
+  if (view.power_at <= *step_->moved_at) return false;
+  const float expected = step_->from - view.attenuation;
+  if (std::fabs(expected) < visible_step_db || view.saturated_at >= step_->at) return true;
+  return (view.power - step_->power) / expected >= least_share_of_effect;
+}
+
 void last_step::look(const channel_view& view) {
-  if (!step_ || step_->moved_at) return;
+  if (!step_) return;
+  look_for_movement(view);
+  if (step_->moved_at && shows_in(view)) step_->shown_in_light = true;
+}
+
+void last_step::look_for_movement(const channel_view& view) {
+  if (step_->moved_at) return;
   if (std::fabs(view.attenuation - step_->shown) > trembling_db) {
     step_->shown = view.attenuation;
     step_->shown_at = view.attenuation_at;
@@ -94,19 +108,14 @@ wait_for last_step::waits_for(const channel_view& view) const {
   if (!step_->moved_at) {
     return has_expired(view) ? wait_for::none : wait_for::switch_to_move;
   }
-  const float expected = step_->from - view.attenuation;
+  if (step_->shown_in_light) return wait_for::none;
   if (view.power_at <= *step_->moved_at) {
+    const float expected = step_->from - view.attenuation;
     const bool shows_all = view.power != step_->power && missing_effect(view, expected) <= 0;
     const bool overdue = view.now - *step_->moved_at >= patience_for_reading;
     return shows_all && overdue ? wait_for::none : wait_for::new_reading;
   }
-  if (std::fabs(expected) < visible_step_db || view.saturated_at >= step_->at) {
-    return wait_for::none;
-  }
-  const float share = (view.power - step_->power) / expected;
-  const bool shows = share >= least_share_of_effect;
-  return shows || view.now - *step_->moved_at >= patience_for_effect ? wait_for::none
-                                                                     : wait_for::effect;
+  return view.now - *step_->moved_at >= patience_for_effect ? wait_for::none : wait_for::effect;
 }
 
 bool last_step::has_expired(const channel_view& view) const {

@@ -84,9 +84,12 @@ class last_step {
     float shown;  ///< the read-back when it last moved
     time_point shown_at;
     std::optional<time_point> moved_at;
-    bool followed;  ///< the light has shown the step, the read-back not
+    bool followed;        ///< the light has shown the step, the read-back not
+    bool shown_in_light;  ///< its effect was seen once: what comes later is not of this step
   };
 
+  void look_for_movement(const channel_view& view);
+  bool shows_in(const channel_view& view) const;
   float missing_effect(const channel_view& view, float expected) const;
   bool light_followed(const channel_view& view) const;
 

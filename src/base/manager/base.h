@@ -18,14 +18,16 @@
 #include "api/status_value.h"
 #include "base/channel/plan.h"
 #include "base/manager/interface.h"
+#include "device/cycle_reads.h"
 #include "platform/value_tree/value_group.h"
 #include "platform/wire/json.h"
 
 class nx_db;
 
 namespace device::interfaces {
+class edfa;
 class osc;
-}
+}  // namespace device::interfaces
 namespace manager {
 class leds;
 }
@@ -53,8 +55,8 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   base();
   virtual ~base();
 
-  /// Builds everything. Waits for system nexels, plans and client loops without limit; a failure of
-  /// anything else leaves it.
+  /// Builds everything. What a device or the store must answer to is tried once a second, without
+  /// limit; a failure of anything else leaves it.
   void start(nx_db& db) override;
   /// Cycles until *running goes false.
   void run(nx_db& db, bool* running) override;
@@ -105,6 +107,11 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   virtual void add_client_tx_devices(nx_db& db);
   /// The line with its devices and values, before its first init.
   void build_line(nx_db& db, bool has_voa);
+  /// The first init of the line, until it succeeds.
+  void init_line(nx_db& db, bool embedded_ila);
+  /// Until the amplifier tells its limit, from which the channels of a fixed plan are published:
+  /// once, when it is there, and not once a second.
+  void await_amplifier(device::interfaces::edfa& amplifier, const char* message);
   /// Both plans with this many slices of 6.25 GHz.
   void create_plans(unsigned slices);
   /// Calls until the call succeeds, once a second; failures are logged with `message`. Ends early
@@ -139,6 +146,9 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
 
   void build(nx_db& db);
   bool read_system_nexels(nx_db& db);
+  void disable_amplifiers(nx_db& db);
+  /// Asks all devices at once for what this cycle reads of them without subscription.
+  void read_inputs(device::interfaces::osc& osc);
   loop_states revive_loops(nx_db& db);
   const char* regulate(nx_db& db, const loop_states& ok);
   void report(const loop_states& ok, const char* regulating);
@@ -146,6 +156,7 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   void remove_in_directions(const channel_request& request);
   void refresh_published_channels();
 
+  device::cycle_reads reads_;  // the manager thread's
   std::atomic<bool> api_is_whole_{false};  // what commands publish is there
 };
 

@@ -5,6 +5,7 @@
 
 #include "base/manager/automation.h"
 #include "base/manager/base.ipp"
+#include "helpers/service_manager.h"
 
 namespace manager {
 
@@ -24,9 +25,12 @@ void base<RX_T, TX_T>::cycle(nx_db& db, const std::shared_ptr<device::interfaces
   auto& waiting = helpers::waiting::instance();
   if (!automation::instance().is_regulating()) {
     LUMORA_LOG(1, "Automation mode not allowed, sleeping.");
+    helpers::service_manager::instance().status("Not regulating, as the automation mode asks");
     waiting.sleep(pause_when_not_regulating);
     return;
   }
+  const device::cycle_reads::scope scope(reads_);
+  read_inputs(*osc);
   remote_->run(db, osc, tx_plan_);
   const auto ok = revive_loops(db);
   const char* regulating = regulate(db, ok);
@@ -37,10 +41,21 @@ void base<RX_T, TX_T>::cycle(nx_db& db, const std::shared_ptr<device::interfaces
 }
 
 template <class RX_T, class TX_T>
+void base<RX_T, TX_T>::read_inputs(device::interfaces::osc& osc) {
+  std::vector<device::read_wish> wishes;
+  osc.declare_reads(wishes);
+  client_rx_->declare_reads(wishes);
+  client_tx_->declare_reads(wishes);
+  line_->declare_reads(wishes);
+  reads_.fetch(wishes);
+}
+
+template <class RX_T, class TX_T>
 typename base<RX_T, TX_T>::loop_states base<RX_T, TX_T>::revive_loops(nx_db& db) {
   // A failing init is logged by the loop itself and tried again in the next cycle.
-  const auto revive = [](bool was_ok, auto&& init, auto&& is_ok) {
+  const auto revive = [](const char* direction, bool was_ok, auto&& init, auto&& is_ok) {
     if (was_ok) return true;
+    const log_subject subject(direction);
     try {
       init();
       return is_ok();
@@ -50,39 +65,44 @@ typename base<RX_T, TX_T>::loop_states base<RX_T, TX_T>::revive_loops(nx_db& db)
   };
   const bool rx_was_ok = client_rx_->operational;
   const bool tx_was_ok = client_tx_->operational;
-  return {.line = revive(
-              line_->is_operational(), [&] { line_->init(db, supports_embedded_ila()); },
-              [&] { return line_->is_operational(); }),
-          .rx = revive(
-              rx_was_ok, [&] { client_rx_->init(db); }, [&] { return client_rx_->operational; }),
-          .tx = revive(
-              tx_was_ok, [&] { client_tx_->init(db); }, [&] { return client_tx_->operational; })};
+  return {
+      .line = revive(
+          nullptr, line_->is_operational(), [&] { line_->init(db, supports_embedded_ila()); },
+          [&] { return line_->is_operational(); }),
+      .rx = revive(
+          "rx", rx_was_ok, [&] { client_rx_->init(db); }, [&] { return client_rx_->operational; }),
+      .tx = revive(
+          "tx", tx_was_ok, [&] { client_tx_->init(db); }, [&] { return client_tx_->operational; })};
 }
 
 template <class RX_T, class TX_T>
 const char* base<RX_T, TX_T>::regulate(nx_db& db, const loop_states& ok) {
   const bool clients_turn = client_rx_->peak_regulated;
-  if (ok.rx && ok.line) {
+  if (ok.rx) {
+    const log_subject subject("rx");
     client_rx_->run(db, clients_turn);
-    line_->run(db, !clients_turn, coldstart_);
-  } else if (ok.rx) {
-    client_rx_->run(db, clients_turn);
-  } else if (ok.line) {
-    line_->run(db, true, coldstart_);
   }
-  if (ok.tx) client_tx_->run(db, client_tx_->peak_regulated && !client_rx_->peak_regulated);
+  if (ok.line) line_->run(db, !ok.rx || !clients_turn, coldstart_);
+  if (ok.tx) {
+    const log_subject subject("tx");
+    client_tx_->run(db, client_tx_->peak_regulated && !client_rx_->peak_regulated);
+  }
   return clients_turn ? "client rx" : "line";
 }
 
 template <class RX_T, class TX_T>
 void base<RX_T, TX_T>::report(const loop_states& ok, const char* regulating) {
+  auto& service = helpers::service_manager::instance();
   if (ok.line && ok.rx && ok.tx) {
+    service.status("Regulating");
     LUMORA_LOG(1, "Manager operational, regulating: {}", regulating);
     return;
   }
   const auto word = [](bool is_ok) { return is_ok ? "ok" : "error"; };
   LUMORA_LOG(2, "Manager not fully operational, line {}, rx {}, tx {}", word(ok.line), word(ok.rx),
              word(ok.tx));
+  service.status(fmt::format("Not fully operational, line {}, rx {}, tx {}", word(ok.line),
+                             word(ok.rx), word(ok.tx)));
 }
 
 }  // namespace manager

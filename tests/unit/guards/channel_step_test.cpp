@@ -54,6 +54,11 @@ TEST_F(step_of_five_db, does_not_take_noise_on_the_old_light_for_its_effect) {
   EXPECT_EQ(after(view(31.0, 10.0f, 0.6, -20.04f, 30.3)), wait_for::none) << "not for ever";
 }
 
+TEST_F(step_of_five_db, is_settled_once_its_effect_was_seen) {
+  EXPECT_EQ(after(view(1.5, 10.0f, 0.6, -15.1f, 1.3)), wait_for::none);
+  EXPECT_EQ(after(view(9.5, 10.0f, 0.6, -19.9f, 9.3)), wait_for::none) << "the client fell by 5 dB";
+}
+
 TEST_F(step_of_five_db, is_not_missed_where_saturation_hides_it) {
   auto hidden = view(1.5, 10.0f, 0.6, -19.95f, 1.3);
   hidden.saturated_at = at(0.5);
