@@ -1,7 +1,24 @@
 #include "platform/nexel_client/nexel_client.h"
 
+#include <atomic>
 #include <cassert>
 #include <chrono>
+
+namespace {
+
+std::atomic<void (*)()> call_observer{nullptr};
+
+struct end_of_call {
+  ~end_of_call() {
+    if (const auto observer = call_observer.load()) observer();
+  }
+};
+
+}  // namespace
+
+void nexel_client_api::after_each_call(void (*observer)()) {
+  call_observer = observer;
+}
 
 void nexel_client_api::send(const std::shared_ptr<nexel_request>& request) {
   assert(!on_io_thread() && "a blocking call on the thread that resolves it");
@@ -17,6 +34,7 @@ T nexel_client_api::wait_for(std::future<T>& answer, const std::string& path, bo
   }
   // While a process shuts down the I/O thread may end before a thread that still talks to a device.
   constexpr std::chrono::milliseconds look{100};
+  const end_of_call told;
   while (answer.wait_for(look) != std::future_status::ready) {
     if (is_abandoned() || (gives_up && gives_up()))
       throw nx_client_exception{-107, "Not connected: shutting down", path};

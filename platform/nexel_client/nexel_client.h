@@ -65,6 +65,10 @@ class nexel_client_api : public nexel_client_base {
   template <class T>
   T wait_for(std::future<T>& answer, const std::string& path, bool (*gives_up)() = nullptr);
 
+  /// `observer` is called on the caller's thread when a blocking call is over, whatever came of it.
+  /// Null takes it off. Before there are threads that call.
+  static void after_each_call(void (*observer)());
+
  protected:
   /// True on the thread that resolves the answers, where a blocking call would wait for itself.
   virtual bool on_io_thread() const { return false; }

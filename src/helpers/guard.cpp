@@ -1,6 +1,7 @@
 #include "helpers/guard.h"
 
 #include <boost/exception/diagnostic_information.hpp>
+#include <exception>
 #include <string>
 
 #include "helpers/logger.h"
@@ -53,6 +54,20 @@ void walk_guard::take_current_exception() {
   first_ = first_ ? first_ : std::current_exception();
   const auto text = text_of_current_exception(after_logging::stops, where_);
   if (logged_.insert(text).second) log_failure(text, where_);
+}
+
+std::string current_exception_text() {
+  try {
+    throw;
+  } catch (const nx_client_exception& error) {
+    return error.message;
+  } catch (const kvs_client_exception& error) {
+    return error.what();
+  } catch (const std::exception& error) {
+    return error.what();
+  } catch (...) {
+    return "unknown failure";
+  }
 }
 
 }  // namespace helpers

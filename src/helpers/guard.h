@@ -18,6 +18,9 @@ enum class after_logging { stops, throws_on };
 void log_current_exception(after_logging next = after_logging::stops,
                            const std::source_location& where = std::source_location::current());
 
+/// What the current exception says, without its place.
+std::string current_exception_text();
+
 /// Runs `action`; a failure is logged and stops here. True if there was none.
 template <class Action>
 bool guarded(Action&& action, const std::source_location& where = std::source_location::current()) {

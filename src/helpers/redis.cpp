@@ -6,6 +6,7 @@
 
 #include "helpers/guard.h"
 #include "helpers/logger.h"
+#include "helpers/service_manager.h"
 #include "platform/kvs_client/kvs_client.h"
 #include "platform/wire/nx_error.h"
 
@@ -86,6 +87,7 @@ void redis::reset_for_test() {
 }
 
 bool redis::_check_connection(bool reconnect) {
+  helpers::service_manager::instance().alive();  // an answer may take a second each
   get_hash_tags();  // a missing tag is the caller's to hear of, not a lost connection
   bool usable = false;
   if (helpers::guarded([&] { usable = is_usable(); })) return usable;

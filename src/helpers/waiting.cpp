@@ -8,6 +8,8 @@
 #include <mutex>
 #include <thread>
 
+#include "helpers/service_manager.h"
+
 namespace helpers {
 
 namespace {
@@ -122,8 +124,17 @@ std::chrono::system_clock::time_point waiting::system_now() {
 }
 
 bool waiting::sleep(std::chrono::nanoseconds duration) {
-  if (stopping()) return false;
-  impl_->current()->sleep(duration);
+  auto& watched_by = service_manager::instance();
+  const auto source = impl_->current();
+  // The manager thread shows that it lives in each of its waits, however long: at the pace that its
+  // service manager has set, if there is one.
+  while (!stopping()) {
+    const auto piece = std::min(duration, watched_by.longest_silence());
+    source->sleep(piece);
+    watched_by.alive();
+    duration -= piece;
+    if (duration <= std::chrono::nanoseconds::zero()) break;
+  }
   return !stopping();
 }
 

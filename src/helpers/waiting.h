@@ -36,7 +36,8 @@ class waiting {
   /// The wall clock at start plus the steady time since: a step of the wall clock moves no timer.
   std::chrono::system_clock::time_point system_now();
 
-  /// True after the full time, false as soon as the process is stopping. From any thread.
+  /// True after the full time, false as soon as the process is stopping. From any thread; the
+  /// manager's shows its service manager meanwhile that it lives.
   bool sleep(std::chrono::nanoseconds duration);
 
   /// Waits for what another thread does, which tells so by `wake`. True once `done` holds; false

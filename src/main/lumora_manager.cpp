@@ -2,11 +2,13 @@
 
 #include <chrono>
 #include <optional>
+#include <string>
 
 #include "api/config_param.h"
 #include "helpers/guard.h"
 #include "helpers/logger.h"
 #include "helpers/redis.h"
+#include "helpers/service_manager.h"
 #include "helpers/waiting.h"
 
 namespace {
@@ -15,6 +17,10 @@ using namespace std::chrono_literals;
 
 bool still_running(bool* running) {
   return std::atomic_ref<bool>(*running).load();
+}
+
+void tell_status(const char* line) {
+  helpers::service_manager::instance().status(line);
 }
 
 void sleep_a_second() {
@@ -32,21 +38,37 @@ void lumora_manager::set_redis_config_status(bool value) {
 }
 
 void lumora_manager::start(std::shared_ptr<manager::interface>& manager, bool* running) {
+  auto& service = helpers::service_manager::instance();
+  service.watch_this_thread();
   LUMORA_LOG(2, "Manager thread started, awaiting redis configuration.");
-  helpers::guarded([&] { run_phases(*manager, running); });
+  std::string why = "the main loop has returned";
+  helpers::guarded([&] {
+    try {
+      run_phases(*manager, running);
+    } catch (...) {
+      why = helpers::current_exception_text();
+      throw;
+    }
+  });
+  // Nobody starts this thread again: whoever watches the process is to start it anew.
+  if (still_running(running)) service.give_up_this_thread(why);
 }
 
 void lumora_manager::run_phases(manager::interface& manager, bool* running) {
   config_status->update(true);
+  tell_status("Waiting for the key store");
   if (!await_redis(running)) return;
+  tell_status("Building the node");
   manager.start(db);
   if (!still_running(running)) return;  // a stop may have ended the start half way
   // Only now: whoever can write the parameter finds every value and setting on the tree.
   redis_config_param = nx::api::config_param<&lumora_manager::set_redis_config_status>::create(
       db, "config/redisConfigStatus", std::nullopt, shared_from_this());
+  tell_status("Waiting for the configuration");
   if (!await_configuration(running)) return;
   LUMORA_LOG(2, "Redis configuration received, proceeding.");
   sleep_a_second();
+  tell_status("Regulating");
   manager.run(db, running);
 }
 

@@ -12,10 +12,12 @@
 #include "helpers/calibration.h"
 #include "helpers/guard.h"
 #include "helpers/logger.h"
+#include "helpers/service_manager.h"
 #include "main/lumora_manager.h"
 #include "main/manager_thread.h"
 #include "main/options.h"
 #include "main/stop_signals.h"
+#include "platform/nexel_client/nexel_client.h"
 #include "platform/note_log/note_log.h"
 #include "platform/value_tree/nexel_api.h"
 #include "platform/wire/socket_path.h"
@@ -45,11 +47,16 @@ void give_large_memory_back() {
 /// Lends the calling thread to the server until it is told to end; then ends the manager thread.
 void serve(nexel_api& server, lumora_manager& daemon, std::shared_ptr<manager::interface>& manager,
            const std::string& interface_name) {
+  auto& service = helpers::service_manager::instance();
+  // A slow device makes a long cycle out of many answers, each of them a sign of life.
+  nexel_client_api::after_each_call([] { helpers::service_manager::instance().alive(); });
   bool running = true;
   manager_thread thread(daemon, manager, running);
   const stop_relay relay([&server] { server.stop(); });
   server.start_ipv6_socket(interface_name);
+  service.ready();  // the socket is bound: who connects from here on is served
   server.start();
+  service.stopping();
   LUMORA_LOG(2, "Shutting down manager thread");
   thread.stop();
 }

@@ -74,7 +74,8 @@ process::settings daemon_node::daemon_settings(const std::vector<std::string>& a
                           {"KVS_URL", store_.url()},
                           {"REDIS_CONF_HASH_TAG", conf_tag},
                           {"REDIS_DATA_HASH_TAG", data_tag}},
-                         {"JOURNAL_STREAM", "NOTE_LOG_SEVERITY", "NOTE_LOG_TRACE"}};
+                         {"JOURNAL_STREAM", "NOTE_LOG_SEVERITY", "NOTE_LOG_TRACE", "NOTIFY_SOCKET",
+                          "WATCHDOG_PID", "WATCHDOG_USEC"}};
   what.environment.insert(daemon_environment_.begin(), daemon_environment_.end());
   what.command.insert(what.command.end(), arguments.begin(), arguments.end());
   return what;

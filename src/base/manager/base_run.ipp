@@ -5,6 +5,7 @@
 
 #include "base/manager/automation.h"
 #include "base/manager/base.ipp"
+#include "helpers/service_manager.h"
 
 namespace manager {
 
@@ -24,6 +25,7 @@ void base<RX_T, TX_T>::cycle(nx_db& db, const std::shared_ptr<device::interfaces
   auto& waiting = helpers::waiting::instance();
   if (!automation::instance().is_regulating()) {
     LUMORA_LOG(1, "Automation mode not allowed, sleeping.");
+    helpers::service_manager::instance().status("Not regulating, as the automation mode asks");
     waiting.sleep(pause_when_not_regulating);
     return;
   }
@@ -76,13 +78,17 @@ const char* base<RX_T, TX_T>::regulate(nx_db& db, const loop_states& ok) {
 
 template <class RX_T, class TX_T>
 void base<RX_T, TX_T>::report(const loop_states& ok, const char* regulating) {
+  auto& service = helpers::service_manager::instance();
   if (ok.line && ok.rx && ok.tx) {
+    service.status("Regulating");
     LUMORA_LOG(1, "Manager operational, regulating: {}", regulating);
     return;
   }
   const auto word = [](bool is_ok) { return is_ok ? "ok" : "error"; };
   LUMORA_LOG(2, "Manager not fully operational, line {}, rx {}, tx {}", word(ok.line), word(ok.rx),
              word(ok.tx));
+  service.status(fmt::format("Not fully operational, line {}, rx {}, tx {}", word(ok.line),
+                             word(ok.rx), word(ok.tx)));
 }
 
 }  // namespace manager

@@ -3,14 +3,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 
 #include "helpers/waiting.h"
 #include "platform/value_tree/nx_db.h"
 #include "platform/wire/nx_error.h"
+#include "tests/support/environment.h"
 #include "tests/support/hand_clock.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/memory_store.h"
+#include "tests/support/notify_socket.h"
+#include "tests/support/temp_folder.h"
 #include "tests/support/tree_values.h"
 
 namespace {
@@ -102,6 +106,25 @@ TEST_F(lumora_manager_test, a_failure_of_the_manager_is_logged_and_ends_the_thre
   EXPECT_THAT(log.texts(),
               Contains(testing::AllOf(StartsWith("general exception: "), HasSubstr("lost"))));
   EXPECT_TRUE(running);
+}
+
+TEST_F(lumora_manager_test, a_thread_that_ends_unasked_gives_up_its_watchdog) {
+  const test::temp_folder folder;
+  test::notify_socket service_manager(folder.file("notify"));
+  const test::environment_variable address("NOTIFY_SOCKET", folder.file("notify"));
+  const test::environment_variable period("WATCHDOG_USEC", "60000000");
+  model->on_start = [&] { running = false; };
+  start_core();
+  EXPECT_TRUE(service_manager.wait_for("WATCHDOG=1"));
+  running = true;
+  model->on_start = [&] { clock->at(clock->elapsed() + 1s, [&] { write_config_status(true); }); };
+  model->on_run = [] { throw std::runtime_error("lost\nand gone"); };
+  start_core();
+  EXPECT_TRUE(service_manager.wait_for("WATCHDOG=trigger"));
+  const auto all = service_manager.messages();
+  EXPECT_THAT(all, Contains("STATUS=Nothing is regulated: lost and gone"));
+  EXPECT_EQ(all.back(), "WATCHDOG=trigger");
+  EXPECT_EQ(std::count(all.begin(), all.end(), "WATCHDOG=trigger"), 1) << "not for a stop";
 }
 
 }  // namespace
