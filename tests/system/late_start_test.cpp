@@ -8,28 +8,31 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr const char* no_system = "Failed to read system nexels, retrying.";
-
 // One time-out of a device call, whatever many of them are under way or follow, and what a healthy
 // node may take.
 constexpr auto stop_limit_with_hung_device = 3s;
 
-TEST(late_start, waits_for_the_system_nexels_and_ends_in_that_wait_too) {
-  // Both are read in one go: each state once will do.
-  for (const auto& [device, state, limit] :
-       {std::tuple{"system_info", "killed", 2s},
-        std::tuple{"system_start", "hung", stop_limit_with_hung_device}}) {
+TEST(late_start, waits_for_what_is_away_and_ends_in_that_wait_too) {
+  const std::tuple<const char*, const char*, const char*, std::chrono::seconds> rows[] = {
+      {"system_info", "killed", "Failed to read system nexels, retrying.", 2s},
+      {"system_start", "hung", "Failed to read system nexels, retrying.",
+       stop_limit_with_hung_device},
+      {"booster", "killed", "Failed to read booster, retrying.", 2s},
+      {"preamp", "hung", "Failed to read preamp, retrying.", stop_limit_with_hung_device},
+      {"voa_sfp", "killed", "Failed to initialize line, retrying.", 2s},
+  };
+  for (const auto& [device, state, told, limit] : rows) {
     SCOPED_TRACE(fmt::format("{} {}", device, state));
     test::regulating_node node;
     node.start_surroundings();
     node.plant().set_device(device, state);
     node.start_daemon();
-    ASSERT_TRUE(node.wait_for_more(no_system, 2)) << node.daemon().last_lines();
+    ASSERT_TRUE(node.wait_for_more(told, 2)) << node.daemon().last_lines();
     EXPECT_TRUE(node.serves());
     EXPECT_EQ(test::fault_of_end(node.daemon(), limit), "");
 
     node.start_daemon();
-    ASSERT_TRUE(node.wait_for_more(no_system)) << node.daemon().last_lines();
+    ASSERT_TRUE(node.wait_for_more(told)) << node.daemon().last_lines();
     node.plant().set_device(device, "ok");
     EXPECT_TRUE(node.await_configuration()) << node.daemon().last_lines();
   }

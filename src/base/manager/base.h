@@ -24,8 +24,9 @@
 class nx_db;
 
 namespace device::interfaces {
+class edfa;
 class osc;
-}
+}  // namespace device::interfaces
 namespace manager {
 class leds;
 }
@@ -53,8 +54,8 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   base();
   virtual ~base();
 
-  /// Builds everything. Waits for system nexels, plans and client loops without limit; a failure of
-  /// anything else leaves it.
+  /// Builds everything. What a device or the store must answer to is tried once a second, without
+  /// limit; a failure of anything else leaves it.
   void start(nx_db& db) override;
   /// Cycles until *running goes false.
   void run(nx_db& db, bool* running) override;
@@ -105,6 +106,11 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   virtual void add_client_tx_devices(nx_db& db);
   /// The line with its devices and values, before its first init.
   void build_line(nx_db& db, bool has_voa);
+  /// The first init of the line, until it succeeds.
+  void init_line(nx_db& db, bool embedded_ila);
+  /// Until the amplifier tells its limit, from which the channels of a fixed plan are published:
+  /// once, when it is there, and not once a second.
+  void await_amplifier(device::interfaces::edfa& amplifier, const char* message);
   /// Both plans with this many slices of 6.25 GHz.
   void create_plans(unsigned slices);
   /// Calls until the call succeeds, once a second; failures are logged with `message`. Ends early
@@ -139,6 +145,7 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
 
   void build(nx_db& db);
   bool read_system_nexels(nx_db& db);
+  void disable_amplifiers(nx_db& db);
   loop_states revive_loops(nx_db& db);
   const char* regulate(nx_db& db, const loop_states& ok);
   void report(const loop_states& ok, const char* regulating);

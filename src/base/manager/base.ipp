@@ -2,8 +2,10 @@
 // base_run.ipp, channels and commands in base_channels.ipp.
 #pragma once
 
+#include <exception>
 #include <filesystem>
 #include <fstream>
+#include <list>
 
 #include "api/command.h"
 #include "api/config_param.h"
@@ -25,6 +27,7 @@
 #include "device/system.h"
 #include "helpers/guard.h"
 #include "helpers/logger.h"
+#include "helpers/service_manager.h"
 #include "helpers/waiting.h"
 #include "platform/value_tree/nx_db.h"
 #include "platform/wire/socket_path.h"
@@ -100,6 +103,7 @@ void base<RX_T, TX_T>::retry_until_done(const std::function<void()>& call, const
       if (waiting.stopping()) throw helpers::process_stopping{};
       helpers::log_current_exception(helpers::after_logging::throws_on, where);
       LUMORA_LOG(2, fmt::runtime(message));
+      helpers::service_manager::instance().status(std::string("Building the node. ") + message);
     }
     if (!waiting.sleep(std::chrono::seconds(1))) throw helpers::process_stopping{};
   }
@@ -110,14 +114,33 @@ bool base<RX_T, TX_T>::coldstart_once(nx_db& db, bool system_coldstart) {
   const std::filesystem::path marker = nx::rooted_path("/tmp/lumora_cold_start");
   if (!system_coldstart || std::filesystem::exists(marker)) return false;
   LUMORA_LOG(2, "Coldstart detected, shutting down amplifiers.");
-  device::hardware::edfa preamp(db.get_io_context(), nexel_paths::preamp);
-  device::hardware::edfa booster(db.get_io_context(), nexel_paths::booster);
-  preamp.disable();
-  booster.disable();
+  disable_amplifiers(db);
   std::ofstream file(marker);
   // The amplifiers are off by now: to end here would leave them so.
   if (!file) LUMORA_LOG(2, "Failed to create coldstart marker {}.", marker.string());
   return true;
+}
+
+template <class RX_T, class TX_T>
+void base<RX_T, TX_T>::disable_amplifiers(nx_db& db) {
+  device::hardware::edfa preamp(db.get_io_context(), nexel_paths::preamp);
+  device::hardware::edfa booster(db.get_io_context(), nexel_paths::booster);
+  std::list<device::hardware::edfa*> left_on{&preamp, &booster};
+  // The one that is there is not left on for as long as the other is away.
+  const auto disable = [&] {
+    std::exception_ptr failure;
+    left_on.remove_if([&](auto* amplifier) {
+      try {
+        amplifier->disable();
+        return true;
+      } catch (...) {
+        failure = std::current_exception();
+        return false;
+      }
+    });
+    if (failure) std::rethrow_exception(failure);
+  };
+  retry_until_done(disable, "Failed to shut down amplifiers at coldstart, retrying.");
 }
 
 template <class RX_T, class TX_T>
@@ -159,6 +182,7 @@ void base<RX_T, TX_T>::setup_client_rx(nx_db& db) {
   client_rx_->set_edfa(booster);
   client_rx_->set_osc(osc);
   client_rx_->set_leds(leds_);
+  await_amplifier(*booster, "Failed to read booster, retrying.");
   setup_rx_channel_plan(db);
   client_rx_->setup_api(db);
   init_client_rx(db);
@@ -180,6 +204,7 @@ void base<RX_T, TX_T>::setup_client_tx(nx_db& db) {
   client_tx_->set_osc(osc);
   client_tx_->set_leds(leds_);
   add_client_tx_devices(db);
+  await_amplifier(*preamp, "Failed to read preamp, retrying.");
   setup_tx_channel_plan(db);
   client_tx_->setup_api(db);
   init_client_tx(db);
@@ -187,6 +212,11 @@ void base<RX_T, TX_T>::setup_client_tx(nx_db& db) {
 
 template <class RX_T, class TX_T>
 void base<RX_T, TX_T>::add_client_tx_devices(nx_db&) {}
+
+template <class RX_T, class TX_T>
+void base<RX_T, TX_T>::await_amplifier(device::interfaces::edfa& amplifier, const char* message) {
+  retry_until_done([&] { amplifier.get_power_limit(); }, message);
+}
 
 template <class RX_T, class TX_T>
 void base<RX_T, TX_T>::build_line(nx_db& db, bool has_voa) {
@@ -212,7 +242,12 @@ void base<RX_T, TX_T>::build_line(nx_db& db, bool has_voa) {
 template <class RX_T, class TX_T>
 void base<RX_T, TX_T>::setup_line(nx_db& db) {
   build_line(db, true);
-  line_->init(db, supports_embedded_ila());
+  init_line(db, supports_embedded_ila());
+}
+
+template <class RX_T, class TX_T>
+void base<RX_T, TX_T>::init_line(nx_db& db, bool embedded_ila) {
+  retry_until_done([&] { line_->init(db, embedded_ila); }, "Failed to initialize line, retrying.");
 }
 
 template <class RX_T, class TX_T>

@@ -43,24 +43,29 @@ void manager<RX_T, TX_T>::setup_fixed_plan(nx_db& db, Plan& plan, Loop& loop, Ad
 
 template <class RX_T, class TX_T>
 void manager<RX_T, TX_T>::setup_rx_channel_plan(nx_db& db) {
-  setup_fixed_plan(db, *this->rx_plan_, *this->client_rx_,
-                   [this](unsigned id) { this->leds_->add_rx_channel(id); });
+  const auto setup = [&] {
+    setup_fixed_plan(db, *this->rx_plan_, *this->client_rx_,
+                     [this](unsigned id) { this->leds_->add_rx_channel(id); });
+  };
+  this->retry_until_done(setup, "Failed to setup RX channel-plan, retrying.");
 }
 
 template <class RX_T, class TX_T>
 void manager<RX_T, TX_T>::setup_tx_channel_plan(nx_db& db) {
-  setup_fixed_plan(db, *this->tx_plan_, *this->client_tx_,
-                   [this](unsigned id) { this->leds_->add_tx_channel(id); });
+  const auto setup = [&] {
+    setup_fixed_plan(db, *this->tx_plan_, *this->client_tx_,
+                     [this](unsigned id) { this->leds_->add_tx_channel(id); });
+  };
+  this->retry_until_done(setup, "Failed to setup TX channel-plan, retrying.");
 }
 
 template <class RX_T, class TX_T>
 void manager<RX_T, TX_T>::update_utilization() {
   unsigned lit = 0;
-  {
-    const std::lock_guard lock(this->rx_plan_->get_mutex());
-    for (const auto& [frequency, control] : *this->rx_plan_->get_channels()) {
-      if (control->get_channel()->get_peak()) ++lit;
-    }
+  // Published under the same lock: of two counts the later one stays.
+  const std::lock_guard lock(this->rx_plan_->get_mutex());
+  for (const auto& [frequency, control] : *this->rx_plan_->get_channels()) {
+    if (control->get_channel()->get_peak()) ++lit;
   }
   this->utilization_->update(fixed_plan_.utilization(lit));
 }

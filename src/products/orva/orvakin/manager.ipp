@@ -58,20 +58,26 @@ void manager<RX_T, TX_T>::setup_grouped_plan(nx_db& db, Plan& plan, Loop& loop, 
 
 template <class RX_T, class TX_T>
 void manager<RX_T, TX_T>::setup_rx_channel_plan(nx_db& db) {
-  setup_grouped_plan(db, *this->rx_plan_, *this->client_rx_,
-                     [this](unsigned frequency) { this->leds_->add_rx_channel(frequency); });
+  const auto setup = [&] {
+    setup_grouped_plan(db, *this->rx_plan_, *this->client_rx_,
+                       [this](unsigned frequency) { this->leds_->add_rx_channel(frequency); });
+  };
+  this->retry_until_done(setup, "Failed to setup RX channel-plan, retrying.");
 }
 
 template <class RX_T, class TX_T>
 void manager<RX_T, TX_T>::setup_tx_channel_plan(nx_db& db) {
-  setup_grouped_plan(db, *this->tx_plan_, *this->client_tx_,
-                     [this](unsigned frequency) { this->leds_->add_tx_channel(frequency); });
+  const auto setup = [&] {
+    setup_grouped_plan(db, *this->tx_plan_, *this->client_tx_,
+                       [this](unsigned frequency) { this->leds_->add_tx_channel(frequency); });
+  };
+  this->retry_until_done(setup, "Failed to setup TX channel-plan, retrying.");
 }
 
 template <class RX_T, class TX_T>
 void manager<RX_T, TX_T>::setup_line(nx_db& db) {
   this->build_line(db, false);
-  this->line_->init(db, true);
+  this->init_line(db, true);
 }
 
 template <class RX_T, class TX_T>
