@@ -1,6 +1,6 @@
 // Constants of the board that are no calibration: read once from a text file "KEY VALUE" in the
 // board's folder ("/mnt/board_info/board_spec.conf", below NX_ROOT when that is set); built-in
-// defaults stand in for a missing file or key.
+// defaults stand in for a missing file or key, and for a value that no board has, which is logged.
 #pragma once
 
 #include <map>

@@ -2,10 +2,34 @@
 
 #include <array>
 #include <cctype>
+#include <cmath>
 #include <cstdio>
 #include <fstream>
+#include <string_view>
 
 #include "helpers/logger.h"
+
+namespace {
+
+/// A constant of "cal_" is what lies between two instruments of one board: the tap of a monitor
+/// loses some 20 dB, a switch 7 to 10, a filter 1. With more than this between them one of the two
+/// would be blind.
+constexpr float largest_loss_db = 40.0f;
+/// A fixed module undoes the dispersion of a span: 200 km of the most dispersive fibre have 4400.
+constexpr float largest_dispersion_ps_nm = 10'000.0f;
+constexpr std::string_view dispersion_key = "cal_dc_fixed_tx";
+
+/// What is wrong with a number; empty if a board can have it. Keys that nobody reads may hold any.
+std::string fault_of(std::string_view key, float value) {
+  if (std::isnan(value)) return "it is NaN";
+  if (std::isinf(value)) return "it is infinite";
+  const bool is_dispersion = key == dispersion_key;
+  const float largest = is_dispersion ? largest_dispersion_ps_nm : largest_loss_db;
+  if (!key.starts_with("cal_") || std::fabs(value) <= largest) return {};
+  return fmt::format("no board has more than {} {}", largest, is_dispersion ? "ps/nm" : "dB");
+}
+
+}  // namespace
 
 calibration& calibration::instance() {
   static calibration the_calibration;
@@ -16,14 +40,15 @@ void calibration::read_calibration_values(const std::string& path) {
   try {
     LUMORA_LOG(2, "Reading calibration file {}", path);
     std::ifstream file(path);
+    unsigned number = 0;
     for (std::string line; std::getline(file, line);)
-      read_line(line);
+      read_line(line, ++number);
   } catch (...) {
     LUMORA_LOG(2, "Failed to read a calibration value");
   }
 }
 
-void calibration::read_line(const std::string& line) {
+void calibration::read_line(const std::string& line, unsigned number) {
   std::array<char, 256> key{};
   int key_end = 0;
   float value = 0.0f;
@@ -34,6 +59,11 @@ void calibration::read_line(const std::string& line) {
       std::isspace(static_cast<unsigned char>(line[static_cast<std::size_t>(key_end)]));
   if (items != 2 || !whole_key) {
     LUMORA_LOG(2, "Failed to read calibration value '{}'", line);
+    return;
+  }
+  if (const auto fault = fault_of(key.data(), value); !fault.empty()) {
+    LUMORA_LOG(2, "Refused calibration value {} = {} in line {}: {}", key.data(), value, number,
+               fault);
     return;
   }
   values[key.data()] = value;

@@ -1,5 +1,6 @@
 // Board constants: losses measured on this very board at the factory, and the few corrections that
-// the client loops learn at run time. Nothing of it is stored back. All values dB.
+// the client loops learn at run time. Nothing of it is stored back. All values dB, but for the
+// fixed dispersion module's, ps/nm.
 #pragma once
 
 #include <map>
@@ -9,8 +10,9 @@ class calibration {
  public:
   static calibration& instance();
 
-  /// Reads "KEY NUMBER" lines; what cannot be read is logged and counts as 0 dB. Called once, from
-  /// main, before any other thread exists.
+  /// Reads "KEY NUMBER" lines; what cannot be read is logged and counts as 0 dB, and so does a
+  /// number that no board has, with its line and the reason. Called once, from main, before any
+  /// other thread exists.
   void read_calibration_values(const std::string& path);
 
   /// 0.0 for a missing key: no correction.
@@ -26,7 +28,7 @@ class calibration {
 
  private:
   calibration() = default;
-  void read_line(const std::string& line);
+  void read_line(const std::string& line, unsigned number);
 
   std::map<std::string, float> values;
 };

@@ -47,4 +47,38 @@ TEST_F(calibration_test, reads_what_it_can_and_names_the_rest) {
   EXPECT_EQ(board.get_value(longest), 3.0f);
 }
 
+TEST_F(calibration_test, refuses_what_no_board_has_and_says_where_and_why) {
+  const auto path = folder.write("lumora.conf",
+                                 "cal_mon_to_boostertx 12.75\n"
+                                 "cal_mon_to_boostertx nan\n"
+                                 "cal_mon_to_preamptx NaN\n"
+                                 "cal_clientrx_to_mon -inf\n"
+                                 "cal_mon_to_clienttx 1e39\n"
+                                 "cal_linerx_to_oscrx 40.5\n"
+                                 "cal_osctx_to_linetx -40\n"
+                                 "cal_dc_fixed_tx -660\n"
+                                 "cal_dc_fixed_tx 10001\n"
+                                 "serial_number 4711\n"
+                                 "lot_number inf\n");
+  const test::log_capture log;
+  board.read_calibration_values(path);
+  std::vector<std::string> refused;
+  for (const auto& text : log.texts()) {
+    if (text.starts_with("Refused")) refused.push_back(text.substr(text.find("value ") + 6));
+  }
+  EXPECT_THAT(refused, testing::ElementsAre(
+                           "cal_mon_to_boostertx = nan in line 2: it is NaN",
+                           "cal_mon_to_preamptx = nan in line 3: it is NaN",
+                           "cal_clientrx_to_mon = -inf in line 4: it is infinite",
+                           "cal_mon_to_clienttx = inf in line 5: it is infinite",
+                           "cal_linerx_to_oscrx = 40.5 in line 6: no board has more than 40 dB",
+                           "cal_dc_fixed_tx = 10001 in line 9: no board has more than 10000 ps/nm",
+                           "lot_number = inf in line 11: it is infinite"));
+  EXPECT_EQ(board.get_value("cal_mon_to_boostertx"), 12.75f) << "the good line before stays";
+  EXPECT_EQ(board.get_value("cal_mon_to_preamptx"), 0.0f);
+  EXPECT_EQ(board.get_value("cal_osctx_to_linetx"), -40.0f);
+  EXPECT_EQ(board.get_value("cal_dc_fixed_tx"), -660.0f);
+  EXPECT_EQ(board.get_value("serial_number"), 4711.0f);
+}
+
 }  // namespace

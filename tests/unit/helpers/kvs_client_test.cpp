@@ -1,5 +1,6 @@
 #include "platform/kvs_client/kvs_client.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -13,6 +14,7 @@
 #include "platform/board_spec/board_spec_lib.h"
 #include "platform/kvs_client/endpoint.h"
 #include "tests/support/environment.h"
+#include "tests/support/log_capture.h"
 #include "tests/support/private_redis.h"
 #include "tests/support/temp_folder.h"
 
@@ -155,6 +157,11 @@ TEST(board_spec, reads_numbers_and_falls_back) {
   };
   EXPECT_EQ(preset("# board\nvoa_preset_default 7.5\n"), 7.5f);
   EXPECT_EQ(preset("voa_preset_default much\n#voa_preset_default 1\nother 3\n"), 5.0f);
+  for (const char* wrong : {"nan", "inf", "-0.1", "25.1", "1e39", ""}) {
+    const test::log_capture log;
+    EXPECT_EQ(preset(fmt::format("\nvoa_preset_default {}\n", wrong)), 5.0f) << wrong;
+    EXPECT_TRUE(log.contains(fmt::format("Refused 'voa_preset_default {}' in line 2 of ", wrong)));
+  }
   board_spec_lib::instance().load(folder.file("absent"));
   EXPECT_EQ(board_spec_lib::instance().get_voa_preset_default(), 5.0f);
 }
