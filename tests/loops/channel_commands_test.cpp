@@ -164,6 +164,24 @@ TEST_P(channel_commands, a_restart_brings_the_channels_back_and_leaves_their_lig
   light_and_await_target(first);
 }
 
+TEST_P(channel_commands, a_stored_plan_without_a_good_entry_clears_no_device) {
+  constexpr const char* key = "{conf}:qz/lumora:channel/plan/rx";
+  ASSERT_EQ(add(first), "");
+  light_and_await_target(first);
+  const auto good = test::stored_plan("rx");
+  kvs_memory::set(key, R"([{"center_frequency":19210000,"width":-10000,"port":2}])");
+  const auto since = node_.now();
+  node_.clock().at(since + 10s, [&] {
+    EXPECT_EQ(places_of(first), "smp|smp") << "the switch goes on with what it has";
+    kvs_memory::set(key, good);
+  });
+  node_.restart();
+  EXPECT_GE(node_.now(), since + 10s);
+  EXPECT_EQ(index(), "[19210000]");
+  EXPECT_FLOAT_EQ(node_.number("data/system/utilization"), 2.1f);
+  light_and_await_target(first);
+}
+
 TEST_P(channel_commands, a_device_that_lost_its_channels_is_given_them_again) {
   for (const auto centre : {first, second}) {
     ASSERT_EQ(add(centre), "");

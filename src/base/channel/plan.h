@@ -35,7 +35,8 @@ class plan {
   std::optional<std::shared_ptr<T>> get_channel(unsigned frequency);
 
   /// Locked. Replaces the whole plan with the stored one. A store that is away leaves it as it was
-  /// (nx_error -5); a stored text that is no plan leaves it empty (nx_error -22).
+  /// (nx_error -5); a stored text that is no plan, or holds no good entry, leaves it empty
+  /// (nx_error -22). Bad entries among good ones are left out and logged.
   void load();
   /// Locked. Throws nx_error -5 when the store is away.
   void save();
@@ -45,6 +46,7 @@ class plan {
   std::shared_ptr<channel_map> get_channels() { return channels_; }
   std::mutex& get_mutex() { return mutex_; }
   const std::string& get_direction() const { return direction_; }
+  unsigned get_slices() const { return slices_; }
 
  private:
   std::string store_key() const;

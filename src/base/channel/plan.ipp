@@ -80,7 +80,7 @@ template <class T>
 void plan<T>::load() {
   const auto text = redis::instance().get(store_key());
   channels_->clear();
-  replace_with(parse_plan(text), text);
+  replace_with(parse_plan(text, slices_), text);
 }
 
 template <class T>
@@ -88,7 +88,11 @@ void plan<T>::replace_with(const parsed_plan& stored, const std::string& text) {
   for (const auto& entry : stored.entries) {
     add_channel(entry.center_frequency, entry.width, entry.port, entry.version);
   }
-  if (stored.has_bad_entries) LUMORA_LOG(2, "Channel plan has JSON errors: {}", text);
+  if (stored.left_out > 0) {
+    LUMORA_LOG(2, "Channel plan has JSON errors: {}", text);
+    LUMORA_LOG(2, "Left out {} entries of the stored channel plan {}, the first: {}",
+               stored.left_out, direction_, stored.first_fault);
+  }
   LUMORA_LOG(2, "Loaded channel plan {} with {} channels.", direction_, channels_->size());
 }
 

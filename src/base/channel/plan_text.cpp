@@ -3,8 +3,7 @@
 #include <fmt/format.h>
 #include <rapidjson/document.h>
 
-#include <optional>
-
+#include "base/channel/arithmetic.h"
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/nx_error.h"
 
@@ -12,18 +11,46 @@ namespace channel {
 
 namespace {
 
-std::optional<std::uint32_t> integer_member(const nx::json_value& entry, const char* name) {
+/// What the command accepts that adds channels: all that it ever stored loads again.
+constexpr std::int64_t lowest_center = 18000001;
+constexpr std::int64_t highest_center = 19999999;
+constexpr std::int64_t highest_port = 34;
+
+struct bad_entry {
+  std::string fault;
+};
+
+std::int64_t integer_member(const nx::json_value& entry, const char* name) {
   const auto member = entry.FindMember(name);
-  if (member == entry.MemberEnd() || !member->value.IsInt()) return std::nullopt;
-  return static_cast<std::uint32_t>(member->value.GetInt());
+  if (member == entry.MemberEnd()) throw bad_entry{fmt::format("{} is missing", name)};
+  if (!member->value.IsInt()) throw bad_entry{fmt::format("{} is no integer", name)};
+  return member->value.GetInt();
 }
 
-std::optional<plan_entry> parse_entry(const nx::json_value& entry) {
+void require_range(const char* name, std::int64_t value, std::int64_t from, std::int64_t to) {
+  if (value >= from && value <= to) return;
+  throw bad_entry{fmt::format("{} {} is not within {} to {}", name, value, from, to)};
+}
+
+void require_fit(const plan_entry& entry, const std::vector<plan_entry>& others) {
+  for (const auto& other : others) {
+    if (!overlap(entry.center_frequency, entry.width, other.center_frequency, other.width)) {
+      continue;
+    }
+    throw bad_entry{fmt::format("{}, width {}, overlaps with {}, width {}", entry.center_frequency,
+                                entry.width, other.center_frequency, other.width)};
+  }
+}
+
+plan_entry parse_entry(const nx::json_value& entry, std::uint32_t band_slices) {
   const auto port = integer_member(entry, "port");
   const auto center = integer_member(entry, "center_frequency");
   const auto width = integer_member(entry, "width");
-  if (!port || !center || !width) return std::nullopt;
-  plan_entry result{*center, *width, *port};
+  require_range("port", port, 1, highest_port);
+  require_range("center_frequency", center, lowest_center, highest_center);
+  require_range("width", width, 1, band_width(band_slices));
+  plan_entry result{static_cast<std::uint32_t>(center), static_cast<std::uint32_t>(width),
+                    static_cast<std::uint32_t>(port)};
   const auto version = entry.FindMember("version");
   if (version != entry.MemberEnd() && version->value.IsString()) {
     result.version.assign(version->value.GetString(), version->value.GetStringLength());
@@ -46,9 +73,20 @@ nx::json_document parse_array(const std::string& text) {
   return document;
 }
 
+void take_entry(const nx::json_value& element, std::uint32_t band_slices, parsed_plan& plan) {
+  const auto number = plan.entries.size() + plan.left_out + 1;
+  try {
+    auto entry = parse_entry(element, band_slices);
+    require_fit(entry, plan.entries);
+    plan.entries.push_back(std::move(entry));
+  } catch (const bad_entry& bad) {
+    if (++plan.left_out == 1) plan.first_fault = fmt::format("entry {}: {}", number, bad.fault);
+  }
+}
+
 }  // namespace
 
-parsed_plan parse_plan(const std::string& text) {
+parsed_plan parse_plan(const std::string& text, std::uint32_t band_slices) {
   parsed_plan result;
   if (text.empty()) return result;
   const auto document = parse_array(text);
@@ -56,11 +94,12 @@ parsed_plan parse_plan(const std::string& text) {
     if (!element.IsObject()) {
       throw not_a_plan(std::string("found an element of type ") + nx::json_type_name(element));
     }
-    if (auto entry = parse_entry(element)) {
-      result.entries.push_back(std::move(*entry));
-    } else {
-      result.has_bad_entries = true;
-    }
+    take_entry(element, band_slices, result);
+  }
+  // Not an empty plan, which would clear the devices: nobody asked for that.
+  if (result.left_out > 0 && result.entries.empty()) {
+    throw nx_error(-22,
+                   "Stored channel plan is not usable, no entry is good: " + result.first_fault);
   }
   return result;
 }

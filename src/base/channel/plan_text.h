@@ -17,14 +17,24 @@ struct plan_entry {
   bool operator==(const plan_entry&) const = default;
 };
 
+/// Slices of 6.25 GHz in the widest band of a model.
+inline constexpr std::uint32_t widest_band_slices = 772;
+
+/// Of a band of so many slices, which no channel is wider than.
+constexpr std::uint32_t band_width(std::uint32_t slices) {
+  return slices * 625;
+}
+
 struct parsed_plan {
   std::vector<plan_entry> entries;  ///< the good ones, in the order of the text
-  bool has_bad_entries = false;
+  unsigned left_out = 0;            ///< how many are bad
+  std::string first_fault;          ///< which of them is the first, and what is wrong with it
 };
 
-/// An empty text is an empty plan: the key was never written. Throws nx_error -22 with what is
-/// wrong when the text is no array of objects.
-parsed_plan parse_plan(const std::string& text);
+/// An empty text is an empty plan: the key was never written. An entry that no switch can have, or
+/// that overlaps with one before it, is as bad as one that cannot be read. Throws nx_error -22 with
+/// what is wrong when the text is no array of objects, and when none of its entries is good.
+parsed_plan parse_plan(const std::string& text, std::uint32_t band_slices = widest_band_slices);
 
 std::string plan_to_text(const std::vector<plan_entry>& entries);
 

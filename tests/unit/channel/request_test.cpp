@@ -1,5 +1,6 @@
 // The texts of channel commands and stored plans: what is taken, what is refused and with which
 // words.
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 
@@ -97,7 +98,7 @@ TEST(plan_text, survives_store_and_load) {
   EXPECT_EQ(channel::plan_to_text({}), "[]");
   for (const char* empty : {"", "[]"}) {
     EXPECT_TRUE(channel::parse_plan(empty).entries.empty());
-    EXPECT_FALSE(channel::parse_plan(empty).has_bad_entries);
+    EXPECT_EQ(channel::parse_plan(empty).left_out, 0u);
   }
 }
 
@@ -106,8 +107,46 @@ TEST(plan_text, a_bad_entry_is_left_out_and_the_rest_loads) {
       channel::parse_plan(R"([{"center_frequency":19140000,"width":"15000","port":1},)"
                           R"({"center_frequency":19155000,"width":15000,"port":2,"version":7},)"
                           R"({"center_frequency":19170000.0,"width":15000,"port":2}])");
-  EXPECT_TRUE(plan.has_bad_entries);
+  EXPECT_EQ(plan.left_out, 2u);
+  EXPECT_EQ(plan.first_fault, "entry 1: width is no integer");
   EXPECT_EQ(plan.entries, (std::vector<channel::plan_entry>{{19155000, 15000, 2, "n/a"}}));
+}
+
+TEST(plan_text, what_no_switch_can_have_is_left_out_and_alone_no_plan_at_all) {
+  const auto entry = [](long center, long width, long port) {
+    return fmt::format(R"({{"center_frequency":{},"width":{},"port":{}}})", center, width, port);
+  };
+  constexpr unsigned slices = 768;
+  constexpr long band = 768 * 625;
+  const std::pair<std::string, std::string> rows[] = {
+      {entry(19500000, 0, 1), "width 0 is not within 1 to 480000"},
+      {entry(19500000, -5000, 1), "width -5000 is not within 1 to 480000"},
+      {entry(19500000, band + 1, 1), "width 480001 is not within 1 to 480000"},
+      {entry(18000000, 5000, 1), "center_frequency 18000000 is not within 18000001 to 19999999"},
+      {entry(-19500000, 5000, 1), "center_frequency -19500000 is not within 18000001 to 19999999"},
+      {entry(20000000, 5000, 1), "center_frequency 20000000 is not within 18000001 to 19999999"},
+      {entry(19500000, 5000, 0), "port 0 is not within 1 to 34"},
+      {entry(19500000, 5000, 35), "port 35 is not within 1 to 34"},
+      {R"({"center_frequency":19500000,"port":1})", "width is missing"},
+  };
+  for (const auto& [bad, fault] : rows) {
+    const auto good = entry(19140000, 5000, 1);
+    const auto plan = channel::parse_plan("[" + good + "," + bad + "]", slices);
+    EXPECT_EQ(plan.entries.size(), 1u) << bad;
+    EXPECT_EQ(plan.first_fault, "entry 2: " + fault);
+    EXPECT_EQ(failure_of([&] { channel::parse_plan("[" + bad + "]", slices); }),
+              "! -22 Stored channel plan is not usable, no entry is good: entry 1: " + fault);
+  }
+  // The first of two that overlap stays, as with commands; channels that touch fit.
+  const auto crowded =
+      channel::parse_plan("[" + entry(19500000, 5000, 1) + "," + entry(19500000, 5000, 2) + "," +
+                              entry(19504999, 5000, 1) + "," + entry(19505000, 5000, 1) + "]",
+                          slices);
+  ASSERT_EQ(crowded.entries.size(), 2u);
+  EXPECT_EQ(crowded.entries[0].port, 1u);
+  EXPECT_EQ(crowded.entries[1].center_frequency, 19505000u);
+  EXPECT_EQ(crowded.left_out, 2u);
+  EXPECT_EQ(channel::parse_plan("[" + entry(19372500, band, 34) + "]", slices).entries.size(), 1u);
 }
 
 TEST(plan_text, what_is_no_plan_is_refused_with_its_fault) {
