@@ -138,11 +138,10 @@ unsigned base<RX_T, TX_T>::get_slice_count() {
 template <class RX_T, class TX_T>
 void base<RX_T, TX_T>::update_utilization() {
   float used_ghz = 0.0f;
-  {
-    const std::lock_guard lock(rx_plan_->get_mutex());
-    for (const auto& [frequency, control] : *rx_plan_->get_channels()) {
-      used_ghz += control->get_channel()->get_width();
-    }
+  // Published under the same lock: of two counts the later one stays.
+  const std::lock_guard lock(rx_plan_->get_mutex());
+  for (const auto& [frequency, control] : *rx_plan_->get_channels()) {
+    used_ghz += control->get_channel()->get_width();
   }
   utilization_->update(band_utilization(used_ghz, get_slice_width(), get_slice_count()));
 }

@@ -39,9 +39,9 @@ class client_rx : public ::manager::loops::client_rx<T> {
 
  private:
   void apply_stored_target();
+  void apply_target(float top);
 
-  std::mutex target_mutex_;
-  std::optional<float> global_target_output_power_;
+  std::optional<float> global_target_output_power_;  // guarded by the plan's mutex
   std::shared_ptr<device::interfaces::voa> voa_;
 };
 

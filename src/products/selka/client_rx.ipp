@@ -41,12 +41,9 @@ void client_rx<T>::manage_channel(nx_db& db, control_ptr control, bool regulate)
 
 template <class T>
 void client_rx<T>::apply_stored_target() {
-  std::optional<float> target;
-  {
-    const std::lock_guard lock(target_mutex_);
-    target = global_target_output_power_;
-  }
-  if (target) set_global_target_output_power(*target);
+  // Read and applied under one lock: a newer target that is written meanwhile comes after it.
+  const std::lock_guard lock(this->plan_->get_mutex());
+  if (global_target_output_power_) apply_target(*global_target_output_power_);
 }
 
 template <class T>
@@ -64,12 +61,14 @@ void client_rx<T>::add_channel(nx_db& db, unsigned frequency, unsigned width, un
 
 template <class T>
 void client_rx<T>::set_global_target_output_power(float top) {
-  LUMORA_LOG(2, "TOP UPDATE! set_global_target_output_power({})", top);
-  {
-    const std::lock_guard lock(target_mutex_);
-    global_target_output_power_ = top;
-  }
   const std::lock_guard lock(this->plan_->get_mutex());
+  global_target_output_power_ = top;
+  apply_target(top);
+}
+
+template <class T>
+void client_rx<T>::apply_target(float top) {
+  LUMORA_LOG(2, "TOP UPDATE! set_global_target_output_power({})", top);
   for (const auto& [frequency, control] : *this->plan_->get_channels()) {
     const auto channel = control->get_channel();
     const float target = top + 10.0f * std::log10(channel->get_width() / reference_width);

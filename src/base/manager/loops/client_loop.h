@@ -153,6 +153,13 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   /// Gives the channels of which the device told no value.
   std::set<unsigned> subscribe_channels(device::interface& device);
   void count_subscribe_failures(const std::set<unsigned>& failed);
+  // Those of the add command expect the plan's mutex to be held.
+  void require_loaded_plan() const;
+  static void require_width(unsigned width, unsigned band_slices);
+  bool plan_has(unsigned frequency, unsigned width, unsigned port) const;
+  void require_fit(unsigned frequency, unsigned width) const;
+  template <class Device, class Add>
+  void add_to_device(Device& device, unsigned frequency, Add&& add);
   void program_channel(unsigned frequency, unsigned width, unsigned port,
                        const std::string& version);
   void finish_adding(nx_db& db, unsigned frequency);
@@ -180,6 +187,9 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   // False from the load of a plan until its channels are on the tree: a failure between the two
   // leaves the devices with a plan whose channels nobody regulates.
   bool plan_is_set_up_ = true;
+  // False from the begin of a load until it has succeeded, guarded by the plan's mutex: a channel
+  // that is added meanwhile would be stored in the place of all that could not be read.
+  bool plan_is_loaded_ = true;
   // Of a regulation step or a calibration update: the calibration follows the amplifier only in a
   // settled system.
   std::chrono::system_clock::time_point last_regulation_;

@@ -13,7 +13,9 @@ void client_loop<T>::setup_channel_plan(nx_db& db) {
   LUMORA_LOG(2, fmt::runtime(direction_.setting_up_plan));
   const std::lock_guard lock(plan_->get_mutex());
   plan_is_set_up_ = false;
+  plan_is_loaded_ = false;
   plan_->load();
+  plan_is_loaded_ = true;
   broken_adds_.clear();
   if (plan_->get_channels()->empty()) {
     LUMORA_LOG(2, "Loading an empty channel plan, clearing all channels.");
@@ -51,6 +53,11 @@ void client_loop<T>::show_on_leds(unsigned frequency, unsigned port) {
 template <class T>
 bool client_loop<T>::has_channel(unsigned frequency, unsigned width, unsigned port) {
   const std::lock_guard lock(plan_->get_mutex());
+  return plan_has(frequency, width, port);
+}
+
+template <class T>
+bool client_loop<T>::plan_has(unsigned frequency, unsigned width, unsigned port) const {
   const auto found = plan_->get_channels()->find(frequency);
   if (found == plan_->get_channels()->end()) return false;
   const auto channel = found->second->get_channel();
@@ -61,6 +68,11 @@ bool client_loop<T>::has_channel(unsigned frequency, unsigned width, unsigned po
 template <class T>
 void client_loop<T>::check_channel_fit(unsigned frequency, unsigned width) {
   const std::lock_guard lock(plan_->get_mutex());
+  require_fit(frequency, width);
+}
+
+template <class T>
+void client_loop<T>::require_fit(unsigned frequency, unsigned width) const {
   for (const auto& [key, control] : *plan_->get_channels()) {
     const auto other = control->get_channel();
     if (!::channel::overlap(frequency, width, other->get_center_frequency(),
@@ -73,17 +85,33 @@ void client_loop<T>::check_channel_fit(unsigned frequency, unsigned width) {
 }
 
 template <class T>
+void client_loop<T>::require_loaded_plan() const {
+  if (!plan_is_loaded_) throw nx_error(-5, "Channel plan is not loaded.");
+}
+
+template <class T>
+void client_loop<T>::require_width(unsigned width, unsigned band_slices) {
+  // Arrives as a signed number of a request: what is not positive there is no width.
+  if (const auto signed_width = static_cast<int>(width); signed_width <= 0) {
+    throw nx_error(-22,
+                   fmt::format("Invalid width {}, expected 1 or more (100 * ghz)", signed_width));
+  }
+  if (const auto widest = ::channel::band_width(band_slices); width > widest) {
+    throw nx_error(-22,
+                   fmt::format("Invalid width {}, expected {} or less (100 * ghz)", width, widest));
+  }
+}
+
+template <class T>
 void client_loop<T>::add_channel(nx_db& db, unsigned frequency, unsigned width, unsigned port,
                                  std::string version) {
   const auto add = [&] {
-    // Arrives as a signed number of a request: what is not positive there is no width.
-    if (const auto signed_width = static_cast<int>(width); signed_width <= 0) {
-      throw nx_error(-22,
-                     fmt::format("Invalid width {}, expected 1 or more (100 * ghz)", signed_width));
-    }
-    const bool known = has_channel(frequency, width, port);
-    if (!known) check_channel_fit(frequency, width);
+    require_width(width, plan_->get_slices());
+    // Tested and entered under one lock: of two sessions the second finds what the first has added.
     const std::lock_guard lock(plan_->get_mutex());
+    require_loaded_plan();
+    const bool known = plan_has(frequency, width, port);
+    if (!known) require_fit(frequency, width);
     if (!known) program_channel(frequency, width, port, version);
     if (broken_adds_.contains(frequency)) finish_adding(db, frequency);
   };
@@ -91,10 +119,27 @@ void client_loop<T>::add_channel(nx_db& db, unsigned frequency, unsigned width, 
 }
 
 template <class T>
+template <class Device, class Add>
+void client_loop<T>::add_to_device(Device& device, unsigned frequency, Add&& add) {
+  try {
+    add();
+    return;
+  } catch (...) {
+    if (!device.has_channel(frequency)) throw;
+    helpers::log_current_exception();
+  }
+  // Left there by an add that broke off, or by a removal that could not be told, in whatever width:
+  // no plan has it, so no light is lost with it.
+  LUMORA_LOG(2, "Channel {} is on the device already, adding it anew.", frequency);
+  device.remove_channel(frequency);
+  add();
+}
+
+template <class T>
 void client_loop<T>::program_channel(unsigned frequency, unsigned width, unsigned port,
                                      const std::string& version) {
-  wss_->add_channel(frequency, width, port, version);
-  ocm_->add_channel(frequency, width);
+  add_to_device(*wss_, frequency, [&] { wss_->add_channel(frequency, width, port, version); });
+  add_to_device(*ocm_, frequency, [&] { ocm_->add_channel(frequency, width); });
   plan_->add_channel(frequency, width, port, version);
   broken_adds_[frequency] = {};
 }
@@ -128,6 +173,7 @@ template <class T>
 void client_loop<T>::remove_channel(unsigned frequency) {
   const auto remove = [&] {
     const std::lock_guard lock(plan_->get_mutex());
+    require_loaded_plan();
     remove_from_device(*wss_, "Removing channel {} from WSS device.", frequency);
     remove_from_device(*ocm_, "Removing channel {} from OCM device.", frequency);
     plan_->remove_channel(frequency);
