@@ -1,6 +1,7 @@
 // Client of the node's key store (Redis). Its endpoint is the library's own setting, the
 // environment variable KVS_URL: "unix:///path", "tcp://host:port" or "memory:" (a store inside the
-// process, for tests); default "tcp://127.0.0.1:6379". NX_ROOT does not apply.
+// process, for tests); default "tcp://127.0.0.1:6379". A password may stand in it, which no text of
+// the client shows. NX_ROOT does not apply.
 //
 // One thread at a time. After a failed exchange the connection is dead and says so at the next
 // call; an answer that is an error of the store leaves it alive. The process ignores SIGPIPE.
@@ -34,7 +35,8 @@ class kvs_client {
   kvs_client(const kvs_client&) = delete;
   kvs_client& operator=(const kvs_client&) = delete;
 
-  /// True if the store answers. Throws kvs_client_exception.
+  /// True if the store answers. Throws kvs_client_exception, also for a store that answers but is
+  /// loading its data or wants a password.
   bool ping();
 
   /// What became of one command of an exchange.

@@ -18,6 +18,8 @@ struct free_reply {
 using context_ptr = std::unique_ptr<redisContext, free_context>;
 using reply_ptr = std::unique_ptr<redisReply, free_reply>;
 
+const std::string default_user = "default";
+
 timeval to_timeval(kvs_timeout timeout) {
   return {static_cast<time_t>(timeout.tenths / 10),
           static_cast<suseconds_t>(timeout.tenths % 10) * 100000};
@@ -37,10 +39,13 @@ context_ptr connect_to(const kvs::endpoint& where, kvs_timeout timeout) {
 class server_connection : public kvs_client::connection {
  public:
   server_connection(std::string server_url, std::string name)
-      : url(std::move(server_url)), client_name(std::move(name)) {}
+      : secret_url(std::move(server_url)),
+        url(kvs::without_password(secret_url)),
+        client_name(std::move(name)) {}
 
   bool ping(kvs_timeout timeout) override {
     const auto reply = exchange("ping", timeout, {"PING"});
+    require_no_refusal(*reply);
     return reply->type == REDIS_REPLY_STATUS && text_of(*reply) == "PONG";
   }
 
@@ -123,14 +128,40 @@ class server_connection : public kvs_client::connection {
   }
 
   void connect(kvs_timeout timeout) {
-    context = connect_to(kvs::parse_endpoint(url), timeout);
+    const auto where = kvs::parse_endpoint(secret_url);
+    context = connect_to(where, timeout);
     if (!context) throw kvs_client_exception("no memory for a connection to " + url);
     if (context->err != 0) die("connect", timeout);
+    if (where.login) log_in(*where.login, timeout);
     if (client_name.empty()) return;
     redisSetTimeout(context.get(), to_timeval(timeout));
     // The name is for whoever looks at the store's client list; a refusal does no harm.
     append({"CLIENT", "SETNAME", client_name});
     next_reply("connect", timeout);
+  }
+
+  void log_in(const kvs::credentials& login, kvs_timeout timeout) {
+    redisSetTimeout(context.get(), to_timeval(timeout));
+    // By its name: a default user without a password then takes any.
+    const auto& user = login.user.empty() ? default_user : login.user;
+    const reply_ptr reply(
+        static_cast<redisReply*>(redisCommand(context.get(), "AUTH %b %b", user.data(), user.size(),
+                                              login.password.data(), login.password.size())));
+    if (!reply) die("connect", timeout);
+    if (reply->type != REDIS_REPLY_ERROR) return;
+    context.reset();
+    throw kvs_client_exception(
+        fmt::format("connect: {}: the store refuses the password: {}", url, text_of(*reply)));
+  }
+
+  /// A store that answers but is not to be used tells why; nobody would learn it from a "no".
+  void require_no_refusal(const redisReply& reply) const {
+    if (reply.type != REDIS_REPLY_ERROR) return;
+    const auto text = text_of(reply);
+    const char* meaning = "";
+    if (text.starts_with("NOAUTH")) meaning = "the store wants a password, KVS_URL has none: ";
+    if (text.starts_with("LOADING")) meaning = "the store is loading its data: ";
+    throw kvs_client_exception(fmt::format("ping: {}: {}{}", url, meaning, text));
   }
 
   void require_alive(const std::string& what) const {
@@ -146,7 +177,8 @@ class server_connection : public kvs_client::connection {
     throw kvs_client_exception(fmt::format("{}: {}: {}", what, url, *death));
   }
 
-  std::string url;
+  std::string secret_url;
+  std::string url;  // for texts
   std::string client_name;
   context_ptr context;
   std::optional<std::string> death;

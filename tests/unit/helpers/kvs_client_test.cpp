@@ -10,6 +10,8 @@
 #include <chrono>
 #include <csignal>
 #include <limits>
+#include <thread>
+#include <vector>
 
 #include "platform/board_spec/board_spec_lib.h"
 #include "platform/kvs_client/endpoint.h"
@@ -44,9 +46,32 @@ class silent_server {
     }
   }
   ~silent_server() { ::close(listener); }
+  int number() const { return listener; }
 
  private:
   int listener;
+};
+
+/// Answers the requests of one client, one after the other, with these texts.
+class answering_server {
+ public:
+  answering_server(const std::string& path, std::vector<std::string> answers)
+      : silent_(path), thread_([this, texts = std::move(answers)] { serve(texts); }) {}
+  ~answering_server() { thread_.join(); }
+
+ private:
+  void serve(const std::vector<std::string>& answers) {
+    const int client = ::accept(silent_.number(), nullptr, nullptr);
+    char request[256];
+    for (const auto& text : answers) {
+      if (::recv(client, request, sizeof request, 0) <= 0) break;
+      ::send(client, text.data(), text.size(), MSG_NOSIGNAL);
+    }
+    ::close(client);
+  }
+
+  silent_server silent_;
+  std::thread thread_;
 };
 
 TEST(kvs_endpoint, texts_of_the_setting) {
@@ -67,6 +92,36 @@ TEST(kvs_endpoint, texts_of_the_setting) {
   for (const std::string wrong : {"", "unix://relative", "tcp://", "tcp://:1", "tcp://h:0",
                                   "tcp://h:65536", "tcp://h:1x", "tcp://[::1", "redis://h:1"}) {
     EXPECT_THAT(failure_of([&] { kvs::parse_endpoint(wrong); }), HasSubstr("'" + wrong + "'"));
+  }
+}
+
+TEST(kvs_endpoint, passwords_are_taken_and_never_told) {
+  const std::tuple<std::string, std::string, std::string, std::string> table[] = {
+      {"tcp://:secret@store:6400", "", "secret", "tcp://:***@store:6400"},
+      {"tcp://node:secret@[::1]:6400", "node", "secret", "tcp://node:***@[::1]:6400"},
+      {"tcp://:p%40ss%2Fw:%25@store", "", "p@ss/w:%", "tcp://:***@store"},
+      {"tcp://:a@b@store", "", "a@b", "tcp://:***@store"},
+      {"tcp://store?password=secret", "", "secret", "tcp://store?password=***"},
+      {"unix://:secret@/run/kvs.sock", "", "secret", "unix://:***@/run/kvs.sock"},
+      {"unix://node:secret@/run/kvs.sock", "node", "secret", "unix://node:***@/run/kvs.sock"},
+      {"unix:///run/kvs.sock?password=se%20cret", "", "se cret",
+       "unix:///run/kvs.sock?password=***"},
+  };
+  for (const auto& [url, user, password, shown] : table) {
+    const auto login = kvs::parse_endpoint(url).login;
+    ASSERT_TRUE(login) << url;
+    EXPECT_EQ(login->user, user) << url;
+    EXPECT_EQ(login->password, password) << url;
+    EXPECT_EQ(kvs::without_password(url), shown);
+  }
+  EXPECT_EQ(kvs::parse_endpoint("unix:///run/node@1?a/kvs.sock").address, "/run/node@1?a/kvs.sock");
+  for (const std::string wrong :
+       {"tcp://secret@store", "tcp://:@store", "tcp://:secret%2@store", "tcp://:secret%zz@store",
+        "tcp://:secret@store?password=secret", "redis://:secret@store", ":secret@store",
+        "unix://:secret@relative", "tcp://:secret@", "unix:///run/kvs.sock?password="}) {
+    const auto told = failure_of([&] { kvs::parse_endpoint(wrong); });
+    EXPECT_THAT(told, HasSubstr("is not understood")) << wrong;
+    EXPECT_THAT(told, testing::Not(HasSubstr("secret"))) << wrong;
   }
 }
 
@@ -135,6 +190,40 @@ TEST_F(kvs_client_test, a_lost_store_kills_the_connection_for_good) {
   store.start();
   EXPECT_THAT(failure_of([&] { client.set("k", std::string("v"), 10); }), HasSubstr("is dead"));
   EXPECT_TRUE(kvs_client("default", "").ping());
+}
+
+TEST_F(kvs_client_test, a_store_with_a_password_is_used_with_it_and_tells_without) {
+  store.start();
+  store.command({"CONFIG", "SET", "requirepass", "open sesame"});
+  kvs_client without("default", "");
+  EXPECT_EQ(failure_of([&] { without.ping(); }),
+            "ping: " + store.url() +
+                ": the store wants a password, KVS_URL has none: NOAUTH "
+                "Authentication required.");
+  {
+    const test::environment_variable wrong("KVS_URL", store.url() + "?password=sesame");
+    const auto told = failure_of([] { kvs_client("default", "").ping(); });
+    EXPECT_THAT(told, HasSubstr("password=***: the store refuses the password: WRONGPASS"));
+    EXPECT_THAT(told, testing::Not(HasSubstr("sesame")));
+  }
+  const test::environment_variable right("KVS_URL", store.url() + "?password=open%20sesame");
+  kvs_client client("default", "");
+  EXPECT_TRUE(client.ping());
+  client.set("{tag}:key", std::string("value"), 10);
+  EXPECT_EQ(client.get<std::string>("{tag}:key", 10), "value");
+  store.stop();
+  EXPECT_THAT(failure_of([&] { client.ping(); }), testing::Not(HasSubstr("sesame")));
+}
+
+TEST_F(kvs_client_test, a_store_that_is_loading_says_so_and_is_asked_again) {
+  const answering_server server(
+      folder.file("kvs.sock"),
+      {"-LOADING Redis is loading the dataset in memory\r\n", "+OK\r\n", "+PONG\r\n"});
+  kvs_client client("", "");
+  EXPECT_THAT(failure_of([&] { client.ping(); }),
+              HasSubstr("the store is loading its data: LOADING Redis"));
+  EXPECT_FALSE(client.ping()) << "an answer that is none";
+  EXPECT_TRUE(client.ping()) << "the connection has stayed";
 }
 
 TEST_F(kvs_client_test, a_store_that_never_answers_costs_the_time_out_once) {
