@@ -1,6 +1,6 @@
 // Keeps a log readable when a loop says the same thing in every turn: the first ten records of a
-// text on a channel within a second pass, the rest of that second becomes one summary. Time is
-// handed in; the caller locks.
+// text of one subject on a channel within a second pass, the rest of that second becomes one
+// summary. Time is handed in; the caller locks.
 #pragma once
 
 #include <chrono>

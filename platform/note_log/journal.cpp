@@ -54,6 +54,7 @@ std::string journal_entry(const record& rec, const std::string& message,
   append_field(entry, "PRIORITY", std::to_string(static_cast<int>(rec.severity)));
   append_field(entry, "SYSLOG_IDENTIFIER", program);
   append_field(entry, "CHANNEL", short_channel(rec.channel));
+  if (!rec.subject.empty()) append_field(entry, "SUBJECT", rec.subject);
   const auto place = place_of(rec);
   if (!place.file.empty()) append_field(entry, "CODE_FILE", place.file);
   if (!place.line.empty()) append_field(entry, "CODE_LINE", place.line);

@@ -82,6 +82,7 @@ record split_trace(severity_level severity, std::string channel, std::string tex
 std::string message_of(const record& rec, bool show_trace) {
   std::string message;
   append_on_one_line(message, short_channel(rec.channel));
+  if (!rec.subject.empty()) append_on_one_line(message, fmt::format(" [{}]", rec.subject));
   message += ": ";
   append_on_one_line(message, rec.text);
   if (show_trace) append_on_one_line(message, rec.trace);

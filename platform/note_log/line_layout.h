@@ -23,7 +23,7 @@ struct line_style {
   bool show_trace = false;  ///< the code trace stays at the end of the line
 };
 
-/// "channel: text" on one line, without its end: what an entry of the journal shows.
+/// "channel [subject]: text" on one line, without its end: what an entry of the journal shows.
 std::string message_of(const record& rec, bool show_trace);
 
 /// One line with its end. Line ends within the text become " | ", other control characters "\xNN":

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <boost/log/attributes/attribute_value_impl.hpp>
 #include <boost/log/attributes/value_extraction.hpp>
 #include <boost/log/core.hpp>
 #include <boost/log/keywords/channel.hpp>
@@ -58,11 +59,17 @@ void configure_from_environment() {
   });
 }
 
-boost::log::record open_record(severity_level severity, const std::string& channel) {
+boost::log::record open_record(severity_level severity, const std::string& channel,
+                               const std::string& subject) {
   namespace keywords = boost::log::keywords;
   // A logger of the call's own: setting the channel of a shared one is no business of two threads.
   auto logger = note_log_slg::construct_logger();
-  return logger.open_record((keywords::channel = channel, keywords::severity = severity));
+  auto record = logger.open_record((keywords::channel = channel, keywords::severity = severity));
+  if (record && !subject.empty()) {
+    record.attribute_values().insert("Subject",
+                                     boost::log::attributes::make_attribute_value(subject));
+  }
+  return record;
 }
 
 void push_record(boost::log::record&& record, const std::string& text) {

@@ -1,9 +1,10 @@
 // The log of the node's services: records with a severity and a channel, over Boost.Log. Only .cpp
 // files include this header.
 //
-// Records go to stderr, one readable line each ("TIME severity channel: text"), or to the journal
-// as entries with fields when stderr is the journal. The channel shows the file's base name. The
-// same text on the same channel more than ten times in a second becomes one line.
+// Records go to stderr, one readable line each ("TIME severity channel [subject]: text"), or to the
+// journal as entries with fields when stderr is the journal. The channel shows the file's base
+// name. The same text of the same subject on the same channel more than ten times in a second
+// becomes one line.
 #pragma once
 
 #include <boost/log/sources/global_logger_storage.hpp>
@@ -24,7 +25,8 @@ std::string getCodeTrace(const std::string& file, unsigned line);
 
 /// Opens a record; empty (false) if the library's filter rejects it. Setting severity, channel and
 /// opening are one step: safe from any thread.
-boost::log::record open_record(severity_level severity, const std::string& channel);
+boost::log::record open_record(severity_level severity, const std::string& channel,
+                               const std::string& subject = {});
 
 /// Completes an opened record with its text, code trace included.
 void push_record(boost::log::record&& record, const std::string& text);

@@ -13,6 +13,8 @@ struct record {
   std::string channel;
   std::string text;   ///< without the code trace
   std::string trace;  ///< as getCodeTrace gave it; empty if the text ended without one
+  std::string subject =
+      {};  ///< whom it concerns, where the place in the code serves many; or empty
 };
 
 }  // namespace note_log

@@ -19,8 +19,11 @@ record to_record(const boost::log::record_view& view) {
   const auto severity = boost::log::extract<severity_level>("Severity", view);
   const auto channel = boost::log::extract<std::string>("Channel", view);
   const auto text = boost::log::extract<std::string>("Message", view);
-  return split_trace(severity ? *severity : info, channel ? *channel : std::string(),
-                     text ? *text : std::string());
+  const auto subject = boost::log::extract<std::string>("Subject", view);
+  auto rec = split_trace(severity ? *severity : info, channel ? *channel : std::string(),
+                         text ? *text : std::string());
+  if (subject) rec.subject = *subject;
+  return rec;
 }
 
 }  // namespace

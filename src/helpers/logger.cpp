@@ -9,7 +9,27 @@ namespace {
 /// message, and the place of the call is in the channel.
 constexpr unsigned trace_line = 31;
 
+thread_local const char* subject_direction = nullptr;
+thread_local unsigned subject_channel = 0;
+
+std::string present_subject() {
+  if (subject_direction == nullptr) return {};
+  if (subject_channel == 0) return subject_direction;
+  return fmt::format("{} {}", subject_direction, subject_channel);
+}
+
 }  // namespace
+
+log_subject::log_subject(const char* direction, unsigned channel)
+    : outer_direction_(subject_direction), outer_channel_(subject_channel) {
+  subject_direction = direction;
+  subject_channel = channel;
+}
+
+log_subject::~log_subject() {
+  subject_direction = outer_direction_;
+  subject_channel = outer_channel_;
+}
 
 logger& logger::instance() {
   static logger the_logger;
@@ -19,7 +39,7 @@ logger& logger::instance() {
 void logger::write(const char* file, int line, const char* function, fmt::string_view format,
                    fmt::format_args args) {
   const auto channel = fmt::format("{}:{}:{}", file, line, helpers::short_function_name(function));
-  auto record = note_log::open_record(note_log::info, channel);
+  auto record = note_log::open_record(note_log::info, channel, present_subject());
   if (!record) return;
   note_log::push_record(std::move(record),
                         fmt::vformat(format, args) + note_log::getCodeTrace(__FILE__, trace_line));

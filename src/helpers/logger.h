@@ -34,6 +34,22 @@ class logger {
              fmt::format_args args);
 };
 
+/// Whom the lines of this thread concern while the object lives, where one piece of code serves
+/// both directions and all channels. Shown beside the channel of the record; of two the inner one
+/// counts.
+class log_subject {
+ public:
+  /// "rx" or "tx"; the text has to outlive the object.
+  explicit log_subject(const char* direction, unsigned channel = 0);
+  ~log_subject();
+  log_subject(const log_subject&) = delete;
+  log_subject& operator=(const log_subject&) = delete;
+
+ private:
+  const char* outer_direction_;
+  unsigned outer_channel_;
+};
+
 /// A record past the threshold, with a severity (3 error, 4 warning, 7 debug) and a channel of its
 /// own. The code trace of the call is appended as everywhere in the node's services.
 void log_direct(int severity, const char* channel, const std::string& text, const char* file,

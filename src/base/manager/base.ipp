@@ -169,6 +169,7 @@ void base<RX_T, TX_T>::create_plans(unsigned slices) {
 
 template <class RX_T, class TX_T>
 void base<RX_T, TX_T>::setup_client_rx(nx_db& db) {
+  const log_subject subject("rx");
   constexpr unsigned add_module = 1;
   LUMORA_LOG(2, "Creating client_rx devices.");
   const auto io = db.get_io_context();
@@ -190,6 +191,7 @@ void base<RX_T, TX_T>::setup_client_rx(nx_db& db) {
 
 template <class RX_T, class TX_T>
 void base<RX_T, TX_T>::setup_client_tx(nx_db& db) {
+  const log_subject subject("tx");
   constexpr unsigned drop_module = 2;
   LUMORA_LOG(2, "Creating client_tx devices.");
   const auto io = db.get_io_context();

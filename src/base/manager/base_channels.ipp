@@ -56,10 +56,12 @@ void base<RX_T, TX_T>::add_in_directions(const channel_request& request,
   const auto width = static_cast<unsigned>(*request.width);
   const auto port = static_cast<unsigned>(*request.port);
   if (directions.rx) {
+    const log_subject subject("rx");
     LUMORA_LOG(2, "Adding RX channel with center {} and width {}.", center, width);
     client_rx_->add_channel(*db_, center, width, port, version);
   }
   if (directions.tx) {
+    const log_subject subject("tx");
     LUMORA_LOG(2, "Adding TX channel with center {} and width {}.", center, width);
     client_tx_->add_channel(*db_, center, width, port, version);
   }
@@ -84,10 +86,12 @@ void base<RX_T, TX_T>::remove_in_directions(const channel_request& request) {
   const auto directions = remove_directions(request);
   const auto center = static_cast<unsigned>(*request.center);
   if (directions.rx) {
+    const log_subject subject("rx");
     LUMORA_LOG(2, "Removing RX channel {}.", center);
     client_rx_->remove_channel(center);
   }
   if (directions.tx) {
+    const log_subject subject("tx");
     LUMORA_LOG(2, "Removing TX channel {}.", center);
     client_tx_->remove_channel(center);
   }

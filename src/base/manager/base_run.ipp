@@ -41,8 +41,9 @@ void base<RX_T, TX_T>::cycle(nx_db& db, const std::shared_ptr<device::interfaces
 template <class RX_T, class TX_T>
 typename base<RX_T, TX_T>::loop_states base<RX_T, TX_T>::revive_loops(nx_db& db) {
   // A failing init is logged by the loop itself and tried again in the next cycle.
-  const auto revive = [](bool was_ok, auto&& init, auto&& is_ok) {
+  const auto revive = [](const char* direction, bool was_ok, auto&& init, auto&& is_ok) {
     if (was_ok) return true;
+    const log_subject subject(direction);
     try {
       init();
       return is_ok();
@@ -52,27 +53,28 @@ typename base<RX_T, TX_T>::loop_states base<RX_T, TX_T>::revive_loops(nx_db& db)
   };
   const bool rx_was_ok = client_rx_->operational;
   const bool tx_was_ok = client_tx_->operational;
-  return {.line = revive(
-              line_->is_operational(), [&] { line_->init(db, supports_embedded_ila()); },
-              [&] { return line_->is_operational(); }),
-          .rx = revive(
-              rx_was_ok, [&] { client_rx_->init(db); }, [&] { return client_rx_->operational; }),
-          .tx = revive(
-              tx_was_ok, [&] { client_tx_->init(db); }, [&] { return client_tx_->operational; })};
+  return {
+      .line = revive(
+          nullptr, line_->is_operational(), [&] { line_->init(db, supports_embedded_ila()); },
+          [&] { return line_->is_operational(); }),
+      .rx = revive(
+          "rx", rx_was_ok, [&] { client_rx_->init(db); }, [&] { return client_rx_->operational; }),
+      .tx = revive(
+          "tx", tx_was_ok, [&] { client_tx_->init(db); }, [&] { return client_tx_->operational; })};
 }
 
 template <class RX_T, class TX_T>
 const char* base<RX_T, TX_T>::regulate(nx_db& db, const loop_states& ok) {
   const bool clients_turn = client_rx_->peak_regulated;
-  if (ok.rx && ok.line) {
+  if (ok.rx) {
+    const log_subject subject("rx");
     client_rx_->run(db, clients_turn);
-    line_->run(db, !clients_turn, coldstart_);
-  } else if (ok.rx) {
-    client_rx_->run(db, clients_turn);
-  } else if (ok.line) {
-    line_->run(db, true, coldstart_);
   }
-  if (ok.tx) client_tx_->run(db, client_tx_->peak_regulated && !client_rx_->peak_regulated);
+  if (ok.line) line_->run(db, !ok.rx || !clients_turn, coldstart_);
+  if (ok.tx) {
+    const log_subject subject("tx");
+    client_tx_->run(db, client_tx_->peak_regulated && !client_rx_->peak_regulated);
+  }
   return clients_turn ? "client rx" : "line";
 }
 

@@ -34,6 +34,7 @@ unsigned manager<RX_T, TX_T>::get_slice_count() {
 
 template <class RX_T, class TX_T>
 void manager<RX_T, TX_T>::setup_client_rx(nx_db& db) {
+  const log_subject subject("rx");
   namespace paths = ::manager::nexel_paths;
   constexpr unsigned add_module = 0;
   LUMORA_LOG(2, "Creating client_rx devices.");
@@ -54,6 +55,7 @@ void manager<RX_T, TX_T>::setup_client_rx(nx_db& db) {
 
 template <class RX_T, class TX_T>
 void manager<RX_T, TX_T>::setup_client_tx(nx_db& db) {
+  const log_subject subject("tx");
   namespace paths = ::manager::nexel_paths;
   constexpr unsigned drop_module = 1;
   LUMORA_LOG(2, "Creating client_tx devices.");

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <thread>
 
 #include "helpers/logger.h"
 #include "platform/note_log/flood_guard.h"
@@ -46,6 +47,9 @@ TEST(line_layout, one_readable_line_whatever_the_record_holds) {
     EXPECT_EQ(laid_out(channel, text), "2026-01-31T12:00:00.045Z info " + expected + "\n");
   EXPECT_EQ(laid_out("a/b.cpp:1:f", "Text." + trace, {true, true}),
             "<6>b.cpp:1:f: Text. [at src/helpers/logger.cpp:31]\n");
+  const note_log::record of_a_channel{note_log::info, "a/b.cpp:1:f", "Text.", {}, "rx 19\n"};
+  EXPECT_EQ(note_log::layout(of_a_channel, noon, {true, false}),
+            "<6>b.cpp:1:f [rx 19 | ]: Text.\n");
 }
 
 TEST(line_layout, knows_the_journal_by_its_stream) {
@@ -79,6 +83,8 @@ TEST(journal, entries_carry_fields_and_a_silent_journal_is_told) {
       {{note_log::warning, "leds", "Text", " [at src/leds.cpp:7]"},
        "CHANNEL=leds\nCODE_FILE=src/leds.cpp\nCODE_LINE=7\n"},
       {{note_log::warning, "nexel_api", "Text", {}}, "CHANNEL=nexel_api\n"},
+      {{note_log::warning, "leds", "Text", {}, "tx 19230000"},
+       "CHANNEL=leds\nSUBJECT=tx 19230000\n"},
       {{note_log::warning, "a\nPRIORITY=0", "Text", {}},
        std::string("CHANNEL\n\x0c\0\0\0\0\0\0\0", 16) + "a\nPRIORITY=0\n"},
   };
@@ -103,6 +109,8 @@ TEST(flood_guard, sums_up_what_repeats_within_a_second) {
     admitted += guard.admit(flood, begin + i * 10ms) ? 1 : 0;
   EXPECT_EQ(admitted, 10u);
   EXPECT_TRUE(guard.admit(other, begin + 600ms)) << "another channel is no repetition";
+  const note_log::record of_another{note_log::error, "channel", "no device", {}, "tx 19230000"};
+  EXPECT_TRUE(guard.admit(of_another, begin + 600ms)) << "nor is another subject";
   EXPECT_TRUE(guard.take_summaries(begin + 999ms).empty());
   const auto summaries = guard.take_summaries(begin + 1s);
   ASSERT_EQ(summaries.size(), 1u);
@@ -195,6 +203,25 @@ TEST_F(logger_test, records_carry_location_severity_and_trace) {
   EXPECT_EQ(records[1].severity, note_log::error);
   EXPECT_EQ(records[1].text, "No panel.");
   EXPECT_THAT(records[2].channel, testing::EndsWith(":TestBody"));
+}
+
+TEST_F(logger_test, records_carry_the_innermost_subject_of_their_own_thread) {
+  const test::log_capture log;
+  {
+    const log_subject direction("rx");
+    LUMORA_LOG(2, "direction");
+    {
+      const log_subject channel("rx", 19230000);
+      LUMORA_LOG(2, "channel");
+      std::thread([] { LUMORA_LOG(2, "elsewhere"); }).join();
+    }
+    LUMORA_LOG(2, "direction again");
+  }
+  LUMORA_LOG(2, "nobody");
+  std::vector<std::string> subjects;
+  for (const auto& record : log.records())
+    subjects.push_back(record.subject);
+  EXPECT_THAT(subjects, ElementsAre("rx", "rx 19230000", "", "rx", ""));
 }
 
 TEST_F(logger_test, direct_records_pass_the_library_filter_alone) {

@@ -67,7 +67,9 @@ template <class Action>
 void client_loop<T>::for_each_ready_channel(Action&& action) {
   // A channel whose values could not be created stands in the plan without them.
   for (const auto& [frequency, control] : *plan_->get_channels()) {
-    if (control->get_channel()->is_api_ready()) action(control);
+    if (!control->get_channel()->is_api_ready()) continue;
+    const log_subject subject(direction_.word, control->get_channel()->get_id());
+    action(control);
   }
 }
 
