@@ -226,7 +226,7 @@ TEST_P(channel_commands, an_add_that_breaks_off_is_repaired_by_the_same_add) {
     if (part == "store") return kvs_memory::set_available(alive);
     node_.plant().set_nexel_state(0, part, alive ? sim::nexel_state::ok : sim::nexel_state::killed);
   };
-  for (const auto& row : rows) {
+  const auto expect_repaired = [&](const break_off& row) {
     SCOPED_TRACE(fmt::format("{} dies at '{}'", row.dies, row.at));
     node_.at_log_line(row.at, [&] { set_alive(row.dies, false); });
     EXPECT_EQ(add(first), row.told);
@@ -246,6 +246,13 @@ TEST_P(channel_commands, an_add_that_breaks_off_is_repaired_by_the_same_add) {
     ASSERT_EQ(remove(first), "");
     EXPECT_EQ(places_of(first), "|");
     node_.plant().switch_laser(0, first, false);
+  };
+  for (const bool refuses : {false, true}) {
+    SCOPED_TRACE(refuses ? "devices that refuse what they have" : "devices that take it again");
+    for (const char* device : {"wss", "ocm"})
+      node_.plant().set_refuses_known_channels(0, device, refuses);
+    for (const auto& row : rows)
+      expect_repaired(row);
   }
 }
 
