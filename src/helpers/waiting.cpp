@@ -85,6 +85,20 @@ class real_clock : public time_source {
   std::atomic<bool> interrupted{false};
 };
 
+/// The manager thread shows that it lives in each of its waits, however long: at the pace that its
+/// service manager has set, if there is one. `wait_for` tells whether to go on.
+template <class Wait>
+void in_pieces(std::chrono::nanoseconds duration, Wait&& wait_for) {
+  auto& watched_by = service_manager::instance();
+  bool goes_on = true;
+  while (goes_on) {
+    const auto piece = std::min(duration, watched_by.longest_silence());
+    duration -= piece;
+    goes_on = wait_for(piece) && duration > 0ns;
+    watched_by.alive();
+  }
+}
+
 }  // namespace
 
 void time_source::wait(const std::function<bool()>& done, std::chrono::nanoseconds limit) {
@@ -124,17 +138,12 @@ std::chrono::system_clock::time_point waiting::system_now() {
 }
 
 bool waiting::sleep(std::chrono::nanoseconds duration) {
-  auto& watched_by = service_manager::instance();
+  if (stopping()) return false;
   const auto source = impl_->current();
-  // The manager thread shows that it lives in each of its waits, however long: at the pace that its
-  // service manager has set, if there is one.
-  while (!stopping()) {
-    const auto piece = std::min(duration, watched_by.longest_silence());
+  in_pieces(duration, [&](std::chrono::nanoseconds piece) {
     source->sleep(piece);
-    watched_by.alive();
-    duration -= piece;
-    if (duration <= std::chrono::nanoseconds::zero()) break;
-  }
+    return !stopping();
+  });
   return !stopping();
 }
 
@@ -147,7 +156,11 @@ bool waiting::wait(const std::function<bool()>& done, std::chrono::nanoseconds l
     ~counted() { --count; }
   } const waiter{impl_->waiters};
   if (stopping()) return false;
-  impl_->current()->wait(done, limit);
+  const auto source = impl_->current();
+  in_pieces(limit, [&](std::chrono::nanoseconds piece) {
+    source->wait(done, piece);
+    return !stopping() && !done();
+  });
   return !stopping() && done();
 }
 
