@@ -110,19 +110,20 @@ R nexel_client_api::set(const std::string& path, const char* value) {
   return wait_for(answer, path);
 }
 
-template bool nexel_client_api::wait_for(std::future<bool>&, const std::string&);
-template float nexel_client_api::wait_for(std::future<float>&, const std::string&);
-template unsigned int nexel_client_api::wait_for(std::future<unsigned int>&, const std::string&);
-template std::string nexel_client_api::wait_for(std::future<std::string>&, const std::string&);
 template bool nexel_client_api::get(const std::string&);
 template float nexel_client_api::get(const std::string&);
 template int nexel_client_api::get(const std::string&);
 template unsigned int nexel_client_api::get(const std::string&);
 template std::string nexel_client_api::get(const std::string&);
 template std::string nexel_client_api::get_or(const std::string&, const std::string&);
-template bool nexel_client_api::wait_for(std::future<bool>&, const std::string&, bool (*)());
-template std::string nexel_client_api::wait_for(std::future<std::string>&, const std::string&,
-                                                bool (*)());
+
+#define INSTANTIATE_WAIT_FOR(T) \
+  template T nexel_client_api::wait_for(std::future<T>&, const std::string&, bool (*)());
+INSTANTIATE_WAIT_FOR(bool)
+INSTANTIATE_WAIT_FOR(float)
+INSTANTIATE_WAIT_FOR(unsigned int)
+INSTANTIATE_WAIT_FOR(std::string)
+#undef INSTANTIATE_WAIT_FOR
 
 #define INSTANTIATE_SETS_ANSWERING(R)                                       \
   template R nexel_client_api::set(const std::string&, bool);               \
