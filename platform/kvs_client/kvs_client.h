@@ -46,7 +46,8 @@ class kvs_client {
   };
   /// A ping and the reads of these keys, in this order, sent together and waited for once. The
   /// ping's text is "PONG" if the store is well. Throws kvs_client_exception when the exchange
-  /// fails. Only reads: a write that stands behind a test cannot be taken back when it fails.
+  /// fails, and as `ping` does. Only reads: a write that stands behind a test cannot be taken back
+  /// when it fails.
   std::vector<answer> ping_and_get(const std::vector<std::string>& keys, kvs_timeout timeout);
 
   /// A key that does not exist reads as an empty text. Values are binary safe. T: std::string.

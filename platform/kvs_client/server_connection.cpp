@@ -67,6 +67,7 @@ class server_connection : public kvs_client::connection {
         answers.push_back({{}, error.what()});
       }
     }
+    require_no_refusal(*pong);  // only now: nothing may be left that the next exchange would take
     return answers;
   }
 

@@ -35,6 +35,7 @@ T nexel_client_api::wait_for(std::future<T>& answer, const std::string& path, bo
   }
   // While a process shuts down the I/O thread may end before a thread that still talks to a device.
   constexpr std::chrono::milliseconds look{100};
+  const end_of_call told;
   while (answer.wait_for(look) != std::future_status::ready) {
     if (is_abandoned() || (gives_up && gives_up()))
       throw nx_client_exception{-107, "Not connected: shutting down", path};
@@ -116,12 +117,14 @@ template int nexel_client_api::get(const std::string&);
 template unsigned int nexel_client_api::get(const std::string&);
 template std::string nexel_client_api::get(const std::string&);
 template std::string nexel_client_api::get_or(const std::string&, const std::string&);
-template bool nexel_client_api::wait_for(std::future<bool>&, const std::string&, bool (*)());
-template float nexel_client_api::wait_for(std::future<float>&, const std::string&, bool (*)());
-template unsigned int nexel_client_api::wait_for(std::future<unsigned int>&, const std::string&,
-                                                 bool (*)());
-template std::string nexel_client_api::wait_for(std::future<std::string>&, const std::string&,
-                                                bool (*)());
+
+#define INSTANTIATE_WAIT_FOR(T) \
+  template T nexel_client_api::wait_for(std::future<T>&, const std::string&, bool (*)());
+INSTANTIATE_WAIT_FOR(bool)
+INSTANTIATE_WAIT_FOR(float)
+INSTANTIATE_WAIT_FOR(unsigned int)
+INSTANTIATE_WAIT_FOR(std::string)
+#undef INSTANTIATE_WAIT_FOR
 
 #define INSTANTIATE_SETS_ANSWERING(R)                                       \
   template R nexel_client_api::set(const std::string&, bool);               \

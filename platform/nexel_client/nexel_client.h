@@ -51,9 +51,9 @@ class nexel_client_api : public nexel_client_base {
   template <class R>
   R set(const std::string& path, const char* value);
 
-  /// Waits for one answer to a request of several objects, which `server_call` has sent: for those
-  /// who ask several nexels and wait for all of them. T as for `get`. While it waits, `gives_up` is asked now and then: if it says so, the call fails
-  /// as with a nexel that is away.
+  /// Waits for one answer to a request of several objects, which `server_call` has sent. T: bool,
+  /// float, unsigned int, std::string. While it waits, `gives_up` is asked now and then: if it says
+  /// so, the call fails as with a nexel that is away.
   template <class T>
   T wait_for(std::future<T>& answer, const std::string& path, bool (*gives_up)() = nullptr);
 

@@ -196,10 +196,12 @@ TEST_F(kvs_client_test, a_store_with_a_password_is_used_with_it_and_tells_withou
   store.start();
   store.command({"CONFIG", "SET", "requirepass", "open sesame"});
   kvs_client without("default", "");
-  EXPECT_EQ(failure_of([&] { without.ping(); }),
-            "ping: " + store.url() +
-                ": the store wants a password, KVS_URL has none: NOAUTH "
-                "Authentication required.");
+  const auto refusal = "ping: " + store.url() +
+                       ": the store wants a password, KVS_URL has none: NOAUTH Authentication "
+                       "required.";
+  EXPECT_EQ(failure_of([&] { without.ping(); }), refusal);
+  for (int again = 0; again < 2; ++again)
+    EXPECT_EQ(failure_of([&] { without.ping_and_get({"a", "b"}, 10); }), refusal);
   {
     const test::environment_variable wrong("KVS_URL", store.url() + "?password=sesame");
     const auto told = failure_of([] { kvs_client("default", "").ping(); });
