@@ -55,6 +55,7 @@ TEST_F(fibre, cut_and_mended) {
   set_opening_of_4_db();
   meet_peer();
   cycle();
+  EXPECT_EQ(done(), journal{"led tx on"}) << "the light was on before the daemon was";
   cut();
   cycle();
   EXPECT_EQ(done(), (journal{"preamp off", "voa 5.00", "booster off", "led tx off"}));
@@ -66,16 +67,22 @@ TEST_F(fibre, cut_and_mended) {
   cycle();
   EXPECT_EQ(done(), (journal{"preamp on", "booster on", "led tx on"}));
   cycle();
-  EXPECT_EQ(done(), (journal{"voa 4.00", "led tx on"})) << "worked out with the peer";
+  EXPECT_EQ(done(), journal{"led tx on"}) << "the preset stands: the peer told all that before";
   cycle();
   EXPECT_EQ(done(), journal{});
+  peer.set("interface/line/1/data/osc/rx/power", -23.01f);
+  cycle();
+  EXPECT_EQ(done(), journal{"voa 3.99"}) << "once it has been read";
+  peer.set("interface/line/1/data/osc/rx/power", -20.0f);
+  cycle();
+  EXPECT_EQ(done(), journal{}) << "and only once";
 }
 
 TEST_F(fibre, is_lost_only_when_light_and_link_are_gone) {
   const std::tuple<bool, bool, bool, journal> table[] = {
-      {true, true, true, {}},
+      {true, true, true, {"led tx on"}},
       {true, true, false, {"preamp on", "booster on", "led tx on"}},
-      {false, false, true, {}},
+      {false, false, true, {"led tx on"}},
       {false, false, false, {"preamp on", "booster on", "led tx on"}},
       {true, false, true, {"preamp off", "voa 5.00", "booster off", "led tx off"}},
       {true, false, false, {"preamp off", "voa 5.00", "booster off", "led tx off"}},

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <fmt/format.h>
+#include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
@@ -136,6 +137,13 @@ struct line_bench : on_hand_clock {
   void start() {
     line->setup_api(own);
     line->init(own, true);
+  }
+
+  /// A warm start: the light was on, and the panel is told so.
+  void start_on_open_fibre() {
+    start();
+    line->run(own, false, false);
+    EXPECT_EQ(done(), journal{"led tx on"});
   }
 
   /// Serves the peer and identifies it.
