@@ -29,7 +29,8 @@ sim::topology facing(const std::string& product, const char* peer) {
 
 class faced_node {
  public:
-  faced_node(const std::string& product, const char* peer) : node(facing(product, peer)) {
+  faced_node(const std::string& product, const char* peer) : faced_node(facing(product, peer)) {}
+  explicit faced_node(const sim::topology& topology) : node(topology) {
     node.network().attach(peer_address, node.plant().nexel_tree("peer", 1));
     node.start();
     node.add_channels();
@@ -97,53 +98,64 @@ TEST(nonsense_on_the_line, does_not_stop_its_alarms) {
       [&] { return it.node.number("alarms/line/1/rx/lossOfSignal/severity") == 1; }, 10s));
 }
 
-// What an attenuator may do wrong, and how far from the aim the line may then rest.
+// What an attenuator may do wrong, how far from the aim the line may then rest, and how often it is
+// written to in ten minutes of rest.
 struct bad_voa {
   const char* name;
-  std::optional<reading_fault> reading;
-  std::optional<write_fault> write;
-  double rest_db;
+  std::optional<reading_fault> reading{};
+  std::optional<write_fault> write{};
+  double step_db = 0.1;
+  double rest_db = 0.9;
+  unsigned writes = 1;
 };
 
 class line_voa : public testing::TestWithParam<bad_voa> {};
 
 INSTANTIATE_TEST_SUITE_P(
     that, line_voa,
-    testing::Values(bad_voa{"loses_every_second_write", {}, write_fault::lost().each(2), 0.9},
-                    bad_voa{"refuses_every_second_write", {}, write_fault::refused().each(2), 0.9},
-                    bad_voa{"moves_late", {}, write_fault::late(1500ms), 0.9},
-                    bad_voa{"reads_back_in_coarse_steps", reading_fault::stepped(0.5), {}, 1.2},
-                    bad_voa{"trembles", reading_fault::trembling(0.02), {}, 0.9}),
+    testing::Values(
+        bad_voa{.name = "loses_every_second_write", .write = write_fault::lost().each(2)},
+        bad_voa{.name = "moves_late", .write = write_fault::late(1500ms)},
+        bad_voa{.name = "trembles", .reading = reading_fault::trembling(0.02)},
+        // What it rounds away is carried over from step to step.
+        bad_voa{.name = "has_coarse_steps", .step_db = 0.5, .rest_db = 1.05},
+        // It may stand anywhere, and is not driven away from where it was last asked to be.
+        bad_voa{.name = "reads_back_nothing_new",
+                .reading = reading_fault::frozen(),
+                .rest_db = 3.0,
+                .writes = 10}),
     [](const auto& which) { return std::string(which.param.name); });
 
 TEST_P(line_voa, follows_the_span_and_rests) {
   const auto& bad = GetParam();
-  faced_node it("orvalite", "orva-lite");
+  auto topology = facing("orvalite", "orva-lite");
+  topology.nodes[0].voa.step_db = bad.step_db;
+  faced_node it(topology);
   it.node.run_for(5min);
   auto& plant = it.node.plant();
   if (bad.reading) plant.set_reading_fault(0, "voa_sfp", "data/attenuation", *bad.reading);
   if (bad.write) plant.set_write_fault(0, "voa_sfp", "config/attenuation", *bad.write);
   plant.set_span_offset(0, 3.0);
-  it.node.run_for(4min);
+  it.node.run_for(6min);
   double error_db = 0.0;
   for (const auto channel : it.node.channels())
     error_db += plant.channel_power_dbm(1, sim::measuring_point::preamp_output, channel) - 5.0;
   error_db /= static_cast<double>(it.node.channels().size());
   EXPECT_LT(std::fabs(error_db), bad.rest_db);
-  const auto writes = it.writes();
-  it.node.run_for(30min);
-  EXPECT_LE(it.writes(), writes + 1);
+  const auto writes = plant.writes(0, "voa_sfp");
+  it.node.run_for(10min);
+  EXPECT_LE(plant.writes(0, "voa_sfp"), writes + bad.writes);
 }
 
 TEST(line_voa_at_its_end, is_left_in_peace) {
   faced_node it("orvalite", "orva-lite");
   auto& plant = it.node.plant();
   plant.set_reading_fault(0, "voa_sfp", "data/attenuation", reading_fault::trembling(0.02));
-  plant.set_span_offset(0, 18.0);
+  plant.set_span_offset(0, 14.0);
   it.node.run_for(6min);
   ASSERT_LT(it.voa(), 0.1);
   const auto writes = plant.writes(0, "voa_sfp");
-  it.node.run_for(1h);
+  it.node.run_for(20min);
   EXPECT_EQ(plant.writes(0, "voa_sfp"), writes);
 }
 
@@ -212,7 +224,7 @@ TEST_P(selka_gain, stays_with_a_dead_service_here_or_there) {
         pair_.run_for(5s);
         for (const char* path : {"data/spanloss/oms/rx", "data/spanloss/ots/rx",
                                  "data/spanloss/oms/tx", "data/spanloss/ots/tx"}) {
-          EXPECT_NEAR(pair_.number(0, path), plant.span_loss_db(0), 1.0) << path;
+          EXPECT_NEAR(pair_.number(0, path), plant.span_loss_db(0), 1.5) << path;
         }
       }
     }

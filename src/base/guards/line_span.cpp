@@ -2,13 +2,19 @@
 
 #include <algorithm>
 
+#include "device/reading_kind.h"
+
 namespace guards {
 
 std::optional<float> lit_power(float reading) {
-  constexpr float darkest = -70.0f;
-  constexpr float brightest = 30.0f;
-  if (reading > darkest && reading <= brightest) return reading;
+  using namespace device;
+  if (judge(reading_kind::tap_power, reading) == verdict::measured) return reading;
   return std::nullopt;
+}
+
+bool is_channel_power(float calibrated) {
+  return device::judge(device::reading_kind::channel_power, calibrated) ==
+         device::verdict::measured;
 }
 
 std::optional<float> span_between(std::optional<float> sent, std::optional<float> received) {

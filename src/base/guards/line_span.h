@@ -15,6 +15,10 @@ inline constexpr helpers::guard_kind line_known{"line-known"};
 /// A power of light on the line; empty for what its taps show in the dark or out of service.
 std::optional<float> lit_power(float reading);
 
+/// The power of one channel behind an amplifier: a reading and a calibration of which each can be
+/// may add up to what cannot.
+bool is_channel_power(float calibrated);
+
 /// Empty unless both are known, and for a far end that gets clearly more than was sent: the two
 /// readings do not belong together.
 std::optional<float> span_between(std::optional<float> sent, std::optional<float> received);

@@ -74,10 +74,12 @@ class fake_voa : public fake_device<device::interfaces::voa> {
 
   std::atomic<float> attenuation{10.0f};  // read by pollers
   float insertion_loss = 1;
+  bool takes_writes = true;  ///< else they are lost
 
   void set_attenuation(float value) override {
     access("attenuation");
-    actions_.push_back(fmt::format("voa {:.2f}", attenuation = value));
+    actions_.push_back(fmt::format("voa {:.2f}", value));
+    if (takes_writes) attenuation = value;
   }
   float get_attenuation() override { return read("attenuation", attenuation.load()); }
   float get_min_attenuation() override { return 0; }

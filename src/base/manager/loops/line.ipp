@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/guards/line_span.h"
 #include "base/manager/loops/line.h"
 #include "helpers/logger.h"
 #include "platform/wire/nx_error.h"
@@ -112,7 +113,9 @@ std::optional<float> line<T>::average_remote_power(T& control, const line_peer::
     state.power_history.clear();
     return std::nullopt;
   }
-  remember_power(state.power_history, edfa_calibration + power.value);
+  const float calibrated = edfa_calibration + power.value;
+  if (!guards::is_channel_power(calibrated)) return std::nullopt;
+  remember_power(state.power_history, calibrated);
   return mean(state.power_history);
 }
 
