@@ -10,7 +10,7 @@ namespace {
 using namespace std::chrono_literals;
 using operation = line_peer::operation;
 
-// Taps of a living peer show noise every second or two.
+// A living peer is asked every three seconds, and its taps show noise.
 constexpr auto longest_silence = 10s;
 // The slowest of the peer's values is taken every five seconds.
 constexpr auto slowest_value = 5s;
@@ -43,7 +43,7 @@ std::optional<float> line_peer::value(operation what) const {
 }
 
 std::optional<line_peer::time_point> line_peer::last_sign_of_life() const {
-  std::optional<time_point> newest;
+  auto newest = api_->last_answer();
   for (const auto what : signs_of_life) {
     if (const auto number = known(what)) {
       newest = newest ? std::max(*newest, number->arrived) : number->arrived;

@@ -34,11 +34,11 @@ class line_peer {
   }
   std::optional<float> value(operation what) const;
 
-  /// When the peer told anything of its line last; empty if nothing is known.
+  /// When the peer told anything of its line last, or answered; empty if nothing is known.
   std::optional<time_point> last_sign_of_life() const;
   bool is_alive(time_point now) const;
-  /// A peer tells changes alone: what stands still is up to date as long as something else, told a
-  /// while after `since`, shows that it goes on telling.
+  /// A peer tells changes alone: what stands still is up to date as long as something else, told or
+  /// answered a while after `since`, shows that it goes on telling.
   bool is_told_since(const reading& what, time_point since) const;
 
  private:
