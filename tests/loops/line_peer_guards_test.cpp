@@ -121,6 +121,25 @@ TEST_P(saturated_peer, that_fails_leaves_the_attenuator_where_it_is) {
   }
 }
 
+TEST(saturated_peer_in_each_phase, leaves_the_attenuator_where_it_is) {
+  pair_at_rest node("orvalite");
+  auto& plant = node.pair.plant();
+  for (auto phase = 0ms; phase < 1500ms; phase += 190ms) {
+    const auto what = phase / 190ms % 2 == 0 ? failure::hung : failure::killed;
+    SCOPED_TRACE(fmt::format("after {} ms", phase.count()));
+    const auto writes = node.writes();
+    plant.drop_power_limit(1, sim::direction::tx, 5.8, 0s);
+    ASSERT_TRUE(node.pair.run_until([&] { return node.writes() > writes; }, 15s));
+    node.pair.run_for(phase);
+    const double before = node.voa();
+    begin(what, node.pair);
+    EXPECT_LE(node.highest_within(20s), before + 1.05);
+    end(what, node.pair);
+    plant.drop_power_limit(1, sim::direction::tx, 0.0, 0s);
+    node.pair.run_for(90s);
+  }
+}
+
 /// The line of the first node, whose far end is left out of the closed loop by a cut.
 class reopened_line : public testing::Test {
  protected:

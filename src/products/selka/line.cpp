@@ -56,6 +56,7 @@ void line<T>::manage_line(nx_db& db, bool) {
       follow_measured_span();
       break;
     case automation_mode::managed_netconf:
+      this->end_guard(guards::line_known);
       break;
     default:
       LUMORA_LOG_DIRECT(3, "manage_line",

@@ -136,16 +136,16 @@ bool line_loop::open_after_coldstart() {
     if (!helpers::waiting::instance().sleep(coldstart_pause)) return false;
     coldstart_pause_ended_ = steady_now();
   }
+  const bool is_late = steady_now() - *coldstart_pause_ended_ > longest_coldstart;
   if (!coldstart_opened_) {
-    set_voa_default_attenuation();
-    begin_with_new_fibre();
+    if (!is_late) set_voa_default_attenuation();
     coldstart_opened_ = true;
+    begin_with_new_fibre();
     trigger_initial_tdcm_setting();
     return false;
   }
-  continue_opening(false);
-  coldstart_done_ =
-      !opening_ || opening_->is_shown || steady_now() - *coldstart_pause_ended_ > longest_coldstart;
+  if (!is_late) continue_opening(false);
+  coldstart_done_ = is_late || !opening_ || opening_->is_shown;
   return coldstart_done_;
 }
 

@@ -106,8 +106,7 @@ void line_loop::continue_opening(bool osc_up) {
 }
 
 bool line_loop::peer_is_without_opening() const {
-  if (!peer_.is_known()) return false;
-  if (remote_->is_embedded_ila()) return true;
+  if (peer_.is_known() && remote_->is_embedded_ila()) return true;
   return peer_up_since_ && now() - *peer_up_since_ > longest_wait_for_values;
 }
 
