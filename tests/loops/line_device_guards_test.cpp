@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <optional>
+#include <utility>
 
 #include "tests/loops/channel_watch.h"
 #include "tests/support/plant_node.h"
@@ -21,8 +22,9 @@ constexpr const char* peer_address = "[fe80::2%osc0]:5100";
 
 sim::topology facing(const std::string& product, const char* peer) {
   auto topology = sim::default_topology(product);
+  // Room for the attenuator of the one, and for the gain of the other.
   for (auto& fibre : topology.fibres)
-    fibre.length_km = 40.0;
+    fibre.length_km = product.starts_with("selka") ? 80.0 : 40.0;
   topology.peer = peer;
   return topology;
 }
@@ -50,26 +52,47 @@ struct told {
   const char* path;
 };
 
-// What the line goes by, its own and the peer's.
+// What the line goes by, its own and the peer's; each pair has some of it.
 constexpr told line_readings[] = {
     {0, "voa_sfp", "data/attenuation"},
+    {0, "voa_sfp", "data/insertionLoss"},
     {0, "booster", "data/powerLimit"},
     {0, "booster", "data/txPower"},
     {0, "preamp", "data/rxPower"},
+    {0, "preamp", "data/gain"},
+    {0, "preamp", "data/gainDefault"},
+    {0, "preamp", "data/gainMinThreshold"},
+    {0, "preamp", "data/gainMaxThreshold"},
     {0, "sfp/0", "data/rxPower"},
     {0, "sfp/0", "data/txPower"},
     {1, "peer", "data/client/tx/edfaSaturation"},
     {1, "peer", "data/client/tx/edfaCalibration"},
     {1, "peer", "data/client/*/tx/ocm/power"},
-    {1, "peer", "data/preamp/gain"},
-    {1, "peer", "data/preamp/plim"},
+    {1, "peer", "data/preamp/*"},
     {1, "peer", "interface/line/1/data/osc/rx/power"},
     {1, "peer", "data/line/1/tx/totalPower"},
+    {1, "peer", "data/spanloss/*/tx"},
+    {1, "peer", "data/spanloss/*/rx"},
+    {1, "peer", "data/neighbour/edfa/minGain"},
 };
 constexpr const char* nonsense[] = {"-99", "-999", "60", "999", "1e30", "\"text\""};
 
-TEST(nonsense_on_the_line, moves_neither_attenuator_nor_gain) {
-  faced_node it("orvalite", "orva-lite");
+using product_and_peer = std::pair<const char*, const char*>;
+
+class line_that_is_told_nonsense : public testing::TestWithParam<product_and_peer> {};
+
+INSTANTIATE_TEST_SUITE_P(each, line_that_is_told_nonsense,
+                         testing::Values(product_and_peer{"orvalite", "orva-lite"},
+                                         product_and_peer{"orvamax", "orva-lite"},
+                                         product_and_peer{"orvapro", "orva-pro"},
+                                         product_and_peer{"orvalite", "tarn-one"}),
+                         [](const auto& pair) {
+                           return fmt::format("{}_{}", pair.param.first,
+                                              pair.param.second[0] == 't' ? "tarn" : "own_kind");
+                         });
+
+TEST_P(line_that_is_told_nonsense, moves_neither_attenuator_nor_gain) {
+  faced_node it(GetParam().first, GetParam().second);
   it.node.run_for(5min);
   auto& plant = it.node.plant();
   for (const auto& [node, device, path] : line_readings) {
@@ -77,11 +100,14 @@ TEST(nonsense_on_the_line, moves_neither_attenuator_nor_gain) {
       SCOPED_TRACE(fmt::format("{} of {} tells {}", path, device, number));
       const double voa = it.voa();
       const double gain = it.gain();
-      plant.set_reading_fault(node, device, path, reading_fault::replaced(number), 12s);
-      it.node.run_for(14s);
-      // Noise at the edge of its rest may cost the line a step of 0.16 dB at any time.
-      EXPECT_NEAR(it.voa(), voa, 0.25);
-      EXPECT_EQ(it.gain(), gain);
+      plant.set_reading_fault(node, device, path, reading_fault::replaced(number), 5s);
+      for (int second = 0; second < 8; ++second) {
+        it.node.run_for(1s);
+        // Noise at the edge of its rest may cost the line a step of 0.16 dB at any time, and that
+        // of its taps a selka one of 0.1 dB.
+        ASSERT_NEAR(it.voa(), voa, 0.25) << second;
+        ASSERT_NEAR(it.gain(), gain, 0.25) << second;
+      }
     }
   }
   EXPECT_TRUE(it.node.run_until([&] { return it.node.is_fully_operational(); }, 15s));

@@ -6,10 +6,12 @@
 #include "base/guards/line_opening.h"
 #include "base/manager/loops/line_arithmetic.h"
 #include "base/manager/loops/line_loop.h"
+#include "device/reading_kind.h"
 #include "helpers/guard.h"
 #include "helpers/logger.h"
 #include "helpers/waiting.h"
 #include "platform/board_spec/board_spec_lib.h"
+#include "platform/wire/nx_error.h"
 
 namespace manager::loops {
 
@@ -35,7 +37,7 @@ bool is_close(float present, float wanted) {
 
 std::optional<float> line_loop::attenuation_from_peer() {
   try {
-    if (!osc_->is_operational() || !peer_.is_known()) return std::nullopt;
+    if (!peer_.is_known() || !osc_->is_operational()) return std::nullopt;
     const auto remote_osc_rx = peer_.known(operation::get_osc_rx_power);
     const auto remote_limit = peer_.value(operation::get_preamp_power_limit);
     const auto remote_gain = peer_.value(operation::get_preamp_gain);
@@ -101,6 +103,7 @@ void line_loop::continue_opening(bool osc_up) {
     at_once = !opening_->awaits_peer;
     if (peer_is_without_opening()) opening_->awaits_peer = false;
   }
+  if (opening_->is_shown && opening_->awaits_peer) return;
   write_opening(at_once);
   if (opening_->is_shown && !opening_->awaits_peer) end_opening();
 }
@@ -116,7 +119,12 @@ void line_loop::end_opening() {
 }
 
 float line_loop::read_voa() {
+  constexpr auto kind = ::device::reading_kind::attenuation;
   const float attenuation = voa_->get_attenuation();
+  // One that shows itself as blocked tells nothing to step from.
+  if (::device::judge(kind, attenuation) != ::device::verdict::measured) {
+    throw nx_error(-22, ::device::refusal_text(kind, attenuation));
+  }
   voa_watch_.look(attenuation);
   return attenuation;
 }
