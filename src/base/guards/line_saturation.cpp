@@ -8,8 +8,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Attenuator and amplifier settle within 0.3 s, and the peer's loop tells twice a second.
-constexpr auto settling_time = 900ms;
+// Attenuator and amplifier are at rest.
+constexpr auto settling_time = 300ms;
+// The peer's loop tells twice a second: what it told on the way it would have told anew.
+constexpr auto two_cycles_of_the_peer = 900ms;
 // Channel powers tell that the peer's loop has run, not that it saw the step: by then it has.
 constexpr auto several_cycles_of_the_peer = 3s;
 
@@ -27,8 +29,11 @@ saturation_verdict saturation_steps::judge(const saturation_evidence& seen) cons
   using enum saturation_verdict;
   if (seen.last_write) {
     const auto write = *seen.last_write;
-    if (seen.now - write < settling_time) return settling;
     const bool answered = seen.saturation_changed && *seen.saturation_changed > write;
+    if (answered && *seen.saturation_changed < write + settling_time &&
+        seen.now - write < two_cycles_of_the_peer) {
+      return settling;
+    }
     const bool alive =
         seen.channels_changed && *seen.channels_changed > write + several_cycles_of_the_peer;
     if (!answered && !alive) return stale;

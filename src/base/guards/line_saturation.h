@@ -32,7 +32,7 @@ struct saturation_evidence {
 
 enum class saturation_verdict {
   step,
-  settling,  ///< the last write is too young to show at the peer
+  settling,  ///< it was told while the last write was on its way
   stale,     ///< nothing of the peer changed after the last write
   unmoved    ///< it tells the same saturation after several steps
 };
