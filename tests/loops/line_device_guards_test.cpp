@@ -85,7 +85,9 @@ INSTANTIATE_TEST_SUITE_P(each, line_that_is_told_nonsense,
                          testing::Values(product_and_peer{"orvalite", "orva-lite"},
                                          product_and_peer{"orvamax", "orva-lite"},
                                          product_and_peer{"orvapro", "orva-pro"},
-                                         product_and_peer{"orvalite", "tarn-one"}),
+                                         product_and_peer{"orvalite", "tarn-one"},
+                                         product_and_peer{"selkamin", "selka-min"},
+                                         product_and_peer{"selkaplus", "selka-plus"}),
                          [](const auto& pair) {
                            return fmt::format("{}_{}", pair.param.first,
                                               pair.param.second[0] == 't' ? "tarn" : "own_kind");
