@@ -76,7 +76,9 @@ TEST_P(every_family, is_known_and_read_and_followed) {
   const double before = voa();
   node_.plant().set_span_offset(0, 3.0);
   node_.run_for(4min);
-  EXPECT_NEAR(voa() - before, expected.line_follows ? -3.0 : 0.0, 0.8);
+  // A line rests up to 0.75 dB on either side of its aim, and can have been on the other.
+  EXPECT_NEAR(voa() - before, expected.line_follows ? -3.0 : 0.0,
+              expected.line_follows ? 1.6 : 0.1);
   EXPECT_TRUE(node_.all_on_target());
   node_.network().detach("[fe80::2%osc0]:5100");
 }

@@ -3,10 +3,12 @@
 #include <cmath>
 
 #include "api/config_param.h"
+#include "base/guards/line_span.h"
 #include "base/manager/automation.h"
 #include "base/manager/leds.h"
 #include "helpers/calibration.h"
 #include "helpers/logger.h"
+#include "helpers/waiting.h"
 #include "products/control_types_full.h"
 
 namespace products::selka {
@@ -22,10 +24,29 @@ float preamp_gain(float span_loss, float line_calibration, float voa_insertion_l
 template <class T>
 void line<T>::follow_measured_span() {
   try {
-    set_preamp_gain(this->get_line_rx_loss());
+    const auto span = this->known_rx_span();
+    if (!span) return this->begin_guard(guards::line_known, "the span is not known");
+    follow_span(*span);
+    this->end_guard(guards::line_known);
   } catch (...) {
     LUMORA_LOG_DIRECT(3, "manage_line", "Not possible to set preamp gain in managedCLI mode.");
   }
+}
+
+// As the parameter's setter does; a gain that the preamp does not take is written again at growing
+// pauses.
+template <class T>
+void line<T>::follow_span(float span_loss) {
+  const auto now = helpers::waiting::instance().steady_now();
+  const auto gain = read_gain(span_loss);
+  this->gain_watch_.look(gain.present);
+  if (gain.is_close()) return;
+  if (this->gain_watch_.decide_setting(gain.wanted, now).what ==
+      guards::attenuator_watch::verdict::waiting) {
+    return;
+  }
+  write_gain(gain);
+  this->gain_watch_.wrote(gain.present, gain.wanted, now);
 }
 
 template <class T>
@@ -35,6 +56,7 @@ void line<T>::manage_line(nx_db& db, bool) {
       follow_measured_span();
       break;
     case automation_mode::managed_netconf:
+      this->end_guard(guards::line_known);
       break;
     default:
       LUMORA_LOG_DIRECT(3, "manage_line",
@@ -51,17 +73,31 @@ float line<T>::get_wanted_power() {
   return this->wanted_power_.load().value_or(default_power);
 }
 
-template <class T>
-void line<T>::set_preamp_gain(float span_loss) {
+bool gain_setting::is_close() const {
   constexpr double close_enough_db = 0.1;
+  return std::fabs(double{wanted} - double{present}) <= close_enough_db;
+}
+
+template <class T>
+gain_setting line<T>::read_gain(float span_loss) {
   const float maximum = this->preamp_->get_max_gain();
   const float minimum = this->preamp_->get_min_gain();
   const float line_calibration = calibration::instance().get_value("cal_linerx_to_preamprx");
   const float gain =
       preamp_gain(span_loss, line_calibration, this->voa_->get_insertion_loss(), minimum, maximum);
-  if (std::fabs(double{gain} - double{this->preamp_->get_gain()}) <= close_enough_db) return;
-  LUMORA_LOG(2, "Setting Preamp gain to {}.", gain);
-  this->preamp_->set_gain(gain);
+  return {.present = this->preamp_->get_gain(), .wanted = gain};
+}
+
+template <class T>
+void line<T>::write_gain(const gain_setting& gain) {
+  LUMORA_LOG(2, "Setting Preamp gain to {}.", gain.wanted);
+  this->preamp_->set_gain(gain.wanted);
+}
+
+template <class T>
+void line<T>::set_preamp_gain(float span_loss) {
+  const auto gain = read_gain(span_loss);
+  if (!gain.is_close()) write_gain(gain);
 }
 
 template <class T>

@@ -11,6 +11,13 @@ namespace products::selka {
 float preamp_gain(float span_loss, float line_calibration, float voa_insertion_loss, float minimum,
                   float maximum);
 
+struct gain_setting {
+  float present;
+  float wanted;
+  /// Nearer than a write is worth.
+  bool is_close() const;
+};
+
 template <class T>
 class line : public ::manager::loops::line<T> {
  public:
@@ -29,6 +36,9 @@ class line : public ::manager::loops::line<T> {
 
  private:
   void follow_measured_span();
+  void follow_span(float span_loss);
+  gain_setting read_gain(float span_loss);
+  void write_gain(const gain_setting& gain);
 };
 
 }  // namespace products::selka

@@ -50,11 +50,39 @@ TEST_F(fibre, a_coldstart_opens_once_and_leaves_the_amplifiers_to_the_next_cycle
   EXPECT_EQ(done(), journal{});
 }
 
+TEST_F(fibre, a_coldstart_is_done_when_the_voa_shows_its_setting) {
+  preamp->enabled = booster->enabled = false;
+  voa->takes_writes = false;
+  for (int i = 0; i < 12; ++i)
+    cycle(true, true);
+  EXPECT_EQ(done(), (journal{"voa 5.00", "voa 5.00"})) << "again after three seconds";
+  EXPECT_EQ(shown("alarms/line/1/rx/lossOfSignal/severity"), "0") << "alarms do not wait for it";
+  voa->takes_writes = true;
+  for (int i = 0; i < 16; ++i)
+    cycle(true, true);
+  EXPECT_EQ(done(), (journal{"voa 5.00", "preamp on", "booster on", "led tx on"}));
+  EXPECT_LE(clock->elapsed(), 20s) << "the pause comes once";
+}
+
+TEST_F(fibre, a_coldstart_does_not_wait_for_ever) {
+  preamp->enabled = booster->enabled = false;
+  voa->takes_writes = false;
+  for (int i = 0; i < 100; ++i)
+    cycle(true, true);
+  EXPECT_TRUE(preamp->enabled);
+  done();
+  voa->takes_writes = true;
+  for (int i = 0; i < 130; ++i)
+    cycle(true, true);
+  EXPECT_EQ(voa->attenuation, 5.0f) << "made up for";
+}
+
 TEST_F(fibre, cut_and_mended) {
   peer.fill_terminal("ORVA-LITE");
   set_opening_of_4_db();
   meet_peer();
   cycle();
+  EXPECT_EQ(done(), journal{"led tx on"}) << "the light was on before the daemon was";
   cut();
   cycle();
   EXPECT_EQ(done(), (journal{"preamp off", "voa 5.00", "booster off", "led tx off"}));
@@ -66,16 +94,22 @@ TEST_F(fibre, cut_and_mended) {
   cycle();
   EXPECT_EQ(done(), (journal{"preamp on", "booster on", "led tx on"}));
   cycle();
-  EXPECT_EQ(done(), (journal{"voa 4.00", "led tx on"})) << "worked out with the peer";
+  EXPECT_EQ(done(), journal{"led tx on"}) << "the preset stands: the peer told all that before";
   cycle();
   EXPECT_EQ(done(), journal{});
+  peer.set("interface/line/1/data/osc/rx/power", -23.01f);
+  cycle();
+  EXPECT_EQ(done(), journal{"voa 3.99"}) << "once it has been read";
+  peer.set("interface/line/1/data/osc/rx/power", -20.0f);
+  cycle();
+  EXPECT_EQ(done(), journal{}) << "and only once";
 }
 
 TEST_F(fibre, is_lost_only_when_light_and_link_are_gone) {
   const std::tuple<bool, bool, bool, journal> table[] = {
-      {true, true, true, {}},
+      {true, true, true, {"led tx on"}},
       {true, true, false, {"preamp on", "booster on", "led tx on"}},
-      {false, false, true, {}},
+      {false, false, true, {"led tx on"}},
       {false, false, false, {"preamp on", "booster on", "led tx on"}},
       {true, false, true, {"preamp off", "voa 5.00", "booster off", "led tx off"}},
       {true, false, false, {"preamp off", "voa 5.00", "booster off", "led tx off"}},
@@ -106,6 +140,41 @@ TEST_F(fibre, alarms_are_right_from_their_first_cycle_on) {
   EXPECT_EQ(shown("alarms/line/1/rx/lossOfSignal/severity"), "1");
   EXPECT_EQ(shown("alarms/line/1/rx/osc/lossOfLink/severity"), "0");
   EXPECT_TRUE(leds->rx_los);
+}
+
+TEST_F(fibre, each_alarm_has_its_cycle_whatever_fails) {
+  cycle();
+  voa->failing = true;
+  osc->loss_of_link = true;
+  cycle();
+  EXPECT_EQ(shown("alarms/line/1/rx/osc/lossOfLink/severity"), "1") << "without a VOA";
+  EXPECT_FALSE(line->is_operational());
+  voa->failing = false;
+  preamp->failing = true;
+  sfp->los = true;
+  cycle();
+  EXPECT_EQ(shown("alarms/line/1/rx/osc/lossOfSignal/severity"), "1") << "without a preamp";
+  EXPECT_FALSE(line->is_operational());
+}
+
+TEST_F(fibre, shows_no_span_loss_of_what_was_not_measured) {
+  peer.fill_terminal("ORVA-LITE");
+  peer.set("data/line/1/tx/power", 8.0f);
+  peer.set("data/line/1/rx/power", -12.0f);
+  meet_peer();
+  for (int i = 0; i < 60; ++i)
+    cycle();
+  ASSERT_EQ(shown("data/spanloss/oms/rx"), "17.5");
+  const auto sent = shown("data/spanloss/ots/tx");
+  preamp->failing = true;
+  sfp->failing = true;
+  peer.set("data/line/1/rx/power", -95.99f);
+  poller->advance(2s);
+  for (int i = 0; i < 60; ++i)
+    cycle();
+  EXPECT_EQ(shown("data/spanloss/oms/rx"), "17.5") << "own preamp away";
+  EXPECT_EQ(shown("data/spanloss/ots/tx"), sent) << "own optics away";
+  EXPECT_NE(shown("data/spanloss/oms/tx"), "100") << "the peer could not read its own";
 }
 
 TEST_F(fibre, span_losses_are_taken_every_25_seconds) {

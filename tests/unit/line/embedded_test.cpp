@@ -26,7 +26,7 @@ class embedded_line : public testing::Test, protected test::line_bench {
     peer.set("data/spanloss/oms/rx", rx + 1);
   }
   void begin() {
-    start();
+    start_on_open_fibre();
     meet_peer();
     cycles(11);
   }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <fmt/format.h>
+#include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
@@ -73,10 +74,12 @@ class fake_voa : public fake_device<device::interfaces::voa> {
 
   std::atomic<float> attenuation{10.0f};  // read by pollers
   float insertion_loss = 1;
+  bool takes_writes = true;  ///< else they are lost
 
   void set_attenuation(float value) override {
     access("attenuation");
-    actions_.push_back(fmt::format("voa {:.2f}", attenuation = value));
+    actions_.push_back(fmt::format("voa {:.2f}", value));
+    if (takes_writes) attenuation = value;
   }
   float get_attenuation() override { return read("attenuation", attenuation.load()); }
   float get_min_attenuation() override { return 0; }
@@ -136,6 +139,13 @@ struct line_bench : on_hand_clock {
   void start() {
     line->setup_api(own);
     line->init(own, true);
+  }
+
+  /// A warm start: the light was on, and the panel is told so.
+  void start_on_open_fibre() {
+    start();
+    line->run(own, false, false);
+    EXPECT_EQ(done(), journal{"led tx on"});
   }
 
   /// Serves the peer and identifies it.

@@ -13,7 +13,7 @@ constexpr unsigned second = 19610000;
 class regulated_line : public testing::Test, protected test::line_bench {
  protected:
   regulated_line() {
-    start();
+    start_on_open_fibre();
     logger::instance().level = 0;
   }
   ~regulated_line() override { logger::instance().level = 2; }
@@ -127,15 +127,70 @@ TEST_F(regulated_line, ends_at_the_limits_of_the_voa) {
   EXPECT_EQ(done(), journal{"voa 0.00"});
 }
 
-TEST_F(regulated_line, does_nothing_for_a_channel_that_the_peer_was_not_asked_for) {
+TEST_F(regulated_line, goes_by_the_channels_that_the_peer_knows) {
   meet("ORVA-LITE", {first});
   plan->add_channel(second, 5000, 1, "1");
-  const test::log_capture log;
-  for (int i = 0; i < 10; ++i)
+  for (int i = 0; i < 6; ++i)
+    cycle_with(first, 3);
+  EXPECT_EQ(done(), journal{"voa 9.60"}) << "the peer has no second channel";
+}
+
+TEST_F(regulated_line, steps_by_the_channels_that_still_move_at_the_peer) {
+  meet("ORVA-LITE", {first, second});
+  read_at_peer(second, -5);
+  for (int i = 0; i < 6; ++i)
+    cycle_with(first, 3);
+  EXPECT_EQ(done(), journal{"voa 8.80"}) << "by 2 and 10 dB";
+  for (int i = 0; i < 5; ++i)
+    cycle_with(first, 3.4f);
+  EXPECT_EQ(done(), journal{"voa 8.48"}) << "the second has not been told since the step";
+}
+
+TEST_F(regulated_line, does_not_mix_readings_of_two_connections) {
+  meet("ORVA-LITE", {first});
+  for (int i = 0; i < 5; ++i)
+    cycle_with(first, 3);
+  network.detach(test::peer_tree::address);
+  network.deliver();
+  for (int i = 0; i < 3; ++i) {
+    remote->run(own, osc, plan);
+    cycle();
+  }
+  network.attach(test::peer_tree::address, peer.db);
+  for (int i = 0; i < 4; ++i) {
+    remote->run(own, osc, plan);
+    network.deliver();
+  }
+  done();
+  for (int i = 0; i < 4; ++i)
     cycle_with(first, 3);
   EXPECT_EQ(done(), journal{});
-  EXPECT_TRUE(log.contains("Failed to calculate LMS error"));
-  EXPECT_TRUE(line->is_operational());
+  cycle_with(first, 3);
+  EXPECT_EQ(done(), journal{"voa 9.60"});
+}
+
+TEST_F(regulated_line, gives_the_far_preamp_no_more_light_while_its_saturation_is_not_known) {
+  meet("ORVA-LITE", {first});
+  peer.set("data/client/tx/edfaSaturation", 3.0f);
+  cycle();
+  EXPECT_EQ(done(), journal{"voa 11.00"});
+  peer.set("data/client/tx/edfaSaturation", 500.0f);
+  for (int i = 0; i < 20; ++i)
+    cycle_with(first, 3);
+  EXPECT_EQ(done(), journal{}) << "it was saturated when last heard of";
+  peer.set("data/client/tx/edfaSaturation", 0.0f);
+  cycle();
+  peer.set("data/client/tx/edfaSaturation", -999.0f);
+  for (int i = 0; i < 20; ++i)
+    cycle_with(first, 3);
+  EXPECT_EQ(done(), journal{});
+  for (int i = 0; i < 12; ++i)
+    cycle_with(first, 20);
+  EXPECT_EQ(done().size(), 1u) << "less light harms nobody";
+  peer.set("data/client/tx/edfaSaturation", 0.0f);
+  for (int i = 0; i < 12; ++i)
+    cycle_with(first, 3);
+  EXPECT_EQ(done().size(), 1u);
 }
 
 }  // namespace

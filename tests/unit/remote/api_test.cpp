@@ -287,4 +287,24 @@ TEST_F(remote_peer, at_another_address_is_found_while_the_former_does_not_answer
   EXPECT_TRUE(remote->is_up());
 }
 
+TEST_F(remote_peer, that_rests_answers_and_one_that_hangs_does_not) {
+  peer.fill_terminal("ORVA-LITE", {first_channel});
+  serve(peer);
+  EXPECT_FALSE(remote->last_answer());
+  cycle(200);
+  const auto silence = [this] { return clock->steady_now() - *remote->last_answer(); };
+  ASSERT_TRUE(remote->last_answer());
+  EXPECT_LE(silence(), 5s) << "it has told nothing for a minute";
+  network.set_state(test::peer_tree::address, nx::link_state::hung);
+  cycle(40);
+  EXPECT_TRUE(remote->is_up());
+  EXPECT_GE(silence(), 15s);
+  network.set_state(test::peer_tree::address, nx::link_state::up);
+  cycle(10);
+  EXPECT_LE(silence(), 5s);
+  network.set_state(test::peer_tree::address, nx::link_state::dead);
+  network.deliver();
+  EXPECT_FALSE(remote->last_answer());
+}
+
 }  // namespace

@@ -20,11 +20,17 @@ class line : public line_loop {
   std::optional<float> calculate_lms_error() override;
   bool lms_calmdown(float error) override;
 
+ protected:
+  std::optional<line_loop::steady_point> newest_channel_change() override;
+
  private:
-  std::vector<float> read_remote_powers();
+  /// False if the peer has told nothing new since the last call.
+  bool read_remote_powers();
+  float read_edfa_calibration();
   /// The power of a channel at the peer as the mean of its last readings; empty while it does not
   /// count.
-  std::optional<float> average_remote_power(T& control, float edfa_calibration);
+  std::optional<float> average_remote_power(T& control, const line_peer::reading& power,
+                                            float edfa_calibration);
   float active_width();
 
   std::shared_ptr<::channel::plan<T>> channels_;

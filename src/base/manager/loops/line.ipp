@@ -1,11 +1,13 @@
 // Definitions of line; included where it is instantiated.
 #pragma once
 
+#include <algorithm>
 #include <utility>
 
+#include "base/guards/line_span.h"
 #include "base/manager/loops/line.h"
-#include "base/manager/remote/api.h"
 #include "helpers/logger.h"
+#include "platform/wire/nx_error.h"
 
 namespace manager::loops {
 
@@ -14,39 +16,72 @@ line<T>::line(std::shared_ptr<::channel::plan<T>> channels,
               std::shared_ptr<manager::remote::api> remote)
     : line_loop(std::move(remote)), channels_(std::move(channels)) {}
 
+// A channel that the peer does not know has no power here; it keeps none of the others waiting.
 template <class T>
-std::vector<float> line<T>::read_remote_powers() {
-  std::vector<float> powers;
+bool line<T>::read_remote_powers() {
+  std::vector<std::optional<float>> powers;
   for (const auto& [frequency, control] : *channels_->get_channels()) {
-    powers.push_back(remote_->get_channel_tx_ocm_power(control->get_channel()->get_id()));
+    const auto power = peer_.known(line_peer::operation::get_channel_tx_ocm_power,
+                                   control->get_channel()->get_id());
+    powers.push_back(power ? std::optional(power->value) : std::nullopt);
   }
-  return powers;
+  return take_news(std::move(powers), last_remote_powers_);
+}
+
+template <class T>
+float line<T>::read_edfa_calibration() {
+  if (const auto known = peer_.value(line_peer::operation::get_edfa_tx_calibration)) return *known;
+  remote_->get_edfa_tx_calibration();  // throws what the peer's family lacks
+  throw nx_error(-22, "The calibration of the peer is not known");
+}
+
+template <class T>
+std::optional<typename line_loop::steady_point> line<T>::newest_channel_change() {
+  const std::lock_guard lock(channels_->get_mutex());
+  std::optional<line_loop::steady_point> newest;
+  for (const auto& [frequency, control] : *channels_->get_channels()) {
+    const auto power = peer_.known(line_peer::operation::get_channel_tx_ocm_power,
+                                   control->get_channel()->get_id());
+    if (!power || power->changes == 0) continue;
+    newest = newest ? std::max(*newest, power->arrived) : power->arrived;
+  }
+  return newest;
 }
 
 template <class T>
 std::optional<float> line<T>::calculate_lms_error() {
-  const float wanted = get_wanted_power();
-  const float edfa_calibration = remote_->get_edfa_tx_calibration();
-  const std::lock_guard lock(channels_->get_mutex());
-  auto powers = read_remote_powers();
-  if (powers == last_remote_powers_) {
+  if (!peer_.is_up()) {
     LUMORA_LOG(1, "Remote power values unchanged, skipping regulation");
     return std::nullopt;
   }
-  last_remote_powers_ = std::move(powers);
+  const float wanted = get_wanted_power();
+  const float edfa_calibration = read_edfa_calibration();
+  const std::lock_guard lock(channels_->get_mutex());
+  if (!read_remote_powers()) {
+    LUMORA_LOG(1, "Remote power values unchanged, skipping regulation");
+    return std::nullopt;
+  }
   lms_sum sum;
+  lms_sum fresh;
   for (const auto& [frequency, control] : *channels_->get_channels()) {
-    const auto average = average_remote_power(*control, edfa_calibration);
+    const unsigned id = control->get_channel()->get_id();
+    const auto power = peer_.known(line_peer::operation::get_channel_tx_ocm_power, id);
+    if (!power) {
+      channel_states_.erase(id);
+      continue;
+    }
+    const auto average = average_remote_power(*control, *power, edfa_calibration);
     if (!average) continue;
     const float difference = wanted - *average;
     sum.add(difference);
+    if (is_fresh(*power)) fresh.add(difference);
     LUMORA_LOG(1,
                "calculate_lms_error(): channel {} wanted power {} channel avg. power {} lms {} "
                "dlms {} active channels {}",
-               control->get_channel()->get_id(), wanted, *average, difference * difference,
-               sum.gradient(), sum.active());
+               id, wanted, *average, difference * difference, sum.gradient(), sum.active());
   }
   const float gradient = sum.mean_gradient();
+  fresh_gradient_ = fresh.mean_gradient();
   if (lms_error_value_) lms_error_value_->update(sum.squares());
   lms_gradient_ = gradient;
   LUMORA_LOG(1, "calculate_lms_error(): lms error: {} lms d sum: {}", sum.squares(), gradient);
@@ -54,10 +89,12 @@ std::optional<float> line<T>::calculate_lms_error() {
 }
 
 template <class T>
-std::optional<float> line<T>::average_remote_power(T& control, float edfa_calibration) {
+std::optional<float> line<T>::average_remote_power(T& control, const line_peer::reading& power,
+                                                   float edfa_calibration) {
   const unsigned id = control.get_channel()->get_id();
-  const float power = remote_->get_channel_tx_ocm_power(id);
-  const bool peak = remote_->get_channel_tx_peak(id) != 0;
+  const auto told_peak = peer_.known(line_peer::operation::get_channel_tx_peak, id);
+  if (!told_peak) return std::nullopt;
+  const bool peak = told_peak->value != 0;
   const auto [entry, is_new] = channel_states_.try_emplace(id);
   auto& state = entry->second;
   if (is_new) {
@@ -76,7 +113,9 @@ std::optional<float> line<T>::average_remote_power(T& control, float edfa_calibr
     state.power_history.clear();
     return std::nullopt;
   }
-  remember_power(state.power_history, edfa_calibration + power);
+  const float calibrated = edfa_calibration + power.value;
+  if (!guards::is_channel_power(calibrated)) return std::nullopt;
+  remember_power(state.power_history, calibrated);
   return mean(state.power_history);
 }
 

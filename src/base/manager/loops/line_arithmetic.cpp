@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
+#include <utility>
 
 namespace manager::loops {
 
@@ -72,6 +73,17 @@ float saturation_step(float saturation) {
   const float half = saturation * 0.5f;
   if (half >= largest_saturation_step) return largest_saturation_step;
   return half > smallest_saturation_step ? half : smallest_saturation_step;
+}
+
+bool take_news(std::vector<std::optional<float>> powers, std::vector<std::optional<float>>& last) {
+  const bool same_channels = powers.size() == last.size();
+  bool is_new = !same_channels;
+  for (std::size_t i = 0; i < powers.size() && same_channels; ++i) {
+    if (!powers[i]) powers[i] = last[i];
+    is_new = is_new || powers[i] != last[i];
+  }
+  last = std::move(powers);
+  return is_new;
 }
 
 void lms_sum::add(float difference) {

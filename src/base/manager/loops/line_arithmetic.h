@@ -5,6 +5,8 @@
 #include <cmath>
 #include <deque>
 #include <numeric>
+#include <optional>
+#include <vector>
 
 namespace manager::loops {
 
@@ -45,6 +47,10 @@ float embedded_preamp_gain(float line_calibration, float rx_span, float voa_inse
 
 /// Step away from saturation: half of it, 0.2 to 1.0.
 float saturation_step(float saturation);
+
+/// Takes the newest powers of the channels into the last ones; false if they tell nothing new. What
+/// is not known now keeps its last place.
+bool take_news(std::vector<std::optional<float>> powers, std::vector<std::optional<float>>& last);
 
 /// Squared error and gradient of the channels at the peer.
 class lms_sum {

@@ -1,8 +1,9 @@
 // The cycle of the line: what state the fibre is in, and what is done about it.
-#include <cmath>
+#include <exception>
 
 #include <fmt/format.h>
 
+#include "base/guards/line_span.h"
 #include "base/manager/leds.h"
 #include "base/manager/loops/line_arithmetic.h"
 #include "base/manager/loops/line_loop.h"
@@ -10,7 +11,6 @@
 #include "helpers/guard.h"
 #include "helpers/logger.h"
 #include "helpers/waiting.h"
-#include "platform/board_spec/board_spec_lib.h"
 
 namespace manager::loops {
 
@@ -22,17 +22,22 @@ using namespace std::chrono_literals;
 constexpr auto coldstart_pause = 5s;
 constexpr std::chrono::nanoseconds spanloss_pause = 25s - 1ns;
 constexpr std::size_t spanloss_history_size = 5;
-/// The VOA is not moved for less than this, dB.
-constexpr double smallest_default_change = 0.2;
+/// So long a coldstart waits for a VOA that does not take its setting; the node then goes on, and
+/// the setting is made up for.
+constexpr auto longest_coldstart = 30s;
 
 std::chrono::system_clock::time_point now() {
   return helpers::waiting::instance().system_now();
 }
 
+std::chrono::steady_clock::time_point steady_now() {
+  return helpers::waiting::instance().steady_now();
+}
+
 }  // namespace
 
 line_loop::line_loop(std::shared_ptr<manager::remote::api> remote)
-    : remote_(std::move(remote)), values_(nx::api::value_group::create(1)) {
+    : peer_(remote), remote_(std::move(remote)), values_(nx::api::value_group::create(1)) {
   for (const char* key : {"oms_tx", "ots_tx", "oms_rx", "ots_rx"}) {
     spanloss_history_.emplace(key, boost::circular_buffer<float>(spanloss_history_size));
   }
@@ -57,17 +62,64 @@ void line_loop::run(nx_db& db, bool regulate, bool coldstart) {
   }
 }
 
+// Each alarm and the work on the fibre fail on their own: the others have their cycle. The first
+// failure is the cycle's.
 void line_loop::run_cycle(nx_db& db, bool regulate, bool coldstart) {
-  if (!is_voa_ready()) return;
-  act_on_fibre(db, is_osc_up(), regulate, coldstart);
-  update_alarms(db);
+  std::exception_ptr failure;
+  const auto alone = [&failure](auto&& part) {
+    try {
+      part();
+    } catch (...) {
+      if (!failure) failure = std::current_exception();
+    }
+  };
+  look_at_peer();
+  bool is_ready = true;
+  alone([&] {
+    is_ready = is_voa_ready();
+    if (is_ready) act_on_fibre(db, is_osc_up(), regulate, coldstart);
+  });
+  if (!is_ready) return;
+  alone([&] { update_alarm(db, "1/rx/lossOfSignal", preamp_->has_los()); });
+  alone([&] { leds_->set_line_rx_los(preamp_->has_los()); });
+  alone([&] { update_alarm(db, "1/rx/osc/lossOfSignal", sfp_->has_los()); });
+  alone([&] { update_alarm(db, "1/rx/osc/lossOfLink", osc_->has_loss_of_link()); });
+  if (failure) std::rethrow_exception(failure);
+}
+
+void line_loop::look_at_peer() {
+  if (peer_.look()) {
+    peer_up_since_ = steady_now();
+    begin_with_new_peer();
+  } else if (!peer_.is_up()) {
+    peer_up_since_.reset();
+  }
+}
+
+// Nothing that was gathered over an earlier connection is mixed with what comes over this one. What
+// was set by it stands, so that a peer that restarts moves nothing.
+void line_loop::begin_with_new_peer() {
+  forget_measurements();
+  last_remote_powers_.clear();
+  saturation_steps_.reset();
+  for (auto& [key, history] : spanloss_history_)
+    history.clear();
+  spanloss_samples_ = 0;
 }
 
 void line_loop::act_on_fibre(nx_db& db, bool osc_up, bool regulate, bool coldstart) {
-  if (coldstart && !coldstart_done_) return open_after_coldstart();
+  if (!osc_up) link_down_ = steady_now();
+  if (coldstart && !coldstart_done_ && !open_after_coldstart()) return;
   if (preamp_->has_los() && !osc_up) return close_lost_fibre();
   if (!preamp_->is_enabled() || !booster_->is_enabled()) return enable_amplifiers();
+  show_light_that_was_on();
   work_on_open_fibre(db, osc_up, regulate);
+}
+
+// After a warm start nobody has switched the booster on, and the panel would not know of it.
+void line_loop::show_light_that_was_on() {
+  if (!is_light_shown_) leds_->set_line_tx_enabled(true);
+  is_light_shown_ = true;
 }
 
 bool line_loop::is_osc_up() {
@@ -76,23 +128,35 @@ bool line_loop::is_osc_up() {
   return up;
 }
 
-void line_loop::open_after_coldstart() {
-  LUMORA_LOG(2, "Coldstart! Setting VOA default attenuation.");
-  if (!helpers::waiting::instance().sleep(coldstart_pause)) return;
-  set_voa_default_attenuation();
-  reset_spanloss_history();
-  coldstart_done_ = true;
-  trigger_initial_tdcm_setting();
+// True once it is done: the amplifiers wait until the VOA shows what it was set to, which it does
+// in the next cycle.
+bool line_loop::open_after_coldstart() {
+  if (!coldstart_pause_ended_) {
+    LUMORA_LOG(2, "Coldstart! Setting VOA default attenuation.");
+    if (!helpers::waiting::instance().sleep(coldstart_pause)) return false;
+    coldstart_pause_ended_ = steady_now();
+  }
+  const bool is_late = steady_now() - *coldstart_pause_ended_ > longest_coldstart;
+  if (!coldstart_opened_) {
+    if (!is_late) set_voa_default_attenuation();
+    coldstart_opened_ = true;
+    begin_with_new_fibre();
+    trigger_initial_tdcm_setting();
+    return false;
+  }
+  if (!is_late) continue_opening(false);
+  coldstart_done_ = is_late || !opening_ || opening_->is_shown;
+  return coldstart_done_;
 }
 
 void line_loop::close_lost_fibre() {
-  if (line_connection_ == false) return;
+  if (line_connection_ == false) return continue_opening(false);
   LUMORA_LOG(2, "Preamp LOS and OSC Link down! Coldstarting fiber.");
   preamp_->disable();
   set_voa_default_attenuation();
   set_booster_enabled(false);
   line_connection_ = false;
-  reset_spanloss_history();
+  begin_with_new_fibre();
 }
 
 void line_loop::enable_amplifiers() {
@@ -100,7 +164,7 @@ void line_loop::enable_amplifiers() {
   preamp_->enable();
   LUMORA_LOG(2, "Enabling booster.");
   set_booster_enabled(true);
-  reset_spanloss_history();
+  begin_with_new_fibre();
 }
 
 void line_loop::work_on_open_fibre(nx_db& db, bool osc_up, bool regulate) {
@@ -110,23 +174,18 @@ void line_loop::work_on_open_fibre(nx_db& db, bool osc_up, bool regulate) {
   }
   if (line_connection_ == false) reopen_fibre();
   line_connection_ = true;
+  continue_opening(osc_up);
   update_spanlosses();
   this->regulate(db, regulate);
 }
 
 void line_loop::reopen_fibre() {
   LUMORA_LOG(2, "Line connection is back up.");
+  forget_measurements();
   set_voa_default_attenuation();
-  reset_spanloss_history();
+  begin_with_new_fibre();
   trigger_initial_tdcm_setting();
   leds_->set_line_tx_enabled(true);
-}
-
-void line_loop::update_alarms(nx_db& db) {
-  update_alarm(db, "1/rx/lossOfSignal", preamp_->has_los());
-  leds_->set_line_rx_los(preamp_->has_los());
-  update_alarm(db, "1/rx/osc/lossOfSignal", sfp_->has_los());
-  update_alarm(db, "1/rx/osc/lossOfLink", osc_->has_loss_of_link());
 }
 
 void line_loop::update_alarm(nx_db& db, const std::string& name, bool active) {
@@ -140,35 +199,6 @@ void line_loop::update_alarm(nx_db& db, const std::string& name, bool active) {
                                                   severity, 1);
 }
 
-std::optional<float> line_loop::attenuation_from_peer() {
-  try {
-    if (!osc_->is_operational()) return std::nullopt;
-    const float remote_limit = remote_->get_preamp_power_limit();
-    const float booster_limit = booster_->get_power_limit();
-    const float osc_tx_power = sfp_->get_tx_power();
-    const float remote_osc_rx_power = remote_->get_osc_rx_power();
-    const float loss = signal_loss_from_osc(osc_tx_power, remote_osc_rx_power);
-    const float remote_gain = remote_->get_preamp_gain();
-    LUMORA_LOG(2,
-               "Remote preamp power limit: {}, booster power limit: {}, osc tx power: {}, remote "
-               "osc rx power: {}, loss: {}, ofg preamp: {}",
-               remote_limit, booster_limit, osc_tx_power, remote_osc_rx_power, loss, remote_gain);
-    return opening_attenuation(booster_limit, remote_limit, loss, remote_gain);
-  } catch (...) {
-    helpers::log_current_exception();
-    return std::nullopt;
-  }
-}
-
-void line_loop::set_voa_default_attenuation() {
-  const float preset = board_spec_lib::instance().get_voa_preset_default();
-  const float attenuation = attenuation_from_peer().value_or(preset);
-  const float present = voa_->get_attenuation();
-  if (std::fabs(double{present} - double{attenuation}) <= smallest_default_change) return;
-  LUMORA_LOG(2, "Setting VOA default attenuation {}.", attenuation);
-  voa_->set_attenuation(attenuation);
-}
-
 void line_loop::set_booster_enabled(bool enabled) {
   if (enabled) {
     booster_->enable();
@@ -176,6 +206,7 @@ void line_loop::set_booster_enabled(bool enabled) {
     booster_->disable();
   }
   leds_->set_line_tx_enabled(enabled);
+  is_light_shown_ = true;
 }
 
 void line_loop::trigger_initial_tdcm_setting() {}
@@ -198,19 +229,38 @@ void line_loop::reset_spanloss_history() {
   section_is_oms_ = false;
 }
 
+// What the peer told of the spans so far is not of the fibre as it is now.
+void line_loop::begin_with_new_fibre() {
+  reset_spanloss_history();
+  spans_since_ = steady_now();
+}
+
+// What is not known keeps its last value: a failed read is no loss of 100 dB.
 void line_loop::update_spanlosses() {
+  using operation = line_peer::operation;
   if (!last_spanloss_update_) {
     last_spanloss_update_ = now();
     return;
   }
   if (now() - *last_spanloss_update_ <= spanloss_pause) return;
-  spanloss_oms_rx_->update(loss_between(remote_->get_line_tx_power(), get_line_rx_signal_power()));
-  spanloss_oms_tx_->update(loss_between(get_line_tx_signal_power(), remote_->get_line_rx_power()));
-  spanloss_ots_rx_->update(
-      loss_between(remote_->get_line_tx_total_power(), get_line_rx_total_power()));
-  spanloss_ots_tx_->update(
-      loss_between(get_line_tx_total_power(), remote_->get_line_rx_total_power()));
-  last_spanloss_update_ = now();
+  const auto far = [this](operation what) {
+    const auto power = peer_.value(what);
+    return power ? guards::lit_power(*power) : std::nullopt;
+  };
+  const auto near_tx = known_line_tx_powers();
+  const auto near_rx = known_line_rx_powers();
+  bool any = false;
+  const auto show = [&any](const pushed_float& value, std::optional<float> sent,
+                           std::optional<float> received) {
+    if (!sent || !received) return;
+    value->update(loss_between(*sent, *received));
+    any = true;
+  };
+  show(spanloss_oms_rx_, far(operation::get_line_tx_power), near_rx.signal);
+  show(spanloss_oms_tx_, near_tx.signal, far(operation::get_line_rx_power));
+  show(spanloss_ots_rx_, far(operation::get_line_tx_total_power), near_rx.total);
+  show(spanloss_ots_tx_, near_tx.total, far(operation::get_line_rx_total_power));
+  if (any) last_spanloss_update_ = now();
 }
 
 bool line_loop::is_voa_ready() {

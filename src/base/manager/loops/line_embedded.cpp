@@ -6,12 +6,15 @@
 #include <array>
 #include <cmath>
 
+#include "base/guards/line_opening.h"
+#include "base/guards/line_span.h"
 #include "base/manager/loops/line_arithmetic.h"
 #include "base/manager/loops/line_loop.h"
 #include "base/manager/remote/api.h"
 #include "helpers/calibration.h"
 #include "helpers/logger.h"
 #include "helpers/waiting.h"
+#include "platform/wire/nx_error.h"
 
 namespace manager::loops {
 
@@ -30,6 +33,13 @@ std::chrono::system_clock::time_point now() {
   return helpers::waiting::instance().system_now();
 }
 
+using operation = line_peer::operation;
+
+bool is_waiting(const guards::attenuator_watch& watch, float wanted) {
+  return watch.decide_setting(wanted, helpers::waiting::instance().steady_now()).what ==
+         guards::attenuator_watch::verdict::waiting;
+}
+
 std::string text_of(const std::optional<float>& value) {
   return value ? fmt::format("{}", *value) : "not set";
 }
@@ -43,7 +53,8 @@ void line_loop::manage_embedded_ila_line(nx_db&, bool regulate) {
     return;
   }
   if (!osc_->is_operational() || !is_spanloss_check_due()) return;
-  if (!take_spanloss_samples()) return;
+  take_back_unanswered_settings();
+  if (!peer_.is_up() || !take_spanloss_samples()) return;
   read_spanloss_section();
   spanloss_samples_ = std::min(spanloss_samples_ + 1, wanted_samples);
   if (spanloss_samples_ < wanted_samples) return;
@@ -64,31 +75,59 @@ bool line_loop::is_spanloss_check_due() {
   return now() - *last_spanloss_check_ > check_pause;
 }
 
-/// One row a span of the peer: how it is read, the node that shows it under the peer's name, and
-/// the history under this node's name.
+/// One row a span of the peer: what it is, the node that shows it under the peer's name, and the
+/// history under this node's name.
 struct remote_span {
+  operation what;
   float (manager::remote::api::*read)();
   line_loop::pushed_float line_loop::*node;
   const char* history;
+
+  static const std::array<remote_span, 4> all;
 };
 
+using remote::api;
+const std::array<remote_span, 4> remote_span::all{{
+    {operation::get_oms_spanloss_tx, &api::get_oms_spanloss_tx, &line_loop::remote_spanloss_oms_tx_,
+     "oms_rx"},
+    {operation::get_oms_spanloss_rx, &api::get_oms_spanloss_rx, &line_loop::remote_spanloss_oms_rx_,
+     "oms_tx"},
+    {operation::get_ots_spanloss_tx, &api::get_ots_spanloss_tx, &line_loop::remote_spanloss_ots_tx_,
+     "ots_rx"},
+    {operation::get_ots_spanloss_rx, &api::get_ots_spanloss_rx, &line_loop::remote_spanloss_ots_rx_,
+     "ots_tx"},
+}};
+
+// All four, of the fibre as it is since it was opened.
+bool line_loop::are_spans_known() const {
+  return std::all_of(remote_span::all.begin(), remote_span::all.end(),
+                     [this](const remote_span& span) {
+                       const auto loss = peer_.known(span.what);
+                       return loss && peer_.is_told_since(*loss, spans_since_);
+                     });
+}
+
 bool line_loop::take_spanloss_samples() {
-  using remote::api;
-  static constexpr std::array spans{
-      remote_span{&api::get_oms_spanloss_tx, &line_loop::remote_spanloss_oms_tx_, "oms_rx"},
-      remote_span{&api::get_oms_spanloss_rx, &line_loop::remote_spanloss_oms_rx_, "oms_tx"},
-      remote_span{&api::get_ots_spanloss_tx, &line_loop::remote_spanloss_ots_tx_, "ots_rx"},
-      remote_span{&api::get_ots_spanloss_rx, &line_loop::remote_spanloss_ots_rx_, "ots_tx"},
-  };
-  std::array<float, spans.size()> losses{};
-  std::transform(spans.begin(), spans.end(), losses.begin(),
-                 [this](const remote_span& span) { return (remote_.get()->*span.read)(); });
+  const auto& spans = remote_span::all;
+  std::array<float, remote_span::all.size()> losses{};
+  try {
+    std::transform(spans.begin(), spans.end(), losses.begin(),
+                   [this](const remote_span& span) { return (remote_.get()->*span.read)(); });
+  } catch (const nx_error&) {
+    begin_guard(guards::line_known, "the peer does not tell its spans");
+    return false;
+  }
   if (std::any_of(losses.begin(), losses.end(),
                   [](float loss) { return loss < lowest_plausible_loss; })) {
     reset_spanloss_history();
     LUMORA_LOG(2, "Failed to read spanloss values, skipping regulation");
     return false;
   }
+  if (!are_spans_known()) {
+    begin_guard(guards::line_known, "the spans at the peer are not known");
+    return false;
+  }
+  end_guard(guards::line_known);
   for (std::size_t i = 0; i < spans.size(); ++i) {
     const auto& node = this->*spans[i].node;
     if (!node) continue;
@@ -118,27 +157,49 @@ bool line_loop::span_view::calls_for_setting() const {
   return is_first || (deviation < steady_deviation && change > noticed_change);
 }
 
+// A setting counts as made once it has been written and the device shows it: what was lost on its
+// way is made again.
+void line_loop::take_back_unanswered_settings() {
+  if (voa_) read_voa();
+  gain_watch_.look(preamp_->get_gain());
+  if (!voa_watch_.has_answered()) used_tx_span_.reset();
+  if (!gain_watch_.has_answered()) used_rx_span_.reset();
+}
+
 void line_loop::set_voa_from_span(float tx_span) {
-  used_tx_span_ = tx_span;
-  embedded_.remote_minimum_gain = remote_->get_preamp_default_gain();
+  const auto remote_minimum_gain = peer_.value(operation::get_preamp_default_gain);
+  if (!remote_minimum_gain) {
+    return withhold(guards::line_known, "the gain at the peer is not known");
+  }
+  embedded_.remote_minimum_gain = *remote_minimum_gain;
   embedded_.target_output_power = embedded_target_power(tx_span, embedded_.remote_minimum_gain);
   embedded_.attenuation = std::max(
       calculate_voa_attenuation(embedded_.target_output_power, embedded_bandwidth_ghz), 0.0f);
+  if (!guards::is_within(embedded_.attenuation, 0.0f, voa_->get_max_attenuation())) {
+    return withhold(guards::line_known,
+                    fmt::format("a span of {} dB asks for {} dB", tx_span, embedded_.attenuation));
+  }
+  if (is_waiting(voa_watch_, embedded_.attenuation)) return;
   embedded_.used_tx_span = tx_span;
-  voa_->set_attenuation(embedded_.attenuation);
+  write_voa(read_voa(), embedded_.attenuation);
+  used_tx_span_ = tx_span;
+  end_opening();
   print_data_to_log(true);
 }
 
 void line_loop::set_preamp_from_span(float rx_span) {
-  used_rx_span_ = rx_span;
   embedded_.preamp_default_gain = preamp_->get_default_gain();
   embedded_.line_calibration = calibration::instance().get_value("cal_linerx_to_preamprx");
   embedded_.voa_insertion_loss = voa_insertion_loss();
   embedded_.preamp_gain =
       embedded_preamp_gain(embedded_.line_calibration, rx_span, embedded_.voa_insertion_loss,
                            embedded_.preamp_default_gain);
+  if (is_waiting(gain_watch_, embedded_.preamp_gain)) return;
   embedded_.used_rx_span = rx_span;
+  const float present = preamp_->get_gain();
   preamp_->set_gain(embedded_.preamp_gain);
+  gain_watch_.wrote(present, embedded_.preamp_gain, helpers::waiting::instance().steady_now());
+  used_rx_span_ = rx_span;
   print_data_to_log(false);
 }
 

@@ -2,6 +2,7 @@
 // line connector, and what follows from them.
 #include <source_location>
 
+#include "base/guards/line_span.h"
 #include "base/manager/hostname.h"
 #include "base/manager/loops/line_arithmetic.h"
 #include "base/manager/loops/line_loop.h"
@@ -9,6 +10,7 @@
 #include "helpers/calibration.h"
 #include "helpers/db_math.h"
 #include "helpers/guard.h"
+#include "helpers/waiting.h"
 
 namespace manager::loops {
 
@@ -69,6 +71,37 @@ float line_loop::get_line_rx_total_power() {
 float line_loop::get_line_tx_total_power() {
   return total_power([this] { return get_line_tx_signal_power(); },
                      [this] { return get_osc_tx_power(); });
+}
+
+line_loop::known_powers line_loop::known_powers_of(float (line_loop::*signal)(),
+                                                   float (line_loop::*osc)()) {
+  const auto read = [this](float (line_loop::*getter)()) -> std::optional<float> {
+    try {
+      return guards::lit_power((this->*getter)());
+    } catch (...) {
+      return std::nullopt;
+    }
+  };
+  known_powers powers{.signal = read(signal), .total = std::nullopt};
+  if (const auto supervisory = read(osc); supervisory && powers.signal) {
+    powers.total = helpers::sum_dbm(*powers.signal, *supervisory);
+  }
+  return powers;
+}
+
+line_loop::known_powers line_loop::known_line_rx_powers() {
+  return known_powers_of(&line_loop::get_line_rx_signal_power, &line_loop::get_osc_rx_power);
+}
+
+line_loop::known_powers line_loop::known_line_tx_powers() {
+  return known_powers_of(&line_loop::get_line_tx_signal_power, &line_loop::get_osc_tx_power);
+}
+
+std::optional<float> line_loop::known_rx_span() {
+  if (!peer_.is_alive(helpers::waiting::instance().steady_now())) return std::nullopt;
+  const auto sent = peer_.value(line_peer::operation::get_line_tx_total_power);
+  if (!sent) return std::nullopt;
+  return guards::span_between(guards::lit_power(*sent), known_line_rx_powers().total);
 }
 
 float line_loop::get_line_rx_loss() {

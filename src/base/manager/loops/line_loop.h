@@ -27,6 +27,9 @@
 
 #include "api/hysteresis_filtered_value.h"
 #include "api/status_value.h"
+#include "base/guards/line_attenuator.h"
+#include "base/guards/line_saturation.h"
+#include "base/manager/loops/line_peer.h"
 #include "device/interfaces/edfa.h"
 #include "device/interfaces/osc.h"
 #include "device/interfaces/sfp.h"
@@ -38,10 +41,6 @@ class nx_db;
 namespace manager {
 class leds;
 }
-namespace manager::remote {
-class api;
-}
-
 namespace manager::loops {
 
 struct line_values;
@@ -142,8 +141,21 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
     bool peak = false;
     std::deque<float> power_history;  // dBm, at most 6
   };
+  using steady_point = std::chrono::steady_clock::time_point;
+
+  static constexpr const char* guard_subject = "line";
 
   void reset_spanloss_history();
+  /// When the newest of this node's channels changed at the peer; empty before the first change on
+  /// the present connection.
+  virtual std::optional<steady_point> newest_channel_change() = 0;
+  /// Whether a channel's reading at the peer tells what the last write has done to it.
+  bool is_fresh(const line_peer::reading& power) const;
+  /// The measured loss of the fibre that comes in; empty while one of its two powers is not known.
+  std::optional<float> known_rx_span();
+  static void withhold(const helpers::guard_kind& guard, const std::string& reason);
+  static void begin_guard(const helpers::guard_kind& guard, const std::string& reason);
+  static void end_guard(const helpers::guard_kind& guard);
 
   // The manager thread's own.
   bool operational_ = true;
@@ -155,7 +167,10 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   std::deque<float> error_history_;
   std::size_t error_history_size_ = 5;
   std::map<unsigned, remote_channel_state> channel_states_;
-  std::vector<float> last_remote_powers_;
+  std::vector<std::optional<float>> last_remote_powers_;  ///< dBm; empty for what is not known
+  float fresh_gradient_ = 0;  ///< of the channels whose reading is fresh
+  line_peer peer_;
+  guards::attenuator_watch gain_watch_;  ///< of the preamp's gain, which is a setting like another
 
   // Read by the pollers too.
   std::shared_ptr<manager::remote::api> remote_;
@@ -200,34 +215,89 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
     bool calls_for_setting() const;
   };
 
+  /// The attenuation at which the line opens, until the VOA shows it.
+  struct opening {
+    float wanted;
+    bool awaits_peer = true;  ///< the preset, until the peer has been read
+    bool is_shown = false;
+  };
+
+  /// A step that a regulator wants of the VOA.
+  struct adjustment {
+    float change;
+    std::optional<float> saturation{};  ///< of the far preamp, if that is the reason
+    bool saturation_is_lost = false;
+  };
+  struct remote_saturation {
+    float value;
+    bool is_lost = false;  ///< the peer has told it before and tells nothing that can be, now
+  };
+
+  /// At the line connector; empty for what cannot be read or is dark.
+  struct known_powers {
+    std::optional<float> signal;
+    std::optional<float> total;
+  };
+
   void run_cycle(nx_db& db, bool regulate, bool coldstart);
+  void look_at_peer();
+  void begin_with_new_peer();
+  void begin_with_new_fibre();
   void act_on_fibre(nx_db& db, bool osc_up, bool regulate, bool coldstart);
   bool is_osc_up();
-  void open_after_coldstart();
+  bool open_after_coldstart();
   void close_lost_fibre();
   void enable_amplifiers();
   void reopen_fibre();
+  void show_light_that_was_on();
   void work_on_open_fibre(nx_db& db, bool osc_up, bool regulate);
-  void update_alarms(nx_db& db);
   void update_spanlosses();
-  std::optional<float> attenuation_from_peer();
+  known_powers known_powers_of(float (line_loop::*signal)(), float (line_loop::*osc)());
+  known_powers known_line_rx_powers();
+  known_powers known_line_tx_powers();
 
-  float read_remote_saturation();
-  std::optional<float> wanted_adjustment(bool regulate);
+  std::optional<float> attenuation_from_peer();
+  void open_with_peer();
+  void write_opening(bool at_once);
+  void continue_opening(bool osc_up);
+  bool peer_is_without_opening() const;
+  void end_opening();
+  float read_voa();
+  void write_voa(float present, float attenuation);
+  void forget_measurements();
+
+  remote_saturation read_remote_saturation();
+  std::optional<adjustment> wanted_adjustment();
   std::optional<float> lms_adjustment();
-  void step_voa(float current, float minimum, float maximum, float adjustment);
+  void wait_for_attenuator(const guards::attenuator_watch::decision& decision, float current);
+  void step_voa(float current, float minimum, float maximum, const adjustment& wanted);
+  bool may_step(const adjustment& wanted);
+  bool is_saturation_fresh(float saturation);
 
   bool is_spanloss_check_due();
   bool take_spanloss_samples();
   void read_spanloss_section();
   span_view view_of_span(const pushed_float& node, const char* history,
                          const std::optional<float>& used) const;
+  bool are_spans_known() const;
+  void take_back_unanswered_settings();
   void set_voa_from_span(float tx_span);
   void set_preamp_from_span(float rx_span);
   void print_data_to_log(bool attenuation);
 
   float voa_attenuation();
   float voa_insertion_loss();
+
+  guards::attenuator_watch voa_watch_;
+  guards::saturation_steps saturation_steps_;
+  std::optional<steady_point> saturation_withheld_since_;
+  std::optional<opening> opening_;
+  std::optional<steady_point> peer_up_since_;
+  steady_point link_down_;    ///< when the supervisory channel was last seen down
+  steady_point spans_since_;  ///< what the peer told of the spans before is not of this fibre
+  std::optional<steady_point> coldstart_pause_ended_;
+  bool coldstart_opened_ = false;
+  bool is_light_shown_ = false;
 
   std::map<std::string, std::shared_ptr<nx::api::status_value<unsigned>>> alarms_;
   pushed_float spanloss_oms_tx_;

@@ -1,76 +1,175 @@
 // The regulator against a peer with channels: a least-mean-squares step on one coefficient, the
 // attenuation of the line VOA.
-#include "base/channel/control/regulation.h"
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "base/guards/line_span.h"
 #include "base/manager/loops/line_arithmetic.h"
 #include "base/manager/loops/line_loop.h"
-#include "base/manager/remote/api.h"
 #include "helpers/calibration.h"
 #include "helpers/logger.h"
+#include "helpers/waiting.h"
 
 namespace manager::loops {
 
+namespace {
+
+using namespace std::chrono_literals;
+using operation = line_peer::operation;
+
+/// Attenuator and far amplifier are at rest; what arrives later was measured in the new light.
+constexpr auto settling = 500ms;
+/// Devices and peers that are well answer within this; a wait is not worth a word until then.
+constexpr auto usual_answer = 3s;
+
+}  // namespace
+
 void line_loop::manage_line(nx_db&, bool regulate) {
   operational_ = true;
-  const float current = voa_->get_attenuation();
+  const float current = read_voa();
   const float maximum = voa_->get_max_attenuation();
   const float minimum = voa_->get_min_attenuation();
   // Worked out in every cycle, so that the histories grow while another loop has the turn.
-  const auto adjustment = wanted_adjustment(regulate);
+  const auto wanted = wanted_adjustment();
   if (!regulate) {
     LUMORA_LOG(0, "Line regulation is disabled");
     return;
   }
-  if (adjustment) step_voa(current, minimum, maximum, *adjustment);
+  if (wanted) step_voa(current, minimum, maximum, *wanted);
 }
 
-std::optional<float> line_loop::wanted_adjustment(bool regulate) {
-  const float saturation = read_remote_saturation();
-  if (saturation >= saturation_threshold_) {
-    const float step = saturation_step(saturation);
-    if (regulate) LUMORA_LOG(2, "Remote preamp is saturated, adjusting VOA by {}", step);
-    return step;
+std::optional<line_loop::adjustment> line_loop::wanted_adjustment() {
+  const auto saturation = read_remote_saturation();
+  if (saturation.value >= saturation_threshold_) {
+    return adjustment{.change = saturation_step(saturation.value),
+                      .saturation = saturation.value,
+                      .saturation_is_lost = saturation.is_lost};
   }
+  end_guard(guards::line_fresh);
+  saturation_withheld_since_.reset();
   try {
-    return lms_adjustment();
+    const auto change = lms_adjustment();
+    if (!change) return std::nullopt;
+    return adjustment{.change = *change, .saturation_is_lost = saturation.is_lost};
   } catch (...) {
     LUMORA_LOG(1, "Failed to calculate LMS error");
     return std::nullopt;
   }
 }
 
-float line_loop::read_remote_saturation() {
+line_loop::remote_saturation line_loop::read_remote_saturation() {
+  if (const auto known = peer_.value(operation::get_edfa_tx_saturation)) return {.value = *known};
   try {
-    return remote_->get_edfa_tx_saturation();
+    const float last = remote_->get_edfa_tx_saturation();
+    return {.value = last, .is_lost = true};
   } catch (...) {
     LUMORA_LOG(1, "Failed to get remote preamp saturation");
-    return 0.0f;
+    return {.value = 0.0f};
   }
 }
 
 std::optional<float> line_loop::lms_adjustment() {
   const auto error = calculate_lms_error();
-  if (error && lms_calmdown(*error)) return *error * lms_step_size_;
+  // What has agreed are the errors of all channels; the step is made for those that are fresh.
+  if (error && lms_calmdown(*error)) return fresh_gradient_ * lms_step_size_;
   LUMORA_LOG(1, "lms optimization unavailable");
   return std::nullopt;
 }
 
-void line_loop::step_voa(float current, float minimum, float maximum, float adjustment) {
-  if ((current == maximum && adjustment > 0) || (current == minimum && adjustment < 0)) {
+bool line_loop::is_fresh(const line_peer::reading& power) const {
+  const auto since = std::max(voa_watch_.last_write().value_or(link_down_), link_down_);
+  return power.changes > 0 && power.arrived > since + settling;
+}
+
+bool line_loop::is_saturation_fresh(float saturation) {
+  const auto now = helpers::waiting::instance().steady_now();
+  const auto reading = peer_.known(operation::get_edfa_tx_saturation);
+  std::optional<steady_point> changed;
+  if (reading && reading->changes > 0) changed = reading->arrived;
+  const auto verdict = saturation_steps_.judge({.saturation = saturation,
+                                                .saturation_changed = changed,
+                                                .channels_changed = newest_channel_change(),
+                                                .last_write = voa_watch_.last_write(),
+                                                .now = now});
+  if (verdict == guards::saturation_verdict::step) return true;
+  LUMORA_LOG(0, "Remote preamp is saturated by {}, waiting for its answer", saturation);
+  // A healthy peer answers within a second or two.
+  if (!saturation_withheld_since_) saturation_withheld_since_ = now;
+  if (now - *saturation_withheld_since_ > usual_answer) {
+    withhold(guards::line_fresh,
+             verdict == guards::saturation_verdict::unmoved
+                 ? fmt::format("the far saturation of {} dB answers no step", saturation)
+                 : fmt::format("no news of the far saturation of {} dB", saturation));
+  }
+  return false;
+}
+
+bool line_loop::may_step(const adjustment& wanted) {
+  if (!peer_.is_up()) {
+    withhold(guards::line_fresh, "the peer is not connected");
+    return false;
+  }
+  // No step on a saturation of before, and no more light into a preamp of which nobody knows
+  // whether it can take it.
+  if (wanted.saturation_is_lost && (wanted.saturation || wanted.change < 0)) {
+    withhold(guards::line_known, "the far saturation is not known");
+    return false;
+  }
+  end_guard(guards::line_known);
+  if (wanted.saturation && !is_saturation_fresh(*wanted.saturation)) return false;
+  saturation_withheld_since_.reset();
+  end_guard(guards::line_fresh);
+  return true;
+}
+
+void line_loop::step_voa(float current, float minimum, float maximum, const adjustment& wanted) {
+  const float change = wanted.change;
+  if ((current == maximum && change > 0) || (current == minimum && change < 0)) {
     LUMORA_LOG(1, "VOA is exhausted, not much to do");
     return;
   }
-  if (is_at_rest(adjustment)) {
-    LUMORA_LOG(1, "We are done regulating line, adjustment: {}", adjustment);
+  if (is_at_rest(change)) {
+    LUMORA_LOG(1, "We are done regulating line, adjustment: {}", change);
     return;
   }
-  const float attenuation =
-      ::channel::control::clamp_attenuation(current + adjustment, minimum, maximum);
-  LUMORA_LOG(2, "Adjusting VOA from {} to {}", current, attenuation);
-  voa_->set_attenuation(attenuation);
-  // The next step needs a full set of new readings from the peer.
-  for (auto& [id, state] : channel_states_)
-    state.power_history.clear();
-  error_history_.clear();
+  if (!may_step(wanted)) return;
+  const auto now = helpers::waiting::instance().steady_now();
+  const auto decision = voa_watch_.decide_step(current, change, minimum, maximum, now);
+  if (decision.what != guards::attenuator_watch::verdict::write) {
+    return wait_for_attenuator(decision, current);
+  }
+  end_guard(guards::line_attenuator);
+  if (wanted.saturation) {
+    LUMORA_LOG(2, "Remote preamp is saturated, adjusting VOA by {}", change);
+    saturation_steps_.stepped(*wanted.saturation);
+  }
+  LUMORA_LOG(2, "Adjusting VOA from {} to {}", current, decision.attenuation);
+  write_voa(current, decision.attenuation);
+  end_opening();
+}
+
+void line_loop::wait_for_attenuator(const guards::attenuator_watch::decision& decision,
+                                    float current) {
+  if (decision.what == guards::attenuator_watch::verdict::at_end) {
+    LUMORA_LOG(1, "VOA is exhausted, not much to do");
+    return withhold(guards::line_attenuator, fmt::format("the end of its range at {} dB", current));
+  }
+  const auto now = helpers::waiting::instance().steady_now();
+  if (now - *voa_watch_.last_write() <= usual_answer) return;
+  withhold(guards::line_attenuator, fmt::format("it still shows {} dB", current));
+}
+
+void line_loop::withhold(const helpers::guard_kind& guard, const std::string& reason) {
+  helpers::guard_register::instance().withhold(guard, guard_subject, reason);
+}
+
+void line_loop::begin_guard(const helpers::guard_kind& guard, const std::string& reason) {
+  helpers::guard_register::instance().begin(guard, guard_subject, reason);
+}
+
+void line_loop::end_guard(const helpers::guard_kind& guard) {
+  helpers::guard_register::instance().end(guard, guard_subject);
 }
 
 float line_loop::calculate_voa_attenuation(float target_output_power, float bandwidth) {

@@ -171,6 +171,7 @@ void api::take_over() {
   publish_identity();
   done->log_outcome();
   paths_ = std::move(done->paths);
+  probe_.begin(helpers::waiting::instance().steady_now());
   last_tending_ = now();
 }
 
@@ -187,6 +188,7 @@ void api::tend_subscriptions() {
   if (now() - last_tending_ < tending_interval) return;
   last_tending_ = now();
   if (const auto peer = client_->open_client(subscribed_on_)) {
+    probe_.tend(*peer, helpers::waiting::instance().steady_now());
     present_view().values->resubscribe_ended(peer, paths_);
   }
 }
@@ -205,6 +207,7 @@ void api::publish_identity() {
 
 void api::reset() {
   session_.reset();
+  probe_.end();
   present_view().values->reset();
   subscribed_on_ = client::no_connection;
   identified_on_ = client::no_connection;

@@ -26,6 +26,7 @@
 #include "api/status_value.h"
 #include "base/channel/plan.h"
 #include "base/manager/remote/device/interface.h"
+#include "base/manager/remote/probe.h"
 #include "device/subscriber.h"
 
 class nx_db;
@@ -67,6 +68,12 @@ class api {
   device::known_number known(device::operation what) const { return find_known(what, {}); }
   device::known_number known(device::operation what, unsigned channel) const {
     return find_known(what, channel);
+  }
+
+  /// When the peer of the present connection was last seen to answer; empty without one. On the
+  /// manager thread.
+  std::optional<std::chrono::steady_clock::time_point> last_answer() const {
+    return is_up() ? probe_.last_answer() : std::nullopt;
   }
 
   std::string get_hostname();
@@ -171,6 +178,7 @@ class api {
   std::unique_ptr<session> session_;  // the set-up in progress
   std::uint64_t subscribed_on_ = 0;   // the connection that has been set up; 0 for none
   std::vector<::device::wanted_path> paths_;
+  probe probe_;
   unsigned vain_identifications_ = 0;  // in a row, on the present connection
   std::string product_ = "n/a";
   std::string sw_version_ = "n/a";

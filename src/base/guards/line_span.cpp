@@ -1,0 +1,27 @@
+#include "base/guards/line_span.h"
+
+#include <algorithm>
+
+#include "device/reading_kind.h"
+
+namespace guards {
+
+std::optional<float> lit_power(float reading) {
+  using namespace device;
+  if (judge(reading_kind::tap_power, reading) == verdict::measured) return reading;
+  return std::nullopt;
+}
+
+bool is_channel_power(float calibrated) {
+  return device::judge(device::reading_kind::channel_power, calibrated) ==
+         device::verdict::measured;
+}
+
+std::optional<float> span_between(std::optional<float> sent, std::optional<float> received) {
+  // What the taps of two nodes may be off against each other.
+  constexpr float least_loss = -1.0f;
+  if (!sent || !received || *sent - *received < least_loss) return std::nullopt;
+  return std::max(*sent - *received, 0.0f);
+}
+
+}  // namespace guards

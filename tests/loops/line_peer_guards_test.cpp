@@ -1,0 +1,208 @@
+// A line whose peer fails at the worst moment: while its preamp reads saturated, and while the
+// fibre is dark. No attenuator moves on what the peer told before.
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <optional>
+
+#include "tests/support/plant_pair.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using test::plant_pair;
+
+/// Two nodes of a model that know each other: no adapter is for orvamax, so it tells another name.
+sim::topology pair_of(const std::string& product) {
+  auto topology = test::dark_topology(product, 2);
+  for (auto& node : topology.nodes) {
+    if (product == "orvamax") node.part_number = "ORVA-LITE";
+  }
+  return topology;
+}
+
+class pair_at_rest {
+ public:
+  explicit pair_at_rest(const std::string& product) : pair(pair_of(product)) {
+    pair.start();
+    pair.run_for(20s);
+    for (unsigned node : {0u, 1u})
+      pair.plant().fill_band(node);
+    pair.run_for(3min);
+  }
+
+  double voa() { return pair.plant().voa_attenuation_db(0); }
+  unsigned writes() { return pair.plant().voa_writes(0); }
+  /// Runs and gives the largest attenuation on the way.
+  double highest_within(std::chrono::nanoseconds duration) {
+    double highest = voa();
+    for (const auto end = pair.now() + duration; pair.now() < end;) {
+      pair.run_for(100ms);
+      highest = std::max(highest, voa());
+    }
+    return highest;
+  }
+
+  plant_pair pair;
+};
+
+enum class failure { killed, hung, restarted, switch_service, dark };
+
+constexpr std::pair<failure, const char*> failures[] = {
+    {failure::killed, "killed"},       {failure::hung, "hung"},
+    {failure::restarted, "restarted"}, {failure::switch_service, "without its switch"},
+    {failure::dark, "dark"},
+};
+
+void begin(failure what, plant_pair& pair) {
+  switch (what) {
+    case failure::killed:
+      return pair.stop_manager(1);
+    case failure::hung:
+      return pair.set_peer_link(1, nx::link_state::hung);
+    case failure::restarted:
+      pair.stop_manager(1);
+      return pair.start_manager(1);
+    case failure::switch_service:
+      return pair.plant().set_nexel_state(1, "wss_edge", sim::nexel_state::killed);
+    case failure::dark:
+      return pair.write(1, "config/automationMode", "\"dark\"");
+  }
+}
+
+void end(failure what, plant_pair& pair) {
+  switch (what) {
+    case failure::killed:
+      return pair.start_manager(1);
+    case failure::hung:
+      return pair.set_peer_link(1, nx::link_state::up);
+    case failure::restarted:
+      return;
+    case failure::switch_service:
+      return pair.plant().set_nexel_state(1, "wss_edge", sim::nexel_state::ok);
+    case failure::dark:
+      return pair.write(1, "config/automationMode", "\"managedCLI\"");
+  }
+}
+
+class saturated_peer : public testing::TestWithParam<const char*> {};
+
+INSTANTIATE_TEST_SUITE_P(each, saturated_peer, testing::Values("orvalite", "orvamax", "orvapro"),
+                         [](const auto& model) { return std::string(model.param); });
+
+// The step that was due when it failed may still come: it answers a reading of after the last one.
+TEST_P(saturated_peer, that_fails_leaves_the_attenuator_where_it_is) {
+  constexpr double largest_step = 1.0;
+  // The preamp has 3 dB to spare; orvapro puts up with 4 dB of saturation.
+  constexpr double spare_db = 3.0;
+  const double missing_db = GetParam() == std::string("orvapro") ? 6.0 : 2.8;
+  pair_at_rest node(GetParam());
+  auto& plant = node.pair.plant();
+  auto phase = 300ms;
+  for (const auto& [what, name] : failures) {
+    SCOPED_TRACE(name);
+    phase += 170ms;
+    const auto writes = node.writes();
+    plant.drop_power_limit(1, sim::direction::tx, spare_db + missing_db, 0s);
+    // It does give way to a peer that is well.
+    ASSERT_TRUE(node.pair.run_until([&] { return node.writes() > writes; }, 15s));
+    node.pair.run_for(phase);
+    const double before = node.voa();
+    begin(what, node.pair);
+    const double highest = node.highest_within(1min);
+    // These two still tell of their preamp, until it is at its limit no more.
+    const bool is_told = what == failure::restarted || what == failure::switch_service;
+    EXPECT_LE(highest, before + (is_told ? missing_db : largest_step) + 0.05);
+    end(what, node.pair);
+    plant.drop_power_limit(1, sim::direction::tx, 0.0, 0s);
+    node.pair.run_for(4min);
+    EXPECT_TRUE(node.pair.all_on_target(0));
+  }
+}
+
+TEST(saturated_peer_in_each_phase, leaves_the_attenuator_where_it_is) {
+  pair_at_rest node("orvalite");
+  auto& plant = node.pair.plant();
+  for (auto phase = 0ms; phase < 1500ms; phase += 190ms) {
+    const auto what = phase / 190ms % 2 == 0 ? failure::hung : failure::killed;
+    SCOPED_TRACE(fmt::format("after {} ms", phase.count()));
+    const auto writes = node.writes();
+    plant.drop_power_limit(1, sim::direction::tx, 5.8, 0s);
+    ASSERT_TRUE(node.pair.run_until([&] { return node.writes() > writes; }, 15s));
+    node.pair.run_for(phase);
+    const double before = node.voa();
+    begin(what, node.pair);
+    EXPECT_LE(node.highest_within(20s), before + 1.05);
+    end(what, node.pair);
+    plant.drop_power_limit(1, sim::direction::tx, 0.0, 0s);
+    node.pair.run_for(90s);
+  }
+}
+
+/// The line of the first node, whose far end is left out of the closed loop by a cut.
+class reopened_line : public testing::Test {
+ protected:
+  static constexpr double preset_db = 5.0;
+
+  void cut() {
+    node_.pair.plant().cut_line();
+    node_.pair.run_for(10s);
+    ASSERT_NEAR(node_.voa(), preset_db, 0.1);
+  }
+  void mend() {
+    auto& pair = node_.pair;
+    pair.plant().mend_line();
+    ASSERT_TRUE(pair.run_until([&] { return pair.plant().osc_ready(0); }, 20s));
+  }
+
+  pair_at_rest node_{"orvalite"};
+};
+
+TEST_F(reopened_line, stands_at_the_preset_until_its_peer_has_been_read) {
+  cut();
+  node_.pair.stop_manager(1);
+  mend();
+  const auto writes = node_.writes();
+  EXPECT_NEAR(node_.highest_within(2min), preset_db, 0.1) << "nobody measured the zeros";
+  EXPECT_EQ(node_.writes(), writes);
+  EXPECT_TRUE(node_.pair.all_on_target(0));
+  node_.pair.start_manager(1);
+  node_.pair.run_for(4min);
+  EXPECT_TRUE(node_.pair.all_on_target(0));
+  EXPECT_TRUE(node_.pair.all_on_target(1));
+}
+
+TEST_F(reopened_line, does_not_open_by_what_was_told_before_the_cut) {
+  // Of a span that is 6 dB shorter, for which the line would open 6 dB higher.
+  auto& pair = node_.pair;
+  pair.plant().set_span_offset(0, -6.0);
+  pair.run_for(2min);
+  pair.set_peer_link(1, nx::link_state::hung);
+  cut();
+  pair.plant().set_span_offset(0, 0.0);
+  mend();
+  EXPECT_NEAR(node_.highest_within(30s), preset_db, 0.1);
+  pair.set_peer_link(1, nx::link_state::up);
+  pair.run_for(4min);
+  EXPECT_TRUE(pair.all_on_target(0));
+}
+
+TEST(coldstart, of_a_node_without_a_peer_opens_at_the_preset_and_once_with_it) {
+  auto topology = pair_of("orvalite");
+  topology.nodes[0].coldstart = true;
+  plant_pair pair(topology);
+  const auto voa = [&] { return pair.plant().voa_attenuation_db(0); };
+  pair.plant().set_write_fault(0, "voa_sfp", "config/attenuation", sim::write_fault::lost(), 90s);
+  pair.start_manager(0);
+  pair.plant().fill_band(0);
+  // 60 s of the panel's test come first; the first of the settings is lost.
+  ASSERT_TRUE(pair.run_until([&] { return std::fabs(voa() - 5.0) < 0.05; }, 3min));
+  const auto writes = pair.plant().voa_writes(0);
+  pair.run_for(2min);
+  EXPECT_NEAR(voa(), 5.0, 0.05);
+  EXPECT_EQ(pair.plant().voa_writes(0), writes);
+  EXPECT_TRUE(pair.all_on_target(0));
+}
+
+}  // namespace
