@@ -66,7 +66,7 @@ TEST_P(late_peer, delays_no_cycle_and_no_channel) {
   EXPECT_EQ(node->text("data/line/1/remoteHostname"), "simulated-orva-lite");
 
   for (const auto channel : node->channels())
-    node->disturb(channel, 3.0);
+    node->disturb(channel, -3.0);
   EXPECT_LE(longest_cycle(10s), 620ms);
   EXPECT_TRUE(node->all_on_target());
 }
