@@ -35,7 +35,6 @@ T nexel_client_api::wait_for(std::future<T>& answer, const std::string& path, bo
   }
   // While a process shuts down the I/O thread may end before a thread that still talks to a device.
   constexpr std::chrono::milliseconds look{100};
-  const end_of_call told;
   while (answer.wait_for(look) != std::future_status::ready) {
     if (is_abandoned() || (gives_up && gives_up()))
       throw nx_client_exception{-107, "Not connected: shutting down", path};

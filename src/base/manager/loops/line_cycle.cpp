@@ -45,6 +45,14 @@ line_loop::line_loop(std::shared_ptr<manager::remote::api> remote)
 
 line_loop::~line_loop() = default;
 
+void line_loop::declare_reads(std::vector<device::read_wish>& wishes) {
+  if (voa_) voa_->declare_reads(wishes);
+  osc_->declare_reads(wishes);
+  preamp_->declare_reads(wishes);
+  booster_->declare_reads(wishes);
+  sfp_->declare_reads(wishes);
+}
+
 void line_loop::init(nx_db&, bool embedded_ila) {
   last_spanloss_check_ = now();
   embedded_ila_ = embedded_ila;

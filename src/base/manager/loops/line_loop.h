@@ -30,6 +30,7 @@
 #include "base/guards/line_attenuator.h"
 #include "base/guards/line_saturation.h"
 #include "base/manager/loops/line_peer.h"
+#include "device/cycle_reads.h"
 #include "device/interfaces/edfa.h"
 #include "device/interfaces/osc.h"
 #include "device/interfaces/sfp.h"
@@ -94,6 +95,8 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   virtual float get_line_tx_signal_power();
   virtual void setup_api(nx_db& db);
   virtual bool is_voa_ready();
+  /// Adds what a cycle of the line reads of its devices without subscription.
+  void declare_reads(std::vector<device::read_wish>& wishes);
   virtual bool is_operational();
   /// Creates "alarms/line/NAME/severity" at its first use.
   virtual void update_alarm(nx_db& db, const std::string& name, bool active);
