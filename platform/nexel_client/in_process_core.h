@@ -56,6 +56,7 @@ class in_process_core : public client_core, public std::enable_shared_from_this<
   };
 
   void call_object(const std::shared_ptr<nexel_object>& object);
+  static void read_nodes(nx_db& db, const std::string& path, json_document& result);
   std::function<void()> answer_of(nx_db& db, const std::shared_ptr<nexel_object>& object) const;
   void answer_late(std::chrono::milliseconds latency, const std::shared_ptr<nexel_object>& object,
                    std::function<void()> answer);

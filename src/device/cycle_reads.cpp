@@ -1,11 +1,13 @@
 #include "device/cycle_reads.h"
 
+#include <rapidjson/document.h>
+
 #include <future>
-#include <set>
 #include <utility>
 
 #include "helpers/waiting.h"
 #include "platform/nexel_client/nexel_client.h"
+#include "platform/wire/json_conversion.h"
 
 namespace device {
 
@@ -26,39 +28,40 @@ std::string name_of(const nexel_client_api& client) {
   return address.empty() ? std::to_string(reinterpret_cast<std::uintptr_t>(&client)) : address;
 }
 
-/// One read that is under way.
+using answer = std::variant<bool, float, unsigned, std::string, nx_client_exception>;
+using answers_by_path = std::map<std::string, answer>;
+
+/// One request that is under way.
 class pending_read {
  public:
-  using answer = std::variant<bool, float, unsigned, std::string, nx_client_exception>;
-
-  pending_read(nexel_client_api& client, std::string path)
-      : client_(client), path_(std::move(path)) {}
+  explicit pending_read(nexel_client_api& client) : client_(client) {}
   virtual ~pending_read() = default;
   virtual std::shared_ptr<nexel_object> object() const = 0;
-  virtual answer await() = 0;
+  /// Waits for the answer. False when the nexel does not know patterns.
+  virtual bool collect(answers_by_path& into) = 0;
 
-  const std::string& path() const { return path_; }
   nexel_client_api& client() const { return client_; }
 
  private:
   nexel_client_api& client_;
-  std::string path_;
 };
 
 template <class T>
 class pending_value : public pending_read {
  public:
   pending_value(nexel_client_api& nexel, const std::string& path)
-      : pending_read(nexel, path),
+      : pending_read(nexel),
         object_(std::make_shared<nexel_read_object<T>>(path)),
         future_(object_->get_future()) {}
   std::shared_ptr<nexel_object> object() const override { return object_; }
-  answer await() override {
+  bool collect(answers_by_path& into) override {
+    const auto& path = object_->get_path();
     try {
-      return client().wait_for(future_, path());
+      into.insert_or_assign(path, client().wait_for(future_, path));
     } catch (const nx_client_exception& error) {
-      return error;
+      into.insert_or_assign(path, error);
     }
+    return true;
   }
 
  private:
@@ -66,18 +69,75 @@ class pending_value : public pending_read {
   std::future<T> future_;
 };
 
-std::unique_ptr<pending_read> prepare(const read_wish& wish) {
-  switch (wish.what) {
+/// What the nexel tells of all paths that fit a pattern. A value in error, or one of another type,
+/// is left out: the single read tells which.
+template <class T>
+class pattern_object : public nexel_object {
+ public:
+  using nexel_object::nexel_object;
+
+  const char* method() const override { return "get"; }
+  void write_request_data(nx::json_value&, nx::json_allocator&) const override {}
+  void process_ok_response(const nx::json_value& result) override {
+    for (const auto& member : result.GetObject()) {
+      try {
+        told_.emplace(member.name.GetString(), nx::from_json<T>(member.value));
+      } catch (const json_value_conversion_error&) {
+      }
+    }
+    done_.set_value(!told_.empty());
+  }
+  void process_error_response(const nx_client_exception&) override { done_.set_value(false); }
+  void report_local_error(const nx_client_exception& error) override {
+    done_.set_exception(std::make_exception_ptr(error));
+  }
+
+  std::future<bool> get_future() { return done_.get_future(); }
+  /// Once the future is ready.
+  const answers_by_path& told() const { return told_; }
+
+ private:
+  answers_by_path told_;
+  std::promise<bool> done_;
+};
+
+template <class T>
+class pending_pattern : public pending_read {
+ public:
+  pending_pattern(nexel_client_api& nexel, const std::string& pattern)
+      : pending_read(nexel),
+        object_(std::make_shared<pattern_object<T>>(pattern)),
+        future_(object_->get_future()) {}
+  std::shared_ptr<nexel_object> object() const override { return object_; }
+  bool collect(answers_by_path& into) override {
+    try {
+      const bool knows_patterns = client().wait_for(future_, object_->get_path());
+      into.insert(object_->told().begin(), object_->told().end());
+      return knows_patterns;
+    } catch (const nx_client_exception&) {
+      return true;  // the nexel is away: each read will say so at once
+    }
+  }
+
+ private:
+  std::shared_ptr<pattern_object<T>> object_;
+  std::future<bool> future_;
+};
+
+template <template <class> class Pending>
+std::unique_ptr<pending_read> prepare(read_wish::type what, nexel_client_api& client,
+                                      const std::string& path) {
+  switch (what) {
     case read_wish::type::number:
-      return std::make_unique<pending_value<float>>(*wish.client, wish.path);
+      return std::make_unique<Pending<float>>(client, path);
     case read_wish::type::truth:
-      return std::make_unique<pending_value<bool>>(*wish.client, wish.path);
+      return std::make_unique<Pending<bool>>(client, path);
     case read_wish::type::count:
-      return std::make_unique<pending_value<unsigned>>(*wish.client, wish.path);
+      return std::make_unique<Pending<unsigned>>(client, path);
     case read_wish::type::text:
       break;
   }
-  return std::make_unique<pending_value<std::string>>(*wish.client, wish.path);
+  return std::make_unique<Pending<std::string>>(client, path);
 }
 
 }  // namespace
@@ -96,30 +156,42 @@ void cycle_reads::fetch(const std::vector<read_wish>& wishes) {
   answers_.clear();
   cost_ = {};
   const auto begin = now();
-  std::set<key> known;
+  std::set<key> asked;
   std::vector<std::unique_ptr<pending_read>> pending;
+  // Proxies of one nexel have clients of their own; the first one asks for all.
   std::map<std::string, std::pair<nexel_client_api*, std::shared_ptr<nexel_request>>> requests;
   for (const auto& wish : wishes) {
     const auto nexel = name_of(*wish.client);
-    if (!known.emplace(nexel, wish.path).second) continue;
+    const bool by_pattern = !wish.pattern.empty() && !without_patterns_.contains(nexel);
+    const auto& path = by_pattern ? wish.pattern : wish.path;
+    if (!asked.emplace(nexel, path).second) continue;
     auto& [client, request] = requests[nexel];
-    if (!request) request = std::make_shared<nexel_read_request>();
-    // Proxies of one nexel have clients of their own; the first one asks for all.
-    if (!client) client = wish.client.get();
-    pending.push_back(prepare({wish.client, wish.what, wish.path}));
+    if (!request) {
+      request = std::make_shared<nexel_read_request>();
+      client = wish.client.get();
+    }
+    pending.push_back(by_pattern ? prepare<pending_pattern>(wish.what, *client, path)
+                                 : prepare<pending_value>(wish.what, *client, path));
     request->add_object(pending.back()->object());
   }
   for (const auto& [nexel, one] : requests)
     one.first->server_call(one.second);
-  std::vector<answer> answers;
-  for (const auto& each : pending)
-    answers.push_back(each->await());
-  const auto end = now();
-  for (std::size_t i = 0; i < pending.size(); ++i) {
-    answers_.insert_or_assign({name_of(pending[i]->client()), pending[i]->path()},
-                              kept{std::move(answers[i]), end});
+  collect(pending);
+  cost_ = {.requests = pending.size(), .waits = pending.empty() ? 0U : 1U, .waited = now() - begin};
+}
+
+template <class Pending>
+void cycle_reads::collect(const std::vector<Pending>& pending) {
+  std::map<std::string, answers_by_path> told;
+  for (const auto& each : pending) {
+    const auto nexel = name_of(each->client());
+    if (!each->collect(told[nexel])) without_patterns_.insert(nexel);
   }
-  cost_ = {.requests = pending.size(), .waits = pending.empty() ? 0U : 1U, .waited = end - begin};
+  const auto end = now();
+  for (auto& [nexel, answers] : told) {
+    for (auto& [path, what] : answers)
+      answers_.insert_or_assign({nexel, path}, kept{std::move(what), end});
+  }
 }
 
 template <class T>
@@ -133,30 +205,31 @@ const cycle_reads::answer* cycle_reads::find(const key& of) const {
 }
 
 template <class T>
-cycle_reads::answer cycle_reads::ask(nexel_client_api& client, const std::string& path) {
-  const auto begin = now();
-  answer what;
-  try {
-    what = client.get<T>(path);
-  } catch (const nx_client_exception& error) {
-    what = error;
-  }
-  ++cost_.requests;
-  ++cost_.waits;
-  cost_.waited += now() - begin;
-  return what;
+T cycle_reads::ask(nexel_client_api& client, const std::string& path) {
+  struct accountant {
+    cost& of;
+    std::chrono::steady_clock::time_point begin = now();
+    ~accountant() {
+      ++of.requests;
+      ++of.waits;
+      of.waited += now() - begin;
+    }
+  };
+  const accountant counted{cost_};
+  return client.get<T>(path);
 }
 
 template <class T>
 T cycle_reads::get(nexel_client_api& client, const std::string& path) {
   const key of{name_of(client), path};
-  const auto* what = find<T>(of);
-  if (!what) {
-    auto& entry = answers_.insert_or_assign(of, kept{ask<T>(client, path), now()}).first->second;
-    what = &entry.what;
+  if (const auto* what = find<T>(of)) {
+    if (const auto* error = std::get_if<nx_client_exception>(what)) throw *error;
+    return std::get<T>(*what);
   }
-  if (const auto* error = std::get_if<nx_client_exception>(what)) throw *error;
-  return std::get<T>(*what);
+  // A failure is not kept: who waits for a device in a start asks it anew.
+  T value = ask<T>(client, path);
+  answers_.insert_or_assign(of, kept{value, now()});
+  return value;
 }
 
 void cycle_reads::forget(const nexel_client_api& client, std::string_view part) {

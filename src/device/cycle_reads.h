@@ -1,16 +1,19 @@
 // A snapshot of what a cycle of the loops reads from devices without subscription: it goes out at
 // the cycle's beginning to all nexels at once, each path once, and is waited for once. Reads of the
 // proxies on the same thread then take it from here. What nobody declared is asked for when it is
-// needed, and kept for the rest of the cycle; a write to a device makes what is kept of it stale.
+// needed, and kept for the rest of the cycle, or for a second; a write to a device makes what is
+// kept of it stale.
 //
 // Of one thread, the manager's, while a `scope` stands; polled values and commands read for
-// themselves on other threads. Failures are kept too, and thrown where the reading is used.
+// themselves on other threads. Failures of the snapshot are kept too, and thrown where the reading
+// is used.
 #pragma once
 
 #include <chrono>
 #include <cstddef>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -22,13 +25,16 @@ class nexel_client_api;
 
 namespace device {
 
-/// One path that a cycle will read; `type` as the proxy converts it.
+/// One path that a cycle will read; `type` as the proxy converts it. Paths of a nexel with the same
+/// `pattern` are asked for by that, in one request; a nexel that does not know patterns is asked
+/// for each.
 struct read_wish {
   enum class type { number, truth, count, text };
 
   std::shared_ptr<nexel_client_api> client;
   type what;
   std::string path;
+  std::string pattern{};
 };
 
 class cycle_reads {
@@ -76,12 +82,15 @@ class cycle_reads {
   };
   using key = std::pair<std::string, std::string>;  // nexel, path
 
+  template <class Pending>
+  void collect(const std::vector<Pending>& pending);
   template <class T>
-  answer ask(nexel_client_api& client, const std::string& path);
+  T ask(nexel_client_api& client, const std::string& path);
   template <class T>
   const answer* find(const key& of) const;
 
   std::map<key, kept> answers_;
+  std::set<std::string> without_patterns_;  // nexels
   cost cost_;
 };
 

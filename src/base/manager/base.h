@@ -17,6 +17,7 @@
 
 #include "api/status_value.h"
 #include "base/channel/plan.h"
+#include "base/manager/insight.h"
 #include "base/manager/interface.h"
 #include "device/cycle_reads.h"
 #include "platform/value_tree/value_group.h"
@@ -61,7 +62,8 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   /// Cycles until *running goes false.
   void run(nx_db& db, bool* running) override;
 
-  /// One cycle of the main loop, its sleeps included.
+  /// One cycle of the main loop, its sleeps included: read inputs, the peer, loops that are down,
+  /// the loops, report.
   void cycle(nx_db& db, const std::shared_ptr<device::interfaces::osc>& osc);
 
   virtual void create_client_rx();
@@ -149,6 +151,7 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   void disable_amplifiers(nx_db& db);
   /// Asks all devices at once for what this cycle reads of them without subscription.
   void read_inputs(device::interfaces::osc& osc);
+  loop_states work(nx_db& db, const std::shared_ptr<device::interfaces::osc>& osc);
   loop_states revive_loops(nx_db& db);
   const char* regulate(nx_db& db, const loop_states& ok);
   void report(const loop_states& ok, const char* regulating);
@@ -157,6 +160,7 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   void refresh_published_channels();
 
   device::cycle_reads reads_;  // the manager thread's
+  std::shared_ptr<manager::insight> insight_ = std::make_shared<manager::insight>();
   std::atomic<bool> api_is_whole_{false};  // what commands publish is there
 };
 

@@ -56,6 +56,7 @@ void base<RX_T, TX_T>::start(nx_db& db) {
 template <class RX_T, class TX_T>
 void base<RX_T, TX_T>::build(nx_db& db) {
   db_ = db;
+  const device::cycle_reads::scope scope(reads_);  // what is read for each channel is read once
   LUMORA_LOG(2, "Manager starting up.");
   const bool system_coldstart = read_system_nexels(db);
   coldstart_ = coldstart_once(db, system_coldstart);
@@ -291,6 +292,7 @@ void base<RX_T, TX_T>::setup_api(nx_db& db) {
   publish_constant("data/swVersion", sw_version_);
   publish_constant("data/hwRevision", hw_revision_);
   utilization_ = nx::api::status_value<float>::create(db, "data/system/utilization", 0.0f, 1);
+  insight_->setup_api(db);
   api_is_whole_ = true;
 }
 

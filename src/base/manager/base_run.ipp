@@ -29,15 +29,29 @@ void base<RX_T, TX_T>::cycle(nx_db& db, const std::shared_ptr<device::interfaces
     waiting.sleep(pause_when_not_regulating);
     return;
   }
+  const auto ok = work(db, osc);
+  if (!ok.line || !ok.rx || !ok.tx) waiting.sleep(pause);
+  periodic_update();
+  waiting.sleep(pause);
+}
+
+template <class RX_T, class TX_T>
+typename base<RX_T, TX_T>::loop_states base<RX_T, TX_T>::work(
+    nx_db& db, const std::shared_ptr<device::interfaces::osc>& osc) {
+  auto& waiting = helpers::waiting::instance();
+  const auto begin = waiting.steady_now();
+  cycle_record record;
+  record.begin = waiting.system_now();
   const device::cycle_reads::scope scope(reads_);
   read_inputs(*osc);
   remote_->run(db, osc, tx_plan_);
   const auto ok = revive_loops(db);
-  const char* regulating = regulate(db, ok);
-  report(ok, regulating);
-  if (!ok.line || !ok.rx || !ok.tx) waiting.sleep(pause);
-  periodic_update();
-  waiting.sleep(pause);
+  record.turn = regulate(db, ok);
+  report(ok, record.turn);
+  record.lasted = waiting.steady_now() - begin;
+  record.reads = reads_.last_cost();
+  insight_->note_cycle(record);
+  return ok;
 }
 
 template <class RX_T, class TX_T>

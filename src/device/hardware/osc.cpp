@@ -29,6 +29,7 @@ std::string osc::get_neighbour() {
 void osc::declare_reads(std::vector<read_wish>& wishes) {
   using enum read_wish::type;
   wishes.push_back({client_, text, "data/debug/state"});
+  wishes.push_back({client_, text, "data/neighbour"});
   wishes.push_back({client_, number, "data/fiberLength"});
   wishes.push_back({client_, count, "alarms/lossOfLink/severity"});
 }

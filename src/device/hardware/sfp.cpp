@@ -25,6 +25,8 @@ float sfp::get_tx_power() {
 void sfp::declare_reads(std::vector<read_wish>& wishes) {
   using enum read_wish::type;
   wishes.push_back({client_, truth, "present"});
+  wishes.push_back({client_, number, "data/rxPower"});
+  wishes.push_back({client_, number, "data/txPower"});
   wishes.push_back({client_, count, "alarms/lossOfSignal/severity"});
 }
 

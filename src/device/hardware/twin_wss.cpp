@@ -37,7 +37,8 @@ void twin_wss::declare_reads(std::vector<read_wish>& wishes) {
 }
 
 void twin_wss::declare_channel_reads(unsigned channel, bool, std::vector<read_wish>& wishes) {
-  wishes.push_back({client_, read_wish::type::number, attenuation_path(channel)});
+  wishes.push_back({client_, read_wish::type::number, attenuation_path(channel),
+                    fmt::format("data/module/{}/channel/*/attenuation", side())});
 }
 
 bool twin_wss::is_operational() {

@@ -64,7 +64,8 @@ void wss_edge::declare_reads(std::vector<read_wish>& wishes) {
 void wss_edge::declare_channel_reads(unsigned channel, bool blocking,
                                      std::vector<read_wish>& wishes) {
   if (!blocking) return;
-  wishes.push_back({client_, read_wish::type::text, wss_path("data", channel, "port")});
+  wishes.push_back({client_, read_wish::type::text, wss_path("data", channel, "port"),
+                    fmt::format("data/wss/{}/channel/*/port", index_)});
 }
 
 void wss_edge::unsubscribe_channel(unsigned channel) {
