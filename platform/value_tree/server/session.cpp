@@ -1,7 +1,9 @@
 #include "platform/value_tree/server/session.h"
 
 #include <fmt/format.h>
+#include <poll.h>
 
+#include <algorithm>
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/post.hpp>
 #include <cassert>
@@ -18,8 +20,14 @@ namespace {
 // reads is slowed down instead of being closed.
 constexpr std::size_t pause_bytes = 1024 * 1024;
 constexpr std::size_t write_bytes = 256 * 1024;
+constexpr std::size_t bytes_a_turn = 1024 * 1024;
 constexpr std::size_t kept_bytes = 32 * 1024;  // of the output buffer once all of it is sent
 constexpr std::size_t lines_per_job = 64;
+// After so long others have their turn.
+constexpr std::chrono::microseconds turn_on_io_thread{500};
+constexpr std::chrono::milliseconds turn_on_worker{5};
+// Read ahead while a worker is busy: enough to see that the client has gone.
+constexpr std::size_t read_ahead_bytes = 64 * 1024;
 
 std::string too_long_answer() {
   return json_rpc::error_without_id(
@@ -63,9 +71,20 @@ void session::on_read(const boost::system::error_code& failed, std::size_t size)
   if (closed_) return;
   if (failed && failed != boost::asio::error::eof) return close({});
   ended_ = ended_ || failed;
+  if (ended_ && has_hung_up()) gone_ = true;
   if (host_->fault == server_fault::hung) return ended_ ? close({}) : read();
   splitter_.append({input_.data(), size});
-  process();
+  if (!busy_) return process();
+  if (!ended_ && splitter_.waiting() < read_ahead_bytes) read();
+}
+
+// A client that has closed its unix socket reads no answers; one that has only ended its sending
+// does. Over TCP the two look alike: one that may only read is taken to have gone, one that may
+// write to be there.
+bool session::has_hung_up() {
+  if (handler_.rights() == access::read_only) return true;
+  pollfd looked{.fd = connection_->stream.native_handle(), .events = 0, .revents = 0};
+  return ::poll(&looked, 1, 0) == 1 && (looked.revents & (POLLHUP | POLLERR)) != 0;
 }
 
 void session::process() {
@@ -79,23 +98,33 @@ void session::process() {
     if (!subscribe_added_at_once()) return flush();  // a worker is at it: nothing waits for that
     more = handle_lines();
     flush();
+    if (more && !busy_ && !closed_) return process_soon();
   }
-  if (closed_ || busy_) return;
+  if (closed_) return;
   if (!ended_) return read();
-  if (!blocked_) close({});
+  if (!busy_ && !blocked_) close({});
+}
+
+// Behind what the other sessions have to do.
+void session::process_soon() {
+  boost::asio::post(*host_->runtime.io, [self = self()] {
+    if (!self->closed_ && !self->busy_) self->process();
+  });
 }
 
 void session::resume() {
   flush();
-  if (!closed_) process();
+  if (!closed_ && !busy_) process();
 }
 
 // False when no line waits any more.
 bool session::handle_lines() {
+  const auto end = std::chrono::steady_clock::now() + turn_on_io_thread;
   std::string answers;
   std::string storage;
   std::string_view line;
   std::vector<std::string> waiting;
+  auto takes = effort::at_once;
   bool more = true;
   while (waiting.empty() && answers.size() < pause_bytes && (more = next_line(storage, line))) {
     const auto before = answers.size();
@@ -103,14 +132,16 @@ bool session::handle_lines() {
     const auto start = answers.size();
     if (line.empty()) {
       answers += too_long_answer();
-    } else if (!handler_.answer_at_once(line, answers)) {
+    } else if (takes = handler_.answer_within(effort::at_once, line, answers);
+               takes > effort::at_once) {
       waiting = lines_for_worker(line);
     }
     if (answers.size() == start) answers.resize(before);
+    if (std::chrono::steady_clock::now() > end) break;
   }
   // Before the worker can add its own.
   outbox_.add_answer(std::move(answers));
-  if (!waiting.empty()) dispatch(std::move(waiting));
+  if (!waiting.empty()) dispatch(std::move(waiting), takes);
   return more;
 }
 
@@ -123,7 +154,10 @@ bool session::next_line(std::string& storage, std::string_view& line) {
     return true;
   }
   const auto next = splitter_.next();
-  if (next) line = next->text;
+  if (next) {
+    line = next->text;
+    last_asked_ = std::chrono::steady_clock::now();
+  }
   return next.has_value();
 }
 
@@ -137,17 +171,19 @@ std::vector<std::string> session::lines_for_worker(std::string_view first) {
   return lines;
 }
 
-void session::dispatch(std::vector<std::string> lines) {
-  start_job([this, waiting = std::move(lines)]() mutable {
-    run_lines(waiting);
+void session::dispatch(std::vector<std::string> lines, effort takes) {
+  start_job(takes, [this, waiting = std::move(lines), takes]() mutable {
+    run_lines(waiting, takes);
     return std::move(waiting);
   });
 }
 
-void session::start_job(std::function<std::vector<std::string>()> job) {
+void session::start_job(effort takes, std::function<std::vector<std::string>()> job) {
   busy_ = true;
   host_->job_started();
-  host_->runtime.workers->post([self = self(), work = std::move(job)] {
+  auto& runtime = host_->runtime;
+  auto& pool = takes == effort::heavy ? *runtime.heavy_workers : *runtime.workers;
+  pool.post([self = self(), work = std::move(job)] {
     auto left = work();
     boost::asio::post(*self->host_->runtime.io, [self, lines = std::move(left)]() mutable {
       self->job_done(std::move(lines));
@@ -156,14 +192,22 @@ void session::start_job(std::function<std::vector<std::string>()> job) {
   });
 }
 
-// On a worker. Leaves the lines that it did not come to, since the client does not take its
-// answers.
-void session::run_lines(std::vector<std::string>& lines) {
+// On a worker. Leaves the lines that it did not come to: others have their turn, the client does
+// not take its answers, or the next line is for a worker of the other kind.
+void session::run_lines(std::vector<std::string>& lines, effort allowed) {
+  const auto end = std::chrono::steady_clock::now() + turn_on_worker;
   auto line = lines.begin();
-  for (; line != lines.end() && !closed_ && !is_paused(); ++line) {
-    std::string text = line->empty() ? too_long_answer() : handler_.answer(*line);
+  while (line != lines.end() && !closed_ && !is_paused()) {
+    std::string text;
+    if (line->empty()) {
+      text = too_long_answer();
+    } else if (handler_.answer_within(allowed, *line, text) > allowed) {
+      break;
+    }
     if (host_->fault == server_fault::hung) text.clear();
-    wake(outbox_.add_answer(std::move(text)) && line + 1 != lines.end());
+    const bool more = ++line != lines.end();
+    wake(outbox_.add_answer(std::move(text)) && more);
+    if (std::chrono::steady_clock::now() > end) break;
   }
   lines.erase(lines.begin(), line);
 }
@@ -196,11 +240,22 @@ void session::subscription_ended(const std::string& path, const std::string& rea
 void session::flush() {
   assert(host_->runtime.on_io_thread());
   if (closed_ || host_->fault == server_fault::hung) return;
+  if (gone_) return discard_output();
   if (!blocked_) send_all();
   if (blocked_ && !closed_) check_output_limit();
 }
 
+void session::discard_output() {
+  for (bool more = true; more;) {
+    sending_.clear();
+    more = outbox_.take(sending_, write_bytes);
+  }
+  sending_.clear();
+  sent_ = 0;
+}
+
 void session::send_all() {
+  std::size_t room = bytes_a_turn;
   for (bool more = true;;) {
     if (sent_ == sending_.size()) {
       sending_.clear();
@@ -210,9 +265,12 @@ void session::send_all() {
       more = outbox_.take(sending_, write_bytes);
       if (sending_.empty()) return;
     }
+    if (room == 0) return wait_until_writable();  // comes back at once, behind the others
     boost::system::error_code failed;
     const auto rest = boost::asio::buffer(sending_.data() + sent_, sending_.size() - sent_);
-    sent_ += connection_->stream.write_some(rest, failed);
+    const auto taken = connection_->stream.write_some(rest, failed);
+    sent_ += taken;
+    room -= std::min(room, taken);
     if (would_block(failed)) return wait_until_writable();
     if (failed) return close({});
   }
@@ -252,7 +310,7 @@ bool session::is_paused() const {
 }
 
 void session::check_output_limit() {
-  const auto waiting = outbox_.waiting_bytes() + sending_.size() - sent_;
+  const auto waiting = outbox_.waiting_event_bytes();
   if (waiting <= limits::output_bytes_per_session) return;
   close(fmt::format("more than {} bytes of output wait for it", limits::output_bytes_per_session));
 }
@@ -268,11 +326,20 @@ void session::close(const std::string& reason) {
   if (!busy_) finish();
 }
 
+// Letting go of a whole tree takes a while.
 void session::finish() {
-  const auto paths = outbox_.paths();
-  outbox_.close();
-  let_go(paths);
   host_->session_closed(self());
+  constexpr std::size_t few = 64;
+  if (outbox_.subscriptions() <= few) return let_go_of_all();
+  host_->job_started();
+  host_->runtime.heavy_workers->post([self = self()] {
+    self->let_go_of_all();
+    self->host_->job_done();
+  });
+}
+
+bool session::is_silent_since(std::chrono::steady_clock::time_point time) const {
+  return last_asked_ <= time && !busy_ && outbox_.subscriptions() == 0;
 }
 
 }  // namespace nx
