@@ -3,6 +3,7 @@
 
 #include <malloc.h>
 
+#include <chrono>
 #include <exception>
 #include <iostream>
 #include <memory>
@@ -17,6 +18,7 @@
 #include "main/manager_thread.h"
 #include "main/options.h"
 #include "main/stop_signals.h"
+#include "platform/kvs_client/kvs_client.h"
 #include "platform/nexel_client/nexel_client.h"
 #include "platform/note_log/note_log.h"
 #include "platform/value_tree/nexel_api.h"
@@ -31,6 +33,9 @@ constexpr const char* server_path = "/tmp/device_managers/lumora";
 constexpr int status_orderly_end = 0;
 constexpr int status_wrong_command_line = 1;
 constexpr int status_no_server = 2;  // a restart may help here, unlike above
+
+/// A store that answers takes milliseconds; one that does not must not hold up the end.
+constexpr std::chrono::milliseconds last_store_answers{500};
 
 /// What the flood guard still holds back is written when everything else is gone.
 struct end_of_log {
@@ -58,6 +63,7 @@ void serve(nexel_api& server, lumora_manager& daemon, std::shared_ptr<manager::i
   server.start();
   service.stopping();
   LUMORA_LOG(2, "Shutting down manager thread");
+  kvs::announce_end(last_store_answers);
   thread.stop();
 }
 

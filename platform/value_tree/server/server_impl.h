@@ -40,6 +40,7 @@ struct nx_server::impl : public session_host, public std::enable_shared_from_thi
 
   // session_host
   void session_closed(const std::shared_ptr<session>& closed) override;
+  void client_gone(const std::shared_ptr<session>& of) override { limits_.left(of); }
   void job_started() override;
   void job_done() override;
 

@@ -71,7 +71,7 @@ void session::on_read(const boost::system::error_code& failed, std::size_t size)
   if (closed_) return;
   if (failed && failed != boost::asio::error::eof) return close({});
   ended_ = ended_ || failed;
-  if (ended_ && has_hung_up()) gone_ = true;
+  if (ended_) look_whether_gone();
   if (host_->fault == server_fault::hung) return ended_ ? close({}) : read();
   splitter_.append({input_.data(), size});
   if (!busy_) return process();
@@ -82,9 +82,18 @@ void session::on_read(const boost::system::error_code& failed, std::size_t size)
 // does. Over TCP the two look alike: one that may only read is taken to have gone, one that may
 // write to be there.
 bool session::has_hung_up() {
-  if (handler_.rights() == access::read_only) return true;
-  pollfd looked{.fd = connection_->stream.native_handle(), .events = 0, .revents = 0};
-  return ::poll(&looked, 1, 0) == 1 && (looked.revents & (POLLHUP | POLLERR)) != 0;
+  pollfd looked{.fd = connection_->stream.native_handle(), .events = POLLRDHUP, .revents = 0};
+  if (::poll(&looked, 1, 0) != 1) return false;
+  const auto ends = POLLHUP | POLLERR | (handler_.rights() == access::read_only ? POLLRDHUP : 0);
+  return (looked.revents & ends) != 0;
+}
+
+// Its place is free for another; what it wrote is still done.
+bool session::look_whether_gone() {
+  if (gone_ || !has_hung_up()) return gone_;
+  gone_ = true;
+  host_->client_gone(self());
+  return true;
 }
 
 void session::process() {
@@ -132,9 +141,12 @@ bool session::handle_lines() {
     const auto start = answers.size();
     if (line.empty()) {
       answers += too_long_answer();
-    } else if (takes = handler_.answer_within(effort::at_once, line, answers);
-               takes > effort::at_once) {
-      waiting = lines_for_worker(line);
+    } else {
+      takes = handler_.answer_within(effort::at_once, line, answers);
+      if (takes == effort::heavy && look_whether_gone()) {
+        takes = handler_.answer_within(effort::at_once, line, answers);
+      }
+      if (takes > effort::at_once) waiting = lines_for_worker(line);
     }
     if (answers.size() == start) answers.resize(before);
     if (std::chrono::steady_clock::now() > end) break;

@@ -73,6 +73,7 @@ class session : public nx_session, public subscription_port {
   void start_job(effort takes, std::function<std::vector<std::string>()> job);
   void job_done(std::vector<std::string> left);
   bool has_hung_up();
+  bool look_whether_gone();
   void discard_output();
 
   void send_all();
