@@ -14,6 +14,7 @@
 #include "helpers/guard.h"
 #include "helpers/logger.h"
 #include "helpers/service_manager.h"
+#include "main/allocation.h"
 #include "main/lumora_manager.h"
 #include "main/manager_thread.h"
 #include "main/options.h"
@@ -43,10 +44,12 @@ struct end_of_log {
 };
 
 /// A client may ask for answers of megabytes. Left to itself the allocator raises its threshold at
-/// the first of them, and each thread then keeps what the next ones took.
+/// the first of them, and each thread then keeps what the next ones took, in an arena of its own.
 void give_large_memory_back() {
   constexpr int threshold_bytes = 128 * 1024;
+  constexpr int most_arenas = 4;
   ::mallopt(M_MMAP_THRESHOLD, threshold_bytes);
+  ::mallopt(M_ARENA_MAX, most_arenas);
 }
 
 /// Lends the calling thread to the server until it is told to end; then ends the manager thread.
@@ -71,6 +74,7 @@ void serve(nexel_api& server, lumora_manager& daemon, std::shared_ptr<manager::i
 
 int main(int argc, const char** argv) try {
   catch_stop_signals();
+  end_without_memory(status_no_server);
   const end_of_log written_last;
   const auto given = parse_options(argc, argv);
   if (!given) return status_wrong_command_line;

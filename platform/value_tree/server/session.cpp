@@ -41,8 +41,13 @@ bool would_block(const boost::system::error_code& error) {
 }  // namespace
 
 session::session(std::shared_ptr<session_host> host, socket stream, access rights, std::string name)
-    : host_(std::move(host)), name_(std::move(name)), handler_(host_->db, rights, this) {
-  connection_.emplace(connection{std::move(stream), boost::asio::steady_timer(*host_->runtime.io)});
+    : host_(std::move(host)),
+      name_(std::move(name)),
+      handler_(host_->db, rights, this),
+      outbox_(&host_->waiting_answers) {
+  auto& io = *host_->runtime.io;
+  connection_.emplace(
+      connection{std::move(stream), boost::asio::steady_timer(io), boost::asio::steady_timer(io)});
 }
 
 std::shared_ptr<session> session::self() {
@@ -111,7 +116,21 @@ void session::process() {
   }
   if (closed_) return;
   if (!ended_) return read();
-  if (!busy_ && !blocked_) close({});
+  if (!busy_ && !blocked_ && backlog_.empty()) close({});
+}
+
+// Memory is limited for all sessions together: what takes much of it waits until some of them have
+// taken their answers, or are closed since they do not.
+bool session::no_room_for_large() const {
+  return host_->waiting_answers > limits::answer_bytes_of_server;
+}
+
+void session::process_later() {
+  constexpr std::chrono::milliseconds pause{100};
+  connection_->room_timer.expires_after(pause);
+  connection_->room_timer.async_wait([self = self()](const boost::system::error_code& cancelled) {
+    if (!cancelled && !self->closed_ && !self->busy_) self->process();
+  });
 }
 
 // Behind what the other sessions have to do.
@@ -145,6 +164,13 @@ bool session::handle_lines() {
       takes = handler_.answer_within(effort::at_once, line, answers);
       if (takes == effort::heavy && look_whether_gone()) {
         takes = handler_.answer_within(effort::at_once, line, answers);
+      }
+      if (takes == effort::heavy && no_room_for_large()) {
+        backlog_.emplace_front(line);
+        answers.resize(before);
+        outbox_.add_answer(std::move(answers));
+        process_later();
+        return false;
       }
       if (takes > effort::at_once) waiting = lines_for_worker(line);
     }
@@ -209,7 +235,8 @@ void session::start_job(effort takes, std::function<std::vector<std::string>()> 
 void session::run_lines(std::vector<std::string>& lines, effort allowed) {
   const auto end = std::chrono::steady_clock::now() + turn_on_worker;
   auto line = lines.begin();
-  while (line != lines.end() && !closed_ && !is_paused()) {
+  const auto no_room = [&] { return allowed == effort::heavy && no_room_for_large(); };
+  while (line != lines.end() && !closed_ && !is_paused() && !no_room()) {
     std::string text;
     if (line->empty()) {
       text = too_long_answer();

@@ -65,6 +65,8 @@ class session : public nx_session, public subscription_port {
   void on_read(const boost::system::error_code& failed, std::size_t size);
   void process();
   void process_soon();
+  void process_later();
+  bool no_room_for_large() const;
   bool handle_lines();
   bool next_line(std::string& storage, std::string_view& line);
   std::vector<std::string> lines_for_worker(std::string_view first);
@@ -113,6 +115,7 @@ class session : public nx_session, public subscription_port {
   struct connection {
     socket stream;
     boost::asio::steady_timer progress_timer;
+    boost::asio::steady_timer room_timer;
   };
 
   // The I/O thread's own.

@@ -33,6 +33,7 @@ class session_host {
   nx_db& db;
   const std::string name;  ///< where it listens, for the log
   std::atomic<server_fault> fault{server_fault::none};
+  std::atomic<std::size_t> waiting_answers{0};  ///< bytes, in all sessions
   std::atomic<bool> has_patterns{false};  ///< a session has subscribed to a pattern at some time
   std::chrono::milliseconds stuck_limit = limits::stuck_session;
 };

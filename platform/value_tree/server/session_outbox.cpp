@@ -92,9 +92,14 @@ bool session_outbox::take(std::string& out, std::size_t enough) {
   return !nothing_waits() && queue_[first_].line;
 }
 
-void session_outbox::drop(item& from) {
+void session_outbox::drop(const item& from) {
   bytes_ -= from.line->size();
-  if (from.answer) answer_bytes_ -= from.line->size();
+  if (from.answer) count_answers(-static_cast<std::ptrdiff_t>(from.line->size()));
+}
+
+void session_outbox::count_answers(std::ptrdiff_t bytes) {
+  answer_bytes_ += static_cast<std::size_t>(bytes);
+  if (all_answers_ != nullptr) *all_answers_ += static_cast<std::size_t>(bytes);
 }
 
 void session_outbox::forget_sent() {
@@ -137,7 +142,7 @@ void session_outbox::close() {
   queue_.shrink_to_fit();
   first_ = 0;
   bytes_ = 0;
-  answer_bytes_ = 0;
+  count_answers(-static_cast<std::ptrdiff_t>(answer_bytes_));
   begun_bytes_ = 0;
   subscriptions_.clear();
   begun_.clear();
@@ -257,7 +262,7 @@ void session_outbox::push(std::string text, bool answer) {
 void session_outbox::push(item added) {
   const auto size = added.line ? added.line->size() : 0;
   bytes_ += size;
-  if (added.answer) answer_bytes_ += size;
+  if (added.answer) count_answers(static_cast<std::ptrdiff_t>(size));
   queue_.push_back(std::move(added));
   ++next_number_;
 }
@@ -324,7 +329,7 @@ std::string session_outbox::text_of(const std::vector<begun>& first) {
 void session_outbox::fill(std::uint64_t number, std::string text) {
   auto& kept = queue_[first_ + number - front_number()];
   bytes_ += text.size();
-  answer_bytes_ += text.size();
+  count_answers(static_cast<std::ptrdiff_t>(text.size()));
   kept.line = std::make_shared<const std::string>(std::move(text));
 }
 

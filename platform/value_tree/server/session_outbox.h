@@ -7,6 +7,8 @@
 // is state, so the newest wins.
 #pragma once
 
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -20,6 +22,13 @@ namespace nx {
 
 class session_outbox {
  public:
+  /// `all_answers`: bytes of answers that wait in all sessions of a server, kept up to date here.
+  explicit session_outbox(std::atomic<std::size_t>* all_answers = nullptr)
+      : all_answers_(all_answers) {}
+  ~session_outbox() { count_answers(-static_cast<std::ptrdiff_t>(answer_bytes_)); }
+  session_outbox(const session_outbox&) = delete;
+  session_outbox& operator=(const session_outbox&) = delete;
+
   /// Each of these is true when the sender has to be woken: something waits that it was not told
   /// of.
   bool add_answer(
@@ -86,7 +95,8 @@ class session_outbox {
   std::vector<begun> open_begun();
   static std::string text_of(const std::vector<begun>& first);
   void fill(std::uint64_t number, std::string text);
-  void drop(item& from);
+  void drop(const item& from);
+  void count_answers(std::ptrdiff_t bytes);
   bool covered(const std::string& path) const;
   std::vector<std::string> remove_pattern(const std::string& pattern);
   bool stays(const std::string& path);
@@ -95,6 +105,7 @@ class session_outbox {
   std::uint64_t front_number() const { return next_number_ - (queue_.size() - first_); }
   void forget_sent();
 
+  std::atomic<std::size_t>* const all_answers_;
   mutable std::mutex mutex_;
   // A vector that is emptied as a whole keeps its memory from event to event.
   std::vector<item> queue_;

@@ -245,6 +245,7 @@ TEST_F(server_test, a_refused_subscription_leaves_nothing_behind) {
   EXPECT_FALSE(values[5]->has_subscribers());
   value_node::create(db, "v/later", "1");
   // What was subscribed before goes on, and so does the session.
+  client.line();
   values[3]->update("7");
   EXPECT_EQ(client.line(), event("v/3", "7"));
   EXPECT_EQ(client.ask(request(3, "get", "v/3")), result(3, R"("v/3":7)"));
