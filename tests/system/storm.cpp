@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <memory>
 #include <sstream>
 
 #include "platform/nexel_client/line_client.h"
@@ -20,6 +21,11 @@ constexpr const char* all = R"({"path":"**"})";
 
 std::string request(const char* method) {
   return fmt::format(R"({{"jsonrpc":"2.0","id":1,"method":"{}","params":{}}})", method, all) + '\n';
+}
+
+std::unique_ptr<nx::line_client> connect(const std::string& socket) {
+  if (socket.starts_with('/')) return nx::line_client::connect_unix(socket);
+  return nx::line_client::connect_tcp("::1", static_cast<unsigned>(std::stoul(socket)));
 }
 
 double status_of(pid_t pid, const std::string& what) {
@@ -77,18 +83,18 @@ storm::~storm() {
 }
 
 void connect_subscribe_close(const std::string& socket) {
-  nx::line_client::connect_unix(socket)->send_raw(request("subscribe"));
+  connect(socket)->send_raw(request("subscribe"));
 }
 
 void get_everything(const std::string& socket) {
-  const auto client = nx::line_client::connect_unix(socket);
+  const auto client = connect(socket);
   for (int i = 0; i < 5; ++i)
     client->call("get", all);
 }
 
 void pipeline_info(const std::string& socket) {
   constexpr int deep = 5;
-  const auto client = nx::line_client::connect_unix(socket);
+  const auto client = connect(socket);
   for (int i = 0; i < deep; ++i)
     client->send_raw(request("info"));
   for (int i = 0; i < deep; ++i)

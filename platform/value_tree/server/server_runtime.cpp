@@ -45,8 +45,8 @@ worker_pool::settings for_heavy_work() {
   how.thread_name = "nx_heavy";
   how.rank = thread_rank::background;
   how.usual_threads = std::max<std::size_t>(1, cores() - 1);
-  how.max_threads = 16;
-  how.standstill = std::chrono::milliseconds(200);
+  how.max_threads = how.usual_threads + 3;
+  how.standstill = std::chrono::milliseconds(500);
   how.at_rest = [] { ::malloc_trim(0); };
   return how;
 }

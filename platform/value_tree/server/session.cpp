@@ -291,6 +291,12 @@ void session::discard_output() {
   }
   sending_.clear();
   sent_ = 0;
+  count_sending();
+}
+
+void session::count_sending() {
+  host_->waiting_answers += sending_.size() - sending_counted_;
+  sending_counted_ = sending_.size();
 }
 
 void session::send_all() {
@@ -300,8 +306,8 @@ void session::send_all() {
       sending_.clear();
       if (sending_.capacity() > kept_bytes) sending_.shrink_to_fit();
       sent_ = 0;
-      if (!more) return;
-      more = outbox_.take(sending_, write_bytes);
+      if (more) more = outbox_.take(sending_, write_bytes);
+      count_sending();
       if (sending_.empty()) return;
     }
     if (room == 0) return wait_until_writable();  // comes back at once, behind the others
@@ -362,6 +368,8 @@ void session::close(const std::string& reason) {
   boost::system::error_code ignored;
   connection_->stream.close(ignored);
   connection_.reset();
+  std::string().swap(sending_);
+  count_sending();
   if (!busy_) finish();
 }
 

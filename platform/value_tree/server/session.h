@@ -77,6 +77,7 @@ class session : public nx_session, public subscription_port {
   bool has_hung_up();
   bool look_whether_gone();
   void discard_output();
+  void count_sending();
 
   void send_all();
   void wait_until_writable();
@@ -126,6 +127,7 @@ class session : public nx_session, public subscription_port {
   std::vector<std::string> added_;   // paths that came under a pattern while a request was executed
   std::string sending_;
   std::size_t sent_ = 0;
+  std::size_t sending_counted_ = 0;  // in what waits in all sessions
   std::chrono::steady_clock::time_point last_asked_ = std::chrono::steady_clock::now();
   bool reading_ = false;
   bool ended_ = false;    // the client sends no more

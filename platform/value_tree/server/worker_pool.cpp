@@ -1,5 +1,8 @@
 #include "platform/value_tree/server/worker_pool.h"
 
+#include <pthread.h>
+
+#include <ctime>
 #include <system_error>
 #include <utility>
 
@@ -7,7 +10,10 @@
 
 namespace nx {
 
-worker_pool::worker_pool(settings how) : how_(std::move(how)) {}
+worker_pool::worker_pool(settings how) : how_(std::move(how)) {
+  const std::lock_guard lock(mutex_);
+  start_thread();
+}
 
 worker_pool::~worker_pool() {
   std::unique_lock lock(mutex_);
@@ -42,16 +48,24 @@ void worker_pool::have_one_ready() {
   wake_.notify_one();
 }
 
-// Where the system gives no more threads, those that are there do the work.
-void worker_pool::add_thread() {
-  for (auto& thread : std::exchange(gone_, {}))
-    thread.join();
+void worker_pool::start_thread() {
   threads_.emplace_front();
   try {
     threads_.front() = std::thread([this, self = threads_.begin()] { work(self); });
     ++idle_;
-  } catch (const std::system_error& failure) {
+  } catch (...) {
     threads_.pop_front();
+    throw;
+  }
+}
+
+// Where the system gives no more threads, those that are there do the work.
+void worker_pool::add_thread() {
+  for (auto& thread : std::exchange(gone_, {}))
+    thread.join();
+  try {
+    start_thread();
+  } catch (const std::system_error& failure) {
     note_log::write(note_log::warning, "nexel_api",
                     std::string("No further worker thread: ") + failure.what());
   }
@@ -79,19 +93,37 @@ bool worker_pool::wait_for_turn(std::unique_lock<std::mutex>& lock) {
     } else if (may_take(now)) {
       return true;
     } else {
-      wake_.wait_until(lock, last_taken_ + how_.standstill);
+      wake_.wait_until(lock, last_progress_ + how_.standstill);
     }
   }
 }
 
-bool worker_pool::may_take(clock::time_point now) const {
-  return executing_ < how_.usual_threads || now >= last_taken_ + how_.standstill;
+bool worker_pool::may_take(clock::time_point now) {
+  if (executing_ < how_.usual_threads) return true;
+  if (now < last_progress_ + how_.standstill) return false;
+  if (!computed_meanwhile()) return true;
+  last_progress_ = now;
+  return false;
+}
+
+// On a machine that is busy a job may take long without waiting for anything.
+bool worker_pool::computed_meanwhile() {
+  std::chrono::nanoseconds sum{};
+  for (auto& thread : threads_) {
+    clockid_t clock_of_thread{};
+    timespec used{};
+    if (::pthread_getcpuclockid(thread.native_handle(), &clock_of_thread) != 0) continue;
+    if (::clock_gettime(clock_of_thread, &used) != 0) continue;
+    sum += std::chrono::seconds(used.tv_sec) + std::chrono::nanoseconds(used.tv_nsec);
+  }
+  const auto since = sum - std::exchange(computed_, sum);
+  return since > how_.standstill / 20;
 }
 
 void worker_pool::take_job(std::unique_lock<std::mutex>& lock) {
   auto job = std::move(jobs_.front());
   jobs_.pop_front();
-  last_taken_ = clock::now();
+  last_progress_ = clock::now();
   --idle_;
   ++executing_;
   worked_ = true;

@@ -23,13 +23,15 @@ class worker_pool {
     thread_rank rank = thread_rank::serving;
     std::size_t usual_threads = 2;  ///< that execute jobs side by side
     std::size_t max_threads = 64;
-    /// No job was taken up for so long while one waits: the threads wait for something.
+    /// No job was taken up for so long while one waits, and the threads have hardly computed: they
+    /// wait for something.
     std::chrono::milliseconds standstill{20};
     /// After so long without work a thread calls `at_rest`, and goes if it is one too many.
     std::chrono::milliseconds rest{5000};
     std::function<void()> at_rest;
   };
 
+  /// Starts one thread, which stays. Throws std::system_error.
   explicit worker_pool(settings how);
   /// Executes what was posted before, then joins.
   ~worker_pool();
@@ -47,9 +49,11 @@ class worker_pool {
 
   void work(thread_list::iterator self);
   bool wait_for_turn(std::unique_lock<std::mutex>& lock);
-  bool may_take(clock::time_point now) const;
+  bool may_take(clock::time_point now);
+  bool computed_meanwhile();
   void take_job(std::unique_lock<std::mutex>& lock);
   void rest_a_while(std::unique_lock<std::mutex>& lock);
+  void start_thread();
   void add_thread();
   void have_one_ready();
 
@@ -57,7 +61,8 @@ class worker_pool {
   mutable std::mutex mutex_;
   std::condition_variable wake_;
   std::deque<std::function<void()>> jobs_;
-  clock::time_point last_taken_{};
+  clock::time_point last_progress_{};
+  std::chrono::nanoseconds computed_{};  // by all threads, when that was looked at last
   std::size_t idle_ = 0;
   std::size_t executing_ = 0;
   bool worked_ = false;  // since a thread was at rest
