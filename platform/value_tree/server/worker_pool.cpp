@@ -117,7 +117,7 @@ bool worker_pool::computed_meanwhile() {
     sum += std::chrono::seconds(used.tv_sec) + std::chrono::nanoseconds(used.tv_nsec);
   }
   const auto since = sum - std::exchange(computed_, sum);
-  return since > how_.standstill / 20;
+  return since > how_.standstill / 4;
 }
 
 void worker_pool::take_job(std::unique_lock<std::mutex>& lock) {

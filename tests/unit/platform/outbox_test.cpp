@@ -123,7 +123,7 @@ TEST(worker_pool, grows_while_its_threads_wait_and_shrinks_back) {
   test::gate door;
   std::atomic<int> done{0};
   nx::worker_pool::settings how;
-  how.standstill = std::chrono::milliseconds(1);
+  how.standstill = std::chrono::milliseconds(4);
   how.rest = std::chrono::milliseconds(20);
   nx::worker_pool pool(how);
   for (int i = 0; i < 30; ++i) {
