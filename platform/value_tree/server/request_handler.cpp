@@ -146,7 +146,7 @@ effort request_handler::answer_within(effort allowed, std::string_view line,
       ids.reserve(gets.size());
       for (const auto& get : gets)
         ids.emplace_back(std::to_string(get.id));
-      return answer_batch(gets, ids, allowed, out);
+      return answer_batch(gets, ids, allowed, allocator, out);
     }
     return answer_messages(line, allowed, allocator, out);
   } catch (const nx_error& fault) {
@@ -178,7 +178,7 @@ effort request_handler::answer_messages(std::string_view line, effort allowed,
     const bool numbered = element.IsObject() && number != numbers.end();
     ids.push_back(id_of(element, numbered ? *number++ : std::string_view()));
   }
-  return answer_batch(batch, ids, allowed, out);
+  return answer_batch(batch, ids, allowed, allocator, out);
 }
 
 template <class Message>
@@ -203,14 +203,15 @@ effort request_handler::effort_of_batch(const std::vector<Message>& batch) const
 template <class Message>
 effort request_handler::answer_batch(const std::vector<Message>& batch,
                                      const std::vector<id_text>& ids, effort allowed,
-                                     std::string& out) const {
+                                     json_allocator& allocator, std::string& out) const {
   if (allowed < effort::heavy) {
     const auto takes = effort_of_batch(batch);
     if (takes > allowed) return takes;
   }
   // Results go when they are written: together they could take many times what they are as text.
   constexpr std::size_t kept_bytes = 256 * 1024;
-  json_allocator results;
+  json_allocator own;
+  auto* results = &allocator;
   batch_room room(ids);
   const auto start = out.size();
   for (std::size_t i = 0; i < batch.size(); ++i) {
@@ -221,9 +222,12 @@ effort request_handler::answer_batch(const std::vector<Message>& batch,
     if (room.refused && ids[i]) {
       json_rpc::append_error(out, *ids[i], batch_room::refusal());
     } else {
-      answer_one(batch[i], ids[i], effort::heavy, &room, results, out);
+      answer_one(batch[i], ids[i], effort::heavy, &room, *results, out);
     }
-    if (results.Size() > kept_bytes) results.Clear();
+    if (results->Size() > kept_bytes) {
+      own.Clear();
+      results = &own;
+    }
     if (out.size() == before + 1) out.resize(before);  // a notification
   }
   if (out.size() > start) out += ']';

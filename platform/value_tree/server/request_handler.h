@@ -73,7 +73,7 @@ class request_handler {
   effort effort_of_batch(const std::vector<Message>& batch) const;
   template <class Message>
   effort answer_batch(const std::vector<Message>& batch, const std::vector<id_text>& ids,
-                      effort allowed, std::string& out) const;
+                      effort allowed, json_allocator& allocator, std::string& out) const;
   template <class Message>
   effort answer_one(const Message& message, const id_text& id, effort allowed, batch_room* batch,
                     json_allocator& allocator, std::string& out) const;
