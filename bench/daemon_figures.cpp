@@ -4,6 +4,7 @@
 #include <rapidjson/document.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -14,8 +15,10 @@
 #include <vector>
 
 #include "bench/child.h"
+#include "bench/device_calls.h"
 #include "bench/report.h"
 #include "platform/nexel_client/line_client.h"
+#include "tests/system/storm.h"
 
 namespace bench {
 namespace {
@@ -32,6 +35,8 @@ constexpr int bare_cycles = 10;
 constexpr double percent = 100;
 constexpr std::chrono::seconds listening{5};
 constexpr unsigned subscribers = 64;
+constexpr std::chrono::seconds raging{5};
+constexpr unsigned stormers = 8;
 
 std::string first_line(const std::filesystem::path& path) {
   std::ifstream file(path);
@@ -89,6 +94,7 @@ bool daemon_figures::measure() {
   node_.start_devices(product);
   bool reached = measure_start();
   reached = measure_rest() && reached;
+  reached = measure_storms() && reached;
   return measure_memory() && reached;
 }
 
@@ -139,6 +145,26 @@ double daemon_figures::bare_exchanges(double a_cycle) {
     std::this_thread::sleep_for(cycle_pause);
   }
   return (use_of_thread(::getpid(), own_name()).cpu - before.cpu) / (clock::now() - begin);
+}
+
+bool daemon_figures::measure_storms() {
+  const auto socket = node_.daemon_socket();
+  const auto booster = node_.root().file("tmp/nexels/booster");
+  const double ratio = disturbed_device_calls(booster, node_.root().path());
+  const bool calls_reached =
+      report("device call, p99, 8 clients pipelining info ** to none", ratio, 1.5, "");
+  node_.write("debug/loglevel", "\"verbose\"");
+  const auto calm = test::watch(node_.daemon(), socket, raging);
+  double longest = 0;
+  for (const auto attack :
+       {test::connect_subscribe_close, test::get_everything, test::pipeline_info}) {
+    const test::storm storm(stormers, [&] { attack(socket); });
+    longest = std::max(longest, test::watch(node_.daemon(), socket, raging).longest_gap_s);
+  }
+  node_.write("debug/loglevel", "\"normal\"");
+  return report("longest delay of a cycle in storms of 8 clients", longest - calm.longest_gap_s,
+                0.2, "s") &&
+         calls_reached;
 }
 
 bool daemon_figures::measure_memory() {

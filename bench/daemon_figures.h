@@ -16,6 +16,7 @@ class daemon_figures {
  private:
   bool measure_start();
   bool measure_rest();
+  bool measure_storms();
   bool measure_memory();
   double bare_exchanges(double a_cycle);
 

@@ -14,6 +14,7 @@
 #include "platform/nexel_client/nexel_client.h"
 #include "platform/value_tree/nexel_api.h"
 #include "platform/value_tree/nx_db.h"
+#include "platform/value_tree/thread_rank.h"
 
 namespace bench {
 namespace {
@@ -65,7 +66,10 @@ std::string value_path(unsigned channel, unsigned kind) {
 void serve_tree(const std::string& path, const socket& triggers, const std::string& hung_device) {
   nexel_api server(path, 0, false);
   const auto values = build(server.get_db());
-  std::thread loop([&] { publish(values, triggers); });
+  std::thread loop([&] {
+    nx::take_rank("manager", nx::thread_rank::loops);
+    publish(values, triggers);
+  });
   std::shared_ptr<nexel_client_api> device;
   std::thread other_loop;
   if (!hung_device.empty()) {

@@ -73,7 +73,7 @@ struct tree : nx::subscription_port {
                  nx::json_value& result) override {
     std::unique_lock lock(mutex);
     for (const auto& node : db.match(path))
-      db.subscribe(session, node->get_path(0), allocator, result, lock);
+      db.subscribe(session, node, allocator, result, lock);
   }
   void unsubscribe(const std::string& path) override {
     for (const auto& node : db.match(path))
@@ -112,7 +112,7 @@ void answer_line(tree& on, std::string_view line) {
   check(on.node_owner->writes == writes, "a reader cannot write", std::string(line));
   const nx::request_handler full(on.db, nx::access::full, &on);
   std::string at_once;
-  if (full.answer_at_once(line, at_once)) {
+  if (full.answer_within(nx::effort::at_once, line, at_once) == nx::effort::at_once) {
     check_answer(at_once);
     check(on.node_owner->writes == writes, "what may wait is not done at once", std::string(line));
   }

@@ -7,6 +7,7 @@
 // call; an answer that is an error of the store leaves it alive. The process ignores SIGPIPE.
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,7 +22,7 @@ class kvs_client_exception {
   std::string text_;
 };
 
-/// Tenths of a second; 10 in all calls of this system.
+/// Tenths of a second, for a command as a whole; 10 in all calls of this system.
 struct kvs_timeout {
   constexpr kvs_timeout(unsigned number) : tenths(number) {}  // NOLINT: a plain number
   unsigned tenths;
@@ -64,6 +65,13 @@ class kvs_client {
  private:
   std::unique_ptr<connection> connection_;
 };
+
+namespace kvs {
+
+/// The process is about to end: no command of any client waits for longer than this any more.
+void announce_end(std::chrono::milliseconds patience);
+
+}  // namespace kvs
 
 /// The "memory:" store of this process, shared by all its clients.
 namespace kvs_memory {

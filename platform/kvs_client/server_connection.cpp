@@ -1,13 +1,25 @@
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <hiredis/hiredis.h>
+#include <poll.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include "platform/kvs_client/connection.h"
 
 namespace {
+
+using clock = std::chrono::steady_clock;
+using time_point = clock::time_point;
+
+// The largest value of this system, a channel plan, takes some 10 KiB.
+constexpr std::size_t most_answer_bytes = 4 * 1024 * 1024;
 
 struct free_context {
   void operator()(redisContext* context) const { redisFree(context); }
@@ -24,6 +36,8 @@ timeval to_timeval(kvs_timeout timeout) {
   return {static_cast<time_t>(timeout.tenths / 10),
           static_cast<suseconds_t>(timeout.tenths % 10) * 100000};
 }
+
+std::atomic<time_point> no_answers_from{time_point::max()};
 
 context_ptr connect_to(const kvs::endpoint& where, kvs_timeout timeout) {
   const auto limit = to_timeval(timeout);
@@ -55,12 +69,12 @@ class server_connection : public kvs_client::connection {
     append({"PING"});
     for (const auto& key : keys)
       append({"GET", key});
-    const auto pong = next_reply("ping", timeout);
+    const auto pong = next_reply("ping");
     std::vector<kvs_client::answer> answers{
         {pong->type == REDIS_REPLY_STATUS ? text_of(*pong) : std::string(), {}}};
     for (const auto& key : keys) {
       const auto what = "get " + key;
-      const auto reply = next_reply(what, timeout);
+      const auto reply = next_reply(what);
       try {
         answers.push_back({read_text(what, *reply), {}});
       } catch (const kvs_client_exception& error) {
@@ -101,13 +115,16 @@ class server_connection : public kvs_client::connection {
                      const std::vector<std::string>& words) {
     make_ready(what, timeout);
     append(words);
-    return next_reply(what, timeout);
+    return next_reply(what);
   }
 
+  /// The commands of an exchange have one deadline together: a store that answers byte by byte
+  /// gains nothing.
   void make_ready(const std::string& what, kvs_timeout timeout) {
     require_alive(what);
-    if (!context) connect(timeout);
-    redisSetTimeout(context.get(), to_timeval(timeout));
+    limit = timeout;
+    deadline = clock::now() + std::chrono::milliseconds(100) * timeout.tenths;
+    if (!context) connect();
   }
 
   /// Commands go out together with the first wait for a reply.
@@ -122,38 +139,79 @@ class server_connection : public kvs_client::connection {
                            sizes.data());
   }
 
-  reply_ptr next_reply(const std::string& what, kvs_timeout timeout) {
-    void* reply = nullptr;
-    if (redisGetReply(context.get(), &reply) != REDIS_OK || reply == nullptr) die(what, timeout);
-    return reply_ptr(static_cast<redisReply*>(reply));
+  reply_ptr next_reply(const std::string& what) {
+    for (int done = 0; done == 0;) {
+      if (redisBufferWrite(context.get(), &done) != REDIS_OK) die(what, context->errstr);
+      if (done == 0) wait_for(POLLOUT, what);
+    }
+    return read_reply(what);
   }
 
-  void connect(kvs_timeout timeout) {
+  reply_ptr read_reply(const std::string& what) {
+    auto* reader = context->reader;
+    bool begun = false;
+    for (std::size_t received = 0; received <= most_answer_bytes;) {
+      if (!begun && reader->len > reader->pos) {
+        begun = true;
+        if (!is_expected(reader->buf[reader->pos])) die(what, "unexpected answer");
+      }
+      void* reply = nullptr;
+      if (redisGetReplyFromReader(context.get(), &reply) != REDIS_OK) die(what, context->errstr);
+      if (reply != nullptr) return reply_ptr(static_cast<redisReply*>(reply));
+      wait_for(POLLIN, what);
+      const auto before = reader->len;
+      if (redisBufferRead(context.get()) != REDIS_OK) die(what, context->errstr);
+      received += reader->len - before;
+    }
+    die(what, fmt::format("an answer longer than {} bytes", most_answer_bytes));
+  }
+
+  // A text, an error, a number or a value: nothing here is answered by a list, whose announced
+  // length the reader would believe.
+  static bool is_expected(char first) {
+    return std::string_view("+-:$").find(first) != std::string_view::npos;
+  }
+
+  void wait_for(short events, const std::string& what) {
+    constexpr std::chrono::milliseconds look{50};  // whether the process is to end
+    for (;;) {
+      const auto left = std::min(deadline, no_answers_from.load()) - clock::now();
+      if (left <= clock::duration::zero()) die(what, late());
+      const auto wait =
+          std::chrono::ceil<std::chrono::milliseconds>(std::min<clock::duration>(left, look));
+      pollfd ready{.fd = context->fd, .events = events, .revents = 0};
+      if (::poll(&ready, 1, static_cast<int>(wait.count())) > 0) return;
+    }
+  }
+
+  void connect() {
     const auto where = kvs::parse_endpoint(secret_url);
-    context = connect_to(where, timeout);
+    context = connect_to(where, limit);
     if (!context) throw kvs_client_exception("no memory for a connection to " + url);
-    if (context->err != 0) die("connect", timeout);
-    if (where.login) log_in(*where.login, timeout);
+    if (context->err != 0) {
+      const bool slow = context->err == REDIS_ERR_IO && (errno == EAGAIN || errno == EINPROGRESS);
+      die("connect", slow ? late() : std::string(context->errstr));
+    }
+    ::fcntl(context->fd, F_SETFL, ::fcntl(context->fd, F_GETFL) | O_NONBLOCK);
+    context->flags &= ~REDIS_BLOCK;
+    if (where.login) log_in(*where.login);
     if (client_name.empty()) return;
-    redisSetTimeout(context.get(), to_timeval(timeout));
     // The name is for whoever looks at the store's client list; a refusal does no harm.
     append({"CLIENT", "SETNAME", client_name});
-    next_reply("connect", timeout);
+    next_reply("connect");
   }
 
-  void log_in(const kvs::credentials& login, kvs_timeout timeout) {
-    redisSetTimeout(context.get(), to_timeval(timeout));
+  void log_in(const kvs::credentials& login) {
     // By its name: a default user without a password then takes any.
-    const auto& user = login.user.empty() ? default_user : login.user;
-    const reply_ptr reply(
-        static_cast<redisReply*>(redisCommand(context.get(), "AUTH %b %b", user.data(), user.size(),
-                                              login.password.data(), login.password.size())));
-    if (!reply) die("connect", timeout);
+    append({"AUTH", login.user.empty() ? default_user : login.user, login.password});
+    const auto reply = next_reply("connect");
     if (reply->type != REDIS_REPLY_ERROR) return;
     context.reset();
     throw kvs_client_exception(
         fmt::format("connect: {}: the store refuses the password: {}", url, text_of(*reply)));
   }
+
+  std::string late() const { return fmt::format("no answer within {:.1f} s", limit.tenths / 10.0); }
 
   /// A store that answers but is not to be used tells why; nobody would learn it from a "no".
   void require_no_refusal(const redisReply& reply) const {
@@ -170,24 +228,28 @@ class server_connection : public kvs_client::connection {
     throw kvs_client_exception(fmt::format("{}: connection to {} is dead: {}", what, url, *death));
   }
 
-  [[noreturn]] void die(const std::string& what, kvs_timeout timeout) {
-    const bool late = context->err == REDIS_ERR_IO && (errno == EAGAIN || errno == EINPROGRESS);
-    death = late ? fmt::format("no answer within {:.1f} s", timeout.tenths / 10.0)
-                 : std::string(context->errstr);
+  [[noreturn]] void die(const std::string& what, const std::string& reason) {
+    death = reason;
     context.reset();
-    throw kvs_client_exception(fmt::format("{}: {}: {}", what, url, *death));
+    throw kvs_client_exception(fmt::format("{}: {}: {}", what, url, reason));
   }
 
   std::string secret_url;
   std::string url;  // for texts
   std::string client_name;
   context_ptr context;
+  kvs_timeout limit = 0;
+  time_point deadline;
   std::optional<std::string> death;
 };
 
 }  // namespace
 
 namespace kvs {
+
+void announce_end(std::chrono::milliseconds patience) {
+  no_answers_from = clock::now() + patience;
+}
 
 std::unique_ptr<kvs_client::connection> make_server_connection(std::string url,
                                                                std::string client_name) {

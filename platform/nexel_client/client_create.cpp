@@ -1,6 +1,7 @@
 #include "platform/nexel_client/client_core.h"
 #include "platform/nexel_client/in_process_core.h"
 #include "platform/nexel_client/socket_core.h"
+#include "platform/value_tree/neighbours.h"
 #include "platform/wire/socket_path.h"
 
 namespace nx {
@@ -41,6 +42,7 @@ std::shared_ptr<nexel_ipv6_client> nexel_ipv6_client::create(
     const std::string& host, unsigned port, std::string name,
     std::weak_ptr<nexel_connection_subscriber> connection_subscriber) {
   const auto address = nx::nexel_address::ipv6(host, interface, port);
+  if (io) boost::asio::use_service<nx::neighbours>(*io).enter(host);
   return nx::create_client<nexel_ipv6_client>(std::move(io), address, address.text(),
                                               std::move(name), std::move(connection_subscriber));
 }

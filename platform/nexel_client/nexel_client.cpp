@@ -4,6 +4,8 @@
 #include <cassert>
 #include <chrono>
 
+#include "platform/value_tree/io_thread.h"
+
 namespace {
 
 std::atomic<void (*)()> call_observer{nullptr};
@@ -22,6 +24,7 @@ void nexel_client_api::after_each_call(void (*observer)()) {
 
 void nexel_client_api::send(const std::shared_ptr<nexel_request>& request) {
   assert(!on_io_thread() && "a blocking call on the thread that resolves it");
+  assert(!nx::io_thread::is_current && "a blocking call on a thread that runs sockets");
   server_call(request);
 }
 

@@ -3,6 +3,7 @@
 #include <rapidjson/document.h>
 
 #include "platform/wire/json_conversion.h"
+#include "platform/wire/nx_error.h"
 
 namespace {
 
@@ -21,6 +22,8 @@ T convert_answer(const nx::json_value& result, const std::string& path) {
   } catch (const json_value_conversion_error& error) {
     throw nx_client_exception{
         -22, std::string("expected ") + error.expected + ", found " + error.found, path};
+  } catch (const nx_error& error) {
+    throw nx_client_exception{error.code, error.message, path};
   }
 }
 

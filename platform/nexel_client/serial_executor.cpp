@@ -3,6 +3,7 @@
 #include <chrono>
 #include <exception>
 #include <string>
+#include <system_error>
 #include <thread>
 
 #include "platform/note_log/note_log.h"
@@ -39,8 +40,14 @@ void serial_executor::post(std::function<void()> task) {
   if (finished_) return;
   tasks_.push_back(std::move(task));
   if (running_) return;
-  running_ = true;
-  std::thread([self = shared_from_this()] { self->run(); }).detach();
+  try {
+    std::thread([self = shared_from_this()] { self->run(); }).detach();
+    running_ = true;
+  } catch (const std::system_error& failure) {
+    // The system gives no thread now; the task waits for the next one.
+    note_log::write(note_log::error, "nexel_client",
+                    std::string("A connection event has to wait: ") + failure.what());
+  }
 }
 
 void serial_executor::finish() {

@@ -3,6 +3,8 @@
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
+#include "platform/wire/shown_text.h"
+
 namespace note_log {
 
 namespace {
@@ -21,23 +23,15 @@ std::size_t find_trace(std::string_view text) {
   return is_line ? begin : std::string_view::npos;
 }
 
-bool is_control(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte < 0x20 || byte == 0x7f;
-}
-
 void append_on_one_line(std::string& line, std::string_view text) {
   while (!text.empty() && text.back() == '\n')
     text.remove_suffix(1);
-  for (const char c : text) {
-    if (c == '\n') {
-      line += " | ";
-    } else if (is_control(c)) {
-      line += fmt::format("\\x{:02x}", static_cast<unsigned char>(c));
-    } else {
-      line += c;
-    }
+  for (auto end = text.find('\n'); end != text.npos; end = text.find('\n')) {
+    nx::append_shown_text(line, text.substr(0, end));
+    line += " | ";
+    text.remove_prefix(end + 1);
   }
+  nx::append_shown_text(line, text);
 }
 
 std::string timestamp(std::chrono::system_clock::time_point time) {

@@ -7,10 +7,10 @@
 #include "platform/wire/json_text.h"
 
 namespace nx {
+namespace {
 
-std::string event_time(std::chrono::system_clock::time_point time) {
+std::string time_text(std::chrono::sys_time<std::chrono::milliseconds> ms) {
   using namespace std::chrono;
-  const auto ms = floor<milliseconds>(time);
   const auto day = floor<days>(ms);
   const year_month_day date(day);
   const hh_mm_ss clock(ms - day);
@@ -18,6 +18,20 @@ std::string event_time(std::chrono::system_clock::time_point time) {
                      static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
                      clock.hours().count(), clock.minutes().count(), clock.seconds().count(),
                      clock.subseconds().count());
+}
+
+}  // namespace
+
+// Many events fall into one millisecond: those of a cycle, and the first ones of a subscription.
+std::string event_time(std::chrono::system_clock::time_point time) {
+  using namespace std::chrono;
+  thread_local sys_time<milliseconds> last_time{milliseconds::min()};
+  thread_local std::string last_text;
+  const auto ms = floor<milliseconds>(time);
+  if (ms == last_time) return last_text;
+  last_text = time_text(ms);
+  last_time = ms;
+  return last_text;
 }
 
 framed_event frame_event(const json_document& params) {

@@ -38,7 +38,7 @@ struct nexel_api::impl {
   nx_db db;
   std::unique_ptr<nx::nx_server> server;
 
-  // The I/O thread's own.
+  // Made and dropped by `start`; one operation is pending meanwhile.
   std::unique_ptr<boost::asio::signal_set> signals;
 
   std::mutex mutex;
@@ -46,23 +46,22 @@ struct nexel_api::impl {
   bool stopping = false;
 };
 
+// On the thread of the devices, which no client keeps busy.
 void nexel_api::impl::watch_signals() {
-  runtime->internals().run_on_io([this] {
-    signals = std::make_unique<boost::asio::signal_set>(*runtime->io_context(), SIGINT, SIGTERM);
-    signals->async_wait([this](const boost::system::error_code& cancelled, int signal) {
-      if (cancelled) return;
-      note_log::write(note_log::info, "nexel_api",
-                      signal == SIGINT ? "Stopping after SIGINT" : "Stopping after SIGTERM");
-      const std::lock_guard lock(mutex);
-      stopping = true;
-      stopped.notify_all();
-    });
+  signals = std::make_unique<boost::asio::signal_set>(*runtime->io_context(), SIGINT, SIGTERM);
+  signals->async_wait([this](const boost::system::error_code& cancelled, int signal) {
+    if (cancelled) return;
+    note_log::write(note_log::info, "nexel_api",
+                    signal == SIGINT ? "Stopping after SIGINT" : "Stopping after SIGTERM");
+    const std::lock_guard lock(mutex);
+    stopping = true;
+    stopped.notify_all();
   });
 }
 
 // A second signal ends a process whose orderly end hangs.
 void nexel_api::impl::forget_signals() {
-  runtime->internals().run_on_io([this] { signals.reset(); });
+  signals.reset();
 }
 
 nexel_api::nexel_api(const std::string& socket_path, unsigned port, bool)

@@ -10,12 +10,19 @@
 #include "platform/value_tree/history_ring.h"
 #include "platform/value_tree/path_index.h"
 #include "platform/value_tree/path_pattern.h"
+#include "platform/value_tree/tree_mutex.h"
+
+// Has a lock of its own, so that a loop that publishes never waits for who reads the index.
+struct nx::path_history {
+  std::mutex mutex;  // a leaf in the lock order
+  history_ring ring;
+};
 
 namespace {
 
 struct tree_entry {
   std::shared_ptr<nx_db_leaf_node> node;
-  nx::history_ring history;
+  std::shared_ptr<nx::path_history> history;
 };
 
 [[noreturn]] void no_such_path(const std::string& path) {
@@ -40,7 +47,7 @@ void add_paths_below(const nx::path_index::level& level, std::vector<std::string
 
 struct nx_db::impl {
   // Guards entries and index. No node is called under it but for its list of subscribers.
-  mutable std::shared_mutex mutex;
+  mutable nx::tree_mutex mutex;
   std::unordered_map<std::string, tree_entry> entries;
   nx::path_index index;
 
@@ -109,7 +116,10 @@ std::shared_ptr<nx_db_leaf_node> nx_db::put(const std::string& path,
   impl_->index.set(path, node);
   attach(*node, path);
   node->retired_ = false;
-  impl_->entries[path].node = node;
+  auto& entry = impl_->entries[path];
+  if (!entry.history) entry.history = std::make_shared<nx::path_history>();
+  node->history_ = entry.history;
+  entry.node = node;
   if (old) old->retired_ = true;
   return nullptr;
 }
@@ -166,10 +176,10 @@ std::shared_ptr<nx_db_leaf_node> nx_db::find(const std::string& path) const {
   return entry == impl_->entries.end() ? nullptr : entry->second.node;
 }
 
-std::shared_ptr<const std::string> nx_db::shared_path(const std::string& path) const {
-  const auto node = find(path);
+std::shared_ptr<nx_db_leaf_node> nx_db::node_at(const std::string& path) const {
+  auto node = find(path);
   if (!node) no_such_path(path);
-  return node->shared_path();
+  return node;
 }
 
 std::vector<std::shared_ptr<nx_db_leaf_node>> nx_db::match(const std::string& pattern) const {
@@ -177,14 +187,14 @@ std::vector<std::shared_ptr<nx_db_leaf_node>> nx_db::match(const std::string& pa
   return impl_->index.match(pattern);
 }
 
-void nx_db::subscribe(const std::shared_ptr<nx_session>& session, const std::string& path,
-                      nx::json_allocator& allocator, nx::json_value& result,
-                      std::unique_lock<std::recursive_mutex>& lock) {
-  auto node = find(path);
+void nx_db::subscribe(const std::shared_ptr<nx_session>& session,
+                      std::shared_ptr<nx_db_leaf_node> node, nx::json_allocator& allocator,
+                      nx::json_value& result, std::unique_lock<std::recursive_mutex>& lock) {
+  const auto path = node->shared_path();
   while (node) {
     nx::json_value answer(rapidjson::kObjectType);
-    node->subscribe(session, path, allocator, answer, lock);
-    const auto present = find(path);
+    node->subscribe(session, *path, allocator, answer, lock);
+    const auto present = find(*path);
     if (present == node) {
       for (auto& member : answer.GetObject()) {
         result.AddMember(member.name, member.value, allocator);
@@ -194,7 +204,7 @@ void nx_db::subscribe(const std::shared_ptr<nx_session>& session, const std::str
     node->unsubscribe(session);
     node = present;
   }
-  no_such_path(path);
+  no_such_path(*path);
 }
 
 bool nx_db::is_pattern(const std::string& path) {
@@ -229,19 +239,24 @@ void nx_db::append_to_history(std::shared_ptr<nx_db_node> node) {
     nx::json_document document;
     value = nx::json_text(leaf->export_history_entry(document.GetAllocator()));
   }
+  const auto history = node->history_;
+  if (!history || node->is_retired()) return;
   const auto time = now();
-  const std::lock_guard lock(impl_->mutex);
-  const auto entry = impl_->entries.find(*node->path_);
-  if (entry == impl_->entries.end() || entry->second.node != node) return;
-  entry->second.history.append(time, value, history_depth);
+  const std::lock_guard lock(history->mutex);
+  history->ring.append(time, value, history_depth);
 }
 
 std::vector<nx_db::history_entry> nx_db::history(const std::string& path) const {
-  const std::shared_lock lock(impl_->mutex);
-  const auto entry = impl_->entries.find(path);
-  if (entry == impl_->entries.end()) no_such_path(path);
+  std::shared_ptr<nx::path_history> history;
+  {
+    const std::shared_lock lock(impl_->mutex);
+    const auto entry = impl_->entries.find(path);
+    if (entry == impl_->entries.end()) no_such_path(path);
+    history = entry->second.history;
+  }
   std::vector<history_entry> found;
-  for (auto& kept : entry->second.history.entries()) {
+  const std::lock_guard lock(history->mutex);
+  for (auto& kept : history->ring.entries()) {
     found.push_back({kept.time, std::move(kept.value)});
   }
   return found;

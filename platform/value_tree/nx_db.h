@@ -40,16 +40,16 @@ class nx_db {
 
   /// Null if there is none.
   std::shared_ptr<nx_db_leaf_node> find(const std::string& path) const;
-  /// The path as its node keeps it. Throws nx_error -2 "No such path: P".
-  std::shared_ptr<const std::string> shared_path(const std::string& path) const;
+  /// Throws nx_error -2 "No such path: P".
+  std::shared_ptr<nx_db_leaf_node> node_at(const std::string& path) const;
 
   /// All nodes whose path fits the pattern, in the order of the paths: '*' stands for one segment,
   /// '**' at the end for the rest. A pattern without stars is a path.
   std::vector<std::shared_ptr<nx_db_leaf_node>> match(const std::string& pattern) const;
 
-  /// Subscribes the session at the node of a path, and at its successor should the node be replaced
-  /// meanwhile. Throws nx_error -2 "No such path: P", and what the node throws.
-  void subscribe(const std::shared_ptr<nx_session>& session, const std::string& path,
+  /// Subscribes the session at a node, and at its successor should the node be replaced meanwhile.
+  /// Throws nx_error -2 "No such path: P", and what the node throws.
+  void subscribe(const std::shared_ptr<nx_session>& session, std::shared_ptr<nx_db_leaf_node> node,
                  nx::json_allocator& allocator, nx::json_value& result,
                  std::unique_lock<std::recursive_mutex>& lock);
   static bool is_pattern(const std::string& path);

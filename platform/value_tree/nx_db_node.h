@@ -18,6 +18,9 @@
 #include "platform/wire/nx_error.h"
 
 class nx_db;
+namespace nx {
+struct path_history;
+}
 
 class nx_db_node : public std::enable_shared_from_this<nx_db_node> {
  public:
@@ -44,6 +47,7 @@ class nx_db_node : public std::enable_shared_from_this<nx_db_node> {
   std::string name_;
   // Set by nx_db::add_node before the node can be reached, constant after it.
   std::shared_ptr<const std::string> path_;
+  std::shared_ptr<nx::path_history> history_;  // the path's: a node's successor goes on with it
 };
 
 /// A node without subscribers.
@@ -87,7 +91,7 @@ class nx_db_leaf_node : public nx_db_node {
   /// True for commands: a `set` is then a `run`.
   virtual bool write_returns_response() const;
   /// True when `get` may wait for a device, a network or a setter that waits; such reads are
-  /// answered on a worker thread, all others on the I/O thread.
+  /// answered on a worker thread, others on the I/O thread unless there are many of them.
   virtual bool read_may_wait() const;
 
   nx_db* db = nullptr;  ///< the tree; null until add_node has attached the node

@@ -15,8 +15,8 @@ class io_context;
 
 namespace nx {
 
-/// The threads behind one or more servers: the I/O thread, the growing pool of workers, the
-/// pollers.
+/// The threads behind one or more servers: the I/O thread of the sessions and that of the devices'
+/// clients, the workers, the pollers.
 class server_runtime {
  public:
   server_runtime();
@@ -24,6 +24,7 @@ class server_runtime {
   server_runtime(const server_runtime&) = delete;
   server_runtime& operator=(const server_runtime&) = delete;
 
+  /// For the clients of devices and of the peer. No session of a server runs on it.
   std::shared_ptr<boost::asio::io_context> io_context();
   std::shared_ptr<poll_scheduler> poller();
 
@@ -61,6 +62,9 @@ class nx_server {
   void drop_subscriptions(const std::string& path);
   /// How long a client may take no output before its session is closed; for tests.
   void set_stuck_limit(std::chrono::milliseconds limit);
+  /// How long a session of the supervisory link that is subscribed to nothing may ask for nothing;
+  /// for tests.
+  void set_silent_limit(std::chrono::milliseconds limit);
 
   struct impl;
 

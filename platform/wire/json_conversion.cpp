@@ -1,11 +1,13 @@
 #include "platform/wire/json_conversion.h"
 
+#include <fmt/format.h>
 #include <rapidjson/document.h>
 
 #include <cmath>
 #include <limits>
 
 #include "platform/wire/json_text.h"
+#include "platform/wire/limits.h"
 #include "platform/wire/nx_error.h"
 
 namespace nx {
@@ -24,6 +26,11 @@ float narrowed(double number) {
   const bool infinite = std::abs(number) >= first_infinite;
   return std::copysign(infinite ? float_limits::infinity() : float_limits::max(),
                        number < 0 ? -1.0F : 1.0F);
+}
+
+void check_string(std::size_t bytes) {
+  if (bytes <= limits::string_bytes) return;
+  throw nx_error(-22, fmt::format("String value longer than {} bytes", limits::string_bytes));
 }
 
 bool is_container(const json_value& value) {
@@ -45,6 +52,20 @@ const char* json_type_name(const json_value& value) {
   if (value.IsFloat()) return "float";
   if (value.IsDouble()) return "double";
   return "unknown";
+}
+
+void check_strings(const json_value& value) {
+  if (value.IsString()) check_string(value.GetStringLength());
+  if (value.IsArray()) {
+    for (const auto& element : value.GetArray())
+      check_strings(element);
+  }
+  if (value.IsObject()) {
+    for (const auto& member : value.GetObject()) {
+      check_strings(member.name);
+      check_strings(member.value);
+    }
+  }
 }
 
 template <>
@@ -73,8 +94,10 @@ unsigned int from_json<unsigned int>(const json_value& value) {
 
 template <>
 std::string from_json<std::string>(const json_value& value) {
-  if (value.IsString()) return {value.GetString(), value.GetStringLength()};
-  return json_text(value);
+  std::string text =
+      value.IsString() ? std::string(value.GetString(), value.GetStringLength()) : json_text(value);
+  check_string(text.size());
+  return text;
 }
 
 template <>

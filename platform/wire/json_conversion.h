@@ -25,11 +25,15 @@ const char* json_type_name(const json_value& value);
 ///   float         any number that a double holds without loss ("float")
 ///   int           an integer in the signed 32-bit range ("int")
 ///   unsigned int  an integer in the unsigned 32-bit range ("unsigned int")
-///   std::string   a string as it is; anything else as its compact JSON text; never fails
+///   std::string   a string as it is; anything else as its compact JSON text; nx_error -22 when
+///                 it is longer than the limit of the protocol
 ///   json_document an object or array, copied, or a string that holds the text of one
 ///                 ("object or array", "stringified object or array")
 template <class T>
 T from_json(const json_value& value);
+
+/// Throws nx_error -22 when the value is, or holds, a string beyond the limit of the protocol.
+void check_strings(const json_value& value);
 
 /// The reverse. The allocator is the one of the document that the value goes into.
 template <class T>

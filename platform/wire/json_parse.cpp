@@ -107,6 +107,8 @@ class limited_builder {
 }  // namespace
 
 void parse_json_into(json_document& target, std::string_view text) {
+  // A text that begins with a mark of its byte order is somebody's file, no line of the protocol.
+  if (text.starts_with("\xef\xbb\xbf")) refuse("Byte order mark at byte 0");
   // The parser takes a zero byte for the end of the text.
   if (const auto zero = text.find('\0'); zero != text.npos) {
     refuse(fmt::format("Zero byte at byte {}", zero));

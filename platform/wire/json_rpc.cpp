@@ -10,10 +10,10 @@ namespace {
 
 constexpr std::string_view head = R"({"jsonrpc":"2.0",)";
 
-void append_id(std::string& out, const json_value& id) {
+void append_id(std::string& out, std::string_view id) {
   out += head;
   out += R"("id":)";
-  append_json_text(out, id);
+  out += id;
 }
 
 }  // namespace
@@ -21,7 +21,7 @@ void append_id(std::string& out, const json_value& id) {
 std::string request(std::uint64_t id, std::string_view method, std::string_view params_text) {
   std::string line;
   line.reserve(64 + params_text.size());
-  append_id(line, json_value(id));
+  append_id(line, std::to_string(id));
   line += R"(,"method":)";
   append_json_string(line, method);
   line += R"(,"params":)";
@@ -34,14 +34,14 @@ std::string request(std::uint64_t id, std::string_view method, const json_value&
   return request(id, method, std::string_view(json_text(params)));
 }
 
-void append_result(std::string& out, const json_value& id, const json_value& result) {
+void append_result(std::string& out, std::string_view id, const json_value& result) {
   append_id(out, id);
   out += R"(,"result":)";
   append_json_text(out, result);
   out += '}';
 }
 
-void append_error(std::string& out, const json_value& id, const nx_error& error) {
+void append_error(std::string& out, std::string_view id, const nx_error& error) {
   append_id(out, id);
   out += R"(,"error":)";
   append_error_object(out, error);
@@ -50,7 +50,7 @@ void append_error(std::string& out, const json_value& id, const nx_error& error)
 
 std::string error_without_id(const nx_error& error) {
   std::string line;
-  append_error(line, json_value(), error);
+  append_error(line, "null", error);
   return line;
 }
 
@@ -79,6 +79,20 @@ json_value error_value(const nx_error& error, json_allocator& allocator) {
   return object;
 }
 
+bool is_error_value(const json_value& value) {
+  if (!value.IsObject() || value.MemberCount() != 2) return false;
+  const auto code = value.FindMember("code");
+  const auto message = value.FindMember("message");
+  return code != value.MemberEnd() && code->value.IsInt() && message != value.MemberEnd() &&
+         message->value.IsString();
+}
+
+json_value value_in_error(json_value error, json_allocator& allocator) {
+  json_value object(rapidjson::kObjectType);
+  object.AddMember("error", error, allocator);
+  return object;
+}
+
 nx_error error_from_value(const json_value& error) {
   nx_error found(-1, "Unknown error!");
   if (!error.IsObject()) return found;
@@ -88,7 +102,7 @@ nx_error error_from_value(const json_value& error) {
   }
   const auto message = error.FindMember("message");
   if (message != error.MemberEnd() && message->value.IsString()) {
-    found.message = from_json<std::string>(message->value);
+    found.message.assign(message->value.GetString(), message->value.GetStringLength());
   }
   return found;
 }

@@ -21,9 +21,9 @@ inline constexpr std::int32_t invalid_params = -32602;
 std::string request(std::uint64_t id, std::string_view method, const json_value& params);
 std::string request(std::uint64_t id, std::string_view method, std::string_view params_text);
 
-/// Appends an answer. A null id is the one of a message that could not be read.
-void append_result(std::string& out, const json_value& id, const json_value& result);
-void append_error(std::string& out, const json_value& id, const nx_error& error);
+/// Appends an answer. The id is JSON text, as it came; "null" of a message that could not be read.
+void append_result(std::string& out, std::string_view id, const json_value& result);
+void append_error(std::string& out, std::string_view id, const nx_error& error);
 /// The same for a message whose id is not known.
 std::string error_without_id(const nx_error& error);
 
@@ -33,6 +33,11 @@ std::string notification(std::string_view method, const json_value& params);
 /// {"code":..,"message":..}, the form of an error inside answers, events and results.
 void append_error_object(std::string& out, const nx_error& error);
 json_value error_value(const nx_error& error, json_allocator& allocator);
+/// True for a value of exactly that form.
+bool is_error_value(const json_value& value);
+
+/// {"error":{"code":..,"message":..}}: how a value in error stands among others.
+json_value value_in_error(json_value error, json_allocator& allocator);
 
 /// The reverse; members that are missing or of another type read as -1 and "Unknown error!".
 nx_error error_from_value(const json_value& error);

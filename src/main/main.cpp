@@ -3,6 +3,7 @@
 
 #include <malloc.h>
 
+#include <chrono>
 #include <exception>
 #include <iostream>
 #include <memory>
@@ -13,10 +14,12 @@
 #include "helpers/guard.h"
 #include "helpers/logger.h"
 #include "helpers/service_manager.h"
+#include "main/allocation.h"
 #include "main/lumora_manager.h"
 #include "main/manager_thread.h"
 #include "main/options.h"
 #include "main/stop_signals.h"
+#include "platform/kvs_client/kvs_client.h"
 #include "platform/nexel_client/nexel_client.h"
 #include "platform/note_log/note_log.h"
 #include "platform/value_tree/nexel_api.h"
@@ -32,16 +35,21 @@ constexpr int status_orderly_end = 0;
 constexpr int status_wrong_command_line = 1;
 constexpr int status_no_server = 2;  // a restart may help here, unlike above
 
+/// A store that answers takes milliseconds; one that does not must not hold up the end.
+constexpr std::chrono::milliseconds last_store_answers{500};
+
 /// What the flood guard still holds back is written when everything else is gone.
 struct end_of_log {
   ~end_of_log() { note_log::flush(); }
 };
 
 /// A client may ask for answers of megabytes. Left to itself the allocator raises its threshold at
-/// the first of them, and each thread then keeps what the next ones took.
+/// the first of them, and each thread then keeps what the next ones took, in an arena of its own.
 void give_large_memory_back() {
   constexpr int threshold_bytes = 128 * 1024;
+  constexpr int most_arenas = 4;
   ::mallopt(M_MMAP_THRESHOLD, threshold_bytes);
+  ::mallopt(M_ARENA_MAX, most_arenas);
 }
 
 /// Lends the calling thread to the server until it is told to end; then ends the manager thread.
@@ -58,6 +66,7 @@ void serve(nexel_api& server, lumora_manager& daemon, std::shared_ptr<manager::i
   server.start();
   service.stopping();
   LUMORA_LOG(2, "Shutting down manager thread");
+  kvs::announce_end(last_store_answers);
   thread.stop();
 }
 
@@ -65,6 +74,7 @@ void serve(nexel_api& server, lumora_manager& daemon, std::shared_ptr<manager::i
 
 int main(int argc, const char** argv) try {
   catch_stop_signals();
+  end_without_memory(status_no_server);
   const end_of_log written_last;
   const auto given = parse_options(argc, argv);
   if (!given) return status_wrong_command_line;

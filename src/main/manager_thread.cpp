@@ -1,15 +1,14 @@
 #include "main/manager_thread.h"
 
-#include <pthread.h>
-
 #include <atomic>
 
 #include "helpers/waiting.h"
+#include "platform/value_tree/thread_rank.h"
 
 manager_thread::manager_thread(lumora_manager& daemon, std::shared_ptr<manager::interface>& manager,
                                bool& running_flag)
     : running(running_flag), thread([&daemon, &manager, &running_flag] {
-        ::pthread_setname_np(::pthread_self(), "manager");
+        nx::take_rank("manager", nx::thread_rank::loops);
         daemon.start(manager, &running_flag);
       }) {}
 

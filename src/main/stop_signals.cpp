@@ -31,6 +31,8 @@ void catch_stop_signals() {
   ::sigaction(SIGINT, &action, nullptr);
   ::sigaction(SIGTERM, &action, nullptr);
   std::signal(SIGPIPE, SIG_IGN);
+  // The end of the terminal it was started from is none of a node's.
+  std::signal(SIGHUP, SIG_IGN);
 }
 
 stop_relay::stop_relay(std::function<void()> stop)

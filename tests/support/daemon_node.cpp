@@ -69,13 +69,14 @@ process& daemon_node::start_daemon(const std::vector<std::string>& arguments) {
 }
 
 process::settings daemon_node::daemon_settings(const std::vector<std::string>& arguments) const {
-  process::settings what{{program("lumora_manager"), "--interface_name", "none0"},
-                         {{"NX_ROOT", root_.path()},
-                          {"KVS_URL", store_.url()},
-                          {"REDIS_CONF_HASH_TAG", conf_tag},
-                          {"REDIS_DATA_HASH_TAG", data_tag}},
-                         {"JOURNAL_STREAM", "NOTE_LOG_SEVERITY", "NOTE_LOG_TRACE", "NOTIFY_SOCKET",
-                          "WATCHDOG_PID", "WATCHDOG_USEC"}};
+  process::settings what{
+      {program("lumora_manager"), "--interface_name", interface_, "--port", std::to_string(port_)},
+      {{"NX_ROOT", root_.path()},
+       {"KVS_URL", store_.url()},
+       {"REDIS_CONF_HASH_TAG", conf_tag},
+       {"REDIS_DATA_HASH_TAG", data_tag}},
+      {"JOURNAL_STREAM", "NOTE_LOG_SEVERITY", "NOTE_LOG_TRACE", "NOTIFY_SOCKET", "WATCHDOG_PID",
+       "WATCHDOG_USEC"}};
   what.environment.insert(daemon_environment_.begin(), daemon_environment_.end());
   what.command.insert(what.command.end(), arguments.begin(), arguments.end());
   return what;

@@ -41,7 +41,14 @@ class daemon_node {
   process& devices() { return *devices_; }
   void stop_devices() { devices_.reset(); }
 
-  /// A daemon below this node's folder. `arguments` follow "--interface_name NONE".
+  /// Where the daemons that start from now on listen for a peer; an interface that is none, by
+  /// itself.
+  void listen_on(const std::string& interface, unsigned port) {
+    interface_ = interface;
+    port_ = port;
+  }
+
+  /// A daemon below this node's folder. `arguments` follow those of where it listens.
   process& start_daemon(const std::vector<std::string>& arguments = {});
   process& daemon() { return *daemon_; }
   /// As `start_daemon` would run it: for a second one, or with other variables.
@@ -63,6 +70,8 @@ class daemon_node {
 
  private:
   temp_folder root_;
+  std::string interface_ = "none0";
+  unsigned port_ = 5100;
   private_redis store_{root_.path()};
   std::map<std::string, std::string> daemon_environment_;
   std::unique_ptr<process> devices_;

@@ -3,6 +3,7 @@
 #include <rapidjson/document.h>
 
 #include "platform/wire/json_conversion.h"
+#include "platform/wire/json_rpc.h"
 
 namespace test {
 
@@ -56,7 +57,12 @@ void value_node::subscribe(std::shared_ptr<nx_session> session, const std::strin
                            std::unique_lock<std::recursive_mutex>& lock) {
   const std::lock_guard value_lock(mutex_);
   nx_db_event_node::subscribe(session, path, allocator, result, lock);
-  add_member(result, path, json_, allocator);
+  std::string shown = json_;
+  if (error_) {
+    shown.clear();
+    nx::json_rpc::append_error_object(shown, *error_);
+  }
+  add_member(result, path, shown, allocator);
   send_event_to_session_impl(error_ ? create_error_event(get_path(0), *error_) : event(), true,
                              session);
 }

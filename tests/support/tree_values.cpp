@@ -67,7 +67,7 @@ std::string subscribe_to(nx_db& tree, const std::string& path,
     std::recursive_mutex mutex;
     std::unique_lock lock(mutex);
     nx::json_document result(rapidjson::kObjectType);
-    tree.subscribe(session, path, result.GetAllocator(), result, lock);
+    tree.subscribe(session, tree.node_at(path), result.GetAllocator(), result, lock);
     shown = nx::json_text(member(result, path));
   });
   return failure.empty() ? shown : failure;

@@ -15,6 +15,7 @@
 #include "tests/support/process_figures.h"
 #include "tests/system/crowd.h"
 #include "tests/system/daemon_pair.h"
+#include "tests/system/storm.h"
 
 namespace {
 
@@ -49,6 +50,10 @@ class soak {
       }
       ++recoveries_;
       tell(name, clock_type::now() - start);
+      if (!is_within_its_limits()) {
+        fmt::print("more memory or threads than the service may have, after: {}\n", name);
+        return 1;
+      }
     }
     fmt::print("{} recoveries, none without\n", recoveries_);
     return 0;
@@ -75,7 +80,7 @@ class soak {
   /// Breaks one thing and mends it; the rest is the daemons' own affair.
   std::string break_something() {
     const unsigned node = any(pair_.size());
-    switch (any(9)) {
+    switch (any(10)) {
       case 0:
         pair_.near().store().stop();
         pause();
@@ -95,6 +100,8 @@ class soak {
       case 5:
       case 6:
         return break_devices(2);
+      case 7:
+        return let_clients_storm(node);
       default:
         return break_devices(1);
     }
@@ -114,6 +121,28 @@ class soak {
     pause();
     pair_.daemon(node).signal(SIGCONT);
     return fmt::format("daemon {} stopped", node);
+  }
+
+  /// Clients without measure, one kind after the other.
+  std::string let_clients_storm(unsigned node) {
+    const auto socket = pair_.daemon_socket(node);
+    for (const auto attack :
+         {test::connect_subscribe_close, test::get_everything, test::pipeline_info}) {
+      const test::storm raging(8, [&] { attack(socket); });
+      pause();
+    }
+    return fmt::format("storms of clients at {}", node);
+  }
+
+  /// What the service of the package may take.
+  bool is_within_its_limits() {
+    constexpr double most_mib = 384;
+    constexpr unsigned most_threads = 128;
+    for (unsigned node = 0; node < pair_.size(); ++node) {
+      const auto seen = test::figures_of(pair_.daemon(node).pid());
+      if (seen.resident_mib > most_mib || seen.threads > most_threads) return false;
+    }
+    return true;
   }
 
   /// About once a second, for up to a minute.

@@ -5,6 +5,8 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
+#include "platform/wire/json_rpc.h"
+#include "platform/wire/shown_text.h"
 #include "tools/common/units.h"
 
 namespace tools {
@@ -23,23 +25,25 @@ std::string rounded(const nx::json_value& number) {
 }  // namespace
 
 std::optional<nx_error> error_in(const nx::json_value& value) {
-  if (!value.IsObject() || value.MemberCount() != 2) return std::nullopt;
-  const auto code = value.FindMember("code");
-  const auto message = value.FindMember("message");
-  if (code == value.MemberEnd() || !code->value.IsInt()) return std::nullopt;
-  if (message == value.MemberEnd() || !message->value.IsString()) return std::nullopt;
-  return nx_error(code->value.GetInt(), message->value.GetString());
+  if (!value.IsObject() || value.MemberCount() != 1) return std::nullopt;
+  const auto error = value.FindMember("error");
+  if (error == value.MemberEnd() || !nx::json_rpc::is_error_value(error->value)) {
+    return std::nullopt;
+  }
+  return nx::json_rpc::error_from_value(error->value);
 }
 
 std::string error_text(const nx_error& error) {
-  return fmt::format("{} {}", error.code, error.message);
+  return fmt::format("{} {}", error.code, nx::shown_text(error.message));
 }
 
 std::string value_text(const std::string& path, const nx::json_value& value, detail wanted) {
   if (const auto error = error_in(value)) return fmt::format("({})", error_text(*error));
-  if (value.IsString()) return {value.GetString(), value.GetStringLength()};
+  if (value.IsString()) return nx::shown_text({value.GetString(), value.GetStringLength()});
   const auto unit = unit_of(path);
-  if (wanted == detail::bare || !value.IsNumber() || unit.empty()) return nx::json_text(value);
+  if (wanted == detail::bare || !value.IsNumber() || unit.empty()) {
+    return nx::shown_text(nx::json_text(value));
+  }
   return fmt::format("{} {}", rounded(value), unit);
 }
 

@@ -17,8 +17,8 @@ enum class detail {
 
 std::string value_text(const std::string& path, const nx::json_value& value, detail wanted);
 
-/// A pattern's answer carries a value in error as an object of "code" and "message"; empty when the
-/// value is a value.
+/// A pattern's answer carries a value in error as {"error":{"code":..,"message":..}}; empty when
+/// the value is a value.
 std::optional<nx_error> error_in(const nx::json_value& value);
 
 /// "-61 Value has not been set"

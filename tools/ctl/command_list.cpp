@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
+#include "platform/wire/shown_text.h"
 #include "tools/ctl/context.h"
 #include "tools/ctl/exit_code.h"
 #include "tools/ctl/format.h"
@@ -25,7 +26,7 @@ rows listed(context& with, const std::string& path, bool recursive) {
   rows names;
   for (const auto& member : result.GetObject()) {
     for (const auto& name : member.value.GetArray())
-      names.emplace_back(name.GetString(), "");
+      names.emplace_back(nx::shown_text(name.GetString()), "");
   }
   return names;
 }

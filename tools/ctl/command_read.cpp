@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "platform/wire/shown_text.h"
 #include "tools/common/value_text.h"
 #include "tools/ctl/context.h"
 #include "tools/ctl/exit_code.h"
@@ -53,7 +54,7 @@ void print_history(const std::string& path, const nx::json_value& entries, const
   for (const auto& entry : entries.GetArray()) {
     const auto text =
         value_text(path, entry["value"], with.bare ? detail::bare : detail::with_unit);
-    fmt::print("{}  {}\n", entry["time"].GetString(), text);
+    fmt::print("{}  {}\n", nx::shown_text(entry["time"].GetString()), text);
   }
 }
 

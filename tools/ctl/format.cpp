@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+#include "platform/wire/json_rpc.h"
+#include "platform/wire/shown_text.h"
 #include "tools/common/value_text.h"
 
 namespace tools::ctl {
@@ -57,7 +59,7 @@ rows rows_of(const nx::json_value& members, bool bare) {
   rows table;
   for (const auto& member : members.GetObject()) {
     const std::string path = member.name.GetString();
-    table.emplace_back(path,
+    table.emplace_back(nx::shown_text(path),
                        value_text(path, member.value, bare ? detail::bare : detail::with_unit));
   }
   return table;
@@ -94,28 +96,39 @@ std::string tree_text(const rows& table) {
 }
 
 std::string info_line(const std::string& path, const nx::json_value& record) {
-  if (const auto error = error_in(record)) return fmt::format("{}  ({})", path, error_text(*error));
-  if (!record.IsObject()) return fmt::format("{}  {}", path, nx::json_text(record));
+  const auto shown = nx::shown_text(path);
+  if (const auto error = error_in(record)) {
+    return fmt::format("{}  ({})", shown, error_text(*error));
+  }
+  if (!record.IsObject()) {
+    return fmt::format("{}  {}", shown, nx::shown_text(nx::json_text(record)));
+  }
   auto kind = text_of(record, "type");
   auto type = text_of(record, "valueType");
-  return fmt::format("{}  {}  {}  {}{}", path, kind.empty() ? "-" : kind, type.empty() ? "-" : type,
-                     may_of(record), rest_of(record));
+  const auto rest = fmt::format("{}  {}  {}{}", kind.empty() ? "-" : kind,
+                                type.empty() ? "-" : type, may_of(record), rest_of(record));
+  return fmt::format("{}  {}", shown, nx::shown_text(rest));
 }
 
 std::string event_line(const nx::json_value& message) {
   const auto params = message.FindMember("params");
-  if (params == message.MemberEnd() || !params->value.IsObject()) return nx::json_text(message);
+  if (params == message.MemberEnd() || !params->value.IsObject()) {
+    return nx::shown_text(nx::json_text(message));
+  }
   const auto path = text_of(params->value, "path");
+  const auto shown = nx::shown_text(path);
   if (text_of(message, "method") == "ended") {
-    return fmt::format("{}  ended: {}", path, text_of(params->value, "reason"));
+    return fmt::format("{}  ended: {}", shown, nx::shown_text(text_of(params->value, "reason")));
   }
-  const auto time = text_of(params->value, "time");
-  for (const char* content : {"value", "error"}) {
-    const auto found = params->value.FindMember(content);
-    if (found == params->value.MemberEnd()) continue;
-    return fmt::format("{}  {}  {}", time, path, value_text(path, found->value, detail::with_unit));
+  const auto time = nx::shown_text(text_of(params->value, "time"));
+  if (const auto value = params->value.FindMember("value"); value != params->value.MemberEnd()) {
+    return fmt::format("{}  {}  {}", time, shown,
+                       value_text(path, value->value, detail::with_unit));
   }
-  return fmt::format("{}  {}", time, path);
+  const auto error = params->value.FindMember("error");
+  if (error == params->value.MemberEnd()) return fmt::format("{}  {}", time, shown);
+  return fmt::format("{}  {}  ({})", time, shown,
+                     error_text(nx::json_rpc::error_from_value(error->value)));
 }
 
 }  // namespace tools::ctl

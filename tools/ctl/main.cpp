@@ -10,6 +10,7 @@
 
 #include "platform/nexel_client/line_client.h"
 #include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/shown_text.h"
 #include "tools/ctl/context.h"
 #include "tools/ctl/endpoint.h"
 #include "tools/ctl/exit_code.h"
@@ -79,7 +80,7 @@ void declare(CLI::App& app, options& given, action& chosen) {
 }
 
 int fail(int code, const std::string& text) {
-  fmt::print(stderr, "lumoractl: {}\n", text);
+  fmt::print(stderr, "lumoractl: {}\n", nx::shown_text(text));
   return code;
 }
 

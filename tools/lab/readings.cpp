@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <charconv>
 
+#include "platform/wire/shown_text.h"
+
 namespace tools::lab {
 
 namespace {
@@ -24,7 +26,7 @@ void readings::put_all(const nx::json_value& members, const std::string& prefix)
     const auto path = prefix + member.name.GetString();
     if (member.value.IsNumber()) put(path, member.value.GetDouble());
     if (member.value.IsBool()) put(path, member.value.GetBool());
-    if (member.value.IsString()) put(path, std::string(member.value.GetString()));
+    if (member.value.IsString()) put(path, nx::shown_text(member.value.GetString()));
   }
 }
 

@@ -69,10 +69,12 @@ void interface_listener::come(const sockaddr_in6& address) {
   if (listeners_.contains(where)) return;
   const auto& endpoint = where.first;
   try {
-    auto made = std::make_shared<listener>(io_, listen_on(address, port_, interface_),
-                                           [accepted = accepted_, endpoint](owned_fd connection) {
-                                             accepted(std::move(connection), endpoint);
-                                           });
+    auto made = std::make_shared<listener>(
+        io_, listen_on(address, port_, interface_),
+        [accepted = accepted_, endpoint](owned_fd connection) {
+          accepted(std::move(connection), endpoint);
+        },
+        accepts_a_second);
     made->start();
     listeners_.emplace(where, std::move(made));
     warned_.clear();

@@ -29,6 +29,8 @@ class interface_listener : public std::enable_shared_from_this<interface_listene
   void stop();
 
   static constexpr std::chrono::milliseconds look_interval{1000};
+  /// Of new connections on an address: a neighbour makes one in a while.
+  static constexpr unsigned accepts_a_second = 100;
 
  private:
   /// Endpoint and number of the interface: one that was plugged in anew has another.

@@ -2,6 +2,7 @@
 
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 
@@ -13,14 +14,21 @@ namespace {
 // Without free descriptors the waiting connection would be reported again at once, for ever.
 constexpr std::chrono::milliseconds pause_after_failure{100};
 
+constexpr std::chrono::milliseconds pause_of_pace{20};
+constexpr unsigned accepts_a_turn = 16;
+
 bool is_connection_failure(int error) {
   return error == ECONNABORTED || error == EINTR || error == EPROTO;
 }
 
 }  // namespace
 
-listener::listener(boost::asio::io_context& io, owned_fd listening, accepted_callback accepted)
-    : listening_(io, listening.release()), pause_(io), accepted_(std::move(accepted)) {}
+listener::listener(boost::asio::io_context& io, owned_fd listening, accepted_callback accepted,
+                   unsigned a_second)
+    : listening_(io, listening.release()),
+      pause_(io),
+      accepted_(std::move(accepted)),
+      a_second_(a_second) {}
 
 void listener::start() {
   wait();
@@ -35,15 +43,17 @@ void listener::stop() {
 void listener::wait() {
   listening_.async_wait(boost::asio::posix::stream_descriptor::wait_read,
                         [self = shared_from_this()](const boost::system::error_code& failed) {
-                          if (!failed && self->listening_.is_open()) self->accept_all();
+                          if (!failed && self->listening_.is_open()) self->accept_some();
                         });
 }
 
-void listener::accept_all() {
-  while (true) {
+void listener::accept_some() {
+  for (unsigned count = 0; count < accepts_a_turn; ++count) {
+    if (!may_accept()) return pause(pause_of_pace);
     owned_fd connection(
         ::accept4(listening_.native_handle(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
     if (connection) {
+      saved_ -= 1;
       accepted_(std::move(connection));
       if (!listening_.is_open()) return;
       continue;
@@ -52,12 +62,25 @@ void listener::accept_all() {
     if (is_connection_failure(errno)) continue;
     note_log::write(note_log::error, "nexel_api",
                     "Cannot accept a connection: " + std::generic_category().message(errno));
-    pause_.expires_after(pause_after_failure);
-    pause_.async_wait([self = shared_from_this()](const boost::system::error_code& cancelled) {
-      if (!cancelled && self->listening_.is_open()) self->accept_all();
-    });
-    return;
+    return pause(pause_after_failure);
   }
+  wait();  // others have their turn
+}
+
+bool listener::may_accept() {
+  if (a_second_ == 0) return true;
+  const auto now = std::chrono::steady_clock::now();
+  const std::chrono::duration<double> passed = now - saved_at_;
+  saved_at_ = now;
+  saved_ = std::min(saved_ + passed.count() * a_second_, double{accepts_a_turn});
+  return saved_ >= 1;
+}
+
+void listener::pause(std::chrono::milliseconds time) {
+  pause_.expires_after(time);
+  pause_.async_wait([self = shared_from_this()](const boost::system::error_code& cancelled) {
+    if (!cancelled && self->listening_.is_open()) self->accept_some();
+  });
 }
 
 }  // namespace nx

@@ -3,10 +3,12 @@
 #include <fmt/format.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <boost/asio/local/stream_protocol.hpp>
 #include <boost/asio/post.hpp>
 
 #include "platform/note_log/note_log.h"
+#include "platform/value_tree/neighbours.h"
 #include "platform/value_tree/nx_db.h"
 #include "platform/value_tree/server/server_impl.h"
 #include "platform/value_tree/server/session.h"
@@ -17,7 +19,9 @@ namespace nx {
 nx_server::impl::impl(server_runtime::impl& runtime_of_server, nx_db& tree,
                       const std::string& socket_path)
     : session_host(runtime_of_server, tree, socket_path),
-      socket_(std::make_unique<unix_socket>(socket_path)) {
+      socket_(std::make_unique<unix_socket>(socket_path)),
+      limits_(boost::asio::use_service<neighbours>(*runtime.device_io)),
+      silence_timer_(*runtime.io) {
   listeners_.push_back(std::make_shared<listener>(
       *runtime.io, socket_->take(),
       [this](owned_fd connection) { accept(std::move(connection), access::full, false, {}); }));
@@ -64,12 +68,14 @@ void nx_server::impl::add_interface(const std::string& interface_name, unsigned 
         close_all(closing);
       }));
   if (accepting_) interfaces_.back()->start();
+  close_silent_ones();
 }
 
 void nx_server::impl::accept(owned_fd connection, access rights, bool tcp,
                              const std::string& endpoint) {
   if (fault == server_fault::refusing) return;
-  if (sessions_.size() >= limits::sessions) return refuse(connection);
+  const auto from = limits_.origin_of(connection.get(), !endpoint.empty());
+  if (const auto why = limits_.refusal(from)) return refuse(connection, *why);
   if (tcp) tune_connection(connection.get());
   const boost::asio::generic::stream_protocol protocol(tcp ? AF_INET6 : AF_UNIX, 0);
   session::socket socket(*runtime.io, protocol, connection.release());
@@ -78,18 +84,39 @@ void nx_server::impl::accept(owned_fd connection, access rights, bool tcp,
       fmt::format("session {} of {}{}", ++session_number_, name,
                   tcp ? " over " + (endpoint.empty() ? "TCP" : endpoint) : ""));
   sessions_.insert(made);
+  limits_.entered(made, from);
   if (!endpoint.empty()) endpoints_.emplace(made, endpoint);
   made->start();
 }
 
-void nx_server::impl::refuse(const owned_fd& connection) const {
-  constexpr std::int32_t no_room = -105;
-  const auto text = fmt::format("More than {} sessions", limits::sessions);
-  note_log::write(note_log::warning, "nexel_api", text + " of " + name);
-  const auto line = json_rpc::error_without_id({no_room, text}) + '\n';
+void nx_server::impl::refuse(const owned_fd& connection, const nx_error& why) const {
+  note_log::write(note_log::warning, "nexel_api", why.message + " of " + name);
+  const auto line = json_rpc::error_without_id(why) + '\n';
   // The socket is new and takes it, or the client does without.
   [[maybe_unused]] const auto sent =
       ::send(connection.get(), line.data(), line.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+}
+
+// The link has few places, and nothing but a session's use of it tells who is worth one.
+void nx_server::impl::close_silent_ones() {
+  constexpr std::chrono::milliseconds longest_look{5000};
+  silence_timer_.expires_after(std::min(silent_limit_ / 4, longest_look));
+  silence_timer_.async_wait([weak = weak_from_this()](const boost::system::error_code& cancelled) {
+    const auto self = weak.lock();
+    if (self && !cancelled) self->close_silent_ones();
+  });
+  const auto since = std::chrono::steady_clock::now() - silent_limit_;
+  const auto present = sessions_;  // a session that closes leaves the set
+  for (const auto& one : present) {
+    if (!limits_.on_link(one) || !one->is_silent_since(since)) continue;
+    const auto seconds = std::chrono::duration<double>(silent_limit_).count();
+    one->close(fmt::format("it has asked for nothing for {:g} s", seconds));
+  }
+}
+
+void nx_server::impl::set_silent_limit(std::chrono::milliseconds limit) {
+  silent_limit_ = limit;
+  if (!interfaces_.empty()) close_silent_ones();
 }
 
 void nx_server::impl::node_added(const std::string& path) {
@@ -121,6 +148,7 @@ void nx_server::impl::close_all(const session_set& closing) {
 void nx_server::impl::session_closed(const std::shared_ptr<session>& closed) {
   sessions_.erase(closed);
   endpoints_.erase(closed);
+  limits_.left(closed);
 }
 
 void nx_server::impl::job_started() {
@@ -135,6 +163,7 @@ void nx_server::impl::job_done() {
 
 void nx_server::impl::stop_accepting() {
   shut_down_ = true;
+  silence_timer_.cancel();
   for (const auto& one : listeners_)
     one->stop();
   for (const auto& one : interfaces_)
@@ -193,6 +222,10 @@ void nx_server::drop_subscriptions(const std::string& path) {
 
 void nx_server::set_stuck_limit(std::chrono::milliseconds limit) {
   impl_->runtime.run_on_io([this, limit] { impl_->stuck_limit = limit; });
+}
+
+void nx_server::set_silent_limit(std::chrono::milliseconds limit) {
+  impl_->runtime.run_on_io([this, limit] { impl_->set_silent_limit(limit); });
 }
 
 }  // namespace nx

@@ -14,6 +14,7 @@
 #include "platform/wire/json_parse.h"
 #include "platform/wire/json_rpc.h"
 #include "platform/wire/limits.h"
+#include "platform/wire/message_ids.h"
 
 namespace nx {
 namespace {
@@ -63,18 +64,14 @@ bool is_valid_id(const json_value& id) {
   return id.IsString() || id.IsNumber() || id.IsNull();
 }
 
-// The id to answer under: null for a message that has none, or none that can be answered.
-const json_value* id_of(const json_value& message) {
-  if (!message.IsObject()) return nullptr;
-  const auto* id = find_member(message, "id");
-  return id != nullptr && is_valid_id(*id) ? id : nullptr;
+// The id to answer under; a number comes back as it was written.
+std::optional<std::string> id_of(const json_value& message, std::string_view number) {
+  const auto* id = message.IsObject() ? find_member(message, "id") : nullptr;
+  if (id == nullptr || !is_valid_id(*id)) return std::nullopt;
+  return id->IsNumber() && !number.empty() ? std::string(number) : json_text(*id);
 }
 
 // Memory and lines are limited; so is what one message can ask for.
-bool too_long(const std::string& out, std::size_t start) {
-  return out.size() - start > limits::output_bytes_per_session;
-}
-
 nx_error too_long_error() {
   return {json_rpc::invalid_request,
           fmt::format("Invalid request: its answer is longer than {} bytes",
@@ -103,97 +100,186 @@ void check_batch(const json_value& batch) {
 
 }  // namespace
 
+// What the answers of a batch may still take. The first that finds no room is refused, and so is
+// every request behind it that wants an answer: that one is not done.
+struct request_handler::batch_room {
+  // A refusal: its frame and its text, beside the id.
+  static constexpr std::size_t refusal_bytes = 256;
+
+  explicit batch_room(const std::vector<id_text>& ids) {
+    for (const auto& id : ids)
+      reserved += bytes_of(id);
+  }
+
+  void next(const id_text& id) { reserved -= bytes_of(id); }
+  static std::size_t bytes_of(const id_text& id) { return refusal_bytes + (id ? id->size() : 0); }
+  static nx_error refusal() {
+    return {json_rpc::invalid_request,
+            fmt::format("Invalid request: with its answer those of the batch are longer than {} "
+                        "bytes",
+                        limits::output_bytes_per_session)};
+  }
+
+  std::size_t reserved = 0;  // for refusals of the requests that are still to come
+  std::size_t used = 0;
+  bool refused = false;
+};
+
 std::string request_handler::answer(std::string_view line) const {
   std::string out;
-  answer_line(line, true, out);
+  answer_within(effort::heavy, line, out);
   return out;
 }
 
-bool request_handler::answer_at_once(std::string_view line, std::string& out) const {
-  return answer_line(line, false, out);
-}
-
-bool request_handler::answer_line(std::string_view line, bool may_wait, std::string& out) const {
+effort request_handler::answer_within(effort allowed, std::string_view line,
+                                      std::string& out) const {
+  constexpr std::size_t long_line = 32 * 1024;
+  if (line.size() > long_line && allowed < effort::heavy) return effort::heavy;
   arena_lease lease;
   auto& allocator = lease.allocator();
-  if (const auto get = read_plain_get(line)) {
-    return answer_message(*get, may_wait, allocator, out);
-  }
-  json_document message(&allocator);
   try {
+    if (const auto get = read_plain_get(line)) {
+      return answer_one(*get, std::to_string(get->id), allowed, nullptr, allocator, out);
+    }
     if (std::vector<plain_get> gets; read_plain_gets(line, gets)) {
-      return answer_batch(gets, may_wait, allocator, out);
+      std::vector<id_text> ids;
+      ids.reserve(gets.size());
+      for (const auto& get : gets)
+        ids.emplace_back(std::to_string(get.id));
+      return answer_batch(gets, ids, allowed, allocator, out);
     }
-    parse_json_into(message, line);
-    if (!message.IsArray()) return answer_message(message, may_wait, allocator, out);
-    check_batch(message);
-    return answer_batch(message.GetArray(), may_wait, allocator, out);
+    return answer_messages(line, allowed, allocator, out);
   } catch (const nx_error& fault) {
-    json_rpc::append_error(out, json_value(), fault);
-    return true;
+    json_rpc::append_error(out, "null", fault);
+    return effort::at_once;
   }
 }
 
-template <class Messages>
-bool request_handler::answer_batch(const Messages& batch, bool may_wait, json_allocator& allocator,
-                                   std::string& out) const {
-  const auto waits = [this](const auto& message) { return message_may_wait(message); };
-  if (!may_wait && std::any_of(batch.begin(), batch.end(), waits)) return false;
-  const auto start = out.size();
-  for (const auto& message : batch) {
-    const auto before = out.size();
-    out += before == start ? '[' : ',';
-    answer_message(message, true, allocator, out);
-    if (out.size() == before + 1) out.resize(before);  // a notification
-    if (too_long(out, start)) {
-      out.resize(start);
-      throw too_long_error();
-    }
+effort request_handler::answer_messages(std::string_view line, effort allowed,
+                                        json_allocator& allocator, std::string& out) const {
+  json_document message(&allocator);
+  const auto numbers = number_ids(line);
+  if (some_are_long(numbers)) {
+    parse_json_into(message, with_short_ids(line, numbers));
+  } else {
+    parse_json_into(message, line);
   }
-  if (out.size() > start) out += ']';
-  return true;
-}
-
-bool request_handler::answer_message(const json_value& message, bool may_wait,
-                                     json_allocator& allocator, std::string& out) const {
-  return answer_one(message, id_of(message), may_wait, allocator, out);
-}
-
-bool request_handler::answer_message(const plain_get& message, bool may_wait,
-                                     json_allocator& allocator, std::string& out) const {
-  const json_value id(message.id);
-  return answer_one(message, &id, may_wait, allocator, out);
+  if (!message.IsArray()) {
+    const json_value& only = message;
+    const auto id = id_of(only, numbers.empty() ? std::string_view() : numbers.front());
+    return answer_one(&only, id, allowed, nullptr, allocator, out);
+  }
+  check_batch(message);
+  std::vector<const json_value*> batch;
+  std::vector<id_text> ids;
+  auto number = numbers.begin();
+  for (const auto& element : message.GetArray()) {
+    batch.push_back(&element);
+    const bool numbered = element.IsObject() && number != numbers.end();
+    ids.push_back(id_of(element, numbered ? *number++ : std::string_view()));
+  }
+  return answer_batch(batch, ids, allowed, allocator, out);
 }
 
 template <class Message>
-bool request_handler::answer_one(const Message& message, const json_value* id, bool may_wait,
-                                 json_allocator& allocator, std::string& out) const {
-  const auto start = out.size();
-  try {
-    const request asked = prepare(message);
-    if (!may_wait && this->may_wait(asked)) return false;
-    json_value result(rapidjson::kObjectType);
-    execute(asked, allocator, result);
-    if (id == nullptr) return true;
-    json_rpc::append_result(out, *id, result);
-    if (too_long(out, start)) throw too_long_error();
-  } catch (...) {
-    const nx_error error = current_node_error();
-    out.resize(start);
-    static const json_value no_id;
-    const bool answered = id != nullptr || error.code == json_rpc::invalid_request;
-    if (answered) json_rpc::append_error(out, id != nullptr ? *id : no_id, error);
+effort request_handler::effort_of_batch(const std::vector<Message>& batch) const {
+  constexpr unsigned few_patterns = 2;
+  if (batch.size() > methods::few_messages) return effort::heavy;
+  effort takes = effort::at_once;
+  unsigned patterns = 0;
+  for (const auto& message : batch) {
+    try {
+      const auto asked = prepare(message, effort::at_once);
+      takes = std::max(takes, asked.takes);
+      if (asked.is_pattern && ++patterns > few_patterns) return effort::heavy;
+    } catch (const nx_error&) {
+      // A fault is answered at once.
+    }
+    if (takes == effort::heavy) break;
   }
-  return true;
+  return takes;
 }
 
-request_handler::request request_handler::prepare(const json_value& message) const {
-  check_frame(message);
-  const auto* name = find_member(message, "method");
+template <class Message>
+effort request_handler::answer_batch(const std::vector<Message>& batch,
+                                     const std::vector<id_text>& ids, effort allowed,
+                                     json_allocator& allocator, std::string& out) const {
+  if (allowed < effort::heavy) {
+    const auto takes = effort_of_batch(batch);
+    if (takes > allowed) return takes;
+  }
+  // Results go when they are written: together they could take many times what they are as text.
+  constexpr std::size_t kept_bytes = 256 * 1024;
+  json_allocator own;
+  auto* results = &allocator;
+  batch_room room(ids);
+  const auto start = out.size();
+  for (std::size_t i = 0; i < batch.size(); ++i) {
+    const auto before = out.size();
+    room.used = before - start;
+    room.next(ids[i]);
+    out += before == start ? '[' : ',';
+    if (room.refused && ids[i]) {
+      json_rpc::append_error(out, *ids[i], batch_room::refusal());
+    } else {
+      answer_one(batch[i], ids[i], effort::heavy, &room, *results, out);
+    }
+    if (results->Size() > kept_bytes) {
+      own.Clear();
+      results = &own;
+    }
+    if (out.size() == before + 1) out.resize(before);  // a notification
+  }
+  if (out.size() > start) out += ']';
+  return effort::at_once;
+}
+
+template <class Message>
+effort request_handler::answer_one(const Message& message, const id_text& id, effort allowed,
+                                   batch_room* batch, json_allocator& allocator,
+                                   std::string& out) const {
+  const auto start = out.size();
+  const auto refuse = [&](const nx_error& error) {
+    out.resize(start);
+    if (id || error.code == json_rpc::invalid_request) {
+      json_rpc::append_error(out, id.value_or("null"), error);
+    }
+  };
+  request asked;
+  try {
+    asked = prepare(message, allowed);
+    if (asked.takes > allowed) return asked.takes;
+    json_value result(rapidjson::kObjectType);
+    execute(asked, allocator, result);
+    if (id) json_rpc::append_result(out, *id, result);
+    check_size(asked, id ? out.size() - start : 0, batch);
+  } catch (const answer_too_long&) {
+    if (asked.asked->subscribes && subscriptions_ != nullptr) subscriptions_->take_back();
+    if (batch != nullptr) batch->refused = true;
+    refuse(batch != nullptr ? batch_room::refusal() : too_long_error());
+  } catch (...) {
+    refuse(current_node_error());
+  }
+  return effort::at_once;
+}
+
+// The first events of a subscription follow its answer at once, and wait with it.
+void request_handler::check_size(const request& asked, std::size_t bytes,
+                                 const batch_room* batch) const {
+  if (batch != nullptr) bytes += batch->used + batch->reserved;
+  if (asked.asked->subscribes && subscriptions_ != nullptr) {
+    bytes += subscriptions_->first_event_bytes();
+  }
+  if (bytes > limits::output_bytes_per_session) throw answer_too_long();
+}
+
+request_handler::request request_handler::prepare(const json_value* message, effort allowed) const {
+  check_frame(*message);
+  const auto* name = find_member(*message, "method");
   if (name == nullptr || !name->IsString()) refuse_request("\"method\" must be a string");
   request asked;
   asked.asked = &methods::find({name->GetString(), name->GetStringLength()});
-  asked.params = find_member(message, "params");
+  asked.params = find_member(*message, "params");
   if (asked.params == nullptr || !asked.params->IsObject()) {
     refuse_params("expected an object with a \"path\"");
   }
@@ -201,35 +287,41 @@ request_handler::request request_handler::prepare(const json_value& message) con
   if (path == nullptr || !path->IsString()) refuse_params("\"path\" must be a string");
   asked.path.assign(path->GetString(), path->GetStringLength());
   asked.is_pattern = asked.asked->takes_pattern && nx_db::is_pattern(asked.path);
-  if (asked.is_pattern) {
-    asked.nodes = db_.match(asked.path);
-  } else if (auto node = db_.find(asked.path)) {
-    asked.nodes.push_back(std::move(node));
-  }
+  find_nodes(asked, allowed);
   return asked;
 }
 
-request_handler::request request_handler::prepare(const plain_get& message) const {
+request_handler::request request_handler::prepare(const plain_get& message, effort allowed) const {
   static const auto& get = methods::find("get");
   request asked;
   asked.asked = &get;
   asked.path = message.path;
-  if (auto node = db_.find(asked.path)) asked.nodes.push_back(std::move(node));
+  find_nodes(asked, allowed);
   return asked;
 }
 
-bool request_handler::may_wait(const request& asked) const {
-  if (asked.asked->writes) return rights_ == access::full;
+// What takes more than is allowed is not even looked up.
+void request_handler::find_nodes(request& asked, effort allowed) const {
+  const auto& how = *asked.asked;
+  if (how.writes) {
+    asked.takes = rights_ == access::full ? effort::waiting : effort::at_once;
+  } else if (client_is_gone()) {
+    throw client_gone_error();
+  }
+  if (asked.is_pattern) {
+    if (asked.path.ends_with("**")) asked.takes = effort::heavy;
+    if (asked.takes > allowed) return;
+    asked.nodes = db_.match(asked.path);
+    if (asked.nodes.size() > methods::few_nodes) asked.takes = effort::heavy;
+  } else if (auto node = db_.find(asked.path)) {
+    asked.nodes.push_back(std::move(node));
+  }
+  if (how.lists && find_member(*asked.params, "recursive") != nullptr) {
+    asked.takes = effort::heavy;
+  }
   const auto waits = [](const auto& node) { return node->read_may_wait(); };
-  return asked.asked->reads_value && std::any_of(asked.nodes.begin(), asked.nodes.end(), waits);
-}
-
-template <class Message>
-bool request_handler::message_may_wait(const Message& message) const {
-  try {
-    return may_wait(prepare(message));
-  } catch (const nx_error&) {
-    return false;  // a fault is answered at once
+  if (how.reads_value && std::any_of(asked.nodes.begin(), asked.nodes.end(), waits)) {
+    asked.takes = std::max(asked.takes, effort::waiting);
   }
 }
 

@@ -3,8 +3,10 @@
 // fuzzers call it as it is.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/wire/json.h"
 
@@ -14,7 +16,14 @@ namespace nx {
 
 enum class access { full, read_only };
 
-/// The subscriptions of the session that asks. Both throw nx_error.
+/// What it takes to answer a line.
+enum class effort {
+  at_once,  ///< on the I/O thread
+  waiting,  ///< may have to wait: a write, a command, a read that waits for a device
+  heavy     ///< takes its time: much of the tree, a large batch, a long line
+};
+
+/// The subscriptions of the session that asks. Both `subscribe` and `unsubscribe` throw nx_error.
 class subscription_port {
  public:
   virtual ~subscription_port() = default;
@@ -23,6 +32,12 @@ class subscription_port {
   virtual void subscribe(const std::string& path, json_allocator& allocator,
                          json_value& result) = 0;
   virtual void unsubscribe(const std::string& path) = 0;
+  /// Undoes the last `subscribe`, whose answer is refused. What was subscribed before stays.
+  virtual void take_back() {}
+  /// Of subscriptions whose answer is not sent yet.
+  virtual std::size_t first_event_bytes() const { return 0; }
+  /// True once the client takes no answers any more: what it asked is not worked out.
+  virtual bool is_gone() const { return false; }
 };
 
 struct plain_get;
@@ -36,33 +51,38 @@ class request_handler {
   /// The answer to a line, without a line end; empty when nothing is to be answered.
   std::string answer(std::string_view line) const;
 
-  /// The same unless the request may have to wait (a write, a command, a read that waits for a
-  /// device): then nothing is done and the result is false.
-  bool answer_at_once(std::string_view line, std::string& out) const;
+  /// Appends the same to `out` if it takes no more than `allowed`; else nothing is done. Returns
+  /// what it takes.
+  effort answer_within(effort allowed, std::string_view line, std::string& out) const;
+
+  access rights() const { return rights_; }
 
  private:
   struct request;
   struct method;
   struct methods;
+  struct batch_room;
 
-  bool answer_line(std::string_view line, bool may_wait, std::string& out) const;
+  // An id is the text of its JSON; none of a message that wants no answer.
+  using id_text = std::optional<std::string>;
+
+  effort answer_messages(std::string_view line, effort allowed, json_allocator& allocator,
+                         std::string& out) const;
   // A message is a JSON value, or a get in its plain form.
-  template <class Messages>
-  bool answer_batch(const Messages& batch, bool may_wait, json_allocator& allocator,
-                    std::string& out) const;
-  bool answer_message(const json_value& message, bool may_wait, json_allocator& allocator,
-                      std::string& out) const;
-  bool answer_message(const plain_get& message, bool may_wait, json_allocator& allocator,
-                      std::string& out) const;
   template <class Message>
-  bool answer_one(const Message& message, const json_value* id, bool may_wait,
-                  json_allocator& allocator, std::string& out) const;
-  request prepare(const json_value& message) const;
-  request prepare(const plain_get& message) const;
+  effort effort_of_batch(const std::vector<Message>& batch) const;
   template <class Message>
-  bool message_may_wait(const Message& message) const;
-  bool may_wait(const request& asked) const;
+  effort answer_batch(const std::vector<Message>& batch, const std::vector<id_text>& ids,
+                      effort allowed, json_allocator& allocator, std::string& out) const;
+  template <class Message>
+  effort answer_one(const Message& message, const id_text& id, effort allowed, batch_room* batch,
+                    json_allocator& allocator, std::string& out) const;
   void execute(const request& asked, json_allocator& allocator, json_value& result) const;
+  request prepare(const json_value* message, effort allowed) const;
+  request prepare(const plain_get& message, effort allowed) const;
+  void find_nodes(request& asked, effort allowed) const;
+  void check_size(const request& asked, std::size_t bytes, const batch_room* batch) const;
+  bool client_is_gone() const { return subscriptions_ != nullptr && subscriptions_->is_gone(); }
 
   nx_db& db_;
   access rights_;

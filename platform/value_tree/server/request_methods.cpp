@@ -8,6 +8,7 @@
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_parse.h"
 #include "platform/wire/json_rpc.h"
+#include "platform/wire/limits.h"
 
 namespace nx {
 namespace {
@@ -16,11 +17,37 @@ void add_member(const request_call& call, const std::string& path, json_value va
   call.result.AddMember(to_json(path, call.allocator), value, call.allocator);
 }
 
+// Looks whether to go on, each time so many members have come.
+class member_count {
+ public:
+  explicit member_count(const request_call& call) : call_(call) {}
+  void next() {
+    constexpr unsigned stride = 64;
+    if (++count_ % stride == 0) call_.check();
+  }
+
+ private:
+  const request_call& call_;
+  unsigned count_ = 0;
+};
+
 void add_info(const request_call& call, const std::string& path, const nx_db_leaf_node& node) {
   add_member(call, path, node.get_info(call.allocator));
 }
 
 }  // namespace
+
+void request_call::check() const {
+  // A result in memory takes no more than a few times the room of its text.
+  constexpr std::size_t most_bytes = 4 * limits::output_bytes_per_session;
+  if (allocator.Size() > most_bytes) throw answer_too_long();
+  if (subscriptions != nullptr && subscriptions->is_gone()) throw client_gone_error();
+}
+
+nx_error client_gone_error() {
+  constexpr std::int32_t connection_reset = -104;
+  return {connection_reset, "The client has gone"};
+}
 
 nx_db_leaf_node& request_handler::request::node() const {
   if (nodes.empty()) throw nx_error(-2, "No such path: " + path);
@@ -42,10 +69,14 @@ const request_handler::method& request_handler::methods::find(std::string_view n
       {.name = "set", .execute = set, .writes = true},
       {.name = "run", .execute = run, .writes = true},
       {.name = "reset", .execute = reset, .writes = true},
-      {.name = "subscribe", .execute = subscribe, .takes_pattern = true, .reads_value = true},
+      {.name = "subscribe",
+       .execute = subscribe,
+       .subscribes = true,
+       .takes_pattern = true,
+       .reads_value = true},
       {.name = "unsubscribe", .execute = unsubscribe, .takes_pattern = true},
       {.name = "info", .execute = info, .takes_pattern = true},
-      {.name = "list", .execute = list},
+      {.name = "list", .execute = list, .lists = true},
       {.name = "history", .execute = history},
   }};
   for (const auto& known : table) {
@@ -60,12 +91,15 @@ const request_handler::method& request_handler::methods::find(std::string_view n
 
 void request_handler::methods::get(const request& asked, const request_call& call) {
   if (!asked.is_pattern) return asked.node().get(asked.path, call.allocator, call.result);
+  member_count members(call);
   for (const auto& node : asked.nodes) {
+    members.next();
     const auto path = node->get_path(0);
     try {
       node->get(path, call.allocator, call.result);
     } catch (...) {
-      add_member(call, path, json_rpc::error_value(current_node_error(), call.allocator));
+      auto error = json_rpc::error_value(current_node_error(), call.allocator);
+      add_member(call, path, json_rpc::value_in_error(std::move(error), call.allocator));
     }
   }
 }
@@ -73,6 +107,7 @@ void request_handler::methods::get(const request& asked, const request_call& cal
 void request_handler::methods::set(const request& asked, const request_call& call) {
   auto& node = asked.node();
   const auto& value = asked.param("value");
+  check_strings(value);
   if (node.write_returns_response()) {
     node.run(asked.path, value, call.allocator, call.result);
   } else {
@@ -81,7 +116,10 @@ void request_handler::methods::set(const request& asked, const request_call& cal
 }
 
 void request_handler::methods::run(const request& asked, const request_call& call) {
-  asked.node().run(asked.path, asked.param("args"), call.allocator, call.result);
+  auto& node = asked.node();
+  const auto& args = asked.param("args");
+  check_strings(args);
+  node.run(asked.path, args, call.allocator, call.result);
 }
 
 void request_handler::methods::reset(const request& asked, const request_call&) {
@@ -101,8 +139,11 @@ void request_handler::methods::unsubscribe(const request& asked, const request_c
 
 void request_handler::methods::info(const request& asked, const request_call& call) {
   if (!asked.is_pattern) return add_info(call, asked.path, asked.node());
-  for (const auto& node : asked.nodes)
+  member_count members(call);
+  for (const auto& node : asked.nodes) {
+    members.next();
     add_info(call, node->get_path(0), *node);
+  }
 }
 
 void request_handler::methods::list(const request& asked, const request_call& call) {

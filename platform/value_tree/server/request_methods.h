@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/value_tree/server/request_handler.h"
+#include "platform/wire/nx_error.h"
 
 class nx_db_leaf_node;
 
@@ -18,6 +19,7 @@ struct request_handler::request {
   const method* asked = nullptr;
   std::string path;
   const json_value* params = nullptr;
+  effort takes = effort::at_once;
   bool is_pattern = false;
   std::vector<std::shared_ptr<nx_db_leaf_node>> nodes;  // that the path fits
 
@@ -33,17 +35,32 @@ struct request_call {
   subscription_port* subscriptions;
   json_allocator& allocator;
   json_value& result;
+
+  /// Called now and then while a large result grows. Throws answer_too_long when it is that
+  /// already, and nx_error when nobody is there any more to take it.
+  void check() const;
 };
+
+/// The answer is refused, and what the request has done is undone.
+struct answer_too_long {};
+
+nx_error client_gone_error();
 
 struct request_handler::method {
   std::string_view name;
   void (*execute)(const request& asked, const request_call& call);
   bool writes = false;         // refused to read-only sessions, and may wait
+  bool subscribes = false;     // taken back when its answer is refused
+  bool lists = false;          // large when it is recursive
   bool takes_pattern = false;  // else a star is a character of the path
   bool reads_value = false;    // may wait when a node's read may
 };
 
 struct request_handler::methods {
+  // Of a pattern or a batch that is answered on the I/O thread: well under a millisecond.
+  static constexpr std::size_t few_nodes = 512;
+  static constexpr std::size_t few_messages = 512;
+
   /// Throws nx_error -32601.
   static const method& find(std::string_view name);
 

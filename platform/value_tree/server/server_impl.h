@@ -2,6 +2,8 @@
 // I/O thread unless it says otherwise.
 #pragma once
 
+#include <boost/asio/steady_timer.hpp>
+#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <map>
@@ -17,6 +19,7 @@
 #include "platform/value_tree/server/request_handler.h"
 #include "platform/value_tree/server/runtime_impl.h"
 #include "platform/value_tree/server/session_host.h"
+#include "platform/value_tree/server/session_limits.h"
 #include "platform/value_tree/server/unix_socket.h"
 
 namespace nx {
@@ -30,12 +33,14 @@ struct nx_server::impl : public session_host, public std::enable_shared_from_thi
   void add_interface(const std::string& interface_name, unsigned port);
   void set_fault(server_fault wanted);
   void drop_subscriptions(const std::string& path);
+  void set_silent_limit(std::chrono::milliseconds limit);
   /// Ends everything and returns when no worker executes a request any more. On any thread but the
   /// I/O thread.
   void shut_down();
 
   // session_host
   void session_closed(const std::shared_ptr<session>& closed) override;
+  void client_gone(const std::shared_ptr<session>& of) override { limits_.left(of); }
   void job_started() override;
   void job_done() override;
 
@@ -43,7 +48,8 @@ struct nx_server::impl : public session_host, public std::enable_shared_from_thi
   using session_set = std::set<std::shared_ptr<session>>;
 
   void accept(owned_fd connection, access rights, bool tcp, const std::string& endpoint);
-  void refuse(const owned_fd& connection) const;
+  void refuse(const owned_fd& connection, const nx_error& why) const;
+  void close_silent_ones();
   void node_added(const std::string& path);
   void close_all(const session_set& closing);
   void stop_accepting();
@@ -55,6 +61,9 @@ struct nx_server::impl : public session_host, public std::enable_shared_from_thi
   std::vector<std::shared_ptr<interface_listener>> interfaces_;
   session_set sessions_;
   std::map<std::shared_ptr<session>, std::string> endpoints_;  // of sessions over an interface
+  session_limits limits_;
+  boost::asio::steady_timer silence_timer_;
+  std::chrono::milliseconds silent_limit_ = limits::silent_link_session;
   unsigned long session_number_ = 0;
   std::shared_ptr<void> tree_watch_;
 

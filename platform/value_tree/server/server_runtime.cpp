@@ -1,9 +1,11 @@
-#include <pthread.h>
+#include <malloc.h>
 
+#include <algorithm>
 #include <boost/asio/post.hpp>
 #include <future>
 
 #include "platform/note_log/note_log.h"
+#include "platform/value_tree/io_thread.h"
 #include "platform/value_tree/server/node_errors.h"
 #include "platform/value_tree/server/runtime_impl.h"
 #include "platform/value_tree/server/session.h"
@@ -12,8 +14,9 @@ namespace nx {
 namespace {
 
 // A handler that throws costs its own work only; the thread goes on with the next.
-void run_io(boost::asio::io_context& io) {
-  pthread_setname_np(pthread_self(), "nx_io");
+void run_io(boost::asio::io_context& io, const char* name, thread_rank rank) {
+  take_rank(name, rank);
+  io_thread::is_current = true;
   while (!io.stopped()) {
     try {
       io.run();
@@ -24,21 +27,53 @@ void run_io(boost::asio::io_context& io) {
   }
 }
 
+std::size_t cores() {
+  return std::max(1U, std::thread::hardware_concurrency());
+}
+
+// Requests that wait are short but for the waiting.
+worker_pool::settings for_waiting() {
+  worker_pool::settings how;
+  how.usual_threads = cores() + 1;
+  return how;
+}
+
+// One core is left to the loops and to everybody else's small questions. What large answers took is
+// given back when they are over.
+worker_pool::settings for_heavy_work() {
+  worker_pool::settings how;
+  how.thread_name = "nx_heavy";
+  how.rank = thread_rank::background;
+  how.usual_threads = std::max<std::size_t>(1, cores() - 1);
+  how.max_threads = how.usual_threads + 3;
+  how.standstill = std::chrono::milliseconds(500);
+  how.at_rest = [] { ::malloc_trim(0); };
+  return how;
+}
+
 }  // namespace
 
 server_runtime::impl::impl()
     : io(std::make_shared<boost::asio::io_context>(1)),
+      device_io(std::make_shared<boost::asio::io_context>(1)),
       poller(std::make_shared<thread_poller>()),
-      workers(std::make_unique<worker_pool>()),
+      workers(std::make_unique<worker_pool>(for_waiting())),
+      heavy_workers(std::make_unique<worker_pool>(for_heavy_work())),
       work(io->get_executor()),
-      io_thread([context = io] { run_io(*context); }) {}
+      device_work(device_io->get_executor()),
+      io_thread([context = io] { run_io(*context, "nx_io", thread_rank::serving); }),
+      device_thread(
+          [context = device_io] { run_io(*context, "nx_device_io", thread_rank::loops); }) {}
 
 server_runtime::impl::~impl() {
-  // Polls and requests may still need the I/O thread for their device calls.
+  // Polls and requests may still need the I/O threads, for their device calls too.
   poller->stop();
   workers.reset();
+  heavy_workers.reset();
   io->stop();
   io_thread.join();
+  device_io->stop();
+  device_thread.join();
 }
 
 void server_runtime::impl::run_on_io(const std::function<void()>& job) {
@@ -85,7 +120,7 @@ server_runtime::server_runtime() : impl_(std::make_unique<impl>()) {}
 server_runtime::~server_runtime() = default;
 
 std::shared_ptr<boost::asio::io_context> server_runtime::io_context() {
-  return impl_->io;
+  return impl_->device_io;
 }
 
 std::shared_ptr<poll_scheduler> server_runtime::poller() {

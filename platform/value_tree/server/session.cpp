@@ -1,7 +1,9 @@
 #include "platform/value_tree/server/session.h"
 
 #include <fmt/format.h>
+#include <poll.h>
 
+#include <algorithm>
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/post.hpp>
 #include <cassert>
@@ -18,8 +20,14 @@ namespace {
 // reads is slowed down instead of being closed.
 constexpr std::size_t pause_bytes = 1024 * 1024;
 constexpr std::size_t write_bytes = 256 * 1024;
+constexpr std::size_t bytes_a_turn = 1024 * 1024;
 constexpr std::size_t kept_bytes = 32 * 1024;  // of the output buffer once all of it is sent
 constexpr std::size_t lines_per_job = 64;
+// After so long others have their turn.
+constexpr std::chrono::microseconds turn_on_io_thread{500};
+constexpr std::chrono::milliseconds turn_on_worker{5};
+// Read ahead while a worker is busy: enough to see that the client has gone.
+constexpr std::size_t read_ahead_bytes = 64 * 1024;
 
 std::string too_long_answer() {
   return json_rpc::error_without_id(
@@ -33,8 +41,13 @@ bool would_block(const boost::system::error_code& error) {
 }  // namespace
 
 session::session(std::shared_ptr<session_host> host, socket stream, access rights, std::string name)
-    : host_(std::move(host)), name_(std::move(name)), handler_(host_->db, rights, this) {
-  connection_.emplace(connection{std::move(stream), boost::asio::steady_timer(*host_->runtime.io)});
+    : host_(std::move(host)),
+      name_(std::move(name)),
+      handler_(host_->db, rights, this),
+      outbox_(&host_->waiting_answers) {
+  auto& io = *host_->runtime.io;
+  connection_.emplace(
+      connection{std::move(stream), boost::asio::steady_timer(io), boost::asio::steady_timer(io)});
 }
 
 std::shared_ptr<session> session::self() {
@@ -63,9 +76,29 @@ void session::on_read(const boost::system::error_code& failed, std::size_t size)
   if (closed_) return;
   if (failed && failed != boost::asio::error::eof) return close({});
   ended_ = ended_ || failed;
+  if (ended_) look_whether_gone();
   if (host_->fault == server_fault::hung) return ended_ ? close({}) : read();
   splitter_.append({input_.data(), size});
-  process();
+  if (!busy_) return process();
+  if (!ended_ && splitter_.waiting() < read_ahead_bytes) read();
+}
+
+// A client that has closed its unix socket reads no answers; one that has only ended its sending
+// does. Over TCP the two look alike: one that may only read is taken to have gone, one that may
+// write to be there.
+bool session::has_hung_up() {
+  pollfd looked{.fd = connection_->stream.native_handle(), .events = POLLRDHUP, .revents = 0};
+  if (::poll(&looked, 1, 0) != 1) return false;
+  const auto ends = POLLHUP | POLLERR | (handler_.rights() == access::read_only ? POLLRDHUP : 0);
+  return (looked.revents & ends) != 0;
+}
+
+// Its place is free for another; what it wrote is still done.
+bool session::look_whether_gone() {
+  if (gone_ || !has_hung_up()) return gone_;
+  gone_ = true;
+  host_->client_gone(self());
+  return true;
 }
 
 void session::process() {
@@ -79,23 +112,47 @@ void session::process() {
     if (!subscribe_added_at_once()) return flush();  // a worker is at it: nothing waits for that
     more = handle_lines();
     flush();
+    if (more && !busy_ && !closed_) return process_soon();
   }
-  if (closed_ || busy_) return;
+  if (closed_) return;
   if (!ended_) return read();
-  if (!blocked_) close({});
+  if (!busy_ && !blocked_ && backlog_.empty()) close({});
+}
+
+// Memory is limited for all sessions together: what takes much of it waits until some of them have
+// taken their answers, or are closed since they do not.
+bool session::no_room_for_large() const {
+  return host_->waiting_answers > limits::answer_bytes_of_server;
+}
+
+void session::process_later() {
+  constexpr std::chrono::milliseconds pause{100};
+  connection_->room_timer.expires_after(pause);
+  connection_->room_timer.async_wait([self = self()](const boost::system::error_code& cancelled) {
+    if (!cancelled && !self->closed_ && !self->busy_) self->process();
+  });
+}
+
+// Behind what the other sessions have to do.
+void session::process_soon() {
+  boost::asio::post(*host_->runtime.io, [self = self()] {
+    if (!self->closed_ && !self->busy_) self->process();
+  });
 }
 
 void session::resume() {
   flush();
-  if (!closed_) process();
+  if (!closed_ && !busy_) process();
 }
 
 // False when no line waits any more.
 bool session::handle_lines() {
+  const auto end = std::chrono::steady_clock::now() + turn_on_io_thread;
   std::string answers;
   std::string storage;
   std::string_view line;
   std::vector<std::string> waiting;
+  auto takes = effort::at_once;
   bool more = true;
   while (waiting.empty() && answers.size() < pause_bytes && (more = next_line(storage, line))) {
     const auto before = answers.size();
@@ -103,14 +160,26 @@ bool session::handle_lines() {
     const auto start = answers.size();
     if (line.empty()) {
       answers += too_long_answer();
-    } else if (!handler_.answer_at_once(line, answers)) {
-      waiting = lines_for_worker(line);
+    } else {
+      takes = handler_.answer_within(effort::at_once, line, answers);
+      if (takes == effort::heavy && look_whether_gone()) {
+        takes = handler_.answer_within(effort::at_once, line, answers);
+      }
+      if (takes == effort::heavy && no_room_for_large()) {
+        backlog_.emplace_front(line);
+        answers.resize(before);
+        outbox_.add_answer(std::move(answers));
+        process_later();
+        return false;
+      }
+      if (takes > effort::at_once) waiting = lines_for_worker(line);
     }
     if (answers.size() == start) answers.resize(before);
+    if (std::chrono::steady_clock::now() > end) break;
   }
   // Before the worker can add its own.
   outbox_.add_answer(std::move(answers));
-  if (!waiting.empty()) dispatch(std::move(waiting));
+  if (!waiting.empty()) dispatch(std::move(waiting), takes);
   return more;
 }
 
@@ -123,7 +192,10 @@ bool session::next_line(std::string& storage, std::string_view& line) {
     return true;
   }
   const auto next = splitter_.next();
-  if (next) line = next->text;
+  if (next) {
+    line = next->text;
+    last_asked_ = std::chrono::steady_clock::now();
+  }
   return next.has_value();
 }
 
@@ -137,17 +209,19 @@ std::vector<std::string> session::lines_for_worker(std::string_view first) {
   return lines;
 }
 
-void session::dispatch(std::vector<std::string> lines) {
-  start_job([this, waiting = std::move(lines)]() mutable {
-    run_lines(waiting);
+void session::dispatch(std::vector<std::string> lines, effort takes) {
+  start_job(takes, [this, waiting = std::move(lines), takes]() mutable {
+    run_lines(waiting, takes);
     return std::move(waiting);
   });
 }
 
-void session::start_job(std::function<std::vector<std::string>()> job) {
+void session::start_job(effort takes, std::function<std::vector<std::string>()> job) {
   busy_ = true;
   host_->job_started();
-  host_->runtime.workers->post([self = self(), work = std::move(job)] {
+  auto& runtime = host_->runtime;
+  auto& pool = takes == effort::heavy ? *runtime.heavy_workers : *runtime.workers;
+  pool.post([self = self(), work = std::move(job)] {
     auto left = work();
     boost::asio::post(*self->host_->runtime.io, [self, lines = std::move(left)]() mutable {
       self->job_done(std::move(lines));
@@ -156,14 +230,23 @@ void session::start_job(std::function<std::vector<std::string>()> job) {
   });
 }
 
-// On a worker. Leaves the lines that it did not come to, since the client does not take its
-// answers.
-void session::run_lines(std::vector<std::string>& lines) {
+// On a worker. Leaves the lines that it did not come to: others have their turn, the client does
+// not take its answers, or the next line is for a worker of the other kind.
+void session::run_lines(std::vector<std::string>& lines, effort allowed) {
+  const auto end = std::chrono::steady_clock::now() + turn_on_worker;
   auto line = lines.begin();
-  for (; line != lines.end() && !closed_ && !is_paused(); ++line) {
-    std::string text = line->empty() ? too_long_answer() : handler_.answer(*line);
+  const auto no_room = [&] { return allowed == effort::heavy && no_room_for_large(); };
+  while (line != lines.end() && !closed_ && !is_paused() && !no_room()) {
+    std::string text;
+    if (line->empty()) {
+      text = too_long_answer();
+    } else if (handler_.answer_within(allowed, *line, text) > allowed) {
+      break;
+    }
     if (host_->fault == server_fault::hung) text.clear();
-    wake(outbox_.add_answer(std::move(text)) && line + 1 != lines.end());
+    const bool more = ++line != lines.end();
+    wake(outbox_.add_answer(std::move(text)) && more);
+    if (std::chrono::steady_clock::now() > end) break;
   }
   lines.erase(lines.begin(), line);
 }
@@ -196,23 +279,43 @@ void session::subscription_ended(const std::string& path, const std::string& rea
 void session::flush() {
   assert(host_->runtime.on_io_thread());
   if (closed_ || host_->fault == server_fault::hung) return;
+  if (gone_) return discard_output();
   if (!blocked_) send_all();
   if (blocked_ && !closed_) check_output_limit();
 }
 
+void session::discard_output() {
+  for (bool more = true; more;) {
+    sending_.clear();
+    more = outbox_.take(sending_, write_bytes);
+  }
+  sending_.clear();
+  sent_ = 0;
+  count_sending();
+}
+
+void session::count_sending() {
+  host_->waiting_answers += sending_.size() - sending_counted_;
+  sending_counted_ = sending_.size();
+}
+
 void session::send_all() {
+  std::size_t room = bytes_a_turn;
   for (bool more = true;;) {
     if (sent_ == sending_.size()) {
       sending_.clear();
       if (sending_.capacity() > kept_bytes) sending_.shrink_to_fit();
       sent_ = 0;
-      if (!more) return;
-      more = outbox_.take(sending_, write_bytes);
+      if (more) more = outbox_.take(sending_, write_bytes);
+      count_sending();
       if (sending_.empty()) return;
     }
+    if (room == 0) return wait_until_writable();  // comes back at once, behind the others
     boost::system::error_code failed;
     const auto rest = boost::asio::buffer(sending_.data() + sent_, sending_.size() - sent_);
-    sent_ += connection_->stream.write_some(rest, failed);
+    const auto taken = connection_->stream.write_some(rest, failed);
+    sent_ += taken;
+    room -= std::min(room, taken);
     if (would_block(failed)) return wait_until_writable();
     if (failed) return close({});
   }
@@ -252,7 +355,7 @@ bool session::is_paused() const {
 }
 
 void session::check_output_limit() {
-  const auto waiting = outbox_.waiting_bytes() + sending_.size() - sent_;
+  const auto waiting = outbox_.waiting_event_bytes();
   if (waiting <= limits::output_bytes_per_session) return;
   close(fmt::format("more than {} bytes of output wait for it", limits::output_bytes_per_session));
 }
@@ -265,14 +368,25 @@ void session::close(const std::string& reason) {
   boost::system::error_code ignored;
   connection_->stream.close(ignored);
   connection_.reset();
+  std::string().swap(sending_);
+  count_sending();
   if (!busy_) finish();
 }
 
+// Letting go of a whole tree takes a while.
 void session::finish() {
-  const auto paths = outbox_.paths();
-  outbox_.close();
-  let_go(paths);
   host_->session_closed(self());
+  constexpr std::size_t few = 64;
+  if (outbox_.subscriptions() <= few) return let_go_of_all();
+  host_->job_started();
+  host_->runtime.heavy_workers->post([self = self()] {
+    self->let_go_of_all();
+    self->host_->job_done();
+  });
+}
+
+bool session::is_silent_since(std::chrono::steady_clock::time_point time) const {
+  return last_asked_ <= time && !busy_ && outbox_.subscriptions() == 0;
 }
 
 }  // namespace nx

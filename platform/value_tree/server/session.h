@@ -1,13 +1,16 @@
 // One client connection of a server. Its socket lives on the I/O thread; its requests are executed
-// one after the other, on the I/O thread while none of them may wait, else on a worker.
+// one after the other, on the I/O thread while none of them may wait or takes long, else on a
+// worker. No turn of it holds the I/O thread or a worker for longer than a single request takes.
 //
 // Locks: subscription_mutex_, then a node's own mutex, then a node's list of subscribers, then the
 // outbox. Publishing comes in through `deliver` with a node's mutex held and never takes the first.
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <boost/asio/generic/stream_protocol.hpp>
 #include <boost/asio/steady_timer.hpp>
+#include <chrono>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -37,6 +40,8 @@ class session : public nx_session, public subscription_port {
   void drop_subscription(const std::string& path);
   /// Logs the reason unless it is empty: a client that goes is nothing to tell.
   void close(const std::string& reason);
+  /// It has asked for nothing since `time`, and is subscribed to nothing.
+  bool is_silent_since(std::chrono::steady_clock::time_point time) const;
 
   // nx_session, from any thread.
   nx_subscription_number subscription_number(const std::string& path) const override;
@@ -48,6 +53,9 @@ class session : public nx_session, public subscription_port {
   // subscription_port, within a request of this session.
   void subscribe(const std::string& path, json_allocator& allocator, json_value& result) override;
   void unsubscribe(const std::string& path) override;
+  void take_back() override;
+  std::size_t first_event_bytes() const override { return outbox_.first_event_bytes(); }
+  bool is_gone() const override { return gone_ || closed_; }
 
  private:
   std::shared_ptr<session> self();
@@ -56,13 +64,20 @@ class session : public nx_session, public subscription_port {
   void read();
   void on_read(const boost::system::error_code& failed, std::size_t size);
   void process();
+  void process_soon();
+  void process_later();
+  bool no_room_for_large() const;
   bool handle_lines();
   bool next_line(std::string& storage, std::string_view& line);
   std::vector<std::string> lines_for_worker(std::string_view first);
-  void dispatch(std::vector<std::string> lines);
-  void run_lines(std::vector<std::string>& lines);
-  void start_job(std::function<std::vector<std::string>()> job);
+  void dispatch(std::vector<std::string> lines, effort takes);
+  void run_lines(std::vector<std::string>& lines, effort allowed);
+  void start_job(effort takes, std::function<std::vector<std::string>()> job);
   void job_done(std::vector<std::string> left);
+  bool has_hung_up();
+  bool look_whether_gone();
+  void discard_output();
+  void count_sending();
 
   void send_all();
   void wait_until_writable();
@@ -72,7 +87,8 @@ class session : public nx_session, public subscription_port {
   void finish();
 
   void let_go(const std::vector<std::string>& paths);
-  void subscribe_path(const std::shared_ptr<const std::string>& path, bool exact,
+  void let_go_of_all();
+  void subscribe_node(const std::shared_ptr<nx_db_leaf_node>& node, bool exact,
                       json_allocator& allocator, json_value& result,
                       std::unique_lock<std::recursive_mutex>& lock);
   void subscribe_pattern(const std::string& pattern, json_allocator& allocator, json_value& result,
@@ -86,12 +102,21 @@ class session : public nx_session, public subscription_port {
   session_outbox outbox_;
   std::recursive_mutex subscription_mutex_;
   std::atomic<bool> closed_{false};
+  std::atomic<bool> gone_{false};  // nobody reads its answers; what it wrote is still done
+
+  // Of the request that is executed: how to undo its last subscription.
+  struct undoing {
+    std::string path;
+    bool held_before = false;
+  };
+  std::optional<undoing> undoing_;
 
   // Gone once the session is closed: a node may hold the session for longer than the I/O thread
   // lives.
   struct connection {
     socket stream;
     boost::asio::steady_timer progress_timer;
+    boost::asio::steady_timer room_timer;
   };
 
   // The I/O thread's own.
@@ -102,6 +127,8 @@ class session : public nx_session, public subscription_port {
   std::vector<std::string> added_;   // paths that came under a pattern while a request was executed
   std::string sending_;
   std::size_t sent_ = 0;
+  std::size_t sending_counted_ = 0;  // in what waits in all sessions
+  std::chrono::steady_clock::time_point last_asked_ = std::chrono::steady_clock::now();
   bool reading_ = false;
   bool ended_ = false;    // the client sends no more
   bool busy_ = false;     // a worker executes requests

@@ -23,6 +23,8 @@ class session_host {
 
   /// A session was closed and is done with the tree. On the I/O thread.
   virtual void session_closed(const std::shared_ptr<session>& closed) = 0;
+  /// The client of a session has gone, though not all is done that it wrote: its place is free.
+  virtual void client_gone(const std::shared_ptr<session>& of) = 0;
   /// A request of a session is executed by a worker between these two.
   virtual void job_started() = 0;
   virtual void job_done() = 0;
@@ -31,6 +33,7 @@ class session_host {
   nx_db& db;
   const std::string name;  ///< where it listens, for the log
   std::atomic<server_fault> fault{server_fault::none};
+  std::atomic<std::size_t> waiting_answers{0};  ///< bytes, in all sessions
   std::atomic<bool> has_patterns{false};  ///< a session has subscribed to a pattern at some time
   std::chrono::milliseconds stuck_limit = limits::stuck_session;
 };

@@ -25,11 +25,26 @@ std::string ended_line(const std::string& path, const std::string& reason) {
 
 }  // namespace
 
+// First events wait as one text: many thousand of them may come at once, to a client that does not
+// read them yet. That text is put together without the lock, since publishers want it.
 bool session_outbox::add_answer(std::string text) {
+  std::vector<begun> first;
+  std::uint64_t place = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    if (closed_) return false;
+    if (!text.empty()) push(std::move(text), true);
+    if (begun_.empty()) return wake();
+    first = open_begun();
+    const auto has_line = [](const auto& one) { return one.event || !one.end.empty(); };
+    if (std::none_of(first.begin(), first.end(), has_line)) return wake();
+    place = next_number_;
+    push({nullptr, no_subscription, true});
+  }
+  auto events = text_of(first);
   const std::lock_guard lock(mutex_);
   if (closed_) return false;
-  if (!text.empty()) push(std::move(text));
-  open_begun();
+  fill(place, std::move(events));
   return wake();
 }
 
@@ -39,7 +54,9 @@ bool session_outbox::deliver(std::shared_ptr<const nx_event> event,
   auto* found = subscriptions_.find(subscription);
   if (found == nullptr) return false;
   if (!found->open) {
-    begun_[found->place].event = std::move(event);
+    auto& first = begun_[found->place].event;
+    begun_bytes_ += event->line.size() - (first ? first->line.size() : 0);
+    first = std::move(event);
     return false;
   }
   push_event(*found, subscription, std::move(event));
@@ -62,9 +79,9 @@ bool session_outbox::end_subscription(const std::string& path, const std::string
 bool session_outbox::take(std::string& out, std::size_t enough) {
   const std::lock_guard lock(mutex_);
   woken_ = false;
-  while (!nothing_waits() && out.size() < enough) {
-    const item next = std::move(queue_[first_++]);
-    bytes_ -= next.line->size();
+  while (!nothing_waits() && queue_[first_].line && out.size() < enough) {
+    item next = std::move(queue_[first_++]);
+    drop(next);
     if (some_ended_ && next.of != no_subscription && subscriptions_.find(next.of) == nullptr) {
       continue;
     }
@@ -72,7 +89,17 @@ bool session_outbox::take(std::string& out, std::size_t enough) {
     out += '\n';
   }
   forget_sent();
-  return !nothing_waits();
+  return !nothing_waits() && queue_[first_].line;
+}
+
+void session_outbox::drop(const item& from) {
+  bytes_ -= from.line->size();
+  if (from.answer) count_answers(-static_cast<std::ptrdiff_t>(from.line->size()));
+}
+
+void session_outbox::count_answers(std::ptrdiff_t bytes) {
+  answer_bytes_ += static_cast<std::size_t>(bytes);
+  if (all_answers_ != nullptr) *all_answers_ += static_cast<std::size_t>(bytes);
 }
 
 void session_outbox::forget_sent() {
@@ -98,6 +125,16 @@ std::size_t session_outbox::waiting_bytes() const {
   return bytes_;
 }
 
+std::size_t session_outbox::waiting_event_bytes() const {
+  const std::lock_guard lock(mutex_);
+  return bytes_ - answer_bytes_;
+}
+
+std::size_t session_outbox::first_event_bytes() const {
+  const std::lock_guard lock(mutex_);
+  return begun_bytes_;
+}
+
 void session_outbox::close() {
   const std::lock_guard lock(mutex_);
   closed_ = true;
@@ -105,6 +142,8 @@ void session_outbox::close() {
   queue_.shrink_to_fit();
   first_ = 0;
   bytes_ = 0;
+  count_answers(-static_cast<std::ptrdiff_t>(answer_bytes_));
+  begun_bytes_ = 0;
   subscriptions_.clear();
   begun_.clear();
   patterns_.clear();
@@ -133,6 +172,17 @@ bool session_outbox::begin(const std::shared_ptr<const std::string>& path, bool 
 void session_outbox::abandon(const std::string& path) {
   const std::lock_guard lock(mutex_);
   end(subscriptions_.find(path));
+}
+
+bool session_outbox::is_exact(const std::string& path) const {
+  const std::lock_guard lock(mutex_);
+  const auto number = subscriptions_.find(path);
+  return number != no_subscription && subscriptions_.at(number).exact;
+}
+
+std::size_t session_outbox::subscriptions() const {
+  const std::lock_guard lock(mutex_);
+  return subscriptions_.size() + patterns_.size();
 }
 
 bool session_outbox::has_pattern(const std::string& pattern) const {
@@ -205,12 +255,14 @@ std::vector<std::string> session_outbox::paths() const {
   return subscriptions_.paths();
 }
 
-void session_outbox::push(std::string text) {
-  push({std::make_shared<const std::string>(std::move(text)), no_subscription});
+void session_outbox::push(std::string text, bool answer) {
+  push({std::make_shared<const std::string>(std::move(text)), no_subscription, answer});
 }
 
 void session_outbox::push(item added) {
-  bytes_ += added.line->size();
+  const auto size = added.line ? added.line->size() : 0;
+  bytes_ += size;
+  if (added.answer) count_answers(static_cast<std::ptrdiff_t>(size));
   queue_.push_back(std::move(added));
   ++next_number_;
 }
@@ -229,12 +281,12 @@ void session_outbox::push_event(subscription_slots::slot& subscribed, nx_subscri
     return;
   }
   newest = next_number_;
-  push({std::move(line), of});
+  push({std::move(line), of, false});
 }
 
 void session_outbox::push_end(nx_subscription_number ended, std::string text) {
   end(ended);
-  push(std::move(text));
+  push(std::move(text), false);
 }
 
 // What waits of it is not sent any more.
@@ -243,26 +295,42 @@ void session_outbox::end(nx_subscription_number ended) {
   some_ended_ = true;
 }
 
-// First events wait as one text: many thousand of them may come at once, to a client that does not
-// read them yet.
-void session_outbox::open_begun() {
-  std::string text;
-  for (const auto& [number, event, end_text] : begun_) {
+// From here on events of these subscriptions queue up behind the first ones.
+std::vector<session_outbox::begun> session_outbox::open_begun() {
+  std::vector<begun> first;
+  first.swap(begun_);
+  begun_bytes_ = 0;
+  for (auto& [number, event, end_text] : first) {
     auto* subscribed = subscriptions_.find(number);
-    if (subscribed == nullptr) continue;
+    if (subscribed == nullptr) {
+      event = nullptr;
+      end_text.clear();
+      continue;
+    }
     subscribed->open = true;
     subscribed->place = 0;
-    const auto& line = end_text.empty() && event ? event->line : end_text;
     if (!end_text.empty()) end(number);
+  }
+  return first;
+}
+
+std::string session_outbox::text_of(const std::vector<begun>& first) {
+  std::string text;
+  for (const auto& [number, event, end_text] : first) {
+    const auto& line = end_text.empty() && event ? event->line : end_text;
     if (line.empty()) continue;
     if (!text.empty()) text += '\n';
     text += line;
   }
-  begun_.clear();
-  begun_.shrink_to_fit();
-  if (text.empty()) return;
   text.shrink_to_fit();
-  push(std::move(text));
+  return text;
+}
+
+void session_outbox::fill(std::uint64_t number, std::string text) {
+  auto& kept = queue_[first_ + number - front_number()];
+  bytes_ += text.size();
+  count_answers(static_cast<std::ptrdiff_t>(text.size()));
+  kept.line = std::make_shared<const std::string>(std::move(text));
 }
 
 bool session_outbox::covered(const std::string& path) const {
@@ -271,9 +339,9 @@ bool session_outbox::covered(const std::string& path) const {
 }
 
 bool session_outbox::wake() {
-  if (nothing_waits()) return false;
+  if (nothing_waits() || !queue_[first_].line) return false;
   // A slow session sends on by itself; only one that has to be closed needs the sender now.
-  if (slow_ && bytes_ <= limits::output_bytes_per_session) return false;
+  if (slow_ && bytes_ - answer_bytes_ <= limits::output_bytes_per_session) return false;
   return !std::exchange(woken_, true);
 }
 

@@ -7,6 +7,8 @@
 // is state, so the newest wins.
 #pragma once
 
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -20,6 +22,13 @@ namespace nx {
 
 class session_outbox {
  public:
+  /// `all_answers`: bytes of answers that wait in all sessions of a server, kept up to date here.
+  explicit session_outbox(std::atomic<std::size_t>* all_answers = nullptr)
+      : all_answers_(all_answers) {}
+  ~session_outbox() { count_answers(-static_cast<std::ptrdiff_t>(answer_bytes_)); }
+  session_outbox(const session_outbox&) = delete;
+  session_outbox& operator=(const session_outbox&) = delete;
+
   /// Each of these is true when the sender has to be woken: something waits that it was not told
   /// of.
   bool add_answer(
@@ -33,11 +42,16 @@ class session_outbox {
   bool take(std::string& out, std::size_t enough);
   void set_slow(bool slow);
   std::size_t waiting_bytes() const;
+  /// Of these, what the client has not asked for by name: events. Answers are limited one by one.
+  std::size_t waiting_event_bytes() const;
+  /// First events that wait for the answer of their subscription.
+  std::size_t first_event_bytes() const;
 
   /// Ends everything; later calls change nothing.
   void close();
 
   // Subscriptions: single paths, and patterns that cover paths.
+  // The first three are called by one request after the other.
   /// False if the limit of subscriptions is reached. `exact` is false under a pattern.
   bool begin(const std::shared_ptr<const std::string>& path, bool exact);
   /// Undoes `begin` after a failure.
@@ -51,6 +65,9 @@ class session_outbox {
   std::vector<std::string> withdraw(const std::string& pattern);
   bool covered_by_pattern(const std::string& path) const;
   bool is_subscribed(const std::string& path) const;
+  /// Asked for by itself.
+  bool is_exact(const std::string& path) const;
+  std::size_t subscriptions() const;  ///< paths and patterns
   nx_subscription_number subscription_number(const std::string& path) const;
   std::vector<std::string> paths() const;
 
@@ -61,19 +78,25 @@ class session_outbox {
     std::shared_ptr<const nx_event> event;
     std::string end;  // the message "ended"
   };
-  // An event's line is that of all its sessions.
+  // An event's line is that of all its sessions. Null while it is still put together: what is
+  // behind it waits.
   struct item {
     std::shared_ptr<const std::string> line;
     nx_subscription_number of;  // no_subscription for what is no event
+    bool answer = false;
   };
 
-  void push(std::string text);
+  void push(std::string text, bool answer);
   void push(item added);
   void push_event(subscription_slots::slot& subscribed, nx_subscription_number of,
                   std::shared_ptr<const nx_event> event);
   void push_end(nx_subscription_number ended, std::string text);
   void end(nx_subscription_number ended);
-  void open_begun();
+  std::vector<begun> open_begun();
+  static std::string text_of(const std::vector<begun>& first);
+  void fill(std::uint64_t number, std::string text);
+  void drop(const item& from);
+  void count_answers(std::ptrdiff_t bytes);
   bool covered(const std::string& path) const;
   std::vector<std::string> remove_pattern(const std::string& pattern);
   bool stays(const std::string& path);
@@ -82,6 +105,7 @@ class session_outbox {
   std::uint64_t front_number() const { return next_number_ - (queue_.size() - first_); }
   void forget_sent();
 
+  std::atomic<std::size_t>* const all_answers_;
   mutable std::mutex mutex_;
   // A vector that is emptied as a whole keeps its memory from event to event.
   std::vector<item> queue_;
@@ -89,6 +113,8 @@ class session_outbox {
   std::uint64_t next_number_ = 1;
   bool some_ended_ = false;  // the queue may hold events of subscriptions that are no more
   std::size_t bytes_ = 0;
+  std::size_t answer_bytes_ = 0;  // of these
+  std::size_t begun_bytes_ = 0;
   bool slow_ = false;
   bool woken_ = false;
   bool closed_ = false;

@@ -5,6 +5,7 @@
 
 #include "platform/value_tree/nx_db.h"
 #include "platform/value_tree/server/node_errors.h"
+#include "platform/value_tree/server/request_methods.h"
 #include "platform/value_tree/server/session.h"
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_rpc.h"
@@ -24,44 +25,67 @@ nx_error limit_error() {
 void session::subscribe(const std::string& path, json_allocator& allocator, json_value& result) {
   std::unique_lock lock(subscription_mutex_);
   if (nx_db::is_pattern(path)) {
+    undoing_ = {path, outbox_.has_pattern(path)};
     subscribe_pattern(path, allocator, result, lock);
   } else {
-    subscribe_path(host_->db.shared_path(path), true, allocator, result, lock);
+    undoing_ = {path, outbox_.is_exact(path)};
+    subscribe_node(host_->db.node_at(path), true, allocator, result, lock);
   }
 }
 
-void session::subscribe_path(const std::shared_ptr<const std::string>& path, bool exact,
+void session::subscribe_node(const std::shared_ptr<nx_db_leaf_node>& node, bool exact,
                              json_allocator& allocator, json_value& result,
                              std::unique_lock<std::recursive_mutex>& lock) {
+  const auto path = node->shared_path();
   if (!outbox_.begin(path, exact)) throw limit_error();
+  const auto before = result.MemberCount();
   try {
-    host_->db.subscribe(shared_from_this(), *path, allocator, result, lock);
+    host_->db.subscribe(shared_from_this(), node, allocator, result, lock);
   } catch (...) {
     outbox_.abandon(*path);
     throw;
   }
+  // A value that is in error does not fail the request; its node gives code and text instead.
+  for (auto member = result.MemberBegin() + before; member != result.MemberEnd(); ++member) {
+    if (!json_rpc::is_error_value(member->value)) continue;
+    member->value = json_rpc::value_in_error(std::move(member->value), allocator);
+  }
 }
 
+// Takes what can be subscribed to, and leaves out the rest.
 void session::subscribe_pattern(const std::string& pattern, json_allocator& allocator,
                                 json_value& result, std::unique_lock<std::recursive_mutex>& lock) {
   // First the pattern, then the nodes that are there: one that comes between is in both.
   host_->has_patterns = true;
-  const bool held_before = outbox_.has_pattern(pattern);
   if (!outbox_.add_pattern(pattern)) throw limit_error();
-  for (const auto& node : host_->db.match(pattern)) {
-    const auto path = node->shared_path();
-    try {
-      subscribe_path(path, false, allocator, result, lock);
-    } catch (...) {
-      const nx_error error = current_node_error();
-      if (error.code == no_room) {
-        if (!held_before) let_go(outbox_.withdraw(pattern));
-        throw error;
+  const request_call call{host_->db, this, allocator, result};
+  constexpr unsigned stride = 64;
+  unsigned count = 0;
+  try {
+    for (const auto& node : host_->db.match(pattern)) {
+      if (!node->subscription_supported()) continue;
+      if (++count % stride == 0) call.check();
+      try {
+        subscribe_node(node, false, allocator, result, lock);
+      } catch (const answer_too_long&) {
+        throw;
+      } catch (...) {
+        const nx_error error = current_node_error();
+        if (error.code == no_room) throw error;  // else it has gone meanwhile
       }
-      result.AddMember(to_json(*path, allocator), json_rpc::error_value(error, allocator),
-                       allocator);
     }
+  } catch (...) {
+    take_back();
+    throw;
   }
+}
+
+void session::take_back() {
+  if (!undoing_ || undoing_->held_before) return;
+  const std::lock_guard lock(subscription_mutex_);
+  const auto& path = undoing_->path;
+  let_go(nx_db::is_pattern(path) ? outbox_.withdraw(path) : outbox_.remove(path));
+  undoing_.reset();
 }
 
 void session::unsubscribe(const std::string& path) {
@@ -73,6 +97,12 @@ void session::let_go(const std::vector<std::string>& paths) {
   for (const auto& path : paths) {
     if (const auto node = host_->db.find(path)) node->unsubscribe(shared_from_this());
   }
+}
+
+void session::let_go_of_all() {
+  const auto paths = outbox_.paths();
+  outbox_.close();
+  let_go(paths);
 }
 
 void session::drop_subscription(const std::string& path) {
@@ -99,7 +129,7 @@ bool session::subscribe_added_at_once() {
     subscribe_added(paths);
     return true;
   }
-  start_job([this, added = std::move(paths)] {
+  start_job(effort::waiting, [this, added = std::move(paths)] {
     subscribe_added(added);
     return std::vector<std::string>();
   });
@@ -113,7 +143,7 @@ void session::subscribe_added(const std::vector<std::string>& paths) {
     if (outbox_.is_subscribed(path) || !outbox_.covered_by_pattern(path)) continue;
     json_document ignored(rapidjson::kObjectType);
     try {
-      subscribe_path(host_->db.shared_path(path), false, ignored.GetAllocator(), ignored, lock);
+      subscribe_node(host_->db.node_at(path), false, ignored.GetAllocator(), ignored, lock);
     } catch (...) {
       // Not a node to subscribe to, or gone again: nobody waits for an answer.
     }

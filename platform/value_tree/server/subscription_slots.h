@@ -16,6 +16,8 @@
 namespace nx {
 
 class subscription_slots {
+  using index = std::uint32_t;
+
  public:
   struct slot {
     std::shared_ptr<const std::string> path;  // shared with the node; null if the slot is free
@@ -31,6 +33,8 @@ class subscription_slots {
 
   /// Null once the subscription has ended. Valid until the next `add`.
   slot* find(nx_subscription_number number);
+  /// Of a subscription that is there.
+  const slot& at(nx_subscription_number number) const { return slots_[static_cast<index>(number)]; }
   /// no_subscription if there is none.
   nx_subscription_number find(std::string_view path) const;
   nx_subscription_number add(std::shared_ptr<const std::string> path);
@@ -41,8 +45,6 @@ class subscription_slots {
   std::vector<std::string> paths() const;
 
  private:
-  using index = std::uint32_t;
-
   const std::string& path_of(index at) const { return *slots_[at].path; }
   nx_subscription_number number_of(index at) const;
 

@@ -1,7 +1,5 @@
 #include "platform/value_tree/server/thread_poller.h"
 
-#include <pthread.h>
-
 #include <algorithm>
 #include <iterator>
 #include <system_error>
@@ -10,6 +8,7 @@
 #include "platform/note_log/note_log.h"
 #include "platform/value_tree/nx_db_node.h"
 #include "platform/value_tree/server/node_errors.h"
+#include "platform/value_tree/thread_rank.h"
 
 namespace nx {
 
@@ -56,7 +55,7 @@ void thread_poller::put(task added) {
 }
 
 void thread_poller::keep_time() {
-  pthread_setname_np(pthread_self(), "nx_poll_time");
+  take_rank("nx_poll_time", thread_rank::serving);
   std::unique_lock lock(mutex_);
   while (!stopping_) {
     const auto now = clock::now();
@@ -150,7 +149,7 @@ void thread_poller::enter(worker& self, doing state) {
 }
 
 void thread_poller::work(worker& self) {
-  pthread_setname_np(pthread_self(), "nx_poller");
+  take_rank("nx_poller", thread_rank::serving);
   std::unique_lock lock(mutex_);
   while (!stopping_) {
     if (auto* queue = next_queue()) {

@@ -48,10 +48,17 @@ int on_address(int (*call)(int, const sockaddr*, socklen_t), int fd, const socka
 }
 
 void make_folder(const std::string& path) {
-  const auto folder = std::filesystem::path(path).parent_path();
-  std::error_code failed;
-  if (!folder.empty()) std::filesystem::create_directories(folder, failed);
-  if (failed) fail(fmt::format("Cannot make the folder of {}: {}", path, failed.message()));
+  // Whoever starts the process, the levels that are missing are open to the same people.
+  constexpr mode_t mode = 0755;
+  std::filesystem::path level;
+  for (const auto& name : std::filesystem::path(path).parent_path()) {
+    level /= name;
+    if (::mkdir(level.c_str(), mode) == 0) {
+      ::chmod(level.c_str(), mode);
+    } else if (errno != EEXIST && errno != EISDIR && !std::filesystem::is_directory(level)) {
+      fail_with_errno("Cannot make the folder of " + path);
+    }
+  }
 }
 
 // Only a socket that nobody listens on is taken away; a file of another kind is somebody's data.

@@ -2,6 +2,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
 
 #include "helpers/logger.h"
 #include "tests/support/log_capture.h"
@@ -79,6 +83,28 @@ TEST_F(calibration_test, refuses_what_no_board_has_and_says_where_and_why) {
   EXPECT_EQ(board.get_value("cal_osctx_to_linetx"), -40.0f);
   EXPECT_EQ(board.get_value("cal_dc_fixed_tx"), -660.0f);
   EXPECT_EQ(board.get_value("serial_number"), 4711.0f);
+}
+
+// What is no calibration file counts as none, and holds nobody up.
+TEST_F(calibration_test, takes_no_pipe_device_folder_or_image) {
+  const auto pipe = folder.file("pipe");
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  const auto image = folder.file("image");
+  ASSERT_TRUE(std::ofstream(image).put('x'));
+  std::filesystem::resize_file(image, 1'000'000'000);  // sparse
+  const std::pair<std::string, std::string> table[] = {
+      {pipe, " is no regular file"},
+      {"/dev/zero", " is no regular file"},
+      {folder.path(), " is no regular file"},
+      {image, " is longer than 262144 bytes"},
+  };
+  for (const auto& [path, fault] : table) {
+    const test::log_capture log;
+    board.read_calibration_values(path);
+    EXPECT_THAT(log.texts(),
+                testing::ElementsAre("Reading calibration file " + path,
+                                     "Failed to read a calibration value: " + path + fault));
+  }
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <csignal>
 #include <limits>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "platform/board_spec/board_spec_lib.h"
@@ -22,6 +23,7 @@
 
 namespace {
 
+using namespace std::chrono_literals;
 using testing::HasSubstr;
 
 std::string failure_of(const std::function<void()>& action) {
@@ -71,6 +73,31 @@ class answering_server {
   }
 
   silent_server silent_;
+  std::thread thread_;
+};
+
+/// Answers a connection with the same piece again and again, until the client has gone.
+class talking_server {
+ public:
+  talking_server(const std::string& path, std::string first, std::string piece,
+                 std::chrono::milliseconds pause)
+      : path_(path), listener_(path) {
+    thread_ = std::thread([this, first, piece, pause] {
+      const int client = ::accept(listener_.number(), nullptr, nullptr);
+      ::send(client, first.data(), first.size(), MSG_NOSIGNAL);
+      while (::send(client, piece.data(), piece.size(), MSG_NOSIGNAL) > 0)
+        std::this_thread::sleep_for(pause);
+      ::close(client);
+    });
+  }
+  ~talking_server() {
+    thread_.join();
+    ::unlink(path_.c_str());
+  }
+
+ private:
+  std::string path_;
+  silent_server listener_;
   std::thread thread_;
 };
 
@@ -238,6 +265,25 @@ TEST_F(kvs_client_test, a_store_that_never_answers_costs_the_time_out_once) {
   EXPECT_GE(took, std::chrono::milliseconds(190));
   EXPECT_LT(took, std::chrono::seconds(5));
   EXPECT_THAT(failure_of([&] { client.get<std::string>("k", 600); }), HasSubstr("is dead"));
+}
+
+// Stores that answer without end: each costs its command the time-out, or less, and no memory.
+TEST_F(kvs_client_test, an_answer_without_end_is_given_up) {
+  const std::tuple<const char*, std::string, std::chrono::milliseconds, const char*> table[] = {
+      {"a byte at a time", "x", 20ms, "no answer within 0.3 s"},
+      {"an endless line", std::string(64 * 1024, 'x'), 0ms, "an answer longer than"},
+      {"400 MB", "$400000000\r\n" + std::string(64 * 1024, 'x'), 0ms, "an answer longer than"},
+      {"a list of everything", "*2000000000\r\n", 0ms, "unexpected answer"},
+  };
+  for (const auto& [name, piece, pause, fault] : table) {
+    SCOPED_TRACE(name);
+    const talking_server server(folder.file("kvs.sock"), piece[0] == 'x' ? "+" : "", piece, pause);
+    kvs_client client("default", "");
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_THAT(failure_of([&] { client.get<std::string>("k", pause > 0ms ? 3 : 100); }),
+                HasSubstr(fault));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 8s);
+  }
 }
 
 TEST(board_spec, reads_numbers_and_falls_back) {

@@ -40,6 +40,7 @@ TEST(line_layout, one_readable_line_whatever_the_record_holds) {
       {"a/b.cpp:1:f", "operator/", "b.cpp:1:f: operator/"},
       {"x.cpp:1:a/b", "first\nsecond\n", "x.cpp:1:a/b: first | second"},
       {"c", "bell\a and \x1b[31m", "c: bell\\x07 and \\x1b[31m"},
+      {"c", "\u009b1m \u202e \u2028 caf\u00e9", R"(c: \u009b1m \u202e \u2028 café)"},
       {"c", "port [at home:far]", "c: port [at home:far]"},
       {"c", "", "c: "},
   };

@@ -71,6 +71,22 @@ TEST_F(outbox, nothing_overtakes_the_answer) {
   EXPECT_EQ(taken(), "");
 }
 
+// Answers are limited one by one; events alone end a session that does not read them.
+TEST_F(outbox, tells_events_from_what_was_asked_for) {
+  begin("a");
+  deliver("a", "first");
+  EXPECT_EQ(box.first_event_bytes(), 5U);
+  box.add_answer("answer");
+  EXPECT_EQ(box.first_event_bytes(), 0U);
+  EXPECT_EQ(box.waiting_bytes(), 11U);
+  EXPECT_EQ(box.waiting_event_bytes(), 0U);
+  deliver("a", "a1");
+  EXPECT_EQ(box.waiting_event_bytes(), 2U);
+  EXPECT_EQ(taken(7), "answer\n");
+  EXPECT_EQ(taken(), "first\na1\n");
+  EXPECT_EQ(box.waiting_event_bytes(), 0U);
+}
+
 TEST_F(outbox, ended_subscriptions_leave_nothing_behind) {
   subscribe("a/1");
   box.add_pattern("a/*");
@@ -103,21 +119,51 @@ TEST_F(outbox, subscriptions_are_limited) {
   EXPECT_TRUE(begin("one/more"));
 }
 
-TEST(worker_pool, grows_while_its_threads_wait) {
+TEST(worker_pool, grows_while_its_threads_wait_and_shrinks_back) {
   test::gate door;
   std::atomic<int> done{0};
-  {
-    nx::worker_pool pool;
-    for (int i = 0; i < 30; ++i) {
-      pool.post([&] {
-        door.pass();
-        ++done;
-      });
-    }
-    door.wait_for_arrivals(30);
-    door.open();
+  nx::worker_pool::settings how;
+  how.standstill = std::chrono::milliseconds(4);
+  how.rest = std::chrono::milliseconds(20);
+  nx::worker_pool pool(how);
+  for (int i = 0; i < 30; ++i) {
+    pool.post([&] {
+      door.pass();
+      ++done;
+    });
   }
+  door.wait_for_arrivals(30);
+  door.open();
+  while (pool.threads() > how.usual_threads)
+    std::this_thread::yield();
   EXPECT_EQ(done, 30);
+}
+
+// Work that takes its time is done by few, and in the end what it took is given back, once.
+TEST(worker_pool, gets_no_threads_for_work_that_goes_on) {
+  std::atomic<int> side_by_side{0};
+  std::atomic<int> most{0};
+  std::atomic<int> done{0};
+  std::atomic<int> rests{0};
+  nx::worker_pool::settings how;
+  how.usual_threads = 1;
+  how.standstill = std::chrono::seconds(60);
+  how.rest = std::chrono::milliseconds(5);
+  how.at_rest = [&] { ++rests; };
+  nx::worker_pool pool(how);
+  constexpr int jobs = 200;
+  for (int i = 0; i < jobs; ++i) {
+    pool.post([&] {
+      most = std::max(most.load(), ++side_by_side);
+      std::this_thread::yield();
+      --side_by_side;
+      ++done;
+    });
+  }
+  while (done < jobs || rests == 0)
+    std::this_thread::yield();
+  EXPECT_EQ(most, 1);
+  EXPECT_LE(pool.threads(), 2U);
 }
 
 }  // namespace

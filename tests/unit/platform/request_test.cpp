@@ -1,11 +1,13 @@
 // Requests and their answers, letter by letter, without sockets.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
+#include <rapidjson/document.h>
 
 #include <stdexcept>
 
 #include "platform/kvs_client/kvs_client.h"
 #include "platform/value_tree/server/request_handler.h"
+#include "platform/wire/json_conversion.h"
 #include "tests/support/failure.h"
 #include "tests/support/nodes.h"
 
@@ -93,7 +95,7 @@ TEST_F(requests, of_each_method) {
       {"get", R"({"path":"data/1/power"})", R"({"data/1/power":0.2})"},
       {"get", R"({"path":"data/2/power"})", R"({"code":-61,"message":"No light"})"},
       {"get", R"({"path":"data/*/power"})",
-       R"({"data/1/power":0.2,"data/2/power":{"code":-61,"message":"No light"}})"},
+       R"({"data/1/power":0.2,"data/2/power":{"error":{"code":-61,"message":"No light"}}})"},
       {"get", R"({"path":"none/**"})", "{}"},
       {"get", R"({"path":"data/3/power"})",
        R"({"code":-2,"message":"No such path: data/3/power"})"},
@@ -222,14 +224,68 @@ TEST_F(requests, tell_what_a_node_threw) {
 }
 
 TEST_F(requests, an_answer_has_a_limit_too) {
-  read = [] { return std::string(1000000, 'x'); };
-  const auto get = request("get", R"({"path":"data/name"})");
-  std::string batch = '[' + get;
-  for (int i = 0; i < 9; ++i)
-    batch += ',' + get;
-  EXPECT_EQ(answer(batch + ']'), R"({"jsonrpc":"2.0","id":null,"error":{"code":-32600,"message":)"
-                                 R"("Invalid request: its answer is longer than 8388608 bytes"}})");
-  EXPECT_GT(answer(get).size(), 1000000U);
+  read = [] { return std::string(9000000, 'x'); };
+  EXPECT_EQ(answer(request("get", R"({"path":"data/name"})")),
+            R"({"jsonrpc":"2.0","id":1,"error":{"code":-32600,"message":)"
+            R"("Invalid request: its answer is longer than 8388608 bytes"}})");
+}
+
+// The first that finds no room and all behind it are refused, each by its id; what is refused is
+// not done. What wants no answer is.
+TEST_F(requests, of_a_batch_that_asks_for_too_much_are_each_answered) {
+  read = [] { return std::string(3000000, 'x'); };
+  std::string batch = "[";
+  const auto add = [&](const std::string& id, const std::string& method,
+                       const std::string& params) {
+    if (batch.size() > 1) batch += ',';
+    batch += fmt::format(R"({{"jsonrpc":"2.0",{}"method":"{}","params":{}}})", id, method, params);
+  };
+  for (int id = 1; id <= 4; ++id)
+    add(fmt::format(R"("id":{},)", id), "get", R"({"path":"data/name"})");
+  add(R"("id":"five",)", "set", R"({"path":"data/1/power","value":5})");
+  add("", "set", R"({"path":"data/2/power","value":6})");
+  const auto answers = nx::parse_json(answer(batch + ']'));
+  ASSERT_EQ(answers.Size(), 5U);
+  const std::string refusal =
+      R"({"code":-32600,"message":"Invalid request: with its answer those of the batch are longer than 8388608 bytes"})";
+  for (rapidjson::SizeType i = 0; i < answers.Size(); ++i) {
+    EXPECT_EQ(answers[i].HasMember("result"), i < 2) << i;
+    if (i >= 2) {
+      EXPECT_EQ(nx::json_text(answers[i]["error"]), refusal);
+    }
+    EXPECT_EQ(nx::json_text(answers[i]["id"]), i < 4 ? std::to_string(i + 1) : "\"five\"");
+  }
+  EXPECT_EQ(ask("get", R"({"path":"data/1/power"})"), R"({"data/1/power":0.2})");
+  EXPECT_EQ(ask("get", R"({"path":"data/2/power"})"), R"({"data/2/power":6})");
+}
+
+TEST_F(requests, carry_an_id_of_any_size_back_as_it_came) {
+  const std::string digits(400, '7');
+  for (const std::string& id :
+       {digits, "-" + digits, "1." + digits, "1e" + digits, std::string("1.50"), std::string("1e2"),
+        std::string("-0"), std::string("18446744073709551616"), '"' + digits + '"'}) {
+    const auto get = fmt::format(
+        R"({{"params":{{"path":"data/1/power","id":3}},"jsonrpc":"2.0","id":{},"method":"get"}})",
+        id);
+    const auto got =
+        fmt::format(R"({{"jsonrpc":"2.0","id":{},"result":{{"data/1/power":0.2}}}})", id);
+    EXPECT_EQ(answer(get), got);
+    EXPECT_EQ(answer("[1,[{\"id\":4}]," + get + ',' + get + ']').substr(0, 1), "[");
+    EXPECT_NE(answer("[1,[{\"id\":4}]," + get + ',' + get + ']').find(got + ',' + got),
+              std::string::npos);
+  }
+}
+
+TEST_F(requests, write_no_string_beyond_the_limit) {
+  const auto written = [this](std::size_t size, const char* form) {
+    return ask("run", fmt::format(R"({{"path":"command/add","args":{}}})",
+                                  fmt::format(fmt::runtime(form), std::string(size, 'x'))));
+  };
+  const std::string refused = R"({"code":-22,"message":"String value longer than 65536 bytes"})";
+  for (const char* form : {R"("{}")", R"([1,["{}"]])", R"({{"a":"{}"}})", R"({{"{}":1}})"}) {
+    EXPECT_EQ(written(65536, form), R"({"command/add":true})") << form;
+    EXPECT_EQ(written(65537, form), refused) << form;
+  }
 }
 
 TEST_F(requests, a_node_may_ask_the_tree_while_it_is_asked) {
@@ -237,26 +293,39 @@ TEST_F(requests, a_node_may_ask_the_tree_while_it_is_asked) {
   EXPECT_EQ(ask("get", R"({"path":"data/*"})"), R"({"data/name":"{\"data/1/power\":0.2}"})");
 }
 
-TEST_F(requests, what_may_wait_is_left_to_a_worker) {
+TEST_F(requests, what_may_wait_or_takes_long_is_left_to_a_worker) {
   test::read_node::create(
       db, "device/gain", [] { return "7"; }, true);
   const nx::request_handler handler(db, nx::access::full, nullptr);
-  const auto at_once = [&](const std::string& line) {
+  const auto takes = [&](const std::string& line) {
     std::string out;
-    const bool done = handler.answer_at_once(line, out);
-    EXPECT_EQ(done, !out.empty());
-    return done;
+    const auto found = handler.answer_within(nx::effort::at_once, line, out);
+    EXPECT_EQ(found == nx::effort::at_once, !out.empty());
+    return found;
   };
+  using enum nx::effort;
   const auto device = request("get", R"({"path":"device/gain"})");
   const auto name = request("get", R"({"path":"data/name"})");
-  EXPECT_TRUE(at_once(name));
-  EXPECT_FALSE(at_once(device));
-  EXPECT_FALSE(at_once(request("get", R"({"path":"*/gain"})")));
-  EXPECT_TRUE(at_once(request("info", R"({"path":"device/gain"})")));
-  EXPECT_FALSE(at_once(request("run", R"({"path":"command/add","args":{}})")));
-  EXPECT_FALSE(at_once('[' + name + ',' + device + ']'));
-  EXPECT_TRUE(at_once('[' + name + ",3]"));
+  const auto all = request("get", R"({"path":"data/**"})");
+  const auto some = request("get", R"({"path":"data/*"})");
+  EXPECT_EQ(takes(name), at_once);
+  EXPECT_EQ(takes(some), at_once);
+  EXPECT_EQ(takes(device), waiting);
+  EXPECT_EQ(takes(request("get", R"({"path":"*/gain"})")), waiting);
+  EXPECT_EQ(takes(request("info", R"({"path":"device/gain"})")), at_once);
+  EXPECT_EQ(takes(request("run", R"({"path":"command/add","args":{}})")), waiting);
+  EXPECT_EQ(takes('[' + name + ',' + device + ']'), waiting);
+  EXPECT_EQ(takes('[' + name + ",3]"), at_once);
+  EXPECT_EQ(takes(all), heavy);
+  EXPECT_EQ(takes('[' + name + ',' + all + ']'), heavy);
+  EXPECT_EQ(takes('[' + some + ',' + some + ',' + some + ']'), heavy);
+  EXPECT_EQ(takes(request("list", R"({"path":"","recursive":true})")), heavy);
+  EXPECT_EQ(takes(name + std::string(40000, ' ')), heavy);
   EXPECT_EQ(ran, "");
+  // A worker for what waits leaves alone what takes long.
+  std::string out;
+  EXPECT_EQ(handler.answer_within(waiting, all, out), heavy);
+  EXPECT_EQ(out, "");
 }
 
 }  // namespace

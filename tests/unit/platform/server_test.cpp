@@ -1,4 +1,5 @@
 // The protocol over real sockets: order, events, slow and hostile clients.
+#include "platform/nexel_client/nexel_client.h"
 #include "tests/unit/platform/server_fixture.h"
 
 namespace {
@@ -45,9 +46,8 @@ TEST_F(server_test, a_pattern_covers_what_comes_later) {
   value_node::create(db, "ch/1/power", "1");
   read_node::create(db, "ch/1/name", [] { return "x"; });
   const auto client = connect();
-  EXPECT_EQ(client.ask(request(1, "subscribe", "ch/**")),
-            result(1, R"("ch/1/name":{"code":-22,"message":"Not subscribable: ch/1/name"},)"
-                      R"("ch/1/power":1)"));
+  // What cannot be subscribed to is left out.
+  EXPECT_EQ(client.ask(request(1, "subscribe", "ch/**")), result(1, R"("ch/1/power":1)"));
   EXPECT_EQ(client.line(), event("ch/1/power", "1"));
   const auto second = value_node::create(db, "ch/2/power", "2");
   EXPECT_EQ(client.line(), event("ch/2/power", "2"));
@@ -197,6 +197,104 @@ TEST_F(server_test, the_end_waits_for_what_is_executed) {
   server.reset();
   EXPECT_TRUE(done);
   opener.join();
+}
+
+// What it asked is not worked out, what it wrote is done.
+TEST_F(server_test, a_client_that_has_gone_costs_no_large_answer) {
+  std::atomic<int> reads{0};
+  for (int i = 0; i < 10; ++i)
+    read_node::create(db, fmt::format("many/{}", i), [&] { return std::to_string(++reads); });
+  const auto a = value_node::create(db, "a", "1");
+  gate door;
+  command_node::create(db, "wait", [&](const std::string&) {
+    door.pass();
+    return "true";
+  });
+  {
+    const auto client = connect();
+    client.send(request(1, "run", "wait", R"(,"args":[])") + '\n');
+    door.wait_for_arrivals(1);
+    client.send(request(2, "get", "**") + '\n' + request(3, "subscribe", "**") + '\n' +
+                request(4, "set", "a", R"(,"value":2)") + '\n');
+  }
+  // The server sees its end while the command still waits: another is served in between.
+  for (int i = 0; i < 3; ++i)
+    connect().ask(request(1, "get", "a"));
+  door.open();
+  const auto other = connect();
+  while (other.ask(request(5, "get", "a")) != result(5, R"("a":2)"))
+    std::this_thread::yield();
+  EXPECT_EQ(reads, 0);
+  EXPECT_FALSE(a->has_subscribers());
+}
+
+TEST_F(server_test, a_refused_subscription_leaves_nothing_behind) {
+  std::vector<std::shared_ptr<value_node>> values;
+  for (int i = 0; i < 100; ++i)
+    values.push_back(value_node::create(db, fmt::format("v/{}", i), "0"));
+  const auto client = connect();
+  client.ask(request(1, "subscribe", "v/3"));
+  client.line();
+  // The answer has room, but not with the first events behind it.
+  for (const auto& value : values)
+    value->update('"' + std::string(60000, 'x') + '"');
+  client.line();
+  EXPECT_EQ(client.ask(request(2, "subscribe", "v/*")),
+            R"({"jsonrpc":"2.0","id":2,"error":{"code":-32600,)"
+            R"("message":"Invalid request: its answer is longer than 8388608 bytes"}})");
+  EXPECT_FALSE(values[5]->has_subscribers());
+  value_node::create(db, "v/later", "1");
+  // What was subscribed before goes on, and so does the session.
+  client.line();
+  values[3]->update("7");
+  EXPECT_EQ(client.line(), event("v/3", "7"));
+  EXPECT_EQ(client.ask(request(3, "get", "v/3")), result(3, R"("v/3":7)"));
+}
+
+TEST_F(server_test, a_value_in_error_stands_among_the_others) {
+  value_node::create(db, "v/1", "1")->fail({-61, "none"});
+  value_node::create(db, "v/2", "2");
+  const std::string members = R"("v/1":{"error":{"code":-61,"message":"none"}},"v/2":2)";
+  const auto client = connect();
+  EXPECT_EQ(client.ask(request(1, "get", "v/*")), result(1, members));
+  EXPECT_EQ(client.ask(request(2, "subscribe", "v/*")), result(2, members));
+}
+
+TEST_F(server_test, the_supervisory_link_has_its_own_few_sessions) {
+  value_node::create(db, "a", "1");
+  const auto port = server->start_tcp_socket("::1", 0, true);  // a port that is free
+  server = nullptr;
+  const test::log_capture log;
+  serve_at(socket_path);
+  server->start_ipv6_socket("lo", port);
+  log.wait_for(1);
+  const auto refusal = [](const std::string& text) {
+    return R"({"jsonrpc":"2.0","id":null,"error":{"code":-105,"message":")" + text + R"("}})";
+  };
+  std::vector<raw_client> link;
+  const auto get = request(1, "get", "a");
+  for (int i = 0; i < 15; ++i) {
+    link.push_back(connect_tcp(port));
+    ASSERT_EQ(link.back().ask(get), result(1, R"("a":1)")) << i;
+  }
+  EXPECT_EQ(connect_tcp(port).line(),
+            refusal("More than 15 sessions on the link, 1 more is for the neighbour"));
+  EXPECT_EQ(connect().ask(get), result(1, R"("a":1)"));  // the local side has its own places
+  // Whom this process talks to itself is the neighbour.
+  const auto peer = nexel_ipv6_client::create(runtime.io_context(), "lo", "::1", port, "peer", {});
+  EXPECT_EQ(peer->get<int>("a"), 1);
+  EXPECT_EQ(connect_tcp(port).line(), refusal("More than 16 sessions on the link"));
+  // A session that asks for nothing goes, one that is subscribed stays.
+  link.erase(link.begin() + 1, link.end());
+  const auto subscribed = [&] {
+    auto client = connect_tcp(port);
+    client.ask(request(2, "subscribe", "a"));
+    return client;
+  }();
+  subscribed.line();
+  server->set_silent_limit(std::chrono::milliseconds(40));
+  EXPECT_EQ(link.front().line(), "closed");
+  EXPECT_EQ(subscribed.ask(get), result(1, R"("a":1)"));
 }
 
 TEST_F(server_test, a_client_that_sends_no_more_still_gets_its_answers) {

@@ -7,10 +7,38 @@
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/line_splitter.h"
 #include "platform/wire/nx_error.h"
+#include "platform/wire/shown_text.h"
 #include "platform/wire/socket_path.h"
 #include "tests/support/environment.h"
 
 namespace {
+
+TEST(shown_text, leaves_nothing_that_steers_a_terminal) {
+  const std::pair<std::string, std::string> table[] = {
+      {"plain \xc3\xa4\xe2\x96\x88\xf0\x9f\x92\xa1 text",
+       "plain \xc3\xa4\xe2\x96\x88\xf0\x9f\x92\xa1 text"},
+      {std::string("\0", 1), R"(\x00)"},
+      {"a\nb\tc\r\x1b[31m\x7f", R"(a\nb\tc\x0d\x1b[31m\x7f)"},
+      {"\xc2\x80\xc2\x9f\xc2\xa0", "\\u0080\\u009f\xc2\xa0"},
+      {"\xe2\x80\xae\xe2\x81\xa6\xe2\x80\x8f\xd8\x9c\xe2\x80\xa8",
+       R"(\u202e\u2066\u200f\u061c\u2028)"},
+      // Bytes that are not UTF-8: alone, cut off, too long a form, a surrogate, beyond the last.
+      {"\x9b\xff\xc2", R"(\x9b\xff\xc2)"},
+      {"\xc0\x9b\xed\xa0\x80", R"(\xc0\x9b\xed\xa0\x80)"},
+      {"\xf4\x90\x80\x80\xe2\x80", R"(\xf4\x90\x80\x80\xe2\x80)"},
+  };
+  for (const auto& [text, shown] : table)
+    EXPECT_EQ(nx::shown_text(text), shown);
+}
+
+TEST(json_parse, refuses_a_byte_order_mark) {
+  try {
+    nx::parse_json("\xef\xbb\xbf{}");
+    ADD_FAILURE() << "not refused";
+  } catch (const nx_error& error) {
+    EXPECT_EQ(error.message, "Parse error: Byte order mark at byte 0");
+  }
+}
 
 using nx::from_json;
 using nx::json_document;

@@ -59,7 +59,8 @@ TEST(layout, rounds_for_people_and_not_for_scripts) {
       {"3.9797976", "3.98 dB", "3.9797976"},
       {"100", "100 dB", "100"},
       {"-0.0001", "0 dB", "-1e-04"},
-      {R"({"code":-61,"message":"Not set"})", "(-61 Not set)", "(-61 Not set)"},
+      {R"({"error":{"code":-61,"message":"Not set"}})", "(-61 Not set)", "(-61 Not set)"},
+      {R"("a\nb\u001b[2J")", R"(a\nb\x1b[2J)", R"(a\nb\x1b[2J)"},
   };
   for (const auto& [json, people, scripts] : table) {
     const auto value = nx::parse_json(json);
@@ -80,4 +81,8 @@ TEST(layout, shows_errors_and_ends_among_events) {
             "T  p  (-5 no)");
   EXPECT_EQ(line(R"({"method":"ended","params":{"path":"p","reason":"removed"}})"),
             "p  ended: removed");
+  // Nothing that a tree says steers the terminal.
+  EXPECT_EQ(line(R"({"method":"event","params":{"path":"p\u0007","time":"\u009bT",)"
+                 R"("error":{"code":-5,"message":"\u202eno\n"}}})"),
+            R"(\u009bT  p\x07  (-5 \u202eno\n))");
 }

@@ -1,0 +1,35 @@
+#include "platform/value_tree/thread_rank.h"
+
+#include <pthread.h>
+#include <sched.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace nx {
+namespace {
+
+int nice_of(thread_rank rank) {
+  switch (rank) {
+    case thread_rank::loops:
+      return -10;
+    case thread_rank::serving:
+      return -5;
+    case thread_rank::background:
+      return 10;
+  }
+  return 0;
+}
+
+}  // namespace
+
+void take_rank(const char* thread_name, thread_rank rank) {
+  ::pthread_setname_np(::pthread_self(), thread_name);
+  if (rank == thread_rank::background) {
+    // Does not take the processor from a thread that has just got it.
+    const sched_param none{};
+    ::sched_setscheduler(0, SCHED_BATCH, &none);
+  }
+  ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), nice_of(rank));
+}
+
+}  // namespace nx

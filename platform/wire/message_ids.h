@@ -1,0 +1,21 @@
+// The ids of messages as they were written: a number of any size has to come back as it came, and
+// no number type holds all of them.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace nx {
+
+/// One for each message that is an object, in their order: the number that its "id" is, else empty.
+/// The text is one message or a batch, and need not be valid. The results point into it.
+std::vector<std::string_view> number_ids(std::string_view text);
+
+/// The text with a small number in the place of each id that is too long for a number type.
+std::string with_short_ids(std::string_view text, const std::vector<std::string_view>& ids);
+
+/// True if one of them is that long.
+bool some_are_long(const std::vector<std::string_view>& ids);
+
+}  // namespace nx

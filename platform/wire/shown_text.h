@@ -1,0 +1,15 @@
+// Texts from elsewhere as they may be shown to people: what would steer a terminal, break a line or
+// turn the reading order stands as an escape.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace nx {
+
+/// Control characters (C0, DEL and C1), line separators, marks of the writing direction and bytes
+/// that are not UTF-8 become "\n", "\x1b", "\u202e" and the like. Everything else stays.
+std::string shown_text(std::string_view text);
+void append_shown_text(std::string& out, std::string_view text);
+
+}  // namespace nx

@@ -1,0 +1,188 @@
+// What a daemon does at the ends of its means: memory, tasks, answers that nobody takes, a store
+// without end, a terminal that goes.
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+
+#include "platform/nexel_client/line_client.h"
+#include "platform/nexel_client/nx_client_exception.h"
+#include "tests/system/regulating_node.h"
+#include "tests/system/storm.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool sanitized = true;
+#else
+constexpr bool sanitized = false;
+#endif
+
+// What the service of the package is given.
+constexpr double unit_memory_mib = 384;
+
+/// Asks for 8 MiB in one line.
+std::string large_batch() {
+  const std::string get = R"({"jsonrpc":"2.0","id":1,"method":"get","params":{"path":"**"}})";
+  std::string batch = "[" + get;
+  for (int i = 1; i < 100; ++i)
+    batch += ',' + get;
+  return batch + "]\n";
+}
+
+using clients = std::vector<std::unique_ptr<nx::line_client>>;
+
+clients ask_and_never_read(const test::regulating_node& node, unsigned count) {
+  clients mute;
+  for (unsigned i = 0; i < count; ++i) {
+    mute.push_back(nx::line_client::connect_unix(node.daemon_socket()));
+    mute.back()->send_raw(large_batch());
+  }
+  return mute;
+}
+
+double status_of(pid_t pid, const std::string& what) {
+  std::ifstream status(fmt::format("/proc/{}/status", pid));
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with(what)) return std::stod(line.substr(what.size()));
+  }
+  return 0;
+}
+
+TEST(limits, answers_that_nobody_takes_stay_within_the_memory_of_the_service) {
+  test::regulating_node node;
+  node.bring_up();
+  const auto mute = ask_and_never_read(node, 100);
+  const auto seen = test::watch(node.daemon(), node.daemon_socket(), 6s);
+  fmt::print("100 clients that ask for 8 MiB and never read: {}\n", test::text_of(seen));
+  EXPECT_TRUE(sanitized || seen.resident_mib < unit_memory_mib / 2) << seen.resident_mib;
+  EXPECT_TRUE(node.serves());
+}
+
+TEST(limits, without_memory_the_daemon_says_so_and_ends) {
+  if (sanitized) GTEST_SKIP() << "a sanitizer takes address space as it likes";
+  test::regulating_node node;
+  node.bring_up();
+  const auto bytes = static_cast<rlim_t>(status_of(node.daemon().pid(), "VmData:")) * 1024;
+  const rlimit little{bytes + 4 * 1024 * 1024, bytes + 4 * 1024 * 1024};
+  ASSERT_EQ(::prlimit(node.daemon().pid(), RLIMIT_DATA, &little, nullptr), 0);
+  const auto mute = ask_and_never_read(node, 3);
+  EXPECT_EQ(node.daemon().wait_for_exit(), 2) << node.daemon().last_lines();
+  EXPECT_NE(node.daemon().output().find("out of memory, ending"), std::string::npos);
+}
+
+/// A control group of the system's that allows a process no more tasks than it has.
+class no_more_tasks {
+ public:
+  explicit no_more_tasks(pid_t pid) {
+    for (const char* root : {"/sys/fs/cgroup/pids", "/sys/fs/cgroup"}) {
+      folder_ = fmt::format("{}/lumora_limits_{}", root, pid);
+      std::error_code failed;
+      if (!std::filesystem::create_directory(folder_, failed) || failed) continue;
+      const auto tasks = static_cast<unsigned>(status_of(pid, "Threads:"));
+      std::ofstream(folder_ + "/pids.max") << tasks << std::flush;
+      std::ofstream procs(folder_ + "/cgroup.procs");
+      procs << pid << std::flush;
+      holds_ = procs.good() && std::filesystem::exists(folder_ + "/pids.max");
+      if (holds_) return;
+      std::filesystem::remove(folder_, failed);
+    }
+  }
+  /// The process has ended by then.
+  ~no_more_tasks() {
+    std::error_code ignored;
+    if (holds_) std::filesystem::remove(folder_, ignored);
+  }
+  no_more_tasks(const no_more_tasks&) = delete;
+  no_more_tasks& operator=(const no_more_tasks&) = delete;
+  bool holds() const { return holds_; }
+
+ private:
+  std::string folder_;
+  bool holds_ = false;
+};
+
+TEST(limits, without_further_tasks_the_daemon_goes_on_with_those_it_has) {
+  std::unique_ptr<no_more_tasks> confined;
+  test::regulating_node node;
+  node.bring_up();
+  confined = std::make_unique<no_more_tasks>(node.daemon().pid());
+  if (!confined->holds()) GTEST_SKIP() << "no control groups of one's own here";
+  {
+    const test::storm raging(20, [&] { test::get_everything(node.daemon_socket()); });
+    const auto seen = test::watch(node.daemon(), node.daemon_socket(), 3s);
+    fmt::print("no thread more than at rest: {}\n", test::text_of(seen));
+    EXPECT_TRUE(node.daemon().wait_for("No further worker thread")) << node.daemon().last_lines();
+  }
+  EXPECT_EQ(node.correct_a_disturbance(node.plant().channels()[9]), "");
+  EXPECT_EQ(test::fault_of_end(node.daemon()), "");
+}
+
+TEST(limits, the_end_of_its_terminal_is_none_of_the_daemon) {
+  test::regulating_node node;
+  node.start_surroundings();
+  node.start_and_await();
+  node.daemon().signal(SIGHUP);
+  EXPECT_TRUE(test::eventually([&] { return node.serves(); }));
+  EXPECT_EQ(test::fault_of_end(node.daemon()), "");
+}
+
+/// A store that answers each connection a byte every 50 ms, without end.
+class dripping_store {
+ public:
+  explicit dripping_store(const std::string& path)
+      : listener_(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0)) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    const bool bound =
+        ::bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+        ::listen(listener_, 16) == 0;
+    if (!bound) throw std::runtime_error("no store at " + path);
+    thread_ = std::jthread([this](const std::stop_token& stop) { drip(stop); });
+  }
+  ~dripping_store() {
+    thread_.request_stop();
+    thread_.join();
+    ::close(listener_);
+  }
+
+ private:
+  void drip(const std::stop_token& stop) const {
+    std::vector<int> connections;
+    while (!stop.stop_requested()) {
+      const int next = ::accept4(listener_, nullptr, nullptr, SOCK_NONBLOCK);
+      if (next >= 0) connections.push_back(next);
+      for (const int one : connections)
+        ::send(one, "+", 1, MSG_NOSIGNAL | MSG_DONTWAIT);
+      std::this_thread::sleep_for(50ms);
+    }
+    for (const int one : connections)
+      ::close(one);
+  }
+
+  int listener_;
+  std::jthread thread_;
+};
+
+TEST(limits, a_store_without_end_holds_up_no_stop) {
+  test::regulating_node node;
+  const auto path = node.root().file("drip.sock");
+  auto settings = node.daemon_settings();
+  settings.environment["KVS_URL"] = "unix://" + path;
+  std::filesystem::create_directories(node.root().path());
+  const dripping_store store(path);
+  test::process daemon(settings);
+  EXPECT_TRUE(daemon.wait_for("no answer within 1.0 s")) << daemon.last_lines();
+  EXPECT_EQ(test::fault_of_end(daemon), "");
+}
+
+}  // namespace

@@ -1,0 +1,110 @@
+// Storms of clients against a daemon that regulates: cycles begin in time, others are answered, and
+// what it took is given back.
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+
+#include "platform/nexel_client/nx_client_exception.h"
+#include "tests/support/free_port.h"
+#include "tests/system/regulating_node.h"
+#include "tests/system/storm.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// A sanitizer keeps what was freed, and takes many times the processor.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr double flat_mib = 1e6;
+constexpr double late_s = 2.0;
+constexpr double slow_ms = 1000;
+#else
+constexpr double flat_mib = 12.0;
+constexpr double late_s = 0.2;
+constexpr double slow_ms = 50;
+#endif
+
+constexpr auto undisturbed = 2s;
+constexpr auto storm_time = 2500ms;
+
+struct attack {
+  const char* name;
+  unsigned threads;
+  void (*round)(const std::string& socket);
+};
+
+constexpr attack attacks[] = {
+    {"connect, subscribe to all, close", 4, test::connect_subscribe_close},
+    {"get all, 50 sessions", 50, test::get_everything},
+    {"pipelines of info of all, 8 sessions", 8, test::pipeline_info},
+};
+
+void tell(const char* what, const test::figures& found) {
+  fmt::print("{:<40} {}\n", what, test::text_of(found));
+}
+
+/// `attacked`: where the storms go; another client always asks on the node's own socket.
+void weather_the_storms(test::regulating_node& node, const std::string& attacked) {
+  const auto socket = node.daemon_socket();
+  const auto calm = test::watch(node.daemon(), socket, undisturbed);
+  tell("undisturbed", calm);
+  for (const auto& [name, threads, round] : attacks) {
+    test::figures found;
+    {
+      const test::storm raging(threads, [&, round = round] { round(attacked); });
+      try {
+        found = test::watch(node.daemon(), socket, storm_time);
+      } catch (const nx_client_exception& failure) {
+        FAIL() << name << ": " << failure.message << '\n' << node.daemon().last_lines();
+      }
+    }
+    tell(name, found);
+    EXPECT_LT(found.longest_gap_s, calm.longest_gap_s + late_s) << name;
+    EXPECT_LT(found.slowest_get_ms, slow_ms) << name;
+  }
+  EXPECT_TRUE(test::eventually([&] { return node.resident_mib() < calm.resident_mib + flat_mib; }))
+      << node.resident_mib() << " MiB, was " << calm.resident_mib;
+  tell("afterwards", test::watch(node.daemon(), socket, 100ms));
+}
+
+TEST(storm, of_clients_delays_no_cycle) {
+  test::regulating_node node;
+  node.bring_up();
+  weather_the_storms(node, node.daemon_socket());
+}
+
+/// Everything that is started meanwhile shares one core.
+class one_core {
+ public:
+  one_core() {
+    ::sched_getaffinity(0, sizeof(before_), &before_);
+    cpu_set_t one;
+    CPU_ZERO(&one);
+    CPU_SET(0, &one);
+    ::sched_setaffinity(0, sizeof(one), &one);
+  }
+  ~one_core() { ::sched_setaffinity(0, sizeof(before_), &before_); }
+  one_core(const one_core&) = delete;
+  one_core& operator=(const one_core&) = delete;
+
+ private:
+  cpu_set_t before_{};
+};
+
+TEST(storm, on_the_supervisory_link_delays_no_cycle) {
+  const auto port = test::free_port();
+  if (port == 0) GTEST_SKIP() << "no IPv6 on the loopback";
+  test::regulating_node node;
+  node.listen_on("lo", port);
+  node.bring_up();
+  weather_the_storms(node, std::to_string(port));
+}
+
+TEST(storm, of_clients_delays_no_cycle_on_one_core) {
+  const one_core alone;
+  test::regulating_node node;
+  node.bring_up();
+  weather_the_storms(node, node.daemon_socket());
+}
+
+}  // namespace
