@@ -96,7 +96,7 @@ followers follow_stores(sim::plant& plant, const options& from) {
   followers all;
   const auto& nodes = plant.get_topology().nodes;
   for (unsigned node = 0; node < nodes.size(); ++node) {
-    if (!tags[node] || !nodes[node].product.starts_with("selka")) continue;
+    if (!tags[node] || sim::model_of(nodes[node]).kin != models::family::selka) continue;
     auto* store = all.emplace_back(std::make_unique<sim::store_follower>(*tags[node])).get();
     plant.set_switch_source(
         [store](const std::string& module, unsigned channel) {
