@@ -2,7 +2,9 @@
 // know every row.
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <set>
+#include <sstream>
 
 #include "base/manager/remote/peer_products.h"
 #include "models/model.h"
@@ -49,6 +51,17 @@ TEST_P(model_row, has_channels_beside_one_another_within_its_band) {
   EXPECT_EQ(*places.begin(), 1u);
   constexpr unsigned slice = 625;
   EXPECT_LE(*places.rbegin() * grid.spacing, model_.slices * slice);
+}
+
+TEST_P(model_row, is_named_in_what_the_package_installs) {
+  for (const char* name : {"completion/lumora.bash", "man/lumora_manager.8", "man/lumora_lab.1",
+                           "lumora_manager.default"}) {
+    std::ifstream file(std::string(FILLED_FOLDER) + "/" + name);
+    std::ostringstream text;
+    text << file.rdbuf();
+    EXPECT_NE(text.str().find(model_.name), std::string::npos) << name;
+    EXPECT_EQ(text.str().find("@LUMORA"), std::string::npos) << name;
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(models, model_row, testing::ValuesIn(models::names()),
