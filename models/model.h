@@ -99,6 +99,10 @@ const model& get(std::string_view name);
 /// What a simulated peer of this model is called: the product text in small letters.
 std::string simulated_name(const model& of);
 
+/// Every peer that can be simulated: these models, and in-line amplifiers, which run no daemon of
+/// this kind.
+std::vector<std::string> simulated_peers();
+
 /// What the devices call the channel of this centre: the frequency, or its place on the grid.
 unsigned device_channel(const model& of, unsigned center);
 

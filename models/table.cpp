@@ -163,6 +163,14 @@ std::string simulated_name(const model& of) {
   return name;
 }
 
+std::vector<std::string> simulated_peers() {
+  std::vector<std::string> peers;
+  for (const auto& each : table)
+    peers.push_back(simulated_name(each));
+  peers.insert(peers.end(), {"tarn-one", "tarn-two"});
+  return peers;
+}
+
 unsigned device_channel(const model& of, unsigned center) {
   return of.counts_channels ? of.grid.place(center) : center;
 }

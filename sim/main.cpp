@@ -56,7 +56,7 @@ std::optional<int> read_options(int argc, char** argv, options& to) {
                  "REDIS_CONF_HASH_TAG of a second node, whose switch follows its own keys");
   app.add_option("--peer", to.peer,
                  "what the far end of a node alone plays on the supervisory link")
-      ->check(CLI::IsMember(sim::peer_families()));
+      ->check(CLI::IsMember(models::simulated_peers()));
   app.add_option("--peer-interface", to.peer_interface,
                  "interface on which the peer is served; lo for a daemon on this machine")
       ->capture_default_str();

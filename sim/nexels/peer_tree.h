@@ -17,7 +17,7 @@ namespace sim {
 
 class peer_tree : public device_tree {
  public:
-  /// `family` is one of `peer_families()`.
+  /// `family` is one of `models::simulated_peers()`.
   peer_tree(std::mutex& light, const line_system& system, const std::string& family);
   void publish() override;
 

@@ -100,17 +100,6 @@ node_settings default_node(const std::string& product) {
   return node;
 }
 
-const std::vector<std::string>& peer_families() {
-  static const auto families = [] {
-    std::vector<std::string> names;
-    for (const auto& model : models::all())
-      names.push_back(models::simulated_name(model));
-    names.insert(names.end(), {"tarn-one", "tarn-two"});
-    return names;
-  }();
-  return families;
-}
-
 topology default_topology(const std::string& product, unsigned nodes) {
   topology what;
   what.nodes.assign(nodes, default_node(product));
@@ -123,7 +112,7 @@ void check_peer(const topology& what) {
   if (what.nodes.size() == 2) {
     throw topology_error("peer: found beside two nodes, accepted is one for a node alone");
   }
-  const auto& known = peer_families();
+  const auto known = models::simulated_peers();
   if (std::find(known.begin(), known.end(), what.peer) != known.end()) return;
   throw topology_error(
       fmt::format("peer: found '{}', accepted are {}", what.peer, fmt::join(known, ", ")));

@@ -141,9 +141,6 @@ node_settings default_node(const std::string& product);
 /// `nodes` 1: the node stands alone and faces the built-in far end.
 topology default_topology(const std::string& product, unsigned nodes = 1);
 
-/// What a simulated peer can be: "orva-lite" and so on, the product text in small letters.
-const std::vector<std::string>& peer_families();
-
 /// Throws topology_error on the first value outside its range.
 void check(const topology& what);
 

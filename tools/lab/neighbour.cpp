@@ -16,20 +16,11 @@ bool holds(const std::vector<std::string>& names, const std::string& name) {
   return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-std::vector<std::string> families() {
-  std::vector<std::string> names;
-  for (const auto& model : models::all())
-    names.push_back(models::simulated_name(model));
-  // In-line amplifiers run no daemon of this kind.
-  names.insert(names.end(), {"tarn-one", "tarn-two"});
-  return names;
-}
-
 }  // namespace
 
 std::vector<std::string> neighbour_names() {
   auto names = models::names();
-  for (auto& family : families())
+  for (auto& family : models::simulated_peers())
     names.push_back(std::move(family));
   return names;
 }
@@ -37,7 +28,7 @@ std::vector<std::string> neighbour_names() {
 neighbour find_neighbour(const std::string& asked, const std::string& own_product) {
   const auto& name = asked.empty() ? own_product : asked;
   if (holds(models::names(), name)) return {neighbour::kind::daemon, name};
-  if (holds(families(), name)) return {neighbour::kind::simulated, name};
+  if (holds(models::simulated_peers(), name)) return {neighbour::kind::simulated, name};
   throw std::invalid_argument(
       fmt::format("unknown peer {}; known are {}", name, fmt::join(neighbour_names(), ", ")));
 }
