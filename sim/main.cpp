@@ -56,7 +56,7 @@ std::optional<int> read_options(int argc, char** argv, options& to) {
                  "REDIS_CONF_HASH_TAG of a second node, whose switch follows its own keys");
   app.add_option("--peer", to.peer,
                  "what the far end of a node alone plays on the supervisory link")
-      ->check(CLI::IsMember(sim::peer_families()));
+      ->check(CLI::IsMember(models::simulated_peers()));
   app.add_option("--peer-interface", to.peer_interface,
                  "interface on which the peer is served; lo for a daemon on this machine")
       ->capture_default_str();
@@ -96,7 +96,7 @@ followers follow_stores(sim::plant& plant, const options& from) {
   followers all;
   const auto& nodes = plant.get_topology().nodes;
   for (unsigned node = 0; node < nodes.size(); ++node) {
-    if (!tags[node] || !nodes[node].product.starts_with("selka")) continue;
+    if (!tags[node] || sim::model_of(nodes[node]).kin != models::family::selka) continue;
     auto* store = all.emplace_back(std::make_unique<sim::store_follower>(*tags[node])).get();
     plant.set_switch_source(
         [store](const std::string& module, unsigned channel) {

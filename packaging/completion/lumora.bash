@@ -1,6 +1,6 @@
 # Completion of bash for lumora_manager, lumoractl, lumora_lab and lumora_sim. Paths of a tree come from the tree itself.
 
-_lumora_products="orvalite orvamax orvapro orvakinet selkamin selkaplus"
+_lumora_products="@LUMORA_MODELS@"
 
 # The options in the words so far that choose a tree, to ask the same one.
 _lumora_tree_options() {

@@ -11,7 +11,7 @@
 namespace sim {
 
 std::vector<std::unique_ptr<device_tree>> make_node_trees(std::mutex& light, node& of) {
-  const std::string& product = of.settings.product;
+  const auto& model = model_of(of.settings);
   std::vector<std::unique_ptr<device_tree>> trees;
   trees.push_back(std::make_unique<system_info_tree>(light, of.settings));
   trees.push_back(std::make_unique<system_start_tree>(light, of.settings));
@@ -19,15 +19,15 @@ std::vector<std::unique_ptr<device_tree>> make_node_trees(std::mutex& light, nod
   trees.push_back(std::make_unique<amplifier_tree>("booster", light, of.booster));
   trees.push_back(std::make_unique<osc_tree>(light, of.osc));
   trees.push_back(std::make_unique<sfp_tree>(light, of.osc));
-  trees.push_back(std::make_unique<led_tree>(light, product));
+  trees.push_back(std::make_unique<led_tree>(light, model.panel));
   if (of.settings.has_voa) trees.push_back(std::make_unique<voa_tree>(light, of.voa));
-  if (product.starts_with("selka")) {
+  if (model.kin == models::family::selka) {
     trees.push_back(std::make_unique<twin_switch_tree>(light, of));
     trees.push_back(std::make_unique<port_monitor_tree>(light, of));
   } else {
     trees.push_back(std::make_unique<spectrum_tree>(light, of));
   }
-  if (product == "orvapro") {
+  if (model.has_compensator) {
     trees.push_back(
         std::make_unique<compensator_tree>(light, of.dispersion, of.settings.compensator));
     trees.push_back(std::make_unique<optical_switch_tree>(light, of.dispersion));

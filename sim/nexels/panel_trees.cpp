@@ -11,18 +11,6 @@ namespace sim {
 
 namespace {
 
-struct panel {
-  unsigned clients;
-  unsigned cross_connects;
-};
-
-panel panel_of(const std::string& product) {
-  if (product == "orvalite") return {32, 0};
-  if (product == "selkamin") return {40, 3};
-  if (product == "selkaplus") return {0, 34};
-  return {40, 0};
-}
-
 void require_colour(const std::string& colour) {
   constexpr std::array colours{"off", "green", "yellow", "orange", "red"};
   if (std::find(colours.begin(), colours.end(), colour) != colours.end()) return;
@@ -44,11 +32,10 @@ system_start_tree::system_start_tree(std::mutex& light, const node_settings& set
   add_reading<bool>("data/systemColdstart", settings.coldstart);
 }
 
-led_tree::led_tree(std::mutex& light, const std::string& product)
+led_tree::led_tree(std::mutex& light, const models::front_panel& leds)
     : device_tree("led_selka", light) {
   add_reading<bool>("data/configStatus", true);
   add_pair("line/1");
-  const panel leds = panel_of(product);
   for (unsigned n = 1; n <= leds.clients; ++n)
     add_pair(fmt::format("client/{}", n));
   for (unsigned n = 1; n <= leds.cross_connects; ++n)

@@ -21,7 +21,7 @@ class system_start_tree : public device_tree {
 
 class led_tree : public device_tree {
  public:
-  led_tree(std::mutex& light, const std::string& product);
+  led_tree(std::mutex& light, const models::front_panel& leds);
 
  private:
   void add_pair(const std::string& port);

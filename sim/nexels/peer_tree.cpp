@@ -33,20 +33,14 @@ std::string status_text(bool up) {
 
 }  // namespace
 
-unsigned peer_channel_id(const std::string& product, unsigned key) {
-  // On orvakinet channels are known by their place on the 100 GHz grid.
-  constexpr unsigned spacing = 10000;
-  constexpr unsigned before_first = 1915;
-  return product == "orvakinet" ? key / spacing - before_first : key;
-}
-
 peer_tree::peer_tree(std::mutex& light, const line_system& system, const std::string& family)
-    : device_tree("peer", light), system_(system) {
+    : device_tree("peer", light), system_(system), model_(models::find_simulated(family)) {
   add_identity(family);
-  add_line(family);
-  if (family.starts_with("tarn")) return;
+  add_line();
+  if (has_compensator()) add_dispersion();
+  if (!model_) return;
   for (std::size_t i = 0; i < system.slots.size(); ++i)
-    add_channel(i, family.starts_with("orva"));
+    add_channel(i, is_orva());
 }
 
 template <class T>
@@ -65,20 +59,21 @@ void peer_tree::add_identity(const std::string& family) {
   add("interface/line/1/data/hostname", "simulated-" + family);
   add("interface/line/1/data/osc/rx/interfaceName", "if-1/line-rx");
   add("interface/line/1/data/osc/tx/interfaceName", "if-1/line-tx");
-  if (family.starts_with("tarn")) add("data/spanloss/section", "oms");
-  if (family == "orva-pro") add("local/interface/line/1/data/dispersion/rx/fiberType", "G.652");
+  if (!model_) add("data/spanloss/section", "oms");
+  if (has_compensator()) add("local/interface/line/1/data/dispersion/rx/fiberType", "G.652");
 }
 
-void peer_tree::add_line(const std::string& family) {
-  const bool in_line = family.starts_with("tarn");
+void peer_tree::add_line() {
   for (const peer_value& each : peer_line_values()) {
-    const char* path = in_line ? each.in_line_path : each.terminal_path;
-    if (path == nullptr || (each.orva_alone && !family.starts_with("orva"))) continue;
+    const char* path = model_ ? each.terminal_path : each.in_line_path;
+    if (path == nullptr || (each.orva_alone && !is_orva())) continue;
     add_value<float>(path, [this, read = each.read] {
       return shown(read({*system_.nodes[far], *system_.nodes[1 - far]}));
     });
   }
-  if (family != "orva-pro") return;
+}
+
+void peer_tree::add_dispersion() {
   // A compensator that takes away what its fibre adds.
   const auto dispersion = [this] { return system_.nodes[far]->osc.dispersion_ps_per_nm(); };
   const std::string below = "local/interface/line/1/data/dispersion/rx/";
@@ -89,8 +84,8 @@ void peer_tree::add_line(const std::string& family) {
 
 void peer_tree::add_channel(std::size_t slot, bool with_osnr) {
   const node& here = *system_.nodes[far];
-  const auto id =
-      peer_channel_id(system_.nodes[1 - far]->settings.product, system_.slots[slot].key);
+  const auto& near_model = model_of(system_.nodes[1 - far]->settings);
+  const auto id = models::device_channel(near_model, system_.slots[slot].key);
   const auto path = [id](const char* name) { return fmt::format("data/client/{}/{}", id, name); };
   const auto seen = [&here, slot] { return here.preamp_monitor.detected(slot); };
   const auto true_power = [&here, slot](measuring_point where) {

@@ -17,24 +17,26 @@ namespace sim {
 
 class peer_tree : public device_tree {
  public:
-  /// `family` is one of `peer_families()`.
+  /// `family` is one of `models::simulated_peers()`.
   peer_tree(std::mutex& light, const line_system& system, const std::string& family);
   void publish() override;
 
  private:
   void add_identity(const std::string& family);
-  void add_line(const std::string& family);
+  void add_line();
+  void add_dispersion();
   void add_channel(std::size_t slot, bool with_osnr);
 
   template <class T>
   void add_value(const std::string& path, std::function<T()> read);
 
+  bool is_orva() const { return model_ && model_->kin == models::family::orva; }
+  bool has_compensator() const { return model_ && model_->has_compensator; }
+
   const line_system& system_;
+  const models::model* model_;  // null: an in-line amplifier
   std::vector<std::function<void()>> updates_;
   std::chrono::nanoseconds published_{-1};
 };
-
-/// What the tree of a node calls a channel.
-unsigned peer_channel_id(const std::string& product, unsigned key);
 
 }  // namespace sim

@@ -13,19 +13,14 @@ spectrum_tree::spectrum_tree(std::mutex& light, node& of) : device_tree("wss_edg
   add_module(2, of.drop_switch, of.preamp_monitor, of);
 }
 
-unsigned spectrum_tree::channel_number(const std::string& product, unsigned key) {
-  constexpr unsigned spacing = 10000;
-  constexpr unsigned below_first = 1915;
-  return product == "orvakinet" ? key / spacing - below_first : key;
-}
-
 void spectrum_tree::add_module(unsigned number, wave_switch& device, channel_monitor& monitor,
                                const node& of) {
   module& added = modules_.emplace_back(module{&device, &monitor, nullptr, {}, 0});
   added.total = add_reading<float>(fmt::format("data/ocm/{}/totalPower", number),
                                    static_cast<float>(monitor.total_dbm()));
+  const auto& model = model_of(of.settings);
   for (std::size_t i = 0; i < of.slots.size(); ++i) {
-    const unsigned channel = channel_number(of.settings.product, of.slots[i].key);
+    const unsigned channel = models::device_channel(model, of.slots[i].key);
     added.channels.emplace_back();
     add_switch_channel(added, number, i, channel);
     add_monitor_channel(added, number, channel);

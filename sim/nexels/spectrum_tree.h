@@ -14,9 +14,6 @@ class spectrum_tree : public device_tree {
   spectrum_tree(std::mutex& light, node& of);
   void publish() override;
 
-  /// What the service calls a channel: its key, or its place on the grid on orvakinet.
-  static unsigned channel_number(const std::string& product, unsigned key);
-
  private:
   struct channel_readings {
     reading_ptr<float> power;

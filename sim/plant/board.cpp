@@ -52,19 +52,20 @@ void add_monitors(board_text& board, const node_settings& node) {
             tx.tap_loss_db - tx.offset_db - node.drop_switch.insertion_loss_db + counted_twice_db);
 }
 
-void add_ports(board_text& board, const node_settings& node) {
-  if (!node.product.starts_with("selka")) return;
-  const bool plus = node.product == "selkaplus";
-  const unsigned ports = plus ? 34 : 9;
-  for (unsigned port = 1; port <= ports; ++port) {
+void add_ports(board_text& board, const node_settings& node, const models::model& model) {
+  for (const unsigned port : models::ports(model)) {
     for (const bool add : {true, false}) {
-      const char* side = add ? "add" : "drop";
       const double loss_db =
           add ? node.add_switch.insertion_loss_db : node.drop_switch.insertion_loss_db;
-      board.add(plus ? fmt::format("cal_{}_{}_wss", side, port)
-                     : fmt::format("cal_{}_wss_{}_to_mon", side, port),
-                -loss_db);
+      board.add(models::port_loss_key(model, add ? "add" : "drop", port), -loss_db);
     }
+  }
+}
+
+void add_channels(board_text& board, const std::vector<double>& booster_ripple_db) {
+  for (std::size_t i = 0; i < booster_ripple_db.size(); ++i) {
+    board.add(fmt::format("cal_clientrx_loss_offset_{}", i), -booster_ripple_db[i]);
+    board.add(fmt::format("cal_clienttx_loss_offset_{}", i), 0.0);
   }
 }
 
@@ -74,14 +75,10 @@ std::string board_file(const node_settings& node, const std::vector<double>& boo
   board_text board;
   add_line(board, node);
   add_monitors(board, node);
-  add_ports(board, node);
-  if (node.product == "orvapro") board.add("cal_dc_fixed_tx", fixed_module_ps_per_nm);
-  if (node.product.starts_with("orva")) {
-    for (std::size_t i = 0; i < booster_ripple_db.size(); ++i) {
-      board.add(fmt::format("cal_clientrx_loss_offset_{}", i), -booster_ripple_db[i]);
-      board.add(fmt::format("cal_clienttx_loss_offset_{}", i), 0.0);
-    }
-  }
+  const auto& model = model_of(node);
+  if (model.port_loss_key != nullptr) add_ports(board, node, model);
+  if (model.has_compensator) board.add("cal_dc_fixed_tx", fixed_module_ps_per_nm);
+  if (model.plan == models::plan_kind::fixed) add_channels(board, booster_ripple_db);
   return board.text();
 }
 

@@ -12,8 +12,8 @@ namespace {
 
 grid grid_of_topology(const topology& what) {
   check(what);
-  const channel_grid plan = grid_of(what.nodes.front().product);
-  return make_grid(plan.first_key, plan.spacing, plan.count, plan.group);
+  const auto& plan = model_of(what.nodes.front()).grid;
+  return make_grid(plan.first_center, plan.spacing, plan.channels, plan.group);
 }
 
 node_settings far_end(const topology& what) {

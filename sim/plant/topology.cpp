@@ -13,31 +13,6 @@ namespace sim {
 
 namespace {
 
-struct product_facts {
-  const char* name;
-  const char* part_number;
-  channel_grid grid;
-};
-
-// The fixed channel plans of the orva models; on selka the lasers that stand ready.
-constexpr product_facts products[] = {
-    {"orvalite", "ORVA-LITE", {19140000, 15000, 32, 0}},
-    {"orvamax", "ORVA-MAX", {19210000, 10000, 40, 0}},
-    {"orvapro", "ORVA-PRO", {19210000, 10000, 40, 0}},
-    {"orvakinet", "ORVA-KINET", {19160000, 10000, 40, 8}},
-    {"selkamin", "SELKA-MIN", {19210000, 10000, 48, 0}},
-    {"selkaplus", "SELKA-PLUS", {19210000, 10000, 48, 0}},
-};
-
-const product_facts& facts_of(const std::string& product) {
-  std::string known;
-  for (const product_facts& each : products) {
-    if (product == each.name) return each;
-    known += (known.empty() ? "" : ", ") + std::string(each.name);
-  }
-  throw topology_error(fmt::format("product: found '{}', accepted are {}", product, known));
-}
-
 class range_check {
  public:
   explicit range_check(std::string where) : where_(std::move(where)) {}
@@ -63,9 +38,9 @@ void check_fibre(fibre_settings fibre, const osc_settings& osc, const std::strin
         "dB");
 }
 
-void check_lit(const std::vector<unsigned>& lit, const channel_grid& plan,
+void check_lit(const std::vector<unsigned>& lit, const models::channel_grid& plan,
                const std::string& where) {
-  const auto slots = make_grid(plan.first_key, plan.spacing, plan.count, plan.group);
+  const auto slots = make_grid(plan.first_center, plan.spacing, plan.channels, plan.group);
   for (const unsigned key : lit) {
     if (std::any_of(slots.begin(), slots.end(), [=](const slot& at) { return at.key == key; }))
       continue;
@@ -75,7 +50,7 @@ void check_lit(const std::vector<unsigned>& lit, const channel_grid& plan,
 }
 
 void check_node(node_settings node, const std::string& where) {
-  facts_of(node.product);
+  const auto& model = model_of(node);
   visit_values(node, range_check(where));
   visit_devices(node, [&](const char* name, auto& device) {
     visit_values(device, range_check(where + "." + name));
@@ -83,36 +58,35 @@ void check_node(node_settings node, const std::string& where) {
   for (std::size_t i = 0; i < node.taps.size(); ++i) {
     visit_values(node.taps[i], range_check(where + ".taps." + tap_names[i]));
   }
-  if (node.lit) check_lit(*node.lit, grid_of(node.product), where);
+  if (node.lit) check_lit(*node.lit, model.grid, where);
 }
 
-double default_booster_gain_db(const std::string& product) {
-  // Puts the add switch at 7 to 9 dB at rest. The dead band of a channel grows with its
-  // attenuation, and below 7 dB the monitor's noise would now and then carry a channel at rest out
-  // of it.
-  if (product == "orvalite") return 20.0;
-  return product.starts_with("selka") ? 17.5 : 18.2;
-}
-
-void use_fixed_gain_plan(node_settings& node) {
+void use_fixed_gain_plan(node_settings& node, const models::plant_defaults& model) {
   // An all-purpose node: 80 km of fibre leave room in every attenuator.
-  node.booster.gain_db = default_booster_gain_db(node.product);
+  node.booster.gain_db = model.booster_gain;
   node.booster.power_limit_dbm = 20.0;
-  node.preamp.gain_db = 25.0;
-  node.preamp.power_limit_dbm = 23.0;
+  node.preamp.gain_db = model.preamp_gain;
+  node.preamp.power_limit_dbm = model.preamp_power_limit;
 }
 
 }  // namespace
 
-channel_grid grid_of(const std::string& product) {
-  return facts_of(product).grid;
+const models::model& model_of(const std::string& product) {
+  if (const auto* found = models::find(product)) return *found;
+  throw topology_error(fmt::format("product: found '{}', accepted are {}", product,
+                                   fmt::join(models::names(), ", ")));
 }
 
 node_settings default_node(const std::string& product) {
+  const auto& model = model_of(product);
   node_settings node;
   node.product = product;
-  node.part_number = facts_of(product).part_number;
-  use_fixed_gain_plan(node);
+  node.part_number = model.product_text;
+  use_fixed_gain_plan(node, model.plant);
+  node.has_voa = model.has_line_voa;
+  node.drop_switch_mid_stage = model.plant.drop_switch_mid_stage;
+  node.add_switch.max_attenuation_db = static_cast<double>(model.most_attenuation);
+  node.drop_switch.max_attenuation_db = node.add_switch.max_attenuation_db;
   node.booster_monitor.offset_db = 0.3;
   node.preamp_monitor.offset_db = -0.2;
   // The noise behind the preamp must stay below the lowest level at which a peer asks for
@@ -123,25 +97,7 @@ node_settings default_node(const std::string& product) {
   for (std::size_t i = 0; i < node.taps.size(); ++i)
     node.taps[i].offset_db = tap_offsets_db[i];
   node.osc.neighbour = "fe80::2%osc0";
-  if (product == "orvakinet") {
-    node.has_voa = false;
-    node.drop_switch_mid_stage = true;
-    // Puts the drop switch at rest where the factory's calibration towards the client counts it.
-    node.preamp.gain_db = 26.0;
-    node.preamp.power_limit_dbm = 22.3;
-  }
-  if (product.starts_with("selka")) {
-    node.add_switch.max_attenuation_db = 25.0;
-    node.drop_switch.max_attenuation_db = 25.0;
-  }
   return node;
-}
-
-const std::vector<std::string>& peer_families() {
-  static const std::vector<std::string> families{"orva-lite",  "orva-max",  "orva-pro",
-                                                 "orva-kinet", "selka-min", "selka-plus",
-                                                 "tarn-one",   "tarn-two"};
-  return families;
 }
 
 topology default_topology(const std::string& product, unsigned nodes) {
@@ -156,17 +112,10 @@ void check_peer(const topology& what) {
   if (what.nodes.size() == 2) {
     throw topology_error("peer: found beside two nodes, accepted is one for a node alone");
   }
-  const auto& known = peer_families();
+  const auto known = models::simulated_peers();
   if (std::find(known.begin(), known.end(), what.peer) != known.end()) return;
   throw topology_error(
       fmt::format("peer: found '{}', accepted are {}", what.peer, fmt::join(known, ", ")));
-}
-
-bool same_channels(const std::string& one, const std::string& other) {
-  const channel_grid a = grid_of(one);
-  const channel_grid b = grid_of(other);
-  return a.first_key == b.first_key && a.spacing == b.spacing && a.count == b.count &&
-         a.group == b.group;
 }
 
 void check(const topology& what) {
@@ -176,7 +125,7 @@ void check(const topology& what) {
   for (std::size_t i = 0; i < what.nodes.size(); ++i) {
     check_node(what.nodes[i], fmt::format("nodes[{}]", i));
   }
-  if (what.nodes.size() == 2 && !same_channels(what.nodes[0].product, what.nodes[1].product)) {
+  if (what.nodes.size() == 2 && model_of(what.nodes[0]).grid != model_of(what.nodes[1]).grid) {
     throw topology_error(
         fmt::format("nodes: found {} facing {}, accepted are products with the same "
                     "channels",

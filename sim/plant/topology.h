@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "models/model.h"
+
 namespace sim {
 
 /// The text names the value, what was found and what is accepted.
@@ -94,7 +96,7 @@ struct osc_settings {
 };
 
 struct node_settings {
-  std::string product = "orvalite";
+  std::string product = models::default_name;
   std::string part_number;  ///< what the node tells of itself; by the product when empty
   amplifier_settings booster;
   amplifier_settings preamp;
@@ -107,7 +109,7 @@ struct node_settings {
   bool has_voa = true;
   voa_settings voa;
   osc_settings osc;
-  compensator_settings compensator;    ///< of orvapro
+  compensator_settings compensator;    ///< where the model has one
   double line_output_filter_db = 0.8;  ///< combines channels and supervisory channel
   double line_input_filter_db = 0.8;
   double tap_noise_db = 0.02;
@@ -119,7 +121,7 @@ struct node_settings {
   bool coldstart = false;
 };
 
-/// What the fixed dispersion module of orvapro adds to the path.
+/// What the fixed dispersion module beside a compensator adds to the path.
 inline constexpr double fixed_module_ps_per_nm = -660.0;
 
 struct topology {
@@ -130,22 +132,14 @@ struct topology {
   std::string peer;
 };
 
-/// A product's channel plan: fixed on orva; on selka the lasers that stand ready.
-struct channel_grid {
-  unsigned first_key = 0;
-  unsigned spacing = 0;  ///< also the width, units of 10 MHz
-  unsigned count = 0;
-  unsigned group = 0;  ///< after each group of channels one position is left out; 0 is none
-};
-
-/// "orvalite", "orvamax", "orvapro", "orvakinet", "selkamin", "selkaplus". Throws topology_error.
-channel_grid grid_of(const std::string& product);
+/// Throws topology_error with the products that are known.
+const models::model& model_of(const std::string& product);
+inline const models::model& model_of(const node_settings& node) {
+  return model_of(node.product);
+}
 node_settings default_node(const std::string& product);
 /// `nodes` 1: the node stands alone and faces the built-in far end.
 topology default_topology(const std::string& product, unsigned nodes = 1);
-
-/// What a simulated peer can be: "orva-lite" and so on, the product text in small letters.
-const std::vector<std::string>& peer_families();
 
 /// Throws topology_error on the first value outside its range.
 void check(const topology& what);

@@ -106,7 +106,7 @@ std::optional<std::vector<unsigned>> read_lit(const rapidjson::Value& found,
 
 node_settings read_node(const rapidjson::Value& value, const std::string& where) {
   object_reader reader(value, where);
-  std::string product = "orvalite";
+  std::string product = models::default_name;
   reader.text("product", product);
   node_settings node = default_node(product);
   reader.text("partNumber", node.part_number);

@@ -1,5 +1,8 @@
 #include "products/factory.h"
 
+#include <utility>
+
+#include "models/model.h"
 #include "products/control_types_full.h"
 #include "products/orva/orvakin/orvakinet/manager.h"
 #include "products/orva/orvalite/manager.h"
@@ -16,12 +19,10 @@ std::shared_ptr<manager::interface> make() {
   return std::make_shared<Manager<Control, Control>>();
 }
 
-struct product_entry {
-  const char* name;
-  std::shared_ptr<manager::interface> (*make)();
-};
+using maker = std::shared_ptr<manager::interface> (*)();
 
-constexpr product_entry product_table[] = {
+/// Models that have a class of their own.
+constexpr std::pair<const char*, maker> own_classes[] = {
     {"orvalite", make<orva::orvalite::manager, orva_control>},
     {"selkamin", make<selka::manager, selka_control>},
     {"selkaplus", make<selka::selkaplus::manager, selkaplus_control>},
@@ -33,10 +34,12 @@ constexpr product_entry product_table[] = {
 }  // namespace
 
 std::shared_ptr<manager::interface> create_manager(const std::string& product) {
-  for (const auto& entry : product_table) {
-    if (product == entry.name) return entry.make();
+  for (const auto& [name, make_own] : own_classes) {
+    if (product == name) return make_own();
   }
-  return nullptr;
+  const auto* model = models::find(product);
+  if (!model || model->kin != models::family::orva) return nullptr;
+  return std::make_shared<orva::manager<orva_control, orva_control>>(*model);
 }
 
 }  // namespace products

@@ -27,7 +27,7 @@ void write_modes(plant_node& node) {
       node.write(fmt::format("config/client/{}/{}/opticalControlMode", channel, side), "\"power\"");
 }
 
-class late_device : public testing::TestWithParam<const char*> {
+class late_device : public testing::TestWithParam<std::string> {
  protected:
   late_device() {
     node_.start();
@@ -106,9 +106,7 @@ TEST(late_amplifier, at_a_coldstart_keeps_the_other_from_nothing_and_is_shut_dow
   EXPECT_TRUE(node.run_until([&] { return node.all_on_target(); }, 1min));
 }
 
-INSTANTIATE_TEST_SUITE_P(models, late_device,
-                         testing::Values("orvalite", "orvamax", "orvapro", "orvakinet", "selkamin",
-                                         "selkaplus"),
+INSTANTIATE_TEST_SUITE_P(models, late_device, testing::ValuesIn(models::names()),
                          [](const auto& model) { return std::string(model.param); });
 
 }  // namespace

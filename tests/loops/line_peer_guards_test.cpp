@@ -17,7 +17,7 @@ using test::plant_pair;
 sim::topology pair_of(const std::string& product) {
   auto topology = test::dark_topology(product, 2);
   for (auto& node : topology.nodes) {
-    if (product == "orvamax") node.part_number = "ORVA-LITE";
+    if (!sim::model_of(node).known_to_peers) node.part_number = "ORVA-LITE";
   }
   return topology;
 }

@@ -14,7 +14,7 @@ namespace {
 using namespace std::chrono_literals;
 using test::plant_node;
 
-class debug_log : public testing::TestWithParam<const char*> {
+class debug_log : public testing::TestWithParam<std::string> {
  protected:
   ~debug_log() override {
     note_log::set_observer({});
@@ -52,9 +52,7 @@ TEST_P(debug_log, swallows_no_line_and_tells_directions_and_channels_apart) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(models, debug_log,
-                         testing::Values("orvalite", "orvamax", "orvapro", "orvakinet", "selkamin",
-                                         "selkaplus"),
+INSTANTIATE_TEST_SUITE_P(models, debug_log, testing::ValuesIn(models::names()),
                          [](const auto& model) { return std::string(model.param); });
 
 }  // namespace

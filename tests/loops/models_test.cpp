@@ -151,6 +151,13 @@ TEST_P(every_model, lowers_its_targets_for_a_saturated_booster_up_to_its_cap) {
   EXPECT_NEAR(at_rest - lowest_target(), expected_.saturation_cap, 0.2);
 }
 
+TEST(models_on_the_plant, have_a_row_for_each_of_the_table) {
+  std::vector<std::string> names;
+  for (const auto& row : models)
+    names.emplace_back(row.product);
+  EXPECT_EQ(names, ::models::names());
+}
+
 INSTANTIATE_TEST_SUITE_P(models, every_model, testing::ValuesIn(models),
                          [](const auto& of) { return std::string(of.param.product); });
 

@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "main/lumora_manager.h"
+#include "models/model.h"
 #include "platform/value_tree/nx_db_node.h"
 #include "tests/support/plant_node.h"
 #include "tools/common/units.h"
@@ -17,8 +18,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using strings = std::vector<std::string>;
-
-const strings all_models{"orvalite", "orvamax", "orvapro", "orvakinet", "selkamin", "selkaplus"};
 
 strings split(const std::string& text, char separator) {
   strings parts;
@@ -36,17 +35,17 @@ std::string trimmed(const std::string& text) {
 
 /// "orva but orvakinet": families and models, and after "but" those that are left out.
 strings models_of(const std::string& words) {
-  strings models;
+  strings found;
   bool leave_out = false;
   for (const auto& word : split(words, ' ')) {
     if (word == "but") leave_out = true;
-    for (const auto& model : all_models) {
-      if (word != "all" && !model.starts_with(word)) continue;
-      std::erase(models, model);
-      if (!leave_out) models.push_back(model);
+    for (const auto& model : models::all()) {
+      if (word != "all" && word != models::name_of(model.kin) && word != model.name) continue;
+      std::erase(found, model.name);
+      if (!leave_out) found.emplace_back(model.name);
     }
   }
-  return models;
+  return found;
 }
 
 /// What the page says of a path, and the tree: type, unit, who may do what, when it is updated.
@@ -168,7 +167,7 @@ TEST_P(tree_page, tells_the_tree_of_a_running_node) {
     EXPECT_TRUE(on_tree.contains(pattern)) << pattern << " has a row and is not on the tree";
 }
 
-INSTANTIATE_TEST_SUITE_P(models, tree_page, testing::ValuesIn(all_models),
+INSTANTIATE_TEST_SUITE_P(models, tree_page, testing::ValuesIn(models::names()),
                          [](const auto& of) { return of.param; });
 
 }  // namespace

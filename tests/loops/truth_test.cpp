@@ -204,9 +204,7 @@ TEST_P(true_numbers, of_a_node_alone) {
   compare(node.tree(), node.plant(), false);
 }
 
-INSTANTIATE_TEST_SUITE_P(models, true_numbers,
-                         testing::Values("orvalite", "orvamax", "orvapro", "orvakinet", "selkamin",
-                                         "selkaplus"),
+INSTANTIATE_TEST_SUITE_P(models, true_numbers, testing::ValuesIn(models::names()),
                          [](const auto& of) { return of.param; });
 
 class true_numbers_of_a_line : public testing::TestWithParam<std::string> {};

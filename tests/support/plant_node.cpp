@@ -13,7 +13,8 @@ namespace test {
 
 plant_node::plant_node(sim::topology topology)
     : plant_stage(std::move(topology)),
-      channels_by_command_(plant_->get_topology().nodes.front().product.starts_with("selka")) {
+      channels_by_command_(sim::model_of(plant_->get_topology().nodes.front()).plan ==
+                           models::plan_kind::by_command) {
   plant_->attach_to(network_);
   // The twin switch of the selka models follows the node's store.
   plant_->set_switch_source([this](const std::string& module, unsigned channel) {

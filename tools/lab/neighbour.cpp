@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "tools/lab/product.h"
+#include "models/model.h"
 
 namespace tools::lab {
 
@@ -16,34 +16,25 @@ bool holds(const std::vector<std::string>& names, const std::string& name) {
   return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-std::vector<std::string> families() {
-  std::vector<std::string> names;
-  for (const auto& product : product_names())
-    names.push_back(find_product(product).family);
-  // In-line amplifiers run no daemon of this kind.
-  names.insert(names.end(), {"tarn-one", "tarn-two"});
-  return names;
-}
-
 }  // namespace
 
 std::vector<std::string> neighbour_names() {
-  auto names = product_names();
-  for (auto& family : families())
+  auto names = models::names();
+  for (auto& family : models::simulated_peers())
     names.push_back(std::move(family));
   return names;
 }
 
 neighbour find_neighbour(const std::string& asked, const std::string& own_product) {
   const auto& name = asked.empty() ? own_product : asked;
-  if (holds(product_names(), name)) return {neighbour::kind::daemon, name};
-  if (holds(families(), name)) return {neighbour::kind::simulated, name};
+  if (holds(models::names(), name)) return {neighbour::kind::daemon, name};
+  if (holds(models::simulated_peers(), name)) return {neighbour::kind::simulated, name};
   throw std::invalid_argument(
       fmt::format("unknown peer {}; known are {}", name, fmt::join(neighbour_names(), ", ")));
 }
 
 neighbour simulated_in_place_of(const neighbour& daemon) {
-  return {neighbour::kind::simulated, find_product(daemon.name).family};
+  return {neighbour::kind::simulated, models::simulated_name(models::get(daemon.name))};
 }
 
 }  // namespace tools::lab

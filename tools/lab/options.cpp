@@ -2,7 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "tools/lab/product.h"
+#include "models/model.h"
 
 namespace tools::lab {
 
@@ -19,9 +19,9 @@ constexpr const char* closing_words =
     "  ./lab --until-converged 30 | tail -1   the summary alone\n"
     "\n"
     "Peers: a product with the same channels runs a second daemon (orvamax with orvapro, selkamin\n"
-    "with selkaplus, each with itself); orva-lite, orva-max, orva-pro, orva-kinet, selka-min,\n"
-    "selka-plus, tarn-one and tarn-two are simulated. Where the system refuses network namespaces\n"
-    "a daemon is replaced by the simulated peer of its kind.\n"
+    "with selkaplus, each with itself); written as its nodes tell it, orva-lite, selka-min and so\n"
+    "on, it is simulated, and so are tarn-one and tarn-two. Where the system refuses network\n"
+    "namespaces a daemon is replaced by the simulated peer of its kind.\n"
     "\n"
     "Beside a running lab, in another terminal, with the folder that the lab names at its start:\n"
     "  lumoractl --root FOLDER/node tree data/line -v\n"
@@ -36,7 +36,7 @@ void declare(CLI::App& app, options& given, std::optional<std::string>& peer) {
   app.set_version_flag("--version", LUMORA_VERSION, "Print the version and exit");
   app.footer(closing_words);
   app.add_option("--product", given.product, "Model of the node")
-      ->check(CLI::IsMember(product_names()))
+      ->check(CLI::IsMember(models::names()))
       ->capture_default_str();
   app.add_option("--peer", peer,
                  "Who stands at the far end: a second daemon of PRODUCT (its own when none is "

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "models/model.h"
 #include "tools/lab/neighbour.h"
 
 namespace tools::lab {
@@ -11,7 +12,7 @@ namespace tools::lab {
 enum exit_code : int { exit_ok = 0, exit_failed = 1, exit_usage = 2 };
 
 struct options {
-  std::string product = "orvalite";
+  std::string product = models::default_name;
   neighbour peer;
   std::string topology;  ///< empty for the product's own
   unsigned seed = 1;

@@ -29,7 +29,7 @@ session::session(supervisor& programs, user& at_terminal, const std::vector<node
 
 view session::look(watched_node& at) {
   programs_.check();
-  return make_view(at.of->look(), find_product(at.of->product()), at.log.update(), at.of->number());
+  return make_view(at.of->look(), models::get(at.of->product()), at.log.update(), at.of->number());
 }
 
 void session::print(const watched_node& at, const std::string& text) const {

@@ -23,7 +23,7 @@ bool is_blocked(const readings& read, const std::string& base, float attenuation
          read.text(base + "opticalControlMode") == "off" || attenuation > block_db;
 }
 
-target_inputs inputs_of(const readings& read, const std::string& base, const product& model) {
+target_inputs inputs_of(const readings& read, const std::string& base, const models::model& model) {
   target_inputs in;
   in.width_ghz = number_or(read, base + "width", 0.0);
   in.wavelength_nm = number_or(read, base + "waveLength", 0.0);
@@ -35,7 +35,7 @@ target_inputs inputs_of(const readings& read, const std::string& base, const pro
   return in;
 }
 
-channel_row row_of(const readings& read, unsigned id, const product& model, unsigned node) {
+channel_row row_of(const readings& read, unsigned id, const models::model& model, unsigned node) {
   const auto base = fmt::format("data/client/{}/rx/", id);
   channel_row row;
   row.id = id;
@@ -69,7 +69,7 @@ std::string truth_path(unsigned node, const std::string& key) {
   return fmt::format("truth/node/{}/rx/channel/{}/boosterPower", node, key);
 }
 
-view make_view(const readings& read, const product& model, const loop_report& loops,
+view make_view(const readings& read, const models::model& model, const loop_report& loops,
                unsigned node) {
   view seen;
   for (const auto id : read.numbered("data/client/", "/rx/waveLength")) {

@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "models/model.h"
 #include "tools/lab/channel_target.h"
 #include "tools/lab/light_path.h"
 #include "tools/lab/loop_report.h"
 #include "tools/lab/panel.h"
-#include "tools/lab/product.h"
 #include "tools/lab/readings.h"
 
 namespace tools::lab {
@@ -56,7 +56,7 @@ inline constexpr const char* panel_prefix = "panel:";
 /// frequency in units of 10 MHz.
 std::string truth_path(unsigned node, const std::string& key);
 
-view make_view(const readings& read, const product& model, const loop_report& loops,
+view make_view(const readings& read, const models::model& model, const loop_report& loops,
                unsigned node = 0);
 
 /// How many channels of a view are in each of the states that matter to a summary.

@@ -1,21 +1,16 @@
-// The channel plan that a model of the orva family has for life: the same channels in both
-// directions, rebuilt at each start. Frequencies and widths in units of 10 MHz.
+// The channel plan that a model of the orva family has for life, as the tree counts it.
 #pragma once
+
+#include <cmath>
+
+#include "models/model.h"
 
 namespace products::orva {
 
-struct fixed_plan {
-  unsigned first_center;
-  unsigned spacing;  ///< also the width
-  unsigned channels;
-
-  unsigned center(unsigned channel) const { return first_center + channel * spacing; }
-  /// Percent of the channels in use, with one decimal.
-  float utilization(unsigned lit_channels) const;
-};
-
-inline constexpr fixed_plan orvalite_plan{19140000, 15000, 32};
-inline constexpr fixed_plan orvamax_plan{19210000, 10000, 40};
-inline constexpr fixed_plan orvapro_plan{19210000, 10000, 40};
+/// Percent of the plan's channels in use, with one decimal.
+inline float utilization(const models::channel_grid& plan, unsigned lit_channels) {
+  const float thousandfold = static_cast<float>(lit_channels) * 1000.0f;
+  return std::round(thousandfold / static_cast<float>(plan.channels)) / 10;
+}
 
 }  // namespace products::orva

@@ -3,30 +3,23 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <unordered_map>
 
 #include "base/manager/leds.h"
-#include "products/orva/fixed_plan.h"
+#include "models/model.h"
 
 namespace products::orva {
 
 class leds : public ::manager::leds {
  public:
+  explicit leds(const models::model& model) : model_(model) {}
+
+  void start(bool coldstart) override;
   void update_led_statuses() override;
   void boot_thread_function() override;
 
- protected:
-  /// Centre frequency of the channel of a LED, in 10 MHz; LEDs count from 0.
-  using key_rule = std::function<unsigned(unsigned led)>;
-
-  /// What the `start` of every model does.
-  void start_panel(std::uint32_t led_count, const key_rule& key_of_led, bool coldstart);
-  /// The same where every channel of the plan has a LED.
-  void start_panel(const fixed_plan& plan, bool coldstart);
-
  private:
-  std::uint32_t client_count_ = 32;
+  const models::model& model_;
   std::uint32_t line_count_ = 1;
   std::unordered_map<unsigned, unsigned> led_of_frequency_;
 };

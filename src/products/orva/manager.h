@@ -1,10 +1,11 @@
 // The manager of the orva models that regulate towards the line: fixed channel plans, utilization
-// by lit channels, and the automation mode on the tree.
+// by lit channels, and the automation mode on the tree. A model that does nothing differently needs
+// no class of its own.
 #pragma once
 
 #include "base/manager/automation.h"
 #include "base/manager/base.h"
-#include "products/orva/fixed_plan.h"
+#include "models/model.h"
 
 namespace products::orva {
 
@@ -13,7 +14,7 @@ class manager : public ::manager::base<RX_T, TX_T> {
  public:
   using base = ::manager::base<RX_T, TX_T>;
 
-  explicit manager(const fixed_plan& plan) : fixed_plan_(plan) {}
+  explicit manager(const models::model& model) : model_(model) {}
 
   void create_client_tx() override;
   void create_channel_plans() override;
@@ -21,6 +22,7 @@ class manager : public ::manager::base<RX_T, TX_T> {
   void setup_tx_channel_plan(nx_db& db) override;
   void update_utilization() override;
   void setup_api(nx_db& db) override;
+  void create_leds() override;
   void setup_leds(nx_db& db, bool coldstart) override;
 
   virtual void set_automation_mode(std::string text) { automation::instance().set(text); }
@@ -30,7 +32,7 @@ class manager : public ::manager::base<RX_T, TX_T> {
   template <class Plan, class Loop, class AddLed>
   void setup_fixed_plan(nx_db& db, Plan& plan, Loop& loop, AddLed&& add_led);
 
-  const fixed_plan& fixed_plan_;
+  const models::model& model_;
 };
 
 }  // namespace products::orva

@@ -6,6 +6,8 @@
 #include "base/manager/base_run.ipp"
 #include "products/automation_values.h"
 #include "products/orva/client_tx.h"
+#include "products/orva/fixed_plan.h"
+#include "products/orva/leds.h"
 #include "products/orva/manager.h"
 #include "products/setup_leds.h"
 
@@ -19,19 +21,19 @@ void manager<RX_T, TX_T>::create_client_tx() {
 
 template <class RX_T, class TX_T>
 void manager<RX_T, TX_T>::create_channel_plans() {
-  constexpr unsigned slices = 768;
-  this->create_plans(slices);
+  this->create_plans(model_.slices);
 }
 
 template <class RX_T, class TX_T>
 template <class Plan, class Loop, class AddLed>
 void manager<RX_T, TX_T>::setup_fixed_plan(nx_db& db, Plan& plan, Loop& loop, AddLed&& add_led) {
-  constexpr unsigned only_port = 1;
+  const unsigned only_port = models::ports(model_).front();
+  const auto& grid = model_.grid;
   const auto version = redis::instance().get_release_version();
   const std::lock_guard lock(plan.get_mutex());
-  for (unsigned i = 0; i < fixed_plan_.channels; ++i) {
-    const auto center = fixed_plan_.center(i);
-    const auto control = plan.add_channel(center, fixed_plan_.spacing, only_port, version);
+  for (unsigned i = 0; i < grid.channels; ++i) {
+    const auto center = grid.center(i);
+    const auto control = plan.add_channel(center, grid.spacing, only_port, version);
     control->get_channel()->set_loss_offset_index(i);
   }
   for (const auto& [frequency, control] : *plan.get_channels()) {
@@ -67,7 +69,12 @@ void manager<RX_T, TX_T>::update_utilization() {
   for (const auto& [frequency, control] : *this->rx_plan_->get_channels()) {
     if (control->get_channel()->get_peak()) ++lit;
   }
-  this->utilization_->update(fixed_plan_.utilization(lit));
+  this->utilization_->update(utilization(model_.grid, lit));
+}
+
+template <class RX_T, class TX_T>
+void manager<RX_T, TX_T>::create_leds() {
+  this->leds_ = std::make_shared<orva::leds>(model_);
 }
 
 template <class RX_T, class TX_T>

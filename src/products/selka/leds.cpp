@@ -1,5 +1,7 @@
 #include "products/selka/leds.h"
 
+#include <fmt/format.h>
+
 #include "base/manager/led_test.h"
 #include "helpers/logger.h"
 
@@ -7,22 +9,17 @@ namespace products::selka {
 
 using ::manager::led_test_step;
 
-namespace {
-
-unsigned key_of_led(unsigned led) {
-  return 19210000 + 10000 * led;
-}
-
-}  // namespace
-
 void leds::start(bool coldstart) {
   LUMORA_LOG(2, "Starting leds module.");
   {
     const std::lock_guard lock(mutex_);
     client_leds_.resize(client_count_);
     xc_leds_.resize(xc_count_);
-    for (unsigned led = 0; led < frequency_count_; ++led)
-      led_of_frequency_[key_of_led(led)] = led;
+    // A channel behind the last LED has a place that lights nothing.
+    for (unsigned led = 0; led < model_.grid.channels; ++led)
+      led_of_frequency_[model_.grid.center(led)] = led;
+    for (unsigned led = 0; led < xc_count_; ++led)
+      xc_of_port_[models::port_number(model_, fmt::format("xc{}", led + 1)).value()] = led;
   }
   start_thread(coldstart);
 }

@@ -4,9 +4,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <unordered_map>
 
 #include "base/manager/leds.h"
+#include "models/model.h"
 
 namespace products::selka {
 
@@ -19,13 +21,13 @@ class leds : public ::manager::leds {
  private:
   std::optional<led_place> place_of(unsigned channel, const ::manager::channelDB_t& entry) const;
 
-  std::uint32_t frequency_count_ = 48;  ///< keys; those behind the last LED light nothing
-  std::uint32_t client_count_ = 40;
-  std::uint32_t xc_count_ = 3;
-  std::uint32_t client_port_ = 2;
+  const models::model& model_ = models::get("selkamin");
+  std::uint32_t client_count_ = model_.panel.clients;
+  std::uint32_t xc_count_ = model_.panel.cross_connects;
+  std::optional<unsigned> client_port_ = models::port_number(model_, "localAD");
   std::uint32_t line_count_ = 1;
   std::unordered_map<unsigned, unsigned> led_of_frequency_;
-  std::unordered_map<unsigned, unsigned> xc_of_port_{{4, 0}, {6, 1}, {8, 2}};
+  std::unordered_map<unsigned, unsigned> xc_of_port_;
 };
 
 }  // namespace products::selka

@@ -2,25 +2,24 @@
 // of its own. selkaplus differs in the names of its switch ports and in its panel.
 #pragma once
 
-#include <map>
 #include <string>
 
 #include "base/manager/automation.h"
 #include "base/manager/base.h"
+#include "models/model.h"
 
 namespace products::selka {
 
-using port_table = std::map<std::string, unsigned>;
-
 /// A JSON array of {"portname", "portnumber"} objects, sorted by name.
-std::string port_table_text(const port_table& ports);
-port_table selka_ports();
-port_table selkaplus_ports();
+std::string port_table_text(const models::model& model);
 
 template <class RX_T, class TX_T>
 class manager : public ::manager::base<RX_T, TX_T> {
  public:
   using base = ::manager::base<RX_T, TX_T>;
+
+  manager() : manager(models::get("selkamin")) {}
+  explicit manager(const models::model& model) : model_(model) {}
 
   void create_line() override;
   void create_channel_plans() override;
@@ -35,7 +34,10 @@ class manager : public ::manager::base<RX_T, TX_T> {
 
   virtual void set_automation_mode(std::string text) { automation::instance().set(text); }
   virtual std::string get_automation_mode() { return automation::instance().to_string(); }
-  virtual std::string get_wss_ports();
+  virtual std::string get_wss_ports() { return port_table_text(model_); }
+
+ private:
+  const models::model& model_;
 };
 
 namespace selkaplus {
@@ -43,8 +45,9 @@ namespace selkaplus {
 template <class RX_T, class TX_T>
 class manager : public selka::manager<RX_T, TX_T> {
  public:
+  manager() : selka::manager<RX_T, TX_T>(models::get("selkaplus")) {}
+
   void create_leds() override;
-  std::string get_wss_ports() override;
 };
 
 }  // namespace selkaplus

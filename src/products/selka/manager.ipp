@@ -29,7 +29,7 @@ void manager<RX_T, TX_T>::create_channel_plans() {
 
 template <class RX_T, class TX_T>
 unsigned manager<RX_T, TX_T>::get_slice_count() {
-  return 772;
+  return model_.slices;
 }
 
 template <class RX_T, class TX_T>
@@ -105,16 +105,6 @@ void manager<RX_T, TX_T>::setup_api(nx_db& db) {
   this->values_->add_value(nx::api::const_value<std::string>::create(
                                db, "data/system/availableWssPorts", get_wss_ports()),
                            0);
-}
-
-template <class RX_T, class TX_T>
-std::string manager<RX_T, TX_T>::get_wss_ports() {
-  return port_table_text(selka_ports());
-}
-
-template <class RX_T, class TX_T>
-std::string selkaplus::manager<RX_T, TX_T>::get_wss_ports() {
-  return port_table_text(selkaplus_ports());
 }
 
 }  // namespace products::selka

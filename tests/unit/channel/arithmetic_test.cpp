@@ -95,7 +95,7 @@ TEST(osnr, is_quoted_in_a_tenth_of_a_nanometre) {
 }
 
 TEST(utilization, of_fixed_plans_has_one_decimal) {
-  EXPECT_FLOAT_EQ(products::orva::orvalite_plan.utilization(1), 3.1f);
+  EXPECT_FLOAT_EQ(products::orva::utilization(models::get("orvalite").grid, 1), 3.1f);
 }
 
 }  // namespace

@@ -60,8 +60,7 @@ TEST(topology, values_of_a_file_stand_over_the_products_defaults) {
 }
 
 TEST(topology, shipped_files_are_accepted_and_their_boards_agree) {
-  for (const char* product :
-       {"orvalite", "orvamax", "orvapro", "orvakinet", "selkamin", "selkaplus"}) {
+  for (const auto& product : models::names()) {
     SCOPED_TRACE(product);
     const topology what = load_topology(std::string(TOPOLOGY_FOLDER) + "/" + product + ".json");
     EXPECT_EQ(what.nodes.front().product, product);

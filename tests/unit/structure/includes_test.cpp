@@ -1,5 +1,7 @@
-// Includes point one way: tools, sim and src to platform; inside src from products over base,
-// device and api to helpers. A layer that reached up could no longer be built and tested alone.
+// Includes point one way: tools, sim and src to platform and models, which know nothing of each
+// other; inside src from products over base, device and api to helpers. A layer that reached up
+// could no longer be built and tested alone.
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -8,6 +10,8 @@
 #include <regex>
 #include <set>
 #include <string>
+
+#include "models/model.h"
 
 namespace {
 
@@ -29,14 +33,15 @@ std::string layer_of_include(const std::string& named) {
 
 const std::map<std::string, std::set<std::string>> allowed{
     {"platform", {"platform"}},
+    {"models", {"models"}},
     {"helpers", {"helpers", "platform"}},
     {"api", {"api", "helpers", "platform"}},
     {"device", {"device", "api", "helpers", "platform"}},
-    {"base", {"base", "device", "api", "helpers", "platform"}},
-    {"products", {"products", "base", "device", "api", "helpers", "platform"}},
-    {"main", {"main", "products", "base", "device", "api", "helpers", "platform"}},
-    {"sim", {"sim", "platform"}},
-    {"tools", {"tools", "sim", "platform"}},
+    {"base", {"base", "device", "api", "helpers", "platform", "models"}},
+    {"products", {"products", "base", "device", "api", "helpers", "platform", "models"}},
+    {"main", {"main", "products", "base", "device", "api", "helpers", "platform", "models"}},
+    {"sim", {"sim", "platform", "models"}},
+    {"tools", {"tools", "sim", "platform", "models"}},
 };
 
 bool is_source(const fs::path& file) {
@@ -59,7 +64,7 @@ void expect_allowed_includes(const fs::path& file) {
 
 TEST(structure, includes_point_one_way) {
   unsigned files = 0;
-  for (const char* folder : {"platform", "src", "sim", "tools"}) {
+  for (const char* folder : {"platform", "models", "src", "sim", "tools"}) {
     for (const auto& entry : fs::recursive_directory_iterator(root / folder)) {
       if (!entry.is_regular_file() || !is_source(entry.path())) continue;
       expect_allowed_includes(entry.path());
@@ -67,6 +72,28 @@ TEST(structure, includes_point_one_way) {
     }
   }
   EXPECT_GT(files, 100u) << "the sources were not found";
+}
+
+bool decides_by_model(const std::string& line) {
+  for (const auto& model : models::all()) {
+    if (line.find(fmt::format("\"{}\"", model.name)) != line.npos) return true;
+  }
+  for (const auto kin : {models::family::orva, models::family::selka}) {
+    if (line.find(fmt::format("starts_with(\"{}", models::name_of(kin))) != line.npos) return true;
+  }
+  return false;
+}
+
+TEST(structure, no_name_of_a_model_decides_but_in_its_class) {
+  for (const char* folder : {"platform", "src", "sim", "tools", "tests/support"}) {
+    for (const auto& entry : fs::recursive_directory_iterator(root / folder)) {
+      const auto name = entry.path().lexically_relative(root).string();
+      if (!is_source(entry.path()) || name.starts_with("src/products/")) continue;
+      std::ifstream in(entry.path());
+      for (std::string line; std::getline(in, line);)
+        EXPECT_FALSE(decides_by_model(line)) << name << ": " << line;
+    }
+  }
 }
 
 }  // namespace

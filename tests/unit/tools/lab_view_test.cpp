@@ -8,12 +8,12 @@
 #include <fstream>
 #include <string>
 
+#include "models/model.h"
 #include "tests/support/temp_folder.h"
 #include "tools/lab/channel_target.h"
 #include "tools/lab/convergence.h"
 #include "tools/lab/loop_report.h"
 #include "tools/lab/neighbour.h"
-#include "tools/lab/product.h"
 #include "tools/lab/screen_text.h"
 #include "tools/lab/summary_text.h"
 #include "tools/lab/view_model.h"
@@ -59,7 +59,7 @@ readings node_at_rest() {
 }
 
 view view_of(const readings& read) {
-  return make_view(read, find_product("orvalite"), {});
+  return make_view(read, models::get("orvalite"), {});
 }
 
 }  // namespace
@@ -195,7 +195,7 @@ TEST(picture, shows_the_road_of_the_light_and_the_panel) {
 }
 
 TEST(neighbour, is_simulated_where_there_is_no_link) {
-  for (const auto& product : product_names()) {
+  for (const auto& product : models::names()) {
     const auto stands_in = simulated_in_place_of(find_neighbour("", product));
     EXPECT_TRUE(find_neighbour(stands_in.name, product).is_simulated()) << product;
   }

@@ -1,12 +1,12 @@
 #include "base/manager/remote/peer_products.h"
 
-#include <algorithm>
 #include <array>
 
 #include "base/manager/remote/device/orva/orva_common.h"
 #include "base/manager/remote/device/selka/selka_common.h"
 #include "base/manager/remote/device/tarn/tarn_common.h"
 #include "base/manager/remote/device/unknown.h"
+#include "models/model.h"
 
 namespace manager::remote {
 
@@ -14,9 +14,11 @@ namespace {
 
 using adapter_ptr = std::shared_ptr<device::interface>;
 
+using maker = adapter_ptr (*)();
+
 struct peer_product {
   const char* text;
-  adapter_ptr (*create)();
+  maker create;
 };
 
 template <class Adapter>
@@ -24,19 +26,25 @@ adapter_ptr make() {
   return std::make_shared<Adapter>();
 }
 
-constexpr std::array products{
-    peer_product{"ORVA-LITE", make<device::orva::orvabase>},
+/// What no model of ours tells, and models whose values differ from their family's.
+constexpr std::array own_adapters{
     peer_product{"TARN-ONE", make<device::tarn::tarnone>},
     peer_product{"TARN-TWO", make<device::tarn::tarntwo>},
-    peer_product{"SELKA-MIN", make<device::selka::selkamin>},
     peer_product{"SELKA-PLUS", make<device::selka::selkaplus>},
-    peer_product{"ORVA-PRO", make<device::orva::orvapro>},
 };
 
-const peer_product* find(const std::string& product) {
-  const auto found = std::find_if(products.begin(), products.end(),
-                                  [&](const peer_product& entry) { return entry.text == product; });
-  return found == products.end() ? nullptr : &*found;
+maker adapter_of(const models::model& peer) {
+  if (peer.kin == models::family::selka) return make<device::selka::selkamin>;
+  return peer.has_compensator ? make<device::orva::orvapro> : make<device::orva::orvabase>;
+}
+
+/// Null for a product that no line is regulated against.
+maker find(const std::string& product) {
+  for (const auto& own : own_adapters) {
+    if (own.text == product) return own.create;
+  }
+  const auto* model = models::find_told(product);
+  return model && model->known_to_peers ? adapter_of(*model) : nullptr;
 }
 
 }  // namespace
@@ -46,8 +54,8 @@ bool is_listed(const std::string& product) {
 }
 
 adapter_ptr create_adapter(const std::string& product) {
-  const auto* listed = find(product);
-  return listed ? listed->create() : make<device::unknown>();
+  const auto create = find(product);
+  return create ? create() : make<device::unknown>();
 }
 
 }  // namespace manager::remote

@@ -12,12 +12,12 @@ namespace products::orva::orvakin {
 
 template <class T>
 float client_rx<T>::get_edfa_saturation() {
-  return std::min(this->edfa_->get_saturation(), saturation_cap);
+  return std::min(this->edfa_->get_saturation(), saturation_cap_);
 }
 
 template <class T>
 float client_tx<T>::get_edfa_saturation() {
-  return std::min(this->edfa_->get_saturation(), saturation_cap);
+  return std::min(this->edfa_->get_saturation(), saturation_cap_);
 }
 
 template <class T>

@@ -2,8 +2,11 @@
 // line, with the preamp as its reference.
 #pragma once
 
+#include <memory>
+#include <utility>
+
+#include "models/model.h"
 #include "products/orva/client_tx.h"
-#include "products/orva/orvakin/client_rx.h"
 
 namespace products::orva::orvakin {
 
@@ -11,8 +14,11 @@ template <class T>
 class client_tx : public orva::client_tx<T> {
  public:
   using base = orva::client_tx<T>;
-  using base::base;
   using typename base::control_ptr;
+
+  client_tx(typename base::plan_ptr plan, std::shared_ptr<::manager::remote::api> remote,
+            const models::model& model)
+      : base(std::move(plan), std::move(remote)), saturation_cap_(model.saturation_cap) {}
 
   void manage_channel(nx_db& db, control_ptr control, bool regulate) override;
   bool blocks_channels() const override { return true; }
@@ -21,6 +27,9 @@ class client_tx : public orva::client_tx<T> {
 
  protected:
   void log_peak(const typename base::peak_report& report) override;
+
+ private:
+  float saturation_cap_;
 };
 
 }  // namespace products::orva::orvakin

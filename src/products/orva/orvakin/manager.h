@@ -4,27 +4,16 @@
 #pragma once
 
 #include "base/manager/base.h"
+#include "models/model.h"
 
 namespace products::orva::orvakin {
-
-/// Where a channel of the plan stands. Frequencies in 10 MHz.
-struct grouped_grid {
-  static constexpr unsigned first_center = 19160000;
-  static constexpr unsigned spacing = 10000;
-  static constexpr unsigned group = 8;
-
-  static constexpr unsigned center(unsigned index) {
-    return first_center + spacing * (index + index / group);
-  }
-  static constexpr unsigned position(unsigned center) { return center / spacing - 1915; }
-};
 
 template <class RX_T, class TX_T>
 class manager : public ::manager::base<RX_T, TX_T> {
  public:
   using base = ::manager::base<RX_T, TX_T>;
 
-  explicit manager(unsigned channel_count) : channel_count_(channel_count) {}
+  explicit manager(const models::model& model) : model_(model) {}
 
   void create_client_rx() override;
   void create_client_tx() override;
@@ -40,7 +29,7 @@ class manager : public ::manager::base<RX_T, TX_T> {
   template <class Plan, class Loop, class AddLed>
   void setup_grouped_plan(nx_db& db, Plan& plan, Loop& loop, AddLed&& add_led);
 
-  unsigned channel_count_;
+  const models::model& model_;
 };
 
 }  // namespace products::orva::orvakin

@@ -15,13 +15,13 @@ namespace products::orva::orvakin {
 template <class RX_T, class TX_T>
 void manager<RX_T, TX_T>::create_client_rx() {
   LUMORA_LOG(2, "Creating orvakin::client_rx instance.");
-  this->client_rx_ = std::make_shared<client_rx<RX_T>>(this->rx_plan_, this->remote_);
+  this->client_rx_ = std::make_shared<client_rx<RX_T>>(this->rx_plan_, this->remote_, model_);
 }
 
 template <class RX_T, class TX_T>
 void manager<RX_T, TX_T>::create_client_tx() {
   LUMORA_LOG(2, "Creating orvakin::client_tx instance.");
-  this->client_tx_ = std::make_shared<client_tx<TX_T>>(this->tx_plan_, this->remote_);
+  this->client_tx_ = std::make_shared<client_tx<TX_T>>(this->tx_plan_, this->remote_, model_);
 }
 
 template <class RX_T, class TX_T>
@@ -32,19 +32,18 @@ void manager<RX_T, TX_T>::create_line() {
 
 template <class RX_T, class TX_T>
 void manager<RX_T, TX_T>::create_channel_plans() {
-  constexpr unsigned slices = 768;
-  this->create_plans(slices);
+  this->create_plans(model_.slices);
 }
 
 template <class RX_T, class TX_T>
 template <class Plan, class Loop, class AddLed>
 void manager<RX_T, TX_T>::setup_grouped_plan(nx_db& db, Plan& plan, Loop& loop, AddLed&& add_led) {
-  constexpr unsigned only_port = 1;
+  const unsigned only_port = models::ports(model_).front();
+  const auto& grid = model_.grid;
   const auto version = redis::instance().get_release_version();
   const std::lock_guard lock(plan.get_mutex());
-  for (unsigned i = 0; i < channel_count_; ++i) {
-    const auto control =
-        plan.add_channel(grouped_grid::center(i), grouped_grid::spacing, only_port, version);
+  for (unsigned i = 0; i < grid.channels; ++i) {
+    const auto control = plan.add_channel(grid.center(i), grid.spacing, only_port, version);
     control->get_channel()->set_id(i + 1);
   }
   for (const auto& [frequency, control] : *plan.get_channels()) {
@@ -52,7 +51,7 @@ void manager<RX_T, TX_T>::setup_grouped_plan(nx_db& db, Plan& plan, Loop& loop, 
     channel->setup_api(db);
     loop.setup_channel_api(db, control);
     add_led(channel->get_center_frequency());
-    channel->set_id(grouped_grid::position(channel->get_center_frequency()));
+    channel->set_id(grid.place(channel->get_center_frequency()));
   }
 }
 

@@ -1,4 +1,4 @@
-// The LEDs of orvalite: 32, on a grid of 150 GHz.
+// The LEDs of orvalite.
 #pragma once
 
 #include "products/orva/leds.h"
@@ -7,7 +7,7 @@ namespace products::orva::orvalite {
 
 class leds : public orva::leds {
  public:
-  void start(bool coldstart) override;
+  leds() : orva::leds(models::get("orvalite")) {}
 };
 
 }  // namespace products::orva::orvalite

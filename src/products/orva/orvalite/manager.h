@@ -8,7 +8,7 @@ namespace products::orva::orvalite {
 template <class RX_T, class TX_T>
 class manager : public orva::manager<RX_T, TX_T> {
  public:
-  manager() : orva::manager<RX_T, TX_T>(orvalite_plan) {}
+  manager() : orva::manager<RX_T, TX_T>(models::get("orvalite")) {}
 
   void create_leds() override;
 };

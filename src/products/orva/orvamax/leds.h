@@ -1,4 +1,4 @@
-// The LEDs of orvamax: 40, on a grid of 100 GHz.
+// The LEDs of orvamax.
 #pragma once
 
 #include "products/orva/leds.h"
@@ -7,7 +7,7 @@ namespace products::orva::orvamax {
 
 class leds : public orva::leds {
  public:
-  void start(bool coldstart) override;
+  leds() : orva::leds(models::get("orvamax")) {}
 };
 
 }  // namespace products::orva::orvamax

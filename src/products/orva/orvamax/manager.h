@@ -8,7 +8,7 @@ namespace products::orva::orvamax {
 template <class RX_T, class TX_T>
 class manager : public orva::manager<RX_T, TX_T> {
  public:
-  manager() : orva::manager<RX_T, TX_T>(orvamax_plan) {}
+  manager() : orva::manager<RX_T, TX_T>(models::get("orvamax")) {}
 
   void create_leds() override;
 };

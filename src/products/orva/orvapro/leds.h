@@ -1,4 +1,4 @@
-// The LEDs of orvapro: 40, on a grid of 100 GHz.
+// The LEDs of orvapro.
 #pragma once
 
 #include "products/orva/leds.h"
@@ -7,7 +7,7 @@ namespace products::orva::orvapro {
 
 class leds : public orva::leds {
  public:
-  void start(bool coldstart) override;
+  leds() : orva::leds(models::get("orvapro")) {}
 };
 
 }  // namespace products::orva::orvapro

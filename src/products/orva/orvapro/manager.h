@@ -11,7 +11,7 @@ class manager : public orva::manager<RX_T, TX_T> {
  public:
   using base = orva::manager<RX_T, TX_T>;
 
-  manager() : base(orvapro_plan) {}
+  manager() : base(models::get("orvapro")) {}
 
   void create_client_tx() override;
   void create_line() override;

@@ -4,6 +4,7 @@
 
 #include "helpers/calibration.h"
 #include "helpers/guard.h"
+#include "models/model.h"
 #include "platform/wire/nx_error.h"
 
 namespace products::selka::channel {
@@ -15,7 +16,7 @@ void base::setup_api(nx_db& db) {
 }
 
 std::string base::port_loss_key(const char* add_drop) {
-  return fmt::format("cal_{}_wss_{}_to_mon", add_drop, get_wss_port());
+  return models::port_loss_key(models::get("selkamin"), add_drop, get_wss_port());
 }
 
 void base::update_power() {

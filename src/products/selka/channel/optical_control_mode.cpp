@@ -1,8 +1,7 @@
 #include <fmt/format.h>
 
-#include <array>
-
 #include "helpers/logger.h"
+#include "models/model.h"
 #include "platform/wire/nx_error.h"
 #include "products/selka/channel/control.h"
 
@@ -31,10 +30,7 @@ std::string to_text(optical_control_mode mode) {
 }
 
 std::string selka_port_name(unsigned port) {
-  static constexpr std::array<const char*, 10> names{nullptr, "xc4Wss1", "localAD", "xc4Wss2",
-                                                     "xc1",   "xc4Wss3", "xc2",     "xc4Wss4",
-                                                     "xc3",   "xc4Wss5"};
-  if (port >= 1 && port < names.size()) return names[port];
+  if (auto name = models::port_name(models::get("selkamin"), port)) return *name;
   LUMORA_LOG(2, "Invalid WSS port: {}", port);
   return "n/a";
 }

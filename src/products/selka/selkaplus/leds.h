@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "base/manager/leds.h"
+#include "models/model.h"
 
 namespace products::selka::selkaplus {
 
@@ -15,7 +16,7 @@ class leds : public ::manager::leds {
   void boot_thread_function() override;
 
  private:
-  std::uint32_t xc_count_ = 34;
+  std::uint32_t xc_count_ = models::get("selkaplus").panel.cross_connects;
   std::uint32_t line_count_ = 1;
 };
 

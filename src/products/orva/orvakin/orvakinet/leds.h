@@ -1,5 +1,4 @@
-// The LEDs of orvakinet: 40, in groups of eight with one place of the 100 GHz grid left free in
-// between.
+// The LEDs of orvakinet.
 #pragma once
 
 #include "products/orva/leds.h"
@@ -8,7 +7,7 @@ namespace products::orva::orvakin::orvakinet {
 
 class leds : public orva::leds {
  public:
-  void start(bool coldstart) override;
+  leds() : orva::leds(models::get("orvakinet")) {}
 };
 
 }  // namespace products::orva::orvakin::orvakinet

@@ -8,9 +8,7 @@ namespace products::orva::orvakin::orvakinet {
 template <class RX_T, class TX_T>
 class manager : public orvakin::manager<RX_T, TX_T> {
  public:
-  static constexpr unsigned channel_count = 40;
-
-  manager() : orvakin::manager<RX_T, TX_T>(channel_count) {}
+  manager() : orvakin::manager<RX_T, TX_T>(models::get("orvakinet")) {}
 
   void create_leds() override;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "models/model.h"
 #include "products/selka/channel/control.ipp"
 #include "products/selka/selkaplus/channel/control.h"
 
@@ -10,7 +11,7 @@ float control<T>::get_default_attenuation() {
   if (this->get_channel()->get_direction() != "tx") {
     return selka::channel::control<T>::get_default_attenuation();
   }
-  return this->get_configured_attenuation().value_or(0.0f);
+  return this->get_configured_attenuation().value_or(models::get("selkaplus").parked_tx);
 }
 
 template <class T>
