@@ -64,6 +64,7 @@ class session : public nx_session, public subscription_port {
   void read();
   void on_read(const boost::system::error_code& failed, std::size_t size);
   void process();
+  void process_lines();
   void process_soon();
   void process_later();
   bool no_room_for_large() const;
