@@ -161,7 +161,7 @@ bool session::handle_lines() {
   while (waiting.empty() && answers.size() < pause_bytes && (more = next_line(storage, line))) {
     const auto before = answers.size();
     if (before > 0) answers += '\n';
-    if (before == 0) outbox_.keep_place();
+    if (before == 0 && hears_) outbox_.keep_place();
     const auto start = answers.size();
     if (line.empty()) {
       answers += too_long_answer();

@@ -111,6 +111,7 @@ class session : public nx_session, public subscription_port {
     bool held_before = false;
   };
   std::optional<undoing> undoing_;
+  bool hears_ = false;  // it has subscribed to something at some time
 
   // Gone once the session is closed: a node may hold the session for longer than the I/O thread
   // lives.
