@@ -73,6 +73,7 @@ bool measure_growth() {
   constexpr unsigned few = 24;
   constexpr unsigned many = 96;
   late_node node("selkaplus");
+  node.delay_devices(brisk);
   node.start();
   node.add_channels(few);
   std::this_thread::sleep_for(std::chrono::seconds(20));  // until its switches rest
@@ -86,8 +87,8 @@ bool measure_growth() {
 
 bool measure_adds() {
   late_node node("selkaplus");
-  node.start();
   node.delay_devices(brisk);
+  node.start();
   return report("96 adds in a row, 5 ms late", node.add_channels(96).count(), 3, "s");
 }
 

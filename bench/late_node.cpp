@@ -32,6 +32,7 @@ seconds time_of_day(const std::string& text) {
 
 late_node::late_node(std::string product, const std::string& peer) : product_(std::move(product)) {
   node_.start_store();
+  node_.let_devices_follow_store();
   std::vector<std::string> arguments;
   if (!peer.empty()) arguments = {"--peer", peer, "--peer-interface", "lo"};
   node_.start_devices(product_, arguments);

@@ -21,7 +21,7 @@ class late_node {
   /// cycle, without the second that is to be waited between the two.
   seconds start();
 
-  /// All devices of the node.
+  /// All devices of the node. The first delay of one renews its connections: set it before `start`.
   void delay_devices(std::chrono::milliseconds latency) const;
   void delay_peer(std::chrono::milliseconds latency) const;
   /// Throws std::runtime_error when it takes too long.
