@@ -21,6 +21,8 @@ class bare_socket : public contestant {
   void listen(unsigned listeners) override { listeners_ = listeners; }
   void event() override { publish(1); }
   void event_burst() override { publish(burst); }
+  void set_and_hear() override { publish(1); }
+  void set_and_hear_oneself() override { exchange(1); }
 
  private:
   void exchange(unsigned messages);

@@ -25,6 +25,9 @@ class contestant {
   virtual void listen(unsigned listeners) = 0;
   virtual void event() = 0;
   virtual void event_burst() = 0;
+  /// One client writes; another, or itself, has heard of it, and the write is answered.
+  virtual void set_and_hear() = 0;
+  virtual void set_and_hear_oneself() = 0;
 };
 
 }  // namespace bench

@@ -1,13 +1,20 @@
 // lumora_bench_daemon: what the whole daemon costs with a full band. Prints the rest of the table
-// that lumora_bench_server begins.
+// that lumora_bench_server begins; of it a part alone, "late" or "rest".
 #include <fmt/format.h>
 
 #include <exception>
+#include <string>
 
 #include "bench/daemon_figures.h"
+#include "bench/late_figures.h"
 
-int main() try {
-  return bench::daemon_figures().measure() ? 0 : 1;
+int main(int argc, char** argv) try {
+  const std::string only = argc > 1 ? argv[1] : "";
+  bench::daemon_figures figures;
+  bool reached = true;
+  if (only != "rest") reached = bench::measure_late_nodes();
+  if (only != "late") reached = figures.measure() && reached;
+  return reached ? 0 : 1;
 } catch (const std::exception& failure) {
   fmt::print(stderr, "lumora_bench_daemon: {}\n", failure.what());
   return 2;

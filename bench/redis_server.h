@@ -24,6 +24,8 @@ class redis_server : public contestant {
   void listen(unsigned listeners) override;
   void event() override { publish(1); }
   void event_burst() override { publish(burst); }
+  void set_and_hear() override { publish(1); }
+  void set_and_hear_oneself() override { publish(1); }  // who listens writes nothing
 
  private:
   using connection = std::unique_ptr<redisContext, decltype(&redisFree)>;

@@ -9,15 +9,16 @@ namespace {
 
 void print_row(const std::string& figure, const std::string& found, const std::string& goal,
                const std::string& reached, const std::string& beside) {
-  fmt::print("| {:<64} | {:>10} | {:>9} | {:<6} | {:>6} |\n", figure, found, goal, reached, beside);
+  fmt::print("| {:<64} | {:>10} | {:>9} | {:<6} | {:>13} |\n", figure, found, goal, reached,
+             beside);
   std::fflush(stdout);
 }
 
 }  // namespace
 
 void print_head() {
-  print_row("Figure", "Found", "Goal", "", "Redis");
-  fmt::print("|{:-<66}|{:-<12}|{:-<11}|{:-<8}|{:-<8}|\n", "", "", "", "", "");
+  print_row("Figure", "Found", "Goal", "", "of the limit");
+  fmt::print("|{:-<66}|{:-<12}|{:-<11}|{:-<8}|{:-<15}|\n", "", "", "", "", "");
 }
 
 void print_line(const std::string& figure, const std::string& found, const std::string& goal,

@@ -6,7 +6,7 @@
 namespace bench {
 
 void print_head();
-/// `beside` is the same of the key store, or empty.
+/// `beside`: ratios to the bare socket, the tree's and the key store's; or empty.
 void print_line(const std::string& figure, const std::string& found, const std::string& goal,
                 bool reached, const std::string& beside);
 

@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "api/config_param.h"
 #include "api/status_value.h"
 #include "bench/contestant.h"
 #include "platform/nexel_client/nexel_client.h"
@@ -47,6 +48,10 @@ void publish(const std::vector<std::shared_ptr<value>>& values, const socket& tr
   }
 }
 
+struct settings {
+  void set_attenuation(float) {}
+};
+
 void read_in_vain(nexel_client_api& device) {
   for (;;) {
     try {
@@ -66,6 +71,9 @@ std::string value_path(unsigned channel, unsigned kind) {
 void serve_tree(const std::string& path, const socket& triggers, const std::string& hung_device) {
   nexel_api server(path, 0, false);
   const auto values = build(server.get_db());
+  const auto owner = std::make_shared<settings>();
+  nx::api::prompt_param<&settings::set_attenuation>::create(server.get_db(), parameter_path, 0.25F,
+                                                            owner);
   std::thread loop([&] {
     nx::take_rank("manager", nx::thread_rank::loops);
     publish(values, triggers);

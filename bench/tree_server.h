@@ -13,6 +13,9 @@ std::string value_path(unsigned channel, unsigned kind);
 /// All values of the first kind.
 constexpr const char* value_pattern = "data/client/*/rx/attenuation";
 
+/// A parameter that clients may write.
+constexpr const char* parameter_path = "config/client/rx/attenuation";
+
 /// Serves for ever. With `hung_device`, a loop reads a device there that never answers.
 [[noreturn]] void serve_tree(const std::string& path, const socket& triggers,
                              const std::string& hung_device);

@@ -53,6 +53,26 @@ std::string value_tree::next_get() {
   return request(next_, "get", value_path(next_ % together, 1)) + '\n';
 }
 
+std::string value_tree::next_set() {
+  ++next_;
+  const auto params = fmt::format(R"({{"path":"{}","value":{}}})", parameter_path,
+                                  0.5 * static_cast<double>(next_ % 40));
+  return nx::json_rpc::request(next_, "set", std::string_view(params)) + '\n';
+}
+
+void value_tree::set_and_hear() {
+  connection_.send(next_set());
+  listeners_.front()->read(1, "method");
+  connection_.read(1, "result");
+}
+
+void value_tree::set_and_hear_oneself() {
+  auto& client = *listeners_.front();
+  client.send(next_set());
+  client.read(1, "result");
+  client.read(1, "method");
+}
+
 void value_tree::get() {
   connection_.send(next_get());
   connection_.read(1, "result");
@@ -85,6 +105,9 @@ void value_tree::listen(unsigned listeners) {
       added.read(1, "result");
       added.read(1, "method");
     }
+    added.send(request(burst, "subscribe", parameter_path) + '\n');
+    added.read(1, "result");
+    added.read(1, "method");
   }
   if (hung_device_) add_stuck_subscriber();
 }

@@ -25,9 +25,12 @@ class value_tree : public contestant {
   void listen(unsigned listeners) override;
   void event() override { publish(1); }
   void event_burst() override { publish(burst); }
+  void set_and_hear() override;
+  void set_and_hear_oneself() override;
 
  private:
   std::string next_get();
+  std::string next_set();
   void add_stuck_subscriber();
   void publish(unsigned events);
 

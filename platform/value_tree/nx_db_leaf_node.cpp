@@ -85,3 +85,7 @@ bool nx_db_leaf_node::write_returns_response() const {
 bool nx_db_leaf_node::read_may_wait() const {
   return false;
 }
+
+bool nx_db_leaf_node::write_may_wait() const {
+  return true;
+}

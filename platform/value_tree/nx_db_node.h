@@ -93,6 +93,9 @@ class nx_db_leaf_node : public nx_db_node {
   /// True when `get` may wait for a device, a network or a setter that waits; such reads are
   /// answered on a worker thread, others on the I/O thread unless there are many of them.
   virtual bool read_may_wait() const;
+  /// The same of `set`, `run` and `reset`. A node whose writes never wait says false, and its
+  /// writes are done on the I/O thread: they hold no lock that is held across a device call.
+  virtual bool write_may_wait() const;
 
   nx_db* db = nullptr;  ///< the tree; null until add_node has attached the node
   std::atomic<std::uint32_t> poll_interval{0};  ///< set by value_group::add_value; 0: never polled

@@ -2,6 +2,9 @@
 // the value (bool, float, std::string or const rapidjson::Document&, by value or by reference) and
 // at most one bound argument beside it, before or behind, which `create` is given. The node stores
 // nothing across restarts. Once its owner has gone it answers with the error -2.
+//
+// A setter that calls no device and takes no lock that is held across such a call, a plan's above
+// all, makes a prompt_param: a write of it needs no other thread than the socket's.
 #pragma once
 
 #include <memory>
@@ -17,7 +20,9 @@
 
 namespace nx::api {
 
-template <auto Setter>
+enum class setter_pace { may_wait, at_once };
+
+template <auto Setter, setter_pace Pace = setter_pace::may_wait>
 class config_param : public config_value<typename setter_arguments<
                          typename member_traits<decltype(Setter)>::arguments>::value_type> {
   using traits = member_traits<decltype(Setter)>;
@@ -42,6 +47,8 @@ class config_param : public config_value<typename setter_arguments<
                                      typename arguments::bound{std::move(bound)...});
   }
 
+  bool write_may_wait() const override { return Pace == setter_pace::may_wait; }
+
  protected:
   void apply(const value_type& value) override {
     const auto owner = owner_.lock();
@@ -62,5 +69,8 @@ class config_param : public config_value<typename setter_arguments<
   std::weak_ptr<owner_type> owner_;
   typename arguments::bound bound_;
 };
+
+template <auto Setter>
+using prompt_param = config_param<Setter, setter_pace::at_once>;
 
 }  // namespace nx::api

@@ -125,7 +125,7 @@ bool config_value<T>::node_flag() const {
 
 template <class T>
 bool config_value<T>::read_may_wait() const {
-  return true;
+  return this->write_may_wait();
 }
 
 template class config_value<bool>;

@@ -3,7 +3,8 @@
 // document.
 //
 // All of it runs on the server's threads, with the node's mutex held while the setter runs: a
-// reader waits for a slow setter, and a setter may read its own parameter.
+// reader waits for a slow setter, and a setter may read its own parameter. Where the setter never
+// waits, reads and writes do not either.
 #pragma once
 
 #include <memory>

@@ -62,7 +62,7 @@ void lumora_manager::run_phases(manager::interface& manager, bool* running) {
   manager.start(db);
   if (!still_running(running)) return;  // a stop may have ended the start half way
   // Only now: whoever can write the parameter finds every value and setting on the tree.
-  redis_config_param = nx::api::config_param<&lumora_manager::set_redis_config_status>::create(
+  redis_config_param = nx::api::prompt_param<&lumora_manager::set_redis_config_status>::create(
       db, "config/redisConfigStatus", std::nullopt, shared_from_this());
   tell_status("Waiting for the configuration");
   if (!await_configuration(running)) return;

@@ -13,7 +13,7 @@ namespace products {
 template <class Manager>
 void publish_automation_mode(nx_db& db, nx::api::value_group& values,
                              const std::shared_ptr<Manager>& manager) {
-  values.add_value(nx::api::config_param<&Manager::set_automation_mode>::create(
+  values.add_value(nx::api::prompt_param<&Manager::set_automation_mode>::create(
                        db, "config/automationMode", std::nullopt, manager),
                    0);
   values.add_value(nx::api::polled_value<&Manager::get_automation_mode>::create(

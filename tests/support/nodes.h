@@ -40,6 +40,7 @@ class value_node : public nx_db_event_node {
   void get(const std::string& path, json_allocator& allocator, json_value& result) override;
   void set(const std::string& path, const json_value& value) override;
   void reset() override { update("0"); }
+  bool write_may_wait() const override { return false; }
   void subscribe(std::shared_ptr<nx_session> session, const std::string& path,
                  json_allocator& allocator, json_value& result,
                  std::unique_lock<std::recursive_mutex>& lock) override;

@@ -184,14 +184,17 @@ effort request_handler::answer_messages(std::string_view line, effort allowed,
 template <class Message>
 effort request_handler::effort_of_batch(const std::vector<Message>& batch) const {
   constexpr unsigned few_patterns = 2;
+  constexpr unsigned few_writes = 32;  // each has an event for many sessions
   if (batch.size() > methods::few_messages) return effort::heavy;
   effort takes = effort::at_once;
   unsigned patterns = 0;
+  unsigned writes = 0;
   for (const auto& message : batch) {
     try {
       const auto asked = prepare(message, effort::at_once);
       takes = std::max(takes, asked.takes);
       if (asked.is_pattern && ++patterns > few_patterns) return effort::heavy;
+      if (asked.asked->writes && ++writes > few_writes) takes = std::max(takes, effort::waiting);
     } catch (const nx_error&) {
       // A fault is answered at once.
     }
@@ -303,11 +306,7 @@ request_handler::request request_handler::prepare(const plain_get& message, effo
 // What takes more than is allowed is not even looked up.
 void request_handler::find_nodes(request& asked, effort allowed) const {
   const auto& how = *asked.asked;
-  if (how.writes) {
-    asked.takes = rights_ == access::full ? effort::waiting : effort::at_once;
-  } else if (client_is_gone()) {
-    throw client_gone_error();
-  }
+  if (!how.writes && client_is_gone()) throw client_gone_error();
   if (asked.is_pattern) {
     if (asked.path.ends_with("**")) asked.takes = effort::heavy;
     if (asked.takes > allowed) return;
@@ -323,6 +322,8 @@ void request_handler::find_nodes(request& asked, effort allowed) const {
   if (how.reads_value && std::any_of(asked.nodes.begin(), asked.nodes.end(), waits)) {
     asked.takes = std::max(asked.takes, effort::waiting);
   }
+  const bool is_done = how.writes && rights_ == access::full && !asked.nodes.empty();
+  if (is_done && asked.nodes.front()->write_may_wait()) asked.takes = effort::waiting;
 }
 
 void request_handler::execute(const request& asked, json_allocator& allocator,

@@ -19,7 +19,7 @@ enum class access { full, read_only };
 /// What it takes to answer a line.
 enum class effort {
   at_once,  ///< on the I/O thread
-  waiting,  ///< may have to wait: a write, a command, a read that waits for a device
+  waiting,  ///< may have to wait for a device, as a command, some writes and some reads
   heavy     ///< takes its time: much of the tree, a large batch, a long line
 };
 

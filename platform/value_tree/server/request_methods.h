@@ -49,7 +49,7 @@ nx_error client_gone_error();
 struct request_handler::method {
   std::string_view name;
   void (*execute)(const request& asked, const request_call& call);
-  bool writes = false;         // refused to read-only sessions, and may wait
+  bool writes = false;         // refused to read-only sessions; may wait when a node's write may
   bool subscribes = false;     // taken back when its answer is refused
   bool lists = false;          // large when it is recursive
   bool takes_pattern = false;  // else a star is a character of the path

@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "platform/value_tree/delivery_batch.h"
@@ -27,6 +28,10 @@ struct server_runtime::impl : public session_waker {
   void run_on_io(const std::function<void()>& job);
   /// Has the sessions send what waits, together with all others of the same wake-up.
   void wake(std::vector<std::shared_ptr<nx_session>> sessions) override;
+  /// Executes a part of a session's requests, on the I/O thread. Sessions that it wakes send at its
+  /// end: what a request publishes goes out without another round of the thread.
+  template <class Part>
+  void in_one_turn(const Part& part);
 
   // The sessions', and that of the devices' clients: what a client asks holds up no device.
   std::shared_ptr<boost::asio::io_context> io;
@@ -44,8 +49,24 @@ struct server_runtime::impl : public session_waker {
   work_guard device_work;
   std::mutex woken_mutex;  // a leaf in the lock order
   std::vector<std::shared_ptr<nx_session>> woken;
+  bool in_turn = false;        // the I/O thread's own, as the next
+  bool woken_in_turn = false;  // flush_woken is due
   std::thread io_thread;
   std::thread device_thread;
 };
+
+template <class Part>
+void server_runtime::impl::in_one_turn(const Part& part) {
+  struct mark {
+    explicit mark(bool& of) : is_set(of) { is_set = true; }
+    ~mark() { is_set = false; }
+    bool& is_set;
+  };
+  {
+    const mark turn(in_turn);
+    part();
+  }
+  if (std::exchange(woken_in_turn, false)) flush_woken();
+}
 
 }  // namespace nx

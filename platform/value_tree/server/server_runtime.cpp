@@ -102,7 +102,11 @@ void server_runtime::impl::wake(std::vector<std::shared_ptr<nx_session>> session
                    std::make_move_iterator(sessions.end()));
     }
   }
-  if (first) boost::asio::post(*io, [this] { flush_woken(); });
+  if (on_io_thread() && in_turn) {
+    woken_in_turn = true;
+  } else if (first) {
+    boost::asio::post(*io, [this] { flush_woken(); });
+  }
 }
 
 void server_runtime::impl::flush_woken() {

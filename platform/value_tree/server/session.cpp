@@ -102,6 +102,10 @@ bool session::look_whether_gone() {
 }
 
 void session::process() {
+  host_->runtime.in_one_turn([this] { process_lines(); });
+}
+
+void session::process_lines() {
   stalled_ = false;
   for (bool more = true; more && !busy_ && !closed_;) {
     if (is_paused()) flush();
@@ -157,6 +161,7 @@ bool session::handle_lines() {
   while (waiting.empty() && answers.size() < pause_bytes && (more = next_line(storage, line))) {
     const auto before = answers.size();
     if (before > 0) answers += '\n';
+    if (before == 0 && hears_) outbox_.keep_place();
     const auto start = answers.size();
     if (line.empty()) {
       answers += too_long_answer();

@@ -64,6 +64,7 @@ class session : public nx_session, public subscription_port {
   void read();
   void on_read(const boost::system::error_code& failed, std::size_t size);
   void process();
+  void process_lines();
   void process_soon();
   void process_later();
   bool no_room_for_large() const;
@@ -110,6 +111,7 @@ class session : public nx_session, public subscription_port {
     bool held_before = false;
   };
   std::optional<undoing> undoing_;
+  bool hears_ = false;  // it has subscribed to something at some time
 
   // Gone once the session is closed: a node may hold the session for longer than the I/O thread
   // lives.

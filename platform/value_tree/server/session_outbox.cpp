@@ -33,7 +33,11 @@ bool session_outbox::add_answer(std::string text) {
   {
     const std::lock_guard lock(mutex_);
     if (closed_) return false;
-    if (!text.empty()) push(std::move(text), true);
+    if (const auto kept = std::exchange(kept_place_, 0); kept != 0) {
+      fill(kept, std::move(text));
+    } else if (!text.empty()) {
+      push(std::move(text), true);
+    }
     if (begun_.empty()) return wake();
     first = open_begun();
     const auto has_line = [](const auto& one) { return one.event || !one.end.empty(); };
@@ -46,6 +50,13 @@ bool session_outbox::add_answer(std::string text) {
   if (closed_) return false;
   fill(place, std::move(events));
   return wake();
+}
+
+void session_outbox::keep_place() {
+  const std::lock_guard lock(mutex_);
+  if (closed_ || kept_place_ != 0) return;
+  kept_place_ = next_number_;
+  push({nullptr, no_subscription, true});
 }
 
 bool session_outbox::deliver(std::shared_ptr<const nx_event> event,
@@ -82,6 +93,7 @@ bool session_outbox::take(std::string& out, std::size_t enough) {
   while (!nothing_waits() && queue_[first_].line && out.size() < enough) {
     item next = std::move(queue_[first_++]);
     drop(next);
+    if (next.line->empty()) continue;  // a place that was kept for nothing
     if (some_ended_ && next.of != no_subscription && subscriptions_.find(next.of) == nullptr) {
       continue;
     }

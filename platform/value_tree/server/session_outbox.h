@@ -2,7 +2,9 @@
 // from any thread while they hold their own mutex, so nothing here blocks and no other lock is
 // taken under this one.
 //
-// Events of a path are held back from `begin` until the answer of their subscription is in. While
+// Events of a path are held back from `begin` until the answer of their subscription is in, and all
+// events from `keep_place` until the answers are in whose place it keeps: an answer with a value
+// that an event has replaced never follows that event. While
 // the session is slow a new event takes the place of the one that waits for the same path: the tree
 // is state, so the newest wins.
 #pragma once
@@ -31,8 +33,11 @@ class session_outbox {
 
   /// Each of these is true when the sender has to be woken: something waits that it was not told
   /// of.
-  bool add_answer(
-      std::string text);  ///< empty for none; subscriptions begun before it are open now
+  /// `text` is empty for none; subscriptions begun before it are open now.
+  bool add_answer(std::string text);
+  /// The next answer stands here, in front of events that come before it. Only for who works that
+  /// answer out without waiting, since the sender gets no further than this.
+  void keep_place();
   bool deliver(std::shared_ptr<const nx_event> event, nx_subscription_number subscription);
   bool end_subscription(const std::string& path, const std::string& reason);
 
@@ -111,7 +116,8 @@ class session_outbox {
   std::vector<item> queue_;
   std::size_t first_ = 0;  // what is in front of it is sent
   std::uint64_t next_number_ = 1;
-  bool some_ended_ = false;  // the queue may hold events of subscriptions that are no more
+  bool some_ended_ = false;       // the queue may hold events of subscriptions that are no more
+  std::uint64_t kept_place_ = 0;  // 0: none
   std::size_t bytes_ = 0;
   std::size_t answer_bytes_ = 0;  // of these
   std::size_t begun_bytes_ = 0;

@@ -24,6 +24,7 @@ nx_error limit_error() {
 
 void session::subscribe(const std::string& path, json_allocator& allocator, json_value& result) {
   std::unique_lock lock(subscription_mutex_);
+  hears_ = true;
   if (nx_db::is_pattern(path)) {
     undoing_ = {path, outbox_.has_pattern(path)};
     subscribe_pattern(path, allocator, result, lock);

@@ -275,7 +275,7 @@ void base<RX_T, TX_T>::setup_api(nx_db& db) {
   using self_type = base<RX_T, TX_T>;
   const auto self = this->shared_from_this();
   channel_index_ = nx::api::status_value<std::string>::create(db, "data/channel/index", "[]", 1);
-  values_->add_value(nx::api::config_param<&self_type::set_log_level>::create(db, "debug/loglevel",
+  values_->add_value(nx::api::prompt_param<&self_type::set_log_level>::create(db, "debug/loglevel",
                                                                               std::nullopt, self),
                      0);
   values_->add_value(

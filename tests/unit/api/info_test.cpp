@@ -58,6 +58,8 @@ TEST_F(info_test, of_every_kind) {
          R"({"type":"config param","valueType":"string",)"
          R"("capabilities":{"read":true,"write":true,"subscribe":true}})",
          "config value (read,write,subscribe)", true);
+  const auto prompt = prompt_param<&owner_t::set_level>::create(db, "prompt", std::nullopt, owner);
+  EXPECT_FALSE(prompt->read_may_wait() || prompt->write_may_wait());
   expect(volatile_value<&owner_t::get_count>::create(db, "volatile", owner),
          R"({"valueType":"int",)" + reads + R"(,"type":"volatile value"})", "volatile value (read)",
          true);

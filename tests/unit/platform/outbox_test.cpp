@@ -51,6 +51,25 @@ TEST_F(outbox, events_of_a_slow_session_are_merged_in_their_place) {
   EXPECT_EQ(box.waiting_bytes(), 0U);
 }
 
+// Else a client that keeps what came last would keep a value that is no more.
+TEST_F(outbox, an_event_does_not_overtake_the_answers_that_are_worked_out) {
+  subscribe("a");
+  EXPECT_TRUE(deliver("a", "a1"));
+  box.keep_place();
+  EXPECT_FALSE(deliver("a", "a2"));
+  EXPECT_EQ(taken(), "a1\n");
+  begin("b");
+  deliver("b", "b1");
+  box.add_answer("answers");
+  EXPECT_EQ(taken(), "answers\na2\nb1\n");
+  // Nothing was to be answered.
+  box.keep_place();
+  deliver("a", "a3");
+  EXPECT_TRUE(box.add_answer({}));
+  EXPECT_EQ(taken(), "a3\n");
+  EXPECT_EQ(box.waiting_bytes(), 0U);
+}
+
 TEST_F(outbox, nothing_overtakes_the_answer) {
   begin("a");
   EXPECT_FALSE(deliver("a", "a1"));

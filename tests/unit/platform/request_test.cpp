@@ -314,6 +314,19 @@ TEST_F(requests, what_may_wait_or_takes_long_is_left_to_a_worker) {
   EXPECT_EQ(takes(request("get", R"({"path":"*/gain"})")), waiting);
   EXPECT_EQ(takes(request("info", R"({"path":"device/gain"})")), at_once);
   EXPECT_EQ(takes(request("run", R"({"path":"command/add","args":{}})")), waiting);
+  EXPECT_EQ(takes(request("set", R"({"path":"command/add","value":{}})")), waiting);
+  EXPECT_EQ(takes(request("set", R"({"path":"device/gain","value":1})")), waiting);
+  const auto write = request("set", R"({"path":"data/1/power","value":1})");
+  EXPECT_EQ(takes(write), at_once);
+  EXPECT_EQ(takes(request("reset", R"({"path":"data/1/power"})")), at_once);
+  const auto writes = [&](int count) {
+    std::string batch = '[' + write;
+    for (int i = 1; i < count; ++i)
+      batch += ',' + write;
+    return batch + ']';
+  };
+  EXPECT_EQ(takes(writes(32)), at_once);
+  EXPECT_EQ(takes(writes(33)), waiting) << "all of their subscribers are told meanwhile";
   EXPECT_EQ(takes('[' + name + ',' + device + ']'), waiting);
   EXPECT_EQ(takes('[' + name + ",3]"), at_once);
   EXPECT_EQ(takes(all), heavy);

@@ -42,6 +42,21 @@ TEST_F(server_test, the_first_event_follows_the_answer) {
   EXPECT_EQ(client.ask(request(5, "get", "a")), result(5, R"("a":9)"));
 }
 
+TEST_F(server_test, an_event_follows_the_answers_that_are_older) {
+  value_node::create(db, "a", "1");
+  const auto other = connect();
+  other.ask(request(1, "subscribe", "a"));
+  other.line();
+  const auto client = connect();
+  client.ask(request(1, "subscribe", "a"));
+  client.line();
+  client.send(request(2, "get", "a") + '\n' + request(3, "set", "a", R"(,"value":2)") + '\n' +
+              request(4, "reset", "a") + '\n');
+  EXPECT_EQ(client.lines(5), (lines{result(2, R"("a":1)"), result(3, ""), result(4, ""),
+                                    event("a", "2"), event("a", "0")}));
+  EXPECT_EQ(other.lines(2), (lines{event("a", "2"), event("a", "0")}));
+}
+
 TEST_F(server_test, a_pattern_covers_what_comes_later) {
   value_node::create(db, "ch/1/power", "1");
   read_node::create(db, "ch/1/name", [] { return "x"; });

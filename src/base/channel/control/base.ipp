@@ -216,14 +216,14 @@ std::string base<T>::value_path(const char* root, const char* name) {
 
 template <class T>
 void base<T>::setup_channel_api(nx_db& db, std::shared_ptr<nx::api::value_group> values) {
-  using nx::api::config_param;
+  using nx::api::prompt_param;
   default_attenuation_value_ =
       nx::api::pushed_value<float>::create(db, value_path("data", "defaultAttenuation"), 1, 0.2);
   values->add_value(
-      config_param<&base<T>::set_default_attenuation>::create(
+      prompt_param<&base<T>::set_default_attenuation>::create(
           db, value_path("config", "defaultAttenuation"), std::nullopt, this->shared_from_this()),
       0);
-  values->add_value(config_param<&base<T>::set_description>::create(
+  values->add_value(prompt_param<&base<T>::set_description>::create(
                         db, value_path("config", "description"), "", this->shared_from_this()),
                     0);
   values->add_value(nx::api::const_value<std::string>::create(db, value_path("data", "wssPortName"),

@@ -52,7 +52,7 @@ template <class T>
 void control<T>::setup_channel_api(nx_db& db, std::shared_ptr<nx::api::value_group> values) {
   base::setup_channel_api(db, values);
   const auto self = shared_self();
-  values->add_value(nx::api::config_param<&control<T>::set_admin_status>::create(
+  values->add_value(nx::api::prompt_param<&control<T>::set_admin_status>::create(
                         db, this->value_path("config", "adminStatus"), std::nullopt, self),
                     0);
   values->add_value(nx::api::volatile_value<&control<T>::get_admin_status>::create(

@@ -67,7 +67,7 @@ template <class T>
 void control<T>::setup_channel_api(nx_db& db, std::shared_ptr<nx::api::value_group> values) {
   base::setup_channel_api(db, values);
   const auto self = std::static_pointer_cast<control<T>>(this->shared_from_this());
-  values->add_value(nx::api::config_param<&control<T>::set_optical_control_mode>::create(
+  values->add_value(nx::api::prompt_param<&control<T>::set_optical_control_mode>::create(
                         db, this->value_path("config", "opticalControlMode"), std::nullopt, self),
                     0);
   show_mode(nx::api::pushed_value<std::string>::create(

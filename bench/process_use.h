@@ -1,0 +1,29 @@
+// What a process and its threads use, from /proc, and the line of the table that judges a figure.
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <string>
+
+namespace bench {
+
+using seconds = std::chrono::duration<double>;
+
+struct thread_use {
+  seconds cpu;
+  double waits;
+};
+
+// Each throws std::runtime_error when there is no such thread or process.
+thread_use use_of_thread(pid_t pid, const std::string& name);
+double resident_mib(pid_t pid);
+/// This thread's, as the kernel cuts it.
+std::string own_name();
+
+/// Throws std::runtime_error with `what` unless it is so.
+void require(bool reached, const char* what);
+/// Prints a figure that should be at most `goal`; true if it is.
+bool report(const std::string& figure, double found, double goal, const char* unit);
+
+}  // namespace bench
