@@ -30,9 +30,10 @@ figures first_channel(const std::string& model, std::uint64_t seed) {
   node->plant().set_laser(0, channel, laser);
   const double time = seconds_until(
       *node, [&] { return node->on_target(channel); }, 60s);
+  const double steps = watch.steps(channel);
   node->run_for(30s);
   require(node->on_target(channel), "the channel does not stay");
-  return {static_cast<double>(watch.steps(channel)), time};
+  return {steps, time};
 }
 
 figures full_band(const std::string& model, std::uint64_t seed) {

@@ -31,20 +31,12 @@ figures a_slow_part(const std::string& model, std::uint64_t seed) {
     require(node.run_until([&] { return node.all_on_target(); }, 5min), "no channel on target");
     worst[0] = std::max(worst[0], seconds(node.now() - begin));
     node.run_for(30s);
-    node.disturb(node.channels()[3], 3.0);
-    const double jump = seconds_until(
-        node, [&] { return node.all_on_target(); }, 5min);
+    const double jump =
+        seconds_after_jump(node, node.channels()[3], [&] { return node.all_on_target(); });
     worst[1] = std::max(worst[1], jump);
     node.network().detach(peer_address);
   }
   return worst;
-}
-
-void write_modes(plant_node& node) {
-  if (!node.has_channels_by_command()) return;
-  for (const auto channel : node.channels())
-    for (const char* side : {"rx", "tx"})
-      node.write(fmt::format("config/client/{}/{}/opticalControlMode", channel, side), "\"power\"");
 }
 
 /// Seconds from the device's coming to a channel's first correction, or to a node that needs none.

@@ -85,7 +85,7 @@ std::optional<double> worst(const std::vector<bars::job>& jobs, const bars::bar&
 
 std::string shown(double figure) {
   if (figure >= bars::never) return "never";
-  return fmt::format("{:.4g}", std::round(figure * 100.0) / 100.0);
+  return fmt::format("{:.4g}", std::round(figure * 100.0) / 100.0 + 0.0);
 }
 
 bool was_run(const std::vector<bars::job>& jobs, const bars::bar& bar, const std::string& model) {

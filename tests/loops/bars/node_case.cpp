@@ -35,9 +35,26 @@ std::unique_ptr<plant_node> at_rest(const std::string& model, std::uint64_t seed
   return node;
 }
 
+void write_modes(plant_node& node) {
+  if (!node.has_channels_by_command()) return;
+  for (const auto channel : node.channels()) {
+    for (const char* side : {"rx", "tx"}) {
+      node.write(fmt::format("config/client/{}/{}/opticalControlMode", channel, side), "\"power\"");
+    }
+  }
+}
+
 double seconds_until(plant_node& node, const std::function<bool()>& condition, nanoseconds limit) {
   const auto begin = node.now();
   return node.run_until(condition, limit) ? seconds(node.now() - begin) : never;
+}
+
+double seconds_after_jump(plant_node& node, unsigned channel,
+                          const std::function<bool()>& condition) {
+  const auto begin = node.now();
+  node.disturb(channel, 3.0);
+  node.cycle();  // the light jumps with time alone
+  return node.run_until(condition, 5min) ? seconds(node.now() - begin) : never;
 }
 
 double most_steps(const plant_node& node, const channel_watch& watch) {

@@ -35,8 +35,15 @@ std::unique_ptr<plant_node> started(const sim::topology& what);
 /// Started dark, lit, at rest for ten minutes.
 std::unique_ptr<plant_node> at_rest(const std::string& model, std::uint64_t seed);
 
+/// After a restart, on the models whose channels then wait for their mode.
+void write_modes(plant_node& node);
+
 /// Seconds until the condition holds; `never` after `limit`.
 double seconds_until(plant_node& node, const std::function<bool()>& condition, nanoseconds limit);
+
+/// The same, from a jump of 3 dB of one client on.
+double seconds_after_jump(plant_node& node, unsigned channel,
+                          const std::function<bool()>& condition);
 
 /// Of the channel that took most of them.
 double most_steps(const plant_node& node, const channel_watch& watch);

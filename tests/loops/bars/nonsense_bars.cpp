@@ -104,9 +104,6 @@ figures one_value(const std::string& model, std::uint64_t seed, const char* valu
       double moved = 0.0;
       for (const auto begin = node.now(); node.now() - begin < time + 5s; node.run_for(500ms))
         moved = std::max(moved, before.largest_move());
-      if (moved > 0.6)
-        fmt::print(stderr, "{} {} {} for {} s: {:.2f} dB\n", model, path, value, time.count(),
-                   moved);
       worst = std::max(worst, moved);
     }
   }
