@@ -39,6 +39,8 @@ TEST(reading_kind, tells_what_an_instrument_can_measure) {
            {span_loss, -99.0f, nothing_measured},  // failed at the in-line amplifier
            {span_loss, 100.0f, nothing_measured},  // dark at one end
            {osc_loss, 38.0f, measured},
+           {fibre_length, 150.0f, measured},
+           {fibre_length, 999.0f, refused},  // would tilt every target by some dB
        }) {
     EXPECT_EQ(judge(kind, number), expected) << limits_of(kind).name << " " << number;
   }

@@ -1,0 +1,114 @@
+// The line: a longer span, two lines that are off, a cut that is mended.
+#include <algorithm>
+
+#include "tests/loops/bars/pair_case.h"
+
+namespace bars {
+
+namespace {
+
+figures a_longer_span(const std::string& model, std::uint64_t seed) {
+  plant_pair pair(pair_of(model, seed));
+  bring_to_rest(pair, 10min);
+  voa_watch watch(pair, 0);
+  pair.plant().set_span_offset(0, 3.0);
+  for (const auto begin = pair.now(); pair.now() - begin < 150s;) {
+    pair.run_for(100ms);
+    watch.look();
+  }
+  return {watch.last_write_s(), watch.changes_of_sign(), std::fabs(line_error(pair, 0))};
+}
+
+/// Shorter spans, so that the lines arrive 5 dB too high and "beyond" is below.
+figures both_lines_off(const std::string& model, std::uint64_t seed) {
+  plant_pair pair(pair_of(model, seed));
+  bring_to_rest(pair, 10min);
+  voa_watch near(pair, 0);
+  voa_watch far(pair, 1);
+  for (unsigned fibre : {0u, 1u})
+    pair.plant().set_span_offset(fibre, -5.0);
+  double lowest = 0.0;
+  for (const auto begin = pair.now(); pair.now() - begin < 240s;) {
+    pair.run_for(100ms);
+    near.look();
+    far.look();
+    lowest = std::min({lowest, line_error(pair, 0), line_error(pair, 1)});
+  }
+  return {std::max(near.last_write_s(), far.last_write_s()), -lowest};
+}
+
+/// Least attenuation of what parks in the dark, less where it parks.
+double least_above_default_db(plant_pair& pair, const std::string& model) {
+  constexpr double voa_preset_db = 5.0;
+  constexpr double drop_default_db = 5.0;
+  double least = never;
+  for (unsigned node : {0u, 1u}) {
+    if (has_voa(model))
+      least = std::min(least, pair.plant().voa_attenuation_db(node) - voa_preset_db);
+    if (model != "orvakinet") continue;
+    for (const auto channel : pair.channels()) {
+      least =
+          std::min(least, pair.plant().switch_attenuation_db(node, sim::direction::tx, channel) -
+                              drop_default_db);
+    }
+  }
+  return least;
+}
+
+figures a_cut_that_is_mended(const std::string& model, std::uint64_t seed) {
+  plant_pair pair(pair_of(model, seed));
+  auto& plant = pair.plant();
+  // A longer span, so that what has to close for the dark stands below its default.
+  for (unsigned fibre : {0u, 1u})
+    plant.set_span_offset(fibre, 3.0);
+  bring_to_rest(pair, 5min);
+  require(least_above_default_db(pair, model) < -0.5, "nothing has to close for the dark");
+  plant.cut_line();
+  pair.run_for(5s);
+  double opened_db = 0.0;
+  for (const auto begin = pair.now(); pair.now() - begin < 295s;) {
+    pair.run_for(100ms);
+    opened_db = std::max(opened_db, -least_above_default_db(pair, model));
+  }
+  plant.mend_line();
+  const auto light = pair.now();
+  const auto linked = [&] { return plant.osc_ready(0) && plant.osc_ready(1); };
+  require(pair.run_until(linked, 20s), "the supervisory link does not come back");
+  // Through the dark the add side stands on target; it must be so for all of the time after.
+  const auto since = pair.now();
+  double time = 0.0;
+  for (; pair.now() - since < 2min; pair.run_for(100ms)) {
+    if (!pair.all_on_target(0) || !pair.all_on_target(1)) time = seconds(pair.now() - light);
+  }
+  return {opened_db, time};
+}
+
+std::vector<std::string> with_orvakinet() {
+  auto models = line_models;
+  models.push_back("orvakinet");
+  return models;
+}
+
+}  // namespace
+
+std::vector<bar> line_bars() {
+  return {
+      {"longer-span",
+       "the span 3 dB longer",
+       {{"s to rest", 90}, {"changes of sign", 0}, {"dB left", 0.85}},
+       line_models,
+       a_longer_span},
+      {"both-lines",
+       "two daemons, both lines 5 dB off",
+       {{"s to rest", 180}, {"dB beyond", 0.2}},
+       line_models,
+       both_lines_off},
+      {"cut",
+       "a cut, mended after 5 min",
+       {{"dB opened in the dark", 0.1}, {"s to target after light", 15}},
+       with_orvakinet(),
+       a_cut_that_is_mended},
+  };
+}
+
+}  // namespace bars

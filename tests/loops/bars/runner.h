@@ -1,0 +1,27 @@
+// Runs measurements in processes of their own, some at a time: managers and plant live on
+// process-wide clocks and stores, and one that dies takes no other with it.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tests/loops/bars/bar.h"
+
+namespace bars {
+
+struct job {
+  const bar* of;
+  std::string model;
+  std::uint64_t seed;
+  std::optional<figures> found;  ///< none when the measurement failed
+  double seconds = 0.0;          ///< of real time
+};
+
+/// Fills in `found`; calls `done` in this process after each. Throws std::system_error.
+void run_all(std::vector<job>& jobs, unsigned at_a_time,
+             const std::function<void(const job&)>& done);
+
+}  // namespace bars
