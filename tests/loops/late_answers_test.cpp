@@ -27,7 +27,7 @@ void delay_all(plant_node& node, std::chrono::milliseconds latency) {
     node.plant().set_latency(0, name, latency);
 }
 
-class late_answers : public testing::TestWithParam<const char*> {};
+class late_answers : public testing::TestWithParam<std::string> {};
 
 TEST_P(late_answers, are_waited_for_once_a_cycle) {
   for (const auto latency : {5ms, 20ms, 200ms}) {
@@ -65,9 +65,7 @@ TEST_P(late_answers, of_one_device_leave_the_light_to_the_others) {
       << node.true_error(channel);
 }
 
-INSTANTIATE_TEST_SUITE_P(models, late_answers,
-                         testing::Values("orvalite", "orvamax", "orvapro", "orvakinet", "selkamin",
-                                         "selkaplus"),
+INSTANTIATE_TEST_SUITE_P(models, late_answers, testing::ValuesIn(models::names()),
                          [](const auto& of) { return std::string(of.param); });
 
 }  // namespace

@@ -24,7 +24,7 @@ sim::topology facing(const std::string& product, const char* peer) {
   auto topology = sim::default_topology(product);
   // Room for the attenuator of the one, and for the gain of the other.
   for (auto& fibre : topology.fibres)
-    fibre.length_km = product.starts_with("selka") ? 80.0 : 40.0;
+    fibre.length_km = models::get(product).kin == models::family::selka ? 80.0 : 40.0;
   topology.peer = peer;
   return topology;
 }

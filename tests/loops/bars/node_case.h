@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "models/model.h"
 #include "tests/loops/bars/bar.h"
 #include "tests/loops/channel_watch.h"
 #include "tests/support/plant_node.h"
@@ -63,10 +64,10 @@ std::string attenuation_path(const std::string& model, const std::string& root,
 std::string power_path(const std::string& model, const std::string& channel, bool detected = false);
 
 inline bool is_selka(const std::string& model) {
-  return model.starts_with("selka");
+  return models::get(model).kin == models::family::selka;
 }
 inline bool has_voa(const std::string& model) {
-  return model != "orvakinet";
+  return models::get(model).has_line_voa;
 }
 
 }  // namespace bars
