@@ -149,8 +149,9 @@ figures a_falling_limit(const std::string& model, std::uint64_t seed) {
 std::vector<bar> switch_bars() {
   return {
       {"one-refuses",
+       // A pass of the monitor and the cycle after it, as noise happens to draw them.
        "one channel whose device refuses writes or reads",
-       {{"s without", any}, {"s of the others", any}, {"s longer", 0.6}},
+       {{"s without", any}, {"s of the others", any}, {"s longer", 1.5}},
        all_models,
        one_refuses},
       {"lying-switch",
