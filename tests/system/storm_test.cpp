@@ -20,8 +20,8 @@ constexpr double late_s = 2.0;
 constexpr double slow_ms = 1000;
 #else
 constexpr double flat_mib = 12.0;
-// The harm was seconds. What a storm costs on a quiet machine, some 10 ms for a get and no cycle, is
-// printed and a figure of bench/; here a busy machine's own delays have to fit in.
+// The harm was seconds. What a storm costs on a quiet machine, some 10 ms for a get and no cycle,
+// is printed and a figure of bench/; here a busy machine's own delays have to fit in.
 constexpr double late_s = 0.5;
 constexpr double slow_ms = 500;
 #endif
