@@ -29,8 +29,10 @@ std::string text_of_current_exception(after_logging next, const std::source_loca
                        error.what());
   } catch (...) {
     const auto text = boost::current_exception_diagnostic_information(true);
-    return fmt::format("general exception: {}{}", text,
-                       next == after_logging::throws_on ? ", throwing" : "");
+    if (next == after_logging::throws_on) {
+      return fmt::format("general exception: {}, throwing", text);
+    }
+    return fmt::format("general exception: {}", text);
   }
 }
 
