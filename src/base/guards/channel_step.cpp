@@ -26,9 +26,14 @@ constexpr float least_share_of_effect = 0.25f;
 constexpr float tolerance_db = 0.3f;
 constexpr float tolerance_share = 0.3f;
 constexpr auto patience_for_effect = 30s;
-// The slowest monitor's pass.
-constexpr auto patience_for_reading = 5s;
-constexpr auto believed_unchanged = 30s;
+// A reading from before that shows the step is its effect all the same, where no other follows: a
+// monitor without noise tells nothing new.
+constexpr auto patience_for_reading = 2500ms;
+constexpr float whole_effect_share = 0.1f;
+// Services tell old readings for some 20 s after a restart of theirs.
+constexpr auto believed_unchanged = 22s;
+
+constexpr auto slowest_pass = 5s;
 
 constexpr float rising_db = 0.5f;
 constexpr auto quiet_monitor = 2s;
@@ -111,7 +116,8 @@ wait_for last_step::waits_for(const channel_view& view) const {
   if (step_->shown_in_light) return wait_for::none;
   if (view.power_at <= *step_->moved_at) {
     const float expected = step_->from - view.attenuation;
-    const bool shows_all = view.power != step_->power && missing_effect(view, expected) <= 0;
+    const bool shows_all =
+        view.power != step_->power && missing_effect(view, expected, whole_effect_share) <= 0;
     const bool overdue = view.now - *step_->moved_at >= patience_for_reading;
     return shows_all && overdue ? wait_for::none : wait_for::new_reading;
   }
@@ -124,15 +130,15 @@ bool last_step::has_expired(const channel_view& view) const {
 
 /// By how much the light is further from the step's effect than readings of one and the same light
 /// lie apart; none or less: it shows all of it.
-float last_step::missing_effect(const channel_view& view, float expected) const {
+float last_step::missing_effect(const channel_view& view, float expected, float share) const {
   const float apart = std::fabs(view.power - step_->power - expected);
-  return apart - std::max(tolerance_db, tolerance_share * std::fabs(expected));
+  return apart - std::max(tolerance_db, share * std::fabs(expected));
 }
 
 bool last_step::light_followed(const channel_view& view) const {
   const float expected = step_->from - step_->target;
   return std::fabs(expected) >= adoptable_step_db && view.power_at > step_->at &&
-         missing_effect(view, expected) <= 0;
+         missing_effect(view, expected, tolerance_share) <= 0;
 }
 
 float last_step::standing_attenuation(const channel_view& view) const {
@@ -157,6 +163,16 @@ void live_reading::look(unsigned arrivals, unsigned changes, time_point now) {
 
 bool live_reading::is_live(time_point now) const {
   return has_value_ && (has_changed_ || now - since_ >= believed_unchanged);
+}
+
+void blind_monitor::look(bool any_lit, bool any_changed, bool amplifier_lit, time_point now) {
+  in_doubt_ = !any_lit && !any_changed && amplifier_lit;
+  if (!since_) since_ = now;
+  if (!in_doubt_) since_ = now;
+}
+
+bool blind_monitor::may_be_blind(time_point now) const {
+  return in_doubt_ && since_ && now - *since_ < slowest_pass;
 }
 
 void rising_light::look(bool lit, const channel_view& view) {

@@ -49,7 +49,7 @@ enum class wait_for { none, switch_to_move, new_reading, effect };
 /// | no step             | `made`                                                                 |
 /// | switch to move      | its read-back stands at the target, or has moved and rests for 1 s;    |
 /// |                     | by itself after 5 s, doubled to 30 s with each futile try              |
-/// | new reading         | the monitor tells a reading that came after that; after 5 s one that   |
+/// | new reading         | the monitor tells a reading that came after that; after 2.5 s one that |
 /// |                     | shows the whole step does                                              |
 /// | effect              | a quarter of the step shows in the light, or the amplifier was in      |
 /// |                     | saturation since; by itself after 30 s                                 |
@@ -90,7 +90,7 @@ class last_step {
 
   void look_for_movement(const channel_view& view);
   bool shows_in(const channel_view& view) const;
-  float missing_effect(const channel_view& view, float expected) const;
+  float missing_effect(const channel_view& view, float expected, float share) const;
   bool light_followed(const channel_view& view) const;
 
   std::optional<step> step_;
@@ -102,13 +102,27 @@ class live_reading {
  public:
   /// Counts of the present subscription, as device::reading has them.
   void look(unsigned arrivals, unsigned changes, time_point now);
-  /// It has changed since, or stood for 30 s: light without noise under a monitor without.
+  /// It has changed since, or stood for 22 s: light without noise under a monitor without.
   bool is_live(time_point now) const;
 
  private:
   bool has_value_ = false;
   bool has_changed_ = false;
   time_point since_{};
+};
+
+/// Whether a monitor that tells of a dark band may just not have measured yet since its start: the
+/// amplifier sees light, no channel is told to be lit, and no reading has changed.
+class blind_monitor {
+ public:
+  /// After each walk over the channels.
+  void look(bool any_lit, bool any_changed, bool amplifier_lit, time_point now);
+  /// For the slowest monitor's pass at the most.
+  bool may_be_blind(time_point now) const;
+
+ private:
+  bool in_doubt_ = true;
+  std::optional<time_point> since_;
 };
 
 /// Whether a read-back is as near to what was written as a coarse switch can come.

@@ -119,12 +119,27 @@ TEST(live_reading, has_changed_since_its_subscription_or_stood_for_half_a_minute
   reading.look(0, 0, start);
   EXPECT_FALSE(reading.is_live(at(60))) << "of an earlier subscription";
   reading.look(1, 0, at(60));
-  EXPECT_FALSE(reading.is_live(at(80)));
-  EXPECT_TRUE(reading.is_live(at(90)));
+  EXPECT_FALSE(reading.is_live(at(81)));
+  EXPECT_TRUE(reading.is_live(at(82)));
   reading.look(2, 1, at(91));
   EXPECT_TRUE(reading.is_live(at(91)));
   reading.look(1, 0, at(100));
   EXPECT_FALSE(reading.is_live(at(100))) << "subscribed anew";
+}
+
+TEST(blind_monitor, is_one_that_tells_of_no_light_that_the_amplifier_sees) {
+  guards::blind_monitor monitor;
+  monitor.look(false, false, true, at(0));
+  EXPECT_TRUE(monitor.may_be_blind(at(4.5))) << "its first pass may be to come";
+  EXPECT_FALSE(monitor.may_be_blind(at(5)));
+  monitor.look(false, false, false, at(6));
+  EXPECT_FALSE(monitor.may_be_blind(at(6))) << "a dark band";
+  monitor.look(true, false, true, at(7));
+  EXPECT_FALSE(monitor.may_be_blind(at(7))) << "it has measured some light";
+  monitor.look(false, false, true, at(8));
+  EXPECT_TRUE(monitor.may_be_blind(at(9)));
+  monitor.look(false, true, true, at(10));
+  EXPECT_FALSE(monitor.may_be_blind(at(10)));
 }
 
 TEST(rising_light, holds_a_step_that_leaves_less_than_the_last_pass_rose) {

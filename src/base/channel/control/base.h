@@ -61,6 +61,9 @@ class base : public std::enable_shared_from_this<base<T>> {
   /// When the reading came that the present look rests on.
   guards::time_point get_power_time() const;
   bool is_reading_known() const { return is_known_; }
+  /// Its readings are none, as those of a light channel whose instruments tell nonsense for a
+  /// while.
+  bool is_darkness_doubtful() const;
   /// The monitor's readings are of now, not of before its start.
   bool is_reading_live() const;
   /// Guards whose state the loop holds tell through this; `active` false ends them.
@@ -135,6 +138,7 @@ class base : public std::enable_shared_from_this<base<T>> {
   guards::rising_light rising_;
   guards::live_reading live_;
   bool is_known_ = true;
+  guards::time_point known_at_{};  ///< when its readings were known last
   const helpers::guard_kind* active_guard_ = nullptr;
   std::optional<float> parked_at_;
 };

@@ -10,6 +10,7 @@ template <class T>
 void base<T>::take_look(const look& now) {
   view_ = now.view;
   is_known_ = now.is_known;
+  if (is_known_ || known_at_ == guards::time_point{}) known_at_ = now.view.now;
   live_.look(now.power_arrivals, now.power_changes, now.view.now);
   evidence_.look(now.view);
   rising_.look(now.lit, now.view);
@@ -18,6 +19,13 @@ void base<T>::take_look(const look& now) {
 template <class T>
 guards::time_point base<T>::get_power_time() const {
   return view_ ? view_->power_at : guards::time_point::max();
+}
+
+template <class T>
+bool base<T>::is_darkness_doubtful() const {
+  // Instruments recover within a minute; one that has no other word for darkness tells it for ever.
+  constexpr std::chrono::seconds longest_doubt{70};
+  return !is_known_ && view_->now - known_at_ < longest_doubt;
 }
 
 template <class T>

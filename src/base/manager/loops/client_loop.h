@@ -181,7 +181,11 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   // The first calibration waits for sound readings, whatever is regulated meanwhile.
   bool has_calibrated_ = false;
   bool knows_power_limit_ = false;
-  bool monitor_is_live_ = false;  // some channel's power has changed since it was subscribed
+  guards::blind_monitor blind_monitor_;
+  // Of the last walk: a channel was told to be lit, a power had changed since its subscription.
+  bool any_lit_ = false;
+  bool any_changed_ = false;
+  bool edfa_is_lit_ = false;
   float edfa_power_limit_ = 20.0f;
   float fiber_length_ = 1.0f;
   // False from the load of a plan until its channels are on the tree: a failure between the two

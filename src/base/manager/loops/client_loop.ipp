@@ -116,8 +116,8 @@ void client_loop<T>::update_channel(control_ptr control) {
   channel->set_peak(ocm_->is_channel_detected(id));
   const auto power = ocm_->get_channel_power_reading(id);
   channel->set_ocm_power(power.value);
-  // Dark channels stand at the monitor's floor: one that tells of light speaks for all.
-  if (power.is_sound && power.changes > 0) monitor_is_live_ = true;
+  any_lit_ = any_lit_ || channel->get_peak();
+  any_changed_ = any_changed_ || (power.is_sound && power.changes > 0);
   control->take_look({.view = {.now = helpers::waiting::instance().steady_now(),
                                .attenuation = attenuation.value,
                                .attenuation_at = attenuation.arrived,
@@ -133,6 +133,9 @@ void client_loop<T>::update_channel(control_ptr control) {
 template <class T>
 bool client_loop<T>::walk_channels(nx_db& db, bool regulate) {
   helpers::walk_guard walk;
+  blind_monitor_.look(any_lit_, any_changed_, edfa_is_lit_,
+                      helpers::waiting::instance().steady_now());
+  any_lit_ = any_changed_ = false;
   for_each_ready_channel([&](const control_ptr& control) {
     walk.run([&] {
       update_channel(control);
@@ -229,14 +232,14 @@ bool client_loop<T>::park_channel(const control_ptr& control, int log_level) {
 
 template <class T>
 void client_loop<T>::reset_channel_attenuation(control_ptr control) {
-  if (!control->is_reading_known()) {
+  if (control->is_darkness_doubtful()) {
     control->withhold(guards::known_reading,
                       "the newest report of monitor or switch is no reading");
     return;
   }
-  if (!monitor_is_live_ && !control->is_reading_live()) {
+  if (blind_monitor_.may_be_blind(helpers::waiting::instance().steady_now())) {
     control->withhold(guards::fresh_reading,
-                      "no reading of the monitor has changed since its start");
+                      "the amplifier sees light, and the monitor has not measured yet");
     return;
   }
   if (!park_channel(control, 2)) return;

@@ -105,6 +105,7 @@ void client_loop<T>::follow_edfa() {
   constexpr float lowest_tx_power = -30.0f;
   bool due = calibration_is_due();
   const float tx_power = edfa_->get_tx_power();
+  edfa_is_lit_ = tx_power >= lowest_tx_power;
   if (tx_power < lowest_tx_power) {
     LUMORA_LOG(1, fmt::runtime(direction_.tx_power_too_low), tx_power);
     due = false;
