@@ -189,6 +189,30 @@ TEST(readings_of_before, move_no_channel_and_teach_nothing) {
   }
 }
 
+// Instruments without noise tell nothing new until the light moves.
+TEST(noiseless_instruments, hold_a_channel_up_once_at_the_start_and_no_more) {
+  auto topology = sim::default_topology("orvalite");
+  topology.nodes[0].booster_monitor.noise_db = 0.0;
+  topology.nodes[0].tap_noise_db = 0.0;
+  plant_node node(topology);
+  node.start();
+  EXPECT_TRUE(node.run_until([&] { return all_rest(node); }, 22s + 12s));
+  const auto channel = node.channels()[5];
+  for (const double db : {3.0, -3.0}) {
+    const channel_watch watch(node);
+    node.disturb(channel, db);
+    node.run_for(1s);
+    EXPECT_TRUE(node.run_until([&] { return all_rest(node); }, 12s)) << node.true_error(channel);
+    EXPECT_LE(watch.steps(channel), 3u);
+  }
+  node.plant().switch_laser(0, channel, false);
+  node.run_for(3s);
+  EXPECT_NEAR(node.plant().switch_attenuation_db(0, side, channel), 15.0, 0.1);
+  node.plant().switch_laser(0, channel, true);
+  node.run_for(1s);
+  EXPECT_TRUE(node.run_until([&] { return all_rest(node); }, 15s)) << node.true_error(channel);
+}
+
 TEST(falling_power_limit, opens_no_attenuator_into_saturation) {
   for (const char* product : {"orvalite", "orvakinet", "selkaplus"}) {
     SCOPED_TRACE(product);
