@@ -30,7 +30,8 @@ class base : public std::enable_shared_from_this<base<T>> {
   using channel_type = T;
 
   base();
-  virtual ~base() = default;
+  /// A channel that is gone is nobody's concern: no guard stays on it.
+  virtual ~base();
   base(const base&) = delete;
   base& operator=(const base&) = delete;
 

@@ -20,6 +20,11 @@ template <class T>
 base<T>::base() : channel_(std::make_shared<T>()) {}
 
 template <class T>
+base<T>::~base() {
+  release_guards();
+}
+
+template <class T>
 std::shared_ptr<T> base<T>::get_channel() {
   return channel_;
 }
