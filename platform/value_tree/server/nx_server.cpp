@@ -179,11 +179,18 @@ void nx_server::impl::shut_down() {
     stop_accepting();
     close_all(sessions_);
   });
-  std::unique_lock lock(jobs_mutex_);
-  jobs_changed_.wait(lock, [this] { return jobs_ == 0; });
-  lock.unlock();
-  // A session that was busy leaves the tree only now, when its worker has reported.
-  runtime.run_on_io([] {});
+  // A session that was busy leaves the tree only when its worker has reported to the I/O thread, and
+  // one with many subscriptions by another job.
+  const auto await_jobs = [this] {
+    std::unique_lock lock(jobs_mutex_);
+    const bool none = jobs_ == 0;
+    jobs_changed_.wait(lock, [this] { return jobs_ == 0; });
+    return none;
+  };
+  do {
+    await_jobs();
+    runtime.run_on_io([] {});
+  } while (!await_jobs());
 }
 
 nx_server::nx_server(server_runtime& runtime, nx_db& db, const std::string& socket_path)
