@@ -179,8 +179,8 @@ void nx_server::impl::shut_down() {
     stop_accepting();
     close_all(sessions_);
   });
-  // A session that was busy leaves the tree only when its worker has reported to the I/O thread, and
-  // one with many subscriptions by another job.
+  // A session that was busy leaves the tree only when its worker has reported to the I/O thread,
+  // and one with many subscriptions by another job.
   const auto await_jobs = [this] {
     std::unique_lock lock(jobs_mutex_);
     const bool none = jobs_ == 0;
