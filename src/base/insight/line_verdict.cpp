@@ -35,7 +35,7 @@ constexpr auto rows = std::to_array<row>({
     {line_reason::few_readings, waiting_for_readings, "{0:.0f} of {1:.0f} new readings of the peer since the last step"},
     {line_reason::not_steady, not_steady, "the mean error at the peer still moves: {0:.2f} dB over its last readings, {1:.2f} dB are allowed"},
     {line_reason::others_turn, client_rx_turn, "client rx has channels to step first; then the VOA is to change by {0:+.2f} dB"},
-    {line_reason::within_rest, at_rest, "the channels at the peer stand {0:+.2f} dB from their target of {1:.1f} dBm in the mean, and a step of {2:+.2f} dB is not worth its while"},
+    {line_reason::within_rest, at_rest, "the channels at the peer stand {0:+.2f} dB from their target of {1:.1f} dBm in the mean; a step of {2:+.2f} dB is too small to be made"},
     {line_reason::fully_open, exhausted, "the VOA is fully open at {0:.1f} dB, and the peer wants {1:+.2f} dB. The span loses more than the node can give"},
     {line_reason::at_its_end, exhausted, "the VOA is at its end of {0:.1f} dB, and the peer wants {1:+.2f} dB. The span loses less than the node can take away"},
     {line_reason::moved, stepping, "the VOA is moved from {0:.1f} to {1:.1f} dB"},

@@ -96,7 +96,7 @@ void base<RX_T, TX_T>::look_at_ladders() {
     }
     return lit;
   };
-  ladders_->look(*devices_, *remote_, lit_of(*rx_plan_), lit_of(*tx_plan_));
+  ladders_->look(*devices_, remote_, lit_of(*rx_plan_), lit_of(*tx_plan_));
 }
 
 template <class RX_T, class TX_T>

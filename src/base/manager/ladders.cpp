@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/guards/line_span.h"
+#include "base/manager/loops/line_peer.h"
 #include "base/manager/remote/api.h"
 #include "helpers/calibration.h"
 #include "helpers/waiting.h"
@@ -31,10 +32,23 @@ number lit(number power) {
   return power ? guards::lit_power(*power) : std::nullopt;
 }
 
-number told(const remote::api& peer, operation what) {
-  const auto reading = peer.known(what);
-  return reading ? number(reading->value) : std::nullopt;
-}
+/// The far end, for as long as it is known and shows signs of life: what it told before tells
+/// nothing of the light as it is now.
+class far_end {
+ public:
+  far_end(const std::shared_ptr<remote::api>& api, std::chrono::steady_clock::time_point now)
+      : peer_(api), is_there_(peer_.is_known() && peer_.is_alive(now)) {}
+
+  number told(operation what) const { return is_there_ ? peer_.value(what) : std::nullopt; }
+  number told(operation what, unsigned channel) const {
+    const auto reading = is_there_ ? peer_.known(what, channel) : std::nullopt;
+    return reading ? number(reading->value) : std::nullopt;
+  }
+
+ private:
+  loops::line_peer peer_;
+  bool is_there_;
+};
 
 float board(const char* key) {
   return calibration::instance().get_value(key);
@@ -48,17 +62,16 @@ number line_output(const device_board& devices, number booster) {
   return moved(booster, board("cal_boostertx_to_linetx") - *attenuation - *insertion_loss);
 }
 
-number far_gain(const remote::api& peer) {
-  const auto gain = told(peer, operation::get_preamp_gain);
-  const auto lacks = told(peer, operation::get_edfa_tx_saturation);
+number far_gain(const far_end& peer) {
+  const auto gain = peer.told(operation::get_preamp_gain);
+  const auto lacks = peer.told(operation::get_edfa_tx_saturation);
   return gain && lacks ? number(*gain - *lacks) : std::nullopt;
 }
 
-ladder_view view_out(const device_board& devices, const remote::api& peer,
-                     ladders::channels channels) {
+ladder_view view_out(const device_board& devices, const far_end& peer, ladders::channels channels) {
   for (auto& channel : channels) {
-    const auto far = peer.known(operation::get_channel_tx_ocm_power, channel.id);
-    if (far && guards::is_channel_power(far->value)) channel.far = far->value;
+    const auto far = peer.told(operation::get_channel_tx_ocm_power, channel.id);
+    if (far && guards::is_channel_power(*far)) channel.far = far;
   }
   const auto output = devices.number("booster", "outputPower");
   return {.lit = std::move(channels),
@@ -67,15 +80,15 @@ ladder_view view_out(const device_board& devices, const remote::api& peer,
           .gain = devices.number("booster", "actualGain"),
           .calibration = board("cal_mon_to_boostertx"),
           .sent = line_output(devices, output),
-          .received = lit(told(peer, operation::get_line_rx_power)),
+          .received = lit(peer.told(operation::get_line_rx_power)),
           .osc_sent = moved(devices.number("sfp", "outputPower"), board("cal_osctx_to_linetx")),
-          .osc_received = told(peer, operation::get_osc_rx_power),
+          .osc_received = peer.told(operation::get_osc_rx_power),
           .far_gain = far_gain(peer),
-          .far_calibration = told(peer, operation::get_edfa_tx_calibration)};
+          .far_calibration = peer.told(operation::get_edfa_tx_calibration)};
 }
 
-ladder_view view_in(const device_board& devices, const remote::api& peer,
-                    ladders::channels channels, bool switch_inside) {
+ladder_view view_in(const device_board& devices, const far_end& peer, ladders::channels channels,
+                    bool switch_inside) {
   const auto input = devices.number("preamp", "inputPower");
   return {.lit = std::move(channels),
           .input = input,
@@ -83,9 +96,9 @@ ladder_view view_in(const device_board& devices, const remote::api& peer,
           .gain = devices.number("preamp", "actualGain"),
           .calibration = board("cal_mon_to_preamptx"),
           .switch_inside = switch_inside,
-          .sent = lit(told(peer, operation::get_line_tx_power)),
+          .sent = lit(peer.told(operation::get_line_tx_power)),
           .received = moved(input, -board("cal_linerx_to_preamprx")),
-          .osc_sent = told(peer, operation::get_osc_tx_power),
+          .osc_sent = peer.told(operation::get_osc_tx_power),
           .osc_received = moved(devices.number("sfp", "inputPower"), -board("cal_linerx_to_oscrx")),
           .far_gain = {},
           .far_calibration = {}};
@@ -110,11 +123,12 @@ bool ladders::is_look_due() const {
   return helpers::waiting::instance().steady_now() - last_look_ >= between_looks;
 }
 
-void ladders::look(const device_board& devices, const remote::api& peer, channels out,
-                   channels in) {
+void ladders::look(const device_board& devices, const std::shared_ptr<remote::api>& peer,
+                   channels out, channels in) {
   last_look_ = helpers::waiting::instance().steady_now();
-  out_.look(view_out(devices, peer, std::move(out)), last_look_);
-  in_.look(view_in(devices, peer, std::move(in), switch_inside_), last_look_);
+  const far_end far(peer, last_look_);
+  out_.look(view_out(devices, far, std::move(out)), last_look_);
+  in_.look(view_in(devices, far, std::move(in), switch_inside_), last_look_);
   for (const auto& node : nodes_)
     node->refresh();
 }

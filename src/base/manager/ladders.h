@@ -29,8 +29,8 @@ class ladders : public std::enable_shared_from_this<ladders> {
   void setup_api(nx_db& db, const std::string& product);
   bool is_look_due() const;
   /// `out` and `in`: the lit channels as this node's monitors see them.
-  void look(const ::insight::device_board& devices, const remote::api& peer, channels out,
-            channels in);
+  void look(const ::insight::device_board& devices, const std::shared_ptr<remote::api>& peer,
+            channels out, channels in);
 
   nx::json_document get_rx();
   nx::json_document get_tx();
