@@ -4,7 +4,7 @@
 // history: what nobody watched was never made.
 //
 // Getters are cheap and wait for nobody: they are called on I/O threads, and under the value's
-// mutex. T: float, unsigned int, std::string or a JSON document.
+// mutex. T: bool, float, unsigned int, std::string or a JSON document.
 #pragma once
 
 #include <atomic>
@@ -71,8 +71,9 @@ template <auto Getter>
 class lazy_value
     : public async_volatile_value<
           lazy_value_base<typename member_traits<decltype(Getter)>::result_type>, Getter> {
-  using base = async_volatile_value<
-      lazy_value_base<typename member_traits<decltype(Getter)>::result_type>, Getter>;
+  using base =
+      async_volatile_value<lazy_value_base<typename member_traits<decltype(Getter)>::result_type>,
+                           Getter>;
 
  public:
   using base::base;

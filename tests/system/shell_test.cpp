@@ -121,7 +121,6 @@ TEST_F(shell_test, tells_once_what_somebody_has_to_mend) {
   node.store().command({"HSET", status_key, "field", "value"});
   auto settings = node.daemon_settings();
   settings.environment["NOTE_LOG_SEVERITY"] = "loud";
-  std::filesystem::remove(node.calibration_file());
   test::process daemon(settings);
   for (const char* fault :
        {"NOTE_LOG_SEVERITY is 'loud', which is no severity", "No calibration of this board in ",
