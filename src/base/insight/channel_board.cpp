@@ -4,6 +4,8 @@
 #include <cmath>
 #include <utility>
 
+#include "base/insight/event_log.h"
+
 namespace insight {
 
 void channel_board::enter(record_ptr record) {
@@ -37,7 +39,21 @@ void channel_board::keep(const std::set<unsigned>& frequencies) {
   }
 }
 
-void channel_board::tell(const channel_record&, const channel_way::news&) const {}
+void channel_board::tell(const channel_record& of, const channel_verdict& verdict,
+                         const channel_way::news& news) const {
+  if (!news.came_on && !news.went_dark && !news.arrived && !news.exhausted) return;
+  auto& log = event_log::instance();
+  const auto subject = channel_subject(direction_.c_str(), of.id());
+  if (news.came_on) log.tell(event_kind::lit, subject);
+  if (news.went_dark) log.tell(event_kind::dark, subject);
+  if (news.exhausted) log.tell(event_kind::exhausted, subject, {{"error", verdict.error}});
+  if (!news.arrived) return;
+  const auto way = *of.snapshot().ways.last();
+  log.tell(event_kind::arrived, subject,
+           {{"cause", name_of(way.cause)},
+            {"seconds", way.seconds(verdict.at)},
+            {"steps", static_cast<double>(way.steps)}});
+}
 
 void channel_board::look(channel_record& record, const channel_verdict& verdict) {
   const auto news = record.look(verdict);
@@ -49,7 +65,7 @@ void channel_board::look(channel_record& record, const channel_verdict& verdict)
   const bool moves = states::row_of(verdict.state()).how != states::severity::person;
   any_under_way_ = any_under_way_ || (record.took_part_ && moves);
   had_event_ = had_event_ || news.came_on || news.went_dark || news.set_out_by_wish;
-  tell(record, news);
+  tell(record, verdict, news);
 }
 
 channel_board::largest_moves channel_board::moves() const {

@@ -46,7 +46,8 @@ class channel_board {
     const channel_record* second = nullptr;
   };
 
-  void tell(const channel_record& of, const channel_way::news& news) const;
+  void tell(const channel_record& of, const channel_verdict& verdict,
+            const channel_way::news& news) const;
   largest_moves moves() const;
   void let_feel();
   void note_rest();

@@ -24,6 +24,7 @@
 #include "base/manager/insight.h"
 #include "base/manager/interface.h"
 #include "base/manager/ladders.h"
+#include "base/manager/overview.h"
 #include "device/cycle_reads.h"
 #include "platform/value_tree/value_group.h"
 #include "platform/wire/json.h"
@@ -169,6 +170,7 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   void watch_loops(const loop_states& ok);
   std::vector<device::read_wish> wishes_of_cycle(device::interfaces::osc& osc);
   void look_at_ladders();
+  void note_overview();
   void report(const loop_states& ok, const char* regulating);
   static void tell_channel(::insight::event_kind kind, const char* direction, unsigned center);
   void add_in_directions(const channel_request& request, const std::string& version);
@@ -182,6 +184,7 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   ::insight::loop_watch line_watch_{"line"};
   ::insight::loop_watch rx_watch_{"client rx"};
   ::insight::loop_watch tx_watch_{"client tx"};
+  std::shared_ptr<overview> overview_ = std::make_shared<overview>();
   std::shared_ptr<manager::insight> insight_ = std::make_shared<manager::insight>();
   std::atomic<bool> api_is_whole_{false};  // what commands publish is there
 };

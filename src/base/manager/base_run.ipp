@@ -34,6 +34,9 @@ void base<RX_T, TX_T>::cycle(nx_db& db, const std::shared_ptr<device::interfaces
   if (!automation::instance().is_regulating()) {
     LUMORA_LOG(1, "Automation mode not allowed, sleeping.");
     helpers::service_manager::instance().status("Not regulating, as the automation mode asks");
+    client_rx_->note_idle();
+    client_tx_->note_idle();
+    overview_->note_cycle({.is_regulating = false});
     waiting.sleep(pause_when_not_regulating);
     return;
   }
@@ -59,6 +62,7 @@ typename base<RX_T, TX_T>::loop_states base<RX_T, TX_T>::work(
   record.lasted = waiting.steady_now() - begin;
   record.reads = reads_.last_cost();
   insight_->note_cycle(record);
+  note_overview();
   look_at_ladders();
   devices_->refresh();
   return ok;
@@ -159,6 +163,15 @@ void base<RX_T, TX_T>::watch_loops(const loop_states& ok) {
   rx_watch_.look(ok.rx && client_rx_->operational, failures_.rx);
   tx_watch_.look(ok.tx && client_tx_->operational, failures_.tx);
   line_->refresh_insight();
+}
+
+template <class RX_T, class TX_T>
+void base<RX_T, TX_T>::note_overview() {
+  overview::cycle_facts facts;
+  if (rx_watch_.is_down()) facts.down.emplace_back("client rx", rx_watch_.reason());
+  if (tx_watch_.is_down()) facts.down.emplace_back("client tx", tx_watch_.reason());
+  if (remote_->is_up()) facts.peer = remote_->last_product();
+  overview_->note_cycle(std::move(facts));
 }
 
 template <class RX_T, class TX_T>

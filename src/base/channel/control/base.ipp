@@ -47,6 +47,7 @@ bool base<T>::is_on_target() {
 template <class T>
 void base<T>::set_on_target(bool on_target) {
   on_target_ = on_target;
+  verdict_.is_on_target = on_target;
 }
 
 template <class T>

@@ -1,0 +1,158 @@
+// What the node tells of a channel's way to its target, against what the plant knows of it; and
+// that a node whose monitor is too noisy is said to hunt, and a quiet one is not.
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <rapidjson/document.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+
+#include "tests/loops/channel_watch.h"
+#include "tests/support/plant_node.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using test::channel_watch;
+using test::plant_node;
+
+/// The monitor and the fibre tap tell no noise: what remains between plant and daemon is time.
+sim::topology quiet_topology(const std::string& product) {
+  auto topology = test::dark_topology(product);
+  auto& node = topology.nodes[0];
+  node.booster_monitor.noise_db = 0.0;
+  node.booster_monitor.period_s = 0.5;
+  node.tap_noise_db = 0.0;
+  return topology;
+}
+
+std::string insight_path(unsigned channel, const char* name) {
+  return fmt::format("insight/client/{}/rx/{}", channel, name);
+}
+
+class arrival : public testing::Test {
+ protected:
+  void start(unsigned lit) {
+    node_ = std::make_unique<plant_node>(quiet_topology("orvamax"));
+    node_->start();
+    node_->run_for(40s);
+    for (unsigned i = 0; i < lit; ++i)
+      light(node_->channels()[i]);
+    node_->run_for(3min);
+  }
+
+  void light(unsigned channel) {
+    auto laser = node_->plant().get_laser(0, channel);
+    laser.on = true;
+    laser.ramp_s = 0.0;
+    node_->plant().set_laser(0, channel, laser);
+  }
+
+  double error(unsigned channel) {
+    return node_->true_error(channel) -
+           node_->number(fmt::format("data/client/{}/rx/wantedPowerOffset", channel));
+  }
+
+  nx::json_document told(unsigned channel) {
+    return test::value_of(node_->tree(), insight_path(channel, "arrival"));
+  }
+
+  /// What the plant knows of the way of `channel` that `cause` sets it on.
+  void expect_told_as_it_was(unsigned channel, const char* cause_name,
+                             const std::function<void()>& cause) {
+    SCOPED_TRACE(cause_name);
+    std::map<unsigned, double> before;
+    for (const auto each : node_->channels())
+      before[each] = error(each);
+    const channel_watch watch(*node_);
+    const auto begin = node_->now();
+    double seconds = 0.0;
+    double moved = 0.0;
+    double dead_band = 0.5;
+    cause();
+    while (node_->now() - begin < 40s) {
+      node_->cycle();
+      if (node_->text(insight_path(channel, "state")) != "dark" &&
+          node_->text(insight_path(channel, "state")) != "blocked")
+        dead_band = node_->number(insight_path(channel, "deadBand"));
+      if (std::fabs(error(channel)) > dead_band)
+        seconds = std::chrono::duration<double>(node_->now() - begin).count();
+      for (const auto each : node_->channels())
+        if (each != channel && before[each] > -2.0)
+          moved = std::max(moved, std::fabs(error(each) - before[each]));
+    }
+    const auto way = told(channel);
+    EXPECT_STREQ(way["cause"].GetString(), cause_name);
+    EXPECT_FALSE(way["underWay"].GetBool());
+    EXPECT_EQ(way["steps"].GetUint(), watch.steps(channel));
+    EXPECT_NEAR(way["seconds"].GetDouble(), seconds, 0.55);
+    if (way["neighbour"].IsObject()) {
+      EXPECT_NEAR(std::fabs(way["neighbour"]["moved"].GetDouble()), moved, 0.1);
+    } else {
+      EXPECT_EQ(moved, 0.0);
+    }
+    EXPECT_NEAR(node_->number(insight_path(channel, "error")), error(channel), 0.1);
+  }
+
+  std::unique_ptr<plant_node> node_;
+};
+
+TEST_F(arrival, is_told_as_the_plant_knows_it) {
+  start(39);
+  const auto all = node_->channels();
+  const auto changed = all[20];
+  const auto path = fmt::format("config/client/{}/rx/", changed);
+  expect_told_as_it_was(all[39], "lit", [&] { light(all[39]); });
+  expect_told_as_it_was(changed, "disturbed", [&] { node_->disturb(changed, 3.0); });
+  expect_told_as_it_was(changed, "disturbed", [&] { node_->disturb(changed, -3.0); });
+  expect_told_as_it_was(changed, "target", [&] {
+    const auto wanted = path + "wantedPowerOffset";
+    node_->write(wanted, fmt::format("{:.2f}", node_->number(wanted) - 3.0));
+  });
+  node_->write(path + "adminStatus", "\"down\"");
+  node_->run_for(20s);
+  EXPECT_EQ(node_->text(insight_path(changed, "state")), "blocked");
+  expect_told_as_it_was(changed, "unblocked",
+                        [&] { node_->write(path + "adminStatus", "\"up\""); });
+}
+
+TEST_F(arrival, of_the_first_light_of_a_band) {
+  start(0);
+  for (const auto channel : node_->channels())
+    ASSERT_EQ(node_->text(insight_path(channel, "state")), "dark");
+  const channel_watch watch(*node_);
+  node_->plant().fill_band(0);
+  node_->run_for(1min);
+  for (const auto channel : node_->channels()) {
+    const auto way = told(channel);
+    EXPECT_STREQ(way["cause"].GetString(), "lit");
+    EXPECT_FALSE(way["underWay"].GetBool());
+    EXPECT_EQ(way["steps"].GetUint(), watch.steps(channel)) << channel;
+    EXPECT_TRUE(way["neighbour"].IsNull());
+  }
+}
+
+bool hunts(plant_node& node) {
+  return test::value_of(node.tree(), "insight/rest")["client rx"]["hunts"].GetBool();
+}
+
+TEST(hunting, is_told_of_a_noisy_monitor_and_of_no_quiet_one) {
+  for (const double noise_db : {0.2, 0.3, 0.05}) {
+    SCOPED_TRACE(noise_db);
+    auto topology = test::dark_topology("orvalite");
+    topology.nodes[0].booster_monitor.noise_db = noise_db;
+    plant_node node(topology);
+    node.start();
+    node.plant().fill_band(0);
+    node.run_for(2min);
+    const bool is_quiet = noise_db < 0.1;
+    const auto begin = node.now();
+    while (node.now() - begin < (is_quiet ? 1h : 10min) && !hunts(node))
+      node.run_for(10s);
+    EXPECT_EQ(hunts(node), !is_quiet)
+        << std::chrono::duration<double>(node.now() - begin).count() << " s";
+  }
+}
+
+}  // namespace
