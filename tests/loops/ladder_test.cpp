@@ -6,6 +6,8 @@
 
 #include <functional>
 
+#include "models/model.h"
+#include "tests/support/plant_node.h"
 #include "tests/support/plant_pair.h"
 #include "tests/support/tree_values.h"
 
@@ -184,5 +186,32 @@ TEST_F(ladder, marks_the_point_that_is_wrong_and_no_other) {
     if (HasFailure()) break;
   }
 }
+
+class sound_ladder : public testing::TestWithParam<std::string> {};
+
+TEST_P(sound_ladder, marks_nothing_and_knows_its_amplifiers) {
+  test::plant_node node(GetParam());
+  node.start();
+  node.add_channels();
+  for (int look = 0; look < 20; ++look) {
+    node.run_for(15s);
+    for (const char* side : {"rx", "tx"}) {
+      const auto document = test::value_of(node.tree(), std::string("insight/ladder/") + side);
+      EXPECT_TRUE(document["wrong"].IsNull()) << nx::json_text(document);
+      if (look < 19) continue;
+      for (const auto& rung : document["rungs"].GetArray()) {
+        const std::string point = rung["point"].GetString();
+        if (point == "booster" || point == "preamp") {
+          EXPECT_TRUE(rung["difference"].IsNumber()) << nx::json_text(document);
+        } else if (point == "farLine") {
+          EXPECT_TRUE(rung["measured"].IsString()) << "there is no peer";
+        }
+      }
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(models, sound_ladder, testing::ValuesIn(models::names()),
+                         [](const auto& of) { return of.param; });
 
 }  // namespace

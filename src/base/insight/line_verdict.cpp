@@ -13,7 +13,7 @@ using enum states::line_state;
 struct row {
   line_reason reason;
   states::line_state state;
-  const char* sentence;  ///< {0} to {2} are the figures, {3} the word
+  const char* sentence;  ///< {0} to {2} are the figures, {3} the word, {4} where the VOA stands
 };
 
 // clang-format off
@@ -22,12 +22,12 @@ constexpr auto rows = std::to_array<row>({
     {line_reason::system_started, waiting_for_readings, "the whole system has started: the VOA is set before the amplifiers are switched on"},
     {line_reason::voa_away, device_failed, "the VOA tells that it is not up: nothing is done until it is. Look at the service voa_sfp"},
     {line_reason::failed, device_failed, "a device fails: {3}"},
-    {line_reason::no_light, no_fibre, "neither light nor supervisory channel comes in: amplifiers off, VOA at {0:.1f} dB. Mend the fibre, the line then opens by itself"},
+    {line_reason::no_light, no_fibre, "neither light nor supervisory channel comes in: the amplifiers are off{4}. Mend the fibre, the line then opens by itself"},
     {line_reason::amplifiers_go_on, waiting_for_readings, "preamp and booster have just been switched on"},
-    {line_reason::link_down, no_supervisory_link, "light comes in, but the supervisory channel is down: the peer cannot be read, and the VOA stays at {0:.1f} dB. Look at the supervisory optics of both ends"},
-    {line_reason::nobody_answers, no_peer, "nobody answers at the other end of the supervisory link, and the VOA stays at {0:.1f} dB. Look at the far node and at this node's supervisory interface"},
-    {line_reason::peer_is_lost, no_peer, "the connection to the peer ({3}) is lost, and the VOA stays where it is. Look at the far node; it is taken up again by itself"},
-    {line_reason::product_not_known, peer_not_known, "the peer calls itself {3}, of which no powers are known, and the VOA stays at {0:.1f} dB. Set the VOA by hand, or give both ends a software that knows the other"},
+    {line_reason::link_down, no_supervisory_link, "light comes in, but the supervisory channel is down: the peer cannot be read{4}. Look at the supervisory optics of both ends"},
+    {line_reason::nobody_answers, no_peer, "nobody answers at the other end of the supervisory link{4}. Look at the far node and at this node's supervisory interface"},
+    {line_reason::peer_is_lost, no_peer, "the connection to the peer ({3}) is lost{4}. Look at the far node; it is taken up again by itself"},
+    {line_reason::product_not_known, peer_not_known, "the peer calls itself {3}, of which no powers are known{4}. Set the VOA by hand, or give both ends a software that knows the other"},
     {line_reason::no_sign_of_life, peer_stands_still, "the peer is connected and has told nothing new for {0:.0f} s. Look at its daemon and its monitor"},
     {line_reason::nothing_new, waiting_for_readings, "no channel power at the peer has changed since the last look"},
     {line_reason::nothing_counts, waiting_for_readings, "no channel counts yet: it has to be lit at the peer and on target here"},
@@ -75,8 +75,11 @@ states::line_state state_of(line_reason reason) {
 }
 
 std::string sentence_of(const line_verdict& verdict) {
+  const auto voa = verdict.attenuation
+                       ? fmt::format(", and the VOA stays at {:.1f} dB", *verdict.attenuation)
+                       : "";
   auto text = fmt::format(fmt::runtime(row_of(verdict.reason).sentence), verdict.figures[0],
-                          verdict.figures[1], verdict.figures[2], verdict.word);
+                          verdict.figures[1], verdict.figures[2], verdict.word, voa);
   if (verdict.preset) {
     text += fmt::format(
         ". It has opened at the board's preset of {:.1f} dB, and moves when a peer has been read",

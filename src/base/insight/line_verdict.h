@@ -60,6 +60,8 @@ struct line_verdict {
   std::string word{};
   /// Name of the guard that has withheld a write in this cycle; null for none.
   const char* guard = nullptr;
+  /// Of the VOA, where it is left as it stands; empty on a model without one.
+  std::optional<float> attenuation{};
   /// The VOA has opened at its preset, and waits there for a peer that tells of the fibre, dB.
   std::optional<float> preset{};
 

@@ -1,5 +1,7 @@
 // What the line tells of its last cycle. The phases judge as they decide; what they say is shown as
 // a whole when the cycle has ended, so that no reader waits for one that waits for a device.
+#include <algorithm>
+
 #include "base/manager/loops/line_loop.h"
 #include "helpers/waiting.h"
 #include "platform/wire/nx_error.h"
@@ -24,6 +26,7 @@ std::chrono::steady_clock::time_point now() {
 void line_loop::begin_verdict() {
   verdict_.guard = nullptr;
   verdict_.preset.reset();
+  verdict_.attenuation.reset();
 }
 
 void line_loop::judge(line_reason reason, std::array<float, 3> figures, std::string word) {
@@ -34,7 +37,8 @@ void line_loop::judge(line_reason reason, std::array<float, 3> figures, std::str
 
 // What the last look at other readings has found stands for a while.
 void line_loop::judge_nothing_new() {
-  const auto last_sign = peer_.last_sign_of_life();
+  auto last_sign = peer_.last_sign_of_life();
+  if (last_sign && powers_changed_) last_sign = std::max(*last_sign, *powers_changed_);
   const auto silence = last_sign ? now() - *last_sign : longest_silence;
   if (peer_.is_up() && silence > longest_silence) {
     return judge(line_reason::no_sign_of_life, {std::chrono::duration<float>(silence).count()});
@@ -75,7 +79,7 @@ void line_loop::publish_verdict() {
   if (peer_is_missing && opening_ && opening_->awaits_peer) verdict_.preset = opening_->wanted;
   const std::lock_guard lock(told_mutex_);
   if (peer_is_missing || state == no_fibre) {
-    verdict_.figures[0] = told_.attenuation.value_or(0.0f);
+    verdict_.attenuation = told_.attenuation;
   }
   told_.verdict = verdict_;
 }

@@ -107,18 +107,18 @@ bool line_loop::is_saturation_fresh(float saturation) {
                                                 .last_write = voa_watch_.last_write(),
                                                 .now = now});
   if (verdict == step) return true;
-  judge(verdict == unmoved ? line_reason::saturation_unmoved
-        : verdict == stale ? line_reason::saturation_is_old
-                           : line_reason::saturation_waits,
-        {saturation});
   LUMORA_LOG(0, "Remote preamp is saturated by {}, waiting for its answer", saturation);
   // A healthy peer answers within a second or two.
   if (!saturation_withheld_since_) saturation_withheld_since_ = now;
-  if (now - *saturation_withheld_since_ > usual_answer) {
+  if (now - *saturation_withheld_since_ <= usual_answer) {
+    judge(line_reason::saturation_waits, {saturation});
+  } else if (verdict == unmoved) {
+    judge(line_reason::saturation_unmoved, {saturation});
     withhold(guards::line_fresh,
-             verdict == unmoved
-                 ? fmt::format("the far saturation of {} dB answers no step", saturation)
-                 : fmt::format("no news of the far saturation of {} dB", saturation));
+             fmt::format("the far saturation of {} dB answers no step", saturation));
+  } else {
+    judge(line_reason::saturation_is_old, {saturation});
+    withhold(guards::line_fresh, fmt::format("no news of the far saturation of {} dB", saturation));
   }
   return false;
 }
