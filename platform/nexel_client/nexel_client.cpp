@@ -4,7 +4,7 @@
 #include <cassert>
 #include <chrono>
 
-#include "platform/value_tree/io_thread.h"
+#include "platform/io/io_thread.h"
 
 namespace {
 
@@ -40,7 +40,7 @@ T nexel_client_api::wait_for(std::future<T>& answer, const std::string& path, bo
   constexpr std::chrono::milliseconds look{100};
   while (answer.wait_for(look) != std::future_status::ready) {
     if (is_abandoned() || (gives_up && gives_up()))
-      throw nx_client_exception{-107, "Not connected: shutting down", path};
+      throw nx_client_exception{nx_error::not_connected, "Not connected: shutting down", path};
   }
   return answer.get();
 }

@@ -19,7 +19,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_client_exception.h"
 
 class nexel_client_api;
 

@@ -326,12 +326,12 @@ void client_loop<T>::set_wanted_power_offset(unsigned channel, float wanted_powe
   constexpr float lowest = -2.0f;
   constexpr float highest = 12.0f;
   if (wanted_power < lowest || wanted_power > highest) {
-    throw nx_error(-22, fmt::format("Wanted power {} is out of range [{}, {}].", wanted_power,
-                                    lowest, highest));
+    throw nx_error(nx_error::invalid, fmt::format("Wanted power {} is out of range [{}, {}].",
+                                                  wanted_power, lowest, highest));
   }
   const auto control = plan_->get_channel(channel);
   if (!control || !(*control)->get_channel()->is_api_ready()) {
-    throw nx_error(-22, fmt::format("Channel {} not found.", channel));
+    throw nx_error(nx_error::invalid, fmt::format("Channel {} not found.", channel));
   }
   (*control)->get_channel()->set_wanted_power_offset(wanted_power -
                                                      get_channel_target_power(*control));
