@@ -143,6 +143,43 @@ TEST_F(arrival, of_the_first_light_of_a_band) {
   }
 }
 
+TEST(channel_insight, comes_and_goes_with_the_channel) {
+  plant_node node(test::dark_topology("selkaplus"));
+  node.start();
+  const auto channel = node.channels()[3];
+  const auto state = insight_path(channel, "state");
+  node.add_channel(channel);
+  node.run_for(10s);
+  EXPECT_EQ(node.text(state), "dark");
+  EXPECT_EQ(test::shown_at(node.tree(), insight_path(channel, "measured")).find("! -61 No value: "),
+            0u);
+  node.plant().switch_laser(0, channel, true);
+  node.run_for(20s);
+  EXPECT_EQ(node.text(state), "on target");
+  EXPECT_STREQ(test::value_of(node.tree(), insight_path(channel, "arrival"))["cause"].GetString(),
+               "added");
+  node.run("command/channel/remove", fmt::format(R"({{"center":{},"direction":"rx"}})", channel));
+  EXPECT_EQ(node.tree().find(state), nullptr);
+}
+
+TEST(channel_insight, tells_a_dead_device_by_its_loop_and_ends_with_it) {
+  plant_node node("orvalite");
+  node.start();
+  node.run_for(1min);
+  const auto state = insight_path(node.channels()[3], "state");
+  const auto before = node.text(state);
+  node.plant().set_nexel_state(0, "booster", sim::nexel_state::killed);
+  node.run_for(20s);
+  EXPECT_EQ(node.text(state), "loop down");
+  EXPECT_EQ(node.text("insight/summary").find("client rx down since "), 0u)
+      << node.text("insight/summary");
+  node.plant().set_nexel_state(0, "booster", sim::nexel_state::ok);
+  node.run_for(2min);
+  EXPECT_EQ(node.text(state), before);
+  EXPECT_EQ(node.text("insight/summary").find("down"), std::string::npos)
+      << node.text("insight/summary");
+}
+
 bool hunts(plant_node& node) {
   return test::value_of(node.tree(), "insight/rest")["client rx"]["hunts"].GetBool();
 }
