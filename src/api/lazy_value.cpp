@@ -17,7 +17,7 @@ typename lazy_value_base<T>::result_t lazy_value_base<T>::present() {
   try {
     return checked_reading(read_getter(), *this);
   } catch (...) {
-    return current_failure();
+    return current_value_error();
   }
 }
 

@@ -18,6 +18,14 @@ void base<T>::take_look(const look& now) {
               .lit = now.lit,
               .attenuation = now.view.attenuation,
               .age = std::chrono::duration<float>(now.view.now - now.view.power_at).count()};
+  before_turn_ = {last_step_.attenuation, evidence_, parked_at_};
+}
+
+template <class T>
+void base<T>::take_back_write() {
+  last_step_.attenuation = before_turn_.attenuation;
+  evidence_ = before_turn_.evidence;
+  parked_at_ = before_turn_.parked_at;
 }
 
 template <class T>
