@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "platform/wire/plain_event.h"
+#include "platform/wire/plain_result.h"
 
 namespace bench {
 namespace {
@@ -37,6 +38,7 @@ void tree_connection::read(unsigned lines, const char* member) {
 
 void tree_connection::parse(std::string_view line, const char* member) {
   if (member == std::string_view("method") && nx::read_plain_event(line)) return;
+  if (member == std::string_view("result") && nx::read_plain_result(line)) return;
   static arena kept;
   kept.text.assign(line);
   pool values(kept.values_buffer.data(), kept.values_buffer.size());

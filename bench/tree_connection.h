@@ -1,5 +1,5 @@
 // A client of the tree protocol that does no more than it must: sends lines, and parses every line
-// that comes: answers in place, events as the client library reads them.
+// that comes, those of a number as the client library does, others in place.
 #pragma once
 
 #include <array>

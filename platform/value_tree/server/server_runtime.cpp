@@ -91,6 +91,8 @@ void server_runtime::impl::run_on_io(const std::function<void()>& job) {
 }
 
 void server_runtime::impl::wake(std::vector<std::shared_ptr<nx_session>> sessions) {
+  const bool alone = sessions.size() == 1 && !on_io_thread() && !in_background();
+  if (alone && static_cast<session&>(*sessions.front()).send_at_once()) return;
   bool first = false;
   {
     const std::lock_guard lock(woken_mutex);

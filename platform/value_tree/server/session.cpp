@@ -1,12 +1,16 @@
 #include "platform/value_tree/server/session.h"
 
 #include <fmt/format.h>
+#include <linux/sockios.h>
 #include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/post.hpp>
 #include <cassert>
+#include <cerrno>
 
 #include "platform/note_log/note_log.h"
 #include "platform/value_tree/nx_db.h"
@@ -34,9 +38,26 @@ std::string too_long_answer() {
       {json_rpc::parse_error, fmt::format("Line longer than {} bytes", limits::line_bytes)});
 }
 
-bool would_block(const boost::system::error_code& error) {
-  return error == boost::asio::error::would_block || error == boost::asio::error::try_again;
-}
+// Looking at the clock costs as much as a small answer, so a turn does it now and then.
+class turn_watch {
+ public:
+  explicit turn_watch(std::chrono::steady_clock::time_point began)
+      : end_(began + turn_on_io_thread) {}
+
+  // After a line; bytes of what was read and written for it.
+  bool is_over(std::size_t bytes) {
+    constexpr std::size_t bytes_a_look = 8 * 1024;
+    constexpr std::size_t bytes_a_line = 256;  // what a line takes whatever its length
+    since_look_ += bytes_a_line + bytes;
+    if (since_look_ < bytes_a_look) return false;
+    since_look_ = 0;
+    return std::chrono::steady_clock::now() > end_;
+  }
+
+ private:
+  const std::chrono::steady_clock::time_point end_;
+  std::size_t since_look_ = 0;
+};
 
 }  // namespace
 
@@ -57,6 +78,11 @@ std::shared_ptr<session> session::self() {
 void session::start() {
   boost::system::error_code ignored;
   connection_->stream.non_blocking(true, ignored);
+  {
+    const std::lock_guard lock(sending_mutex_);
+    descriptor_ = connection_->stream.native_handle();
+    local_ = connection_->stream.local_endpoint(ignored).protocol().family() == AF_UNIX;
+  }
   read();
 }
 
@@ -108,10 +134,10 @@ void session::process() {
 void session::process_lines() {
   stalled_ = false;
   for (bool more = true; more && !busy_ && !closed_;) {
-    if (is_paused()) flush();
     if (is_paused()) {
-      stalled_ = true;  // goes on once the client has taken answers
-      return;
+      flush();
+      stalled_ = is_paused();  // goes on once the client has taken answers
+      if (stalled_) return;
     }
     if (!subscribe_added_at_once()) return flush();  // a worker is at it: nothing waits for that
     more = handle_lines();
@@ -151,7 +177,8 @@ void session::resume() {
 
 // False when no line waits any more.
 bool session::handle_lines() {
-  const auto end = std::chrono::steady_clock::now() + turn_on_io_thread;
+  turn_began_ = std::chrono::steady_clock::now();
+  turn_watch watch(turn_began_);
   std::string answers;
   std::string storage;
   std::string_view line;
@@ -180,7 +207,7 @@ bool session::handle_lines() {
       if (takes > effort::at_once) waiting = lines_for_worker(line);
     }
     if (answers.size() == start) answers.resize(before);
-    if (std::chrono::steady_clock::now() > end) break;
+    if (watch.is_over(line.size() + answers.size() - before)) break;
   }
   // Before the worker can add its own.
   outbox_.add_answer(std::move(answers));
@@ -199,7 +226,7 @@ bool session::next_line(std::string& storage, std::string_view& line) {
   const auto next = splitter_.next();
   if (next) {
     line = next->text;
-    last_asked_ = std::chrono::steady_clock::now();
+    last_asked_ = turn_began_;
   }
   return next.has_value();
 }
@@ -290,6 +317,7 @@ void session::flush() {
 }
 
 void session::discard_output() {
+  const std::lock_guard lock(sending_mutex_);
   for (bool more = true; more;) {
     sending_.clear();
     more = outbox_.take(sending_, write_bytes);
@@ -300,11 +328,24 @@ void session::discard_output() {
 }
 
 void session::count_sending() {
+  if (sending_.size() == sending_counted_) return;
   host_->waiting_answers += sending_.size() - sending_counted_;
   sending_counted_ = sending_.size();
 }
 
 void session::send_all() {
+  auto result = sent::all;
+  {
+    const std::lock_guard lock(sending_mutex_);
+    result = send_waiting();
+    blocked_ = result == sent::part;
+  }
+  if (result == sent::failed) return close({});
+  if (result == sent::part) wait_until_writable();
+}
+
+// With sending_mutex_ held.
+session::sent session::send_waiting() {
   std::size_t room = bytes_a_turn;
   for (bool more = true;;) {
     if (sent_ == sending_.size()) {
@@ -312,36 +353,54 @@ void session::send_all() {
       if (sending_.capacity() > kept_bytes) sending_.shrink_to_fit();
       sent_ = 0;
       if (more) more = outbox_.take(sending_, write_bytes);
-      count_sending();
-      if (sending_.empty()) return;
+      if (sending_.empty()) break;
     }
-    if (room == 0) return wait_until_writable();  // comes back at once, behind the others
-    boost::system::error_code failed;
-    const auto rest = boost::asio::buffer(sending_.data() + sent_, sending_.size() - sent_);
-    const auto taken = connection_->stream.write_some(rest, failed);
-    sent_ += taken;
-    room -= std::min(room, taken);
-    if (would_block(failed)) return wait_until_writable();
-    if (failed) return close({});
+    if (room == 0) break;  // comes back at once, behind the others
+    const auto taken = ::send(descriptor_, sending_.data() + sent_, sending_.size() - sent_,
+                              MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (taken < 0 && errno == EINTR) continue;
+    if (taken < 0 && errno != EAGAIN) return sent::failed;
+    if (taken < 0) break;
+    sent_ += static_cast<std::size_t>(taken);
+    room -= std::min(room, static_cast<std::size_t>(taken));
   }
+  count_sending();
+  return sending_.empty() ? sent::all : sent::part;
+}
+
+// On the thread of who publishes. To send an event costs him no more than to wake the sender. Not
+// to a client that has not read what it was sent before: what comes next then goes out in one write
+// with this.
+bool session::send_at_once() {
+  const std::unique_lock lock(sending_mutex_, std::try_to_lock);
+  if (!lock || !local_ || descriptor_ < 0 || blocked_ || gone_ || !sending_.empty()) return false;
+  if (host_->fault == server_fault::hung) return false;
+  int unread = 0;
+  if (::ioctl(descriptor_, SIOCOUTQ, &unread) != 0 || unread > 0) return false;
+  return send_waiting() == sent::all;
 }
 
 void session::wait_until_writable() {
-  blocked_ = true;
   outbox_.set_slow(true);
   watch_progress();
   connection_->stream.async_wait(socket::wait_write,
                                  [self = self()](const boost::system::error_code& failed) {
                                    if (self->closed_) return;
                                    if (failed) return self->close({});
-                                   self->blocked_ = false;
-                                   self->connection_->progress_timer.cancel();
-                                   self->outbox_.set_slow(false);
-                                   self->flush();
-                                   const bool goes_on = self->stalled_ && !self->is_paused();
-                                   if (goes_on || (self->ended_ && !self->blocked_ && !self->busy_))
-                                     self->process();
+                                   self->writable();
                                  });
+}
+
+void session::writable() {
+  {
+    const std::lock_guard lock(sending_mutex_);
+    blocked_ = false;
+  }
+  connection_->progress_timer.cancel();
+  outbox_.set_slow(false);
+  flush();
+  const bool goes_on = stalled_ && !is_paused();
+  if (goes_on || (ended_ && !blocked_ && !busy_)) process();
 }
 
 void session::watch_progress() {
@@ -370,11 +429,16 @@ void session::close(const std::string& reason) {
   if (!reason.empty()) {
     note_log::write(note_log::warning, "nexel_api", fmt::format("Closed {}: {}", name_, reason));
   }
+  {
+    const std::lock_guard lock(sending_mutex_);
+    descriptor_ = -1;
+    std::string().swap(sending_);
+    sent_ = 0;
+    count_sending();
+  }
   boost::system::error_code ignored;
   connection_->stream.close(ignored);
   connection_.reset();
-  std::string().swap(sending_);
-  count_sending();
   if (!busy_) finish();
 }
 
