@@ -22,7 +22,8 @@ void append_number(std::string& out, Number number) {
 }
 
 void require_finite(double number) {
-  if (!std::isfinite(number)) throw nx_error(-22, "A number that is not finite has no JSON text");
+  if (!std::isfinite(number))
+    throw nx_error(nx_error::invalid, "A number that is not finite has no JSON text");
 }
 
 void append_double(std::string& out, double number) {

@@ -39,8 +39,8 @@ bool read_decimal(std::string_view text, decimal& number) {
 
 // Each of both is exact in a double, so the division rounds once, as it should.
 constexpr std::size_t exact_digits = 15;
-constexpr std::array<double, exact_digits + 1> powers{1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                                      1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+constexpr std::array<double, exact_digits + 1> powers{1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                                      1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
 
 template <class Number>
 bool reads_as(std::string_view text, json_value& value) {

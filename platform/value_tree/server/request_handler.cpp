@@ -330,7 +330,8 @@ void request_handler::find_nodes(request& asked, effort allowed) const {
 void request_handler::execute(const request& asked, std::string_view id, json_allocator& allocator,
                               std::string& out) const {
   const auto& how = *asked.asked;
-  if (how.writes && rights_ == access::read_only) throw nx_error(-13, "Read-only session");
+  if (how.writes && rights_ == access::read_only)
+    throw nx_error(nx_error::forbidden, "Read-only session");
   json_value result(rapidjson::kObjectType);
   const request_call call{db_, subscriptions_, allocator, result};
   if (how.append == nullptr) {
