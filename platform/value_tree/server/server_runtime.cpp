@@ -47,6 +47,7 @@ worker_pool::settings for_heavy_work() {
   how.usual_threads = std::max<std::size_t>(1, cores() - 1);
   how.max_threads = how.usual_threads + 3;
   how.standstill = std::chrono::milliseconds(500);
+  how.rest = std::chrono::milliseconds(2000);
   how.at_rest = [] { ::malloc_trim(0); };
   return how;
 }

@@ -25,7 +25,7 @@ namespace {
 constexpr std::size_t pause_bytes = 1024 * 1024;
 constexpr std::size_t write_bytes = 256 * 1024;
 constexpr std::size_t bytes_a_turn = 1024 * 1024;
-constexpr std::size_t kept_bytes = 32 * 1024;  // of the output buffer once all of it is sent
+constexpr std::size_t kept_bytes = 16 * 1024;  // of the output buffer once all of it is sent
 constexpr std::size_t lines_per_job = 64;
 // After so long others have their turn.
 constexpr std::chrono::microseconds turn_on_io_thread{500};
