@@ -3,6 +3,7 @@
 #include <rapidjson/document.h>
 
 #include <algorithm>
+#include <array>
 #include <stdexcept>
 
 #include "platform/wire/plain_event.h"
@@ -26,12 +27,13 @@ struct arena {
 }  // namespace
 
 void tree_connection::read(unsigned lines, const char* member) {
+  std::array<char, std::size_t{16} * 1024> chunk;
   while (lines > 0) {
     if (const auto line = lines_.next()) {
       parse(line->text, member);
       --lines;
     } else {
-      lines_.append({chunk_.data(), socket_.receive_some(chunk_.data(), chunk_.size())});
+      lines_.append({chunk.data(), socket_.receive_some(chunk.data(), chunk.size())});
     }
   }
 }

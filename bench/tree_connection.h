@@ -2,7 +2,6 @@
 // that comes, those of a number as the client library does, others in place.
 #pragma once
 
-#include <array>
 #include <string>
 #include <string_view>
 
@@ -24,7 +23,6 @@ class tree_connection {
 
   socket socket_;
   nx::line_splitter lines_{std::size_t{8} * 1024 * 1024};
-  std::array<char, std::size_t{16} * 1024> chunk_;
 };
 
 }  // namespace bench

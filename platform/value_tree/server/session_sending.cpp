@@ -16,7 +16,27 @@ namespace {
 
 constexpr std::size_t write_bytes = 256 * 1024;
 constexpr std::size_t bytes_a_turn = 1024 * 1024;
-constexpr std::size_t kept_bytes = 16 * 1024;  // of the output buffer once all of it is sent
+constexpr std::size_t kept_bytes = 64 * 1024;
+
+// A thread gathers lines in the same memory for one session after the other, where it is still in
+// the processor's cache. Only what a socket did not take stays with its session.
+class lent_memory {
+ public:
+  explicit lent_memory(std::string& to) : to_(to) {
+    if (to_.empty()) to_.swap(kept_);
+  }
+  ~lent_memory() {
+    if (!to_.empty()) return;
+    to_.swap(kept_);
+    if (kept_.capacity() > kept_bytes) std::string().swap(kept_);
+  }
+  lent_memory(const lent_memory&) = delete;
+  lent_memory& operator=(const lent_memory&) = delete;
+
+ private:
+  inline static thread_local std::string kept_;
+  std::string& to_;
+};
 
 }  // namespace
 
@@ -58,11 +78,11 @@ void session::send_all() {
 
 // With sending_mutex_ held.
 session::sent session::send_waiting() {
+  const lent_memory lent(sending_);
   std::size_t room = bytes_a_turn;
   for (bool more = true;;) {
     if (sent_ == sending_.size()) {
       sending_.clear();
-      if (sending_.capacity() > kept_bytes) sending_.shrink_to_fit();
       sent_ = 0;
       if (more) more = outbox_.take(sending_, write_bytes);
       if (sending_.empty()) break;
