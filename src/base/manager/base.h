@@ -20,6 +20,7 @@
 #include "base/manager/insight.h"
 #include "base/manager/interface.h"
 #include "device/cycle_reads.h"
+#include "platform/threads/thread_owner.h"
 #include "platform/value_tree/value_group.h"
 #include "platform/wire/json.h"
 
@@ -159,6 +160,7 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   void remove_in_directions(const channel_request& request);
   void refresh_published_channels();
 
+  nx::thread_owner cycles_;    // the manager thread
   device::cycle_reads reads_;  // the manager thread's
   std::shared_ptr<manager::insight> insight_ = std::make_shared<manager::insight>();
   std::atomic<bool> api_is_whole_{false};  // what commands publish is there
