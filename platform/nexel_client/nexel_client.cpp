@@ -113,6 +113,20 @@ R nexel_client_api::set(const std::string& path, const char* value) {
   return wait_for(answer, path);
 }
 
+template <>
+std::future<void> nexel_client_api::send_set(const std::string& path, float value) {
+  auto [request, answer] = write_request<void, float>(path, value);
+  send(request);
+  return std::move(answer);
+}
+
+template <>
+std::future<void> nexel_client_api::send_set(const std::string& path, const char* value) {
+  auto [request, answer] = write_request<void, const char>(path, *value);
+  send(request);
+  return std::move(answer);
+}
+
 template bool nexel_client_api::get(const std::string&);
 template float nexel_client_api::get(const std::string&);
 template int nexel_client_api::get(const std::string&);
@@ -122,6 +136,7 @@ template std::string nexel_client_api::get_or(const std::string&, const std::str
 
 #define INSTANTIATE_WAIT_FOR(T) \
   template T nexel_client_api::wait_for(std::future<T>&, const std::string&, bool (*)());
+INSTANTIATE_WAIT_FOR(void)
 INSTANTIATE_WAIT_FOR(bool)
 INSTANTIATE_WAIT_FOR(float)
 INSTANTIATE_WAIT_FOR(unsigned int)
