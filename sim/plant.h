@@ -223,7 +223,6 @@ class plant {
   bool osc_ready(unsigned node) const;
   /// What the node's dispersion modules add to the path, the fixed one included where it is in it.
   double compensation_ps_per_nm(unsigned node) const;
-  unsigned monitor_passes(unsigned node, direction side) const;
 
   write_counters channel_writes(unsigned node, direction side, unsigned channel) const;
   unsigned switch_writes(unsigned node, direction side) const;  ///< all channels, ports included

@@ -98,13 +98,6 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   void set_log_level(std::string text);
   std::string get_hostname();
 
-  std::shared_ptr<loops::client_rx<RX_T>> get_client_rx() { return client_rx_; }
-  std::shared_ptr<loops::client_tx<TX_T>> get_client_tx() { return client_tx_; }
-  std::shared_ptr<loops::line<RX_T>> get_line() { return line_; }
-  std::shared_ptr<remote::api> get_remote() { return remote_; }
-  std::shared_ptr<::channel::plan<RX_T>> get_rx_plan() { return rx_plan_; }
-  std::shared_ptr<::channel::plan<TX_T>> get_tx_plan() { return tx_plan_; }
-
  protected:
   /// Further devices of a model's client TX loop; called before its channel plan is set up.
   virtual void add_client_tx_devices(nx_db& db);
