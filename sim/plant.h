@@ -200,7 +200,7 @@ class plant {
   /// plant's lock held; none leaves a channel as it is. Each node has a store of its own.
   using attenuation_source =
       std::function<std::optional<double>(const std::string& module, unsigned channel)>;
-  void set_switch_source(attenuation_source source, unsigned node = 0);
+  void set_switch_source(const attenuation_source& source, unsigned node = 0);
 
   // --- Truth: what is, whatever the read-outs say.
 
