@@ -4,6 +4,7 @@
 
 #include <array>
 #include <boost/asio/post.hpp>
+#include <cassert>
 
 #include "platform/nexel_client/client_errors.h"
 #include "platform/nexel_client/request_text.h"
@@ -89,6 +90,7 @@ void socket_core::subscribe(std::shared_ptr<nexel_subscriber> subscriber) {
 }
 
 void socket_core::attend() {
+  assert(on_io_thread());
   for (const auto& [object, error] : calls_.take_refused())
     object->report_local_error(error);
   if (phase_ == phase::closed || last_calls_.announced()) fail_unconnected(calls_.take_waiting());

@@ -14,6 +14,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/threads/ranked_mutex.h"
 #include "platform/value_tree/nx_session.h"
 #include "platform/wire/json.h"
 #include "platform/wire/nx_error.h"
@@ -154,7 +155,7 @@ class nx_db_event_node : public nx_db_leaf_node {
   void send_to_all(const std::shared_ptr<const nx_event>& event, bool first);
 
   // A leaf in the lock order: taken with a value's own mutex held, and nothing is taken under it.
-  mutable std::mutex subscribers_mutex_;
+  mutable nx::ranked_mutex subscribers_mutex_{nx::lock_rank::leaf};
   // Replaced as a whole when it changes, so that an event goes out without the lock.
   std::shared_ptr<const subscriber_list> subscribers_;
 };

@@ -10,6 +10,7 @@
 #include <mutex>
 #include <string>
 
+#include "platform/threads/ranked_mutex.h"
 #include "platform/value_tree/nx_db_node.h"
 
 namespace nx::api {
@@ -42,7 +43,7 @@ class status_value : public nx_db_event_node {
  private:
   void send();
 
-  mutable std::recursive_mutex mutex_;  // guards what follows
+  mutable nx::ranked_recursive_mutex mutex_{nx::lock_rank::value};  // guards what follows
   T value_;
   T last_sent_;
   const std::uint32_t delay_cycles_;

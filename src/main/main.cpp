@@ -8,6 +8,7 @@
 #include <iostream>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "base/manager/interface.h"
 #include "helpers/calibration.h"
@@ -76,6 +77,10 @@ void serve(nexel_api& server, lumora_manager& daemon, std::shared_ptr<manager::i
 int main(int argc, const char** argv) try {
   catch_stop_signals();
   end_without_memory(status_no_server);
+  if (argc == 2 && std::string_view(argv[1]) == "--version") {
+    std::cout << "lumora_manager " LUMORA_VERSION << std::endl;
+    return status_orderly_end;
+  }
   const end_of_log written_last;
   const auto given = parse_options(argc, argv);
   if (!given) return status_wrong_command_line;

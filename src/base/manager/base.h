@@ -26,6 +26,7 @@
 #include "base/manager/ladders.h"
 #include "base/manager/overview.h"
 #include "device/cycle_reads.h"
+#include "platform/threads/thread_owner.h"
 #include "platform/value_tree/value_group.h"
 #include "platform/wire/json.h"
 
@@ -103,13 +104,6 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   void set_log_level(std::string text);
   std::string get_hostname();
 
-  std::shared_ptr<loops::client_rx<RX_T>> get_client_rx() { return client_rx_; }
-  std::shared_ptr<loops::client_tx<TX_T>> get_client_tx() { return client_tx_; }
-  std::shared_ptr<loops::line<RX_T>> get_line() { return line_; }
-  std::shared_ptr<remote::api> get_remote() { return remote_; }
-  std::shared_ptr<::channel::plan<RX_T>> get_rx_plan() { return rx_plan_; }
-  std::shared_ptr<::channel::plan<TX_T>> get_tx_plan() { return tx_plan_; }
-
  protected:
   /// Further devices of a model's client TX loop; called before its channel plan is set up.
   virtual void add_client_tx_devices(nx_db& db);
@@ -177,6 +171,7 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   void remove_in_directions(const channel_request& request);
   void refresh_published_channels();
 
+  nx::thread_owner cycles_;    // the manager thread
   device::cycle_reads reads_;  // the manager thread's
   loop_failures failures_;
   std::shared_ptr<::insight::device_board> devices_ = std::make_shared<::insight::device_board>();

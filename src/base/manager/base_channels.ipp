@@ -7,6 +7,7 @@
 #include "base/manager/base.ipp"
 #include "base/manager/channel_request.h"
 #include "helpers/redis.h"
+#include "models/band.h"
 
 namespace manager {
 
@@ -143,12 +144,12 @@ void base<RX_T, TX_T>::publish_channel_index(const std::set<unsigned>& identifie
 
 template <class RX_T, class TX_T>
 float base<RX_T, TX_T>::get_slice_width() {
-  return 6.25f;
+  return models::slice_ghz;
 }
 
 template <class RX_T, class TX_T>
 unsigned base<RX_T, TX_T>::get_slice_count() {
-  return 768;
+  return models::shared_slices;
 }
 
 template <class RX_T, class TX_T>

@@ -30,6 +30,7 @@ template <class RX_T, class TX_T>
 void base<RX_T, TX_T>::cycle(nx_db& db, const std::shared_ptr<device::interfaces::osc>& osc) {
   constexpr std::chrono::seconds pause_when_not_regulating{5};
   constexpr std::chrono::microseconds pause{500000};
+  cycles_.require();
   auto& waiting = helpers::waiting::instance();
   if (!automation::instance().is_regulating()) {
     LUMORA_LOG(1, "Automation mode not allowed, sleeping.");

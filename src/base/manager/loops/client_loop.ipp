@@ -16,6 +16,7 @@
 #include "helpers/guard.h"
 #include "helpers/logger.h"
 #include "helpers/waiting.h"
+#include "models/band.h"
 #include "platform/wire/nx_error.h"
 
 namespace manager::loops {
@@ -353,9 +354,8 @@ bool client_loop<T>::clean_subscriptions() {
 
 template <class T>
 float client_loop<T>::get_channel_target_power(control_ptr control) {
-  constexpr float slice_ghz = 6.25f;
-  constexpr float band_slices = 768.0f;
-  const float share = control->get_channel()->get_width() / slice_ghz / band_slices;
+  constexpr float band_slices = models::shared_slices;
+  const float share = control->get_channel()->get_width() / models::slice_ghz / band_slices;
   return edfa_->get_power_limit() + 10.0f * std::log10(share);
 }
 

@@ -97,11 +97,11 @@ template <class T>
 void client_loop<T>::require_width(unsigned width, unsigned band_slices) {
   // Arrives as a signed number of a request: what is not positive there is no width.
   if (const auto signed_width = static_cast<int>(width); signed_width <= 0) {
-    throw nx_error(-22,
+    throw nx_error(nx_error::invalid,
                    fmt::format("Invalid width {}, expected 1 or more (100 * ghz)", signed_width));
   }
   if (const auto widest = ::channel::band_width(band_slices); width > widest) {
-    throw nx_error(-22,
+    throw nx_error(nx_error::invalid,
                    fmt::format("Invalid width {}, expected {} or less (100 * ghz)", width, widest));
   }
 }

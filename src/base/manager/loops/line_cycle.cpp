@@ -21,7 +21,7 @@ using namespace std::chrono_literals;
 
 /// After a coldstart the devices need a moment before their readings can be trusted.
 constexpr auto coldstart_pause = 5s;
-constexpr std::chrono::nanoseconds spanloss_pause = 25s - 1ns;
+constexpr auto spanloss_pause = 25s;
 constexpr std::size_t spanloss_history_size = 5;
 /// So long a coldstart waits for a VOA that does not take its setting; the node then goes on, and
 /// the setting is made up for.
@@ -268,7 +268,7 @@ void line_loop::update_spanlosses() {
     last_spanloss_update_ = now();
     return;
   }
-  if (now() - *last_spanloss_update_ <= spanloss_pause) return;
+  if (now() - *last_spanloss_update_ < spanloss_pause) return;
   const auto far = [this](operation what) {
     const auto power = peer_.value(what);
     return power ? guards::lit_power(*power) : std::nullopt;

@@ -22,7 +22,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::chrono::nanoseconds check_pause = 5s - 1ns;
+constexpr auto check_pause = 5s;
 constexpr unsigned wanted_samples = 5;
 constexpr float lowest_plausible_loss = -1.0f;
 constexpr float steady_deviation = 0.2f;
@@ -76,7 +76,7 @@ bool line_loop::is_spanloss_check_due() {
     last_spanloss_check_ = now();
     return false;
   }
-  return now() - *last_spanloss_check_ > check_pause;
+  return now() - *last_spanloss_check_ >= check_pause;
 }
 
 /// One row a span of the peer: what it is, the node that shows it under the peer's name, and the

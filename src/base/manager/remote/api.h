@@ -28,6 +28,7 @@
 #include "base/manager/remote/device/interface.h"
 #include "base/manager/remote/probe.h"
 #include "device/subscriber.h"
+#include "platform/threads/ranked_mutex.h"
 
 class nx_db;
 
@@ -169,7 +170,7 @@ class api {
                  const Args&... args);
 
   std::shared_ptr<manager::remote::client> client_;
-  mutable std::mutex mutex_;  // guards the view alone
+  mutable nx::ranked_mutex mutex_{nx::lock_rank::peer};  // guards the view alone
   view view_;
   std::atomic<std::uint64_t> identified_on_{0};
   std::atomic<bool> known_{false};
