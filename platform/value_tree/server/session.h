@@ -87,6 +87,7 @@ class session : public nx_session, public subscription_port {
   void check_output_limit();
   void finish();
 
+  void leave(const std::string& path);
   void let_go(const std::vector<std::string>& paths);
   void let_go_of_all();
   void subscribe_node(const std::shared_ptr<nx_db_leaf_node>& node, bool exact,

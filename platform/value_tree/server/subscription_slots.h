@@ -43,6 +43,7 @@ class subscription_slots {
   std::size_t size() const { return by_path_.size(); }
 
   std::vector<std::string> paths() const;
+  std::vector<std::shared_ptr<const std::string>> shared_paths() const;
 
  private:
   const std::string& path_of(index at) const { return *slots_[at].path; }
