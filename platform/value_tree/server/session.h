@@ -40,7 +40,10 @@ class session : public nx_session, public subscription_port {
   void drop_subscription(const std::string& path);
   /// Logs the reason unless it is empty: a client that goes is nothing to tell.
   void close(const std::string& reason);
-  /// It has asked for nothing since `time`, and is subscribed to nothing.
+  /// It has asked for nothing since `time`; silent: and is subscribed to nothing.
+  bool is_idle_since(std::chrono::steady_clock::time_point time) const {
+    return last_asked_ <= time && !busy_;
+  }
   bool is_silent_since(std::chrono::steady_clock::time_point time) const;
 
   // nx_session, from any thread.

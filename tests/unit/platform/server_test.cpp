@@ -310,6 +310,19 @@ TEST_F(server_test, the_supervisory_link_has_its_own_few_sessions) {
   server->set_silent_limit(std::chrono::milliseconds(40));
   EXPECT_EQ(link.front().line(), "closed");
   EXPECT_EQ(subscribed.ask(get), result(1, R"("a":1)"));
+  // Nor do idle ones from the neighbour's address keep it out; the oldest of them stays.
+  std::vector<raw_client> idle;
+  for (int i = 0; i < 15; ++i) {
+    idle.push_back(connect_tcp(port));
+    idle.back().ask(request(2, "subscribe", "a"));
+    idle.back().line();
+  }
+  std::string answer;
+  for (int tries = 0; tries < 500 && answer != result(1, R"("a":1)"); ++tries)
+    answer = connect_tcp(port).ask(get);
+  EXPECT_EQ(answer, result(1, R"("a":1)"));
+  EXPECT_EQ(idle.front().line(), "closed");
+  EXPECT_EQ(subscribed.ask(get), result(1, R"("a":1)"));
 }
 
 TEST_F(server_test, a_client_that_sends_no_more_still_gets_its_answers) {
