@@ -150,7 +150,9 @@ TEST_F(server_test, output_beyond_the_limit_ends_the_session) {
   }
   EXPECT_EQ(log.count("more than 8388608 bytes of output wait for it"), 1);
   const auto other = connect();
-  EXPECT_EQ(other.ask(request(2, "get", "none/**")), result(2, ""));
+  // A worker lets go of many subscriptions, beside the one that answers this.
+  for (int tries = 0; tries < 500 && values[0]->has_subscribers(); ++tries)
+    EXPECT_EQ(other.ask(request(2, "get", "none/**")), result(2, ""));
   EXPECT_FALSE(values[0]->has_subscribers());
 }
 
