@@ -217,17 +217,22 @@ void nx_db::subscribe(const std::shared_ptr<nx_session>& session,
   while (node) {
     nx::json_value answer(rapidjson::kObjectType);
     node->subscribe(session, *path, allocator, answer, lock);
-    const auto present = find(*path);
-    if (present == node) {
+    if (is_present(*node)) {
       for (auto& member : answer.GetObject()) {
         result.AddMember(member.name, member.value, allocator);
       }
       return;
     }
     node->unsubscribe(session);
-    node = present;
+    node = find(*path);
   }
   no_such_path(*path);
+}
+
+// Waits for a change of the tree that is under way, as `find` does.
+bool nx_db::is_present(const nx_db_leaf_node& node) const {
+  const std::shared_lock lock(impl_->mutex);
+  return node.db == this && !node.is_retired();
 }
 
 bool nx_db::is_pattern(const std::string& path) {

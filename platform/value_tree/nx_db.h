@@ -94,6 +94,7 @@ class nx_db {
   std::shared_ptr<nx_db_leaf_node> put(const std::string& path,
                                        const std::shared_ptr<nx_db_leaf_node>& node);
   void attach(nx_db_leaf_node& node, const std::string& path);
+  bool is_present(const nx_db_leaf_node& node) const;
   static bool has_subscribers(const nx_db_leaf_node& node);
   static void move_subscribers(nx_db_leaf_node& old, nx_db_leaf_node& node);
 

@@ -149,13 +149,13 @@ class nx_db_event_node : public nx_db_leaf_node {
   };
   using subscriber_list = std::vector<subscriber>;
 
-  static std::shared_ptr<subscriber_list> without(const subscriber_list& list,
-                                                  const std::shared_ptr<nx_session>& taken);
+  std::shared_ptr<subscriber_list> to_change() const;
+  static void take_off(subscriber_list& list, const std::shared_ptr<nx_session>& taken);
   subscriber_list take_subscribers();
   void send_to_all(const std::shared_ptr<const nx_event>& event, bool first);
 
   // A leaf in the lock order: taken with a value's own mutex held, and nothing is taken under it.
   mutable nx::ranked_mutex subscribers_mutex_{nx::lock_rank::leaf};
-  // Replaced as a whole when it changes, so that an event goes out without the lock.
+  // Replaced as a whole when it changes while an event goes out, which holds no lock.
   std::shared_ptr<const subscriber_list> subscribers_;
 };

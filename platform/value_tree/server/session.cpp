@@ -337,7 +337,7 @@ void session::finish() {
 }
 
 bool session::is_silent_since(std::chrono::steady_clock::time_point time) const {
-  return last_asked_ <= time && !busy_ && outbox_.subscriptions() == 0;
+  return is_idle_since(time) && outbox_.subscriptions() == 0;
 }
 
 }  // namespace nx

@@ -41,7 +41,10 @@ class session : public nx_session, public subscription_port {
   void drop_subscription(const std::string& path);
   /// Logs the reason unless it is empty: a client that goes is nothing to tell.
   void close(const std::string& reason);
-  /// It has asked for nothing since `time`, and is subscribed to nothing.
+  /// It has asked for nothing since `time`; silent: and is subscribed to nothing.
+  bool is_idle_since(std::chrono::steady_clock::time_point time) const {
+    return last_asked_ <= time && !busy_;
+  }
   bool is_silent_since(std::chrono::steady_clock::time_point time) const;
 
   /// Sends what waits, on the thread of who publishes; false if the I/O thread has to.
@@ -94,6 +97,7 @@ class session : public nx_session, public subscription_port {
   void check_output_limit();
   void finish();
 
+  void leave(const std::string& path);
   void let_go(const std::vector<std::string>& paths);
   void let_go_of_all();
   void subscribe_node(const std::shared_ptr<nx_db_leaf_node>& node, bool exact,

@@ -75,7 +75,7 @@ class session_outbox {
   bool is_exact(const std::string& path) const;
   std::size_t subscriptions() const;  ///< paths and patterns
   nx_subscription_number subscription_number(const std::string& path) const;
-  std::vector<std::string> paths() const;
+  std::vector<std::shared_ptr<const std::string>> paths() const;
 
  private:
   // A subscription that is not open yet, and what came for it.

@@ -97,6 +97,15 @@ void subscription_slots::clear() {
   free_.shrink_to_fit();
 }
 
+std::vector<std::shared_ptr<const std::string>> subscription_slots::shared_paths() const {
+  std::vector<std::shared_ptr<const std::string>> found;
+  found.reserve(size());
+  for (const auto& one : slots_) {
+    if (one.path) found.push_back(one.path);
+  }
+  return found;
+}
+
 std::vector<std::string> subscription_slots::paths() const {
   std::vector<std::string> found;
   found.reserve(size());

@@ -37,6 +37,7 @@ class subscription_slots {
   std::size_t size() const { return count_; }
 
   std::vector<std::string> paths() const;
+  std::vector<std::shared_ptr<const std::string>> shared_paths() const;
 
  private:
   // Open addressing, a power of two of places: a slot's index and one more, 0 for a free place. A
