@@ -8,6 +8,7 @@
 #include <unordered_map>
 
 #include "platform/value_tree/history_ring.h"
+#include "platform/value_tree/own_history.h"
 #include "platform/value_tree/path_index.h"
 #include "platform/value_tree/path_pattern.h"
 #include "platform/value_tree/tree_mutex.h"
@@ -248,12 +249,15 @@ void nx_db::append_to_history(std::shared_ptr<nx_db_node> node) {
 
 std::vector<nx_db::history_entry> nx_db::history(const std::string& path) const {
   std::shared_ptr<nx::path_history> history;
+  std::shared_ptr<nx_db_leaf_node> node;
   {
     const std::shared_lock lock(impl_->mutex);
     const auto entry = impl_->entries.find(path);
     if (entry == impl_->entries.end()) no_such_path(path);
     history = entry->second.history;
+    node = entry->second.node;
   }
+  if (const auto* own = dynamic_cast<const nx::own_history*>(node.get())) return own->history();
   std::vector<history_entry> found;
   const std::lock_guard lock(history->mutex);
   for (auto& kept : history->ring.entries()) {

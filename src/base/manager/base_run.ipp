@@ -9,6 +9,14 @@
 
 namespace manager {
 
+/// Runs the part of a loop; `failure` is then what it logged last, if anything.
+template <class Part>
+void with_failure(std::string& failure, Part&& part) {
+  helpers::take_last_failure();  // another's
+  part();
+  failure = helpers::take_last_failure();
+}
+
 template <class RX_T, class TX_T>
 void base<RX_T, TX_T>::run(nx_db& db, bool* running) {
   const auto osc = std::make_shared<device::hardware::osc>(db.get_io_context(), nexel_paths::osc);
@@ -67,26 +75,34 @@ void base<RX_T, TX_T>::read_inputs(device::interfaces::osc& osc) {
 template <class RX_T, class TX_T>
 typename base<RX_T, TX_T>::loop_states base<RX_T, TX_T>::revive_loops(nx_db& db) {
   // A failing init is logged by the loop itself and tried again in the next cycle.
-  const auto revive = [](const char* direction, bool was_ok, auto&& init, auto&& is_ok) {
+  failures_ = {};
+  const auto revive = [](const char* direction, std::string& failure, bool was_ok, auto&& init,
+                         auto&& is_ok) {
     if (was_ok) return true;
     const log_subject subject(direction);
-    try {
-      init();
-      return is_ok();
-    } catch (...) {
-      return false;
-    }
+    bool ok = false;
+    with_failure(failure, [&] {
+      try {
+        init();
+        ok = is_ok();
+      } catch (...) {
+        ok = false;
+      }
+    });
+    return ok;
   };
   const bool rx_was_ok = client_rx_->operational;
   const bool tx_was_ok = client_tx_->operational;
-  return {
-      .line = revive(
-          nullptr, line_->is_operational(), [&] { line_->init(db, supports_embedded_ila()); },
-          [&] { return line_->is_operational(); }),
-      .rx = revive(
-          "rx", rx_was_ok, [&] { client_rx_->init(db); }, [&] { return client_rx_->operational; }),
-      .tx = revive(
-          "tx", tx_was_ok, [&] { client_tx_->init(db); }, [&] { return client_tx_->operational; })};
+  return {.line = revive(
+              nullptr, failures_.line, line_->is_operational(),
+              [&] { line_->init(db, supports_embedded_ila()); },
+              [&] { return line_->is_operational(); }),
+          .rx = revive(
+              "rx", failures_.rx, rx_was_ok, [&] { client_rx_->init(db); },
+              [&] { return client_rx_->operational; }),
+          .tx = revive(
+              "tx", failures_.tx, tx_was_ok, [&] { client_tx_->init(db); },
+              [&] { return client_tx_->operational; })};
 }
 
 template <class RX_T, class TX_T>
@@ -94,14 +110,26 @@ const char* base<RX_T, TX_T>::regulate(nx_db& db, const loop_states& ok) {
   const bool clients_turn = client_rx_->peak_regulated;
   if (ok.rx) {
     const log_subject subject("rx");
-    client_rx_->run(db, clients_turn);
+    with_failure(failures_.rx, [&] { client_rx_->run(db, clients_turn); });
   }
-  if (ok.line) line_->run(db, !ok.rx || !clients_turn, coldstart_);
+  if (ok.line) {
+    with_failure(failures_.line, [&] { line_->run(db, !ok.rx || !clients_turn, coldstart_); });
+  }
   if (ok.tx) {
     const log_subject subject("tx");
-    client_tx_->run(db, client_tx_->peak_regulated && !client_rx_->peak_regulated);
+    with_failure(failures_.tx, [&] {
+      client_tx_->run(db, client_tx_->peak_regulated && !client_rx_->peak_regulated);
+    });
   }
+  watch_loops(ok);
   return clients_turn ? "client rx" : "line";
+}
+
+template <class RX_T, class TX_T>
+void base<RX_T, TX_T>::watch_loops(const loop_states& ok) {
+  line_watch_.look(ok.line && line_->is_operational(), failures_.line);
+  rx_watch_.look(ok.rx && client_rx_->operational, failures_.rx);
+  tx_watch_.look(ok.tx && client_tx_->operational, failures_.tx);
 }
 
 template <class RX_T, class TX_T>

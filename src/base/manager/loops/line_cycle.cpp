@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "base/guards/line_span.h"
+#include "base/insight/event_log.h"
 #include "base/manager/leds.h"
 #include "base/manager/loops/line_arithmetic.h"
 #include "base/manager/loops/line_loop.h"
@@ -164,6 +165,7 @@ void line_loop::close_lost_fibre() {
   set_voa_default_attenuation();
   set_booster_enabled(false);
   line_connection_ = false;
+  ::insight::event_log::instance().tell(::insight::event_kind::cut, guard_subject);
   begin_with_new_fibre();
 }
 
@@ -189,6 +191,7 @@ void line_loop::work_on_open_fibre(nx_db& db, bool osc_up, bool regulate) {
 
 void line_loop::reopen_fibre() {
   LUMORA_LOG(2, "Line connection is back up.");
+  ::insight::event_log::instance().tell(::insight::event_kind::mended, guard_subject);
   forget_measurements();
   set_voa_default_attenuation();
   begin_with_new_fibre();
