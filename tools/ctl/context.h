@@ -37,6 +37,7 @@ void declare_read_commands(CLI::App& app, action& chosen);
 void declare_list_commands(CLI::App& app, action& chosen);
 void declare_write_commands(CLI::App& app, action& chosen);
 void declare_watch_command(CLI::App& app, action& chosen);
+void declare_explain_commands(CLI::App& app, action& chosen);
 void declare_file_commands(CLI::App& app, action& chosen);
 
 }  // namespace tools::ctl

@@ -24,6 +24,7 @@ namespace {
 
 constexpr const char* closing_words =
     "Start here:\n"
+    "  lumoractl explain                          what is wrong, and why\n"
     "  lumoractl tree data/line -v                the line, with values\n"
     "  lumoractl get 'data/client/*/rx/power'     one value of every channel\n"
     "  lumoractl watch 'data/client/*/rx/status'  what happens to the channels\n"
@@ -36,7 +37,8 @@ constexpr const char* closing_words =
     "  2  wrong options or words\n"
     "  3  not connected\n"
     "  4  no answer in time\n"
-    "  5  a pattern that fits no path\n";
+    "  5  a pattern that fits no path\n"
+    "  6  explain: something needs a person\n";
 
 struct options {
   connection_options connection;
@@ -80,6 +82,7 @@ void declare(CLI::App& app, options& given, action& chosen) {
   declare_list_commands(app, chosen);
   declare_write_commands(app, chosen);
   declare_watch_command(app, chosen);
+  declare_explain_commands(app, chosen);
   declare_file_commands(app, chosen);
 }
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "tools/lab/lab_folder.h"
-#include "tools/lab/readings.h"
+#include "tools/common/readings.h"
 #include "tools/lab/store.h"
 #include "tools/lab/supervisor.h"
 #include "tools/lab/tree_link.h"

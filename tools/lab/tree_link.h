@@ -6,7 +6,7 @@
 #include <string>
 
 #include "platform/wire/json.h"
-#include "tools/lab/readings.h"
+#include "tools/common/readings.h"
 
 namespace nx {
 class line_client;

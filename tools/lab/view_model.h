@@ -11,7 +11,7 @@
 #include "tools/lab/light_path.h"
 #include "tools/lab/loop_report.h"
 #include "tools/lab/panel.h"
-#include "tools/lab/readings.h"
+#include "tools/common/readings.h"
 
 namespace tools::lab {
 

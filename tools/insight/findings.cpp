@@ -1,0 +1,383 @@
+#include "tools/insight/findings.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cmath>
+#include <map>
+
+namespace tools::insight {
+
+namespace {
+
+using states::channel_state;
+using states::line_state;
+
+constexpr std::array names{"startFailed",
+                           "notConfigured",
+                           "regulationStopped",
+                           "deviceSilent",
+                           "fibreCut",
+                           "linkDown",
+                           "peerLost",
+                           "peerStandsStill",
+                           "lineDevice",
+                           "calibration",
+                           "lightPath",
+                           "farPreampSaturated",
+                           "amplifierSaturated",
+                           "channelDark",
+                           "channelExhausted",
+                           "lineExhausted",
+                           "channelUnreadable",
+                           "loopDown",
+                           "hunting",
+                           "peerUnknown",
+                           "noPeer",
+                           "guard",
+                           "underWay"};
+static_assert(names.size() == static_cast<std::size_t>(cause::under_way) + 1);
+
+// An attenuator of the line that stands this far closed gives hardly any light away.
+constexpr std::size_t named_at_most = 4;
+
+/// The newest event of a kind on a subject that none of `ended_by` has followed.
+const event* open_event(const node_insight& node, const std::string& on,
+                        std::initializer_list<std::string_view> begins,
+                        std::initializer_list<std::string_view> ends) {
+  const event* open = nullptr;
+  for (const auto& each : node.events) {
+    if (!on.empty() && each.on != on) continue;
+    if (std::find(begins.begin(), begins.end(), each.kind) != begins.end()) open = &each;
+    if (std::find(ends.begin(), ends.end(), each.kind) != ends.end()) open = nullptr;
+  }
+  return open;
+}
+
+std::string time_of(const event* what) {
+  return what == nullptr ? "" : what->time;
+}
+
+std::string detail(const event& what, const char* name) {
+  const auto found = what.details.find(name);
+  return found == what.details.end() ? "" : found->second;
+}
+
+std::string capital(std::string text) {
+  if (!text.empty()) text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
+  return text;
+}
+
+std::string label(const channel& of) {
+  return fmt::format("{} {}", thz_text(of.place.frequency), of.is_rx ? "rx" : "tx");
+}
+
+std::string event_subject(const channel& of) {
+  return fmt::format("client {} {}", of.is_rx ? "rx" : "tx", of.place.id);
+}
+
+void add_node_causes(const node_insight& node, std::vector<finding>& found) {
+  const auto* failed = open_event(node, "", {"startFailed"}, {"loopUp"});
+  // What the node could not start without is over as soon as it is configured and has channels.
+  if (failed != nullptr && node.channels.empty()) {
+    found.push_back({cause::start_failed, failed->on,
+                     fmt::format("The node cannot start: {}", detail(*failed, "reason")),
+                     "It tries again once a second.", detail(*failed, "remedy"), failed->time});
+  }
+  if (!node.is_configured) {
+    found.push_back({cause::not_configured, "node",
+                     "Nothing is regulated: the node waits for its configuration", "",
+                     "Write its parameters, then set config/redisConfigStatus to true.", ""});
+  }
+  if (node.automation_mode == "bright" || node.automation_mode == "dark") {
+    found.push_back(
+        {cause::regulation_stopped, "node",
+         fmt::format("Nothing is regulated: the automation mode is {}", node.automation_mode), "",
+         "Set config/automationMode to embedded, managedCLI or managedNetconf.", ""});
+  }
+}
+
+void add_devices(const node_insight& node, std::vector<finding>& found) {
+  for (const auto& each : node.devices) {
+    if (each.alive != false) continue;
+    const auto age = each.age ? fmt::format(" for {:.0f} s", *each.age) : std::string();
+    found.push_back(
+        {cause::device_silent, each.name, fmt::format("The {} has not answered{}", each.name, age),
+         "Its loop stands still and takes it up again by itself; the other loops go on.",
+         fmt::format("Look at the service of the {}, and restart it.", each.name), ""});
+  }
+}
+
+struct line_row {
+  line_state state;
+  cause of;
+  const char* head;  ///< in front of the daemon's own sentence
+  const char* event;
+};
+
+// clang-format off
+constexpr std::array line_rows{
+    line_row{line_state::no_fibre, cause::fibre_cut, "The fibre is cut or unplugged", "cut"},
+    line_row{line_state::no_supervisory_link, cause::link_down, "The supervisory link is down", ""},
+    line_row{line_state::no_peer, cause::no_peer, "There is no peer, so the line is not regulated", ""},
+    line_row{line_state::peer_not_known, cause::peer_unknown, "The peer is not known, so the line is not regulated", ""},
+    line_row{line_state::peer_stands_still, cause::peer_stands_still, "The readings of the peer stand still", ""},
+    line_row{line_state::exhausted, cause::line_exhausted, "The line is at the end of its range", "exhausted"},
+    line_row{line_state::far_preamp_saturated, cause::far_preamp_saturated, "The far preamp is saturated", ""},
+    line_row{line_state::device_failed, cause::line_device, "A device of the line fails", ""},
+};
+// clang-format on
+
+void add_line(const node_insight& node, std::vector<finding>& found) {
+  const auto state = node.of_line.state;
+  const auto row = std::find_if(line_rows.begin(), line_rows.end(),
+                                [&](const line_row& each) { return each.state == state; });
+  if (row == line_rows.end()) {
+    if (state && states::row_of(*state).how == states::severity::working) {
+      found.push_back({cause::under_way, "line",
+                       fmt::format("The line is {}: {}", node.of_line.state_text, node.of_line.why),
+                       "", "", ""});
+    }
+    return;
+  }
+  finding line{row->of, "line", fmt::format("{}: {}", row->head, node.of_line.why), "", "", ""};
+  if (*row->event != '\0') line.since = time_of(open_event(node, "line", {row->event}, {"mended"}));
+  const auto* lost = open_event(node, "peer", {"peerLost"}, {"peerIdentified"});
+  if (lost != nullptr && row->of == cause::no_peer) {
+    line.of = cause::peer_lost;
+    line.since = lost->time;
+    line.sentence =
+        fmt::format("The peer {} is lost: {}", detail(*lost, "product"), node.of_line.why);
+  }
+  found.push_back(std::move(line));
+}
+
+void add_ladders(const node_insight& node, std::vector<finding>& found) {
+  for (const auto& side : node.ladders) {
+    for (const auto& each : side.rungs) {
+      if (!each.is_wrong) continue;
+      auto figures = each.difference ? fmt::format("{:+.1f} dB", *each.difference) : "";
+      if (each.expected && each.measured) {
+        figures +=
+            fmt::format(" ({:.1f} dBm expected, {:.1f} measured)", *each.expected, *each.measured);
+      }
+      found.push_back(
+          {cause::light_path, fmt::format("{} {}", side.side, each.point),
+           fmt::format("The light is off at {} ({}): {}", each.point, side.side, figures), "",
+           "Clean and look at what lies in front of that point.", ""});
+    }
+  }
+}
+
+/// "192.30, 192.45 and 3 more rx".
+std::string names_of(const std::vector<const channel*>& channels) {
+  std::vector<std::string> shown;
+  for (const auto* each : channels) {
+    if (shown.size() == named_at_most) break;
+    shown.push_back(thz_text(each->place.frequency));
+  }
+  const auto more = channels.size() - shown.size();
+  return fmt::format("{}{} {}", fmt::join(shown, ", "),
+                     more > 0 ? fmt::format(" and {} more", more) : "",
+                     channels.front()->is_rx ? "rx" : "tx");
+}
+
+std::optional<cause> cause_of(const node_insight& node, const channel& of) {
+  if (!of.state) return std::nullopt;
+  switch (*of.state) {
+    case channel_state::too_weak:
+    case channel_state::too_strong:
+      return cause::channel_exhausted;
+    case channel_state::amplifier_saturated:
+      return cause::amplifier_saturated;
+    case channel_state::device_failed:
+    case channel_state::loop_down:
+      return cause::loop_down;
+    case channel_state::reading_unknown:
+      return cause::channel_unreadable;
+    case channel_state::dark: {
+      const bool went_dark =
+          open_event(node, event_subject(of), {"dark"}, {"lit", "channelRemoved"}) != nullptr;
+      return went_dark || of.is_wanted ? std::make_optional(cause::channel_dark) : std::nullopt;
+    }
+    default:
+      return states::row_of(*of.state).how == states::severity::working
+                 ? std::make_optional(cause::under_way)
+                 : std::nullopt;
+  }
+}
+
+struct channel_words {
+  const char* one;   ///< in front of the daemon's sentence, behind the channel
+  const char* many;  ///< for several together
+  const char* remedy;
+};
+
+channel_words words_of(cause of, bool is_rx) {
+  switch (of) {
+    case cause::channel_dark:
+      return is_rx
+                 ? channel_words{"has no light from its client", "have no light from their clients",
+                                 "Look at the client: its laser, its wavelength, its patch cord."}
+                 : channel_words{"does not arrive from the line", "do not arrive from the line",
+                                 "Look at the channel at the far node."};
+    case cause::channel_exhausted:
+      return {"cannot reach its target", "cannot reach their targets",
+              "Look at the power of the client, or change what is wanted of the channel."};
+    case cause::amplifier_saturated:
+      return {"gets no more light: the amplifier is saturated",
+              "get no more light: the amplifier is saturated",
+              "Look at the amplifier, or take light off the others."};
+    case cause::loop_down:
+      return {"is not regulated", "are not regulated", ""};
+    case cause::channel_unreadable:
+      return {"cannot be judged", "cannot be judged", "Look at monitor and switch."};
+    default:
+      return {"is on its way", "are on their way", ""};
+  }
+}
+
+void add_channels(const node_insight& node, std::vector<finding>& found) {
+  std::map<std::pair<cause, bool>, std::vector<const channel*>> groups;
+  for (const auto& each : node.channels) {
+    if (const auto of = cause_of(node, each)) groups[{*of, !each.is_rx}].push_back(&each);
+  }
+  for (const auto& [key, channels] : groups) {
+    const auto& first = *channels.front();
+    const auto words = words_of(key.first, first.is_rx);
+    const bool alone = channels.size() == 1;
+    const auto* began =
+        open_event(node, event_subject(first), {"dark", "exhausted"}, {"lit", "arrived"});
+    found.push_back({key.first, alone ? label(first) : names_of(channels),
+                     alone ? fmt::format("{} {}: {}", label(first), words.one, first.why)
+                           : fmt::format("{} {}; {}: {}", names_of(channels), words.many,
+                                         thz_text(first.place.frequency), first.why),
+                     "", words.remedy, time_of(began)});
+  }
+}
+
+void add_loops(const node_insight& node, std::vector<finding>& found) {
+  for (const char* loop : {"line", "client rx", "client tx"}) {
+    const auto* down = open_event(node, loop, {"loopDown"}, {"loopUp"});
+    if (down == nullptr) continue;
+    found.push_back({cause::loop_down, loop,
+                     fmt::format("The {} loop is down: {}", loop, detail(*down, "reason")),
+                     "It is set up anew every second.", "", down->time});
+  }
+}
+
+void add_rest(const node_insight& node, std::vector<finding>& found) {
+  for (const auto& each : node.hunting) {
+    found.push_back({cause::hunting, each, fmt::format("{} hunts: it steps to and fro", each), "",
+                     "Look at the noise of the monitor and at what moves the light.", ""});
+  }
+  for (const auto& each : node.guards) {
+    found.push_back({cause::guard, each.on,
+                     fmt::format("Guard {} is at work on {}: {}", each.name, each.on, each.reason),
+                     "", "", each.since});
+  }
+}
+
+std::string since_text(const std::string& since, const node_insight& node) {
+  constexpr std::size_t date = 11;
+  constexpr std::size_t clock = 8;
+  if (since.size() < date + clock) return "";
+  const auto began = seconds_of(since);
+  const auto ago = node.now && began ? fmt::format(" ({} s ago)", *node.now - *began) : "";
+  return fmt::format(" since {} UTC{}", since.substr(date, clock), ago);
+}
+
+}  // namespace
+
+const char* name_of(cause of) {
+  return names.at(static_cast<std::size_t>(of));
+}
+
+std::vector<finding> findings_of(const node_insight& node) {
+  std::vector<finding> found;
+  add_node_causes(node, found);
+  add_devices(node, found);
+  add_line(node, found);
+  add_ladders(node, found);
+  add_channels(node, found);
+  add_loops(node, found);
+  add_rest(node, found);
+  std::stable_sort(found.begin(), found.end(),
+                   [](const finding& one, const finding& other) { return one.of < other.of; });
+  return found;
+}
+
+std::string full_sentence(const finding& what, const node_insight& node) {
+  auto text = capital(what.sentence);
+  while (text.ends_with('.'))
+    text.pop_back();
+  const auto since = since_text(what.since, node);
+  return text + (since.empty() ? "." : fmt::format("; so{}.", since));
+}
+
+bool needs_person(const std::vector<finding>& findings) {
+  return std::any_of(findings.begin(), findings.end(),
+                     [](const finding& each) { return each.needs_person(); });
+}
+
+namespace {
+
+std::string signed_db(const figure& value) {
+  return value ? fmt::format("{:+.2f} dB", *value) : "unknown";
+}
+
+std::string figures_text(const channel& of) {
+  std::vector<std::string> told;
+  if (of.target && of.measured) {
+    told.push_back(fmt::format("{:.2f} dBm measured, {:.2f} dBm wanted, {}", *of.measured,
+                               *of.target, signed_db(of.error)));
+  }
+  if (of.attenuation) told.push_back(fmt::format("attenuation {:.1f} dB", *of.attenuation));
+  if (of.headroom_up && of.headroom_down) {
+    told.push_back(fmt::format("{:.1f} dB more and {:.1f} dB less light possible", *of.headroom_up,
+                               *of.headroom_down));
+  }
+  if (of.steps_last_hour)
+    told.push_back(fmt::format("{:.0f} steps in the last hour", *of.steps_last_hour));
+  return fmt::format("{}", fmt::join(told, "; "));
+}
+
+}  // namespace
+
+std::vector<std::string> channel_sentences(const node_insight& node, const channel_place& place) {
+  std::vector<std::string> sentences;
+  for (const auto& each : node.channels) {
+    if (each.place.id != place.id) continue;
+    sentences.push_back(fmt::format("{} is {}: {}.", label(each), each.state_text, each.why));
+    if (const auto figures = figures_text(each); !figures.empty()) {
+      sentences.push_back("  " + figures + ".");
+    }
+  }
+  return sentences;
+}
+
+std::vector<std::string> line_sentences(const node_insight& node) {
+  const auto& line = node.of_line;
+  std::vector<std::string> sentences{fmt::format("The line is {}: {}.", line.state_text, line.why)};
+  if (line.headroom_up && line.headroom_down) {
+    sentences.push_back(fmt::format("  The VOA can give {:.1f} dB more and {:.1f} dB less light.",
+                                    *line.headroom_up, *line.headroom_down));
+  }
+  for (const auto& side : node.ladders) {
+    for (const auto& each : side.rungs) {
+      const auto dbm = [](const figure& value) {
+        return value ? fmt::format("{:.1f} dBm", *value) : "unknown";
+      };
+      sentences.push_back(
+          fmt::format("  {} {}{}: expected {}, measured {}{}", side.side, each.point,
+                      each.is_wrong ? " (WRONG)" : "", dbm(each.expected), dbm(each.measured),
+                      each.difference ? fmt::format(", {:+.1f} dB", *each.difference) : ""));
+    }
+  }
+  return sentences;
+}
+
+}  // namespace tools::insight

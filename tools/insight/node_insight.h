@@ -1,0 +1,82 @@
+// What the daemon tells of itself below "insight/", as plain data: for the diagnosis, the lab's
+// screen and its verdict. Nothing is worked out here a second time. Pure.
+//
+// Powers in dBm at the amplifier, differences, headroom and losses in dB, ages in seconds.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "states/channel_state.h"
+#include "states/line_state.h"
+#include "tools/common/readings.h"
+#include "tools/insight/channel_name.h"
+#include "tools/insight/event_text.h"
+
+namespace tools::insight {
+
+using figure = std::optional<double>;
+
+struct channel {
+  channel_place place;
+  bool is_rx = true;
+  std::optional<states::channel_state> state;
+  std::string state_text, why;
+  figure target, measured, error, dead_band, headroom_up, headroom_down, age, steps_last_hour;
+  figure attenuation;
+  bool is_wanted = false;  ///< administratively up: darkness is a fault
+};
+
+struct line {
+  std::optional<states::line_state> state;
+  std::string state_text, why;
+  figure headroom_up, headroom_down, steps_last_hour;
+};
+
+struct device {
+  std::string name;
+  std::optional<bool> alive;
+  figure age;
+};
+
+struct rung {
+  std::string point, basis;  ///< where, and what the expectation rests on or why there is none
+  figure expected, measured, difference;
+  bool is_wrong = false;
+};
+
+struct ladder {
+  std::string side;  ///< "rx", "tx"
+  std::vector<rung> rungs;
+};
+
+struct active_guard {
+  std::string name, on, since, reason;
+};
+
+struct node_insight {
+  std::string summary, product, automation_mode, peer;
+  bool is_configured = true;      ///< management has said that the parameters are complete
+  std::vector<channel> channels;  ///< ascending frequency, rx before tx
+  line of_line;
+  std::vector<device> devices;
+  std::vector<ladder> ladders;
+  std::vector<active_guard> guards;
+  std::vector<std::string> hunting;  ///< "192.30 rx", "line"
+  std::vector<event> events;         ///< oldest first
+  std::optional<long> now;           ///< seconds since 1970, where the diagnosis may tell how long
+};
+
+/// What has to be read for it, each a pattern or path of the daemon's tree.
+const std::vector<const char*>& insight_patterns();
+
+node_insight insight_of(const readings& read, std::vector<event> events = {});
+
+/// The places of all channels of either side.
+std::vector<channel_place> places_of(const node_insight& node);
+
+/// 8.4 of a device's "voa", "attenuation"; empty where it is not told.
+figure device_figure(const readings& read, const std::string& device, const std::string& name);
+
+}  // namespace tools::insight
