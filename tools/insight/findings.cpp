@@ -81,13 +81,18 @@ std::string event_subject(const channel& of) {
 
 void add_node_causes(const node_insight& node, std::vector<finding>& found) {
   const auto* failed = open_event(node, "", {"startFailed"}, {"loopUp"});
-  // What the node could not start without is over as soon as it is configured and has channels.
-  if (failed != nullptr && node.channels.empty()) {
+  // What the node could not start without is over once it tells of itself.
+  if (failed != nullptr && !node.tells_of_itself) {
     found.push_back({cause::start_failed, failed->on,
                      fmt::format("The node cannot start: {}", detail(*failed, "reason")),
                      "It tries again once a second.", detail(*failed, "remedy"), failed->time});
   }
-  if (!node.is_configured) {
+  if (failed == nullptr && !node.tells_of_itself) {
+    found.push_back({cause::start_failed, "node",
+                     "The daemon is still starting, or waits for what it needs to start", "",
+                     "Look at its log: it says what it waits for.", ""});
+  }
+  if (!node.is_configured && node.tells_of_itself) {
     found.push_back({cause::not_configured, "node",
                      "Nothing is regulated: the node waits for its configuration", "",
                      "Write its parameters, then set config/redisConfigStatus to true.", ""});
@@ -157,18 +162,21 @@ void add_line(const node_insight& node, std::vector<finding>& found) {
 
 void add_ladders(const node_insight& node, std::vector<finding>& found) {
   for (const auto& side : node.ladders) {
-    for (const auto& each : side.rungs) {
-      if (!each.is_wrong) continue;
-      auto figures = each.difference ? fmt::format("{:+.1f} dB", *each.difference) : "";
-      if (each.expected && each.measured) {
-        figures +=
-            fmt::format(" ({:.1f} dBm expected, {:.1f} measured)", *each.expected, *each.measured);
-      }
-      found.push_back(
-          {cause::light_path, fmt::format("{} {}", side.side, each.point),
-           fmt::format("The light is off at {} ({}): {}", each.point, side.side, figures), "",
-           "Clean and look at what lies in front of that point.", ""});
-    }
+    const auto wrong = std::find_if(side.rungs.begin(), side.rungs.end(),
+                                    [](const rung& each) { return each.is_wrong; });
+    if (wrong == side.rungs.end()) continue;
+    const bool monitor = side.fault == "monitor";
+    const auto* way = side.side == "rx" ? "goes out" : "comes in";
+    found.push_back(
+        {monitor ? cause::calibration : cause::light_path,
+         fmt::format("{} {}", side.side, wrong->point),
+         monitor ? fmt::format("Calibration and monitor do not fit ({}): {}", side.side, side.why)
+                 : fmt::format("The light that {} is off: {}", way, side.why),
+         "",
+         monitor ? "Compare the calibration file with the board, and the monitor with a "
+                   "meter."
+                 : "Clean and look at what lies there; the ladder shows each point.",
+         ""});
   }
 }
 
@@ -281,13 +289,18 @@ void add_rest(const node_insight& node, std::vector<finding>& found) {
   }
 }
 
+std::string span_text(long seconds) {
+  if (seconds < 120) return fmt::format("{} s", seconds);
+  return seconds < 7200 ? fmt::format("{} min", seconds / 60) : fmt::format("{} h", seconds / 3600);
+}
+
 std::string since_text(const std::string& since, const node_insight& node) {
   constexpr std::size_t date = 11;
   constexpr std::size_t clock = 8;
   if (since.size() < date + clock) return "";
   const auto began = seconds_of(since);
-  const auto ago = node.now && began ? fmt::format(" ({} s ago)", *node.now - *began) : "";
-  return fmt::format(" since {} UTC{}", since.substr(date, clock), ago);
+  const auto ago = node.now && began ? fmt::format(", {}", span_text(*node.now - *began)) : "";
+  return fmt::format(" (since {} UTC{})", since.substr(date, clock), ago);
 }
 
 }  // namespace
@@ -314,8 +327,9 @@ std::string full_sentence(const finding& what, const node_insight& node) {
   auto text = capital(what.sentence);
   while (text.ends_with('.'))
     text.pop_back();
-  const auto since = since_text(what.since, node);
-  return text + (since.empty() ? "." : fmt::format("; so{}.", since));
+  const auto colon = text.find(": ");
+  text.insert(colon == text.npos ? text.size() : colon, since_text(what.since, node));
+  return text + ".";
 }
 
 bool needs_person(const std::vector<finding>& findings) {
@@ -359,6 +373,16 @@ std::vector<std::string> channel_sentences(const node_insight& node, const chann
   return sentences;
 }
 
+std::string rung_text(const rung& of) {
+  const auto told = [&](const figure& value) {
+    return value ? fmt::format("{:6.1f} {:<3}", *value, of.unit) : std::string("   unknown");
+  };
+  return fmt::format("{:<10} expected {}  measured {}  {:>8}  {}{}", of.point, told(of.expected),
+                     told(of.measured),
+                     of.difference ? fmt::format("{:+.1f} dB", *of.difference) : "",
+                     of.is_wrong ? "WRONG; " : "", of.basis);
+}
+
 std::vector<std::string> line_sentences(const node_insight& node) {
   const auto& line = node.of_line;
   std::vector<std::string> sentences{fmt::format("The line is {}: {}.", line.state_text, line.why)};
@@ -367,15 +391,8 @@ std::vector<std::string> line_sentences(const node_insight& node) {
                                     *line.headroom_up, *line.headroom_down));
   }
   for (const auto& side : node.ladders) {
-    for (const auto& each : side.rungs) {
-      const auto dbm = [](const figure& value) {
-        return value ? fmt::format("{:.1f} dBm", *value) : "unknown";
-      };
-      sentences.push_back(
-          fmt::format("  {} {}{}: expected {}, measured {}{}", side.side, each.point,
-                      each.is_wrong ? " (WRONG)" : "", dbm(each.expected), dbm(each.measured),
-                      each.difference ? fmt::format(", {:+.1f} dB", *each.difference) : ""));
-    }
+    for (const auto& each : side.rungs)
+      sentences.push_back("  " + side.side + " " + rung_text(each));
   }
   return sentences;
 }

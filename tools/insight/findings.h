@@ -58,9 +58,11 @@ std::vector<finding> findings_of(const node_insight& node);
 
 /// Of one channel, both directions, and of the line: what is wrong there, or how it stands.
 std::vector<std::string> channel_sentences(const node_insight& node, const channel_place& place);
+/// One point of a ladder as a line of text.
+std::string rung_text(const rung& of);
 std::vector<std::string> line_sentences(const node_insight& node);
 
-/// "The booster does not answer since 12:03:10 (14 s)."
+/// "The fibre is cut or unplugged (since 12:03:10 UTC, 14 s): no light comes in."
 std::string full_sentence(const finding& what, const node_insight& node);
 
 bool needs_person(const std::vector<finding>& findings);

@@ -9,6 +9,7 @@
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/nx_error.h"
 #include "platform/wire/shown_text.h"
+#include "tools/common/units.h"
 #include "tools/common/value_text.h"
 
 namespace tools::insight {
@@ -92,33 +93,58 @@ line line_of(const readings& read) {
   return found;
 }
 
+std::string shown_value(const readings& read, const std::string& path) {
+  if (const auto number = read.number(path)) {
+    const auto unit = unit_of(path);
+    return fmt::format("{:.1f}{}{}", *number, unit.empty() ? "" : " ", unit);
+  }
+  if (const auto flag = read.flag(path)) return *flag ? "yes" : "no";
+  return read.text(path).value_or("-");
+}
+
 std::vector<device> devices_of(const readings& read) {
   constexpr std::string_view before = "insight/device/";
-  constexpr std::string_view after = "/alive";
   std::vector<device> devices;
   for (const auto& path : read.paths_below(std::string(before))) {
-    if (!path.ends_with(after)) continue;
-    const auto name = path.substr(before.size(), path.size() - before.size() - after.size());
-    devices.push_back({name, read.flag(path), read.number(std::string(before) + name + "/age")});
+    const auto slash = path.find('/', before.size());
+    if (slash == path.npos) continue;
+    const auto name = path.substr(before.size(), slash - before.size());
+    const auto figure = path.substr(slash + 1);
+    if (devices.empty() || devices.back().name != name) devices.push_back({name, {}, {}, {}});
+    auto& device = devices.back();
+    if (figure == "alive") {
+      device.alive = read.flag(path);
+    } else if (figure == "age") {
+      device.age = read.number(path);
+    } else {
+      device.values.emplace_back(figure, shown_value(read, path));
+    }
   }
   return devices;
 }
 
 rung rung_of(const nx::json_value& of) {
-  rung found{word_in(of, "point"), word_in(of, "basis"), figure_in(of, "expected"),
-             figure_in(of, "measured"), figure_in(of, "difference")};
+  rung found;
+  found.point = word_in(of, "point");
+  found.basis = word_in(of, "basis");
+  found.unit = word_in(of, "unit");
+  found.expected = figure_in(of, "expected");
+  found.measured = figure_in(of, "measured");
+  found.difference = figure_in(of, "difference");
   found.is_wrong = flag_in(of, "wrong");
   return found;
 }
 
 ladder ladder_of(const readings& read, const char* side) {
   const auto document = document_at(read, std::string("insight/ladder/") + side);
-  ladder found{side, {}};
+  ladder found{side, word_in(document, "why"), {}, {}};
   if (!document.IsObject() || !document.HasMember("rungs") || !document["rungs"].IsArray()) {
     return found;
   }
-  for (const auto& of : document["rungs"].GetArray())
+  for (const auto& of : document["rungs"].GetArray()) {
     found.rungs.push_back(rung_of(of));
+    if (found.rungs.back().is_wrong) found.fault = word_in(of, "fault");
+  }
   return found;
 }
 
@@ -162,6 +188,8 @@ node_insight insight_of(const readings& read, std::vector<event> events) {
   node.is_configured = read.flag("config/redisConfigStatus").value_or(false);
   node.channels = channels_of(read);
   node.of_line = line_of(read);
+  node.turn = word_in(document_at(read, "insight/cycle"), "turn");
+  node.tells_of_itself = !node.summary.empty() || !node.of_line.state_text.empty();
   node.devices = devices_of(read);
   node.ladders = {ladder_of(read, "rx"), ladder_of(read, "tx")};
   node.guards = guards_of(read);
@@ -175,10 +203,6 @@ std::vector<channel_place> places_of(const node_insight& node) {
     if (places.empty() || places.back().id != each.place.id) places.push_back(each.place);
   }
   return places;
-}
-
-figure device_figure(const readings& read, const std::string& device, const std::string& name) {
-  return read.number(fmt::format("insight/device/{}/{}", device, name));
 }
 
 }  // namespace tools::insight

@@ -38,16 +38,20 @@ struct device {
   std::string name;
   std::optional<bool> alive;
   figure age;
+  std::vector<std::pair<std::string, std::string>> values;  ///< "gain", "20 dB"
 };
 
 struct rung {
   std::string point, basis;  ///< where, and what the expectation rests on or why there is none
+  std::string unit;          ///< "dBm", or "dB" of a fibre's loss
   figure expected, measured, difference;
   bool is_wrong = false;
 };
 
 struct ladder {
-  std::string side;  ///< "rx", "tx"
+  std::string side;   ///< "rx", "tx"
+  std::string why;    ///< what is wrong on it; empty when nothing is
+  std::string fault;  ///< of the wrong rung: "connector", "monitor"
   std::vector<rung> rungs;
 };
 
@@ -57,6 +61,8 @@ struct active_guard {
 
 struct node_insight {
   std::string summary, product, automation_mode, peer;
+  std::string turn;               ///< of the last cycle: "client rx", "line"
+  bool tells_of_itself = true;    ///< false before the daemon has built the node
   bool is_configured = true;      ///< management has said that the parameters are complete
   std::vector<channel> channels;  ///< ascending frequency, rx before tx
   line of_line;
@@ -75,8 +81,5 @@ node_insight insight_of(const readings& read, std::vector<event> events = {});
 
 /// The places of all channels of either side.
 std::vector<channel_place> places_of(const node_insight& node);
-
-/// 8.4 of a device's "voa", "attenuation"; empty where it is not told.
-figure device_figure(const readings& read, const std::string& device, const std::string& name);
 
 }  // namespace tools::insight

@@ -136,7 +136,7 @@ TEST(findings, tell_since_when) {
   auto node = insight_of(read, {at_noon("cut", "line")});
   node.now = seconds_of(noon).value() + 14;
   EXPECT_EQ(full_sentence(findings_of(node).front(), node),
-            "The fibre is cut or unplugged: no light; so since 12:00:00 UTC (14 s ago).");
+            "The fibre is cut or unplugged (since 12:00:00 UTC, 14 s): no light.");
 }
 
 TEST(find_channel, takes_frequencies_wavelengths_and_names) {
