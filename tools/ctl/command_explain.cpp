@@ -7,8 +7,8 @@
 #include <chrono>
 #include <memory>
 
-#include "platform/nexel_client/nx_client_exception.h"
 #include "platform/wire/json_conversion.h"
+#include "platform/wire/nx_client_exception.h"
 #include "tools/common/readings.h"
 #include "tools/ctl/context.h"
 #include "tools/ctl/exit_code.h"
@@ -21,8 +21,6 @@ namespace {
 
 using insight::finding;
 using insight::node_insight;
-
-constexpr std::int32_t no_such_path = -2;
 
 long seconds_now() {
   return std::chrono::duration_cast<std::chrono::seconds>(
@@ -50,7 +48,7 @@ readings read_all(context& with) {
     try {
       read.put_all(with.ask("get", pattern));
     } catch (const nx_client_exception& error) {
-      if (error.code == -107 || error.code == -110) throw;
+      if (error.code == nx_error::not_connected || error.code == nx_error::no_answer) throw;
     }
   }
   return read;

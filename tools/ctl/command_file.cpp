@@ -11,9 +11,9 @@
 #include <iterator>
 #include <memory>
 
-#include "platform/nexel_client/nx_client_exception.h"
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_rpc.h"
+#include "platform/wire/nx_client_exception.h"
 #include "tools/common/value_text.h"
 #include "tools/ctl/context.h"
 #include "tools/ctl/exit_code.h"
@@ -111,7 +111,7 @@ void load_one(context& with, const std::string& path, const std::string& value,
     with.ask("set", path, ",\"value\":" + value);
     into.written.emplace_back(path, value);
   } catch (const nx_client_exception& error) {
-    if (error.code == -107 || error.code == -110) throw;
+    if (error.code == nx_error::not_connected || error.code == nx_error::no_answer) throw;
     into.refused.emplace_back(path, error_text({error.code, error.message}));
   }
 }
@@ -137,7 +137,7 @@ outcome load_all(context& with, const parameter_file& file) {
       result.refused.emplace_back(at->first, error_text({error.code, error.message}));
       for (auto rest = at + 1; rest != file.parameters.end(); ++rest)
         result.untried.push_back(rest->first);
-      result.code = error.code == -110 ? exit_no_answer : exit_not_connected;
+      result.code = error.code == nx_error::no_answer ? exit_no_answer : exit_not_connected;
       return result;
     }
   }

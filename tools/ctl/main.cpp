@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "platform/nexel_client/line_client.h"
-#include "platform/nexel_client/nx_client_exception.h"
 #include "platform/wire/json_rpc.h"
+#include "platform/wire/nx_client_exception.h"
 #include "platform/wire/shown_text.h"
 #include "tools/ctl/context.h"
 #include "tools/ctl/endpoint.h"
@@ -86,7 +86,7 @@ void declare(CLI::App& app, options& given, action& chosen) {
   declare_file_commands(app, chosen);
 }
 
-constexpr std::int32_t wrong_words = -22;
+constexpr std::int32_t wrong_words = nx_error::invalid;
 
 /// With --json a failure is an answer as well.
 void print_json(const nx_error& error) {
@@ -127,9 +127,9 @@ int perform_guarded(const options& given, const action& chosen) {
   try {
     return perform(given, chosen);
   } catch (const nx_client_exception& error) {
-    const auto code = error.code == -107   ? exit_not_connected
-                      : error.code == -110 ? exit_no_answer
-                                           : exit_refused;
+    const auto code = error.code == nx_error::not_connected ? exit_not_connected
+                      : error.code == nx_error::no_answer   ? exit_no_answer
+                                                            : exit_refused;
     return fail(code, {error.code, error.message}, given.json);
   } catch (const usage_error& error) {
     return fail(exit_usage, {wrong_words, error.what()}, given.json);

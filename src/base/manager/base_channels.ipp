@@ -41,8 +41,9 @@ void base<RX_T, TX_T>::tell_channel(::insight::event_kind kind, const char* dire
 template <class RX_T, class TX_T>
 bool base<RX_T, TX_T>::add_channel(const nx::json_document& request) {
   const auto add = [&] {
-    if (!db_) throw nx_error(-5, "Database not initialized.");
-    if (!redis::instance().is_connected()) throw nx_error(-5, "Redis not connected.");
+    if (!db_) throw nx_error(nx_error::io_failed, "Database not initialized.");
+    if (!redis::instance().is_connected())
+      throw nx_error(nx_error::io_failed, "Redis not connected.");
     const auto members = read_channel_request(request);
     const auto version = redis::instance().get_release_version();
     check_add_structure(members);
@@ -78,7 +79,8 @@ void base<RX_T, TX_T>::add_in_directions(const channel_request& request,
 template <class RX_T, class TX_T>
 bool base<RX_T, TX_T>::remove_channel(const nx::json_document& request) {
   const auto remove = [&] {
-    if (!redis::instance().is_connected()) throw nx_error(-5, "Redis not connected.");
+    if (!redis::instance().is_connected())
+      throw nx_error(nx_error::io_failed, "Redis not connected.");
     const auto members = read_channel_request(request);
     check_remove_structure(members);
     check_remove_limits(members);
