@@ -16,30 +16,30 @@ namespace {
 using states::channel_state;
 using states::line_state;
 
-constexpr std::array names{"startFailed",
-                           "notConfigured",
-                           "regulationStopped",
-                           "deviceSilent",
-                           "fibreCut",
-                           "linkDown",
-                           "peerLost",
-                           "peerStandsStill",
-                           "lineDevice",
-                           "calibration",
-                           "lightPath",
-                           "farPreampSaturated",
-                           "amplifierSaturated",
-                           "channelDark",
-                           "channelExhausted",
-                           "lineExhausted",
-                           "channelUnreadable",
-                           "loopDown",
-                           "hunting",
-                           "peerUnknown",
-                           "noPeer",
-                           "guard",
-                           "underWay"};
-static_assert(names.size() == static_cast<std::size_t>(cause::under_way) + 1);
+constexpr std::array cause_names{"startFailed",
+                                 "notConfigured",
+                                 "regulationStopped",
+                                 "deviceSilent",
+                                 "fibreCut",
+                                 "linkDown",
+                                 "peerLost",
+                                 "peerStandsStill",
+                                 "lineDevice",
+                                 "calibration",
+                                 "lightPath",
+                                 "farPreampSaturated",
+                                 "amplifierSaturated",
+                                 "channelDark",
+                                 "channelExhausted",
+                                 "lineExhausted",
+                                 "channelUnreadable",
+                                 "loopDown",
+                                 "hunting",
+                                 "peerUnknown",
+                                 "noPeer",
+                                 "guard",
+                                 "underWay"};
+static_assert(cause_names.size() == static_cast<std::size_t>(cause::under_way) + 1);
 
 // An attenuator of the line that stands this far closed gives hardly any light away.
 constexpr std::size_t named_at_most = 4;
@@ -79,15 +79,21 @@ std::string event_subject(const channel& of) {
   return fmt::format("client {} {}", of.is_rx ? "rx" : "tx", of.place.id);
 }
 
+bool is_found(const std::vector<finding>& found, cause of) {
+  return std::any_of(found.begin(), found.end(), [of](const auto& each) { return each.of == of; });
+}
+
 void add_node_causes(const node_insight& node, std::vector<finding>& found) {
+  for (const auto& each : node.start)
+    found.push_back({cause::start_failed, "node", each, "", "", ""});
   const auto* failed = open_event(node, "", {"startFailed"}, {"loopUp"});
   // What the node could not start without is over once it tells of itself.
-  if (failed != nullptr && !node.tells_of_itself) {
+  if (failed != nullptr && !node.tells_of_itself && node.start.empty()) {
     found.push_back({cause::start_failed, failed->on,
                      fmt::format("The node cannot start: {}", detail(*failed, "reason")),
                      "It tries again once a second.", detail(*failed, "remedy"), failed->time});
   }
-  if (failed == nullptr && !node.tells_of_itself) {
+  if (failed == nullptr && !node.tells_of_itself && node.start.empty()) {
     found.push_back({cause::start_failed, "node",
                      "The daemon is still starting, or waits for what it needs to start", "",
                      "Look at its log: it says what it waits for.", ""});
@@ -143,11 +149,13 @@ void add_line(const node_insight& node, std::vector<finding>& found) {
   if (row == line_rows.end()) {
     if (state && states::row_of(*state).how == states::severity::working) {
       found.push_back({cause::under_way, "line",
-                       fmt::format("The line is {}: {}", node.of_line.state_text, node.of_line.why),
+                       fmt::format("The line is on its way ({}): {}", node.of_line.state_text,
+                                   node.of_line.why),
                        "", "", ""});
     }
     return;
   }
+  if (row->of == cause::line_device && is_found(found, cause::device_silent)) return;
   finding line{row->of, "line", fmt::format("{}: {}", row->head, node.of_line.why), "", "", ""};
   if (*row->event != '\0') line.since = time_of(open_event(node, "line", {row->event}, {"mended"}));
   const auto* lost = open_event(node, "peer", {"peerLost"}, {"peerIdentified"});
@@ -160,23 +168,50 @@ void add_line(const node_insight& node, std::vector<finding>& found) {
   found.push_back(std::move(line));
 }
 
+std::string frequencies_of(const node_insight& node, const std::vector<unsigned>& ids) {
+  std::vector<std::string> names;
+  for (const auto& place : places_of(node)) {
+    const bool meant = std::find(ids.begin(), ids.end(), place.id) != ids.end();
+    if (meant && names.size() < named_at_most) names.push_back(thz_text(place.frequency));
+  }
+  const auto more = ids.size() - std::min(ids.size(), names.size());
+  return fmt::format("{}{}", fmt::join(names, ", "),
+                     more > 0 ? fmt::format(" and {} more", more) : "");
+}
+
+finding ladder_finding(const node_insight& node, const ladder& side, const rung& wrong) {
+  if (side.fault == "monitor") {
+    return {cause::calibration,
+            side.side + " " + wrong.point,
+            fmt::format("Calibration and monitor do not fit ({}): {}", side.side, side.why),
+            "",
+            "Compare the calibration file with the board, and the monitor with a meter.",
+            ""};
+  }
+  if (!wrong.wrong_channels.empty()) {
+    const auto names = frequencies_of(node, wrong.wrong_channels);
+    return {cause::light_path,
+            names + " " + side.side,
+            fmt::format("The light of {} is off: {}", names, side.why),
+            "",
+            "Look at the client, its patch cord and its port.",
+            ""};
+  }
+  return {cause::light_path,
+          side.side + " " + wrong.point,
+          fmt::format("The light that {} is off: {}", side.side == "rx" ? "goes out" : "comes in",
+                      side.why),
+          "",
+          "Clean and look at what lies there; the ladder shows each point.",
+          ""};
+}
+
 void add_ladders(const node_insight& node, std::vector<finding>& found) {
   for (const auto& side : node.ladders) {
     const auto wrong = std::find_if(side.rungs.begin(), side.rungs.end(),
                                     [](const rung& each) { return each.is_wrong; });
     if (wrong == side.rungs.end()) continue;
-    const bool monitor = side.fault == "monitor";
-    const auto* way = side.side == "rx" ? "goes out" : "comes in";
-    found.push_back(
-        {monitor ? cause::calibration : cause::light_path,
-         fmt::format("{} {}", side.side, wrong->point),
-         monitor ? fmt::format("Calibration and monitor do not fit ({}): {}", side.side, side.why)
-                 : fmt::format("The light that {} is off: {}", way, side.why),
-         "",
-         monitor ? "Compare the calibration file with the board, and the monitor with a "
-                   "meter."
-                 : "Clean and look at what lies there; the ladder shows each point.",
-         ""});
+    found.push_back(ladder_finding(node, side, *wrong));
   }
 }
 
@@ -207,9 +242,11 @@ std::optional<cause> cause_of(const node_insight& node, const channel& of) {
     case channel_state::reading_unknown:
       return cause::channel_unreadable;
     case channel_state::dark: {
-      const bool went_dark =
-          open_event(node, event_subject(of), {"dark"}, {"lit", "channelRemoved"}) != nullptr;
-      return went_dark || of.is_wanted ? std::make_optional(cause::channel_dark) : std::nullopt;
+      // Without a fibre the amplifiers are off, and everything is dark behind them.
+      if (node.of_line.state == line_state::no_fibre) return std::nullopt;
+      const bool is_missed = of.has_been_lit || of.is_wanted ||
+                             open_event(node, event_subject(of), {"dark"}, {"lit"}) != nullptr;
+      return is_missed ? std::make_optional(cause::channel_dark) : std::nullopt;
     }
     default:
       return states::row_of(*of.state).how == states::severity::working
@@ -227,11 +264,11 @@ struct channel_words {
 channel_words words_of(cause of, bool is_rx) {
   switch (of) {
     case cause::channel_dark:
-      return is_rx
-                 ? channel_words{"has no light from its client", "have no light from their clients",
-                                 "Look at the client: its laser, its wavelength, its patch cord."}
-                 : channel_words{"does not arrive from the line", "do not arrive from the line",
-                                 "Look at the channel at the far node."};
+      return is_rx ? channel_words{"is dark, its laser off, off its frequency or unplugged",
+                                   "are dark, their lasers off, off their frequencies or unplugged",
+                                   "Look at the client: its laser, its frequency, its patch cord."}
+                   : channel_words{"does not arrive from the line", "do not arrive from the line",
+                                   "Look at the channel at the far node."};
     case cause::channel_exhausted:
       return {"cannot reach its target", "cannot reach their targets",
               "Look at the power of the client, or change what is wanted of the channel."};
@@ -251,7 +288,10 @@ channel_words words_of(cause of, bool is_rx) {
 void add_channels(const node_insight& node, std::vector<finding>& found) {
   std::map<std::pair<cause, bool>, std::vector<const channel*>> groups;
   for (const auto& each : node.channels) {
-    if (const auto of = cause_of(node, each)) groups[{*of, !each.is_rx}].push_back(&each);
+    const auto of = cause_of(node, each);
+    // The device is told already, and so is its loop.
+    const bool is_told = of == cause::loop_down && is_found(found, cause::device_silent);
+    if (of && !is_told) groups[{*of, !each.is_rx}].push_back(&each);
   }
   for (const auto& [key, channels] : groups) {
     const auto& first = *channels.front();
@@ -306,7 +346,7 @@ std::string since_text(const std::string& since, const node_insight& node) {
 }  // namespace
 
 const char* name_of(cause of) {
-  return names.at(static_cast<std::size_t>(of));
+  return cause_names.at(static_cast<std::size_t>(of));
 }
 
 std::vector<finding> findings_of(const node_insight& node) {
@@ -365,7 +405,7 @@ std::vector<std::string> channel_sentences(const node_insight& node, const chann
   std::vector<std::string> sentences;
   for (const auto& each : node.channels) {
     if (each.place.id != place.id) continue;
-    sentences.push_back(fmt::format("{} is {}: {}.", label(each), each.state_text, each.why));
+    sentences.push_back(fmt::format("{} ({}): {}.", label(each), each.state_text, each.why));
     if (const auto figures = figures_text(each); !figures.empty()) {
       sentences.push_back("  " + figures + ".");
     }
@@ -385,7 +425,7 @@ std::string rung_text(const rung& of) {
 
 std::vector<std::string> line_sentences(const node_insight& node) {
   const auto& line = node.of_line;
-  std::vector<std::string> sentences{fmt::format("The line is {}: {}.", line.state_text, line.why)};
+  std::vector<std::string> sentences{fmt::format("Line ({}): {}.", line.state_text, line.why)};
   if (line.headroom_up && line.headroom_down) {
     sentences.push_back(fmt::format("  The VOA can give {:.1f} dB more and {:.1f} dB less light.",
                                     *line.headroom_up, *line.headroom_down));

@@ -66,6 +66,7 @@ channel channel_of(const readings& read, unsigned id, const char* side) {
   }
   found.attenuation = read.number(data + "attenuation");
   const auto config = fmt::format("config/client/{}/{}/", id, side);
+  found.has_been_lit = read.has(base + "arrival");
   found.is_wanted = read.text(config + "adminStatus") == "up";
   return found;
 }
@@ -132,6 +133,11 @@ rung rung_of(const nx::json_value& of) {
   found.measured = figure_in(of, "measured");
   found.difference = figure_in(of, "difference");
   found.is_wrong = flag_in(of, "wrong");
+  if (!of.IsObject() || !of.HasMember("channels") || !of["channels"].IsArray()) return found;
+  for (const auto& each : of["channels"].GetArray()) {
+    const auto id = figure_in(each, "channel");
+    if (id && flag_in(each, "wrong")) found.wrong_channels.push_back(static_cast<unsigned>(*id));
+  }
   return found;
 }
 
@@ -165,6 +171,18 @@ std::vector<active_guard> guards_of(const readings& read) {
   return guards;
 }
 
+/// What has come as an escape since a text of a tree may not break lines.
+std::vector<std::string> lines_in(std::string text) {
+  constexpr std::string_view line_end = "\\n";
+  std::vector<std::string> lines;
+  while (!text.empty()) {
+    const auto end = std::min(text.find(line_end), text.size());
+    if (end > 0) lines.push_back(text.substr(0, end));
+    text.erase(0, end + line_end.size());
+  }
+  return lines;
+}
+
 }  // namespace
 
 const std::vector<const char*>& insight_patterns() {
@@ -188,6 +206,7 @@ node_insight insight_of(const readings& read, std::vector<event> events) {
   node.is_configured = read.flag("config/redisConfigStatus").value_or(false);
   node.channels = channels_of(read);
   node.of_line = line_of(read);
+  node.start = lines_in(read.text("insight/start").value_or(""));
   node.turn = word_in(document_at(read, "insight/cycle"), "turn");
   node.tells_of_itself = !node.summary.empty() || !node.of_line.state_text.empty();
   node.devices = devices_of(read);

@@ -25,7 +25,8 @@ struct channel {
   std::string state_text, why;
   figure target, measured, error, dead_band, headroom_up, headroom_down, age, steps_last_hour;
   figure attenuation;
-  bool is_wanted = false;  ///< administratively up: darkness is a fault
+  bool is_wanted = false;     ///< administratively up: darkness is a fault
+  bool has_been_lit = false;  ///< since the daemon's start
 };
 
 struct line {
@@ -46,6 +47,7 @@ struct rung {
   std::string unit;          ///< "dBm", or "dB" of a fibre's loss
   figure expected, measured, difference;
   bool is_wrong = false;
+  std::vector<unsigned> wrong_channels;  ///< IDs, where single ones are off
 };
 
 struct ladder {
@@ -61,10 +63,11 @@ struct active_guard {
 
 struct node_insight {
   std::string summary, product, automation_mode, peer;
-  std::string turn;               ///< of the last cycle: "client rx", "line"
-  bool tells_of_itself = true;    ///< false before the daemon has built the node
-  bool is_configured = true;      ///< management has said that the parameters are complete
-  std::vector<channel> channels;  ///< ascending frequency, rx before tx
+  std::vector<std::string> start;  ///< what keeps the node from starting, or from starting well
+  std::string turn;                ///< of the last cycle: "client rx", "line"
+  bool tells_of_itself = true;     ///< false before the daemon has built the node
+  bool is_configured = true;       ///< management has said that the parameters are complete
+  std::vector<channel> channels;   ///< ascending frequency, rx before tx
   line of_line;
   std::vector<device> devices;
   std::vector<ladder> ladders;

@@ -15,20 +15,30 @@ namespace {
 constexpr std::chrono::milliseconds between_looks{500};
 constexpr std::chrono::seconds line_interval{1};
 
+/// A node that was started alone has nobody to miss, as long as its line is open.
+void forget_missing_peer(view& seen) {
+  constexpr double shut_db = 15.0;
+  if (seen.voa_db.value_or(0.0) >= shut_db) return;
+  std::erase_if(seen.findings, [](const auto& each) { return each.of == insight::cause::no_peer; });
+}
+
 }  // namespace
 
 session::session(supervisor& programs, user& at_terminal, const std::vector<node*>& nodes,
                  const neighbour& peer)
-    : programs_(programs), user_(at_terminal), start_(clock::now()) {
-  const bool face_to_face = peer.what != neighbour::kind::none;
+    : programs_(programs),
+      user_(at_terminal),
+      expects_peer_(peer.what != neighbour::kind::none),
+      start_(clock::now()) {
   for (auto* each : nodes) {
-    nodes_.push_back({each, convergence(each->lasers(), face_to_face)});
+    nodes_.push_back({each, convergence(each->lasers(), expects_peer_)});
   }
 }
 
 view session::look(const watched_node& at) {
   programs_.check();
   auto seen = at.of->look();
+  if (!expects_peer_) forget_missing_peer(seen);
   seen.node.now = std::chrono::duration_cast<std::chrono::seconds>(
                       std::chrono::system_clock::now().time_since_epoch())
                       .count();

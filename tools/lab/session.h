@@ -46,6 +46,7 @@ class session {
 
   supervisor& programs_;
   user& user_;
+  bool expects_peer_;
   std::vector<watched_node> nodes_;
   clock::time_point start_;
 };
