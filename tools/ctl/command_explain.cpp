@@ -55,7 +55,13 @@ readings read_all(context& with) {
 }
 
 node_insight look(context& with) {
-  auto events = events_of(with);
+  std::vector<insight::event> events;
+  try {
+    events = events_of(with);
+  } catch (const nx_client_exception& error) {
+    // A daemon that has not built its node yet has no log of it.
+    if (error.code != nx_error::not_found) throw;
+  }
   auto node = insight::insight_of(read_all(with), std::move(events));
   node.now = seconds_now();
   return node;

@@ -13,6 +13,7 @@
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/nx_error.h"
 #include "platform/wire/shown_text.h"
+#include "tools/insight/node_insight.h"
 
 namespace tools::insight {
 
@@ -203,7 +204,7 @@ std::vector<std::string> event_lines(const std::vector<event>& events,
   std::vector<std::string> lines;
   for (std::size_t at = 0; at < groups.size(); ++at) {
     lines.push_back(fmt::format("{}  {:<{}}  {}", shown_time(groups[at].first->time), subjects[at],
-                                width, nx::shown_text(what_text(groups[at]))));
+                                width, nx::shown_text(without_folders(what_text(groups[at])))));
   }
   return lines;
 }

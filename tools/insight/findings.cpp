@@ -63,7 +63,7 @@ std::string time_of(const event* what) {
 
 std::string detail(const event& what, const char* name) {
   const auto found = what.details.find(name);
-  return found == what.details.end() ? "" : found->second;
+  return found == what.details.end() ? "" : without_folders(found->second);
 }
 
 std::string capital(std::string text) {
@@ -413,11 +413,16 @@ std::vector<std::string> channel_sentences(const node_insight& node, const chann
   return sentences;
 }
 
+std::string rung_title() {
+  return fmt::format("{:<10} {:>11} {:>11} {:>8}  {}", "", "expected", "measured", "off by",
+                     "rests on");
+}
+
 std::string rung_text(const rung& of) {
   const auto told = [&](const figure& value) {
-    return value ? fmt::format("{:6.1f} {:<3}", *value, of.unit) : std::string("   unknown");
+    return value ? fmt::format("{:.1f} {:<3}", *value, of.unit) : std::string("unknown");
   };
-  return fmt::format("{:<10} expected {}  measured {}  {:>8}  {}{}", of.point, told(of.expected),
+  return fmt::format("{:<10} {:>11} {:>11} {:>8}  {}{}", of.point, told(of.expected),
                      told(of.measured),
                      of.difference ? fmt::format("{:+.1f} dB", *of.difference) : "",
                      of.is_wrong ? "WRONG; " : "", of.basis);
@@ -431,6 +436,7 @@ std::vector<std::string> line_sentences(const node_insight& node) {
                                     *line.headroom_up, *line.headroom_down));
   }
   for (const auto& side : node.ladders) {
+    if (!side.rungs.empty()) sentences.push_back("  " + side.side + " " + rung_title());
     for (const auto& each : side.rungs)
       sentences.push_back("  " + side.side + " " + rung_text(each));
   }

@@ -53,7 +53,7 @@ channel channel_of(const readings& read, unsigned id, const char* side) {
   found.is_rx = std::string_view(side) == "rx";
   found.state_text = read.text(base + "state").value_or("");
   found.state = states::channel_state_of(found.state_text);
-  found.why = read.text(base + "why").value_or("");
+  found.why = without_folders(read.text(base + "why").value_or(""));
   for (const auto& [name, into] : {std::pair{"target", &found.target},
                                    {"measured", &found.measured},
                                    {"error", &found.error},
@@ -87,7 +87,7 @@ line line_of(const readings& read) {
   line found;
   found.state_text = read.text("insight/line/state").value_or("");
   found.state = states::line_state_of(found.state_text);
-  found.why = read.text("insight/line/why").value_or("");
+  found.why = without_folders(read.text("insight/line/why").value_or(""));
   found.headroom_up = read.number("insight/line/headroomUp");
   found.headroom_down = read.number("insight/line/headroomDown");
   found.steps_last_hour = read.number("insight/line/stepsLastHour");
@@ -214,6 +214,16 @@ node_insight insight_of(const readings& read, std::vector<event> events) {
   node.guards = guards_of(read);
   node.events = std::move(events);
   return node;
+}
+
+std::string without_folders(std::string text) {
+  constexpr std::string_view folder = "/tmp/nexels/";
+  for (auto at = text.find(folder); at != text.npos; at = text.find(folder)) {
+    const auto before = text.rfind(' ', at);
+    const auto begin = before == text.npos ? 0 : before + 1;
+    text.erase(begin, at + folder.size() - begin);
+  }
+  return text;
 }
 
 std::vector<channel_place> places_of(const node_insight& node) {

@@ -82,6 +82,9 @@ const std::vector<const char*>& insight_patterns();
 
 node_insight insight_of(const readings& read, std::vector<event> events = {});
 
+/// "No answer within 2 s: booster" in place of the whole path of its socket.
+std::string without_folders(std::string text);
+
 /// The places of all channels of either side.
 std::vector<channel_place> places_of(const node_insight& node);
 

@@ -41,7 +41,9 @@ std::string figure_text(const insight::figure& value, const char* format) {
 std::string words_of(const channel_row& row) {
   const auto how = row.severity();
   const bool told = how == states::severity::person || how == states::severity::working;
-  return told && !row.of.why.empty() ? row.of.state_text + ": " + row.of.why : row.of.state_text;
+  if (!told || row.of.why.empty()) return row.of.state_text;
+  const bool repeats = row.of.why.find(row.of.state_text) != row.of.why.npos;
+  return repeats ? row.of.why : row.of.state_text + ": " + row.of.why;
 }
 
 }  // namespace

@@ -26,6 +26,7 @@ text_lines ladder_lines(const view& seen, unsigned columns, look how) {
     const auto title = side.side == "rx" ? "Light that goes out, mean of the lit channels"
                                          : "Light that comes in, mean of the lit channels";
     lines.push_back(bold(cut(title, columns), how));
+    lines.push_back(faint(cut(insight::rung_title(), columns), how));
     for (const auto& each : side.rungs) {
       const auto text = shortened(insight::rung_text(each), columns, how);
       lines.push_back(each.is_wrong ? painted(text, states::colour::red, how) : text);
@@ -46,10 +47,14 @@ text_lines device_lines(const view& seen, unsigned columns, look how) {
     for (const auto& [name, value] : each.values)
       figures.push_back(name + " " + value);
     const auto state = silent ? fmt::format("SILENT for {:.0f} s", each.age.value_or(0.0))
-                              : fmt::format("{}", fmt::join(figures, "  "));
-    const std::string indent(12, ' ');
-    for (auto& line : wrapped(fmt::format("{:<12}{}", each.name, state), columns, indent))
-      lines.push_back(silent ? painted(line, states::colour::red, how) : line);
+                              : fmt::format("{}", fmt::join(figures, ", "));
+    constexpr unsigned name_width = 12;
+    auto name = each.name;
+    for (const auto& line : wrapped(state, columns > name_width ? columns - name_width : columns)) {
+      const auto text = cut(fmt::format("{:<{}}{}", name, name_width, line), columns);
+      lines.push_back(silent ? painted(text, states::colour::red, how) : text);
+      name.clear();
+    }
   }
   if (lines.empty()) lines.emplace_back("No device has been read yet.");
   return lines;
