@@ -113,10 +113,11 @@ void add_node_causes(const node_insight& node, std::vector<finding>& found) {
 
 void add_devices(const node_insight& node, std::vector<finding>& found) {
   for (const auto& each : node.devices) {
-    if (each.alive != false) continue;
-    const auto age = each.age ? fmt::format(" for {:.0f} s", *each.age) : std::string();
+    // One that has never been asked is no more silent than alive.
+    if (each.alive != false || !each.age) continue;
     found.push_back(
-        {cause::device_silent, each.name, fmt::format("The {} has not answered{}", each.name, age),
+        {cause::device_silent, each.name,
+         fmt::format("The {} has not answered for {:.0f} s", each.name, *each.age),
          "Its loop stands still and takes it up again by itself; the other loops go on.",
          fmt::format("Look at the service of the {}, and restart it.", each.name), ""});
   }

@@ -37,6 +37,12 @@ bool channel_row::is_lit() const {
   return of.state && *of.state != channel_state::dark && *of.state != channel_state::blocked;
 }
 
+bool channel_row::is_on_target() const {
+  constexpr double near_db = 0.5;
+  if (of.state == channel_state::on_target) return true;
+  return severity() == states::severity::working && of.error && std::abs(*of.error) < near_db;
+}
+
 severity channel_row::severity() const {
   return of.state ? states::row_of(*of.state).how : states::severity::quiet;
 }

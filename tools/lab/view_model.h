@@ -20,7 +20,8 @@ struct channel_row {
   double frequency_thz() const;
   /// Light is there to be regulated.
   bool is_lit() const;
-  bool is_on_target() const { return of.state == states::channel_state::on_target; }
+  /// Or so near that only the daemon's own, narrower dead band still asks for a step.
+  bool is_on_target() const;
   states::severity severity() const;
 };
 

@@ -67,7 +67,10 @@ TEST(findings, name_the_cause_before_what_it_brings_about) {
        cause::fibre_cut,
        "line"},
       // A device that is silent takes its loop down.
-      {{{"insight/device/booster/alive", false}, {state("19230000/rx"), failed}},
+      {{{"insight/device/booster/alive", false},
+        {"insight/device/booster/age", 4.0},
+        {"insight/device/voa/alive", false},
+        {state("19230000/rx"), failed}},
        {booster_down},
        cause::device_silent,
        "booster"},

@@ -153,11 +153,12 @@ TEST(picture, says_first_what_is_wrong_and_keeps_room_for_the_channels) {
                                            "amplifiers off, VOA at 5.0 dB. Mend the fibre"));
   for (unsigned at = 0; at < 12; ++at)
     read.put(fmt::format("insight/device/d{}/alive", at), at != 0);
+  read.put("insight/device/d0/age", 7.0);
   const auto seen = make_view(read, {{"2026-01-31T12:00:00.0Z", "cut", "line", {}, ""}});
   const auto lines =
       picture(seen, {"orvalite", 0s, page::channels, 0, ""}, {80, 24}, {false, false}).lines;
   EXPECT_THAT(lines[1], StartsWith("2 of 2 lit channels"));
-  EXPECT_THAT(lines[2], StartsWith("The d0 has not answered."));
+  EXPECT_THAT(lines[2], StartsWith("The d0 has not answered for 7 s."));
   EXPECT_THAT(lines, Contains(StartsWith("The fibre is cut or unplugged (since 12:00:00 UTC)")));
   EXPECT_THAT(lines, Contains(StartsWith("  193.00 rx")));
   EXPECT_THAT(lines, Contains("12:00:00  line  the fibre is cut"));
