@@ -10,6 +10,7 @@
 #include "api/json_support.h"
 #include "api/parameter_watch.h"
 #include "helpers/guard_register.h"
+#include "helpers/start_report.h"
 #include "helpers/waiting.h"
 #include "platform/value_tree/event_frame.h"
 #include "platform/value_tree/own_history.h"
@@ -149,6 +150,11 @@ class event_log::node : public nx_db_event_node, public nx::own_history {
 event_log::event_log() {
   helpers::guard_register::instance().set_observer(hear_of_guard);
   nx::api::watch_parameters(hear_of_parameter);
+  // Not by way of `instance`: what was wrong before is told now.
+  helpers::start_report::instance().set_observer(
+      [this](const std::string& subject, const std::string& text) {
+        tell(event_kind::start_failed, subject, {{"reason", text}});
+      });
 }
 
 event_log& event_log::instance() {

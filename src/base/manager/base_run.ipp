@@ -34,6 +34,9 @@ void base<RX_T, TX_T>::cycle(nx_db& db, const std::shared_ptr<device::interfaces
   if (!automation::instance().is_regulating()) {
     LUMORA_LOG(1, "Automation mode not allowed, sleeping.");
     helpers::service_manager::instance().status("Not regulating, as the automation mode asks");
+    client_rx_->note_idle();
+    client_tx_->note_idle();
+    overview_->note_cycle({.is_regulating = false});
     waiting.sleep(pause_when_not_regulating);
     return;
   }
@@ -59,17 +62,45 @@ typename base<RX_T, TX_T>::loop_states base<RX_T, TX_T>::work(
   record.lasted = waiting.steady_now() - begin;
   record.reads = reads_.last_cost();
   insight_->note_cycle(record);
+  note_overview();
+  look_at_ladders();
+  devices_->refresh();
   return ok;
 }
 
 template <class RX_T, class TX_T>
-void base<RX_T, TX_T>::read_inputs(device::interfaces::osc& osc) {
+std::vector<device::read_wish> base<RX_T, TX_T>::wishes_of_cycle(device::interfaces::osc& osc) {
   std::vector<device::read_wish> wishes;
   osc.declare_reads(wishes);
   client_rx_->declare_reads(wishes);
   client_tx_->declare_reads(wishes);
   line_->declare_reads(wishes);
-  reads_.fetch(wishes);
+  return wishes;
+}
+
+template <class RX_T, class TX_T>
+void base<RX_T, TX_T>::read_inputs(device::interfaces::osc& osc) {
+  reads_.fetch(wishes_of_cycle(osc));
+  devices_->take(reads_);
+  if (const auto attenuation = devices_->number("voa", "attenuation")) {
+    line_->note_attenuation(*attenuation);
+  }
+}
+
+template <class RX_T, class TX_T>
+void base<RX_T, TX_T>::look_at_ladders() {
+  if (!ladders_->is_look_due()) return;
+  const auto lit_of = [](auto& plan) {
+    std::vector<::insight::lit_channel> lit;
+    const std::lock_guard lock(plan.get_mutex());
+    for (const auto& [frequency, control] : *plan.get_channels()) {
+      const auto channel = control->get_channel();
+      if (!channel->get_peak()) continue;
+      lit.push_back({channel->get_id(), channel->get_attenuation(), channel->get_ocm_power(), {}});
+    }
+    return lit;
+  };
+  ladders_->look(*devices_, remote_, lit_of(*rx_plan_), lit_of(*tx_plan_));
 }
 
 template <class RX_T, class TX_T>
@@ -127,9 +158,20 @@ const char* base<RX_T, TX_T>::regulate(nx_db& db, const loop_states& ok) {
 
 template <class RX_T, class TX_T>
 void base<RX_T, TX_T>::watch_loops(const loop_states& ok) {
+  if (!ok.line) line_->note_down(failures_.line);
   line_watch_.look(ok.line && line_->is_operational(), failures_.line);
   rx_watch_.look(ok.rx && client_rx_->operational, failures_.rx);
   tx_watch_.look(ok.tx && client_tx_->operational, failures_.tx);
+  line_->refresh_insight();
+}
+
+template <class RX_T, class TX_T>
+void base<RX_T, TX_T>::note_overview() {
+  overview::cycle_facts facts;
+  if (rx_watch_.is_down()) facts.down.emplace_back("client rx", rx_watch_.reason());
+  if (tx_watch_.is_down()) facts.down.emplace_back("client tx", tx_watch_.reason());
+  if (remote_->is_up()) facts.peer = remote_->last_product();
+  overview_->note_cycle(std::move(facts));
 }
 
 template <class RX_T, class TX_T>

@@ -76,6 +76,9 @@ class api {
     return is_up() ? probe_.last_answer() : std::nullopt;
   }
 
+  /// What the peer identified last calls itself; empty before the first. On the manager thread.
+  const std::string& last_product() const { return last_identified_; }
+
   std::string get_hostname();
   float get_fiber_length();
   float get_utilization();
