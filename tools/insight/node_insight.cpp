@@ -171,6 +171,23 @@ std::vector<active_guard> guards_of(const readings& read) {
   return guards;
 }
 
+/// {"client rx":{"hunting":[ID, ...]},"line":{"hunts":false}}
+std::vector<std::string> hunting_of(const readings& read, const std::vector<channel>& channels) {
+  std::vector<std::string> names;
+  const auto document = document_at(read, "insight/rest");
+  if (!document.IsObject()) return names;
+  if (document.HasMember("line") && flag_in(document["line"], "hunts")) names.emplace_back("line");
+  for (const auto& each : channels) {
+    const auto* loop = each.is_rx ? "client rx" : "client tx";
+    if (!document.HasMember(loop) || !document[loop].HasMember("hunting")) continue;
+    for (const auto& id : document[loop]["hunting"].GetArray()) {
+      if (!id.IsUint() || id.GetUint() != each.place.id) continue;
+      names.push_back(thz_text(each.place.frequency) + (each.is_rx ? " rx" : " tx"));
+    }
+  }
+  return names;
+}
+
 /// What has come as an escape since a text of a tree may not break lines.
 std::vector<std::string> lines_in(std::string text) {
   constexpr std::string_view line_end = "\\n";
@@ -212,6 +229,7 @@ node_insight insight_of(const readings& read, std::vector<event> events) {
   node.devices = devices_of(read);
   node.ladders = {ladder_of(read, "rx"), ladder_of(read, "tx")};
   node.guards = guards_of(read);
+  node.hunting = hunting_of(read, node.channels);
   node.events = std::move(events);
   return node;
 }
