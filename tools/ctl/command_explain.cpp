@@ -14,6 +14,7 @@
 #include "tools/ctl/exit_code.h"
 #include "tools/ctl/since.h"
 #include "tools/insight/findings.h"
+#include "tools/insight/standing.h"
 
 namespace tools::ctl {
 

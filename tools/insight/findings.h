@@ -56,13 +56,6 @@ struct finding {
 /// In the order in which a person should read them.
 std::vector<finding> findings_of(const node_insight& node);
 
-/// Of one channel, both directions, and of the line: what is wrong there, or how it stands.
-std::vector<std::string> channel_sentences(const node_insight& node, const channel_place& place);
-/// One point of a ladder as a line of text.
-std::string rung_text(const rung& of);
-std::string rung_title();  ///< the names of its columns
-std::vector<std::string> line_sentences(const node_insight& node);
-
 /// "The fibre is cut or unplugged (since 12:03:10 UTC, 14 s): no light comes in."
 std::string full_sentence(const finding& what, const node_insight& node);
 

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include "tools/insight/standing.h"
 #include "tools/lab/channel_table.h"
 #include "tools/lab/panel_text.h"
 
