@@ -35,6 +35,14 @@ std::string end_text(int status) {
   return fmt::format("exit status {}{}", code, code == cannot_run ? " (cannot be run)" : "");
 }
 
+/// "TIME severity PLACE: TEXT" of a lower severity is chatter.
+bool is_complaint(const std::string& line) {
+  const auto first = line.find(' ');
+  if (line.empty() || first == line.npos) return !line.empty();
+  const auto severity = line.substr(first + 1, line.find(' ', first + 1) - first - 1);
+  return severity != "info" && severity != "warning" && severity != "debug";
+}
+
 }  // namespace
 
 child_process::child_process(program what) : what_(std::move(what)) {
@@ -87,6 +95,20 @@ bool child_process::succeeded() const {
 
 void child_process::terminate() {
   if (!reap(false)) kill(pid_, SIGTERM);
+}
+
+std::vector<std::string> child_process::last_complaint(std::size_t most_lines) const {
+  std::ifstream log(what_.log_file);
+  std::vector<std::string> lines;
+  bool is_chatter = true;
+  for (std::string line; std::getline(log, line);) {
+    const bool complains = is_complaint(line);
+    // Lines that follow each other are one complaint.
+    if (complains && is_chatter) lines.clear();
+    is_chatter = !complains;
+    if (complains && lines.size() < most_lines) lines.push_back(line);
+  }
+  return lines;
 }
 
 std::vector<std::string> child_process::last_lines(std::size_t count) const {

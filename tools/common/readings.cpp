@@ -1,4 +1,4 @@
-#include "tools/lab/readings.h"
+#include "tools/common/readings.h"
 
 #include <rapidjson/document.h>
 
@@ -6,8 +6,9 @@
 #include <charconv>
 
 #include "platform/wire/shown_text.h"
+#include "tools/common/value_text.h"
 
-namespace tools::lab {
+namespace tools {
 
 namespace {
 
@@ -27,6 +28,8 @@ void readings::put_all(const nx::json_value& members, const std::string& prefix)
     if (member.value.IsNumber()) put(path, member.value.GetDouble());
     if (member.value.IsBool()) put(path, member.value.GetBool());
     if (member.value.IsString()) put(path, nx::shown_text(member.value.GetString()));
+    if (error_in(member.value)) continue;
+    if (member.value.IsObject() || member.value.IsArray()) put(path, nx::json_text(member.value));
   }
 }
 
@@ -40,6 +43,15 @@ std::optional<bool> readings::flag(const std::string& path) const {
 
 std::optional<std::string> readings::text(const std::string& path) const {
   return find<std::string>(values_, path);
+}
+
+std::vector<std::string> readings::paths_below(const std::string& prefix) const {
+  std::vector<std::string> paths;
+  for (auto at = values_.lower_bound(prefix); at != values_.end(); ++at) {
+    if (!at->first.starts_with(prefix)) break;
+    paths.push_back(at->first);
+  }
+  return paths;
 }
 
 std::vector<unsigned> readings::numbered(const std::string& before,
@@ -57,4 +69,4 @@ std::vector<unsigned> readings::numbered(const std::string& before,
   return numbers;
 }
 
-}  // namespace tools::lab
+}  // namespace tools

@@ -1,6 +1,6 @@
-// What the lab has read in one look: paths with their values, from the daemon's tree, the devices
-// and the simulated plant alike. Plain data, so that the view can be worked out and tested without
-// any of them.
+// What a tool has read in one look: paths with their values, from the daemon's tree, the devices
+// and the simulated plant alike. Plain data, so that a view or a diagnosis can be worked out and
+// tested without any of them.
 #pragma once
 
 #include <map>
@@ -11,14 +11,15 @@
 
 #include "platform/wire/json.h"
 
-namespace tools::lab {
+namespace tools {
 
 class readings {
  public:
   using value = std::variant<double, bool, std::string>;
 
   void put(const std::string& path, value read) { values_[path] = std::move(read); }
-  /// Takes over the members of an answer to `get`; values in error and objects are left out.
+  /// Takes over the members of an answer to `get`, objects and arrays as their text; values in
+  /// error are left out.
   void put_all(const nx::json_value& members, const std::string& prefix = "");
 
   /// Empty when the path was not read, or holds another type.
@@ -26,6 +27,9 @@ class readings {
   std::optional<bool> flag(const std::string& path) const;
   std::optional<std::string> text(const std::string& path) const;
 
+  bool has(const std::string& path) const { return values_.count(path) > 0; }
+  /// Ascending.
+  std::vector<std::string> paths_below(const std::string& prefix) const;
   /// The numbers N, ascending, of all paths that begin with `before`, N and `after`.
   std::vector<unsigned> numbered(const std::string& before, const std::string& after) const;
 
@@ -33,4 +37,4 @@ class readings {
   std::map<std::string, value> values_;
 };
 
-}  // namespace tools::lab
+}  // namespace tools
