@@ -1,0 +1,91 @@
+#include "gateway/gateway.h"
+
+#include <fmt/format.h>
+
+#include <stdexcept>
+
+namespace gateway {
+
+namespace {
+
+std::string socket_of(const std::string& tree) {
+  constexpr std::string_view scheme = "unix:";
+  if (!tree.starts_with(scheme) || tree.size() == scheme.size()) {
+    throw std::runtime_error("--tree takes unix:PATH, not " + tree);
+  }
+  return tree.substr(scheme.size());
+}
+
+listen_address listen_at(const std::string& text) {
+  const auto parsed = parse_listen_address(text);
+  if (!parsed) throw std::runtime_error("--listen takes ADDRESS:PORT, not " + text);
+  return *parsed;
+}
+
+boost::asio::ip::address address_of(const listen_address& at) {
+  boost::system::error_code error;
+  const auto address = boost::asio::ip::make_address(at.host, error);
+  if (error) throw std::runtime_error("--listen takes an IP address, not " + at.host);
+  return address;
+}
+
+}  // namespace
+
+gateway_service::gateway_service(boost::asio::io_context& io, const options& given, settings bounds)
+    : bounds_(std::move(bounds)),
+      at_(listen_at(given.listen)),
+      link_(tree_link::create(io, socket_of(given.tree), bounds_.tree_answer)),
+      mirror_(std::make_shared<tree_mirror>(io, link_, bounds_)),
+      tree_api_(io, mirror_, bounds_),
+      health_(link_),
+      files_(given.page),
+      service_{bounds_, router_, {}, 0, 0, 0} {
+  route();
+  try {
+    listener_ = std::make_shared<listener>(io, listener::endpoint(address_of(at_), at_.port), tls_,
+                                           service_);
+  } catch (const boost::system::system_error& error) {
+    throw std::runtime_error(
+        fmt::format("Cannot listen at {}: {}", given.listen, error.code().message()));
+  }
+}
+
+gateway_service::~gateway_service() {
+  stop();
+}
+
+void gateway_service::route() {
+  router_.add(method::get, "/api/v1/values",
+              [this](const auto& asked, const auto& done) { tree_api_.values(asked, done); });
+  router_.add(method::get, "/api/v1/history",
+              [this](const auto& asked, const auto& done) { tree_api_.history(asked, done); });
+  router_.add(method::get, "/api/v1/events",
+              [this](const auto& asked, const auto& done) { tree_api_.events(asked, done); });
+  router_.add(method::get, "/healthz",
+              [this](const auto&, const auto& done) { done(health_.alive()); });
+  router_.add(method::get, "/readyz",
+              [this](const auto&, const auto& done) { health_.ready(done); });
+  router_.set_fallback(
+      [this](const auto& asked, const auto& done) { done(files_.get(asked.path)); });
+}
+
+void gateway_service::start() {
+  link_->start(mirror_);
+  listener_->start();
+}
+
+void gateway_service::stop() {
+  listener_->stop();
+  const auto open = service_.connections;
+  for (auto* each : open)
+    each->close();
+  mirror_->stop();
+  link_->stop();
+}
+
+std::string gateway_service::address() const {
+  const auto host = at_.host.find(':') == std::string::npos ? at_.host : '[' + at_.host + ']';
+  return fmt::format("{}://{}:{}/", tls_ ? "https" : "http", host, port());
+}
+
+}  // namespace gateway
