@@ -22,8 +22,9 @@ std::string params_text(const nexel_object& object) {
   std::string text = json_text(params);
   constexpr std::size_t envelope = 128;
   if (text.size() + envelope > limits::line_bytes) {
-    throw nx_error(-22, "Request of " + std::to_string(text.size()) +
-                            " bytes is beyond the limit of " + std::to_string(limits::line_bytes));
+    throw nx_error(nx_error::invalid, "Request of " + std::to_string(text.size()) +
+                                          " bytes is beyond the limit of " +
+                                          std::to_string(limits::line_bytes));
   }
   return text;
 }

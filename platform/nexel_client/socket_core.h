@@ -7,6 +7,7 @@
 #include <mutex>
 #include <vector>
 
+#include "platform/io/last_calls.h"
 #include "platform/nexel_client/client_core.h"
 #include "platform/nexel_client/line_stream.h"
 #include "platform/nexel_client/live_calls.h"
@@ -14,7 +15,6 @@
 #include "platform/nexel_client/reconnect_pace.h"
 #include "platform/nexel_client/serial_executor.h"
 #include "platform/nexel_client/subscription_table.h"
-#include "platform/value_tree/last_calls.h"
 
 namespace nx {
 

@@ -6,8 +6,8 @@
 #include <csignal>
 #include <mutex>
 
+#include "platform/io/last_calls.h"
 #include "platform/note_log/note_log.h"
-#include "platform/value_tree/last_calls.h"
 #include "platform/value_tree/nx_db.h"
 #include "platform/value_tree/nx_server.h"
 #include "platform/value_tree/server/runtime_impl.h"

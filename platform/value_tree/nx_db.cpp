@@ -26,7 +26,7 @@ struct tree_entry {
 };
 
 [[noreturn]] void no_such_path(const std::string& path) {
-  throw nx_error(-2, "No such path: " + path);
+  throw nx_error(nx_error::not_found, "No such path: " + path);
 }
 
 std::string joined(const std::string& parent_path, const std::string& name) {
@@ -105,7 +105,7 @@ std::shared_ptr<nx_db_leaf_node> nx_db::put(const std::string& path,
   std::shared_ptr<nx_db_leaf_node> old;  // outlives the lock
   const std::lock_guard lock(impl_->mutex);
   if (node->db != nullptr && (node->db != this || *node->path_ != path)) {
-    throw nx_error(-22, "The node is attached already: " + *node->path_);
+    throw nx_error(nx_error::invalid, "The node is attached already: " + *node->path_);
   }
   const auto present = impl_->entries.find(path);
   if (present != impl_->entries.end() && present->second.node != node) old = present->second.node;

@@ -7,7 +7,7 @@
 namespace {
 
 [[noreturn]] void refuse(const char* what, const std::string& path) {
-  throw nx_error(-22, what + path);
+  throw nx_error(nx_error::invalid, what + path);
 }
 
 }  // namespace

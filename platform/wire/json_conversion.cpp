@@ -30,7 +30,8 @@ float narrowed(double number) {
 
 void check_string(std::size_t bytes) {
   if (bytes <= limits::string_bytes) return;
-  throw nx_error(-22, fmt::format("String value longer than {} bytes", limits::string_bytes));
+  throw nx_error(nx_error::invalid,
+                 fmt::format("String value longer than {} bytes", limits::string_bytes));
 }
 
 bool is_container(const json_value& value) {

@@ -94,7 +94,7 @@ json_value value_in_error(json_value error, json_allocator& allocator) {
 }
 
 nx_error error_from_value(const json_value& error) {
-  nx_error found(-1, "Unknown error!");
+  nx_error found(nx_error::foreign, "Unknown error!");
   if (!error.IsObject()) return found;
   if (const auto code = error.FindMember("code");
       code != error.MemberEnd() && code->value.IsInt()) {

@@ -22,7 +22,8 @@ void append_number(std::string& out, Number number) {
 }
 
 void append_double(std::string& out, double number) {
-  if (!std::isfinite(number)) throw nx_error(-22, "A number that is not finite has no JSON text");
+  if (!std::isfinite(number))
+    throw nx_error(nx_error::invalid, "A number that is not finite has no JSON text");
   constexpr double float_max = std::numeric_limits<float>::max();
   if (std::abs(number) <= float_max && double{static_cast<float>(number)} == number) {
     append_number(out, static_cast<float>(number));

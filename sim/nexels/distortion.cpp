@@ -27,7 +27,7 @@ distortion::distortion(reading_fault fault, const std::string& path, std::string
       held_(std::move(present)),
       measured_(measured),
       noise_(std::move(noise)) {
-  if (fault_.what == kind::missing) fault_.error = {-2, "No such path: " + path};
+  if (fault_.what == kind::missing) fault_.error = {nx_error::not_found, "No such path: " + path};
   draw();
 }
 

@@ -20,7 +20,7 @@ std::shared_ptr<kvs_client> new_client() {
 
 std::string hash_tag(const char* variable) {
   const char* value = std::getenv(variable);
-  if (value == nullptr) throw nx_error(-22, fmt::format("undefined: {}", variable));
+  if (value == nullptr) throw nx_error(nx_error::invalid, fmt::format("undefined: {}", variable));
   return value;
 }
 
@@ -114,5 +114,5 @@ void redis::require_connection(std::optional<std::string> also_read) {
   also_read_ = std::move(also_read);
   const bool is_connected = _check_connection(true);
   also_read_.reset();
-  if (!is_connected) throw nx_error(-5, "Redis not connected.");
+  if (!is_connected) throw nx_error(nx_error::io_failed, "Redis not connected.");
 }

@@ -12,7 +12,7 @@
 #include <fstream>
 
 #include "platform/nexel_client/line_client.h"
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_client_exception.h"
 #include "tests/system/regulating_node.h"
 #include "tests/system/storm.h"
 

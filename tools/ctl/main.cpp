@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "platform/nexel_client/line_client.h"
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_client_exception.h"
 #include "platform/wire/shown_text.h"
 #include "tools/ctl/context.h"
 #include "tools/ctl/endpoint.h"

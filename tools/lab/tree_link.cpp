@@ -4,7 +4,7 @@
 #include <rapidjson/document.h>
 
 #include "platform/nexel_client/line_client.h"
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_client_exception.h"
 #include "tools/common/value_text.h"
 
 namespace tools::lab {

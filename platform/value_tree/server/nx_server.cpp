@@ -7,8 +7,8 @@
 #include <boost/asio/local/stream_protocol.hpp>
 #include <boost/asio/post.hpp>
 
+#include "platform/io/neighbours.h"
 #include "platform/note_log/note_log.h"
-#include "platform/value_tree/neighbours.h"
 #include "platform/value_tree/nx_db.h"
 #include "platform/value_tree/server/server_impl.h"
 #include "platform/value_tree/server/session.h"

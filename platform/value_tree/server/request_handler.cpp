@@ -329,7 +329,7 @@ void request_handler::find_nodes(request& asked, effort allowed) const {
 void request_handler::execute(const request& asked, json_allocator& allocator,
                               json_value& result) const {
   if (asked.asked->writes && rights_ == access::read_only) {
-    throw nx_error(-13, "Read-only session");
+    throw nx_error(nx_error::forbidden, "Read-only session");
   }
   asked.asked->execute(asked, {db_, subscriptions_, allocator, result});
 }

@@ -50,7 +50,7 @@ nx_error client_gone_error() {
 }
 
 nx_db_leaf_node& request_handler::request::node() const {
-  if (nodes.empty()) throw nx_error(-2, "No such path: " + path);
+  if (nodes.empty()) throw nx_error(nx_error::not_found, "No such path: " + path);
   return *nodes.front();
 }
 
@@ -128,7 +128,8 @@ void request_handler::methods::reset(const request& asked, const request_call&) 
 
 void request_handler::methods::subscribe(const request& asked, const request_call& call) {
   if (!asked.is_pattern) asked.node();
-  if (call.subscriptions == nullptr) throw nx_error(-22, "Not subscribable: " + asked.path);
+  if (call.subscriptions == nullptr)
+    throw nx_error(nx_error::invalid, "Not subscribable: " + asked.path);
   call.subscriptions->subscribe(asked.path, call.allocator, call.result);
 }
 

@@ -4,8 +4,8 @@
 #include <boost/asio/post.hpp>
 #include <future>
 
+#include "platform/io/io_thread.h"
 #include "platform/note_log/note_log.h"
-#include "platform/value_tree/io_thread.h"
 #include "platform/value_tree/server/node_errors.h"
 #include "platform/value_tree/server/runtime_impl.h"
 #include "platform/value_tree/server/session.h"

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-#include "platform/value_tree/neighbours.h"
+#include "platform/io/neighbours.h"
 #include "platform/wire/limits.h"
 
 namespace nx {

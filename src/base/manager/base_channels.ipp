@@ -35,8 +35,9 @@ void base<RX_T, TX_T>::init_client_tx(nx_db& db) {
 template <class RX_T, class TX_T>
 bool base<RX_T, TX_T>::add_channel(const nx::json_document& request) {
   const auto add = [&] {
-    if (!db_) throw nx_error(-5, "Database not initialized.");
-    if (!redis::instance().is_connected()) throw nx_error(-5, "Redis not connected.");
+    if (!db_) throw nx_error(nx_error::io_failed, "Database not initialized.");
+    if (!redis::instance().is_connected())
+      throw nx_error(nx_error::io_failed, "Redis not connected.");
     const auto members = read_channel_request(request);
     const auto version = redis::instance().get_release_version();
     check_add_structure(members);
@@ -70,7 +71,8 @@ void base<RX_T, TX_T>::add_in_directions(const channel_request& request,
 template <class RX_T, class TX_T>
 bool base<RX_T, TX_T>::remove_channel(const nx::json_document& request) {
   const auto remove = [&] {
-    if (!redis::instance().is_connected()) throw nx_error(-5, "Redis not connected.");
+    if (!redis::instance().is_connected())
+      throw nx_error(nx_error::io_failed, "Redis not connected.");
     const auto members = read_channel_request(request);
     check_remove_structure(members);
     check_remove_limits(members);

@@ -4,7 +4,7 @@
 #include "base/manager/leds.h"
 #include "device/interfaces/led.h"
 #include "helpers/logger.h"
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_client_exception.h"
 
 namespace manager {
 

@@ -75,6 +75,33 @@ TEST(structure, includes_point_one_way) {
   EXPECT_GT(files, 100u) << "the sources were not found";
 }
 
+/// The folders of platform/ that build on others of it; wire and io stand below all of them.
+const std::map<std::string, std::set<std::string>> allowed_in_platform{
+    {"wire", {"wire"}},
+    {"io", {"io"}},
+    {"note_log", {"note_log", "wire"}},
+    {"board_spec", {"board_spec", "note_log", "wire"}},
+    {"kvs_client", {"kvs_client", "wire"}},
+    {"value_tree", {"value_tree", "io", "note_log", "wire"}},
+    {"nexel_client", {"nexel_client", "io", "note_log", "wire"}},
+    {"in_process", {"in_process", "nexel_client", "value_tree", "io", "note_log", "wire"}},
+};
+
+TEST(structure, server_and_clients_of_a_tree_know_nothing_of_each_other) {
+  static const std::regex include("^#include \"platform/([a-z_]+)/");
+  for (const auto& entry : fs::recursive_directory_iterator(root / "platform")) {
+    if (!is_source(entry.path())) continue;
+    const auto name = entry.path().lexically_relative(root / "platform").string();
+    const auto& may_include = allowed_in_platform.at(name.substr(0, name.find('/')));
+    std::ifstream in(entry.path());
+    std::smatch found;
+    for (std::string line; std::getline(in, line);) {
+      if (!std::regex_search(line, found, include)) continue;
+      EXPECT_TRUE(may_include.contains(found[1])) << name << " includes " << found[1];
+    }
+  }
+}
+
 bool decides_by_model(const std::string& line) {
   for (const auto& model : models::all()) {
     if (line.find(fmt::format("\"{}\"", model.name)) != line.npos) return true;

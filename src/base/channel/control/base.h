@@ -80,6 +80,9 @@ class base : public std::enable_shared_from_this<base<T>> {
 
   /// Writes one step for this difference; device errors pass through.
   virtual void regulate(std::shared_ptr<device::interfaces::wss> wss, float power_difference);
+  /// The switch has refused what this turn wrote: what is remembered of it is as before. The
+  /// reading that it answered stays noted, so that the next try waits for a new one.
+  void take_back_write();
 
   // Failed channel subscriptions in a row.
   virtual void add_subscribe_failure();
@@ -112,6 +115,12 @@ class base : public std::enable_shared_from_this<base<T>> {
     std::optional<float> power;
     std::optional<float> attenuation;
   };
+  /// What a write changes in what is remembered.
+  struct memory {
+    std::optional<float> attenuation;
+    guards::last_step evidence;
+    std::optional<float> parked_at;
+  };
 
   bool is_step_withheld(device::interfaces::wss& wss, float power_difference);
   float step_target(device::interfaces::wss& wss, float power_difference);
@@ -142,6 +151,7 @@ class base : public std::enable_shared_from_this<base<T>> {
   guards::time_point known_at_{};  ///< when its readings were known last
   const helpers::guard_kind* active_guard_ = nullptr;
   std::optional<float> parked_at_;
+  memory before_turn_;
 };
 
 }  // namespace channel::control

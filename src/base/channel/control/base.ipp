@@ -181,7 +181,7 @@ std::optional<float>& base<T>::default_of_direction() {
   const auto direction = channel_->get_direction();
   if (direction == "rx") return default_attenuation_rx_;
   if (direction == "tx") return default_attenuation_tx_;
-  throw nx_error(-22, fmt::format("Invalid channel direction {}", direction));
+  throw nx_error(nx_error::invalid, fmt::format("Invalid channel direction {}", direction));
 }
 
 template <class T>

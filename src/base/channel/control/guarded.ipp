@@ -14,6 +14,14 @@ void base<T>::take_look(const look& now) {
   live_.look(now.power_arrivals, now.power_changes, now.view.now);
   evidence_.look(now.view);
   rising_.look(now.lit, now.view);
+  before_turn_ = {last_step_.attenuation, evidence_, parked_at_};
+}
+
+template <class T>
+void base<T>::take_back_write() {
+  last_step_.attenuation = before_turn_.attenuation;
+  evidence_ = before_turn_.evidence;
+  parked_at_ = before_turn_.parked_at;
 }
 
 template <class T>

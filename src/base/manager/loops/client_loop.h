@@ -24,11 +24,13 @@
 #include "base/manager/loops/client_direction.h"
 #include "base/manager/loops/edfa_calibration.h"
 #include "device/cycle_reads.h"
+#include "device/cycle_writes.h"
 #include "device/interfaces/edfa.h"
 #include "device/interfaces/ocm.h"
 #include "device/interfaces/osc.h"
 #include "device/interfaces/wss.h"
 #include "device/subscriber.h"
+#include "helpers/guard.h"
 #include "platform/value_tree/value_group.h"
 
 class nx_db;
@@ -166,6 +168,20 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   template <class Device>
   void remove_from_device(Device& device, const char* message, unsigned frequency);
 
+  /// What one channel's turn left to be looked at when the walk is over.
+  struct turn {
+    control_ptr control;
+    std::size_t first_write = 0;
+    std::size_t end_of_writes = 0;
+    bool has_stepped = false;
+    bool reads_back = false;  ///< the attenuation, once the switch has taken what was written
+  };
+  void finish_turns(const device::cycle_writes& writes, helpers::walk_guard& walk);
+  void refresh_attenuations();
+  void read_back(const control_ptr& control);
+  /// A step has been taken by the switch: the loop asks for the next turn as well.
+  void note_step();
+
   /// How far the add of a channel came that broke off after the channel was in the plan.
   struct broken_add {
     bool published = false;
@@ -182,6 +198,8 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   bool has_calibrated_ = false;
   bool knows_power_limit_ = false;
   guards::blind_monitor blind_monitor_;
+  std::vector<turn> turns_;  // of the walk that is on: those that wrote
+  turn* turn_ = nullptr;     // null outside of a walk
   // Of the last walk: a channel was told to be lit, a power had changed since its subscription.
   bool any_lit_ = false;
   bool any_changed_ = false;

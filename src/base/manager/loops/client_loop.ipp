@@ -133,16 +133,69 @@ void client_loop<T>::update_channel(control_ptr control) {
 template <class T>
 bool client_loop<T>::walk_channels(nx_db& db, bool regulate) {
   helpers::walk_guard walk;
+  device::cycle_writes writes;
   blind_monitor_.look(any_lit_, any_changed_, edfa_is_lit_,
                       helpers::waiting::instance().steady_now());
   any_lit_ = any_changed_ = false;
-  for_each_ready_channel([&](const control_ptr& control) {
-    walk.run([&] {
-      update_channel(control);
-      manage_channel(db, control, regulate);
+  {
+    const device::cycle_writes::scope scope(writes);
+    for_each_ready_channel([&](const control_ptr& control) {
+      turn now{.control = control, .first_write = writes.sent()};
+      turn_ = &now;
+      walk.run([&] {
+        update_channel(control);
+        manage_channel(db, control, regulate);
+      });
+      turn_ = nullptr;
+      now.end_of_writes = writes.sent();
+      if (now.end_of_writes > now.first_write || now.has_stepped || now.reads_back)
+        turns_.push_back(now);
     });
-  });
+  }
+  writes.wait();
+  finish_turns(writes, walk);
   return walk.failures() == 0;
+}
+
+template <class T>
+void client_loop<T>::finish_turns(const device::cycle_writes& writes, helpers::walk_guard& walk) {
+  refresh_attenuations();
+  for (const auto& done : std::exchange(turns_, {})) {
+    const auto channel = done.control->get_channel();
+    const log_subject subject(direction_.word, channel->get_id());
+    walk.run([&] {
+      try {
+        writes.throw_failure(done.first_write, done.end_of_writes);
+      } catch (...) {
+        done.control->take_back_write();
+        throw;
+      }
+      if (done.has_stepped) note_step();
+      if (done.reads_back) channel->set_attenuation(wss_->get_attenuation(channel->get_id()));
+    });
+  }
+}
+
+template <class T>
+void client_loop<T>::refresh_attenuations() {
+  auto* reads = device::cycle_reads::current();
+  if (!reads) return;
+  std::vector<device::read_wish> wishes;
+  for (const auto& done : turns_) {
+    if (done.reads_back)
+      wss_->declare_channel_reads(done.control->get_channel()->get_id(), false, wishes);
+  }
+  reads->complete(wishes);
+}
+
+template <class T>
+void client_loop<T>::read_back(const control_ptr& control) {
+  if (turn_) {
+    turn_->reads_back = true;
+    return;
+  }
+  const auto channel = control->get_channel();
+  channel->set_attenuation(wss_->get_attenuation(channel->get_id()));
 }
 
 template <class T>
@@ -159,7 +212,7 @@ void client_loop<T>::manage_channel_closed_loop(nx_db& db, const control_ptr& co
   if (admin_down || blocked) {
     if (admin_down != blocked) block_or_unblock(control, admin_down);
     channel->reset_power_updates();
-    channel->set_attenuation(wss_->get_attenuation(id));
+    read_back(control);
   } else if (channel->get_peak()) {
     manage_channel_peak(control, regulate);
   } else {
@@ -226,7 +279,7 @@ bool client_loop<T>::park_channel(const control_ptr& control, int log_level) {
   LUMORA_LOG(log_level, fmt::runtime(direction_.setting_default), id);
   wss_->set_attenuation(id, target);
   control->note_parking(target);
-  channel->set_attenuation(wss_->get_attenuation(id));
+  read_back(control);
   return true;
 }
 
@@ -273,12 +326,12 @@ void client_loop<T>::set_wanted_power_offset(unsigned channel, float wanted_powe
   constexpr float lowest = -2.0f;
   constexpr float highest = 12.0f;
   if (wanted_power < lowest || wanted_power > highest) {
-    throw nx_error(-22, fmt::format("Wanted power {} is out of range [{}, {}].", wanted_power,
-                                    lowest, highest));
+    throw nx_error(nx_error::invalid, fmt::format("Wanted power {} is out of range [{}, {}].",
+                                                  wanted_power, lowest, highest));
   }
   const auto control = plan_->get_channel(channel);
   if (!control || !(*control)->get_channel()->is_api_ready()) {
-    throw nx_error(-22, fmt::format("Channel {} not found.", channel));
+    throw nx_error(nx_error::invalid, fmt::format("Channel {} not found.", channel));
   }
   (*control)->get_channel()->set_wanted_power_offset(wanted_power -
                                                      get_channel_target_power(*control));

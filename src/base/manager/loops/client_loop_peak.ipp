@@ -52,11 +52,21 @@ void client_loop<T>::regulate_channel_peak(const control_ptr& control, bool regu
   log_peak(report);
   if (regulate && report.possible) {
     control->regulate(wss_, report.power_difference);
-    last_regulation_ = helpers::waiting::instance().system_now();
+    if (turn_) {
+      turn_->has_stepped = true;
+    } else {
+      note_step();
+    }
   } else {
     LUMORA_LOG(0, "Channel {} regulation not possible.", report.id);
+    if (report.possible || control->is_calming_down()) peak_regulated = true;
   }
-  if (report.possible || control->is_calming_down()) peak_regulated = true;
+}
+
+template <class T>
+void client_loop<T>::note_step() {
+  last_regulation_ = helpers::waiting::instance().system_now();
+  peak_regulated = true;
 }
 
 template <class T>

@@ -79,14 +79,15 @@ void client_loop<T>::require_fit(unsigned frequency, unsigned width) const {
                             other->get_raw_width())) {
       continue;
     }
-    throw nx_error(-22, fmt::format(fmt::runtime(direction_.does_not_fit), frequency, width,
-                                    other->get_center_frequency(), other->get_raw_width()));
+    throw nx_error(nx_error::invalid,
+                   fmt::format(fmt::runtime(direction_.does_not_fit), frequency, width,
+                               other->get_center_frequency(), other->get_raw_width()));
   }
 }
 
 template <class T>
 void client_loop<T>::require_loaded_plan() const {
-  if (!plan_is_loaded_) throw nx_error(-5, "Channel plan is not loaded.");
+  if (!plan_is_loaded_) throw nx_error(nx_error::io_failed, "Channel plan is not loaded.");
 }
 
 template <class T>

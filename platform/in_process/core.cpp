@@ -1,4 +1,4 @@
-#include "platform/nexel_client/in_process_core.h"
+#include "platform/in_process/core.h"
 
 #include <rapidjson/document.h>
 
@@ -6,6 +6,7 @@
 
 #include "platform/nexel_client/client_errors.h"
 #include "platform/value_tree/nx_db.h"
+#include "platform/value_tree/server/node_errors.h"
 #include "platform/wire/json_conversion.h"
 
 namespace nx {
@@ -16,23 +17,13 @@ constexpr std::chrono::seconds retry_interval{1};
 
 /// The exception that a client gets for the one that a node raised.
 nx_client_exception as_client_exception(const std::string& path) {
-  try {
-    throw;
-  } catch (const nx_error& error) {
-    return {error.code, error.message, path};
-  } catch (const json_value_conversion_error& error) {
-    return {invalid_code, std::string("expected ") + error.expected + ", found " + error.found,
-            path};
-  } catch (const std::exception& error) {
-    return {-1, error.what(), path};
-  } catch (...) {
-    return {-1, "Unknown error!", path};
-  }
+  const auto error = current_node_error();
+  return {error.code, error.message, path};
 }
 
 std::shared_ptr<nx_db_leaf_node> node_at(nx_db& db, const std::string& path) {
   if (auto node = db.find(path)) return node;
-  throw nx_error(-2, "No such path: " + path);
+  throw nx_error(nx_error::not_found, "No such path: " + path);
 }
 
 void write_node(nx_db& db, const nexel_object& object, json_document& result) {
@@ -274,9 +265,9 @@ void in_process_core::end_subscribing(const std::string& path,
 void in_process_core::subscribe_node(const std::string& path,
                                      std::unique_lock<std::recursive_mutex>& session_lock) {
   nx_db* db = link_->db;
-  if (!db) throw nx_error(not_connected_code, not_connected_to(link_->address, path).message);
+  if (!db) throw nx_error(nx_error::not_connected, not_connected_to(link_->address, path).message);
   if (link_->present() == link_state::hung) {
-    throw nx_error(no_answer_code, no_answer_from(link_->address, path).message);
+    throw nx_error(nx_error::no_answer, no_answer_from(link_->address, path).message);
   }
   json_document result(rapidjson::kObjectType);
   node_at(*db, path)->subscribe(session_, path, result.GetAllocator(), result, session_lock);
@@ -336,7 +327,7 @@ void in_process_core::disconnect() {
     if (!std::exchange(connected_, false)) return;
     fail_late();
     ended = subscriptions_.known_paths();
-    subscriptions_.lost(not_connected_code, not_connected_to(link_->address, {}).message);
+    subscriptions_.lost(nx_error::not_connected, not_connected_to(link_->address, {}).message);
   }
   unsubscribe(ended);
   post_event(&nexel_connection_subscriber::connection_lost_event);

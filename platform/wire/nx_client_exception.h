@@ -5,7 +5,10 @@
 #include <cstdint>
 #include <string>
 
-/// Codes: -107 "Not connected: SOCKET", -110 no answer in time, else the nexel's own nx_error code.
+#include "platform/wire/nx_error.h"  // whose codes stand here too
+
+/// Codes: nx_error::not_connected "Not connected: SOCKET", nx_error::no_answer, else the nexel's
+/// own.
 struct nx_client_exception {
   std::int32_t code;
   std::string message;

@@ -1,19 +1,14 @@
-#include "platform/nexel_client/in_process.h"
+#include "platform/in_process/network.h"
 
-#include "platform/nexel_client/in_process_core.h"
+#include "platform/in_process/core.h"
 
 namespace nx {
 
-namespace {
-
-std::mutex installed_mutex;
-std::weak_ptr<in_process_network::impl> installed;
-
-}  // namespace
-
-std::shared_ptr<in_process_network::impl> installed_network() {
-  std::lock_guard lock(installed_mutex);
-  return installed.lock();
+std::shared_ptr<client_core> in_process_network::impl::create_core(
+    const std::string& address, std::string name,
+    std::weak_ptr<nexel_connection_subscriber> connection_subscriber) {
+  return in_process_core::create(shared_from_this(), address, std::move(name),
+                                 std::move(connection_subscriber));
 }
 
 std::shared_ptr<in_process_link> in_process_network::impl::link(const std::string& address) {
@@ -94,15 +89,11 @@ void in_process_network::impl::raise_events() {
 }
 
 in_process_network::in_process_network() : impl_(std::make_shared<impl>()) {
-  std::lock_guard lock(installed_mutex);
-  installed = impl_;
+  install_transport(impl_);
 }
 
 in_process_network::~in_process_network() {
-  {
-    std::lock_guard lock(installed_mutex);
-    if (installed.lock() == impl_) installed.reset();
-  }
+  remove_transport(*impl_);
   std::lock_guard lock(impl_->mutex);
   impl_->events.clear();
   for (auto& [address, link] : impl_->links)

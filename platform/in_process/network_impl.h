@@ -8,7 +8,8 @@
 #include <optional>
 #include <vector>
 
-#include "platform/nexel_client/in_process.h"
+#include "platform/in_process/network.h"
+#include "platform/nexel_client/client_transport.h"
 #include "platform/nexel_client/nexel_subscriber.h"
 
 namespace nx {
@@ -25,8 +26,13 @@ struct in_process_link {
   link_state present() const { return db.load() ? state.load() : link_state::dead; }
 };
 
-struct in_process_network::impl {
+struct in_process_network::impl final : client_transport,
+                                        std::enable_shared_from_this<in_process_network::impl> {
   using time_point = std::chrono::steady_clock::time_point;
+
+  std::shared_ptr<client_core> create_core(
+      const std::string& address, std::string name,
+      std::weak_ptr<nexel_connection_subscriber> connection_subscriber) override;
 
   std::shared_ptr<in_process_link> link(const std::string& address);
   /// Changes the link, then lets its clients see it.
@@ -47,8 +53,5 @@ struct in_process_network::impl {
   std::function<void(std::chrono::milliseconds)> wait;
   std::function<time_point()> now;
 };
-
-/// The network that takes the place of sockets; null when there is none.
-std::shared_ptr<in_process_network::impl> installed_network();
 
 }  // namespace nx

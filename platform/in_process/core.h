@@ -9,8 +9,8 @@
 #include <functional>
 #include <mutex>
 
+#include "platform/in_process/network_impl.h"
 #include "platform/nexel_client/client_core.h"
-#include "platform/nexel_client/in_process_network.h"
 #include "platform/nexel_client/subscription_table.h"
 
 namespace nx {
