@@ -38,6 +38,7 @@ gateway_service::gateway_service(boost::asio::io_context& io, const options& giv
       mirror_(std::make_shared<tree_mirror>(io, link_, bounds_)),
       tree_api_(io, mirror_, bounds_),
       health_(link_),
+      scrape_(std::make_shared<scrape>(io, mirror_)),
       files_(given.page),
       service_{bounds_, router_, {}, 0, 0, 0} {
   route();
@@ -65,6 +66,8 @@ void gateway_service::route() {
               [this](const auto&, const auto& done) { done(health_.alive()); });
   router_.add(method::get, "/readyz",
               [this](const auto&, const auto& done) { health_.ready(done); });
+  router_.add(method::get, "/metrics",
+              [this](const auto& asked, const auto& done) { scrape_->metrics(asked, done); });
   router_.set_fallback(
       [this](const auto& asked, const auto& done) { done(files_.get(asked.path)); });
 }
@@ -79,6 +82,7 @@ void gateway_service::stop() {
   const auto open = service_.connections;
   for (auto* each : open)
     each->close();
+  scrape_->stop();
   mirror_->stop();
   link_->stop();
 }

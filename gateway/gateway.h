@@ -9,6 +9,7 @@
 #include "gateway/api/health.h"
 #include "gateway/api/tree_api.h"
 #include "gateway/http/static_files.h"
+#include "gateway/metrics/scrape.h"
 #include "gateway/options.h"
 #include "gateway/server/listener.h"
 #include "gateway/settings.h"
@@ -39,6 +40,7 @@ class gateway_service {
   const std::shared_ptr<tree_mirror> mirror_;
   tree_api tree_api_;
   health health_;
+  const std::shared_ptr<scrape> scrape_;
   static_files files_;
   router router_;
   service service_;

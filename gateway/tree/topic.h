@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iterator>
 #include <list>
 #include <memory>
 #include <string>
@@ -50,6 +51,17 @@ class topic {
   void set_filled() { filled_ = true; }
   std::vector<std::string> paths() const;
   number newest() const { return newest_; }
+
+  /// Calls `told(path, value)` for each path that has changed after `from`; the value as its frame
+  /// tells it.
+  template <class Told>
+  void for_each_after(number from, Told told) const {
+    auto at = entries_.end();
+    while (at != entries_.begin() && std::prev(at)->changed > from)
+      --at;
+    for (; at != entries_.end(); ++at)
+      told(at->path, at->frame->value());
+  }
 
   struct piece {
     number to = 0;                             ///< the last change in it
