@@ -7,13 +7,16 @@
 #include <memory>
 
 #include "gateway/api/health.h"
+#include "gateway/api/lab_api.h"
 #include "gateway/api/tree_api.h"
+#include "gateway/api/write_api.h"
 #include "gateway/http/static_files.h"
 #include "gateway/metrics/scrape.h"
 #include "gateway/options.h"
 #include "gateway/server/listener.h"
 #include "gateway/settings.h"
 #include "gateway/tree/tree_mirror.h"
+#include "gateway/trust/trust.h"
 
 namespace gateway {
 
@@ -36,9 +39,12 @@ class gateway_service {
   const settings bounds_;
   const listen_address at_;
   const std::shared_ptr<boost::asio::ssl::context> tls_;
+  const trust trust_;
   const std::shared_ptr<tree_link> link_;
   const std::shared_ptr<tree_mirror> mirror_;
   tree_api tree_api_;
+  write_api write_api_;
+  const std::unique_ptr<lab_api> lab_;  ///< null on a real node
   health health_;
   const std::shared_ptr<scrape> scrape_;
   static_files files_;

@@ -38,6 +38,11 @@ void declare(CLI::App& app, options& given) {
   app.add_option("--host", given.hosts,
                  "A name by which the gateway is reached, beside its address")
       ->type_name("NAME");
+  app.add_option("--lab", given.lab,
+                 "Socket of the simulated plant, for the page's bench of faults")
+      ->type_name("unix:PATH");
+  app.add_option("--lab-node", given.lab_node, "Number of the node in the plant")
+      ->capture_default_str();
   app.add_flag("--allow-writes", given.allow_writes, "Serve writes; needs --token-file");
 }
 

@@ -15,6 +15,8 @@ struct options {
   std::string key;
   std::string token_file;
   std::vector<std::string> hosts;
+  std::string lab;  ///< as `tree`, of the simulated plant; empty on a real node
+  unsigned lab_node = 0;
   bool allow_writes = false;
 };
 

@@ -89,11 +89,11 @@ answer error_answer(const nx_error& error) {
   return made;
 }
 
-void tree_api::values(const request& asked, const respond& done) {
-  const auto paths = paths_of(asked, most_patterns);
+void answer_values(tree_link& link, const request& asked, const respond& done) {
+  const auto paths = paths_of(asked, tree_api::most_patterns);
   const auto all = std::make_shared<gathered>(gathered{paths.size(), {}, {}});
   for (const auto& path : paths) {
-    mirror_->link().call(
+    link.call(
         "get", nx::params_text(path),
         [all, done](const nx::json_value* result, const nx_error* error) {
           all->add(result, error);

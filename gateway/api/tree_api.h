@@ -15,6 +15,9 @@ namespace gateway {
 unsigned status_of(const nx_error& error);
 answer error_answer(const nx_error& error);
 
+/// Present values of the paths and patterns that the request names.
+void answer_values(tree_link& link, const request& asked, const respond& done);
+
 class tree_api {
  public:
   static constexpr std::size_t most_patterns = 16;
@@ -22,7 +25,9 @@ class tree_api {
   tree_api(boost::asio::io_context& io, std::shared_ptr<tree_mirror> mirror, const settings& bounds)
       : io_(io), mirror_(std::move(mirror)), settings_(bounds) {}
 
-  void values(const request& asked, const respond& done);
+  void values(const request& asked, const respond& done) {
+    answer_values(mirror_->link(), asked, done);
+  }
   void history(const request& asked, const respond& done);
   void events(const request& asked, const respond& done);
 

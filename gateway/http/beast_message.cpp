@@ -29,7 +29,7 @@ constexpr std::array<std::pair<const char*, const char*>, 6> common_headers{{
 }};
 
 constexpr std::array<std::string_view, 5> single_headers{"host", "authorization", "origin",
-                                                         "content-type", "x-lumora-write"};
+                                                         "content-type", "x-lumora-request"};
 
 std::string lower(boost::beast::string_view text) {
   std::string out(text.data(), text.size());

@@ -26,7 +26,13 @@ void append_escaped(std::string& out, std::string_view text) {
 
 std::string number_text(double value) {
   if (std::isinf(value)) return value > 0 ? "+Inf" : "-Inf";
-  return fmt::format("{}", value);  // "1.0", as bounds of buckets are to be written
+  return fmt::format("{}", value);
+}
+
+/// A bound is a label, of which 1 and 1.0 would be two; the latter is the form.
+std::string bound_text(double bound) {
+  const auto text = number_text(bound);
+  return text.find_first_of(".eI") == text.npos ? text + ".0" : text;
 }
 
 void append_sample(std::string& out, std::string_view name, const ClientMetric& metric,
@@ -53,7 +59,7 @@ void append_sample(std::string& out, std::string_view name, const ClientMetric& 
 void append_histogram(std::string& out, const std::string& name, const ClientMetric& metric) {
   const auto& histogram = metric.histogram;
   for (const auto& bucket : histogram.bucket) {
-    append_sample(out, name + "_bucket", metric, number_text(bucket.upper_bound),
+    append_sample(out, name + "_bucket", metric, bound_text(bucket.upper_bound),
                   static_cast<double>(bucket.cumulative_count));
   }
   append_sample(out, name + "_count", metric, {}, static_cast<double>(histogram.sample_count));
