@@ -8,6 +8,9 @@ namespace gateway {
 
 namespace {
 
+/// What the system keeps for a client that does not read; left to itself it goes to megabytes.
+constexpr int send_buffer_bytes = 256 * 1024;
+
 /// Where descriptors have run out, until some are free again.
 constexpr std::chrono::milliseconds pause_after_failure{100};
 
@@ -35,6 +38,7 @@ void listener::accept() {
 void listener::accepted(boost::asio::ip::tcp::socket socket) {
   boost::system::error_code ignored;
   socket.set_option(boost::asio::ip::tcp::no_delay(true), ignored);
+  socket.set_option(boost::asio::socket_base::send_buffer_size(send_buffer_bytes), ignored);
   if (shared_.connections.size() >= shared_.bounds.connections + shared_.bounds.refusals) return;
   if (tls_) {
     admit(std::make_shared<connection<tls_stream>>(tls_stream(std::move(socket), *tls_), shared_));
