@@ -1,4 +1,4 @@
-# Completion of bash for lumora_manager, lumoractl, lumora_lab and lumora_sim. Paths of a tree come from the tree itself.
+# Completion of bash for lumora_manager, lumora_gateway, lumoractl, lumora_lab and lumora_sim. Paths of a tree come from the tree itself.
 
 _lumora_products="@LUMORA_MODELS@"
 
@@ -68,6 +68,19 @@ _lumora_manager() {
   esac
 }
 
+_lumora_gateway() {
+  local word=${COMP_WORDS[COMP_CWORD]}
+  case ${COMP_WORDS[COMP_CWORD - 1]} in
+    --page) mapfile -t COMPREPLY < <(compgen -d -- "$word") ;;
+    --certificate | --key | --token-file) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
+    --listen | --tree | --host | --lab | --lab-node) COMPREPLY=() ;;
+    *)
+      mapfile -t COMPREPLY < <(compgen -W "--help --version --tree --listen --page --certificate --key --token-file
+        --host --allow-writes --lab --lab-node" -- "$word")
+      ;;
+  esac
+}
+
 _lumora_lab() {
   local word=${COMP_WORDS[COMP_CWORD]}
   case ${COMP_WORDS[COMP_CWORD - 1]} in
@@ -89,6 +102,7 @@ _lumora_sim() {
 }
 
 complete -F _lumora_manager lumora_manager
+complete -F _lumora_gateway lumora_gateway
 complete -F _lumoractl lumoractl
 complete -F _lumora_lab lumora_lab
 complete -o filenames -F _lumora_sim lumora_sim
