@@ -32,6 +32,7 @@ class status_value : public nx_db_event_node {
   T get_last_sent() const;
 
   void get(const std::string& path, json_allocator& allocator, json_value& result) override;
+  bool append_text(std::string& out) const override;
   void periodic_task(bool pushed) override;
   void subscribe(std::shared_ptr<nx_session> session, const std::string& path,
                  json_allocator& allocator, json_value& result,

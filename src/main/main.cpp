@@ -15,6 +15,7 @@
 #include "helpers/guard.h"
 #include "helpers/logger.h"
 #include "helpers/service_manager.h"
+#include "helpers/start_report.h"
 #include "main/allocation.h"
 #include "main/lumora_manager.h"
 #include "main/manager_thread.h"
@@ -89,6 +90,9 @@ int main(int argc, const char** argv) try {
     return status_wrong_command_line;
   }
   give_large_memory_back();
+  if (const auto fault = note_log::severity_fault(); !fault.empty()) {
+    helpers::start_report::instance().tell("log", fault);
+  }
   calibration::instance().read_calibration_values(nx::rooted_path(calibration_file));
   nexel_api server(server_path, given->port, false);
   const auto daemon = std::make_shared<lumora_manager>(server.get_db());

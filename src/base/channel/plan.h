@@ -16,6 +16,10 @@
 #include "base/channel/plan_text.h"
 #include "platform/threads/ranked_mutex.h"
 
+namespace insight {
+class channel_board;
+}
+
 namespace channel {
 
 template <class T>
@@ -47,6 +51,8 @@ class plan {
   nx::ranked_mutex& get_mutex() { return mutex_; }
   const std::string& get_direction() const { return direction_; }
   unsigned get_slices() const { return slices_; }
+  /// What is told of the channels, guarded by the mutex.
+  const std::shared_ptr<insight::channel_board>& get_board() { return board_; }
 
  private:
   std::string store_key() const;
@@ -56,6 +62,7 @@ class plan {
   std::uint32_t slices_;
   nx::ranked_mutex mutex_;
   std::string direction_;
+  std::shared_ptr<insight::channel_board> board_;
 };
 
 }  // namespace channel

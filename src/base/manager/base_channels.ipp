@@ -34,6 +34,12 @@ void base<RX_T, TX_T>::init_client_tx(nx_db& db) {
 }
 
 template <class RX_T, class TX_T>
+void base<RX_T, TX_T>::tell_channel(::insight::event_kind kind, const char* direction,
+                                    unsigned center) {
+  ::insight::event_log::instance().tell(kind, ::insight::channel_subject(direction, center));
+}
+
+template <class RX_T, class TX_T>
 bool base<RX_T, TX_T>::add_channel(const nx::json_document& request) {
   const auto add = [&] {
     if (!db_) throw nx_error(nx_error::io_failed, "Database not initialized.");
@@ -61,11 +67,13 @@ void base<RX_T, TX_T>::add_in_directions(const channel_request& request,
     const log_subject subject("rx");
     LUMORA_LOG(2, "Adding RX channel with center {} and width {}.", center, width);
     client_rx_->add_channel(*db_, center, width, port, version);
+    tell_channel(::insight::event_kind::channel_added, "rx", center);
   }
   if (directions.tx) {
     const log_subject subject("tx");
     LUMORA_LOG(2, "Adding TX channel with center {} and width {}.", center, width);
     client_tx_->add_channel(*db_, center, width, port, version);
+    tell_channel(::insight::event_kind::channel_added, "tx", center);
   }
 }
 
@@ -92,11 +100,13 @@ void base<RX_T, TX_T>::remove_in_directions(const channel_request& request) {
     const log_subject subject("rx");
     LUMORA_LOG(2, "Removing RX channel {}.", center);
     client_rx_->remove_channel(center);
+    tell_channel(::insight::event_kind::channel_removed, "rx", center);
   }
   if (directions.tx) {
     const log_subject subject("tx");
     LUMORA_LOG(2, "Removing TX channel {}.", center);
     client_tx_->remove_channel(center);
+    tell_channel(::insight::event_kind::channel_removed, "tx", center);
   }
 }
 

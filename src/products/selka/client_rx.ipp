@@ -28,8 +28,10 @@ void client_rx<T>::manage_channel(nx_db& db, control_ptr control, bool regulate)
   const auto channel = control->get_channel();
   const auto mode = control->get_optical_control_mode();
   if (control->is_optical_control_mode_known()) {
+    control->conclude(insight::channel_reason::no_light_left_alone);
     base::manage_channel(db, control, regulate);
   } else {
+    control->conclude(insight::channel_reason::mode_not_set);
     LUMORA_LOG(1, "Skipping channel {} management, optical control mode is unknown.",
                channel->get_id());
   }

@@ -77,6 +77,9 @@ class api {
     return is_up() ? probe_.last_answer() : std::nullopt;
   }
 
+  /// What the peer identified last calls itself; empty before the first. On the manager thread.
+  const std::string& last_product() const { return last_identified_; }
+
   std::string get_hostname();
   float get_fiber_length();
   float get_utilization();
@@ -153,6 +156,8 @@ class api {
   void take_over();
   void tend_subscriptions();
   void publish_identity();
+  void tell_identified();
+  void tell_lost();
   void reset();
   void update_flags();
 
@@ -181,6 +186,8 @@ class api {
   std::vector<::device::wanted_path> paths_;
   probe probe_;
   unsigned vain_identifications_ = 0;  // in a row, on the present connection
+  bool is_told_lost_ = true;           // no peer has been identified since the last one was lost
+  std::string last_identified_;
   std::string product_ = "n/a";
   std::string sw_version_ = "n/a";
   std::string hw_revision_ = "n/a";
