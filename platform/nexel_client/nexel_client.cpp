@@ -4,7 +4,7 @@
 #include <cassert>
 #include <chrono>
 
-#include "platform/io/io_thread.h"
+#include "platform/threads/io_thread.h"
 
 namespace {
 

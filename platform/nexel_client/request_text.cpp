@@ -3,15 +3,17 @@
 #include <rapidjson/document.h>
 
 #include "platform/wire/json_conversion.h"
+#include "platform/wire/json_text.h"
 #include "platform/wire/limits.h"
 #include "platform/wire/nx_error.h"
 
 namespace nx {
 
 std::string params_text(const std::string& path) {
-  json_document params(rapidjson::kObjectType);
-  params.AddMember("path", to_json(path, params.GetAllocator()), params.GetAllocator());
-  return json_text(params);
+  std::string text = R"({"path":)";
+  append_json_string(text, path);
+  text += '}';
+  return text;
 }
 
 std::string params_text(const nexel_object& object) {

@@ -73,7 +73,7 @@ nx_db& nexel_api::get_db() {
   return impl_->db;
 }
 
-void nexel_api::start_ipv6_socket(std::string interface_name) {
+void nexel_api::start_ipv6_socket(const std::string& interface_name) {
   impl_->server->start_ipv6_socket(interface_name, impl_->port);
 }
 

@@ -92,19 +92,28 @@ nx::json_document nx_db_event_node::create_error_event(std::string&& path,
   return params;
 }
 
+void nx_db_event_node::publish_text(std::string_view value) {
+  if (db == nullptr) return;
+  const auto time = db->now();
+  send_to_all(nx::frame_value_event(path(), time, value), false);
+  db->append_to_history(*this, time, value);
+}
+
 void nx_db_event_node::send_event_impl(json_document&& event, bool first) {
-  auto framed = nx::frame_event(event);
+  send_to_all(nx::frame_event(event), first);
+}
+
+void nx_db_event_node::send_to_all(const std::shared_ptr<const nx_event>& event, bool first) {
   std::shared_ptr<const subscriber_list> list;
   {
     const std::lock_guard lock(subscribers_mutex_);
-    published_ = std::move(framed.value);
     list = subscribers_;
   }
   if (!list) return;
   const nx::delivery_batch batch;
   bool some_closed = false;
   for (const auto& [session, subscription] : *list) {
-    session->deliver(framed.event, subscription, first);
+    session->deliver(event, subscription, first);
     some_closed = some_closed || session->is_closed();
   }
   if (some_closed) nx_db_event_node::unsubscribe(nullptr);
@@ -113,7 +122,7 @@ void nx_db_event_node::send_event_impl(json_document&& event, bool first) {
 void nx_db_event_node::send_event_to_session_impl(json_document&& event, bool first,
                                                   std::shared_ptr<nx_session> session) {
   const auto number = session->subscription_number(*shared_path());
-  session->deliver(nx::frame_event(event).event, number, first);
+  session->deliver(nx::frame_event(event), number, first);
 }
 
 void nx_db_event_node::send_error_event(const nx_error& error) {
@@ -129,9 +138,4 @@ nx_db_event_node::subscriber_list nx_db_event_node::take_subscribers() {
   const std::lock_guard lock(subscribers_mutex_);
   const auto taken = std::exchange(subscribers_, nullptr);
   return taken ? *taken : subscriber_list();
-}
-
-std::string nx_db_event_node::take_published() {
-  const std::lock_guard lock(subscribers_mutex_);
-  return std::exchange(published_, {});
 }

@@ -39,6 +39,10 @@ void nx_db_leaf_node::get(const std::string& path, json_allocator&, json_value&)
   refuse("Not readable: ", path);
 }
 
+bool nx_db_leaf_node::append_text(std::string&) const {
+  return false;
+}
+
 void nx_db_leaf_node::set(const std::string& path, const json_value&) {
   refuse("Not writable: ", path);
 }

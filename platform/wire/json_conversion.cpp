@@ -148,4 +148,34 @@ json_value to_json<json_document>(const json_document& value, json_allocator& al
   return json_value(value, allocator);
 }
 
+template <>
+void append_json<bool>(std::string& out, const bool& value) {
+  out += value ? "true" : "false";
+}
+
+template <>
+void append_json<float>(std::string& out, const float& value) {
+  append_json_number(out, value);
+}
+
+template <>
+void append_json<int>(std::string& out, const int& value) {
+  append_json_number(out, value);
+}
+
+template <>
+void append_json<unsigned int>(std::string& out, const unsigned int& value) {
+  append_json_number(out, value);
+}
+
+template <>
+void append_json<std::string>(std::string& out, const std::string& value) {
+  append_json_string(out, value);
+}
+
+template <>
+void append_json<json_document>(std::string& out, const json_document& value) {
+  append_json_text(out, value);
+}
+
 }  // namespace nx

@@ -26,7 +26,7 @@ distortion::distortion(reading_fault fault, const std::string& path, std::string
     : fault_(std::move(fault)),
       held_(std::move(present)),
       measured_(measured),
-      noise_(std::move(noise)) {
+      noise_(noise) {
   if (fault_.what == kind::missing) fault_.error = {nx_error::not_found, "No such path: " + path};
   draw();
 }

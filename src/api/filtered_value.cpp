@@ -129,7 +129,7 @@ polled_value_base<T>::~polled_value_base() = default;
 
 template <class T>
 typename filtered_value<T>::result_t polled_value_base<T>::next_result(
-    std::unique_lock<std::recursive_mutex>& lock) {
+    std::unique_lock<nx::ranked_recursive_mutex>& lock) {
   typename filtered_value<T>::result_t next = nx_error(nx_error::foreign, "Unknown error!");
   try {
     next = checked_reading(read_getter(), *this);

@@ -232,6 +232,12 @@ const cycle_reads::answer* cycle_reads::find(const key& of) const {
   return fits ? &what : nullptr;
 }
 
+const cycle_reads::answer* cycle_reads::peek(const std::string& nexel,
+                                             const std::string& path) const {
+  const auto found = answers_.find({nexel, path});
+  return found == answers_.end() ? nullptr : &found->second.what;
+}
+
 template <class T>
 T cycle_reads::ask(nexel_client_api& client, const std::string& path) {
   const waiting_time counted(1, this);

@@ -90,8 +90,12 @@ class cycle_reads {
 
   const cost& last_cost() const { return cost_; }
 
- private:
   using answer = std::variant<bool, float, unsigned, std::string, nx_client_exception>;
+  /// What is kept of a path of the nexel at that address, as it came; null for what is not. Asks
+  /// nobody.
+  const answer* peek(const std::string& nexel, const std::string& path) const;
+
+ private:
   struct kept {
     answer what;
     std::chrono::steady_clock::time_point at;

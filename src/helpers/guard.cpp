@@ -3,6 +3,7 @@
 #include <boost/exception/diagnostic_information.hpp>
 #include <exception>
 #include <string>
+#include <utility>
 
 #include "helpers/logger.h"
 #include "platform/wire/failure.h"
@@ -34,6 +35,8 @@ std::string text_of_current_exception(after_logging next, const std::source_loca
                      next == after_logging::throws_on ? ", throwing" : "");
 }
 
+thread_local std::string last_failure;
+
 void log_failure(const std::string& text, const std::source_location& where) {
   logger::log(2, where.file_name(), static_cast<int>(where.line()), where.function_name(), "{}",
               text);
@@ -42,7 +45,12 @@ void log_failure(const std::string& text, const std::source_location& where) {
 }  // namespace
 
 void log_current_exception(after_logging next, const std::source_location& where) {
+  last_failure = current_exception_text();
   log_failure(text_of_current_exception(next, where), where);
+}
+
+std::string take_last_failure() {
+  return std::exchange(last_failure, {});
 }
 
 void walk_guard::throw_if_all_failed(std::size_t turns) const {
@@ -52,6 +60,7 @@ void walk_guard::throw_if_all_failed(std::size_t turns) const {
 void walk_guard::take_current_exception() {
   ++failures_;
   first_ = first_ ? first_ : std::current_exception();
+  last_failure = current_exception_text();
   const auto text = text_of_current_exception(after_logging::stops, where_);
   if (logged_.insert(text).second) log_failure(text, where_);
 }

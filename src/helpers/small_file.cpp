@@ -23,7 +23,7 @@ struct descriptor {
 }  // namespace
 
 std::string read_small_file(const std::string& path, std::size_t most_bytes) {
-  // Without O_NONBLOCK a pipe would wait for who writes it.
+  // Without O_NONBLOCK opening a pipe would wait for a writer.
   const descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   struct stat found {};
   if (file.number < 0 || ::fstat(file.number, &found) != 0) return {};

@@ -51,6 +51,18 @@ bool tree_link::read(const std::string& pattern, readings& into, const std::stri
   return true;
 }
 
+std::vector<std::string> tree_link::history(const std::string& path) {
+  nx::json_document result;
+  std::vector<std::string> texts;
+  if (!call("history", fmt::format(R"({{"path":{}}})", quoted(path)), result)) return texts;
+  for (const auto& member : result.GetObject()) {
+    for (const auto& entry : member.value.GetArray()) {
+      if (entry["value"].IsString()) texts.emplace_back(entry["value"].GetString());
+    }
+  }
+  return texts;
+}
+
 bool tree_link::write(const std::string& path, const std::string& value) {
   nx::json_document result;
   return call("set", fmt::format(R"({{"path":{},"value":{}}})", quoted(path), value), result);

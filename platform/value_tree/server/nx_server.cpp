@@ -152,7 +152,8 @@ void nx_server::impl::drop_subscriptions(const std::string& path) {
 }
 
 void nx_server::impl::close_all(const session_set& closing) {
-  const auto all = closing;  // closing takes them out of the set
+  // Closing takes them out of the set.
+  const std::vector<std::shared_ptr<session>> all(closing.begin(), closing.end());
   for (const auto& one : all)
     one->close({});
 }

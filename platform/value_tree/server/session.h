@@ -2,8 +2,9 @@
 // one after the other, on the I/O thread while none of them may wait or takes long, else on a
 // worker. No turn of it holds the I/O thread or a worker for longer than a single request takes.
 //
-// Locks: subscription_mutex_, then a node's own mutex, then a node's list of subscribers, then the
-// outbox. Publishing comes in through `deliver` with a node's mutex held and never takes the first.
+// Locks: subscription_mutex_, then a node's own mutex, then a node's list of subscribers, then
+// sending_mutex_, then the outbox. Publishing comes in through `deliver` with a node's mutex held
+// and never takes the first.
 #pragma once
 
 #include <array>
@@ -46,6 +47,9 @@ class session : public nx_session, public subscription_port {
   }
   bool is_silent_since(std::chrono::steady_clock::time_point time) const;
 
+  /// Sends what waits, on the thread of who publishes; false if the I/O thread has to.
+  bool send_at_once();
+
   // nx_session, from any thread.
   nx_subscription_number subscription_number(const std::string& path) const override;
   void deliver(std::shared_ptr<const nx_event> event, nx_subscription_number subscription,
@@ -83,8 +87,11 @@ class session : public nx_session, public subscription_port {
   void discard_output();
   void count_sending();
 
+  enum class sent { all, part, failed };
   void send_all();
+  sent send_waiting();
   void wait_until_writable();
+  void writable();
   void watch_progress();
   bool is_paused() const;
   void check_output_limit();
@@ -131,15 +138,21 @@ class session : public nx_session, public subscription_port {
   line_splitter splitter_{limits::line_bytes};
   std::deque<std::string> backlog_;  // lines that a worker gave back
   std::vector<std::string> added_;   // paths that came under a pattern while a request was executed
-  std::string sending_;
-  std::size_t sent_ = 0;
-  std::size_t sending_counted_ = 0;  // in what waits in all sessions
   std::chrono::steady_clock::time_point last_asked_ = std::chrono::steady_clock::now();
+  std::chrono::steady_clock::time_point turn_began_ = last_asked_;
   bool reading_ = false;
   bool ended_ = false;    // the client sends no more
   bool busy_ = false;     // a worker executes requests
   bool stalled_ = false;  // requests wait until the client has taken answers
-  bool blocked_ = false;  // the socket takes no more
+
+  // Whoever sends holds it, and for no longer than the socket takes without waiting.
+  std::mutex sending_mutex_;
+  std::string sending_;
+  std::size_t sent_ = 0;
+  std::size_t sending_counted_ = 0;  // in what waits in all sessions
+  int descriptor_ = -1;              // while the session is open
+  bool local_ = false;               // a unix socket
+  bool blocked_ = false;             // the socket takes no more; changed by the I/O thread alone
 };
 
 }  // namespace nx

@@ -98,7 +98,7 @@ parsed_plan parse_plan(const std::string& text, std::uint32_t band_slices) {
   }
   // Not an empty plan, which would clear the devices: nobody asked for that.
   if (result.left_out > 0 && result.entries.empty()) {
-    throw nx_error(-22,
+    throw nx_error(nx_error::invalid,
                    "Stored channel plan is not usable, no entry is good: " + result.first_fault);
   }
   return result;

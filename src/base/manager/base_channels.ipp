@@ -7,6 +7,7 @@
 #include "base/manager/base.ipp"
 #include "base/manager/channel_request.h"
 #include "helpers/redis.h"
+#include "models/band.h"
 
 namespace manager {
 
@@ -30,6 +31,12 @@ void base<RX_T, TX_T>::init_client_rx(nx_db& db) {
 template <class RX_T, class TX_T>
 void base<RX_T, TX_T>::init_client_tx(nx_db& db) {
   retry_until_done([&] { client_tx_->init(db); }, "Failed to initialize TX client, retrying.");
+}
+
+template <class RX_T, class TX_T>
+void base<RX_T, TX_T>::tell_channel(::insight::event_kind kind, const char* direction,
+                                    unsigned center) {
+  ::insight::event_log::instance().tell(kind, ::insight::channel_subject(direction, center));
 }
 
 template <class RX_T, class TX_T>
@@ -60,11 +67,13 @@ void base<RX_T, TX_T>::add_in_directions(const channel_request& request,
     const log_subject subject("rx");
     LUMORA_LOG(2, "Adding RX channel with center {} and width {}.", center, width);
     client_rx_->add_channel(*db_, center, width, port, version);
+    tell_channel(::insight::event_kind::channel_added, "rx", center);
   }
   if (directions.tx) {
     const log_subject subject("tx");
     LUMORA_LOG(2, "Adding TX channel with center {} and width {}.", center, width);
     client_tx_->add_channel(*db_, center, width, port, version);
+    tell_channel(::insight::event_kind::channel_added, "tx", center);
   }
 }
 
@@ -91,11 +100,13 @@ void base<RX_T, TX_T>::remove_in_directions(const channel_request& request) {
     const log_subject subject("rx");
     LUMORA_LOG(2, "Removing RX channel {}.", center);
     client_rx_->remove_channel(center);
+    tell_channel(::insight::event_kind::channel_removed, "rx", center);
   }
   if (directions.tx) {
     const log_subject subject("tx");
     LUMORA_LOG(2, "Removing TX channel {}.", center);
     client_tx_->remove_channel(center);
+    tell_channel(::insight::event_kind::channel_removed, "tx", center);
   }
 }
 
@@ -133,12 +144,12 @@ void base<RX_T, TX_T>::publish_channel_index(const std::set<unsigned>& identifie
 
 template <class RX_T, class TX_T>
 float base<RX_T, TX_T>::get_slice_width() {
-  return 6.25f;
+  return models::slice_ghz;
 }
 
 template <class RX_T, class TX_T>
 unsigned base<RX_T, TX_T>::get_slice_count() {
-  return 768;
+  return models::shared_slices;
 }
 
 template <class RX_T, class TX_T>

@@ -54,7 +54,7 @@ void check_add_structure(const channel_request& request) {
              "ok {}.",
              request.center.has_value(), request.width.has_value(), request.direction.has_value(),
              request.port.has_value());
-  throw nx_error(-22,
+  throw nx_error(nx_error::invalid,
                  "Invalid json structure. Expected center (unsigned, 8 digits, e.g. 19600000), "
                  "direction (string, rx/tx), port (unsigned, 1-34) and width (unsigned, 100 * "
                  "ghz).");
@@ -82,7 +82,7 @@ void check_remove_structure(const channel_request& request) {
   if (request.center && request.direction) return;
   LUMORA_LOG(2, "remove_channel() json input error, center ok: {}, direction ok: {}.",
              request.center.has_value(), request.direction.has_value());
-  throw nx_error(-22,
+  throw nx_error(nx_error::invalid,
                  "Invalid json structure. Expected center (unsigned, 8 digits, e.g. 19600000), "
                  "direction (string, rx/tx).");
 }

@@ -92,6 +92,8 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   virtual float get_channel_target_power(control_ptr control);
   /// Adds what a cycle of this loop reads of its devices without subscription.
   void declare_reads(std::vector<device::read_wish>& wishes);
+  /// The node's automation mode regulates nothing.
+  void note_idle() { conclude_all(::insight::channel_reason::node_leaves_alone, {}); }
   /// Whether channels of this direction are blocked at the operator's wish.
   virtual bool blocks_channels() const { return true; }
 
@@ -127,6 +129,8 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   /// Each channel's readings and then its management, in ascending frequency and each by itself.
   /// False when one of them failed.
   bool walk_channels(nx_db& db, bool regulate);
+  /// For insight: nothing is looked at, for a reason that holds for all channels.
+  void conclude_all(::insight::channel_reason reason, const std::string& text);
 
   const client_direction& direction_;
   plan_ptr plan_;
@@ -149,6 +153,9 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   std::string calibration_subject() const;
   void block_or_unblock(const control_ptr& control, bool block);
   peak_report measure_peak(const control_ptr& control, bool regulate);
+  /// To insight, with the plan's mutex held.
+  void tell_verdicts();
+  void visit_channel(nx_db& db, const control_ptr& control, bool regulate);
   void create_device_plans();
   void publish_channel(nx_db& db, const control_ptr& control);
   void show_on_leds(unsigned frequency, unsigned port);

@@ -66,7 +66,7 @@ dcm_path line<T>::auto_select_fixed_dcm_path() {
   if (!optical_switch) throw nx_error(nx_error::invalid, "Optical switch is not set up yet");
   if (const int reached = optical_switch->select_path(number); reached != number) {
     LUMORA_LOG(attempt_level_, "Failed to set pathselect. Expected {}, got {}", number, reached);
-    throw nx_error(-22,
+    throw nx_error(nx_error::invalid,
                    fmt::format("Failed to set pathselect. Expected {}, got {}", number, reached));
   }
   note_path(path);

@@ -25,7 +25,7 @@ std::string to_text(optical_control_mode mode) {
     case optical_control_mode::unknown:
       return "n/a";
   }
-  throw nx_error(-22,
+  throw nx_error(nx_error::invalid,
                  fmt::format("Invalid optical control mode: {}.", static_cast<unsigned>(mode)));
 }
 
