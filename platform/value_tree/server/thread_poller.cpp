@@ -62,6 +62,7 @@ void thread_poller::keep_time() {
     take_due(now);
     find_slow(now);
     engage();
+    count_surplus(now);
     join_ended(lock);
     const auto look = next_look(now);
     if (look == clock::time_point::max()) {
@@ -112,6 +113,16 @@ void thread_poller::engage_one() {
   }
 }
 
+void thread_poller::count_surplus(clock::time_point now) {
+  if (now - counted_since_ < limits_.idle) return;
+  const auto live = idle_ + in_quick_ + in_slow_;
+  const auto needed = std::max<std::size_t>(busiest_, 1);
+  surplus_ = live > needed ? live - needed : 0;
+  busiest_ = in_quick_ + in_slow_;
+  counted_since_ = now;
+  if (surplus_ > 0) work_.notify_all();
+}
+
 void thread_poller::join_ended(std::unique_lock<std::mutex>& lock) {
   std::list<worker> ended;
   for (auto each = workers_.begin(); each != workers_.end();) {
@@ -144,6 +155,7 @@ void thread_poller::enter(worker& self, doing state) {
   };
   --count_of(self.state);
   ++count_of(state);
+  busiest_ = std::max(busiest_, in_quick_ + in_slow_);
   self.state = state;
   self.since = clock::now();
 }
@@ -155,6 +167,10 @@ void thread_poller::work(worker& self) {
     if (auto* queue = next_queue()) {
       execute(self, *queue, lock);
       continue;
+    }
+    if (surplus_ > 0) {
+      --surplus_;
+      break;
     }
     const bool was_idle =
         work_.wait_until(lock, self.since + limits_.idle) == std::cv_status::timeout;

@@ -3,7 +3,9 @@
 //
 // Values that were slow at their last turn share a few workers among themselves, and a worker that
 // waits in a value which was quick before is replaced at once: whatever one device does, values of
-// the others are polled in time. Workers come with need and go when they have been idle.
+// the others are polled in time. Workers come with need, and go when fewer have
+// been enough for a while: waiting workers are woken in turn, so that none of them is ever idle for
+// long.
 #pragma once
 
 #include <chrono>
@@ -71,6 +73,7 @@ class thread_poller : public poll_scheduler {
   void find_slow(clock::time_point now);
   void engage();
   void engage_one();
+  void count_surplus(clock::time_point now);
   void join_ended(std::unique_lock<std::mutex>& lock);
   clock::time_point next_look(clock::time_point now) const;
 
@@ -91,6 +94,9 @@ class thread_poller : public poll_scheduler {
   std::size_t idle_ = 0;
   std::size_t in_quick_ = 0;
   std::size_t in_slow_ = 0;
+  std::size_t busiest_ = 0;  // at a time, since `counted_since_`
+  clock::time_point counted_since_ = clock::now();
+  std::size_t surplus_ = 0;  // workers that are to go
   bool stopping_ = false;
   std::thread timekeeper_;
 };
