@@ -1,0 +1,109 @@
+// What happened on the node, newest first, in sentences: the daemon's event log, at the start from its
+// history and then event by event.
+
+import { readHistory } from "./api.js";
+import { byId, element, shape } from "./dom.js";
+import { pathOf } from "./states.js";
+import { clockText, figure, isFigure, thzText } from "./text.js";
+
+export const logPath = "insight/log";
+const depth = 1000;
+const page = 30;
+
+const kinds = {
+  lit: ["disc", "blue", "has light"],
+  dark: ["hollow", "grey", "is dark"],
+  arrived: ["disc", "green", "is on target"],
+  exhausted: ["diamond", "red", "is exhausted"],
+  guardBegan: ["query", "yellow", "is guarded"],
+  guardEnded: ["ring", "green", "is guarded no more"],
+  loopDown: ["diamond", "red", "is down"],
+  loopUp: ["disc", "green", "is up again"],
+  cut: ["diamond", "red", "is cut"],
+  mended: ["disc", "green", "is mended"],
+  peerIdentified: ["disc", "green", "is identified"],
+  peerLost: ["diamond", "yellow", "is lost"],
+  channelAdded: ["triangle", "blue", "was added"],
+  channelRemoved: ["square", "grey", "was removed"],
+  parameterWritten: ["dash", "grey", "was written"],
+  startFailed: ["diamond", "red", "keeps the node from starting"],
+};
+const unknown = ["dash", "grey", ""];
+
+export class Happenings {
+  #channels;
+  #events = [];
+  #known = new Set();
+  #shown = page;
+
+  constructor(channels) {
+    this.#channels = channels;
+    byId("log-more").addEventListener("click", () => {
+      this.#shown += page * 5;
+      this.draw();
+    });
+  }
+
+  async load() {
+    const entries = await readHistory(logPath).catch(() => []);
+    entries.forEach((entry) => this.#take(entry.value));
+    this.draw();
+  }
+
+  heard(text) {
+    if (this.#take(text)) this.draw();
+  }
+
+  draw() {
+    const newest = this.#events.slice(-this.#shown).reverse();
+    byId("log-list").replaceChildren(...newest.map((event) => this.#lineOf(event)));
+    byId("log-empty").hidden = this.#events.length > 0;
+    byId("log-more").hidden = this.#events.length <= this.#shown;
+  }
+
+  #take(text) {
+    if (typeof text !== "string" || text === "" || this.#known.has(text)) return false;
+    const event = parsed(text);
+    if (!event) return false;
+    this.#known.add(text);
+    this.#events.push({ ...event, text });
+    if (this.#events.length > 1 && event.at < this.#events.at(-2).at) this.#events.sort((a, b) => a.at - b.at);
+    while (this.#events.length > depth) this.#known.delete(this.#events.shift().text);
+    return true;
+  }
+
+  #lineOf({ at, event, on, details }) {
+    const [mark, colour, does] = kinds[event] ?? unknown;
+    const words = does || event;
+    return element(
+      "li", { "data-event": event },
+      element("time", { datetime: new Date(at).toISOString() }, clockText(at)),
+      shape("svg", { class: `mark ${colour}`, viewBox: "-1.2 -1.2 2.4 2.4", "aria-hidden": "true" }, shape("path", { d: pathOf(mark), "fill-rule": "evenodd" })),
+      element("span", {}, element("b", {}, this.#subject(on)), ` ${words}`, element("span", { class: "details" }, detailsText(details))),
+    );
+  }
+
+  #subject(on) {
+    const channel = /^client (rx|tx) (\d+)$/.exec(on);
+    if (!channel) return on;
+    return `${thzText(this.#channels.thz(Number(channel[2])))} ${channel[1]}`;
+  }
+}
+
+function parsed(text) {
+  try {
+    const { time, event, on, ...details } = JSON.parse(text);
+    const at = Date.parse(time);
+    return Number.isFinite(at) ? { at, event: String(event), on: String(on), details } : undefined;
+  } catch {
+    return undefined;
+  }
+}
+
+const units = { seconds: "s", by: "dB", missing: "dB", power: "dBm", error: "dB", error_db: "dB" };
+
+function detailsText(details) {
+  const told = Object.entries(details).filter(([, value]) => value !== null && value !== "");
+  if (told.length === 0) return "";
+  return ` \u00b7 ${told.map(([name, value]) => (isFigure(value) ? `${name} ${figure(value, Number.isInteger(value) ? 0 : 1)}${units[name] ? ` ${units[name]}` : ""}` : String(value))).join(", ")}`;
+}
