@@ -3,9 +3,11 @@
 #include <rapidjson/document.h>
 
 #include <algorithm>
+#include <array>
 #include <stdexcept>
 
 #include "platform/wire/plain_event.h"
+#include "platform/wire/plain_result.h"
 
 namespace bench {
 namespace {
@@ -25,18 +27,20 @@ struct arena {
 }  // namespace
 
 void tree_connection::read(unsigned lines, const char* member) {
+  std::array<char, std::size_t{16} * 1024> chunk;
   while (lines > 0) {
     if (const auto line = lines_.next()) {
       parse(line->text, member);
       --lines;
     } else {
-      lines_.append({chunk_.data(), socket_.receive_some(chunk_.data(), chunk_.size())});
+      lines_.append({chunk.data(), socket_.receive_some(chunk.data(), chunk.size())});
     }
   }
 }
 
 void tree_connection::parse(std::string_view line, const char* member) {
   if (member == std::string_view("method") && nx::read_plain_event(line)) return;
+  if (member == std::string_view("result") && nx::read_plain_result(line)) return;
   static arena kept;
   kept.text.assign(line);
   pool values(kept.values_buffer.data(), kept.values_buffer.size());

@@ -1,8 +1,7 @@
 // A client of the tree protocol that does no more than it must: sends lines, and parses every line
-// that comes: answers in place, events as the client library reads them.
+// that comes, those of a number as the client library does, others in place.
 #pragma once
 
-#include <array>
 #include <string>
 #include <string_view>
 
@@ -24,7 +23,6 @@ class tree_connection {
 
   socket socket_;
   nx::line_splitter lines_{std::size_t{8} * 1024 * 1024};
-  std::array<char, std::size_t{16} * 1024> chunk_;
 };
 
 }  // namespace bench

@@ -7,20 +7,26 @@
 #include <cstring>
 
 #include "bench/tree_server.h"
+#include "platform/nexel_client/request_text.h"
 #include "platform/wire/json_rpc.h"
 
 namespace bench {
 namespace {
 
+void append_request(std::string& out, unsigned id, const char* method, const std::string& path) {
+  nx::json_rpc::append_request(out, id, method, nx::params_text(path));
+}
+
 std::string request(unsigned id, const char* method, const std::string& path) {
-  return nx::json_rpc::request(id, method,
-                               std::string_view(fmt::format(R"({{"path":"{}"}})", path)));
+  std::string line;
+  append_request(line, id, method, path);
+  return line + '\n';
 }
 
 std::string batch_of_gets() {
   std::string text = "[";
   for (unsigned i = 0; i < together; ++i)
-    text += (i == 0 ? "" : ",") + request(i, "get", value_path(i, 0));
+    append_request(text += i == 0 ? "" : ",", i, "get", value_path(i, 0));
   return text + "]\n";
 }
 
@@ -48,9 +54,10 @@ value_tree::value_tree(const std::string& folder, bool disturbed)
       connection_(path_),
       batch_(batch_of_gets()) {}
 
-std::string value_tree::next_get() {
+void value_tree::append_get(std::string& out) {
   ++next_;
-  return request(next_, "get", value_path(next_ % together, 1)) + '\n';
+  append_request(out, next_, "get", value_path(next_ % together, 1));
+  out += '\n';
 }
 
 std::string value_tree::next_set() {
@@ -74,14 +81,16 @@ void value_tree::set_and_hear_oneself() {
 }
 
 void value_tree::get() {
-  connection_.send(next_get());
+  std::string asked;
+  append_get(asked);
+  connection_.send(asked);
   connection_.read(1, "result");
 }
 
 void value_tree::get_in_flight() {
   std::string requests;
   for (unsigned i = 0; i < in_flight; ++i)
-    requests += next_get();
+    append_get(requests);
   connection_.send(requests);
   connection_.read(in_flight, "result");
 }
@@ -92,7 +101,7 @@ void value_tree::get_batch() {
 }
 
 void value_tree::get_by_pattern() {
-  connection_.send(request(++next_, "get", value_pattern) + '\n');
+  connection_.send(request(++next_, "get", value_pattern));
   connection_.read(1, "result");
 }
 
@@ -101,11 +110,11 @@ void value_tree::listen(unsigned listeners) {
   while (listeners_.size() < listeners) {
     auto& added = *listeners_.emplace_back(std::make_unique<tree_connection>(path_));
     for (unsigned i = 0; i < burst; ++i) {
-      added.send(request(i, "subscribe", value_path(i, 0)) + '\n');
+      added.send(request(i, "subscribe", value_path(i, 0)));
       added.read(1, "result");
       added.read(1, "method");
     }
-    added.send(request(burst, "subscribe", parameter_path) + '\n');
+    added.send(request(burst, "subscribe", parameter_path));
     added.read(1, "result");
     added.read(1, "method");
   }
@@ -114,7 +123,7 @@ void value_tree::listen(unsigned listeners) {
 
 void value_tree::add_stuck_subscriber() {
   stuck_ = std::make_unique<tree_connection>(path_);
-  stuck_->send(request(1, "subscribe", "**") + '\n');
+  stuck_->send(request(1, "subscribe", "**"));
   stuck_->read(1, "result");
 }
 

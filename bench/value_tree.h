@@ -29,7 +29,7 @@ class value_tree : public contestant {
   void set_and_hear_oneself() override;
 
  private:
-  std::string next_get();
+  void append_get(std::string& out);
   std::string next_set();
   void add_stuck_subscriber();
   void publish(unsigned events);

@@ -6,6 +6,7 @@
 #include <numeric>
 #include <stdexcept>
 
+#include "models/band.h"
 #include "models/model.h"
 
 namespace models {
@@ -17,9 +18,6 @@ constexpr named_port degree_ports[] = {{1, "xc4Wss1"}, {2, "localAD"}, {3, "xc4W
                                        {4, "xc1"},     {5, "xc4Wss3"}, {6, "xc2"},
                                        {7, "xc4Wss4"}, {8, "xc3"},     {9, "xc4Wss5"}};
 
-constexpr unsigned orva_slices = 768;
-constexpr unsigned selka_slices = 772;
-
 // The order is that of every list of models a user sees. The booster's gain puts the add switch at
 // 7 to 9 dB at rest: the dead band of a channel grows with its attenuation, and below 7 dB the
 // monitor's noise would now and then carry a channel at rest out of it.
@@ -30,7 +28,7 @@ constexpr model table[] = {
         .kin = family::orva,
         .plan = plan_kind::fixed,
         .grid = {19140000, 15000, 32},
-        .slices = orva_slices,
+        .slices = shared_slices,
         .named_ports = client_port,
         .panel = {.clients = 32},
         .saturation_cap = 1.0F,
@@ -42,7 +40,7 @@ constexpr model table[] = {
         .kin = family::orva,
         .plan = plan_kind::fixed,
         .grid = {19210000, 10000, 40},
-        .slices = orva_slices,
+        .slices = shared_slices,
         .named_ports = client_port,
         .panel = {.clients = 40},
         .saturation_cap = 1.0F,
@@ -54,7 +52,7 @@ constexpr model table[] = {
         .kin = family::orva,
         .plan = plan_kind::fixed,
         .grid = {19210000, 10000, 40},
-        .slices = orva_slices,
+        .slices = shared_slices,
         .named_ports = client_port,
         .panel = {.clients = 40},
         .has_compensator = true,
@@ -66,7 +64,7 @@ constexpr model table[] = {
         .kin = family::orva,
         .plan = plan_kind::fixed,
         .grid = {19160000, 10000, 40, 8},
-        .slices = orva_slices,
+        .slices = shared_slices,
         .counts_channels = true,
         .named_ports = client_port,
         .panel = {.clients = 40},

@@ -26,7 +26,7 @@ struct reading_fault {
   kind what = kind::frozen;
   double amount = 0.0;  ///< in the reading's unit; noise is gaussian, this its sigma
   std::string value{};
-  nx_error error{-5, "Refused by the device"};
+  nx_error error{nx_error::io_failed, "Refused by the device"};
   /// Between two draws of noise, or two turns of a tremble.
   std::chrono::nanoseconds pace = std::chrono::seconds(1);
 
@@ -59,7 +59,7 @@ struct write_fault {
   std::chrono::nanoseconds delay{0};
   unsigned every = 1;  ///< hits each n-th of the writes that fit
   double share = 1.0;  ///< and of these this part, by seeded noise
-  nx_error error{-5, "Refused by the device"};
+  nx_error error{nx_error::io_failed, "Refused by the device"};
 
   static write_fault lost() { return {.what = kind::lost}; }
   static write_fault late(std::chrono::nanoseconds delay) {

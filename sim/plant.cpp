@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "platform/nexel_client/in_process.h"
+#include "platform/in_process/network.h"
 #include "sim/nexels/node_trees.h"
 #include "sim/nexels/peer_tree.h"
 #include "sim/plant/board.h"

@@ -200,7 +200,7 @@ class plant {
   /// plant's lock held; none leaves a channel as it is. Each node has a store of its own.
   using attenuation_source =
       std::function<std::optional<double>(const std::string& module, unsigned channel)>;
-  void set_switch_source(attenuation_source source, unsigned node = 0);
+  void set_switch_source(const attenuation_source& source, unsigned node = 0);
 
   // --- Truth: what is, whatever the read-outs say.
 
@@ -223,7 +223,6 @@ class plant {
   bool osc_ready(unsigned node) const;
   /// What the node's dispersion modules add to the path, the fixed one included where it is in it.
   double compensation_ps_per_nm(unsigned node) const;
-  unsigned monitor_passes(unsigned node, direction side) const;
 
   write_counters channel_writes(unsigned node, direction side, unsigned channel) const;
   unsigned switch_writes(unsigned node, direction side) const;  ///< all channels, ports included

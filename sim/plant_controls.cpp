@@ -175,7 +175,7 @@ void plant::set_optical_switch_stuck(unsigned node, bool stuck) {
   impl_->at(node).dispersion.stuck = stuck;
 }
 
-void plant::set_switch_source(attenuation_source source, unsigned node) {
+void plant::set_switch_source(const attenuation_source& source, unsigned node) {
   const std::lock_guard lock(impl_->light);
   for (auto& tree : impl_->trees.at(node))
     set_attenuation_source(*tree, source);

@@ -73,12 +73,6 @@ bool plant::osc_ready(unsigned node) const {
   return impl_->at(node).osc.ready();
 }
 
-unsigned plant::monitor_passes(unsigned node, direction side) const {
-  const std::lock_guard lock(impl_->light);
-  const sim::node& of = impl_->at(node);
-  return monitor_of(of, side).passes();
-}
-
 double plant::compensation_ps_per_nm(unsigned node) const {
   const std::lock_guard lock(impl_->light);
   const dispersion_module& of = impl_->at(node).dispersion;

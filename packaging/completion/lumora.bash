@@ -1,4 +1,4 @@
-# Completion of bash for lumora_manager, lumoractl, lumora_lab and lumora_sim. Paths of a tree come from the tree itself.
+# Completion of bash for lumora_manager, lumora_gateway, lumoractl, lumora_lab and lumora_sim. Paths of a tree come from the tree itself.
 
 _lumora_products="@LUMORA_MODELS@"
 
@@ -42,19 +42,18 @@ _lumoractl() {
     --socket) mapfile -t COMPREPLY < <(compgen -f -- "$word") && return ;;
     --root) mapfile -t COMPREPLY < <(compgen -d -- "$word") && return ;;
     --nexel) mapfile -t COMPREPLY < <(compgen -W "$(ls "${NX_ROOT:-}/tmp/nexels" 2>/dev/null)" -- "$word") && return ;;
-    --host | --port | --timeout | --count | --for) return ;;
+    --host | --port | --timeout | --count | --for | --since) return ;;
   esac
   if [[ $word == -* ]]; then
-    local options="--help --json --bare --timeout --node --socket --nexel --host --port --root"
+    local options="@LUMORA_OPTIONS@"
     case $command in
-      "") options+=" --version" ;;
-      list) options+=" --recursive" ;;
-      tree) options+=" --values" ;;
-      watch) options+=" --count --for" ;;
+      "") options+=" --version" ;;@LUMORA_BASH_COMMAND_OPTIONS@
     esac
     mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word")
   elif [[ -z $command ]]; then
-    mapfile -t COMPREPLY < <(compgen -W "get history list tree info set run reset watch" -- "$word")
+    mapfile -t COMPREPLY < <(compgen -W "@LUMORA_COMMANDS@" -- "$word")
+  elif [[ $command == save || $command == load ]]; then
+    mapfile -t COMPREPLY < <(compgen -f -- "$word")
   else
     _lumora_paths "$word"
   fi
@@ -65,7 +64,20 @@ _lumora_manager() {
   case ${COMP_WORDS[COMP_CWORD - 1]} in
     --product | -d) mapfile -t COMPREPLY < <(compgen -W "$_lumora_products" -- "$word") ;;
     --interface_name | -i) mapfile -t COMPREPLY < <(compgen -W "$(ls /sys/class/net)" -- "$word") ;;
-    *) mapfile -t COMPREPLY < <(compgen -W "--help --port --interface_name --product" -- "$word") ;;
+    *) mapfile -t COMPREPLY < <(compgen -W "@LUMORA_BASH_lumora_manager@" -- "$word") ;;
+  esac
+}
+
+_lumora_gateway() {
+  local word=${COMP_WORDS[COMP_CWORD]}
+  case ${COMP_WORDS[COMP_CWORD - 1]} in
+    --page) mapfile -t COMPREPLY < <(compgen -d -- "$word") ;;
+    --certificate | --key | --token-file) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
+    --listen | --tree | --host | --lab | --lab-node) COMPREPLY=() ;;
+    *)
+      mapfile -t COMPREPLY < <(compgen -W "--help --version --tree --listen --page --certificate --key --token-file
+        --host --allow-writes --lab --lab-node" -- "$word")
+      ;;
   esac
 }
 
@@ -75,8 +87,7 @@ _lumora_lab() {
     --product) mapfile -t COMPREPLY < <(compgen -W "$_lumora_products" -- "$word") ;;
     --topology) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
     *)
-      mapfile -t COMPREPLY < <(compgen -W "--help --version --product --peer --seed --topology --until-converged
-        --keep --log" -- "$word")
+      mapfile -t COMPREPLY < <(compgen -W "@LUMORA_BASH_lumora_lab@" -- "$word")
       ;;
   esac
 }
@@ -84,14 +95,14 @@ _lumora_lab() {
 _lumora_sim() {
   local word=${COMP_WORDS[COMP_CWORD]}
   if [[ $word == -* ]]; then
-    mapfile -t COMPREPLY < <(compgen -W "--help --version --seed --speed --board --print-board --far-prefix --far-hash-tag
-      --peer --peer-interface --latency" -- "$word")
+    mapfile -t COMPREPLY < <(compgen -W "@LUMORA_BASH_lumora_sim@" -- "$word")
   else
     mapfile -t COMPREPLY < <(compgen -f -- "$word")
   fi
 }
 
 complete -F _lumora_manager lumora_manager
+complete -F _lumora_gateway lumora_gateway
 complete -F _lumoractl lumoractl
 complete -F _lumora_lab lumora_lab
 complete -o filenames -F _lumora_sim lumora_sim

@@ -13,14 +13,7 @@
 #include <string>
 #include <vector>
 
-class kvs_client_exception {
- public:
-  explicit kvs_client_exception(std::string text) : text_(std::move(text)) {}
-  const std::string& what() const { return text_; }
-
- private:
-  std::string text_;
-};
+#include "platform/wire/failure.h"
 
 /// Tenths of a second, for a command as a whole; 10 in all calls of this system.
 struct kvs_timeout {

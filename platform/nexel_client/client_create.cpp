@@ -1,12 +1,22 @@
+#include <mutex>
+
+#include "platform/io/neighbours.h"
 #include "platform/nexel_client/client_core.h"
-#include "platform/nexel_client/in_process_core.h"
+#include "platform/nexel_client/client_transport.h"
 #include "platform/nexel_client/socket_core.h"
-#include "platform/value_tree/neighbours.h"
 #include "platform/wire/socket_path.h"
 
 namespace nx {
 
 namespace {
+
+std::mutex transport_mutex;
+std::weak_ptr<client_transport> transport_in_place;
+
+std::shared_ptr<client_transport> installed_transport() {
+  const std::lock_guard lock(transport_mutex);
+  return transport_in_place.lock();
+}
 
 template <class Handle>
 std::shared_ptr<client_handle<Handle>> create_client(
@@ -14,9 +24,9 @@ std::shared_ptr<client_handle<Handle>> create_client(
     const std::string& address_in_process, std::string name,
     std::weak_ptr<nexel_connection_subscriber> connection_subscriber) {
   std::shared_ptr<client_core> core;
-  if (auto network = installed_network()) {
-    core = in_process_core::create(std::move(network), address_in_process, std::move(name),
-                                   std::move(connection_subscriber));
+  if (const auto transport = installed_transport()) {
+    core = transport->create_core(address_in_process, std::move(name),
+                                  std::move(connection_subscriber));
   } else {
     core = socket_core::create(*io, address, std::move(name), std::move(connection_subscriber));
   }
@@ -25,6 +35,16 @@ std::shared_ptr<client_handle<Handle>> create_client(
 }
 
 }  // namespace
+
+void install_transport(const std::shared_ptr<client_transport>& transport) {
+  const std::lock_guard lock(transport_mutex);
+  transport_in_place = transport;
+}
+
+void remove_transport(const client_transport& transport) {
+  const std::lock_guard lock(transport_mutex);
+  if (transport_in_place.lock().get() == &transport) transport_in_place.reset();
+}
 
 }  // namespace nx
 

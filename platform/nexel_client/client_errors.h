@@ -4,7 +4,8 @@
 #include <chrono>
 #include <string>
 
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_client_exception.h"
+#include "platform/wire/nx_error.h"
 
 namespace nx {
 
@@ -12,17 +13,13 @@ namespace nx {
 /// once until the nexel answers something: a caller with many values to read pays for one of them.
 inline constexpr std::chrono::seconds call_time_out{2};
 
-inline constexpr std::int32_t not_connected_code = -107;
-inline constexpr std::int32_t no_answer_code = -110;
-inline constexpr std::int32_t invalid_code = -22;
-
 /// `address` is the socket's path, or "[host%interface]:port".
 inline nx_client_exception not_connected_to(const std::string& address, const std::string& path) {
-  return {not_connected_code, "Not connected: " + address, path};
+  return {nx_error::not_connected, "Not connected: " + address, path};
 }
 
 inline nx_client_exception no_answer_from(const std::string& address, const std::string& path) {
-  return {no_answer_code, "No answer within 2 s: " + address, path};
+  return {nx_error::no_answer, "No answer within 2 s: " + address, path};
 }
 
 }  // namespace nx

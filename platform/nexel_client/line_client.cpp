@@ -11,11 +11,11 @@
 #include <cstring>
 #include <deque>
 
-#include "platform/nexel_client/nx_client_exception.h"
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_rpc.h"
 #include "platform/wire/limits.h"
 #include "platform/wire/line_splitter.h"
+#include "platform/wire/nx_client_exception.h"
 #include "platform/wire/socket_path.h"
 
 namespace nx {

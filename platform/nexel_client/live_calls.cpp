@@ -125,7 +125,7 @@ void live_calls::start(call& started, time_point now, std::string& lines) {
   }
   const char* method = object->method();
   const auto id = calls_.add(std::move(object), deadline);
-  lines += json_rpc::request(id, method, std::string_view(started.params));
+  json_rpc::append_request(lines, id, method, started.params);
   lines += '\n';
 }
 

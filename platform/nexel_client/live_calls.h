@@ -11,9 +11,9 @@
 #include <utility>
 #include <vector>
 
+#include "platform/io/last_calls.h"
 #include "platform/nexel_client/call_table.h"
 #include "platform/nexel_client/line_stream.h"
-#include "platform/value_tree/last_calls.h"
 
 namespace nx {
 

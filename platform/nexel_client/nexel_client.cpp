@@ -4,7 +4,7 @@
 #include <cassert>
 #include <chrono>
 
-#include "platform/value_tree/io_thread.h"
+#include "platform/threads/io_thread.h"
 
 namespace {
 
@@ -40,7 +40,7 @@ T nexel_client_api::wait_for(std::future<T>& answer, const std::string& path, bo
   constexpr std::chrono::milliseconds look{100};
   while (answer.wait_for(look) != std::future_status::ready) {
     if (is_abandoned() || (gives_up && gives_up()))
-      throw nx_client_exception{-107, "Not connected: shutting down", path};
+      throw nx_client_exception{nx_error::not_connected, "Not connected: shutting down", path};
   }
   return answer.get();
 }
@@ -113,6 +113,20 @@ R nexel_client_api::set(const std::string& path, const char* value) {
   return wait_for(answer, path);
 }
 
+template <>
+std::future<void> nexel_client_api::send_set(const std::string& path, float value) {
+  auto [request, answer] = write_request<void, float>(path, value);
+  send(request);
+  return std::move(answer);
+}
+
+template <>
+std::future<void> nexel_client_api::send_set(const std::string& path, const char* value) {
+  auto [request, answer] = write_request<void, const char>(path, *value);
+  send(request);
+  return std::move(answer);
+}
+
 template bool nexel_client_api::get(const std::string&);
 template float nexel_client_api::get(const std::string&);
 template int nexel_client_api::get(const std::string&);
@@ -122,6 +136,7 @@ template std::string nexel_client_api::get_or(const std::string&, const std::str
 
 #define INSTANTIATE_WAIT_FOR(T) \
   template T nexel_client_api::wait_for(std::future<T>&, const std::string&, bool (*)());
+INSTANTIATE_WAIT_FOR(void)
 INSTANTIATE_WAIT_FOR(bool)
 INSTANTIATE_WAIT_FOR(float)
 INSTANTIATE_WAIT_FOR(unsigned int)

@@ -51,8 +51,13 @@ class nexel_client_api : public nexel_client_base {
   template <class R>
   R set(const std::string& path, const char* value);
 
-  /// Waits for one answer to a request of several objects, which `server_call` has sent. T: bool,
-  /// float, unsigned int, std::string. While it waits, `gives_up` is asked now and then: if it says
+  /// One write that is on its way when this returns; `wait_for` gives its answer. Value: float,
+  /// const char*.
+  template <class Value>
+  std::future<void> send_set(const std::string& path, Value value);
+
+  /// Waits for one answer to what `server_call` or `send_set` has sent. T: void, bool, float,
+  /// unsigned int, std::string. While it waits, `gives_up` is asked now and then: if it says
   /// so, the call fails as with a nexel that is away.
   template <class T>
   T wait_for(std::future<T>& answer, const std::string& path, bool (*gives_up)() = nullptr);

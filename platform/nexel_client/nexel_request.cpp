@@ -2,8 +2,8 @@
 
 #include <rapidjson/document.h>
 
+#include "platform/wire/failure.h"
 #include "platform/wire/json_conversion.h"
-#include "platform/wire/nx_error.h"
 
 namespace {
 
@@ -12,18 +12,18 @@ const nx::json_value& answer_of(const nx::json_value& result, const std::string&
     auto member = result.FindMember(path.c_str());
     if (member != result.MemberEnd()) return member->value;
   }
-  throw nx_client_exception{-22, "The answer holds no value for " + path, path};
+  throw nx_client_exception{nx_error::invalid, "The answer holds no value for " + path, path};
 }
 
 template <class T>
 T convert_answer(const nx::json_value& result, const std::string& path) {
   try {
     return nx::from_json<T>(answer_of(result, path));
-  } catch (const json_value_conversion_error& error) {
-    throw nx_client_exception{
-        -22, std::string("expected ") + error.expected + ", found " + error.found, path};
-  } catch (const nx_error& error) {
-    throw nx_client_exception{error.code, error.message, path};
+  } catch (const nx_client_exception&) {
+    throw;
+  } catch (...) {
+    const auto found = nx::current_failure();
+    throw nx_client_exception{found.code, found.message, path};
   }
 }
 

@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/nexel_client/nx_client_exception.h"
 #include "platform/wire/json.h"
+#include "platform/wire/nx_client_exception.h"
 
 /// One path inside a request. It may outlive its caller, who gives up when the process shuts down.
 class nexel_object {

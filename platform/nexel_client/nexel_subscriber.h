@@ -5,8 +5,8 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/nexel_client/nx_client_exception.h"
 #include "platform/wire/json.h"
+#include "platform/wire/nx_client_exception.h"
 
 enum class subscription_ended_rc { removed, dropped };
 

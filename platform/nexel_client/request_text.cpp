@@ -3,15 +3,17 @@
 #include <rapidjson/document.h>
 
 #include "platform/wire/json_conversion.h"
+#include "platform/wire/json_text.h"
 #include "platform/wire/limits.h"
 #include "platform/wire/nx_error.h"
 
 namespace nx {
 
 std::string params_text(const std::string& path) {
-  json_document params(rapidjson::kObjectType);
-  params.AddMember("path", to_json(path, params.GetAllocator()), params.GetAllocator());
-  return json_text(params);
+  std::string text = R"({"path":)";
+  append_json_string(text, path);
+  text += '}';
+  return text;
 }
 
 std::string params_text(const nexel_object& object) {
@@ -22,8 +24,9 @@ std::string params_text(const nexel_object& object) {
   std::string text = json_text(params);
   constexpr std::size_t envelope = 128;
   if (text.size() + envelope > limits::line_bytes) {
-    throw nx_error(-22, "Request of " + std::to_string(text.size()) +
-                            " bytes is beyond the limit of " + std::to_string(limits::line_bytes));
+    throw nx_error(nx_error::invalid, "Request of " + std::to_string(text.size()) +
+                                          " bytes is beyond the limit of " +
+                                          std::to_string(limits::line_bytes));
   }
   return text;
 }

@@ -2,7 +2,9 @@
 
 #include <rapidjson/document.h>
 
+#include <array>
 #include <boost/asio/post.hpp>
+#include <cassert>
 
 #include "platform/nexel_client/client_errors.h"
 #include "platform/nexel_client/request_text.h"
@@ -64,7 +66,7 @@ void socket_core::call(const nexel_request& request) {
   for (const auto& object : request.get_objects()) {
     try {
       if (io_.stopped())
-        throw nx_error(not_connected_code, not_connected_to(address_.text(), {}).message);
+        throw nx_error(nx_error::not_connected, not_connected_to(address_.text(), {}).message);
       calls.push_back({object, params_text(*object)});
     } catch (const nx_error& error) {
       object->report_local_error({error.code, error.message, object->get_path()});
@@ -88,6 +90,7 @@ void socket_core::subscribe(std::shared_ptr<nexel_subscriber> subscriber) {
 }
 
 void socket_core::attend() {
+  assert(on_io_thread());
   for (const auto& [object, error] : calls_.take_refused())
     object->report_local_error(error);
   if (phase_ == phase::closed || last_calls_.announced()) fail_unconnected(calls_.take_waiting());
@@ -130,6 +133,20 @@ void socket_core::answer(const json_value& message) {
   object->process_error_response({fault.code, fault.message, object->get_path()});
 }
 
+void socket_core::answer(plain_result& answer) {
+  pace_.reset();
+  const auto object = calls_.answered(answer.id);
+  if (!object) return;
+  // Room for one member, so that nothing is allocated.
+  std::array<char, 2048> room;
+  json_allocator allocator(room.data(), room.size());
+  json_value result(rapidjson::kObjectType);
+  const auto size = static_cast<rapidjson::SizeType>(answer.path.size());
+  result.AddMember(json_value(rapidjson::StringRef(answer.path.data(), size)), answer.value,
+                   allocator);
+  object->process_ok_response(result);
+}
+
 void socket_core::watch_deadline() {
   const auto deadline = calls_.watch_deadline();
   if (!deadline) return;
@@ -169,6 +186,7 @@ void socket_core::line_received(std::string_view line) {
     pace_.reset();
     return subscriptions_.changed(event->path, event->value);
   }
+  if (auto result = read_plain_result(line)) return answer(*result);
   json_document message;
   try {
     message = parse_json(line.data(), line.size());

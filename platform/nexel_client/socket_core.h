@@ -7,6 +7,7 @@
 #include <mutex>
 #include <vector>
 
+#include "platform/io/last_calls.h"
 #include "platform/nexel_client/client_core.h"
 #include "platform/nexel_client/line_stream.h"
 #include "platform/nexel_client/live_calls.h"
@@ -14,7 +15,7 @@
 #include "platform/nexel_client/reconnect_pace.h"
 #include "platform/nexel_client/serial_executor.h"
 #include "platform/nexel_client/subscription_table.h"
-#include "platform/value_tree/last_calls.h"
+#include "platform/wire/plain_result.h"
 
 namespace nx {
 
@@ -45,6 +46,7 @@ class socket_core : public client_core,
   void add_new_subscribers();
   void fail_unconnected(const live_calls::objects& calls);
   void answer(const json_value& message);
+  void answer(plain_result& answer);
   void watch_deadline();
   void expire_calls();
 

@@ -90,7 +90,7 @@ void socket_core::lost(const std::string& reason) {
   log(note_log::warning, "Connection to " + address_.text() + " lost: " + reason);
   pause();
   fail_unconnected(calls_.close());
-  subscriptions_.lost(not_connected_code, not_connected_to(address_.text(), {}).message);
+  subscriptions_.lost(nx_error::not_connected, not_connected_to(address_.text(), {}).message);
   post_event(&nexel_connection_subscriber::connection_lost_event);
 }
 

@@ -26,7 +26,7 @@ class subscription_call final : public nexel_object {
   }
   /// A lost connection is told to all subscribers at once, not here.
   void report_local_error(const nx_client_exception& error) override {
-    if (error.code != not_connected_code) process_error_response(error);
+    if (error.code != nx_error::not_connected) process_error_response(error);
   }
 
  private:

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "platform/note_log/note_log.h"
+#include "platform/wire/failure.h"
 #include "platform/wire/json_conversion.h"
 
 namespace nx {
@@ -31,20 +32,6 @@ std::string text_of(const json_value& object, const char* name) {
   return {member->GetString(), member->GetStringLength()};
 }
 
-std::string current_fault() {
-  try {
-    throw;
-  } catch (const json_value_conversion_error& error) {
-    return std::string("expected ") + error.expected + ", found " + error.found;
-  } catch (const nx_client_exception& error) {
-    return error.message;
-  } catch (const std::exception& error) {
-    return error.what();
-  } catch (...) {
-    return "unknown exception";
-  }
-}
-
 }  // namespace
 
 // A receiver that throws, as one does on a value of another type than it wants, harms nobody else;
@@ -59,7 +46,7 @@ void subscription_table::tell(const std::string& path, entry& of, Event event) {
     } catch (...) {
       if (!of.fault_logged) {
         note_log::write(note_log::error, "nexel_client",
-                        "Subscriber of " + path + " failed: " + current_fault());
+                        "Subscriber of " + path + " failed: " + current_failure().message);
       }
       of.fault_logged = true;
     }
@@ -117,7 +104,9 @@ void subscription_table::refused(const std::string& path, const nx_client_except
 }
 
 void subscription_table::lost(std::int32_t code, const std::string& message) {
-  for (auto& [path, of] : entries_) {
+  for (auto& entry : entries_) {
+    const auto& path = entry.first;
+    auto& of = entry.second;
     const nx_client_exception error{code, message, path};
     if (of.now == phase::active) {
       tell(path, of, [](nexel_subscriber& one) { one.subscription_lost(); });

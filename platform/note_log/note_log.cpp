@@ -59,8 +59,20 @@ void configure_from_environment() {
   });
 }
 
+std::string severity_fault() {
+  const char* setting = std::getenv("NOTE_LOG_SEVERITY");
+  if (setting == nullptr) return {};
+  for (const auto level : {error, warning, info, debug}) {
+    if (severity_word(level) == setting) return {};
+  }
+  return fmt::format(
+      "NOTE_LOG_SEVERITY is '{}', which is no severity: error, warning, info and debug are; info "
+      "counts meanwhile",
+      setting);
+}
+
 boost::log::record open_record(severity_level severity, const std::string& channel,
-                               const std::string& subject) {
+                               const std::string& subject, folding folds) {
   namespace keywords = boost::log::keywords;
   // A logger of the call's own: setting the channel of a shared one is no business of two threads.
   auto logger = note_log_slg::construct_logger();
@@ -68,6 +80,10 @@ boost::log::record open_record(severity_level severity, const std::string& chann
   if (record && !subject.empty()) {
     record.attribute_values().insert("Subject",
                                      boost::log::attributes::make_attribute_value(subject));
+  }
+  if (record && folds != folding::none) {
+    record.attribute_values().insert("Folding",
+                                     boost::log::attributes::make_attribute_value(folds));
   }
   return record;
 }
@@ -79,8 +95,9 @@ void push_record(boost::log::record&& record, const std::string& text) {
   boost::log::core::get()->push_record(std::move(record));
 }
 
-void write(severity_level severity, const std::string& channel, const std::string& text) {
-  if (auto opened = open_record(severity, channel)) push_record(std::move(opened), text);
+void write(severity_level severity, const std::string& channel, const std::string& text,
+           folding folds) {
+  if (auto opened = open_record(severity, channel, {}, folds)) push_record(std::move(opened), text);
 }
 
 void set_observer(std::function<void(const record&)> observer) {

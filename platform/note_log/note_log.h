@@ -26,13 +26,17 @@ std::string getCodeTrace(const std::string& file, unsigned line);
 /// Opens a record; empty (false) if the library's filter rejects it. Setting severity, channel and
 /// opening are one step: safe from any thread.
 boost::log::record open_record(severity_level severity, const std::string& channel,
-                               const std::string& subject = {});
+                               const std::string& subject = {}, folding folds = folding::none);
 
 /// Completes an opened record with its text, code trace included.
 void push_record(boost::log::record&& record, const std::string& text);
 
 /// Writes one record to the library, whatever the daemon's own threshold. Safe from any thread.
-void write(severity_level severity, const std::string& channel, const std::string& text);
+void write(severity_level severity, const std::string& channel, const std::string& text,
+           folding folds = folding::none);
+
+/// What is wrong with NOTE_LOG_SEVERITY, in one sentence; empty if nothing is.
+std::string severity_fault();
 
 /// Settings of the library, from its own environment: NOTE_LOG_SEVERITY (lowest severity shown:
 /// "error", "warning", "info", "debug"; default "info"), NOTE_LOG_TRACE=1 (show code traces). Read

@@ -8,6 +8,10 @@ namespace note_log {
 /// The numbers are the priorities of syslog and of the journal.
 enum severity_level : int { error = 3, warning = 4, info = 6, debug = 7 };
 
+/// What may be left out where a record is written: nothing; the same text again; or also the rest
+/// of many different texts from one place.
+enum class folding { none, repeats, places };
+
 struct record {
   severity_level severity;
   std::string channel;
@@ -15,6 +19,7 @@ struct record {
   std::string trace;  ///< as getCodeTrace gave it; empty if the text ended without one
   std::string subject =
       {};  ///< whom it concerns, where the place in the code serves many; or empty
+  folding folds = folding::none;
 };
 
 }  // namespace note_log

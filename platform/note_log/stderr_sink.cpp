@@ -23,6 +23,8 @@ record to_record(const boost::log::record_view& view) {
   auto rec = split_trace(severity ? *severity : info, channel ? *channel : std::string(),
                          text ? *text : std::string());
   if (subject) rec.subject = *subject;
+  const auto folds = boost::log::extract<folding>("Folding", view);
+  if (folds) rec.folds = *folds;
   return rec;
 }
 
@@ -34,10 +36,14 @@ void stderr_sink::consume(const boost::log::record_view& view) {
   const auto now = std::chrono::steady_clock::now();
   for (const auto& summary : guard.take_summaries(now))
     put(summary);
-  if (guard.admit(rec, now)) put(rec);
+  for (const auto& summary : fold.take_summaries(now))
+    put(summary);
+  if (fold.admit(rec, now) && guard.admit(rec, now)) put(rec);
 }
 
 void stderr_sink::flush() {
+  for (const auto& summary : fold.take_all())
+    put(summary);
   for (const auto& summary : guard.take_all())
     put(summary);
   tell_lost();

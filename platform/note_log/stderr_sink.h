@@ -15,6 +15,7 @@
 #include "platform/note_log/flood_guard.h"
 #include "platform/note_log/journal.h"
 #include "platform/note_log/line_layout.h"
+#include "platform/note_log/repeat_fold.h"
 #include "platform/note_log/waitless_output.h"
 
 namespace note_log {
@@ -41,6 +42,7 @@ class stderr_sink
   line_style style;
   std::optional<journal_socket> journal;
   flood_guard guard;
+  repeat_fold fold;
   waitless_output output{STDERR_FILENO};
   std::function<void(const record&)> observer;
 };

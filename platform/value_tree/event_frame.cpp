@@ -20,10 +20,8 @@ std::string time_text(std::chrono::sys_time<std::chrono::milliseconds> ms) {
                      clock.subseconds().count());
 }
 
-}  // namespace
-
 // Many events fall into one millisecond: those of a cycle, and the first ones of a subscription.
-std::string event_time(std::chrono::system_clock::time_point time) {
+const std::string& kept_time_text(std::chrono::system_clock::time_point time) {
   using namespace std::chrono;
   thread_local sys_time<milliseconds> last_time{milliseconds::min()};
   thread_local std::string last_text;
@@ -34,24 +32,38 @@ std::string event_time(std::chrono::system_clock::time_point time) {
   return last_text;
 }
 
-framed_event frame_event(const json_document& params) {
+constexpr std::string_view head = R"({"jsonrpc":"2.0","method":"event","params":)";
+
+}  // namespace
+
+std::string event_time(std::chrono::system_clock::time_point time) {
+  return kept_time_text(time);
+}
+
+std::shared_ptr<const nx_event> frame_event(const json_document& params) {
   auto event = std::make_shared<nx_event>();
-  framed_event framed;
+  event->line = head;
+  append_json_text(event->line, params);
+  event->line += '}';
+  return event;
+}
+
+std::shared_ptr<const nx_event> frame_value_event(std::string_view path,
+                                                  std::chrono::system_clock::time_point time,
+                                                  std::string_view value) {
+  constexpr std::size_t room_for_names = 64;
+  auto event = std::make_shared<nx_event>();
   auto& line = event->line;
-  line = R"({"jsonrpc":"2.0","method":"event","params":)";
-  char separator = '{';
-  for (const auto& member : params.GetObject()) {
-    line += separator;
-    separator = ',';
-    append_json_text(line, member.name);
-    line += ':';
-    const auto start = line.size();
-    append_json_text(line, member.value);
-    if (member.name == "value") framed.value = line.substr(start);
-  }
+  line.reserve(head.size() + path.size() + value.size() + room_for_names);
+  line += head;
+  line += R"({"path":)";
+  append_json_string(line, path);
+  line += R"(,"time":")";
+  line += kept_time_text(time);
+  line += R"(","value":)";
+  line += value;
   line += "}}";
-  framed.event = std::move(event);
-  return framed;
+  return event;
 }
 
 }  // namespace nx

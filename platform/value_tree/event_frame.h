@@ -4,6 +4,7 @@
 #include <chrono>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "platform/value_tree/nx_session.h"
 #include "platform/wire/json.h"
@@ -13,12 +14,11 @@ namespace nx {
 /// "2026-01-31T12:00:00.123Z"
 std::string event_time(std::chrono::system_clock::time_point time);
 
-struct framed_event {
-  std::shared_ptr<const nx_event> event;
-  std::string value;  ///< text of the member "value", empty for an error event
-};
-
 /// Frames the params of an event: "path", "time" and "value" or "error".
-framed_event frame_event(const json_document& params);
+std::shared_ptr<const nx_event> frame_event(const json_document& params);
+/// The same for a value whose JSON text is at hand.
+std::shared_ptr<const nx_event> frame_value_event(std::string_view path,
+                                                  std::chrono::system_clock::time_point time,
+                                                  std::string_view value);
 
 }  // namespace nx

@@ -6,8 +6,8 @@
 #include <csignal>
 #include <mutex>
 
+#include "platform/io/last_calls.h"
 #include "platform/note_log/note_log.h"
-#include "platform/value_tree/last_calls.h"
 #include "platform/value_tree/nx_db.h"
 #include "platform/value_tree/nx_server.h"
 #include "platform/value_tree/server/runtime_impl.h"
@@ -73,7 +73,7 @@ nx_db& nexel_api::get_db() {
   return impl_->db;
 }
 
-void nexel_api::start_ipv6_socket(std::string interface_name) {
+void nexel_api::start_ipv6_socket(const std::string& interface_name) {
   impl_->server->start_ipv6_socket(interface_name, impl_->port);
 }
 

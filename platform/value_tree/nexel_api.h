@@ -23,7 +23,7 @@ class nexel_api {
 
   /// Also listens on `port` of the named interface, for sessions that read and subscribe only. The
   /// interface may be missing, come and go.
-  void start_ipv6_socket(std::string interface_name);
+  void start_ipv6_socket(const std::string& interface_name);
 
   /// Serves until SIGINT or SIGTERM, or until `stop`, and blocks the calling thread meanwhile. The
   /// I/O threads go on after it, so that others can finish their device calls; all of these

@@ -8,6 +8,7 @@
 #include <unordered_map>
 
 #include "platform/value_tree/history_ring.h"
+#include "platform/value_tree/own_history.h"
 #include "platform/value_tree/path_index.h"
 #include "platform/value_tree/path_pattern.h"
 #include "platform/value_tree/tree_mutex.h"
@@ -25,8 +26,15 @@ struct tree_entry {
   std::shared_ptr<nx::path_history> history;
 };
 
+struct path_hash {
+  using is_transparent = void;
+  std::size_t operator()(std::string_view path) const {
+    return std::hash<std::string_view>()(path);
+  }
+};
+
 [[noreturn]] void no_such_path(const std::string& path) {
-  throw nx_error(-2, "No such path: " + path);
+  throw nx_error(nx_error::not_found, "No such path: " + path);
 }
 
 std::string joined(const std::string& parent_path, const std::string& name) {
@@ -48,7 +56,7 @@ void add_paths_below(const nx::path_index::level& level, std::vector<std::string
 struct nx_db::impl {
   // Guards entries and index. No node is called under it but for its list of subscribers.
   mutable nx::tree_mutex mutex;
-  std::unordered_map<std::string, tree_entry> entries;
+  std::unordered_map<std::string, tree_entry, path_hash, std::equal_to<>> entries;
   nx::path_index index;
 
   std::mutex watchers_mutex;
@@ -59,6 +67,12 @@ struct nx_db::impl {
 
   std::shared_ptr<nx::poll_scheduler> poller;
   std::shared_ptr<boost::asio::io_context> io;
+
+  const std::shared_ptr<nx_db_leaf_node>& find(std::string_view path) const {
+    static const std::shared_ptr<nx_db_leaf_node> none;
+    const auto entry = entries.find(path);
+    return entry == entries.end() ? none : entry->second.node;
+  }
 
   std::vector<std::shared_ptr<added_callback>> live_watchers() {
     const std::lock_guard lock(watchers_mutex);
@@ -105,7 +119,7 @@ std::shared_ptr<nx_db_leaf_node> nx_db::put(const std::string& path,
   std::shared_ptr<nx_db_leaf_node> old;  // outlives the lock
   const std::lock_guard lock(impl_->mutex);
   if (node->db != nullptr && (node->db != this || *node->path_ != path)) {
-    throw nx_error(-22, "The node is attached already: " + *node->path_);
+    throw nx_error(nx_error::invalid, "The node is attached already: " + *node->path_);
   }
   const auto present = impl_->entries.find(path);
   if (present != impl_->entries.end() && present->second.node != node) old = present->second.node;
@@ -170,10 +184,19 @@ bool nx_db::remove_node(const std::string& path) {
   return true;
 }
 
-std::shared_ptr<nx_db_leaf_node> nx_db::find(const std::string& path) const {
+std::shared_ptr<nx_db_leaf_node> nx_db::find(std::string_view path) const {
   const std::shared_lock lock(impl_->mutex);
-  const auto entry = impl_->entries.find(path);
-  return entry == impl_->entries.end() ? nullptr : entry->second.node;
+  return impl_->find(path);
+}
+
+std::vector<std::shared_ptr<nx_db_leaf_node>> nx_db::find_each(
+    const std::vector<std::string_view>& paths) const {
+  std::vector<std::shared_ptr<nx_db_leaf_node>> found;
+  found.reserve(paths.size());
+  const std::shared_lock lock(impl_->mutex);
+  for (const auto path : paths)
+    found.push_back(impl_->find(path));
+  return found;
 }
 
 std::shared_ptr<nx_db_leaf_node> nx_db::node_at(const std::string& path) const {
@@ -194,17 +217,22 @@ void nx_db::subscribe(const std::shared_ptr<nx_session>& session,
   while (node) {
     nx::json_value answer(rapidjson::kObjectType);
     node->subscribe(session, *path, allocator, answer, lock);
-    const auto present = find(*path);
-    if (present == node) {
+    if (is_present(*node)) {
       for (auto& member : answer.GetObject()) {
         result.AddMember(member.name, member.value, allocator);
       }
       return;
     }
     node->unsubscribe(session);
-    node = present;
+    node = find(*path);
   }
   no_such_path(*path);
+}
+
+// Waits for a change of the tree that is under way, as `find` does.
+bool nx_db::is_present(const nx_db_leaf_node& node) const {
+  const std::shared_lock lock(impl_->mutex);
+  return node.db == this && !node.is_retired();
 }
 
 bool nx_db::is_pattern(const std::string& path) {
@@ -231,29 +259,32 @@ std::vector<std::string> nx_db::list(const std::string& path, bool recursive) co
 }
 
 void nx_db::append_to_history(std::shared_ptr<nx_db_node> node) {
-  std::string value;
-  if (auto* events = dynamic_cast<nx_db_event_node*>(node.get())) value = events->take_published();
-  if (value.empty()) {
-    const auto* leaf = dynamic_cast<nx_db_leaf_node*>(node.get());
-    if (leaf == nullptr) return;
-    nx::json_document document;
-    value = nx::json_text(leaf->export_history_entry(document.GetAllocator()));
-  }
-  const auto history = node->history_;
-  if (!history || node->is_retired()) return;
-  const auto time = now();
+  const auto* leaf = dynamic_cast<const nx_db_leaf_node*>(node.get());
+  if (leaf == nullptr) return;
+  nx::json_document document;
+  const auto value = nx::json_text(leaf->export_history_entry(document.GetAllocator()));
+  append_to_history(*node, now(), value);
+}
+
+void nx_db::append_to_history(const nx_db_node& node, std::chrono::system_clock::time_point time,
+                              std::string_view value) {
+  const auto& history = node.history_;
+  if (!history || node.is_retired()) return;
   const std::lock_guard lock(history->mutex);
   history->ring.append(time, value, history_depth);
 }
 
 std::vector<nx_db::history_entry> nx_db::history(const std::string& path) const {
   std::shared_ptr<nx::path_history> history;
+  std::shared_ptr<nx_db_leaf_node> node;
   {
     const std::shared_lock lock(impl_->mutex);
     const auto entry = impl_->entries.find(path);
     if (entry == impl_->entries.end()) no_such_path(path);
     history = entry->second.history;
+    node = entry->second.node;
   }
+  if (const auto* own = dynamic_cast<const nx::own_history*>(node.get())) return own->history();
   std::vector<history_entry> found;
   const std::lock_guard lock(history->mutex);
   for (auto& kept : history->ring.entries()) {

@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -39,7 +40,10 @@ class nx_db {
   bool remove_node(const std::string& path);
 
   /// Null if there is none.
-  std::shared_ptr<nx_db_leaf_node> find(const std::string& path) const;
+  std::shared_ptr<nx_db_leaf_node> find(std::string_view path) const;
+  /// The same for each of several paths.
+  std::vector<std::shared_ptr<nx_db_leaf_node>> find_each(
+      const std::vector<std::string_view>& paths) const;
   /// Throws nx_error -2 "No such path: P".
   std::shared_ptr<nx_db_leaf_node> node_at(const std::string& path) const;
 
@@ -61,6 +65,9 @@ class nx_db {
 
   /// Records that the node changed. The newest `history_depth` entries of each path are kept.
   void append_to_history(std::shared_ptr<nx_db_node> node);
+  /// The same with the value at hand, as JSON text.
+  void append_to_history(const nx_db_node& node, std::chrono::system_clock::time_point time,
+                         std::string_view value);
   struct history_entry {
     std::chrono::system_clock::time_point time;
     std::string value;  ///< JSON text
@@ -87,6 +94,7 @@ class nx_db {
   std::shared_ptr<nx_db_leaf_node> put(const std::string& path,
                                        const std::shared_ptr<nx_db_leaf_node>& node);
   void attach(nx_db_leaf_node& node, const std::string& path);
+  bool is_present(const nx_db_leaf_node& node) const;
   static bool has_subscribers(const nx_db_leaf_node& node);
   static void move_subscribers(nx_db_leaf_node& old, nx_db_leaf_node& node);
 

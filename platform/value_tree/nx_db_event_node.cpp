@@ -22,15 +22,22 @@ nx::json_document event_params(const std::string& path, const nx_db* db) {
 
 }  // namespace
 
+// The list to be changed: itself while no event is going out with it, else a copy, since hundreds
+// of subscribers may come to each path.
+std::shared_ptr<nx_db_event_node::subscriber_list> nx_db_event_node::to_change() const {
+  if (!subscribers_) return std::make_shared<subscriber_list>();
+  // An event takes its share under the lock that is held here and lets go of it without. Letting
+  // go of one here sees what was done before that.
+  std::shared_ptr<const subscriber_list>(subscribers_).reset();
+  if (subscribers_.use_count() > 1) return std::make_shared<subscriber_list>(*subscribers_);
+  return std::const_pointer_cast<subscriber_list>(subscribers_);
+}
+
 // A session that closes while its subscriptions move to another node is missed by its own clean-up,
 // so closed ones go too.
-std::shared_ptr<nx_db_event_node::subscriber_list> nx_db_event_node::without(
-    const subscriber_list& list, const std::shared_ptr<nx_session>& taken) {
-  auto rest = std::make_shared<subscriber_list>();
-  rest->reserve(list.size() + 1);  // for the one that may come
-  std::copy_if(list.begin(), list.end(), std::back_inserter(*rest),
-               [&](const auto& one) { return one.session != taken && !one.session->is_closed(); });
-  return rest;
+void nx_db_event_node::take_off(subscriber_list& list, const std::shared_ptr<nx_session>& taken) {
+  std::erase_if(list,
+                [&](const auto& one) { return one.session == taken || one.session->is_closed(); });
 }
 
 nx_db_event_node::nx_db_event_node(const std::string& name) : nx_db_leaf_node(name) {}
@@ -54,14 +61,19 @@ void nx_db_event_node::subscribe(std::shared_ptr<nx_session> session, const std:
                                  std::unique_lock<std::recursive_mutex>&) {
   const auto number = session->subscription_number(*shared_path());
   const std::lock_guard lock(subscribers_mutex_);
-  auto list = without(subscribers_ ? *subscribers_ : subscriber_list(), session);
+  auto list = to_change();
+  take_off(*list, session);
   list->push_back({std::move(session), number});
   subscribers_ = std::move(list);
 }
 
 void nx_db_event_node::unsubscribe(std::shared_ptr<nx_session> session) {
   const std::lock_guard lock(subscribers_mutex_);
-  if (subscribers_) subscribers_ = without(*subscribers_, session);
+  if (!subscribers_) return;
+  auto list = to_change();
+  take_off(*list, session);
+  if (list->empty()) list = nullptr;
+  subscribers_ = std::move(list);
 }
 
 nx::json_value nx_db_event_node::get_info(json_allocator& allocator) const {
@@ -80,19 +92,28 @@ nx::json_document nx_db_event_node::create_error_event(std::string&& path,
   return params;
 }
 
+void nx_db_event_node::publish_text(std::string_view value) {
+  if (db == nullptr) return;
+  const auto time = db->now();
+  send_to_all(nx::frame_value_event(path(), time, value), false);
+  db->append_to_history(*this, time, value);
+}
+
 void nx_db_event_node::send_event_impl(json_document&& event, bool first) {
-  auto framed = nx::frame_event(event);
+  send_to_all(nx::frame_event(event), first);
+}
+
+void nx_db_event_node::send_to_all(const std::shared_ptr<const nx_event>& event, bool first) {
   std::shared_ptr<const subscriber_list> list;
   {
     const std::lock_guard lock(subscribers_mutex_);
-    published_ = std::move(framed.value);
     list = subscribers_;
   }
   if (!list) return;
   const nx::delivery_batch batch;
   bool some_closed = false;
   for (const auto& [session, subscription] : *list) {
-    session->deliver(framed.event, subscription, first);
+    session->deliver(event, subscription, first);
     some_closed = some_closed || session->is_closed();
   }
   if (some_closed) nx_db_event_node::unsubscribe(nullptr);
@@ -101,7 +122,7 @@ void nx_db_event_node::send_event_impl(json_document&& event, bool first) {
 void nx_db_event_node::send_event_to_session_impl(json_document&& event, bool first,
                                                   std::shared_ptr<nx_session> session) {
   const auto number = session->subscription_number(*shared_path());
-  session->deliver(nx::frame_event(event).event, number, first);
+  session->deliver(nx::frame_event(event), number, first);
 }
 
 void nx_db_event_node::send_error_event(const nx_error& error) {
@@ -117,9 +138,4 @@ nx_db_event_node::subscriber_list nx_db_event_node::take_subscribers() {
   const std::lock_guard lock(subscribers_mutex_);
   const auto taken = std::exchange(subscribers_, nullptr);
   return taken ? *taken : subscriber_list();
-}
-
-std::string nx_db_event_node::take_published() {
-  const std::lock_guard lock(subscribers_mutex_);
-  return std::exchange(published_, {});
 }

@@ -7,7 +7,7 @@
 namespace {
 
 [[noreturn]] void refuse(const char* what, const std::string& path) {
-  throw nx_error(-22, what + path);
+  throw nx_error(nx_error::invalid, what + path);
 }
 
 }  // namespace
@@ -37,6 +37,10 @@ nx::json_value nx_db_leaf_node::export_history_entry(json_allocator& allocator) 
 
 void nx_db_leaf_node::get(const std::string& path, json_allocator&, json_value&) {
   refuse("Not readable: ", path);
+}
+
+bool nx_db_leaf_node::append_text(std::string&) const {
+  return false;
 }
 
 void nx_db_leaf_node::set(const std::string& path, const json_value&) {

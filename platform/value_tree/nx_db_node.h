@@ -11,8 +11,10 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "platform/threads/ranked_mutex.h"
 #include "platform/value_tree/nx_session.h"
 #include "platform/wire/json.h"
 #include "platform/wire/nx_error.h"
@@ -35,7 +37,9 @@ class nx_db_node : public std::enable_shared_from_this<nx_db_node> {
   /// its name alone.
   std::string get_path(unsigned depth) const;
 
-  /// The whole path, for who keeps many.
+  /// The whole path.
+  const std::string& path() const { return *path_; }
+  /// The same for who keeps many.
   std::shared_ptr<const std::string> shared_path() const { return path_; }
 
   /// True once the node was replaced or removed: it is polled no more.
@@ -65,6 +69,9 @@ class nx_db_leaf_node : public nx_db_node {
 
   /// Adds the present value to the object `result` as a member named by `path`.
   virtual void get(const std::string& path, json_allocator& allocator, json_value& result);
+  /// Appends the text of the present value; false, and nothing is appended, where only `get` can
+  /// tell. For values that are read often and never wait.
+  virtual bool append_text(std::string& out) const;
   virtual void set(const std::string& path, const json_value& value);
   /// Executes a command and adds its answer to `result` under `path`.
   virtual void run(const std::string& path, const json_value& args, json_allocator& allocator,
@@ -122,6 +129,9 @@ class nx_db_event_node : public nx_db_leaf_node {
   json_document create_value_changed_event(std::string&& path) const;
   /// A complete error event.
   json_document create_error_event(std::string&& path, const nx_error& error) const;
+  /// Tells all subscribers and the history of a new value, which is given as JSON text. Without a
+  /// tree there is neither.
+  void publish_text(std::string_view value);
   /// Sends to all subscribers; `first` is false for changes.
   void send_event_impl(json_document&& event, bool first);
   /// Sends to one session; `first` is true for the first event of a subscription.
@@ -139,14 +149,13 @@ class nx_db_event_node : public nx_db_leaf_node {
   };
   using subscriber_list = std::vector<subscriber>;
 
-  static std::shared_ptr<subscriber_list> without(const subscriber_list& list,
-                                                  const std::shared_ptr<nx_session>& taken);
+  std::shared_ptr<subscriber_list> to_change() const;
+  static void take_off(subscriber_list& list, const std::shared_ptr<nx_session>& taken);
   subscriber_list take_subscribers();
-  std::string take_published();
+  void send_to_all(const std::shared_ptr<const nx_event>& event, bool first);
 
   // A leaf in the lock order: taken with a value's own mutex held, and nothing is taken under it.
-  mutable std::mutex subscribers_mutex_;
-  // Replaced as a whole when it changes, so that an event goes out without the lock.
+  mutable nx::ranked_mutex subscribers_mutex_{nx::lock_rank::leaf};
+  // Replaced as a whole when it changes while an event goes out, which holds no lock.
   std::shared_ptr<const subscriber_list> subscribers_;
-  std::string published_;  // text of the last value sent, until the history has taken it
 };

@@ -61,10 +61,10 @@ void check_free(const path_index::level& root, std::string_view path) {
     const auto next = level->children.find(level_key(segment));
     if (below.empty()) {
       if (next == level->children.end()) return;
-      throw nx_error(-22, "Nodes stand below the path: " + std::string(path));
+      throw nx_error(nx_error::invalid, "Nodes stand below the path: " + std::string(path));
     }
     if (level->children.contains(segment)) {
-      throw nx_error(-22, "A node stands above the path: " + std::string(path));
+      throw nx_error(nx_error::invalid, "A node stands above the path: " + std::string(path));
     }
     if (next == level->children.end()) return;
     level = next->second.below.get();

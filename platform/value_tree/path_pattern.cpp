@@ -9,7 +9,7 @@ namespace nx {
 namespace {
 
 [[noreturn]] void refuse(std::string_view what, std::string_view path) {
-  throw nx_error(-22, std::string(what) + std::string(path));
+  throw nx_error(nx_error::invalid, std::string(what) + std::string(path));
 }
 
 bool forbidden(char c) {

@@ -8,6 +8,8 @@
 namespace nx {
 namespace {
 
+thread_local bool is_background = false;
+
 int nice_of(thread_rank rank) {
   switch (rank) {
     case thread_rank::loops:
@@ -24,12 +26,17 @@ int nice_of(thread_rank rank) {
 
 void take_rank(const char* thread_name, thread_rank rank) {
   ::pthread_setname_np(::pthread_self(), thread_name);
+  is_background = rank == thread_rank::background;
   if (rank == thread_rank::background) {
     // Does not take the processor from a thread that has just got it.
     const sched_param none{};
     ::sched_setscheduler(0, SCHED_BATCH, &none);
   }
   ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), nice_of(rank));
+}
+
+bool in_background() {
+  return is_background;
 }
 
 }  // namespace nx

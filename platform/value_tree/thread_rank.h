@@ -16,4 +16,7 @@ enum class thread_rank {
 /// and the background alone stands below.
 void take_rank(const char* thread_name, thread_rank rank);
 
+/// True on a thread of the last rank: a lock that others want too may stay with it for long.
+bool in_background();
+
 }  // namespace nx

@@ -30,7 +30,8 @@ float narrowed(double number) {
 
 void check_string(std::size_t bytes) {
   if (bytes <= limits::string_bytes) return;
-  throw nx_error(-22, fmt::format("String value longer than {} bytes", limits::string_bytes));
+  throw nx_error(nx_error::invalid,
+                 fmt::format("String value longer than {} bytes", limits::string_bytes));
 }
 
 bool is_container(const json_value& value) {
@@ -145,6 +146,36 @@ json_value to_json<std::string>(const std::string& value, json_allocator& alloca
 template <>
 json_value to_json<json_document>(const json_document& value, json_allocator& allocator) {
   return json_value(value, allocator);
+}
+
+template <>
+void append_json<bool>(std::string& out, const bool& value) {
+  out += value ? "true" : "false";
+}
+
+template <>
+void append_json<float>(std::string& out, const float& value) {
+  append_json_number(out, value);
+}
+
+template <>
+void append_json<int>(std::string& out, const int& value) {
+  append_json_number(out, value);
+}
+
+template <>
+void append_json<unsigned int>(std::string& out, const unsigned int& value) {
+  append_json_number(out, value);
+}
+
+template <>
+void append_json<std::string>(std::string& out, const std::string& value) {
+  append_json_string(out, value);
+}
+
+template <>
+void append_json<json_document>(std::string& out, const json_document& value) {
+  append_json_text(out, value);
 }
 
 }  // namespace nx

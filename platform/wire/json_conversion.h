@@ -39,6 +39,10 @@ void check_strings(const json_value& value);
 template <class T>
 json_value to_json(const T& value, json_allocator& allocator);
 
+/// Appends the text of `to_json(value)`.
+template <class T>
+void append_json(std::string& out, const T& value);
+
 /// Parses one text. Throws nx_error -32700 with what is wrong and where, on text that is not JSON,
 /// not UTF-8 or nested deeper than the limit of the protocol.
 json_document parse_json(const char* text, std::size_t size);

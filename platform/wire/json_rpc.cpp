@@ -2,6 +2,9 @@
 
 #include <rapidjson/document.h>
 
+#include <array>
+#include <charconv>
+
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_text.h"
 
@@ -18,15 +21,22 @@ void append_id(std::string& out, std::string_view id) {
 
 }  // namespace
 
+void append_request(std::string& out, std::uint64_t id, std::string_view method,
+                    std::string_view params_text) {
+  std::array<char, 20> digits;
+  const auto* end = std::to_chars(digits.data(), digits.data() + digits.size(), id).ptr;
+  append_id(out, {digits.data(), static_cast<std::size_t>(end - digits.data())});
+  out += R"(,"method":)";
+  append_json_string(out, method);
+  out += R"(,"params":)";
+  out += params_text;
+  out += '}';
+}
+
 std::string request(std::uint64_t id, std::string_view method, std::string_view params_text) {
   std::string line;
   line.reserve(64 + params_text.size());
-  append_id(line, std::to_string(id));
-  line += R"(,"method":)";
-  append_json_string(line, method);
-  line += R"(,"params":)";
-  line += params_text;
-  line += '}';
+  append_request(line, id, method, params_text);
   return line;
 }
 
@@ -34,9 +44,13 @@ std::string request(std::uint64_t id, std::string_view method, const json_value&
   return request(id, method, std::string_view(json_text(params)));
 }
 
-void append_result(std::string& out, std::string_view id, const json_value& result) {
+void begin_result(std::string& out, std::string_view id) {
   append_id(out, id);
   out += R"(,"result":)";
+}
+
+void append_result(std::string& out, std::string_view id, const json_value& result) {
+  begin_result(out, id);
   append_json_text(out, result);
   out += '}';
 }
@@ -94,7 +108,7 @@ json_value value_in_error(json_value error, json_allocator& allocator) {
 }
 
 nx_error error_from_value(const json_value& error) {
-  nx_error found(-1, "Unknown error!");
+  nx_error found(nx_error::foreign, "Unknown error!");
   if (!error.IsObject()) return found;
   if (const auto code = error.FindMember("code");
       code != error.MemberEnd() && code->value.IsInt()) {

@@ -20,9 +20,14 @@ inline constexpr std::int32_t invalid_params = -32602;
 /// {"jsonrpc":"2.0","id":ID,"method":METHOD,"params":PARAMS}; the params as a value or as text.
 std::string request(std::uint64_t id, std::string_view method, const json_value& params);
 std::string request(std::uint64_t id, std::string_view method, std::string_view params_text);
+/// The same, to the end of `out`.
+void append_request(std::string& out, std::uint64_t id, std::string_view method,
+                    std::string_view params_text);
 
 /// Appends an answer. The id is JSON text, as it came; "null" of a message that could not be read.
 void append_result(std::string& out, std::string_view id, const json_value& result);
+/// The beginning of one, up to its result; the result and a '}' follow.
+void begin_result(std::string& out, std::string_view id);
 void append_error(std::string& out, std::string_view id, const nx_error& error);
 /// The same for a message whose id is not known.
 std::string error_without_id(const nx_error& error);

@@ -21,8 +21,13 @@ void append_number(std::string& out, Number number) {
   out.append(text.data(), end.ptr);
 }
 
+void require_finite(double number) {
+  if (!std::isfinite(number))
+    throw nx_error(nx_error::invalid, "A number that is not finite has no JSON text");
+}
+
 void append_double(std::string& out, double number) {
-  if (!std::isfinite(number)) throw nx_error(-22, "A number that is not finite has no JSON text");
+  require_finite(number);
   constexpr double float_max = std::numeric_limits<float>::max();
   if (std::abs(number) <= float_max && double{static_cast<float>(number)} == number) {
     append_number(out, static_cast<float>(number));
@@ -160,6 +165,19 @@ class text_writer {
 void append_json_text(std::string& out, const json_value& value) {
   text_writer writer(out);
   value.Accept(writer);
+}
+
+void append_json_number(std::string& out, float number) {
+  require_finite(double{number});
+  append_number(out, number);
+}
+
+void append_json_number(std::string& out, int number) {
+  append_number(out, number);
+}
+
+void append_json_number(std::string& out, unsigned int number) {
+  append_number(out, number);
 }
 
 void append_json_string(std::string& out, std::string_view text) {

@@ -12,6 +12,11 @@ namespace nx {
 /// Appends what json_text gives. Throws nx_error -22 on a number that is not finite.
 void append_json_text(std::string& out, const json_value& value);
 
+/// Appends a number as json_text does. Throws nx_error -22 on one that is not finite.
+void append_json_number(std::string& out, float number);
+void append_json_number(std::string& out, int number);
+void append_json_number(std::string& out, unsigned int number);
+
 /// Appends the text as a JSON string, in quotes and escaped.
 void append_json_string(std::string& out, std::string_view text);
 

@@ -6,12 +6,23 @@
 #include <exception>
 #include <string>
 
-/// Codes are negated errno numbers: -1 foreign exception, -2 no such path or object, -5 an
-/// input/output step failed, -13 forbidden, -22 invalid or not available, -61 no value.
 class nx_error : public std::exception {
  public:
-  nx_error(std::int32_t error_code, std::string text)
-      : code(error_code), message(std::move(text)) {}
+  /// What this system itself tells, on the wire and in the log: negated errno numbers. A device may
+  /// answer with others.
+  enum error_code : std::int32_t {
+    foreign = -1,          ///< an exception that is not of this system
+    not_found = -2,        ///< no such path, or an object that is gone
+    io_failed = -5,        ///< an input or output step failed
+    forbidden = -13,       ///< not in this session
+    invalid = -22,         ///< a value out of its range, or nothing that is available now
+    no_value = -61,        ///< not set yet, or no number
+    not_connected = -107,  ///< a client's own: the service is not reached
+    no_answer = -110       ///< a client's own: no answer in time
+  };
+
+  nx_error(std::int32_t number, std::string text)
+      : code(number), message(std::move(text)) {}
 
   const char* what() const noexcept override { return message.c_str(); }
 

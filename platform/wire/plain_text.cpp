@@ -1,16 +1,37 @@
 #include "platform/wire/plain_text.h"
 
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
 namespace nx {
 namespace {
 
-// Text that JSON neither escapes nor has to check, quotes aside. Looks at every byte without a
-// branch, so that compilers make it a few bytes at a time: most of a client's work is here.
+constexpr std::uint64_t ones = 0x0101010101010101;
+
+// Text that JSON neither escapes nor has to check, quotes aside. Eight bytes at once: the highest
+// bit of each tells whether it is below 0x20, above 0x7e or a backslash. A borrow may tell it of
+// the byte behind such a one too, never of one alone.
+bool is_plain_word(const char* bytes) {
+  std::uint64_t word = 0;
+  std::memcpy(&word, bytes, sizeof(word));
+  const auto backslash = word ^ (ones * '\\');
+  return (((word - ones * 0x20) | (word + ones) | (backslash - ones) | word) & (ones * 0x80)) == 0;
+}
+
+bool is_plain_byte(char byte) {
+  const auto c = static_cast<unsigned char>(byte);
+  return c >= 0x20 && c <= 0x7e && c != '\\';
+}
+
 bool is_plain(std::string_view text) {
-  unsigned char odd = 0;
-  for (const unsigned char c : text)
-    odd |= static_cast<unsigned char>(c < 0x20) | static_cast<unsigned char>(c > 0x7e) |
-           static_cast<unsigned char>(c == '\\');
-  return odd == 0;
+  constexpr std::size_t step = sizeof(std::uint64_t);
+  if (text.size() < step) return std::all_of(text.begin(), text.end(), is_plain_byte);
+  const std::size_t last = text.size() - step;
+  for (std::size_t at = 0; at < last; at += step) {
+    if (!is_plain_word(text.data() + at)) return false;
+  }
+  return is_plain_word(text.data() + last);
 }
 
 }  // namespace

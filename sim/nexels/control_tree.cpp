@@ -50,7 +50,7 @@ nexel_state nexel_state_of(const std::string& word) {
   for (const state_word& each : state_words) {
     if (word == each.word) return each.state;
   }
-  throw nx_error(-22,
+  throw nx_error(nx_error::invalid,
                  "state: found '" + word + "', accepted are 'ok', 'hung', 'killed' and 'refusing'");
 }
 

@@ -50,8 +50,8 @@ class control_tree : public device_tree {
   void follow(std::shared_ptr<Shown> shown, auto value) {
     followers_.push_back([=] { shown->update(value()); });
   }
-  void follow(const std::string& path, std::function<double()> value);
-  void count(const std::string& path, std::function<unsigned()> value);
+  void follow(const std::string& path, const std::function<double()>& value);
+  void count(const std::string& path, const std::function<unsigned()>& value);
 
   plant& owner_;
   const line_system& system_;

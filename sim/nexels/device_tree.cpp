@@ -3,7 +3,7 @@
 namespace sim {
 
 std::mutex& device_tree::enter() const {
-  if (refusing_) throw nx_error(-5, "Refused by the device");
+  if (refusing_) throw nx_error(nx_error::io_failed, "Refused by the device");
   return light_;
 }
 

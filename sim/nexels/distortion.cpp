@@ -26,8 +26,8 @@ distortion::distortion(reading_fault fault, const std::string& path, std::string
     : fault_(std::move(fault)),
       held_(std::move(present)),
       measured_(measured),
-      noise_(std::move(noise)) {
-  if (fault_.what == kind::missing) fault_.error = {-2, "No such path: " + path};
+      noise_(noise) {
+  if (fault_.what == kind::missing) fault_.error = {nx_error::not_found, "No such path: " + path};
   draw();
 }
 

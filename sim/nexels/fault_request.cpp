@@ -18,26 +18,28 @@ constexpr double longest_s = 86400.0;
 class members {
  public:
   explicit members(const std::string& text) : object_(nx::parse_json(text)) {
-    if (!object_.IsObject()) throw nx_error(-22, "found " + text + ", accepted is an object");
+    if (!object_.IsObject())
+      throw nx_error(nx_error::invalid, "found " + text + ", accepted is an object");
   }
 
   bool has(const char* name) const { return object_.HasMember(name); }
 
   std::string text(const char* name) {
-    if (!has(name)) throw nx_error(-22, fmt::format("\"{}\" is missing", name));
+    if (!has(name)) throw nx_error(nx_error::invalid, fmt::format("\"{}\" is missing", name));
     return nx::from_json<std::string>(take(name));
   }
 
   /// Any value, as JSON text.
   std::string json(const char* name) {
-    if (!has(name)) throw nx_error(-22, fmt::format("\"{}\" is missing", name));
+    if (!has(name)) throw nx_error(nx_error::invalid, fmt::format("\"{}\" is missing", name));
     return nx::json_text(take(name));
   }
 
   double number(const char* name, double without, double low, double high) {
     if (!has(name)) return without;
     const auto value = take(name);
-    if (!value.IsNumber()) throw nx_error(-22, fmt::format("\"{}\" is no number", name));
+    if (!value.IsNumber())
+      throw nx_error(nx_error::invalid, fmt::format("\"{}\" is no number", name));
     require_range(name, value.GetDouble(), low, high, "");
     return value.GetDouble();
   }
@@ -49,8 +51,8 @@ class members {
 
   void end() const {
     if (object_.ObjectEmpty()) return;
-    throw nx_error(-22, fmt::format("\"{}\" does not belong to this",
-                                    object_.MemberBegin()->name.GetString()));
+    throw nx_error(nx_error::invalid, fmt::format("\"{}\" does not belong to this",
+                                                  object_.MemberBegin()->name.GetString()));
   }
 
  private:
@@ -77,7 +79,8 @@ Kind kind_of(const std::string& word, const std::array<kind_word<Kind>, N>& word
     if (word == each.word) return each.kind;
     accepted += fmt::format("{}'{}'", accepted.empty() ? "" : ", ", each.word);
   }
-  throw nx_error(-22, fmt::format("fault: found '{}', accepted are {}", word, accepted));
+  throw nx_error(nx_error::invalid,
+                 fmt::format("fault: found '{}', accepted are {}", word, accepted));
 }
 
 using reading_kind = reading_fault::kind;

@@ -31,8 +31,7 @@ void faulty_reading::begin_fault(unsigned number, const reading_fault& fault, no
   const std::lock_guard lock(mutex_);
   const shown_reading truth = true_reading();
   if (faults_.empty()) shown_ = truth;
-  faults_.push_back(
-      {number, distortion(fault, get_path(0), truth.json, is_measured(), std::move(noise))});
+  faults_.push_back({number, distortion(fault, get_path(0), truth.json, is_measured(), noise)});
   show();
 }
 

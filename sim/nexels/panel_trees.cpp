@@ -14,8 +14,9 @@ namespace {
 void require_colour(const std::string& colour) {
   constexpr std::array colours{"off", "green", "yellow", "orange", "red"};
   if (std::find(colours.begin(), colours.end(), colour) != colours.end()) return;
-  throw nx_error(-22, "colour: found '" + colour +
-                          "', accepted are 'off', 'green', 'yellow', 'orange' and 'red'");
+  throw nx_error(
+      nx_error::invalid,
+      "colour: found '" + colour + "', accepted are 'off', 'green', 'yellow', 'orange' and 'red'");
 }
 
 }  // namespace

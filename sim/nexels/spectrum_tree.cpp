@@ -48,15 +48,16 @@ void spectrum_tree::add_switch_channel(module& to, unsigned number, std::size_t 
                      [device, slot](const float& wanted) {
                        device->set_attenuation(slot, static_cast<double>(wanted));
                      });
-  add_setting<std::string>(
-      path("config", "port"), "on",
-      [device, slot, port = readings.port](const std::string& wanted) {
-        if (wanted != "on" && wanted != "off") {
-          throw nx_error(-22, "port: found '" + wanted + "', accepted are 'on' and 'off'");
-        }
-        device->set_blocked(slot, wanted == "off");
-        port->update(wanted);
-      });
+  add_setting<std::string>(path("config", "port"), "on",
+                           [device, slot, port = readings.port](const std::string& wanted) {
+                             if (wanted != "on" && wanted != "off") {
+                               throw nx_error(
+                                   nx_error::invalid,
+                                   "port: found '" + wanted + "', accepted are 'on' and 'off'");
+                             }
+                             device->set_blocked(slot, wanted == "off");
+                             port->update(wanted);
+                           });
 }
 
 void spectrum_tree::add_monitor_channel(module& to, unsigned number, unsigned channel) {

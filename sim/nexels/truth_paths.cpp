@@ -27,11 +27,11 @@ measuring_point output_of(direction side) {
 
 }  // namespace
 
-void control_tree::follow(const std::string& path, std::function<double()> value) {
+void control_tree::follow(const std::string& path, const std::function<double()>& value) {
   follow(add_reading<float>(path, shown(value())), [value] { return shown(value()); });
 }
 
-void control_tree::count(const std::string& path, std::function<unsigned()> value) {
+void control_tree::count(const std::string& path, const std::function<unsigned()>& value) {
   follow(add_reading<unsigned int>(path, value()), value);
 }
 

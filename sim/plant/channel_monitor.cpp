@@ -10,7 +10,7 @@ namespace sim {
 channel_monitor::channel_monitor(const monitor_settings& settings, std::size_t slots,
                                  noise_source noise)
     : settings_(settings),
-      noise_(std::move(noise)),
+      noise_(noise),
       power_dbm_(slots, settings.floor_dbm),
       detected_(slots, false),
       total_dbm_(settings.floor_dbm) {}

@@ -13,7 +13,7 @@ namespace sim {
 inline void require_range(const char* what, double value, double low, double high,
                           const char* unit) {
   if (std::isfinite(value) && value >= low && value <= high) return;
-  throw nx_error(-22,
+  throw nx_error(nx_error::invalid,
                  fmt::format("{} {} {} is out of range [{}, {}]", what, value, unit, low, high));
 }
 

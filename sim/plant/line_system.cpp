@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "models/band.h"
 #include "sim/optics/decibel.h"
 
 namespace sim {
@@ -24,14 +25,13 @@ node_settings far_end(const topology& what) {
 
 double tilt_correction_db(double centre_thz, double length_km) {
   constexpr double light_speed_nm_thz = 299792.448;
-  constexpr double offset_db = 39.7960090637207;
-  constexpr double slope_db_per_nm = -0.025756599381566;
   const double wavelength_nm = light_speed_nm_thz / centre_thz;
-  return (offset_db + slope_db_per_nm * wavelength_nm) * length_km / 100.0;
+  return (models::tilt_offset_db + models::tilt_slope_db_per_nm * wavelength_nm) * length_km /
+         100.0;
 }
 
 double band_share_dbm(double total_dbm, double width_ghz) {
-  constexpr double band_ghz = 768.0 * 6.25;
+  constexpr double band_ghz = models::shared_slices * double{models::slice_ghz};
   return total_dbm - db_of_ratio(band_ghz / width_ghz);
 }
 

@@ -13,7 +13,7 @@ power_tap::power_tap(const tap_settings& settings, double settling_s, double noi
       settling_s_(settling_s),
       noise_db_(noise_db),
       resolution_db_(resolution_db),
-      noise_(std::move(noise)) {}
+      noise_(noise) {}
 
 void power_tap::set_offset(double offset_db) {
   settings_.offset_db = offset_db;

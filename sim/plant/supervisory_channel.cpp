@@ -6,7 +6,7 @@ namespace sim {
 
 supervisory_channel::supervisory_channel(const osc_settings& settings, power_tap input,
                                          power_tap output)
-    : settings_(settings), input_(std::move(input)), output_(std::move(output)) {}
+    : settings_(settings), input_(input), output_(output) {}
 
 double supervisory_channel::sent_mw() const {
   return mw_of_dbm(settings_.tx_power_dbm);

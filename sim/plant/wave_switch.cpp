@@ -9,7 +9,7 @@
 namespace sim {
 
 wave_switch::wave_switch(const switch_settings& settings, std::size_t slots, noise_source noise)
-    : settings_(settings), noise_(std::move(noise)), channels_(slots), loss_db_(slots) {
+    : settings_(settings), noise_(noise), channels_(slots), loss_db_(slots) {
   for (std::size_t i = 0; i < slots; ++i)
     set_exactly(i, settings.start_attenuation_db);
 }

@@ -1,6 +1,7 @@
 #include "api/config_value.h"
 
 #include "api/json_support.h"
+#include "api/parameter_watch.h"
 #include "helpers/finite.h"
 #include "helpers/logger.h"
 
@@ -39,6 +40,7 @@ void config_value<T>::set(const std::string&, const json_value& value) {
   apply(wanted);
   value_ = std::move(wanted);
   publish(*this, *value_);
+  if (parameters_are_watched()) tell_parameter(get_path(0), json_text(value));
 }
 
 template <class T>

@@ -14,6 +14,7 @@
 #include <variant>
 #include <vector>
 
+#include "platform/threads/ranked_mutex.h"
 #include "platform/value_tree/nx_db_node.h"
 
 namespace nx::api {
@@ -62,7 +63,7 @@ class config_value : public nx_db_event_node {
   json_value read(json_allocator& allocator);
   void add_constraints(json_value& record, json_allocator& allocator) const;
 
-  std::recursive_mutex mutex_;  // guards the value and the warning
+  nx::ranked_recursive_mutex mutex_{nx::lock_rank::parameter};  // guards the value and the warning
   std::optional<T> value_;
   bool warn_on_read_;
   mutable std::recursive_mutex info_mutex_;  // guards what follows

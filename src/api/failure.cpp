@@ -4,7 +4,7 @@
 #include <string>
 #include <system_error>
 
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/failure.h"
 
 namespace nx::api {
 namespace {
@@ -16,30 +16,29 @@ std::string text_of(const char* kind, const std::exception& error) {
 }  // namespace
 
 void throw_owner_gone() {
-  throw nx_error(-2, "Object has been removed");
+  throw nx_error(nx_error::not_found, "Object has been removed");
 }
 
 void throw_not_set() {
-  throw nx_error(-61, "Value has not been set");
+  throw nx_error(nx_error::no_value, "Value has not been set");
 }
 
-nx_error current_failure() {
+nx_error current_value_error() {
+  const auto found = current_failure();
+  using kind = failure::kind;
+  if (found.from == kind::refused || found.from == kind::device) return found.as_error();
   try {
     throw;
-  } catch (const nx_error& error) {
-    return error;
-  } catch (const nx_client_exception& error) {
-    return {error.code, error.message};
   } catch (const std::system_error& error) {
     return {error.code().value(), text_of("System", error)};
   } catch (const std::runtime_error& error) {
-    return {-1, text_of("Runtime", error)};
+    return {nx_error::foreign, text_of("Runtime", error)};
   } catch (const std::logic_error& error) {
-    return {-1, text_of("Logic", error)};
+    return {nx_error::foreign, text_of("Logic", error)};
   } catch (const std::exception& error) {
-    return {-1, text_of("Generic", error)};
+    return {nx_error::foreign, text_of("Generic", error)};
   } catch (...) {
-    return {-1, "Unknown error"};
+    return {nx_error::foreign, "Unknown error"};
   }
 }
 

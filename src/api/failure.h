@@ -18,6 +18,6 @@ T not_set() {
 }
 
 /// The exception in flight as the error that a value holds. Call it inside a catch block.
-nx_error current_failure();
+nx_error current_value_error();
 
 }  // namespace nx::api

@@ -25,7 +25,7 @@ std::variant<T, nx_error> initial_result(const std::function<T()>& initial) {
   try {
     return initial();
   } catch (...) {
-    return current_failure();
+    return current_value_error();
   }
 }
 
@@ -129,8 +129,8 @@ polled_value_base<T>::~polled_value_base() = default;
 
 template <class T>
 typename filtered_value<T>::result_t polled_value_base<T>::next_result(
-    std::unique_lock<std::recursive_mutex>& lock) {
-  typename filtered_value<T>::result_t next = nx_error(-1, "Unknown error!");
+    std::unique_lock<nx::ranked_recursive_mutex>& lock) {
+  typename filtered_value<T>::result_t next = nx_error(nx_error::foreign, "Unknown error!");
   try {
     next = checked_reading(read_getter(), *this);
   } catch (const nx_error& error) {

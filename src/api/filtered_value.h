@@ -14,6 +14,7 @@
 
 #include "api/failure.h"
 #include "api/hysteresis.h"
+#include "platform/threads/ranked_mutex.h"
 #include "platform/value_tree/nx_db_node.h"
 
 namespace nx::api {
@@ -44,9 +45,10 @@ class filtered_value : public nx_db_event_node {
 
   /// The new result. `lock` of the value's mutex is not held on entry and held on return: a getter
   /// runs without it, a pushed result is taken under it.
-  virtual result_t next_result(std::unique_lock<std::recursive_mutex>& lock) = 0;
+  virtual result_t next_result(std::unique_lock<nx::ranked_recursive_mutex>& lock) = 0;
 
-  mutable std::recursive_mutex mutex_;  // guards the filter and the results, a pushed one included
+  mutable nx::ranked_recursive_mutex mutex_{
+      nx::lock_rank::value};  // guards the filter and the results, a pushed one included
   result_t filtered_;
 
  private:
@@ -69,7 +71,7 @@ class polled_value_base : public filtered_value<T> {
  protected:
   explicit polled_value_base(const std::string& name);
   typename filtered_value<T>::result_t next_result(
-      std::unique_lock<std::recursive_mutex>& lock) override;
+      std::unique_lock<nx::ranked_recursive_mutex>& lock) override;
   virtual T read_getter() = 0;
 };
 

@@ -64,8 +64,9 @@ json_document value_changed_event(const nx_db_event_node& node, std::string path
 template <class T>
 void publish(nx_db_event_node& node, const T& value) {
   if (!node.db) return;
-  node.send_event_impl(value_changed_event(node, node.get_path(0), value), false);
-  node.db->append_to_history(node.shared_from_this());
+  std::string text;
+  append_json(text, value);
+  node.publish_text(text);
 }
 
 }  // namespace nx::api

@@ -34,7 +34,7 @@ T pushed_volatile_value_impl<T>::get_filtered() const {
 
 template <class T>
 typename filtered_value<T>::result_t pushed_volatile_value_impl<T>::next_result(
-    std::unique_lock<std::recursive_mutex>& lock) {
+    std::unique_lock<nx::ranked_recursive_mutex>& lock) {
   lock.lock();
   return value_;
 }

@@ -23,7 +23,7 @@ class pushed_volatile_value_impl : public filtered_value<T> {
 
  protected:
   typename filtered_value<T>::result_t next_result(
-      std::unique_lock<std::recursive_mutex>& lock) override;
+      std::unique_lock<nx::ranked_recursive_mutex>& lock) override;
 
  private:
   typename filtered_value<T>::result_t value_;  // the newest push

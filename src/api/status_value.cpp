@@ -62,6 +62,13 @@ void status_value<T, Compare>::get(const std::string& path, json_allocator& allo
 }
 
 template <class T, class Compare>
+bool status_value<T, Compare>::append_text(std::string& out) const {
+  const std::lock_guard lock(mutex_);
+  append_json(out, last_sent_);
+  return true;
+}
+
+template <class T, class Compare>
 void status_value<T, Compare>::subscribe(std::shared_ptr<nx_session> session,
                                          const std::string& path, json_allocator& allocator,
                                          json_value& result,

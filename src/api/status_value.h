@@ -10,6 +10,7 @@
 #include <mutex>
 #include <string>
 
+#include "platform/threads/ranked_mutex.h"
 #include "platform/value_tree/nx_db_node.h"
 
 namespace nx::api {
@@ -31,6 +32,7 @@ class status_value : public nx_db_event_node {
   T get_last_sent() const;
 
   void get(const std::string& path, json_allocator& allocator, json_value& result) override;
+  bool append_text(std::string& out) const override;
   void periodic_task(bool pushed) override;
   void subscribe(std::shared_ptr<nx_session> session, const std::string& path,
                  json_allocator& allocator, json_value& result,
@@ -41,7 +43,7 @@ class status_value : public nx_db_event_node {
  private:
   void send();
 
-  mutable std::recursive_mutex mutex_;  // guards what follows
+  mutable nx::ranked_recursive_mutex mutex_{nx::lock_rank::value};  // guards what follows
   T value_;
   T last_sent_;
   const std::uint32_t delay_cycles_;

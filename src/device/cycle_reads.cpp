@@ -152,16 +152,38 @@ cycle_reads* cycle_reads::current() {
   return current_reads;
 }
 
+cycle_reads::waiting_time::waiting_time(std::size_t requests, cycle_reads* reads)
+    : reads_(reads), begin_(now()) {
+  if (!reads_) return;
+  reads_->cost_.requests += requests;
+  ++reads_->cost_.waits;
+}
+
+cycle_reads::waiting_time::~waiting_time() {
+  if (!reads_) return;
+  const auto passed = now() - begin_;
+  reads_->cost_.waited += passed;
+  reads_->all_waits_ += passed;
+}
+
+std::chrono::steady_clock::time_point cycle_reads::age_clock() const {
+  return now() - all_waits_;
+}
+
 void cycle_reads::fetch(const std::vector<read_wish>& wishes) {
   answers_.clear();
   cost_ = {};
-  const auto begin = now();
+  complete(wishes);
+}
+
+void cycle_reads::complete(const std::vector<read_wish>& wishes) {
   std::set<key> asked;
   std::vector<std::unique_ptr<pending_read>> pending;
   // Proxies of one nexel have clients of their own; the first one asks for all.
   std::map<std::string, std::pair<nexel_client_api*, std::shared_ptr<nexel_request>>> requests;
   for (const auto& wish : wishes) {
     const auto nexel = name_of(*wish.client);
+    if (is_kept({nexel, wish.path})) continue;
     const bool by_pattern = !wish.pattern.empty() && !without_patterns_.contains(nexel);
     const auto& path = by_pattern ? wish.pattern : wish.path;
     if (!asked.emplace(nexel, path).second) continue;
@@ -174,48 +196,51 @@ void cycle_reads::fetch(const std::vector<read_wish>& wishes) {
                                  : prepare<pending_value>(wish.what, *client, path));
     request->add_object(pending.back()->object());
   }
-  for (const auto& [nexel, one] : requests)
-    one.first->server_call(one.second);
-  collect(pending);
-  cost_ = {.requests = pending.size(), .waits = pending.empty() ? 0U : 1U, .waited = now() - begin};
+  if (pending.empty()) return;
+  std::map<std::string, std::map<std::string, answer>> told;
+  {
+    const waiting_time counted(pending.size(), this);
+    for (const auto& [nexel, one] : requests)
+      one.first->server_call(one.second);
+    for (const auto& each : pending) {
+      const auto nexel = name_of(each->client());
+      if (!each->collect(told[nexel])) without_patterns_.insert(nexel);
+    }
+  }
+  keep(std::move(told));
 }
 
-template <class Pending>
-void cycle_reads::collect(const std::vector<Pending>& pending) {
-  std::map<std::string, answers_by_path> told;
-  for (const auto& each : pending) {
-    const auto nexel = name_of(each->client());
-    if (!each->collect(told[nexel])) without_patterns_.insert(nexel);
-  }
-  const auto end = now();
+void cycle_reads::keep(std::map<std::string, std::map<std::string, answer>> told) {
+  const auto end = age_clock();
   for (auto& [nexel, answers] : told) {
     for (auto& [path, what] : answers)
       answers_.insert_or_assign({nexel, path}, kept{std::move(what), end});
   }
 }
 
+bool cycle_reads::is_kept(const key& of) const {
+  const auto found = answers_.find(of);
+  return found != answers_.end() && age_clock() - found->second.at <= longest_age;
+}
+
 template <class T>
 const cycle_reads::answer* cycle_reads::find(const key& of) const {
-  const auto found = answers_.find(of);
-  if (found == answers_.end() || now() - found->second.at > longest_age) return nullptr;
-  const auto& what = found->second.what;
+  if (!is_kept(of)) return nullptr;
+  const auto& what = answers_.find(of)->second.what;
   const bool fits =
       std::holds_alternative<T>(what) || std::holds_alternative<nx_client_exception>(what);
   return fits ? &what : nullptr;
 }
 
+const cycle_reads::answer* cycle_reads::peek(const std::string& nexel,
+                                             const std::string& path) const {
+  const auto found = answers_.find({nexel, path});
+  return found == answers_.end() ? nullptr : &found->second.what;
+}
+
 template <class T>
 T cycle_reads::ask(nexel_client_api& client, const std::string& path) {
-  struct accountant {
-    cost& of;
-    std::chrono::steady_clock::time_point begin = now();
-    ~accountant() {
-      ++of.requests;
-      ++of.waits;
-      of.waited += now() - begin;
-    }
-  };
-  const accountant counted{cost_};
+  const waiting_time counted(1, this);
   return client.get<T>(path);
 }
 
@@ -228,7 +253,7 @@ T cycle_reads::get(nexel_client_api& client, const std::string& path) {
   }
   // A failure is not kept: who waits for a device in a start asks it anew.
   T value = ask<T>(client, path);
-  answers_.insert_or_assign(of, kept{value, now()});
+  answers_.insert_or_assign(of, kept{value, age_clock()});
   return value;
 }
 

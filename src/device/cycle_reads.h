@@ -19,7 +19,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_client_exception.h"
 
 class nexel_client_api;
 
@@ -51,11 +51,25 @@ class cycle_reads {
     cycle_reads* former_;
   };
 
-  /// What the last `fetch` and the reads since have cost.
+  /// What the last `fetch` and what came since in the scope have cost, writes included.
   struct cost {
     std::size_t requests = 0;
     std::size_t waits = 0;
     std::chrono::nanoseconds waited{0};
+  };
+
+  /// While one lives, the thread waits for answers of devices: counted as a wait, and what is kept
+  /// does not age by it. Nothing outside of a scope.
+  class waiting_time {
+   public:
+    explicit waiting_time(std::size_t requests, cycle_reads* reads = current());
+    ~waiting_time();
+    waiting_time(const waiting_time&) = delete;
+    waiting_time& operator=(const waiting_time&) = delete;
+
+   private:
+    cycle_reads* reads_;
+    std::chrono::steady_clock::time_point begin_;
   };
 
   /// That of this thread; null outside of a scope.
@@ -64,6 +78,8 @@ class cycle_reads {
   /// Forgets all and asks for what is wished. Returns when every nexel has answered or its client
   /// has given up.
   void fetch(const std::vector<read_wish>& wishes);
+  /// Asks in the same way for those of which nothing is kept, as after a write.
+  void complete(const std::vector<read_wish>& wishes);
 
   /// T: bool, float, unsigned int, std::string. Throws nx_client_exception.
   template <class T>
@@ -74,24 +90,32 @@ class cycle_reads {
 
   const cost& last_cost() const { return cost_; }
 
- private:
   using answer = std::variant<bool, float, unsigned, std::string, nx_client_exception>;
+  /// What is kept of a path of the nexel at that address, as it came; null for what is not. Asks
+  /// nobody.
+  const answer* peek(const std::string& nexel, const std::string& path) const;
+
+ private:
   struct kept {
     answer what;
     std::chrono::steady_clock::time_point at;
   };
   using key = std::pair<std::string, std::string>;  // nexel, path
 
-  template <class Pending>
-  void collect(const std::vector<Pending>& pending);
+  /// By nexel, then by path.
+  void keep(std::map<std::string, std::map<std::string, answer>> told);
   template <class T>
   T ask(nexel_client_api& client, const std::string& path);
+  bool is_kept(const key& of) const;
   template <class T>
   const answer* find(const key& of) const;
+  /// Now, less the time that went by in waits for answers.
+  std::chrono::steady_clock::time_point age_clock() const;
 
   std::map<key, kept> answers_;
   std::set<std::string> without_patterns_;  // nexels
   cost cost_;
+  std::chrono::nanoseconds all_waits_{0};
 };
 
 }  // namespace device

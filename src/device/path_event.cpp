@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "helpers/logger.h"
-#include "helpers/waiting.h"
 
 namespace device {
 
@@ -20,7 +19,6 @@ void path_event::on_value_changed(std::string_view path, const std::function<voi
                                   T value) {
   LUMORA_LOG(0, "on_value_changed({}): {}", path, value);
   store(std::move(value));
-  last_update_ = helpers::waiting::instance().steady_now();
   exception_count_ = 0;
 }
 

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -30,16 +29,12 @@ class path_event {
   /// path that fails again and again as removed.
   bool is_operational();
   bool is_removed() const { return removed_; }
-  std::uint32_t get_exception_count() const { return exception_count_; }
-  /// Steady time of the last value, zero before the first.
-  std::chrono::steady_clock::time_point get_last_update() const { return last_update_; }
 
   /// Failures in a row, without a value between them, that a subscription survives.
   static constexpr std::uint32_t exception_limit = 10;
 
  private:
   const std::string path_;
-  std::atomic<std::chrono::steady_clock::time_point> last_update_{};
   std::atomic<bool> operational_{true};
   std::atomic<bool> removed_{false};
   std::atomic<std::uint32_t> exception_count_{0};

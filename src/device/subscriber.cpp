@@ -45,7 +45,7 @@ void log_first_values(const std::vector<wanted_path>& paths,
 }
 
 [[noreturn]] void throw_missing(const std::string& path) {
-  throw nx_error(-22, fmt::format("Failed to subscribe to path: {}", path));
+  throw nx_error(nx_error::invalid, fmt::format("Failed to subscribe to path: {}", path));
 }
 
 }  // namespace
@@ -195,7 +195,7 @@ template <class... Types>
 template <class T>
 reading<T> _subscriber<Types...>::get_reading(const std::string& path) const {
   auto found = table<T>()->values->find(path);
-  if (!found) throw nx_error(-22, fmt::format("No value for path: {}", path));
+  if (!found) throw nx_error(nx_error::invalid, fmt::format("No value for path: {}", path));
   return *std::move(found);
 }
 

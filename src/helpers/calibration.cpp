@@ -9,12 +9,15 @@
 
 #include "helpers/logger.h"
 #include "helpers/small_file.h"
+#include "helpers/start_report.h"
 #include "platform/wire/nx_error.h"
 
 namespace {
 
 // A board has some 200 of them, of 40 bytes.
 constexpr std::size_t most_bytes = 256 * 1024;
+
+constexpr const char* subject = "calibration";  // of the start report
 
 /// A constant of "cal_" is what lies between two instruments of one board: the tap of a monitor
 /// loses some 20 dB, a switch 7 to 10, a filter 1. With more than this between them one of the two
@@ -53,6 +56,12 @@ void calibration::read_calibration_values(const std::string& path) {
   } catch (...) {
     LUMORA_LOG(2, "Failed to read a calibration value");
   }
+  if (!values.empty()) return helpers::start_report::instance().clear(subject);
+  helpers::start_report::instance().tell(
+      subject, fmt::format("No calibration of this board in {}: every loss within the node counts "
+                           "as 0 dB, and powers are wrong by that. Put the board's file there and "
+                           "start again",
+                           path));
 }
 
 void calibration::read_line(const std::string& line, unsigned number) {

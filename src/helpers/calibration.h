@@ -1,6 +1,6 @@
-// Board constants: losses measured on this very board at the factory, and the few corrections that
-// the client loops learn at run time. Nothing of it is stored back. All values dB, but for the
-// fixed dispersion module's, ps/nm.
+// Board constants: losses of this particular board, measured at the factory, and the few
+// corrections that the client loops learn at run time. Nothing is written back. All values in dB,
+// except the fixed dispersion module's, in ps/nm.
 #pragma once
 
 #include <map>

@@ -25,7 +25,8 @@ template <class T>
 void require_finite(const T& value, const std::string& subject) {
   if (is_finite(value)) return;
   if constexpr (std::is_floating_point_v<T>) {
-    throw nx_error(-61, subject + (std::isnan(value) ? " is NaN." : " is infinite."));
+    throw nx_error(nx_error::no_value,
+                   subject + (std::isnan(value) ? " is NaN." : " is infinite."));
   }
 }
 

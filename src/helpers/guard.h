@@ -21,6 +21,10 @@ void log_current_exception(after_logging next = after_logging::stops,
 /// What the current exception says, without its place.
 std::string current_exception_text();
 
+/// What the failure said that this thread logged last, without its place; empty after it has been
+/// taken.
+std::string take_last_failure();
+
 /// Runs `action`; a failure is logged and stops here. True if there was none.
 template <class Action>
 bool guarded(Action&& action, const std::source_location& where = std::source_location::current()) {

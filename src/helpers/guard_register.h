@@ -10,9 +10,11 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace helpers {
@@ -41,7 +43,21 @@ class guard_register {
     std::uint64_t withheld = 0;                  ///< writes, since the start
   };
 
+  /// A guard that has begun, or has ended, on a subject.
+  struct change {
+    const guard_kind& guard;
+    const std::string& subject;
+    bool begins;
+    const active_guard& what;
+    std::chrono::nanoseconds lasted{0};
+  };
+  using observer = std::function<void(const change&)>;
+
   static guard_register& instance();
+
+  /// Told of each begin and end, on the guard's thread and under no lock of the register. Replaces
+  /// the one before.
+  void set_observer(observer told);
 
   /// The guard is at work on the subject; the first call logs `reason`, later ones keep the first.
   void begin(const guard_kind& guard, const std::string& subject, const std::string& reason);
@@ -57,16 +73,20 @@ class guard_register {
   std::uint64_t withheld(const guard_kind& guard) const;
   /// Of every guard that has been at work, by name.
   std::vector<state> states() const;
-  /// Forgets everything; for tests.
+  /// Forgets everything but the observer; for tests.
   void reset();
 
  private:
   guard_register() = default;
-  active_guard& enter(const guard_kind& guard, const std::string& subject,
-                      const std::string& reason);
+  /// Whether the guard is new on the subject, and its record there.
+  std::pair<active_guard&, bool> enter(const guard_kind& guard, const std::string& subject,
+                                       const std::string& reason);
+  void enter_and_tell(const guard_kind& guard, const std::string& subject,
+                      const std::string& reason, unsigned writes);
 
   mutable std::mutex mutex_;  // nothing but the log's own is taken under it
   std::map<std::string, state, std::less<>> states_;
+  std::shared_ptr<const observer> observer_;
 };
 
 }  // namespace helpers

@@ -9,6 +9,8 @@ namespace {
 /// message, and the place of the call is in the channel.
 constexpr unsigned trace_line = 31;
 
+constexpr int ordinary = 2;
+
 thread_local const char* subject_direction = nullptr;
 thread_local unsigned subject_channel = 0;
 
@@ -39,7 +41,9 @@ logger& logger::instance() {
 void logger::write(const char* file, int line, const char* function, fmt::string_view format,
                    fmt::format_args args) {
   const auto channel = fmt::format("{}:{}:{}", file, line, helpers::short_function_name(function));
-  auto record = note_log::open_record(note_log::info, channel, present_subject());
+  // Who has asked for more than the ordinary gets every line.
+  const auto folds = level < ordinary ? note_log::folding::none : note_log::folding::places;
+  auto record = note_log::open_record(note_log::info, channel, present_subject(), folds);
   if (!record) return;
   note_log::push_record(std::move(record),
                         fmt::vformat(format, args) + note_log::getCodeTrace(__FILE__, trace_line));
@@ -53,6 +57,8 @@ unsigned logger::get_log_level(const std::string& text) {
 
 void log_direct(int severity, const char* channel, const std::string& text, const char* file,
                 int line) {
-  note_log::write(static_cast<note_log::severity_level>(severity), channel,
-                  text + note_log::getCodeTrace(file, static_cast<unsigned>(line)));
+  note_log::write(
+      static_cast<note_log::severity_level>(severity), channel,
+      text + note_log::getCodeTrace(file, static_cast<unsigned>(line)),
+      logger::instance().level < ordinary ? note_log::folding::none : note_log::folding::repeats);
 }

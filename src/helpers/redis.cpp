@@ -7,6 +7,7 @@
 #include "helpers/guard.h"
 #include "helpers/logger.h"
 #include "helpers/service_manager.h"
+#include "helpers/start_report.h"
 #include "platform/kvs_client/kvs_client.h"
 #include "platform/wire/nx_error.h"
 
@@ -20,8 +21,20 @@ std::shared_ptr<kvs_client> new_client() {
 
 std::string hash_tag(const char* variable) {
   const char* value = std::getenv(variable);
-  if (value == nullptr) throw nx_error(-22, fmt::format("undefined: {}", variable));
+  if (value == nullptr) throw nx_error(nx_error::invalid, fmt::format("undefined: {}", variable));
   return value;
+}
+
+/// What somebody has to mend before the store can be used; other failures pass by themselves.
+void tell_if_lasting(const std::string& failure) {
+  auto& report = helpers::start_report::instance();
+  if (failure.starts_with("KVS_URL")) {
+    report.tell("KVS_URL", failure + ". Set it right and start again");
+  } else if (failure.find("WRONGTYPE") != std::string::npos) {
+    report.tell("store", failure +
+                             ". The key holds another type than a text: delete it in the store, "
+                             "who owns it writes it anew; the node waits");
+  }
 }
 
 const std::string& text_of(const kvs_client::answer& answer) {
@@ -90,7 +103,18 @@ bool redis::_check_connection(bool reconnect) {
   helpers::service_manager::instance().alive();  // an answer may take a second each
   get_hash_tags();  // a missing tag is the caller's to hear of, not a lost connection
   bool usable = false;
-  if (helpers::guarded([&] { usable = is_usable(); })) return usable;
+  const auto look = [&] {
+    try {
+      usable = is_usable();
+    } catch (const kvs_client_exception& error) {
+      tell_if_lasting(error.what());
+      throw;
+    }
+  };
+  if (helpers::guarded(look)) {
+    if (usable) helpers::start_report::instance().clear("store");
+    return usable;
+  }
   if (!reconnect) return false;
   LUMORA_LOG(2, "Redis client not connected, reconnecting.");
   client_ = new_client();
@@ -114,5 +138,5 @@ void redis::require_connection(std::optional<std::string> also_read) {
   also_read_ = std::move(also_read);
   const bool is_connected = _check_connection(true);
   also_read_.reset();
-  if (!is_connected) throw nx_error(-5, "Redis not connected.");
+  if (!is_connected) throw nx_error(nx_error::io_failed, "Redis not connected.");
 }

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "platform/kvs_client/kvs_client.h"
+#include "platform/threads/ranked_mutex.h"
 
 class redis {
  public:
@@ -41,7 +42,7 @@ class redis {
   void require_connection(std::optional<std::string> also_read = std::nullopt);
 
   std::shared_ptr<kvs_client> client_;
-  std::mutex mutex_;                      // held across a whole operation with all its exchanges
+  nx::ranked_mutex mutex_{nx::lock_rank::key_store};
   std::optional<std::string> also_read_;  // the key that goes out with the tests
   kvs_client::answer value_;              // and what it holds
   std::mutex tags_mutex_;

@@ -23,11 +23,11 @@ struct descriptor {
 }  // namespace
 
 std::string read_small_file(const std::string& path, std::size_t most_bytes) {
-  // Without O_NONBLOCK a pipe would wait for who writes it.
+  // Without O_NONBLOCK opening a pipe would wait for a writer.
   const descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   struct stat found {};
   if (file.number < 0 || ::fstat(file.number, &found) != 0) return {};
-  if (!S_ISREG(found.st_mode)) throw nx_error(-22, path + " is no regular file");
+  if (!S_ISREG(found.st_mode)) throw nx_error(nx_error::invalid, path + " is no regular file");
   std::string text(most_bytes + 1, '\0');
   std::size_t size = 0;
   for (ssize_t more = 1; more > 0 && size < text.size(); size += static_cast<std::size_t>(more)) {
@@ -35,7 +35,7 @@ std::string read_small_file(const std::string& path, std::size_t most_bytes) {
     if (more <= 0) break;
   }
   if (size > most_bytes) {
-    throw nx_error(-22, fmt::format("{} is longer than {} bytes", path, most_bytes));
+    throw nx_error(nx_error::invalid, fmt::format("{} is longer than {} bytes", path, most_bytes));
   }
   text.resize(size);
   return text;

@@ -11,6 +11,9 @@
 
 class nx_db;
 class nx_db_leaf_node;
+namespace nx::api {
+class lazy_node;
+}
 
 class lumora_manager : public std::enable_shared_from_this<lumora_manager> {
  public:
@@ -25,7 +28,12 @@ class lumora_manager : public std::enable_shared_from_this<lumora_manager> {
   /// the main loop runs.
   void set_redis_config_status(bool value);
 
+  /// Getter of "insight/start": what keeps the node from starting, or from starting well. Error -61
+  /// when nothing does.
+  std::string get_start();
+
  private:
+  void publish_start();
   void run_phases(manager::interface& manager, bool* running);
   bool await_redis(bool* running);
   bool await_configuration(bool* running);
@@ -34,4 +42,5 @@ class lumora_manager : public std::enable_shared_from_this<lumora_manager> {
   std::shared_ptr<nx::api::status_value<bool>> config_status;
   std::atomic<bool> redis_config_status{false};
   std::shared_ptr<nx_db_leaf_node> redis_config_param;
+  std::shared_ptr<nx::api::lazy_node> start_value;
 };

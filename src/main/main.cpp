@@ -8,12 +8,14 @@
 #include <iostream>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "base/manager/interface.h"
 #include "helpers/calibration.h"
 #include "helpers/guard.h"
 #include "helpers/logger.h"
 #include "helpers/service_manager.h"
+#include "helpers/start_report.h"
 #include "main/allocation.h"
 #include "main/lumora_manager.h"
 #include "main/manager_thread.h"
@@ -75,6 +77,10 @@ void serve(nexel_api& server, lumora_manager& daemon, std::shared_ptr<manager::i
 int main(int argc, const char** argv) try {
   catch_stop_signals();
   end_without_memory(status_no_server);
+  if (argc == 2 && std::string_view(argv[1]) == "--version") {
+    std::cout << "lumora_manager " LUMORA_VERSION << std::endl;
+    return status_orderly_end;
+  }
   const end_of_log written_last;
   const auto given = parse_options(argc, argv);
   if (!given) return status_wrong_command_line;
@@ -84,6 +90,9 @@ int main(int argc, const char** argv) try {
     return status_wrong_command_line;
   }
   give_large_memory_back();
+  if (const auto fault = note_log::severity_fault(); !fault.empty()) {
+    helpers::start_report::instance().tell("log", fault);
+  }
   calibration::instance().read_calibration_values(nx::rooted_path(calibration_file));
   nexel_api server(server_path, given->port, false);
   const auto daemon = std::make_shared<lumora_manager>(server.get_db());

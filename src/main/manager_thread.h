@@ -1,5 +1,4 @@
-// The thread that runs the daemon, with the stop of everything that it waits for. Its owner is
-// main.
+// The thread that runs the daemon, and how to stop everything it waits for. Owned by main.
 #pragma once
 
 #include <memory>

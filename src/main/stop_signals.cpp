@@ -31,7 +31,7 @@ void catch_stop_signals() {
   ::sigaction(SIGINT, &action, nullptr);
   ::sigaction(SIGTERM, &action, nullptr);
   std::signal(SIGPIPE, SIG_IGN);
-  // The end of the terminal it was started from is none of a node's.
+  // A node outlives the terminal it was started from.
   std::signal(SIGHUP, SIG_IGN);
 }
 

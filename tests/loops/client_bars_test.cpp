@@ -196,6 +196,33 @@ TEST_P(client_bars, no_two_loops_write_in_one_cycle) {
   }
 }
 
+// Both sides correct on this model. The add side says with its look at the channels whether it
+// wants the turn, and has it in the cycle after.
+TEST(drop_side, leaves_the_light_alone_while_the_add_side_wants_the_turn) {
+  plant_node node("orvakinet");
+  node.start();
+  ASSERT_TRUE(node.run_until([&] { return node.all_on_target(); }, 2min));
+  auto& plant = node.plant();
+  const auto add_side_has_turn = [&] {
+    return node.text("insight/cycle").find("client rx") != std::string::npos;
+  };
+  unsigned drop_steps = 0;
+  for (int phase = 0; phase < 12; ++phase) {
+    const double db = phase % 2 == 0 ? 3.0 : -3.0;
+    plant.set_span_offset(1, std::max(db, 0.0));
+    node.clock().at(node.now() + phase * 250ms, [&, db] { node.disturb(node.channels()[5], db); });
+    bool drop_stepped = false;
+    for (int i = 0; i < 40; ++i) {
+      plant.reset_counters();
+      node.cycle();
+      EXPECT_FALSE(drop_stepped && add_side_has_turn()) << "phase " << phase << " cycle " << i;
+      drop_stepped = plant.switch_writes(0, sim::direction::tx) > 0;
+      drop_steps += drop_stepped ? 1 : 0;
+    }
+  }
+  EXPECT_GT(drop_steps, 12u);
+}
+
 // A step of less than half the switch's is answered with the attenuation that stood before, so that
 // the channel waits for its effect from then on.
 TEST(coarse_switch, leaves_channels_settling_and_does_not_hunt) {

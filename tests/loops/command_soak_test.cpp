@@ -10,7 +10,7 @@
 #include <map>
 #include <random>
 
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_client_exception.h"
 #include "platform/wire/nx_error.h"
 #include "tests/loops/channel_places.h"
 #include "tests/support/process_figures.h"

@@ -6,25 +6,16 @@
 #include <cmath>
 #include <optional>
 
-#include "tests/support/plant_pair.h"
+#include "tests/loops/pair_stories.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 using test::plant_pair;
 
-/// Two nodes of a model that know each other: no adapter is for orvamax, so it tells another name.
-sim::topology pair_of(const std::string& product) {
-  auto topology = test::dark_topology(product, 2);
-  for (auto& node : topology.nodes) {
-    if (!sim::model_of(node).known_to_peers) node.part_number = "ORVA-LITE";
-  }
-  return topology;
-}
-
 class pair_at_rest {
  public:
-  explicit pair_at_rest(const std::string& product) : pair(pair_of(product)) {
+  explicit pair_at_rest(const std::string& product) : pair(test::known_pair(product)) {
     pair.start();
     pair.run_for(20s);
     for (unsigned node : {0u, 1u})
@@ -47,45 +38,6 @@ class pair_at_rest {
   plant_pair pair;
 };
 
-enum class failure { killed, hung, restarted, switch_service, dark };
-
-constexpr std::pair<failure, const char*> failures[] = {
-    {failure::killed, "killed"},       {failure::hung, "hung"},
-    {failure::restarted, "restarted"}, {failure::switch_service, "without its switch"},
-    {failure::dark, "dark"},
-};
-
-void begin(failure what, plant_pair& pair) {
-  switch (what) {
-    case failure::killed:
-      return pair.stop_manager(1);
-    case failure::hung:
-      return pair.set_peer_link(1, nx::link_state::hung);
-    case failure::restarted:
-      pair.stop_manager(1);
-      return pair.start_manager(1);
-    case failure::switch_service:
-      return pair.plant().set_nexel_state(1, "wss_edge", sim::nexel_state::killed);
-    case failure::dark:
-      return pair.write(1, "config/automationMode", "\"dark\"");
-  }
-}
-
-void end(failure what, plant_pair& pair) {
-  switch (what) {
-    case failure::killed:
-      return pair.start_manager(1);
-    case failure::hung:
-      return pair.set_peer_link(1, nx::link_state::up);
-    case failure::restarted:
-      return;
-    case failure::switch_service:
-      return pair.plant().set_nexel_state(1, "wss_edge", sim::nexel_state::ok);
-    case failure::dark:
-      return pair.write(1, "config/automationMode", "\"managedCLI\"");
-  }
-}
-
 class saturated_peer : public testing::TestWithParam<const char*> {};
 
 INSTANTIATE_TEST_SUITE_P(each, saturated_peer, testing::Values("orvalite", "orvamax", "orvapro"),
@@ -100,7 +52,7 @@ TEST_P(saturated_peer, that_fails_leaves_the_attenuator_where_it_is) {
   pair_at_rest node(GetParam());
   auto& plant = node.pair.plant();
   auto phase = 300ms;
-  for (const auto& [what, name] : failures) {
+  for (const auto& [what, name] : test::peer_failures) {
     SCOPED_TRACE(name);
     phase += 170ms;
     const auto writes = node.writes();
@@ -111,9 +63,7 @@ TEST_P(saturated_peer, that_fails_leaves_the_attenuator_where_it_is) {
     const double before = node.voa();
     begin(what, node.pair);
     const double highest = node.highest_within(1min);
-    // These two still tell of their preamp, until it is at its limit no more.
-    const bool is_told = what == failure::restarted || what == failure::switch_service;
-    EXPECT_LE(highest, before + (is_told ? missing_db : largest_step) + 0.05);
+    EXPECT_LE(highest, before + (test::still_tells(what) ? missing_db : largest_step) + 0.05);
     end(what, node.pair);
     plant.drop_power_limit(1, sim::direction::tx, 0.0, 0s);
     node.pair.run_for(4min);
@@ -125,7 +75,8 @@ TEST(saturated_peer_in_each_phase, leaves_the_attenuator_where_it_is) {
   pair_at_rest node("orvalite");
   auto& plant = node.pair.plant();
   for (auto phase = 0ms; phase < 1500ms; phase += 190ms) {
-    const auto what = phase / 190ms % 2 == 0 ? failure::hung : failure::killed;
+    const auto what =
+        phase / 190ms % 2 == 0 ? test::peer_failure::hung : test::peer_failure::killed;
     SCOPED_TRACE(fmt::format("after {} ms", phase.count()));
     const auto writes = node.writes();
     plant.drop_power_limit(1, sim::direction::tx, 5.8, 0s);
@@ -189,7 +140,7 @@ TEST_F(reopened_line, does_not_open_by_what_was_told_before_the_cut) {
 }
 
 TEST(coldstart, of_a_node_without_a_peer_opens_at_the_preset_and_once_with_it) {
-  auto topology = pair_of("orvalite");
+  auto topology = test::known_pair("orvalite");
   topology.nodes[0].coldstart = true;
   plant_pair pair(topology);
   const auto voa = [&] { return pair.plant().voa_attenuation_db(0); };

@@ -159,6 +159,31 @@ TEST(default_attenuation, beyond_the_switch_freezes_nobody) {
   }
 }
 
+// The drop side of a model that does not regulate it stands where it was parked: 5 dB, as told by a
+// switch with steps of 0.1 dB.
+TEST(default_attenuation, is_written_where_the_switch_is_more_than_a_tenth_of_a_db_away) {
+  plant_node node("orvalite");
+  node.start();
+  node.run_for(10s);
+  const auto channel = node.channels()[5];
+  const channel_watch drop(node, sim::direction::tx);
+  unsigned steps = 0;
+  for (const auto& [parking, is_written] : {std::pair{"5.1", false},
+                                            {"4.9", false},
+                                            {"5.11", true},
+                                            {"5.2", false},
+                                            {"5.0", false},
+                                            {"4.99", true},
+                                            {"4.91", false},
+                                            {"4.89", true}}) {
+    node.write(fmt::format("config/client/{}/tx/defaultAttenuation", channel), parking);
+    node.run_for(3s);
+    steps += is_written ? 1 : 0;
+    ASSERT_EQ(drop.steps(channel), steps) << parking;
+  }
+  EXPECT_EQ(drop.all_steps(), steps) << "of the other channels";
+}
+
 // After a restart of the devices the monitor tells for a while what it told before.
 TEST(readings_of_before, move_no_channel_and_teach_nothing) {
   for (const bool daemon_too : {false, true}) {

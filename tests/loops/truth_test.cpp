@@ -133,6 +133,12 @@ const row rows[] = {
     {"interface/line/1/data/osc/remoteAttenuation", 0.01, of_peer, [](const place& p) { return p.osc_loss() / p.fibre().length_km; }},
     {"local/interface/line/1/data/dispersion/rx/osc", 5.0, own, [](const place& p) {
        return p.fibre().dispersion_ps_per_nm_km * p.fibre().length_km; }},
+    {"insight/device/voa/attenuation", 0.06, own, [](const place& p) { return p.plant.voa_attenuation_db(0); }},
+    {"insight/device/booster/outputPower", 0.2, own, [](const place& p) {
+       return p.plant.total_power_dbm(0, measuring_point::booster_output); }},
+    {"insight/device/preamp/outputPower", 0.2, own, [](const place& p) {
+       return p.plant.total_power_dbm(0, measuring_point::preamp_output); }},
+    {"insight/device/osc/fibreLength", 0.5, own, [](const place& p) { return p.all().fibres[1].length_km; }},
 };
 
 /// What is wanted, planned or told, and what the loop reckons with.
@@ -141,7 +147,7 @@ const char* const without_truth[] = {
     "data/client/*/*/targetOutputPower", "data/client/*/*/width", "data/system/utilization",
     "data/line/1/remoteUtilization", "data/line/1/rx/targetPower", "data/line/1/rx/remoteTargetPower",
     "data/line/lmsError", "data/line/lmsStepSize", "interface/line/1/remote/**",
-    "local/interface/line/1/data/dispersion/rx/*", "remote/**"};
+    "local/interface/line/1/data/dispersion/rx/*", "remote/**", "insight/**"};
 // clang-format on
 
 /// Every fifth channel dark: what the noise is measured on.

@@ -4,8 +4,8 @@
 #include <exception>
 #include <string>
 
-#include "platform/nexel_client/nx_client_exception.h"
 #include "platform/wire/json_conversion.h"
+#include "platform/wire/nx_client_exception.h"
 #include "platform/wire/nx_error.h"
 
 namespace test {

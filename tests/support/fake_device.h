@@ -2,7 +2,7 @@
 #pragma once
 
 #include "device/hardware/refusals.h"
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_client_exception.h"
 
 namespace test {
 

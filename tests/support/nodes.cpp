@@ -46,6 +46,12 @@ void value_node::get(const std::string& path, json_allocator& allocator, json_va
   add_member(result, path, json_, allocator);
 }
 
+bool value_node::append_text(std::string& out) const {
+  const std::lock_guard lock(mutex_);
+  if (!error_) out += nx::json_text(nx::parse_json(json_));
+  return !error_;
+}
+
 void value_node::set(const std::string&, const json_value& value) {
   if (value.IsString() && value == "bad") throw nx_error(-22, "Not a value for this node");
   if (is_number_) nx::from_json<float>(value);

@@ -38,6 +38,7 @@ class value_node : public nx_db_event_node {
   std::string json() const;
 
   void get(const std::string& path, json_allocator& allocator, json_value& result) override;
+  bool append_text(std::string& out) const override;
   void set(const std::string& path, const json_value& value) override;
   void reset() override { update("0"); }
   bool write_may_wait() const override { return false; }

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/nexel_client/in_process.h"
+#include "platform/in_process/network.h"
 #include "platform/value_tree/nx_db.h"
 #include "platform/value_tree/poll_scheduler.h"
 #include "sim/plant.h"

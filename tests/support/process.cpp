@@ -4,7 +4,6 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/eventfd.h>
-#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,26 +12,13 @@
 #include <array>
 #include <stdexcept>
 
+#include "tools/common/spawn.h"
+
 extern char** environ;
 
 namespace test {
 
 namespace {
-
-/// Built before the fork: between fork and exec nothing may allocate.
-class text_array {
- public:
-  explicit text_array(std::vector<std::string> given) : texts(std::move(given)) {
-    for (auto& text : texts)
-      pointers.push_back(text.data());
-    pointers.push_back(nullptr);
-  }
-  char** data() { return pointers.data(); }
-
- private:
-  std::vector<std::string> texts;
-  std::vector<char*> pointers;
-};
 
 std::vector<std::string> environment_of(const process::settings& what) {
   std::map<std::string, std::string> variables;
@@ -51,18 +37,6 @@ std::vector<std::string> environment_of(const process::settings& what) {
   return texts;
 }
 
-[[noreturn]] void become(char** command, char** environment, int output) {
-  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-  ::dup2(output, STDOUT_FILENO);
-  ::dup2(output, STDERR_FILENO);
-  sigset_t none;
-  sigemptyset(&none);
-  ::sigprocmask(SIG_SETMASK, &none, nullptr);
-  ::signal(SIGPIPE, SIG_DFL);
-  ::execvpe(command[0], command, environment);
-  ::_exit(127);
-}
-
 int as_the_shell_tells(int wait_status) {
   return WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : 128 + WTERMSIG(wait_status);
 }
@@ -78,12 +52,10 @@ unsigned occurrences_in(const std::string& text, const std::string& wanted) {
 }  // namespace
 
 process::process(const settings& what) {
-  text_array command(what.command);
-  text_array environment(environment_of(what));
   std::array<int, 2> output{};
   if (::pipe2(output.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
-  pid_ = ::fork();
-  if (pid_ == 0) become(command.data(), environment.data(), output[1]);
+  pid_ = tools::spawn(
+      {.command = what.command, .environment = environment_of(what), .output = output[1]});
   ::close(output[1]);
   if (pid_ < 0) throw std::runtime_error("no process for " + what.command.front());
   stop_event = ::eventfd(0, EFD_CLOEXEC);

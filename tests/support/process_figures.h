@@ -5,6 +5,13 @@
 
 namespace test {
 
+/// Sanitizers keep what is freed, and slow a process down.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr bool sanitized = true;
+#else
+inline constexpr bool sanitized = false;
+#endif
+
 struct process_figures {
   double resident_mib = 0.0;
   unsigned descriptors = 0;

@@ -18,11 +18,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool sanitized = true;
-#else
-constexpr bool sanitized = false;
-#endif
+using test::sanitized;
 constexpr double flat_mib = sanitized ? 1e6 : 4.0;
 
 struct fault {

@@ -27,7 +27,7 @@ TEST(late_start, waits_for_what_is_away_and_ends_in_that_wait_too) {
     node.start_surroundings();
     node.plant().set_device(device, state);
     node.start_daemon();
-    ASSERT_TRUE(node.wait_for_more(told, 2)) << node.daemon().last_lines();
+    ASSERT_TRUE(node.wait_for_more(told)) << node.daemon().last_lines();
     EXPECT_TRUE(node.serves());
     EXPECT_EQ(test::fault_of_end(node.daemon(), limit), "");
 

@@ -12,7 +12,8 @@
 #include <fstream>
 
 #include "platform/nexel_client/line_client.h"
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_client_exception.h"
+#include "tests/support/process_figures.h"
 #include "tests/system/regulating_node.h"
 #include "tests/system/storm.h"
 
@@ -20,11 +21,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool sanitized = true;
-#else
-constexpr bool sanitized = false;
-#endif
+using test::sanitized;
 
 // What the service of the package is given.
 constexpr double unit_memory_mib = 384;

@@ -8,7 +8,7 @@
 #include <stdexcept>
 
 #include "platform/nexel_client/line_client.h"
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_client_exception.h"
 #include "tests/support/daemon_node.h"
 
 namespace test {

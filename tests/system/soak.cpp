@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_client_exception.h"
 #include "tests/support/process_figures.h"
 #include "tests/system/crowd.h"
 #include "tests/system/daemon_pair.h"

@@ -9,7 +9,7 @@
 #include <sstream>
 
 #include "platform/nexel_client/line_client.h"
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_client_exception.h"
 
 namespace test {
 

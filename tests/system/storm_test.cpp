@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <sched.h>
 
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_client_exception.h"
 #include "tests/support/free_port.h"
 #include "tests/system/regulating_node.h"
 #include "tests/system/storm.h"

@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
+#include "platform/wire/json_conversion.h"
 #include "platform/wire/shown_text.h"
 #include "tools/ctl/context.h"
 #include "tools/ctl/exit_code.h"
@@ -42,7 +43,23 @@ int list(context& with, const std::string& path, bool recursive) {
   return exit_ok;
 }
 
+/// The paths below a level as members without values.
+nx::json_document without_values(context& with, const std::string& path) {
+  nx::json_document members(rapidjson::kObjectType);
+  for (const auto& [name, none] : listed(with, path, true)) {
+    members.AddMember(nx::to_json(name, members.GetAllocator()), nx::json_value(),
+                      members.GetAllocator());
+  }
+  return members;
+}
+
 int tree(context& with, const std::string& path, bool values) {
+  if (with.json) {
+    const auto below = path.empty() ? "**" : path + "/**";
+    const auto members = values ? with.ask("get", below) : without_values(with, path);
+    fmt::print("{}\n", nx::json_text(tree_object(members)));
+    return exit_ok;
+  }
   if (!values) {
     fmt::print("{}", tree_text(listed(with, path, true)));
     return exit_ok;
@@ -53,7 +70,9 @@ int tree(context& with, const std::string& path, bool values) {
 }
 
 int info(context& with, const std::string& path) {
-  const auto result = with.ask("info", path);
+  auto result = with.ask("info", path);
+  for (auto& member : result.GetObject())
+    complete_info(member.name.GetString(), member.value, result.GetAllocator());
   if (with.json) {
     fmt::print("{}\n", nx::json_text(result));
     return exit_ok;
@@ -87,7 +106,8 @@ void declare_list_commands(CLI::App& app, action& chosen) {
     chosen = [=](context& with) { return tree(with, trimmed(*path), *deep); };
   });
 
-  command = app.add_subcommand("info", "Tell what a path is: kind, type, what may be done with it");
+  command = app.add_subcommand(
+      "info", "Tell what a path is: kind, type, what may be done with it, unit, what it takes");
   command->add_option("path", *path, "Path or pattern")->required();
   command->footer("Example:\n  lumoractl info 'config/client/*/rx/wantedPowerOffset'\n");
   command->callback(

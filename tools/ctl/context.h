@@ -24,7 +24,7 @@ struct context {
   std::chrono::milliseconds timeout{5000};
 
   /// One request on one path, with `more` behind the path in its params (",\"value\":1").
-  /// Throws nx_client_exception.
+  /// Throws nx_client_exception, and usage_error on a pattern that the tree does not know.
   nx::json_document ask(const std::string& method, const std::string& path,
                         const std::string& more = "") const;
 };
@@ -37,5 +37,7 @@ void declare_read_commands(CLI::App& app, action& chosen);
 void declare_list_commands(CLI::App& app, action& chosen);
 void declare_write_commands(CLI::App& app, action& chosen);
 void declare_watch_command(CLI::App& app, action& chosen);
+void declare_explain_commands(CLI::App& app, action& chosen);
+void declare_file_commands(CLI::App& app, action& chosen);
 
 }  // namespace tools::ctl

@@ -12,7 +12,8 @@ enum exit_code : int {
   exit_usage = 2,          ///< wrong options or words
   exit_not_connected = 3,  ///< nothing listens there, or the connection ended
   exit_no_answer = 4,      ///< connected, and no answer in time
-  exit_no_match = 5        ///< a pattern that fits no path
+  exit_no_match = 5,       ///< a pattern that fits no path
+  exit_needs_person = 6    ///< explain: something stays wrong until somebody does something
 };
 
 /// Wrong words on the command line that only show once the tree has been asked.

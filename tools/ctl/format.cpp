@@ -4,9 +4,13 @@
 #include <rapidjson/document.h>
 
 #include <algorithm>
+#include <array>
 
+#include "platform/wire/json_conversion.h"
 #include "platform/wire/json_rpc.h"
 #include "platform/wire/shown_text.h"
+#include "tools/common/accepted.h"
+#include "tools/common/units.h"
 #include "tools/common/value_text.h"
 
 namespace tools::ctl {
@@ -17,18 +21,6 @@ std::string text_of(const nx::json_value& object, const char* member) {
   if (!object.IsObject()) return "";
   const auto found = object.FindMember(member);
   return found != object.MemberEnd() && found->value.IsString() ? found->value.GetString() : "";
-}
-
-std::vector<std::string> segments_of(const std::string& path) {
-  std::vector<std::string> segments(1);
-  for (const char c : path) {
-    if (c == '/') {
-      segments.emplace_back();
-    } else {
-      segments.back() += c;
-    }
-  }
-  return segments;
 }
 
 std::string may_of(const nx::json_value& record) {
@@ -42,11 +34,52 @@ std::string may_of(const nx::json_value& record) {
   return may;
 }
 
+bool is_told_in_words(const std::string& name) {
+  constexpr std::array told{"type", "valueType", "capabilities", "unit", "constraints"};
+  return std::find(told.begin(), told.end(), name) != told.end();
+}
+
+/// "-2 to 12", "0 to 1 in steps of 0.1", "up, down".
+std::string accepted_text(const nx::json_value& constraints) {
+  std::string text;
+  const auto add = [&](const char* before, const nx::json_value& value) {
+    text += before + (value.IsString() ? value.GetString() : nx::json_text(value));
+  };
+  if (const auto allowed = constraints.FindMember("allowed"); allowed != constraints.MemberEnd()) {
+    for (const auto& value : allowed->value.GetArray())
+      add(text.empty() ? "" : ", ", value);
+    return text;
+  }
+  for (const auto& [name, before] :
+       {std::pair{"min", ""}, {"max", " to "}, {"grid", " in steps of "}}) {
+    if (constraints.HasMember(name)) add(before, constraints[name]);
+  }
+  return text;
+}
+
+/// Two blanks and the text, where there is one.
+std::string column(const std::string& text) {
+  return text.empty() ? "" : "  " + text;
+}
+
+nx::json_value constraints_of(const accepted_values& accepted, nx::json_allocator& allocator) {
+  nx::json_value object(rapidjson::kObjectType);
+  if (accepted.words.front().empty()) {
+    object.AddMember("min", accepted.min, allocator);
+    return std::move(object.AddMember("max", accepted.max, allocator));
+  }
+  nx::json_value allowed(rapidjson::kArrayType);
+  for (const auto word : accepted.words) {
+    if (!word.empty()) allowed.PushBack(nx::to_json(std::string(word), allocator), allocator);
+  }
+  return std::move(object.AddMember("allowed", allowed, allocator));
+}
+
 std::string rest_of(const nx::json_value& record) {
   nx::json_document rest(rapidjson::kObjectType);
   for (const auto& member : record.GetObject()) {
     const std::string name = member.name.GetString();
-    if (name == "type" || name == "valueType" || name == "capabilities") continue;
+    if (is_told_in_words(name)) continue;
     rest.AddMember(nx::json_value(member.name, rest.GetAllocator()),
                    nx::json_value(member.value, rest.GetAllocator()), rest.GetAllocator());
   }
@@ -54,6 +87,18 @@ std::string rest_of(const nx::json_value& record) {
 }
 
 }  // namespace
+
+std::vector<std::string> segments_of(const std::string& path) {
+  std::vector<std::string> segments(1);
+  for (const char c : path) {
+    if (c == '/') {
+      segments.emplace_back();
+    } else {
+      segments.back() += c;
+    }
+  }
+  return segments;
+}
 
 rows rows_of(const nx::json_value& members, bool bare) {
   rows table;
@@ -95,6 +140,36 @@ std::string tree_text(const rows& table) {
   return text;
 }
 
+nx::json_document tree_object(const nx::json_value& values) {
+  nx::json_document root(rapidjson::kObjectType);
+  auto& allocator = root.GetAllocator();
+  for (const auto& member : values.GetObject()) {
+    nx::json_value* level = &root;
+    const auto segments = segments_of(member.name.GetString());
+    for (std::size_t at = 0; at + 1 < segments.size(); ++at) {
+      const auto name = segments[at] + "/";
+      if (!level->HasMember(name.c_str())) {
+        level->AddMember(nx::to_json(name, allocator), nx::json_value(rapidjson::kObjectType),
+                         allocator);
+      }
+      level = &(*level)[name.c_str()];
+    }
+    level->AddMember(nx::to_json(segments.back(), allocator),
+                     nx::json_value(member.value, allocator), allocator);
+  }
+  return root;
+}
+
+void complete_info(const std::string& path, nx::json_value& record, nx::json_allocator& allocator) {
+  if (!record.IsObject() || error_in(record)) return;
+  if (const auto unit = unit_of(path); !unit.empty() && !record.HasMember("unit")) {
+    record.AddMember("unit", nx::to_json(std::string(unit), allocator), allocator);
+  }
+  const auto accepted = accepted_at(path);
+  if (!accepted || record.HasMember("constraints")) return;
+  record.AddMember("constraints", constraints_of(*accepted, allocator), allocator);
+}
+
 std::string info_line(const std::string& path, const nx::json_value& record) {
   const auto shown = nx::shown_text(path);
   if (const auto error = error_in(record)) {
@@ -105,8 +180,12 @@ std::string info_line(const std::string& path, const nx::json_value& record) {
   }
   auto kind = text_of(record, "type");
   auto type = text_of(record, "valueType");
-  const auto rest = fmt::format("{}  {}  {}{}", kind.empty() ? "-" : kind,
-                                type.empty() ? "-" : type, may_of(record), rest_of(record));
+  const auto constraints = record.FindMember("constraints");
+  const bool limited = constraints != record.MemberEnd() && constraints->value.IsObject();
+  const auto rest =
+      fmt::format("{}  {}  {}{}{}{}", kind.empty() ? "-" : kind, type.empty() ? "-" : type,
+                  may_of(record), column(text_of(record, "unit")),
+                  column(limited ? accepted_text(constraints->value) : ""), rest_of(record));
   return fmt::format("{}  {}", shown, nx::shown_text(rest));
 }
 

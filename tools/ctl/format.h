@@ -15,6 +15,9 @@ using rows = std::vector<std::pair<std::string, std::string>>;
 /// Path and value of each member of an answer. `bare` leaves units off.
 rows rows_of(const nx::json_value& members, bool bare);
 
+/// The names of a path; one empty name for an empty path.
+std::vector<std::string> segments_of(const std::string& path);
+
 /// Two columns, the first as wide as its longest text; one line a row.
 std::string columns(const rows& table);
 
@@ -22,7 +25,16 @@ std::string columns(const rows& table);
 /// in `table`, when not empty, stands behind its name.
 std::string tree_text(const rows& table);
 
-/// One line: path, kind, value type, what may be done with it, and the rest of the record as JSON.
+/// The members of an answer as levels of an object, {"line/":{"1/":{..}}}: a level's name has a
+/// slash behind it, as `list` tells it, since a path may be a level and a value at once.
+nx::json_document tree_object(const nx::json_value& values);
+
+/// Adds to the record of a node what the tree does not carry: "unit", and "constraints" as a range
+/// {"min","max"} or as {"allowed":[..]}, where they are known.
+void complete_info(const std::string& path, nx::json_value& record, nx::json_allocator& allocator);
+
+/// One line: path, kind, value type, what may be done with it, unit, what it takes, and the rest of
+/// the record as JSON.
 std::string info_line(const std::string& path, const nx::json_value& record);
 
 /// "2026-01-31T12:00:00.123Z  path  value" of one event or "ended" message.

@@ -6,10 +6,12 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/nexel_client/line_client.h"
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/json_rpc.h"
+#include "platform/wire/nx_client_exception.h"
 #include "platform/wire/shown_text.h"
 #include "tools/ctl/context.h"
 #include "tools/ctl/endpoint.h"
@@ -22,6 +24,7 @@ namespace {
 
 constexpr const char* closing_words =
     "Start here:\n"
+    "  lumoractl explain                          what is wrong, and why\n"
     "  lumoractl tree data/line -v                the line, with values\n"
     "  lumoractl get 'data/client/*/rx/power'     one value of every channel\n"
     "  lumoractl watch 'data/client/*/rx/status'  what happens to the channels\n"
@@ -29,11 +32,13 @@ constexpr const char* closing_words =
     "\n"
     "Exit codes:\n"
     "  0  done\n"
-    "  1  the tree refused; code and text stand on the error output\n"
+    "  1  the tree refused; code and text stand on the error output, with --json as JSON on the\n"
+    "     standard output too\n"
     "  2  wrong options or words\n"
     "  3  not connected\n"
     "  4  no answer in time\n"
-    "  5  a pattern that fits no path\n";
+    "  5  a pattern that fits no path\n"
+    "  6  explain: something needs a person\n";
 
 struct options {
   connection_options connection;
@@ -77,10 +82,24 @@ void declare(CLI::App& app, options& given, action& chosen) {
   declare_list_commands(app, chosen);
   declare_write_commands(app, chosen);
   declare_watch_command(app, chosen);
+  declare_explain_commands(app, chosen);
+  declare_file_commands(app, chosen);
 }
 
-int fail(int code, const std::string& text) {
-  fmt::print(stderr, "lumoractl: {}\n", nx::shown_text(text));
+constexpr std::int32_t wrong_words = nx_error::invalid;
+
+/// With --json a failure is an answer as well.
+void print_json(const nx_error& error) {
+  std::string object;
+  nx::json_rpc::append_error_object(object, error);
+  fmt::print("{{\"error\":{}}}\n", object);
+  std::fflush(stdout);  // ahead of the same in words
+}
+
+int fail(int code, const nx_error& error, bool json) {
+  if (json) print_json(error);
+  const auto number = code == exit_refused ? fmt::format("{} ", error.code) : std::string();
+  fmt::print(stderr, "lumoractl: {}{}\n", number, nx::shown_text(error.message));
   return code;
 }
 
@@ -108,12 +127,20 @@ int perform_guarded(const options& given, const action& chosen) {
   try {
     return perform(given, chosen);
   } catch (const nx_client_exception& error) {
-    if (error.code == -107) return fail(exit_not_connected, error.message);
-    if (error.code == -110) return fail(exit_no_answer, error.message);
-    return fail(exit_refused, fmt::format("{} {}", error.code, error.message));
+    const auto code = error.code == nx_error::not_connected ? exit_not_connected
+                      : error.code == nx_error::no_answer   ? exit_no_answer
+                                                            : exit_refused;
+    return fail(code, {error.code, error.message}, given.json);
   } catch (const usage_error& error) {
-    return fail(exit_usage, error.what());
+    return fail(exit_usage, {wrong_words, error.what()}, given.json);
   }
+}
+
+/// Wrong options: the parser's own words, and the same as JSON where that was asked for.
+int refuse(const CLI::App& app, const CLI::ParseError& error, bool json) {
+  if (app.exit(error) == 0) return exit_ok;
+  if (json) print_json({wrong_words, error.what()});
+  return exit_usage;
 }
 
 }  // namespace
@@ -125,13 +152,15 @@ int main(int argc, char** argv) {
   tools::ctl::options given;
   tools::ctl::action chosen;
   tools::ctl::declare(app, given, chosen);
+  // Looked for by hand, since the parser may stumble over a word before it.
+  const bool json = std::count(argv, argv + argc, std::string_view("--json")) > 0;
   try {
     // The parser takes its words from the back.
     auto words = tools::ctl::shielded({argv + 1, argv + argc});
     std::reverse(words.begin(), words.end());
     app.parse(std::move(words));
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? tools::ctl::exit_ok : tools::ctl::exit_usage;
+    return tools::ctl::refuse(app, error, json);
   }
   return tools::ctl::perform_guarded(given, chosen);
 }

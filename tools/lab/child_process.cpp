@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <poll.h>
-#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -14,43 +13,18 @@
 #include <deque>
 #include <fstream>
 
+#include "tools/common/spawn.h"
 #include "tools/lab/lab_failure.h"
 
 namespace tools::lab {
 
 namespace {
 
-constexpr int cannot_run = 127;
-
-std::vector<char*> pointers_to(std::vector<std::string>& texts) {
-  std::vector<char*> pointers;
-  for (auto& text : texts)
-    pointers.push_back(text.data());
-  pointers.push_back(nullptr);
-  return pointers;
-}
-
 std::vector<std::string> merged_environment(const std::vector<std::string>& more) {
   std::vector<std::string> merged = more;
   for (char** entry = environ; *entry != nullptr; ++entry)
     merged.emplace_back(*entry);
   return merged;
-}
-
-/// Between fork and exec: only calls that are safe there.
-[[noreturn]] void become(char* const* command, char* const* environment, int log) {
-  prctl(PR_SET_PDEATHSIG, SIGKILL);
-  // A group of its own: the terminal's Ctrl-C is the lab's affair, which ends things in order.
-  setpgid(0, 0);
-  sigset_t none;
-  sigemptyset(&none);
-  sigprocmask(SIG_SETMASK, &none, nullptr);
-  const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
-  dup2(nothing, STDIN_FILENO);
-  dup2(log, STDOUT_FILENO);
-  dup2(log, STDERR_FILENO);
-  execvpe(command[0], command, environment);
-  _exit(cannot_run);
 }
 
 std::string end_text(int status) {
@@ -61,18 +35,25 @@ std::string end_text(int status) {
   return fmt::format("exit status {}{}", code, code == cannot_run ? " (cannot be run)" : "");
 }
 
+/// "TIME severity PLACE: TEXT" of a lower severity is chatter.
+bool is_complaint(const std::string& line) {
+  const auto first = line.find(' ');
+  if (line.empty() || first == line.npos) return !line.empty();
+  const auto severity = line.substr(first + 1, line.find(' ', first + 1) - first - 1);
+  return severity != "info" && severity != "warning" && severity != "debug";
+}
+
 }  // namespace
 
 child_process::child_process(program what) : what_(std::move(what)) {
-  auto command = pointers_to(what_.command);
-  auto variables = merged_environment(what_.environment);
-  auto environment = pointers_to(variables);
   const int log = open(what_.log_file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
   if (log < 0) {
     throw lab_failure(fmt::format("cannot write {}: {}", what_.log_file, std::strerror(errno)));
   }
-  pid_ = fork();
-  if (pid_ == 0) become(command.data(), environment.data(), log);
+  pid_ = spawn({.command = what_.command,
+                .environment = merged_environment(what_.environment),
+                .output = log,
+                .away_from_terminal = true});
   close(log);
   if (pid_ < 0) throw lab_failure(fmt::format("cannot start {}: {}", name(), std::strerror(errno)));
 }
@@ -114,6 +95,20 @@ bool child_process::succeeded() const {
 
 void child_process::terminate() {
   if (!reap(false)) kill(pid_, SIGTERM);
+}
+
+std::vector<std::string> child_process::last_complaint(std::size_t most_lines) const {
+  std::ifstream log(what_.log_file);
+  std::vector<std::string> lines;
+  bool is_chatter = true;
+  for (std::string line; std::getline(log, line);) {
+    const bool complains = is_complaint(line);
+    // Lines that follow each other are one complaint.
+    if (complains && is_chatter) lines.clear();
+    is_chatter = !complains;
+    if (complains && lines.size() < most_lines) lines.push_back(line);
+  }
+  return lines;
 }
 
 std::vector<std::string> child_process::last_lines(std::size_t count) const {

@@ -36,6 +36,10 @@ class child_process {
   /// True when it has ended with exit status 0.
   bool succeeded() const;
   std::vector<std::string> last_lines(std::size_t count) const;
+  /// From its last line of severity error, or the last that is no log line at all ("terminate
+  /// called
+  /// ...") on; empty when it complained of nothing.
+  std::vector<std::string> last_complaint(std::size_t most_lines) const;
 
   /// Asks it to end; the destructor waits for it.
   void terminate();

@@ -9,23 +9,20 @@ namespace tools::lab {
 
 namespace {
 
-bool is_lit(const channel_row& row) {
-  return row.state != channel_state::dark && row.state != channel_state::blocked;
-}
-
 std::string off_target(const channel_row& row) {
-  return fmt::format(
-      "{:.3f} THz {}: {:+.2f} dB from its target of {:.2f} dBm at {:.1f} dB attenuation",
-      row.frequency_thz, name_of(row.state), row.error, row.target, row.attenuation);
+  return fmt::format("{} THz {}: {}", insight::thz_text(row.of.place.frequency), row.of.state_text,
+                     row.of.why);
 }
 
 void add_channel_reasons(const channel_row& row, std::vector<std::string>& reasons) {
-  if (!is_lit(row)) return;
-  if (row.state != channel_state::on_target) reasons.push_back(off_target(row));
-  if (!row.truth || std::abs(*row.truth - row.measured) <= convergence::truth_limit_db) return;
-  reasons.push_back(
-      fmt::format("{:.3f} THz: the reading of {:.2f} dBm is not the plant's {:.2f} dBm",
-                  row.frequency_thz, row.measured, *row.truth));
+  if (!row.is_lit()) return;
+  if (!row.is_on_target()) reasons.push_back(off_target(row));
+  const auto& measured = row.of.measured;
+  if (!row.truth || !measured || std::abs(*row.truth - *measured) <= convergence::truth_limit_db) {
+    return;
+  }
+  reasons.push_back(fmt::format("{} THz: the reading of {:.2f} dBm is not the plant's {:.2f} dBm",
+                                insight::thz_text(row.of.place.frequency), *measured, *row.truth));
 }
 
 }  // namespace
@@ -48,10 +45,11 @@ std::vector<std::string> convergence::reasons(const view& seen) const {
   }
   if (line_moved(seen))
     reasons.push_back(fmt::format("the line VOA moves ({:.1f} dB)", *seen.voa_db));
-  for (const auto& [loop, state] : {std::pair{"line", seen.loops.line},
-                                    {"client rx", seen.loops.rx},
-                                    {"client tx", seen.loops.tx}}) {
-    if (state == "error") reasons.push_back(fmt::format("the {} loop is down", loop));
+  for (const auto& each : seen.findings) {
+    using insight::cause;
+    const bool stands_in_the_way = each.of == cause::loop_down || each.of == cause::device_silent ||
+                                   each.of == cause::regulation_stopped;
+    if (stands_in_the_way) reasons.push_back(insight::full_sentence(each, seen.node));
   }
   return reasons;
 }
@@ -75,11 +73,11 @@ std::optional<convergence::clock::duration> convergence::settled_after(
   return *since_ - start;
 }
 
-std::optional<float> worst_truth_difference(const view& seen) {
-  std::optional<float> worst;
+std::optional<double> worst_truth_difference(const view& seen) {
+  std::optional<double> worst;
   for (const auto& row : seen.channels) {
-    if (!is_lit(row) || !row.truth) continue;
-    worst = std::max(worst.value_or(0.0F), std::abs(*row.truth - row.measured));
+    if (!row.is_lit() || !row.truth || !row.of.measured) continue;
+    worst = std::max(worst.value_or(0.0), std::abs(*row.truth - *row.of.measured));
   }
   return worst;
 }

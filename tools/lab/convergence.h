@@ -36,7 +36,7 @@ class convergence {
   /// The line's next step is worth making beyond this, dB.
   static constexpr double line_step_db = 0.15;
   /// What the tolerances of monitor and power taps together explain, dB.
-  static constexpr float truth_limit_db = 1.5F;
+  static constexpr double truth_limit_db = 1.5;
 
  private:
   bool line_moved(const view& seen) const;
@@ -50,6 +50,6 @@ class convergence {
 
 /// Largest difference between the plant's truth and the reading over the lit channels, dB; empty
 /// where the plant tells none.
-std::optional<float> worst_truth_difference(const view& seen);
+std::optional<double> worst_truth_difference(const view& seen);
 
 }  // namespace tools::lab

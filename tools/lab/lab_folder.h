@@ -15,6 +15,8 @@ class lab_folder {
   lab_folder(const lab_folder&) = delete;
   lab_folder& operator=(const lab_folder&) = delete;
 
+  /// From now on it stays: somebody will want to read the logs.
+  void keep() { keep_ = true; }
   const std::filesystem::path& path() const { return path_; }
   std::filesystem::path logs() const { return path_ / "logs"; }
   /// What stands for "/" to the near node, the value of its NX_ROOT; the far node's is the folder

@@ -30,6 +30,7 @@ constexpr const char* loopback = "lo";
 
 void announce(const lab_folder& folder, const options& given) {
   fmt::print("lab folder {}\n", folder.path().string());
+  fmt::print("try        {} explain\n", (folder.path() / "ctl").string());
   if (given.log) fmt::print("logs       {}/*.log\n", folder.logs().string());
   std::fflush(stdout);
 }
@@ -96,6 +97,19 @@ node_options far_node(const lab_folder& folder, const options& given, const peer
       1, "far", folder.root(1).string(), given.peer.name, peer_link::interface, link.enter_far()};
 }
 
+/// A command that reaches a node's tree from anywhere, short enough for the last line of a screen.
+std::string ctl_script(const lab_folder& folder, unsigned node) {
+  return (folder.path() / (node == 0 ? "ctl" : "ctl-far")).string();
+}
+
+void write_ctl_script(const lab_folder& folder, unsigned node) {
+  const auto path = ctl_script(folder, node);
+  std::ofstream(path) << fmt::format("#!/bin/sh\nNX_ROOT='{}' exec '{}' \"$@\"\n",
+                                     folder.root(node).string(),
+                                     program_path("lumoractl").string());
+  std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+}
+
 int watch(session& watched, const lab_folder& folder, const options& given) {
   if (given.until_converged) {
     const std::chrono::seconds limit(*given.until_converged);
@@ -105,17 +119,16 @@ int watch(session& watched, const lab_folder& folder, const options& given) {
     watched.print_lines();
     return exit_ok;
   }
-  watched.show_on_screen(fmt::format("q ends  arrows scroll{}  lumoractl --root {}",
-                                     given.peer.is_daemon() ? "  tab other node" : "",
-                                     folder.root(0).string()));
+  watched.show_on_screen({ctl_script(folder, 0) + " explain", ctl_script(folder, 1) + " explain"});
   return exit_ok;
 }
 
-int run(options given) {
+int run_in(lab_folder& folder, options given) {
   user at_terminal;
-  const lab_folder folder(given.keep || given.log);
   supervisor programs(at_terminal);
   announce(folder, given);
+  for (const unsigned node : {0U, 1U})
+    write_ctl_script(folder, node);
   const auto link = connect(programs, folder, given.peer);
   const store keys(programs, folder, given.peer.is_daemon() ? 2 : 1);
   plant_service plant(programs, folder, keys, plant_of(given, folder, keys, link));
@@ -132,6 +145,17 @@ int run(options given) {
     each->light_up();
   session watched(programs, at_terminal, nodes, given.peer);
   return watch(watched, folder, given);
+}
+
+int run(const options& given) {
+  lab_folder folder(given.keep || given.log);
+  try {
+    return run_in(folder, given);
+  } catch (const lab_failure& failure) {
+    folder.keep();
+    throw lab_failure(
+        fmt::format("{}\nThe logs stay in {}", failure.what(), folder.logs().string()));
+  }
 }
 
 int run_guarded(const options& given) {

@@ -18,12 +18,6 @@ constexpr std::chrono::seconds start_limit{30};
 constexpr unsigned client_port = 2;
 constexpr unsigned widest = 10000;
 
-/// What the view shows of the daemon's tree.
-constexpr const char* daemon_patterns[] = {
-    "data/client/*/rx/*", "data/client/*/rx/ocm/power", "data/client/rx/*", "data/line/1/*",
-    "data/line/1/*/*",    "data/spanloss/*/*",          "data/system/*",    "data/automationMode",
-    "data/line/lms*"};
-
 }  // namespace
 
 node::node(supervisor& programs, const lab_folder& folder, const store& keys, plant_service& plant,
@@ -32,9 +26,6 @@ node::node(supervisor& programs, const lab_folder& folder, const store& keys, pl
       plant_(plant),
       daemon_log_((folder.logs() / (what_.name + ".log")).string()),
       daemon_(what_.root + "/tmp/device_managers/lumora"),
-      booster_(what_.root + "/tmp/nexels/booster"),
-      preamp_(what_.root + "/tmp/nexels/preamp"),
-      voa_(what_.root + "/tmp/nexels/voa_sfp"),
       panel_(what_.root + "/tmp/nexels/led_selka") {
   start_daemon(programs, keys);
 }
@@ -79,20 +70,31 @@ void node::configure(supervisor& programs) {
   programs.wait_until("the daemon to be ready for its configuration", start_limit,
                       [&] { return daemon_.knows(ready); });
   add_channels();
-  write_daemon("debug/loglevel", "\"verbose\"");
   write_daemon(ready, "true");
 }
 
-readings node::look() {
+void node::read_events(const readings& read) {
+  const auto newest = read.text("insight/log").value_or("");
+  if (newest == newest_event_) return;
+  newest_event_ = newest;
+  events_.clear();
+  for (const auto& text : daemon_.history("insight/log")) {
+    if (auto told = insight::event_of(text)) events_.push_back(std::move(*told));
+  }
+}
+
+view node::look() {
   readings read;
-  for (const char* pattern : daemon_patterns)
-    daemon_.read(pattern, read);
-  booster_.read("data/*", read, booster_prefix);
-  preamp_.read("data/*", read, preamp_prefix);
-  voa_.read("data/*", read, voa_prefix);
+  bool answers = true;
+  for (const char* pattern : insight::insight_patterns())
+    answers = daemon_.read(pattern, read) && answers;
+  daemon_.read("data/line/lmsStepSize", read);
+  read_events(read);
   panel_.read("data/**", read, panel_prefix);
-  plant_.read_truth(read);
-  return read;
+  plant_.read_truth(what_.number, read);
+  auto seen = make_view(read, events_, what_.number);
+  seen.answers = answers || seen.node.tells_of_itself;
+  return seen;
 }
 
 }  // namespace tools::lab

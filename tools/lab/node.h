@@ -1,5 +1,5 @@
-// One node of the lab: the daemon below the node's own root folder, and links to its tree and to
-// the devices whose figures are shown.
+// One node of the lab: the daemon below the node's own root folder, and links to its tree, to the
+// panel and to the plant's truth.
 #pragma once
 
 #include <string>
@@ -7,10 +7,10 @@
 
 #include "tools/lab/lab_folder.h"
 #include "tools/lab/plant_service.h"
-#include "tools/lab/readings.h"
 #include "tools/lab/store.h"
 #include "tools/lab/supervisor.h"
 #include "tools/lab/tree_link.h"
+#include "tools/lab/view_model.h"
 
 namespace tools::lab {
 
@@ -30,16 +30,15 @@ class node {
        node_options what);
 
   /// Plays the management software's part: waits for the daemon's request, adds the channels where
-  /// the model has no fixed ones, says that the configuration has been written, and asks for the
-  /// report of each cycle.
+  /// the model has no fixed ones, and says that the configuration has been written.
   void configure(supervisor& programs);
 
   /// Switches the lasers on that the topology lights.
   void light_up() { plant_.light_up(what_.number); }
   unsigned lasers() const { return static_cast<unsigned>(plant_.lasers(what_.number).size()); }
 
-  /// Everything that the view is made of, as it is now.
-  readings look();
+  /// Everything that the view is made of, as it is now; `answers` is false when the daemon did not.
+  view look();
 
   const std::string& product() const { return what_.product; }
   unsigned number() const { return what_.number; }
@@ -50,15 +49,15 @@ class node {
   void start_daemon(supervisor& programs, const store& keys);
   void add_channels();
   void write_daemon(const std::string& path, const std::string& value);
+  void read_events(const readings& read);
 
   node_options what_;
   plant_service& plant_;
   std::string daemon_log_;
   tree_link daemon_;
-  tree_link booster_;
-  tree_link preamp_;
-  tree_link voa_;
   tree_link panel_;
+  std::string newest_event_;  // as `insight/log` reads; its history is fetched when it changes
+  std::vector<insight::event> events_;
 };
 
 }  // namespace tools::lab

@@ -24,9 +24,9 @@ constexpr const char* closing_words =
     "namespaces a daemon is replaced by the simulated peer of its kind.\n"
     "\n"
     "Beside a running lab, in another terminal, with the folder that the lab names at its start:\n"
-    "  lumoractl --root FOLDER/node tree data/line -v\n"
-    "  lumoractl --root FOLDER/node --nexel sim tree\n"
-    "  lumoractl --root FOLDER/node/far tree data/line -v     the far node of --peer\n"
+    "  FOLDER/ctl explain                     lumoractl on the node\n"
+    "  FOLDER/ctl --nexel sim tree            what the plant can do\n"
+    "  FOLDER/ctl-far explain                 the far node of --peer\n"
     "\n"
     "Exit codes: 0 converged, or ended by the user; 1 not converged, or something failed; 2 "
     "usage.\n";

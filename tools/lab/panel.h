@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/lab/readings.h"
+#include "tools/common/readings.h"
 
 namespace tools::lab {
 

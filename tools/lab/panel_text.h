@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "tools/lab/panel.h"
-#include "tools/lab/screen_text.h"
+#include "tools/lab/text_layout.h"
 
 namespace tools::lab {
 

@@ -52,8 +52,8 @@ void plant_service::light_up(unsigned node) {
   }
 }
 
-void plant_service::read_truth(readings& into) {
-  controls_.read("truth/**", into);
+void plant_service::read_truth(unsigned node, readings& into) {
+  controls_.read(truth_path(node, "*"), into);
 }
 
 }  // namespace tools::lab

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/common/readings.h"
 #include "tools/lab/lab_folder.h"
-#include "tools/lab/readings.h"
 #include "tools/lab/store.h"
 #include "tools/lab/supervisor.h"
 #include "tools/lab/tree_link.h"
@@ -35,8 +35,8 @@ class plant_service {
   const std::vector<unsigned>& lasers(unsigned node) const { return lasers_.at(node); }
   /// Throws lab_failure.
   void light_up(unsigned node);
-  /// Adds what is true of the light to `into`.
-  void read_truth(readings& into);
+  /// Adds the true power of each channel of a node to `into`.
+  void read_truth(unsigned node, readings& into);
 
  private:
   void darken(unsigned node);

@@ -4,6 +4,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <string_view>
 
@@ -13,9 +14,8 @@ namespace {
 
 constexpr const char* enter = "\x1b[?1049h\x1b[?25l\x1b[2J";  // alternate screen, no cursor, empty
 constexpr const char* leave = "\x1b[?25h\x1b[?1049l";
-constexpr const char* home = "\x1b[H";
+constexpr const char* empty = "\x1b[2J";
 constexpr const char* rest_of_line = "\x1b[K";
-constexpr const char* rest_of_screen = "\x1b[J";
 
 std::string_view variable(const char* name) {
   const char* value = std::getenv(name);
@@ -68,12 +68,20 @@ screen_size screen::size() const {
 }
 
 void screen::show(const std::vector<std::string>& lines) {
-  std::string frame = home;
-  for (std::size_t at = 0; at < lines.size(); ++at) {
-    frame += lines[at] + rest_of_line;
-    if (at + 1 < lines.size()) frame += "\r\n";
+  const auto now = size();
+  std::string frame;
+  if (now.columns != shown_size_.columns || now.rows != shown_size_.rows) {
+    frame = empty;
+    shown_.clear();
+    shown_size_ = now;
   }
-  put(frame + rest_of_screen);
+  for (std::size_t at = 0; at < std::max(lines.size(), shown_.size()); ++at) {
+    const auto line = at < lines.size() ? lines[at] : std::string();
+    if (at < shown_.size() && shown_[at] == line) continue;
+    frame += fmt::format("\x1b[{};1H{}{}", at + 1, line, rest_of_line);
+  }
+  shown_ = lines;
+  if (!frame.empty()) put(frame);
 }
 
 }  // namespace tools::lab

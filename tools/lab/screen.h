@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/lab/screen_text.h"
+#include "tools/lab/text_layout.h"
 
 namespace tools::lab {
 
@@ -23,10 +23,13 @@ class screen {
   static look look_of_environment();  ///< NO_COLOR, and whether the locale speaks UTF-8
 
   screen_size size() const;
+  /// Sends the lines that differ from those shown before.
   void show(const std::vector<std::string>& lines);
 
  private:
   termios before_{};
+  std::vector<std::string> shown_;
+  screen_size shown_size_{0, 0};
 };
 
 }  // namespace tools::lab

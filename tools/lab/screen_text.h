@@ -1,40 +1,33 @@
-// The picture of a view as lines of text with ANSI colours, for a terminal of a given size. Pure.
+// The picture of a view as lines of text, for a terminal of a given size: what matters first, the
+// rest page by page. Pure.
 #pragma once
 
 #include <chrono>
 #include <string>
 #include <vector>
 
+#include "tools/lab/text_layout.h"
 #include "tools/lab/view_model.h"
 
 namespace tools::lab {
 
-struct screen_size {
-  unsigned columns = 80;
-  unsigned rows = 24;
-};
-
-struct look {
-  bool colours = true;
-  bool unicode = true;  ///< block characters; plain ASCII otherwise
-};
+enum class page { channels, ladder, devices, panel, events };
 
 struct picture_options {
   std::string product;
   std::chrono::seconds running{0};
-  unsigned first_row = 0;  ///< how far the channels are scrolled
-  std::string note = {};   ///< the last line: what is wrong, or what the keys do
-  std::string node = {};   ///< which of two nodes this is; empty for a node alone
+  page shown = page::channels;
+  unsigned first_row = 0;    ///< how far the page is scrolled
+  std::string command = {};  ///< the last line: runs as it stands
+  std::string node = {};     ///< which of two nodes this is; empty for a node alone
 };
 
-/// At most `size.rows` lines, none wider than `size.columns` on the screen.
-std::vector<std::string> picture(const view& seen, const picture_options& options, screen_size size,
-                                 look how);
+struct drawn_picture {
+  std::vector<std::string> lines;  ///< at most `rows`, none wider than `columns` on the screen
+  unsigned last_first_row = 0;     ///< largest sensible `first_row`
+  unsigned page_rows = 0;          ///< how many rows of the page are seen at once
+};
 
-/// Largest sensible `first_row`.
-unsigned last_first_row(const view& seen, screen_size size);
-
-/// A power on a scale of `columns` characters, with the target's place marked.
-std::string power_bar(float power, float target, unsigned columns, bool unicode);
+drawn_picture picture(const view& seen, const picture_options& options, screen_size size, look how);
 
 }  // namespace tools::lab

@@ -12,24 +12,37 @@ namespace tools::lab {
 
 namespace {
 
-constexpr std::chrono::milliseconds frame{250};
+constexpr std::chrono::milliseconds between_looks{500};
 constexpr std::chrono::seconds line_interval{1};
+
+/// A node that was started alone has nobody to miss, as long as its line is open.
+void forget_missing_peer(view& seen) {
+  constexpr double shut_db = 15.0;
+  if (seen.voa_db.value_or(0.0) >= shut_db) return;
+  std::erase_if(seen.findings, [](const auto& each) { return each.of == insight::cause::no_peer; });
+}
 
 }  // namespace
 
 session::session(supervisor& programs, user& at_terminal, const std::vector<node*>& nodes,
                  const neighbour& peer)
-    : programs_(programs), user_(at_terminal), start_(clock::now()) {
-  const bool face_to_face = peer.what != neighbour::kind::none;
+    : programs_(programs),
+      user_(at_terminal),
+      expects_peer_(peer.what != neighbour::kind::none),
+      start_(clock::now()) {
   for (auto* each : nodes) {
-    nodes_.push_back(
-        {each, log_follower(each->daemon_log()), convergence(each->lasers(), face_to_face)});
+    nodes_.push_back({each, convergence(each->lasers(), expects_peer_)});
   }
 }
 
-view session::look(watched_node& at) {
+view session::look(const watched_node& at) {
   programs_.check();
-  return make_view(at.of->look(), models::get(at.of->product()), at.log.update(), at.of->number());
+  auto seen = at.of->look();
+  if (!expects_peer_) forget_missing_peer(seen);
+  seen.node.now = std::chrono::duration_cast<std::chrono::seconds>(
+                      std::chrono::system_clock::now().time_since_epoch())
+                      .count();
+  return seen;
 }
 
 void session::print(const watched_node& at, const std::string& text) const {
@@ -50,23 +63,65 @@ bool session::pause(clock::time_point until) {
   return true;
 }
 
-void session::show_on_screen(const std::string& note) {
+void session::react(key pressed, const drawn_picture& drawn, picture_options& options) const {
+  const auto go_to = [&](unsigned row) { options.first_row = std::min(row, drawn.last_first_row); };
+  const auto turn_to = [&](page which) {
+    options.shown = which;
+    options.first_row = 0;
+  };
+  const auto first = std::min(options.first_row, drawn.last_first_row);
+  const auto most = std::max(drawn.page_rows, 1U);
+  switch (pressed) {
+    case key::up:
+      return go_to(first > 0 ? first - 1 : 0);
+    case key::down:
+      return go_to(first + 1);
+    case key::page_up:
+      return go_to(first > most ? first - most : 0);
+    case key::page_down:
+      return go_to(first + most);
+    case key::home:
+      return go_to(0);
+    case key::end:
+      return go_to(drawn.last_first_row);
+    case key::channels:
+      return turn_to(page::channels);
+    case key::ladder:
+      return turn_to(page::ladder);
+    case key::devices:
+      return turn_to(page::devices);
+    case key::panel:
+      return turn_to(page::panel);
+    case key::events:
+      return turn_to(page::events);
+    default:
+      return;
+  }
+}
+
+void session::show_on_screen(const std::vector<std::string>& commands) {
   screen terminal;
   user_.listen_to_keys();
-  picture_options options{"", {}, 0, note, {}};
+  picture_options options;
   std::size_t shown = 0;
-  for (auto happened = user::event::none; happened != user::event::quit;) {
-    if (happened == user::event::next) shown = (shown + 1) % nodes_.size();
-    const auto seen = look(nodes_[shown]);
+  auto seen = look(nodes_[shown]);
+  auto next_look = clock::now() + between_looks;
+  while (true) {
     options.product = nodes_[shown].of->product();
-    const auto size = terminal.size();
-    if (happened == user::event::down) ++options.first_row;
-    if (happened == user::event::up && options.first_row > 0) --options.first_row;
-    options.first_row = std::min(options.first_row, last_first_row(seen, size));
-    options.running = std::chrono::duration_cast<std::chrono::seconds>(running());
+    options.command = commands.at(shown);
     options.node = nodes_.size() > 1 ? nodes_[shown].of->name() : "";
-    terminal.show(picture(seen, options, size, screen::look_of_environment()));
-    happened = user_.wait(frame);
+    options.running = std::chrono::duration_cast<std::chrono::seconds>(running());
+    const auto drawn = picture(seen, options, terminal.size(), screen::look_of_environment());
+    terminal.show(drawn.lines);
+    const auto rest = std::chrono::ceil<std::chrono::milliseconds>(next_look - clock::now());
+    const auto happened = user_.wait(rest);
+    if (happened == user::event::quit) return;
+    if (happened == user::event::key) react(user_.pressed(), drawn, options);
+    const bool turns = happened == user::event::key && user_.pressed() == key::next_node;
+    if (turns) shown = (shown + 1) % nodes_.size();
+    if (!turns && clock::now() < next_look) continue;
+    seen = look(nodes_[shown]);
+    next_look = clock::now() + between_looks;
   }
 }
 

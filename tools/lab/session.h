@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "tools/lab/convergence.h"
-#include "tools/lab/loop_report.h"
 #include "tools/lab/neighbour.h"
 #include "tools/lab/node.h"
+#include "tools/lab/screen_text.h"
 #include "tools/lab/supervisor.h"
 #include "tools/lab/user.h"
 #include "tools/lab/view_model.h"
@@ -21,8 +21,9 @@ class session {
   session(supervisor& programs, user& at_terminal, const std::vector<node*>& nodes,
           const neighbour& peer);
 
-  /// Until the user quits, with `note` in the last line. Throws lab_failure when a program ends.
-  void show_on_screen(const std::string& note);
+  /// Until the user quits; `commands` has the last line for each node. Throws lab_failure when a
+  /// program ends.
+  void show_on_screen(const std::vector<std::string>& commands);
   /// One line a node and second, until the user quits.
   void print_lines();
   /// The same; true as soon as all is well and has stayed so, false when `limit` is over.
@@ -33,18 +34,19 @@ class session {
 
   struct watched_node {
     node* of;
-    log_follower log;
     convergence verdict;
   };
 
-  view look(watched_node& at);
+  view look(const watched_node& at);
   void print(const watched_node& at, const std::string& text) const;
   std::chrono::milliseconds running() const;
   /// False when the user quits before the time is over.
   bool pause(clock::time_point until);
+  void react(key pressed, const drawn_picture& drawn, picture_options& options) const;
 
   supervisor& programs_;
   user& user_;
+  bool expects_peer_;
   std::vector<watched_node> nodes_;
   clock::time_point start_;
 };

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <cmath>
+#include <map>
 
 namespace tools::lab {
 
@@ -12,32 +13,28 @@ double seconds(std::chrono::milliseconds time) {
   return std::chrono::duration<double>(time).count();
 }
 
-unsigned in_state(const view& seen, channel_state state) {
-  unsigned found = 0;
-  for (const auto& row : seen.channels)
-    found += row.state == state ? 1U : 0U;
-  return found;
-}
-
 /// The states that a user asks about when not everything is on target.
 std::string others_text(const view& seen) {
-  std::string text;
-  for (const auto state : {channel_state::settling, channel_state::resting_off_target,
-                           channel_state::exhausted, channel_state::blocked}) {
-    const auto found = in_state(seen, state);
-    if (found > 0) text += fmt::format(", {} {}", found, name_of(state));
+  std::map<std::string, unsigned> others;
+  for (const auto& row : seen.channels) {
+    const bool told = row.is_lit() || row.of.state == states::channel_state::blocked;
+    if (told && !row.is_on_target()) ++others[row.of.state_text];
   }
+  std::string text;
+  for (const auto& [state, count] : others)
+    text += fmt::format(", {} {}", count, state);
   return text;
 }
 
 std::string worst_text(const view& seen) {
   const channel_row* worst = nullptr;
   for (const auto& row : seen.channels) {
-    if (row.error == 0.0F) continue;
-    if (worst == nullptr || std::abs(row.error) > std::abs(worst->error)) worst = &row;
+    if (!row.is_lit() || !row.of.error) continue;
+    if (worst == nullptr || std::abs(*row.of.error) > std::abs(*worst->of.error)) worst = &row;
   }
   if (worst == nullptr) return "";
-  return fmt::format(", worst {:+.2f} dB at {:.3f} THz", worst->error, worst->frequency_thz);
+  return fmt::format(", worst {:+.2f} dB at {} THz", *worst->of.error,
+                     insight::thz_text(worst->of.place.frequency));
 }
 
 std::string channels_text(const view& seen) {
@@ -48,7 +45,7 @@ std::string channels_text(const view& seen) {
 
 std::string node_text(const view& seen) {
   std::string text;
-  if (seen.booster.out_dbm) text += fmt::format(", booster {:.1f} dBm", *seen.booster.out_dbm);
+  if (seen.booster_dbm) text += fmt::format(", booster {:.1f} dBm", *seen.booster_dbm);
   if (seen.voa_db) text += fmt::format(", VOA {:.1f} dB", *seen.voa_db);
   if (seen.peer != no_peer) text += ", peer " + seen.peer;
   return text;
@@ -58,7 +55,7 @@ std::string node_text(const view& seen) {
 
 std::string status_line(const view& seen, std::chrono::milliseconds running) {
   return fmt::format("{:7.1f} s  {}, turn {}{}", seconds(running), channels_text(seen),
-                     seen.loops.turn, node_text(seen));
+                     seen.node.turn.empty() ? "-" : seen.node.turn, node_text(seen));
 }
 
 std::string verdict_text(const view& seen, const convergence& verdict, bool converged,

@@ -15,8 +15,11 @@ constexpr std::chrono::seconds run_limit{10};
 constexpr std::size_t last_words = 12;
 
 std::string obituary(const child_process& program, const std::string& end) {
-  auto text = fmt::format("{} has ended with {}; the last lines of its log:", program.name(), end);
-  for (const auto& line : program.last_lines(last_words))
+  auto words = program.last_complaint(last_words);
+  const auto* what = words.empty() ? "the last lines of its log" : "its last error";
+  if (words.empty()) words = program.last_lines(last_words);
+  auto text = fmt::format("{} has ended with {}; {}:", program.name(), end, what);
+  for (const auto& line : words)
     text += "\n    " + line;
   return text;
 }

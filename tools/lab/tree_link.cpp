@@ -4,7 +4,7 @@
 #include <rapidjson/document.h>
 
 #include "platform/nexel_client/line_client.h"
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_client_exception.h"
 #include "tools/common/value_text.h"
 
 namespace tools::lab {
@@ -49,6 +49,18 @@ bool tree_link::read(const std::string& pattern, readings& into, const std::stri
   if (!call("get", fmt::format(R"({{"path":{}}})", quoted(pattern)), result)) return false;
   into.put_all(result, prefix);
   return true;
+}
+
+std::vector<std::string> tree_link::history(const std::string& path) {
+  nx::json_document result;
+  std::vector<std::string> texts;
+  if (!call("history", fmt::format(R"({{"path":{}}})", quoted(path)), result)) return texts;
+  for (const auto& member : result.GetObject()) {
+    for (const auto& entry : member.value.GetArray()) {
+      if (entry["value"].IsString()) texts.emplace_back(entry["value"].GetString());
+    }
+  }
+  return texts;
 }
 
 bool tree_link::write(const std::string& path, const std::string& value) {

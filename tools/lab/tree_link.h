@@ -4,9 +4,10 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "platform/wire/json.h"
-#include "tools/lab/readings.h"
+#include "tools/common/readings.h"
 
 namespace nx {
 class line_client;
@@ -25,6 +26,8 @@ class tree_link {
   /// Adds what the pattern gives to `into`, `prefix` in front of each path. False when the tree is
   /// away or refuses.
   bool read(const std::string& pattern, readings& into, const std::string& prefix = "");
+  /// The texts that a path held, oldest first; none when the tree is away or keeps no history.
+  std::vector<std::string> history(const std::string& path);
   /// `value` is JSON text. False when the tree is away or refuses, with the reason in `refusal`.
   bool write(const std::string& path, const std::string& value);
   const std::string& refusal() const { return refusal_; }

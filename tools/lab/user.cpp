@@ -37,22 +37,24 @@ user::event user::signalled() {
   return newest;
 }
 
-user::event user::key() {
-  std::array<char, 16> bytes{};
+user::event user::next_key() {
+  pressed_ = take_key(typed_);
+  return pressed_ == key::quit ? event::quit : event::key;
+}
+
+user::event user::read_keys() {
+  std::array<char, 64> bytes{};
   const auto count = read(STDIN_FILENO, bytes.data(), bytes.size());
   if (count <= 0) {
     keys_ = false;  // the terminal has gone; signals still end the lab
     return event::none;
   }
-  const std::string_view typed(bytes.data(), static_cast<std::size_t>(count));
-  constexpr std::string_view ctrl_c = "\x03";
-  if (typed == "q" || typed == "Q" || typed == ctrl_c) return event::quit;
-  if (typed == "\x1b[A" || typed == "k") return event::up;
-  if (typed == "\x1b[B" || typed == "j") return event::down;
-  return typed == "\t" || typed == "n" ? event::next : event::none;
+  typed_.append(bytes.data(), static_cast<std::size_t>(count));
+  return next_key();
 }
 
 user::event user::wait(std::chrono::milliseconds time) {
+  if (!typed_.empty()) return next_key();
   std::array<pollfd, 2> sources{pollfd{signals_, POLLIN, 0}, pollfd{STDIN_FILENO, POLLIN, 0}};
   const auto milliseconds = static_cast<int>(std::max<long>(time.count(), 0));
   if (poll(sources.data(), keys_ ? 2 : 1, milliseconds) <= 0) return event::none;
@@ -60,7 +62,7 @@ user::event user::wait(std::chrono::milliseconds time) {
     const auto happened = signalled();
     if (happened != event::none) return happened;
   }
-  return keys_ && sources[1].revents != 0 ? key() : event::none;
+  return keys_ && sources[1].revents != 0 ? read_keys() : event::none;
 }
 
 }  // namespace tools::lab

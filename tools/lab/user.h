@@ -3,6 +3,9 @@
 
 #include <chrono>
 #include <csignal>
+#include <string>
+
+#include "tools/lab/keys.h"
 
 namespace tools::lab {
 
@@ -18,16 +21,21 @@ class user {
   /// Reads keys from the terminal from now on.
   void listen_to_keys() { keys_ = true; }
 
-  enum class event { none, quit, resized, up, down, next };
+  enum class event { none, quit, resized, key };
   /// The next thing that the user does; `none` when the time is over, or a child has ended.
   event wait(std::chrono::milliseconds time);
+  /// The key of the last `event::key`.
+  key pressed() const { return pressed_; }
 
  private:
   event signalled();
-  event key();
+  event read_keys();
+  event next_key();
 
   int signals_ = -1;
   bool keys_ = false;
+  std::string typed_;  // and not looked at yet
+  key pressed_ = key::unknown;
   sigset_t before_{};
 };
 

@@ -1,69 +1,59 @@
-// From readings to what a user sees: a row for each channel, and the figures of the node above
-// them. Pure: values in, rows out.
+// From readings to what a user sees: what the daemon tells of itself, and beside each channel what
+// the plant knows to be true. Pure: values in, rows out.
 #pragma once
 
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "models/model.h"
-#include "tools/lab/channel_target.h"
-#include "tools/lab/light_path.h"
-#include "tools/lab/loop_report.h"
+#include "tools/common/readings.h"
+#include "tools/insight/findings.h"
+#include "tools/insight/node_insight.h"
 #include "tools/lab/panel.h"
-#include "tools/lab/readings.h"
 
 namespace tools::lab {
 
-/// Powers in dBm at the booster's output, differences and attenuation in dB.
 struct channel_row {
-  unsigned id = 0;  ///< in the daemon's paths
-  double frequency_thz = 0.0;
-  channel_state state = channel_state::dark;
-  float measured = 0.0F;  ///< the monitor's reading on the amplifier's scale
-  float target = 0.0F;
-  float error = 0.0F;  ///< measured minus target, 0 in the dark
-  float attenuation = 0.0F;
-  std::optional<float> truth;  ///< what the plant knows to be there
-};
+  insight::channel of;
+  std::optional<double> truth;  ///< dBm at the booster's output, as the plant has it; rx alone
 
-struct amplifier_figures {
-  std::optional<double> in_dbm, out_dbm, gain_db, limit_dbm;
+  double frequency_thz() const;
+  /// Light is there to be regulated.
+  bool is_lit() const;
+  /// Or so near that only the daemon's own, narrower dead band still asks for a step.
+  bool is_on_target() const;
+  states::severity severity() const;
 };
 
 inline constexpr const char* no_peer = "none";
 
 struct view {
-  std::vector<channel_row> channels;  ///< ascending frequency
-  amplifier_figures booster, preamp;
-  std::optional<double> calibration_db, saturation_db, voa_db, fibre_km, span_loss_db;
-  std::optional<double> line_tx_dbm, line_rx_dbm, utilization;
-  std::optional<double> lms_error, lms_step_db;  ///< of the line; the step that it would make next
-  light_path outgoing, incoming;                 ///< seen from this node
+  insight::node_insight node;
+  std::vector<insight::finding> findings;  ///< what is wrong, causes first
+  std::vector<channel_row> channels;       ///< of the rx direction, ascending frequency
   panel lights;
-  std::string automation_mode;
   std::string peer = no_peer;
-  loop_report loops;
+  std::optional<double> booster_dbm, voa_db;  ///< output of all, attenuation of the line
+  std::optional<double> lms_step_db;          ///< what the line would do next
+  bool answers = true;                        ///< the daemon did, at this look
 };
 
 // What stands in front of a path of another tree among the readings.
-inline constexpr const char* booster_prefix = "booster:";
-inline constexpr const char* preamp_prefix = "preamp:";
-inline constexpr const char* voa_prefix = "voa:";
 inline constexpr const char* panel_prefix = "panel:";
 
 /// Where the plant tells a channel's true power at the booster's output; `key` is the centre
 /// frequency in units of 10 MHz.
 std::string truth_path(unsigned node, const std::string& key);
 
-view make_view(const readings& read, const models::model& model, const loop_report& loops,
-               unsigned node = 0);
+view make_view(const readings& read, std::vector<insight::event> events, unsigned node = 0);
 
-/// How many channels of a view are in each of the states that matter to a summary.
+/// What is off its target first, the worst of it on top; the rest by frequency. Directions that
+/// nobody regulates are left out.
+std::vector<channel_row> rows_by_need(const view& seen);
+
 struct tally {
   unsigned lit = 0;
   unsigned on_target = 0;
-  float worst_error = 0.0F;  ///< dB, largest magnitude among the lit
 };
 tally count(const view& seen);
 

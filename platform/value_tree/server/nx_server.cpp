@@ -7,8 +7,8 @@
 #include <boost/asio/local/stream_protocol.hpp>
 #include <boost/asio/post.hpp>
 
+#include "platform/io/neighbours.h"
 #include "platform/note_log/note_log.h"
-#include "platform/value_tree/neighbours.h"
 #include "platform/value_tree/nx_db.h"
 #include "platform/value_tree/server/server_impl.h"
 #include "platform/value_tree/server/session.h"
@@ -75,6 +75,7 @@ void nx_server::impl::accept(owned_fd connection, access rights, bool tcp,
                              const std::string& endpoint) {
   if (fault == server_fault::refusing) return;
   const auto from = limits_.origin_of(connection.get(), !endpoint.empty());
+  make_room_for(from);
   if (const auto why = limits_.refusal(from)) return refuse(connection, *why);
   if (tcp) tune_connection(connection.get());
   const boost::asio::generic::stream_protocol protocol(tcp ? AF_INET6 : AF_UNIX, 0);
@@ -87,6 +88,17 @@ void nx_server::impl::accept(owned_fd connection, access rights, bool tcp,
   limits_.entered(made, from);
   if (!endpoint.empty()) endpoints_.emplace(made, endpoint);
   made->start();
+}
+
+// The neighbour is not kept out by idle sessions from its own address: those of other programs
+// there, or its own that broke off unseen.
+void nx_server::impl::make_room_for(session_limits::origin from) {
+  if (from != session_limits::origin::link_neighbour || !limits_.refusal(from)) return;
+  constexpr int part_of_silence = 6;  // 10 s
+  const auto since = std::chrono::steady_clock::now() - silent_limit_ / part_of_silence;
+  if (const auto idle = limits_.idle_neighbour(since)) {
+    idle->close("it is idle, and its place is wanted for another from its address");
+  }
 }
 
 void nx_server::impl::refuse(const owned_fd& connection, const nx_error& why) const {
@@ -140,7 +152,8 @@ void nx_server::impl::drop_subscriptions(const std::string& path) {
 }
 
 void nx_server::impl::close_all(const session_set& closing) {
-  const auto all = closing;  // closing takes them out of the set
+  // Closing takes them out of the set.
+  const std::vector<std::shared_ptr<session>> all(closing.begin(), closing.end());
   for (const auto& one : all)
     one->close({});
 }

@@ -1,6 +1,6 @@
 #include "platform/value_tree/server/plain_get.h"
 
-#include <charconv>
+#include <algorithm>
 
 #include "platform/value_tree/path_pattern.h"
 #include "platform/wire/limits.h"
@@ -10,18 +10,19 @@ namespace nx {
 namespace {
 
 // As a number is written back: so that the answer carries the id as it came.
-bool read_id(std::string_view& text, std::uint64_t& id) {
+bool take_id(std::string_view& text, std::string_view& id) {
   constexpr std::size_t most_digits = 18;
-  const auto [end, failed] = std::from_chars(text.data(), text.data() + text.size(), id);
-  const auto digits = static_cast<std::size_t>(end - text.data());
-  if (failed != std::errc() || digits > most_digits) return false;
-  if (text.front() == '0' && digits > 1) return false;
-  text.remove_prefix(digits);
+  const auto is_digit = [](char c) { return c >= '0' && c <= '9'; };
+  const auto* end = std::find_if_not(text.begin(), text.end(), is_digit);
+  id = text.substr(0, static_cast<std::size_t>(end - text.begin()));
+  if (id.empty() || id.size() > most_digits) return false;
+  if (id.front() == '0' && id.size() > 1) return false;
+  text.remove_prefix(id.size());
   return true;
 }
 
 bool read_one(std::string_view& text, plain_get& get) {
-  return skip_text(text, R"({"jsonrpc":"2.0","id":)") && read_id(text, get.id) &&
+  return skip_text(text, R"({"jsonrpc":"2.0","id":)") && take_id(text, get.id) &&
          skip_text(text, R"(,"method":"get","params":{"path":")") &&
          take_plain_string(text, get.path) && !is_path_pattern(get.path) && skip_text(text, "}}");
 }

@@ -2,7 +2,6 @@
 // form in which the clients of this project write it. Everything else is the parser's business.
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -10,8 +9,8 @@
 namespace nx {
 
 struct plain_get {
-  std::uint64_t id = 0;
-  std::string_view path;  ///< points into the text; no pattern
+  std::string_view id;    ///< its digits, which point into the text like the path
+  std::string_view path;  ///< no pattern
 };
 
 /// {"jsonrpc":"2.0","id":17,"method":"get","params":{"path":"a/b"}} and nothing else.

@@ -135,20 +135,22 @@ effort request_handler::answer_within(effort allowed, std::string_view line,
                                       std::string& out) const {
   constexpr std::size_t long_line = 32 * 1024;
   if (line.size() > long_line && allowed < effort::heavy) return effort::heavy;
+  const auto get = read_plain_get(line);
+  if (get && answer_plain(*get, out)) return effort::at_once;
+  std::vector<plain_get> gets;
+  const bool batch = !get && read_plain_gets(line, gets);
+  const bool few = allowed == effort::heavy || gets.size() <= methods::few_messages;
+  if (batch && few && answer_plain(gets, out)) return effort::at_once;
   arena_lease lease;
   auto& allocator = lease.allocator();
   try {
-    if (const auto get = read_plain_get(line)) {
-      return answer_one(*get, std::to_string(get->id), allowed, nullptr, allocator, out);
-    }
-    if (std::vector<plain_get> gets; read_plain_gets(line, gets)) {
-      std::vector<id_text> ids;
-      ids.reserve(gets.size());
-      for (const auto& get : gets)
-        ids.emplace_back(std::to_string(get.id));
-      return answer_batch(gets, ids, allowed, allocator, out);
-    }
-    return answer_messages(line, allowed, allocator, out);
+    if (get) return answer_one(*get, std::string(get->id), allowed, nullptr, allocator, out);
+    if (!batch) return answer_messages(line, allowed, allocator, out);
+    std::vector<id_text> ids;
+    ids.reserve(gets.size());
+    for (const auto& each : gets)
+      ids.emplace_back(each.id);
+    return answer_batch(gets, ids, allowed, allocator, out);
   } catch (const nx_error& fault) {
     json_rpc::append_error(out, "null", fault);
     return effort::at_once;
@@ -252,9 +254,8 @@ effort request_handler::answer_one(const Message& message, const id_text& id, ef
   try {
     asked = prepare(message, allowed);
     if (asked.takes > allowed) return asked.takes;
-    json_value result(rapidjson::kObjectType);
-    execute(asked, allocator, result);
-    if (id) json_rpc::append_result(out, *id, result);
+    execute(asked, id.value_or(""), allocator, out);
+    if (!id) out.resize(start);
     check_size(asked, id ? out.size() - start : 0, batch);
   } catch (const answer_too_long&) {
     if (asked.asked->subscribes && subscriptions_ != nullptr) subscriptions_->take_back();
@@ -326,12 +327,20 @@ void request_handler::find_nodes(request& asked, effort allowed) const {
   if (is_done && asked.nodes.front()->write_may_wait()) asked.takes = effort::waiting;
 }
 
-void request_handler::execute(const request& asked, json_allocator& allocator,
-                              json_value& result) const {
-  if (asked.asked->writes && rights_ == access::read_only) {
-    throw nx_error(-13, "Read-only session");
+void request_handler::execute(const request& asked, std::string_view id, json_allocator& allocator,
+                              std::string& out) const {
+  const auto& how = *asked.asked;
+  if (how.writes && rights_ == access::read_only)
+    throw nx_error(nx_error::forbidden, "Read-only session");
+  json_value result(rapidjson::kObjectType);
+  const request_call call{db_, subscriptions_, allocator, result};
+  if (how.append == nullptr) {
+    how.execute(asked, call);
+    return json_rpc::append_result(out, id, result);
   }
-  asked.asked->execute(asked, {db_, subscriptions_, allocator, result});
+  json_rpc::begin_result(out, id);
+  how.append(asked, call, out);
+  out += '}';
 }
 
 }  // namespace nx

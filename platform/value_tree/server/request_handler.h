@@ -68,6 +68,9 @@ class request_handler {
 
   effort answer_messages(std::string_view line, effort allowed, json_allocator& allocator,
                          std::string& out) const;
+  // Plain gets of values whose text is at hand. False, and nothing is appended, for any other.
+  bool answer_plain(const plain_get& get, std::string& out) const;
+  bool answer_plain(const std::vector<plain_get>& gets, std::string& out) const;
   // A message is a JSON value, or a get in its plain form.
   template <class Message>
   effort effort_of_batch(const std::vector<Message>& batch) const;
@@ -77,7 +80,8 @@ class request_handler {
   template <class Message>
   effort answer_one(const Message& message, const id_text& id, effort allowed, batch_room* batch,
                     json_allocator& allocator, std::string& out) const;
-  void execute(const request& asked, json_allocator& allocator, json_value& result) const;
+  void execute(const request& asked, std::string_view id, json_allocator& allocator,
+               std::string& out) const;
   request prepare(const json_value* message, effort allowed) const;
   request prepare(const plain_get& message, effort allowed) const;
   void find_nodes(request& asked, effort allowed) const;

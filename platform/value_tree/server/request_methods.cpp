@@ -8,7 +8,7 @@
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_parse.h"
 #include "platform/wire/json_rpc.h"
-#include "platform/wire/limits.h"
+#include "platform/wire/json_text.h"
 
 namespace nx {
 namespace {
@@ -31,6 +31,52 @@ class member_count {
   unsigned count_ = 0;
 };
 
+// The members of one object as text, one after the other.
+class member_writer {
+ public:
+  explicit member_writer(std::string& out) : out_(out), first_(out.size()) {}
+
+  void add(const request_call& call, const std::string& path, nx_db_leaf_node& node) {
+    const auto start = out_.size();
+    begin(path);
+    if (node.append_text(out_)) return;
+    out_.resize(start);
+    json_value members(rapidjson::kObjectType);
+    node.get(path, call.allocator, members);
+    for (const auto& member : members.GetObject()) {
+      begin({member.name.GetString(), member.name.GetStringLength()});
+      append_json_text(out_, member.value);
+    }
+  }
+
+  // A value that cannot be read stands among the others as its error.
+  void add_or_tell(const request_call& call, const std::string& path, nx_db_leaf_node& node) {
+    const auto start = out_.size();
+    try {
+      add(call, path, node);
+    } catch (...) {
+      const auto error = current_node_error();
+      out_.resize(start);
+      begin(path);
+      out_ += R"({"error":)";
+      json_rpc::append_error_object(out_, error);
+      out_ += '}';
+    }
+  }
+
+  std::size_t bytes() const { return out_.size() - first_; }
+
+ private:
+  void begin(std::string_view name) {
+    if (out_.size() > first_) out_ += ',';
+    append_json_string(out_, name);
+    out_ += ':';
+  }
+
+  std::string& out_;
+  const std::size_t first_;
+};
+
 void add_info(const request_call& call, const std::string& path, const nx_db_leaf_node& node) {
   add_member(call, path, node.get_info(call.allocator));
 }
@@ -38,8 +84,6 @@ void add_info(const request_call& call, const std::string& path, const nx_db_lea
 }  // namespace
 
 void request_call::check() const {
-  // A result in memory takes no more than a few times the room of its text.
-  constexpr std::size_t most_bytes = 4 * limits::output_bytes_per_session;
   if (allocator.Size() > most_bytes) throw answer_too_long();
   if (subscriptions != nullptr && subscriptions->is_gone()) throw client_gone_error();
 }
@@ -50,7 +94,7 @@ nx_error client_gone_error() {
 }
 
 nx_db_leaf_node& request_handler::request::node() const {
-  if (nodes.empty()) throw nx_error(-2, "No such path: " + path);
+  if (nodes.empty()) throw nx_error(nx_error::not_found, "No such path: " + path);
   return *nodes.front();
 }
 
@@ -65,7 +109,11 @@ const json_value& request_handler::request::param(const char* name) const {
 
 const request_handler::method& request_handler::methods::find(std::string_view name) {
   static constexpr std::array<method, 9> table{{
-      {.name = "get", .execute = get, .takes_pattern = true, .reads_value = true},
+      {.name = "get",
+       .execute = nullptr,
+       .append = get,
+       .takes_pattern = true,
+       .reads_value = true},
       {.name = "set", .execute = set, .writes = true},
       {.name = "run", .execute = run, .writes = true},
       {.name = "reset", .execute = reset, .writes = true},
@@ -89,19 +137,21 @@ const request_handler::method& request_handler::methods::find(std::string_view n
                  "No such method: " + std::string(name) + "; there are " + names);
 }
 
-void request_handler::methods::get(const request& asked, const request_call& call) {
-  if (!asked.is_pattern) return asked.node().get(asked.path, call.allocator, call.result);
-  member_count members(call);
-  for (const auto& node : asked.nodes) {
-    members.next();
-    const auto path = node->get_path(0);
-    try {
-      node->get(path, call.allocator, call.result);
-    } catch (...) {
-      auto error = json_rpc::error_value(current_node_error(), call.allocator);
-      add_member(call, path, json_rpc::value_in_error(std::move(error), call.allocator));
+void request_handler::methods::get(const request& asked, const request_call& call,
+                                   std::string& out) {
+  out += '{';
+  member_writer values(out);
+  if (asked.is_pattern) {
+    member_count members(call);
+    for (const auto& node : asked.nodes) {
+      members.next();
+      if (values.bytes() > request_call::most_bytes) throw answer_too_long();
+      values.add_or_tell(call, node->path(), *node);
     }
+  } else {
+    values.add(call, asked.path, asked.node());
   }
+  out += '}';
 }
 
 void request_handler::methods::set(const request& asked, const request_call& call) {
@@ -128,7 +178,8 @@ void request_handler::methods::reset(const request& asked, const request_call&) 
 
 void request_handler::methods::subscribe(const request& asked, const request_call& call) {
   if (!asked.is_pattern) asked.node();
-  if (call.subscriptions == nullptr) throw nx_error(-22, "Not subscribable: " + asked.path);
+  if (call.subscriptions == nullptr)
+    throw nx_error(nx_error::invalid, "Not subscribable: " + asked.path);
   call.subscriptions->subscribe(asked.path, call.allocator, call.result);
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/value_tree/server/request_handler.h"
+#include "platform/wire/limits.h"
 #include "platform/wire/nx_error.h"
 
 class nx_db_leaf_node;
@@ -36,6 +37,9 @@ struct request_call {
   json_allocator& allocator;
   json_value& result;
 
+  /// A result in memory takes no more than a few times the room of its text.
+  static constexpr std::size_t most_bytes = 4 * limits::output_bytes_per_session;
+
   /// Called now and then while a large result grows. Throws answer_too_long when it is that
   /// already, and nx_error when nobody is there any more to take it.
   void check() const;
@@ -49,6 +53,8 @@ nx_error client_gone_error();
 struct request_handler::method {
   std::string_view name;
   void (*execute)(const request& asked, const request_call& call);
+  // Instead of it: writes the text of the result.
+  void (*append)(const request& asked, const request_call& call, std::string& out) = nullptr;
   bool writes = false;         // refused to read-only sessions; may wait when a node's write may
   bool subscribes = false;     // taken back when its answer is refused
   bool lists = false;          // large when it is recursive
@@ -64,7 +70,7 @@ struct request_handler::methods {
   /// Throws nx_error -32601.
   static const method& find(std::string_view name);
 
-  static void get(const request& asked, const request_call& call);
+  static void get(const request& asked, const request_call& call, std::string& out);
   static void set(const request& asked, const request_call& call);
   static void run(const request& asked, const request_call& call);
   static void reset(const request& asked, const request_call& call);

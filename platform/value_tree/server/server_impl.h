@@ -48,6 +48,7 @@ struct nx_server::impl : public session_host, public std::enable_shared_from_thi
   using session_set = std::set<std::shared_ptr<session>>;
 
   void accept(owned_fd connection, access rights, bool tcp, const std::string& endpoint);
+  void make_room_for(session_limits::origin from);
   void refuse(const owned_fd& connection, const nx_error& why) const;
   void close_silent_ones();
   void node_added(const std::string& path);

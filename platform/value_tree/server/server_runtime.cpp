@@ -5,7 +5,7 @@
 #include <future>
 
 #include "platform/note_log/note_log.h"
-#include "platform/value_tree/io_thread.h"
+#include "platform/threads/io_thread.h"
 #include "platform/value_tree/server/node_errors.h"
 #include "platform/value_tree/server/runtime_impl.h"
 #include "platform/value_tree/server/session.h"
@@ -47,6 +47,7 @@ worker_pool::settings for_heavy_work() {
   how.usual_threads = std::max<std::size_t>(1, cores() - 1);
   how.max_threads = how.usual_threads + 3;
   how.standstill = std::chrono::milliseconds(500);
+  how.rest = std::chrono::milliseconds(2000);
   how.at_rest = [] { ::malloc_trim(0); };
   return how;
 }
@@ -91,6 +92,8 @@ void server_runtime::impl::run_on_io(const std::function<void()>& job) {
 }
 
 void server_runtime::impl::wake(std::vector<std::shared_ptr<nx_session>> sessions) {
+  const bool alone = sessions.size() == 1 && !on_io_thread() && !in_background();
+  if (alone && static_cast<session&>(*sessions.front()).send_at_once()) return;
   bool first = false;
   {
     const std::lock_guard lock(woken_mutex);

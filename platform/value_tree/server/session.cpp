@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 #include <poll.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <boost/asio/buffer.hpp>
@@ -19,9 +20,6 @@ namespace {
 // Requests are left alone while this much output waits, so that a client which asks faster than it
 // reads is slowed down instead of being closed.
 constexpr std::size_t pause_bytes = 1024 * 1024;
-constexpr std::size_t write_bytes = 256 * 1024;
-constexpr std::size_t bytes_a_turn = 1024 * 1024;
-constexpr std::size_t kept_bytes = 32 * 1024;  // of the output buffer once all of it is sent
 constexpr std::size_t lines_per_job = 64;
 // After so long others have their turn.
 constexpr std::chrono::microseconds turn_on_io_thread{500};
@@ -34,9 +32,26 @@ std::string too_long_answer() {
       {json_rpc::parse_error, fmt::format("Line longer than {} bytes", limits::line_bytes)});
 }
 
-bool would_block(const boost::system::error_code& error) {
-  return error == boost::asio::error::would_block || error == boost::asio::error::try_again;
-}
+// Looking at the clock costs as much as a small answer, so a turn does it now and then.
+class turn_watch {
+ public:
+  explicit turn_watch(std::chrono::steady_clock::time_point began)
+      : end_(began + turn_on_io_thread) {}
+
+  // After a line; bytes of what was read and written for it.
+  bool is_over(std::size_t bytes) {
+    constexpr std::size_t bytes_a_look = 8 * 1024;
+    constexpr std::size_t bytes_a_line = 256;  // what a line takes whatever its length
+    since_look_ += bytes_a_line + bytes;
+    if (since_look_ < bytes_a_look) return false;
+    since_look_ = 0;
+    return std::chrono::steady_clock::now() > end_;
+  }
+
+ private:
+  const std::chrono::steady_clock::time_point end_;
+  std::size_t since_look_ = 0;
+};
 
 }  // namespace
 
@@ -57,6 +72,11 @@ std::shared_ptr<session> session::self() {
 void session::start() {
   boost::system::error_code ignored;
   connection_->stream.non_blocking(true, ignored);
+  {
+    const std::lock_guard lock(sending_mutex_);
+    descriptor_ = connection_->stream.native_handle();
+    local_ = connection_->stream.local_endpoint(ignored).protocol().family() == AF_UNIX;
+  }
   read();
 }
 
@@ -101,6 +121,10 @@ bool session::look_whether_gone() {
   return true;
 }
 
+bool session::is_paused() const {
+  return outbox_.waiting_bytes() > pause_bytes;
+}
+
 void session::process() {
   host_->runtime.in_one_turn([this] { process_lines(); });
 }
@@ -108,10 +132,10 @@ void session::process() {
 void session::process_lines() {
   stalled_ = false;
   for (bool more = true; more && !busy_ && !closed_;) {
-    if (is_paused()) flush();
     if (is_paused()) {
-      stalled_ = true;  // goes on once the client has taken answers
-      return;
+      flush();
+      stalled_ = is_paused();  // goes on once the client has taken answers
+      if (stalled_) return;
     }
     if (!subscribe_added_at_once()) return flush();  // a worker is at it: nothing waits for that
     more = handle_lines();
@@ -151,7 +175,8 @@ void session::resume() {
 
 // False when no line waits any more.
 bool session::handle_lines() {
-  const auto end = std::chrono::steady_clock::now() + turn_on_io_thread;
+  turn_began_ = std::chrono::steady_clock::now();
+  turn_watch watch(turn_began_);
   std::string answers;
   std::string storage;
   std::string_view line;
@@ -180,7 +205,7 @@ bool session::handle_lines() {
       if (takes > effort::at_once) waiting = lines_for_worker(line);
     }
     if (answers.size() == start) answers.resize(before);
-    if (std::chrono::steady_clock::now() > end) break;
+    if (watch.is_over(line.size() + answers.size() - before)) break;
   }
   // Before the worker can add its own.
   outbox_.add_answer(std::move(answers));
@@ -199,7 +224,7 @@ bool session::next_line(std::string& storage, std::string_view& line) {
   const auto next = splitter_.next();
   if (next) {
     line = next->text;
-    last_asked_ = std::chrono::steady_clock::now();
+    last_asked_ = turn_began_;
   }
   return next.has_value();
 }
@@ -281,100 +306,21 @@ void session::subscription_ended(const std::string& path, const std::string& rea
   wake(outbox_.end_subscription(path, reason));
 }
 
-void session::flush() {
-  assert(host_->runtime.on_io_thread());
-  if (closed_ || host_->fault == server_fault::hung) return;
-  if (gone_) return discard_output();
-  if (!blocked_) send_all();
-  if (blocked_ && !closed_) check_output_limit();
-}
-
-void session::discard_output() {
-  for (bool more = true; more;) {
-    sending_.clear();
-    more = outbox_.take(sending_, write_bytes);
-  }
-  sending_.clear();
-  sent_ = 0;
-  count_sending();
-}
-
-void session::count_sending() {
-  host_->waiting_answers += sending_.size() - sending_counted_;
-  sending_counted_ = sending_.size();
-}
-
-void session::send_all() {
-  std::size_t room = bytes_a_turn;
-  for (bool more = true;;) {
-    if (sent_ == sending_.size()) {
-      sending_.clear();
-      if (sending_.capacity() > kept_bytes) sending_.shrink_to_fit();
-      sent_ = 0;
-      if (more) more = outbox_.take(sending_, write_bytes);
-      count_sending();
-      if (sending_.empty()) return;
-    }
-    if (room == 0) return wait_until_writable();  // comes back at once, behind the others
-    boost::system::error_code failed;
-    const auto rest = boost::asio::buffer(sending_.data() + sent_, sending_.size() - sent_);
-    const auto taken = connection_->stream.write_some(rest, failed);
-    sent_ += taken;
-    room -= std::min(room, taken);
-    if (would_block(failed)) return wait_until_writable();
-    if (failed) return close({});
-  }
-}
-
-void session::wait_until_writable() {
-  blocked_ = true;
-  outbox_.set_slow(true);
-  watch_progress();
-  connection_->stream.async_wait(socket::wait_write,
-                                 [self = self()](const boost::system::error_code& failed) {
-                                   if (self->closed_) return;
-                                   if (failed) return self->close({});
-                                   self->blocked_ = false;
-                                   self->connection_->progress_timer.cancel();
-                                   self->outbox_.set_slow(false);
-                                   self->flush();
-                                   const bool goes_on = self->stalled_ && !self->is_paused();
-                                   if (goes_on || (self->ended_ && !self->blocked_ && !self->busy_))
-                                     self->process();
-                                 });
-}
-
-void session::watch_progress() {
-  connection_->progress_timer.expires_after(host_->stuck_limit);
-  connection_->progress_timer.async_wait(
-      [self = self()](const boost::system::error_code& cancelled) {
-        if (cancelled || self->closed_ || !self->blocked_) return;
-        if (self->connection_->progress_timer.expiry() > std::chrono::steady_clock::now()) return;
-        const auto seconds = std::chrono::duration<double>(self->host_->stuck_limit).count();
-        self->close(fmt::format("it has taken no output for {:g} s", seconds));
-      });
-}
-
-bool session::is_paused() const {
-  return outbox_.waiting_bytes() > pause_bytes;
-}
-
-void session::check_output_limit() {
-  const auto waiting = outbox_.waiting_event_bytes();
-  if (waiting <= limits::output_bytes_per_session) return;
-  close(fmt::format("more than {} bytes of output wait for it", limits::output_bytes_per_session));
-}
-
 void session::close(const std::string& reason) {
   if (closed_.exchange(true)) return;
   if (!reason.empty()) {
     note_log::write(note_log::warning, "nexel_api", fmt::format("Closed {}: {}", name_, reason));
   }
+  {
+    const std::lock_guard lock(sending_mutex_);
+    descriptor_ = -1;
+    std::string().swap(sending_);
+    sent_ = 0;
+    count_sending();
+  }
   boost::system::error_code ignored;
   connection_->stream.close(ignored);
   connection_.reset();
-  std::string().swap(sending_);
-  count_sending();
   if (!busy_) finish();
 }
 
@@ -391,7 +337,7 @@ void session::finish() {
 }
 
 bool session::is_silent_since(std::chrono::steady_clock::time_point time) const {
-  return last_asked_ <= time && !busy_ && outbox_.subscriptions() == 0;
+  return is_idle_since(time) && outbox_.subscriptions() == 0;
 }
 
 }  // namespace nx

@@ -2,8 +2,9 @@
 // one after the other, on the I/O thread while none of them may wait or takes long, else on a
 // worker. No turn of it holds the I/O thread or a worker for longer than a single request takes.
 //
-// Locks: subscription_mutex_, then a node's own mutex, then a node's list of subscribers, then the
-// outbox. Publishing comes in through `deliver` with a node's mutex held and never takes the first.
+// Locks: subscription_mutex_, then a node's own mutex, then a node's list of subscribers, then
+// sending_mutex_, then the outbox. Publishing comes in through `deliver` with a node's mutex held
+// and never takes the first.
 #pragma once
 
 #include <array>
@@ -40,8 +41,14 @@ class session : public nx_session, public subscription_port {
   void drop_subscription(const std::string& path);
   /// Logs the reason unless it is empty: a client that goes is nothing to tell.
   void close(const std::string& reason);
-  /// It has asked for nothing since `time`, and is subscribed to nothing.
+  /// It has asked for nothing since `time`; silent: and is subscribed to nothing.
+  bool is_idle_since(std::chrono::steady_clock::time_point time) const {
+    return last_asked_ <= time && !busy_;
+  }
   bool is_silent_since(std::chrono::steady_clock::time_point time) const;
+
+  /// Sends what waits, on the thread of who publishes; false if the I/O thread has to.
+  bool send_at_once();
 
   // nx_session, from any thread.
   nx_subscription_number subscription_number(const std::string& path) const override;
@@ -80,13 +87,17 @@ class session : public nx_session, public subscription_port {
   void discard_output();
   void count_sending();
 
+  enum class sent { all, part, failed };
   void send_all();
+  sent send_waiting();
   void wait_until_writable();
+  void writable();
   void watch_progress();
   bool is_paused() const;
   void check_output_limit();
   void finish();
 
+  void leave(const std::string& path);
   void let_go(const std::vector<std::string>& paths);
   void let_go_of_all();
   void subscribe_node(const std::shared_ptr<nx_db_leaf_node>& node, bool exact,
@@ -127,15 +138,21 @@ class session : public nx_session, public subscription_port {
   line_splitter splitter_{limits::line_bytes};
   std::deque<std::string> backlog_;  // lines that a worker gave back
   std::vector<std::string> added_;   // paths that came under a pattern while a request was executed
-  std::string sending_;
-  std::size_t sent_ = 0;
-  std::size_t sending_counted_ = 0;  // in what waits in all sessions
   std::chrono::steady_clock::time_point last_asked_ = std::chrono::steady_clock::now();
+  std::chrono::steady_clock::time_point turn_began_ = last_asked_;
   bool reading_ = false;
   bool ended_ = false;    // the client sends no more
   bool busy_ = false;     // a worker executes requests
   bool stalled_ = false;  // requests wait until the client has taken answers
-  bool blocked_ = false;  // the socket takes no more
+
+  // Whoever sends holds it, and for no longer than the socket takes without waiting.
+  std::mutex sending_mutex_;
+  std::string sending_;
+  std::size_t sent_ = 0;
+  std::size_t sending_counted_ = 0;  // in what waits in all sessions
+  int descriptor_ = -1;              // while the session is open
+  bool local_ = false;               // a unix socket
+  bool blocked_ = false;             // the socket takes no more; changed by the I/O thread alone
 };
 
 }  // namespace nx

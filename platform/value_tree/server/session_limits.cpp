@@ -5,7 +5,8 @@
 
 #include <algorithm>
 
-#include "platform/value_tree/neighbours.h"
+#include "platform/io/neighbours.h"
+#include "platform/value_tree/server/session.h"
 #include "platform/wire/limits.h"
 
 namespace nx {
@@ -61,12 +62,23 @@ std::optional<nx_error> session_limits::refusal(origin from) const {
 bool session_limits::on_link(const std::shared_ptr<session>& one) const {
   const auto found = sessions_.find(one);
   return found != sessions_.end() &&
-         (found->second == origin::link || found->second == origin::link_neighbour);
+         (found->second.from == origin::link || found->second.from == origin::link_neighbour);
+}
+
+std::shared_ptr<session> session_limits::idle_neighbour(
+    std::chrono::steady_clock::time_point time) const {
+  std::map<unsigned long, std::shared_ptr<session>> idle;
+  for (const auto& [one, at] : sessions_) {
+    if (at.from == origin::link_neighbour && one->is_idle_since(time)) idle.emplace(at.number, one);
+  }
+  if (idle.empty()) return nullptr;
+  return idle.size() == 1 ? idle.begin()->second : std::next(idle.begin())->second;
 }
 
 std::size_t session_limits::count(origin from) const {
-  return static_cast<std::size_t>(std::count_if(
-      sessions_.begin(), sessions_.end(), [&](const auto& one) { return one.second == from; }));
+  return static_cast<std::size_t>(
+      std::count_if(sessions_.begin(), sessions_.end(),
+                    [&](const auto& one) { return one.second.from == from; }));
 }
 
 }  // namespace nx

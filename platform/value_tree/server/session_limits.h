@@ -3,6 +3,7 @@
 // of the local side are root's, who may have to look what the others do. On the I/O thread.
 #pragma once
 
+#include <chrono>
 #include <map>
 #include <memory>
 #include <optional>
@@ -26,7 +27,13 @@ class session_limits {
   /// Why there is no room for one more; empty if there is.
   std::optional<nx_error> refusal(origin from) const;
 
-  void entered(const std::shared_ptr<session>& one, origin from) { sessions_.emplace(one, from); }
+  /// Of those from the neighbour's address that have asked for nothing since `time` the oldest but
+  /// one, or the only one; null if there is none. The oldest is likely the neighbour itself.
+  std::shared_ptr<session> idle_neighbour(std::chrono::steady_clock::time_point time) const;
+
+  void entered(const std::shared_ptr<session>& one, origin from) {
+    sessions_.emplace(one, place{from, ++entered_});
+  }
   void left(const std::shared_ptr<session>& one) { sessions_.erase(one); }
   bool on_link(const std::shared_ptr<session>& one) const;
 
@@ -34,7 +41,12 @@ class session_limits {
   std::size_t count(origin from) const;
 
   const neighbours& known_;
-  std::map<std::shared_ptr<session>, origin> sessions_;
+  struct place {
+    origin from;
+    unsigned long number;  // counts those who entered
+  };
+  std::map<std::shared_ptr<session>, place> sessions_;
+  unsigned long entered_ = 0;
 };
 
 }  // namespace nx

@@ -259,12 +259,17 @@ bool session_outbox::is_subscribed(const std::string& path) const {
 
 nx_subscription_number session_outbox::subscription_number(const std::string& path) const {
   const std::lock_guard lock(mutex_);
+  // Asked for by each node twice while its subscription begins, with the very text that it shares.
+  if (!begun_.empty()) {
+    const auto newest = begun_.back().subscription;
+    if (subscriptions_.at(newest).path.get() == &path) return newest;
+  }
   return subscriptions_.find(path);
 }
 
-std::vector<std::string> session_outbox::paths() const {
+std::vector<std::shared_ptr<const std::string>> session_outbox::paths() const {
   const std::lock_guard lock(mutex_);
-  return subscriptions_.paths();
+  return subscriptions_.shared_paths();
 }
 
 void session_outbox::push(std::string text, bool answer) {

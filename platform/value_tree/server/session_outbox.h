@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/threads/ranked_mutex.h"
 #include "platform/value_tree/nx_session.h"
 #include "platform/value_tree/server/subscription_slots.h"
 
@@ -74,7 +75,7 @@ class session_outbox {
   bool is_exact(const std::string& path) const;
   std::size_t subscriptions() const;  ///< paths and patterns
   nx_subscription_number subscription_number(const std::string& path) const;
-  std::vector<std::string> paths() const;
+  std::vector<std::shared_ptr<const std::string>> paths() const;
 
  private:
   // A subscription that is not open yet, and what came for it.
@@ -111,7 +112,7 @@ class session_outbox {
   void forget_sent();
 
   std::atomic<std::size_t>* const all_answers_;
-  mutable std::mutex mutex_;
+  mutable ranked_mutex mutex_{lock_rank::leaf};
   // A vector that is emptied as a whole keeps its memory from event to event.
   std::vector<item> queue_;
   std::size_t first_ = 0;  // what is in front of it is sent

@@ -95,20 +95,24 @@ void session::unsubscribe(const std::string& path) {
 }
 
 void session::let_go(const std::vector<std::string>& paths) {
-  for (const auto& path : paths) {
-    if (const auto node = host_->db.find(path)) node->unsubscribe(shared_from_this());
-  }
+  for (const auto& path : paths)
+    leave(path);
+}
+
+void session::leave(const std::string& path) {
+  if (const auto node = host_->db.find(path)) node->unsubscribe(shared_from_this());
 }
 
 void session::let_go_of_all() {
   const auto paths = outbox_.paths();
   outbox_.close();
-  let_go(paths);
+  for (const auto& path : paths)
+    leave(*path);
 }
 
 void session::drop_subscription(const std::string& path) {
   if (!outbox_.is_subscribed(path)) return;
-  if (const auto node = host_->db.find(path)) node->unsubscribe(shared_from_this());
+  leave(path);
   subscription_ended(path, "dropped");
 }
 

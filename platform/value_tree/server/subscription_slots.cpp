@@ -1,5 +1,6 @@
 #include "platform/value_tree/server/subscription_slots.h"
 
+#include <functional>
 #include <utility>
 
 namespace nx {
@@ -8,8 +9,6 @@ namespace {
 constexpr unsigned index_bits = 32;
 
 }  // namespace
-
-subscription_slots::subscription_slots() : by_path_(0, path_hash{this}, same_path{this}) {}
 
 nx_subscription_number subscription_slots::number_of(index at) const {
   return (nx_subscription_number{slots_[at].generation} << index_bits) | at;
@@ -22,8 +21,49 @@ subscription_slots::slot* subscription_slots::find(nx_subscription_number number
 }
 
 nx_subscription_number subscription_slots::find(std::string_view path) const {
-  const auto found = by_path_.find(path);
-  return found == by_path_.end() ? no_subscription : number_of(*found);
+  const auto found = by_path_.empty() ? 0 : by_path_[place_of(path)];
+  return found == 0 ? no_subscription : number_of(found - 1);
+}
+
+std::size_t subscription_slots::home_of(std::string_view path) const {
+  return std::hash<std::string_view>()(path) & (by_path_.size() - 1);
+}
+
+// Where it stands, or the free place where it would.
+std::size_t subscription_slots::place_of(std::string_view path) const {
+  auto place = home_of(path);
+  while (by_path_[place] != 0 && *slots_[by_path_[place] - 1].path != path)
+    place = (place + 1) & (by_path_.size() - 1);
+  return place;
+}
+
+void subscription_slots::insert(index at) {
+  // At most three quarters are taken, so that a search is short and ends.
+  if (4 * (count_ + 1) > 3 * by_path_.size()) grow();
+  by_path_[place_of(*slots_[at].path)] = at + 1;
+  ++count_;
+}
+
+void subscription_slots::grow() {
+  constexpr std::size_t fewest = 8;
+  const auto former = std::exchange(by_path_, {});
+  by_path_.resize(former.empty() ? fewest : 2 * former.size());
+  for (const auto taken : former) {
+    if (taken != 0) by_path_[place_of(*slots_[taken - 1].path)] = taken;
+  }
+}
+
+// Those behind it move up, as far as that brings them no nearer than where their search begins.
+void subscription_slots::take_off(std::size_t place) {
+  const auto mask = by_path_.size() - 1;
+  for (auto next = (place + 1) & mask; by_path_[next] != 0; next = (next + 1) & mask) {
+    const auto home = home_of(*slots_[by_path_[next] - 1].path);
+    if (((next - home) & mask) < ((next - place) & mask)) continue;
+    by_path_[place] = by_path_[next];
+    place = next;
+  }
+  by_path_[place] = 0;
+  --count_;
 }
 
 nx_subscription_number subscription_slots::add(std::shared_ptr<const std::string> path) {
@@ -35,7 +75,7 @@ nx_subscription_number subscription_slots::add(std::shared_ptr<const std::string
     free_.pop_back();
   }
   slots_[at].path = std::move(path);
-  by_path_.insert(at);
+  insert(at);
   return number_of(at);
 }
 
@@ -43,24 +83,35 @@ void subscription_slots::erase(nx_subscription_number number) {
   slot* ended = find(number);
   if (ended == nullptr) return;
   const auto at = static_cast<index>(number);
-  by_path_.erase(at);
+  take_off(place_of(*ended->path));
   *ended = {.path = nullptr, .generation = ended->generation + 1};
   free_.push_back(at);
 }
 
 void subscription_slots::clear() {
-  by_path_.clear();
+  by_path_ = {};
+  count_ = 0;
   slots_.clear();
   slots_.shrink_to_fit();
   free_.clear();
   free_.shrink_to_fit();
 }
 
+std::vector<std::shared_ptr<const std::string>> subscription_slots::shared_paths() const {
+  std::vector<std::shared_ptr<const std::string>> found;
+  found.reserve(size());
+  for (const auto& one : slots_) {
+    if (one.path) found.push_back(one.path);
+  }
+  return found;
+}
+
 std::vector<std::string> subscription_slots::paths() const {
   std::vector<std::string> found;
   found.reserve(size());
-  for (const auto at : by_path_)
-    found.push_back(path_of(at));
+  for (const auto& each : slots_) {
+    if (each.path) found.push_back(*each.path);
+  }
   return found;
 }
 

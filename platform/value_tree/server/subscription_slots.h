@@ -4,11 +4,9 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 #include "platform/value_tree/nx_session.h"
@@ -27,10 +25,6 @@ class subscription_slots {
     bool open = false;
   };
 
-  subscription_slots();
-  subscription_slots(const subscription_slots&) = delete;
-  subscription_slots& operator=(const subscription_slots&) = delete;
-
   /// Null once the subscription has ended. Valid until the next `add`.
   slot* find(nx_subscription_number number);
   /// Of a subscription that is there.
@@ -40,33 +34,26 @@ class subscription_slots {
   nx_subscription_number add(std::shared_ptr<const std::string> path);
   void erase(nx_subscription_number number);
   void clear();
-  std::size_t size() const { return by_path_.size(); }
+  std::size_t size() const { return count_; }
 
   std::vector<std::string> paths() const;
+  std::vector<std::shared_ptr<const std::string>> shared_paths() const;
 
  private:
-  const std::string& path_of(index at) const { return *slots_[at].path; }
-  nx_subscription_number number_of(index at) const;
+  // Open addressing, a power of two of places: a slot's index and one more, 0 for a free place. A
+  // set of the library takes several times as much memory.
+  std::size_t place_of(std::string_view path) const;
+  std::size_t home_of(std::string_view path) const;
+  void insert(index at);
+  void take_off(std::size_t place);
+  void grow();
 
-  struct path_hash {
-    using is_transparent = void;
-    const subscription_slots* of;
-    std::size_t operator()(std::string_view path) const {
-      return std::hash<std::string_view>()(path);
-    }
-    std::size_t operator()(index at) const { return (*this)(std::string_view(of->path_of(at))); }
-  };
-  struct same_path {
-    using is_transparent = void;
-    const subscription_slots* of;
-    bool operator()(index left, index right) const { return left == right; }
-    bool operator()(std::string_view left, index right) const { return left == of->path_of(right); }
-    bool operator()(index left, std::string_view right) const { return right == of->path_of(left); }
-  };
+  nx_subscription_number number_of(index at) const;
 
   std::vector<slot> slots_;
   std::vector<index> free_;
-  std::unordered_set<index, path_hash, same_path> by_path_;
+  std::vector<index> by_path_;
+  std::size_t count_ = 0;
 };
 
 }  // namespace nx

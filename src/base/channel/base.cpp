@@ -162,7 +162,7 @@ void base::update_power() {
   } else if (direction_ == "tx") {
     publish_power(client_power_tx(ocm_power_, monitor_loss, get_attenuation(), loss_offset));
   } else {
-    throw nx_error(-22, fmt::format("Invalid channel direction {}", direction_));
+    throw nx_error(nx_error::invalid, fmt::format("Invalid channel direction {}", direction_));
   }
 }
 

@@ -10,11 +10,15 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 
 #include "base/channel/plan_text.h"
+#include "platform/threads/ranked_mutex.h"
+
+namespace insight {
+class channel_board;
+}
 
 namespace channel {
 
@@ -44,9 +48,11 @@ class plan {
   std::string to_json();
 
   std::shared_ptr<channel_map> get_channels() { return channels_; }
-  std::mutex& get_mutex() { return mutex_; }
+  nx::ranked_mutex& get_mutex() { return mutex_; }
   const std::string& get_direction() const { return direction_; }
   unsigned get_slices() const { return slices_; }
+  /// What is told of the channels, guarded by the mutex.
+  const std::shared_ptr<insight::channel_board>& get_board() { return board_; }
 
  private:
   std::string store_key() const;
@@ -54,8 +60,9 @@ class plan {
 
   std::shared_ptr<channel_map> channels_;
   std::uint32_t slices_;
-  std::mutex mutex_;
+  nx::ranked_mutex mutex_;
   std::string direction_;
+  std::shared_ptr<insight::channel_board> board_;
 };
 
 }  // namespace channel

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "base/channel/plan.h"
+#include "base/insight/channel_board.h"
 #include "helpers/logger.h"
 #include "helpers/redis.h"
 
@@ -13,7 +14,9 @@ template <class T>
 plan<T>::plan(unsigned slices, std::string direction)
     : channels_(std::make_shared<channel_map>()),
       slices_(slices),
-      direction_(std::move(direction)) {
+      mutex_(direction == "rx" ? nx::lock_rank::plan_rx : nx::lock_rank::plan_tx),
+      direction_(std::move(direction)),
+      board_(std::make_shared<insight::channel_board>(direction_)) {
   LUMORA_LOG(2, "Channel plan in direction '{}' created with {} slices", direction_, slices_);
 }
 

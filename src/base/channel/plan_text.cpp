@@ -59,7 +59,7 @@ plan_entry parse_entry(const nx::json_value& entry, std::uint32_t band_slices) {
 }
 
 nx_error not_a_plan(const std::string& fault) {
-  return nx_error(-22, "Stored channel plan is not an array of objects: " + fault);
+  return nx_error(nx_error::invalid, "Stored channel plan is not an array of objects: " + fault);
 }
 
 nx::json_document parse_array(const std::string& text) {
@@ -98,7 +98,7 @@ parsed_plan parse_plan(const std::string& text, std::uint32_t band_slices) {
   }
   // Not an empty plan, which would clear the devices: nobody asked for that.
   if (result.left_out > 0 && result.entries.empty()) {
-    throw nx_error(-22,
+    throw nx_error(nx_error::invalid,
                    "Stored channel plan is not usable, no entry is good: " + result.first_fault);
   }
   return result;

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "models/band.h"
+
 namespace channel {
 
 struct plan_entry {
@@ -18,7 +20,7 @@ struct plan_entry {
 };
 
 /// Slices of 6.25 GHz in the widest band of a model.
-inline constexpr std::uint32_t widest_band_slices = 772;
+inline constexpr std::uint32_t widest_band_slices = models::selka_slices;
 
 /// Of a band of so many slices, which no channel is wider than.
 constexpr std::uint32_t band_width(std::uint32_t slices) {

@@ -58,7 +58,6 @@ class last_step {
   /// A step from `from`, where the channel stood, to `target` was written by what `view` shows.
   void made(float from, float target, const channel_view& view);
   void forget();
-  bool is_empty() const { return !step_; }
 
   /// To be called with each look at the channel.
   void look(const channel_view& view);

@@ -30,7 +30,7 @@ void automation::set(const std::string& text) {
       return;
     }
   }
-  throw nx_error(-22, "Unknown automation mode");
+  throw nx_error(nx_error::invalid, "Unknown automation mode");
 }
 
 std::string automation::to_string() {

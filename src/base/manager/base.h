@@ -14,12 +14,19 @@
 #include <set>
 #include <source_location>
 #include <string>
+#include <vector>
 
 #include "api/status_value.h"
 #include "base/channel/plan.h"
+#include "base/insight/device_board.h"
+#include "base/insight/event_log.h"
+#include "base/insight/loop_watch.h"
 #include "base/manager/insight.h"
 #include "base/manager/interface.h"
+#include "base/manager/ladders.h"
+#include "base/manager/overview.h"
 #include "device/cycle_reads.h"
+#include "platform/threads/thread_owner.h"
 #include "platform/value_tree/value_group.h"
 #include "platform/wire/json.h"
 
@@ -97,13 +104,6 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   void set_log_level(std::string text);
   std::string get_hostname();
 
-  std::shared_ptr<loops::client_rx<RX_T>> get_client_rx() { return client_rx_; }
-  std::shared_ptr<loops::client_tx<TX_T>> get_client_tx() { return client_tx_; }
-  std::shared_ptr<loops::line<RX_T>> get_line() { return line_; }
-  std::shared_ptr<remote::api> get_remote() { return remote_; }
-  std::shared_ptr<::channel::plan<RX_T>> get_rx_plan() { return rx_plan_; }
-  std::shared_ptr<::channel::plan<TX_T>> get_tx_plan() { return tx_plan_; }
-
  protected:
   /// Further devices of a model's client TX loop; called before its channel plan is set up.
   virtual void add_client_tx_devices(nx_db& db);
@@ -146,6 +146,13 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
     bool tx;
   };
 
+  /// What failed last in each loop in this cycle; empty for none.
+  struct loop_failures {
+    std::string line;
+    std::string rx;
+    std::string tx;
+  };
+
   void build(nx_db& db);
   bool read_system_nexels(nx_db& db);
   void disable_amplifiers(nx_db& db);
@@ -154,12 +161,25 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   loop_states work(nx_db& db, const std::shared_ptr<device::interfaces::osc>& osc);
   loop_states revive_loops(nx_db& db);
   const char* regulate(nx_db& db, const loop_states& ok);
+  void watch_loops(const loop_states& ok);
+  std::vector<device::read_wish> wishes_of_cycle(device::interfaces::osc& osc);
+  void look_at_ladders();
+  void note_overview();
   void report(const loop_states& ok, const char* regulating);
+  static void tell_channel(::insight::event_kind kind, const char* direction, unsigned center);
   void add_in_directions(const channel_request& request, const std::string& version);
   void remove_in_directions(const channel_request& request);
   void refresh_published_channels();
 
+  nx::thread_owner cycles_;    // the manager thread
   device::cycle_reads reads_;  // the manager thread's
+  loop_failures failures_;
+  std::shared_ptr<::insight::device_board> devices_ = std::make_shared<::insight::device_board>();
+  std::shared_ptr<ladders> ladders_ = std::make_shared<ladders>();
+  ::insight::loop_watch line_watch_{"line"};
+  ::insight::loop_watch rx_watch_{"client rx"};
+  ::insight::loop_watch tx_watch_{"client tx"};
+  std::shared_ptr<overview> overview_ = std::make_shared<overview>();
   std::shared_ptr<manager::insight> insight_ = std::make_shared<manager::insight>();
   std::atomic<bool> api_is_whole_{false};  // what commands publish is there
 };

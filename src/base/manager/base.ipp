@@ -293,6 +293,10 @@ void base<RX_T, TX_T>::setup_api(nx_db& db) {
   publish_constant("data/hwRevision", hw_revision_);
   utilization_ = nx::api::status_value<float>::create(db, "data/system/utilization", 0.0f, 1);
   insight_->setup_api(db);
+  overview_->setup_api(db, line_, rx_plan_->get_board(), tx_plan_->get_board());
+  device::hardware::osc supervisory(db.get_io_context(), nexel_paths::osc);
+  devices_->setup_api(db, wishes_of_cycle(supervisory));
+  ladders_->setup_api(db, product_);
   api_is_whole_ = true;
 }
 

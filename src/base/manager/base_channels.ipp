@@ -7,6 +7,7 @@
 #include "base/manager/base.ipp"
 #include "base/manager/channel_request.h"
 #include "helpers/redis.h"
+#include "models/band.h"
 
 namespace manager {
 
@@ -33,10 +34,17 @@ void base<RX_T, TX_T>::init_client_tx(nx_db& db) {
 }
 
 template <class RX_T, class TX_T>
+void base<RX_T, TX_T>::tell_channel(::insight::event_kind kind, const char* direction,
+                                    unsigned center) {
+  ::insight::event_log::instance().tell(kind, ::insight::channel_subject(direction, center));
+}
+
+template <class RX_T, class TX_T>
 bool base<RX_T, TX_T>::add_channel(const nx::json_document& request) {
   const auto add = [&] {
-    if (!db_) throw nx_error(-5, "Database not initialized.");
-    if (!redis::instance().is_connected()) throw nx_error(-5, "Redis not connected.");
+    if (!db_) throw nx_error(nx_error::io_failed, "Database not initialized.");
+    if (!redis::instance().is_connected())
+      throw nx_error(nx_error::io_failed, "Redis not connected.");
     const auto members = read_channel_request(request);
     const auto version = redis::instance().get_release_version();
     check_add_structure(members);
@@ -59,18 +67,21 @@ void base<RX_T, TX_T>::add_in_directions(const channel_request& request,
     const log_subject subject("rx");
     LUMORA_LOG(2, "Adding RX channel with center {} and width {}.", center, width);
     client_rx_->add_channel(*db_, center, width, port, version);
+    tell_channel(::insight::event_kind::channel_added, "rx", center);
   }
   if (directions.tx) {
     const log_subject subject("tx");
     LUMORA_LOG(2, "Adding TX channel with center {} and width {}.", center, width);
     client_tx_->add_channel(*db_, center, width, port, version);
+    tell_channel(::insight::event_kind::channel_added, "tx", center);
   }
 }
 
 template <class RX_T, class TX_T>
 bool base<RX_T, TX_T>::remove_channel(const nx::json_document& request) {
   const auto remove = [&] {
-    if (!redis::instance().is_connected()) throw nx_error(-5, "Redis not connected.");
+    if (!redis::instance().is_connected())
+      throw nx_error(nx_error::io_failed, "Redis not connected.");
     const auto members = read_channel_request(request);
     check_remove_structure(members);
     check_remove_limits(members);
@@ -89,11 +100,13 @@ void base<RX_T, TX_T>::remove_in_directions(const channel_request& request) {
     const log_subject subject("rx");
     LUMORA_LOG(2, "Removing RX channel {}.", center);
     client_rx_->remove_channel(center);
+    tell_channel(::insight::event_kind::channel_removed, "rx", center);
   }
   if (directions.tx) {
     const log_subject subject("tx");
     LUMORA_LOG(2, "Removing TX channel {}.", center);
     client_tx_->remove_channel(center);
+    tell_channel(::insight::event_kind::channel_removed, "tx", center);
   }
 }
 
@@ -131,12 +144,12 @@ void base<RX_T, TX_T>::publish_channel_index(const std::set<unsigned>& identifie
 
 template <class RX_T, class TX_T>
 float base<RX_T, TX_T>::get_slice_width() {
-  return 6.25f;
+  return models::slice_ghz;
 }
 
 template <class RX_T, class TX_T>
 unsigned base<RX_T, TX_T>::get_slice_count() {
-  return 768;
+  return models::shared_slices;
 }
 
 template <class RX_T, class TX_T>

@@ -54,7 +54,7 @@ void check_add_structure(const channel_request& request) {
              "ok {}.",
              request.center.has_value(), request.width.has_value(), request.direction.has_value(),
              request.port.has_value());
-  throw nx_error(-22,
+  throw nx_error(nx_error::invalid,
                  "Invalid json structure. Expected center (unsigned, 8 digits, e.g. 19600000), "
                  "direction (string, rx/tx), port (unsigned, 1-34) and width (unsigned, 100 * "
                  "ghz).");
@@ -64,24 +64,25 @@ void check_add_limits(const channel_request& request) {
   constexpr long band_centre = 19000000;
   constexpr long farthest = 999999;
   if (std::labs(long{*request.center} - band_centre) > farthest) {
-    throw nx_error(-22, "Invalid center, expected something around 19000000");
+    throw nx_error(nx_error::invalid, "Invalid center, expected something around 19000000");
   }
   if (*request.port < 1 || *request.port > 34) {
-    throw nx_error(-22, "Invalid port, expected 1-34");
+    throw nx_error(nx_error::invalid, "Invalid port, expected 1-34");
   }
 }
 
 request_directions add_directions(const channel_request& request) {
   const auto text = request.direction.value_or("both");
   if (const auto directions = directions_of(text)) return *directions;
-  throw nx_error(-22, fmt::format("Invalid direction, expected rx or tx or 'both', got {}", text));
+  throw nx_error(nx_error::invalid,
+                 fmt::format("Invalid direction, expected rx or tx or 'both', got {}", text));
 }
 
 void check_remove_structure(const channel_request& request) {
   if (request.center && request.direction) return;
   LUMORA_LOG(2, "remove_channel() json input error, center ok: {}, direction ok: {}.",
              request.center.has_value(), request.direction.has_value());
-  throw nx_error(-22,
+  throw nx_error(nx_error::invalid,
                  "Invalid json structure. Expected center (unsigned, 8 digits, e.g. 19600000), "
                  "direction (string, rx/tx).");
 }
@@ -89,14 +90,16 @@ void check_remove_structure(const channel_request& request) {
 void check_remove_limits(const channel_request& request) {
   const auto center = static_cast<unsigned>(*request.center);
   if (center < 19134375 || center > 19613125) {
-    throw nx_error(-22, "Invalid center, expected something within 19134375-19613125");
+    throw nx_error(nx_error::invalid,
+                   "Invalid center, expected something within 19134375-19613125");
   }
 }
 
 request_directions remove_directions(const channel_request& request) {
   if (const auto directions = directions_of(*request.direction)) return *directions;
   throw nx_error(
-      -22, fmt::format("Invalid direction, expected rx or tx or both, got {}", *request.direction));
+      nx_error::invalid,
+      fmt::format("Invalid direction, expected rx or tx or both, got {}", *request.direction));
 }
 
 std::string channel_index_text(const std::set<unsigned>& identifiers) {

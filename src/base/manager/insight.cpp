@@ -3,6 +3,7 @@
 #include <rapidjson/document.h>
 
 #include "api/volatile_value.h"
+#include "base/insight/event_log.h"
 #include "helpers/guard_register.h"
 #include "platform/value_tree/event_frame.h"
 #include "platform/wire/json_conversion.h"
@@ -35,6 +36,7 @@ json_value active_guards(const helpers::guard_register::state& guard, json_alloc
 
 void insight::setup_api(nx_db& db) {
   const auto self = shared_from_this();
+  ::insight::event_log::instance().publish(db);
   values_->add_value(
       nx::api::volatile_value<&insight::get_guards>::create(db, "insight/guards", self), 0);
   values_->add_value(

@@ -36,7 +36,7 @@ class insight : public std::enable_shared_from_this<insight> {
   /// guard that has been at work since the start.
   nx::json_document get_guards();
   /// {"number", "begin", "seconds", "waited", "requests", "waits", "turn"}; waited: seconds of it
-  /// spent waiting for answers of devices to reads.
+  /// spent waiting for answers of devices.
   nx::json_document get_cycle();
 
  private:

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_client_exception.h"
 
 namespace manager {
 

@@ -6,7 +6,7 @@
 #include "device/interfaces/led.h"
 #include "helpers/logger.h"
 #include "helpers/waiting.h"
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_client_exception.h"
 #include "platform/wire/nx_error.h"
 
 namespace manager {

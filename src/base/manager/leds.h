@@ -25,6 +25,8 @@
 #include <vector>
 
 #include "base/manager/led_exchange.h"
+#include "platform/threads/ranked_mutex.h"
+#include "platform/threads/thread_owner.h"
 
 namespace device::interfaces {
 class led;
@@ -119,7 +121,7 @@ class leds : public std::enable_shared_from_this<leds> {
   led_data line_led_;
   std::vector<led_data> xc_leds_;  ///< index 0 is port 1
   bool needs_update_ = false;
-  std::mutex mutex_;
+  nx::ranked_mutex mutex_{nx::lock_rank::panel};
 
  private:
   friend class led_test;
@@ -157,6 +159,7 @@ class leds : public std::enable_shared_from_this<leds> {
   std::shared_ptr<device::interfaces::led> led_;
 
   // The LED thread's own.
+  nx::thread_owner panel_user_;
   bool coldstart_ = false;
   bool test_was_refused_ = false;
   led_exchange exchange_;

@@ -4,7 +4,7 @@
 #include "base/manager/leds.h"
 #include "device/interfaces/led.h"
 #include "helpers/logger.h"
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_client_exception.h"
 
 namespace manager {
 
@@ -61,6 +61,7 @@ void add_row(std::vector<led_address>& all, panel_row row, std::size_t count) {
 }  // namespace
 
 void leds::read_led_statuses() {
+  panel_user_.require();
   std::vector<led_address> addresses;
   {
     const std::lock_guard lock(mutex_);
@@ -89,6 +90,7 @@ led_data& leds::entry_at(panel_row row, unsigned number) {
 }
 
 void leds::update_leds(bool force) {
+  panel_user_.require();
   auto writes = take_due_writes(force);
   if (writes.empty()) return;
   log_due_writes(writes);

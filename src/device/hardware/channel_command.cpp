@@ -10,7 +10,7 @@ namespace device::hardware {
 template <class Value>
 void run_channel_command(nexel_client_api& client, const std::string& path, const Value& request,
                          const char* failure) {
-  if (!write<bool>(client, path, request)) throw nx_error(-5, failure);
+  if (!write<bool>(client, path, request)) throw nx_error(nx_error::io_failed, failure);
 }
 
 template void run_channel_command(nexel_client_api&, const std::string&, const bool&, const char*);

@@ -35,7 +35,8 @@ std::set<unsigned> subscribe_together(subscriber& values,
   for (const auto& path : missing)
     failed.insert(channel_of.at(path));
   if (!failed.empty() && failed.size() == channels.size()) {
-    throw nx_error(-22, fmt::format("Failed to subscribe to path: {}", missing.front()));
+    throw nx_error(nx_error::invalid,
+                   fmt::format("Failed to subscribe to path: {}", missing.front()));
   }
   return failed;
 }

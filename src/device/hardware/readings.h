@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "device/cycle_reads.h"
+#include "device/cycle_writes.h"
 #include "device/reading_kind.h"
 #include "platform/nexel_client/nexel_client.h"
 
@@ -30,7 +31,19 @@ template <class R, class Value>
 R write(nexel_client_api& client, const std::string& path, const Value& value,
         std::string_view touches = {}) {
   if (auto* reads = cycle_reads::current()) reads->forget(client, touches);
+  const cycle_reads::waiting_time counted(1);
   return client.set<R>(path, value);
+}
+
+/// A write of a channel's turn: within a walk over channels its answer is waited for with those of
+/// the others, when the walk is over. Value: float, const char*.
+template <class Value>
+void write_in_turn(nexel_client_api& client, const std::string& path, Value value,
+                   std::string_view touches) {
+  auto* writes = cycle_writes::current();
+  if (!writes) return write<void>(client, path, value, touches);
+  if (auto* reads = cycle_reads::current()) reads->forget(client, touches);
+  writes->send(client, path, value);
 }
 
 }  // namespace device::hardware

@@ -119,7 +119,7 @@ std::vector<led_answer> selka_led::write_together(const std::vector<led_write>& 
       },
       [this](auto& answer, const led_write& write) {
         const bool done = client_->wait_for(answer, path_of("command", write.at), is_stopping);
-        if (!done) throw nx_error(-22, refusal_of(write.at));
+        if (!done) throw nx_error(nx_error::invalid, refusal_of(write.at));
         return write.colour;
       });
 }

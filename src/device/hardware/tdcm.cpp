@@ -9,7 +9,7 @@
 #include "device/hardware/readings.h"
 #include "helpers/logger.h"
 #include "platform/nexel_client/nexel_client.h"
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_client_exception.h"
 #include "platform/wire/nx_error.h"
 
 namespace device::hardware {
@@ -69,8 +69,9 @@ void tdcm::check_dispersion(float value) {
   const float min = get_min_dispersion();
   if (max < value || min > value) {
     throw nx_error(
-        -22, fmt::format("Dispersion compensation value is not within range ({} to {} [ps/nm]).",
-                         min, max));
+        nx_error::invalid,
+        fmt::format("Dispersion compensation value is not within range ({} to {} [ps/nm]).", min,
+                    max));
   }
 }
 

@@ -69,7 +69,7 @@ void twin_wss::set_attenuation(unsigned channel, float value) {
                                store.get_hash_tags().first, side(), channel);
   LUMORA_LOG(2, "WSS: set {} attenuation on channel {}: {} = {}", side(), channel, key, value);
   if (auto* reads = cycle_reads::current()) {
-    reads->forget(*client_, fmt::format("/channel/{}/", channel));
+    reads->forget(*client_, fmt::format("/{}/channel/{}/", side(), channel));
   }
   store.set(key, value);
   const std::lock_guard lock(written_mutex_);

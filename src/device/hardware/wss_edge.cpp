@@ -11,15 +11,6 @@
 
 namespace device::hardware {
 
-namespace {
-
-/// The part of a channel's paths: a write to it changes no reading of the others.
-std::string of_channel(unsigned channel) {
-  return fmt::format("/channel/{}/", channel);
-}
-
-}  // namespace
-
 wss_edge::wss_edge(std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path,
                    unsigned index)
     : client_(make_client(std::move(io), socket_path)), index_(index) {}
@@ -30,6 +21,10 @@ std::string wss_edge::ocm_path(unsigned channel, const char* name) const {
 
 std::string wss_edge::wss_path(const char* root, unsigned channel, const char* name) const {
   return fmt::format("{}/wss/{}/channel/{}/{}", root, index_, channel, name);
+}
+
+std::string wss_edge::touched(unsigned channel) const {
+  return fmt::format("/wss/{}/channel/{}/", index_, channel);
 }
 
 std::string wss_edge::total_power_path() const {
@@ -89,7 +84,7 @@ bool wss_edge::has_channel(unsigned) {
 
 void wss_edge::set_attenuation(unsigned channel, float value) {
   LUMORA_LOG(1, "WSS: set attenuation {}: {} = {}", index_, channel, value);
-  write<void>(*client_, wss_path("config", channel, "attenuation"), value, of_channel(channel));
+  write_in_turn(*client_, wss_path("config", channel, "attenuation"), value, touched(channel));
 }
 
 reading<float> wss_edge::get_attenuation_reading(unsigned channel) {
@@ -101,11 +96,11 @@ float wss_edge::get_attenuation(unsigned channel) {
 }
 
 void wss_edge::block_channel(unsigned channel) {
-  write<void>(*client_, wss_path("config", channel, "port"), "off", of_channel(channel));
+  write_in_turn(*client_, wss_path("config", channel, "port"), "off", touched(channel));
 }
 
 void wss_edge::unblock_channel(unsigned channel, float value) {
-  write<void>(*client_, wss_path("config", channel, "port"), "on", of_channel(channel));
+  write<void>(*client_, wss_path("config", channel, "port"), "on", touched(channel));
   set_attenuation(channel, value);
 }
 

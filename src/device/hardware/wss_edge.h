@@ -57,6 +57,9 @@ class wss_edge : public with_subscriptions<device::interfaces::wss, device::inte
  private:
   std::string ocm_path(unsigned channel, const char* name) const;
   std::string wss_path(const char* root, unsigned channel, const char* name) const;
+  /// The part of a channel's paths: a write to it changes no reading of the others, nor of the
+  /// other direction.
+  std::string touched(unsigned channel) const;
   std::string total_power_path() const;
   std::vector<wanted_path> channel_paths(unsigned channel) const;
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/manager/loops/client_rx.ipp"
+#include "models/band.h"
 #include "products/selka/client_rx.h"
 
 namespace products::selka {
@@ -27,8 +28,10 @@ void client_rx<T>::manage_channel(nx_db& db, control_ptr control, bool regulate)
   const auto channel = control->get_channel();
   const auto mode = control->get_optical_control_mode();
   if (control->is_optical_control_mode_known()) {
+    control->conclude(insight::channel_reason::no_light_left_alone);
     base::manage_channel(db, control, regulate);
   } else {
+    control->conclude(insight::channel_reason::mode_not_set);
     LUMORA_LOG(1, "Skipping channel {} management, optical control mode is unknown.",
                channel->get_id());
   }
@@ -80,8 +83,7 @@ void client_rx<T>::apply_target(float top) {
 
 template <class T>
 float client_rx<T>::calculate_voa_attenuation_from_top(float top, float width) {
-  constexpr float slice_ghz = 6.25f;
-  constexpr float band_slices = 772.0f;
+  constexpr float band_slices = models::selka_slices;
   auto& board = calibration::instance();
   const float limit = this->edfa_->get_power_limit();
   const float insertion_loss = voa_->get_insertion_loss();
@@ -92,7 +94,7 @@ float client_rx<T>::calculate_voa_attenuation_from_top(float top, float width) {
   LUMORA_LOG(1, "voa_insertion_loss: {}", insertion_loss);
   LUMORA_LOG(1, "calibration cal_boostertx_to_linetx: {}", booster_to_line);
   LUMORA_LOG(1, "remote_osc_drop_loss: {}", board.line_margin);
-  const float share = 10.0f * std::log10((width / slice_ghz) / band_slices);
+  const float share = 10.0f * std::log10((width / models::slice_ghz) / band_slices);
   const float result = limit + share - top - insertion_loss + booster_to_line - board.line_margin;
   LUMORA_LOG(2, "calculate_voa_attenuation_from_top({}, {}) = {}", top, width, result);
   return result;

@@ -7,6 +7,7 @@
 #include "base/manager/automation.h"
 #include "base/manager/leds.h"
 #include "helpers/calibration.h"
+#include "helpers/guard.h"
 #include "helpers/logger.h"
 #include "helpers/waiting.h"
 #include "products/control_types_full.h"
@@ -25,10 +26,15 @@ template <class T>
 void line<T>::follow_measured_span() {
   try {
     const auto span = this->known_rx_span();
-    if (!span) return this->begin_guard(guards::line_known, "the span is not known");
+    if (!span) {
+      this->judge(base::line_reason::spans_not_known);
+      return this->begin_guard(guards::line_known, "the span is not known");
+    }
+    this->judge(base::line_reason::gain_fits, {*span});
     follow_span(*span);
     this->end_guard(guards::line_known);
   } catch (...) {
+    this->judge(base::line_reason::failed, {}, helpers::current_exception_text());
     LUMORA_LOG_DIRECT(3, "manage_line", "Not possible to set preamp gain in managedCLI mode.");
   }
 }
@@ -57,6 +63,7 @@ void line<T>::manage_line(nx_db& db, bool) {
       break;
     case automation_mode::managed_netconf:
       this->end_guard(guards::line_known);
+      this->judge(base::line_reason::managed_elsewhere);
       break;
     default:
       LUMORA_LOG_DIRECT(3, "manage_line",

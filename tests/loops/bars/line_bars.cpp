@@ -16,7 +16,8 @@ figures a_longer_span(const std::string& model, std::uint64_t seed) {
     pair.run_for(100ms);
     watch.look();
   }
-  return {watch.last_write_s(), watch.changes_of_sign(), std::fabs(line_error(pair, 0))};
+  return {seconds(watch.last_write()), 1.0 * watch.changes_of_sign(),
+          std::fabs(line_error(pair, 0))};
 }
 
 /// Shorter spans, so that the lines arrive 5 dB too high and "beyond" is below.
@@ -34,7 +35,7 @@ figures both_lines_off(const std::string& model, std::uint64_t seed) {
     far.look();
     lowest = std::min({lowest, line_error(pair, 0), line_error(pair, 1)});
   }
-  return {std::max(near.last_write_s(), far.last_write_s()), -lowest};
+  return {seconds(std::max(near.last_write(), far.last_write())), -lowest};
 }
 
 /// Least attenuation of what parks in the dark, less where it parks.

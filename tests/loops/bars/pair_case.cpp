@@ -4,25 +4,9 @@
 
 namespace bars {
 
-void voa_watch::look() {
-  const double step = attenuation() - last_;
-  last_ += step;
-  if (std::fabs(step) > 0.05) {
-    if (step * last_step_ < 0.0) ++changes_;
-    last_step_ = step;
-  }
-  if (const auto writes = pair_.plant().voa_writes(node_); writes != writes_) {
-    writes_ = writes;
-    last_write_s_ = seconds(pair_.now() - begin_);
-  }
-}
-
 sim::topology pair_of(const std::string& model, std::uint64_t seed) {
-  auto what = test::dark_topology(model, 2);
+  auto what = test::known_pair(model);
   what.seed = seed;
-  for (auto& node : what.nodes) {
-    if (model == "orvamax") node.part_number = "ORVA-LITE";
-  }
   return what;
 }
 

@@ -10,41 +10,6 @@ namespace bars {
 
 namespace {
 
-enum class failure { killed, hung, restarted, switch_service, dark };
-constexpr failure failures[] = {failure::killed, failure::hung, failure::restarted,
-                                failure::switch_service, failure::dark};
-
-void begin(failure what, plant_pair& pair) {
-  switch (what) {
-    case failure::killed:
-      return pair.stop_manager(1);
-    case failure::hung:
-      return pair.set_peer_link(1, nx::link_state::hung);
-    case failure::restarted:
-      pair.stop_manager(1);
-      return pair.start_manager(1);
-    case failure::switch_service:
-      return pair.plant().set_nexel_state(1, "wss_edge", sim::nexel_state::killed);
-    case failure::dark:
-      return pair.write(1, "config/automationMode", "\"dark\"");
-  }
-}
-
-void end(failure what, plant_pair& pair) {
-  switch (what) {
-    case failure::killed:
-      return pair.start_manager(1);
-    case failure::hung:
-      return pair.set_peer_link(1, nx::link_state::up);
-    case failure::restarted:
-      return;
-    case failure::switch_service:
-      return pair.plant().set_nexel_state(1, "wss_edge", sim::nexel_state::ok);
-    case failure::dark:
-      return pair.write(1, "config/automationMode", "\"managedCLI\"");
-  }
-}
-
 /// How far the attenuator closes after a failure that leaves nothing to go by, and after one that
 /// leaves a peer which tells of its preamp.
 figures a_saturated_peer(const std::string& model, std::uint64_t seed) {
@@ -56,7 +21,7 @@ figures a_saturated_peer(const std::string& model, std::uint64_t seed) {
   double silent_db = 0.0;
   double told_db = 0.0;
   auto phase = 100ms * seed;
-  for (const auto what : failures) {
+  for (const auto& [what, name] : test::peer_failures) {
     phase += 170ms;
     const auto writes = plant.voa_writes(0);
     plant.drop_power_limit(1, sim::direction::tx, 3.0 + missing_db, 0s);
@@ -68,8 +33,7 @@ figures a_saturated_peer(const std::string& model, std::uint64_t seed) {
     double highest = before;
     for (const auto since = pair.now(); pair.now() - since < 1min; pair.run_for(100ms))
       highest = std::max(highest, plant.voa_attenuation_db(0));
-    const bool is_told = what == failure::restarted || what == failure::switch_service;
-    auto& worst = is_told ? told_db : silent_db;
+    auto& worst = test::still_tells(what) ? told_db : silent_db;
     worst = std::max(worst, highest - before);
     end(what, pair);
     plant.drop_power_limit(1, sim::direction::tx, 0.0, 0s);

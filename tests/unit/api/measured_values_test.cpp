@@ -10,7 +10,7 @@
 
 #include "api/hysteresis_filtered_value.h"
 #include "api/volatile_value.h"
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_client_exception.h"
 #include "tree.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/nexel_client/in_process.h"
+#include "platform/in_process/network.h"
 #include "tests/support/failure.h"
 #include "tests/support/nodes.h"
 

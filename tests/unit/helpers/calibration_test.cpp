@@ -103,7 +103,11 @@ TEST_F(calibration_test, takes_no_pipe_device_folder_or_image) {
     board.read_calibration_values(path);
     EXPECT_THAT(log.texts(),
                 testing::ElementsAre("Reading calibration file " + path,
-                                     "Failed to read a calibration value: " + path + fault));
+                                     "Failed to read a calibration value: " + path + fault,
+                                     "No calibration of this board in " + path +
+                                         ": every loss within the node counts as 0 dB, and powers "
+                                         "are wrong by that. Put the board's file there and start "
+                                         "again"));
   }
 }
 

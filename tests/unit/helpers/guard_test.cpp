@@ -8,7 +8,7 @@
 
 #include "helpers/function_name.h"
 #include "platform/kvs_client/kvs_client.h"
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_client_exception.h"
 #include "platform/wire/nx_error.h"
 #include "tests/support/log_capture.h"
 

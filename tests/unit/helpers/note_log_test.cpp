@@ -14,6 +14,7 @@
 #include "platform/note_log/flood_guard.h"
 #include "platform/note_log/journal.h"
 #include "platform/note_log/line_layout.h"
+#include "platform/note_log/repeat_fold.h"
 #include "platform/note_log/stderr_sink.h"
 #include "platform/note_log/waitless_output.h"
 #include "tests/support/environment.h"
@@ -98,6 +99,72 @@ TEST(journal, entries_carry_fields_and_a_silent_journal_is_told) {
   }
   EXPECT_FALSE(journal.send(std::string(std::size_t{16} * 1024 * 1024, 'x')));
   ::close(listening);
+}
+
+/// What is written of records that come at these times.
+class folded {
+ public:
+  void say(const std::string& text, note_log::folding folds = note_log::folding::places) {
+    note_log::record rec{note_log::info, "a.cpp:1:f", text, {}};
+    rec.folds = folds;
+    sum_up();
+    if (fold_.admit(rec, now_)) written_.push_back(text);
+  }
+  void pass(std::chrono::milliseconds time) { now_ += time; }
+  std::vector<std::string> take() {
+    sum_up();
+    return std::exchange(written_, {});
+  }
+  void end() {
+    for (const auto& summary : fold_.take_all())
+      written_.push_back(summary.text);
+  }
+
+ private:
+  void sum_up() {
+    for (const auto& summary : fold_.take_summaries(now_))
+      written_.push_back(summary.text);
+  }
+
+  note_log::repeat_fold fold_;
+  note_log::repeat_fold::time_point now_{};
+  std::vector<std::string> written_;
+};
+
+TEST(repeat_fold, tells_a_fault_at_its_begin_and_at_its_end) {
+  folded log;
+  for (int i = 0; i < 20; ++i) {
+    log.say("away");
+    log.pass(5s);
+  }
+  EXPECT_THAT(log.take(), ElementsAre("away"));
+  log.pass(26s);
+  EXPECT_THAT(log.take(), ElementsAre("repeated 19 times within 95 s: away"));
+  log.say("away");
+  log.say("all", note_log::folding::none);
+  log.say("all", note_log::folding::none);
+  EXPECT_THAT(log.take(), ElementsAre("away", "all", "all"));
+  for (int i = 0; i < 361; ++i) {
+    log.pass(10s);
+    log.say("away");
+  }
+  EXPECT_THAT(log.take(), ElementsAre("repeated 359 times within 3590 s: away"));
+  log.end();
+  EXPECT_THAT(log.take(), ElementsAre("repeated 2 times within 10 s: away"));
+}
+
+TEST(repeat_fold, counts_the_rest_of_a_burst_from_one_place) {
+  folded log;
+  for (int i = 0; i < 40; ++i) {
+    log.say(fmt::format("channel {}", i));
+    log.say(fmt::format("important {}", i % 2), note_log::folding::repeats);
+  }
+  log.pass(2s);
+  EXPECT_THAT(log.take(),
+              ElementsAre("channel 0", "important 0", "channel 1", "important 1", "channel 2",
+                          "channel 3", "36 more lines like these, the last: channel 39"));
+  log.say("channel 41");
+  EXPECT_THAT(log.take(), ElementsAre("channel 41"));
 }
 
 TEST(flood_guard, sums_up_what_repeats_within_a_second) {

@@ -2,6 +2,8 @@
 // mended fibre.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "platform/board_spec/board_spec_lib.h"
 #include "tests/support/log_capture.h"
 #include "tests/unit/line/line_bench.h"
@@ -48,6 +50,20 @@ TEST_F(fibre, a_coldstart_opens_once_and_leaves_the_amplifiers_to_the_next_cycle
   EXPECT_EQ(done(), (journal{"preamp on", "booster on", "led tx on"}));
   cycle(true, true);
   EXPECT_EQ(done(), journal{});
+}
+
+TEST_F(fibre, a_cut_leaves_an_attenuator_that_stands_at_its_preset_within_a_fifth_of_a_db) {
+  for (const auto& [stands_at, written] :
+       {std::pair{5.19f, false}, {4.81f, false}, {5.21f, true}}) {
+    cut();
+    voa->attenuation = stands_at;
+    cycle(true);
+    EXPECT_EQ(std::ranges::count(done(), "voa 5.00"), written ? 1 : 0) << stands_at;
+    mend();
+    for (int i = 0; i < 3; ++i)
+      cycle(true);
+    done();
+  }
 }
 
 TEST_F(fibre, a_coldstart_is_done_when_the_voa_shows_its_setting) {

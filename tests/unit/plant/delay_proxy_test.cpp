@@ -9,9 +9,9 @@
 #include <thread>
 
 #include "platform/nexel_client/line_client.h"
-#include "platform/nexel_client/nx_client_exception.h"
 #include "platform/value_tree/nx_db.h"
 #include "platform/value_tree/nx_server.h"
+#include "platform/wire/nx_client_exception.h"
 #include "tests/support/nodes.h"
 #include "tests/support/temp_folder.h"
 

@@ -8,7 +8,7 @@
 #include <cmath>
 #include <set>
 
-#include "platform/nexel_client/in_process.h"
+#include "platform/in_process/network.h"
 #include "platform/nexel_client/nexel_client.h"
 #include "platform/value_tree/nx_db.h"
 #include "sim/plant.h"

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <latch>
+#include <map>
+#include <random>
 
 #include "platform/value_tree/server/session_outbox.h"
 #include "platform/value_tree/server/worker_pool.h"
@@ -183,6 +185,29 @@ TEST(worker_pool, gets_no_threads_for_work_that_goes_on) {
     std::this_thread::yield();
   EXPECT_EQ(most, 1);
   EXPECT_LE(pool.threads(), 2U);
+}
+
+TEST(subscription_slots, find_each_path_by_its_newest_number) {
+  nx::subscription_slots slots;
+  std::map<std::string, nx_subscription_number> expected;
+  std::mt19937 random(7);
+  nx_subscription_number ended = no_subscription;
+  for (int step = 0; step < 20000; ++step) {
+    const auto path = "data/" + std::to_string(random() % 300);
+    const auto known = expected.find(path);
+    ASSERT_EQ(slots.find(path), known == expected.end() ? no_subscription : known->second);
+    if (known == expected.end()) {
+      expected[path] = slots.add(std::make_shared<const std::string>(path));
+    } else {
+      ended = known->second;
+      slots.erase(ended);
+      expected.erase(known);
+    }
+    EXPECT_EQ(slots.find(ended), nullptr);
+  }
+  EXPECT_EQ(slots.size(), expected.size());
+  for (const auto& path : slots.paths())
+    EXPECT_EQ(expected.count(path), 1U);
 }
 
 }  // namespace

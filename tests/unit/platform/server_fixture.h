@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "platform/nexel_client/line_client.h"
-#include "platform/nexel_client/nx_client_exception.h"
 #include "platform/value_tree/nx_server.h"
+#include "platform/wire/nx_client_exception.h"
 #include "tests/support/failure.h"
 #include "tests/support/gate.h"
 #include "tests/support/log_capture.h"

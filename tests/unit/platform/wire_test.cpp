@@ -7,6 +7,8 @@
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/line_splitter.h"
 #include "platform/wire/nx_error.h"
+#include "platform/wire/plain_event.h"
+#include "platform/wire/plain_result.h"
 #include "platform/wire/shown_text.h"
 #include "platform/wire/socket_path.h"
 #include "tests/support/environment.h"
@@ -37,6 +39,37 @@ TEST(json_parse, refuses_a_byte_order_mark) {
     ADD_FAILURE() << "not refused";
   } catch (const nx_error& error) {
     EXPECT_EQ(error.message, "Parse error: Byte order mark at byte 0");
+  }
+}
+
+// What the short way reads, it reads as the parser does; the rest it leaves to it.
+TEST(plain_messages, are_read_as_the_parser_reads_them) {
+  const auto value_of = [](const std::string& text, bool event) {
+    const auto shown = [](const auto& read) {
+      return read && read->path == "a/b" ? nx::json_text(read->value) : "left to the parser";
+    };
+    const auto end = text + "}}";
+    if (!event)
+      return shown(nx::read_plain_result(R"({"jsonrpc":"2.0","id":17,"result":{"a/b":)" + end));
+    return shown(nx::read_plain_event(
+        R"({"jsonrpc":"2.0","method":"event","params":{"path":"a/b","time":"t","value":)" + end));
+  };
+  for (const char* text :
+       {"0", "-0", "17", "-99", "999999999999999", "9223372036854775807", "-9223372036854775808",
+        "0.2", "-12.57", "-0.0", "0.1234567890123", "123456789.012345", "1234567890.0123456789",
+        "0.000000000000001", "12345678901234567890.5", "true", "false"}) {
+    for (const bool event : {true, false})
+      EXPECT_EQ(value_of(text, event), nx::json_text(nx::parse_json(text))) << text;
+  }
+  for (const char* text : {"", "-", "01", "-01", "1.", ".5", "1.2.3", "+1", "1e3", "1 ", "0x1",
+                           "9223372036854775808", "null", "[1]", "\"a\"", "tru", "1,\"c\":2"}) {
+    for (const bool event : {true, false})
+      EXPECT_EQ(value_of(text, event), "left to the parser") << text;
+  }
+  for (const char* path : {"a\\b", "a\tb", "caf\xc3\xa9", "12345678\x7f", "\x1f", "1234567\\n"}) {
+    EXPECT_FALSE(nx::read_plain_result(std::string(R"({"jsonrpc":"2.0","id":1,"result":{")") +
+                                       path + R"(":1}})"))
+        << path;
   }
 }
 

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "journal.h"
-#include "platform/nexel_client/in_process.h"
+#include "platform/in_process/network.h"
 #include "tests/support/nodes.h"
 
 namespace client_test {

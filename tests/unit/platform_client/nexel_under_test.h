@@ -6,7 +6,7 @@
 #include <string>
 
 #include "journal.h"
-#include "platform/nexel_client/in_process.h"
+#include "platform/in_process/network.h"
 #include "platform/value_tree/nx_db.h"
 #include "tests/support/nodes.h"
 

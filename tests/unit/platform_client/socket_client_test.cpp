@@ -186,6 +186,9 @@ TEST_F(socket_client, no_event_of_a_client_that_is_gone) {
   const auto subscriber = subscribe(*client, "a");
   ASSERT_TRUE(events.await("established held"));
   ASSERT_TRUE(events.await("established nexel"));
+  // A connection is established before its server has taken it up, and only then can be dropped.
+  ASSERT_TRUE(held_server.seen.await("connected"));
+  ASSERT_TRUE(server.seen.await("connected"));
   {
     std::lock_guard lock(holder->mutex);
     held_server.drop_connection();

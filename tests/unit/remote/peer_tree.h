@@ -11,7 +11,7 @@
 #include "api/status_value.h"
 #include "base/manager/remote/device/subscription.h"
 #include "device/interfaces/osc.h"
-#include "platform/nexel_client/in_process.h"
+#include "platform/in_process/network.h"
 #include "platform/value_tree/nx_db.h"
 #include "tests/support/fake_device.h"
 

@@ -1,6 +1,6 @@
-// Includes point one way: tools, sim and src to platform and models, which know nothing of each
-// other; inside src from products over base, device and api to helpers. A layer that reached up
-// could no longer be built and tested alone.
+// Includes point one way: tools, gateway, sim and src to platform, models and states, which know
+// nothing of each other; inside src from products over base, device and api to helpers. A layer
+// that reached up could no longer be built and tested alone.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
@@ -34,14 +34,16 @@ std::string layer_of_include(const std::string& named) {
 const std::map<std::string, std::set<std::string>> allowed{
     {"platform", {"platform"}},
     {"models", {"models"}},
+    {"states", {"states"}},
     {"helpers", {"helpers", "platform"}},
     {"api", {"api", "helpers", "platform"}},
     {"device", {"device", "api", "helpers", "platform"}},
-    {"base", {"base", "device", "api", "helpers", "platform", "models"}},
-    {"products", {"products", "base", "device", "api", "helpers", "platform", "models"}},
+    {"base", {"base", "device", "api", "helpers", "platform", "models", "states"}},
+    {"products", {"products", "base", "device", "api", "helpers", "platform", "models", "states"}},
     {"main", {"main", "products", "base", "device", "api", "helpers", "platform", "models"}},
     {"sim", {"sim", "platform", "models"}},
-    {"tools", {"tools", "sim", "platform", "models"}},
+    {"tools", {"tools", "sim", "platform", "models", "states"}},
+    {"gateway", {"gateway", "platform", "models", "states"}},
 };
 
 bool is_source(const fs::path& file) {
@@ -64,7 +66,7 @@ void expect_allowed_includes(const fs::path& file) {
 
 TEST(structure, includes_point_one_way) {
   unsigned files = 0;
-  for (const char* folder : {"platform", "models", "src", "sim", "tools"}) {
+  for (const char* folder : {"platform", "models", "states", "src", "sim", "tools", "gateway"}) {
     for (const auto& entry : fs::recursive_directory_iterator(root / folder)) {
       if (!entry.is_regular_file() || !is_source(entry.path())) continue;
       expect_allowed_includes(entry.path());
@@ -72,6 +74,36 @@ TEST(structure, includes_point_one_way) {
     }
   }
   EXPECT_GT(files, 100u) << "the sources were not found";
+}
+
+/// The folders of platform/ that build on others of it; wire, io and threads stand below all of
+/// them.
+const std::map<std::string, std::set<std::string>> allowed_in_platform{
+    {"wire", {"wire"}},
+    {"io", {"io"}},
+    {"threads", {"threads"}},
+    {"note_log", {"note_log", "wire"}},
+    {"board_spec", {"board_spec", "note_log", "wire"}},
+    {"kvs_client", {"kvs_client", "wire"}},
+    {"value_tree", {"value_tree", "threads", "io", "note_log", "wire"}},
+    {"nexel_client", {"nexel_client", "threads", "io", "note_log", "wire"}},
+    {"in_process",
+     {"in_process", "nexel_client", "value_tree", "threads", "io", "note_log", "wire"}},
+};
+
+TEST(structure, server_and_clients_of_a_tree_know_nothing_of_each_other) {
+  static const std::regex include("^#include \"platform/([a-z_]+)/");
+  for (const auto& entry : fs::recursive_directory_iterator(root / "platform")) {
+    if (!is_source(entry.path())) continue;
+    const auto name = entry.path().lexically_relative(root / "platform").string();
+    const auto& may_include = allowed_in_platform.at(name.substr(0, name.find('/')));
+    std::ifstream in(entry.path());
+    std::smatch found;
+    for (std::string line; std::getline(in, line);) {
+      if (!std::regex_search(line, found, include)) continue;
+      EXPECT_TRUE(may_include.contains(found[1])) << name << " includes " << found[1];
+    }
+  }
 }
 
 bool decides_by_model(const std::string& line) {
@@ -85,7 +117,7 @@ bool decides_by_model(const std::string& line) {
 }
 
 TEST(structure, no_name_of_a_model_decides_but_in_its_class) {
-  for (const char* folder : {"platform", "src", "sim", "tools", "tests/support"}) {
+  for (const char* folder : {"platform", "src", "sim", "tools", "gateway", "tests/support"}) {
     for (const auto& entry : fs::recursive_directory_iterator(root / folder)) {
       const auto name = entry.path().lexically_relative(root).string();
       if (!is_source(entry.path()) || name.starts_with("src/products/")) continue;

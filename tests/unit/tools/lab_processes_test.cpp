@@ -17,6 +17,7 @@ using namespace tools::lab;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 
 namespace {
 
@@ -48,6 +49,20 @@ TEST(child_process, gets_its_variables_and_keeps_its_last_words) {
       failure_of(programs, std::chrono::seconds(30)),
       AllOf(HasSubstr("script has ended with exit status 3"), HasSubstr("    hello\n    end")));
   EXPECT_THAT(child.last_lines(2), ElementsAre("hello", "end"));
+}
+
+TEST(supervisor, names_the_last_error_of_a_program_and_not_its_last_chatter) {
+  const test::temp_folder folder;
+  user at_terminal;
+  supervisor programs(at_terminal);
+  programs.start(shell(folder,
+                       "echo 'T error a.cpp: old'; echo 'T info a.cpp: fine'; "
+                       "echo 'T error a.cpp: no memory'; echo 'terminate called'; "
+                       "echo 'T info a.cpp: going down'; exit 3"));
+  const auto told = failure_of(programs, std::chrono::seconds(30));
+  EXPECT_THAT(told, HasSubstr("exit status 3; its last error:\n    T error a.cpp: no memory\n"
+                              "    terminate called"));
+  EXPECT_THAT(told, Not(HasSubstr("going down")));
 }
 
 TEST(supervisor, ends_everything_in_the_reverse_order_of_its_start) {

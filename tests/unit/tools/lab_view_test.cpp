@@ -1,120 +1,117 @@
-// What the lab shows and judges: target powers, states of channels, rows, verdicts, pictures.
+// What the lab shows and judges: rows, verdicts, pictures. What the daemon tells is put in as it
+// stands on its tree.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <chrono>
-#include <fstream>
 #include <string>
 
 #include "models/model.h"
-#include "tests/support/temp_folder.h"
-#include "tools/lab/channel_target.h"
+#include "tools/lab/channel_table.h"
 #include "tools/lab/convergence.h"
-#include "tools/lab/loop_report.h"
+#include "tools/lab/keys.h"
 #include "tools/lab/neighbour.h"
 #include "tools/lab/screen_text.h"
 #include "tools/lab/summary_text.h"
 #include "tools/lab/view_model.h"
 
+using namespace tools;
 using namespace tools::lab;
 using namespace std::chrono_literals;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
+using testing::Not;
 using testing::SizeIs;
+using testing::StartsWith;
 
 namespace {
 
-struct channel {
+struct told_channel {
   unsigned id = 19300000;
-  double wavelength = 1553.33;
-  double power = 4.9;
-  double attenuation = 6.0;
-  bool peak = true;
+  std::string state = "on target";
+  double measured = 4.9;
 };
 
-void put_channel(readings& read, const channel& what) {
-  const auto base = "data/client/" + std::to_string(what.id) + "/rx/";
-  read.put(base + "waveLength", what.wavelength);
-  read.put(base + "width", 150.0);
-  read.put(base + "wantedPowerOffset", 0.0);
-  read.put(base + "ocm/power", what.power);
-  read.put(base + "attenuation", what.attenuation);
-  read.put(base + "peak", what.peak);
+void put_channel(readings& read, const told_channel& what) {
+  const auto base = fmt::format("insight/client/{}/rx/", what.id);
+  constexpr double target = 4.9;
+  read.put(base + "state", what.state);
+  read.put(base + "why", fmt::format("{:.1f} dB off", what.measured - target));
+  read.put(base + "measured", what.measured);
+  read.put(base + "target", target);
+  read.put(base + "error", what.measured - target);
+  read.put(base + "headroomUp", 6.0);
+  read.put(base + "headroomDown", 9.0);
+  read.put(fmt::format("data/client/{}/rx/attenuation", what.id), 6.0);
 }
 
-/// Two lit channels within their targets of about 4.9 dBm and a dark one.
+/// Two lit channels on target, a dark one, and a line that rests.
 readings node_at_rest() {
   readings read;
-  put_channel(read, {19300000, 1553.33, 4.9, 6.0, true});
-  put_channel(read, {19400000, 1545.32, 4.8, 6.0, true});
-  put_channel(read, {19350000, 1549.32, -45.0, 15.0, false});
-  read.put("data/client/rx/edfaCalibration", 0.1);
-  read.put("data/line/1/rx/length", 80.0);
-  read.put("booster:data/powerLimit", 20.0);
-  read.put("voa:data/attenuation", 3.0);
+  put_channel(read, {19300000});
+  put_channel(read, {19400000});
+  put_channel(read, {19350000, "dark", -45.0});
+  read.put("insight/line/state", std::string("at rest"));
+  read.put("insight/summary", std::string("2 of 2 lit channels on target; line at rest"));
+  read.put("insight/device/voa/attenuation", 3.0);
+  read.put("config/redisConfigStatus", true);
   return read;
 }
 
 view view_of(const readings& read) {
-  return make_view(read, models::get("orvalite"), {});
+  return make_view(read, {});
+}
+
+/// Characters as a screen counts them, without colours.
+unsigned shown_width(std::string text) {
+  for (auto at = text.find('\x1b'); at != text.npos; at = text.find('\x1b'))
+    text.erase(at, text.find('m', at) - at + 1);
+  return width_of(text);
 }
 
 }  // namespace
 
-TEST(channel_state, tells_rest_from_work_and_from_the_end_of_the_range) {
-  const std::tuple<float, float, channel_state> table[] = {
-      {0.49F, 5.0F, channel_state::on_target},           {0.5F, 5.0F, channel_state::settling},
-      {-0.6F, 14.0F, channel_state::resting_off_target}, {0.6F, 9.0F, channel_state::settling},
-      {3.0F, 15.0F, channel_state::exhausted},           {-3.0F, 15.0F, channel_state::settling},
-      {-3.0F, 0.0F, channel_state::exhausted},           {3.0F, 0.0F, channel_state::settling},
-      {0.3F, 15.0F, channel_state::on_target},
-  };
-  for (const auto& [error, attenuation, state] : table) {
-    EXPECT_EQ(lit_state(error, attenuation, 15.0F), state) << error << " dB at " << attenuation;
-  }
-}
-
-TEST(view_model, makes_rows_in_the_order_of_frequency_with_the_error_against_the_target) {
+TEST(view_model, puts_what_is_off_its_target_first_and_the_worst_of_it_on_top) {
   auto read = node_at_rest();
+  put_channel(read, {19450000, "stepping", 7.9});
+  put_channel(read, {19500000, "exhausted (too weak)", 2.2});
+  put_channel(read, {19550000, "stepping", 0.9});
   read.put(truth_path(0, "19300000"), 5.2);
+  std::vector<unsigned> order;
   const auto seen = view_of(read);
-  ASSERT_THAT(seen.channels, SizeIs(3));
-  EXPECT_THAT(
-      (std::vector<unsigned>{seen.channels[0].id, seen.channels[1].id, seen.channels[2].id}),
-      ElementsAre(19300000, 19350000, 19400000));
-  const auto& first = seen.channels[0];
-  EXPECT_NEAR(first.measured, 5.0, 0.001);
-  EXPECT_NEAR(first.error, first.measured - first.target, 0.001);
-  EXPECT_NEAR(first.truth.value(), 5.2, 0.001);
-  EXPECT_EQ(seen.channels[1].state, channel_state::dark);
-  EXPECT_EQ(count(seen).lit, 2U);
+  for (const auto& row : rows_by_need(seen))
+    order.push_back(row.of.place.id);
+  EXPECT_THAT(order, ElementsAre(19500000, 19550000, 19450000, 19300000, 19350000, 19400000));
+  EXPECT_NEAR(seen.channels.front().truth.value(), 5.2, 0.001);
+  EXPECT_EQ(count(seen).lit, 5U);
+  EXPECT_EQ(count(seen).on_target, 2U);
 }
 
 TEST(convergence, begins_again_after_each_disturbance) {
   const auto rest = view_of(node_at_rest());
+  const auto changed = [](const std::string& path, readings::value value) {
+    auto read = node_at_rest();
+    read.put(path, std::move(value));
+    return view_of(read);
+  };
   auto off_target = node_at_rest();
-  put_channel(off_target, {19300000, 1553.33, 8.0, 6.0, true});
-  auto line_moves = node_at_rest();
-  line_moves.put("voa:data/attenuation", 3.4);
-  auto step_due = node_at_rest();
-  step_due.put("data/line/lmsStepSize", -0.3);
+  put_channel(off_target, {19300000, "stepping", 8.0});
   auto gone_dark = node_at_rest();
-  put_channel(gone_dark, {19300000, 1553.33, -45.0, 15.0, false});
-  auto false_reading = node_at_rest();
-  false_reading.put(truth_path(0, "19300000"), 0.0);
+  put_channel(gone_dark, {19300000, "dark", -45.0});
   auto loop_down = rest;
-  loop_down.loops.rx = "error";
+  loop_down.findings.push_back(
+      {insight::cause::loop_down, "client rx", "The loop is down", "", "", ""});
 
   const std::pair<view, const char*> table[] = {
-      {view_of(off_target), "193.000 THz settling"},
-      {view_of(line_moves), "the line VOA moves"},
-      {view_of(step_due), "the line has -0.30 dB to go"},
+      {view_of(off_target), "193.00 THz stepping: 3.1 dB off"},
+      {changed("insight/device/voa/attenuation", 3.4), "the line VOA moves"},
+      {changed("data/line/lmsStepSize", -0.3), "the line has -0.30 dB to go"},
       {view_of(gone_dark), "1 of 2 lit channels in sight"},
-      {view_of(false_reading), "is not the plant's 0.00 dBm"},
-      {loop_down, "the client rx loop is down"},
+      {changed(truth_path(0, "19300000"), 0.0), "is not the plant's 0.00 dBm"},
+      {loop_down, "The loop is down"},
   };
   for (const auto& [disturbed, reason] : table) {
     convergence verdict(2);
@@ -127,71 +124,90 @@ TEST(convergence, begins_again_after_each_disturbance) {
   }
 }
 
-TEST(loop_report, is_followed_line_by_line_and_never_half_a_line) {
-  const test::temp_folder folder;
-  const auto path = folder.file("daemon.log");
-  log_follower follower(path);
-  EXPECT_EQ(follower.update().turn, "-");
-  std::ofstream log(path);
-  log << "Manager operational, regulating: line\nManager operational, regulating: cli"
-      << std::flush;
-  EXPECT_EQ(follower.update().turn, "line");
-  log << "ent rx\n" << std::flush;
-  EXPECT_EQ(follower.update().turn, "client rx");
-}
-
 TEST(picture, never_exceeds_the_terminal_and_scrolls_to_the_last_channel) {
-  readings read;
-  for (unsigned id = 19140000; id < 19140000 + 32 * 15000; id += 15000) {
-    put_channel(read, {id, 29979244800.0 / id, 4.9, 6.0, true});
-  }
+  auto read = node_at_rest();
+  for (unsigned id = 19140000; id < 19140000 + 32 * 15000; id += 15000)
+    put_channel(read, {id});
+  read.put("insight/line/state", std::string("no fibre"));
+  read.put("insight/line/why", std::string("neither light nor supervisory channel comes in"));
   const auto seen = view_of(read);
-  picture_options options{"orvalite", 75s, 0, "q ends"};
-  for (const screen_size size : {screen_size{80, 24}, {40, 10}, {200, 60}, {10, 3}}) {
-    options.first_row = 1000;
-    const auto lines = picture(seen, options, size, {false, false});
-    EXPECT_LE(lines.size(), size.rows);
-    for (const auto& line : lines)
-      EXPECT_LE(line.size(), size.columns) << line;
-    if (size.rows < 10 || size.columns < 40) continue;
-    EXPECT_THAT(lines[lines.size() - 2], HasSubstr("196.05")) << size.rows;
+  picture_options options{"orvalite", 75s, page::channels, 1000, "/tmp/lab/ctl explain", ""};
+  for (const screen_size size : {screen_size{80, 24}, {40, 12}, {200, 60}, {10, 3}, {120, 40}}) {
+    for (const look how : {look{false, false}, look{true, true}}) {
+      const auto drawn = picture(seen, options, size, how);
+      EXPECT_LE(drawn.lines.size(), size.rows);
+      for (const auto& line : drawn.lines)
+        EXPECT_LE(shown_width(line), size.columns) << line;
+      if (size.columns < 40 || how.colours) continue;
+      EXPECT_THAT(drawn.lines, Contains(StartsWith("  196.05"))) << size.rows;
+      // What is printed runs, or is not printed.
+      EXPECT_EQ(drawn.lines.back(), options.command);
+    }
   }
-  EXPECT_EQ(last_first_row(seen, {80, 60}), 0U);
 }
 
-TEST(picture, shows_the_road_of_the_light_and_the_panel) {
+TEST(picture, says_first_what_is_wrong_and_keeps_room_for_the_channels) {
   auto read = node_at_rest();
-  const std::pair<const char*, double> truth[] = {
-      {"truth/node/0/rx/channel/1/laserPower", 0.0},
-      {"truth/node/0/rx/channel/2/laserPower", 1.0},
-      {"truth/node/0/rx/channel/3/laserPower", -99.0},  // a dark one does not count
-      {"truth/node/0/rx/channel/1/boosterPower", 4.9},
-      {"truth/node/0/rx/gain", 20.0},
-      {"truth/node/0/rx/channel/1/linePower", -1.5},
-      {"truth/fibre/0/spanLoss", 17.0},
-      {"truth/node/1/tx/channel/1/linePower", -18.5},
-      {"truth/node/1/tx/channel/1/preampPower", 5.5},
-      {"truth/node/1/tx/channel/1/clientPower", -6.5},
-      {"truth/fibre/1/spanLoss", 99.0},  // cut
-      {"truth/node/0/tx/channel/1/preampPower", -99.0}};
-  for (const auto& [path, value] : truth)
-    read.put(path, value);
+  read.put("insight/line/state", std::string("no fibre"));
+  read.put("insight/line/why", std::string("neither light nor supervisory channel comes in: "
+                                           "amplifiers off, VOA at 5.0 dB. Mend the fibre"));
+  for (unsigned at = 0; at < 12; ++at)
+    read.put(fmt::format("insight/device/d{}/alive", at), at != 0);
+  read.put("insight/device/d0/age", 7.0);
+  const auto seen = make_view(read, {{"2026-01-31T12:00:00.0Z", "cut", "line", {}, ""}});
+  const auto lines =
+      picture(seen, {"orvalite", 0s, page::channels, 0, ""}, {80, 24}, {false, false}).lines;
+  EXPECT_THAT(lines[1], StartsWith("2 of 2 lit channels"));
+  EXPECT_THAT(lines[2], StartsWith("The d0 has not answered for 7 s."));
+  EXPECT_THAT(lines, Contains(StartsWith("The fibre is cut or unplugged (since 12:00:00 UTC)")));
+  EXPECT_THAT(lines, Contains(StartsWith("  193.00 rx")));
+  EXPECT_THAT(lines, Contains("12:00:00  line  the fibre is cut"));
+  auto mute = seen;
+  mute.answers = false;
+  EXPECT_THAT(picture(mute, {}, {80, 24}, {false, false}).lines[1], "The daemon does not answer.");
+}
+
+TEST(picture, shows_ladder_and_panel_by_page) {
+  auto read = node_at_rest();
+  read.put(
+      "insight/ladder/rx",
+      std::string(R"({"why":"at the booster: a connector","rungs":[{"point":"client","unit":"dBm",)"
+                  R"("expected":"unknown","measured":"unknown","basis":"no instrument"},)"
+                  R"({"point":"booster","unit":"dBm","expected":5,"measured":3,)"
+                  R"("difference":-2,"wrong":true,"fault":"connector","basis":"its input"}]})"));
   const std::pair<const char*, const char*> lamps[] = {
       {"line/1/rx", "green"},     {"client/1/rx", "off"},  {"client/2/rx", "red"},
       {"client/10/rx", "yellow"}, {"line/1/tx", "orange"}, {"xc/1/tx", "green"}};
   for (const auto& [port, colour] : lamps)
     read.put(fmt::format("panel:data/{}Led/status", port), std::string(colour));
+  const auto lines = [&](page which, screen_size size, look how) {
+    return picture(view_of(read), {"orvalite", 0s, which, 0, ""}, size, how).lines;
+  };
+  const auto ladder = lines(page::ladder, {120, 30}, {false, true});
+  EXPECT_THAT(ladder, Contains("client         unknown     unknown           no instrument"));
+  EXPECT_THAT(ladder, Contains("booster        5.0 dBm     3.0 dBm  -2.0 dB  WRONG; its input"));
+  EXPECT_THAT(ladder, Contains("Wrong: at the booster: a connector"));
+  const auto panel = lines(page::panel, {80, 30}, {false, true});
+  EXPECT_THAT(panel, Contains("leds rx  line G  client .RY"));
+  EXPECT_THAT(panel, Contains("leds tx  line O  xc G"));
+  EXPECT_THAT(lines(page::panel, {16, 30}, {true, true}),
+              Contains("leds rx  line \x1b[32m●\x1b[0m "));
+}
 
-  const auto plain = picture(view_of(read), {"orvalite", 0s, 0, ""}, {80, 30}, {false, true});
-  const auto at = std::find_if(plain.begin(), plain.end(),
-                               [](const auto& line) { return line.starts_with("light"); });
-  ASSERT_GE(plain.end() - at, 5);
-  EXPECT_THAT((std::vector(at + 1, at + 5)),
-              ElementsAre(" going      1.0  -15.1     4.9   -1.5  | 17.0 |  -18.5    5.5   -6.5",
-                          " coming       -      -       -      -  |    - |      -      -      -",
-                          "leds rx  line G  client .RY", "leds tx  line O  xc G"));
-  const auto coloured = picture(view_of(read), {"orvalite", 0s, 0, ""}, {16, 30}, {true, true});
-  EXPECT_THAT(coloured, testing::Contains("leds rx  line \x1b[32m●\x1b[0m "));
+TEST(power_bar, shows_what_the_attenuator_could_still_do) {
+  // 35 dB on 35 columns, from -25 dBm: a column a dB.
+  EXPECT_EQ(power_bar({0.0, 4.0, 6.0, 9.0}, 35, false), "################=========....|.    ");
+  EXPECT_EQ(power_bar({-25.0, 5.0, 0.0, 0.0}, 35, false).find_first_not_of(" |"),
+            std::string::npos);
+}
+
+TEST(keys, are_taken_one_by_one_however_they_come) {
+  std::string typed = "\x1b[6~\x1b[HGx\x1b[15~\x1bOAq";
+  std::vector<key> taken;
+  while (!typed.empty())
+    taken.push_back(take_key(typed));
+  EXPECT_THAT(taken, ElementsAre(key::page_down, key::home, key::end, key::unknown, key::unknown,
+                                 key::up, key::quit));
 }
 
 TEST(neighbour, is_simulated_where_there_is_no_link) {

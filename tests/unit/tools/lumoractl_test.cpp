@@ -2,12 +2,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <future>
 #include <memory>
 #include <string>
 
 #include "api/command.h"
 #include "api/config_param.h"
+#include "api/const_value.h"
 #include "api/status_value.h"
 #include "platform/value_tree/nx_db.h"
 #include "platform/value_tree/nx_server.h"
@@ -95,6 +97,60 @@ TEST_F(lumoractl, tells_refusals_from_absence_and_from_wrong_words) {
   EXPECT_EQ(run({"--node", "get", "data/configStatus"}).status, 2);
 }
 
+TEST_F(lumoractl, answers_failures_as_json_too_where_json_was_asked_for) {
+  const auto line = [this](const std::vector<std::string>& words) {
+    const auto output = run(words).output;
+    return output.substr(0, output.find('\n'));
+  };
+  EXPECT_EQ(line({"--json", "get", "data/nothing"}),
+            R"({"error":{"code":-2,"message":"No such path: data/nothing"}})");
+  EXPECT_THAT(line({"--json", "set", "config/power", "much"}),
+              StartsWith(R"({"error":{"code":-22,)"));
+  EXPECT_THAT(run({"--json", "paint"}).output, HasSubstr(R"({"error":{"code":-22,)"));
+  server_.reset();
+  EXPECT_THAT(line({"--json", "list"}), StartsWith(R"({"error":{"code":-107,)"));
+}
+
+TEST_F(lumoractl, refuses_a_star_among_other_characters_with_what_would_fit) {
+  const std::pair<const char*, const char*> table[] = {
+      {"data/li*/1/tx/power", "'data/*/1/tx/power'"},
+      {"data/**/power", "'data/*/power'"},
+      {"data/**x", "'data/*'"},
+  };
+  for (const auto& [pattern, hint] : table) {
+    const auto result = run({"get", pattern});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_THAT(result.output, HasSubstr(hint));
+  }
+}
+
+TEST_F(lumoractl, brings_back_what_it_has_taken_away_and_tells_what_it_could_not) {
+  const auto file = folder_.file("node.json");
+  nx::api::const_value<std::string>::create(db_, "data/product", "ORVA-LITE");
+  run({"set", "config/power", "3.5"});
+  EXPECT_EQ(run({"save", file}).output, "1 parameters of ORVA-LITE saved\n");
+  expect({"load", file}, 0, "0 written, 1 already so, 0 refused, 0 left\n");
+  run({"set", "config/power", "-1"});
+  expect({"load", file}, 0,
+         "written  config/power  3.5 dBm\n1 written, 0 already so, 0 refused, 0 left\n");
+
+  const auto with = [&](const std::string& product, const std::string& parameters) {
+    std::ofstream(file) << R"({"format":"lumora parameters 1","product":")" << product
+                        << R"(","parameters":{)" << parameters << "}}";
+    return run({"load", file});
+  };
+  const auto partly =
+      with("ORVA-LITE", R"("config/automationMode":"bad","config/power":2,"config/x":1)");
+  EXPECT_EQ(partly.status, 1);
+  EXPECT_EQ(partly.output,
+            "written  config/power           2 dBm\n"
+            "refused  config/automationMode  (-22 Unknown automation mode)\n"
+            "left     config/x               not on this node\n"
+            "1 written, 0 already so, 1 refused, 1 left\n");
+  EXPECT_EQ(with("ORVA-MAX", "").status, 2);
+  EXPECT_EQ(with("ORVA-LITE", R"("command/channel/add":{})").status, 2);
+}
+
 TEST_F(lumoractl, writes_words_of_the_type_that_the_path_takes) {
   expect({"set", "config/power", "-3.25"}, 0, "");
   expect({"get", "config/power"}, 0, "-3.25 dBm\n");
@@ -113,8 +169,12 @@ TEST_F(lumoractl, lists_and_draws) {
   expect({"tree", "data/line", "-v"}, 0,
          "data/\n  line/\n    1/\n      rx/\n        power  -17 dBm\n      tx/\n        power  "
          "-1.5 dBm\n");
-  EXPECT_THAT(run({"info", "config/power"}).output,
-              StartsWith("config/power  config param  float  "));
+  expect({"--json", "tree", "data/line/1/tx", "-v"}, 0,
+         R"({"data/":{"line/":{"1/":{"tx/":{"power":-1.5}}}}})"
+         "\n");
+  expect({"info", "config/power"}, 0,
+         "config/power  config param  float  read,write,subscribe  dBm\n");
+  EXPECT_THAT(run({"info", "config/automationMode"}).output, HasSubstr("managedCLI, "));
 }
 
 TEST_F(lumoractl, watches_until_enough_has_been_seen) {

@@ -16,6 +16,7 @@
 
 #include "api/hysteresis_filtered_value.h"
 #include "base/guards/channel_step.h"
+#include "base/insight/channel_record.h"
 #include "device/interfaces/wss.h"
 #include "helpers/guard_register.h"
 #include "platform/value_tree/value_group.h"
@@ -59,6 +60,16 @@ class base : public std::enable_shared_from_this<base<T>> {
     unsigned power_changes = 0;
   };
   void take_look(const look& now);
+
+  // What this look comes to, for insight: each phase says why it leaves the channel as it is, or
+  // what it did, with the figures that it decided on.
+  void conclude(insight::channel_reason reason) { verdict_.reason = reason; }
+  void note_measurement(float target, float wish, float measured, float power_difference);
+  /// The look broke off.
+  void note_failure(insight::channel_reason reason, std::string text);
+  const insight::channel_verdict& get_verdict() const { return verdict_; }
+  const std::shared_ptr<insight::channel_record>& get_record() const { return record_; }
+
   /// When the reading came that the present look rests on.
   guards::time_point get_power_time() const;
   bool is_reading_known() const { return is_known_; }
@@ -80,6 +91,9 @@ class base : public std::enable_shared_from_this<base<T>> {
 
   /// Writes one step for this difference; device errors pass through.
   virtual void regulate(std::shared_ptr<device::interfaces::wss> wss, float power_difference);
+  /// The switch has refused what this turn wrote: what is remembered of it is as before. The
+  /// reading that it answered stays noted, so that the next try waits for a new one.
+  void take_back_write();
 
   // Failed channel subscriptions in a row.
   virtual void add_subscribe_failure();
@@ -112,8 +126,22 @@ class base : public std::enable_shared_from_this<base<T>> {
     std::optional<float> power;
     std::optional<float> attenuation;
   };
+  /// What a write changes in what is remembered.
+  struct memory {
+    std::optional<float> attenuation;
+    guards::last_step evidence;
+    std::optional<float> parked_at;
+  };
 
   bool is_step_withheld(device::interfaces::wss& wss, float power_difference);
+  void withhold(const helpers::guard_kind& guard, const std::string& text,
+                insight::channel_reason reason);
+  /// A step is made, and the light has not shown it yet.
+  bool is_effect_awaited() const;
+  void note_room(device::interfaces::wss& wss, float standing, float band);
+  insight::channel_reason law_reason(float power_difference, bool large_enough, bool exhausted,
+                                     bool attenuation_updated, bool power_updated) const;
+  insight::channel_reason futile_reason(device::interfaces::wss& wss, float target) const;
   float step_target(device::interfaces::wss& wss, float power_difference);
   float standing_attenuation();
   void remember_difference(float power_difference, unsigned power_updates);
@@ -142,6 +170,11 @@ class base : public std::enable_shared_from_this<base<T>> {
   guards::time_point known_at_{};  ///< when its readings were known last
   const helpers::guard_kind* active_guard_ = nullptr;
   std::optional<float> parked_at_;
+  memory before_turn_;
+
+  insight::channel_verdict verdict_;
+  const std::shared_ptr<insight::channel_record> record_ =
+      std::make_shared<insight::channel_record>();
 };
 
 }  // namespace channel::control

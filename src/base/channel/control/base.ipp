@@ -47,6 +47,7 @@ bool base<T>::is_on_target() {
 template <class T>
 void base<T>::set_on_target(bool on_target) {
   on_target_ = on_target;
+  verdict_.is_on_target = on_target;
 }
 
 template <class T>
@@ -92,6 +93,8 @@ void base<T>::regulate(std::shared_ptr<device::interfaces::wss> wss, float power
   wss->set_attenuation(channel_->get_id(), target);
   last_step_.attenuation = channel_->get_attenuation();
   parked_at_.reset();
+  verdict_.step = target - attenuation;
+  conclude(insight::channel_reason::stepped);
   if (view_) evidence_.made(attenuation, target, *view_);
   channel_->reset_power_updates();
   power_history_.clear();
@@ -166,6 +169,10 @@ bool base<T>::can_regulate(std::shared_ptr<device::interfaces::wss> wss, float p
              history_range(), power_history_.size(), exhausted, attenuation, large_enough,
              std::fabs(power_difference), band, power_updates, attenuation_updated, power_updated,
              power, last_step_.power.value_or(-999.0f));
+  note_room(*wss, standing, band);
+  verdict_.is_settled = !large_enough && !is_effect_awaited();
+  conclude(
+      law_reason(power_difference, large_enough, exhausted, attenuation_updated, power_updated));
   if (possible && is_step_withheld(*wss, power_difference)) return false;
   if (possible || !large_enough) release_guards();
   return possible;
@@ -181,7 +188,7 @@ std::optional<float>& base<T>::default_of_direction() {
   const auto direction = channel_->get_direction();
   if (direction == "rx") return default_attenuation_rx_;
   if (direction == "tx") return default_attenuation_tx_;
-  throw nx_error(-22, fmt::format("Invalid channel direction {}", direction));
+  throw nx_error(nx_error::invalid, fmt::format("Invalid channel direction {}", direction));
 }
 
 template <class T>
@@ -243,4 +250,5 @@ std::string base<T>::get_wss_port_name() {
 
 }  // namespace channel::control
 
+#include "base/channel/control/explained.ipp"
 #include "base/channel/control/guarded.ipp"

@@ -14,6 +14,18 @@ void base<T>::take_look(const look& now) {
   live_.look(now.power_arrivals, now.power_changes, now.view.now);
   evidence_.look(now.view);
   rising_.look(now.lit, now.view);
+  verdict_ = {.at = now.view.now,
+              .lit = now.lit,
+              .attenuation = now.view.attenuation,
+              .age = std::chrono::duration<float>(now.view.now - now.view.power_at).count()};
+  before_turn_ = {last_step_.attenuation, evidence_, parked_at_};
+}
+
+template <class T>
+void base<T>::take_back_write() {
+  last_step_.attenuation = before_turn_.attenuation;
+  evidence_ = before_turn_.evidence;
+  parked_at_ = before_turn_.parked_at;
 }
 
 template <class T>
@@ -54,35 +66,44 @@ void base<T>::release_guards() {
 
 template <class T>
 bool base<T>::is_step_withheld(device::interfaces::wss& wss, float power_difference) {
+  using insight::channel_reason;
   if (!view_) return false;
   if (!is_reading_known()) {
-    withhold(guards::known_reading, "the newest report of monitor or switch is no reading");
+    withhold(guards::known_reading, "the newest report of monitor or switch is no reading",
+             channel_reason::reading_unknown);
     return true;
   }
   if (!is_reading_live()) {
-    withhold(guards::fresh_reading, "no reading of the monitor has changed since its start");
+    withhold(guards::fresh_reading, "no reading of the monitor has changed since its start",
+             channel_reason::monitor_not_live);
     return true;
   }
   switch (evidence_.waits_for(*view_)) {
     case guards::wait_for::switch_to_move:
-      withhold(guards::fresh_reading, "the switch has not shown the last step yet");
+      withhold(guards::fresh_reading, "the switch has not shown the last step yet",
+               channel_reason::switch_not_moved);
       return true;
     case guards::wait_for::new_reading:
-      withhold(guards::fresh_reading, "the reading is from before the switch had moved");
+      withhold(guards::fresh_reading, "the reading is from before the switch had moved",
+               channel_reason::reading_before_move);
       return true;
     case guards::wait_for::effect:
-      withhold(guards::fresh_reading, "the reading does not show the last step");
+      withhold(guards::fresh_reading, "the reading does not show the last step",
+               channel_reason::step_not_in_light);
       return true;
     case guards::wait_for::none:
       break;
   }
   const float left_over = -power_difference + attenuation_change(power_difference);
   if (power_difference < 0 && rising_.may_overtake(*view_, left_over)) {
-    withhold(guards::steady_light, "the light has just come on and still rises");
+    withhold(guards::steady_light, "the light has just come on and still rises",
+             channel_reason::light_rises);
     return true;
   }
-  if (evidence_.is_futile(*view_, step_target(wss, power_difference))) {
-    withhold(guards::end_of_range, "the switch stands where the step would take it");
+  const float target = step_target(wss, power_difference);
+  if (evidence_.is_futile(*view_, target)) {
+    withhold(guards::end_of_range, "the switch stands where the step would take it",
+             futile_reason(wss, target));
     return true;
   }
   return false;

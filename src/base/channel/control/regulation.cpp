@@ -2,15 +2,14 @@
 
 #include <cmath>
 
+#include "models/band.h"
+
 namespace channel::control {
 
 namespace {
-// The line through the Raman tilt of the band at 100 km, dB against nm.
-constexpr float tilt_offset_db = 39.7960090637207f;
-constexpr float tilt_slope_db_per_nm = -0.025756599381566f;
-
-constexpr float slice_ghz = 6.25f;
-constexpr float band_slices = 768.0f;
+constexpr auto tilt_offset_db = static_cast<float>(models::tilt_offset_db);
+constexpr auto tilt_slope_db_per_nm = static_cast<float>(models::tilt_slope_db_per_nm);
+constexpr float band_slices = models::shared_slices;
 
 constexpr float full_scale_attenuation = 15.0f;
 constexpr float large_change = 3.0f;
@@ -22,7 +21,7 @@ float tilt_loss(float wavelength_nm, float fiber_length_km) {
 }
 
 float target_power(float total_power, float width, float tilt) {
-  const float slices = width / slice_ghz;
+  const float slices = width / models::slice_ghz;
   const float share = std::log10(band_slices / slices);
   return total_power - share * 10.0f + tilt;
 }

@@ -24,11 +24,13 @@
 #include "base/manager/loops/client_direction.h"
 #include "base/manager/loops/edfa_calibration.h"
 #include "device/cycle_reads.h"
+#include "device/cycle_writes.h"
 #include "device/interfaces/edfa.h"
 #include "device/interfaces/ocm.h"
 #include "device/interfaces/osc.h"
 #include "device/interfaces/wss.h"
 #include "device/subscriber.h"
+#include "helpers/guard.h"
 #include "platform/value_tree/value_group.h"
 
 class nx_db;
@@ -90,6 +92,8 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   virtual float get_channel_target_power(control_ptr control);
   /// Adds what a cycle of this loop reads of its devices without subscription.
   void declare_reads(std::vector<device::read_wish>& wishes);
+  /// The node's automation mode regulates nothing.
+  void note_idle() { conclude_all(::insight::channel_reason::node_leaves_alone, {}); }
   /// Whether channels of this direction are blocked at the operator's wish.
   virtual bool blocks_channels() const { return true; }
 
@@ -125,6 +129,8 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   /// Each channel's readings and then its management, in ascending frequency and each by itself.
   /// False when one of them failed.
   bool walk_channels(nx_db& db, bool regulate);
+  /// For insight: nothing is looked at, for a reason that holds for all channels.
+  void conclude_all(::insight::channel_reason reason, const std::string& text);
 
   const client_direction& direction_;
   plan_ptr plan_;
@@ -147,6 +153,9 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   std::string calibration_subject() const;
   void block_or_unblock(const control_ptr& control, bool block);
   peak_report measure_peak(const control_ptr& control, bool regulate);
+  /// To insight, with the plan's mutex held.
+  void tell_verdicts();
+  void visit_channel(nx_db& db, const control_ptr& control, bool regulate);
   void create_device_plans();
   void publish_channel(nx_db& db, const control_ptr& control);
   void show_on_leds(unsigned frequency, unsigned port);
@@ -166,6 +175,20 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   template <class Device>
   void remove_from_device(Device& device, const char* message, unsigned frequency);
 
+  /// What one channel's turn left to be looked at when the walk is over.
+  struct turn {
+    control_ptr control;
+    std::size_t first_write = 0;
+    std::size_t end_of_writes = 0;
+    bool has_stepped = false;
+    bool reads_back = false;  ///< the attenuation, once the switch has taken what was written
+  };
+  void finish_turns(const device::cycle_writes& writes, helpers::walk_guard& walk);
+  void refresh_attenuations();
+  void read_back(const control_ptr& control);
+  /// A step has been taken by the switch: the loop asks for the next turn as well.
+  void note_step();
+
   /// How far the add of a channel came that broke off after the channel was in the plan.
   struct broken_add {
     bool published = false;
@@ -182,6 +205,8 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   bool has_calibrated_ = false;
   bool knows_power_limit_ = false;
   guards::blind_monitor blind_monitor_;
+  std::vector<turn> turns_;  // of the walk that is on: those that wrote
+  turn* turn_ = nullptr;     // null outside of a walk
   // Of the last walk: a channel was told to be lit, a power had changed since its subscription.
   bool any_lit_ = false;
   bool any_changed_ = false;

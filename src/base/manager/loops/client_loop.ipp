@@ -8,6 +8,7 @@
 
 #include "api/config_param.h"
 #include "api/hysteresis_filtered_value.h"
+#include "base/insight/channel_board.h"
 #include "base/manager/leds.h"
 #include "base/manager/loops/client_loop.h"
 #include "base/manager/remote/api.h"
@@ -15,6 +16,7 @@
 #include "helpers/guard.h"
 #include "helpers/logger.h"
 #include "helpers/waiting.h"
+#include "models/band.h"
 #include "platform/wire/nx_error.h"
 
 namespace manager::loops {
@@ -103,7 +105,10 @@ void client_loop<T>::init(nx_db& db) {
     walk.throw_if_all_failed(channels);
     update_edfa_calibration();
   };
-  helpers::logged_and_thrown(bring_up, [this] { operational = false; });
+  helpers::logged_and_thrown(bring_up, [this] {
+    operational = false;
+    conclude_all(::insight::channel_reason::loop_down, helpers::current_exception_text());
+  });
   LUMORA_LOG(2, fmt::runtime(direction_.operational));
 }
 
@@ -133,16 +138,96 @@ void client_loop<T>::update_channel(control_ptr control) {
 template <class T>
 bool client_loop<T>::walk_channels(nx_db& db, bool regulate) {
   helpers::walk_guard walk;
+  device::cycle_writes writes;
   blind_monitor_.look(any_lit_, any_changed_, edfa_is_lit_,
                       helpers::waiting::instance().steady_now());
   any_lit_ = any_changed_ = false;
-  for_each_ready_channel([&](const control_ptr& control) {
-    walk.run([&] {
-      update_channel(control);
-      manage_channel(db, control, regulate);
+  {
+    const device::cycle_writes::scope scope(writes);
+    for_each_ready_channel([&](const control_ptr& control) {
+      turn now{.control = control, .first_write = writes.sent()};
+      turn_ = &now;
+      walk.run([&] { visit_channel(db, control, regulate); });
+      turn_ = nullptr;
+      now.end_of_writes = writes.sent();
+      if (now.end_of_writes > now.first_write || now.has_stepped || now.reads_back)
+        turns_.push_back(now);
     });
-  });
+  }
+  writes.wait();
+  finish_turns(writes, walk);
+  tell_verdicts();
   return walk.failures() == 0;
+}
+
+template <class T>
+void client_loop<T>::visit_channel(nx_db& db, const control_ptr& control, bool regulate) {
+  try {
+    update_channel(control);
+    manage_channel(db, control, regulate);
+  } catch (...) {
+    control->note_failure(::insight::channel_reason::device_failed,
+                          helpers::current_exception_text());
+    throw;
+  }
+}
+
+template <class T>
+void client_loop<T>::tell_verdicts() {
+  for_each_ready_channel([&](const control_ptr& control) {
+    plan_->get_board()->look(*control->get_record(), control->get_verdict());
+  });
+  plan_->get_board()->finish();
+}
+
+template <class T>
+void client_loop<T>::finish_turns(const device::cycle_writes& writes, helpers::walk_guard& walk) {
+  refresh_attenuations();
+  for (const auto& done : std::exchange(turns_, {})) {
+    const auto channel = done.control->get_channel();
+    const log_subject subject(direction_.word, channel->get_id());
+    walk.run([&] {
+      try {
+        writes.throw_failure(done.first_write, done.end_of_writes);
+      } catch (...) {
+        done.control->take_back_write();
+        done.control->note_failure(::insight::channel_reason::device_failed,
+                                   helpers::current_exception_text());
+        throw;
+      }
+      if (done.has_stepped) note_step();
+      if (done.reads_back) channel->set_attenuation(wss_->get_attenuation(channel->get_id()));
+    });
+  }
+}
+
+template <class T>
+void client_loop<T>::conclude_all(::insight::channel_reason reason, const std::string& text) {
+  const std::lock_guard lock(plan_->get_mutex());
+  for_each_ready_channel([&](const control_ptr& control) { control->note_failure(reason, text); });
+  tell_verdicts();
+}
+
+template <class T>
+void client_loop<T>::refresh_attenuations() {
+  auto* reads = device::cycle_reads::current();
+  if (!reads) return;
+  std::vector<device::read_wish> wishes;
+  for (const auto& done : turns_) {
+    if (done.reads_back)
+      wss_->declare_channel_reads(done.control->get_channel()->get_id(), false, wishes);
+  }
+  reads->complete(wishes);
+}
+
+template <class T>
+void client_loop<T>::read_back(const control_ptr& control) {
+  if (turn_) {
+    turn_->reads_back = true;
+    return;
+  }
+  const auto channel = control->get_channel();
+  channel->set_attenuation(wss_->get_attenuation(channel->get_id()));
 }
 
 template <class T>
@@ -158,8 +243,10 @@ void client_loop<T>::manage_channel_closed_loop(nx_db& db, const control_ptr& co
   LUMORA_LOG(0, "Attenuation: {}", channel->get_attenuation());
   if (admin_down || blocked) {
     if (admin_down != blocked) block_or_unblock(control, admin_down);
+    control->conclude(admin_down ? ::insight::channel_reason::blocked
+                                 : ::insight::channel_reason::unblocked);
     channel->reset_power_updates();
-    channel->set_attenuation(wss_->get_attenuation(id));
+    read_back(control);
   } else if (channel->get_peak()) {
     manage_channel_peak(control, regulate);
   } else {
@@ -199,6 +286,8 @@ template <class T>
 bool client_loop<T>::is_parking_withheld(const control_ptr& control) {
   const auto parking = control->get_parking_attenuation(*wss_);
   if (!parking) {
+    if (!control->get_channel()->get_peak())
+      control->conclude(::insight::channel_reason::parking_beyond_range);
     control->withhold(guards::parking_range,
                       fmt::format("the default attenuation {} is lighter than the switch can be",
                                   control->get_default_attenuation()));
@@ -226,22 +315,25 @@ bool client_loop<T>::park_channel(const control_ptr& control, int log_level) {
   LUMORA_LOG(log_level, fmt::runtime(direction_.setting_default), id);
   wss_->set_attenuation(id, target);
   control->note_parking(target);
-  channel->set_attenuation(wss_->get_attenuation(id));
+  read_back(control);
   return true;
 }
 
 template <class T>
 void client_loop<T>::reset_channel_attenuation(control_ptr control) {
   if (control->is_darkness_doubtful()) {
+    control->conclude(::insight::channel_reason::doubtful_darkness);
     control->withhold(guards::known_reading,
                       "the newest report of monitor or switch is no reading");
     return;
   }
   if (blind_monitor_.may_be_blind(helpers::waiting::instance().steady_now())) {
+    control->conclude(::insight::channel_reason::blind_monitor);
     control->withhold(guards::fresh_reading,
                       "the amplifier sees light, and the monitor has not measured yet");
     return;
   }
+  control->conclude(::insight::channel_reason::no_light);
   if (!park_channel(control, 2)) return;
   control->get_channel()->reset_power_updates();
   control->reset_last_step();
@@ -262,9 +354,8 @@ bool client_loop<T>::clean_subscriptions() {
 
 template <class T>
 float client_loop<T>::get_channel_target_power(control_ptr control) {
-  constexpr float slice_ghz = 6.25f;
-  constexpr float band_slices = 768.0f;
-  const float share = control->get_channel()->get_width() / slice_ghz / band_slices;
+  constexpr float band_slices = models::shared_slices;
+  const float share = control->get_channel()->get_width() / models::slice_ghz / band_slices;
   return edfa_->get_power_limit() + 10.0f * std::log10(share);
 }
 
@@ -273,12 +364,12 @@ void client_loop<T>::set_wanted_power_offset(unsigned channel, float wanted_powe
   constexpr float lowest = -2.0f;
   constexpr float highest = 12.0f;
   if (wanted_power < lowest || wanted_power > highest) {
-    throw nx_error(-22, fmt::format("Wanted power {} is out of range [{}, {}].", wanted_power,
-                                    lowest, highest));
+    throw nx_error(nx_error::invalid, fmt::format("Wanted power {} is out of range [{}, {}].",
+                                                  wanted_power, lowest, highest));
   }
   const auto control = plan_->get_channel(channel);
   if (!control || !(*control)->get_channel()->is_api_ready()) {
-    throw nx_error(-22, fmt::format("Channel {} not found.", channel));
+    throw nx_error(nx_error::invalid, fmt::format("Channel {} not found.", channel));
   }
   (*control)->get_channel()->set_wanted_power_offset(wanted_power -
                                                      get_channel_target_power(*control));
@@ -295,7 +386,11 @@ void client_loop<T>::setup_api(nx_db& db) {
 
 template <class T>
 void client_loop<T>::setup_channel_api(nx_db& db, control_ptr control) {
-  control->setup_channel_api(db, control->get_channel()->get_value_group());
+  const auto channel = control->get_channel();
+  control->setup_channel_api(db, channel->get_value_group());
+  const auto record = control->get_record();
+  record->setup_api(db, channel->get_id(), channel->get_center_frequency(), direction_.word);
+  plan_->get_board()->enter(record);
 }
 
 template <class T>

@@ -31,6 +31,8 @@ typename client_loop<T>::peak_report client_loop<T>::measure_peak(const control_
       control->get_target_power(fiber_length_, edfa_power_limit_) - saturation + offset;
   const float power = channel->get_ocm_power();
   const float calibration = edfa_calibration_.get();
+  const float power_difference = (power + calibration) - target;
+  control->note_measurement(target, target + saturation, power + calibration, power_difference);
   return {.id = channel->get_id(),
           .regulate = regulate,
           .fiber_length = fiber_length_,
@@ -38,7 +40,7 @@ typename client_loop<T>::peak_report client_loop<T>::measure_peak(const control_
           .edfa_calibration = calibration,
           .channel_power = power,
           .channel_target_power = target,
-          .power_difference = (power + calibration) - target,
+          .power_difference = power_difference,
           .possible = false};
 }
 
@@ -52,17 +54,29 @@ void client_loop<T>::regulate_channel_peak(const control_ptr& control, bool regu
   log_peak(report);
   if (regulate && report.possible) {
     control->regulate(wss_, report.power_difference);
-    last_regulation_ = helpers::waiting::instance().system_now();
+    if (turn_) {
+      turn_->has_stepped = true;
+    } else {
+      note_step();
+    }
   } else {
     LUMORA_LOG(0, "Channel {} regulation not possible.", report.id);
+    if (report.possible || control->is_calming_down()) peak_regulated = true;
   }
-  if (report.possible || control->is_calming_down()) peak_regulated = true;
+}
+
+template <class T>
+void client_loop<T>::note_step() {
+  last_regulation_ = helpers::waiting::instance().system_now();
+  peak_regulated = true;
 }
 
 template <class T>
 bool client_loop<T>::is_opening_withheld(const control_ptr& control, float power_difference) {
   if (power_difference >= 0 || !saturation_.forbids_opening(control->get_power_time()))
     return false;
+  control->conclude(saturation_.is_saturated() ? ::insight::channel_reason::amplifier_saturated
+                                               : ::insight::channel_reason::reading_of_saturation);
   control->withhold(guards::unsaturated_amplifier,
                     saturation_.is_saturated()
                         ? "the amplifier gives more than 1 dB less than its gain"

@@ -24,10 +24,13 @@ void client_loop<T>::setup_channel_plan(nx_db& db) {
   } else {
     create_device_plans();
   }
+  std::set<unsigned> frequencies;
   for (const auto& [frequency, control] : *plan_->get_channels()) {
     publish_channel(db, control);
     show_on_leds(frequency, control->get_channel()->get_wss_port());
+    frequencies.insert(frequency);
   }
+  plan_->get_board()->keep(frequencies);
   plan_is_set_up_ = true;
 }
 
@@ -79,25 +82,26 @@ void client_loop<T>::require_fit(unsigned frequency, unsigned width) const {
                             other->get_raw_width())) {
       continue;
     }
-    throw nx_error(-22, fmt::format(fmt::runtime(direction_.does_not_fit), frequency, width,
-                                    other->get_center_frequency(), other->get_raw_width()));
+    throw nx_error(nx_error::invalid,
+                   fmt::format(fmt::runtime(direction_.does_not_fit), frequency, width,
+                               other->get_center_frequency(), other->get_raw_width()));
   }
 }
 
 template <class T>
 void client_loop<T>::require_loaded_plan() const {
-  if (!plan_is_loaded_) throw nx_error(-5, "Channel plan is not loaded.");
+  if (!plan_is_loaded_) throw nx_error(nx_error::io_failed, "Channel plan is not loaded.");
 }
 
 template <class T>
 void client_loop<T>::require_width(unsigned width, unsigned band_slices) {
   // Arrives as a signed number of a request: what is not positive there is no width.
   if (const auto signed_width = static_cast<int>(width); signed_width <= 0) {
-    throw nx_error(-22,
+    throw nx_error(nx_error::invalid,
                    fmt::format("Invalid width {}, expected 1 or more (100 * ghz)", signed_width));
   }
   if (const auto widest = ::channel::band_width(band_slices); width > widest) {
-    throw nx_error(-22,
+    throw nx_error(nx_error::invalid,
                    fmt::format("Invalid width {}, expected {} or less (100 * ghz)", width, widest));
   }
 }
@@ -149,7 +153,10 @@ void client_loop<T>::finish_adding(nx_db& db, unsigned frequency) {
   const auto control = plan_->get_channels()->at(frequency);
   const auto channel = control->get_channel();
   auto& progress = broken_adds_.at(frequency);
-  if (!progress.published) publish_channel(db, control);
+  if (!progress.published) {
+    publish_channel(db, control);
+    plan_->get_board()->added(frequency);
+  }
   progress.published = true;
   plan_->save();
   helpers::guarded([&] {
@@ -177,6 +184,7 @@ void client_loop<T>::remove_channel(unsigned frequency) {
     remove_from_device(*wss_, "Removing channel {} from WSS device.", frequency);
     remove_from_device(*ocm_, "Removing channel {} from OCM device.", frequency);
     plan_->remove_channel(frequency);
+    plan_->get_board()->remove(frequency);
     broken_adds_.erase(frequency);
     plan_->save();
     (leds_.get()->*direction_.remove_led_channel)(frequency);

@@ -7,6 +7,7 @@
 #include "base/guards/line_span.h"
 #include "base/manager/loops/line.h"
 #include "helpers/logger.h"
+#include "helpers/waiting.h"
 #include "platform/wire/nx_error.h"
 
 namespace manager::loops {
@@ -59,8 +60,10 @@ std::optional<float> line<T>::calculate_lms_error() {
   const std::lock_guard lock(channels_->get_mutex());
   if (!read_remote_powers()) {
     LUMORA_LOG(1, "Remote power values unchanged, skipping regulation");
+    judge_nothing_new();
     return std::nullopt;
   }
+  powers_changed_ = helpers::waiting::instance().steady_now();
   lms_sum sum;
   lms_sum fresh;
   for (const auto& [frequency, control] : *channels_->get_channels()) {
@@ -82,6 +85,7 @@ std::optional<float> line<T>::calculate_lms_error() {
   }
   const float gradient = sum.mean_gradient();
   fresh_gradient_ = fresh.mean_gradient();
+  active_ = sum.active();
   if (lms_error_value_) lms_error_value_->update(sum.squares());
   lms_gradient_ = gradient;
   LUMORA_LOG(1, "calculate_lms_error(): lms error: {} lms d sum: {}", sum.squares(), gradient);
@@ -137,6 +141,7 @@ bool line<T>::lms_calmdown(float error) {
   const float delta = spread(error_history_);
   const float threshold = steadiness_threshold(active_width());
   if (!(delta > threshold) && error_history_.size() >= error_history_size_) return true;
+  judge_unsteady(delta, threshold);
   LUMORA_LOG(2,
              "Waiting for error to stabilize, current {}, error min/max delta: {}, count {}/{}, "
              "threshold {}",

@@ -5,6 +5,8 @@
 #include <numeric>
 #include <utility>
 
+#include "models/band.h"
+
 namespace manager::loops {
 
 namespace {
@@ -14,8 +16,8 @@ constexpr float shortest_length_km = 1.0f;
 // Fibre loses less at 1550 nm than at 1510 nm: 0.22 against 0.23 dB/km.
 constexpr double signal_share_of_osc_loss = 0.956521739130435;
 
-constexpr float slice_ghz = 6.25f;
-constexpr float band_slices = 768.0f;
+using models::slice_ghz;
+constexpr float band_slices = models::shared_slices;
 
 constexpr float embedded_reference = 5.0f;  // dBm, and the highest target
 

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "base/guards/line_span.h"
+#include "base/insight/event_log.h"
 #include "base/manager/leds.h"
 #include "base/manager/loops/line_arithmetic.h"
 #include "base/manager/loops/line_loop.h"
@@ -20,7 +21,7 @@ using namespace std::chrono_literals;
 
 /// After a coldstart the devices need a moment before their readings can be trusted.
 constexpr auto coldstart_pause = 5s;
-constexpr std::chrono::nanoseconds spanloss_pause = 25s - 1ns;
+constexpr auto spanloss_pause = 25s;
 constexpr std::size_t spanloss_history_size = 5;
 /// So long a coldstart waits for a VOA that does not take its setting; the node then goes on, and
 /// the setting is made up for.
@@ -62,12 +63,15 @@ void line_loop::init(nx_db&, bool embedded_ila) {
 }
 
 void line_loop::run(nx_db& db, bool regulate, bool coldstart) {
+  begin_verdict();
   try {
     run_cycle(db, regulate, coldstart);
   } catch (...) {
     operational_ = false;
+    judge(line_reason::failed, {}, helpers::current_exception_text());
     helpers::log_current_exception();
   }
+  publish_verdict();
 }
 
 // Each alarm and the work on the fibre fail on their own: the others have their cycle. The first
@@ -85,6 +89,7 @@ void line_loop::run_cycle(nx_db& db, bool regulate, bool coldstart) {
   bool is_ready = true;
   alone([&] {
     is_ready = is_voa_ready();
+    if (!is_ready) judge(line_reason::voa_away);
     if (is_ready) act_on_fibre(db, is_osc_up(), regulate, coldstart);
   });
   if (!is_ready) return;
@@ -98,6 +103,7 @@ void line_loop::run_cycle(nx_db& db, bool regulate, bool coldstart) {
 void line_loop::look_at_peer() {
   if (peer_.look()) {
     peer_up_since_ = steady_now();
+    powers_changed_.reset();
     begin_with_new_peer();
   } else if (!peer_.is_up()) {
     peer_up_since_.reset();
@@ -107,6 +113,7 @@ void line_loop::look_at_peer() {
 // Nothing that was gathered over an earlier connection is mixed with what comes over this one. What
 // was set by it stands, so that a peer that restarts moves nothing.
 void line_loop::begin_with_new_peer() {
+  note_incident();
   forget_measurements();
   last_remote_powers_.clear();
   saturation_steps_.reset();
@@ -117,7 +124,9 @@ void line_loop::begin_with_new_peer() {
 
 void line_loop::act_on_fibre(nx_db& db, bool osc_up, bool regulate, bool coldstart) {
   if (!osc_up) link_down_ = steady_now();
-  if (coldstart && !coldstart_done_ && !open_after_coldstart()) return;
+  if (coldstart && !coldstart_done_ && !open_after_coldstart()) {
+    return judge(line_reason::system_started);
+  }
   if (preamp_->has_los() && !osc_up) return close_lost_fibre();
   if (!preamp_->is_enabled() || !booster_->is_enabled()) return enable_amplifiers();
   show_light_that_was_on();
@@ -158,16 +167,19 @@ bool line_loop::open_after_coldstart() {
 }
 
 void line_loop::close_lost_fibre() {
+  judge(line_reason::no_light);
   if (line_connection_ == false) return continue_opening(false);
   LUMORA_LOG(2, "Preamp LOS and OSC Link down! Coldstarting fiber.");
   preamp_->disable();
   set_voa_default_attenuation();
   set_booster_enabled(false);
   line_connection_ = false;
+  ::insight::event_log::instance().tell(::insight::event_kind::cut, guard_subject);
   begin_with_new_fibre();
 }
 
 void line_loop::enable_amplifiers() {
+  judge(line_reason::amplifiers_go_on);
   LUMORA_LOG(2, "Enabling preamp.");
   preamp_->enable();
   LUMORA_LOG(2, "Enabling booster.");
@@ -178,7 +190,7 @@ void line_loop::enable_amplifiers() {
 void line_loop::work_on_open_fibre(nx_db& db, bool osc_up, bool regulate) {
   if (!osc_up) {
     LUMORA_LOG(1, "Unable to regulate, OSC link not up?");
-    return;
+    return judge(line_reason::link_down);
   }
   if (line_connection_ == false) reopen_fibre();
   line_connection_ = true;
@@ -189,6 +201,7 @@ void line_loop::work_on_open_fibre(nx_db& db, bool osc_up, bool regulate) {
 
 void line_loop::reopen_fibre() {
   LUMORA_LOG(2, "Line connection is back up.");
+  ::insight::event_log::instance().tell(::insight::event_kind::mended, guard_subject);
   forget_measurements();
   set_voa_default_attenuation();
   begin_with_new_fibre();
@@ -220,7 +233,11 @@ void line_loop::set_booster_enabled(bool enabled) {
 void line_loop::trigger_initial_tdcm_setting() {}
 
 void line_loop::regulate(nx_db& db, bool regulate) {
-  if (!remote_->is_known()) return;
+  if (!remote_->is_known()) {
+    return peer_.is_up() ? judge(line_reason::product_not_known, {}, remote_->last_product())
+                         : judge(line_reason::nobody_answers);
+  }
+  if (!peer_.is_up()) judge(line_reason::peer_is_lost, {}, remote_->last_product());
   if (remote_->is_embedded_ila() && embedded_ila_) {
     manage_embedded_ila_line(db, regulate);
   } else {
@@ -239,6 +256,7 @@ void line_loop::reset_spanloss_history() {
 
 // What the peer told of the spans so far is not of the fibre as it is now.
 void line_loop::begin_with_new_fibre() {
+  note_incident();
   reset_spanloss_history();
   spans_since_ = steady_now();
 }
@@ -250,7 +268,7 @@ void line_loop::update_spanlosses() {
     last_spanloss_update_ = now();
     return;
   }
-  if (now() - *last_spanloss_update_ <= spanloss_pause) return;
+  if (now() - *last_spanloss_update_ < spanloss_pause) return;
   const auto far = [this](operation what) {
     const auto power = peer_.value(what);
     return power ? guards::lit_power(*power) : std::nullopt;

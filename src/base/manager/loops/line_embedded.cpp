@@ -22,7 +22,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::chrono::nanoseconds check_pause = 5s - 1ns;
+constexpr auto check_pause = 5s;
 constexpr unsigned wanted_samples = 5;
 constexpr float lowest_plausible_loss = -1.0f;
 constexpr float steady_deviation = 0.2f;
@@ -50,18 +50,22 @@ void line_loop::manage_embedded_ila_line(nx_db&, bool regulate) {
   operational_ = true;
   if (!regulate) {
     LUMORA_LOG(0, "Line regulation is disabled");
-    return;
+    return;  // its looks at the spans are seconds apart: the last finding stands
   }
   if (!osc_->is_operational() || !is_spanloss_check_due()) return;
   take_back_unanswered_settings();
   if (!peer_.is_up() || !take_spanloss_samples()) return;
   read_spanloss_section();
   spanloss_samples_ = std::min(spanloss_samples_ + 1, wanted_samples);
-  if (spanloss_samples_ < wanted_samples) return;
+  if (spanloss_samples_ < wanted_samples) {
+    return judge(line_reason::few_spans,
+                 {static_cast<float>(spanloss_samples_), static_cast<float>(wanted_samples)});
+  }
   const auto tx = section_is_oms_ ? view_of_span(remote_spanloss_oms_rx_, "oms_tx", used_tx_span_)
                                   : view_of_span(remote_spanloss_ots_rx_, "ots_tx", used_tx_span_);
   const auto rx = section_is_oms_ ? view_of_span(remote_spanloss_oms_tx_, "oms_rx", used_rx_span_)
                                   : view_of_span(remote_spanloss_ots_tx_, "ots_rx", used_rx_span_);
+  judge(line_reason::spans_fit, {tx.loss, rx.loss});
   if (tx.calls_for_setting() && voa_) set_voa_from_span(tx.loss);
   if (rx.calls_for_setting()) set_preamp_from_span(rx.loss);
   last_spanloss_check_ = now();
@@ -72,7 +76,7 @@ bool line_loop::is_spanloss_check_due() {
     last_spanloss_check_ = now();
     return false;
   }
-  return now() - *last_spanloss_check_ > check_pause;
+  return now() - *last_spanloss_check_ >= check_pause;
 }
 
 /// One row a span of the peer: what it is, the node that shows it under the peer's name, and the
@@ -115,16 +119,19 @@ bool line_loop::take_spanloss_samples() {
                    [this](const remote_span& span) { return (remote_.get()->*span.read)(); });
   } catch (const nx_error&) {
     begin_guard(guards::line_known, "the peer does not tell its spans");
+    judge(line_reason::spans_not_known);
     return false;
   }
   if (std::any_of(losses.begin(), losses.end(),
                   [](float loss) { return loss < lowest_plausible_loss; })) {
     reset_spanloss_history();
+    judge(line_reason::spans_not_known);
     LUMORA_LOG(2, "Failed to read spanloss values, skipping regulation");
     return false;
   }
   if (!are_spans_known()) {
     begin_guard(guards::line_known, "the spans at the peer are not known");
+    judge(line_reason::spans_not_known);
     return false;
   }
   end_guard(guards::line_known);
@@ -166,22 +173,31 @@ void line_loop::take_back_unanswered_settings() {
   if (!gain_watch_.has_answered()) used_rx_span_.reset();
 }
 
+void line_loop::withhold_setting(const std::string& reason) {
+  withhold(guards::line_known, reason);
+  judge(line_reason::span_withheld, {}, reason);
+}
+
 void line_loop::set_voa_from_span(float tx_span) {
   const auto remote_minimum_gain = peer_.value(operation::get_preamp_default_gain);
   if (!remote_minimum_gain) {
-    return withhold(guards::line_known, "the gain at the peer is not known");
+    return withhold_setting("the gain at the peer is not known");
   }
   embedded_.remote_minimum_gain = *remote_minimum_gain;
   embedded_.target_output_power = embedded_target_power(tx_span, embedded_.remote_minimum_gain);
   embedded_.attenuation = std::max(
       calculate_voa_attenuation(embedded_.target_output_power, embedded_bandwidth_ghz), 0.0f);
   if (!guards::is_within(embedded_.attenuation, 0.0f, voa_->get_max_attenuation())) {
-    return withhold(guards::line_known,
-                    fmt::format("a span of {} dB asks for {} dB", tx_span, embedded_.attenuation));
+    return withhold_setting(
+        fmt::format("a span of {} dB asks for {} dB", tx_span, embedded_.attenuation));
   }
-  if (is_waiting(voa_watch_, embedded_.attenuation)) return;
+  const float present = read_voa();
+  if (is_waiting(voa_watch_, embedded_.attenuation)) {
+    return judge(line_reason::not_answered, {embedded_.attenuation, present});
+  }
   embedded_.used_tx_span = tx_span;
-  write_voa(read_voa(), embedded_.attenuation);
+  judge(line_reason::moved, {present, embedded_.attenuation});
+  write_voa(present, embedded_.attenuation);
   used_tx_span_ = tx_span;
   end_opening();
   print_data_to_log(true);

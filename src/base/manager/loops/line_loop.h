@@ -20,15 +20,19 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "api/hysteresis_filtered_value.h"
+#include "api/lazy_value.h"
 #include "api/status_value.h"
 #include "base/guards/line_attenuator.h"
 #include "base/guards/line_saturation.h"
+#include "base/insight/actuator_record.h"
+#include "base/insight/line_verdict.h"
 #include "base/manager/loops/line_peer.h"
 #include "device/cycle_reads.h"
 #include "device/interfaces/edfa.h"
@@ -101,6 +105,22 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   /// Creates "alarms/line/NAME/severity" at its first use.
   virtual void update_alarm(nx_db& db, const std::string& name, bool active);
 
+  /// The loop is down and had no cycle; `failure` is what took it down.
+  void note_down(const std::string& failure);
+  /// What the VOA shows, from the cycle's snapshot.
+  void note_attenuation(float attenuation);
+  /// Sends what has changed below "insight/line" to who watches; at the end of a cycle.
+  void refresh_insight();
+
+  // What the last cycle has made of the line; without waiting for one that is under way.
+  ::insight::line_verdict get_verdict() const;
+  ::insight::actuator_record get_voa_record() const;
+  std::string get_state();
+  std::string get_why();
+  float get_headroom_up();    ///< how much the VOA can still open
+  float get_headroom_down();  ///< how much it can still close
+  unsigned get_steps_last_hour();
+
   // Getters of the published values.
   float get_lms_step_size();
   float get_preamp_gain();
@@ -148,6 +168,13 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
 
   static constexpr const char* guard_subject = "line";
 
+  using line_reason = ::insight::line_reason;
+  /// The present cycle's verdict so far; the last one of a cycle counts.
+  void judge(line_reason reason, std::array<float, 3> figures = {}, std::string word = {});
+  /// The regulator has nothing to work on, or errors that do not agree yet.
+  void judge_nothing_new();
+  void judge_unsteady(float spread, float threshold);
+
   void reset_spanloss_history();
   /// When the newest of this node's channels changed at the peer; empty before the first change on
   /// the present connection.
@@ -156,7 +183,7 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   bool is_fresh(const line_peer::reading& power) const;
   /// The measured loss of the fibre that comes in; empty while one of its two powers is not known.
   std::optional<float> known_rx_span();
-  static void withhold(const helpers::guard_kind& guard, const std::string& reason);
+  void withhold(const helpers::guard_kind& guard, const std::string& reason);
   static void begin_guard(const helpers::guard_kind& guard, const std::string& reason);
   static void end_guard(const helpers::guard_kind& guard);
 
@@ -171,7 +198,9 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   std::size_t error_history_size_ = 5;
   std::map<unsigned, remote_channel_state> channel_states_;
   std::vector<std::optional<float>> last_remote_powers_;  ///< dBm; empty for what is not known
-  float fresh_gradient_ = 0;  ///< of the channels whose reading is fresh
+  float fresh_gradient_ = 0;                    ///< of the channels whose reading is fresh
+  std::optional<steady_point> powers_changed_;  ///< at the peer, as the regulator saw it last
+  unsigned active_ = 0;                         ///< channels that counted then
   line_peer peer_;
   guards::attenuator_watch gain_watch_;  ///< of the preamp's gain, which is a setting like another
 
@@ -242,6 +271,9 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
     std::optional<float> total;
   };
 
+  void begin_verdict();
+  void publish_verdict();
+  float known_attenuation() const;
   void run_cycle(nx_db& db, bool regulate, bool coldstart);
   void look_at_peer();
   void begin_with_new_peer();
@@ -267,12 +299,18 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   void end_opening();
   float read_voa();
   void write_voa(float present, float attenuation);
+  void note_step(float change);
+  void note_incident();
   void forget_measurements();
 
   remote_saturation read_remote_saturation();
   std::optional<adjustment> wanted_adjustment();
   std::optional<float> lms_adjustment();
-  void wait_for_attenuator(const guards::attenuator_watch::decision& decision, float current);
+  void judge_at_rest(float change);
+  void judge_without_turn(const adjustment& wanted);
+  void judge_exhausted(float current, float change);
+  void wait_for_attenuator(const guards::attenuator_watch::decision& decision, float current,
+                           float change);
   void step_voa(float current, float minimum, float maximum, const adjustment& wanted);
   bool may_step(const adjustment& wanted);
   bool is_saturation_fresh(float saturation);
@@ -284,12 +322,25 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
                          const std::optional<float>& used) const;
   bool are_spans_known() const;
   void take_back_unanswered_settings();
+  void withhold_setting(const std::string& reason);
   void set_voa_from_span(float tx_span);
   void set_preamp_from_span(float rx_span);
   void print_data_to_log(bool attenuation);
 
   float voa_attenuation();
   float voa_insertion_loss();
+
+  /// What readers of "insight/line" get.
+  struct insight_record {
+    ::insight::line_verdict verdict;
+    std::optional<float> attenuation;  ///< of the VOA, as it showed itself last
+    ::insight::actuator_record voa;
+  };
+
+  ::insight::line_verdict verdict_;  // of the cycle that is under way
+  mutable std::mutex told_mutex_;    // a leaf in the order of locks; guards told_
+  insight_record told_;
+  std::vector<std::shared_ptr<nx::api::lazy_node>> insight_values_;
 
   guards::attenuator_watch voa_watch_;
   guards::saturation_steps saturation_steps_;

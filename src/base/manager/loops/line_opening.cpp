@@ -126,12 +126,14 @@ float line_loop::read_voa() {
     throw nx_error(-22, ::device::refusal_text(kind, attenuation));
   }
   voa_watch_.look(attenuation);
+  note_attenuation(attenuation);
   return attenuation;
 }
 
 void line_loop::write_voa(float present, float attenuation) {
   voa_->set_attenuation(attenuation);
   voa_watch_.wrote(present, attenuation, now());
+  note_step(attenuation - present);
   forget_measurements();
 }
 

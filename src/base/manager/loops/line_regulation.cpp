@@ -34,9 +34,21 @@ void line_loop::manage_line(nx_db&, bool regulate) {
   const auto wanted = wanted_adjustment();
   if (!regulate) {
     LUMORA_LOG(0, "Line regulation is disabled");
+    if (wanted) judge_without_turn(*wanted);
     return;
   }
   if (wanted) step_voa(current, minimum, maximum, *wanted);
+}
+
+void line_loop::judge_at_rest(float change) {
+  if (active_ == 0) return judge(line_reason::nothing_counts);
+  constexpr float error_of_gradient = 0.5f;  // the gradient is twice the error
+  judge(line_reason::within_rest, {lms_gradient_ * error_of_gradient, get_wanted_power(), change});
+}
+
+void line_loop::judge_without_turn(const adjustment& wanted) {
+  if (is_at_rest(wanted.change)) return judge_at_rest(wanted.change);
+  judge(line_reason::others_turn, {wanted.change});
 }
 
 std::optional<line_loop::adjustment> line_loop::wanted_adjustment() {
@@ -54,6 +66,7 @@ std::optional<line_loop::adjustment> line_loop::wanted_adjustment() {
     return adjustment{.change = *change, .saturation_is_lost = saturation.is_lost};
   } catch (...) {
     LUMORA_LOG(1, "Failed to calculate LMS error");
+    judge(line_reason::calibration_not_known);
     return std::nullopt;
   }
 }
@@ -87,20 +100,25 @@ bool line_loop::is_saturation_fresh(float saturation) {
   const auto reading = peer_.known(operation::get_edfa_tx_saturation);
   std::optional<steady_point> changed;
   if (reading && reading->changes > 0) changed = reading->arrived;
+  using enum guards::saturation_verdict;
   const auto verdict = saturation_steps_.judge({.saturation = saturation,
                                                 .saturation_changed = changed,
                                                 .channels_changed = newest_channel_change(),
                                                 .last_write = voa_watch_.last_write(),
                                                 .now = now});
-  if (verdict == guards::saturation_verdict::step) return true;
+  if (verdict == step) return true;
   LUMORA_LOG(0, "Remote preamp is saturated by {}, waiting for its answer", saturation);
   // A healthy peer answers within a second or two.
   if (!saturation_withheld_since_) saturation_withheld_since_ = now;
-  if (now - *saturation_withheld_since_ > usual_answer) {
+  if (now - *saturation_withheld_since_ <= usual_answer) {
+    judge(line_reason::saturation_waits, {saturation});
+  } else if (verdict == unmoved) {
+    judge(line_reason::saturation_unmoved, {saturation});
     withhold(guards::line_fresh,
-             verdict == guards::saturation_verdict::unmoved
-                 ? fmt::format("the far saturation of {} dB answers no step", saturation)
-                 : fmt::format("no news of the far saturation of {} dB", saturation));
+             fmt::format("the far saturation of {} dB answers no step", saturation));
+  } else {
+    judge(line_reason::saturation_is_old, {saturation});
+    withhold(guards::line_fresh, fmt::format("no news of the far saturation of {} dB", saturation));
   }
   return false;
 }
@@ -108,12 +126,14 @@ bool line_loop::is_saturation_fresh(float saturation) {
 bool line_loop::may_step(const adjustment& wanted) {
   if (!peer_.is_up()) {
     withhold(guards::line_fresh, "the peer is not connected");
+    judge(line_reason::peer_is_lost, {}, remote_->last_product());
     return false;
   }
   // No step on a saturation of before, and no more light into a preamp of which nobody knows
   // whether it can take it.
   if (wanted.saturation_is_lost && (wanted.saturation || wanted.change < 0)) {
     withhold(guards::line_known, "the far saturation is not known");
+    judge(line_reason::saturation_lost);
     return false;
   }
   end_guard(guards::line_known);
@@ -123,26 +143,34 @@ bool line_loop::may_step(const adjustment& wanted) {
   return true;
 }
 
+void line_loop::judge_exhausted(float current, float change) {
+  judge(change < 0 ? line_reason::fully_open : line_reason::at_its_end, {current, change});
+}
+
 void line_loop::step_voa(float current, float minimum, float maximum, const adjustment& wanted) {
   const float change = wanted.change;
   if ((current == maximum && change > 0) || (current == minimum && change < 0)) {
     LUMORA_LOG(1, "VOA is exhausted, not much to do");
-    return;
+    if (is_at_rest(change)) return judge_at_rest(change);
+    return judge_exhausted(current, change);
   }
   if (is_at_rest(change)) {
     LUMORA_LOG(1, "We are done regulating line, adjustment: {}", change);
-    return;
+    return judge_at_rest(change);
   }
   if (!may_step(wanted)) return;
   const auto now = helpers::waiting::instance().steady_now();
   const auto decision = voa_watch_.decide_step(current, change, minimum, maximum, now);
   if (decision.what != guards::attenuator_watch::verdict::write) {
-    return wait_for_attenuator(decision, current);
+    return wait_for_attenuator(decision, current, change);
   }
   end_guard(guards::line_attenuator);
   if (wanted.saturation) {
     LUMORA_LOG(2, "Remote preamp is saturated, adjusting VOA by {}", change);
     saturation_steps_.stepped(*wanted.saturation);
+    judge(line_reason::saturation_moved, {*wanted.saturation, current, decision.attenuation});
+  } else {
+    judge(line_reason::moved, {current, decision.attenuation});
   }
   LUMORA_LOG(2, "Adjusting VOA from {} to {}", current, decision.attenuation);
   write_voa(current, decision.attenuation);
@@ -150,17 +178,20 @@ void line_loop::step_voa(float current, float minimum, float maximum, const adju
 }
 
 void line_loop::wait_for_attenuator(const guards::attenuator_watch::decision& decision,
-                                    float current) {
+                                    float current, float change) {
   if (decision.what == guards::attenuator_watch::verdict::at_end) {
     LUMORA_LOG(1, "VOA is exhausted, not much to do");
+    judge_exhausted(current, change);
     return withhold(guards::line_attenuator, fmt::format("the end of its range at {} dB", current));
   }
+  judge(line_reason::not_answered, {decision.attenuation, current});
   const auto now = helpers::waiting::instance().steady_now();
   if (now - *voa_watch_.last_write() <= usual_answer) return;
   withhold(guards::line_attenuator, fmt::format("it still shows {} dB", current));
 }
 
 void line_loop::withhold(const helpers::guard_kind& guard, const std::string& reason) {
+  verdict_.guard = guard.name;
   helpers::guard_register::instance().withhold(guard, guard_subject, reason);
 }
 

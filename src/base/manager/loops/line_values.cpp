@@ -50,6 +50,13 @@ struct line_values {
     owner.*Member = nx::api::status_value<std::string>::create(db, what.path, "na", 1);
   }
 
+  // Made when somebody reads it, and refreshed at the end of a cycle.
+  template <auto Getter>
+  static void lazy(nx_db& db, line_loop& owner, const row& what) {
+    owner.insight_values_.push_back(
+        nx::api::lazy_value<Getter>::create(db, what.path, owner.shared_from_this()));
+  }
+
   static const row table[];
   static void create_all(nx_db& db, line_loop& owner);
 };
@@ -112,6 +119,11 @@ const line_values::row line_values::table[] = {
     {"data/line/1/tx/length", polled<&line_loop::get_line_tx_fiber_length>, 1},
     {"interface/line/1/data/remoteLength", polled<&line_loop::get_line_tx_fiber_length>, 1},
     {"data/line/1/tx/osc/loss", polled<&line_loop::get_osc_tx_loss>, 1},
+    {"insight/line/state", lazy<&line_loop::get_state>, 0},
+    {"insight/line/why", lazy<&line_loop::get_why>, 0},
+    {"insight/line/headroomUp", lazy<&line_loop::get_headroom_up>, 0},
+    {"insight/line/headroomDown", lazy<&line_loop::get_headroom_down>, 0},
+    {"insight/line/stepsLastHour", lazy<&line_loop::get_steps_last_hour>, 0},
 };
 // clang-format on
 

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "base/insight/event_log.h"
 #include "base/manager/remote/client.h"
 #include "base/manager/remote/peer_products.h"
 #include "base/manager/remote/session.h"
@@ -89,6 +90,7 @@ void api::run_cycle(nx_db& db, const std::shared_ptr<::device::interfaces::osc>&
     client_->disconnect();
     helpers::log_current_exception();
   }
+  tell_lost();
 }
 
 void api::keep_connection(nx_db& db, const std::shared_ptr<::device::interfaces::osc>& osc,
@@ -169,6 +171,7 @@ void api::take_over() {
   identified_on_ = identified ? done->connection : client::no_connection;
   update_flags();
   publish_identity();
+  if (identified) tell_identified();
   done->log_outcome();
   paths_ = std::move(done->paths);
   probe_.begin(helpers::waiting::instance().steady_now());
@@ -180,6 +183,22 @@ void api::update_flags() {
   known_ = is_listed(product_);
   embedded_ila_ = adapter->is_embedded_ila();
   osnr_ = adapter->has_osnr();
+}
+
+void api::tell_identified() {
+  is_told_lost_ = false;
+  last_identified_ = product_;
+  ::insight::event_log::instance().tell(
+      ::insight::event_kind::peer_identified, "peer",
+      {{"product", product_}, {"version", sw_version_}, {"known", known_ ? "yes" : "no"}});
+}
+
+// Once for each peer that had been identified, whatever takes it away.
+void api::tell_lost() {
+  if (is_up() || is_told_lost_) return;
+  is_told_lost_ = true;
+  ::insight::event_log::instance().tell(::insight::event_kind::peer_lost, "peer",
+                                        {{"product", last_identified_}});
 }
 
 // What the peer refuses, the client library asks for again; what it has taken off its tree and may

@@ -28,6 +28,7 @@
 #include "base/manager/remote/device/interface.h"
 #include "base/manager/remote/probe.h"
 #include "device/subscriber.h"
+#include "platform/threads/ranked_mutex.h"
 
 class nx_db;
 
@@ -75,6 +76,9 @@ class api {
   std::optional<std::chrono::steady_clock::time_point> last_answer() const {
     return is_up() ? probe_.last_answer() : std::nullopt;
   }
+
+  /// What the peer identified last calls itself; empty before the first. On the manager thread.
+  const std::string& last_product() const { return last_identified_; }
 
   std::string get_hostname();
   float get_fiber_length();
@@ -152,6 +156,8 @@ class api {
   void take_over();
   void tend_subscriptions();
   void publish_identity();
+  void tell_identified();
+  void tell_lost();
   void reset();
   void update_flags();
 
@@ -164,7 +170,7 @@ class api {
                  const Args&... args);
 
   std::shared_ptr<manager::remote::client> client_;
-  mutable std::mutex mutex_;  // guards the view alone
+  mutable nx::ranked_mutex mutex_{nx::lock_rank::peer};  // guards the view alone
   view view_;
   std::atomic<std::uint64_t> identified_on_{0};
   std::atomic<bool> known_{false};
@@ -180,6 +186,8 @@ class api {
   std::vector<::device::wanted_path> paths_;
   probe probe_;
   unsigned vain_identifications_ = 0;  // in a row, on the present connection
+  bool is_told_lost_ = true;           // no peer has been identified since the last one was lost
+  std::string last_identified_;
   std::string product_ = "n/a";
   std::string sw_version_ = "n/a";
   std::string hw_revision_ = "n/a";

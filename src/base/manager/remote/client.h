@@ -15,6 +15,8 @@
 #include <mutex>
 #include <string>
 
+#include "platform/threads/ranked_mutex.h"
+
 class nexel_client_api;
 class nexel_ipv6_client;
 class nx_db;
@@ -52,7 +54,7 @@ class client : public std::enable_shared_from_this<client> {
   void established(connection_number number, const std::string& name);
   void lost(connection_number number, const std::string& name);
 
-  std::mutex mutex_;  // of all below
+  nx::ranked_mutex mutex_{nx::lock_rank::peer_client};  // of all below
   std::shared_ptr<nexel_ipv6_client> client_;
   std::shared_ptr<events_of> events_;
   std::string address_;

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "platform/nexel_client/nexel_client.h"
-#include "platform/nexel_client/nx_client_exception.h"
+#include "platform/wire/nx_client_exception.h"
 
 namespace manager::remote {
 

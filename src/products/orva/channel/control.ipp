@@ -40,7 +40,9 @@ bool control<T>::can_regulate(std::shared_ptr<device::interfaces::wss> wss,
                               float power_difference) {
   // The base first: it keeps its history and its log line whatever the operator wants.
   const bool possible = base::can_regulate(std::move(wss), power_difference);
-  return possible && !is_admin_down();
+  if (!is_admin_down()) return possible;
+  this->conclude(insight::channel_reason::blocked);  // set since the cycle looked
+  return false;
 }
 
 template <class T>

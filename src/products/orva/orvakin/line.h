@@ -13,7 +13,7 @@ class line : public ::manager::loops::line<T> {
   line(std::shared_ptr<::channel::plan<T>> channels,
        std::shared_ptr<::manager::remote::api> remote);
 
-  void manage_line(nx_db&, bool) override {}
+  void manage_line(nx_db&, bool) override { this->judge(base::line_reason::no_attenuator); }
   void set_voa_default_attenuation() override {}
   bool is_voa_ready() override { return true; }
 };

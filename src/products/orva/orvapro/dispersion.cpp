@@ -18,15 +18,16 @@ float automatic_target(dcm_path path, float fixed_dcm_dispersion, float fiber_di
 
 dispersion_settings read_dispersion_settings(const nx::json_value& settings) {
   if (!settings.IsObject()) {
-    throw nx_error(-22, "Dispersion settings are not an object with mode and dispersion");
+    throw nx_error(nx_error::invalid,
+                   "Dispersion settings are not an object with mode and dispersion");
   }
   const auto dispersion = settings.FindMember("dispersion");
   if (dispersion == settings.MemberEnd() || !dispersion->value.IsNumber()) {
-    throw nx_error(-22, "Dispersion value is not a number");
+    throw nx_error(nx_error::invalid, "Dispersion value is not a number");
   }
   const auto mode = settings.FindMember("mode");
   if (mode == settings.MemberEnd() || !mode->value.IsString()) {
-    throw nx_error(-22, "Dispersion mode is not a string");
+    throw nx_error(nx_error::invalid, "Dispersion mode is not a string");
   }
   dispersion_settings result;
   result.mode.assign(mode->value.GetString(), mode->value.GetStringLength());

@@ -49,7 +49,7 @@ void line<T>::set_dispersion_devices(
 template <class T>
 device::interfaces::tdcm& line<T>::compensator() {
   const std::lock_guard lock(devices_mutex_);
-  if (!tdcm_) throw nx_error(-22, "Dispersion compensator is not set up yet");
+  if (!tdcm_) throw nx_error(nx_error::invalid, "Dispersion compensator is not set up yet");
   return *tdcm_;
 }
 
@@ -63,10 +63,10 @@ dcm_path line<T>::auto_select_fixed_dcm_path() {
     const std::lock_guard lock(devices_mutex_);
     optical_switch = optical_switch_;
   }
-  if (!optical_switch) throw nx_error(-22, "Optical switch is not set up yet");
+  if (!optical_switch) throw nx_error(nx_error::invalid, "Optical switch is not set up yet");
   if (const int reached = optical_switch->select_path(number); reached != number) {
     LUMORA_LOG(attempt_level_, "Failed to set pathselect. Expected {}, got {}", number, reached);
-    throw nx_error(-22,
+    throw nx_error(nx_error::invalid,
                    fmt::format("Failed to set pathselect. Expected {}, got {}", number, reached));
   }
   note_path(path);

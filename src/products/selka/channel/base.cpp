@@ -29,7 +29,7 @@ void base::update_power() {
   } else if (direction == "tx") {
     publish_power(get_ocm_power() + board.tx_edfa_calibration + port_loss - get_attenuation());
   } else {
-    throw nx_error(-22, fmt::format("Invalid channel direction {}", direction));
+    throw nx_error(nx_error::invalid, fmt::format("Invalid channel direction {}", direction));
   }
 }
 

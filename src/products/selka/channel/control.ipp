@@ -17,7 +17,9 @@ bool control<T>::can_regulate(std::shared_ptr<device::interfaces::wss> wss,
                               float power_difference) {
   // The base first: it keeps its history and its log line whatever the mode.
   const bool possible = base::can_regulate(std::move(wss), power_difference);
-  return possible && mode_ == optical_control_mode::power;
+  if (mode_ == optical_control_mode::power) return possible;
+  this->conclude(insight::channel_reason::mode_leaves_alone);
+  return false;
 }
 
 template <class T>

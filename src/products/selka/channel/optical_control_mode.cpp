@@ -11,7 +11,7 @@ optical_control_mode optical_control_mode_from_text(const std::string& text) {
   if (text == "off") return optical_control_mode::off;
   if (text == "power") return optical_control_mode::power;
   if (text == "gainLoss") return optical_control_mode::gain_loss;
-  throw nx_error(-22, "Invalid optical control mode.");
+  throw nx_error(nx_error::invalid, "Invalid optical control mode.");
 }
 
 std::string to_text(optical_control_mode mode) {
@@ -25,7 +25,7 @@ std::string to_text(optical_control_mode mode) {
     case optical_control_mode::unknown:
       return "n/a";
   }
-  throw nx_error(-22,
+  throw nx_error(nx_error::invalid,
                  fmt::format("Invalid optical control mode: {}.", static_cast<unsigned>(mode)));
 }
 

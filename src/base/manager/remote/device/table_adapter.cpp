@@ -24,7 +24,8 @@ std::string full_path(const path& pattern, const Placeholder&... placeholder) {
 /// The answer of a cell: `T` is the type that the subscription cache holds for it.
 template <class T, class Constant, class... Placeholder>
 T read(const cell& from, const subscriber_ptr& values, const Placeholder&... placeholder) {
-  if (const auto* refused = std::get_if<refusal>(&from)) throw nx_error(-22, refused->text);
+  if (const auto* refused = std::get_if<refusal>(&from))
+    throw nx_error(nx_error::invalid, refused->text);
   if (const auto* pattern = std::get_if<path>(&from)) {
     return values->get<T>(full_path(*pattern, placeholder...));
   }

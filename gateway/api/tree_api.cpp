@@ -1,0 +1,136 @@
+#include "gateway/api/tree_api.h"
+
+#include <fmt/format.h>
+#include <rapidjson/document.h>
+
+#include <algorithm>
+
+#include "gateway/api/event_stream.h"
+#include "platform/nexel_client/request_text.h"
+#include "platform/wire/json_rpc.h"
+#include "platform/wire/json_text.h"
+#include "platform/wire/shown_text.h"
+
+namespace gateway {
+
+namespace {
+
+constexpr std::size_t longest_path = 1024;
+constexpr std::int32_t bad_request = -22;
+
+/// Throws nx_error with what is wrong.
+std::vector<std::string> paths_of(const request& asked, std::size_t most) {
+  std::vector<std::string> paths;
+  const auto [begin, end] = asked.query.equal_range("path");
+  for (auto at = begin; at != end; ++at)
+    paths.push_back(at->second);
+  if (paths.empty()) throw nx_error(bad_request, "The query lacks path=PATH");
+  if (paths.size() > most) throw nx_error(bad_request, fmt::format("More than {} paths", most));
+  for (const auto& path : paths) {
+    if (path.empty() || path.size() > longest_path || nx::shown_text(path) != path) {
+      throw nx_error(bad_request, fmt::format("A path is 1 to {} bytes of text", longest_path));
+    }
+  }
+  std::ranges::sort(paths);
+  const auto twice = std::ranges::unique(paths);
+  paths.erase(twice.begin(), twice.end());
+  return paths;
+}
+
+/// Collects the answers to several patterns into one object.
+struct gathered {
+  std::size_t outstanding;
+  std::string members;
+  std::optional<nx_error> fault;
+
+  void add(const nx::json_value* result, const nx_error* error) {
+    --outstanding;
+    if (error) fault = *error;
+    if (!result || !result->IsObject()) return;
+    std::string text;
+    nx::append_json_text(text, *result);
+    if (text.size() <= 2) return;
+    members += (members.empty() ? "" : ",") + text.substr(1, text.size() - 2);
+  }
+};
+
+bool is_time(std::string_view text) {
+  constexpr std::string_view form = "0000-00-00T00:00:00.000Z";
+  return text.size() == form.size() && std::ranges::equal(text, form, [](char given, char wanted) {
+           return wanted == '0' ? given >= '0' && given <= '9' : given == wanted;
+         });
+}
+
+}  // namespace
+
+unsigned status_of(const nx_error& error) {
+  switch (error.code) {
+    case -2:
+      return 404;
+    case -13:
+      return 403;
+    case -107:
+      return 503;
+    case -110:
+      return 504;
+    case bad_request:
+    case nx::json_rpc::invalid_params:
+      return 400;
+    default:
+      return 502;
+  }
+}
+
+answer error_answer(const nx_error& error) {
+  std::string body = "{\"error\":";
+  nx::json_rpc::append_error_object(body, error);
+  auto made = json_answer(body + "}\n");
+  made.status = status_of(error);
+  return made;
+}
+
+void answer_values(tree_link& link, const request& asked, const respond& done) {
+  const auto paths = paths_of(asked, tree_api::most_patterns);
+  const auto all = std::make_shared<gathered>(gathered{paths.size(), {}, {}});
+  for (const auto& path : paths) {
+    link.call(
+        "get", nx::params_text(path),
+        [all, done](const nx::json_value* result, const nx_error* error) {
+          all->add(result, error);
+          if (all->outstanding > 0) return;
+          done(all->fault ? error_answer(*all->fault) : json_answer('{' + all->members + "}\n"));
+        });
+  }
+}
+
+void tree_api::history(const request& asked, const respond& done) {
+  mirror_->link().call("history", nx::params_text(paths_of(asked, 1).front()),
+                       [done](const nx::json_value* result, const nx_error* error) {
+                         if (error) return done(error_answer(*error));
+                         std::string body;
+                         nx::append_json_text(body, *result);
+                         done(json_answer(body + '\n'));
+                       });
+}
+
+void tree_api::events(const request& asked, const respond& done) {
+  std::vector<std::shared_ptr<topic>> topics;
+  for (const auto& path : paths_of(asked, most_patterns)) {
+    topics.push_back(mirror_->watch(path));
+    if (!topics.back()) {
+      return done(refusal(503, fmt::format("More than {} different patterns are watched",
+                                           tree_mirror::most_topics)));
+    }
+  }
+  std::string last_id(asked.header("last-event-id"));
+  if (!is_time(last_id)) last_id.clear();
+  answer made;
+  made.type = "text/event-stream";
+  made.stream = [this, topics = std::move(topics),
+                 last_id = std::move(last_id)](std::shared_ptr<byte_sink> sink) {
+    event_stream::start(std::move(sink), mirror_, settings_, io_, topics, last_id);
+  };
+  done(std::move(made));
+}
+
+}  // namespace gateway

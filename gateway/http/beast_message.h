@@ -1,0 +1,26 @@
+// Between the HTTP library's messages and the gateway's own. Pure; throws nothing.
+#pragma once
+
+#include <boost/beast/http/message.hpp>
+#include <boost/beast/http/string_body.hpp>
+#include <optional>
+
+#include "gateway/http/exchange.h"
+
+namespace gateway {
+
+using beast_request = boost::beast::http::request<boost::beast::http::string_body>;
+using beast_response = boost::beast::http::response<boost::beast::http::string_body>;
+
+/// The request, or the answer to one that is none: a target that is no path, a header twice of
+/// which there may be one, no Host.
+struct read_request {
+  request asked;
+  std::optional<answer> refused;
+};
+read_request from_beast(const beast_request& message);
+
+/// With the headers that every answer carries. Without its body for a HEAD.
+beast_response to_beast(answer&& made, unsigned version, bool keep_alive, bool head);
+
+}  // namespace gateway

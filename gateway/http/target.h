@@ -1,0 +1,19 @@
+// The target of a request, "/path?name=value", taken apart and decoded. Pure; throws nothing.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace gateway {
+
+struct target {
+  std::string path;
+  std::multimap<std::string, std::string> query;  ///< in the order of the text within a name
+};
+
+/// Empty for what is no path, a wrong escape or a control character.
+std::optional<target> parse_target(std::string_view text);
+
+}  // namespace gateway

@@ -1,0 +1,44 @@
+// lumora_gateway: the process around the gateway. It serves until SIGINT or SIGTERM.
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <csignal>
+#include <exception>
+#include <iostream>
+
+#include "gateway/gateway.h"
+#include "platform/note_log/note_log.h"
+
+namespace {
+
+constexpr int status_cannot_serve = 2;
+
+struct end_of_log {
+  ~end_of_log() { note_log::flush(); }
+};
+
+void serve(const gateway::options& given) {
+  boost::asio::io_context io(1);
+  gateway::gateway_service serving(io, given);
+  boost::asio::signal_set stops(io, SIGINT, SIGTERM);
+  stops.async_wait([&serving](const boost::system::error_code& error, int) {
+    if (!error) serving.stop();
+  });
+  serving.start();
+  std::cout << "Serving " << serving.address() << std::endl;
+  io.run();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) try {
+  const end_of_log written_last;
+  std::signal(SIGPIPE, SIG_IGN);
+  int exit_code = 0;
+  const auto given = gateway::parse_options(argc, argv, exit_code);
+  if (!given) return exit_code;
+  serve(*given);
+  return 0;
+} catch (const std::exception& failure) {
+  std::cerr << "lumora_gateway: " << failure.what() << std::endl;
+  return status_cannot_serve;
+}

@@ -1,0 +1,23 @@
+// From values of the tree to samples: pure, so that tables can test it. A value that is missing, in
+// error or of another type is no sample, and neither is a power that tells darkness.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "gateway/metrics/family_set.h"
+#include "platform/wire/json.h"
+
+namespace gateway {
+
+/// What a scrape asks the tree for; a path that is not there is no fault.
+const std::vector<std::string>& scraped_patterns();
+
+/// `values` is an object of path and value, as `get` answers. Adds to `into`.
+void add_tree_metrics(const nx::json_value& values, family_set& into);
+
+/// "client", direction, channel and frequency in THz of data/client/ID/SIDE/..., as labels.
+metric_labels channel_labels(const nx::json_value& values, std::string_view id,
+                             std::string_view direction);
+
+}  // namespace gateway

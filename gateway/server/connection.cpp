@@ -1,0 +1,312 @@
+#include "gateway/server/connection.h"
+
+#include <boost/asio/write.hpp>
+#include <boost/beast/http/read.hpp>
+#include <boost/beast/http/write.hpp>
+#include <sstream>
+#include <type_traits>
+#include <utility>
+
+#include "platform/note_log/note_log.h"
+
+namespace gateway {
+
+namespace {
+
+namespace http = boost::beast::http;
+namespace asio = boost::asio;
+
+/// A client that is refused while it still sends would lose the answer with its connection, so what
+/// it sends is read for a while.
+constexpr std::chrono::seconds drain_time{2};
+constexpr std::size_t drain_bytes = 32 * 1024 * 1024;
+
+answer too_late(const settings& bounds) {
+  const auto seconds = std::chrono::duration<double>(bounds.header_time).count();
+  std::ostringstream text;
+  text << "The request took longer than " << seconds << " s";
+  return refusal(408, text.str());
+}
+
+answer answer_to(const boost::system::error_code& error, const settings& bounds) {
+  if (error == http::error::header_limit || error == http::error::buffer_overflow) {
+    return refusal(431,
+                   "The header is longer than " + std::to_string(bounds.header_bytes) + " bytes");
+  }
+  if (error == http::error::body_limit) {
+    return refusal(413, "The body is longer than " + std::to_string(bounds.body_bytes) + " bytes");
+  }
+  return refusal(400, "This is no HTTP request: " + error.message());
+}
+
+bool is_parse_error(const boost::system::error_code& error) {
+  return error.category() == make_error_code(http::error::bad_version).category() &&
+         error != http::error::end_of_stream && error != http::error::partial_message;
+}
+
+}  // namespace
+
+template <class Stream>
+connection<Stream>::connection(Stream stream, service& shared)
+    : stream_(std::move(stream)),
+      shared_(shared),
+      deadline_(stream_.get_executor()),
+      buffer_(shared.bounds.header_bytes + shared.bounds.body_bytes) {
+  shared_.connections.insert(this);
+}
+
+template <class Stream>
+connection<Stream>::~connection() {
+  close();
+  shared_.connections.erase(this);
+}
+
+template <class Stream>
+asio::ip::tcp::socket& connection<Stream>::socket() {
+  if constexpr (std::is_same_v<Stream, plain_stream>) {
+    return stream_;
+  } else {
+    return stream_.next_layer();
+  }
+}
+
+template <class Stream>
+void connection<Stream>::start() {
+  handshake([this] { await_request(); });
+}
+
+template <class Stream>
+void connection<Stream>::refuse() {
+  refusing_ = true;
+  ++shared_.refusals;
+  handshake([this] {
+    auto refused =
+        refusal(503, "More than " + std::to_string(shared_.bounds.connections) + " connections");
+    refused.headers.emplace_back("Retry-After", "5");
+    give_last(std::move(refused));
+  });
+}
+
+template <class Stream>
+void connection<Stream>::handshake(std::function<void()> then) {
+  if constexpr (std::is_same_v<Stream, plain_stream>) {
+    then();
+  } else {
+    set_deadline(shared_.bounds.handshake_time, late::close);
+    stream_.async_handshake(
+        asio::ssl::stream_base::server,
+        [self = this->shared_from_this(), then = std::move(then)](const error_code& error) {
+          self->end_deadline();
+          if (error || self->closed_) return self->close();
+          then();
+        });
+  }
+}
+
+// A keep-alive connection may rest between two requests for longer than a request may take.
+template <class Stream>
+void connection<Stream>::await_request() {
+  parser_.emplace();
+  parser_->header_limit(static_cast<std::uint32_t>(shared_.bounds.header_bytes));
+  parser_->body_limit(shared_.bounds.body_bytes);
+  if (buffer_.size() > 0) return read_header();
+  set_deadline(shared_.bounds.idle_time, late::close);
+  constexpr std::size_t first_bytes = 2048;
+  stream_.async_read_some(
+      buffer_.prepare(first_bytes),
+      [self = this->shared_from_this()](const error_code& error, std::size_t size) {
+        self->end_deadline();
+        if (error || self->closed_) return self->close();
+        self->buffer_.commit(size);
+        self->read_header();
+      });
+}
+
+template <class Stream>
+void connection<Stream>::read_header() {
+  set_deadline(shared_.bounds.header_time, late::answer);
+  http::async_read_header(stream_, buffer_, *parser_,
+                          [self = this->shared_from_this()](const error_code& error, std::size_t) {
+                            self->header_read(error);
+                          });
+}
+
+template <class Stream>
+void connection<Stream>::header_read(const error_code& error) {
+  end_deadline();
+  if (closed_) return;
+  if (error) return read_failed(error);
+  set_deadline(shared_.bounds.body_time, late::answer);
+  http::async_read(stream_, buffer_, *parser_,
+                   [self = this->shared_from_this()](const error_code& failed, std::size_t) {
+                     self->body_read(failed);
+                   });
+}
+
+template <class Stream>
+void connection<Stream>::body_read(const error_code& error) {
+  end_deadline();
+  if (closed_) return;
+  if (error) return read_failed(error);
+  dispatch();
+}
+
+template <class Stream>
+void connection<Stream>::read_failed(const error_code& error) {
+  if (timed_out_) return give_last(too_late(shared_.bounds));
+  if (is_parse_error(error)) return give_last(answer_to(error, shared_.bounds));
+  close();
+}
+
+template <class Stream>
+void connection<Stream>::dispatch() {
+  auto read = from_beast(parser_->get());
+  head_ = read.asked.asked == method::head;
+  if (read.refused) return give_last(std::move(*read.refused));
+  auto given = std::make_shared<bool>(false);
+  shared_.routes.route(read.asked, [self = this->shared_from_this(), given](answer made) {
+    if (!std::exchange(*given, true)) self->give(std::move(made));
+  });
+}
+
+template <class Stream>
+void connection<Stream>::give(answer made) {
+  if (closed_) return;
+  const bool keep = parser_->get().keep_alive();
+  if (made.stream && !head_) return begin_stream(std::move(made));
+  if (shared_.answer_bytes + made.body.size() > shared_.bounds.answer_bytes) {
+    made = refusal(503, "Answers of " + std::to_string(shared_.bounds.answer_bytes) +
+                            " bytes wait for their clients already");
+  }
+  write_answer(std::move(made), keep);
+}
+
+template <class Stream>
+void connection<Stream>::begin_stream(answer made) {
+  if (shared_.streams >= shared_.bounds.event_streams) {
+    return write_answer(refusal(503, "More than " + std::to_string(shared_.bounds.event_streams) +
+                                         " event streams"),
+                        true);
+  }
+  streaming_ = true;
+  ++shared_.streams;
+  auto begin = made.stream;
+  std::ostringstream header;
+  header << to_beast(std::move(made), parser_->get().version(), false, false).base();
+  watch_for_end();
+  write(std::make_shared<const std::string>(header.str()),
+        [this, begin = std::move(begin)] { begin(this->shared_from_this()); });
+}
+
+// What a client sends on an event stream is of no interest, its end is.
+template <class Stream>
+void connection<Stream>::watch_for_end() {
+  stream_.async_read_some(asio::buffer(ignored_),
+                          [self = this->shared_from_this()](const error_code& error, std::size_t) {
+                            if (error || self->closed_) return self->close();
+                            self->watch_for_end();
+                          });
+}
+
+template <class Stream>
+void connection<Stream>::write(std::shared_ptr<const std::string> bytes,
+                               std::function<void()> done) {
+  if (closed_) return;
+  set_deadline(shared_.bounds.stuck_time, late::close);
+  asio::async_write(stream_, asio::buffer(*bytes),
+                    [self = this->shared_from_this(), bytes, done = std::move(done)](
+                        const error_code& error, std::size_t) {
+                      self->end_deadline();
+                      if (error) return self->close();
+                      if (!self->closed_) done();
+                    });
+}
+
+template <class Stream>
+void connection<Stream>::write_answer(answer made, bool keep_alive) {
+  counted_bytes_ = made.body.size();
+  shared_.answer_bytes += counted_bytes_;
+  const unsigned version = parser_ && parser_->is_header_done() ? parser_->get().version() : 11;
+  response_.emplace(to_beast(std::move(made), version, keep_alive, head_));
+  set_deadline(shared_.bounds.stuck_time, late::close);
+  http::async_write(
+      stream_, *response_,
+      [self = this->shared_from_this(), keep_alive](const error_code& error, std::size_t) {
+        self->end_deadline();
+        self->shared_.answer_bytes -= std::exchange(self->counted_bytes_, 0);
+        self->response_.reset();
+        if (error || self->closed_) return self->close();
+        self->answer_written(keep_alive);
+      });
+}
+
+template <class Stream>
+void connection<Stream>::answer_written(bool keep_alive) {
+  if (keep_alive) return await_request();
+  error_code ignored;
+  socket().shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
+  set_deadline(drain_time, late::close);
+  drain();
+}
+
+template <class Stream>
+void connection<Stream>::give_last(answer made) {
+  write_answer(std::move(made), false);
+}
+
+template <class Stream>
+void connection<Stream>::drain() {
+  socket().async_read_some(asio::buffer(ignored_), [self = this->shared_from_this()](
+                                                       const error_code& error, std::size_t size) {
+    self->drained_bytes_ += size;
+    if (error || self->closed_ || self->drained_bytes_ > drain_bytes) return self->close();
+    self->drain();
+  });
+}
+
+template <class Stream>
+void connection<Stream>::set_deadline(std::chrono::milliseconds time, late how) {
+  timed_out_ = false;
+  late_ = how;
+  deadline_.expires_after(time);
+  deadline_.async_wait([weak = this->weak_from_this()](const error_code& error) {
+    const auto self = weak.lock();
+    if (!self || error || self->late_ == late::nothing) return;
+    // It was set anew while this was on its way.
+    if (self->deadline_.expiry() > std::chrono::steady_clock::now()) return;
+    if (self->late_ == late::close) {
+      if (self->streaming_) {
+        note_log::write(note_log::warning, "gateway",
+                        "Closed an event stream whose client does not read");
+      }
+      return self->close();
+    }
+    self->timed_out_ = true;
+    error_code ignored;
+    self->socket().cancel(ignored);
+  });
+}
+
+template <class Stream>
+void connection<Stream>::end_deadline() {
+  late_ = late::nothing;
+  deadline_.cancel();
+}
+
+template <class Stream>
+void connection<Stream>::close() {
+  if (std::exchange(closed_, true)) return;
+  late_ = late::nothing;
+  deadline_.cancel();
+  error_code ignored;
+  socket().close(ignored);
+  shared_.answer_bytes -= std::exchange(counted_bytes_, 0);
+  if (streaming_) --shared_.streams;
+  if (refusing_) --shared_.refusals;
+  if (const auto told = std::exchange(closed_told_, nullptr)) told();
+}
+
+template class connection<plain_stream>;
+template class connection<tls_stream>;
+
+}  // namespace gateway

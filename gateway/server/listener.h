@@ -1,0 +1,39 @@
+// Accepts connections at one address and port, in clear or with TLS. Beyond the limit a connection
+// is told so, and beyond the limit of those it is closed. On the gateway's thread.
+#pragma once
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/ssl/context.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <memory>
+
+#include "gateway/server/service.h"
+
+namespace gateway {
+
+class listener : public std::enable_shared_from_this<listener> {
+ public:
+  using endpoint = boost::asio::ip::tcp::endpoint;
+
+  /// `tls` is null for clear text. Throws boost::system::system_error where it cannot listen.
+  listener(boost::asio::io_context& io, const endpoint& at,
+           std::shared_ptr<boost::asio::ssl::context> tls, service& shared);
+
+  void start() { accept(); }
+  void stop();
+  unsigned port() const { return acceptor_.local_endpoint().port(); }
+
+ private:
+  void accept();
+  void accepted(boost::asio::ip::tcp::socket socket);
+  template <class Connection>
+  void admit(const std::shared_ptr<Connection>& made);
+
+  boost::asio::ip::tcp::acceptor acceptor_;
+  std::shared_ptr<boost::asio::ssl::context> tls_;
+  service& shared_;
+  boost::asio::steady_timer pause_;
+};
+
+}  // namespace gateway

@@ -1,0 +1,89 @@
+// The gateway's one connection to the tree of the daemon: calls with their answers, and events. It
+// connects in the background from `start` on and again whenever it is lost, with growing pauses.
+//
+// On the gateway's thread, which runs the io_context. Handlers are called there and must not throw.
+#pragma once
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <chrono>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "platform/nexel_client/line_stream.h"
+#include "platform/nexel_client/reconnect_pace.h"
+#include "platform/wire/json.h"
+#include "platform/wire/nx_error.h"
+
+namespace gateway {
+
+class tree_link : public nx::line_stream::owner, public std::enable_shared_from_this<tree_link> {
+ public:
+  /// Exactly one of the two is there.
+  using answered = std::function<void(const nx::json_value* result, const nx_error* error)>;
+
+  class listener {
+   public:
+    virtual ~listener() = default;
+    virtual void tree_connected() = 0;
+    virtual void tree_lost() = 0;
+    /// `params` of an "event" message: path, time and value or error.
+    virtual void tree_event(const nx::json_value& params) = 0;
+    virtual void tree_ended(const std::string& path) = 0;
+  };
+
+  /// A call that is not answered within `patience` fails with -110.
+  static std::shared_ptr<tree_link> create(boost::asio::io_context& io,
+                                           const std::string& socket_path,
+                                           std::chrono::milliseconds patience);
+
+  void start(std::weak_ptr<listener> receiver);
+  void stop();
+
+  bool is_up() const { return up_; }
+  const std::string& address() const { return address_.text(); }
+
+  /// Without a connection the call fails at once, with -107.
+  void call(const std::string& method, const std::string& params_text, answered done);
+
+ private:
+  using clock = std::chrono::steady_clock;
+  struct pending {
+    clock::time_point deadline;
+    answered done;
+  };
+
+  tree_link(boost::asio::io_context& io, const std::string& socket_path,
+            std::chrono::milliseconds patience);
+
+  void attempt();
+  void attempt_later();
+  void watch_deadline();
+  void expire();
+  void fail_all();
+  void receive(const nx::json_value& message);
+  void receive_answer(const nx::json_value& message);
+
+  void stream_opened() override;
+  void line_received(std::string_view line) override;
+  void stream_ended(const std::string& reason) override;
+
+  const nx::io_strand strand_;
+  const nx::nexel_address address_;
+  const std::chrono::milliseconds patience_;
+  std::weak_ptr<listener> listener_;
+  std::shared_ptr<nx::line_stream> stream_;
+  nx::reconnect_pace pace_;
+  boost::asio::steady_timer pause_timer_;
+  boost::asio::steady_timer deadline_timer_;
+  bool watching_ = false;
+  bool up_ = false;
+  bool stopped_ = false;
+  bool outage_logged_ = false;
+  std::uint64_t last_id_ = 0;
+  std::map<std::uint64_t, pending> pending_;  // ids rise, and deadlines with them
+};
+
+}  // namespace gateway

@@ -1,0 +1,191 @@
+#include "gateway/tree/tree_mirror.h"
+
+#include <rapidjson/document.h>
+
+#include <utility>
+#include <vector>
+
+#include "platform/nexel_client/request_text.h"
+#include "platform/value_tree/event_frame.h"
+#include "platform/wire/json_conversion.h"
+#include "platform/wire/json_rpc.h"
+#include "platform/wire/json_text.h"
+
+namespace gateway {
+
+namespace {
+
+constexpr std::chrono::seconds retry_pause{1};
+
+std::string value_member(const nx::json_value& value) {
+  std::string text = "\"value\":";
+  nx::append_json_text(text, value);
+  return text;
+}
+
+std::string error_member(const nx_error& error) {
+  std::string text = "\"error\":";
+  nx::json_rpc::append_error_object(text, error);
+  return text;
+}
+
+/// A value of a result, of which one in error stands as {"error":{...}}.
+std::string member_of_result(const nx::json_value& value) {
+  if (value.IsObject() && value.MemberCount() == 1 && value.MemberBegin()->name == "error" &&
+      nx::json_rpc::is_error_value(value.MemberBegin()->value)) {
+    return error_member(nx::json_rpc::error_from_value(value.MemberBegin()->value));
+  }
+  return value_member(value);
+}
+
+nx_error no_such_path(const std::string& path) {
+  return {-2, "No such path: " + path};
+}
+
+}  // namespace
+
+tree_mirror::tree_mirror(boost::asio::io_context& io, std::shared_ptr<tree_link> link,
+                         const settings& bounds)
+    : settings_(bounds),
+      link_(std::move(link)),
+      pause_timer_(io),
+      retry_timer_(io),
+      link_since_(now_text()) {}
+
+std::string tree_mirror::now_text() const {
+  return nx::event_time(settings_.now());
+}
+
+std::shared_ptr<topic> tree_mirror::watch(const std::string& pattern) {
+  if (const auto known = topics_.find(pattern); known != topics_.end()) {
+    if (auto held = known->second.lock()) return held;
+  }
+  if (topics_.size() >= most_topics) return nullptr;
+  const auto forget = [weak = weak_from_this()](topic* gone) {
+    if (const auto self = weak.lock()) self->let_go(gone->pattern());
+    delete gone;
+  };
+  std::shared_ptr<topic> made(new topic(pattern), forget);
+  topics_[pattern] = made;
+  if (link_->is_up()) subscribe(made);
+  return made;
+}
+
+void tree_mirror::let_go(const std::string& pattern) {
+  topics_.erase(pattern);
+  refused_.erase(pattern);
+  if (!link_->is_up()) return;
+  link_->call("unsubscribe", nx::params_text(pattern), [](const auto*, const auto*) {});
+}
+
+void tree_mirror::subscribe(const std::shared_ptr<topic>& wanted) {
+  link_->call("subscribe", nx::params_text(wanted->pattern()),
+              [self = shared_from_this(), weak = std::weak_ptr(wanted)](
+                  const nx::json_value* result, const nx_error* error) {
+                if (const auto to = weak.lock()) self->subscribed(*to, result, error);
+              });
+}
+
+void tree_mirror::subscribed(topic& to, const nx::json_value* result, const nx_error* error) {
+  if (!link_->is_up()) return;
+  const auto time = now_text();
+  if (error) {
+    to.put(to.pattern(), make_frame(to.pattern(), time, error_member(*error)));
+    refused_.insert(to.pattern());
+    retry_refused();
+  } else if (result->IsObject()) {
+    for (const auto& member : result->GetObject()) {
+      const std::string path(member.name.GetString(), member.name.GetStringLength());
+      to.put(path, make_frame(path, time, member_of_result(member.value)));
+    }
+  }
+  to.set_filled();
+  tell_later();
+}
+
+void tree_mirror::retry_refused() {
+  retry_timer_.expires_after(retry_pause);
+  retry_timer_.async_wait([weak = weak_from_this()](const boost::system::error_code& error) {
+    const auto self = weak.lock();
+    if (!self || error) return;
+    for (const auto& pattern : std::exchange(self->refused_, {})) {
+      const auto known = self->topics_.find(pattern);
+      const auto held = known == self->topics_.end() ? nullptr : known->second.lock();
+      if (held && self->link_->is_up()) self->subscribe(held);
+    }
+  });
+}
+
+void tree_mirror::tree_connected() {
+  ++link_changes_;
+  link_since_ = now_text();
+  for (const auto& [pattern, weak] : topics_) {
+    if (const auto held = weak.lock()) subscribe(held);
+  }
+  tell_later();
+}
+
+void tree_mirror::tree_lost() {
+  ++link_changes_;
+  link_since_ = now_text();
+  refused_.clear();
+  for (const auto& [pattern, weak] : topics_) {
+    if (const auto held = weak.lock()) held->clear();
+  }
+  tell_later();
+}
+
+void tree_mirror::tree_event(const nx::json_value& params) {
+  const auto& path = params["path"];
+  const auto time = params.FindMember("time");
+  const auto value = params.FindMember("value");
+  const auto error = params.FindMember("error");
+  if (time == params.MemberEnd() || !time->value.IsString()) return;
+  if (value == params.MemberEnd() && error == params.MemberEnd()) return;
+  put({path.GetString(), path.GetStringLength()},
+      {time->value.GetString(), time->value.GetStringLength()},
+      value != params.MemberEnd() ? value_member(value->value)
+                                  : error_member(nx::json_rpc::error_from_value(error->value)));
+}
+
+void tree_mirror::tree_ended(const std::string& path) {
+  put(path, now_text(), error_member(no_such_path(path)));
+  for (const auto& [pattern, weak] : topics_) {
+    if (pattern == path) refused_.insert(pattern);
+  }
+  if (!refused_.empty()) retry_refused();
+}
+
+void tree_mirror::put(const std::string& path, const std::string& time, const std::string& member) {
+  std::shared_ptr<const event_frame> frame;
+  for (const auto& [pattern, weak] : topics_) {
+    const auto held = weak.lock();
+    if (!held || !held->covers(path)) continue;
+    if (!frame) frame = make_frame(path, time, member);
+    if (held->put(path, frame)) tell_later();
+  }
+}
+
+void tree_mirror::tell_later() {
+  if (stopped_ || std::exchange(telling_, true)) return;
+  pause_timer_.expires_after(settings_.event_pause);
+  pause_timer_.async_wait([weak = weak_from_this()](const boost::system::error_code& error) {
+    if (const auto self = weak.lock(); self && !error) self->tell();
+  });
+}
+
+void tree_mirror::tell() {
+  telling_ = false;
+  const std::vector<mirror_watcher*> told(watchers_.begin(), watchers_.end());
+  for (auto* watcher : told) {
+    if (watchers_.contains(watcher)) watcher->mirror_changed();
+  }
+}
+
+void tree_mirror::stop() {
+  stopped_ = true;
+  pause_timer_.cancel();
+  retry_timer_.cancel();
+}
+
+}  // namespace gateway

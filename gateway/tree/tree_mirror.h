@@ -1,0 +1,73 @@
+// What the pages see of the tree: one subscription for each pattern that somebody watches, however
+// many do, over the gateway's one connection. On the gateway's thread.
+#pragma once
+
+#include <boost/asio/steady_timer.hpp>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+
+#include "gateway/settings.h"
+#include "gateway/tree/topic.h"
+#include "gateway/tree/tree_link.h"
+
+namespace gateway {
+
+/// Told when something has changed that a stream may have to send, a little later and once for all
+/// that came meanwhile.
+class mirror_watcher {
+ public:
+  virtual ~mirror_watcher() = default;
+  virtual void mirror_changed() = 0;
+};
+
+class tree_mirror : public tree_link::listener, public std::enable_shared_from_this<tree_mirror> {
+ public:
+  static constexpr std::size_t most_topics = 64;
+
+  tree_mirror(boost::asio::io_context& io, std::shared_ptr<tree_link> link, const settings& bounds);
+
+  tree_link& link() { return *link_; }
+  std::string now_text() const;
+
+  /// The subscription ends with the last holder. Null beyond the limit of different patterns.
+  std::shared_ptr<topic> watch(const std::string& pattern);
+
+  void add(mirror_watcher& watcher) { watchers_.insert(&watcher); }
+  void remove(mirror_watcher& watcher) { watchers_.erase(&watcher); }
+
+  /// Counts the times that the tree was lost or found.
+  unsigned link_changes() const { return link_changes_; }
+  const std::string& link_since() const { return link_since_; }
+
+  void stop();
+
+ private:
+  void tree_connected() override;
+  void tree_lost() override;
+  void tree_event(const nx::json_value& params) override;
+  void tree_ended(const std::string& path) override;
+
+  void subscribe(const std::shared_ptr<topic>& wanted);
+  void subscribed(topic& to, const nx::json_value* result, const nx_error* error);
+  void let_go(const std::string& pattern);
+  void put(const std::string& path, const std::string& time, const std::string& member);
+  void retry_refused();
+  void tell_later();
+  void tell();
+
+  const settings& settings_;
+  const std::shared_ptr<tree_link> link_;
+  std::map<std::string, std::weak_ptr<topic>> topics_;
+  std::set<std::string> refused_;
+  std::set<mirror_watcher*> watchers_;
+  boost::asio::steady_timer pause_timer_;
+  boost::asio::steady_timer retry_timer_;
+  bool telling_ = false;
+  bool stopped_ = false;
+  unsigned link_changes_ = 0;
+  std::string link_since_;
+};
+
+}  // namespace gateway

@@ -1,0 +1,81 @@
+#include "gateway/trust/trust.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace gateway {
+
+namespace {
+
+constexpr unsigned unauthorized = 401;
+constexpr unsigned forbidden = 403;
+constexpr unsigned misdirected = 421;
+constexpr unsigned unsupported = 415;
+
+std::string lower(std::string_view text) {
+  std::string out(text);
+  std::ranges::transform(out, out.begin(), [](unsigned char c) { return std::tolower(c); });
+  return out;
+}
+
+/// Without the port; an address of IPv6 keeps its brackets.
+std::string_view name_of(std::string_view host) {
+  const auto colon = host.rfind(':');
+  const auto bracket = host.rfind(']');
+  if (colon == host.npos || (bracket != host.npos && colon < bracket)) return host;
+  return host.substr(0, colon);
+}
+
+answer ask_for_token(const char* scheme) {
+  auto made = refusal(unauthorized, "This needs the gateway's token");
+  made.headers.emplace_back("WWW-Authenticate", scheme);
+  return made;
+}
+
+}  // namespace
+
+trust::trust(trust_rules rules) : rules_(std::move(rules)) {}
+
+// A page of elsewhere can make a browser take its own name for this host's address; what it then
+// asks still bears that name.
+bool trust::names_this_gateway(std::string_view host) const {
+  const auto name = lower(name_of(host));
+  if (name == "localhost" || name == "127.0.0.1" || name == "[::1]") return true;
+  return std::ranges::any_of(rules_.hosts, [&](const auto& known) { return lower(known) == name; });
+}
+
+std::optional<answer> trust::check(const request& asked) const {
+  if (rules_.loopback && !names_this_gateway(asked.header("host"))) {
+    return refusal(misdirected, "The Host of the request is no name of this gateway; see --host");
+  }
+  if (asked.path == "/healthz") return std::nullopt;
+  if (asked.asked == method::put || asked.asked == method::post) return check_write(asked);
+  if (rules_.loopback) return std::nullopt;
+  if (rules_.token && rules_.token->is_shown_by(asked.header("authorization"))) return std::nullopt;
+  return ask_for_token("Basic realm=\"lumora_gateway\", charset=\"UTF-8\"");
+}
+
+std::optional<answer> trust::check_write(const request& asked) const {
+  const bool to_plant = rules_.lab && asked.path.starts_with("/api/v1/lab/");
+  if (!to_plant && (!rules_.allow_writes || !rules_.token)) {
+    return refusal(forbidden, "This gateway serves no writes; see --allow-writes");
+  }
+  const auto origin = asked.header("origin");
+  const auto own = (rules_.tls ? "https://" : "http://") + lower(asked.header("host"));
+  const auto site = asked.header("sec-fetch-site");
+  if ((!origin.empty() && lower(origin) != own) ||
+      (!site.empty() && site != "same-origin" && site != "none")) {
+    return refusal(forbidden, "A page of another origin writes nothing here");
+  }
+  if (!to_plant && !rules_.token->is_shown_by(asked.header("authorization")))
+    return ask_for_token("Bearer");
+  if (asked.header(write_header).empty()) {
+    return refusal(forbidden, "A write bears the header X-Lumora-Request");
+  }
+  if (!asked.header("content-type").starts_with("application/json")) {
+    return refusal(unsupported, "A write is application/json");
+  }
+  return std::nullopt;
+}
+
+}  // namespace gateway

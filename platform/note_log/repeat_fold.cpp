@@ -1,0 +1,112 @@
+#include "platform/note_log/repeat_fold.h"
+
+#include <fmt/format.h>
+
+#include <iterator>
+
+namespace note_log {
+
+repeat_fold::watched* repeat_fold::watch::find(const std::string& key) {
+  const auto found = by_key.find(key);
+  return found == by_key.end() ? nullptr : &*found->second;
+}
+
+void repeat_fold::watch::add(const std::string& key, const record& rec, time_point now) {
+  if (by_age.size() >= max_watched) return;
+  by_age.push_back({.key = key, .newest = rec, .begin = now, .last = now, .told = now});
+  by_key.emplace(key, std::prev(by_age.end()));
+}
+
+void repeat_fold::watch::renew(watched& entry) {
+  by_age.splice(by_age.end(), by_age, by_key.at(entry.key));
+}
+
+repeat_fold::list::iterator repeat_fold::watch::forget(list::iterator entry) {
+  by_key.erase(entry->key);
+  return by_age.erase(entry);
+}
+
+bool repeat_fold::admit(const record& rec, time_point now) {
+  if (rec.folds == folding::none) return true;
+  if (!admit_text(rec, now)) return false;
+  return rec.folds == folding::repeats || admit_of_place(rec, now);
+}
+
+bool repeat_fold::admit_text(const record& rec, time_point now) {
+  const auto key = rec.channel + '\0' + rec.subject + '\0' + rec.text;
+  auto* known = texts_.find(key);
+  if (known == nullptr) {
+    texts_.add(key, rec, now);
+    return true;
+  }
+  known->last = now;
+  ++known->untold;
+  texts_.renew(*known);
+  return false;
+}
+
+bool repeat_fold::admit_of_place(const record& rec, time_point now) {
+  auto* known = places_.find(rec.channel);
+  if (known == nullptr) {
+    places_.add(rec.channel, rec, now);
+    written_of_place_[rec.channel] = 1;
+    return true;
+  }
+  // The burst lasts as long as lines come close upon each other.
+  known->last = now;
+  places_.renew(*known);
+  auto& written = written_of_place_[rec.channel];
+  if (written < lines_of_a_place) {
+    ++written;
+    return true;
+  }
+  known->newest = rec;
+  ++known->untold;
+  return false;
+}
+
+void repeat_fold::summarize(const watched& entry, bool of_place, std::vector<record>& summaries) {
+  if (entry.untold == 0) return;
+  const auto lasted =
+      std::chrono::duration<double>(entry.last - (of_place ? entry.begin : entry.told)).count();
+  record summary = entry.newest;
+  summary.text =
+      of_place ? fmt::format("{} more lines like these, the last: {}", entry.untold, summary.text)
+               : fmt::format("repeated {} times within {:.0f} s: {}", entry.untold, lasted,
+                             summary.text);
+  summaries.push_back(std::move(summary));
+}
+
+std::vector<record> repeat_fold::take_summaries(time_point now) {
+  std::vector<record> summaries;
+  for (auto each = places_.by_age.begin();
+       each != places_.by_age.end() && now - each->last >= burst;) {
+    summarize(*each, true, summaries);
+    written_of_place_.erase(each->key);
+    each = places_.forget(each);
+  }
+  for (auto each = texts_.by_age.begin(); each != texts_.by_age.end();) {
+    const bool has_ended = now - each->last >= quiet;
+    if (!has_ended && now - each->told < sign_of_life) {
+      ++each;
+      continue;
+    }
+    summarize(*each, false, summaries);
+    each->told = now;
+    each->untold = 0;
+    each = has_ended ? texts_.forget(each) : std::next(each);
+  }
+  return summaries;
+}
+
+std::vector<record> repeat_fold::take_all() {
+  std::vector<record> summaries;
+  for (const auto& each : places_.by_age)
+    summarize(each, true, summaries);
+  for (const auto& each : texts_.by_age)
+    summarize(each, false, summaries);
+  *this = {};
+  return summaries;
+}
+
+}  // namespace note_log

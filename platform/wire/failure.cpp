@@ -1,0 +1,30 @@
+#include "platform/wire/failure.h"
+
+#include "platform/wire/json_conversion.h"
+#include "platform/wire/nx_client_exception.h"
+
+namespace nx {
+
+failure current_failure() {
+  using kind = failure::kind;
+  try {
+    throw;
+  } catch (const nx_error& error) {
+    return {kind::refused, error.code, error.message, {}};
+  } catch (const json_value_conversion_error& error) {
+    return {kind::conversion,
+            nx_error::invalid,
+            std::string("expected ") + error.expected + ", found " + error.found,
+            {}};
+  } catch (const nx_client_exception& error) {
+    return {kind::device, error.code, error.message, error.path};
+  } catch (const kvs_client_exception& error) {
+    return {kind::store, nx_error::foreign, error.what(), {}};
+  } catch (const std::exception& error) {
+    return {kind::foreign, nx_error::foreign, error.what(), {}};
+  } catch (...) {
+    return {kind::foreign, nx_error::foreign, "Unknown error!", {}};
+  }
+}
+
+}  // namespace nx

@@ -1,0 +1,42 @@
+// What has failed, told once for all who tell it on: the log, clients of the tree, the events of a
+// subscription. Sorts the exception in flight into the kinds of the system; how a kind is worded
+// for its reader is the caller's.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "platform/wire/nx_error.h"
+
+/// What the client of a key store throws.
+class kvs_client_exception {
+ public:
+  explicit kvs_client_exception(std::string text) : text_(std::move(text)) {}
+  const std::string& what() const { return text_; }
+
+ private:
+  std::string text_;
+};
+
+namespace nx {
+
+struct failure {
+  enum class kind {
+    refused,     ///< nx_error: a node, or this program's own
+    conversion,  ///< json_value_conversion_error: a value of another type
+    device,      ///< nx_client_exception
+    store,       ///< kvs_client_exception
+    foreign
+  };
+  kind from;
+  std::int32_t code;    ///< one of nx_error::error_code; a store and what is foreign have the first
+  std::string message;  ///< without a place or path
+  std::string path;     ///< which was asked of a device
+
+  nx_error as_error() const { return {code, message}; }
+};
+
+/// Call inside a catch block.
+failure current_failure();
+
+}  // namespace nx

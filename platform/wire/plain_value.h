@@ -1,0 +1,16 @@
+// The value of a message in the form in which servers of this project write most of them: a number
+// without an exponent, true or false. Read without a parser, with the parser's outcome.
+#pragma once
+
+#include <rapidjson/document.h>
+
+#include <string_view>
+
+#include "platform/wire/json.h"
+
+namespace nx {
+
+/// False for anything else, and `value` is as it was.
+bool read_plain_value(std::string_view text, json_value& value);
+
+}  // namespace nx

@@ -1,0 +1,90 @@
+#include "api/lazy_value.h"
+
+#include "api/checked_reading.h"
+#include "api/failure.h"
+#include "api/json_support.h"
+
+namespace nx::api {
+
+template <class T>
+lazy_value_base<T>::lazy_value_base(const std::string& name) : lazy_node(name) {}
+
+template <class T>
+lazy_value_base<T>::~lazy_value_base() = default;
+
+template <class T>
+typename lazy_value_base<T>::result_t lazy_value_base<T>::present() {
+  try {
+    return checked_reading(read_getter(), *this);
+  } catch (...) {
+    return current_value_error();
+  }
+}
+
+template <class T>
+nx::json_document lazy_value_base<T>::event_of(const std::string& path,
+                                               const result_t& what) const {
+  if (const auto* error = std::get_if<nx_error>(&what))
+    return create_error_event(std::string(path), *error);
+  return value_changed_event(*this, path, std::get<T>(what));
+}
+
+template <class T>
+void lazy_value_base<T>::get(const std::string& path, json_allocator& allocator,
+                             json_value& result) {
+  const auto value = checked_reading(read_getter(), *this);
+  add_member(result, path, to_json(value, allocator), allocator);
+}
+
+template <class T>
+void lazy_value_base<T>::subscribe(std::shared_ptr<nx_session> session, const std::string& path,
+                                   json_allocator& allocator, json_value& result,
+                                   std::unique_lock<std::recursive_mutex>& lock) {
+  const std::lock_guard value_lock(mutex_);
+  nx_db_event_node::subscribe(session, path, allocator, result, lock);
+  auto value = present();
+  const auto* error = std::get_if<nx_error>(&value);
+  add_member(result, path,
+             error ? error_object(*error, allocator) : to_json(std::get<T>(value), allocator),
+             allocator);
+  send_event_to_session_impl(event_of(path, value), true, std::move(session));
+  // The others have what they were told last: they get the difference with the next refresh.
+  if (!told_) told_ = std::make_unique<result_t>(std::move(value));
+  is_watched_ = true;
+}
+
+template <class T>
+void lazy_value_base<T>::tell_subscribers() {
+  const std::lock_guard lock(mutex_);
+  if (!has_subscribers()) {
+    is_watched_ = false;
+    told_.reset();
+    return;
+  }
+  auto value = present();
+  if (told_ && *told_ == value) return;
+  send_event_impl(event_of(get_path(0), value), false);
+  told_ = std::make_unique<result_t>(std::move(value));
+}
+
+template <class T>
+std::string lazy_value_base<T>::get_info() const {
+  return "lazy value (read,subscribe)";
+}
+
+template <class T>
+nx::json_value lazy_value_base<T>::get_info(json_allocator& allocator) const {
+  json_value record = nx_db_event_node::get_info(allocator);
+  add_text(record, "type", "lazy value", allocator);
+  add_text(record, "valueType", value_type_name<T>(), allocator);
+  add_capabilities(record, {"read", "subscribe"}, allocator);
+  return record;
+}
+
+template class lazy_value_base<bool>;
+template class lazy_value_base<float>;
+template class lazy_value_base<unsigned int>;
+template class lazy_value_base<std::string>;
+template class lazy_value_base<nx::json_document>;
+
+}  // namespace nx::api

@@ -1,0 +1,89 @@
+// A value that is made when somebody reads it, and at its owner's word while somebody subscribes:
+// for texts and figures that change in every cycle and that nobody looks at most of the time. An
+// error of the getter stands in the value's place, for readers and subscribers alike. It keeps no
+// history: what nobody watched was never made.
+//
+// Getters are cheap and wait for nobody: they are called on I/O threads, and under the value's
+// mutex. T: bool, float, unsigned int, std::string or a JSON document.
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <variant>
+
+#include "api/async_volatile_value.h"
+#include "api/attach.h"
+#include "platform/value_tree/nx_db_node.h"
+
+namespace nx::api {
+
+/// What an owner of many such values, of whatever type, holds.
+class lazy_node : public nx_db_event_node {
+ public:
+  using nx_db_event_node::nx_db_event_node;
+
+  /// Something the value is made of has changed: subscribers get an event if it shows. Costs a look
+  /// at a flag without them. On one thread at a time.
+  void refresh() {
+    if (is_watched_.load(std::memory_order_relaxed)) tell_subscribers();
+  }
+
+ protected:
+  virtual void tell_subscribers() = 0;
+
+  std::atomic<bool> is_watched_{false};  ///< false: nobody subscribes
+};
+
+/// All but the getter.
+template <class T>
+class lazy_value_base : public lazy_node {
+ public:
+  explicit lazy_value_base(const std::string& name);
+  ~lazy_value_base() override;
+
+  /// Throws what the getter throws.
+  void get(const std::string& path, json_allocator& allocator, json_value& result) override;
+  /// Does not fail on a value in error: the answer then is an object of "code" and "message".
+  void subscribe(std::shared_ptr<nx_session> session, const std::string& path,
+                 json_allocator& allocator, json_value& result,
+                 std::unique_lock<std::recursive_mutex>& lock) override;
+  std::string get_info() const override;
+  json_value get_info(json_allocator& allocator) const override;
+
+ protected:
+  virtual T read_getter() = 0;
+
+ private:
+  using result_t = std::variant<T, nx_error>;
+
+  void tell_subscribers() override;
+  result_t present();
+  json_document event_of(const std::string& path, const result_t& what) const;
+
+  std::mutex mutex_;                // before the session's and the owner's
+  std::unique_ptr<result_t> told_;  // what subscribers have; none while there are none
+};
+
+template <auto Getter>
+class lazy_value
+    : public async_volatile_value<
+          lazy_value_base<typename member_traits<decltype(Getter)>::result_type>, Getter> {
+  using base =
+      async_volatile_value<lazy_value_base<typename member_traits<decltype(Getter)>::result_type>,
+                           Getter>;
+
+ public:
+  using base::base;
+
+  template <class... Bound>
+  static std::shared_ptr<lazy_value> create(nx_db& db, const std::string& path,
+                                            const std::shared_ptr<typename base::owner_type>& owner,
+                                            Bound... bound) {
+    return create_node<lazy_value>(db, path, owner, typename base::bound_type{std::move(bound)...});
+  }
+};
+
+}  // namespace nx::api

@@ -1,0 +1,62 @@
+// All channels of one direction as insight sees them. It takes the loop's verdicts in, finds what
+// channels did to each other, tells the event log, and after each walk lets subscribers know. It
+// stands beside the plan.
+//
+// Whoever enters, removes, looks or finishes holds the plan's mutex; `records` is for any thread.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "base/insight/channel_record.h"
+
+namespace insight {
+
+class channel_board {
+ public:
+  using record_ptr = std::shared_ptr<channel_record>;
+
+  explicit channel_board(std::string direction) : direction_(std::move(direction)) {}
+
+  /// One of the same frequency is replaced.
+  void enter(record_ptr record);
+  /// A command has added the channel, beyond what the plan held at the start.
+  void added(unsigned frequency);
+  /// Takes the record and its nodes off.
+  void remove(unsigned frequency);
+  /// The same with all others than these: the plan has been loaded anew.
+  void keep(const std::set<unsigned>& frequencies);
+
+  /// What the walk has come to with one channel.
+  void look(channel_record& record, const channel_verdict& verdict);
+  /// The walk is over.
+  void finish();
+
+  /// In ascending frequency.
+  std::vector<record_ptr> records() const;
+  const std::string& direction() const { return direction_; }
+
+ private:
+  struct largest_moves {
+    const channel_record* most = nullptr;
+    const channel_record* second = nullptr;
+  };
+
+  void tell(const channel_record& of, const channel_verdict& verdict,
+            const channel_way::news& news) const;
+  largest_moves moves() const;
+  void let_feel();
+  void note_rest();
+
+  const std::string direction_;
+  bool had_event_ = false;      // in this walk, of one that others answer too
+  bool any_under_way_ = false;  // when this walk began, or since
+  mutable std::mutex mutex_;    // guards the map against readers; held for copies alone
+  std::map<unsigned, record_ptr> records_;
+};
+
+}  // namespace insight

@@ -1,0 +1,191 @@
+#include "base/insight/channel_record.h"
+
+#include <fmt/format.h>
+#include <rapidjson/document.h>
+
+#include <algorithm>
+
+#include "api/lazy_value.h"
+#include "helpers/waiting.h"
+#include "platform/value_tree/event_frame.h"
+#include "platform/value_tree/nx_db.h"
+#include "platform/wire/json_conversion.h"
+#include "platform/wire/nx_error.h"
+
+namespace insight {
+
+namespace {
+
+using nx::json_value;
+
+/// To the hundredth: what changes below it is no news.
+float rounded(float value) {
+  return std::round(value * 100.0f) / 100.0f;
+}
+
+json_value number(float value) {
+  return json_value(std::round(double{value} * 100.0) / 100.0);
+}
+
+/// The wall clock of a moment of the steady one.
+std::string time_text(time_point moment) {
+  auto& waiting = helpers::waiting::instance();
+  const auto ago = waiting.steady_now() - moment;
+  return nx::event_time(waiting.system_now() -
+                        std::chrono::duration_cast<std::chrono::system_clock::duration>(ago));
+}
+
+}  // namespace
+
+std::string channel_record::path(const char* name) const {
+  return fmt::format("insight/client/{}/{}/{}", id_, is_rx_ ? "rx" : "tx", name);
+}
+
+void channel_record::setup_api(nx_db& db, unsigned id, unsigned frequency,
+                               const std::string& direction) {
+  id_ = id;
+  frequency_ = frequency;
+  is_rx_ = direction == "rx";
+  const auto self = shared_from_this();
+  using nx::api::lazy_value;
+  using record = channel_record;
+  nodes_ = {
+      lazy_value<&record::get_state>::create(db, path("state"), self),
+      lazy_value<&record::get_why>::create(db, path("why"), self),
+      lazy_value<&record::get_target>::create(db, path("target"), self),
+      lazy_value<&record::get_measured>::create(db, path("measured"), self),
+      lazy_value<&record::get_error>::create(db, path("error"), self),
+      lazy_value<&record::get_dead_band>::create(db, path("deadBand"), self),
+      lazy_value<&record::get_headroom_up>::create(db, path("headroomUp"), self),
+      lazy_value<&record::get_headroom_down>::create(db, path("headroomDown"), self),
+      lazy_value<&record::get_age>::create(db, path("age"), self),
+      lazy_value<&record::get_steps_last_hour>::create(db, path("stepsLastHour"), self),
+      lazy_value<&record::get_arrival>::create(db, path("arrival"), self),
+  };
+}
+
+void channel_record::remove_api() {
+  for (const auto& node : nodes_)
+    node->db->remove_node(node->get_path(0));
+  nodes_.clear();
+}
+
+void channel_record::added() {
+  const std::lock_guard lock(mutex_);
+  view_.ways.added();
+}
+
+channel_way::news channel_record::look(const channel_verdict& verdict) {
+  const std::lock_guard lock(mutex_);
+  view_.verdict = verdict;
+  const auto news = view_.ways.look(verdict);
+  if (news.is_event()) view_.actuator.event();
+  view_.actuator.step(verdict.at, verdict.step);
+  return news;
+}
+
+void channel_record::event() {
+  const std::lock_guard lock(mutex_);
+  view_.actuator.event();
+}
+
+void channel_record::felt(const neighbour& other) {
+  const std::lock_guard lock(mutex_);
+  view_.ways.felt(other);
+}
+
+void channel_record::refresh() {
+  for (const auto& node : nodes_)
+    node->refresh();
+}
+
+channel_record::view channel_record::snapshot() const {
+  const std::lock_guard lock(mutex_);
+  return view_;
+}
+
+channel_history channel_record::history(const view& of) const {
+  channel_history told{.is_rx = is_rx_};
+  if (of.ways.is_under_way()) told.steps = of.ways.last()->steps;
+  if (const auto last = of.actuator.last_step())
+    told.since_step = std::chrono::duration<float>(of.verdict.at - *last).count();
+  return told;
+}
+
+std::string channel_record::get_state() {
+  const std::lock_guard lock(mutex_);
+  return states::row_of(view_.verdict.state()).text;
+}
+
+std::string channel_record::get_why() {
+  const auto now = snapshot();
+  return why(now.verdict, history(now));
+}
+
+template <float channel_verdict::*Figure>
+float channel_record::figure() {
+  {
+    const std::lock_guard lock(mutex_);
+    const float value = view_.verdict.*Figure;
+    if (is_figure(value)) return rounded(value);
+  }
+  const auto now = snapshot();
+  throw nx_error(-61, absence(now.verdict, history(now)));
+}
+
+float channel_record::get_target() {
+  return figure<&channel_verdict::target>();
+}
+float channel_record::get_measured() {
+  return figure<&channel_verdict::measured>();
+}
+float channel_record::get_error() {
+  return figure<&channel_verdict::error>();
+}
+float channel_record::get_dead_band() {
+  return figure<&channel_verdict::dead_band>();
+}
+float channel_record::get_headroom_up() {
+  return figure<&channel_verdict::headroom_up>();
+}
+float channel_record::get_headroom_down() {
+  return figure<&channel_verdict::headroom_down>();
+}
+float channel_record::get_age() {
+  return figure<&channel_verdict::age>();
+}
+
+unsigned channel_record::get_steps_last_hour() {
+  const std::lock_guard lock(mutex_);
+  return view_.actuator.steps_last_hour(helpers::waiting::instance().steady_now());
+}
+
+nx::json_document channel_record::get_arrival() {
+  const auto now = snapshot();
+  const auto last = now.ways.last();
+  if (!last) throw nx_error(-61, "The channel has not come to a target yet");
+  nx::json_document document(rapidjson::kObjectType);
+  auto& allocator = document.GetAllocator();
+  const bool under_way = now.ways.is_under_way();
+  document.AddMember("cause", rapidjson::StringRef(name_of(last->cause)), allocator);
+  document.AddMember("begin", nx::to_json(time_text(last->begin), allocator), allocator);
+  document.AddMember("underWay", under_way, allocator);
+  document.AddMember("seconds", number(last->seconds(now.verdict.at)), allocator);
+  document.AddMember("steps", last->steps, allocator);
+  document.AddMember("largestStep", number(last->largest_step), allocator);
+  document.AddMember("largestExcursion", number(last->beyond), allocator);
+  json_value felt;
+  if (last->felt_most) {
+    felt.SetObject();
+    felt.AddMember("channel", last->felt_most->id, allocator);
+    felt.AddMember("moved", number(last->felt_most->moved), allocator);
+  }
+  document.AddMember("neighbour", felt, allocator);
+  if (under_way) {
+    const auto* waits_for = states::row_of(now.verdict.state()).text;
+    document.AddMember("waitsFor", rapidjson::StringRef(waits_for), allocator);
+  }
+  return document;
+}
+
+}  // namespace insight

@@ -1,0 +1,97 @@
+// What is known of one channel in one direction, from the loop's verdicts: the last one, the way to
+// its target, the steps of its attenuator. The nodes below "insight/client/ID/DIRECTION/" read it.
+//
+// The loop's thread looks, with the plan's mutex held; readers take this object's own mutex, which
+// is held for copies alone and never with another: nobody who reads waits for a device. Getters
+// throw nx_error -61 with a reason where a figure has no meaning now.
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "base/insight/actuator_record.h"
+#include "base/insight/channel_text.h"
+#include "base/insight/channel_verdict.h"
+#include "base/insight/channel_way.h"
+#include "platform/wire/json.h"
+
+class nx_db;
+namespace nx::api {
+class lazy_node;
+}
+
+namespace insight {
+
+class channel_record : public std::enable_shared_from_this<channel_record> {
+ public:
+  channel_record() = default;
+  channel_record(const channel_record&) = delete;
+  channel_record& operator=(const channel_record&) = delete;
+
+  /// Puts the nodes on the tree. `id` is the channel as paths name it, `frequency` in 10 MHz.
+  void setup_api(nx_db& db, unsigned id, unsigned frequency, const std::string& direction);
+  /// Takes them off again: the channel is no longer in the plan.
+  void remove_api();
+
+  // Of the loop's thread.
+  /// The channel was added by a command.
+  void added();
+  channel_way::news look(const channel_verdict& verdict);
+  /// Something happened that this channel's steps may answer.
+  void event();
+  void felt(const neighbour& other);
+  /// Subscribers get what has changed.
+  void refresh();
+
+  struct view {
+    channel_verdict verdict;
+    channel_way ways;
+    actuator_record actuator;
+  };
+  view snapshot() const;
+  unsigned id() const { return id_; }
+  unsigned frequency() const { return frequency_; }
+  bool is_rx() const { return is_rx_; }
+
+  std::string get_state();
+  std::string get_why();
+  float get_target();
+  float get_measured();
+  float get_error();
+  float get_dead_band();
+  float get_headroom_up();
+  float get_headroom_down();
+  float get_age();
+  unsigned get_steps_last_hour();
+  /// {"cause", "begin", "underWay", "seconds", "steps", "largestStep", "largestExcursion",
+  /// "neighbour": {"channel", "moved"} or null, "waitsFor" while under way}
+  nx::json_document get_arrival();
+
+ private:
+  friend class channel_board;
+
+  template <float channel_verdict::*Figure>
+  float figure();
+  channel_history history(const view& of) const;
+  std::string path(const char* name) const;
+
+  // Set by setup_api, before the channel is in a board.
+  unsigned id_ = 0;
+  unsigned frequency_ = 0;
+  bool is_rx_ = true;
+  std::vector<std::shared_ptr<nx::api::lazy_node>> nodes_;
+
+  // What the board remembers between two walks; under the plan's mutex.
+  float error_ = no_figure;
+  float rest_error_ = no_figure;  ///< its error when no channel of the board was on its way
+  bool is_settled_ = false;
+  bool is_under_way_ = false;
+  bool took_part_ = false;  ///< was on its way in this walk
+
+  mutable std::mutex mutex_;  // guards the view
+  view view_;
+};
+
+}  // namespace insight

@@ -1,0 +1,187 @@
+#include "base/insight/ladder.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "base/manager/loops/line_arithmetic.h"
+
+namespace insight {
+
+namespace {
+
+using namespace ladder_limits;
+
+// A channel by itself: attenuator and monitor are off by a few tenths, and a laser is not.
+constexpr float noticed_of_one = 1.5f;
+// Two differences are of one instrument when they cancel to this.
+constexpr float cancels_within = 0.7f;
+constexpr std::size_t enough_for_a_median = 4;
+
+double mw(float dbm) {
+  return std::pow(10.0, double{dbm} / 10.0);
+}
+
+float dbm(double milliwatts) {
+  return static_cast<float>(10.0 * std::log10(milliwatts));
+}
+
+std::optional<float> operator-(std::optional<float> a, std::optional<float> b) {
+  return a && b ? std::optional(*a - *b) : std::nullopt;
+}
+
+std::optional<float> operator+(std::optional<float> a, std::optional<float> b) {
+  return a && b ? std::optional(*a + *b) : std::nullopt;
+}
+
+bool exceeds(std::optional<float> deviation, float limit) {
+  return deviation && std::fabs(*deviation) > limit;
+}
+
+bool cancel(std::optional<float> a, std::optional<float> b) {
+  return a && b && std::fabs(*b) > noticed / 2 && std::fabs(*a + *b) < cancels_within;
+}
+
+/// Less the usual; and whether that is known, or else is held against `limit`.
+struct deviation {
+  std::optional<float> by;
+  bool is_wrong;
+
+  deviation(std::optional<float> now, std::optional<float> usual, std::optional<float> limit)
+      : by(usual   ? now - usual
+           : limit ? now
+                   : std::nullopt),
+        is_wrong(exceeds(by, usual ? noticed : limit.value_or(0))) {}
+};
+
+std::optional<ladder_finding> port_fault(const differences& now, const differences& usual,
+                                         float common) {
+  ladder_finding found{.where = ladder_point::ports, .what = ladder_fault::port, .by = 0};
+  for (const auto& [id, level] : now.ports) {
+    const auto known = usual.ports.find(id);
+    if (known == usual.ports.end()) continue;
+    const float by = level - known->second - common;
+    if (std::fabs(by) <= noticed_of_one) continue;
+    found.channels.push_back(id);
+    if (std::fabs(by) > std::fabs(found.by)) found.by = by;
+  }
+  return found.channels.empty() ? std::nullopt : std::optional(found);
+}
+
+std::optional<ladder_finding> amplifier_fault(const deviation& amplifier,
+                                              const deviation& monitor) {
+  const auto at = ladder_point::amplifier;
+  if (amplifier.is_wrong) {
+    const auto what =
+        cancel(amplifier.by, monitor.by) ? ladder_fault::output_tap : ladder_fault::gain;
+    return ladder_finding{.where = at, .what = what, .by = *amplifier.by};
+  }
+  if (!monitor.is_wrong) return std::nullopt;
+  return ladder_finding{.where = at, .what = ladder_fault::monitor, .by = *monitor.by};
+}
+
+/// `behind` is what follows the line: a tap that is off shows there with the other sign.
+std::optional<ladder_finding> span_fault(const deviation& fibre, const deviation& line,
+                                         std::optional<float> behind) {
+  if (fibre.is_wrong) {
+    // Of a fibre that has grown the signals lose as much as the supervisory channel.
+    const bool signals_agree = !line.by || std::fabs(*line.by) < std::fabs(*fibre.by) / 2;
+    return ladder_finding{.where = ladder_point::fibre,
+                          .what = signals_agree ? ladder_fault::span : ladder_fault::osc_tap,
+                          .by = *fibre.by};
+  }
+  if (!line.is_wrong) return std::nullopt;
+  return ladder_finding{
+      .where = ladder_point::line,
+      .what = cancel(line.by, behind) ? ladder_fault::input_tap : ladder_fault::connector,
+      .by = *line.by};
+}
+
+}  // namespace
+
+std::optional<ladder_sums> sums_of(const ladder_view& view) {
+  if (view.lit.empty()) return std::nullopt;
+  double monitored = 0;
+  double before_switch = 0;
+  double far = 0;
+  bool all_far = true;
+  for (const auto& channel : view.lit) {
+    monitored += mw(channel.monitored);
+    before_switch += mw(channel.monitored + channel.attenuation);
+    all_far = all_far && channel.far;
+    if (channel.far) far += mw(*channel.far);
+  }
+  return ladder_sums{.monitored = dbm(monitored),
+                     .far_monitored = all_far ? std::optional(dbm(far)) : std::nullopt,
+                     .inside = view.switch_inside ? dbm(monitored) - dbm(before_switch) : 0.0f};
+}
+
+std::optional<float> span_by_osc(const ladder_view& view) {
+  if (!view.osc_sent || !view.osc_received) return std::nullopt;
+  return manager::loops::signal_loss_from_osc(*view.osc_sent, *view.osc_received);
+}
+
+differences differences_of(const ladder_view& view, light_way way) {
+  const auto sums = sums_of(view);
+  if (!sums) return {.fibre = view.osc_sent - view.osc_received};
+  const std::optional<float> inside = sums->inside;
+  const std::optional<float> monitored = sums->monitored;
+  differences found{.amplifier = view.output - (view.input + view.gain + inside),
+                    .monitor = monitored + view.calibration - view.output,
+                    .fibre = view.osc_sent - view.osc_received,
+                    .line = view.received - (view.sent - span_by_osc(view))};
+  if (way == light_way::tx) return found;
+  found.far = sums->far_monitored + view.far_calibration - (view.received + view.far_gain);
+  if (!view.input) return found;
+  // How the input is shared out, the monitor behind the amplifier tells; how much it is, the tap.
+  for (const auto& channel : view.lit) {
+    found.ports[channel.id] =
+        *view.input + channel.monitored - sums->monitored + channel.attenuation;
+  }
+  return found;
+}
+
+std::optional<float> common_deviation(const std::map<unsigned, float>& now,
+                                      const std::map<unsigned, float>& usual) {
+  std::vector<float> deviations;
+  for (const auto& [id, level] : now) {
+    const auto known = usual.find(id);
+    if (known != usual.end()) deviations.push_back(level - known->second);
+  }
+  if (deviations.empty()) return std::nullopt;
+  std::sort(deviations.begin(), deviations.end());
+  if (deviations.size() >= enough_for_a_median) return deviations[deviations.size() / 2];
+  return *std::min_element(deviations.begin(), deviations.end(),
+                           [](float a, float b) { return std::fabs(a) < std::fabs(b); });
+}
+
+std::optional<ladder_finding> first_fault(const differences& now, const differences& usual,
+                                          light_way way) {
+  const deviation amplifier(now.amplifier, usual.amplifier, ladder_limits::amplifier);
+  const deviation monitor(now.monitor, usual.monitor, ladder_limits::amplifier);
+  const deviation fibre(now.fibre, usual.fibre, std::nullopt);
+  const deviation line(now.line, usual.line, ladder_limits::line);
+  const deviation far(now.far, usual.far, ladder_limits::line);
+  if (way == light_way::tx) {
+    const auto found = span_fault(fibre, line, amplifier.by);
+    return found ? found : amplifier_fault(amplifier, monitor);
+  }
+  const auto common = common_deviation(now.ports, usual.ports);
+  if (common) {
+    if (auto found = port_fault(now, usual, *common)) return found;
+    if (exceeds(common, noticed)) {
+      const auto what =
+          cancel(common, amplifier.by) ? ladder_fault::input_tap : ladder_fault::connector;
+      return ladder_finding{.where = ladder_point::ports, .what = what, .by = *common};
+    }
+  }
+  if (const auto found = amplifier_fault(amplifier, monitor)) return found;
+  if (const auto found = span_fault(fibre, line, far.by)) return found;
+  if (!far.is_wrong) return std::nullopt;
+  return ladder_finding{.where = ladder_point::far, .what = ladder_fault::gain, .by = *far.by};
+}
+
+bool is_plausible(const std::optional<float>& difference, float limit) {
+  return difference && std::fabs(*difference) <= limit;
+}
+
+}  // namespace insight

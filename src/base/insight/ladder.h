@@ -1,0 +1,110 @@
+// The path of the light point by point: what each instrument should tell, worked out from the point
+// before it and the losses and gains that are known, and what it does tell. The first point that
+// disagrees is where to look; how its neighbours disagree tells a lost decibel from an instrument
+// that is off.
+//
+// Arithmetic alone: no device, peer, clock or tree; throws nothing. Powers dBm, losses and gains
+// dB. "rx" is the light from this node's clients to the far end's, "tx" the light that comes from
+// there.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace insight {
+
+enum class light_way { rx, tx };
+
+struct lit_channel {
+  unsigned id;
+  float attenuation;         ///< of this node's switch
+  float monitored;           ///< by this node's monitor, as it stands in its reading
+  std::optional<float> far;  ///< by the far end's monitor, likewise
+};
+
+/// What is known in one moment. Empty: not known, or dark.
+struct ladder_view {
+  std::vector<lit_channel> lit;
+  // This node's amplifier on the way: booster or preamp.
+  std::optional<float> input;
+  std::optional<float> output;
+  std::optional<float> gain;         ///< as it tells it now, not as it was set
+  std::optional<float> calibration;  ///< of the board: from the monitor to the amplifier's output
+  /// The drop switch stands between the amplifier's stages.
+  bool switch_inside = false;
+  // At the two connectors of the fibre, signals and supervisory channel.
+  std::optional<float> sent;
+  std::optional<float> received;
+  std::optional<float> osc_sent;
+  std::optional<float> osc_received;
+  // The far amplifier, on the way out.
+  std::optional<float> far_gain;
+  std::optional<float> far_calibration;
+};
+
+/// Of all lit channels together.
+struct ladder_sums {
+  float monitored = 0;  ///< as the monitor reads it
+  std::optional<float> far_monitored;
+  float inside = 0;  ///< what a switch inside the amplifier takes of the sum
+};
+std::optional<ladder_sums> sums_of(const ladder_view& view);
+
+/// Loss of the fibre at signal wavelengths, from that of the supervisory channel.
+std::optional<float> span_by_osc(const ladder_view& view);
+
+/// Each told figure less the one before it.
+struct differences {
+  std::map<unsigned, float> ports;  ///< of a client: the light it brings to the switch
+  std::optional<float> amplifier;   ///< output less input and gain
+  std::optional<float> monitor;     ///< monitor and calibration less output
+  std::optional<float> fibre;       ///< loss of the supervisory channel
+  std::optional<float> line;        ///< received less sent and the fibre's loss
+  std::optional<float> far;         ///< the far monitor less received and the far gain
+};
+differences differences_of(const ladder_view& view, light_way way);
+
+enum class ladder_point { ports, amplifier, fibre, line, far };
+enum class ladder_fault {
+  port,       ///< of single channels: client, patch cord or port of the switch
+  connector,  ///< loss for all channels
+  gain,       ///< of the amplifier
+  input_tap,
+  output_tap,
+  monitor,
+  span,
+  osc_tap
+};
+
+struct ladder_finding {
+  ladder_point where;
+  ladder_fault what;
+  float by;                          ///< dB, as the point tells too much or too little
+  std::vector<unsigned> channels{};  ///< of `port`
+
+  bool is_same(const ladder_finding& other) const {
+    return where == other.where && what == other.what && channels == other.channels;
+  }
+};
+
+/// The first point, in the direction of the light, at which the present differences leave those of
+/// `usual`. What is not in `usual` is held against its own limit where board and devices tell what
+/// to expect, and is no finding where only experience could.
+std::optional<ladder_finding> first_fault(const differences& now, const differences& usual,
+                                          light_way way);
+
+/// The deviation that most channels share; empty without a channel that both know.
+std::optional<float> common_deviation(const std::map<unsigned, float>& now,
+                                      const std::map<unsigned, float>& usual);
+
+/// Whether a difference may be taken for the usual one: within what board and devices can be off.
+bool is_plausible(const std::optional<float>& difference, float limit);
+namespace ladder_limits {
+inline constexpr float amplifier = 1.5f;  ///< two taps and the calibration of one
+inline constexpr float line = 2.5f;       ///< four taps, and a fibre's two wavelengths
+inline constexpr float noticed = 1.0f;    ///< against the usual
+}  // namespace ladder_limits
+
+}  // namespace insight

@@ -1,0 +1,75 @@
+// What the line has made of its last cycle: its state, the reason, and the figures that decided.
+// The phase that decides fills it in, with the numbers that it has just used; the sentence is made
+// for who reads it.
+//
+// A plain value; pure functions that throw nothing. Powers dBm, attenuations and losses dB, times
+// s.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "states/line_state.h"
+
+namespace insight {
+
+/// The figures of each are told beside it, in the order of `line_verdict::figures`.
+enum class line_reason : unsigned char {
+  not_run_yet,
+  system_started,  ///< coldstart: the VOA before the amplifiers
+  voa_away,        ///< its service tells that it is not up
+  failed,          ///< word: what
+  no_light,        ///< preamp and supervisory channel are dark
+  amplifiers_go_on,
+  link_down,  ///< light comes in, and no supervisory channel
+  nobody_answers,
+  peer_is_lost,       ///< word: its product
+  product_not_known,  ///< word: its product
+  no_sign_of_life,    ///< seconds
+  nothing_new,        ///< the powers at the peer are those of the last look
+  nothing_counts,     ///< no channel is lit at the peer and on target here
+  calibration_not_known,
+  few_readings,        ///< readings, of
+  not_steady,          ///< spread of the mean error, allowed
+  others_turn,         ///< change that waits
+  within_rest,         ///< mean error at the peer, target, change wanted
+  fully_open,          ///< attenuation, change wanted
+  at_its_end,          ///< attenuation, change wanted
+  moved,               ///< from, to
+  not_answered,        ///< asked for, shown
+  saturation_moved,    ///< saturation, from, to
+  saturation_waits,    ///< saturation
+  saturation_is_old,   ///< saturation
+  saturation_unmoved,  ///< saturation
+  saturation_lost,
+  spans_not_known,
+  few_spans,          ///< looks, of
+  spans_fit,          ///< out, in
+  span_withheld,      ///< word: why
+  gain_fits,          ///< gain, span
+  managed_elsewhere,  ///< management software gives the span
+  no_attenuator,      ///< a model without a line VOA
+  count
+};
+
+struct line_verdict {
+  line_reason reason = line_reason::not_run_yet;
+  std::array<float, 3> figures{};
+  std::string word{};
+  /// Name of the guard that has withheld a write in this cycle; null for none.
+  const char* guard = nullptr;
+  /// Of the VOA, where it is left as it stands; empty on a model without one.
+  std::optional<float> attenuation{};
+  /// The VOA has opened at its preset, and waits there for a peer that tells of the fibre, dB.
+  std::optional<float> preset{};
+
+  bool operator==(const line_verdict&) const = default;
+};
+
+states::line_state state_of(line_reason reason);
+/// One sentence, two where a person can do something.
+std::string sentence_of(const line_verdict& verdict);
+
+}  // namespace insight

@@ -1,0 +1,31 @@
+// When a loop goes down and comes up again, for the log and the events: once each, and with the
+// failure that took it down. A loop that is set up again and fails in its next cycle has been down
+// all the time.
+//
+// On the manager thread; throws nothing.
+#pragma once
+
+#include <chrono>
+#include <string>
+
+namespace insight {
+
+class loop_watch {
+ public:
+  /// `name`: "line", "client rx"; the text has to outlive the object.
+  explicit loop_watch(const char* name) : name_(name) {}
+
+  /// At the end of a cycle: whether the loop went through the whole of it, and what failed.
+  void look(bool went_through, const std::string& failure);
+
+  bool is_down() const { return down_; }
+  const std::string& reason() const { return reason_; }
+
+ private:
+  const char* name_;
+  bool down_ = false;
+  std::chrono::steady_clock::time_point since_{};
+  std::string reason_;
+};
+
+}  // namespace insight

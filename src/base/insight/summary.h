@@ -1,0 +1,53 @@
+// The node in one line for a person: what is lost comes first, with since when, what the daemon
+// does about it and what somebody can do; then the channels, the line, the peer. And how its loops
+// rest, for "insight/rest". Pure functions over copies, called when somebody reads.
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/insight/actuator_record.h"
+#include "base/insight/channel_verdict.h"
+#include "base/insight/line_verdict.h"
+#include "platform/wire/json.h"
+
+namespace insight {
+
+struct known_channel {
+  unsigned id = 0;
+  unsigned frequency = 0;
+  bool is_rx = true;
+  channel_verdict verdict;
+  actuator_record actuator;
+};
+
+/// A loop that is down, and what stops it.
+struct loop_fault {
+  std::string loop;
+  std::string reason;
+  std::chrono::system_clock::time_point since;
+};
+
+struct node_facts {
+  std::vector<known_channel> channels;
+  std::vector<loop_fault> faults;
+  line_verdict line;
+  std::chrono::system_clock::time_point line_since;  ///< of the line's state
+  actuator_record voa;
+  std::string peer;  ///< product text; empty without one
+  bool is_regulating = true;
+  time_point now{};
+};
+
+/// "30 of 32 lit channels on target; 191.70 exhausted (2.7 dB short), 192.45 settling; line at
+/// rest; peer ORVA-LITE".
+std::string summary_of(const node_facts& node);
+
+/// {"client rx": {"stepsLastHour", "reversalsLastHour", "hunts", "hunting": [channels], "worst":
+/// {"channel", "steps", "reversals"} or null}, "client tx", "line": {"stepsLastHour",
+/// "reversalsLastHour", "hunts"}}
+nx::json_document rest_of(const node_facts& node);
+
+}  // namespace insight

@@ -1,0 +1,144 @@
+#include "base/manager/ladders.h"
+
+#include <rapidjson/document.h>
+
+#include <utility>
+
+#include "base/guards/line_span.h"
+#include "base/manager/loops/line_peer.h"
+#include "base/manager/remote/api.h"
+#include "helpers/calibration.h"
+#include "helpers/waiting.h"
+#include "models/model.h"
+#include "platform/wire/json_conversion.h"
+
+namespace manager {
+
+namespace {
+
+using namespace std::chrono_literals;
+using ::insight::device_board;
+using ::insight::ladder_view;
+using ::manager::remote::device::operation;
+using number = std::optional<float>;
+
+constexpr auto between_looks = 2s;
+
+number moved(number power, float by) {
+  return power ? number(*power + by) : std::nullopt;
+}
+
+number lit(number power) {
+  return power ? guards::lit_power(*power) : std::nullopt;
+}
+
+/// The far end, for as long as it is known and shows signs of life: what it told before tells
+/// nothing of the light as it is now.
+class far_end {
+ public:
+  far_end(const std::shared_ptr<remote::api>& api, std::chrono::steady_clock::time_point now)
+      : peer_(api), is_there_(peer_.is_known() && peer_.is_alive(now)) {}
+
+  number told(operation what) const { return is_there_ ? peer_.value(what) : std::nullopt; }
+  number told(operation what, unsigned channel) const {
+    const auto reading = is_there_ ? peer_.known(what, channel) : std::nullopt;
+    return reading ? number(reading->value) : std::nullopt;
+  }
+
+ private:
+  loops::line_peer peer_;
+  bool is_there_;
+};
+
+float board(const char* key) {
+  return calibration::instance().get_value(key);
+}
+
+/// At the connector, as the line's own values have it.
+number line_output(const device_board& devices, number booster) {
+  const auto attenuation = devices.number("voa", "attenuation");
+  const auto insertion_loss = devices.number("voa", "insertionLoss");
+  if (!attenuation || !insertion_loss) return std::nullopt;
+  return moved(booster, board("cal_boostertx_to_linetx") - *attenuation - *insertion_loss);
+}
+
+number far_gain(const far_end& peer) {
+  const auto gain = peer.told(operation::get_preamp_gain);
+  const auto lacks = peer.told(operation::get_edfa_tx_saturation);
+  return gain && lacks ? number(*gain - *lacks) : std::nullopt;
+}
+
+ladder_view view_out(const device_board& devices, const far_end& peer, ladders::channels channels) {
+  for (auto& channel : channels) {
+    const auto far = peer.told(operation::get_channel_tx_ocm_power, channel.id);
+    if (far && guards::is_channel_power(*far)) channel.far = far;
+  }
+  const auto output = devices.number("booster", "outputPower");
+  return {.lit = std::move(channels),
+          .input = devices.number("booster", "inputPower"),
+          .output = output,
+          .gain = devices.number("booster", "actualGain"),
+          .calibration = board("cal_mon_to_boostertx"),
+          .sent = line_output(devices, output),
+          .received = lit(peer.told(operation::get_line_rx_power)),
+          .osc_sent = moved(devices.number("sfp", "outputPower"), board("cal_osctx_to_linetx")),
+          .osc_received = peer.told(operation::get_osc_rx_power),
+          .far_gain = far_gain(peer),
+          .far_calibration = peer.told(operation::get_edfa_tx_calibration)};
+}
+
+ladder_view view_in(const device_board& devices, const far_end& peer, ladders::channels channels,
+                    bool switch_inside) {
+  const auto input = devices.number("preamp", "inputPower");
+  return {.lit = std::move(channels),
+          .input = input,
+          .output = devices.number("preamp", "outputPower"),
+          .gain = devices.number("preamp", "actualGain"),
+          .calibration = board("cal_mon_to_preamptx"),
+          .switch_inside = switch_inside,
+          .sent = lit(peer.told(operation::get_line_tx_power)),
+          .received = moved(input, -board("cal_linerx_to_preamprx")),
+          .osc_sent = peer.told(operation::get_osc_tx_power),
+          .osc_received = moved(devices.number("sfp", "inputPower"), -board("cal_linerx_to_oscrx")),
+          .far_gain = {},
+          .far_calibration = {}};
+}
+
+nx::json_document document_of(const ::insight::ladder_book& book) {
+  return nx::parse_json(::insight::ladder_json(book.open(), book.way()));
+}
+
+}  // namespace
+
+void ladders::setup_api(nx_db& db, const std::string& product) {
+  const auto* model = models::find_told(product);
+  switch_inside_ = model != nullptr && model->plant.drop_switch_mid_stage;
+  using namespace nx::api;
+  const auto self = shared_from_this();
+  nodes_.push_back(lazy_value<&ladders::get_rx>::create(db, "insight/ladder/rx", self));
+  nodes_.push_back(lazy_value<&ladders::get_tx>::create(db, "insight/ladder/tx", self));
+}
+
+bool ladders::is_look_due() const {
+  return helpers::waiting::instance().steady_now() - last_look_ >= between_looks;
+}
+
+void ladders::look(const device_board& devices, const std::shared_ptr<remote::api>& peer,
+                   channels out, channels in) {
+  last_look_ = helpers::waiting::instance().steady_now();
+  const far_end far(peer, last_look_);
+  out_.look(view_out(devices, far, std::move(out)), last_look_);
+  in_.look(view_in(devices, far, std::move(in), switch_inside_), last_look_);
+  for (const auto& node : nodes_)
+    node->refresh();
+}
+
+nx::json_document ladders::get_rx() {
+  return document_of(out_);
+}
+
+nx::json_document ladders::get_tx() {
+  return document_of(in_);
+}
+
+}  // namespace manager

@@ -1,0 +1,46 @@
+// The two ladders of the node, "insight/ladder/rx" and "/tx": gathers what this node's devices and
+// the peer tell of one moment, and hands it to the books that work it out and remember.
+//
+// look on the manager thread, every two seconds; the getters on any thread, waiting for nobody.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "api/lazy_value.h"
+#include "base/insight/device_board.h"
+#include "base/insight/ladder_book.h"
+#include "platform/wire/json.h"
+
+class nx_db;
+
+namespace manager::remote {
+class api;
+}
+
+namespace manager {
+
+class ladders : public std::enable_shared_from_this<ladders> {
+ public:
+  using channels = std::vector<::insight::lit_channel>;
+
+  void setup_api(nx_db& db, const std::string& product);
+  bool is_look_due() const;
+  /// `out` and `in`: the lit channels as this node's monitors see them.
+  void look(const ::insight::device_board& devices, const std::shared_ptr<remote::api>& peer,
+            channels out, channels in);
+
+  nx::json_document get_rx();
+  nx::json_document get_tx();
+
+ private:
+  ::insight::ladder_book out_{::insight::light_way::rx};
+  ::insight::ladder_book in_{::insight::light_way::tx};
+  std::vector<std::shared_ptr<nx::api::lazy_node>> nodes_;
+  bool switch_inside_ = false;
+  std::chrono::steady_clock::time_point last_look_{};
+};
+
+}  // namespace manager

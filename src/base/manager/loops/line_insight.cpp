@@ -1,0 +1,136 @@
+// What the line tells of its last cycle. The phases judge as they decide; what they say is shown as
+// a whole when the cycle has ended, so that no reader waits for one that waits for a device.
+#include <algorithm>
+
+#include "base/manager/loops/line_loop.h"
+#include "helpers/waiting.h"
+#include "platform/wire/nx_error.h"
+
+namespace manager::loops {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// A peer tells its channels once a second: a cycle without news changes nothing of what was found.
+constexpr auto usual_pause = 3s;
+constexpr auto longest_silence = 10s;
+constexpr std::int32_t no_value = -61;
+
+std::chrono::steady_clock::time_point now() {
+  return helpers::waiting::instance().steady_now();
+}
+
+}  // namespace
+
+void line_loop::begin_verdict() {
+  verdict_.guard = nullptr;
+  verdict_.preset.reset();
+  verdict_.attenuation.reset();
+}
+
+void line_loop::judge(line_reason reason, std::array<float, 3> figures, std::string word) {
+  verdict_.reason = reason;
+  verdict_.figures = figures;
+  verdict_.word = std::move(word);
+}
+
+// What the last look at other readings has found stands for a while.
+void line_loop::judge_nothing_new() {
+  auto last_sign = peer_.last_sign_of_life();
+  if (last_sign && powers_changed_) last_sign = std::max(*last_sign, *powers_changed_);
+  const auto silence = last_sign ? now() - *last_sign : longest_silence;
+  if (peer_.is_up() && silence > longest_silence) {
+    return judge(line_reason::no_sign_of_life, {std::chrono::duration<float>(silence).count()});
+  }
+  if (powers_changed_ && now() - *powers_changed_ < usual_pause) return;
+  judge(line_reason::nothing_new);
+}
+
+void line_loop::judge_unsteady(float spread, float threshold) {
+  if (active_ == 0) return judge(line_reason::nothing_counts);
+  if (error_history_.size() < error_history_size_) {
+    return judge(line_reason::few_readings, {static_cast<float>(error_history_.size()),
+                                             static_cast<float>(error_history_size_)});
+  }
+  judge(line_reason::not_steady, {spread, threshold});
+}
+
+void line_loop::note_attenuation(float attenuation) {
+  const std::lock_guard lock(told_mutex_);
+  told_.attenuation = attenuation;
+}
+
+void line_loop::note_step(float change) {
+  const std::lock_guard lock(told_mutex_);
+  told_.voa.step(now(), change);
+}
+
+void line_loop::note_incident() {
+  const std::lock_guard lock(told_mutex_);
+  told_.voa.event();
+}
+
+void line_loop::publish_verdict() {
+  using enum ::states::line_state;
+  const auto state = ::insight::state_of(verdict_.reason);
+  const bool peer_is_missing =
+      state == no_peer || state == peer_not_known || state == no_supervisory_link;
+  if (peer_is_missing && opening_ && opening_->awaits_peer) verdict_.preset = opening_->wanted;
+  const std::lock_guard lock(told_mutex_);
+  if (peer_is_missing || state == no_fibre) {
+    verdict_.attenuation = told_.attenuation;
+  }
+  told_.verdict = verdict_;
+}
+
+void line_loop::note_down(const std::string& failure) {
+  begin_verdict();
+  judge(line_reason::failed, {}, failure.empty() ? "it is not operational" : failure);
+  publish_verdict();
+}
+
+void line_loop::refresh_insight() {
+  for (const auto& value : insight_values_)
+    value->refresh();
+}
+
+::insight::line_verdict line_loop::get_verdict() const {
+  const std::lock_guard lock(told_mutex_);
+  return told_.verdict;
+}
+
+::insight::actuator_record line_loop::get_voa_record() const {
+  const std::lock_guard lock(told_mutex_);
+  return told_.voa;
+}
+
+std::string line_loop::get_state() {
+  return ::states::row_of(::insight::state_of(get_verdict().reason)).text;
+}
+
+std::string line_loop::get_why() {
+  return ::insight::sentence_of(get_verdict());
+}
+
+float line_loop::known_attenuation() const {
+  if (!voa_) throw nx_error(no_value, "This model has no VOA on the line");
+  const std::lock_guard lock(told_mutex_);
+  if (!told_.attenuation) throw nx_error(no_value, "The VOA has not been read yet");
+  return *told_.attenuation;
+}
+
+float line_loop::get_headroom_up() {
+  return known_attenuation() - voa_->get_min_attenuation();
+}
+
+float line_loop::get_headroom_down() {
+  const float attenuation = known_attenuation();
+  return voa_->get_max_attenuation() - attenuation;
+}
+
+unsigned line_loop::get_steps_last_hour() {
+  return get_voa_record().steps_last_hour(now());
+}
+
+}  // namespace manager::loops

@@ -1,0 +1,79 @@
+#include "base/manager/overview.h"
+
+#include <rapidjson/document.h>
+
+#include <algorithm>
+
+#include "api/lazy_value.h"
+#include "base/manager/loops/line_loop.h"
+#include "helpers/waiting.h"
+
+namespace manager {
+
+void overview::setup_api(nx_db& db, std::shared_ptr<loops::line_loop> line, board_ptr rx,
+                         board_ptr tx) {
+  line_ = std::move(line);
+  boards_ = {std::move(rx), std::move(tx)};
+  const auto self = shared_from_this();
+  nodes_ = {
+      nx::api::lazy_value<&overview::get_summary>::create(db, "insight/summary", self),
+      nx::api::lazy_value<&overview::get_rest>::create(db, "insight/rest", self),
+  };
+}
+
+void overview::note_faults(const cycle_facts& facts) {
+  std::vector<::insight::loop_fault> faults;
+  for (const auto& [loop, reason] : facts.down) {
+    const auto known = std::ranges::find(facts_.faults, loop, &::insight::loop_fault::loop);
+    const auto since =
+        known != facts_.faults.end() ? known->since : helpers::waiting::instance().system_now();
+    faults.push_back({loop, reason, since});
+  }
+  facts_.faults = std::move(faults);
+}
+
+void overview::note_cycle(cycle_facts facts) {
+  if (nodes_.empty()) return;
+  auto line = line_->get_verdict();
+  {
+    const std::lock_guard lock(mutex_);
+    note_faults(facts);
+    const bool is_other = state_of(line.reason) != state_of(facts_.line.reason);
+    if (is_other) facts_.line_since = helpers::waiting::instance().system_now();
+    facts_.line = std::move(line);
+    facts_.peer = std::move(facts.peer);
+    facts_.is_regulating = facts.is_regulating;
+  }
+  for (const auto& node : nodes_)
+    node->refresh();
+}
+
+::insight::node_facts overview::gather() {
+  auto facts = [this] {
+    const std::lock_guard lock(mutex_);
+    return facts_;
+  }();
+  for (const auto& board : boards_) {
+    for (const auto& record : board->records()) {
+      auto seen = record->snapshot();
+      facts.channels.push_back({.id = record->id(),
+                                .frequency = record->frequency(),
+                                .is_rx = record->is_rx(),
+                                .verdict = std::move(seen.verdict),
+                                .actuator = seen.actuator});
+    }
+  }
+  facts.voa = line_->get_voa_record();
+  facts.now = helpers::waiting::instance().steady_now();
+  return facts;
+}
+
+std::string overview::get_summary() {
+  return ::insight::summary_of(gather());
+}
+
+nx::json_document overview::get_rest() {
+  return ::insight::rest_of(gather());
+}
+
+}  // namespace manager

@@ -1,0 +1,205 @@
+// What the node tells of a channel's way to its target, against what the plant knows of it; and
+// that a node whose monitor is too noisy is said to hunt, and a quiet one is not.
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <rapidjson/document.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+
+#include "tests/loops/channel_watch.h"
+#include "tests/support/plant_node.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using test::channel_watch;
+using test::plant_node;
+
+/// The monitor and the fibre tap tell no noise: what remains between plant and daemon is time.
+sim::topology quiet_topology(const std::string& product) {
+  auto topology = test::dark_topology(product);
+  auto& node = topology.nodes[0];
+  node.booster_monitor.noise_db = 0.0;
+  node.booster_monitor.period_s = 0.5;
+  node.tap_noise_db = 0.0;
+  return topology;
+}
+
+std::string insight_path(unsigned channel, const char* name) {
+  return fmt::format("insight/client/{}/rx/{}", channel, name);
+}
+
+class arrival : public testing::Test {
+ protected:
+  void start(unsigned lit) {
+    node_ = std::make_unique<plant_node>(quiet_topology("orvamax"));
+    node_->start();
+    node_->run_for(40s);
+    for (unsigned i = 0; i < lit; ++i)
+      light(node_->channels()[i]);
+    node_->run_for(3min);
+  }
+
+  void light(unsigned channel) {
+    auto laser = node_->plant().get_laser(0, channel);
+    laser.on = true;
+    laser.ramp_s = 0.0;
+    node_->plant().set_laser(0, channel, laser);
+  }
+
+  double error(unsigned channel) {
+    return node_->true_error(channel) -
+           node_->number(fmt::format("data/client/{}/rx/wantedPowerOffset", channel));
+  }
+
+  nx::json_document told(unsigned channel) {
+    return test::value_of(node_->tree(), insight_path(channel, "arrival"));
+  }
+
+  /// What the plant knows of the way of `channel` that `cause` sets it on.
+  /// `other_writes` to the switch than steps come with the cause.
+  void expect_told_as_it_was(unsigned channel, const char* cause_name,
+                             const std::function<void()>& cause, unsigned other_writes = 0) {
+    SCOPED_TRACE(cause_name);
+    std::map<unsigned, double> before;
+    for (const auto each : node_->channels())
+      before[each] = error(each);
+    const channel_watch watch(*node_);
+    const auto begin = node_->now();
+    std::vector<std::pair<double, double>> errors;  // s, dB
+    double moved = 0.0;
+    cause();
+    while (node_->now() - begin < 40s) {
+      node_->cycle();
+      const std::chrono::duration<double> since = node_->now() - begin;
+      errors.emplace_back(since.count(), error(channel));
+      for (const auto each : node_->channels())
+        if (each != channel && before[each] > -2.0)
+          moved = std::max(moved, std::fabs(error(each) - before[each]));
+    }
+    const auto way = told(channel);
+    EXPECT_STREQ(way["cause"].GetString(), cause_name);
+    EXPECT_FALSE(way["underWay"].GetBool());
+    EXPECT_EQ(way["steps"].GetUint() + other_writes, watch.steps(channel));
+    EXPECT_NEAR(std::fabs(way["neighbour"]["moved"].GetDouble()), moved, 0.1);
+    expect_way_of(channel, errors, way);
+  }
+
+  /// The error as the plant knows it is off by what the monitor is, which the daemon cannot know.
+  void expect_way_of(unsigned channel, const std::vector<std::pair<double, double>>& errors,
+                     const nx::json_document& way) {
+    const double bias = node_->number(insight_path(channel, "error")) - errors.back().second;
+    const double dead_band = node_->number(insight_path(channel, "deadBand"));
+    const double side = errors.front().second + bias < 0 ? -1 : 1;
+    double seconds = 0.0;
+    double beyond = 0.0;
+    for (const auto& [since, error] : errors) {
+      if (std::fabs(error + bias) > dead_band) seconds = since;
+      beyond = std::max(beyond, -side * (error + bias));
+    }
+    EXPECT_LT(std::fabs(bias), 0.2);
+    EXPECT_NEAR(way["seconds"].GetDouble(), seconds, 0.55);
+    EXPECT_NEAR(way["largestExcursion"].GetDouble(), beyond, 0.1);
+  }
+
+  std::unique_ptr<plant_node> node_;
+};
+
+TEST_F(arrival, is_told_as_the_plant_knows_it) {
+  start(39);
+  const auto all = node_->channels();
+  const auto changed = all[20];
+  const auto path = fmt::format("config/client/{}/rx/", changed);
+  expect_told_as_it_was(all[39], "lit", [&] { light(all[39]); });
+  expect_told_as_it_was(changed, "disturbed", [&] { node_->disturb(changed, 3.0); });
+  expect_told_as_it_was(changed, "disturbed", [&] { node_->disturb(changed, -3.0); });
+  expect_told_as_it_was(changed, "target", [&] {
+    const auto wanted = path + "wantedPowerOffset";
+    node_->write(wanted, fmt::format("{:.2f}", node_->number(wanted) - 3.0));
+  });
+  node_->write(path + "adminStatus", "\"down\"");
+  node_->run_for(20s);
+  EXPECT_EQ(node_->text(insight_path(changed, "state")), "blocked");
+  constexpr unsigned port_and_default = 2;
+  const auto unblock = [&] { node_->write(path + "adminStatus", "\"up\""); };
+  expect_told_as_it_was(changed, "unblocked", unblock, port_and_default);
+}
+
+TEST_F(arrival, of_the_first_light_of_a_band) {
+  start(0);
+  for (const auto channel : node_->channels())
+    ASSERT_EQ(node_->text(insight_path(channel, "state")), "dark");
+  const channel_watch watch(*node_);
+  node_->plant().fill_band(0);
+  node_->run_for(1min);
+  for (const auto channel : node_->channels()) {
+    const auto way = told(channel);
+    EXPECT_STREQ(way["cause"].GetString(), "lit");
+    EXPECT_FALSE(way["underWay"].GetBool());
+    EXPECT_EQ(way["steps"].GetUint(), watch.steps(channel)) << channel;
+    EXPECT_TRUE(way["neighbour"].IsNull());
+  }
+}
+
+TEST(channel_insight, comes_and_goes_with_the_channel) {
+  plant_node node(test::dark_topology("selkaplus"));
+  node.start();
+  const auto channel = node.channels()[3];
+  const auto state = insight_path(channel, "state");
+  node.add_channel(channel);
+  node.run_for(10s);
+  EXPECT_EQ(node.text(state), "dark");
+  EXPECT_EQ(test::shown_at(node.tree(), insight_path(channel, "measured")).find("! -61 No value: "),
+            0u);
+  node.plant().switch_laser(0, channel, true);
+  node.run_for(20s);
+  EXPECT_EQ(node.text(state), "on target");
+  EXPECT_STREQ(test::value_of(node.tree(), insight_path(channel, "arrival"))["cause"].GetString(),
+               "added");
+  node.run("command/channel/remove", fmt::format(R"({{"center":{},"direction":"rx"}})", channel));
+  EXPECT_EQ(node.tree().find(state), nullptr);
+}
+
+TEST(channel_insight, tells_a_dead_device_by_its_loop_and_ends_with_it) {
+  plant_node node("orvalite");
+  node.start();
+  node.run_for(1min);
+  const auto state = insight_path(node.channels()[3], "state");
+  const auto before = node.text(state);
+  node.plant().set_nexel_state(0, "booster", sim::nexel_state::killed);
+  node.run_for(20s);
+  EXPECT_EQ(node.text(state), "loop down");
+  EXPECT_EQ(node.text("insight/summary").find("client rx down since "), 0u)
+      << node.text("insight/summary");
+  node.plant().set_nexel_state(0, "booster", sim::nexel_state::ok);
+  node.run_for(2min);
+  EXPECT_EQ(node.text(state), before);
+  EXPECT_EQ(node.text("insight/summary").find("down"), std::string::npos)
+      << node.text("insight/summary");
+}
+
+bool hunts(plant_node& node) {
+  return test::value_of(node.tree(), "insight/rest")["client rx"]["hunts"].GetBool();
+}
+
+TEST(hunting, is_told_of_a_noisy_monitor_and_of_no_quiet_one) {
+  for (const double noise_db : {0.2, 0.3, 0.05}) {
+    SCOPED_TRACE(noise_db);
+    auto topology = test::dark_topology("orvalite");
+    topology.nodes[0].booster_monitor.noise_db = noise_db;
+    plant_node node(topology);
+    node.start();
+    node.plant().fill_band(0);
+    node.run_for(2min);
+    const bool is_quiet = noise_db < 0.1;
+    const auto begin = node.now();
+    while (node.now() - begin < (is_quiet ? 1h : 10min) && !hunts(node))
+      node.run_for(10s);
+    EXPECT_EQ(hunts(node), !is_quiet)
+        << std::chrono::duration<double>(node.now() - begin).count() << " s";
+  }
+}
+
+}  // namespace

@@ -1,0 +1,72 @@
+// What happens on two nodes face to face, for the tests that hold its limits and for the bars that
+// measure how far from them it is.
+#pragma once
+
+#include <cmath>
+#include <vector>
+
+#include "tests/support/plant_node.h"
+#include "tests/support/plant_pair.h"
+
+namespace test {
+
+/// Dark nodes that know each other: one that no peer knows tells another name.
+sim::topology known_pair(const std::string& product);
+
+/// How a peer leaves the line without what it regulates by.
+enum class peer_failure { killed, hung, restarted, switch_service, dark };
+constexpr std::pair<peer_failure, const char*> peer_failures[] = {
+    {peer_failure::killed, "killed"},       {peer_failure::hung, "hung"},
+    {peer_failure::restarted, "restarted"}, {peer_failure::switch_service, "without its switch"},
+    {peer_failure::dark, "dark"},
+};
+/// Of the second node.
+void begin(peer_failure what, plant_pair& pair);
+void end(peer_failure what, plant_pair& pair);
+/// Goes on telling of its preamp, until that is at its limit no more.
+constexpr bool still_tells(peer_failure what) {
+  return what == peer_failure::restarted || what == peer_failure::switch_service;
+}
+
+/// The step history of one line attenuator, by looking at the truth every tenth of a second.
+class voa_watch {
+ public:
+  voa_watch(plant_pair& pair, unsigned node)
+      : pair_(pair),
+        node_(node),
+        begin_(pair.now()),
+        last_write_(begin_),
+        last_(attenuation()),
+        writes_(pair.plant().voa_writes(node)) {}
+
+  void look();
+  const std::vector<double>& steps() const { return steps_; }
+  unsigned changes_of_sign() const;
+  /// Since the beginning; 0 without one.
+  std::chrono::nanoseconds last_write() const { return last_write_ - begin_; }
+
+ private:
+  double attenuation() const { return pair_.plant().voa_attenuation_db(node_); }
+
+  plant_pair& pair_;
+  unsigned node_;
+  std::chrono::nanoseconds begin_;
+  std::chrono::nanoseconds last_write_;
+  double last_;
+  unsigned writes_;
+  std::vector<double> steps_;
+};
+
+/// What lit nodes publish as span losses over a span of so many dB, less the plant's truth.
+std::vector<double> span_loss_errors(sim::topology lit_pair, double span_db);
+
+struct osnr_error {
+  unsigned channel;
+  double truth_db;
+  double error_db;
+};
+/// What a lit node shows as signal to noise, less the truth, of 10 to 30 dB: every third channel is
+/// dark, so that each has a dark neighbour.
+std::vector<osnr_error> osnr_errors(const sim::topology& lit);
+
+}  // namespace test

@@ -1,0 +1,130 @@
+// What a page sees of the tree: present values, changes, a daemon that goes and comes back, and
+// what was missed meanwhile.
+#include "tests/unit/gateway/gateway_fixture.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using test::value_node;
+using testing::HasSubstr;
+using testing::Not;
+
+/// Whether an event of the path tells the value.
+bool tells(const std::string& text, const std::string& path, const std::string& value) {
+  const auto begin = fmt::format(R"(data: {{"path":"{}",)", path);
+  for (auto at = text.find(begin); at != text.npos; at = text.find(begin, at + 1)) {
+    const auto line = text.substr(at, text.find('\n', at) - at);
+    if (line.find("\"value\":" + value + "}") != line.npos) return true;
+  }
+  return false;
+}
+
+class events : public gateway_test {
+ protected:
+  std::unique_ptr<http_client> watch(const std::string& query, const std::string& headers = {}) {
+    auto client = connect();
+    client->send(get("/api/v1/events?" + query, headers));
+    return client;
+  }
+  std::shared_ptr<value_node> power = value_node::create(db, "data/client/1/rx/power", "-3.5");
+  std::shared_ptr<value_node> log = value_node::create(db, "insight/log", R"("first")");
+};
+
+TEST_F(events, present_values_then_changes_and_paths_that_come_later) {
+  serve_tree();
+  start();
+  const auto page = watch("path=data/**&path=insight/log");
+  page->read_until(R"("value":"first")");
+  EXPECT_TRUE(tells(page->read_until("-3.5"), "data/client/1/rx/power", "-3.5"));
+  EXPECT_THAT(page->read_until("up"), HasSubstr("event: link\ndata: {\"up\":true"));
+  power->update("-4");
+  page->read_until("\"value\":-4}");
+  power->fail({-61, "dark \"and\" silent"});
+  page->read_until(R"("error":{"code":-61,"message":"dark \"and\" silent"}})");
+  value_node::create(db, "data/late", "\"<script>\"");
+  EXPECT_TRUE(tells(page->read_until("<script>"), "data/late", "\"<script>\""));
+  // Of a journal each event counts, however quickly they come.
+  for (int i = 0; i < 50; ++i)
+    log->update(fmt::format("\"entry {}\"", i));
+  page->read_until("entry 49");
+  for (int i = 0; i < 50; ++i)
+    EXPECT_TRUE(tells(page->read_until("entry 49"), "insight/log", fmt::format("\"entry {}\"", i)));
+}
+
+TEST_F(events, many_pages_cost_the_tree_one_session_and_each_is_told_all) {
+  serve_tree();
+  start();
+  std::vector<std::unique_ptr<http_client>> pages;
+  for (int i = 0; i < 20; ++i)
+    pages.push_back(watch("path=data/**"));
+  for (const auto& page : pages)
+    page->read_until("-3.5");
+  power->update("17");
+  for (const auto& page : pages)
+    page->read_until("\"value\":17}");
+  EXPECT_TRUE(power->has_subscribers());
+  pages.clear();
+  const auto end = std::chrono::steady_clock::now() + test_patience;
+  while (power->has_subscribers() && std::chrono::steady_clock::now() < end)
+    std::this_thread::sleep_for(5ms);
+  EXPECT_FALSE(power->has_subscribers()) << "the last page has gone, the subscription stays";
+}
+
+TEST_F(events, a_daemon_that_goes_is_told_and_its_values_come_anew) {
+  start();
+  const auto page = watch("path=data/**");
+  page->read_until(R"({"up":false)");
+  serve_tree();
+  page->read_until("-3.5");
+  server.reset();
+  page->read_until(R"({"up":false)", page->size());
+  EXPECT_THAT(ask(get("/api/v1/values?path=data/**")), HasSubstr("503 "));
+  power->update("5");
+  const auto before = page->size();
+  serve_tree();
+  EXPECT_TRUE(tells(page->read_until("\"value\":5}", before), "data/client/1/rx/power", "5"));
+}
+
+TEST_F(events, who_comes_back_is_told_what_the_history_has_of_the_time_between) {
+  serve_tree();
+  start();
+  auto page = watch("path=insight/log");
+  const auto text = page->read_until("first");
+  const auto id = text.substr(text.rfind("id: ") + 4, 24);
+  page.reset();
+  std::this_thread::sleep_for(2ms);  // the history tells milliseconds
+  for (const char* entry : {"\"missed 1\"", "\"missed 2\"", "\"present\""})
+    log->update(entry);
+  page = watch("path=insight/log", "Last-Event-ID: " + id + "\r\n");
+  EXPECT_TRUE(tells(page->read_until("present"), "insight/log", "\"missed 1\""));
+  EXPECT_TRUE(tells(page->read_until("present"), "insight/log", "\"missed 2\""));
+  EXPECT_FALSE(tells(page->read_until("present"), "insight/log", "\"first\""));
+}
+
+TEST_F(events, a_client_that_does_not_read_is_closed_and_others_are_not_held_up) {
+  bounds.stuck_time = 300ms;
+  std::vector<std::shared_ptr<value_node>> large;
+  for (int i = 0; i < 60; ++i) {
+    large.push_back(
+        value_node::create(db, fmt::format("large/{}", i), '"' + std::string(50'000, 'x') + '"'));
+  }
+  serve_tree();
+  start();
+  const auto deaf = connect(4096);
+  deaf->send(get("/api/v1/events?path=large/*"));
+  const auto page = watch("path=data/**");
+  page->read_until("-3.5");
+  std::this_thread::sleep_for(2 * bounds.stuck_time);
+  power->update("6");
+  page->read_until("\"value\":6}");
+  EXPECT_LT(deaf->read_all().size(), 60u * 50'000u) << "it was served to the end";
+}
+
+TEST_F(events, a_heartbeat_comes_while_nothing_changes) {
+  bounds.heartbeat = 20ms;
+  serve_tree();
+  start();
+  watch("path=data/**")->read_until(": heartbeat\n\n");
+}
+
+}  // namespace

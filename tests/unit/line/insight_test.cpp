@@ -1,0 +1,131 @@
+// What the line says of itself while things happen to it: the state, and the figures in the
+// sentence.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "base/insight/event_log.h"
+#include "helpers/guard_register.h"
+#include "tests/unit/line/line_bench.h"
+
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr unsigned channel = 19600000;
+
+class explained_line : public testing::Test, protected test::line_bench {
+ protected:
+  explained_line() {
+    start_on_open_fibre();
+    plan->add_channel(channel, 5000, 1, "1");
+  }
+  ~explained_line() override {
+    helpers::guard_register::instance().reset();
+    insight::event_log::instance().reset();
+  }
+
+  void meet(const std::string& product) {
+    peer.fill_terminal(product, {channel});
+    meet_peer();
+  }
+  void cycle_with(float power, bool regulate = true) {
+    noise_ = -noise_;
+    peer.set(fmt::format("data/client/{}/tx/ocm/power", channel), power + noise_);
+    cycle(regulate);
+  }
+  std::string state() { return shown("insight/line/state"); }
+  std::string why() { return shown("insight/line/why"); }
+  std::string told() { return state() + " " + why(); }
+
+ private:
+  float noise_ = 0.005f;
+};
+
+TEST_F(explained_line, by_the_phases_of_its_regulator) {
+  meet("ORVA-LITE");
+  cycle_with(3);
+  EXPECT_THAT(told(),
+              AllOf(StartsWith("\"waiting for readings\""), HasSubstr("no channel counts")));
+  for (int i = 0; i < 3; ++i)
+    cycle_with(3);
+  EXPECT_THAT(told(), AllOf(StartsWith("\"waiting for readings\""), HasSubstr("4 of 5 new")));
+  cycle_with(3);
+  EXPECT_THAT(state(), "\"not steady\"") << "the first look counted no channel";
+  cycle_with(3, false);
+  EXPECT_THAT(told(), AllOf(StartsWith("\"client rx has the turn\""), HasSubstr("by -0.40 dB")));
+  cycle_with(3);
+  EXPECT_THAT(told(), AllOf(StartsWith("\"stepping\""), HasSubstr("from 10.0 to 9.6 dB")));
+  cycle_with(3);
+  EXPECT_EQ(shown("insight/line/headroomUp"), "9.6");
+  EXPECT_EQ(shown("insight/line/headroomDown"), "15.4");
+  EXPECT_EQ(shown("insight/line/stepsLastHour"), "1");
+  for (int i = 0; i < 6; ++i)
+    cycle_with(i % 2 == 0 ? 3 : 4);
+  EXPECT_THAT(told(), StartsWith("\"not steady\""));
+  for (int i = 0; i < 12; ++i)
+    cycle_with(5.2f);
+  EXPECT_THAT(told(),
+              AllOf(StartsWith("\"at rest\""), HasSubstr("+0.20 dB from their target of 5.0")));
+  cycle();
+  EXPECT_THAT(state(), "\"at rest\"") << "nothing new is no other state for a while";
+  voa->attenuation = 0;
+  for (int i = 0; i < 12; ++i)
+    cycle_with(0);
+  EXPECT_THAT(told(), AllOf(StartsWith("\"exhausted\""), HasSubstr("fully open at 0.0 dB"),
+                            HasSubstr("wants -1.00 dB")));
+}
+
+TEST_F(explained_line, by_what_the_far_end_tells_or_does_not) {
+  meet("ORVA-LITE");
+  for (int i = 0; i < 5; ++i)
+    cycle_with(5);
+  peer.set("data/client/tx/edfaSaturation", 1.0f);
+  cycle_with(5);
+  EXPECT_THAT(told(), AllOf(StartsWith("\"far preamp saturated\""), HasSubstr("lacks 1.0 dB"),
+                            HasSubstr("from 10.0 to 10.5")));
+  cycle();
+  EXPECT_THAT(told(), AllOf(StartsWith("\"far preamp saturated\""), HasSubstr("on its way")));
+  for (int i = 0; i < 10; ++i)
+    cycle();
+  EXPECT_THAT(told(), AllOf(StartsWith("\"peer's readings stand still\""),
+                            HasSubstr("(guard line-fresh)")));
+  peer.set("data/client/tx/edfaSaturation", 0.0f);
+  cycle();
+  helpers::waiting::instance().sleep(std::chrono::milliseconds(14500));
+  cycle();
+  EXPECT_THAT(told(), AllOf(StartsWith("\"peer's readings stand still\""), HasSubstr("for 15 s")));
+  network.detach(test::peer_tree::address);
+  network.deliver();
+  cycle();
+  EXPECT_THAT(told(), AllOf(StartsWith("\"no peer\""), HasSubstr("(ORVA-LITE) is lost")));
+}
+
+TEST_F(explained_line, by_what_has_become_of_the_fibre) {
+  cycle();
+  EXPECT_THAT(told(), AllOf(StartsWith("\"no peer\""), HasSubstr("nobody answers")));
+  preamp->los = true;
+  osc->operational = false;
+  cycle();
+  cycle();
+  EXPECT_THAT(told(), AllOf(StartsWith("\"no fibre\""), HasSubstr("Mend the fibre")));
+  preamp->los = false;
+  cycle();
+  EXPECT_THAT(told(), HasSubstr("have just been switched on"));
+  cycle();
+  EXPECT_THAT(state(), "\"no supervisory link\"");
+  osc->operational = true;
+  for (int i = 0; i < 3; ++i)
+    cycle();
+  EXPECT_THAT(told(),
+              AllOf(StartsWith("\"no peer\""), HasSubstr("opened at the board's preset of")));
+  meet("LAMP");
+  cycle();
+  EXPECT_THAT(told(), AllOf(StartsWith("\"peer not known\""), HasSubstr("calls itself LAMP")));
+  preamp->failing = true;
+  cycle();
+  EXPECT_THAT(state(), "\"device failed\"");
+}
+
+}  // namespace

@@ -1,0 +1,202 @@
+// The diagnosis: which of several troubles is named first, and how channels and events are told.
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tools/ctl/exit_code.h"
+#include "tools/ctl/since.h"
+#include "tools/insight/findings.h"
+
+using namespace tools;
+using namespace tools::insight;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+namespace {
+
+constexpr const char* noon = "2026-01-31T12:00:00.123Z";
+
+event at_noon(const std::string& kind, const std::string& on,
+              std::map<std::string, std::string> details = {}) {
+  return {noon, kind, on, std::move(details), ""};
+}
+
+/// A node whose three channels are on target and whose line is at rest.
+readings node_at_rest() {
+  readings read;
+  for (const unsigned id : {19230000U, 19245000U, 19260000U}) {
+    for (const char* side : {"rx", "tx"}) {
+      const auto base = fmt::format("insight/client/{}/{}/", id, side);
+      read.put(base + "state", std::string("on target"));
+      read.put(base + "why", std::string("0.1 dB too weak; on target"));
+    }
+  }
+  read.put("insight/line/state", std::string("at rest"));
+  read.put("config/redisConfigStatus", true);
+  return read;
+}
+
+using values = std::vector<std::pair<std::string, readings::value>>;
+
+std::string state(const char* channel_and_side) {
+  return fmt::format("insight/client/{}/state", channel_and_side);
+}
+
+struct trouble {
+  values read;
+  std::vector<event> events;
+  cause first;
+  std::string on;
+};
+
+}  // namespace
+
+TEST(findings, name_the_cause_before_what_it_brings_about) {
+  const std::string dark = "dark", failed = "device failed", weak = "exhausted (too weak)";
+  const event booster_down =
+      at_noon("loopDown", "client rx", {{"reason", "Not connected: booster"}});
+  const trouble table[] = {
+      // A cut darkens what comes in, and nobody can be read through it.
+      {{{"insight/line/state", std::string("no fibre")}, {state("19230000/tx"), dark}},
+       {at_noon("cut", "line"), at_noon("peerLost", "peer"), at_noon("dark", "client tx 19230000")},
+       cause::fibre_cut,
+       "line"},
+      // A device that is silent takes its loop down.
+      {{{"insight/device/booster/alive", false},
+        {"insight/device/booster/age", 4.0},
+        {"insight/device/voa/alive", false},
+        {state("19230000/rx"), failed}},
+       {booster_down},
+       cause::device_silent,
+       "booster"},
+      {{{state("19230000/rx"), dark}, {"insight/line/state", std::string("no peer")}},
+       {at_noon("lit", "client rx 19230000"), at_noon("dark", "client rx 19230000")},
+       cause::channel_dark,
+       "192.30 rx"},
+      {{{"insight/line/state", std::string("no peer")}},
+       {at_noon("peerLost", "peer")},
+       cause::peer_lost,
+       "line"},
+      {{{"insight/line/state", std::string("no peer")}}, {}, cause::no_peer, "line"},
+      {{{state("19230000/rx"), weak}, {state("19245000/rx"), weak}},
+       {},
+       cause::channel_exhausted,
+       "192.30, 192.45 rx"},
+      {{{"insight/line/state", std::string("far preamp saturated")}, {state("19230000/rx"), weak}},
+       {},
+       cause::far_preamp_saturated,
+       "line"},
+      {{{"config/redisConfigStatus", false}, {state("19230000/rx"), dark}},
+       {},
+       cause::not_configured,
+       "node"},
+      {{{"insight/rest",
+         std::string(R"({"client rx":{"hunting":[19245000]},"line":{"hunts":false}})")}},
+       {},
+       cause::hunting,
+       "192.45 rx"},
+      {{{"data/automationMode", std::string("dark")}}, {}, cause::regulation_stopped, "node"},
+      {{{"insight/ladder/rx",
+         std::string(R"({"rungs":[{"point":"booster in","wrong":true,"difference":-2.1}]})")},
+        {state("19230000/rx"), weak}},
+       {},
+       cause::light_path,
+       "rx booster in"},
+  };
+  for (const auto& [changes, events, first, on] : table) {
+    auto read = node_at_rest();
+    for (const auto& [path, value] : changes)
+      read.put(path, value);
+    const auto found = findings_of(insight_of(read, events));
+    ASSERT_FALSE(found.empty()) << name_of(first);
+    EXPECT_STREQ(name_of(found.front().of), name_of(first));
+    EXPECT_EQ(found.front().on, on);
+    EXPECT_TRUE(needs_person(found)) << name_of(first);
+  }
+}
+
+TEST(findings, are_none_at_rest_and_ask_for_nobody_while_light_is_on_its_way) {
+  auto read = node_at_rest();
+  EXPECT_THAT(findings_of(insight_of(read)), IsEmpty());
+  // Dark, and never seen lit or asked for: nobody misses it.
+  read.put(state("19230000/rx"), std::string("dark"));
+  EXPECT_THAT(findings_of(insight_of(read)), IsEmpty());
+  read.put("config/client/19230000/rx/adminStatus", std::string("up"));
+  EXPECT_TRUE(needs_person(findings_of(insight_of(read))));
+  read.put(state("19230000/rx"), std::string("stepping"));
+  const auto found = findings_of(insight_of(read));
+  ASSERT_EQ(found.size(), 1U);
+  EXPECT_FALSE(needs_person(found));
+  EXPECT_THAT(findings_of(insight_of(node_at_rest(), {at_noon("loopDown", "client rx"),
+                                                      at_noon("loopUp", "client rx")})),
+              IsEmpty());
+}
+
+TEST(findings, tell_since_when) {
+  auto read = node_at_rest();
+  read.put("insight/line/state", std::string("no fibre"));
+  read.put("insight/line/why", std::string("no light."));
+  auto node = insight_of(read, {at_noon("cut", "line")});
+  node.now = seconds_of(noon).value() + 14;
+  EXPECT_EQ(full_sentence(findings_of(node).front(), node),
+            "The fibre is cut or unplugged (since 12:00:00 UTC, 14 s): no light.");
+}
+
+TEST(find_channel, takes_frequencies_wavelengths_and_names) {
+  const std::vector<channel_place> grid{{19230000, 19230000}, {19237500, 19237500}};
+  const std::vector<channel_place> numbered{{7, 19260000}, {8, 19270000}};
+  const std::tuple<std::string, std::vector<channel_place>, unsigned> table[] = {
+      {"192.30", grid, 19230000},
+      {"192.3 THz", grid, 19230000},
+      {"1558.98", grid, 19230000},
+      {"1558.98nm", grid, 19230000},
+      {"19237500", grid, 19237500},
+      {"192.375", grid, 19237500},
+      {"192.35", grid, 0},
+      {"booster", grid, 0},
+      {"", grid, 0},
+      {"7", numbered, 7},
+      {"192.7", numbered, 8},
+      {"9", numbered, 0},
+  };
+  for (const auto& [word, known, id] : table)
+    EXPECT_EQ(find_channel(word, known).value_or(channel_place{}).id, id) << word;
+  EXPECT_EQ(thz_text(19230000), "192.30");
+  EXPECT_EQ(thz_text(19206250), "192.0625");
+}
+
+TEST(event_lines, fold_what_comes_together_and_name_channels_by_their_frequency) {
+  const auto event_at = [](const char* clock, const std::string& rest) {
+    return event_of(fmt::format(R"({{"time":"2026-01-31T{}.5Z",{}}})", clock, rest)).value();
+  };
+  const std::vector<event> events{
+      event_at("12:00:00", R"("event":"lit","on":"client rx 7")"),
+      event_at("12:00:00", R"("event":"lit","on":"client rx 8")"),
+      event_at("12:00:03", R"("event":"arrived","on":"client rx 7","seconds":3.14,"steps":1)"),
+      event_at("12:00:09", R"("event":"lit","on":"client rx 9")"),
+      event_at("12:01:00", R"("event":"peerLost","on":"peer","product":"ORVA\u001b-LITE")"),
+  };
+  EXPECT_THAT(event_lines(events, {{7, 19260000}}),
+              ElementsAre("2026-01-31 12:00:00  3 channels rx  has light",
+                          "2026-01-31 12:00:03  192.60 rx      is on target after 3.1 s in 1 step",
+                          R"(2026-01-31 12:01:00  peer           lost, it was ORVA\x1b-LITE)"));
+  EXPECT_FALSE(event_of("no json"));
+}
+
+TEST(moment_of, takes_spans_clocks_and_dates) {
+  const long now = seconds_of("2026-01-31T12:00:00Z").value();
+  const std::pair<const char*, const char*> table[] = {
+      {"90s", "2026-01-31T11:58:30Z"},        {"2h", "2026-01-31T10:00:00Z"},
+      {"11:30", "2026-01-31T11:30:00Z"},      {"12:30:15", "2026-01-30T12:30:15Z"},
+      {"2026-01-02", "2026-01-02T00:00:00Z"}, {"2026-01-02T03:04:05Z", "2026-01-02T03:04:05Z"},
+  };
+  for (const auto& [word, moment] : table)
+    EXPECT_EQ(ctl::moment_of(word, now), seconds_of(moment)) << word;
+  for (const char* word : {"", "soon", "5", "12:30x", "2026-13-45"})
+    EXPECT_THROW(ctl::moment_of(word, now), ctl::usage_error) << word;
+}

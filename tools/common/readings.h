@@ -1,0 +1,40 @@
+// What a tool has read in one look: paths with their values, from the daemon's tree, the devices
+// and the simulated plant alike. Plain data, so that a view or a diagnosis can be worked out and
+// tested without any of them.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "platform/wire/json.h"
+
+namespace tools {
+
+class readings {
+ public:
+  using value = std::variant<double, bool, std::string>;
+
+  void put(const std::string& path, value read) { values_[path] = std::move(read); }
+  /// Takes over the members of an answer to `get`, objects and arrays as their text; values in
+  /// error are left out.
+  void put_all(const nx::json_value& members, const std::string& prefix = "");
+
+  /// Empty when the path was not read, or holds another type.
+  std::optional<double> number(const std::string& path) const;
+  std::optional<bool> flag(const std::string& path) const;
+  std::optional<std::string> text(const std::string& path) const;
+
+  bool has(const std::string& path) const { return values_.count(path) > 0; }
+  /// Ascending.
+  std::vector<std::string> paths_below(const std::string& prefix) const;
+  /// The numbers N, ascending, of all paths that begin with `before`, N and `after`.
+  std::vector<unsigned> numbered(const std::string& before, const std::string& after) const;
+
+ private:
+  std::map<std::string, value> values_;
+};
+
+}  // namespace tools

@@ -1,0 +1,378 @@
+#include "tools/insight/findings.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <map>
+
+#include "tools/insight/standing.h"
+
+namespace tools::insight {
+
+namespace {
+
+using states::channel_state;
+using states::line_state;
+
+constexpr std::array cause_names{"startFailed",
+                                 "notConfigured",
+                                 "regulationStopped",
+                                 "deviceSilent",
+                                 "fibreCut",
+                                 "linkDown",
+                                 "peerLost",
+                                 "peerStandsStill",
+                                 "lineDevice",
+                                 "calibration",
+                                 "lightPath",
+                                 "farPreampSaturated",
+                                 "amplifierSaturated",
+                                 "channelDark",
+                                 "channelExhausted",
+                                 "lineExhausted",
+                                 "channelUnreadable",
+                                 "loopDown",
+                                 "hunting",
+                                 "peerUnknown",
+                                 "noPeer",
+                                 "guard",
+                                 "underWay"};
+static_assert(cause_names.size() == static_cast<std::size_t>(cause::under_way) + 1);
+
+// More are counted, not named.
+constexpr std::size_t named_at_most = 4;
+
+/// The newest event of a kind on a subject that none of `ended_by` has followed.
+const event* open_event(const node_insight& node, const std::string& on,
+                        std::initializer_list<std::string_view> begins,
+                        std::initializer_list<std::string_view> ends) {
+  const event* open = nullptr;
+  for (const auto& each : node.events) {
+    if (!on.empty() && each.on != on) continue;
+    if (std::find(begins.begin(), begins.end(), each.kind) != begins.end()) open = &each;
+    if (std::find(ends.begin(), ends.end(), each.kind) != ends.end()) open = nullptr;
+  }
+  return open;
+}
+
+std::string time_of(const event* what) {
+  return what == nullptr ? "" : what->time;
+}
+
+std::string detail(const event& what, const char* name) {
+  const auto found = what.details.find(name);
+  return found == what.details.end() ? "" : without_folders(found->second);
+}
+
+std::string capital(std::string text) {
+  if (!text.empty()) text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
+  return text;
+}
+
+std::string event_subject(const channel& of) {
+  return fmt::format("client {} {}", of.is_rx ? "rx" : "tx", of.place.id);
+}
+
+bool is_found(const std::vector<finding>& found, cause of) {
+  return std::any_of(found.begin(), found.end(), [of](const auto& each) { return each.of == of; });
+}
+
+void add_node_causes(const node_insight& node, std::vector<finding>& found) {
+  for (const auto& each : node.start)
+    found.push_back({cause::start_failed, "node", each, "", "", ""});
+  const auto* failed = open_event(node, "", {"startFailed"}, {"loopUp"});
+  // What the node could not start without is over once it tells of itself.
+  if (failed != nullptr && !node.tells_of_itself && node.start.empty()) {
+    found.push_back({cause::start_failed, failed->on,
+                     fmt::format("The node cannot start: {}", detail(*failed, "reason")),
+                     "It tries again once a second.", detail(*failed, "remedy"), failed->time});
+  }
+  if (failed == nullptr && !node.tells_of_itself && node.start.empty()) {
+    found.push_back({cause::start_failed, "node",
+                     "The daemon is still starting, or waits for what it needs to start", "",
+                     "Look at its log: it says what it waits for.", ""});
+  }
+  if (!node.is_configured && node.tells_of_itself) {
+    found.push_back({cause::not_configured, "node",
+                     "Nothing is regulated: the node waits for its configuration", "",
+                     "Write its parameters, then set config/redisConfigStatus to true.", ""});
+  }
+  if (node.automation_mode == "bright" || node.automation_mode == "dark") {
+    found.push_back(
+        {cause::regulation_stopped, "node",
+         fmt::format("Nothing is regulated: the automation mode is {}", node.automation_mode), "",
+         "Set config/automationMode to embedded, managedCLI or managedNetconf.", ""});
+  }
+}
+
+void add_devices(const node_insight& node, std::vector<finding>& found) {
+  for (const auto& each : node.devices) {
+    // One that has never been asked is no more silent than alive.
+    if (each.alive != false || !each.age) continue;
+    found.push_back(
+        {cause::device_silent, each.name,
+         fmt::format("The {} has not answered for {:.0f} s", each.name, *each.age),
+         "Its loop stands still and takes it up again by itself; the other loops go on.",
+         fmt::format("Look at the service of the {}, and restart it.", each.name), ""});
+  }
+}
+
+struct line_row {
+  line_state state;
+  cause of;
+  const char* head;  ///< in front of the daemon's own sentence
+  const char* event;
+};
+
+// clang-format off
+constexpr std::array line_rows{
+    line_row{line_state::no_fibre, cause::fibre_cut, "The fibre is cut or unplugged", "cut"},
+    line_row{line_state::no_supervisory_link, cause::link_down, "The supervisory link is down", ""},
+    line_row{line_state::no_peer, cause::no_peer, "There is no peer, so the line is not regulated", ""},
+    line_row{line_state::peer_not_known, cause::peer_unknown, "The peer is not known, so the line is not regulated", ""},
+    line_row{line_state::peer_stands_still, cause::peer_stands_still, "The readings of the peer stand still", ""},
+    line_row{line_state::exhausted, cause::line_exhausted, "The line is at the end of its range", "exhausted"},
+    line_row{line_state::far_preamp_saturated, cause::far_preamp_saturated, "The far preamp is saturated", ""},
+    line_row{line_state::device_failed, cause::line_device, "A device of the line fails", ""},
+};
+// clang-format on
+
+void add_line(const node_insight& node, std::vector<finding>& found) {
+  const auto state = node.of_line.state;
+  const auto row = std::find_if(line_rows.begin(), line_rows.end(),
+                                [&](const line_row& each) { return each.state == state; });
+  if (row == line_rows.end()) {
+    if (state && states::row_of(*state).how == states::severity::working) {
+      found.push_back({cause::under_way, "line",
+                       fmt::format("The line is on its way ({}): {}", node.of_line.state_text,
+                                   node.of_line.why),
+                       "", "", ""});
+    }
+    return;
+  }
+  if (row->of == cause::line_device && is_found(found, cause::device_silent)) return;
+  finding line{row->of, "line", fmt::format("{}: {}", row->head, node.of_line.why), "", "", ""};
+  if (*row->event != '\0') line.since = time_of(open_event(node, "line", {row->event}, {"mended"}));
+  const auto* lost = open_event(node, "peer", {"peerLost"}, {"peerIdentified"});
+  if (lost != nullptr && row->of == cause::no_peer) {
+    line.of = cause::peer_lost;
+    line.since = lost->time;
+    line.sentence =
+        fmt::format("The peer {} is lost: {}", detail(*lost, "product"), node.of_line.why);
+  }
+  found.push_back(std::move(line));
+}
+
+std::string frequencies_of(const node_insight& node, const std::vector<unsigned>& ids) {
+  std::vector<std::string> names;
+  for (const auto& place : places_of(node)) {
+    const bool meant = std::find(ids.begin(), ids.end(), place.id) != ids.end();
+    if (meant && names.size() < named_at_most) names.push_back(thz_text(place.frequency));
+  }
+  const auto more = ids.size() - std::min(ids.size(), names.size());
+  return fmt::format("{}{}", fmt::join(names, ", "),
+                     more > 0 ? fmt::format(" and {} more", more) : "");
+}
+
+finding ladder_finding(const node_insight& node, const ladder& side, const rung& wrong) {
+  if (side.fault == "monitor") {
+    return {cause::calibration,
+            side.side + " " + wrong.point,
+            fmt::format("Calibration and monitor do not fit ({}): {}", side.side, side.why),
+            "",
+            "Compare the calibration file with the board, and the monitor with a meter.",
+            ""};
+  }
+  if (!wrong.wrong_channels.empty()) {
+    const auto names = frequencies_of(node, wrong.wrong_channels);
+    return {cause::light_path,
+            names + " " + side.side,
+            fmt::format("The light of {} is off: {}", names, side.why),
+            "",
+            "Look at the client, its patch cord and its port.",
+            ""};
+  }
+  return {cause::light_path,
+          side.side + " " + wrong.point,
+          fmt::format("The light that {} is off: {}", side.side == "rx" ? "goes out" : "comes in",
+                      side.why),
+          "",
+          "Clean and look at what lies there; the ladder shows each point.",
+          ""};
+}
+
+void add_ladders(const node_insight& node, std::vector<finding>& found) {
+  for (const auto& side : node.ladders) {
+    const auto wrong = std::find_if(side.rungs.begin(), side.rungs.end(),
+                                    [](const rung& each) { return each.is_wrong; });
+    if (wrong == side.rungs.end()) continue;
+    found.push_back(ladder_finding(node, side, *wrong));
+  }
+}
+
+/// "192.30, 192.45 and 3 more rx".
+std::string names_of(const std::vector<const channel*>& channels) {
+  std::vector<std::string> shown;
+  for (const auto* each : channels) {
+    if (shown.size() == named_at_most) break;
+    shown.push_back(thz_text(each->place.frequency));
+  }
+  const auto more = channels.size() - shown.size();
+  return fmt::format("{}{} {}", fmt::join(shown, ", "),
+                     more > 0 ? fmt::format(" and {} more", more) : "",
+                     channels.front()->is_rx ? "rx" : "tx");
+}
+
+std::optional<cause> cause_of(const node_insight& node, const channel& of) {
+  if (!of.state) return std::nullopt;
+  switch (*of.state) {
+    case channel_state::too_weak:
+    case channel_state::too_strong:
+      return cause::channel_exhausted;
+    case channel_state::amplifier_saturated:
+      return cause::amplifier_saturated;
+    case channel_state::device_failed:
+    case channel_state::loop_down:
+      return cause::loop_down;
+    case channel_state::reading_unknown:
+      return cause::channel_unreadable;
+    case channel_state::dark: {
+      // Without a fibre the amplifiers are off, and everything is dark behind them.
+      if (node.of_line.state == line_state::no_fibre) return std::nullopt;
+      const bool is_missed = of.has_been_lit || of.is_wanted ||
+                             open_event(node, event_subject(of), {"dark"}, {"lit"}) != nullptr;
+      return is_missed ? std::make_optional(cause::channel_dark) : std::nullopt;
+    }
+    default:
+      return states::row_of(*of.state).how == states::severity::working
+                 ? std::make_optional(cause::under_way)
+                 : std::nullopt;
+  }
+}
+
+struct channel_words {
+  const char* one;   ///< in front of the daemon's sentence, behind the channel
+  const char* many;  ///< for several together
+  const char* remedy;
+};
+
+channel_words words_of(cause of, bool is_rx) {
+  switch (of) {
+    case cause::channel_dark:
+      return is_rx ? channel_words{"is dark, its laser off, off its frequency or unplugged",
+                                   "are dark, their lasers off, off their frequencies or unplugged",
+                                   "Look at the client: its laser, its frequency, its patch cord."}
+                   : channel_words{"does not arrive from the line", "do not arrive from the line",
+                                   "Look at the channel at the far node."};
+    case cause::channel_exhausted:
+      return {"cannot reach its target", "cannot reach their targets",
+              "Look at the power of the client, or change what is wanted of the channel."};
+    case cause::amplifier_saturated:
+      return {"gets no more light: the amplifier is saturated",
+              "get no more light: the amplifier is saturated",
+              "Look at the amplifier, or take light off the others."};
+    case cause::loop_down:
+      return {"is not regulated", "are not regulated", ""};
+    case cause::channel_unreadable:
+      return {"cannot be judged", "cannot be judged", "Look at monitor and switch."};
+    default:
+      return {"is on its way", "are on their way", ""};
+  }
+}
+
+void add_channels(const node_insight& node, std::vector<finding>& found) {
+  std::map<std::pair<cause, bool>, std::vector<const channel*>> groups;
+  for (const auto& each : node.channels) {
+    const auto of = cause_of(node, each);
+    // The device is told already, and so is its loop.
+    const bool is_told = of == cause::loop_down && is_found(found, cause::device_silent);
+    if (of && !is_told) groups[{*of, !each.is_rx}].push_back(&each);
+  }
+  for (const auto& [key, channels] : groups) {
+    const auto& first = *channels.front();
+    const auto words = words_of(key.first, first.is_rx);
+    const bool alone = channels.size() == 1;
+    const auto* began =
+        open_event(node, event_subject(first), {"dark", "exhausted"}, {"lit", "arrived"});
+    found.push_back({key.first, alone ? label(first) : names_of(channels),
+                     alone ? fmt::format("{} {}: {}", label(first), words.one, first.why)
+                           : fmt::format("{} {}; {}: {}", names_of(channels), words.many,
+                                         thz_text(first.place.frequency), first.why),
+                     "", words.remedy, time_of(began)});
+  }
+}
+
+void add_loops(const node_insight& node, std::vector<finding>& found) {
+  for (const char* loop : {"line", "client rx", "client tx"}) {
+    const auto* down = open_event(node, loop, {"loopDown"}, {"loopUp"});
+    if (down == nullptr) continue;
+    found.push_back({cause::loop_down, loop,
+                     fmt::format("The {} loop is down: {}", loop, detail(*down, "reason")),
+                     "It is set up anew every second.", "", down->time});
+  }
+}
+
+void add_rest(const node_insight& node, std::vector<finding>& found) {
+  for (const auto& each : node.hunting) {
+    found.push_back({cause::hunting, each, fmt::format("{} hunts: it steps to and fro", each), "",
+                     "Look at the noise of the monitor and at what moves the light.", ""});
+  }
+  for (const auto& each : node.guards) {
+    found.push_back({cause::guard, each.on,
+                     fmt::format("Guard {} is at work on {}: {}", each.name, each.on, each.reason),
+                     "", "", each.since});
+  }
+}
+
+std::string span_text(long seconds) {
+  if (seconds < 120) return fmt::format("{} s", seconds);
+  return seconds < 7200 ? fmt::format("{} min", seconds / 60) : fmt::format("{} h", seconds / 3600);
+}
+
+std::string since_text(const std::string& since, const node_insight& node) {
+  constexpr std::size_t date = 11;
+  constexpr std::size_t clock = 8;
+  if (since.size() < date + clock) return "";
+  const auto began = seconds_of(since);
+  const auto ago = node.now && began ? fmt::format(", {}", span_text(*node.now - *began)) : "";
+  return fmt::format(" (since {} UTC{})", since.substr(date, clock), ago);
+}
+
+}  // namespace
+
+const char* name_of(cause of) {
+  return cause_names.at(static_cast<std::size_t>(of));
+}
+
+std::vector<finding> findings_of(const node_insight& node) {
+  std::vector<finding> found;
+  add_node_causes(node, found);
+  add_devices(node, found);
+  add_line(node, found);
+  add_ladders(node, found);
+  add_channels(node, found);
+  add_loops(node, found);
+  add_rest(node, found);
+  std::stable_sort(found.begin(), found.end(),
+                   [](const finding& one, const finding& other) { return one.of < other.of; });
+  return found;
+}
+
+std::string full_sentence(const finding& what, const node_insight& node) {
+  auto text = capital(what.sentence);
+  while (text.ends_with('.'))
+    text.pop_back();
+  const auto colon = text.find(": ");
+  text.insert(colon == text.npos ? text.size() : colon, since_text(what.since, node));
+  return text + ".";
+}
+
+bool needs_person(const std::vector<finding>& findings) {
+  return std::any_of(findings.begin(), findings.end(),
+                     [](const finding& each) { return each.needs_person(); });
+}
+
+}  // namespace tools::insight
