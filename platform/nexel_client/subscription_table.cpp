@@ -104,9 +104,9 @@ void subscription_table::refused(const std::string& path, const nx_client_except
 }
 
 void subscription_table::lost(std::int32_t code, const std::string& message) {
-  for (auto& entry : entries_) {
-    const auto& path = entry.first;
-    auto& of = entry.second;
+  for (auto& subscribed : entries_) {
+    const auto& path = subscribed.first;
+    auto& of = subscribed.second;
     const nx_client_exception error{code, message, path};
     if (of.now == phase::active) {
       tell(path, of, [](nexel_subscriber& one) { one.subscription_lost(); });

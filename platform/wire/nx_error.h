@@ -21,8 +21,7 @@ class nx_error : public std::exception {
     no_answer = -110       ///< a client's own: no answer in time
   };
 
-  nx_error(std::int32_t number, std::string text)
-      : code(number), message(std::move(text)) {}
+  nx_error(std::int32_t number, std::string text) : code(number), message(std::move(text)) {}
 
   const char* what() const noexcept override { return message.c_str(); }
 

@@ -23,10 +23,7 @@ std::string text_of(double value) {
 
 distortion::distortion(reading_fault fault, const std::string& path, std::string present,
                        bool measured, noise_source noise)
-    : fault_(std::move(fault)),
-      held_(std::move(present)),
-      measured_(measured),
-      noise_(noise) {
+    : fault_(std::move(fault)), held_(std::move(present)), measured_(measured), noise_(noise) {
   if (fault_.what == kind::missing) fault_.error = {nx_error::not_found, "No such path: " + path};
   draw();
 }

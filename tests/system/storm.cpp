@@ -25,7 +25,9 @@ std::string request(const char* method) {
 
 std::unique_ptr<nx::line_client> connect(const std::string& socket) {
   if (socket.starts_with('/')) return nx::line_client::connect_unix(socket);
-  return nx::line_client::connect_tcp("::1", static_cast<unsigned>(std::stoul(socket)));
+  const auto space = socket.find(' ');
+  return nx::line_client::connect_tcp(socket.substr(0, space),
+                                      static_cast<unsigned>(std::stoul(socket.substr(space))));
 }
 
 double status_of(pid_t pid, const std::string& what) {

@@ -32,7 +32,7 @@ class storm {
   std::vector<std::jthread> threads_;
 };
 
-/// Attacks; each call is one round. A socket is a path, or the number of a port of the loopback.
+/// Attacks; each call is one round. A socket is a path, or "HOST PORT".
 void connect_subscribe_close(const std::string& socket);
 void get_everything(const std::string& socket);
 /// A pipeline of large questions, read to its end.

@@ -6,6 +6,7 @@
 
 #include "platform/wire/nx_client_exception.h"
 #include "tests/support/free_port.h"
+#include "tests/system/daemon_pair.h"
 #include "tests/system/regulating_node.h"
 #include "tests/system/storm.h"
 
@@ -46,33 +47,37 @@ void tell(const char* what, const test::figures& found) {
 }
 
 /// `attacked`: where the storms go; another client always asks on the node's own socket.
-void weather_the_storms(test::regulating_node& node, const std::string& attacked) {
-  const auto socket = node.daemon_socket();
-  const auto calm = test::watch(node.daemon(), socket, undisturbed);
+void weather_the_storms(
+    test::process& daemon, const std::string& socket, const std::string& attacked,
+    const std::function<void()>& before_each = [] {}) {
+  const auto calm = test::watch(daemon, socket, undisturbed);
   tell("undisturbed", calm);
   for (const auto& [name, threads, round] : attacks) {
     test::figures found;
     {
-      const test::storm raging(threads, [&, round = round] { round(attacked); });
+      const test::storm raging(threads, [&, round = round] {
+        before_each();
+        round(attacked);
+      });
       try {
-        found = test::watch(node.daemon(), socket, storm_time);
+        found = test::watch(daemon, socket, storm_time);
       } catch (const nx_client_exception& failure) {
-        FAIL() << name << ": " << failure.message << '\n' << node.daemon().last_lines();
+        FAIL() << name << ": " << failure.message << '\n' << daemon.last_lines();
       }
     }
     tell(name, found);
     EXPECT_LT(found.longest_gap_s, calm.longest_gap_s + late_s) << name;
     EXPECT_LT(found.slowest_get_ms, slow_ms) << name;
   }
-  EXPECT_TRUE(test::eventually([&] { return node.resident_mib() < calm.resident_mib + flat_mib; }))
-      << node.resident_mib() << " MiB, was " << calm.resident_mib;
-  tell("afterwards", test::watch(node.daemon(), socket, 100ms));
+  const auto now = [&] { return test::watch(daemon, socket, 100ms); };
+  EXPECT_TRUE(test::eventually([&] { return now().resident_mib < calm.resident_mib + flat_mib; }));
+  tell("afterwards", now());
 }
 
 TEST(storm, of_clients_delays_no_cycle) {
   test::regulating_node node;
   node.bring_up();
-  weather_the_storms(node, node.daemon_socket());
+  weather_the_storms(node.daemon(), node.daemon_socket(), node.daemon_socket());
 }
 
 /// Everything that is started meanwhile shares one core.
@@ -99,14 +104,25 @@ TEST(storm, on_the_supervisory_link_delays_no_cycle) {
   test::regulating_node node;
   node.listen_on("lo", port);
   node.bring_up();
-  weather_the_storms(node, std::to_string(port));
+  weather_the_storms(node.daemon(), node.daemon_socket(), "::1 " + std::to_string(port));
 }
 
 TEST(storm, of_clients_delays_no_cycle_on_one_core) {
   const one_core alone;
   test::regulating_node node;
   node.bring_up();
-  weather_the_storms(node, node.daemon_socket());
+  weather_the_storms(node.daemon(), node.daemon_socket(), node.daemon_socket());
+}
+
+// The other daemon goes on being the neighbour meanwhile.
+TEST(storm, from_the_neighbours_host_delays_no_cycle) {
+  auto link = test::supervisory_link::make();
+  if (!link || !link->lets_threads_in()) GTEST_SKIP() << "no network namespaces to go into";
+  test::daemon_pair pair(std::move(link));
+  pair.bring_up();
+  weather_the_storms(pair.daemon(0), pair.daemon_socket(0), "fe80::1%osc0 5100",
+                     [&] { pair.link().take_thread_to(1); });
+  EXPECT_EQ(pair.off_target(test::rest_db), "");
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include "tests/system/supervisory_link.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
+#include <sched.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -60,6 +62,14 @@ std::vector<std::string> supervisory_link::enter(unsigned node) const {
   words command{"nsenter", "--target", pid, "--net"};
   if (of_user_) command.insert(command.end(), {"--user", "--preserve-credentials"});
   return joined(command, {"--"});
+}
+
+void supervisory_link::take_thread_to(unsigned node) const {
+  const auto name = "/proc/" + std::to_string(holders_[node]->pid()) + "/ns/net";
+  const int network = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+  const bool there = network >= 0 && ::setns(network, CLONE_NEWNET) == 0;
+  ::close(network);
+  if (!there) throw std::runtime_error("no way into " + name);
 }
 
 void supervisory_link::on(unsigned node, const std::vector<std::string>& command) const {

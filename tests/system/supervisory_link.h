@@ -22,6 +22,10 @@ class supervisory_link {
   /// The command that runs what follows it on a node: 0 is fe80::1, 1 is fe80::2.
   std::vector<std::string> enter(unsigned node) const;
 
+  /// The calling thread is on a node's network from then on; for who has the privilege.
+  bool lets_threads_in() const { return !of_user_; }
+  void take_thread_to(unsigned node) const;
+
   /// As if the module were pulled out, and plugged in again: the interfaces are others then.
   /// `more_addresses` come on the far node before its own.
   void unplug() const;

@@ -19,9 +19,9 @@ enum class light_way { rx, tx };
 
 struct lit_channel {
   unsigned id;
-  float attenuation;         ///< of this node's switch
-  float monitored;           ///< by this node's monitor, as it stands in its reading
-  std::optional<float> far;  ///< by the far end's monitor, likewise
+  float attenuation;           ///< of this node's switch
+  float monitored;             ///< by this node's monitor, as it stands in its reading
+  std::optional<float> far{};  ///< by the far end's monitor, likewise
 };
 
 /// What is known in one moment. Empty: not known, or dark.
@@ -57,12 +57,12 @@ std::optional<float> span_by_osc(const ladder_view& view);
 
 /// Each told figure less the one before it.
 struct differences {
-  std::map<unsigned, float> ports;  ///< of a client: the light it brings to the switch
-  std::optional<float> amplifier;   ///< output less input and gain
-  std::optional<float> monitor;     ///< monitor and calibration less output
-  std::optional<float> fibre;       ///< loss of the supervisory channel
-  std::optional<float> line;        ///< received less sent and the fibre's loss
-  std::optional<float> far;         ///< the far monitor less received and the far gain
+  std::map<unsigned, float> ports{};  ///< of a client: the light it brings to the switch
+  std::optional<float> amplifier{};   ///< output less input and gain
+  std::optional<float> monitor{};     ///< monitor and calibration less output
+  std::optional<float> fibre{};       ///< loss of the supervisory channel
+  std::optional<float> line{};        ///< received less sent and the fibre's loss
+  std::optional<float> far{};         ///< the far monitor less received and the far gain
 };
 differences differences_of(const ladder_view& view, light_way way);
 
