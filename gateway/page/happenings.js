@@ -4,11 +4,13 @@
 import { readHistory } from "./api.js";
 import { byId, element, shape } from "./dom.js";
 import { pathOf } from "./states.js";
-import { clockText, figure, isFigure, thzText } from "./text.js";
+import { clockText, figure, isFigure, listed, thzText } from "./text.js";
 
 export const logPath = "insight/log";
 const depth = 1000;
 const page = 30;
+const together = 3000; // ms
+const named = 3; // channels of a line
 
 const kinds = {
   lit: ["disc", "blue", "has light"],
@@ -55,10 +57,10 @@ export class Happenings {
   }
 
   draw() {
-    const newest = this.#events.slice(-this.#shown).reverse();
-    byId("log-list").replaceChildren(...newest.map((event) => this.#lineOf(event)));
-    byId("log-empty").hidden = this.#events.length > 0;
-    byId("log-more").hidden = this.#events.length <= this.#shown;
+    const lines = folded(this.#events);
+    byId("log-list").replaceChildren(...lines.slice(0, this.#shown).map((line) => this.#lineOf(line)));
+    byId("log-empty").hidden = lines.length > 0;
+    byId("log-more").hidden = lines.length <= this.#shown;
   }
 
   #take(text) {
@@ -72,23 +74,45 @@ export class Happenings {
     return true;
   }
 
-  #lineOf({ at, event, on, details }) {
+  #lineOf({ at, event, subjects, details }) {
     const [mark, colour, does] = kinds[event] ?? unknown;
     const words = does || event;
     return element(
       "li", { "data-event": event },
       element("time", { datetime: new Date(at).toISOString() }, clockText(at)),
       shape("svg", { class: `mark ${colour}`, viewBox: "-1.2 -1.2 2.4 2.4", "aria-hidden": "true" }, shape("path", { d: pathOf(mark), "fill-rule": "evenodd" })),
-      element("span", {}, element("b", {}, this.#subject(on)), ` ${words}`, element("span", { class: "details" }, detailsText(details))),
+      element("span", {}, element("b", {}, this.#subjectsText(subjects)), ` ${subjects.length > 1 ? plural(words) : words}`, element("span", { class: "details" }, detailsText(details))),
     );
   }
 
+  #subjectsText(subjects) {
+    const names = subjects.map((on) => this.#subject(on)).sort();
+    return names.length <= named ? listed(names) : `${names.length} channels, ${names[0]} to ${names.at(-1)},`;
+  }
   #subject(on) {
     const channel = /^client (rx|tx) (\d+)$/.exec(on);
     if (!channel) return on;
     return `${thzText(this.#channels.thz(Number(channel[2])))} ${channel[1]}`;
   }
 }
+
+/// Newest first; what befalls many channels within a few seconds is one line.
+function folded(events) {
+  const lines = [];
+  for (const event of events.toReversed()) {
+    const line = lines.at(-1);
+    const joins = line && line.event === event.event && line.at - event.at <= together && isChannel(event.on) && isChannel(line.subjects[0]);
+    if (!joins) lines.push({ ...event, subjects: [event.on] });
+    else {
+      if (!line.subjects.includes(event.on)) line.subjects.push(event.on);
+      line.details = {};
+    }
+  }
+  return lines;
+}
+
+const isChannel = (on) => on.startsWith("client ");
+const plural = (words) => words.replace(/^is /, "are ").replace(/^has /, "have ").replace(/^was /, "were ");
 
 function parsed(text) {
   try {

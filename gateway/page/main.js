@@ -18,12 +18,12 @@ import { Values } from "./values.js";
 
 const ofChannels = ["state", "measured", "target", "deadBand", "headroomUp", "headroomDown"];
 const heard = [
-  "insight/summary", logPath, "insight/line/state", "insight/line/why", "insight/ladder/*", "insight/device/booster/enabled",
+  "insight/summary", logPath, "insight/line/*", "insight/ladder/*", "insight/device/booster/enabled",
   ...ofChannels.map((name) => `insight/client/*/*/${name}`),
-  "data/client/*/*/attenuation", "data/client/*/*/peak", "data/client/*/edfaCalibration", "data/channel/index",
-  "data/line/1/*", "data/system/hostname", "alarms/**",
+  "data/client/*/*/attenuation", "data/client/*/*/peak", "data/channel/index", "data/line/1/*", "alarms/**",
 ];
-const fixed = ["data/product", "data/system/availableWssPorts", ...fixedPatterns];
+// What no event tells, or nobody waits for.
+const fixed = ["data/product", "data/system/*", "data/client/*/edfaCalibration", ...fixedPatterns];
 
 const values = new Values();
 const link = new Link(values, heard);

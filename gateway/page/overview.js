@@ -51,6 +51,8 @@ export class Overview {
     const look = stateOfLine(state);
     setText(byId("line-state"), state ? `Line ${state}` : "");
     setText(byId("line-why"), why);
+    // The sentence above may have said all of it.
+    byId("line-note").hidden = why !== "" && byId("summary").textContent.includes(why);
     const mark = byId("line-mark");
     setAttributes(mark, { class: `mark ${look.colour}` });
     setAttributes(mark.firstElementChild, { d: state ? look.path : null });
