@@ -69,8 +69,8 @@ export class Record {
   }
 }
 
-// Monitors tell darkness as a power that no light has.
-const lit = (power) => power > -60;
+// What a monitor reads below this is its own noise, dBm at the monitor.
+const lit = (power) => power > -30;
 const key = (...parts) => parts.join("/");
 
 function nameOf(path) {

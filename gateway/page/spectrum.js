@@ -16,7 +16,7 @@ const right = 12;
 const narrowest = 9; // px of a channel; a wider band is scrolled
 const below = 12; // dB shown below the lowest target
 const above = 10;
-const usual = { lowest: -8, highest: 15 }; // dBm, in the dark
+const usual = { lowest: -10, highest: 15 }; // dBm, in the dark
 
 export class Spectrum {
   #host;
