@@ -35,7 +35,7 @@ export class Plot {
     const now = Date.now();
     const x = (time) => left + Math.max(0, 1 - (now - time) / span) * (width - left - right);
     const powers = scaleOf([...figures(power), ...figures(target)], upper, 2);
-    const losses = scaleOf(figures(attenuation), lower, 1);
+    const losses = scaleOf(figures(attenuation), lower, 1, 0);
     this.#root.replaceChildren(
       ...times(x), ...grid(powers, width), ...grid(losses, width),
       title("power and target, dBm", upper.from), title("attenuation, dB", lower.from),
@@ -51,14 +51,14 @@ export class Plot {
 
 const figures = (points) => points.map(([, value]) => value).filter(isFigure);
 
-/// Room for the figures, at least `least` dB of it, with whole numbers for the lines.
-function scaleOf(all, { from, to }, least) {
+/// Room for the figures, at least `least` dB of it and nothing below `bottom`, with round numbers for the lines.
+function scaleOf(all, { from, to }, least, bottom = -Infinity) {
   const low = all.length > 0 ? Math.min(...all) : 0;
   const high = all.length > 0 ? Math.max(...all) : 0;
   const middle = (low + high) / 2;
   const half = Math.max(least, (high - low) * 1.2) / 2;
-  const step = [0.5, 1, 2, 5, 10, 20].find((each) => (2 * half) / each <= 4) ?? 50;
-  const lowest = Math.floor((middle - half) / step) * step;
+  const step = [0.5, 1, 2, 5, 10, 20].find((each) => (2 * half) / each <= ((to - from) / 24)) ?? 50;
+  const lowest = Math.max(bottom, Math.floor((middle - half) / step) * step);
   const highest = Math.max(lowest + step, Math.ceil((middle + half) / step) * step);
   return { y: (value) => to - ((value - lowest) / (highest - lowest)) * (to - from), lowest, highest, step };
 }
@@ -74,7 +74,8 @@ function grid({ y, lowest, highest, step }, width) {
 
 function times(x) {
   const now = Date.now();
-  return [0, 2, 4, 6, 8, 10].flatMap((minutes) => {
+  const shown = x(now) - x(now - 10 * minute) < 400 ? [0, 5, 10] : [0, 2, 4, 6, 8, 10];
+  return shown.flatMap((minutes) => {
     const at = x(now - minutes * minute);
     const anchor = minutes === 0 ? "end" : minutes === 10 ? "start" : "middle";
     return [
