@@ -135,10 +135,13 @@ TEST_F(faults, of_a_device_that_comes_and_goes_leave_nothing_behind) {
   flap(10);
   const auto before = test::figures_of(node_.daemon().pid());
   flap(30);
+  auto after = before;
   EXPECT_TRUE(test::eventually([&] {
-    const auto after = test::figures_of(node_.daemon().pid());
+    after = test::figures_of(node_.daemon().pid());
     return after.descriptors == before.descriptors && after.threads <= before.threads;
-  }));
+  })) << after.descriptors
+      << " descriptors after " << before.descriptors << ", " << after.threads << " threads after "
+      << before.threads;
   EXPECT_LT(test::figures_of(node_.daemon().pid()).resident_mib, before.resident_mib + flat_mib);
 }
 

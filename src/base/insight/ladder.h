@@ -26,10 +26,10 @@ struct lit_channel {
 
 /// What is known in one moment. Empty: not known, or dark.
 struct ladder_view {
-  std::vector<lit_channel> lit;
+  std::vector<lit_channel> lit{};
   // This node's amplifier on the way: booster or preamp.
-  std::optional<float> input;
-  std::optional<float> output;
+  std::optional<float> input{};
+  std::optional<float> output{};
   std::optional<float> gain;         ///< as it tells it now, not as it was set
   std::optional<float> calibration;  ///< of the board: from the monitor to the amplifier's output
   /// The drop switch stands between the amplifier's stages.
