@@ -53,6 +53,7 @@ set(program_options
   "lumora_lab|--until-converged|No screen, a verdict"
   "lumora_lab|--keep|Keep the folder"
   "lumora_lab|--log|Tell where the logs are, and keep them"
+  "lumora_lab|--web|Serve each node to a browser, with a bench of faults"
   "lumora_sim|--help|Print the options"
   "lumora_sim|--version|Print the version"
   "lumora_sim|--seed=|Of everything random"

@@ -12,6 +12,17 @@ std::filesystem::path own_folder() {
   return std::filesystem::read_symlink("/proc/self/exe").parent_path();
 }
 
+/// build/PRESET/bin in a checkout, PREFIX/bin when installed.
+std::filesystem::path first_of(const std::string& checkout, const std::string& install) {
+  const auto in_checkout = (own_folder() / checkout).lexically_normal();
+  const auto installed = (own_folder() / install).lexically_normal();
+  for (const auto& place : {in_checkout, installed}) {
+    if (std::filesystem::exists(place)) return place;
+  }
+  throw lab_failure(
+      fmt::format("neither {} nor {} is there", in_checkout.string(), installed.string()));
+}
+
 }  // namespace
 
 std::filesystem::path program_path(const std::string& name) {
@@ -21,15 +32,11 @@ std::filesystem::path program_path(const std::string& name) {
 }
 
 std::filesystem::path simulator_file(const std::string& name) {
-  const auto here = own_folder();
-  // build/PRESET/bin in a checkout, PREFIX/bin when installed
-  const auto in_checkout = (here / "../../../sim" / name).lexically_normal();
-  const auto installed = (here / "../share/lumora" / name).lexically_normal();
-  for (const auto& place : {in_checkout, installed}) {
-    if (std::filesystem::exists(place)) return place;
-  }
-  throw lab_failure(
-      fmt::format("neither {} nor {} is there", in_checkout.string(), installed.string()));
+  return first_of("../../../sim/" + name, "../share/lumora/" + name);
+}
+
+std::filesystem::path page_folder() {
+  return first_of("../../../gateway/page", "../share/lumora/page");
 }
 
 }  // namespace tools::lab

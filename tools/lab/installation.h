@@ -13,4 +13,7 @@ std::filesystem::path program_path(const std::string& name);
 /// that were looked at.
 std::filesystem::path simulator_file(const std::string& name);
 
+/// Where the gateway's page is. Throws likewise.
+std::filesystem::path page_folder();
+
 }  // namespace tools::lab

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <string>
 
+#include "tools/lab/gateways.h"
 #include "tools/lab/installation.h"
 #include "tools/lab/lab_failure.h"
 #include "tools/lab/lab_folder.h"
@@ -110,7 +111,21 @@ void write_ctl_script(const lab_folder& folder, unsigned node) {
   std::filesystem::permissions(path, std::filesystem::perms::owner_all);
 }
 
-int watch(session& watched, const lab_folder& folder, const options& given) {
+/// The last line of a node's screen: where else to look.
+std::string note_of(const lab_folder& folder, const gateways& web, unsigned node) {
+  const auto address = web.address(node);
+  return (address.empty() ? "" : address + "  ") + ctl_script(folder, node) + " explain";
+}
+
+void announce_pages(const gateways& web, bool both) {
+  const auto near = web.address(0);
+  if (near.empty()) return;
+  fmt::print("page       {}\n", near);
+  if (both) fmt::print("far page   {}\n", web.address(1));
+  std::fflush(stdout);
+}
+
+int watch(session& watched, const lab_folder& folder, const gateways& web, const options& given) {
   if (given.until_converged) {
     const std::chrono::seconds limit(*given.until_converged);
     return watched.print_until_converged(limit) ? exit_ok : exit_failed;
@@ -119,7 +134,7 @@ int watch(session& watched, const lab_folder& folder, const options& given) {
     watched.print_lines();
     return exit_ok;
   }
-  watched.show_on_screen({ctl_script(folder, 0) + " explain", ctl_script(folder, 1) + " explain"});
+  watched.show_on_screen({note_of(folder, web, 0), note_of(folder, web, 1)});
   return exit_ok;
 }
 
@@ -129,6 +144,8 @@ int run_in(lab_folder& folder, options given) {
   announce(folder, given);
   for (const unsigned node : {0U, 1U})
     write_ctl_script(folder, node);
+  const auto web =
+      given.web ? gateways(programs, folder, given.peer.is_daemon() ? 2 : 1) : gateways();
   const auto link = connect(programs, folder, given.peer);
   const store keys(programs, folder, given.peer.is_daemon() ? 2 : 1);
   plant_service plant(programs, folder, keys, plant_of(given, folder, keys, link));
@@ -143,8 +160,9 @@ int run_in(lab_folder& folder, options given) {
     each->configure(programs);
   for (auto* each : nodes)
     each->light_up();
+  announce_pages(web, far.has_value());
   session watched(programs, at_terminal, nodes, given.peer);
-  return watch(watched, folder, given);
+  return watch(watched, folder, web, given);
 }
 
 int run(const options& given) {

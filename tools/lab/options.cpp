@@ -14,6 +14,7 @@ constexpr const char* closing_words =
     "  ./lab --product orvamax                another model\n"
     "  ./lab --peer                           two nodes face to face; tab shows the other\n"
     "  ./lab --product selkaplus --peer selkamin\n"
+    "  ./lab --web                            the node in a browser, to break and to mend\n"
     "  ./lab --peer tarn-one                  an in-line amplifier that the simulator plays\n"
     "  ./lab --until-converged                for a script: exit code 0 when all is on target\n"
     "  ./lab --until-converged 30 | tail -1   the summary alone\n"
@@ -52,6 +53,8 @@ void declare(CLI::App& app, options& given, std::optional<std::string>& peer) {
       ->type_name("[SECONDS]")
       ->expected(0, 1)
       ->default_str("120");
+  app.add_flag("--web", given.web,
+               "Serve each node to a browser, with a bench of faults; the address is printed");
   app.add_flag("--keep", given.keep, "Keep the folder with logs and board file");
   app.add_flag("--log", given.log, "Tell where the logs are, and keep them");
 }

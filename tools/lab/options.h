@@ -18,6 +18,7 @@ struct options {
   unsigned seed = 1;
   bool keep = false;
   bool log = false;
+  bool web = false;
   std::optional<unsigned> until_converged;  ///< seconds
 };
 

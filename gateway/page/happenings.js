@@ -1,0 +1,133 @@
+// What happened on the node, newest first, in sentences: the daemon's event log, at the start from its
+// history and then event by event.
+
+import { readHistory } from "./api.js";
+import { byId, element, shape } from "./dom.js";
+import { pathOf } from "./states.js";
+import { clockText, figure, isFigure, listed, thzText } from "./text.js";
+
+export const logPath = "insight/log";
+const depth = 1000;
+const page = 30;
+const together = 3000; // ms
+const named = 3; // channels of a line
+
+const kinds = {
+  lit: ["disc", "blue", "has light"],
+  dark: ["hollow", "grey", "is dark"],
+  arrived: ["disc", "green", "is on target"],
+  exhausted: ["diamond", "red", "is exhausted"],
+  guardBegan: ["query", "yellow", "is guarded"],
+  guardEnded: ["ring", "green", "is guarded no more"],
+  loopDown: ["diamond", "red", "is down"],
+  loopUp: ["disc", "green", "is up again"],
+  cut: ["diamond", "red", "is cut"],
+  mended: ["disc", "green", "is mended"],
+  peerIdentified: ["disc", "green", "is identified"],
+  peerLost: ["diamond", "yellow", "is lost"],
+  channelAdded: ["triangle", "blue", "was added"],
+  channelRemoved: ["square", "grey", "was removed"],
+  parameterWritten: ["dash", "grey", "was written"],
+  startFailed: ["diamond", "red", "keeps the node from starting"],
+};
+const unknown = ["dash", "grey", ""];
+
+export class Happenings {
+  #channels;
+  #events = [];
+  #known = new Set();
+  #shown = page;
+
+  constructor(channels) {
+    this.#channels = channels;
+    byId("log-more").addEventListener("click", () => {
+      this.#shown += page * 5;
+      this.draw();
+    });
+  }
+
+  async load() {
+    const entries = await readHistory(logPath).catch(() => []);
+    entries.forEach((entry) => this.#take(entry.value));
+    this.draw();
+  }
+
+  heard(text) {
+    if (this.#take(text)) this.draw();
+  }
+
+  draw() {
+    const lines = folded(this.#events);
+    byId("log-list").replaceChildren(...lines.slice(0, this.#shown).map((line) => this.#lineOf(line)));
+    byId("log-empty").hidden = lines.length > 0;
+    byId("log-more").hidden = lines.length <= this.#shown;
+  }
+
+  #take(text) {
+    if (typeof text !== "string" || text === "" || this.#known.has(text)) return false;
+    const event = parsed(text);
+    if (!event) return false;
+    this.#known.add(text);
+    this.#events.push({ ...event, text });
+    if (this.#events.length > 1 && event.at < this.#events.at(-2).at) this.#events.sort((a, b) => a.at - b.at);
+    while (this.#events.length > depth) this.#known.delete(this.#events.shift().text);
+    return true;
+  }
+
+  #lineOf({ at, event, subjects, details }) {
+    const [mark, colour, does] = kinds[event] ?? unknown;
+    const words = does || event;
+    return element(
+      "li", { "data-event": event },
+      element("time", { datetime: new Date(at).toISOString() }, clockText(at)),
+      shape("svg", { class: `mark ${colour}`, viewBox: "-1.2 -1.2 2.4 2.4", "aria-hidden": "true" }, shape("path", { d: pathOf(mark), "fill-rule": "evenodd" })),
+      element("span", {}, element("b", {}, this.#subjectsText(subjects)), ` ${subjects.length > 1 ? plural(words) : words}`, element("span", { class: "details" }, detailsText(details))),
+    );
+  }
+
+  #subjectsText(subjects) {
+    const names = subjects.map((on) => this.#subject(on)).sort();
+    return names.length <= named ? listed(names) : `${names.length} channels, ${names[0]} to ${names.at(-1)},`;
+  }
+  #subject(on) {
+    const channel = /^client (rx|tx) (\d+)$/.exec(on);
+    if (!channel) return on;
+    return `${thzText(this.#channels.thz(Number(channel[2])))} ${channel[1]}`;
+  }
+}
+
+/// Newest first; what befalls many channels within a few seconds is one line.
+function folded(events) {
+  const lines = [];
+  for (const event of events.toReversed()) {
+    const line = lines.at(-1);
+    const joins = line && line.event === event.event && line.at - event.at <= together && isChannel(event.on) && isChannel(line.subjects[0]);
+    if (!joins) lines.push({ ...event, subjects: [event.on] });
+    else {
+      if (!line.subjects.includes(event.on)) line.subjects.push(event.on);
+      line.details = {};
+    }
+  }
+  return lines;
+}
+
+const isChannel = (on) => on.startsWith("client ");
+const plural = (words) => words.replace(/^is /, "are ").replace(/^has /, "have ").replace(/^was /, "were ");
+
+function parsed(text) {
+  try {
+    const { time, event, on, ...details } = JSON.parse(text);
+    const at = Date.parse(time);
+    return Number.isFinite(at) ? { at, event: String(event), on: String(on), details } : undefined;
+  } catch {
+    return undefined;
+  }
+}
+
+const units = { seconds: "s", by: "dB", missing: "dB", power: "dBm", error: "dB", error_db: "dB" };
+
+function detailsText(details) {
+  const told = Object.entries(details).filter(([, value]) => value !== null && value !== "");
+  if (told.length === 0) return "";
+  return ` \u00b7 ${told.map(([name, value]) => (isFigure(value) ? `${name} ${figure(value, Number.isInteger(value) ? 0 : 1)}${units[name] ? ` ${units[name]}` : ""}` : String(value))).join(", ")}`;
+}

@@ -1,0 +1,92 @@
+// The page's one event stream, and its sight: since when nothing is heard, and of whom. A stream
+// that ends is opened again until it stands; what was not heard again by then is dropped.
+
+import { eventsAddress } from "./api.js";
+
+const reopenAfter = 1000;
+const presentValuesTake = 5000;
+
+export class Link {
+  #values;
+  #patterns;
+  #source;
+  #sweeper;
+  #seen = Date.now();
+  #sight = { sees: false, who: "gateway", since: Date.now() };
+  #receivers = [];
+  #journals = [];
+
+  constructor(values, patterns) {
+    this.#values = values;
+    this.#patterns = patterns;
+  }
+
+  get sight() {
+    return this.#sight;
+  }
+  /// `changed(sight)`: {sees, who, since}; who is "gateway" or "daemon".
+  onSight(changed) {
+    this.#receivers.push(changed);
+  }
+  /// Every event of a path counts, and not the newest alone.
+  onJournal(path, heard) {
+    this.#journals.push({ path, heard });
+  }
+  /// An answer came, or failed to come, beside the stream.
+  answered() {
+    this.#seen = Date.now();
+  }
+  unanswered() {
+    this.#turn(false, "gateway", this.#seen);
+    if (this.#source?.readyState === EventSource.OPEN) this.#reopen();
+  }
+
+  open() {
+    this.#source = new EventSource(eventsAddress(this.#patterns));
+    this.#source.addEventListener("message", (message) => this.#event(message));
+    this.#source.addEventListener("link", (message) => this.#linkEvent(message));
+    this.#source.addEventListener("error", () => this.#lost());
+  }
+
+  #event(message) {
+    this.#seen = Date.now();
+    const { path, time, value, error } = JSON.parse(message.data);
+    const entry = { value, error, time: Date.parse(time) };
+    for (const journal of this.#journals) {
+      if (journal.path === path && value !== undefined) journal.heard(value);
+    }
+    this.#values.put(path, entry);
+  }
+
+  #linkEvent(message) {
+    const { up, since } = JSON.parse(message.data);
+    this.#seen = Date.now();
+    if (up) this.#found();
+    else this.#turn(false, "daemon", Date.parse(since));
+  }
+
+  #found() {
+    this.#values.newGeneration();
+    clearTimeout(this.#sweeper);
+    this.#sweeper = setTimeout(() => this.#sight.sees && this.#values.sweep(), presentValuesTake);
+    this.#turn(true, "daemon", this.#seen);
+  }
+
+  #lost() {
+    this.#turn(false, "gateway", this.#seen);
+    if (this.#source.readyState === EventSource.CLOSED) setTimeout(() => this.#reopen(), reopenAfter);
+  }
+  #reopen() {
+    this.#source.close();
+    this.open();
+  }
+
+  #turn(sees, who, since) {
+    const known = this.#sight;
+    // Blind is blind: the first loss counts, whoever else is lost later.
+    const from = !sees && !known.sees ? Math.min(known.since, since) : since;
+    if (known.sees === sees && known.who === who && known.since === from) return;
+    this.#sight = { sees, who, since: from };
+    for (const changed of this.#receivers) changed(this.#sight);
+  }
+}

@@ -1,0 +1,137 @@
+// The page of one node and its far end: what it listens to, and who draws it.
+
+import { lab, readValues } from "./api.js";
+import { Channels, channelOf, fixedPatterns } from "./channels.js";
+import { ChannelView } from "./channel.js";
+import { byId, element, setAttributes, setText, shape } from "./dom.js";
+import { Happenings, logPath } from "./happenings.js";
+import { Ladder } from "./ladder.js";
+import { Link } from "./link.js";
+import { Overview } from "./overview.js";
+import { Panel } from "./panel.js";
+import { Record } from "./record.js";
+import { Spectrum } from "./spectrum.js";
+import { legend, stateOfChannel } from "./states.js";
+import { isFigure } from "./text.js";
+import { Tree } from "./tree.js";
+import { Values } from "./values.js";
+
+const ofChannels = ["state", "measured", "target", "deadBand", "headroomUp", "headroomDown"];
+const heard = [
+  "insight/summary", logPath, "insight/line/*", "insight/ladder/*", "insight/device/booster/enabled",
+  ...ofChannels.map((name) => `insight/client/*/*/${name}`),
+  "data/client/*/*/attenuation", "data/client/*/*/peak", "data/channel/index", "data/line/1/*", "alarms/**",
+];
+// What no event tells, or nobody waits for.
+const fixed = ["data/product", "data/system/*", "data/client/*/edfaCalibration", ...fixedPatterns];
+
+const values = new Values();
+const link = new Link(values, heard);
+const channels = new Channels(values);
+const record = new Record(values);
+const happenings = new Happenings(channels);
+const channelView = new ChannelView(channels, record, link);
+const ladder = new Ladder(values);
+const overview = new Overview(values, channels, link);
+const panel = new Panel(values, channels);
+const spectrum = new Spectrum(byId("spectrum"), channels, pointed);
+new Tree();
+
+let side = "rx";
+let selected;
+let pinned = false;
+let list = [];
+
+function select(channel) {
+  selected = channel;
+  spectrum.select(channel);
+  channelView.show(channel, pinned);
+}
+
+/// A pointer that passes shows a channel, a click holds it, arrow keys hold what they reach.
+function pointed(channel, how) {
+  if (how === "pointer" && pinned) return;
+  if (how === "click") pinned = !(pinned && selected?.id === channel.id);
+  if (how === "key") pinned = true;
+  if (how !== "pointer" || selected?.id !== channel.id) select(channel);
+}
+
+/// Whom to show as long as nobody points: who needs somebody, else who is furthest off.
+function worst() {
+  const rank = (channel) => {
+    const now = channels.figures(channel);
+    const off = isFigure(now.measured) && isFigure(now.target) ? Math.abs(now.measured - now.target) : 0;
+    return (stateOfChannel(now.state).severity === "person" ? 1000 : 0) + off;
+  };
+  return list.reduce((best, channel) => (!best || rank(channel) > rank(best) ? channel : best), undefined);
+}
+
+function layOut() {
+  const fresh = channels.of(side);
+  if (JSON.stringify(fresh) === JSON.stringify(list)) return;
+  list = fresh;
+  byId("no-channels").hidden = list.length > 0;
+  const way = side === "rx" ? "to the line" : "from the line";
+  spectrum.show(list, `${list.length} channels ${way}; arrow keys move from one to the next`);
+  select(list.find(({ id }) => id === selected?.id) ?? worst());
+}
+
+values.watch(
+  (path) => path === "data/channel/index" || path.endsWith("/state") || /\/(frequency|width|waveLength)$/.test(path),
+  () => layOut(),
+);
+values.watch((path) => channelOf(path) !== undefined, (changed) => {
+  const ids = new Set(changed.map(channelOf).filter((channel) => channel.side === side).map(({ id }) => id));
+  spectrum.update(ids);
+  if (selected && ids.has(selected.id)) channelView.update();
+  tally();
+});
+
+function tally() {
+  const count = {};
+  for (const channel of list) {
+    const { severity } = stateOfChannel(channels.figures(channel).state);
+    count[severity] = (count[severity] ?? 0) + 1;
+  }
+  const words = [["good", "on target or at rest"], ["working", "on their way"], ["person", "need somebody"], ["quiet", "dark or not regulated"]];
+  setText(byId("tally"), words.filter(([severity]) => count[severity]).map(([severity, text]) => `${count[severity]} ${text}`).join(" \u00b7 "));
+}
+
+async function readFixed() {
+  values.putAll(await readValues(...fixed).catch(() => ({})));
+}
+values.watch((path) => path === "data/channel/index", readFixed);
+
+link.onSight(({ sees }) => {
+  if (!sees) return;
+  readFixed();
+  happenings.load();
+});
+link.onJournal(logPath, (text) => happenings.heard(text));
+
+for (const choice of document.querySelectorAll("input[name=side]")) {
+  choice.addEventListener("change", () => {
+    side = choice.value;
+    layOut();
+    tally();
+  });
+}
+document.addEventListener("keydown", (event) => {
+  if (event.key !== "Escape" || !pinned) return;
+  pinned = false;
+  channelView.show(selected, pinned);
+});
+
+byId("legend").append(...legend.map(({ path, colour, text }) => element(
+  "li", {}, shape("svg", { class: `mark ${colour}`, viewBox: "-1.2 -1.2 2.4 2.4", "aria-hidden": "true" }, shape("path", { d: path, "fill-rule": "evenodd" })), text)));
+
+setAttributes(document.documentElement, { "data-ready": "" });
+overview.draw();
+ladder.draw();
+panel.draw();
+link.open();
+
+lab.about().then(async (about) => {
+  const { Bench } = await import("./bench.js");
+  new Bench(about, channels, () => selected);
+}, () => {});

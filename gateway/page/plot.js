@@ -1,0 +1,141 @@
+// Ten minutes as a plot: above the power with its target and dead band, below the attenuation, over
+// one axis of time that ends now.
+
+import { onWidth, setAttributes, shape } from "./dom.js";
+import { span } from "./record.js";
+import { figure, isFigure } from "./text.js";
+
+const height = 232;
+const left = 40;
+const right = 10;
+const upper = { from: 22, to: 128 };
+const lower = { from: 152, to: 204 };
+const minute = 60 * 1000;
+
+export class Plot {
+  #host;
+  #series = { power: [], target: [], attenuation: [], deadBand: undefined };
+  #root = shape("svg", { role: "img", id: "plot", height });
+
+  constructor(host) {
+    this.#host = host;
+    host.append(this.#root);
+    onWidth(host, () => this.draw());
+  }
+
+  show(series) {
+    this.#series = series;
+    this.draw();
+  }
+
+  draw() {
+    const width = Math.max(this.#host.clientWidth, 200);
+    setAttributes(this.#root, { width, viewBox: `0 0 ${width} ${height}` });
+    const { power, target, attenuation, deadBand } = this.#series;
+    const now = Date.now();
+    const x = (time) => left + Math.max(0, 1 - (now - time) / span) * (width - left - right);
+    const powers = scaleOf([...figures(power), ...figures(target)], upper, 2);
+    const losses = scaleOf(figures(attenuation), lower, 1, 0);
+    this.#root.replaceChildren(
+      ...times(x), ...grid(powers, width), ...grid(losses, width),
+      title("power and target, dBm", upper.from), title("attenuation, dB", lower.from),
+      shape("path", { class: "target-band", d: bandPath(target, deadBand, x, powers.y, now) }),
+      shape("path", { class: "target-line", d: stepPath(target, x, powers.y, now) }),
+      shape("path", { class: "power-line", d: linePath(power, x, powers.y, now) }),
+      shape("path", { class: "attenuation-line", d: stepPath(attenuation, x, losses.y, now) }),
+      ...dots(power, x, powers.y),
+    );
+    setAttributes(this.#root, { "aria-label": spoken(this.#series) });
+  }
+}
+
+const figures = (points) => points.map(([, value]) => value).filter(isFigure);
+
+/// Room for the figures, at least `least` dB of it and nothing below `bottom`, with round numbers for the lines.
+function scaleOf(all, { from, to }, least, bottom = -Infinity) {
+  const low = all.length > 0 ? Math.min(...all) : 0;
+  const high = all.length > 0 ? Math.max(...all) : 0;
+  const middle = (low + high) / 2;
+  const half = Math.max(least, (high - low) * 1.2) / 2;
+  const step = [0.5, 1, 2, 5, 10, 20].find((each) => (2 * half) / each <= ((to - from) / 24)) ?? 50;
+  const lowest = Math.max(bottom, Math.floor((middle - half) / step) * step);
+  const highest = Math.max(lowest + step, Math.ceil((middle + half) / step) * step);
+  return { y: (value) => to - ((value - lowest) / (highest - lowest)) * (to - from), lowest, highest, step };
+}
+
+function grid({ y, lowest, highest, step }, width) {
+  const lines = [];
+  for (let value = lowest; value <= highest + step / 10; value += step) {
+    lines.push(shape("line", { class: "grid", x1: left, x2: width - right, y1: y(value), y2: y(value) }));
+    lines.push(shape("text", { class: "axis", x: left - 8, y: y(value) + 4, "text-anchor": "end" }, figure(value, step < 1 ? 1 : 0)));
+  }
+  return lines;
+}
+
+function times(x) {
+  const now = Date.now();
+  const shown = x(now) - x(now - 10 * minute) < 400 ? [0, 5, 10] : [0, 2, 4, 6, 8, 10];
+  return shown.flatMap((minutes) => {
+    const at = x(now - minutes * minute);
+    const anchor = minutes === 0 ? "end" : minutes === 10 ? "start" : "middle";
+    return [
+      shape("line", { class: "grid", x1: at, x2: at, y1: upper.from, y2: lower.to }),
+      shape("text", { class: "axis", x: at, y: lower.to + 18, "text-anchor": anchor }, minutes === 0 ? "now" : `\u2212${minutes} min`),
+    ];
+  });
+}
+
+const title = (text, y) => shape("text", { class: "axis unit", x: left, y: y - 8 }, text);
+
+/// Runs of points without a gap, the last one up to now.
+function runs(points, now) {
+  const found = [];
+  let run = [];
+  points.forEach(([time, value], at) => {
+    if (isFigure(value)) run.push([time, value]);
+    const ends = !isFigure(value) || at === points.length - 1;
+    if (!ends || run.length === 0) return;
+    run.push([isFigure(value) ? now : time, run.at(-1)[1]]);
+    found.push(run);
+    run = [];
+  });
+  return found;
+}
+
+const at = (x, y) => ([time, value]) => `${x(time).toFixed(1)} ${y(value).toFixed(1)}`;
+
+function linePath(points, x, y, now) {
+  return runs(points, now).map((run) => `M${run.map(at(x, y)).join("L")}`).join("");
+}
+
+function stepPath(points, x, y, now) {
+  return runs(points, now)
+    .map((run) => run.map(([time, value], n) => (n === 0 ? `M${x(time).toFixed(1)} ${y(value).toFixed(1)}` : `H${x(time).toFixed(1)}V${y(value).toFixed(1)}`)).join(""))
+    .join("");
+}
+
+function bandPath(target, deadBand, x, y, now) {
+  if (!isFigure(deadBand)) return null;
+  return runs(target, now)
+    .map((run) => {
+      const over = run.map(([time, value]) => [time, value + deadBand]);
+      const under = run.map(([time, value]) => [time, value - deadBand]).reverse();
+      return `M${[...over, ...under].map(at(x, y)).join("L")}Z`;
+    })
+    .join("");
+}
+
+/// A power that was seen once only would be no line.
+function dots(points, x, y) {
+  const last = points.at(-1);
+  return last && isFigure(last[1]) ? [shape("circle", { class: "power-dot", cx: x(Date.now()), cy: y(last[1]), r: 2.5 })] : [];
+}
+
+function spoken({ power, target, attenuation }) {
+  const range = (name, points, unit) => {
+    const all = figures(points);
+    if (all.length === 0) return `no ${name}`;
+    return `${name} from ${figure(Math.min(...all), 1)} to ${figure(Math.max(...all), 1)} ${unit}`;
+  };
+  return `The last ten minutes: ${range("power", power, "dBm")}, ${range("target", target, "dBm")}, ${range("attenuation", attenuation, "dB")}`;
+}

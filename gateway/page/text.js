@@ -1,0 +1,46 @@
+// Figures and times as people read them. Units: dBm for powers, dB for differences, THz for
+// frequencies; a frequency of the tree counts in 10 MHz.
+
+const minus = "\u2212";
+const none = "\u2013";
+
+export const isFigure = (value) => typeof value === "number" && Number.isFinite(value);
+
+export function figure(value, digits = 2) {
+  if (!isFigure(value)) return none;
+  const text = Math.abs(value).toFixed(digits);
+  return (value < 0 && Number(text) !== 0 ? minus : "") + text;
+}
+
+export function signed(value, digits = 2) {
+  if (!isFigure(value)) return none;
+  return (value >= 0 ? "+" : "") + figure(value, digits);
+}
+
+export const withUnit = (value, unit, digits = 2) =>
+  isFigure(value) ? `${figure(value, digits)}\u00a0${unit}` : none;
+
+/// 191.40, 192.075
+export function thzText(thz) {
+  const hundredths = Math.round(thz * 1000) % 10 === 0;
+  return thz.toFixed(hundredths ? 2 : 3);
+}
+
+export function clockText(time) {
+  return isFigure(time) ? new Date(time).toLocaleTimeString("en-GB") : none;
+}
+
+export function ago(milliseconds) {
+  const seconds = Math.max(0, Math.round(milliseconds / 1000));
+  if (seconds < 120) return `${seconds} s`;
+  const minutes = Math.floor(seconds / 60);
+  return minutes < 120 ? `${minutes} min` : `${Math.floor(minutes / 60)} h`;
+}
+
+/// "a", "a and b", "a, b and c"
+export function listed(words) {
+  if (words.length < 2) return words.join("");
+  return `${words.slice(0, -1).join(", ")} and ${words.at(-1)}`;
+}
+
+export const number = (count, one, many = `${one}s`) => `${count} ${count === 1 ? one : many}`;

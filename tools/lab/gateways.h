@@ -1,0 +1,27 @@
+// The gateways of a lab: the page of each node, with the bench of faults, at a free port of the
+// loopback. They are started before the lab moves into a network of its own, so that the user's
+// browser reaches them, and find their daemons later. Used from the main thread.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/lab/lab_folder.h"
+#include "tools/lab/supervisor.h"
+
+namespace tools::lab {
+
+class gateways {
+ public:
+  /// None unless started. Throws lab_failure, `interrupted`.
+  gateways() = default;
+  gateways(supervisor& programs, const lab_folder& folder, unsigned nodes);
+
+  /// "http://127.0.0.1:40123/" of a node; empty without its gateway.
+  std::string address(unsigned node) const;
+
+ private:
+  std::vector<std::string> addresses_;
+};
+
+}  // namespace tools::lab
