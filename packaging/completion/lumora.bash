@@ -75,8 +75,7 @@ _lumora_gateway() {
     --certificate | --key | --token-file) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
     --listen | --tree | --host | --lab | --lab-node) COMPREPLY=() ;;
     *)
-      mapfile -t COMPREPLY < <(compgen -W "--help --version --tree --listen --page --certificate --key --token-file
-        --host --allow-writes --lab --lab-node" -- "$word")
+      mapfile -t COMPREPLY < <(compgen -W "@LUMORA_BASH_lumora_gateway@" -- "$word")
       ;;
   esac
 }

@@ -1,4 +1,4 @@
-# Completion of fish for lumora_manager, lumoractl, lumora_lab and lumora_sim. Paths of a tree come from the tree itself.
+# Completion of fish for lumora_manager, lumora_gateway, lumoractl, lumora_lab and lumora_sim. Paths of a tree come from the tree itself.
 
 # The first word of the line that is neither an option nor the value of one.
 function __lumora_first_word
@@ -47,11 +47,16 @@ complete -c lumoractl -n __lumora_needs_command -l version -d 'Print the version
 complete -c lumoractl -n __lumora_takes_paths -a '(__lumora_paths)'
 complete -c lumoractl -n '__lumora_command save; or __lumora_command load' -F
 complete -c lumora_manager -f
+complete -c lumora_gateway -f
 complete -c lumora_lab -f
 @LUMORA_FISH_OPTIONS@
 complete -c lumora_manager -l product -x -a '@LUMORA_MODELS@'
 complete -c lumora_lab -l product -x -a '@LUMORA_MODELS@'
 complete -c lumora_lab -l topology -r -F
+complete -c lumora_gateway -l page -x -a '(__fish_complete_directories)'
+complete -c lumora_gateway -l certificate -r -F
+complete -c lumora_gateway -l key -r -F
+complete -c lumora_gateway -l token-file -r -F
 complete -c lumoractl -l nexel -x -a '(path basename $NX_ROOT/tmp/nexels/* 2>/dev/null)'
 complete -c lumoractl -l socket -r -F
 complete -c lumoractl -l root -x -a '(__fish_complete_directories)'

@@ -1,5 +1,5 @@
-#compdef lumoractl lumora_manager lumora_lab lumora_sim
-# Completion of zsh for lumora_manager, lumoractl, lumora_lab and lumora_sim. Paths of a tree come from the tree itself.
+#compdef lumoractl lumora_manager lumora_gateway lumora_lab lumora_sim
+# Completion of zsh for lumora_manager, lumora_gateway, lumoractl, lumora_lab and lumora_sim. Paths of a tree come from the tree itself.
 
 _lumora_value_product() { compadd -- @LUMORA_MODELS@ }
 _lumora_value_interface_name() { compadd -- /sys/class/net/*(N:t) }
@@ -59,6 +59,7 @@ _lumora_ctl() {
 case $service in
   lumoractl) _lumora_ctl ;;
   lumora_manager) _arguments@LUMORA_ZSH_lumora_manager@ ;;
+  lumora_gateway) _arguments@LUMORA_ZSH_lumora_gateway@ ;;
   lumora_lab) _arguments@LUMORA_ZSH_lumora_lab@ ;;
   lumora_sim) _arguments@LUMORA_ZSH_lumora_sim@ '*:topology:_files' ;;
 esac
