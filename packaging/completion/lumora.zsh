@@ -6,9 +6,13 @@ _lumora_value_interface_name() { compadd -- /sys/class/net/*(N:t) }
 _lumora_value_socket() { _files }
 _lumora_value_topology() { _files }
 _lumora_value_root() { _files -/ }
+_lumora_value_page() { _files -/ }
+_lumora_value_certificate() { _files }
+_lumora_value_key() { _files }
+_lumora_value_token-file() { _files }
 _lumora_value_nexel() { compadd -- ${NX_ROOT:-}/tmp/nexels/*(N:t) }
 # Words that nobody can guess: the message alone.
-for _lumora_name in timeout host port count for since seed speed far-prefix far-hash-tag peer peer-interface latency; do
+for _lumora_name in timeout host port count for since seed speed far-prefix far-hash-tag peer peer-interface latency tree listen lab lab-node; do
   functions[_lumora_value_$_lumora_name]='_message word'
 done
 unset _lumora_name
