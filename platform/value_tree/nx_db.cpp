@@ -108,8 +108,15 @@ void nx_db::add_node(const std::string& parent_path, std::shared_ptr<nx_db_leaf_
   nx::check_new_path(path);
   // Subscribers move before the node can be reached: from then on a setter may hold its mutex and
   // wait for a lock that the caller of this holds.
-  while (const auto former = put(path, node))
+  bool moved = false;
+  while (const auto former = put(path, node)) {
     move_subscribers(*former, *node);
+    moved = true;
+  }
+  // A session that closed on the way has looked for itself at the former node.
+  if (auto* events = dynamic_cast<nx_db_event_node*>(node.get()); events && moved) {
+    events->forget_closed_sessions();
+  }
   for (const auto& added : impl_->live_watchers())
     (*added)(node);
 }

@@ -116,7 +116,12 @@ void nx_db_event_node::send_to_all(const std::shared_ptr<const nx_event>& event,
     session->deliver(event, subscription, first);
     some_closed = some_closed || session->is_closed();
   }
-  if (some_closed) nx_db_event_node::unsubscribe(nullptr);
+  if (some_closed) forget_closed_sessions();
+}
+
+// Not by a derived class, whose own lock may be held.
+void nx_db_event_node::forget_closed_sessions() {
+  nx_db_event_node::unsubscribe(nullptr);
 }
 
 void nx_db_event_node::send_event_to_session_impl(json_document&& event, bool first,

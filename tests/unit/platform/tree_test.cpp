@@ -99,6 +99,34 @@ TEST_F(tree, refuses_paths_that_cannot_be) {
   EXPECT_EQ(db.list("", true), names{"a/b/c"});
 }
 
+// It looks for its subscriptions at the node that is still in the tree, while they are on their way
+// to the next.
+TEST_F(tree, a_session_that_closes_while_its_node_is_replaced_stays_nowhere) {
+  struct leaving_session : test::recording_session {
+    bool is_closed() const override { return closed; }
+    bool closed = false;
+  };
+  struct slow_successor : value_node {
+    using value_node::value_node;
+    void subscribe(std::shared_ptr<nx_session> who, const std::string& path,
+                   json_allocator& allocator, json_value& result,
+                   std::unique_lock<std::recursive_mutex>& lock) override {
+      value_node::subscribe(who, path, allocator, result, lock);
+      leaver->closed = true;
+      std::static_pointer_cast<value_node>(db->find(path))->unsubscribe(who);
+    }
+    std::shared_ptr<leaving_session> leaver;
+  };
+  value_node::create(db, "a/b", "1");
+  auto leaver = std::make_shared<leaving_session>();
+  test::subscribe_to(db, "a/b", leaver);
+  const auto successor = std::make_shared<slow_successor>("b", "7");
+  successor->leaver = leaver;
+  db.add_node("a", successor);
+  successor->leaver.reset();
+  EXPECT_EQ(leaver.use_count(), 1) << "the node holds a session that is over";
+}
+
 TEST_F(tree, a_replaced_node_hands_its_subscribers_on) {
   const auto old = value_node::create(db, "a/b", "1");
   EXPECT_EQ(subscribe("a/b"), "1");
