@@ -4,10 +4,6 @@
 
 namespace note_log {
 
-std::string flood_guard::key_of(const record& rec) {
-  return rec.channel + '\0' + rec.subject + '\0' + rec.text;
-}
-
 void flood_guard::summarize(const watched& entry, std::vector<record>& summaries) {
   if (entry.seen <= records_per_window) return;
   record summary = entry.first;

@@ -39,7 +39,6 @@ class flood_guard {
     time_point begin;
     unsigned seen;
   };
-  static std::string key_of(const record& rec);
   static void summarize(const watched& entry, std::vector<record>& summaries);
 
   std::list<watched> by_age;  // oldest first

@@ -22,4 +22,9 @@ struct record {
   folding folds = folding::none;
 };
 
+/// The same for records that are one and the same line said again.
+inline std::string key_of(const record& rec) {
+  return rec.channel + '\0' + rec.subject + '\0' + rec.text;
+}
+
 }  // namespace note_log

@@ -33,7 +33,7 @@ bool repeat_fold::admit(const record& rec, time_point now) {
 }
 
 bool repeat_fold::admit_text(const record& rec, time_point now) {
-  const auto key = rec.channel + '\0' + rec.subject + '\0' + rec.text;
+  const auto key = key_of(rec);
   auto* known = texts_.find(key);
   if (known == nullptr) {
     texts_.add(key, rec, now);
