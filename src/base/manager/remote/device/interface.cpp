@@ -41,7 +41,7 @@ path_group interface::channel_paths(unsigned id) const {
 template <class Result>
 Result interface::get(const subscriber_ptr& values, operation what, const std::string& part) const {
   constexpr bool is_text = std::is_same_v<Result, std::string>;
-  const cell& from = cell_of(what, facts_.column);
+  const cell& from = row_of(what).of_family(facts_.column);
   if (const auto* refused = std::get_if<refusal>(&from))
     throw nx_error(nx_error::invalid, refused->text);
   if (const auto* pattern = std::get_if<path>(&from)) {
@@ -63,7 +63,7 @@ template std::string interface::get(const subscriber_ptr&, operation, const std:
 
 known_number interface::find_known(const subscriber_ptr& values, operation what,
                                    const std::string& part) const {
-  const auto* pattern = std::get_if<path>(&cell_of(what, facts_.column));
+  const auto* pattern = std::get_if<path>(&row_of(what).of_family(facts_.column));
   if (!pattern) return std::nullopt;
   const auto full = full_path(*pattern, part);
   if (!is_truth(what)) return values->find_known<float>(full);

@@ -15,15 +15,44 @@ using enum scope;
 using enum ::device::value_type;
 using enum ::device::reading_kind;
 
+/// Another family's cell of the row. A path is asked for in the order of the family itself.
+struct same_as {
+  family other;
+  unsigned place = 0;
+};
+
 constexpr same_as as_orva{family::orva};
 constexpr same_as as_selka{family::selka};
-
 constexpr same_as as_orva_at(unsigned place) {
   return {family::orva, place};
 }
 
+using written_cell = std::variant<path, refusal, words, float, same_as>;
+using written_cells = std::array<written_cell, 4>;
+
+// By std::get throughout: g++ 12 takes no address within a constant that is being made.
+constexpr cell resolve(family peer, const written_cells& cells) {
+  const auto& written = cells[static_cast<std::size_t>(peer)];
+  if (std::holds_alternative<path>(written)) return std::get<path>(written);
+  if (std::holds_alternative<refusal>(written)) return std::get<refusal>(written);
+  if (std::holds_alternative<words>(written)) return std::get<words>(written);
+  if (std::holds_alternative<float>(written)) return std::get<float>(written);
+  const auto same = std::get<same_as>(written);
+  const auto other = resolve(same.other, cells);
+  if (!std::holds_alternative<path>(other)) return other;
+  return path{std::get<path>(other).text, same.place};
+}
+
+constexpr row make_row(const char* getter, scope of, told value, const written_cells& cells) {
+  return {getter,
+          of,
+          value,
+          {resolve(family::orva, cells), resolve(family::selka, cells),
+           resolve(family::tarn, cells), resolve(family::unknown, cells)}};
+}
+
 constexpr std::array table{
-#define PEER_VALUE(result, getter, of, told, ...) row{#getter, of, told, __VA_ARGS__},
+#define PEER_VALUE(result, getter, of, told, ...) make_row(#getter, of, told, {__VA_ARGS__}),
 #include "base/manager/remote/device/peer_values.def"
 #undef PEER_VALUE
 };
@@ -37,13 +66,11 @@ static_assert(table.size() == static_cast<std::size_t>(operation::count));
 #include "base/manager/remote/device/peer_values.def"
 #undef PEER_VALUE
 
-constexpr bool fits(const cell& from, bool gives_text) {
-  return !(gives_text ? std::holds_alternative<float>(from) : std::holds_alternative<words>(from));
-}
 static_assert(std::all_of(table.begin(), table.end(), [](const row& entry) {
   const bool gives_text = entry.value.type == text;
-  return fits(entry.orva, gives_text) && fits(entry.selka, gives_text) &&
-         fits(entry.tarn, gives_text) && fits(entry.nobody, gives_text);
+  return std::none_of(entry.of_families.begin(), entry.of_families.end(), [&](const cell& from) {
+    return gives_text ? std::holds_alternative<float>(from) : std::holds_alternative<words>(from);
+  });
 }));
 
 constexpr bool is_restless(const row& entry) {
@@ -61,45 +88,16 @@ constexpr auto restless = [] {
   return all;
 }();
 
-const cell& cell_in(const row& entry, family peer) {
-  switch (peer) {
-    case family::orva:
-      return entry.orva;
-    case family::selka:
-      return entry.selka;
-    case family::tarn:
-      return entry.tarn;
-    case family::unknown:
-      break;
-  }
-  return entry.nobody;
-}
-
-struct found_cell {
-  const cell* what;
-  unsigned place;  ///< told by the family itself, not by the one that it is the same as
-};
-
-found_cell find(const row& entry, family peer) {
-  found_cell found{&cell_in(entry, peer), 0};
-  while (const auto* reference = std::get_if<same_as>(found.what)) {
-    found = {&cell_in(entry, reference->other), reference->place};
-  }
-  if (const auto* own = std::get_if<path>(found.what); own && own->place) found.place = own->place;
-  return found;
-}
-
 /// Walks the table, then puts what has a place there.
 class path_list {
  public:
   explicit path_list(family peer) : peer_(peer) {}
 
   void add(const row& entry, const std::string& part) {
-    const auto found = find(entry, peer_);
-    const auto* told = std::get_if<path>(found.what);
+    const auto* told = std::get_if<path>(&entry.of_family(peer_));
     if (!told) return;
     paths_.push_back(
-        {found.place,
+        {told->place,
          {entry.value.type, fmt::format(fmt::runtime(told->text), part), entry.value.kind}});
   }
 
@@ -122,10 +120,6 @@ class path_list {
 
 const row& row_of(operation what) {
   return table.at(static_cast<std::size_t>(what));
-}
-
-const cell& cell_of(operation what, family peer) {
-  return *find(row_of(what), peer).what;
 }
 
 std::vector<::device::wanted_path> line_paths_of(family peer, bool compensates) {

@@ -4,6 +4,7 @@
 // Pure functions on any thread; they throw nothing.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <span>
 #include <string>
@@ -39,13 +40,8 @@ struct refusal {
 struct words {
   const char* text;
 };
-/// The cell of another family in the same row.
-struct same_as {
-  family other;
-  unsigned place = 0;
-};
 
-using cell = std::variant<path, refusal, words, float, same_as>;
+using cell = std::variant<path, refusal, words, float>;
 
 /// What the peer tells: numbers of a kind, or a value of another type.
 struct told {
@@ -60,16 +56,12 @@ struct row {
   const char* getter;
   scope of;
   told value;
-  cell orva;
-  cell selka;
-  cell tarn;
-  cell nobody;
+  std::array<cell, 4> of_families;  ///< in the order of `family`
+
+  const cell& of_family(family peer) const { return of_families[static_cast<std::size_t>(peer)]; }
 };
 
 const row& row_of(operation what);
-
-/// What an operation gives with a family; never a `same_as`.
-const cell& cell_of(operation what, family peer);
 
 /// What a peer of the family is asked for, in its order: of the line, and of a channel.
 std::vector<::device::wanted_path> line_paths_of(family peer, bool compensates);
