@@ -67,6 +67,10 @@ class walk_guard {
   std::exception_ptr first_;
 };
 
+/// Logs the current exception, which is going to be thrown on, unless a guard below has done so:
+/// that one knew more of the place.
+void log_once_on_the_way(const std::source_location& where);
+
 /// Runs `action`; a failure is logged and thrown on. `on_failure` runs between the two.
 template <class Action, class OnFailure>
 void logged_and_thrown(Action&& action, OnFailure&& on_failure,
@@ -75,7 +79,7 @@ void logged_and_thrown(Action&& action, OnFailure&& on_failure,
     action();
   } catch (...) {
     on_failure();
-    log_current_exception(after_logging::throws_on, where);
+    log_once_on_the_way(where);
     throw;
   }
 }
