@@ -84,10 +84,10 @@ void client_rx<T>::apply_target(float top) {
 template <class T>
 float client_rx<T>::calculate_voa_attenuation_from_top(float top, float width) {
   constexpr float band_slices = models::selka_slices;
-  auto& board = calibration::instance();
+  const auto& board = calibration::instance();
   const float limit = this->edfa_->get_power_limit();
   const float insertion_loss = voa_->get_insertion_loss();
-  const float booster_to_line = board.get_value("cal_boostertx_to_linetx");
+  const float booster_to_line = board.board().boostertx_to_linetx_db();
   LUMORA_LOG(1, "calculate_voa_attenuation_from_top({})", top);
   LUMORA_LOG(1, "edfa_power_limit: {}", limit);
   LUMORA_LOG(1, "channel_plan_size: {}", this->plan_->get_channels()->size());

@@ -89,7 +89,7 @@ template <class T>
 gain_setting line<T>::read_gain(float span_loss) {
   const float maximum = this->preamp_->get_max_gain();
   const float minimum = this->preamp_->get_min_gain();
-  const float line_calibration = calibration::instance().get_value("cal_linerx_to_preamprx");
+  const float line_calibration = calibration::instance().board().linerx_to_preamprx_db();
   const float gain =
       preamp_gain(span_loss, line_calibration, this->voa_->get_insertion_loss(), minimum, maximum);
   return {.present = this->preamp_->get_gain(), .wanted = gain};

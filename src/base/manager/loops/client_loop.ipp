@@ -28,7 +28,7 @@ client_loop<T>::client_loop(const client_direction& direction, plan_ptr plan,
       plan_(std::move(plan)),
       remote_(std::move(remote)),
       values_(nx::api::value_group::create(1)),
-      edfa_calibration_(calibration::instance().get_value(direction.board_calibration_key)) {}
+      edfa_calibration_((calibration::instance().board().*direction.board_calibration)()) {}
 
 template <class T>
 void client_loop<T>::set_wss(std::shared_ptr<device::interfaces::wss> wss) {
