@@ -231,8 +231,7 @@ void client_loop<T>::read_back(const control_ptr& control) {
 }
 
 template <class T>
-void client_loop<T>::manage_channel_closed_loop(nx_db& db, const control_ptr& control,
-                                                bool regulate) {
+void client_loop<T>::manage_channel(nx_db& db, control_ptr control, bool regulate) {
   const auto channel = control->get_channel();
   const auto id = channel->get_id();
   const bool admin_down = control->is_admin_down();

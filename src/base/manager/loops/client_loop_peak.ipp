@@ -45,7 +45,7 @@ typename client_loop<T>::peak_report client_loop<T>::measure_peak(const control_
 }
 
 template <class T>
-void client_loop<T>::regulate_channel_peak(const control_ptr& control, bool regulate) {
+void client_loop<T>::manage_channel_peak(control_ptr control, bool regulate) {
   constexpr float on_target_db = 0.5f;
   auto report = measure_peak(control, regulate);
   control->set_on_target(std::fabs(report.power_difference) < on_target_db);
