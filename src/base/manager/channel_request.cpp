@@ -4,9 +4,9 @@
 #include <rapidjson/document.h>
 
 #include <cmath>
-#include <cstdlib>
 #include <optional>
 
+#include "base/channel/arithmetic.h"
 #include "helpers/logger.h"
 #include "platform/wire/nx_error.h"
 
@@ -42,12 +42,11 @@ channel_directions directions_of(const std::string& text, const char* expected) 
 }
 
 void check_add_limits(int center, int port) {
-  constexpr long band_centre = 19000000;
-  constexpr long farthest = 999999;
-  if (std::labs(long{center} - band_centre) > farthest) {
+  if (center < int{channel::lowest_center} || center > int{channel::highest_center}) {
     throw nx_error(nx_error::invalid, "Invalid center, expected something around 19000000");
   }
-  if (port < 1 || port > 34) throw nx_error(nx_error::invalid, "Invalid port, expected 1-34");
+  if (port < 1 || port > int{channel::highest_port})
+    throw nx_error(nx_error::invalid, "Invalid port, expected 1-34");
 }
 
 }  // namespace

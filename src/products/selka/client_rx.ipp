@@ -83,7 +83,6 @@ void client_rx<T>::apply_target(float top) {
 
 template <class T>
 float client_rx<T>::calculate_voa_attenuation_from_top(float top, float width) {
-  constexpr float band_slices = models::selka_slices;
   const auto& board = calibration::instance();
   const float limit = this->edfa_->get_power_limit();
   const float insertion_loss = voa_->get_insertion_loss();
@@ -94,7 +93,7 @@ float client_rx<T>::calculate_voa_attenuation_from_top(float top, float width) {
   LUMORA_LOG(1, "voa_insertion_loss: {}", insertion_loss);
   LUMORA_LOG(1, "calibration cal_boostertx_to_linetx: {}", booster_to_line);
   LUMORA_LOG(1, "remote_osc_drop_loss: {}", board.line_margin);
-  const float share = 10.0f * std::log10((width / models::slice_ghz) / band_slices);
+  const float share = ::channel::band_share_db(width, models::selka_slices);
   const float result = limit + share - top - insertion_loss + booster_to_line - board.line_margin;
   LUMORA_LOG(2, "calculate_voa_attenuation_from_top({}, {}) = {}", top, width, result);
   return result;

@@ -8,6 +8,7 @@
 
 #include "api/config_param.h"
 #include "api/hysteresis_filtered_value.h"
+#include "base/channel/arithmetic.h"
 #include "base/insight/channel_board.h"
 #include "base/manager/leds.h"
 #include "base/manager/loops/client_loop.h"
@@ -16,7 +17,6 @@
 #include "helpers/guard.h"
 #include "helpers/logger.h"
 #include "helpers/waiting.h"
-#include "models/band.h"
 #include "platform/wire/nx_error.h"
 
 namespace manager::loops {
@@ -353,9 +353,8 @@ bool client_loop<T>::clean_subscriptions() {
 
 template <class T>
 float client_loop<T>::get_channel_target_power(control_ptr control) {
-  constexpr float band_slices = models::shared_slices;
-  const float share = control->get_channel()->get_width() / models::slice_ghz / band_slices;
-  return edfa_->get_power_limit() + 10.0f * std::log10(share);
+  const float width_ghz = control->get_channel()->get_width();
+  return edfa_->get_power_limit() + ::channel::band_share_db(width_ghz);
 }
 
 template <class T>
