@@ -158,6 +158,17 @@ TEST(channel_insight, comes_and_goes_with_the_channel) {
   EXPECT_EQ(node.text(state), "on target");
   EXPECT_STREQ(test::value_of(node.tree(), insight_path(channel, "arrival"))["cause"].GetString(),
                "added");
+  node.write("config/automationMode", "\"bright\"");
+  node.run_for(10s);
+  EXPECT_EQ(node.text(state), "unmanaged");
+  EXPECT_EQ(node.text("insight/line/state"), "not regulated on this model");
+  EXPECT_EQ(node.text("insight/line/why").find("left alone: the automation mode is bright, and"),
+            0u)
+      << node.text("insight/line/why");
+  EXPECT_EQ(node.text("insight/summary").find("not regulating, as"), 0u);
+  node.write("config/automationMode", "\"managedCLI\"");
+  node.run_for(10s);
+  EXPECT_EQ(node.text("insight/line/state"), "no peer");
   node.run("command/channel/remove", fmt::format(R"({{"center":{},"direction":"rx"}})", channel));
   EXPECT_EQ(node.tree().find(state), nullptr);
 }

@@ -78,7 +78,7 @@ constexpr auto rows = std::to_array<value_row>({
     {"switch", "status", "data/moduleStatus", text},
     // The other signs of life of devices whose readings are subscribed.
     {"twinSwitch", "planLoaded", "data/module/add/channelPlanLoaded", flag},
-    {"monitor", "planLoaded", "data/module/add/channelPlanLoaded", flag},
+    {"monitor", "planLoaded", "data/port/0/channelPlanLoaded", flag},
 });
 // clang-format on
 
@@ -158,8 +158,11 @@ void device_board::take_row(unsigned row, const device::cycle_reads& reads, kept
     kept.failure = "Not read in the last cycle";
     return;
   }
-  if (const auto* error = std::get_if<nx_client_exception>(answer)) {
-    kept.failure = error->message;
+  const auto* error = std::get_if<nx_client_exception>(answer);
+  if (error != nullptr) kept.failure = error->message;
+  // A refusal is an answer too.
+  if (error != nullptr &&
+      (error->code == nx_error::not_connected || error->code == nx_error::no_answer)) {
     return;
   }
   std::visit(

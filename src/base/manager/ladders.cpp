@@ -129,6 +129,17 @@ void ladders::look(const device_board& devices, const std::shared_ptr<remote::ap
   const far_end far(peer, last_look_);
   out_.look(view_out(devices, far, std::move(out)), last_look_);
   in_.look(view_in(devices, far, std::move(in), switch_inside_), last_look_);
+  refresh();
+}
+
+void ladders::note_idle() {
+  last_look_ = helpers::waiting::instance().steady_now();
+  out_.look({}, last_look_);
+  in_.look({}, last_look_);
+  refresh();
+}
+
+void ladders::refresh() {
   for (const auto& node : nodes_)
     node->refresh();
 }

@@ -96,6 +96,29 @@ TEST_F(event_log_test, hears_of_guards_and_parameters_by_itself) {
           HasSubstr(R"("parameterWritten","on":"config/x","value":"1.5"})")));
 }
 
+TEST_F(event_log_test, keeps_a_parameter_that_is_written_again_and_again_as_one_event) {
+  const auto session = std::make_shared<test::recording_session>();
+  nx::json_document answer(rapidjson::kObjectType);
+  std::recursive_mutex mutex;
+  std::unique_lock lock(mutex);
+  tree.subscribe(session, tree.node_at("insight/log"), answer.GetAllocator(), answer, lock);
+  session->take();
+  for (int i = 0; i < 5000; ++i) {
+    log.tell_written("config/x", std::to_string(i));
+    if (i % 1000 == 0) log.tell_written("config/y", std::to_string(i));
+    clock->sleep(std::chrono::milliseconds(2));
+    log.settle();
+  }
+  EXPECT_THAT(session->take(), ElementsAre(HasSubstr("config/x"), HasSubstr("config/y")));
+  clock->sleep(std::chrono::seconds(11));
+  log.settle();
+  EXPECT_EQ(session->take().size(), 2u);
+  log.tell_written("config/x", "7");
+  EXPECT_THAT(told(), ElementsAre(HasSubstr(R"("value":"4999","writes":5000,"until":"20)"),
+                                  HasSubstr(R"("on":"config/y","value":"4000","writes":5,)"),
+                                  HasSubstr(R"("on":"config/x","value":"7"})")));
+}
+
 TEST_F(event_log_test, tells_a_loop_that_fails_again_and_again_once) {
   insight::loop_watch watch("client rx");
   watch.look(true, "");

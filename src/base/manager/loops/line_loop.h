@@ -107,6 +107,8 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
 
   /// The loop is down and had no cycle; `failure` is what took it down.
   void note_down(const std::string& failure);
+  /// The node does not regulate, as its automation mode asks.
+  void note_idle(const std::string& mode);
   /// What the VOA shows, from the cycle's snapshot.
   void note_attenuation(float attenuation);
   /// Sends what has changed below "insight/line" to who watches; at the end of a cycle.
