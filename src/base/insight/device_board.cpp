@@ -7,6 +7,7 @@
 #include <string_view>
 #include <type_traits>
 
+#include "base/insight/news.h"
 #include "base/manager/nexel_paths.h"
 #include "device/reading_kind.h"
 #include "helpers/waiting.h"
@@ -125,7 +126,7 @@ void device_board::publish_rows(nx_db& db, unsigned device) {
   const auto path = [&](const char* name) {
     return fmt::format("insight/device/{}/{}", devices[device].name, name);
   };
-  nodes_.push_back(lazy_value<&device_board::get_age>::create(db, path("age"), self, device));
+  nodes_.push_back(told_age<&device_board::get_age>(db, path("age"), self, device));
   nodes_.push_back(lazy_value<&device_board::get_alive>::create(db, path("alive"), self, device));
   for (unsigned row = 0; row < rows.size(); ++row) {
     if (device_of(row) != device) continue;
@@ -135,7 +136,7 @@ void device_board::publish_rows(nx_db& db, unsigned device) {
     } else if (rows[row].what == flag) {
       nodes_.push_back(lazy_value<&device_board::get_flag>::create(db, at, self, row));
     } else {
-      nodes_.push_back(lazy_value<&device_board::get_number>::create(db, at, self, row));
+      nodes_.push_back(told_value<&device_board::get_number>(db, at, self, row));
     }
   }
 }

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/guards/line_span.h"
+#include "base/insight/news.h"
 #include "base/manager/loops/line_peer.h"
 #include "base/manager/remote/api.h"
 #include "helpers/calibration.h"
@@ -113,10 +114,10 @@ nx::json_document document_of(const ::insight::ladder_book& book) {
 void ladders::setup_api(nx_db& db, const std::string& product) {
   const auto* model = models::find_told(product);
   switch_inside_ = model != nullptr && model->plant.drop_switch_mid_stage;
-  using namespace nx::api;
+  using ::insight::told_value;
   const auto self = shared_from_this();
-  nodes_.push_back(lazy_value<&ladders::get_rx>::create(db, "insight/ladder/rx", self));
-  nodes_.push_back(lazy_value<&ladders::get_tx>::create(db, "insight/ladder/tx", self));
+  nodes_.push_back(told_value<&ladders::get_rx>(db, "insight/ladder/rx", self));
+  nodes_.push_back(told_value<&ladders::get_tx>(db, "insight/ladder/tx", self));
 }
 
 bool ladders::is_look_due() const {
