@@ -71,6 +71,8 @@ std::string guard_end_text(const event& what) {
 /// ", 2.7 dB too weak"
 std::string exhaustion_text(const event& what) {
   const auto error = detail_of(what, "error");
+  const auto reason = detail_of(what, "reason");
+  if (!reason.empty()) return ": " + reason;
   if (error.empty() || error == "null") return "";
   const double by = std::strtod(error.c_str(), nullptr);
   return fmt::format(", {:.1f} dB too {}", std::fabs(by), by > 0 ? "strong" : "weak");
@@ -95,6 +97,8 @@ std::string text_of(const event& what) {
   if (kind == "lit") return "has light";
   if (kind == "dark") return "has gone dark";
   if (kind == "arrived") return "is on target" + after(what) + steps_text(what);
+  if (kind == "stalled") return "is not regulated" + reason;
+  if (kind == "resumed") return "is regulated again" + after(what);
   if (kind == "exhausted") return "is exhausted" + exhaustion_text(what);
   if (kind == "guardBegan") return "guard " + detail_of(what, "guard") + " begins" + reason;
   if (kind == "guardEnded") return guard_end_text(what);

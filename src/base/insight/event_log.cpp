@@ -21,10 +21,24 @@ namespace insight {
 namespace {
 
 constexpr std::array<const char*, static_cast<std::size_t>(event_kind::count)> names{
-    "lit",          "dark",           "arrived",          "exhausted",
-    "guardBegan",   "guardEnded",     "loopDown",         "loopUp",
-    "cut",          "mended",         "peerIdentified",   "peerLost",
-    "channelAdded", "channelRemoved", "parameterWritten", "startFailed"};
+    "lit",
+    "dark",
+    "arrived",
+    "exhausted",
+    "guardBegan",
+    "guardEnded",
+    "loopDown",
+    "loopUp",
+    "cut",
+    "mended",
+    "stalled",
+    "resumed",
+    "peerIdentified",
+    "peerLost",
+    "channelAdded",
+    "channelRemoved",
+    "parameterWritten",
+    "startFailed"};
 
 /// A stored plan or a script is no news worth its length.
 constexpr std::size_t longest_value = 200;

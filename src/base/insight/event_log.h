@@ -31,6 +31,8 @@ enum class event_kind : unsigned char {
   loop_up,
   cut,
   mended,
+  stalled,  ///< the line stands still, and waits for a person
+  resumed,
   peer_identified,
   peer_lost,
   channel_added,

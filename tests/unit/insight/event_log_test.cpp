@@ -7,6 +7,7 @@
 
 #include "api/config_param.h"
 #include "base/insight/loop_watch.h"
+#include "base/insight/stall_watch.h"
 #include "helpers/guard_register.h"
 #include "platform/value_tree/nx_db.h"
 #include "tests/support/hand_clock.h"
@@ -129,6 +130,39 @@ TEST_F(event_log_test, tells_a_loop_that_fails_again_and_again_once) {
   watch.look(true, "");
   EXPECT_THAT(told(), ElementsAre(HasSubstr(R"("loopDown","on":"client rx","reason":"Not conn)"),
                                   HasSubstr(R"("loopUp","on":"client rx","seconds":5,)")));
+}
+
+TEST_F(event_log_test, tells_a_line_that_stands_still_once_and_its_end) {
+  using enum insight::line_reason;
+  insight::stall_watch watch;
+  const auto stand = [&](insight::line_reason reason, int seconds) {
+    for (; seconds > 0; --seconds) {
+      watch.look({.reason = reason}, clock->steady_now());
+      clock->sleep(std::chrono::seconds(1));
+    }
+  };
+  stand(nobody_answers, 8);  // the start
+  stand(few_readings, 5);
+  stand(no_sign_of_life, 20);
+  stand(within_rest, 60);
+  for (int i = 0; i < 5; ++i) {
+    stand(fully_open, 15);
+    stand(few_readings, 10);
+  }
+  stand(no_light, 20);
+  stand(peer_is_lost, 20);
+  stand(link_down, 15);
+  stand(product_not_known, 15);
+  stand(within_rest, 1);
+  EXPECT_THAT(told(), ElementsAre(AllOf(HasSubstr(R"("stalled","on":"line","state":"peer's)"),
+                                        HasSubstr("has told nothing new for")),
+                                  HasSubstr(R"("resumed","on":"line","state":"peer's readings)"),
+                                  HasSubstr(R"("exhausted","on":"line")"),
+                                  HasSubstr(R"("resumed","on":"line","state":"exhausted")"),
+                                  HasSubstr(R"("stalled","on":"line","state":"no supervisory)"),
+                                  HasSubstr(R"("resumed","on":"line","state":"no superv)"),
+                                  HasSubstr(R"("stalled","on":"line","state":"peer not known)"),
+                                  HasSubstr(R"("resumed","on":"line","state":"peer not known)")));
 }
 
 }  // namespace
