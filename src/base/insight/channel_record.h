@@ -42,7 +42,7 @@ class channel_record : public std::enable_shared_from_this<channel_record> {
   /// Something happened that this channel's steps may answer.
   void event();
   void felt(const neighbour& other);
-  /// Subscribers get what has changed.
+  /// Subscribers get what has changed; all figures together, when one of them is worth it.
   void refresh();
 
   struct view {
@@ -72,6 +72,14 @@ class channel_record : public std::enable_shared_from_this<channel_record> {
  private:
   friend class channel_board;
 
+  /// What the figures of the record were when subscribers were told of them last.
+  struct told_figures {
+    channel_verdict verdict;
+    unsigned steps = 0;
+    float neighbour_moved = 0;
+  };
+
+  bool take_news();
   template <float channel_verdict::*Figure>
   float figure();
   channel_history history(const view& of) const;
@@ -81,6 +89,7 @@ class channel_record : public std::enable_shared_from_this<channel_record> {
   unsigned id_ = 0;
   unsigned frequency_ = 0;
   bool is_rx_ = true;
+  std::shared_ptr<nx::api::lazy_node> steps_node_;  // changes as time goes by
   std::vector<std::shared_ptr<nx::api::lazy_node>> nodes_;
 
   // What the board remembers between two walks; under the plan's mutex.
@@ -92,6 +101,7 @@ class channel_record : public std::enable_shared_from_this<channel_record> {
 
   mutable std::mutex mutex_;  // guards the view
   view view_;
+  told_figures told_;
 };
 
 }  // namespace insight
