@@ -87,6 +87,17 @@ read_request from_beast(const beast_request& message) {
   return read;
 }
 
+std::optional<answer> wrong_framing(const beast_request& header, bool chunked) {
+  constexpr unsigned first_with_codings = 11;
+  if (header.find(http::field::transfer_encoding) == header.end()) return std::nullopt;
+  if (chunked && header.version() >= first_with_codings) return std::nullopt;
+  return refusal(501, "A body comes with its length, or chunked and nothing else");
+}
+
+bool awaits_go_ahead(const beast_request& header) {
+  return header.version() >= 11 && lower(header[http::field::expect]) == "100-continue";
+}
+
 beast_response to_beast(answer&& made, unsigned version, bool keep_alive, bool head) {
   beast_response message{http::int_to_status(made.status), version};
   message.set(http::field::content_type, made.type);
