@@ -1,5 +1,7 @@
 #include "gateway/http/beast_message.h"
 
+#include <fmt/chrono.h>
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -96,6 +98,11 @@ std::optional<answer> wrong_framing(const beast_request& header, bool chunked) {
 
 bool awaits_go_ahead(const beast_request& header) {
   return header.version() >= 11 && lower(header[http::field::expect]) == "100-continue";
+}
+
+std::string http_date(std::chrono::system_clock::time_point time) {
+  return fmt::format("{:%a, %d %b %Y %H:%M:%S} GMT",
+                     fmt::gmtime(std::chrono::system_clock::to_time_t(time)));
 }
 
 beast_response to_beast(answer&& made, unsigned version, bool keep_alive, bool head) {

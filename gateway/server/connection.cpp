@@ -260,6 +260,7 @@ void connection<Stream>::write_answer(answer made, bool keep_alive) {
   shared_.answer_bytes += counted_bytes_;
   const unsigned version = parser_ && parser_->is_header_done() ? parser_->get().version() : 11;
   response_.emplace(to_beast(std::move(made), version, keep_alive, head_));
+  response_->set(http::field::date, http_date(shared_.bounds.now()));
   set_deadline(shared_.bounds.stuck_time, late::close);
   http::async_write(
       stream_, *response_,
