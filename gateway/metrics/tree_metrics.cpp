@@ -5,6 +5,7 @@
 
 #include <array>
 #include <charconv>
+#include <limits>
 #include <optional>
 #include <set>
 #include <string_view>
@@ -18,7 +19,7 @@ namespace gateway {
 
 namespace {
 
-enum class kind { number, light, flag };
+enum class kind { number, light, flag, count };
 
 struct metric_row {
   const char* path;  ///< of a channel: what follows ID/SIDE/
@@ -32,6 +33,7 @@ struct metric_row {
 // clang-format off
 constexpr auto judged = std::to_array<metric_row>({
     {"measured", "lumora_channel_power_dbm", "Power of the channel at the amplifier's output, as last judged", nullptr, nullptr, kind::light},
+    {"steps", "lumora_attenuator_steps_total", "Steps of the channel's attenuator", nullptr, nullptr, kind::count},
     {"target", "lumora_channel_target_dbm", "Target of that power"},
     {"error", "lumora_channel_error_db", "Power less target: above 0 the channel is too strong"},
     {"deadBand", "lumora_channel_dead_band_db", "An error up to this is left alone"},
@@ -56,6 +58,7 @@ constexpr auto of_node = std::to_array<metric_row>({
     {"data/line/lmsError", "lumora_line_squared_error_db2", "Sum over the channels of the squared error at the peer"},
     {"insight/line/headroomUp", "lumora_line_headroom_db", "Light that the line's attenuator can still add or take away", "way", "up"},
     {"insight/line/headroomDown", "lumora_line_headroom_db", "Light that the line's attenuator can still add or take away", "way", "down"},
+    {"insight/line/steps", "lumora_line_attenuator_steps_total", "Steps of the line's attenuator", nullptr, nullptr, kind::count},
     {"data/preamp/gain", "lumora_preamp_gain_db", "Gain of the preamp"},
     {"data/client/rx/edfaSaturation", "lumora_amplifier_saturation_db", "Gain that the amplifier misses", "direction", "rx"},
     {"data/client/tx/edfaSaturation", "lumora_amplifier_saturation_db", "Gain that the amplifier misses", "direction", "tx"},
@@ -80,6 +83,7 @@ void add_row(const nx::json_value& values, const std::string& path, const metric
   const auto value = reading(values, path, row.what);
   if (!value) return;
   if (row.label) labels.push_back({row.label, row.value});
+  if (row.what == kind::count) return into.counter(row.name, row.help, std::move(labels), *value);
   into.gauge(row.name, row.help, std::move(labels), *value);
 }
 
@@ -92,6 +96,24 @@ void add_states(const char* name, const char* help, std::span<const states::stat
     of_state.push_back({"state", row.text});
     into.gauge(name, help, std::move(of_state), *present == row.text ? 1 : 0);
   }
+}
+
+/// Direction, channel and frequency in THz of data/client/ID/SIDE/..., as labels.
+metric_labels channel_labels(const nx::json_value& values, std::string_view id,
+                             std::string_view direction) {
+  // An ID is the centre in units of 10 MHz, but on a node that counts its channels.
+  constexpr double lowest_centre = 1e6;
+  constexpr double units_per_thz = 1e5;
+  double centre = 0;
+  std::from_chars(id.data(), id.data() + id.size(), centre);
+  if (const auto told_centre =
+          number_at(values, fmt::format("data/client/{}/{}/frequency", id, direction))) {
+    centre = *told_centre;
+  }
+  metric_labels labels{{"direction", std::string(direction)}, {"channel", std::string(id)}};
+  const bool known = centre > lowest_centre;
+  labels.push_back({"frequency_thz", known ? fmt::format("{}", centre / units_per_thz) : ""});
+  return labels;
 }
 
 void add_channel(const nx::json_value& values, std::string_view id, std::string_view direction,
@@ -178,6 +200,27 @@ void add_loop_up(const nx::json_value& values, const std::set<std::string_view>&
   }
 }
 
+/// insight/cycles: {"count":N,"seconds":S,"within":[[BOUND,N],...]}, since the daemon's start.
+void add_cycles(const nx::json_value& values, family_set& into) {
+  const auto* cycles = value_at(values, "insight/cycles");
+  if (!cycles || !cycles->IsObject()) return;
+  const auto count = number_at(*cycles, "count");
+  const auto seconds = number_at(*cycles, "seconds");
+  const auto* within = value_at(*cycles, "within");
+  if (!count || !seconds || !within || !within->IsArray()) return;
+  prometheus::ClientMetric collected;
+  auto& histogram = collected.histogram;
+  histogram.sample_count = static_cast<std::uint64_t>(*count);
+  histogram.sample_sum = *seconds;
+  for (const auto& entry : within->GetArray()) {
+    if (!entry.IsArray() || entry.Size() != 2 || !entry[0].IsNumber() || !entry[1].IsUint64())
+      return;
+    histogram.bucket.push_back({entry[1].GetUint64(), entry[0].GetDouble()});
+  }
+  histogram.bucket.push_back({histogram.sample_count, std::numeric_limits<double>::infinity()});
+  into.histogram("lumora_cycle_seconds", "Time that a cycle took, up to its pause", collected);
+}
+
 void add_spans(const nx::json_value& values, family_set& into) {
   for (const char* section : {"oms", "ots"}) {
     for (const char* direction : {"rx", "tx"}) {
@@ -194,9 +237,7 @@ void add_node(const nx::json_value& values, family_set& into) {
     add_row(values, row.path, row, {}, into);
   add_states("lumora_line_state", "1 for what the line is doing, 0 for all else",
              states::line_states(), text_at(values, "insight/line/state"), {}, into);
-  if (const auto number = cycle_number(values)) {
-    into.counter("lumora_cycles_total", "Cycles of the loops", {}, *number);
-  }
+  add_cycles(values, into);
   const auto product = text_at(values, "data/product");
   if (!product) return;
   into.gauge("lumora_node_info", "What the node is",
@@ -223,9 +264,10 @@ const std::vector<std::string>& scraped_patterns() {
                                   "insight/line/state",
                                   "insight/line/headroomUp",
                                   "insight/line/headroomDown",
+                                  "insight/line/steps",
                                   "insight/guards",
                                   "insight/rest",
-                                  "insight/cycle"};
+                                  "insight/cycles"};
     for (const auto& row : told)
       made.push_back(fmt::format("data/client/*/*/{}", row.path));
     for (const auto& row : judged)
@@ -233,23 +275,6 @@ const std::vector<std::string>& scraped_patterns() {
     return made;
   }();
   return patterns;
-}
-
-metric_labels channel_labels(const nx::json_value& values, std::string_view id,
-                             std::string_view direction) {
-  // An ID is the centre in units of 10 MHz, but on a node that counts its channels.
-  constexpr double lowest_centre = 1e6;
-  constexpr double units_per_thz = 1e5;
-  double centre = 0;
-  std::from_chars(id.data(), id.data() + id.size(), centre);
-  if (const auto told_centre =
-          number_at(values, fmt::format("data/client/{}/{}/frequency", id, direction))) {
-    centre = *told_centre;
-  }
-  metric_labels labels{{"direction", std::string(direction)}, {"channel", std::string(id)}};
-  const bool known = centre > lowest_centre;
-  labels.push_back({"frequency_thz", known ? fmt::format("{}", centre / units_per_thz) : ""});
-  return labels;
 }
 
 void add_tree_metrics(const nx::json_value& values, family_set& into) {

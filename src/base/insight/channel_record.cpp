@@ -59,6 +59,7 @@ void channel_record::setup_api(nx_db& db, unsigned id, unsigned frequency,
       lazy_value<&record::get_headroom_up>::create(db, path("headroomUp"), self),
       lazy_value<&record::get_headroom_down>::create(db, path("headroomDown"), self),
       lazy_value<&record::get_age>::create(db, path("age"), self),
+      lazy_value<&record::get_steps>::create(db, path("steps"), self),
       lazy_value<&record::get_steps_last_hour>::create(db, path("stepsLastHour"), self),
       lazy_value<&record::get_arrival>::create(db, path("arrival"), self),
   };
@@ -153,6 +154,11 @@ float channel_record::get_headroom_down() {
 }
 float channel_record::get_age() {
   return figure<&channel_verdict::age>();
+}
+
+unsigned channel_record::get_steps() {
+  const std::lock_guard lock(mutex_);
+  return view_.actuator.steps();
 }
 
 unsigned channel_record::get_steps_last_hour() {

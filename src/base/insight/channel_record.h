@@ -64,6 +64,7 @@ class channel_record : public std::enable_shared_from_this<channel_record> {
   float get_headroom_up();
   float get_headroom_down();
   float get_age();
+  unsigned get_steps();
   unsigned get_steps_last_hour();
   /// {"cause", "begin", "underWay", "seconds", "steps", "largestStep", "largestExcursion",
   /// "neighbour": {"channel", "moved"} or null, "waitsFor" while under way}
