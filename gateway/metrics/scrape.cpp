@@ -62,21 +62,11 @@ void scrape::answered(gathering& all, const nx::json_value* result, const nx_err
   if (--all.outstanding == 0) finish(all.failed ? nullptr : &all);
 }
 
-std::string scrape::node_of(const nx::json_value& values) {
-  const auto told = text_at(values, "data/system/hostname");
-  if (told && !told->empty()) node_ = *told;
-  return node_;
-}
-
 void scrape::finish(const gathering* all) {
-  const nx::json_document none(rapidjson::kObjectType);
-  const nx::json_value& values = all ? static_cast<const nx::json_value&>(all->values) : none;
-  family_set into(node_of(values));
-  into.gauge("lumora_up", "1 while the daemon answers the gateway", {}, all ? 1 : 0);
-  if (all) {
-    add_tree_metrics(values, into);
-  }
-  const auto families = into.take();
+  const nx::json_value* values = all ? &all->values : nullptr;
+  const auto told = all ? text_at(*values, "data/system/hostname") : std::nullopt;
+  if (told && !told->empty()) node_ = *told;
+  const auto families = scraped_families(values, node_);
   for (const auto& [open, done] : std::exchange(waiting_, {})) {
     answer made;
     made.type = form_for(open ? "application/openmetrics-text" : "").type;

@@ -26,7 +26,6 @@ class scrape : public std::enable_shared_from_this<scrape> {
   void ask();
   void answered(gathering& all, const nx::json_value* result, const nx_error* error);
   void finish(const gathering* all);
-  std::string node_of(const nx::json_value& values);
 
   const std::shared_ptr<tree_link> link_;
   std::string node_;                               ///< as the daemon told it last

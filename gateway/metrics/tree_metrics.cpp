@@ -169,35 +169,18 @@ void add_guards(const nx::json_value& values, family_set& into) {
   });
 }
 
-/// insight/rest: {"LOOP":{"hunts":true,...},...}
+/// insight/rest: {"LOOP":{"up":true,"hunts":false,...},...}
 void add_loops(const nx::json_value& values, family_set& into) {
   for_each_object(values, "insight/rest", [&](const std::string& loop, const auto& entry) {
+    if (const auto up = flag_at(entry, "up")) {
+      into.gauge("lumora_loop_up", "1 while the loop runs through its cycles", {{"loop", loop}},
+                 *up ? 1 : 0);
+    }
     if (const auto hunts = flag_at(entry, "hunts")) {
       into.gauge("lumora_hunting", "1 while an actuator of the loop goes to and fro",
                  {{"loop", loop}}, *hunts ? 1 : 0);
     }
   });
-}
-
-/// A loop is up while its channels are not told to be without it.
-void add_loop_up(const nx::json_value& values, const std::set<std::string_view>& ids,
-                 family_set& into) {
-  constexpr const char* name = "lumora_loop_up";
-  constexpr const char* help = "1 while the loop runs through its cycles";
-  for (const char* direction : {"rx", "tx"}) {
-    std::optional<bool> up;
-    for (const auto id : ids) {
-      const auto state = text_at(values, fmt::format("insight/client/{}/{}/state", id, direction));
-      if (state)
-        up = up.value_or(true) &&
-             states::channel_state_of(*state) != states::channel_state::loop_down;
-    }
-    if (up) into.gauge(name, help, {{"loop", fmt::format("client {}", direction)}}, *up ? 1 : 0);
-  }
-  if (const auto line = text_at(values, "insight/line/state")) {
-    const bool up = states::line_state_of(*line) != states::line_state::device_failed;
-    into.gauge(name, help, {{"loop", "line"}}, up ? 1 : 0);
-  }
 }
 
 /// insight/cycles: {"count":N,"seconds":S,"within":[[BOUND,N],...]}, since the daemon's start.
@@ -280,7 +263,6 @@ const std::vector<std::string>& scraped_patterns() {
 void add_tree_metrics(const nx::json_value& values, family_set& into) {
   if (!values.IsObject()) return;
   std::set<std::pair<std::string_view, std::string_view>> channels;
-  std::set<std::string_view> ids;
   for (const auto& member : values.GetObject()) {
     const std::string_view path(member.name.GetString(), member.name.GetStringLength());
     for (const char* pattern : {"data/client/*/*/*", "insight/client/*/*/*"}) {
@@ -288,7 +270,6 @@ void add_tree_metrics(const nx::json_value& values, family_set& into) {
       const auto tail = nx::first_segment(nx::first_segment(path).second).second;
       const auto [id, rest] = nx::first_segment(tail);
       channels.emplace(id, nx::first_segment(rest).first);
-      ids.insert(id);
     }
     if (path.starts_with("alarms/") && path.ends_with("/severity") && member.value.IsNumber()) {
       add_alarm(values, path, member.value.GetDouble(), into);
@@ -300,7 +281,14 @@ void add_tree_metrics(const nx::json_value& values, family_set& into) {
   add_spans(values, into);
   add_guards(values, into);
   add_loops(values, into);
-  add_loop_up(values, ids, into);
+}
+
+std::vector<prometheus::MetricFamily> scraped_families(const nx::json_value* values,
+                                                       const std::string& node) {
+  family_set into(node);
+  into.gauge("lumora_up", "1 while the daemon answers the gateway", {}, values ? 1 : 0);
+  if (values) add_tree_metrics(*values, into);
+  return into.take();
 }
 
 }  // namespace gateway

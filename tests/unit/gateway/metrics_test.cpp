@@ -42,7 +42,7 @@ TEST(metrics, a_value_is_a_sample_unless_it_is_in_error_or_dark) {
        R"(frequency_thz="",state="stepping"} 1)"},
       {"and the others", R"({"insight/client/1/rx/state":"stepping"})",
        R"(frequency_thz="",state="on target"} 0)"},
-      {"a loop that is down", R"({"insight/client/1/rx/state":"loop down"})",
+      {"a loop that is down", R"({"insight/rest":{"client rx":{"up":false}}})",
        R"(lumora_loop_up{node="n",loop="client rx"} 0)"},
       {"the line", R"({"data/line/1/tx/power":17})",
        R"(lumora_line_power_dbm{node="n",direction="tx"} 17)"},
