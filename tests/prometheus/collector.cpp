@@ -10,14 +10,15 @@
 
 namespace test {
 
-collector::collector(const std::string& target) {
+collector::collector(const std::string& target, const std::string& further) {
   const auto settings = fmt::format(
       "global: {{scrape_interval: 250ms, evaluation_interval: 1s}}\n"
       "rule_files: [{}]\n"
       "scrape_configs:\n"
       "  - job_name: lumora\n"
-      "    static_configs: [{{targets: [\"{}\"]}}]\n",
-      LUMORA_RULES, target);
+      "    static_configs: [{{targets: [\"{}\"]}}]\n"
+      "    {}\n",
+      LUMORA_RULES, target, further);
   folder_.write("prometheus.yml", settings);
   prometheus_ = std::make_unique<process>(process::settings{
       {LUMORA_PROMETHEUS, "--config.file=" + folder_.file("prometheus.yml"),

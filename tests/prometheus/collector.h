@@ -16,8 +16,9 @@ namespace test {
 
 class collector {
  public:
-  /// `target`: "127.0.0.1:9720". Throws std::runtime_error when it does not start.
-  explicit collector(const std::string& target);
+  /// `target`: "127.0.0.1:9720"; `further`: members of its job, "scheme: https". Throws
+  /// std::runtime_error when it does not start.
+  explicit collector(const std::string& target, const std::string& further = {});
 
   /// "data" of the answer to GET /api/v1/WHAT with `parameter` (NAME=VALUE) if there is one.
   nx::json_document ask(const std::string& what, const std::string& parameter = {}) const;

@@ -28,14 +28,15 @@ class collected_node : public testing::Test {
     seen = std::make_unique<test::collector>(target);
   }
 
-  void start_gateway(const std::string& at) {
+  void start_gateway(const std::string& at, const std::vector<std::string>& further = {}) {
     gateway.reset();
-    gateway = std::make_unique<test::process>(test::process::settings{
-        {LUMORA_BIN_DIR "/lumora_gateway", "--listen", at}, {{"NX_ROOT", node.root().path()}}, {}});
-    const std::string before = "Serving http://";
-    if (!gateway->wait_for(before)) throw std::runtime_error(gateway->output());
+    test::process::settings what{
+        {LUMORA_BIN_DIR "/lumora_gateway", "--listen", at}, {{"NX_ROOT", node.root().path()}}, {}};
+    what.command.insert(what.command.end(), further.begin(), further.end());
+    gateway = std::make_unique<test::process>(what);
+    if (!gateway->wait_for("Serving http")) throw std::runtime_error(gateway->output());
     const auto said = gateway->output();
-    const auto begin = said.find(before) + before.size();
+    const auto begin = said.find("://") + 3;
     target = said.substr(begin, said.find('/', begin) - begin);
   }
   void start_daemon() {
@@ -133,6 +134,31 @@ TEST_F(collected_node, has_clean_metrics_and_rules) {
       });
     });
   })) << "a rule fails";
+}
+
+TEST_F(collected_node, is_collected_by_tls) {
+  const test::temp_folder folder;
+  const auto certificate = folder.file("node.pem");
+  const auto key = folder.file("node.key");
+  const auto made = test::run(
+      {{"openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2", "-subj",
+        "/CN=node", "-addext", "subjectAltName=IP:127.0.0.1", "-keyout", key, "-out", certificate},
+       {},
+       {}});
+  ASSERT_EQ(made.status, 0) << made.output;
+  start_gateway("127.0.0.1:0", {"--certificate", certificate, "--key", key});
+  const auto collect_by = [&](const std::string& authority) {
+    seen = std::make_unique<test::collector>(
+        target, fmt::format("scheme: https\n    tls_config: {{{}}}", authority));
+  };
+  collect_by("ca_file: " + certificate);
+  EXPECT_TRUE(seen->gives("up", 1));
+  EXPECT_TRUE(seen->gives("lumora_up", 0));
+  collect_by("");
+  EXPECT_TRUE(seen->gives("up", 0)) << "a certificate of nobody whom the collector trusts";
+  const auto clear =
+      test::run({{"curl", "-s", "-m", "10", "http://" + target + "/metrics"}, {}, {}});
+  EXPECT_EQ(clear.output.find("lumora_up"), std::string::npos) << "in clear";
 }
 
 }  // namespace
