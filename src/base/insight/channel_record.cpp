@@ -63,15 +63,16 @@ void channel_record::setup_api(nx_db& db, unsigned id, unsigned frequency,
       told_age<&record::get_age>(db, path("age"), self),
       lazy_value<&record::get_arrival>::create(db, path("arrival"), self),
   };
-  steps_node_ = lazy_value<&record::get_steps_last_hour>::create(db, path("stepsLastHour"), self);
+  counts_ = {lazy_value<&record::get_steps>::create(db, path("steps"), self),
+             lazy_value<&record::get_steps_last_hour>::create(db, path("stepsLastHour"), self)};
 }
 
 void channel_record::remove_api() {
-  nodes_.push_back(std::exchange(steps_node_, nullptr));
-  for (const auto& node : nodes_) {
-    if (node) node->db->remove_node(node->get_path(0));
+  for (auto* nodes : {&counts_, &nodes_}) {
+    for (const auto& node : *nodes)
+      node->db->remove_node(node->get_path(0));
+    nodes->clear();
   }
-  nodes_.clear();
 }
 
 void channel_record::added() {
@@ -113,7 +114,8 @@ bool channel_record::take_news() {
 }
 
 void channel_record::refresh() {
-  if (steps_node_) steps_node_->refresh();
+  for (const auto& count : counts_)
+    count->refresh();
   if (!take_news()) return;
   for (const auto& node : nodes_)
     node->refresh();
@@ -173,6 +175,11 @@ float channel_record::get_headroom_down() {
 }
 float channel_record::get_age() {
   return figure<&channel_verdict::age>();
+}
+
+unsigned channel_record::get_steps() {
+  const std::lock_guard lock(mutex_);
+  return view_.actuator.steps();
 }
 
 unsigned channel_record::get_steps_last_hour() {

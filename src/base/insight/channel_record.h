@@ -64,6 +64,7 @@ class channel_record : public std::enable_shared_from_this<channel_record> {
   float get_headroom_up();
   float get_headroom_down();
   float get_age();
+  unsigned get_steps();
   unsigned get_steps_last_hour();
   /// {"cause", "begin", "underWay", "seconds", "steps", "largestStep", "largestExcursion",
   /// "neighbour": {"channel", "moved"} or null, "waitsFor" while under way}
@@ -89,7 +90,7 @@ class channel_record : public std::enable_shared_from_this<channel_record> {
   unsigned id_ = 0;
   unsigned frequency_ = 0;
   bool is_rx_ = true;
-  std::shared_ptr<nx::api::lazy_node> steps_node_;  // changes as time goes by
+  std::vector<std::shared_ptr<nx::api::lazy_node>> counts_;  // told whatever a person would see
   std::vector<std::shared_ptr<nx::api::lazy_node>> nodes_;
 
   // What the board remembers between two walks; under the plan's mutex.

@@ -139,6 +139,10 @@ float line_loop::get_headroom_down() {
   return voa_->get_max_attenuation() - attenuation;
 }
 
+unsigned line_loop::get_steps() {
+  return get_voa_record().steps();
+}
+
 unsigned line_loop::get_steps_last_hour() {
   return get_voa_record().steps_last_hour(now());
 }

@@ -121,6 +121,7 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   std::string get_why();
   float get_headroom_up();    ///< how much the VOA can still open
   float get_headroom_down();  ///< how much it can still close
+  unsigned get_steps();
   unsigned get_steps_last_hour();
 
   // Getters of the published values.

@@ -130,6 +130,7 @@ const line_values::row line_values::table[] = {
     {"insight/line/why", sentence<&line_loop::get_why>, 0},
     {"insight/line/headroomUp", lazy<&line_loop::get_headroom_up>, 0},
     {"insight/line/headroomDown", lazy<&line_loop::get_headroom_down>, 0},
+    {"insight/line/steps", lazy<&line_loop::get_steps>, 0},
     {"insight/line/stepsLastHour", lazy<&line_loop::get_steps_last_hour>, 0},
 };
 // clang-format on
