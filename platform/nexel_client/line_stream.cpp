@@ -107,7 +107,8 @@ void line_stream::received(std::size_t size) {
   lines_.append({chunk_.data(), size});
   while (auto line = lines_.next()) {
     if (line->too_long) {
-      note_log::write(note_log::error, "nexel_client", "A line beyond the limit was skipped");
+      note_log::write(note_log::error, "nexel_client", "A line beyond the limit was skipped",
+                      note_log::folding::repeats);
     } else {
       receiver->line_received(line->text);
     }

@@ -15,7 +15,7 @@ using clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds attempt_time_out{2};
 
 void log(note_log::severity_level severity, const std::string& text) {
-  note_log::write(severity, "nexel_client", text);
+  note_log::write(severity, "nexel_client", text, note_log::folding::repeats);
 }
 
 }  // namespace
@@ -74,6 +74,7 @@ void socket_core::phase_timer_fired() {
 void socket_core::stream_opened() {
   phase_ = phase::connected;
   outage_logged_ = false;
+  nonsense_logged_ = false;
   log(note_log::info, "Connected to " + address_.text());
   calls_.open(stream_, due_subscriptions(clock::now()));
   attend();

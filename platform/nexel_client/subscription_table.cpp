@@ -46,7 +46,8 @@ void subscription_table::tell(const std::string& path, entry& of, Event event) {
     } catch (...) {
       if (!of.fault_logged) {
         note_log::write(note_log::error, "nexel_client",
-                        "Subscriber of " + path + " failed: " + current_failure().message);
+                        "Subscriber of " + path + " failed: " + current_failure().message,
+                        note_log::folding::repeats);
       }
       of.fault_logged = true;
     }

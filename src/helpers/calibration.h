@@ -15,7 +15,7 @@ class board_number {
  public:
   board_number(std::string key, std::optional<float> value) : key_(std::move(key)), value_(value) {}
 
-  /// 0.0 when the board has none: no correction. Each such read is told at level 0.
+  /// 0.0, no correction, if the file lacks it; each such read is logged at level 0.
   float operator()() const;
 
  private:
@@ -23,8 +23,8 @@ class board_number {
   std::optional<float> value_;
 };
 
-/// Those that every board has, in dB but for the last: signed as they are added on the way of the
-/// light, so that a loss is negative, unless told otherwise.
+/// The constants of every board, in dB except the last. Where one is added along the path of the
+/// light, a loss is negative.
 struct board_numbers {
   board_number boostertx_to_linetx_db;
   board_number linerx_to_preamprx_db;
@@ -32,9 +32,9 @@ struct board_numbers {
   board_number linerx_to_oscrx_db;
   board_number clientrx_to_mon_db;
   board_number mon_to_clienttx_db;
-  board_number mon_to_boostertx_db;  ///< what a client loop starts its EDFA calibration from
-  board_number mon_to_preamptx_db;   ///< the same of the other
-  board_number fixed_module_ps_nm;   ///< dispersion of the module that the optical switch takes in
+  board_number mon_to_boostertx_db;  ///< initial EDFA calibration of client RX
+  board_number mon_to_preamptx_db;   ///< and of client TX
+  board_number fixed_module_ps_nm;   ///< dispersion of the module behind the optical switch
 };
 
 class calibration {
@@ -44,16 +44,16 @@ class calibration {
 
   static calibration& instance();
 
-  /// Reads "KEY NUMBER" lines; what cannot be read is logged and counts as 0 dB, and so does a
-  /// number that no board has, with its line and the reason.
+  /// Reads "KEY NUMBER" lines. A line that cannot be read, or a number that no board can have, is
+  /// logged with the reason and counts as 0 dB.
   void read_calibration_values(const std::string& path);
 
   const board_numbers& board() const { return board_; }
 
-  /// A number of one channel or port, in dB, for its owner to keep.
+  /// The constant of one channel or port, in dB; the channel keeps it.
   board_number find(const std::string& key) const;
 
-  /// The number of any key.
+  /// Looks up any key, by text.
   float get_value(const std::string& key) const { return find(key)(); }
 
   /// Forgets everything; for tests.

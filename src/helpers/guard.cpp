@@ -12,7 +12,7 @@ namespace helpers {
 
 namespace {
 
-/// The exception in flight in the form of its type.
+/// The current exception, in the text form for its type.
 std::string text_of_current_exception(after_logging next, const std::source_location& where) {
   const auto* function = where.function_name();
   const auto line = where.line();
@@ -36,7 +36,7 @@ std::string text_of_current_exception(after_logging next, const std::source_loca
 }
 
 thread_local std::string last_failure;
-/// Kept, so that no later failure can have its address.
+/// The failure this thread rethrew last; kept alive so that no later one can have its address.
 thread_local std::exception_ptr last_thrown_on;
 
 void log_failure(const std::string& text, const std::source_location& where) {
@@ -51,7 +51,7 @@ void log_current_exception(after_logging next, const std::source_location& where
   log_failure(text_of_current_exception(next, where), where);
 }
 
-void log_once_on_the_way(const std::source_location& where) {
+void log_unless_logged(const std::source_location& where) {
   const auto present = std::current_exception();
   if (std::exchange(last_thrown_on, present) == present) return;
   log_current_exception(after_logging::throws_on, where);
