@@ -89,6 +89,10 @@ bool gain_setting::is_close() const {
 
 template <class T>
 gain_setting line<T>::read_gain(float span_loss) {
+  std::vector<device::read_wish> wishes;
+  this->preamp_->declare_gain_reads(wishes);
+  this->voa_->declare_reads(wishes);
+  if (auto* reads = device::cycle_reads::current()) reads->ask_ahead(wishes);
   const float maximum = this->preamp_->get_max_gain();
   const float minimum = this->preamp_->get_min_gain();
   const float line_calibration = calibration::instance().board().linerx_to_preamprx_db();
@@ -105,6 +109,8 @@ void line<T>::write_gain(const gain_setting& gain) {
 
 template <class T>
 void line<T>::set_preamp_gain(float span_loss) {
+  device::cycle_reads reads;
+  const device::cycle_reads::scope scope(reads);
   const auto gain = read_gain(span_loss);
   if (!gain.is_close()) write_gain(gain);
 }
