@@ -21,7 +21,9 @@ float client_rx<T>::get_edfa_saturation() {
 }
 
 template <class T>
-void client_rx<T>::reset_channel_attenuation(control_ptr) {}
+void client_rx<T>::reset_channel_attenuation(control_ptr control) {
+  control->release_guards();
+}
 
 template <class T>
 void client_rx<T>::manage_channel(nx_db& db, control_ptr control, bool regulate) {

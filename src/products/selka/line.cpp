@@ -27,9 +27,10 @@ void line<T>::follow_measured_span() {
   try {
     const auto span = this->known_rx_span();
     if (!span) {
-      this->judge(base::line_reason::spans_not_known);
+      this->judge_unknown_span();
       return this->begin_guard(guards::line_known, "the span is not known");
     }
+    this->note_known_span();
     this->judge(base::line_reason::gain_fits, {*span});
     follow_span(*span);
     this->end_guard(guards::line_known);
