@@ -5,7 +5,7 @@ import { lab } from "./api.js";
 import { byId, element, setText } from "./dom.js";
 import { thzText } from "./text.js";
 
-const shiftGhz = 60;
+const shiftGhz = 100; // beyond half of the widest channel
 const addedLoss = 3; // dB
 const noise = 0.4; // dB, sigma
 const retryAfter = 1000;
@@ -19,6 +19,7 @@ export class Bench {
   #channels;
   #selected;
   #devices = [];
+  #lasersKnown = new Set();
 
   /// `about`: {node: the number of this page's node in the plant}; `selected()`: the channel that is pointed at.
   constructor(about, channels, selected) {
@@ -30,12 +31,15 @@ export class Bench {
 
   /// The plant may come later than the page.
   async #build() {
-    const states = await lab.read(`config/node/${this.#node}/nexel/*/state`).catch(() => undefined);
-    if (!states) {
+    const at = `config/node/${this.#node}`;
+    const found = await lab.read(`${at}/nexel/*/state`, `${at}/laser/*/on`).catch(() => undefined);
+    if (!found) {
       setTimeout(() => this.#build(), retryAfter);
       return;
     }
-    this.#devices = Object.keys(states).map((path) => path.split("/")[4]);
+    const named = (kind) => Object.keys(found).map((path) => path.split("/")).filter((words) => words[3] === kind).map((words) => words[4]);
+    this.#devices = named("nexel");
+    this.#lasersKnown = new Set(named("laser").map(Number));
     byId("bench-groups").append(
       this.#fibres(), this.#lasers(), this.#devicesGroup(), this.#losses(), this.#noise());
     byId("bench").hidden = false;
@@ -69,8 +73,10 @@ export class Bench {
   }
   #laser() {
     const channel = this.#selected();
-    if (!channel) throw new Error("Point at a channel first");
-    return Math.round(channel.thz * 1e5);
+    if (!channel) throw new Error("point at a channel first");
+    const laser = Math.round(channel.thz * 1e5);
+    if (!this.#lasersKnown.has(laser)) throw new Error(`no laser of the plant sends at ${thzText(channel.thz)} THz`);
+    return laser;
   }
 
   #devicesGroup() {
@@ -101,8 +107,8 @@ export class Bench {
     const name = this.#devices.find((each) => each in monitors);
     const at = `command/node/${this.#node}/nexel/${name}`;
     return group("Monitor", [
-      this.#button(`Noise of ${noise} dB`, () => lab.run(`${at}/faultReadings`, `path=${monitors[name]} fault=noisy amount=${noise}`)),
-      this.#button("Stand still", () => lab.run(`${at}/faultReadings`, `path=${monitors[name]} fault=frozen`)),
+      this.#button(`Noise of ${noise} dB`, () => lab.run(`${at}/faultReadings`, { path: monitors[name], fault: "noisy", amount: noise })),
+      this.#button("Stand still", () => lab.run(`${at}/faultReadings`, { path: monitors[name], fault: "frozen" })),
       this.#button("Quiet", () => lab.run(`${at}/healReadings`, "**")),
     ]);
   }
