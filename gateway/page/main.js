@@ -37,6 +37,8 @@ const panel = new Panel(values, channels);
 const spectrum = new Spectrum(byId("spectrum"), channels, pointed);
 new Tree();
 
+const presentValuesTake = 2000; // ms, of a node far away
+
 let side = "rx";
 let selected;
 let pinned = false;
@@ -79,7 +81,7 @@ function layOut() {
   const fresh = channels.of(side);
   if (JSON.stringify(fresh) === JSON.stringify(list)) return;
   list = fresh;
-  byId("no-channels").hidden = list.length > 0;
+  stopWaiting();
   const way = side === "rx" ? "to the line" : "from the line";
   spectrum.show(list, `${list.length} channels ${way}; arrow keys move from one to the next`);
   select(list.find(({ id }) => id === selected?.id) ?? worst());
@@ -96,6 +98,11 @@ values.watch((path) => channelOf(path) !== undefined, (changed) => {
   if (!touched) showWorst();
   tally();
 });
+
+function stopWaiting() {
+  document.documentElement.classList.remove("waiting");
+  byId("no-channels").hidden = list.length > 0;
+}
 
 function tally() {
   const count = {};
@@ -114,6 +121,7 @@ values.watch((path) => path === "data/channel/index", readFixed);
 
 link.onSight(({ sees }) => {
   if (!sees) return record.interrupt();
+  setTimeout(stopWaiting, presentValuesTake);
   readFixed();
   happenings.load();
   refill();
