@@ -16,17 +16,22 @@ const monitors = {
 
 export class Bench {
   #node;
-  #channels;
-  #selected;
+  #hold;
+  #lasersOf = element("legend", {}, "Laser");
   #devices = [];
   #lasersKnown = new Set();
 
-  /// `about`: {node: the number of this page's node in the plant}; `selected()`: the channel that is pointed at.
-  constructor(about, channels, selected) {
+  /// `about`: {node: the number of this page's node in the plant}; `hold()`: keeps the channel that is shown, and
+  /// tells which it is.
+  constructor(about, hold) {
     this.#node = about.node;
-    this.#channels = channels;
-    this.#selected = selected;
+    this.#hold = hold;
     this.#build();
+  }
+
+  /// The channel that is shown now, if any.
+  show(channel) {
+    setText(this.#lasersOf, channel ? `Laser at ${thzText(channel.thz)} THz` : "Laser");
   }
 
   /// The plant may come later than the page.
@@ -57,8 +62,8 @@ export class Bench {
   }
 
   #lasers() {
-    const laser = (name, value) => () => lab.write(`config/node/${this.#node}/laser/${this.#laser()}/${name}`, value);
-    return group("Laser of the channel below", [
+    const laser = (name, value) => async () => lab.write(`config/node/${this.#node}/laser/${this.#laser()}/${name}`, value);
+    return group(this.#lasersOf, [
       this.#button("Darken", laser("on", false)),
       this.#button("Light", laser("on", true)),
       this.#button(`Shift by ${shiftGhz} GHz`, laser("frequencyOffset", shiftGhz)),
@@ -72,7 +77,7 @@ export class Bench {
     ]);
   }
   #laser() {
-    const channel = this.#selected();
+    const channel = this.#hold();
     if (!channel) throw new Error("point at a channel first");
     const laser = Math.round(channel.thz * 1e5);
     if (!this.#lasersKnown.has(laser)) throw new Error(`no laser of the plant sends at ${thzText(channel.thz)} THz`);
@@ -116,21 +121,14 @@ export class Bench {
   #button(text, does) {
     const button = element("button", { type: "button" }, text);
     button.addEventListener("click", async () => {
-      const channel = this.#selected();
-      const whom = channel && button.closest("fieldset").dataset.channel !== undefined ? ` ${thzText(channel.thz)} THz` : "";
-      try {
-        await does();
-        setText(byId("bench-answer"), `${text}${whom}: done.`);
-      } catch (failure) {
-        setText(byId("bench-answer"), `${text}: ${failure.message}`);
-      }
+      const whom = button.closest("fieldset").firstChild.textContent;
+      const outcome = await does().then(() => "done", (failure) => failure.message);
+      setText(byId("bench-answer"), `${whom}, ${text}: ${outcome}.`);
     });
     return button;
   }
 }
 
 function group(name, parts) {
-  const made = element("fieldset", {}, element("legend", {}, name), ...parts);
-  if (name.startsWith("Laser")) made.dataset.channel = "";
-  return made;
+  return element("fieldset", {}, name instanceof Element ? name : element("legend", {}, name), ...parts);
 }

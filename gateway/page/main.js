@@ -41,12 +41,14 @@ const presentValuesTake = 2000; // ms, of a node far away
 
 let side = "rx";
 let selected;
+let bench; // of a lab
 let pinned = false;
 let touched = false; // somebody has pointed
 let list = [];
 
 function select(channel) {
   selected = channel;
+  bench?.show(channel);
   spectrum.select(channel);
   channelView.show(channel, pinned);
 }
@@ -58,6 +60,14 @@ function pointed(channel, how) {
   if (how === "click") pinned = !(pinned && selected?.id === channel.id);
   if (how === "key") pinned = true;
   if (how !== "pointer" || selected?.id !== channel.id) select(channel);
+}
+
+/// What is done to a channel is undone to the same one.
+function hold() {
+  touched = true;
+  pinned = selected !== undefined;
+  channelView.show(selected, pinned);
+  return selected;
 }
 
 /// Whom to show as long as nobody points: who needs somebody, else who is on its way, else who is
@@ -159,5 +169,6 @@ link.open();
 
 lab.about().then(async (about) => {
   const { Bench } = await import("./bench.js");
-  new Bench(about, channels, () => selected);
+  bench = new Bench(about, hold);
+  bench.show(selected);
 }, () => {});

@@ -105,12 +105,11 @@ class OneNode(Story):
 
     def test_each_fault_of_the_bench_is_seen_and_mended(self):
         await_that("the bench", lambda: self.browser.count("#bench:not([hidden])") == 1)
-        for _ in range(7):
-            self.browser.press("#bars", "right")
         channel = int(self.browser.attribute("#channel", "data-id"))
         for fault, state, cure in (("Shift by 100 GHz", "dark", "As it was"), ("Darken", "dark", "Light")):
             self.browser.click_button(fault)
             self.await_state(channel, state)
+            self.assertEqual(self.browser.count("#channel-pinned:not([hidden])"), 1, "the cure is for the same one")
             self.browser.click_button(cure)
             self.await_state(channel, "on target")
         self.browser.click_button("Noise of 0.4 dB")
