@@ -86,13 +86,8 @@ ladder_view view_out(const device_board& devices, const far_end& peer, ladders::
           .calibration = board().mon_to_boostertx_db(),
           .sent = line_output(devices, output),
           .received = lit(peer.told(operation::get_line_rx_power)),
-<<<<<<< HEAD
           .osc_sent = moved(devices.number("sfp", "outputPower"), board().osctx_to_linetx_db()),
-          .osc_received = peer.told(operation::get_osc_rx_power),
-=======
-          .osc_sent = moved(devices.number("sfp", "outputPower"), board("cal_osctx_to_linetx")),
           .osc_received = lit_osc(peer.told(operation::get_osc_rx_power)),
->>>>>>> h-why
           .far_gain = far_gain(peer),
           .far_calibration = peer.told(operation::get_edfa_tx_calibration)};
 }
