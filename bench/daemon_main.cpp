@@ -1,5 +1,6 @@
 // lumora_bench_daemon: what the whole daemon costs with a full band. Prints the rest of the table
-// that lumora_bench_server begins; of it a part alone, "late", "rest" or "pages".
+// that lumora_bench_server begins; of it a part alone, "late", "adds" (of those that are late),
+// "rest" or "pages".
 #include <fmt/format.h>
 
 #include <exception>
@@ -14,7 +15,7 @@ int main(int argc, char** argv) try {
   bench::daemon_figures figures;
   const auto wanted = [&](const char* part) { return only.empty() || only == part; };
   bool reached = true;
-  if (wanted("late")) reached = bench::measure_late_nodes();
+  if (wanted("late") || wanted("adds")) reached = bench::measure_late_nodes(only);
   if (wanted("rest")) reached = figures.measure() && reached;
   if (wanted("pages")) reached = bench::measure_gateway() && reached;
   return reached ? 0 : 1;

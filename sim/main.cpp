@@ -43,25 +43,25 @@ std::optional<int> read_options(int argc, char** argv, options& to) {
   CLI::App app(
       "Serves the simulated plant of a topology file: the device services of one or two "
       "nodes and the light between them.");
-  app.set_version_flag("--version", LUMORA_VERSION, "print the version and end");
-  app.add_option("TOPOLOGY.json", to.topology_path, "what the plant is built from")->required();
-  app.add_option("--seed", to.seed, "seed of all noise, in place of the file's");
-  app.add_option("--speed", to.speed, "plant seconds in a second")->check(CLI::Range(0.01, 100.0));
+  app.set_version_flag("--version", LUMORA_VERSION, "print the version and exit");
+  app.add_option("TOPOLOGY.json", to.topology_path, "the plant's topology")->required();
+  app.add_option("--seed", to.seed, "seed of all noise, instead of the file's");
+  app.add_option("--speed", to.speed, "plant seconds per second")->check(CLI::Range(0.01, 100.0));
   app.add_flag("--board", to.board,
-               "write each node's calibration file below its root (NX_ROOT must be set)");
-  app.add_flag("--print-board", to.print_board, "print the near node's calibration file and end");
+               "write each node's calibration file under its root (NX_ROOT must be set)");
+  app.add_flag("--print-board", to.print_board, "print the near node's calibration file and exit");
   app.add_option("--far-prefix", to.far_prefix,
-                 "folder below NX_ROOT in which a second node has its sockets");
+                 "folder under NX_ROOT for the sockets of a second node");
   app.add_option("--far-hash-tag", to.far_tag,
-                 "REDIS_CONF_HASH_TAG of a second node, whose switch follows its own keys");
+                 "REDIS_CONF_HASH_TAG of a second node, whose switch reads keys of its own");
   app.add_option("--peer", to.peer,
-                 "what the far end of a node alone plays on the supervisory link")
+                 "the peer that the far end of a single node plays on the supervisory link")
       ->check(CLI::IsMember(models::simulated_peers()));
   app.add_option("--peer-interface", to.peer_interface,
                  "interface on which the peer is served; lo for a daemon on this machine")
       ->capture_default_str();
   app.add_option("--latency", to.latencies,
-                 "NAME=MS: a service of the near node, or the peer, that is late from its first "
+                 "NAME=MS: delay of a service of the near node, or of the peer, from its first "
                  "answer on; may be repeated")
       ->allow_extra_args(false);
   try {

@@ -51,10 +51,10 @@ class nexel_client_api : public nexel_client_base {
   template <class R>
   R set(const std::string& path, const char* value);
 
-  /// One write that is on its way when this returns; `wait_for` gives its answer. Value: float,
-  /// const char*.
-  template <class Value>
-  std::future<void> send_set(const std::string& path, Value value);
+  /// One write that is on its way when this returns; `wait_for` gives its answer. R and Value: void
+  /// with float or const char*, bool with std::string.
+  template <class R, class Value>
+  std::future<R> send_set(const std::string& path, const Value& value);
 
   /// Waits for one answer to what `server_call` or `send_set` has sent. T: void, bool, float,
   /// unsigned int, std::string. While it waits, `gives_up` is asked now and then: if it says

@@ -2,11 +2,12 @@
 // the cycle's beginning to all nexels at once, each path once, and is waited for once. Reads of the
 // proxies on the same thread then take it from here. What nobody declared is asked for when it is
 // needed, and kept for the rest of the cycle, or for a second; a write to a device makes what is
-// kept of it stale.
+// kept of it stale. A channel command has one of its own: what it will need of one device is on its
+// way while it waits for another.
 //
-// Of one thread, the manager's, while a `scope` stands; polled values and commands read for
-// themselves on other threads. Failures of the snapshot are kept too, and thrown where the reading
-// is used.
+// Of one thread while a `scope` stands, the manager's or that of a channel command; polled values
+// and other commands read for themselves. Failures of the snapshot are kept too, and thrown where
+// the reading is used.
 #pragma once
 
 #include <chrono>
@@ -22,6 +23,7 @@
 #include "platform/wire/nx_client_exception.h"
 
 class nexel_client_api;
+class nexel_request;
 
 namespace device {
 
@@ -37,8 +39,15 @@ struct read_wish {
   std::string pattern{};
 };
 
+class pending_read;
+
 class cycle_reads {
  public:
+  cycle_reads();
+  ~cycle_reads();
+  cycle_reads(const cycle_reads&) = delete;
+  cycle_reads& operator=(const cycle_reads&) = delete;
+
   /// Makes `reads` that of this thread, until its end.
   class scope {
    public:
@@ -81,6 +90,9 @@ class cycle_reads {
   /// Asks in the same way for those of which nothing is kept, as after a write.
   void complete(const std::vector<read_wish>& wishes);
 
+  /// As `complete`, but returns at once: the first `get` of such a path waits for its nexel.
+  void ask_ahead(const std::vector<read_wish>& wishes);
+
   /// T: bool, float, unsigned int, std::string. Throws nx_client_exception.
   template <class T>
   T get(nexel_client_api& client, const std::string& path);
@@ -102,6 +114,16 @@ class cycle_reads {
   };
   using key = std::pair<std::string, std::string>;  // nexel, path
 
+  using reads_under_way = std::vector<std::unique_ptr<pending_read>>;
+  // By nexel. Proxies of one nexel have clients of their own; the first one asks for all.
+  using requests =
+      std::map<std::string, std::pair<nexel_client_api*, std::shared_ptr<nexel_request>>>;
+
+  requests prepare_requests(const std::vector<read_wish>& wishes);
+  static void send(const requests& prepared);
+  /// Waits for what that nexel was asked ahead.
+  void collect(const std::string& nexel);
+  void take_answers(reads_under_way::iterator first);
   /// By nexel, then by path.
   void keep(std::map<std::string, std::map<std::string, answer>> told);
   template <class T>
@@ -113,6 +135,7 @@ class cycle_reads {
   std::chrono::steady_clock::time_point age_clock() const;
 
   std::map<key, kept> answers_;
+  reads_under_way under_way_;
   std::set<std::string> without_patterns_;  // nexels
   cost cost_;
   std::chrono::nanoseconds all_waits_{0};

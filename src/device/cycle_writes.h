@@ -1,15 +1,17 @@
 // What a walk over channels writes to a device goes out at once, one write behind the other, and is
 // waited for together when the walk is over: forty steps cost one answer of the switch and not
-// forty. The nexel does them in the order in which they were sent.
+// forty. The nexel does them in the order in which they were sent. So with the commands by which a
+// channel leaves its devices, none of which depends on the other's answer.
 //
-// Of one thread, the manager's, while a `scope` stands. A failure is thrown where the turn is asked
-// for in which the write was made.
+// Of one thread, the manager's or that of a channel command, while a `scope` stands. A failure is
+// thrown where the turn is asked for in which the write was made.
 #pragma once
 
 #include <cstddef>
 #include <exception>
 #include <future>
 #include <string>
+#include <variant>
 #include <vector>
 
 class nexel_client_api;
@@ -36,6 +38,9 @@ class cycle_writes {
   /// The client outlives the `wait`. Value: float, const char*.
   template <class Value>
   void send(nexel_client_api& client, const std::string& path, Value value);
+  /// A command: an answer of false fails it with nx_error -5 and that text, a literal.
+  void send_command(nexel_client_api& client, const std::string& path, const std::string& request,
+                    const char* failure);
 
   /// How many writes were sent so far: the first of the next turn.
   std::size_t sent() const { return pending_.size(); }
@@ -48,9 +53,11 @@ class cycle_writes {
   struct pending {
     nexel_client_api* client;
     std::string path;
-    std::future<void> answer;
+    std::variant<std::future<void>, std::future<bool>> answer;
+    const char* refusal = "";
     std::exception_ptr failure{};
   };
+  static void wait(pending& each);
 
   std::vector<pending> pending_;
 };

@@ -14,20 +14,22 @@
 
 namespace {
 
-// A board has some 200 of them, of 40 bytes.
+// A board has about 200 entries of 40 bytes.
 constexpr std::size_t most_bytes = 256 * 1024;
 
 constexpr const char* subject = "calibration";  // of the start report
 
-/// A constant of "cal_" is what lies between two instruments of one board: the tap of a monitor
-/// loses some 20 dB, a switch 7 to 10, a filter 1. With more than this between them one of the two
-/// would be blind.
+/// A constant named "cal_..." is what lies between two instruments of one board: about 20 dB for a
+/// monitor's tap, 7 to 10 for a switch, 1 for a filter. With more than this between them, one of
+/// the two would see nothing.
 constexpr float largest_loss_db = 40.0f;
-/// A fixed module undoes the dispersion of a span: 200 km of the most dispersive fibre have 4400.
+/// A fixed module compensates the dispersion of a span: 200 km of the most dispersive fibre have
+/// 4400.
 constexpr float largest_dispersion_ps_nm = 10'000.0f;
 constexpr std::string_view dispersion_key = "cal_dc_fixed_tx";
 
-/// What is wrong with a number; empty if a board can have it. Keys that nobody reads may hold any.
+/// What is wrong with a number; empty if a board can have it. Keys that nobody reads may have any
+/// value.
 std::string fault_of(std::string_view key, float value) {
   if (std::isnan(value)) return "it is NaN";
   if (std::isinf(value)) return "it is infinite";
@@ -69,7 +71,7 @@ void calibration::read_line(const std::string& line, unsigned number) {
   int key_end = 0;
   float value = 0.0f;
   const int items = std::sscanf(line.c_str(), "%255s%n %f", key.data(), &key_end, &value);
-  // A longer key would be cut, and its rest could pass for the number.
+  // A longer key would be truncated, and its rest could be taken for the number.
   const bool whole_key =
       items >= 1 &&
       std::isspace(static_cast<unsigned char>(line[static_cast<std::size_t>(key_end)]));

@@ -10,9 +10,9 @@ class calibration {
  public:
   static calibration& instance();
 
-  /// Reads "KEY NUMBER" lines; what cannot be read is logged and counts as 0 dB, and so does a
-  /// number that no board has, with its line and the reason. Called once, from main, before any
-  /// other thread exists.
+  /// Reads "KEY NUMBER" lines. A line that cannot be read, or a number that no board can have, is
+  /// logged with the reason and counts as 0 dB. Called once, from main, before any other thread
+  /// exists.
   void read_calibration_values(const std::string& path);
 
   /// 0.0 for a missing key: no correction.

@@ -12,7 +12,7 @@ namespace helpers {
 
 namespace {
 
-/// The exception in flight in the form of its type.
+/// The current exception, in the text form for its type.
 std::string text_of_current_exception(after_logging next, const std::source_location& where) {
   const auto* function = where.function_name();
   const auto line = where.line();

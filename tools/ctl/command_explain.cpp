@@ -97,7 +97,7 @@ question about_channel(const node_insight& node, const std::string& word) {
   if (!place) {
     throw usage_error(
         fmt::format("no channel {} on this node; give THz (192.30), nm (1558.98) or a "
-                    "name of: lumoractl list data/client",
+                    "name from: lumoractl list data/client",
                     word));
   }
   node_insight alone = node;
@@ -187,16 +187,15 @@ int events(context& with, const std::string& since) {
 
 void declare_explain_commands(CLI::App& app, action& chosen) {
   auto word = std::make_shared<std::string>();
-  auto* command = app.add_subcommand("explain", "Tell what is wrong, and why");
+  auto* command = app.add_subcommand("explain", "Say what is wrong, and why");
   command->add_option(
       "what", *word,
-      "\"line\", or a channel in THz, nm, or by its name on the tree; the node when "
-      "left out");
+      "\"line\", or a channel in THz, in nm, or by its name on the tree; without it, "
+      "the node");
   command->footer(
-      "What is wrong comes first, causes before consequences, each with what the node does about "
-      "it\n"
-      "and what a person can do; then how the rest stands.\n"
-      "Exit code 0 when all is well or passes by itself, 6 when something needs a person.\n"
+      "Problems come first, causes before consequences, each with what the node is doing about it\n"
+      "and what a person can do; then the state of everything else.\n"
+      "Exit code 0 if all is well or will recover by itself, 6 if something needs a person.\n"
       "Examples:\n"
       "  lumoractl explain\n"
       "  lumoractl explain 192.30        THz; 1558.98 (nm) and 19230000 mean the same\n"
@@ -206,11 +205,12 @@ void declare_explain_commands(CLI::App& app, action& chosen) {
 
   command = app.add_subcommand("events", "Print what has happened, oldest first");
   command
-      ->add_option("--since", *word, "Only what is newer: 10m, 2h, 12:30 or 2026-01-31T12:30 (UTC)")
+      ->add_option("--since", *word,
+                   "Only events since then: 10m, 2h, 12:30 or 2026-01-31T12:30 (UTC)")
       ->type_name("TIME");
   command->footer(
-      "The newest 1000 events since the start; times are UTC. What came to many channels at once\n"
-      "shares a line; --json gives each as it is, one a line.\n"
+      "The newest 1000 events since the daemon's start; times are UTC. An event that hit many\n"
+      "channels at once is one line; --json prints each event as it is, one per line.\n"
       "Examples:\n"
       "  lumoractl events --since 10m\n"
       "  lumoractl events --json | grep parameterWritten\n");

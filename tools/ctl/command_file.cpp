@@ -196,7 +196,7 @@ int load(context& with, const std::string& name, bool any_product) {
   const auto product = product_of(with);
   if (file.product != product && !any_product) {
     throw usage_error(
-        fmt::format("the file is of {}, this node is {}; --any-product writes what fits",
+        fmt::format("the file is from {}, this node is {}; --any-product writes what fits",
                     file.product, product));
   }
   order_for_writing(file);
@@ -211,23 +211,22 @@ void declare_file_commands(CLI::App& app, action& chosen) {
   auto name = std::make_shared<std::string>();
   auto any_product = std::make_shared<bool>(false);
   auto* command = app.add_subcommand("save", "Save the parameters of a node to a file");
-  command->add_option("file", *name, "File to write; - for the standard output")->required();
+  command->add_option("file", *name, "File to write; - for standard output")->required();
   command->footer(
-      "What was written or has a value is saved, all below config/; whether the configuration is\n"
-      "complete (config/redisConfigStatus) and the channels themselves are not.\n"
+      "Saves every parameter under config/ that has a value, except config/redisConfigStatus,\n"
+      "which says that the configuration is complete. Channels themselves are not saved.\n"
       "Example:\n  lumoractl save node.json\n");
   command->callback(
       [&chosen, name] { chosen = [name](context& with) { return save(with, *name); }; });
 
   command = app.add_subcommand("load", "Write the parameters of a file to a node");
-  command->add_option("file", *name, "File to read; - for the standard input")->required();
-  command->add_flag("--any-product", *any_product, "Take a file of another model");
+  command->add_option("file", *name, "File to read; - for standard input")->required();
+  command->add_flag("--any-product", *any_product, "Accept a file from another model");
   command->footer(
-      "Tells what was written, what the node refused, what was left since this node lacks it, and\n"
-      "what it keeps since the file does not name it.\n"
-      "Exit code 0 only when the node now holds all of the file. Nothing is taken back when some "
-      "is\n"
-      "refused; mend the cause and load again, which writes only what differs.\n"
+      "Prints what was written, what the node refused, what was left out because this node does\n"
+      "not have it, and what it keeps because the file does not mention it.\n"
+      "Exit code 0 only if the node now matches the whole file. Nothing is rolled back if some\n"
+      "are refused: fix the cause and load again, which writes only what differs.\n"
       "Examples:\n"
       "  lumoractl load node.json && lumoractl set config/redisConfigStatus true\n"
       "  lumoractl save - | ssh spare-node lumoractl load -\n");

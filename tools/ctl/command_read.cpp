@@ -81,8 +81,8 @@ void declare_read_commands(CLI::App& app, action& chosen) {
       "Examples:\n"
       "  lumoractl get data/line/1/tx/power\n"
       "  lumoractl get 'data/client/*/rx/power'        * stands for one segment\n"
-      "  lumoractl get 'data/line/**' --json           ** at the end for all below\n"
-      "  lumoractl get --bare data/system/utilization  the number alone, for scripts\n"
+      "  lumoractl get 'data/line/**' --json           ** at the end for everything below\n"
+      "  lumoractl get --bare data/system/utilization  only the number, for scripts\n"
       "  lumoractl get --nexel booster data/txPower    a device instead of the daemon\n");
   command->callback(
       [&chosen, paths] { chosen = [paths](context& with) { return get(with, *paths); }; });

@@ -68,7 +68,7 @@ void declare_write_commands(CLI::App& app, action& chosen) {
 
   command = app.add_subcommand("run", "Run a command");
   command->add_option("path", *path, "Path")->required();
-  command->add_option("arguments", *words, "Words of the form key=value, or one JSON value");
+  command->add_option("arguments", *words, "key=value words, or one JSON value");
   command->footer(
       "Examples:\n"
       "  lumoractl run command/channel/add center=19600000 width=5000 port=1 direction=both\n"

@@ -32,12 +32,12 @@ constexpr const char* closing_words =
     "\n"
     "Exit codes:\n"
     "  0  done\n"
-    "  1  the tree refused; code and text stand on the error output, with --json as JSON on the\n"
-    "     standard output too\n"
-    "  2  wrong options or words\n"
+    "  1  the tree refused; code and text are on standard error, with --json also as JSON on\n"
+    "     standard output\n"
+    "  2  wrong options or arguments\n"
     "  3  not connected\n"
     "  4  no answer in time\n"
-    "  5  a pattern that fits no path\n"
+    "  5  no path matches the pattern\n"
     "  6  explain: something needs a person\n";
 
 struct options {
@@ -51,19 +51,21 @@ struct options {
 void declare_common(CLI::App& app, options& given) {
   auto& at = given.connection;
   constexpr const char* group = "Which tree (one of the first four)";
-  app.add_flag("--node", given.node, "The daemon of this node, which is the default")->group(group);
-  app.add_option("--socket", at.socket, "Any unix socket")->type_name("PATH")->group(group);
-  app.add_option("--nexel", at.nexel, "A device, /tmp/nexels/NAME")
+  app.add_flag("--node", given.node, "The daemon of this node (default)")->group(group);
+  app.add_option("--socket", at.socket, "The tree at a unix socket")
+      ->type_name("PATH")
+      ->group(group);
+  app.add_option("--nexel", at.nexel, "A device's service, /tmp/nexels/NAME")
       ->type_name("NAME")
       ->group(group);
-  app.add_option("--host", at.host, "A peer, fe80::1%eth_sfp_1")
+  app.add_option("--host", at.host, "A peer, such as fe80::1%eth_sfp_1")
       ->type_name("HOST%IF")
       ->group(group);
   app.add_option("--port", at.port, "Port of the peer")->capture_default_str()->group(group);
-  app.add_option("--root", at.root, "Folder that the node runs below (default: NX_ROOT)")
+  app.add_option("--root", at.root, "Folder prefixed to all socket paths (default: NX_ROOT)")
       ->type_name("DIR")
       ->group(group);
-  app.add_flag("--json", given.json, "Print the tree's JSON, one line an answer or event");
+  app.add_flag("--json", given.json, "Print the tree's JSON, one line per answer or event");
   app.add_flag("--bare", given.bare, "Print values without paths and units");
   app.add_option("--timeout", given.timeout_seconds, "Seconds to wait for an answer")
       ->check(CLI::PositiveNumber)

@@ -4,8 +4,10 @@
 #include <rapidjson/document.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "api/lazy_value.h"
+#include "base/insight/news.h"
 #include "helpers/waiting.h"
 #include "platform/value_tree/event_frame.h"
 #include "platform/value_tree/nx_db.h"
@@ -50,25 +52,27 @@ void channel_record::setup_api(nx_db& db, unsigned id, unsigned frequency,
   using nx::api::lazy_value;
   using record = channel_record;
   nodes_ = {
+      lazy_value<&record::get_state>::create(db, path("state"), self),
+      lazy_value<&record::get_why>::create(db, path("why"), self),
       lazy_value<&record::get_target>::create(db, path("target"), self),
       lazy_value<&record::get_measured>::create(db, path("measured"), self),
       lazy_value<&record::get_error>::create(db, path("error"), self),
       lazy_value<&record::get_dead_band>::create(db, path("deadBand"), self),
       lazy_value<&record::get_headroom_up>::create(db, path("headroomUp"), self),
       lazy_value<&record::get_headroom_down>::create(db, path("headroomDown"), self),
-      lazy_value<&record::get_age>::create(db, path("age"), self),
-      lazy_value<&record::get_state>::create(db, path("state"), self),
-      lazy_value<&record::get_why>::create(db, path("why"), self),
-      lazy_value<&record::get_steps>::create(db, path("steps"), self),
-      lazy_value<&record::get_steps_last_hour>::create(db, path("stepsLastHour"), self),
+      told_age<&record::get_age>(db, path("age"), self),
       lazy_value<&record::get_arrival>::create(db, path("arrival"), self),
   };
+  counts_ = {lazy_value<&record::get_steps>::create(db, path("steps"), self),
+             lazy_value<&record::get_steps_last_hour>::create(db, path("stepsLastHour"), self)};
 }
 
 void channel_record::remove_api() {
-  for (const auto& node : nodes_)
-    node->db->remove_node(node->get_path(0));
-  nodes_.clear();
+  for (auto* nodes : {&counts_, &nodes_}) {
+    for (const auto& node : *nodes)
+      node->db->remove_node(node->get_path(0));
+    nodes->clear();
+  }
 }
 
 void channel_record::added() {
@@ -95,33 +99,26 @@ void channel_record::felt(const neighbour& other) {
   view_.ways.felt(other);
 }
 
-channel_record::absence_of_figures channel_record::absent_now() const {
+bool channel_record::take_news() {
   const std::lock_guard lock(mutex_);
-  const auto& verdict = view_.verdict;
-  absence_of_figures now{{}, verdict.reason, verdict.failure, verdict.attenuation};
-  for (std::size_t i = 0; i < figures.size(); ++i)
-    now.absent[i] = !is_figure(verdict.*figures[i]);
-  return now;
-}
-
-bool channel_record::absence_of_figures::tells_as(const absence_of_figures& other) const {
-  const bool same_place = attenuation == other.attenuation ||
-                          (!is_figure(attenuation) && !is_figure(other.attenuation));
-  return absent == other.absent && reason == other.reason && failure == other.failure && same_place;
-}
-
-/// A figure that is absent is an exception with a text, which a watched band of dark channels would
-/// cost many hundred times a cycle. Who was told of it is told again when there is something new.
-void channel_record::refresh() {
-  auto now = absent_now();
-  // With an error the texts tell of its way too.
-  constexpr auto error = std::ranges::find(figures, &channel_verdict::error) - figures.begin();
-  const bool is_old = now.absent[error] && now.tells_as(refreshed_);
-  for (std::size_t i = 0; i < nodes_.size(); ++i) {
-    if (is_old && i < figures.size() && now.absent[i]) continue;
-    nodes_[i]->refresh();
+  const auto last = view_.ways.last();
+  told_figures now{.verdict = view_.verdict,
+                   .steps = last ? last->steps : 0,
+                   .neighbour_moved = last && last->felt_most ? last->felt_most->moved : 0};
+  if (looks_alike(told_.verdict, now.verdict) && told_.steps == now.steps &&
+      looks_alike(told_.neighbour_moved, now.neighbour_moved)) {
+    return false;
   }
-  refreshed_ = std::move(now);
+  told_ = std::move(now);
+  return true;
+}
+
+void channel_record::refresh() {
+  for (const auto& count : counts_)
+    count->refresh();
+  if (!take_news()) return;
+  for (const auto& node : nodes_)
+    node->refresh();
 }
 
 channel_record::view channel_record::snapshot() const {

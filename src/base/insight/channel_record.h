@@ -6,8 +6,6 @@
 // throw nx_error -61 with a reason where a figure has no meaning now.
 #pragma once
 
-#include <array>
-#include <bitset>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -44,7 +42,7 @@ class channel_record : public std::enable_shared_from_this<channel_record> {
   /// Something happened that this channel's steps may answer.
   void event();
   void felt(const neighbour& other);
-  /// Subscribers get what has changed.
+  /// Subscribers get what has changed; all figures together, when one of them is worth it.
   void refresh();
 
   struct view {
@@ -75,22 +73,14 @@ class channel_record : public std::enable_shared_from_this<channel_record> {
  private:
   friend class channel_board;
 
-  static constexpr std::array figures{
-      &channel_verdict::target,    &channel_verdict::measured,    &channel_verdict::error,
-      &channel_verdict::dead_band, &channel_verdict::headroom_up, &channel_verdict::headroom_down,
-      &channel_verdict::age};
-
-  /// Which figures there are none of, and what their errors are made of.
-  struct absence_of_figures {
-    std::bitset<figures.size()> absent;
-    channel_reason reason = channel_reason::not_looked_at;
-    std::string failure;
-    float attenuation = no_figure;
-
-    bool tells_as(const absence_of_figures& other) const;
+  /// What the figures of the record were when subscribers were told of them last.
+  struct told_figures {
+    channel_verdict verdict;
+    unsigned steps = 0;
+    float neighbour_moved = 0;
   };
-  absence_of_figures absent_now() const;
 
+  bool take_news();
   template <float channel_verdict::*Figure>
   float figure();
   channel_history history(const view& of) const;
@@ -100,8 +90,8 @@ class channel_record : public std::enable_shared_from_this<channel_record> {
   unsigned id_ = 0;
   unsigned frequency_ = 0;
   bool is_rx_ = true;
-  std::vector<std::shared_ptr<nx::api::lazy_node>> nodes_;  // those of the figures first
-  absence_of_figures refreshed_;  // by the last refresh; of the loop's thread
+  std::vector<std::shared_ptr<nx::api::lazy_node>> counts_;  // told whatever a person would see
+  std::vector<std::shared_ptr<nx::api::lazy_node>> nodes_;
 
   // What the board remembers between two walks; under the plan's mutex.
   float error_ = no_figure;
@@ -112,6 +102,7 @@ class channel_record : public std::enable_shared_from_this<channel_record> {
 
   mutable std::mutex mutex_;  // guards the view
   view view_;
+  told_figures told_;
 };
 
 }  // namespace insight

@@ -1,5 +1,7 @@
 // What a page sees of the tree: present values, changes, a daemon that goes and comes back, and
 // what was missed meanwhile.
+#include <atomic>
+
 #include "tests/unit/gateway/gateway_fixture.h"
 
 namespace {
@@ -118,6 +120,36 @@ TEST_F(events, a_client_that_does_not_read_is_closed_and_others_are_not_held_up)
   power->update("6");
   page->read_until("\"value\":6}");
   EXPECT_LT(deaf->read_all().size(), 60u * 50'000u) << "it was served to the end";
+}
+
+TEST_F(events, what_a_page_plots_is_kept_for_ten_minutes_by_the_gateway) {
+  std::atomic<std::int64_t> minutes{0};
+  const auto begin = std::chrono::system_clock::now();
+  bounds.now = [&] { return begin + std::chrono::minutes(minutes); };
+  const auto measured = value_node::create(db, "insight/client/1/rx/measured", "-3.5");
+  serve_tree();
+  start();
+  const auto page = watch("path=insight/client/1/rx/measured");
+  const std::string address = "/api/v1/history?path=insight/client/1/rx/measured";
+  ask_until(get(address), "\"value\":-3.5}");
+  const auto tell = [&](std::int64_t at, const std::string& value) {
+    minutes = at;
+    measured->update(value);
+    page->read_until("\"value\":" + value + '}');
+  };
+  tell(4, "-4");
+  measured->fail({-61, "dark"});
+  page->read_until("dark");
+  tell(8, "-5");
+  EXPECT_THAT(ask_until(get(address), "-5}"), testing::ContainsRegex("-3.5}.*-4}.*null}.*-5}]"));
+  tell(15, "-6");
+  const auto later = ask_until(get(address), "-6}");
+  EXPECT_THAT(later, Not(HasSubstr("-3.5")));
+  EXPECT_THAT(later, testing::ContainsRegex("null}.*-5}.*-6}]"))
+      << "what held at the beginning of the ten minutes is kept";
+  server.reset();
+  EXPECT_THAT(ask_until(get(address), "-6},{"), testing::ContainsRegex("-6}.*null}]"))
+      << "a daemon that is lost is a gap, and what led to it is told";
 }
 
 TEST_F(events, a_heartbeat_comes_while_nothing_changes) {

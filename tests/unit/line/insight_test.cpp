@@ -27,7 +27,7 @@ class explained_line : public testing::Test, protected test::line_bench {
   }
 
   void meet(const std::string& product) {
-    peer.fill_terminal(product, {channel});
+    peer.fill(product, {channel});
     meet_peer();
   }
   void cycle_with(float power, bool regulate = true) {
