@@ -10,11 +10,11 @@
 
 namespace gateway {
 
-/// What a scrape asks the tree for; a path that is not there is no fault.
+/// What a scrape asks the tree for; a path that is not there is no fault, and no path fits two.
 const std::vector<std::string>& scraped_patterns();
 
-/// `values` is an object of path and value, as `get` answers. Adds to `into`.
-void add_tree_metrics(const nx::json_value& values, family_set& into);
+/// `object` has path and value, as `get` answers. Adds to `into`.
+void add_tree_metrics(const nx::json_value& object, family_set& into);
 
 /// All that a scrape tells of the node; null is a daemon that does not answer.
 std::vector<prometheus::MetricFamily> scraped_families(const nx::json_value* values,
