@@ -42,6 +42,7 @@ class gateway_service {
   const trust trust_;
   const std::shared_ptr<tree_link> link_;
   const std::shared_ptr<tree_mirror> mirror_;
+  recorder recorder_;
   tree_api tree_api_;
   write_api write_api_;
   const std::unique_ptr<lab_api> lab_;  ///< null on a real node

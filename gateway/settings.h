@@ -36,6 +36,9 @@ struct settings {
   /// Events of a stream are gathered for this long.
   milliseconds event_pause{200};
   milliseconds tree_answer{5'000};
+  /// To the next try of a pattern that the tree refuses; what is no missing path waits up to 64
+  /// times as long.
+  milliseconds tree_retry{1'000};
 
   std::function<std::chrono::system_clock::time_point()> now = std::chrono::system_clock::now;
 };

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "gateway/api/history_entries.h"
 #include "platform/nexel_client/request_text.h"
 #include "platform/wire/json_text.h"
 
@@ -19,25 +20,6 @@ struct event_stream::resuming {
   std::vector<past> events;
   std::size_t outstanding = 0;
 };
-
-namespace {
-
-template <class Told>
-void for_each_entry(const nx::json_value* result, const std::string& path, Told told) {
-  if (!result || !result->IsObject()) return;
-  const auto entries = result->FindMember(path.c_str());
-  if (entries == result->MemberEnd() || !entries->value.IsArray()) return;
-  for (const auto& entry : entries->value.GetArray()) {
-    if (!entry.IsObject()) continue;
-    const auto time = entry.FindMember("time");
-    const auto value = entry.FindMember("value");
-    if (time == entry.MemberEnd() || value == entry.MemberEnd() || !time->value.IsString())
-      continue;
-    told(std::string(time->value.GetString()), value->value);
-  }
-}
-
-}  // namespace
 
 void event_stream::start(std::shared_ptr<byte_sink> sink, std::shared_ptr<tree_mirror> mirror,
                          const settings& bounds, boost::asio::io_context& io,

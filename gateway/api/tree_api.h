@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "gateway/http/exchange.h"
+#include "gateway/tree/recorder.h"
 #include "gateway/tree/tree_mirror.h"
 
 namespace gateway {
@@ -21,19 +22,24 @@ void answer_values(tree_link& link, const request& asked, const respond& done);
 class tree_api {
  public:
   static constexpr std::size_t most_patterns = 16;
+  /// Patterns that may wait for the daemon before the next reading is refused.
+  static constexpr std::size_t most_questions = 512;
 
-  tree_api(boost::asio::io_context& io, std::shared_ptr<tree_mirror> mirror, const settings& bounds)
-      : io_(io), mirror_(std::move(mirror)), settings_(bounds) {}
+  tree_api(boost::asio::io_context& io, std::shared_ptr<tree_mirror> mirror, const recorder& past,
+           const settings& bounds)
+      : io_(io), mirror_(std::move(mirror)), past_(past), settings_(bounds) {}
 
   void values(const request& asked, const respond& done) {
     answer_values(mirror_->link(), asked, done);
   }
+  /// What the daemon keeps, and of a recorded path the gateway's own record behind it.
   void history(const request& asked, const respond& done);
   void events(const request& asked, const respond& done);
 
  private:
   boost::asio::io_context& io_;
   const std::shared_ptr<tree_mirror> mirror_;
+  const recorder& past_;
   const settings& settings_;
 };
 

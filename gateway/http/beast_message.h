@@ -3,7 +3,9 @@
 
 #include <boost/beast/http/message.hpp>
 #include <boost/beast/http/string_body.hpp>
+#include <chrono>
 #include <optional>
+#include <string>
 
 #include "gateway/http/exchange.h"
 
@@ -19,6 +21,16 @@ struct read_request {
   std::optional<answer> refused;
 };
 read_request from_beast(const beast_request& message);
+
+/// The answer to a header that leaves open where its body ends, so that what follows cannot be told
+/// from another request: a coding other than chunked, or one in a version that has none.
+std::optional<answer> wrong_framing(const beast_request& header, bool chunked);
+
+/// The client holds its body back until it is told to go on.
+bool awaits_go_ahead(const beast_request& header);
+
+/// "Sat, 31 Jan 2026 12:00:00 GMT"
+std::string http_date(std::chrono::system_clock::time_point time);
 
 /// With the headers that every answer carries. Without its body for a HEAD.
 beast_response to_beast(answer&& made, unsigned version, bool keep_alive, bool head);

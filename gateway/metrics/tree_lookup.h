@@ -44,9 +44,4 @@ void for_each_object(const nx::json_value& values, const std::string& path, Told
   }
 }
 
-inline std::optional<double> cycle_number(const nx::json_value& values) {
-  const auto* cycle = value_at(values, "insight/cycle");
-  return cycle && cycle->IsObject() ? number_at(*cycle, "number") : std::nullopt;
-}
-
 }  // namespace gateway

@@ -16,8 +16,8 @@ const std::vector<std::string>& scraped_patterns();
 /// `values` is an object of path and value, as `get` answers. Adds to `into`.
 void add_tree_metrics(const nx::json_value& values, family_set& into);
 
-/// "client", direction, channel and frequency in THz of data/client/ID/SIDE/..., as labels.
-metric_labels channel_labels(const nx::json_value& values, std::string_view id,
-                             std::string_view direction);
+/// All that a scrape tells of the node; null is a daemon that does not answer.
+std::vector<prometheus::MetricFamily> scraped_families(const nx::json_value* values,
+                                                       const std::string& node);
 
 }  // namespace gateway

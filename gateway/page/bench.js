@@ -8,6 +8,7 @@ import { thzText } from "./text.js";
 const shiftGhz = 60;
 const addedLoss = 3; // dB
 const noise = 0.4; // dB, sigma
+const retryAfter = 1000;
 const monitors = {
   wss_edge: "data/ocm/1/channel/*/powerLevel",
   ocm: "data/port/*/channel/*/powerLevel",
@@ -27,8 +28,13 @@ export class Bench {
     this.#build();
   }
 
+  /// The plant may come later than the page.
   async #build() {
-    const states = await lab.read(`config/node/${this.#node}/nexel/*/state`);
+    const states = await lab.read(`config/node/${this.#node}/nexel/*/state`).catch(() => undefined);
+    if (!states) {
+      setTimeout(() => this.#build(), retryAfter);
+      return;
+    }
     this.#devices = Object.keys(states).map((path) => path.split("/")[4]);
     byId("bench-groups").append(
       this.#fibres(), this.#lasers(), this.#devicesGroup(), this.#losses(), this.#noise());

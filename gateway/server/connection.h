@@ -48,6 +48,8 @@ class connection final : public byte_sink,
   void await_request();
   void read_header();
   void header_read(const error_code& error);
+  void go_ahead();
+  void read_body();
   void body_read(const error_code& error);
   void read_failed(const error_code& error);
   void dispatch();
@@ -71,6 +73,8 @@ class connection final : public byte_sink,
   bool refusing_ = false;
   bool streaming_ = false;
   bool head_ = false;
+  bool first_ = true;  ///< nothing was asked yet
+  std::ptrdiff_t header_fields_ = 0;
   std::size_t counted_bytes_ = 0;
   std::size_t drained_bytes_ = 0;
   boost::beast::flat_buffer buffer_;

@@ -44,6 +44,8 @@ class tree_link : public nx::line_stream::owner, public std::enable_shared_from_
 
   bool is_up() const { return up_; }
   const std::string& address() const { return address_.text(); }
+  /// Calls that are not answered yet.
+  std::size_t waiting() const { return pending_.size(); }
 
   /// Without a connection the call fails at once, with -107.
   void call(const std::string& method, const std::string& params_text, answered done);

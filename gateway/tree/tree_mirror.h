@@ -3,6 +3,7 @@
 #pragma once
 
 #include <boost/asio/steady_timer.hpp>
+#include <chrono>
 #include <map>
 #include <memory>
 #include <set>
@@ -44,6 +45,8 @@ class tree_mirror : public tree_link::listener, public std::enable_shared_from_t
   void stop();
 
  private:
+  using clock = std::chrono::steady_clock;
+
   void tree_connected() override;
   void tree_lost() override;
   void tree_event(const nx::json_value& params) override;
@@ -53,14 +56,22 @@ class tree_mirror : public tree_link::listener, public std::enable_shared_from_t
   void subscribed(topic& to, const nx::json_value* result, const nx_error* error);
   void let_go(const std::string& pattern);
   void put(const std::string& path, const std::string& time, const std::string& member);
+  void refused(const std::string& pattern, std::int32_t code);
   void retry_refused();
+  void subscribe_due();
   void tell_later();
   void tell();
+
+  /// A pattern that the tree does not let us subscribe to, for now.
+  struct refusal {
+    std::chrono::milliseconds pause;
+    clock::time_point due;
+  };
 
   const settings& settings_;
   const std::shared_ptr<tree_link> link_;
   std::map<std::string, std::weak_ptr<topic>> topics_;
-  std::set<std::string> refused_;
+  std::map<std::string, refusal> refused_;
   std::set<mirror_watcher*> watchers_;
   boost::asio::steady_timer pause_timer_;
   boost::asio::steady_timer retry_timer_;

@@ -26,6 +26,15 @@ std::string_view name_of(std::string_view host) {
   return host.substr(0, colon);
 }
 
+/// A page of elsewhere makes the browser ask, be it for the cost alone. A link to here is another
+/// thing.
+bool asked_by_other_page(const request& asked) {
+  const auto site = asked.header("sec-fetch-site");
+  if (site.empty() || site == "same-origin" || site == "none") return false;
+  return !asked.reads() || asked.header("sec-fetch-mode") != "navigate" ||
+         asked.header("sec-fetch-dest") != "document";
+}
+
 answer ask_for_token(const char* scheme) {
   auto made = refusal(unauthorized, "This needs the gateway's token");
   made.headers.emplace_back("WWW-Authenticate", scheme);
@@ -48,6 +57,9 @@ std::optional<answer> trust::check(const request& asked) const {
   if (rules_.loopback && !names_this_gateway(asked.header("host"))) {
     return refusal(misdirected, "The Host of the request is no name of this gateway; see --host");
   }
+  if (asked_by_other_page(asked)) {
+    return refusal(forbidden, "A page of another origin has nothing to ask here");
+  }
   if (asked.path == "/healthz") return std::nullopt;
   if (asked.asked == method::put || asked.asked == method::post) return check_write(asked);
   if (rules_.loopback) return std::nullopt;
@@ -62,9 +74,7 @@ std::optional<answer> trust::check_write(const request& asked) const {
   }
   const auto origin = asked.header("origin");
   const auto own = (rules_.tls ? "https://" : "http://") + lower(asked.header("host"));
-  const auto site = asked.header("sec-fetch-site");
-  if ((!origin.empty() && lower(origin) != own) ||
-      (!site.empty() && site != "same-origin" && site != "none")) {
+  if (!origin.empty() && lower(origin) != own) {
     return refusal(forbidden, "A page of another origin writes nothing here");
   }
   if (!to_plant && !rules_.token->is_shown_by(asked.header("authorization")))

@@ -54,6 +54,13 @@ void lazy_value_base<T>::subscribe(std::shared_ptr<nx_session> session, const st
 }
 
 template <class T>
+bool lazy_value_base<T>::is_news(const result_t& what) const {
+  if (!told_ || told_->index() != what.index()) return true;
+  if (is_same_ == nullptr || std::holds_alternative<nx_error>(what)) return *told_ != what;
+  return !is_same_(std::get<T>(*told_), std::get<T>(what));
+}
+
+template <class T>
 void lazy_value_base<T>::tell_subscribers() {
   const std::lock_guard lock(mutex_);
   if (!has_subscribers()) {
@@ -62,7 +69,7 @@ void lazy_value_base<T>::tell_subscribers() {
     return;
   }
   auto value = present();
-  if (told_ && *told_ == value) return;
+  if (!is_news(value)) return;
   send_event_impl(event_of(get_path(0), value), false);
   told_ = std::make_unique<result_t>(std::move(value));
 }

@@ -41,8 +41,14 @@ class lazy_node : public nx_db_event_node {
 template <class T>
 class lazy_value_base : public lazy_node {
  public:
+  /// Whether a subscriber who was told the one needs not be told the other.
+  using sameness = bool (*)(const T& told, const T& now);
+
   explicit lazy_value_base(const std::string& name);
   ~lazy_value_base() override;
+
+  /// In place of equality; before the first refresh, and on its thread.
+  void compare_by(sameness is_same) { is_same_ = is_same; }
 
   /// Throws whatever the getter throws.
   void get(const std::string& path, json_allocator& allocator, json_value& result) override;
@@ -62,8 +68,10 @@ class lazy_value_base : public lazy_node {
 
   void tell_subscribers() override;
   result_t present();
+  bool is_news(const result_t& what) const;
   json_document event_of(const std::string& path, const result_t& what) const;
 
+  sameness is_same_ = nullptr;
   std::mutex mutex_;                // locked before the session's and the owner's
   std::unique_ptr<result_t> told_;  // what subscribers have; null while there are none
 };

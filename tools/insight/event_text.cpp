@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdlib>
 #include <set>
 
@@ -67,6 +68,28 @@ std::string guard_end_text(const event& what) {
                      withheld.empty() ? "" : fmt::format(", {} writes withheld", withheld));
 }
 
+/// ", 2.7 dB too weak"
+std::string exhaustion_text(const event& what) {
+  const auto error = detail_of(what, "error");
+  const auto reason = detail_of(what, "reason");
+  if (!reason.empty()) return ": " + reason;
+  if (error.empty() || error == "null") return "";
+  const double by = std::strtod(error.c_str(), nullptr);
+  return fmt::format(", {:.1f} dB too {}", std::fabs(by), by > 0 ? "strong" : "weak");
+}
+
+/// "written: 4.5", "written 30 times until 12:00:09, at last: 4.5"
+std::string write_text(const event& what) {
+  constexpr std::size_t date = 11;
+  constexpr std::size_t clock = 8;
+  const auto writes = detail_of(what, "writes");
+  const auto until = detail_of(what, "until");
+  const auto value = detail_of(what, "value");
+  if (writes.empty() || until.size() < date) return "written" + behind(": ", value);
+  return fmt::format("written {} times until {}, at last{}", writes, until.substr(date, clock),
+                     behind(": ", value));
+}
+
 /// What happened, without on whom.
 std::string text_of(const event& what) {
   const auto& kind = what.kind;
@@ -74,7 +97,9 @@ std::string text_of(const event& what) {
   if (kind == "lit") return "has light";
   if (kind == "dark") return "has gone dark";
   if (kind == "arrived") return "is on target" + after(what) + steps_text(what);
-  if (kind == "exhausted") return "is exhausted" + behind(", ", detail_of(what, "why"));
+  if (kind == "stalled") return "is not regulated" + reason;
+  if (kind == "resumed") return "is regulated again" + after(what);
+  if (kind == "exhausted") return "is exhausted" + exhaustion_text(what);
   if (kind == "guardBegan") return "guard " + detail_of(what, "guard") + " begins" + reason;
   if (kind == "guardEnded") return guard_end_text(what);
   if (kind == "loopDown") return "loop down" + reason;
@@ -85,7 +110,7 @@ std::string text_of(const event& what) {
   if (kind == "peerLost") return "lost" + behind(", it was ", detail_of(what, "product"));
   if (kind == "channelAdded") return "added";
   if (kind == "channelRemoved") return "removed";
-  if (kind == "parameterWritten") return "written" + behind(": ", detail_of(what, "value"));
+  if (kind == "parameterWritten") return write_text(what);
   if (kind == "startFailed") return "start fails" + reason;
   return other_details(what);
 }
@@ -151,7 +176,7 @@ std::string what_text(const group& of) {
   event bare = *of.first;
   bare.details.erase("seconds");
   bare.details.erase("steps");
-  bare.details.erase("why");
+  bare.details.erase("error");
   bare.details.erase("withheld");
   return text_of(bare);
 }

@@ -130,12 +130,12 @@ struct line_row {
 // clang-format off
 constexpr std::array line_rows{
     line_row{line_state::no_fibre, cause::fibre_cut, "The fibre is cut or unplugged", "cut"},
-    line_row{line_state::no_supervisory_link, cause::link_down, "The supervisory link is down", ""},
-    line_row{line_state::no_peer, cause::no_peer, "There is no peer, so the line is not regulated", ""},
-    line_row{line_state::peer_not_known, cause::peer_unknown, "The peer is not known, so the line is not regulated", ""},
-    line_row{line_state::peer_stands_still, cause::peer_stands_still, "The readings of the peer stand still", ""},
+    line_row{line_state::no_supervisory_link, cause::link_down, "The supervisory link is down", "stalled"},
+    line_row{line_state::no_peer, cause::no_peer, "There is no peer, so the line is not regulated", "stalled"},
+    line_row{line_state::peer_not_known, cause::peer_unknown, "The peer is not known, so the line is not regulated", "stalled"},
+    line_row{line_state::peer_stands_still, cause::peer_stands_still, "The readings of the peer stand still", "stalled"},
     line_row{line_state::exhausted, cause::line_exhausted, "The line is at the end of its range", "exhausted"},
-    line_row{line_state::far_preamp_saturated, cause::far_preamp_saturated, "The far preamp is saturated", ""},
+    line_row{line_state::far_preamp_saturated, cause::far_preamp_saturated, "The far preamp is saturated", "stalled"},
     line_row{line_state::device_failed, cause::line_device, "A device of the line fails", ""},
 };
 // clang-format on
@@ -155,7 +155,8 @@ void add_line(const node_insight& node, std::vector<finding>& found) {
   }
   if (row->of == cause::line_device && is_found(found, cause::device_silent)) return;
   finding line{row->of, "line", fmt::format("{}: {}", row->head, node.of_line.why), "", "", ""};
-  if (*row->event != '\0') line.since = time_of(open_event(node, "line", {row->event}, {"mended"}));
+  if (*row->event != '\0')
+    line.since = time_of(open_event(node, "line", {row->event}, {"mended", "resumed"}));
   const auto* lost = open_event(node, "peer", {"peerLost"}, {"peerIdentified"});
   if (lost != nullptr && row->of == cause::no_peer) {
     line.of = cause::peer_lost;

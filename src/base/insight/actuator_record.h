@@ -20,6 +20,8 @@ class actuator_record {
   /// target, an unblock. Turns before it are no sign of hunting, and the next step turns nothing.
   void event();
 
+  /// Since the record began.
+  unsigned steps() const { return steps_; }
   /// To the minute: of the minute that runs, and of the 59 before.
   unsigned steps_last_hour(time_point now) const;
   unsigned reversals_last_hour(time_point now) const;
@@ -44,6 +46,7 @@ class actuator_record {
   std::array<of_minute, minutes_kept> minutes_{};  // by minute, modulo 60
   std::int64_t newest_ = -1;                       // minute of the newest place
   std::array<time_point, turns_of_hunting> turns_{};
+  unsigned steps_ = 0;
   unsigned turn_count_ = 0;  // since the last event, up to the size of turns_
   float last_change_ = 0;    // 0 after an event: nothing to turn round
   std::optional<time_point> last_step_;

@@ -42,7 +42,7 @@ class channel_record : public std::enable_shared_from_this<channel_record> {
   /// Something happened that this channel's steps may answer.
   void event();
   void felt(const neighbour& other);
-  /// Subscribers get what has changed.
+  /// Subscribers get what has changed; all figures together, when one of them is worth it.
   void refresh();
 
   struct view {
@@ -64,6 +64,7 @@ class channel_record : public std::enable_shared_from_this<channel_record> {
   float get_headroom_up();
   float get_headroom_down();
   float get_age();
+  unsigned get_steps();
   unsigned get_steps_last_hour();
   /// {"cause", "begin", "underWay", "seconds", "steps", "largestStep", "largestExcursion",
   /// "neighbour": {"channel", "moved"} or null, "waitsFor" while under way}
@@ -72,6 +73,14 @@ class channel_record : public std::enable_shared_from_this<channel_record> {
  private:
   friend class channel_board;
 
+  /// What the figures of the record were when subscribers were told of them last.
+  struct told_figures {
+    channel_verdict verdict;
+    unsigned steps = 0;
+    float neighbour_moved = 0;
+  };
+
+  bool take_news();
   template <float channel_verdict::*Figure>
   float figure();
   channel_history history(const view& of) const;
@@ -81,6 +90,7 @@ class channel_record : public std::enable_shared_from_this<channel_record> {
   unsigned id_ = 0;
   unsigned frequency_ = 0;
   bool is_rx_ = true;
+  std::vector<std::shared_ptr<nx::api::lazy_node>> counts_;  // told whatever a person would see
   std::vector<std::shared_ptr<nx::api::lazy_node>> nodes_;
 
   // What the board remembers between two walks; under the plan's mutex.
@@ -92,6 +102,7 @@ class channel_record : public std::enable_shared_from_this<channel_record> {
 
   mutable std::mutex mutex_;  // guards the view
   view view_;
+  told_figures told_;
 };
 
 }  // namespace insight

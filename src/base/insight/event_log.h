@@ -11,6 +11,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -30,6 +31,8 @@ enum class event_kind : unsigned char {
   loop_up,
   cut,
   mended,
+  stalled,  ///< the line stands still, and waits for a person
+  resumed,
   peer_identified,
   peer_lost,
   channel_added,
@@ -66,6 +69,11 @@ class event_log {
   static event_log& instance();
 
   void tell(event_kind kind, std::string on, std::vector<detail> details = {});
+  /// The same parameter written again within ten seconds stays one event: that of the first write,
+  /// with the newest value, how many there were, and when the last.
+  void tell_written(const std::string& path, const std::string& value);
+  /// Tells who watches what such a row of writes came to, when it has ended; in each cycle.
+  void settle();
 
   /// Puts "insight/log" on the tree: a string, its newest event, with all of them as its history.
   void publish(nx_db& db);
@@ -78,10 +86,22 @@ class event_log {
  private:
   class node;
 
-  event_log();
+  /// The newest event of a parameter.
+  struct written {
+    std::uint64_t number;  ///< of the event, counted from the process' start
+    std::chrono::steady_clock::time_point last;
+    unsigned writes = 1;
+  };
 
-  mutable std::mutex mutex_;
+  event_log();
+  event* find(const written& row);
+  void add(event what);
+  void send(const event& what);
+
+  mutable std::mutex mutex_;  // guards what follows
   std::deque<event> events_;
+  std::uint64_t told_ = 0;                            // events since the start
+  std::unordered_map<std::string, written> written_;  // by path; those whose row may go on
   std::vector<std::weak_ptr<node>> nodes_;
 };
 

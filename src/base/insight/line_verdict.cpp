@@ -52,6 +52,7 @@ constexpr auto rows = std::to_array<row>({
     {line_reason::gain_fits, at_rest, "the preamp's gain is set for the span of {0:.1f} dB that comes in"},
     {line_reason::managed_elsewhere, not_regulated, "in this mode the management software tells the span"},
     {line_reason::no_attenuator, not_regulated, "this model has no VOA on the line: the far end makes up for the span"},
+    {line_reason::node_leaves_alone, not_regulated, "left alone: {3}{4}"},
 });
 // clang-format on
 

@@ -51,6 +51,7 @@ enum class line_reason : unsigned char {
   gain_fits,          ///< gain, span
   managed_elsewhere,  ///< management software gives the span
   no_attenuator,      ///< a model without a line VOA
+  node_leaves_alone,  ///< word: why
   count
 };
 

@@ -150,6 +150,8 @@ json_value rest_of_side(const node_facts& node, bool is_rx, json_allocator& allo
     all.worst.AddMember("reversals", number(reversals), allocator);
   }
   json_value side(rapidjson::kObjectType);
+  const auto* name = is_rx ? "client rx" : "client tx";
+  side.AddMember("up", std::ranges::count(node.faults, name, &loop_fault::loop) == 0, allocator);
   side.AddMember("stepsLastHour", number(all.steps), allocator);
   side.AddMember("reversalsLastHour", number(all.reversals), allocator);
   side.AddMember("hunts", !all.hunting.Empty(), allocator);
@@ -177,6 +179,7 @@ nx::json_document rest_of(const node_facts& node) {
   document.AddMember("client rx", rest_of_side(node, true, allocator), allocator);
   document.AddMember("client tx", rest_of_side(node, false, allocator), allocator);
   json_value line(rapidjson::kObjectType);
+  line.AddMember("up", state_of(node.line.reason) != line_state::device_failed, allocator);
   line.AddMember("stepsLastHour", number(node.voa.steps_last_hour(node.now)), allocator);
   line.AddMember("reversalsLastHour", number(node.voa.reversals_last_hour(node.now)), allocator);
   line.AddMember("hunts", node.voa.is_hunting(node.now), allocator);

@@ -45,9 +45,9 @@ struct node_facts {
 /// rest; peer ORVA-LITE".
 std::string summary_of(const node_facts& node);
 
-/// {"client rx": {"stepsLastHour", "reversalsLastHour", "hunts", "hunting": [channels], "worst":
-/// {"channel", "steps", "reversals"} or null}, "client tx", "line": {"stepsLastHour",
-/// "reversalsLastHour", "hunts"}}
+/// {"client rx": {"up", "stepsLastHour", "reversalsLastHour", "hunts", "hunting": [channels],
+/// "worst": {"channel", "steps", "reversals"} or null}, "client tx", "line": {"up",
+/// "stepsLastHour", "reversalsLastHour", "hunts"}}. A loop that is up runs through its cycles.
 nx::json_document rest_of(const node_facts& node);
 
 }  // namespace insight

@@ -21,6 +21,7 @@
 #include "base/insight/device_board.h"
 #include "base/insight/event_log.h"
 #include "base/insight/loop_watch.h"
+#include "base/insight/stall_watch.h"
 #include "base/manager/insight.h"
 #include "base/manager/interface.h"
 #include "base/manager/ladders.h"
@@ -177,6 +178,7 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   std::shared_ptr<::insight::device_board> devices_ = std::make_shared<::insight::device_board>();
   std::shared_ptr<ladders> ladders_ = std::make_shared<ladders>();
   ::insight::loop_watch line_watch_{"line"};
+  ::insight::stall_watch stall_watch_;
   ::insight::loop_watch rx_watch_{"client rx"};
   ::insight::loop_watch tx_watch_{"client tx"};
   std::shared_ptr<overview> overview_ = std::make_shared<overview>();

@@ -32,11 +32,14 @@ void base<RX_T, TX_T>::cycle(nx_db& db, const std::shared_ptr<device::interfaces
   constexpr std::chrono::microseconds pause{500000};
   cycles_.require();
   auto& waiting = helpers::waiting::instance();
+  ::insight::event_log::instance().settle();
   if (!automation::instance().is_regulating()) {
     LUMORA_LOG(1, "Automation mode not allowed, sleeping.");
     helpers::service_manager::instance().status("Not regulating, as the automation mode asks");
     client_rx_->note_idle();
     client_tx_->note_idle();
+    line_->note_idle(automation::instance().to_string());
+    ladders_->note_idle();
     overview_->note_cycle({.is_regulating = false});
     waiting.sleep(pause_when_not_regulating);
     return;
@@ -163,6 +166,7 @@ void base<RX_T, TX_T>::watch_loops(const loop_states& ok) {
   line_watch_.look(ok.line && line_->is_operational(), failures_.line);
   rx_watch_.look(ok.rx && client_rx_->operational, failures_.rx);
   tx_watch_.look(ok.tx && client_tx_->operational, failures_.tx);
+  stall_watch_.look(line_->get_verdict(), helpers::waiting::instance().steady_now());
   line_->refresh_insight();
 }
 

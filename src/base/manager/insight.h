@@ -4,6 +4,7 @@
 // Threads: note_cycle on the manager thread; the getters on the server's.
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -16,6 +17,18 @@
 class nx_db;
 
 namespace manager {
+
+/// How long the cycles took, since the start.
+struct cycle_times {
+  /// Quick devices take milliseconds, one that hangs 2 s.
+  static constexpr std::array bounds{0.005, 0.01, 0.025, 0.05, 0.1, 0.25, 0.5, 1.0, 2.5, 5.0, 10.0};
+
+  std::uint64_t count = 0;
+  double seconds = 0;
+  std::array<std::uint64_t, bounds.size()> within{};  ///< up to that bound
+
+  void add(double lasted);
+};
 
 /// One cycle of the main loop, up to its pause.
 struct cycle_record {
@@ -38,11 +51,14 @@ class insight : public std::enable_shared_from_this<insight> {
   /// {"number", "begin", "seconds", "waited", "requests", "waits", "turn"}; waited: seconds of it
   /// spent waiting for answers of devices.
   nx::json_document get_cycle();
+  /// {"count", "seconds": the sum, "within": [[bound in s, cycles that took up to that]]}
+  nx::json_document get_cycles();
 
  private:
   std::shared_ptr<nx::api::value_group> values_ = nx::api::value_group::create(1);
-  std::mutex mutex_;  // guards the record
+  std::mutex mutex_;  // guards what follows
   cycle_record cycle_;
+  cycle_times times_;
 };
 
 }  // namespace manager

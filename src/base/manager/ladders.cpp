@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/guards/line_span.h"
+#include "base/insight/news.h"
 #include "base/manager/loops/line_peer.h"
 #include "base/manager/remote/api.h"
 #include "helpers/calibration.h"
@@ -113,10 +114,10 @@ nx::json_document document_of(const ::insight::ladder_book& book) {
 void ladders::setup_api(nx_db& db, const std::string& product) {
   const auto* model = models::find_told(product);
   switch_inside_ = model != nullptr && model->plant.drop_switch_mid_stage;
-  using namespace nx::api;
+  using ::insight::told_value;
   const auto self = shared_from_this();
-  nodes_.push_back(lazy_value<&ladders::get_rx>::create(db, "insight/ladder/rx", self));
-  nodes_.push_back(lazy_value<&ladders::get_tx>::create(db, "insight/ladder/tx", self));
+  nodes_.push_back(told_value<&ladders::get_rx>(db, "insight/ladder/rx", self));
+  nodes_.push_back(told_value<&ladders::get_tx>(db, "insight/ladder/tx", self));
 }
 
 bool ladders::is_look_due() const {
@@ -129,6 +130,17 @@ void ladders::look(const device_board& devices, const std::shared_ptr<remote::ap
   const far_end far(peer, last_look_);
   out_.look(view_out(devices, far, std::move(out)), last_look_);
   in_.look(view_in(devices, far, std::move(in), switch_inside_), last_look_);
+  refresh();
+}
+
+void ladders::note_idle() {
+  last_look_ = helpers::waiting::instance().steady_now();
+  out_.look({}, last_look_);
+  in_.look({}, last_look_);
+  refresh();
+}
+
+void ladders::refresh() {
   for (const auto& node : nodes_)
     node->refresh();
 }

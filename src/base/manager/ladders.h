@@ -31,11 +31,15 @@ class ladders : public std::enable_shared_from_this<ladders> {
   /// `out` and `in`: the lit channels as this node's monitors see them.
   void look(const ::insight::device_board& devices, const std::shared_ptr<remote::api>& peer,
             channels out, channels in);
+  /// Nothing is read, so nothing is known.
+  void note_idle();
 
   nx::json_document get_rx();
   nx::json_document get_tx();
 
  private:
+  void refresh();
+
   ::insight::ladder_book out_{::insight::light_way::rx};
   ::insight::ladder_book in_{::insight::light_way::tx};
   std::vector<std::shared_ptr<nx::api::lazy_node>> nodes_;

@@ -66,6 +66,8 @@ void line<T>::manage_line(nx_db& db, bool) {
       this->judge(base::line_reason::managed_elsewhere);
       break;
     default:
+      this->judge(base::line_reason::node_leaves_alone, {},
+                  "automation mode embedded sets it against an in-line amplifier alone");
       LUMORA_LOG_DIRECT(3, "manage_line",
                         "Automationmode neither managedCLI mode nor managedNetconfMode");
   }

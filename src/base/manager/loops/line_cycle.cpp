@@ -166,20 +166,30 @@ bool line_loop::open_after_coldstart() {
   return coldstart_done_;
 }
 
+// Mended with the first light, before that of the channels is told.
+void line_loop::tell_cut(bool is_cut) {
+  if (is_cut == is_cut_told_) return;
+  is_cut_told_ = is_cut;
+  using ::insight::event_kind;
+  ::insight::event_log::instance().tell(is_cut ? event_kind::cut : event_kind::mended,
+                                        guard_subject);
+}
+
 void line_loop::close_lost_fibre() {
   judge(line_reason::no_light);
+  tell_cut(true);
   if (line_connection_ == false) return continue_opening(false);
   LUMORA_LOG(2, "Preamp LOS and OSC Link down! Coldstarting fiber.");
   preamp_->disable();
   set_voa_default_attenuation();
   set_booster_enabled(false);
   line_connection_ = false;
-  ::insight::event_log::instance().tell(::insight::event_kind::cut, guard_subject);
   begin_with_new_fibre();
 }
 
 void line_loop::enable_amplifiers() {
   judge(line_reason::amplifiers_go_on);
+  tell_cut(false);
   LUMORA_LOG(2, "Enabling preamp.");
   preamp_->enable();
   LUMORA_LOG(2, "Enabling booster.");
@@ -201,7 +211,7 @@ void line_loop::work_on_open_fibre(nx_db& db, bool osc_up, bool regulate) {
 
 void line_loop::reopen_fibre() {
   LUMORA_LOG(2, "Line connection is back up.");
-  ::insight::event_log::instance().tell(::insight::event_kind::mended, guard_subject);
+  tell_cut(false);
   forget_measurements();
   set_voa_default_attenuation();
   begin_with_new_fibre();

@@ -83,23 +83,17 @@ bool line_loop::is_spanloss_check_due() {
 /// history under this node's name.
 struct remote_span {
   operation what;
-  float (manager::remote::api::*read)();
   line_loop::pushed_float line_loop::*node;
   const char* history;
 
   static const std::array<remote_span, 4> all;
 };
 
-using remote::api;
 const std::array<remote_span, 4> remote_span::all{{
-    {operation::get_oms_spanloss_tx, &api::get_oms_spanloss_tx, &line_loop::remote_spanloss_oms_tx_,
-     "oms_rx"},
-    {operation::get_oms_spanloss_rx, &api::get_oms_spanloss_rx, &line_loop::remote_spanloss_oms_rx_,
-     "oms_tx"},
-    {operation::get_ots_spanloss_tx, &api::get_ots_spanloss_tx, &line_loop::remote_spanloss_ots_tx_,
-     "ots_rx"},
-    {operation::get_ots_spanloss_rx, &api::get_ots_spanloss_rx, &line_loop::remote_spanloss_ots_rx_,
-     "ots_tx"},
+    {operation::get_oms_spanloss_tx, &line_loop::remote_spanloss_oms_tx_, "oms_rx"},
+    {operation::get_oms_spanloss_rx, &line_loop::remote_spanloss_oms_rx_, "oms_tx"},
+    {operation::get_ots_spanloss_tx, &line_loop::remote_spanloss_ots_tx_, "ots_rx"},
+    {operation::get_ots_spanloss_rx, &line_loop::remote_spanloss_ots_rx_, "ots_tx"},
 }};
 
 // All four, of the fibre as it is since it was opened.
@@ -116,7 +110,7 @@ bool line_loop::take_spanloss_samples() {
   std::array<float, remote_span::all.size()> losses{};
   try {
     std::transform(spans.begin(), spans.end(), losses.begin(),
-                   [this](const remote_span& span) { return (remote_.get()->*span.read)(); });
+                   [this](const remote_span& span) { return remote_->get<float>(span.what); });
   } catch (const nx_error&) {
     begin_guard(guards::line_known, "the peer does not tell its spans");
     judge(line_reason::spans_not_known);

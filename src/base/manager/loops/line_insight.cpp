@@ -1,5 +1,7 @@
 // What the line tells of its last cycle. The phases judge as they decide; what they say is shown as
 // a whole when the cycle has ended, so that no reader waits for one that waits for a device.
+#include <fmt/format.h>
+
 #include <algorithm>
 
 #include "base/manager/loops/line_loop.h"
@@ -78,7 +80,8 @@ void line_loop::publish_verdict() {
       state == no_peer || state == peer_not_known || state == no_supervisory_link;
   if (peer_is_missing && opening_ && opening_->awaits_peer) verdict_.preset = opening_->wanted;
   const std::lock_guard lock(told_mutex_);
-  if (peer_is_missing || state == no_fibre) {
+  const bool is_left_alone = verdict_.reason == line_reason::node_leaves_alone;
+  if (peer_is_missing || state == no_fibre || is_left_alone) {
     verdict_.attenuation = told_.attenuation;
   }
   told_.verdict = verdict_;
@@ -88,6 +91,13 @@ void line_loop::note_down(const std::string& failure) {
   begin_verdict();
   judge(line_reason::failed, {}, failure.empty() ? "it is not operational" : failure);
   publish_verdict();
+}
+
+void line_loop::note_idle(const std::string& mode) {
+  begin_verdict();
+  judge(line_reason::node_leaves_alone, {}, fmt::format("the automation mode is {}", mode));
+  publish_verdict();
+  refresh_insight();
 }
 
 void line_loop::refresh_insight() {
@@ -127,6 +137,10 @@ float line_loop::get_headroom_up() {
 float line_loop::get_headroom_down() {
   const float attenuation = known_attenuation();
   return voa_->get_max_attenuation() - attenuation;
+}
+
+unsigned line_loop::get_steps() {
+  return get_voa_record().steps();
 }
 
 unsigned line_loop::get_steps_last_hour() {

@@ -107,6 +107,8 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
 
   /// The loop is down and had no cycle; `failure` is what took it down.
   void note_down(const std::string& failure);
+  /// The node does not regulate, as its automation mode asks.
+  void note_idle(const std::string& mode);
   /// What the VOA shows, from the cycle's snapshot.
   void note_attenuation(float attenuation);
   /// Sends what has changed below "insight/line" to who watches; at the end of a cycle.
@@ -119,6 +121,7 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   std::string get_why();
   float get_headroom_up();    ///< how much the VOA can still open
   float get_headroom_down();  ///< how much it can still close
+  unsigned get_steps();
   unsigned get_steps_last_hour();
 
   // Getters of the published values.
@@ -282,6 +285,7 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   bool is_osc_up();
   bool open_after_coldstart();
   void close_lost_fibre();
+  void tell_cut(bool is_cut);
   void enable_amplifiers();
   void reopen_fibre();
   void show_light_that_was_on();
@@ -352,6 +356,7 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   std::optional<steady_point> coldstart_pause_ended_;
   bool coldstart_opened_ = false;
   bool is_light_shown_ = false;
+  bool is_cut_told_ = false;
 
   std::map<std::string, std::shared_ptr<nx::api::status_value<unsigned>>> alarms_;
   pushed_float spanloss_oms_tx_;

@@ -1,5 +1,6 @@
 // The values that the line publishes: path, source and interval on one line, in the order in which
 // they are created.
+#include "base/insight/news.h"
 #include "base/manager/loops/line_loop.h"
 
 namespace manager::loops {
@@ -55,6 +56,12 @@ struct line_values {
   static void lazy(nx_db& db, line_loop& owner, const row& what) {
     owner.insight_values_.push_back(
         nx::api::lazy_value<Getter>::create(db, what.path, owner.shared_from_this()));
+  }
+
+  template <auto Getter>
+  static void sentence(nx_db& db, line_loop& owner, const row& what) {
+    owner.insight_values_.push_back(
+        ::insight::told_value<Getter>(db, what.path, owner.shared_from_this()));
   }
 
   static const row table[];
@@ -120,9 +127,10 @@ const line_values::row line_values::table[] = {
     {"interface/line/1/data/remoteLength", polled<&line_loop::get_line_tx_fiber_length>, 1},
     {"data/line/1/tx/osc/loss", polled<&line_loop::get_osc_tx_loss>, 1},
     {"insight/line/state", lazy<&line_loop::get_state>, 0},
-    {"insight/line/why", lazy<&line_loop::get_why>, 0},
+    {"insight/line/why", sentence<&line_loop::get_why>, 0},
     {"insight/line/headroomUp", lazy<&line_loop::get_headroom_up>, 0},
     {"insight/line/headroomDown", lazy<&line_loop::get_headroom_down>, 0},
+    {"insight/line/steps", lazy<&line_loop::get_steps>, 0},
     {"insight/line/stepsLastHour", lazy<&line_loop::get_steps_last_hour>, 0},
 };
 // clang-format on

@@ -63,12 +63,12 @@ api::view api::present_view() const {
   return view_;
 }
 
-device::known_number api::find_known(device::operation what, std::optional<unsigned> id) const {
+device::known_number api::find_known(device::operation what, const std::string& part) const {
   const auto from = present_view();
   if (from.connection == client::no_connection || from.connection != client_->up()) {
     return std::nullopt;
   }
-  return from.adapter->find_known(from.values, what, id);
+  return from.adapter->find_known(from.values, what, part);
 }
 
 void api::create_values(nx_db& db) {

@@ -66,9 +66,9 @@ class api {
   /// The number behind the getter of that name, for whoever writes by it. Empty unless it came over
   /// the connection that is up now, and the newest that came was a measurement: no constant, no
   /// error, nothing beyond its kind's range. Its counts begin anew with each connection.
-  device::known_number known(device::operation what) const { return find_known(what, {}); }
+  device::known_number known(device::operation what) const { return find_known(what, ""); }
   device::known_number known(device::operation what, unsigned channel) const {
-    return find_known(what, channel);
+    return find_known(what, std::to_string(channel));
   }
 
   /// When the peer of the present connection was last seen to answer; empty without one. On the
@@ -80,43 +80,34 @@ class api {
   /// What the peer identified last calls itself; empty before the first. On the manager thread.
   const std::string& last_product() const { return last_identified_; }
 
-  std::string get_hostname();
-  float get_fiber_length();
-  float get_utilization();
-  float get_line_tx_total_power();
-  float get_line_rx_total_power();
-  float get_line_tx_power();
-  float get_line_rx_power();
-  float get_line_target_power();
-  float get_client_target_power();
-  std::string get_line_interface_name(const std::string& direction);
-  float get_dispersion();
-  float get_osc_loss();
-  float get_osc_attenuation();
-  float get_osc_tx_power();
-  float get_osc_rx_power();
-  float get_preamp_power_limit();
-  float get_preamp_gain();
-  float get_edfa_tx_saturation();
-  float get_edfa_tx_calibration();
-  float get_preamp_default_gain();
-  std::string get_channel_rx_status(unsigned id);
-  std::string get_channel_tx_status(unsigned id);
-  float get_channel_osnr(unsigned id);
-  float get_channel_tx_peak(unsigned id);
-  float get_channel_tx_ocm_power(unsigned id);
-  float get_channel_rx_power(unsigned id);
-  float get_channel_tx_power(unsigned id);
-  std::string get_spanloss_section();
-  float get_ots_spanloss_tx();
-  float get_ots_spanloss_rx();
-  float get_oms_spanloss_tx();
-  float get_oms_spanloss_rx();
-  float get_channel_detection_level();
-  float get_tdcm_dispersion();
-  float get_final_dispersion();
-  std::string get_fiber_type();
-  float get_tdcm_offset();
+  /// The value behind the getter of that name, or why there is none.
+  template <class Result>
+  Result get(device::operation what, const std::string& part = "") const {
+    const auto from = present_view();
+    return from.adapter->get<Result>(from.values, what, part);
+  }
+
+  // The getters: `get_fiber_length()`, `get_channel_osnr(id)` and so on, one for each row.
+#define PEER_GETTER_line(result, getter)           \
+  result getter() const {                          \
+    return get<result>(device::operation::getter); \
+  }
+#define PEER_GETTER_compensator(result, getter) PEER_GETTER_line(result, getter)
+#define PEER_GETTER_direction(result, getter)                 \
+  result getter(const std::string& direction) const {         \
+    return get<result>(device::operation::getter, direction); \
+  }
+#define PEER_GETTER_channel(result, getter)                            \
+  result getter(unsigned id) const {                                   \
+    return get<result>(device::operation::getter, std::to_string(id)); \
+  }
+#define PEER_VALUE(result, getter, scope, ...) PEER_GETTER_##scope(result, getter)
+#include "base/manager/remote/device/peer_values.def"
+#undef PEER_VALUE
+#undef PEER_GETTER_line
+#undef PEER_GETTER_compensator
+#undef PEER_GETTER_direction
+#undef PEER_GETTER_channel
 
  private:
   using channel_ids = std::vector<unsigned>;
@@ -162,12 +153,7 @@ class api {
   void update_flags();
 
   view present_view() const;
-  device::known_number find_known(device::operation what, std::optional<unsigned> id) const;
-
-  template <class Result, class... Parameters, class... Args>
-  Result forward(Result (device::interface::*operation)(const device::subscriber_ptr&,
-                                                        Parameters...),
-                 const Args&... args);
+  device::known_number find_known(device::operation what, const std::string& part) const;
 
   std::shared_ptr<manager::remote::client> client_;
   mutable nx::ranked_mutex mutex_{nx::lock_rank::peer};  // guards the view alone
