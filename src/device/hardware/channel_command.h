@@ -1,4 +1,4 @@
-// Commands by which the selka devices' channels come and go.
+// Commands that add and remove channels on the selka devices.
 #pragma once
 
 #include <string>
@@ -7,8 +7,8 @@ class nexel_client_api;
 
 namespace device::hardware {
 
-/// Writes the request to the command and throws nx_error -5 with `failure` when the answer is
-/// false. Value: std::string, bool.
+/// Runs the command with the request, and throws nx_error -5 with `failure` if the answer is false.
+/// Value: std::string, bool.
 template <class Value>
 void run_channel_command(nexel_client_api& client, const std::string& path, const Value& request,
                          const char* failure);
