@@ -41,8 +41,7 @@ bool control<T>::can_regulate(std::shared_ptr<device::interfaces::wss> wss,
   // The base first: it keeps its history and its log line up to date whatever the operator wants.
   const bool possible = base::can_regulate(std::move(wss), power_difference);
   if (!is_admin_down()) return possible;
-  this->conclude(
-      insight::channel_reason::blocked);  // the status has changed since the cycle checked it
+  this->conclude(insight::channel_reason::blocked);  // changed since the cycle looked
   return false;
 }
 
