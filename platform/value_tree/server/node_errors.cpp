@@ -7,7 +7,7 @@ namespace nx {
 nx_error current_node_error() {
   const auto found = current_failure();
   if (found.from != failure::kind::device) return found.as_error();
-  // A setter whose device failed: whoever wrote the value wants to know which and why.
+  // A setter whose device failed: the client wants to know which one and why.
   return {nx_error::foreign,
           found.path.empty() ? found.message : found.message + ": " + found.path};
 }
