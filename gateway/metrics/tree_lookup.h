@@ -1,5 +1,5 @@
-// Reading a JSON object of path and value, as `get` answers: empty for what is missing or of
-// another type. A command's JSON may stand as a value or as its text.
+// Access to a JSON object of paths and values, as returned by `get`: empty if a path is missing or
+// has another type. JSON may appear as a value or as its text.
 #pragma once
 
 #include <rapidjson/document.h>

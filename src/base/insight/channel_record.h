@@ -97,10 +97,10 @@ class channel_record : public std::enable_shared_from_this<channel_record> {
 
   // What the board remembers between two walks; under the plan's mutex.
   float error_ = no_figure;
-  float rest_error_ = no_figure;  ///< its error when no channel of the board was moving
+  float rest_error_ = no_figure;  ///< its error when no channel of the board was under way
   bool is_settled_ = false;
   bool is_under_way_ = false;
-  bool took_part_ = false;  ///< was moving in this walk
+  bool took_part_ = false;  ///< was under way in this walk
 
   mutable std::mutex mutex_;  // guards the view
   view view_;
