@@ -1,5 +1,6 @@
 // lumora_bench_daemon: what the whole daemon costs with a full band. Prints the rest of the table
-// that lumora_bench_server begins; of it a part alone, "late" or "rest".
+// that lumora_bench_server begins; of it a part alone, "late", "adds" (of those that are late) or
+// "rest".
 #include <fmt/format.h>
 
 #include <exception>
@@ -12,8 +13,8 @@ int main(int argc, char** argv) try {
   const std::string only = argc > 1 ? argv[1] : "";
   bench::daemon_figures figures;
   bool reached = true;
-  if (only != "rest") reached = bench::measure_late_nodes();
-  if (only != "late") reached = figures.measure() && reached;
+  if (only != "rest") reached = bench::measure_late_nodes(only);
+  if (only.empty() || only == "rest") reached = figures.measure() && reached;
   return reached ? 0 : 1;
 } catch (const std::exception& failure) {
   fmt::print(stderr, "lumora_bench_daemon: {}\n", failure.what());

@@ -51,10 +51,10 @@ class nexel_client_api : public nexel_client_base {
   template <class R>
   R set(const std::string& path, const char* value);
 
-  /// A write that is in flight when this returns; `wait_for` returns its answer. Value: float,
-  /// const char*.
-  template <class Value>
-  std::future<void> send_set(const std::string& path, Value value);
+  /// A write that is in flight when this returns; `wait_for` returns its answer. R and Value: void
+  /// with float or const char*, bool with std::string.
+  template <class R, class Value>
+  std::future<R> send_set(const std::string& path, const Value& value);
 
   /// Waits for one answer to what `server_call` or `send_set` has sent. T: void, bool, float,
   /// unsigned int, std::string. While waiting it calls `gives_up` now and then; if that returns

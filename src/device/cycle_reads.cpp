@@ -2,6 +2,7 @@
 
 #include <rapidjson/document.h>
 
+#include <algorithm>
 #include <future>
 #include <utility>
 
@@ -31,6 +32,8 @@ std::string name_of(const nexel_client_api& client) {
 using answer = std::variant<bool, float, unsigned, std::string, nx_client_exception>;
 using answers_by_path = std::map<std::string, answer>;
 
+}  // namespace
+
 /// A request in flight.
 class pending_read {
  public:
@@ -45,6 +48,8 @@ class pending_read {
  private:
   nexel_client_api& client_;
 };
+
+namespace {
 
 template <class T>
 class pending_value : public pending_read {
@@ -142,6 +147,10 @@ std::unique_ptr<pending_read> prepare(read_wish::type what, nexel_client_api& cl
 
 }  // namespace
 
+cycle_reads::cycle_reads() = default;
+
+cycle_reads::~cycle_reads() = default;
+
 cycle_reads::scope::scope(cycle_reads& reads) : former_(std::exchange(current_reads, &reads)) {}
 
 cycle_reads::scope::~scope() {
@@ -172,41 +181,65 @@ std::chrono::steady_clock::time_point cycle_reads::age_clock() const {
 
 void cycle_reads::fetch(const std::vector<read_wish>& wishes) {
   answers_.clear();
+  under_way_.clear();
   cost_ = {};
   complete(wishes);
 }
 
 void cycle_reads::complete(const std::vector<read_wish>& wishes) {
+  const auto prepared = prepare_requests(wishes);
+  if (under_way_.empty()) return;
+  const waiting_time counted(under_way_.size(), this);
+  send(prepared);
+  take_answers(under_way_.begin());
+}
+
+void cycle_reads::ask_ahead(const std::vector<read_wish>& wishes) {
+  send(prepare_requests(wishes));
+}
+
+void cycle_reads::send(const requests& prepared) {
+  for (const auto& [nexel, one] : prepared)
+    one.first->server_call(one.second);
+}
+
+cycle_reads::requests cycle_reads::prepare_requests(const std::vector<read_wish>& wishes) {
   std::set<key> asked;
-  std::vector<std::unique_ptr<pending_read>> pending;
-  // Proxies of one nexel have separate clients; the first one asks for all.
-  std::map<std::string, std::pair<nexel_client_api*, std::shared_ptr<nexel_request>>> requests;
+  requests prepared;
   for (const auto& wish : wishes) {
     const auto nexel = name_of(*wish.client);
     if (is_kept({nexel, wish.path})) continue;
     const bool by_pattern = !wish.pattern.empty() && !without_patterns_.contains(nexel);
     const auto& path = by_pattern ? wish.pattern : wish.path;
     if (!asked.emplace(nexel, path).second) continue;
-    auto& [client, request] = requests[nexel];
+    auto& [client, request] = prepared[nexel];
     if (!request) {
       request = std::make_shared<nexel_read_request>();
       client = wish.client.get();
     }
-    pending.push_back(by_pattern ? prepare<pending_pattern>(wish.what, *client, path)
-                                 : prepare<pending_value>(wish.what, *client, path));
-    request->add_object(pending.back()->object());
+    under_way_.push_back(by_pattern ? prepare<pending_pattern>(wish.what, *client, path)
+                                    : prepare<pending_value>(wish.what, *client, path));
+    request->add_object(under_way_.back()->object());
   }
-  if (pending.empty()) return;
+  return prepared;
+}
+
+void cycle_reads::collect(const std::string& nexel) {
+  const auto first = std::stable_partition(
+      under_way_.begin(), under_way_.end(),
+      [&](const std::unique_ptr<pending_read>& each) { return name_of(each->client()) != nexel; });
+  if (first == under_way_.end()) return;
+  const waiting_time counted(static_cast<std::size_t>(under_way_.end() - first), this);
+  take_answers(first);
+}
+
+void cycle_reads::take_answers(reads_under_way::iterator first) {
   std::map<std::string, std::map<std::string, answer>> told;
-  {
-    const waiting_time counted(pending.size(), this);
-    for (const auto& [nexel, one] : requests)
-      one.first->server_call(one.second);
-    for (const auto& each : pending) {
-      const auto nexel = name_of(each->client());
-      if (!each->collect(told[nexel])) without_patterns_.insert(nexel);
-    }
+  for (auto each = first; each != under_way_.end(); ++each) {
+    const auto nexel = name_of((*each)->client());
+    if (!(*each)->collect(told[nexel])) without_patterns_.insert(nexel);
   }
+  under_way_.erase(first, under_way_.end());
   keep(std::move(told));
 }
 
@@ -247,6 +280,7 @@ T cycle_reads::ask(nexel_client_api& client, const std::string& path) {
 template <class T>
 T cycle_reads::get(nexel_client_api& client, const std::string& path) {
   const key of{name_of(client), path};
+  collect(of.first);
   if (const auto* what = find<T>(of)) {
     if (const auto* error = std::get_if<nx_client_exception>(what)) throw *error;
     return std::get<T>(*what);
@@ -259,6 +293,9 @@ T cycle_reads::get(nexel_client_api& client, const std::string& path) {
 
 void cycle_reads::forget(const nexel_client_api& client, std::string_view part) {
   const auto nexel = name_of(client);
+  std::erase_if(under_way_, [&](const std::unique_ptr<pending_read>& each) {
+    return name_of(each->client()) == nexel;
+  });
   const auto from = answers_.lower_bound({nexel, {}});
   for (auto each = from; each != answers_.end() && each->first.first == nexel;) {
     const bool holds = part.empty() || each->first.second.find(part) != std::string::npos;

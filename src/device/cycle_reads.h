@@ -2,10 +2,12 @@
 // beginning of the cycle it is requested from all nexels at once, each path once, and awaited once.
 // Reads by the proxies on the same thread are then answered from it. Reads that were not declared
 // are made when needed, and kept for the rest of the cycle, or for a second; a write to a device
-// makes its kept readings stale.
+// makes its kept readings stale. A channel command has its own snapshot: what it will need from one
+// device is already in flight while it waits for another.
 //
-// Used by one thread, the manager's, while a `scope` exists; polled values and commands do their
-// own reads on other threads. Failures are kept too, and thrown where the reading is used.
+// Used by one thread while a `scope` exists, the manager's or that of a channel command; polled
+// values and other commands do their own reads. Failures are kept too, and thrown where the reading
+// is used.
 #pragma once
 
 #include <chrono>
@@ -21,6 +23,7 @@
 #include "platform/wire/nx_client_exception.h"
 
 class nexel_client_api;
+class nexel_request;
 
 namespace device {
 
@@ -36,8 +39,15 @@ struct read_wish {
   std::string pattern{};
 };
 
+class pending_read;
+
 class cycle_reads {
  public:
+  cycle_reads();
+  ~cycle_reads();
+  cycle_reads(const cycle_reads&) = delete;
+  cycle_reads& operator=(const cycle_reads&) = delete;
+
   /// Makes `reads` the calling thread's snapshot for the scope's lifetime.
   class scope {
    public:
@@ -80,6 +90,9 @@ class cycle_reads {
   /// In the same way, requests those reads that are not kept, as after a write.
   void complete(const std::vector<read_wish>& wishes);
 
+  /// As `complete`, but returns at once: the first `get` of such a path waits for its nexel.
+  void ask_ahead(const std::vector<read_wish>& wishes);
+
   /// T: bool, float, unsigned int, std::string. Throws nx_client_exception.
   template <class T>
   T get(nexel_client_api& client, const std::string& path);
@@ -101,6 +114,16 @@ class cycle_reads {
   };
   using key = std::pair<std::string, std::string>;  // nexel, path
 
+  using reads_under_way = std::vector<std::unique_ptr<pending_read>>;
+  // By nexel. Proxies of one nexel have clients of their own; the first one asks for all.
+  using requests =
+      std::map<std::string, std::pair<nexel_client_api*, std::shared_ptr<nexel_request>>>;
+
+  requests prepare_requests(const std::vector<read_wish>& wishes);
+  static void send(const requests& prepared);
+  /// Waits for what that nexel was asked ahead.
+  void collect(const std::string& nexel);
+  void take_answers(reads_under_way::iterator first);
   /// By nexel, then by path.
   void keep(std::map<std::string, std::map<std::string, answer>> told);
   template <class T>
@@ -112,6 +135,7 @@ class cycle_reads {
   std::chrono::steady_clock::time_point age_clock() const;
 
   std::map<key, kept> answers_;
+  reads_under_way under_way_;
   std::set<std::string> without_patterns_;  // nexels
   cost cost_;
   std::chrono::nanoseconds all_waits_{0};

@@ -1,15 +1,17 @@
 // The writes to a device during a walk over channels are sent at once, one after the other, and
 // awaited together after the walk: forty steps cost one answer from the switch instead of forty.
-// The nexel carries them out in the order in which they were sent.
+// The nexel carries them out in the order in which they were sent. The same goes for the commands
+// that remove a channel from its devices, which do not depend on each other's answers.
 //
-// Used by one thread, the manager's, while a `scope` exists. A failure is thrown when the result of
-// the turn that made the write is asked for.
+// Used by one thread, the manager's or that of a channel command, while a `scope` exists. A failure
+// is thrown when the result of the turn that made the write is asked for.
 #pragma once
 
 #include <cstddef>
 #include <exception>
 #include <future>
 #include <string>
+#include <variant>
 #include <vector>
 
 class nexel_client_api;
@@ -36,6 +38,9 @@ class cycle_writes {
   /// The client must outlive the `wait`. Value: float, const char*.
   template <class Value>
   void send(nexel_client_api& client, const std::string& path, Value value);
+  /// A command: an answer of false fails it with nx_error -5 and that text, a literal.
+  void send_command(nexel_client_api& client, const std::string& path, const std::string& request,
+                    const char* failure);
 
   /// Number of writes sent so far, which is the index of the next turn's first write.
   std::size_t sent() const { return pending_.size(); }
@@ -48,9 +53,11 @@ class cycle_writes {
   struct pending {
     nexel_client_api* client;
     std::string path;
-    std::future<void> answer;
+    std::variant<std::future<void>, std::future<bool>> answer;
+    const char* refusal = "";
     std::exception_ptr failure{};
   };
+  static void wait(pending& each);
 
   std::vector<pending> pending_;
 };

@@ -44,6 +44,8 @@ class interface {
   /// The same for a channel; `blocking`: its loop blocks and unblocks channels.
   virtual void declare_channel_reads(unsigned /*channel*/, bool /*blocking*/,
                                      std::vector<read_wish>&) {}
+  /// Adds what `has_channel` reads.
+  virtual void declare_presence_read(unsigned /*channel*/, std::vector<read_wish>&) {}
 };
 
 }  // namespace device

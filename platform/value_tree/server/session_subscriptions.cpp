@@ -20,6 +20,11 @@ nx_error limit_error() {
                                limits::subscriptions_per_session)};
 }
 
+nx_error pattern_limit_error() {
+  return {no_room, fmt::format("More than {} bytes of patterns of a session",
+                               limits::pattern_bytes_per_session)};
+}
+
 }  // namespace
 
 void session::subscribe(const std::string& path, json_allocator& allocator, json_value& result) {
@@ -58,7 +63,10 @@ void session::subscribe_pattern(const std::string& pattern, json_allocator& allo
                                 json_value& result, std::unique_lock<std::recursive_mutex>& lock) {
   // First the pattern, then the nodes that are there: one that comes between is in both.
   host_->has_patterns = true;
-  if (!outbox_.add_pattern(pattern)) throw limit_error();
+  if (!outbox_.add_pattern(pattern)) {
+    const auto bytes = outbox_.pattern_bytes() + pattern.size();
+    throw bytes > limits::pattern_bytes_per_session ? pattern_limit_error() : limit_error();
+  }
   const request_call call{host_->db, this, allocator, result};
   constexpr unsigned stride = 64;
   unsigned count = 0;

@@ -23,6 +23,7 @@ class selka_ocm : public with_subscriptions<device::interfaces::ocm> {
   void subscribe() override;
   void unsubscribe() override;
   bool has_channel(unsigned channel) override;
+  void declare_presence_read(unsigned channel, std::vector<read_wish>& wishes) override;
 
   float get_total_power() override;
   float get_channel_power(unsigned channel) override;
@@ -30,6 +31,8 @@ class selka_ocm : public with_subscriptions<device::interfaces::ocm> {
   bool is_channel_detected(unsigned channel) override;
   float get_channel_detect_level(unsigned channel) override;
   void set_channel_detect_level(float level) override;
+  /// Asks for the channel's values right behind the command, so that both are answered together and
+  /// `subscribe_channel` finds them.
   void add_channel(unsigned center, unsigned width) override;
   void remove_channel(unsigned center) override;
   void create_channel_plan(const std::string& json) override;

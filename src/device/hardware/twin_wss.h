@@ -27,6 +27,7 @@ class twin_wss : public with_subscriptions<device::interfaces::wss> {
   void subscribe() override;
   void unsubscribe() override;
   bool has_channel(unsigned channel) override;
+  void declare_presence_read(unsigned channel, std::vector<read_wish>& wishes) override;
 
   /// Throws nx_error -5 while the store is away.
   void set_attenuation(unsigned channel, float value) override;

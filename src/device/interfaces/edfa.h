@@ -14,6 +14,8 @@ class edfa : public device::interface {
   virtual float get_rx_power() = 0;
   virtual float get_tx_power() = 0;
   virtual float get_power_limit() = 0;
+  /// Adds what `get_power_limit` reads.
+  virtual void declare_limit_read(std::vector<read_wish>&) {}
   virtual float get_gain() = 0;
   virtual void set_gain(float gain) = 0;
   virtual float get_min_gain() = 0;

@@ -78,6 +78,13 @@ void client_rx<T>::apply_target(float top) {
     control->set_target_output_power(target);
     LUMORA_LOG(1, "Setting target output power for channel {} to {}", channel->get_id(), target);
   }
+  // What the attenuation rests on is asked for at once.
+  device::cycle_reads reads;
+  const device::cycle_reads::scope scope(reads);
+  std::vector<device::read_wish> wishes;
+  this->edfa_->declare_limit_read(wishes);
+  voa_->declare_reads(wishes);
+  reads.ask_ahead(wishes);
   set_voa_attenuation(calculate_voa_attenuation_from_top(top, reference_width));
 }
 

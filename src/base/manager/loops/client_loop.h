@@ -171,7 +171,9 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   void add_to_device(Device& device, unsigned frequency, Add&& add);
   void program_channel(unsigned frequency, unsigned width, unsigned port,
                        const std::string& version);
+  void ask_for_limit();
   void finish_adding(nx_db& db, unsigned frequency);
+  void remove_from_devices(unsigned frequency);
   template <class Device>
   void remove_from_device(Device& device, const char* message, unsigned frequency);
 

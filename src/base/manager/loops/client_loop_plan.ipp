@@ -115,6 +115,8 @@ void client_loop<T>::add_channel(nx_db& db, unsigned frequency, unsigned width, 
     // added.
     const std::lock_guard lock(plan_->get_mutex());
     require_loaded_plan();
+    device::cycle_reads reads;
+    const device::cycle_reads::scope scope(reads);
     const bool known = plan_has(frequency, width, port);
     if (!known) require_fit(frequency, width);
     if (!known) program_channel(frequency, width, port, version);
@@ -140,9 +142,19 @@ void client_loop<T>::add_to_device(Device& device, unsigned frequency, Add&& add
   add();
 }
 
+/// The channel's values on the tree will want it: it is answered while the switch takes the
+/// channel.
+template <class T>
+void client_loop<T>::ask_for_limit() {
+  std::vector<device::read_wish> wishes;
+  edfa_->declare_limit_read(wishes);
+  if (auto* reads = device::cycle_reads::current()) reads->ask_ahead(wishes);
+}
+
 template <class T>
 void client_loop<T>::program_channel(unsigned frequency, unsigned width, unsigned port,
                                      const std::string& version) {
+  ask_for_limit();
   add_to_device(*wss_, frequency, [&] { wss_->add_channel(frequency, width, port, version); });
   add_to_device(*ocm_, frequency, [&] { ocm_->add_channel(frequency, width); });
   plan_->add_channel(frequency, width, port, version);
@@ -177,13 +189,30 @@ void client_loop<T>::remove_from_device(Device& device, const char* message, uns
   helpers::guarded([&] { device.remove_channel(frequency); });
 }
 
+/// Neither device's answer decides about the other: both are asked together, and told together.
+template <class T>
+void client_loop<T>::remove_from_devices(unsigned frequency) {
+  device::cycle_reads reads;
+  const device::cycle_reads::scope reading(reads);
+  std::vector<device::read_wish> wishes;
+  wss_->declare_presence_read(frequency, wishes);
+  ocm_->declare_presence_read(frequency, wishes);
+  reads.ask_ahead(wishes);
+  device::cycle_writes writes;
+  const device::cycle_writes::scope writing(writes);
+  remove_from_device(*wss_, "Removing channel {} from WSS device.", frequency);
+  remove_from_device(*ocm_, "Removing channel {} from OCM device.", frequency);
+  writes.wait();
+  for (std::size_t i = 0; i < writes.sent(); ++i)
+    helpers::guarded([&] { writes.throw_failure(i, i + 1); });
+}
+
 template <class T>
 void client_loop<T>::remove_channel(unsigned frequency) {
   const auto remove = [&] {
     const std::lock_guard lock(plan_->get_mutex());
     require_loaded_plan();
-    remove_from_device(*wss_, "Removing channel {} from WSS device.", frequency);
-    remove_from_device(*ocm_, "Removing channel {} from OCM device.", frequency);
+    remove_from_devices(frequency);
     plan_->remove_channel(frequency);
     plan_->get_board()->remove(frequency);
     broken_adds_.erase(frequency);
