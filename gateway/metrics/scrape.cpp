@@ -34,7 +34,7 @@ scrape::scrape(std::shared_ptr<tree_link> link) : link_(std::move(link)), node_(
 
 void scrape::metrics(const request& asked, const respond& done) {
   waiting_.emplace_back(form_for(asked.header("accept")).open, done);
-  if (waiting_.size() > 1) return;  // it is under way
+  if (waiting_.size() > 1) return;  // a request is in progress
   ask();
 }
 

@@ -37,8 +37,8 @@ number lit_osc(number power) {
   return power ? guards::lit_osc_power(*power) : std::nullopt;
 }
 
-/// The far end, for as long as it is known and shows signs of life: what it told before tells
-/// nothing of the light as it is now.
+/// The far end, as long as it is known and shows signs of life: older reports say nothing about the
+/// present light.
 class far_end {
  public:
   far_end(const std::shared_ptr<remote::api>& api, std::chrono::steady_clock::time_point now)
@@ -59,7 +59,7 @@ const board_numbers& board() {
   return calibration::instance().board();
 }
 
-/// At the connector, as the line's own values have it.
+/// At the connector, like the line's own values.
 number line_output(const device_board& devices, number booster) {
   const auto attenuation = devices.number("voa", "attenuation");
   const auto insertion_loss = devices.number("voa", "insertionLoss");

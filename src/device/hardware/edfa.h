@@ -1,4 +1,4 @@
-// An amplifier behind its nexel.
+// Proxy of an amplifier.
 #pragma once
 
 #include <memory>

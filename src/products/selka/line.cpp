@@ -40,8 +40,8 @@ void line<T>::follow_measured_span() {
   }
 }
 
-// As the parameter's setter does; a gain that the preamp does not take is written again at growing
-// pauses.
+// Like the parameter's setter; a gain that the preamp does not accept is written again at growing
+// intervals.
 template <class T>
 void line<T>::follow_span(float span_loss) {
   const auto now = helpers::waiting::instance().steady_now();
