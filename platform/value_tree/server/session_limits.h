@@ -27,12 +27,14 @@ class session_limits {
   /// Why there is no room for one more; empty if there is.
   std::optional<nx_error> refusal(origin from) const;
 
-  /// Of those from the neighbour's address that have asked for nothing since `time` the oldest but
-  /// one, or the only one; null if there is none. The oldest is likely the neighbour itself.
-  std::shared_ptr<session> idle_neighbour(std::chrono::steady_clock::time_point time) const;
+  /// Who from the neighbour's address gives way to another from there; null if nobody has to. Of
+  /// those that have asked for nothing since `time` the oldest but one: the oldest is likely the
+  /// neighbour itself. Else the oldest that has been there since then and is subscribed to nothing,
+  /// as the neighbour is once it has read what it meets. Else the only idle one.
+  std::shared_ptr<session> gives_way(std::chrono::steady_clock::time_point time) const;
 
   void entered(const std::shared_ptr<session>& one, origin from) {
-    sessions_.emplace(one, place{from, ++entered_});
+    sessions_.emplace(one, place{from, ++entered_, std::chrono::steady_clock::now()});
   }
   void left(const std::shared_ptr<session>& one) { sessions_.erase(one); }
   bool on_link(const std::shared_ptr<session>& one) const;
@@ -44,6 +46,7 @@ class session_limits {
   struct place {
     origin from;
     unsigned long number;  // counts those who entered
+    std::chrono::steady_clock::time_point since;
   };
   std::map<std::shared_ptr<session>, place> sessions_;
   unsigned long entered_ = 0;
