@@ -12,10 +12,10 @@
 #include <mutex>
 #include <string>
 #include <utility>
-#include <variant>
 
 #include "api/async_volatile_value.h"
 #include "api/attach.h"
+#include "api/reading.h"
 #include "platform/value_tree/nx_db_node.h"
 
 namespace nx::api {
@@ -44,7 +44,7 @@ class lazy_value_base : public lazy_node {
   explicit lazy_value_base(const std::string& name);
   ~lazy_value_base() override;
 
-  /// Throws what the getter throws.
+  /// Throws what the getter throws, or the error that it returns.
   void get(const std::string& path, json_allocator& allocator, json_value& result) override;
   /// Does not fail on a value in error: the answer then is an object of "code" and "message".
   void subscribe(std::shared_ptr<nx_session> session, const std::string& path,
@@ -54,11 +54,12 @@ class lazy_value_base : public lazy_node {
   json_value get_info(json_allocator& allocator) const override;
 
  protected:
-  virtual T read_getter() = 0;
+  virtual reading<T> read() = 0;
 
  private:
-  using result_t = std::variant<T, nx_error>;
+  using result_t = reading<T>;
 
+  result_t checked();
   void tell_subscribers() override;
   result_t present();
   json_document event_of(const std::string& path, const result_t& what) const;
@@ -67,12 +68,33 @@ class lazy_value_base : public lazy_node {
   std::unique_ptr<result_t> told_;  // what subscribers have; none while there are none
 };
 
+/// By what the getter returns: T, or a reading of it.
+template <class Result>
+class lazy_getter_base : public lazy_value_base<Result> {
+ public:
+  using lazy_value_base<Result>::lazy_value_base;
+
+ protected:
+  virtual Result read_getter() = 0;
+  reading<Result> read() override { return read_getter(); }
+};
+
+template <class T>
+class lazy_getter_base<reading<T>> : public lazy_value_base<T> {
+ public:
+  using lazy_value_base<T>::lazy_value_base;
+
+ protected:
+  virtual reading<T> read_getter() = 0;
+  reading<T> read() override { return read_getter(); }
+};
+
 template <auto Getter>
 class lazy_value
     : public async_volatile_value<
-          lazy_value_base<typename member_traits<decltype(Getter)>::result_type>, Getter> {
+          lazy_getter_base<typename member_traits<decltype(Getter)>::result_type>, Getter> {
   using base =
-      async_volatile_value<lazy_value_base<typename member_traits<decltype(Getter)>::result_type>,
+      async_volatile_value<lazy_getter_base<typename member_traits<decltype(Getter)>::result_type>,
                            Getter>;
 
  public:
