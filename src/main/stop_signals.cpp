@@ -31,8 +31,10 @@ void catch_stop_signals() {
   ::sigaction(SIGINT, &action, nullptr);
   ::sigaction(SIGTERM, &action, nullptr);
   std::signal(SIGPIPE, SIG_IGN);
-  // A node outlives the terminal it was started from.
-  std::signal(SIGHUP, SIG_IGN);
+  // A node outlives the terminal it was started from, and whoever takes it for another service: one
+  // that opens its log anew, or tells its state.
+  for (const int stray : {SIGHUP, SIGUSR1, SIGUSR2})
+    std::signal(stray, SIG_IGN);
 }
 
 stop_relay::stop_relay(std::function<void()> stop)
