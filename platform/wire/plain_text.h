@@ -14,8 +14,11 @@ inline bool skip_text(std::string_view& text, std::string_view expected) {
   return true;
 }
 
+/// Printable ASCII that stands between quotes in JSON as it is.
+bool is_plain(std::string_view text);
+
 /// Takes a string off the front, from behind its opening quote to its closing one. False unless it
-/// is printable ASCII without escapes, which stands in JSON as it is.
+/// is plain.
 bool take_plain_string(std::string_view& text, std::string_view& content);
 
 }  // namespace nx

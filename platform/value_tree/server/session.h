@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/threads/light_mutex.h"
 #include "platform/value_tree/nx_session.h"
 #include "platform/value_tree/server/request_handler.h"
 #include "platform/value_tree/server/session_host.h"
@@ -146,7 +147,7 @@ class session : public nx_session, public subscription_port {
   bool stalled_ = false;  // requests wait until the client has taken answers
 
   // Whoever sends holds it, and for no longer than the socket takes without waiting.
-  std::mutex sending_mutex_;
+  light_mutex sending_mutex_;
   std::string sending_;
   std::size_t sent_ = 0;
   std::size_t sending_counted_ = 0;  // in what waits in all sessions
