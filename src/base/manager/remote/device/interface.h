@@ -1,6 +1,6 @@
-// The one shape in which remote::api sees any peer: what is asked of it, and its values by the
-// column of its product family. What a family does not have is refused with a fixed text, since
-// polled values publish it. Families differ by their facts alone.
+// How remote::api sees any peer: what to subscribe, and its values according to its product family.
+// A value that the family lacks is refused with a fixed text, which polled values publish. Families
+// differ only in their facts.
 //
 // Called from several threads at once; nothing changes after construction.
 // Getters throw nx_error -22: the family lacks the value, or the peer has not delivered it yet.

@@ -1,5 +1,5 @@
-// The table of peer_values.def as data: for each operation what it gives with each product family,
-// and what a peer of the family is asked to tell.
+// The rows of peer_values.def as data: what each operation returns for each product family, and the
+// paths to subscribe on a peer of a family.
 //
 // Pure functions on any thread; they throw nothing.
 #pragma once
@@ -43,7 +43,7 @@ struct words {
 
 using cell = std::variant<path, refusal, words, float>;
 
-/// What the peer tells: numbers of a kind, or a value of another type.
+/// What the peer sends: a number of some kind, a text or a truth value.
 struct told {
   constexpr told(::device::reading_kind of) : kind(of) {}
   constexpr told(::device::value_type of) : type(of) {}
@@ -63,11 +63,11 @@ struct row {
 
 const row& row_of(operation what);
 
-/// What a peer of the family is asked for, in its order: of the line, and of a channel.
+/// What to subscribe on a peer of the family, in its order: for the line, and for one channel.
 std::vector<::device::wanted_path> line_paths_of(family peer, bool compensates);
 std::vector<::device::wanted_path> channel_paths_of(family peer, unsigned id);
 
-/// Numbers of the line that never stand still: measured all the time, they show noise.
+/// Values of the line that always change, since they are measured and therefore noisy.
 std::span<const operation> restless_values();
 
 }  // namespace manager::remote::device
