@@ -34,7 +34,7 @@ scrape::scrape(std::shared_ptr<tree_link> link) : link_(std::move(link)), node_(
 
 void scrape::metrics(const request& asked, const respond& done) {
   waiting_.emplace_back(form_for(asked.header("accept")).open, done);
-  if (waiting_.size() > 1) return;  // it is under way
+  if (waiting_.size() > 1) return;  // a request is in progress
   ask();
 }
 
@@ -54,7 +54,6 @@ void scrape::answered(gathering& all, const nx::json_value* result, const nx_err
   if (result && result->IsObject()) {
     auto& allocator = all.values.GetAllocator();
     for (const auto& member : result->GetObject()) {
-      if (all.values.HasMember(member.name)) continue;
       all.values.AddMember(nx::json_value(member.name, allocator),
                            nx::json_value(member.value, allocator), allocator);
     }

@@ -22,7 +22,7 @@ namespace {
 enum class kind { number, light, flag, count };
 
 struct metric_row {
-  const char* path;  ///< of a channel: what follows ID/SIDE/
+  const char* path;  ///< of a channel: the part after ID/SIDE/
   const char* name;
   const char* help;
   const char* label = nullptr;
@@ -66,19 +66,19 @@ constexpr auto of_node = std::to_array<metric_row>({
 });
 // clang-format on
 
-std::optional<double> reading(const nx::json_value& values, const std::string& path, kind what) {
+std::optional<double> reading(const tree_values& values, const std::string& path, kind what) {
   if (what == kind::flag) {
     const auto flag = flag_at(values, path);
     return flag ? std::optional<double>(*flag ? 1 : 0) : std::nullopt;
   }
   const auto number = number_at(values, path);
-  // No amplifier or monitor of a node tells light below this: -99 and -96 stand for darkness.
+  // No amplifier or monitor of a node reports light below this: -99 and -96 mean darkness.
   constexpr double darkest_dbm = -70.0;
   if (number && what == kind::light && *number < darkest_dbm) return std::nullopt;
   return number;
 }
 
-void add_row(const nx::json_value& values, const std::string& path, const metric_row& row,
+void add_row(const tree_values& values, const std::string& path, const metric_row& row,
              metric_labels labels, family_set& into) {
   const auto value = reading(values, path, row.what);
   if (!value) return;
@@ -99,9 +99,9 @@ void add_states(const char* name, const char* help, std::span<const states::stat
 }
 
 /// Direction, channel and frequency in THz of data/client/ID/SIDE/..., as labels.
-metric_labels channel_labels(const nx::json_value& values, std::string_view id,
+metric_labels channel_labels(const tree_values& values, std::string_view id,
                              std::string_view direction) {
-  // An ID is the centre in units of 10 MHz, but on a node that counts its channels.
+  // An ID is the centre in units of 10 MHz, except on a node that numbers its channels.
   constexpr double lowest_centre = 1e6;
   constexpr double units_per_thz = 1e5;
   double centre = 0;
@@ -116,13 +116,13 @@ metric_labels channel_labels(const nx::json_value& values, std::string_view id,
   return labels;
 }
 
-void add_channel(const nx::json_value& values, std::string_view id, std::string_view direction,
+void add_channel(const tree_values& values, std::string_view id, std::string_view direction,
                  family_set& into) {
   const auto labels = channel_labels(values, id, direction);
   const auto data = fmt::format("data/client/{}/{}/", id, direction);
   const auto insight = fmt::format("insight/client/{}/{}/", id, direction);
   for (const auto& row : told) {
-    // In the dark the power is what the monitor's floor comes to at the client port.
+    // In the dark, the power would be the monitor's floor converted to the client port.
     if (row.what == kind::light && flag_at(values, data + "peak") != true) continue;
     add_row(values, data + row.path, row, labels, into);
   }
@@ -132,8 +132,8 @@ void add_channel(const nx::json_value& values, std::string_view id, std::string_
              states::channel_states(), text_at(values, insight + "state"), labels, into);
 }
 
-/// Of alarms/WHERE.../WHAT/severity.
-void add_alarm(const nx::json_value& values, std::string_view path, double severity,
+/// For alarms/WHERE.../WHAT/severity.
+void add_alarm(const tree_values& values, std::string_view path, double severity,
                family_set& into) {
   constexpr std::string_view before = "alarms/";
   constexpr std::string_view behind = "/severity";
@@ -156,7 +156,7 @@ void add_alarm(const nx::json_value& values, std::string_view path, double sever
 }
 
 /// insight/guards: {"GUARD":{"withheld":N,"active":[...]}}
-void add_guards(const nx::json_value& values, family_set& into) {
+void add_guards(const tree_values& values, family_set& into) {
   for_each_object(values, "insight/guards", [&](const std::string& guard, const auto& entry) {
     if (const auto withheld = number_at(entry, "withheld")) {
       into.counter("lumora_guard_withheld_total", "Writes that the guard has withheld",
@@ -170,7 +170,7 @@ void add_guards(const nx::json_value& values, family_set& into) {
 }
 
 /// insight/rest: {"LOOP":{"up":true,"hunts":false,...},...}
-void add_loops(const nx::json_value& values, family_set& into) {
+void add_loops(const tree_values& values, family_set& into) {
   for_each_object(values, "insight/rest", [&](const std::string& loop, const auto& entry) {
     if (const auto up = flag_at(entry, "up")) {
       into.gauge("lumora_loop_up", "1 while the loop runs through its cycles", {{"loop", loop}},
@@ -184,7 +184,7 @@ void add_loops(const nx::json_value& values, family_set& into) {
 }
 
 /// insight/cycles: {"count":N,"seconds":S,"within":[[BOUND,N],...]}, since the daemon's start.
-void add_cycles(const nx::json_value& values, family_set& into) {
+void add_cycles(const tree_values& values, family_set& into) {
   const auto* cycles = value_at(values, "insight/cycles");
   if (!cycles || !cycles->IsObject()) return;
   const auto count = number_at(*cycles, "count");
@@ -204,7 +204,7 @@ void add_cycles(const nx::json_value& values, family_set& into) {
   into.histogram("lumora_cycle_seconds", "Time that a cycle took, up to its pause", collected);
 }
 
-void add_spans(const nx::json_value& values, family_set& into) {
+void add_spans(const tree_values& values, family_set& into) {
   for (const char* section : {"oms", "ots"}) {
     for (const char* direction : {"rx", "tx"}) {
       const auto loss = number_at(values, fmt::format("data/spanloss/{}/{}", section, direction));
@@ -215,7 +215,7 @@ void add_spans(const nx::json_value& values, family_set& into) {
   }
 }
 
-void add_node(const nx::json_value& values, family_set& into) {
+void add_node(const tree_values& values, family_set& into) {
   for (const auto& row : of_node)
     add_row(values, row.path, row, {}, into);
   add_states("lumora_line_state", "1 for what the line is doing, 0 for all else",
@@ -260,10 +260,11 @@ const std::vector<std::string>& scraped_patterns() {
   return patterns;
 }
 
-void add_tree_metrics(const nx::json_value& values, family_set& into) {
-  if (!values.IsObject()) return;
+void add_tree_metrics(const nx::json_value& object, family_set& into) {
+  if (!object.IsObject()) return;
+  const tree_values values(object);
   std::set<std::pair<std::string_view, std::string_view>> channels;
-  for (const auto& member : values.GetObject()) {
+  for (const auto& member : object.GetObject()) {
     const std::string_view path(member.name.GetString(), member.name.GetStringLength());
     for (const char* pattern : {"data/client/*/*/*", "insight/client/*/*/*"}) {
       if (!nx::path_matches(pattern, path)) continue;

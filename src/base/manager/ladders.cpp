@@ -33,8 +33,12 @@ number lit(number power) {
   return power ? guards::lit_power(*power) : std::nullopt;
 }
 
-/// The far end, for as long as it is known and shows signs of life: what it told before tells
-/// nothing of the light as it is now.
+number lit_osc(number power) {
+  return power ? guards::lit_osc_power(*power) : std::nullopt;
+}
+
+/// The far end, as long as it is known and shows signs of life: older reports say nothing about the
+/// present light.
 class far_end {
  public:
   far_end(const std::shared_ptr<remote::api>& api, std::chrono::steady_clock::time_point now)
@@ -55,7 +59,7 @@ const board_numbers& board() {
   return calibration::instance().board();
 }
 
-/// At the connector, as the line's own values have it.
+/// At the connector, like the line's own values.
 number line_output(const device_board& devices, number booster) {
   const auto attenuation = devices.number("voa", "attenuation");
   const auto insertion_loss = devices.number("voa", "insertionLoss");
@@ -83,7 +87,7 @@ ladder_view view_out(const device_board& devices, const far_end& peer, ladders::
           .sent = line_output(devices, output),
           .received = lit(peer.told(operation::get_line_rx_power)),
           .osc_sent = moved(devices.number("sfp", "outputPower"), board().osctx_to_linetx_db()),
-          .osc_received = peer.told(operation::get_osc_rx_power),
+          .osc_received = lit_osc(peer.told(operation::get_osc_rx_power)),
           .far_gain = far_gain(peer),
           .far_calibration = peer.told(operation::get_edfa_tx_calibration)};
 }

@@ -1,5 +1,5 @@
-// The LEDs of the orva panels: one pair for each channel of the fixed plan, one for the line. Which
-// LED belongs to a channel follows from its centre frequency; the port does not matter.
+// The LEDs of the orva panels: one pair for each channel of the fixed plan, one for the line. A
+// channel's LED follows from its centre frequency; the port does not matter.
 #pragma once
 
 #include <cstdint>

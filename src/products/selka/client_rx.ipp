@@ -21,7 +21,9 @@ float client_rx<T>::get_edfa_saturation() {
 }
 
 template <class T>
-void client_rx<T>::reset_channel_attenuation(control_ptr) {}
+void client_rx<T>::reset_channel_attenuation(control_ptr control) {
+  control->release_guards();
+}
 
 template <class T>
 void client_rx<T>::manage_channel(nx_db& db, control_ptr control, bool regulate) {
@@ -44,7 +46,7 @@ void client_rx<T>::manage_channel(nx_db& db, control_ptr control, bool regulate)
 
 template <class T>
 void client_rx<T>::apply_stored_target() {
-  // Read and applied under one lock: a newer target that is written meanwhile comes after it.
+  // Read and applied under one lock: a newer target written meanwhile is applied after it.
   const std::lock_guard lock(this->plan_->get_mutex());
   if (global_target_output_power_) apply_target(*global_target_output_power_);
 }

@@ -67,7 +67,7 @@ bool client_loop<T>::is_operational() {
 template <class T>
 template <class Action>
 void client_loop<T>::for_each_ready_channel(Action&& action) {
-  // A channel whose values could not be created stands in the plan without them.
+  // A channel whose values could not be created is in the plan without them.
   for (const auto& [frequency, control] : *plan_->get_channels()) {
     if (!control->get_channel()->is_api_ready()) continue;
     const log_subject subject(direction_.word, control->get_channel()->get_id());
@@ -263,11 +263,11 @@ void client_loop<T>::block_or_unblock(const control_ptr& control, bool block) {
     wss_->block_channel(id);
   } else {
     LUMORA_LOG(1, fmt::runtime(direction_.unblocking), id);
-    // A default beyond the switch's range must not keep the channel blocked.
+    // A default outside the switch's range must not keep the channel blocked.
     wss_->unblock_channel(
         id, control->get_parking_attenuation(*wss_).value_or(wss_->get_max_attenuation()));
-    // As after parking: the last step may have started from just this attenuation, and would seem
-    // never to have come about.
+    // As after parking: the last step may have started from exactly this attenuation, and would
+    // seem never to have happened.
     control->reset_last_step();
   }
 }
@@ -394,7 +394,7 @@ void client_loop<T>::setup_channel_api(nx_db& db, control_ptr control) {
 template <class T>
 void client_loop<T>::publish_wanted_power(nx_db& db, const control_ptr& control) {
   const auto channel = control->get_channel();
-  // Bound to the plan's key: a model may number its channels otherwise on the tree.
+  // Bound to the plan's key: a model may number its channels differently on the tree.
   channel->get_value_group()->add_value(
       nx::api::config_param<&client_loop<T>::set_wanted_power_offset>::create(
           db, fmt::format(fmt::runtime(direction_.wanted_power_offset_path), channel->get_id()),

@@ -137,7 +137,7 @@ void client_loop<T>::follow_edfa() {
 
 template <class T>
 bool client_loop<T>::is_calibration_withheld() {
-  // A limit that has fallen for good is learned in the end.
+  // A limit that has fallen permanently is learned eventually.
   constexpr std::chrono::seconds longest_saturation{300};
   auto& board = helpers::guard_register::instance();
   const auto now = helpers::waiting::instance().steady_now();

@@ -1,6 +1,6 @@
 // The loop of all channels that enter the node at its client ports and leave on the line: the add
-// side of the switch, in front of the booster, whose power is the reference. Its channels are in
-// closed loop.
+// side of the switch, before the booster, whose power is the reference. Its channels are in closed
+// loop.
 #pragma once
 
 #include "base/manager/loops/client_loop.h"
@@ -20,7 +20,7 @@ class client_rx : public client_loop<T> {
   void setup_api(nx_db& db) override;
   void setup_channel_api(nx_db& db, control_ptr control) override;
 
-  /// The amplifier's power limit shared out among the channels of the plan; infinite without any.
+  /// The amplifier's power limit divided among the channels of the plan; infinite without channels.
   virtual float get_client_target_power();
   virtual float get_remote_target_power();
   float get_remote_channel_tx_power(unsigned id);

@@ -26,8 +26,8 @@ void client_rx<T>::run(nx_db& db, bool regulate) {
       this->operational = false;
     }
   };
-  // The channels are managed even when the devices have failed the test: each access then fails or
-  // succeeds by itself.
+  // The channels are managed even if the devices have failed the test: each access then fails or
+  // succeeds on its own.
   if (!helpers::guarded(follow_amplifier)) this->operational = false;
   const std::lock_guard lock(this->plan_->get_mutex());
   this->peak_regulated = false;

@@ -13,7 +13,7 @@ namespace {
 
 constexpr float shortest_length_km = 1.0f;
 
-// Fibre loses less at 1550 nm than at 1510 nm: 0.22 against 0.23 dB/km.
+// Fibre loses less at 1550 nm than at 1510 nm: 0.22 versus 0.23 dB/km.
 constexpr double signal_share_of_osc_loss = 0.956521739130435;
 
 constexpr float embedded_reference = 5.0f;  // dBm, and the highest target
@@ -65,7 +65,7 @@ float embedded_target_power(float tx_span, float remote_minimum_gain) {
 float embedded_preamp_gain(float line_calibration, float rx_span, float voa_insertion_loss,
                            float default_gain) {
   const float gain = 2.0f * line_calibration + rx_span + voa_insertion_loss;
-  return gain > default_gain ? gain : default_gain;  // also for a calibration that is no number
+  return gain > default_gain ? gain : default_gain;  // also if the calibration is NaN
 }
 
 float saturation_step(float saturation) {

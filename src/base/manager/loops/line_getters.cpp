@@ -1,5 +1,5 @@
-// The getters of the line's values: readings translated from a device's own reference point to the
-// line connector, and what follows from them.
+// The getters of the line's values: readings converted from a device's own reference point to the
+// line connector, and values derived from them.
 #include <source_location>
 
 #include "base/guards/line_span.h"
@@ -22,7 +22,7 @@ const board_numbers& board() {
   return calibration::instance().board();
 }
 
-/// Both must be readable: half a sum would pass for the whole.
+/// Both must be readable: half a sum would be taken for the whole.
 template <class Signal, class Osc>
 float total_power(Signal&& read_signal, Osc&& read_osc,
                   const std::source_location& where = std::source_location::current()) {

@@ -47,7 +47,7 @@ void base::update_line_tx_power(float voa_attenuation, float voa_insertion_loss)
 }
 
 void base::set_line_tx_power(float power) {
-  if (!line_tx_power_) return;  // its creation failed, and the channel stands on the tree without
+  if (!line_tx_power_) return;  // its creation failed, so the channel does not have it on the tree
   helpers::guarded([&] { line_tx_power_->update(power); });
 }
 

@@ -1,5 +1,5 @@
-// A channel of the selka family: its power formulas use what the loops have learned of the
-// amplifiers, and a channel towards the line also shows its power at the line output.
+// A channel of the selka family: its power formulas use what the loops have learned about the
+// amplifiers, and a channel towards the line also publishes its power at the line output.
 #pragma once
 
 #include <memory>

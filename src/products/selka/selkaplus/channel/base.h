@@ -1,4 +1,4 @@
-// A channel of selkaplus: as selka, with the board keys of its larger switch.
+// A channel of selkaplus: as on selka, with the board keys of its larger switch.
 #pragma once
 
 #include "models/model.h"
