@@ -1,5 +1,6 @@
 #include "gateway/metrics/gzip.h"
 
+#define ZLIB_CONST
 #include <zlib.h>
 
 #include <new>
