@@ -38,7 +38,7 @@ std::shared_ptr<boost::asio::ssl::context> tls_of(const options& given) {
   return given.certificate.empty() ? nullptr : make_tls_context(given.certificate, given.key);
 }
 
-/// What would open the node to the network without a lock is no way to start.
+/// A configuration that would open the node to the network without protection is refused.
 trust_rules rules_of(const options& given, const listen_address& at) {
   trust_rules rules{.loopback = address_of(at).is_loopback(),
                     .tls = !given.certificate.empty(),

@@ -89,7 +89,7 @@ void write_boards(const sim::plant& plant, const options& from) {
 
 using followers = std::vector<std::unique_ptr<sim::store_follower>>;
 
-/// Follows the store of each node whose switch does so; needs the hash tag of its keys.
+/// Follows the store of each node whose switch uses it; needs the hash tag of its keys.
 followers follow_stores(sim::plant& plant, const options& from) {
   std::array<std::optional<std::string>, 2> tags{std::nullopt, from.far_tag};
   if (const char* near_tag = std::getenv("REDIS_CONF_HASH_TAG")) tags[0] = near_tag;
@@ -107,13 +107,13 @@ followers follow_stores(sim::plant& plant, const options& from) {
   return all;
 }
 
-/// The file's topology with what the command line changes.
+/// The file's topology with the changes from the command line.
 sim::topology chosen_topology(const options& from) {
   sim::topology topology = sim::load_topology(from.topology_path);
   if (from.seed) topology.seed = *from.seed;
   if (from.peer.empty()) return topology;
   topology.peer = from.peer;
-  // Both ends in one machine: the neighbour is where the peer is served.
+  // Both ends on one machine: the neighbour is where the peer is served.
   if (from.peer_interface == "lo") topology.nodes.front().osc.neighbour = "::1%lo";
   return topology;
 }
@@ -131,7 +131,7 @@ void set_latency(sim::plant& plant, const std::string& text) {
   plant.set_latency(name == "peer" ? 1 : 0, name, std::chrono::milliseconds(latency_ms));
 }
 
-/// Blocked in every thread, so that `wait_for_signal` alone gets them.
+/// Blocked in every thread, so that only `wait_for_signal` receives them.
 sigset_t block_stop_signals() {
   sigset_t stop;
   sigemptyset(&stop);
@@ -141,7 +141,7 @@ sigset_t block_stop_signals() {
   return stop;
 }
 
-/// True when a stop signal came before the time was over.
+/// True if a stop signal came before the time was over.
 bool wait_for_signal(const sigset_t& stop, std::chrono::nanoseconds time) {
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
   const timespec timeout{static_cast<time_t>(seconds.count()),
@@ -159,7 +159,7 @@ void run(sim::plant& plant, sim::service_host& services, double speed, const sig
     plant.step(plant_tick);
     services.work();
     next += tick;
-    // A machine that was asleep does not make up for it in one rush.
+    // A machine that was suspended does not catch up in one burst.
     if (clock::now() - next > std::chrono::seconds(1)) next = clock::now();
   }
 }
@@ -178,7 +178,7 @@ int main(int argc, char** argv) {
     if (chosen.board) write_boards(plant, chosen);
     const sigset_t stop = block_stop_signals();
     const auto stores = follow_stores(plant, chosen);
-    plant.step(tick);  // the first client is to find light, and the truth of it
+    plant.step(tick);  // the first client must find light, and its truth values
     sim::service_host services(plant, chosen.far_prefix, chosen.peer_interface);
     for (const std::string& latency : chosen.latencies)
       set_latency(plant, latency);

@@ -36,7 +36,7 @@ scrape::scrape(std::shared_ptr<tree_link> link) : link_(std::move(link)), node_(
 void scrape::metrics(const request& asked, const respond& done) {
   waiting_.push_back(
       {form_for(asked.header("accept")).open, takes_gzip(asked.header("accept-encoding")), done});
-  if (waiting_.size() > 1) return;  // it is under way
+  if (waiting_.size() > 1) return;  // a request is in progress
   ask();
 }
 

@@ -1,6 +1,6 @@
-// /metrics: asks the tree for what a scrape tells, and answers everybody who asked meanwhile with
-// the same text. It keeps no count of its own, so that a restart of the gateway is none to a
-// collector. A daemon that is lost leaves lumora_up 0 and nothing else. On the gateway's thread.
+// /metrics: asks the tree for the values of a scrape, and answers everybody who asked meanwhile
+// with the same text. It keeps no counts of its own, so restarting the gateway does not look like a
+// reset to a collector. If the daemon is lost, only lumora_up 0 remains. On the gateway's thread.
 #pragma once
 
 #include <memory>
@@ -33,7 +33,7 @@ class scrape : public std::enable_shared_from_this<scrape> {
   void finish(const gathering* all);
 
   const std::shared_ptr<tree_link> link_;
-  std::string node_;  ///< as the daemon told it last
+  std::string node_;  ///< as last reported by the daemon
   std::vector<scraper> waiting_;
 };
 

@@ -22,7 +22,7 @@ namespace {
 enum class kind { number, light, flag, count };
 
 struct metric_row {
-  const char* path;  ///< of a channel: what follows ID/SIDE/
+  const char* path;  ///< of a channel: the part after ID/SIDE/
   const char* name;
   const char* help;
   const char* label = nullptr;
@@ -72,7 +72,7 @@ std::optional<double> reading(const tree_values& values, const std::string& path
     return flag ? std::optional<double>(*flag ? 1 : 0) : std::nullopt;
   }
   const auto number = number_at(values, path);
-  // No amplifier or monitor of a node tells light below this: -99 and -96 stand for darkness.
+  // No amplifier or monitor of a node reports light below this: -99 and -96 mean darkness.
   constexpr double darkest_dbm = -70.0;
   if (number && what == kind::light && *number < darkest_dbm) return std::nullopt;
   return number;
@@ -101,7 +101,7 @@ void add_states(const char* name, const char* help, std::span<const states::stat
 /// Direction, channel and frequency in THz of data/client/ID/SIDE/..., as labels.
 metric_labels channel_labels(const tree_values& values, std::string_view id,
                              std::string_view direction) {
-  // An ID is the centre in units of 10 MHz, but on a node that counts its channels.
+  // An ID is the centre in units of 10 MHz, except on a node that numbers its channels.
   constexpr double lowest_centre = 1e6;
   constexpr double units_per_thz = 1e5;
   double centre = 0;
@@ -122,7 +122,7 @@ void add_channel(const tree_values& values, std::string_view id, std::string_vie
   const auto data = fmt::format("data/client/{}/{}/", id, direction);
   const auto insight = fmt::format("insight/client/{}/{}/", id, direction);
   for (const auto& row : told) {
-    // In the dark the power is what the monitor's floor comes to at the client port.
+    // In the dark, the power would be the monitor's floor converted to the client port.
     if (row.what == kind::light && flag_at(values, data + "peak") != true) continue;
     add_row(values, data + row.path, row, labels, into);
   }
@@ -132,7 +132,7 @@ void add_channel(const tree_values& values, std::string_view id, std::string_vie
              states::channel_states(), text_at(values, insight + "state"), labels, into);
 }
 
-/// Of alarms/WHERE.../WHAT/severity.
+/// For alarms/WHERE.../WHAT/severity.
 void add_alarm(const tree_values& values, std::string_view path, double severity,
                family_set& into) {
   constexpr std::string_view before = "alarms/";

@@ -1,5 +1,5 @@
-// From values of the tree to samples: pure, so that tables can test it. A value that is missing, in
-// error or of another type is no sample, and neither is a power that tells darkness.
+// Converts values of the tree to samples; pure, for table tests. A value that is missing, in error
+// or of another type gives no sample, and neither does a power that means darkness.
 #pragma once
 
 #include <string>
@@ -10,13 +10,13 @@
 
 namespace gateway {
 
-/// What a scrape asks the tree for; a path that is not there is no fault, and no path fits two.
+/// The patterns that a scrape reads; a missing path is not an error, and no path fits two patterns.
 const std::vector<std::string>& scraped_patterns();
 
-/// `object` has path and value, as `get` answers. Adds to `into`.
+/// `object` has paths and values, as returned by `get`. Adds to `into`.
 void add_tree_metrics(const nx::json_value& object, family_set& into);
 
-/// All that a scrape tells of the node; null is a daemon that does not answer.
+/// All samples of the node; null means a daemon that does not answer.
 std::vector<prometheus::MetricFamily> scraped_families(const nx::json_value* values,
                                                        const std::string& node);
 

@@ -16,8 +16,8 @@ namespace gateway {
 
 namespace {
 
-// A path that is missing may come at any time, and asking for it costs nothing. All else, such as a
-// pattern of more values than an answer may have, costs the daemon its work each time.
+// A missing path may appear at any time, and asking for it costs nothing. Any other refusal, such
+// as of a pattern with more values than an answer may contain, costs the daemon its work each time.
 constexpr int longest_retry = 64;
 constexpr std::int32_t no_such_path_code = -2;
 
@@ -33,7 +33,7 @@ std::string error_member(const nx_error& error) {
   return text;
 }
 
-/// A value of a result, of which one in error stands as {"error":{...}}.
+/// A value of a result; a value in error has the form {"error":{...}}.
 std::string member_of_result(const nx::json_value& value) {
   if (value.IsObject() && value.MemberCount() == 1 && value.MemberBegin()->name == "error" &&
       nx::json_rpc::is_error_value(value.MemberBegin()->value)) {

@@ -66,7 +66,7 @@ void line_stream::send(std::string_view lines) {
       ::send(socket_.native_handle(), lines.data(), lines.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
   lines.remove_prefix(taken > 0 ? static_cast<std::size_t>(taken) : 0);
   if (lines.empty()) return;
-  // The strand writes the rest, and meets the error if there was one.
+  // The strand writes the rest, and sees the error if there was one.
   waiting_ = lines;
   writing_ = true;
   boost::asio::post(socket_.get_executor(), [self = shared_from_this()] { self->write_waiting(); });

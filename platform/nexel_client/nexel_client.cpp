@@ -36,7 +36,7 @@ T nexel_client_api::wait_for(std::future<T>& answer, const std::string& path, bo
   };
   while (!is_there() && pass_time()) {
   }
-  // While a process shuts down the I/O thread may end before a thread that still talks to a device.
+  // During shutdown the I/O thread may end before a thread that still talks to a device.
   constexpr std::chrono::milliseconds look{100};
   while (answer.wait_for(look) != std::future_status::ready) {
     if (is_abandoned() || (gives_up && gives_up()))

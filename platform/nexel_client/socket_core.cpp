@@ -163,7 +163,7 @@ void socket_core::expire_calls() {
   watch_silence();
 }
 
-/// Once a second, for as long as the nexel is silent: asks whether it is back.
+/// Once a second while the nexel is silent: asks whether it is back.
 void socket_core::watch_silence() {
   constexpr std::chrono::seconds interval(1);
   if (watching_silence_ || !calls_.silent()) return;
@@ -198,7 +198,7 @@ void socket_core::line_received(std::string_view line) {
   answer(message);
 }
 
-/// Once a connection: a service that has lost its way sends it line after line.
+/// Once per connection: a service that is out of order sends it line after line.
 void socket_core::log_nonsense(const std::string& what) {
   constexpr std::size_t longest = 200;
   if (std::exchange(nonsense_logged_, true)) return;
@@ -228,7 +228,7 @@ void socket_core::watch_subscriptions() {
   });
 }
 
-/// Once a second: ends what nobody listens to, and asks again for what was refused.
+/// Once a second: ends subscriptions without a listener, and retries refused ones.
 void socket_core::tend_subscriptions() {
   const auto abandoned = subscriptions_.take_abandoned();
   if (phase_ == phase::connected) {
@@ -236,7 +236,7 @@ void socket_core::tend_subscriptions() {
       stream_->send(R"({"jsonrpc":"2.0","method":"unsubscribe","params":)" + params_text(path) +
                     "}\n");
     }
-    // What was refused a moment after the last round is due now, not a round later.
+    // Subscriptions refused just after the last round are due now, not a round later.
     send(due_subscriptions(clock::now() + subscription_call::retry_interval / 2));
   }
   watch_subscriptions();

@@ -61,7 +61,7 @@ void socket_core::arm_phase_timer(time_point due) {
   });
 }
 
-// The timer may have been set anew after it fired and before this ran.
+// The timer may have been set again after it fired and before this ran.
 void socket_core::phase_timer_fired() {
   if (clock::now() < phase_due_) return;
   if (phase_ == phase::pausing) {
@@ -86,7 +86,8 @@ void socket_core::stream_ended(const std::string& reason) {
   if (phase_ == phase::connected) lost(reason);
 }
 
-// Receivers of the event may want a lock that a pending call is made under: so the calls go first.
+// Receivers of the event may need a lock that is held across a pending call, so the calls are
+// failed first.
 void socket_core::lost(const std::string& reason) {
   log(note_log::warning, "Connection to " + address_.text() + " lost: " + reason);
   pause();

@@ -14,7 +14,7 @@ namespace device {
 
 namespace {
 
-/// A phase that sleeps in the middle of a cycle, as after a coldstart, reads anew.
+/// A phase that sleeps in the middle of a cycle, as after a coldstart, reads again afterwards.
 constexpr std::chrono::seconds longest_age{1};
 
 thread_local cycle_reads* current_reads = nullptr;
@@ -25,7 +25,7 @@ std::chrono::steady_clock::time_point now() {
 
 std::string name_of(const nexel_client_api& client) {
   auto address = client.address();
-  // A nexel without a name, as a test's: the client stands for it.
+  // A nexel without a name, as in tests, is identified by its client.
   return address.empty() ? std::to_string(reinterpret_cast<std::uintptr_t>(&client)) : address;
 }
 
@@ -34,13 +34,13 @@ using answers_by_path = std::map<std::string, answer>;
 
 }  // namespace
 
-/// One request that is under way.
+/// A request in flight.
 class pending_read {
  public:
   explicit pending_read(nexel_client_api& client) : client_(client) {}
   virtual ~pending_read() = default;
   virtual std::shared_ptr<nexel_object> object() const = 0;
-  /// Waits for the answer. False when the nexel does not know patterns.
+  /// Waits for the answer. False if the nexel does not support patterns.
   virtual bool collect(answers_by_path& into) = 0;
 
   nexel_client_api& client() const { return client_; }
@@ -74,8 +74,8 @@ class pending_value : public pending_read {
   std::future<T> future_;
 };
 
-/// What the nexel tells of all paths that fit a pattern. A value in error, or one of another type,
-/// is left out: the single read tells which.
+/// The nexel's values of all paths that match a pattern. A value in error, or of another type, is
+/// left out: the single read then reports the problem.
 template <class T>
 class pattern_object : public nexel_object {
  public:
@@ -98,7 +98,7 @@ class pattern_object : public nexel_object {
   }
 
   std::future<bool> get_future() { return done_.get_future(); }
-  /// Once the future is ready.
+  /// Valid once the future is ready.
   const answers_by_path& told() const { return told_; }
 
  private:
@@ -120,7 +120,7 @@ class pending_pattern : public pending_read {
       into.insert(object_->told().begin(), object_->told().end());
       return knows_patterns;
     } catch (const nx_client_exception&) {
-      return true;  // the nexel is away: each read will say so at once
+      return true;  // the nexel is away: each single read will report it at once
     }
   }
 
@@ -285,7 +285,7 @@ T cycle_reads::get(nexel_client_api& client, const std::string& path) {
     if (const auto* error = std::get_if<nx_client_exception>(what)) throw *error;
     return std::get<T>(*what);
   }
-  // A failure is not kept: who waits for a device in a start asks it anew.
+  // A failure is not kept: code that waits for a device during the start asks it again.
   T value = ask<T>(client, path);
   answers_.insert_or_assign(of, kept{value, age_clock()});
   return value;

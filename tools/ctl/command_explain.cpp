@@ -1,5 +1,5 @@
-// explain and events: what the daemon knows of itself, in sentences. The diagnosis itself is pure
-// and stands in tools/insight.
+// explain and events: what the daemon knows about itself, in sentences. The diagnosis itself is
+// pure and lives in tools/insight.
 #include <fmt/format.h>
 #include <rapidjson/document.h>
 
@@ -42,7 +42,8 @@ std::vector<insight::event> events_of(context& with) {
   return events;
 }
 
-/// A path that this daemon lacks, since it still starts or has no such value, is left out.
+/// Paths that this daemon does not have, because it is still starting or has no such value, are
+/// left out.
 readings read_all(context& with) {
   readings read;
   for (const char* pattern : insight::insight_patterns()) {
@@ -60,7 +61,7 @@ node_insight look(context& with) {
   try {
     events = events_of(with);
   } catch (const nx_client_exception& error) {
-    // A daemon that has not built its node yet has no log of it.
+    // A daemon that has not built its node yet has no log.
     if (error.code != nx_error::not_found) throw;
   }
   auto node = insight::insight_of(read_all(with), std::move(events));
@@ -68,10 +69,10 @@ node_insight look(context& with) {
   return node;
 }
 
-/// What is asked about.
+/// The subject of the question.
 struct question {
   std::vector<finding> findings;
-  std::vector<std::string> rest;  ///< how it stands otherwise
+  std::vector<std::string> rest;  ///< the state of everything else
 };
 
 bool concerns_everything(insight::cause of) {
@@ -118,7 +119,11 @@ question answer_to(const node_insight& node, const std::string& what) {
 }
 
 void print_people(const question& asked, const node_insight& node) {
-  if (asked.findings.empty()) fmt::print("All is well.\n");
+  if (asked.findings.empty()) {
+    fmt::print("All is well.\n");
+  } else if (!insight::needs_person(asked.findings)) {
+    fmt::print("Nothing needs a person.\n");
+  }
   for (const auto& each : asked.findings) {
     fmt::print("{}\n", insight::full_sentence(each, node));
     for (const auto& more : {each.doing, each.remedy}) {

@@ -1,5 +1,5 @@
-// save and load: the parameters of a node taken away and brought back. A tree takes one write after
-// the other and has no way to take all or none, so load tells of each what became of it.
+// save and load: saving and restoring the parameters of a node. A tree accepts one write at a time
+// and has no transactions, so load reports the outcome of each.
 #include <fmt/format.h>
 #include <rapidjson/document.h>
 
@@ -24,7 +24,8 @@ namespace tools::ctl {
 
 namespace {
 
-// Says that a start is complete, which is the word of whoever writes the parameters: no parameter.
+// Says that a start is complete, which is for the program that writes the parameters to say; not a
+// parameter.
 constexpr const char* start_signal = "config/redisConfigStatus";
 
 std::string product_of(context& with) {
@@ -45,7 +46,7 @@ std::string read_all(const std::string& name) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// A file that was there stays whole until the new one is.
+/// An existing file stays intact until the new one is complete.
 void write_all(const std::string& name, const std::string& text) {
   if (name == "-") {
     fmt::print("{}", text);
@@ -60,7 +61,7 @@ void write_all(const std::string& name, const std::string& text) {
   if (failure) throw usage_error(fmt::format("cannot write {}: {}", name, failure.message()));
 }
 
-/// What stands on the node and would be in a file that is saved now.
+/// The parameters on the node that would be in a file saved now.
 parameter_file present_parameters(context& with) {
   const auto records = with.ask("info", "config/**");
   const auto values = with.ask("get", "config/**");
@@ -86,13 +87,13 @@ int save(context& with, const std::string& name) {
   return exit_ok;
 }
 
-/// What became of the parameters of a file.
+/// The outcome for the parameters of a file.
 struct outcome {
   rows written, refused;
-  std::vector<std::string> same;     ///< held the value already
+  std::vector<std::string> same;     ///< already had the value
   std::vector<std::string> missing;  ///< not on this node
   std::vector<std::string> kept;     ///< written on this node, and not in the file
-  std::vector<std::string> untried;  ///< behind the point where the connection ended
+  std::vector<std::string> untried;  ///< not reached before the connection ended
   int code = exit_ok;
 };
 
@@ -133,7 +134,7 @@ outcome load_all(context& with, const parameter_file& file) {
     try {
       load_one(with, at->first, at->second, present, result);
     } catch (const nx_client_exception& error) {
-      // The one under way may have been taken or not.
+      // The one in progress may or may not have been accepted.
       result.refused.emplace_back(at->first, error_text({error.code, error.message}));
       for (auto rest = at + 1; rest != file.parameters.end(); ++rest)
         result.untried.push_back(rest->first);

@@ -1,4 +1,4 @@
-// list, tree and info: what stands on the tree.
+// list, tree and info: what is on the tree.
 #include <fmt/format.h>
 #include <rapidjson/document.h>
 
@@ -43,7 +43,7 @@ int list(context& with, const std::string& path, bool recursive) {
   return exit_ok;
 }
 
-/// The paths below a level as members without values.
+/// The paths below a level, as members without values.
 nx::json_document without_values(context& with, const std::string& path) {
   nx::json_document members(rapidjson::kObjectType);
   for (const auto& [name, none] : listed(with, path, true)) {

@@ -1,4 +1,4 @@
-// get and history: what the tree holds now, and what it held.
+// get and history: present and former values.
 #include <fmt/format.h>
 #include <rapidjson/document.h>
 
@@ -21,7 +21,7 @@ int no_match(const std::string& pattern) {
   return exit_no_match;
 }
 
-/// A single path gives its value alone; a pattern, or several paths, a table.
+/// A single path prints just its value; a pattern, or several paths, a table.
 void print_values(const rows& table, bool values_only) {
   if (!values_only) {
     fmt::print("{}", columns(table));

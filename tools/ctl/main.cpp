@@ -90,12 +90,12 @@ void declare(CLI::App& app, options& given, action& chosen) {
 
 constexpr std::int32_t wrong_words = nx_error::invalid;
 
-/// With --json a failure is an answer as well.
+/// With --json a failure is an answer too.
 void print_json(const nx_error& error) {
   std::string object;
   nx::json_rpc::append_error_object(object, error);
   fmt::print("{{\"error\":{}}}\n", object);
-  std::fflush(stdout);  // ahead of the same in words
+  std::fflush(stdout);  // printed before the same in words
 }
 
 int fail(int code, const nx_error& error, bool json) {
@@ -116,7 +116,7 @@ int perform(const options& given, const action& chosen) {
   check_one_way(given);
   const char* variable = std::getenv("NX_ROOT");
   const auto target = choose_endpoint(given.connection, variable == nullptr ? "" : variable);
-  // The folder stands in the path by now and must not be put in front of it again.
+  // The path now contains the folder, which must not be prefixed again.
   unsetenv("NX_ROOT");
   const auto tree = connect(target);
   const std::chrono::duration<double> timeout(given.timeout_seconds);
@@ -138,7 +138,7 @@ int perform_guarded(const options& given, const action& chosen) {
   }
 }
 
-/// Wrong options: the parser's own words, and the same as JSON where that was asked for.
+/// Wrong options: the parser's own words, and the same as JSON if requested.
 int refuse(const CLI::App& app, const CLI::ParseError& error, bool json) {
   if (app.exit(error) == 0) return exit_ok;
   if (json) print_json({wrong_words, error.what()});
@@ -154,7 +154,7 @@ int main(int argc, char** argv) {
   tools::ctl::options given;
   tools::ctl::action chosen;
   tools::ctl::declare(app, given, chosen);
-  // Looked for by hand, since the parser may stumble over a word before it.
+  // Searched for by hand, since the parser may fail at an earlier word.
   const bool json = std::count(argv, argv + argc, std::string_view("--json")) > 0;
   try {
     // The parser takes its words from the back.

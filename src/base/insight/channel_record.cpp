@@ -20,7 +20,7 @@ namespace {
 
 using nx::json_value;
 
-/// To the hundredth: what changes below it is no news.
+/// To a hundredth: smaller changes are not news.
 float rounded(float value) {
   return std::round(value * 100.0f) / 100.0f;
 }
@@ -29,7 +29,7 @@ json_value number(float value) {
   return json_value(std::round(double{value} * 100.0) / 100.0);
 }
 
-/// The wall clock of a moment of the steady one.
+/// The wall clock time of a point in steady time.
 std::string time_text(time_point moment) {
   auto& waiting = helpers::waiting::instance();
   const auto ago = waiting.steady_now() - moment;

@@ -1,6 +1,6 @@
-// Commands by which the selka devices' channels come and go. A server thread or the manager's
-// calls; what fails throws what the client throws, a refusal nx_error -5 with the text that its
-// caller gives. Frequencies and widths in 10 MHz.
+// Commands that add and remove channels on the selka devices. Called on a server thread or the
+// manager's. Throws whatever the client throws, and nx_error -5 with the caller's text for a
+// refusal. Frequencies and widths in units of 10 MHz.
 #pragma once
 
 #include <future>
@@ -10,8 +10,8 @@ class nexel_client_api;
 
 namespace device::hardware {
 
-/// Writes the request to the command and throws nx_error -5 with `failure` when the answer is
-/// false. Value: std::string, bool.
+/// Runs the command with the request, and throws nx_error -5 with `failure` if the answer is false.
+/// Value: std::string, bool.
 template <class Value>
 void run_channel_command(nexel_client_api& client, const std::string& path, const Value& request,
                          const char* failure);

@@ -1,4 +1,5 @@
-// One port of the selka products' monitor; its channel plan is loaded like the switch's.
+// One port of the selka products' monitor; its channel plan is loaded in the same way as the
+// switch's.
 #pragma once
 
 #include <memory>
@@ -15,7 +16,7 @@ class selka_ocm : public with_subscriptions<device::interfaces::ocm> {
   selka_ocm(std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path,
             unsigned port);
 
-  /// Asks the nexel on every second call only, the first included.
+  /// Asks the nexel only on every second call, including the first.
   bool is_operational() override;
   void subscribe_channel(unsigned channel) override;
   void unsubscribe_channel(unsigned channel) override;

@@ -124,7 +124,7 @@ void twin_wss::add_channel(unsigned center, unsigned width, unsigned port,
 }
 
 void twin_wss::remove_channel(unsigned center) {
-  // The light goes first: the slot must not pass it on when it has lost its settings.
+  // The light goes first: the slot must not pass light once it has lost its settings.
   block_channel(center);
   const auto request = channel_request(center);
   LUMORA_LOG(2, "Removing TWIN-WSS channel {} on module {}. Request: {}.", center, side(), request);

@@ -95,7 +95,7 @@ void client_loop<T>::require_loaded_plan() const {
 
 template <class T>
 void client_loop<T>::require_width(unsigned width, unsigned band_slices) {
-  // Arrives as a signed number of a request: what is not positive there is no width.
+  // A signed number from a request: zero or less is not a width.
   if (const auto signed_width = static_cast<int>(width); signed_width <= 0) {
     throw nx_error(nx_error::invalid,
                    fmt::format("Invalid width {}, expected 1 or more (100 * ghz)", signed_width));
@@ -111,7 +111,8 @@ void client_loop<T>::add_channel(nx_db& db, unsigned frequency, unsigned width, 
                                  std::string version) {
   const auto add = [&] {
     require_width(width, plan_->get_slices());
-    // Tested and entered under one lock: of two sessions the second finds what the first has added.
+    // Checked and entered under one lock: of two sessions the second one finds what the first has
+    // added.
     const std::lock_guard lock(plan_->get_mutex());
     require_loaded_plan();
     device::cycle_reads reads;
@@ -134,8 +135,8 @@ void client_loop<T>::add_to_device(Device& device, unsigned frequency, Add&& add
     if (!device.has_channel(frequency)) throw;
     helpers::log_current_exception();
   }
-  // Left there by an add that broke off, or by a removal that could not be told, in whatever width:
-  // no plan has it, so no light is lost with it.
+  // Left there by an add that broke off, or by a removal that the device did not get, of whatever
+  // width: no plan has it, so no light is lost with it.
   LUMORA_LOG(2, "Channel {} is on the device already, adding it anew.", frequency);
   device.remove_channel(frequency);
   add();
@@ -228,7 +229,7 @@ void client_loop<T>::setup_device_subscription() {
     return plan_->get_channels()->size();
   };
   LUMORA_LOG(2, fmt::runtime(direction_.setting_up_subscriptions), channel_count());
-  // The two views of a combined switch and monitor share one subscriber and are treated once.
+  // The two views of a combined switch and monitor share one subscriber and are handled once.
   std::set<std::shared_ptr<device::subscriber>> done;
   std::set<unsigned> failed;
   for (const auto& device : devices_) {

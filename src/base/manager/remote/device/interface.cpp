@@ -16,7 +16,7 @@ bool is_truth(operation what) {
   return row_of(what).value.type == ::device::value_type::truth;
 }
 
-// Those who average a truth value want a number.
+// Callers that average a truth value want a number.
 float number_of(bool truth) {
   return truth ? 1.0f : 0.0f;
 }

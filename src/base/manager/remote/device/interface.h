@@ -1,9 +1,9 @@
-// The one shape in which remote::api sees any peer: what is asked of it, and its values by the
-// column of its product family. What a family does not have is refused with a fixed text, since
-// polled values publish it. Families differ by their facts alone.
+// The only form in which remote::api sees any peer: what to ask it for, and its values by the
+// column of its product family. A value that a family does not have is refused with a fixed text,
+// since polled values publish it. Families differ only in their facts.
 //
-// Called from several threads at once; nothing changes after construction.
-// Getters throw nx_error -22: the family lacks the value, or the peer has not delivered it yet.
+// Called from several threads at once; nothing changes after construction. Getters throw nx_error
+// -22: the family does not have the value, or the peer has not delivered it yet.
 #pragma once
 
 #include <memory>
@@ -19,7 +19,7 @@ namespace manager::remote::device {
 using subscriber_ptr = std::shared_ptr<::device::subscriber>;
 using known_number = std::optional<::device::reading<float>>;
 
-/// Paths that are subscribed in one piece, and what the log says before and after it.
+/// Paths that are subscribed to together, and the log texts before and after.
 struct path_group {
   const char* starting = "";
   const char* complete = "";
@@ -37,15 +37,15 @@ struct family_facts {
 
 class interface {
  public:
-  /// What the getters read, of the line as a whole and of a channel.
+  /// What the getters read, for the line as a whole and for a channel.
   path_group line_paths() const;
   path_group channel_paths(unsigned id) const;
 
   bool is_embedded_ila() const { return facts_.is_embedded_ila; }
   bool has_osnr() const { return facts_.has_osnr; }
 
-  /// What the getter of that name gives: float or std::string, as its row tells. `part` is the
-  /// channel's identifier or the direction, where the value is of one.
+  /// The value of the getter of that name: float or std::string, as in its row. `part` is the
+  /// channel's identifier or the direction, if the value belongs to one.
   template <class Result>
   Result get(const subscriber_ptr& values, operation what, const std::string& part = "") const;
 

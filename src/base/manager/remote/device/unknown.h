@@ -1,4 +1,4 @@
-// Stands for no peer, or for a product that this node does not know: zero and "n/a" for everything,
+// Used for no peer, or for a product that this node does not know: zero and "n/a" for everything,
 // never a failure.
 #pragma once
 

@@ -15,7 +15,7 @@ using enum scope;
 using enum ::device::value_type;
 using enum ::device::reading_kind;
 
-/// Another family's cell of the row. A path is asked for in the order of the family itself.
+/// Another family's cell of the row. The order of a path is the family's own.
 struct same_as {
   family other;
   unsigned place = 0;
@@ -30,7 +30,8 @@ constexpr same_as as_orva_at(unsigned place) {
 using written_cell = std::variant<path, refusal, words, float, same_as>;
 using written_cells = std::array<written_cell, 4>;
 
-// By std::get throughout: g++ 12 takes no address within a constant that is being made.
+// By std::get throughout: g++ 12 cannot take an address within a constant that is being
+// initialised.
 constexpr cell resolve(family peer, const written_cells& cells) {
   const auto& written = cells[static_cast<std::size_t>(peer)];
   if (std::holds_alternative<path>(written)) return std::get<path>(written);
@@ -59,7 +60,7 @@ constexpr std::array table{
 
 static_assert(table.size() == static_cast<std::size_t>(operation::count));
 
-// The cache holds each value under the type that is subscribed, and a constant is of the same.
+// The cache holds each value under its subscribed type, and a constant has the same type.
 #define PEER_VALUE(result, getter, of, value, ...)                                 \
   static_assert(std::is_same_v<result, std::string> == (told(value).type == text), \
                 #getter " gives another type than the peer tells");
@@ -88,7 +89,7 @@ constexpr auto restless = [] {
   return all;
 }();
 
-/// Walks the table, then puts what has a place there.
+/// Walks the table, then moves values with a place to that place.
 class path_list {
  public:
   explicit path_list(family peer) : peer_(peer) {}
@@ -103,7 +104,7 @@ class path_list {
 
   std::vector<::device::wanted_path> in_order() && {
     std::stable_sort(paths_.begin(), paths_.end(), [](const auto& one, const auto& other) {
-      return one.first - 1 < other.first - 1;  // of none wraps round to the end
+      return one.first - 1 < other.first - 1;  // 0 wraps round to the end
     });
     std::vector<::device::wanted_path> all;
     for (auto& [place, wanted] : paths_)

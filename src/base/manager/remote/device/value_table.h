@@ -1,5 +1,5 @@
-// The table of peer_values.def as data: for each operation what it gives with each product family,
-// and what a peer of the family is asked to tell.
+// The table of peer_values.def as data: the result of each operation for each product family, and
+// what a peer of the family is asked for.
 //
 // Pure functions on any thread; they throw nothing.
 #pragma once
@@ -30,20 +30,20 @@ enum class scope { line, compensator, direction, channel };
 /// Read from the subscription cache; "{}" takes a channel identifier or a direction.
 struct path {
   const char* text;
-  unsigned place = 0;  ///< in the subscription, from 1 on; 0 behind those that have one
+  unsigned place = 0;  ///< position in the subscription, from 1; those with 0 come last
 };
 /// Thrown as nx_error -22.
 struct refusal {
   const char* text;
 };
-/// The constant answer of a family without such a text.
+/// The constant answer of a family that has no such text.
 struct words {
   const char* text;
 };
 
 using cell = std::variant<path, refusal, words, float>;
 
-/// What the peer tells: numbers of a kind, or a value of another type.
+/// What the peer reports: numbers of a kind, or a value of another type.
 struct told {
   constexpr told(::device::reading_kind of) : kind(of) {}
   constexpr told(::device::value_type of) : type(of) {}
@@ -63,11 +63,11 @@ struct row {
 
 const row& row_of(operation what);
 
-/// What a peer of the family is asked for, in its order: of the line, and of a channel.
+/// What a peer of the family is asked for, in order: for the line, and for a channel.
 std::vector<::device::wanted_path> line_paths_of(family peer, bool compensates);
 std::vector<::device::wanted_path> channel_paths_of(family peer, unsigned id);
 
-/// Numbers of the line that never stand still: measured all the time, they show noise.
+/// Numbers of the line that are never constant: they are measured continuously and show noise.
 std::span<const operation> restless_values();
 
 }  // namespace manager::remote::device

@@ -20,7 +20,7 @@ class orvabase : public orva_common {
   orvabase() : orva_common(false) {}
 };
 
-/// Adds what the peer's dispersion compensation shows.
+/// Adds the values of the peer's dispersion compensation.
 class orvapro : public orva_common {
  public:
   orvapro() : orva_common(true) {}
