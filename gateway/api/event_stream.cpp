@@ -26,7 +26,7 @@ void event_stream::start(std::shared_ptr<byte_sink> sink, std::shared_ptr<tree_m
                          std::vector<std::shared_ptr<topic>> topics, std::string last_id) {
   const std::shared_ptr<event_stream> made(new event_stream(
       std::move(sink), std::move(mirror), bounds, io, std::move(topics), std::move(last_id)));
-  // The sink keeps the stream alive, and lets go of it when it closes.
+  // The sink keeps the stream alive, and releases it when it closes.
   made->sink_->on_close([made] { made->closed(); });
   made->mirror_->add(*made);
   made->out_.push_back(std::make_shared<const std::string>("retry: 1000\n\n"));
@@ -87,8 +87,8 @@ void event_stream::gather_link() {
                   mirror_->link_since())));
 }
 
-// A long list of paths is not looked through; a journal among them is, since the present value of
-// any other path makes up for what was missed.
+// A long list of paths is not searched, except for a journal among them: for any other path the
+// present value makes up for what was missed.
 std::vector<std::string> event_stream::resumed_paths() const {
   std::vector<std::string> paths;
   for (const auto& each : cursors_) {

@@ -1,4 +1,4 @@
-// The entries of a history as the daemon answers it, {PATH:[{"time":..,"value":..},...]}.
+// The entries of a history in the daemon's answer, {PATH:[{"time":..,"value":..},...]}.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace gateway {
 
-/// Calls `told(time, value)` for each entry of the path, oldest first; passes over what is none.
+/// Calls `told(time, value)` for each entry of the path, oldest first; skips anything else.
 template <class Told>
 void for_each_entry(const nx::json_value* result, const std::string& path, Told told) {
   if (!result || !result->IsObject()) return;

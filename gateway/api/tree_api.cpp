@@ -21,7 +21,7 @@ constexpr std::size_t longest_path = 1024;
 constexpr std::int32_t bad_request = -22;
 constexpr std::int32_t busy = -11;
 
-/// Throws nx_error with what is wrong.
+/// Throws nx_error, saying what is wrong.
 std::vector<std::string> paths_of(const request& asked, std::size_t most) {
   std::vector<std::string> paths;
   const auto [begin, end] = asked.query.equal_range("path");
@@ -40,7 +40,7 @@ std::vector<std::string> paths_of(const request& asked, std::size_t most) {
   return paths;
 }
 
-/// Collects the answers to several patterns into one object.
+/// Collects the answers to several patterns in one object.
 struct gathered {
   std::size_t outstanding;
   std::string members;
@@ -57,7 +57,7 @@ struct gathered {
   }
 };
 
-/// The daemon's entries up to where the own ones begin, then those.
+/// The daemon's entries up to where our own begin, then those.
 std::string history_text(const std::string& path, const nx::json_value* told,
                          const recorder::series& own) {
   std::string entries;

@@ -15,7 +15,7 @@ namespace {
 
 namespace http = boost::beast::http;
 
-/// The page gets everything from its own origin, frames nothing and is framed by nobody.
+/// The page loads everything from its own origin, frames nothing and may not be framed.
 constexpr const char* content_policy =
     "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self' data:; "
     "font-src 'self'; connect-src 'self'; base-uri 'none'; form-action 'none'; "
@@ -54,7 +54,7 @@ method method_of(http::verb verb) {
   }
 }
 
-/// False if a header stands twice that may stand once.
+/// False if a header that may occur once occurs twice.
 bool read_headers(const beast_request& message, request& into) {
   for (const auto& field : message) {
     const auto name = lower(field.name_string());

@@ -23,6 +23,8 @@ const kinds = {
   loopUp: ["disc", "green", "is up again"],
   cut: ["diamond", "red", "is cut"],
   mended: ["disc", "green", "is mended"],
+  stalled: ["diamond", "red", "is not regulated"],
+  resumed: ["disc", "green", "is regulated again"],
   peerIdentified: ["disc", "green", "is identified"],
   peerLost: ["diamond", "yellow", "is lost"],
   channelAdded: ["triangle", "blue", "was added"],

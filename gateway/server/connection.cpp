@@ -17,8 +17,8 @@ namespace {
 namespace http = boost::beast::http;
 namespace asio = boost::asio;
 
-/// A client that is refused while it still sends would lose the answer with its connection, so what
-/// it sends is read for a while.
+/// If a client is refused while it is still sending, closing at once would lose the answer, so its
+/// data is read for a while.
 constexpr std::chrono::seconds drain_time{2};
 constexpr std::size_t drain_bytes = 32 * 1024 * 1024;
 
@@ -104,8 +104,8 @@ void connection<Stream>::handshake(std::function<void()> then) {
   }
 }
 
-// Between two requests a connection may rest for longer than a request may take; a new one that
-// asks nothing only keeps others out.
+// Between requests a connection may rest longer than a request may take; a new one that asks
+// nothing only keeps others out.
 template <class Stream>
 void connection<Stream>::await_request() {
   parser_.emplace();
@@ -174,8 +174,8 @@ void connection<Stream>::body_read(const error_code& error) {
   end_deadline();
   if (closed_) return;
   if (error) return read_failed(error);
-  // Fields behind a chunked body stand among those of the header now, which no proxy looks at
-  // there.
+  // Fields after a chunked body have now been added to those of the header, where no proxy has
+  // checked them.
   const auto& whole = parser_->get();
   if (std::distance(whole.begin(), whole.end()) != header_fields_) {
     return give_last(refusal(400, "A header stands behind the body"));
@@ -230,7 +230,7 @@ void connection<Stream>::begin_stream(answer made) {
         [this, begin = std::move(begin)] { begin(this->shared_from_this()); });
 }
 
-// What a client sends on an event stream is of no interest, its end is.
+// Data that a client sends on an event stream is ignored; only the end of the connection matters.
 template <class Stream>
 void connection<Stream>::watch_for_end() {
   stream_.async_read_some(asio::buffer(ignored_),
@@ -305,7 +305,7 @@ void connection<Stream>::set_deadline(std::chrono::milliseconds time, late how) 
   deadline_.async_wait([weak = this->weak_from_this()](const error_code& error) {
     const auto self = weak.lock();
     if (!self || error || self->late_ == late::nothing) return;
-    // It was set anew while this was on its way.
+    // It was set again while this was on its way.
     if (self->deadline_.expiry() > std::chrono::steady_clock::now()) return;
     if (self->late_ == late::close) {
       if (self->streaming_) {

@@ -1,6 +1,6 @@
-// One connection of a client: reads requests one after the other under limits of size and time,
-// hands each to the router and writes its answer; or becomes an event stream. A deadline holds for
-// a whole step, however many bytes trickle in meanwhile.
+// One client connection: reads requests one after the other within limits of size and time, passes
+// each to the router and writes its answer; or becomes an event stream. A deadline applies to a
+// whole step, however slowly bytes trickle in.
 //
 // Stream is a TCP socket or TLS over one. On the gateway's thread.
 #pragma once
@@ -31,7 +31,7 @@ class connection final : public byte_sink,
   ~connection() override;
 
   void start();
-  /// Says that there are too many, and closes.
+  /// Answers that there are too many connections, and closes.
   void refuse();
 
   void close() override;
@@ -73,7 +73,7 @@ class connection final : public byte_sink,
   bool refusing_ = false;
   bool streaming_ = false;
   bool head_ = false;
-  bool first_ = true;  ///< nothing was asked yet
+  bool first_ = true;  ///< no request yet
   std::ptrdiff_t header_fields_ = 0;
   std::size_t counted_bytes_ = 0;
   std::size_t drained_bytes_ = 0;

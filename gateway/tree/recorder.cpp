@@ -11,7 +11,7 @@ namespace {
 constexpr const char* recorded[] = {"insight/client/*/*/measured", "insight/client/*/*/target",
                                     "data/client/*/*/attenuation"};
 
-/// Of `"value":-3.2}`; what is in error, or no number, is none.
+/// From `"value":-3.2}`; a value in error, or not a number, gives none.
 std::optional<double> number_of(std::string_view member) {
   constexpr std::string_view name = "\"value\":";
   if (!member.starts_with(name)) return std::nullopt;
@@ -68,14 +68,14 @@ void recorder::note(const std::string& path, std::optional<double> value) {
     points.pop_front();
 }
 
-/// What is not heard is not known.
+/// What has not been heard is not known.
 void recorder::note_loss() {
   for (const auto& [path, points] : series_) {
     if (points.back().value) note(path, std::nullopt);
   }
 }
 
-/// A channel that was removed leaves with its last ten minutes.
+/// When a channel is removed, its last ten minutes are too.
 void recorder::forget_old() {
   const auto begin = settings_.now() - span;
   std::erase_if(series_, [begin](const auto& entry) {

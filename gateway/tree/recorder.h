@@ -1,7 +1,7 @@
-// The last ten minutes of what the page plots of each channel: power, target and attenuation. The
-// daemon keeps 32 values of a path, which are half a minute of a power that wavers, and none of
-// what nobody listens to; so the gateway listens from its start on, and a page that is opened after
-// a fault shows what led to it. On the gateway's thread.
+// The last ten minutes of the values that the page plots for each channel: power, target and
+// attenuation. The daemon keeps 32 values per path, half a minute of a wavering power, and none of
+// a value without subscribers. So the gateway listens from its start on, and a page opened after a
+// fault shows what led to it. On the gateway's thread.
 #pragma once
 
 #include <chrono>
@@ -20,24 +20,24 @@ namespace gateway {
 class recorder : public mirror_watcher {
  public:
   static constexpr std::chrono::minutes span{10};
-  /// Of two points that are closer the later one counts, so a series has some 1,200 at most.
+  /// Of two points closer than this the later one is kept, so a series has at most about 1,200.
   static constexpr std::chrono::milliseconds closest{500};
 
   struct point {
     std::chrono::system_clock::time_point at;
-    std::optional<double> value;  ///< empty where there was none
+    std::optional<double> value;  ///< empty if there was no value
   };
-  /// Oldest first. The first one may be older than the span: it holds at its beginning.
+  /// Oldest first. The first one may be older than the span: it is the value at its beginning.
   using series = std::deque<point>;
 
   recorder(std::shared_ptr<tree_mirror> mirror, const settings& bounds);
   ~recorder() override;
 
-  /// Listens from here on.
+  /// Starts listening.
   void start();
   void stop();
 
-  /// Empty for a path that is not recorded, or of which nothing was heard.
+  /// Empty for a path that is not recorded, or of which nothing has been heard.
   const series& of(const std::string& path) const;
 
  private:
@@ -59,7 +59,7 @@ class recorder : public mirror_watcher {
   unsigned link_changes_ = 0;
 };
 
-/// As JSON; null where there was none.
+/// As JSON; null if there was no value.
 std::string value_text(const recorder::point& of);
 
 }  // namespace gateway

@@ -18,7 +18,7 @@ std::string lower(std::string_view text) {
   return out;
 }
 
-/// Without the port; an address of IPv6 keeps its brackets.
+/// Without the port; an IPv6 address keeps its brackets.
 std::string_view name_of(std::string_view host) {
   const auto colon = host.rfind(':');
   const auto bracket = host.rfind(']');
@@ -26,8 +26,8 @@ std::string_view name_of(std::string_view host) {
   return host.substr(0, colon);
 }
 
-/// A page of elsewhere makes the browser ask, be it for the cost alone. A link to here is another
-/// thing.
+/// A foreign page may make the browser send requests, if only to cause load. Following a link to
+/// here is different.
 bool asked_by_other_page(const request& asked) {
   const auto site = asked.header("sec-fetch-site");
   if (site.empty() || site == "same-origin" || site == "none") return false;
@@ -45,8 +45,8 @@ answer ask_for_token(const char* scheme) {
 
 trust::trust(trust_rules rules) : rules_(std::move(rules)) {}
 
-// A page of elsewhere can make a browser take its own name for this host's address; what it then
-// asks still bears that name.
+// A foreign page may make a browser take the page's own name for this host's address; the requests
+// still carry that name.
 bool trust::names_this_gateway(std::string_view host) const {
   const auto name = lower(name_of(host));
   if (name == "localhost" || name == "127.0.0.1" || name == "[::1]") return true;

@@ -48,9 +48,16 @@ void lazy_value_base<T>::subscribe(std::shared_ptr<nx_session> session, const st
              error ? error_object(*error, allocator) : to_json(std::get<T>(value), allocator),
              allocator);
   send_event_to_session_impl(event_of(path, value), true, std::move(session));
-  // The others have what they were told last: they get the difference with the next refresh.
+  // The other subscribers have the previous value: they get the difference with the next refresh.
   if (!told_) told_ = std::make_unique<result_t>(std::move(value));
   is_watched_ = true;
+}
+
+template <class T>
+bool lazy_value_base<T>::is_news(const result_t& what) const {
+  if (!told_ || told_->index() != what.index()) return true;
+  if (is_same_ == nullptr || std::holds_alternative<nx_error>(what)) return *told_ != what;
+  return !is_same_(std::get<T>(*told_), std::get<T>(what));
 }
 
 template <class T>
@@ -62,7 +69,7 @@ void lazy_value_base<T>::tell_subscribers() {
     return;
   }
   auto value = present();
-  if (told_ && *told_ == value) return;
+  if (!is_news(value)) return;
   send_event_impl(event_of(get_path(0), value), false);
   told_ = std::make_unique<result_t>(std::move(value));
 }

@@ -104,6 +104,9 @@ class Node:
             self._processes[name] = subprocess.Popen(
                 [str(program), *map(str, arguments)], env=self._environment, stdout=log, stderr=log)
 
+    def pid(self, name):
+        return self._processes[name].pid
+
     def output(self, name):
         return (self.folder / f"{name}.log").read_text(errors="replace")
 

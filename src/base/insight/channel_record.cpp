@@ -4,8 +4,10 @@
 #include <rapidjson/document.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "api/lazy_value.h"
+#include "base/insight/news.h"
 #include "helpers/waiting.h"
 #include "platform/value_tree/event_frame.h"
 #include "platform/value_tree/nx_db.h"
@@ -18,7 +20,7 @@ namespace {
 
 using nx::json_value;
 
-/// To the hundredth: what changes below it is no news.
+/// To a hundredth: smaller changes are not news.
 float rounded(float value) {
   return std::round(value * 100.0f) / 100.0f;
 }
@@ -27,7 +29,7 @@ json_value number(float value) {
   return json_value(std::round(double{value} * 100.0) / 100.0);
 }
 
-/// The wall clock of a moment of the steady one.
+/// The wall clock time of a point in steady time.
 std::string time_text(time_point moment) {
   auto& waiting = helpers::waiting::instance();
   const auto ago = waiting.steady_now() - moment;
@@ -58,16 +60,19 @@ void channel_record::setup_api(nx_db& db, unsigned id, unsigned frequency,
       lazy_value<&record::get_dead_band>::create(db, path("deadBand"), self),
       lazy_value<&record::get_headroom_up>::create(db, path("headroomUp"), self),
       lazy_value<&record::get_headroom_down>::create(db, path("headroomDown"), self),
-      lazy_value<&record::get_age>::create(db, path("age"), self),
-      lazy_value<&record::get_steps_last_hour>::create(db, path("stepsLastHour"), self),
+      told_age<&record::get_age>(db, path("age"), self),
       lazy_value<&record::get_arrival>::create(db, path("arrival"), self),
   };
+  counts_ = {lazy_value<&record::get_steps>::create(db, path("steps"), self),
+             lazy_value<&record::get_steps_last_hour>::create(db, path("stepsLastHour"), self)};
 }
 
 void channel_record::remove_api() {
-  for (const auto& node : nodes_)
-    node->db->remove_node(node->get_path(0));
-  nodes_.clear();
+  for (auto* nodes : {&counts_, &nodes_}) {
+    for (const auto& node : *nodes)
+      node->db->remove_node(node->get_path(0));
+    nodes->clear();
+  }
 }
 
 void channel_record::added() {
@@ -94,7 +99,24 @@ void channel_record::felt(const neighbour& other) {
   view_.ways.felt(other);
 }
 
+bool channel_record::take_news() {
+  const std::lock_guard lock(mutex_);
+  const auto last = view_.ways.last();
+  told_figures now{.verdict = view_.verdict,
+                   .steps = last ? last->steps : 0,
+                   .neighbour_moved = last && last->felt_most ? last->felt_most->moved : 0};
+  if (looks_alike(told_.verdict, now.verdict) && told_.steps == now.steps &&
+      looks_alike(told_.neighbour_moved, now.neighbour_moved)) {
+    return false;
+  }
+  told_ = std::move(now);
+  return true;
+}
+
 void channel_record::refresh() {
+  for (const auto& count : counts_)
+    count->refresh();
+  if (!take_news()) return;
   for (const auto& node : nodes_)
     node->refresh();
 }
@@ -153,6 +175,11 @@ float channel_record::get_headroom_down() {
 }
 float channel_record::get_age() {
   return figure<&channel_verdict::age>();
+}
+
+unsigned channel_record::get_steps() {
+  const std::lock_guard lock(mutex_);
+  return view_.actuator.steps();
 }
 
 unsigned channel_record::get_steps_last_hour() {

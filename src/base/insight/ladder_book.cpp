@@ -12,7 +12,7 @@ using namespace std::chrono_literals;
 
 constexpr auto time_to_learn = 60s;
 constexpr float stands_still_within = 0.5f;
-/// Instruments are seconds apart: while something moves, one or two looks disagree.
+/// Instruments are seconds apart: while something moves, one or two looks may disagree.
 constexpr unsigned looks_to_believe = 5;
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "api/lazy_value.h"
+#include "base/insight/news.h"
 #include "base/manager/loops/line_loop.h"
 #include "helpers/waiting.h"
 
@@ -16,7 +17,7 @@ void overview::setup_api(nx_db& db, std::shared_ptr<loops::line_loop> line, boar
   boards_ = {std::move(rx), std::move(tx)};
   const auto self = shared_from_this();
   nodes_ = {
-      nx::api::lazy_value<&overview::get_summary>::create(db, "insight/summary", self),
+      ::insight::told_value<&overview::get_summary>(db, "insight/summary", self),
       nx::api::lazy_value<&overview::get_rest>::create(db, "insight/rest", self),
   };
 }
@@ -65,6 +66,7 @@ void overview::note_cycle(cycle_facts facts) {
   }
   facts.voa = line_->get_voa_record();
   facts.now = helpers::waiting::instance().steady_now();
+  facts.wall_clock = helpers::waiting::instance().system_now();
   return facts;
 }
 

@@ -183,4 +183,37 @@ TEST_F(events, a_heartbeat_comes_while_nothing_changes) {
   watch("path=data/**")->read_until(": heartbeat\n\n");
 }
 
+/// How often somebody wanted to subscribe to it.
+struct asked_node : value_node {
+  using value_node::value_node;
+  void subscribe(std::shared_ptr<nx_session> session, const std::string& path,
+                 nx::json_allocator& allocator, nx::json_value& result,
+                 std::unique_lock<std::recursive_mutex>& lock) override {
+    value_node::subscribe(std::move(session), path, allocator, result, lock);
+    ++asked;
+  }
+  std::atomic<unsigned> asked{0};
+};
+
+TEST_F(events, a_pattern_of_more_than_an_answer_may_have_is_tried_ever_more_seldom) {
+  bounds.tree_retry = 50ms;
+  const auto counted = test::add_node<asked_node>(db, "large/counted", "1");
+  for (int i = 0; i < 200; ++i)
+    value_node::create(db, fmt::format("large/part/{}", i), '"' + std::string(50'000, 'x') + '"');
+  serve_tree();
+  start();
+  const auto begin = std::chrono::steady_clock::now();
+  const auto page = watch("path=large/**");
+  const auto other = watch("path=data/**");
+  EXPECT_THAT(page->read_until("error"), HasSubstr("its answer is longer than 8388608 bytes"));
+  other->read_until("-3.5");
+  while (counted->asked < 4 && std::chrono::steady_clock::now() - begin < test_patience)
+    std::this_thread::sleep_for(5ms);
+  EXPECT_GE(counted->asked, 4u);
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, 50ms + 100ms + 200ms);
+  for (int i = 0; i < 200; ++i)
+    db.remove_node(fmt::format("large/part/{}", i));
+  EXPECT_TRUE(tells(page->read_until("\"large/counted\""), "large/counted", "1"));
+}
+
 }  // namespace

@@ -74,6 +74,18 @@ TEST(findings, name_the_cause_before_what_it_brings_about) {
        {booster_down},
        cause::device_silent,
        "booster"},
+      // Two at once: neither hides the other.
+      {{{"insight/device/booster/alive", false},
+        {"insight/device/booster/age", 4.0},
+        {"insight/device/sfp/alive", true},
+        {"insight/device/sfp/inputPower", std::string("dark")},
+        {"insight/line/state", std::string("device failed")},
+        {state("19230000/tx"), dark},
+        {state("19245000/tx"), dark},
+        {state("19260000/tx"), dark}},
+       {booster_down, at_noon("loopDown", "line", {{"reason", "Not connected: booster"}})},
+       cause::device_silent,
+       "booster"},
       {{{state("19230000/rx"), dark}, {"insight/line/state", std::string("no peer")}},
        {at_noon("lit", "client rx 19230000"), at_noon("dark", "client rx 19230000")},
        cause::channel_dark,
@@ -180,11 +192,18 @@ TEST(event_lines, fold_what_comes_together_and_name_channels_by_their_frequency)
       event_at("12:00:03", R"("event":"arrived","on":"client rx 7","seconds":3.14,"steps":1)"),
       event_at("12:00:09", R"("event":"lit","on":"client rx 9")"),
       event_at("12:01:00", R"("event":"peerLost","on":"peer","product":"ORVA\u001b-LITE")"),
+      event_at("12:02:00", R"("event":"exhausted","on":"client rx 7","error":-2.74)"),
+      event_at("12:03:00",
+               R"("event":"parameterWritten","on":"config/x","value":"4.5","writes":30,)"
+               R"("until":"2026-01-31T12:03:09.5Z")"),
   };
   EXPECT_THAT(event_lines(events, {{7, 19260000}}),
               ElementsAre("2026-01-31 12:00:00  3 channels rx  has light",
                           "2026-01-31 12:00:03  192.60 rx      is on target after 3.1 s in 1 step",
-                          R"(2026-01-31 12:01:00  peer           lost, it was ORVA\x1b-LITE)"));
+                          R"(2026-01-31 12:01:00  peer           lost, it was ORVA\x1b-LITE)",
+                          "2026-01-31 12:02:00  192.60 rx      is exhausted, 2.7 dB too weak",
+                          "2026-01-31 12:03:00  config/x       written 30 times until 12:03:09, "
+                          "at last: 4.5"));
   EXPECT_FALSE(event_of("no json"));
 }
 
