@@ -112,11 +112,13 @@ bool channel_record::take_news() {
   return true;
 }
 
-void channel_record::refresh() {
-  if (steps_node_) steps_node_->refresh();
-  if (!take_news()) return;
+bool channel_record::refresh(bool is_new_minute) {
+  const bool is_news = take_news();
+  if (steps_node_ && (is_news || is_new_minute)) steps_node_->refresh();
+  if (!is_news) return false;
   for (const auto& node : nodes_)
     node->refresh();
+  return true;
 }
 
 channel_record::view channel_record::snapshot() const {

@@ -42,8 +42,9 @@ class channel_record : public std::enable_shared_from_this<channel_record> {
   /// Something happened that this channel's steps may answer.
   void event();
   void felt(const neighbour& other);
-  /// Subscribers get what has changed; all figures together, when one of them is worth it.
-  void refresh();
+  /// Subscribers get what has changed; all figures together, when one of them is worth it, which
+  /// is then returned. `is_new_minute`: what counts the last hour has changed too.
+  bool refresh(bool is_new_minute);
 
   struct view {
     channel_verdict verdict;
