@@ -19,6 +19,7 @@ struct picture_options {
   page shown = page::channels;
   unsigned first_row = 0;    ///< how far the page is scrolled
   std::string command = {};  ///< the last line: runs as it stands
+  std::string web = {};      ///< address of the node's page; empty without one
   std::string node = {};     ///< which of two nodes this is; empty for a node alone
 };
 

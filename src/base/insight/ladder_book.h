@@ -1,7 +1,7 @@
 // What a node remembers of the path of the light: the newest look at it, what the differences
 // between its instruments usually are, and the fault that several looks in a row have found. The
 // usual is taken from the first minute in which a difference stood still, and kept until the
-// process ends: what has changed since is a finding.
+// process ends: what has changed since is a finding, for a day at least.
 //
 // Looks on the manager thread, reads on any; the lock is a leaf in the order of locks.
 #pragma once
@@ -16,7 +16,8 @@
 
 namespace insight {
 
-/// Becomes a number once the figure has stood still for a minute.
+/// Becomes a number once the figure has stood still for a minute, and another one once it has stood
+/// still for a day somewhere else.
 class usual_value {
  public:
   using time_point = std::chrono::steady_clock::time_point;
