@@ -61,12 +61,12 @@ plant::~plant() {
 }
 
 void plant::step(std::chrono::nanoseconds dt) {
-  // Waits of a microsecond are gathered: nothing in the plant is that quick.
+  // Waits of a microsecond are accumulated: nothing in the plant is that fast.
   constexpr std::chrono::milliseconds shortest_step(1);
   const std::lock_guard lock(impl_->light);
   impl_->gathered += dt;
   if (impl_->gathered < shortest_step) return;
-  // Published part by part: a long step shows every pass of the monitors, as a short one would.
+  // Published part by part: a long step shows every pass of the monitors, as short ones would.
   while (impl_->gathered.count() > 0) {
     const auto part = std::min(impl_->gathered, line_system::longest_step);
     impl_->system.step(part);

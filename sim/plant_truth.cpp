@@ -1,4 +1,4 @@
-// What is, whatever the read-outs say.
+// The true state, whatever the read-outs say.
 #include "sim/plant/truth.h"
 #include "sim/plant_impl.h"
 

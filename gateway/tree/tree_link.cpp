@@ -152,7 +152,7 @@ void tree_link::receive_answer(const nx::json_value& message) {
   const auto id = message.FindMember("id");
   if (id == message.MemberEnd() || !id->value.IsUint64()) return;
   auto found = pending_.extract(id->value.GetUint64());
-  if (found.empty()) return;  // it was given up
+  if (found.empty()) return;  // it has been given up
   const auto result = message.FindMember("result");
   if (result != message.MemberEnd()) return found.mapped().done(&result->value, nullptr);
   const auto fault = message.FindMember("error");

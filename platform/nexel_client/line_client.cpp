@@ -45,7 +45,7 @@ class descriptor {
   int number_;
 };
 
-/// The path inside the text of the params, for errors; empty when there is none.
+/// The path in the text of the params, for errors; empty if there is none.
 std::string path_in(const std::string& params_text) {
   try {
     const json_document params = parse_json(params_text);
@@ -174,7 +174,7 @@ json_document line_client::call(const std::string& method, const std::string& pa
       impl_->events.push_back(std::move(*message));
       continue;
     }
-    // An answer without an id is to a request that the server could not read: this one. An older
+    // An answer without an id is for a request that the server could not read: this one. An older
     // id is a late answer to a call that has failed.
     const auto answered = message->FindMember("id");
     if (answered != message->MemberEnd() && answered->value.IsUint64() &&
@@ -203,7 +203,7 @@ std::optional<json_document> line_client::next_event(std::chrono::milliseconds t
   return std::nullopt;
 }
 
-// Nothing is read meanwhile, so a server that stops reading is given up after some time.
+// Nothing is read meanwhile, so a server that stops reading is given up after a while.
 void line_client::send_raw(const std::string& bytes) {
   constexpr std::chrono::seconds patience{30};
   const auto deadline = clock::now() + patience;

@@ -156,8 +156,8 @@ INSTANTIATE_WRITES_OF(const char)
 #undef INSTANTIATE_WRITES_OF
 
 #ifdef __SANITIZE_THREAD__
-// An exception goes from the I/O thread to the caller by a reference count inside libstdc++, which
-// is built without the sanitizer and so looks unordered to it.
+// An exception is passed from the I/O thread to the caller by a reference count inside libstdc++,
+// which is built without the sanitizer and therefore looks unordered to it.
 extern "C" __attribute__((weak, visibility("default"))) const char* __tsan_default_suppressions() {
   return "race:std::__exception_ptr::exception_ptr::_M_release\n";
 }

@@ -1,6 +1,6 @@
-// Keeps a log readable when a loop says the same thing in every turn: the first ten records of a
-// text of one subject on a channel within a second pass, the rest of that second becomes one
-// summary. Time is handed in; the caller locks.
+// Keeps a log readable when a loop says the same in every turn: within a second, the first ten
+// records with the same text, subject and channel pass; the others become one summary. Time is
+// passed in; the caller locks.
 #pragma once
 
 #include <chrono>
@@ -20,7 +20,8 @@ class flood_guard {
 
   static constexpr unsigned records_per_window = 10;
   static constexpr std::chrono::seconds window{1};
-  /// Texts watched at a time; beyond it a new text passes unwatched, so that memory is bounded.
+  /// Number of texts watched at a time; a new text beyond that passes unwatched, so that memory is
+  /// bounded.
   static constexpr std::size_t max_watched = 1024;
 
   /// Whether the record passes.

@@ -52,7 +52,7 @@ bool repeat_fold::admit_of_place(const record& rec, time_point now) {
     written_of_place_[rec.channel] = 1;
     return true;
   }
-  // The burst lasts as long as lines come close upon each other.
+  // The burst lasts as long as lines follow closely on each other.
   known->last = now;
   places_.renew(*known);
   auto& written = written_of_place_[rec.channel];

@@ -8,7 +8,7 @@ namespace {
 constexpr std::size_t longest_number = 17;
 
 bool is_long(std::string_view id) {
-  return id.size() > longest_number;
+  return id.size() > longest_number || id.find_first_of("eE") != id.npos;
 }
 
 // Walks over brackets and strings; everything else is the parser's to check.

@@ -12,7 +12,7 @@ namespace nx {
 /// The text is one message or a batch, and need not be valid. The results point into it.
 std::vector<std::string_view> number_ids(std::string_view text);
 
-/// The text with a small number in the place of each id that is too long for a number type.
+/// The text with a small number in the place of each id that may be beyond any number type.
 std::string with_short_ids(std::string_view text, const std::vector<std::string_view>& ids);
 
 /// True if one of them is that long.

@@ -1,5 +1,5 @@
-// JSON of the node classes, for their .cpp files: members, events and the parts of the info
-// records. Everything here is called with the mutex of the node that it is about.
+// JSON for the node classes' .cpp files: members, events and the parts of the info records.
+// Everything here is called with the mutex of the node concerned.
 #pragma once
 
 #include <rapidjson/document.h>
@@ -60,7 +60,7 @@ json_document value_changed_event(const nx_db_event_node& node, std::string path
   return event;
 }
 
-/// Tells all subscribers and the history. A node that is not attached has neither.
+/// Informs all subscribers and the history. A node that is not attached has neither.
 template <class T>
 void publish(nx_db_event_node& node, const T& value) {
   if (!node.db) return;

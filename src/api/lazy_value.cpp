@@ -48,7 +48,7 @@ void lazy_value_base<T>::subscribe(std::shared_ptr<nx_session> session, const st
              error ? error_object(*error, allocator) : to_json(std::get<T>(value), allocator),
              allocator);
   send_event_to_session_impl(event_of(path, value), true, std::move(session));
-  // The others have what they were told last: they get the difference with the next refresh.
+  // The other subscribers have the previous value: they get the difference with the next refresh.
   if (!told_) told_ = std::make_unique<result_t>(std::move(value));
   is_watched_ = true;
 }

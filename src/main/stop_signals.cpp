@@ -31,7 +31,7 @@ void catch_stop_signals() {
   ::sigaction(SIGINT, &action, nullptr);
   ::sigaction(SIGTERM, &action, nullptr);
   std::signal(SIGPIPE, SIG_IGN);
-  // A node outlives the terminal it was started from.
+  // A node outlives the terminal that started it.
   std::signal(SIGHUP, SIG_IGN);
 }
 

@@ -20,7 +20,7 @@ namespace tools::insight {
 
 namespace {
 
-// What one cause does to many channels comes within a few cycles.
+// One cause affects many channels within a few cycles.
 constexpr long together_seconds = 10;
 
 constexpr std::string_view client = "client ";
@@ -38,7 +38,7 @@ std::string detail_of(const event& what, const char* name) {
   return found == what.details.end() ? "" : found->second;
 }
 
-/// " after 3.1 s", where the event tells so.
+/// " after 3.1 s", if the event says so.
 std::string after(const event& what) {
   const auto seconds = detail_of(what, "seconds");
   return seconds.empty() ? ""
@@ -90,7 +90,7 @@ std::string write_text(const event& what) {
                      behind(": ", value));
 }
 
-/// What happened, without on whom.
+/// What happened, without the subject.
 std::string text_of(const event& what) {
   const auto& kind = what.kind;
   const auto reason = behind(": ", detail_of(what, "reason"));
@@ -115,7 +115,7 @@ std::string text_of(const event& what) {
   return other_details(what);
 }
 
-/// "rx" or "tx" of a channel's event; empty for everything else.
+/// "rx" or "tx" of a channel's event; otherwise empty.
 std::string side_of(const std::string& on) {
   if (!on.starts_with(client)) return "";
   const auto end = on.find(' ', client.size());
@@ -172,7 +172,7 @@ std::string what_text(const group& of) {
   if (of.subjects.size() == 1) {
     return text_of(*of.first) + (of.count > 1 ? fmt::format(", {} times", of.count) : "");
   }
-  // Figures differ between the channels: the words alone.
+  // Figures differ between the channels: only the words are shown.
   event bare = *of.first;
   bare.details.erase("seconds");
   bare.details.erase("steps");
@@ -221,7 +221,7 @@ std::vector<std::string> event_lines(const std::vector<event>& events,
   const auto groups = grouped(events);
   std::vector<std::string> subjects;
   std::size_t width = 0;
-  constexpr std::size_t widest = 24;  // a path may be long; it takes the room that it needs
+  constexpr std::size_t widest = 24;  // a path may be long; it takes the room it needs
   for (const auto& each : groups) {
     subjects.push_back(subjects_text(each, known));
     if (subjects.back().size() <= widest) width = std::max(width, subjects.back().size());

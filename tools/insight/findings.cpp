@@ -42,7 +42,7 @@ constexpr std::array cause_names{"startFailed",
                                  "underWay"};
 static_assert(cause_names.size() == static_cast<std::size_t>(cause::under_way) + 1);
 
-// More are counted, not named.
+// Beyond this number, the rest are counted, not named.
 constexpr std::size_t named_at_most = 4;
 
 /// The newest event of a kind on a subject that none of `ended_by` has followed.
@@ -84,7 +84,7 @@ void add_node_causes(const node_insight& node, std::vector<finding>& found) {
   for (const auto& each : node.start)
     found.push_back({cause::start_failed, "node", each, "", "", ""});
   const auto* failed = open_event(node, "", {"startFailed"}, {"loopUp"});
-  // What the node could not start without is over once it tells of itself.
+  // A fault that prevented the start is over once the node reports about itself.
   if (failed != nullptr && !node.tells_of_itself && node.start.empty()) {
     found.push_back({cause::start_failed, failed->on,
                      fmt::format("The node cannot start: {}", detail(*failed, "reason")),
@@ -135,7 +135,7 @@ std::string loops_text(const node_insight& node, const std::string& service) {
 
 void add_devices(const node_insight& node, std::vector<finding>& found) {
   for (const auto& each : node.devices) {
-    // One that has never been asked is no more silent than alive.
+    // A device that has never been asked is neither silent nor alive.
     if (each.alive != false || !each.age) continue;
     found.push_back({cause::device_silent, each.name,
                      fmt::format("The {} has not answered for {:.0f} s", each.name, *each.age),
@@ -148,7 +148,7 @@ void add_devices(const node_insight& node, std::vector<finding>& found) {
 struct line_row {
   line_state state;
   cause of;
-  const char* head;  ///< in front of the daemon's own sentence
+  const char* head;  ///< before the daemon's own sentence
   const char* event;
 };
 
@@ -290,7 +290,7 @@ std::optional<cause> cause_of(const node_insight& node, const channel& of, bool 
     case channel_state::reading_unknown:
       return cause::channel_unreadable;
     case channel_state::dark: {
-      // Without a fibre the amplifiers are off, and everything is dark behind them.
+      // Without a fibre the amplifiers are off, and everything after them is dark.
       if (node.of_line.state == line_state::no_fibre || (is_cut && !of.is_rx)) return std::nullopt;
       const bool is_missed = of.has_been_lit || of.is_wanted ||
                              open_event(node, event_subject(of), {"dark"}, {"lit"}) != nullptr;
@@ -304,7 +304,7 @@ std::optional<cause> cause_of(const node_insight& node, const channel& of, bool 
 }
 
 struct channel_words {
-  const char* one;   ///< in front of the daemon's sentence, behind the channel
+  const char* one;   ///< before the daemon's sentence, after the channel
   const char* many;  ///< for several together
   const char* remedy;
 };
@@ -337,7 +337,7 @@ void add_channels(const node_insight& node, std::vector<finding>& found) {
   std::map<std::pair<cause, bool>, std::vector<const channel*>> groups;
   for (const auto& each : node.channels) {
     const auto of = cause_of(node, each, is_found(found, cause::fibre_cut));
-    // The device is told already, and so is its loop.
+    // The device has already been reported, and so has its loop.
     const bool is_told = of == cause::loop_down && is_found(found, cause::device_silent);
     if (of && !is_told) groups[{*of, !each.is_rx}].push_back(&each);
   }

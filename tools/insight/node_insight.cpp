@@ -188,7 +188,7 @@ std::vector<std::string> hunting_of(const readings& read, const std::vector<chan
   return names;
 }
 
-/// What has come as an escape since a text of a tree may not break lines.
+/// Restores what the tree's text contains as an escape, since it may not contain line breaks.
 std::vector<std::string> lines_in(std::string text) {
   constexpr std::string_view line_end = "\\n";
   std::vector<std::string> lines;

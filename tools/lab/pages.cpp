@@ -93,7 +93,7 @@ std::vector<std::string> newest_events(const view& seen, unsigned count) {
   auto lines = insight::event_lines(seen.node.events, insight::places_of(seen.node));
   if (lines.size() > count) lines.erase(lines.begin(), lines.end() - count);
   for (auto& line : lines)
-    line.erase(0, date_width);  // a lab rarely sees midnight
+    line.erase(0, date_width);  // a lab rarely runs past midnight
   return lines;
 }
 

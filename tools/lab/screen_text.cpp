@@ -15,9 +15,9 @@ namespace {
 using text_lines = std::vector<std::string>;
 
 constexpr unsigned most_events = 3;
-// Below this the events and the captions make room for what is wrong.
+// Below this height, events and captions make room for problems.
 constexpr unsigned rows_for_all = 16;
-constexpr unsigned share_of_findings = 3;  // of the screen's rows, a third
+constexpr unsigned share_of_findings = 3;  // a third of the screen's rows
 
 std::string clock_text(std::chrono::seconds running) {
   const auto total = running.count();
@@ -50,7 +50,7 @@ states::colour colour_of_summary(const view& seen) {
   return seen.findings.empty() ? states::colour::green : states::colour::blue;
 }
 
-/// What is wrong: the first with all that is known of it, the others a line each.
+/// The problems: the first with everything known about it, the others one line each.
 text_lines finding_lines(const view& seen, screen_size size, look how) {
   text_lines lines;
   const auto most = std::max(size.rows / share_of_findings, 2U);
@@ -88,7 +88,7 @@ text_lines head(const view& seen, const picture_options& options, screen_size si
   return lines;
 }
 
-/// As many captions as fit, none cut.
+/// As many captions as fit, none truncated.
 std::string captions(const picture_options& options, unsigned columns) {
   constexpr std::array<std::pair<page, const char*>, 5> pages{{{page::channels, "c channels"},
                                                                {page::ladder, "l ladder"},
@@ -111,7 +111,7 @@ text_lines foot(const view& seen, const picture_options& options, screen_size si
       lines.push_back(faint(shortened(line, size.columns, how), how));
     lines.push_back(faint(captions(options, size.columns), how));
   }
-  // A command that is cut is another command.
+  // A truncated command is a different command.
   if (!options.command.empty() && options.command.size() <= size.columns) {
     lines.push_back(options.command);
   }

@@ -15,7 +15,7 @@ namespace {
 constexpr std::chrono::milliseconds between_looks{500};
 constexpr std::chrono::seconds line_interval{1};
 
-/// A node that was started alone has nobody to miss, as long as its line is open.
+/// A node that was started alone is not missing a peer, as long as its line is open.
 void forget_missing_peer(view& seen) {
   constexpr double shut_db = 15.0;
   if (seen.voa_db.value_or(0.0) >= shut_db) return;

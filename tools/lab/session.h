@@ -21,15 +21,14 @@ class session {
   session(supervisor& programs, user& at_terminal, const std::vector<node*>& nodes,
           const neighbour& peer);
 
-  /// Where else to look at a node: a command, which is the screen's last line, and a page.
+  /// Where else to look at a node: a command, which is the screen's last line, and a web page.
   struct elsewhere {
     std::string command;
     std::string web;
   };
-  /// Until the user quits; `places` has one for each node. Throws lab_failure when a
-  /// program ends.
+  /// Until the user quits; `places` has one for each node. Throws lab_failure if a program ends.
   void show_on_screen(const std::vector<elsewhere>& places);
-  /// One line a node and second, until the user quits.
+  /// One line per node and second, until the user quits.
   void print_lines();
   /// The same; true as soon as all is well and has stayed so, false when `limit` is over.
   bool print_until_converged(std::chrono::seconds limit);
@@ -45,7 +44,7 @@ class session {
   view look(const watched_node& at);
   void print(const watched_node& at, const std::string& text) const;
   std::chrono::milliseconds running() const;
-  /// False when the user quits before the time is over.
+  /// False if the user quits before the time is over.
   bool pause(clock::time_point until);
   void react(key pressed, const drawn_picture& drawn, picture_options& options) const;
 

@@ -20,12 +20,12 @@ bool answers() {
   }
 }
 
-/// Nodes share the store and no key.
+/// Nodes share the store but no keys.
 std::string data_tag(unsigned node) {
   return node == 0 ? "{data}" : "{data-far}";
 }
 
-/// What a mounted and healthy store of a node holds.
+/// The contents of a mounted and healthy store of a node.
 void write_keys(unsigned node) {
   kvs_client client("lab", "");
   const auto configuration = store::configuration_tag(node);

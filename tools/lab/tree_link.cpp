@@ -12,7 +12,7 @@ namespace tools::lab {
 namespace {
 
 constexpr std::int32_t not_connected = -107;
-// A tree that answers later than this is shown as it was; the screen must not stand still.
+// If a tree takes longer than this, its last values are shown; the screen must not freeze.
 constexpr std::chrono::milliseconds patience{1000};
 
 }  // namespace

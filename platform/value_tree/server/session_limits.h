@@ -1,6 +1,7 @@
-// How many sessions a server takes, and from whom. The supervisory link has its own count, so that
-// nobody there shuts out the local side, and a place of its own for the neighbour; the last places
-// of the local side are root's, who may have to look what the others do. On the I/O thread.
+// How many sessions a server accepts, and from whom. The supervisory link has a separate limit, so
+// that nobody there locks out the local side, and a place reserved for the neighbour; the last
+// local places are reserved for root, who may have to find out what the others are doing. On the
+// I/O thread.
 #pragma once
 
 #include <chrono>
@@ -24,11 +25,11 @@ class session_limits {
   /// Where a connection comes from. `on_link`: it was accepted on the supervisory link.
   origin origin_of(int connection, bool on_link) const;
 
-  /// Why there is no room for one more; empty if there is.
+  /// Why there is no room for another session; empty if there is.
   std::optional<nx_error> refusal(origin from) const;
 
-  /// Of those from the neighbour's address that have asked for nothing since `time` the oldest but
-  /// one, or the only one; null if there is none. The oldest is likely the neighbour itself.
+  /// Among those from the neighbour's address that have asked for nothing since `time`, the oldest
+  /// but one, or the only one; null if there is none. The oldest is probably the neighbour itself.
   std::shared_ptr<session> idle_neighbour(std::chrono::steady_clock::time_point time) const;
 
   void entered(const std::shared_ptr<session>& one, origin from) {
@@ -43,7 +44,7 @@ class session_limits {
   const neighbours& known_;
   struct place {
     origin from;
-    unsigned long number;  // counts those who entered
+    unsigned long number;  // number of sessions accepted so far
   };
   std::map<std::shared_ptr<session>, place> sessions_;
   unsigned long entered_ = 0;

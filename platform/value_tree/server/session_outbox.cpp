@@ -199,58 +199,71 @@ std::size_t session_outbox::subscriptions() const {
 
 bool session_outbox::has_pattern(const std::string& pattern) const {
   const std::lock_guard lock(mutex_);
-  return std::find(patterns_.begin(), patterns_.end(), pattern) != patterns_.end();
+  return patterns_.contains(pattern);
 }
 
 bool session_outbox::add_pattern(const std::string& pattern) {
-  if (has_pattern(pattern)) return true;
   const std::lock_guard lock(mutex_);
-  if (closed_ || subscriptions_.size() + patterns_.size() >= limits::subscriptions_per_session) {
+  if (patterns_.contains(pattern)) return true;
+  if (closed_ || subscriptions_.size() + patterns_.size() >= limits::subscriptions_per_session ||
+      patterns_.bytes() + pattern.size() > limits::pattern_bytes_per_session) {
     return false;
   }
-  patterns_.push_back(pattern);
+  patterns_.add(pattern);
   return true;
 }
 
-std::vector<std::string> session_outbox::remove(const std::string& path_or_pattern) {
+std::size_t session_outbox::pattern_bytes() const {
   const std::lock_guard lock(mutex_);
-  std::vector<std::string> named;
-  if (is_path_pattern(path_or_pattern)) {
-    named = remove_pattern(path_or_pattern);
-  } else if (subscriptions_.find(path_or_pattern) != no_subscription) {
-    named.push_back(path_or_pattern);
-  }
-  for (const auto& path : named)
-    subscriptions_.find(subscriptions_.find(path))->exact = false;
-  std::erase_if(named, [this](const auto& path) { return stays(path); });
-  return named;
+  return patterns_.bytes();
+}
+
+std::vector<std::string> session_outbox::remove(const std::string& path_or_pattern) {
+  if (is_path_pattern(path_or_pattern)) return remove_pattern(path_or_pattern, true);
+  const std::lock_guard lock(mutex_);
+  const auto number = subscriptions_.find(path_or_pattern);
+  if (number == no_subscription) return {};
+  subscriptions_.find(number)->exact = false;
+  if (patterns_.covers(path_or_pattern)) return {};
+  end(number);
+  return {path_or_pattern};
 }
 
 std::vector<std::string> session_outbox::withdraw(const std::string& pattern) {
+  return remove_pattern(pattern, false);
+}
+
+// Thousands of paths are compared without the lock, which publishers want: the patterns are changed
+// by the session's own requests alone.
+std::vector<std::string> session_outbox::remove_pattern(const std::string& pattern,
+                                                        bool exact_too) {
+  std::vector<std::shared_ptr<const std::string>> paths;
+  {
+    const std::lock_guard lock(mutex_);
+    patterns_.remove(pattern);
+    paths = subscriptions_.shared_paths();
+  }
+  std::erase_if(paths, [&](const auto& path) { return !path_matches(pattern, *path); });
+  std::vector<bool> covered;
+  for (const auto& path : paths)
+    covered.push_back(patterns_.covers(*path));
+  std::vector<std::string> ended;
   const std::lock_guard lock(mutex_);
-  auto named = remove_pattern(pattern);
-  std::erase_if(named, [this](const auto& path) { return stays(path); });
-  return named;
-}
-
-// Gives the subscribed paths that it fits.
-std::vector<std::string> session_outbox::remove_pattern(const std::string& pattern) {
-  std::erase(patterns_, pattern);
-  auto fitting = subscriptions_.paths();
-  std::erase_if(fitting, [&](const auto& path) { return !path_matches(pattern, path); });
-  return fitting;
-}
-
-bool session_outbox::stays(const std::string& path) {
-  const auto number = subscriptions_.find(path);
-  if (subscriptions_.find(number)->exact || covered(path)) return true;
-  end(number);
-  return false;
+  for (std::size_t i = 0; i < paths.size(); ++i) {
+    const auto number = subscriptions_.find(*paths[i]);
+    auto* subscribed = subscriptions_.find(number);
+    if (subscribed == nullptr) continue;  // its node has gone meanwhile
+    if (exact_too) subscribed->exact = false;
+    if (subscribed->exact || covered[i]) continue;
+    end(number);
+    ended.push_back(*paths[i]);
+  }
+  return ended;
 }
 
 bool session_outbox::covered_by_pattern(const std::string& path) const {
   const std::lock_guard lock(mutex_);
-  return covered(path);
+  return patterns_.covers(path);
 }
 
 bool session_outbox::is_subscribed(const std::string& path) const {
@@ -348,11 +361,6 @@ void session_outbox::fill(std::uint64_t number, std::string text) {
   bytes_ += text.size();
   count_answers(static_cast<std::ptrdiff_t>(text.size()));
   kept.line = std::make_shared<const std::string>(std::move(text));
-}
-
-bool session_outbox::covered(const std::string& path) const {
-  const auto fits = [&](const auto& pattern) { return path_matches(pattern, path); };
-  return std::any_of(patterns_.begin(), patterns_.end(), fits);
 }
 
 bool session_outbox::wake() {

@@ -19,6 +19,7 @@
 
 #include "platform/threads/ranked_mutex.h"
 #include "platform/value_tree/nx_session.h"
+#include "platform/value_tree/pattern_set.h"
 #include "platform/value_tree/server/subscription_slots.h"
 
 namespace nx {
@@ -57,12 +58,14 @@ class session_outbox {
   void close();
 
   // Subscriptions: single paths, and patterns that cover paths.
-  // The first three are called by one request after the other.
+  // All but the last questions are asked by one request after the other.
   /// False if the limit of subscriptions is reached. `exact` is false under a pattern.
   bool begin(const std::shared_ptr<const std::string>& path, bool exact);
   /// Undoes `begin` after a failure.
   void abandon(const std::string& path);
+  /// False if the limit of subscriptions or that of the patterns' bytes is reached.
   bool add_pattern(const std::string& pattern);
+  std::size_t pattern_bytes() const;
   bool has_pattern(const std::string& pattern) const;
   /// Ends the subscriptions that the path or pattern names, and gives the paths that no other
   /// subscription covers.
@@ -103,9 +106,7 @@ class session_outbox {
   void fill(std::uint64_t number, std::string text);
   void drop(const item& from);
   void count_answers(std::ptrdiff_t bytes);
-  bool covered(const std::string& path) const;
-  std::vector<std::string> remove_pattern(const std::string& pattern);
-  bool stays(const std::string& path);
+  std::vector<std::string> remove_pattern(const std::string& pattern, bool exact_too);
   bool wake();
   bool nothing_waits() const { return first_ == queue_.size(); }
   std::uint64_t front_number() const { return next_number_ - (queue_.size() - first_); }
@@ -129,7 +130,7 @@ class session_outbox {
   // open, the place of its entry in begun_.
   subscription_slots subscriptions_;
   std::vector<begun> begun_;
-  std::vector<std::string> patterns_;
+  pattern_set patterns_;
 };
 
 }  // namespace nx

@@ -4,9 +4,9 @@
 #include <algorithm>
 
 #include "platform/value_tree/nx_db.h"
-#include "platform/value_tree/server/node_errors.h"
 #include "platform/value_tree/server/request_methods.h"
 #include "platform/value_tree/server/session.h"
+#include "platform/wire/failure.h"
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_rpc.h"
 
@@ -18,6 +18,11 @@ constexpr std::int32_t no_room = -105;
 nx_error limit_error() {
   return {no_room, fmt::format("More than {} subscriptions of a session",
                                limits::subscriptions_per_session)};
+}
+
+nx_error pattern_limit_error() {
+  return {no_room, fmt::format("More than {} bytes of patterns of a session",
+                               limits::pattern_bytes_per_session)};
 }
 
 }  // namespace
@@ -58,7 +63,10 @@ void session::subscribe_pattern(const std::string& pattern, json_allocator& allo
                                 json_value& result, std::unique_lock<std::recursive_mutex>& lock) {
   // First the pattern, then the nodes that are there: one that comes between is in both.
   host_->has_patterns = true;
-  if (!outbox_.add_pattern(pattern)) throw limit_error();
+  if (!outbox_.add_pattern(pattern)) {
+    const auto bytes = outbox_.pattern_bytes() + pattern.size();
+    throw bytes > limits::pattern_bytes_per_session ? pattern_limit_error() : limit_error();
+  }
   const request_call call{host_->db, this, allocator, result};
   constexpr unsigned stride = 64;
   unsigned count = 0;

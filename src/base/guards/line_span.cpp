@@ -25,7 +25,7 @@ bool is_channel_power(float calibrated) {
 }
 
 std::optional<float> span_between(std::optional<float> sent, std::optional<float> received) {
-  // What the taps of two nodes may be off against each other.
+  // How far the taps of two nodes may be off against each other.
   constexpr float least_loss = -1.0f;
   if (!sent || !received || *sent - *received < least_loss) return std::nullopt;
   return std::max(*sent - *received, 0.0f);

@@ -21,6 +21,7 @@ void actuator_record::step(time_point now, float change) {
   turn_to(minute);
   auto& place = minutes_[static_cast<std::size_t>(minute % minutes_kept)];
   ++place.steps;
+  ++steps_;
   last_step_ = now;
   const bool turns_round = last_change_ * change < 0;
   last_change_ = change;

@@ -62,7 +62,7 @@ void channel_board::look(channel_record& record, const channel_verdict& verdict)
   record.is_settled_ = verdict.is_settled;
   record.is_under_way_ = (record.is_under_way_ || news.set_out) && !news.arrived && verdict.lit;
   record.took_part_ = record.is_under_way_ || news.arrived;
-  // What waits for a person moves nobody.
+  // A channel that needs a person does not count as moving.
   const bool moves = states::row_of(verdict.state()).how != states::severity::person;
   any_under_way_ = any_under_way_ || (record.took_part_ && moves);
   had_event_ = had_event_ || news.came_on || news.went_dark || news.set_out_by_wish;

@@ -20,7 +20,7 @@ namespace {
 
 using nx::json_value;
 
-/// To the hundredth: what changes below it is no news.
+/// To a hundredth: smaller changes are not news.
 float rounded(float value) {
   return std::round(value * 100.0f) / 100.0f;
 }
@@ -29,7 +29,7 @@ json_value number(float value) {
   return json_value(std::round(double{value} * 100.0) / 100.0);
 }
 
-/// The wall clock of a moment of the steady one.
+/// The wall clock time of a point in steady time.
 std::string time_text(time_point moment) {
   auto& waiting = helpers::waiting::instance();
   const auto ago = waiting.steady_now() - moment;
@@ -63,15 +63,16 @@ void channel_record::setup_api(nx_db& db, unsigned id, unsigned frequency,
       told_age<&record::get_age>(db, path("age"), self),
       lazy_value<&record::get_arrival>::create(db, path("arrival"), self),
   };
-  steps_node_ = lazy_value<&record::get_steps_last_hour>::create(db, path("stepsLastHour"), self);
+  counts_ = {lazy_value<&record::get_steps>::create(db, path("steps"), self),
+             lazy_value<&record::get_steps_last_hour>::create(db, path("stepsLastHour"), self)};
 }
 
 void channel_record::remove_api() {
-  nodes_.push_back(std::exchange(steps_node_, nullptr));
-  for (const auto& node : nodes_) {
-    if (node) node->db->remove_node(node->get_path(0));
+  for (auto* nodes : {&counts_, &nodes_}) {
+    for (const auto& node : *nodes)
+      node->db->remove_node(node->get_path(0));
+    nodes->clear();
   }
-  nodes_.clear();
 }
 
 void channel_record::added() {
@@ -102,9 +103,9 @@ bool channel_record::take_news() {
   const std::lock_guard lock(mutex_);
   const auto last = view_.ways.last();
   told_figures now{.verdict = view_.verdict,
-                   .steps = last ? last->steps : 0,
+                   .last_step = view_.actuator.last_step(),
                    .neighbour_moved = last && last->felt_most ? last->felt_most->moved : 0};
-  if (looks_alike(told_.verdict, now.verdict) && told_.steps == now.steps &&
+  if (looks_alike(told_.verdict, now.verdict) && told_.last_step == now.last_step &&
       looks_alike(told_.neighbour_moved, now.neighbour_moved)) {
     return false;
   }
@@ -114,7 +115,10 @@ bool channel_record::take_news() {
 
 bool channel_record::refresh(bool is_new_minute) {
   const bool is_news = take_news();
-  if (steps_node_ && (is_news || is_new_minute)) steps_node_->refresh();
+  if (is_news || is_new_minute) {
+    for (const auto& count : counts_)
+      count->refresh();
+  }
   if (!is_news) return false;
   for (const auto& node : nodes_)
     node->refresh();
@@ -175,6 +179,11 @@ float channel_record::get_headroom_down() {
 }
 float channel_record::get_age() {
   return figure<&channel_verdict::age>();
+}
+
+unsigned channel_record::get_steps() {
+  const std::lock_guard lock(mutex_);
+  return view_.actuator.steps();
 }
 
 unsigned channel_record::get_steps_last_hour() {

@@ -78,7 +78,7 @@ constexpr auto rows = std::to_array<value_row>({
     {"sfp", "inputPower", "data/rxPower", number, reading_kind::osc_power},
     {"sfp", "outputPower", "data/txPower", number, reading_kind::osc_power},
     {"switch", "status", "data/moduleStatus", text},
-    // The other signs of life of devices whose readings are subscribed.
+    // Other signs of life of devices whose readings are subscribed to.
     {"twinSwitch", "planLoaded", "data/module/add/channelPlanLoaded", flag},
     {"monitor", "planLoaded", "data/port/0/channelPlanLoaded", flag},
 });
@@ -183,7 +183,7 @@ void device_board::refresh() {
     node->refresh();
 }
 
-// With the lock held.
+// Called with the lock held.
 float device_board::number_of(unsigned row) const {
   const auto& at = rows[row];
   if (at.what == difference) {

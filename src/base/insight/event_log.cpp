@@ -40,11 +40,11 @@ constexpr std::array<const char*, static_cast<std::size_t>(event_kind::count)> n
     "parameterWritten",
     "startFailed"};
 
-/// A stored plan or a script is no news worth its length.
+/// A stored plan or a script is not worth its length in the log.
 constexpr std::size_t longest_value = 200;
 
-/// Writes of one parameter that lie no further apart are one event: a client that writes in a loop
-/// must not drive all else out of the log.
+/// Writes of one parameter at most this far apart are one event: a client that writes in a loop
+/// must not push everything else out of the log.
 constexpr std::chrono::seconds pause_of_a_row{10};
 
 double seconds_of(std::chrono::nanoseconds time) {
@@ -52,7 +52,7 @@ double seconds_of(std::chrono::nanoseconds time) {
 }
 
 void hear_of_guard(const helpers::guard_register::change& change) {
-  // What a healthy node meets in ordinary work is no event.
+  // What a healthy node meets in ordinary work is not an event.
   if (change.guard.log_level < 2) return;
   std::vector<detail> details{{"guard", change.guard.name}, {"reason", change.what.reason}};
   if (!change.begins) {
@@ -113,7 +113,7 @@ std::string channel_subject(const char* direction, unsigned channel) {
   return std::string("client ") + direction + ' ' + std::to_string(channel);
 }
 
-/// The log on one tree. Its own lock is the log's.
+/// The log on one tree. It uses the log's own lock.
 class event_log::node : public nx_db_event_node, public nx::own_history {
  public:
   explicit node(const std::string& name) : nx_db_event_node(name) {}
@@ -150,7 +150,7 @@ class event_log::node : public nx_db_event_node, public nx::own_history {
     return record;
   }
 
-  /// With the log's lock held.
+  /// Called with the log's lock held.
   void send(const event& what) {
     if (db && has_subscribers()) {
       send_event_impl(nx::api::value_changed_event(*this, get_path(0), json_of(what)), false);
@@ -167,7 +167,7 @@ class event_log::node : public nx_db_event_node, public nx::own_history {
 event_log::event_log() {
   helpers::guard_register::instance().set_observer(hear_of_guard);
   nx::api::watch_parameters(hear_of_parameter);
-  // Not by way of `instance`: what was wrong before is told now.
+  // Not through `instance`: existing faults are reported now.
   helpers::start_report::instance().set_observer(
       [this](const std::string& subject, const std::string& text) {
         tell(event_kind::start_failed, subject, {{"reason", text}});
@@ -180,7 +180,7 @@ event_log& event_log::instance() {
   return *the_log;
 }
 
-// What follows up to `tell` is called with the lock held.
+// Everything up to `tell` is called with the lock held.
 void event_log::send(const event& what) {
   std::erase_if(nodes_, [](const auto& each) { return each.expired(); });
   for (const auto& each : nodes_) {

@@ -12,11 +12,11 @@ using namespace std::chrono_literals;
 
 constexpr auto time_to_learn = 60s;
 constexpr float stands_still_within = 0.5f;
-// What somebody has changed on purpose is not wrong for ever, and what nobody has looked at for a
-// day is not news.
+// A deliberate change is not wrong for ever, and a difference that nobody has attended to for a day
+// is no news.
 constexpr auto time_to_accept = 24h;
-constexpr float stands_still_for_a_day_within = 1.0f;
-/// Instruments are seconds apart: while something moves, one or two looks disagree.
+constexpr float steady_for_a_day_within = 1.0f;
+/// Instruments are seconds apart: while something moves, one or two looks may disagree.
 constexpr unsigned looks_to_believe = 5;
 
 }  // namespace
@@ -26,7 +26,7 @@ void usual_value::look(std::optional<float> now, time_point when, std::optional<
     count_ = 0;
     return;
   }
-  const float band = known_ ? stands_still_for_a_day_within : stands_still_within;
+  const float band = known_ ? steady_for_a_day_within : stands_still_within;
   lowest_ = count_ == 0 ? *now : std::min(lowest_, *now);
   highest_ = count_ == 0 ? *now : std::max(highest_, *now);
   if (count_ == 0 || highest_ - lowest_ > band) {

@@ -13,7 +13,7 @@ using enum states::line_state;
 struct row {
   line_reason reason;
   states::line_state state;
-  const char* sentence;  ///< {0} to {2} are the figures, {3} the word, {4} where the VOA stands
+  const char* sentence;  ///< {0} to {2} are the figures, {3} the word, {4} where the VOA is
 };
 
 // clang-format off

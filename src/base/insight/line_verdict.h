@@ -1,9 +1,9 @@
-// What the line has made of its last cycle: its state, the reason, and the figures that decided.
-// The phase that decides fills it in, with the numbers that it has just used; the sentence is made
-// for who reads it.
+// The line's result of its last cycle: its state, the reason, and the deciding figures. Filled in
+// by the deciding phase, with the numbers that it has just used; the sentence is made when somebody
+// reads it.
 //
-// A plain value; pure functions that throw nothing. Powers dBm, attenuations and losses dB, times
-// s.
+// A plain value; pure functions that throw nothing. Powers in dBm, attenuations and losses in dB,
+// times in s.
 #pragma once
 
 #include <array>
@@ -15,17 +15,17 @@
 
 namespace insight {
 
-/// The figures of each are told beside it, in the order of `line_verdict::figures`.
+/// The figures of each are listed next to it, in the order of `line_verdict::figures`.
 enum class line_reason : unsigned char {
   not_run_yet,
   system_started,  ///< coldstart: the VOA before the amplifiers
-  voa_away,        ///< its service tells that it is not up
+  voa_away,        ///< its service reports that it is not up
   failed,          ///< word: what
   no_light,        ///< preamp and supervisory channel are dark
-  no_way_out,      ///< as before, but the far end\'s supervisory light comes in
+  no_way_out,      ///< as before, but the far end's supervisory light comes in
   amplifiers_go_on,
-  link_down,     ///< light comes in, and no supervisory channel
-  link_one_way,  ///< as before, but the far end\'s supervisory light comes in
+  link_down,     ///< light comes in, but no supervisory channel
+  link_one_way,  ///< as before, but the far end's supervisory light comes in
   nobody_answers,
   peer_is_lost,       ///< word: its product
   product_not_known,  ///< word: its product
@@ -62,11 +62,11 @@ struct line_verdict {
   line_reason reason = line_reason::not_run_yet;
   std::array<float, 3> figures{};
   std::string word{};
-  /// Name of the guard that has withheld a write in this cycle; null for none.
+  /// Name of the guard that has withheld a write in this cycle; null if none has.
   const char* guard = nullptr;
-  /// Of the VOA, where it is left as it stands; empty on a model without one.
+  /// The VOA's attenuation, if it is left where it is; empty on a model without one.
   std::optional<float> attenuation{};
-  /// The VOA has opened at its preset, and waits there for a peer that tells of the fibre, dB.
+  /// The VOA has opened at its preset, in dB, and waits there for a peer that reports on the fibre.
   std::optional<float> preset{};
 
   bool operator==(const line_verdict&) const = default;
@@ -76,7 +76,7 @@ states::line_state state_of(line_reason reason);
 /// What the daemon does about it and what a person can do, in a few words, for states that need
 /// one: "amplifiers off, VOA at 5.0 dB; mend the fibre".
 std::string brief_of(const line_verdict& verdict);
-/// One sentence, two where a person can do something.
+/// One sentence, or two if a person can do something.
 std::string sentence_of(const line_verdict& verdict);
 
 }  // namespace insight

@@ -12,17 +12,17 @@ namespace insight {
 
 namespace {
 
-/// Up to here a reading is as fresh as it can be.
+/// Up to this age a reading counts as fresh.
 constexpr float fresh_s = 5.0f;
 constexpr float times_as_old = 2.0f;
-/// Of texts that have been rounded to a tenth, and of sums of floats.
+/// For texts rounded to a tenth, and for sums of floats.
 constexpr float rounding = 0.01f;
 
 bool is_digit(char letter) {
   return std::isdigit(static_cast<unsigned char>(letter)) != 0;
 }
 
-/// "+0.12", "17", at the beginning of `text`; empty where there is no number.
+/// "+0.12", "17", at the beginning of `text`; empty if there is no number.
 std::string_view number_at(std::string_view text) {
   const std::size_t sign = !text.empty() && (text[0] == '+' || text[0] == '-') ? 1 : 0;
   std::size_t end = sign;

@@ -1,7 +1,7 @@
-// What is worth an event to who watches "insight": a monitor's noise is not. Readers get what is
-// there to the last digit; subscribers are told when a person would see a difference: a decibel
-// figure by a quarter, an age by a factor of two, any other word or count at once. So a node at
-// rest is silent, however many watch it.
+// Decides what is worth an event to subscribers of "insight": a monitor's noise is not. Readers get
+// values to the last digit; subscribers are informed when a person would notice a difference: a
+// decibel figure by a quarter, an age by a factor of two, any other word or count at once. So a
+// node at rest is silent, however many subscribe.
 //
 // Pure functions; any thread, nothing throws.
 #pragma once
@@ -18,19 +18,19 @@ namespace insight {
 
 inline constexpr float noticed_db = 0.25f;
 
-/// Two levels, in dB or dBm; what is no figure is like another that is none.
+/// Two levels, in dB or dBm; two missing figures are alike.
 bool looks_alike(float told, float now);
-/// Two ages, s: younger than a few seconds is fresh, whatever it is.
+/// Two ages, s: younger than a few seconds counts as fresh, whatever the value.
 bool looks_as_old(float told, float now);
-/// Two sentences, word for word, but for their figures in dB, dBm and s.
+/// Two sentences, word for word, except for their figures in dB, dBm and s.
 bool looks_alike(const std::string& told, const std::string& now);
-/// Member by member; one called "seconds" runs by itself.
+/// Member by member; a member called "seconds" is ignored.
 bool looks_alike(const nx::json_document& told, const nx::json_document& now);
 
 /// Two looks at a channel.
 bool looks_alike(const channel_verdict& told, const channel_verdict& now);
 
-/// A value that tells its subscribers no more than that. Counts and flags are told as they are.
+/// A value that sends its subscribers only such differences. Counts and flags are sent as they are.
 template <auto Getter, class Owner, class... Bound>
 std::shared_ptr<nx::api::lazy_value<Getter>> told_value(nx_db& db, const std::string& path,
                                                         const std::shared_ptr<Owner>& owner,
@@ -41,7 +41,7 @@ std::shared_ptr<nx::api::lazy_value<Getter>> told_value(nx_db& db, const std::st
   return created;
 }
 
-/// The same of an age.
+/// The same for an age.
 template <auto Getter, class Owner, class... Bound>
 std::shared_ptr<nx::api::lazy_value<Getter>> told_age(nx_db& db, const std::string& path,
                                                       const std::shared_ptr<Owner>& owner,

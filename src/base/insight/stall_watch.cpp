@@ -10,7 +10,7 @@ using states::line_state;
 
 constexpr const char* subject = "line";
 
-/// The state, if it is one that this watch tells.
+/// The state, if this watch reports it.
 std::optional<line_state> stall_in(const line_verdict& verdict) {
   const auto state = state_of(verdict.reason);
   const bool has_own_event = state == line_state::no_fibre || state == line_state::device_failed ||

@@ -20,10 +20,10 @@ using states::channel_state;
 using states::line_state;
 using texts = std::vector<std::string>;
 
-// More of a kind are counted, not named.
+// Beyond this number of a kind, the rest are counted, not named.
 constexpr std::size_t named = 4;
 
-/// Something was there and is no more, and not just never came.
+/// Something was there and is no longer, as opposed to never having been there.
 bool is_lost(const node_facts& node) {
   switch (state_of(node.line.reason)) {
     case line_state::no_peer:
@@ -61,7 +61,7 @@ std::string name_of(const known_channel& channel) {
   return thz(channel.frequency) + (channel.is_rx ? "" : " tx");
 }
 
-/// "191.70 exhausted (2.7 dB short)"; empty for what is as it should be.
+/// "191.70 exhausted (2.7 dB short)"; empty for a channel that is as it should be.
 std::string trouble_of(const known_channel& channel) {
   const auto& verdict = channel.verdict;
   const auto name = name_of(channel);
@@ -140,7 +140,7 @@ json_value number(unsigned value) {
 
 json_value rest_of_side(const node_facts& node, bool is_rx, json_allocator& allocator) {
   sums all;
-  auto worst = std::tuple(0U, 0U);  // reversals count before steps
+  auto worst = std::tuple(0U, 0U);  // more important than steps
   for (const auto& channel : node.channels) {
     if (channel.is_rx != is_rx) continue;
     const auto steps = channel.actuator.steps_last_hour(node.now);
@@ -156,6 +156,8 @@ json_value rest_of_side(const node_facts& node, bool is_rx, json_allocator& allo
     all.worst.AddMember("reversals", number(reversals), allocator);
   }
   json_value side(rapidjson::kObjectType);
+  const auto* name = is_rx ? "client rx" : "client tx";
+  side.AddMember("up", std::ranges::count(node.faults, name, &loop_fault::loop) == 0, allocator);
   side.AddMember("stepsLastHour", number(all.steps), allocator);
   side.AddMember("reversalsLastHour", number(all.reversals), allocator);
   side.AddMember("hunts", !all.hunting.Empty(), allocator);
@@ -183,6 +185,7 @@ nx::json_document rest_of(const node_facts& node) {
   document.AddMember("client rx", rest_of_side(node, true, allocator), allocator);
   document.AddMember("client tx", rest_of_side(node, false, allocator), allocator);
   json_value line(rapidjson::kObjectType);
+  line.AddMember("up", state_of(node.line.reason) != line_state::device_failed, allocator);
   line.AddMember("stepsLastHour", number(node.voa.steps_last_hour(node.now)), allocator);
   line.AddMember("reversalsLastHour", number(node.voa.reversals_last_hour(node.now)), allocator);
   line.AddMember("hunts", node.voa.is_hunting(node.now), allocator);

@@ -9,7 +9,7 @@
 
 namespace manager {
 
-/// Runs the part of a loop; `failure` is then what it logged last, if anything.
+/// Runs a part of a loop; `failure` is then what it logged last, if anything.
 template <class Part>
 void with_failure(std::string& failure, Part&& part) {
   helpers::take_last_failure();  // another's
@@ -109,7 +109,7 @@ void base<RX_T, TX_T>::look_at_ladders() {
 
 template <class RX_T, class TX_T>
 typename base<RX_T, TX_T>::loop_states base<RX_T, TX_T>::revive_loops(nx_db& db) {
-  // A failing init is logged by the loop itself and tried again in the next cycle.
+  // A failing init is logged by the loop itself and retried in the next cycle.
   failures_ = {};
   const auto revive = [](const char* direction, std::string& failure, bool was_ok, auto&& init,
                          auto&& is_ok) {

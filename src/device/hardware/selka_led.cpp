@@ -44,7 +44,7 @@ bool is_stopping() {
   return helpers::waiting::instance().stopping();
 }
 
-/// Sends one object for each item in one request, then collects the answers.
+/// Sends one object per item in one request, then collects the answers.
 template <class Request, class Items, class MakeObject, class Collect>
 std::vector<led_answer> exchange(nexel_client_api& client, const Items& items, MakeObject make,
                                  Collect collect) {

@@ -40,8 +40,8 @@ void line<T>::follow_measured_span() {
   }
 }
 
-// As the parameter's setter does; a gain that the preamp does not take is written again at growing
-// pauses.
+// Like the parameter's setter; a gain that the preamp does not accept is written again at growing
+// intervals.
 template <class T>
 void line<T>::follow_span(float span_loss) {
   const auto now = helpers::waiting::instance().steady_now();
@@ -90,9 +90,13 @@ bool gain_setting::is_close() const {
 
 template <class T>
 gain_setting line<T>::read_gain(float span_loss) {
+  std::vector<device::read_wish> wishes;
+  this->preamp_->declare_gain_reads(wishes);
+  this->voa_->declare_reads(wishes);
+  if (auto* reads = device::cycle_reads::current()) reads->ask_ahead(wishes);
   const float maximum = this->preamp_->get_max_gain();
   const float minimum = this->preamp_->get_min_gain();
-  const float line_calibration = calibration::instance().get_value("cal_linerx_to_preamprx");
+  const float line_calibration = calibration::instance().board().linerx_to_preamprx_db();
   const float gain =
       preamp_gain(span_loss, line_calibration, this->voa_->get_insertion_loss(), minimum, maximum);
   return {.present = this->preamp_->get_gain(), .wanted = gain};
@@ -106,6 +110,8 @@ void line<T>::write_gain(const gain_setting& gain) {
 
 template <class T>
 void line<T>::set_preamp_gain(float span_loss) {
+  device::cycle_reads reads;
+  const device::cycle_reads::scope scope(reads);
   const auto gain = read_gain(span_loss);
   if (!gain.is_close()) write_gain(gain);
 }

@@ -168,6 +168,8 @@ TEST(ladder_book, learns_in_a_minute_believes_five_looks_and_accepts_in_a_day_wh
   auto rerouted = sound(rx);
   *rerouted.osc_received -= 4;
   *rerouted.received -= 4;
+  for (auto& channel : rerouted.lit)
+    *channel.far -= 4;
   look(rerouted, almost_a_day);
   EXPECT_TRUE(book.open().fault);
   look(rerouted, 20);

@@ -21,7 +21,7 @@ class regulated_line : public testing::Test, protected test::line_bench {
   void meet(const std::string& product, std::initializer_list<unsigned> channels) {
     for (const unsigned id : channels)
       plan->add_channel(id, 5000, 1, "1");
-    peer.fill_terminal(product, channels);
+    peer.fill(product, channels);
     meet_peer();
   }
 

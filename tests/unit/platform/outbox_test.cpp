@@ -8,6 +8,7 @@
 #include <map>
 #include <random>
 
+#include "platform/value_tree/path_pattern.h"
 #include "platform/value_tree/server/session_outbox.h"
 #include "platform/value_tree/server/worker_pool.h"
 #include "platform/wire/limits.h"
@@ -138,6 +139,34 @@ TEST_F(outbox, subscriptions_are_limited) {
   EXPECT_THAT(box.withdraw("*"), testing::ElementsAre("z"));
   box.remove("a/1");
   EXPECT_TRUE(begin("one/more"));
+}
+
+TEST_F(outbox, patterns_cover_what_they_match_and_are_limited_in_bytes) {
+  const std::vector<std::string> patterns{"*",    "a/*/c", "a/**",   "*/b/c",  "*/*/*",
+                                          "a/b*", "**",    "a/*/**", "a-/b/*", "a/b/c/*",
+                                          "*/**", "**/b",  "a//*",   "/*",     "*/"};
+  const std::vector<std::string> paths{"a",      "b",       "a/b",   "a/b/c",
+                                       "a-/b/c", "a/b/c/d", "d/b/c", "b/b"};
+  // With any two of them.
+  for (const auto& one : patterns) {
+    for (const auto& other : patterns) {
+      ASSERT_TRUE(box.add_pattern(one) && box.add_pattern(other));
+      for (const auto& path : paths) {
+        EXPECT_EQ(box.covered_by_pattern(path),
+                  nx::path_matches(one, path) || nx::path_matches(other, path))
+            << one << ' ' << other << ' ' << path;
+      }
+      box.withdraw(one + '*');  // not there
+      box.withdraw(one);
+      box.withdraw(other);
+    }
+  }
+  EXPECT_FALSE(box.covered_by_pattern("a/b/c"));
+  const std::string long_one = std::string(nx::limits::pattern_bytes_per_session - 2, 'x') + "/*";
+  EXPECT_TRUE(box.add_pattern(long_one));
+  EXPECT_FALSE(box.add_pattern("*"));
+  box.remove(long_one);
+  EXPECT_TRUE(box.add_pattern("*"));
 }
 
 TEST(worker_pool, grows_while_its_threads_wait_and_shrinks_back) {

@@ -263,7 +263,8 @@ TEST_F(requests, carry_an_id_of_any_size_back_as_it_came) {
   const std::string digits(400, '7');
   for (const std::string& id :
        {digits, "-" + digits, "1." + digits, "1e" + digits, std::string("1.50"), std::string("1e2"),
-        std::string("-0"), std::string("18446744073709551616"), '"' + digits + '"'}) {
+        std::string("1E400"), std::string("-0"), std::string("18446744073709551616"),
+        '"' + digits + '"'}) {
     const auto get = fmt::format(
         R"({{"params":{{"path":"data/1/power","id":3}},"jsonrpc":"2.0","id":{},"method":"get"}})",
         id);

@@ -1,5 +1,5 @@
-// What the line tells of its last cycle. The phases judge as they decide; what they say is shown as
-// a whole when the cycle has ended, so that no reader waits for one that waits for a device.
+// The line's report on its last cycle. The phases judge as they decide; the result is shown as a
+// whole at the end of the cycle, so that no reader waits for a phase that waits for a device.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -15,7 +15,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// A peer tells its channels once a second: a cycle without news changes nothing of what was found.
+/// A peer reports its channels once a second: a cycle without news does not change the findings.
 constexpr auto usual_pause = 3s;
 constexpr auto longest_silence = 10s;
 constexpr float jump_of_error_db = 2.0f;
@@ -40,7 +40,7 @@ void line_loop::judge(line_reason reason, std::array<float, 3> figures, std::str
   verdict_.word = std::move(word);
 }
 
-// What the last look at other readings has found stands for a while.
+// The finding of the last look with new readings stays for a while.
 void line_loop::judge_nothing_new() {
   auto last_sign = peer_.last_sign_of_life();
   if (last_sign && powers_changed_) last_sign = std::max(*last_sign, *powers_changed_);
@@ -155,6 +155,10 @@ float line_loop::get_headroom_up() {
 float line_loop::get_headroom_down() {
   const float attenuation = known_attenuation();
   return voa_->get_max_attenuation() - attenuation;
+}
+
+unsigned line_loop::get_steps() {
+  return get_voa_record().steps();
 }
 
 unsigned line_loop::get_steps_last_hour() {

@@ -13,7 +13,7 @@ struct line_values {
   static constexpr limits coarse{1, 0.2};
   static constexpr limits fine{0.1, 0.01};
 
-  /// Interval in seconds: 1 for what is regulated on, 3 and 5 for what changes slowly.
+  /// Interval in seconds: 1 for values used in regulation, 3 and 5 for slow ones.
   struct row {
     const char* path;
     void (*create)(nx_db& db, line_loop& owner, const row& what);
@@ -40,7 +40,8 @@ struct line_values {
     add_polled<Getter>(db, owner, what, "tx");
   }
 
-  // Held by the loop and in no group: every push beyond the smaller limit goes out at once.
+  // Held by the loop and in no group: every push that differs by more than the smaller limit is
+  // published at once.
   template <auto Member, const limits* Limits>
   static void pushed(nx_db& db, line_loop& owner, const row& what) {
     owner.*Member =
@@ -51,7 +52,7 @@ struct line_values {
     owner.*Member = nx::api::status_value<std::string>::create(db, what.path, "na", 1);
   }
 
-  // Made when somebody reads it, and refreshed at the end of a cycle.
+  // Computed when somebody reads it, and refreshed at the end of a cycle.
   template <auto Getter>
   static void lazy(nx_db& db, line_loop& owner, const row& what) {
     owner.insight_values_.push_back(
@@ -130,6 +131,7 @@ const line_values::row line_values::table[] = {
     {"insight/line/why", sentence<&line_loop::get_why>, 0},
     {"insight/line/headroomUp", lazy<&line_loop::get_headroom_up>, 0},
     {"insight/line/headroomDown", lazy<&line_loop::get_headroom_down>, 0},
+    {"insight/line/steps", lazy<&line_loop::get_steps>, 0},
     {"insight/line/stepsLastHour", lazy<&line_loop::get_steps_last_hour>, 0},
 };
 // clang-format on

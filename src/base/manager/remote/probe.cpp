@@ -13,7 +13,7 @@ namespace {
 constexpr std::chrono::seconds interval{3};
 constexpr const char* asked_path = "data/product";
 
-// Codes of the client library for a request that no peer has answered.
+// Client library codes of a request that the peer has not answered.
 constexpr std::int32_t timed_out = -110;
 constexpr std::int32_t connection_lost = -107;
 

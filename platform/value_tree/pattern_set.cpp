@@ -1,0 +1,61 @@
+#include "platform/value_tree/pattern_set.h"
+
+#include <algorithm>
+
+#include "platform/value_tree/path_pattern.h"
+
+namespace nx {
+
+void pattern_set::add(const std::string& pattern) {
+  const auto at = std::lower_bound(sorted_.begin(), sorted_.end(), pattern);
+  if (at != sorted_.end() && *at == pattern) return;
+  sorted_.insert(at, pattern);
+  bytes_ += pattern.size();
+}
+
+void pattern_set::remove(const std::string& pattern) {
+  const auto at = std::lower_bound(sorted_.begin(), sorted_.end(), pattern);
+  if (at == sorted_.end() || *at != pattern) return;
+  bytes_ -= pattern.size();
+  sorted_.erase(at);
+}
+
+bool pattern_set::contains(const std::string& pattern) const {
+  return std::binary_search(sorted_.begin(), sorted_.end(), pattern);
+}
+
+bool pattern_set::covers(std::string_view path) const {
+  std::string begun;
+  return !sorted_.empty() && covers(sorted_.begin(), begun, path);
+}
+
+// Those that begin alike stand together: each segment is looked for as it is and as a '*', and only
+// what some pattern begins with is followed. `from` stands at the first that begins with `begun`.
+bool pattern_set::covers(place from, std::string& begun, std::string_view rest) const {
+  const auto [segment, behind] = first_segment(rest);
+  if (segment.empty()) return false;
+  const bool last = segment.size() == rest.size();
+  const auto size = begun.size();
+  const auto goes_on_with = [&](std::string_view next) {
+    begun.append(next);
+    auto at = from;
+    bool found = false;
+    if (next == "**" || last) {
+      found = has_from(at, begun) && *at == begun;
+    } else {
+      begun += '/';
+      found = has_from(at, begun) && covers(at, begun, behind);
+    }
+    begun.resize(size);
+    return found;
+  };
+  return goes_on_with("**") || goes_on_with("*") || goes_on_with(segment);
+}
+
+// Moves `from` to the first that begins so.
+bool pattern_set::has_from(place& from, std::string_view begun) const {
+  from = std::lower_bound(from, sorted_.end(), begun);
+  return from != sorted_.end() && from->starts_with(begun);
+}
+
+}  // namespace nx
