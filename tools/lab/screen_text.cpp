@@ -90,7 +90,7 @@ std::string captions(const picture_options& options, unsigned columns) {
   words.emplace_back("arrows, page keys, home, end");
   std::string line;
   for (const auto& word : words) {
-    const auto longer = line.empty() ? word : line + "  " + word;
+    const auto longer = line.empty() ? word : fmt::format("{}  {}", line, word);
     if (longer.size() <= columns) line = longer;
   }
   return line;
