@@ -57,10 +57,4 @@ void start_report::set_observer(observer told) {
     told(subject, fault);
 }
 
-void start_report::reset() {
-  const std::lock_guard lock(mutex_);
-  faults_.clear();
-  any_ = false;
-}
-
 }  // namespace helpers
