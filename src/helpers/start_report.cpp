@@ -45,7 +45,7 @@ std::string start_report::text() const {
   return all;
 }
 
-void start_report::set_observer(observer told) {
+void start_report::set_observer(const observer& told) {
   std::map<std::string, std::string> before;
   {
     const std::lock_guard lock(mutex_);

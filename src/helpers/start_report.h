@@ -27,7 +27,7 @@ class start_report {
 
   /// Called for each new text, and at once for existing ones. Replaces the previous observer.
   using observer = std::function<void(const std::string& subject, const std::string& text)>;
-  void set_observer(observer told);
+  void set_observer(const observer& told);
 
  private:
   start_report() = default;
