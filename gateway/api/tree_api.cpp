@@ -37,8 +37,7 @@ std::vector<std::string> paths_of(const request& asked, std::size_t most) {
     }
   }
   std::ranges::sort(paths);
-  const auto twice = std::ranges::unique(paths);
-  paths.erase(twice.begin(), twice.end());
+  paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
   return paths;
 }
 
