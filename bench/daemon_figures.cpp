@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "bench/child.h"
+#include "bench/daemon_start.h"
 #include "bench/device_calls.h"
 #include "bench/process_use.h"
 #include "platform/nexel_client/line_client.h"
@@ -23,7 +24,6 @@ using clock = std::chrono::steady_clock;
 
 // A fixed plan of 40 channels, all lit.
 constexpr const char* product = "orvamax";
-constexpr std::chrono::seconds prescribed_wait{1};  // between configuration and first cycle
 constexpr std::chrono::seconds rest{20};
 constexpr seconds cycle_pause{0.5};
 constexpr int bare_cycles = 10;
@@ -47,20 +47,8 @@ bool daemon_figures::measure() {
 }
 
 bool daemon_figures::measure_start() {
-  const auto begin = clock::now();
-  auto& daemon = node_.start_daemon({"--product", product});
-  require(daemon.wait_for("Manager starting up."), "the daemon does not start");
-  require(node_.await_configuration(), "the daemon is not built");
-  const seconds built = clock::now() - begin;
-  node_.write("debug/loglevel", "\"verbose\"");
-  node_.write("config/redisConfigStatus", "true");
-  require(daemon.wait_for("Redis configuration received, proceeding."), "no configuration");
-  const auto configured = clock::now();
-  require(daemon.wait_for("Manager operational, regulating: "), "no cycle");
-  const seconds first_cycle = clock::now() - configured - prescribed_wait;
-  node_.write("debug/loglevel", "\"normal\"");
   return report("start to first regulating cycle, without prescribed waits",
-                (built + first_cycle).count(), 1, "s");
+                start_to_first_cycle(node_, product).count(), 1, "s");
 }
 
 daemon_figures::load daemon_figures::load_during(std::chrono::seconds time,

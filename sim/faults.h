@@ -41,7 +41,8 @@ struct reading_fault {
     return {.what = kind::trembling, .amount = amount};
   }
   static reading_fault stepped(double step) { return {.what = kind::stepped, .amount = step}; }
-  static reading_fault failed(std::int32_t code = -5, std::string text = "Refused by the device") {
+  static reading_fault failed(std::int32_t code = nx_error::io_failed,
+                              std::string text = "Refused by the device") {
     return {.what = kind::failed, .error = {code, std::move(text)}};
   }
   static reading_fault missing() { return {.what = kind::missing}; }

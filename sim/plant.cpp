@@ -50,7 +50,7 @@ void plant::impl::publish(std::chrono::nanoseconds dt) const {
   control->publish();
 }
 
-plant::plant(topology what) : impl_() {
+plant::plant(topology what) {
   check(what);
   impl_ = std::make_unique<impl>(std::move(what), *this);
 }
@@ -73,11 +73,6 @@ void plant::step(std::chrono::nanoseconds dt) {
     impl_->publish(part);
     impl_->gathered -= part;
   }
-}
-
-std::chrono::nanoseconds plant::time() const {
-  const std::lock_guard lock(impl_->light);
-  return impl_->system.time() + impl_->gathered;
 }
 
 const topology& plant::get_topology() const {

@@ -95,7 +95,6 @@ class plant {
   /// Advances the light by `dt` and publishes what has changed. No internal step is longer than 0.1
   /// s, so that runs with different steps agree to within the noise.
   void step(std::chrono::nanoseconds dt);
-  std::chrono::nanoseconds time() const;
   const topology& get_topology() const;
 
   // --- Trees. Node 0 is the near node, 1 the far one.
@@ -220,8 +219,7 @@ class plant {
   double voa_attenuation_db(unsigned node) const;
   double amplifier_gain_db(unsigned node, direction side) const;        ///< booster for rx
   double amplifier_saturation_db(unsigned node, direction side) const;  ///< set gain less true gain
-  double span_loss_db(unsigned fibre) const;   ///< connector to connector, infinite when cut
-  double raman_tilt_db(unsigned fibre) const;  ///< over the lit band; negative: power falls with f
+  double span_loss_db(unsigned fibre) const;  ///< connector to connector, infinite when cut
   /// A channel's target at the booster's output, from its share of the band and the fibre's tilt.
   double booster_target_dbm(unsigned node, unsigned channel) const;
   bool osc_ready(unsigned node) const;

@@ -58,11 +58,6 @@ double plant::span_loss_db(unsigned fibre) const {
   return impl_->system.fibres.at(fibre).span_loss_db();
 }
 
-double plant::raman_tilt_db(unsigned fibre) const {
-  const std::lock_guard lock(impl_->light);
-  return impl_->system.fibres.at(fibre).raman_tilt_db();
-}
-
 double plant::booster_target_dbm(unsigned node, unsigned channel) const {
   const std::lock_guard lock(impl_->light);
   return impl_->system.booster_target_dbm(node, impl_->system.slot_of(channel));

@@ -96,8 +96,7 @@ std::vector<std::string> event_stream::resumed_paths() const {
     paths.insert(paths.end(), of_topic.begin(), of_topic.end());
   }
   std::ranges::sort(paths);
-  const auto twice = std::ranges::unique(paths);
-  paths.erase(twice.begin(), twice.end());
+  paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
   if (paths.size() > settings_.resumed_paths) {
     std::erase_if(paths, [](const auto& path) { return !is_journal(path); });
   }

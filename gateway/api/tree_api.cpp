@@ -11,6 +11,7 @@
 #include "platform/value_tree/event_frame.h"
 #include "platform/wire/json_rpc.h"
 #include "platform/wire/json_text.h"
+#include "platform/wire/nx_error.h"
 #include "platform/wire/shown_text.h"
 
 namespace gateway {
@@ -18,7 +19,6 @@ namespace gateway {
 namespace {
 
 constexpr std::size_t longest_path = 1024;
-constexpr std::int32_t bad_request = -22;
 constexpr std::int32_t busy = -11;
 
 /// Throws nx_error, saying what is wrong.
@@ -27,16 +27,17 @@ std::vector<std::string> paths_of(const request& asked, std::size_t most) {
   const auto [begin, end] = asked.query.equal_range("path");
   for (auto at = begin; at != end; ++at)
     paths.push_back(at->second);
-  if (paths.empty()) throw nx_error(bad_request, "The query lacks path=PATH");
-  if (paths.size() > most) throw nx_error(bad_request, fmt::format("More than {} paths", most));
+  if (paths.empty()) throw nx_error(nx_error::invalid, "The query lacks path=PATH");
+  if (paths.size() > most)
+    throw nx_error(nx_error::invalid, fmt::format("More than {} paths", most));
   for (const auto& path : paths) {
     if (path.empty() || path.size() > longest_path || nx::shown_text(path) != path) {
-      throw nx_error(bad_request, fmt::format("A path is 1 to {} bytes of text", longest_path));
+      throw nx_error(nx_error::invalid,
+                     fmt::format("A path is 1 to {} bytes of text", longest_path));
     }
   }
   std::ranges::sort(paths);
-  const auto twice = std::ranges::unique(paths);
-  paths.erase(twice.begin(), twice.end());
+  paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
   return paths;
 }
 
@@ -86,16 +87,16 @@ bool is_time(std::string_view text) {
 
 unsigned status_of(const nx_error& error) {
   switch (error.code) {
-    case -2:
+    case nx_error::not_found:
       return 404;
-    case -13:
+    case nx_error::forbidden:
       return 403;
-    case -107:
+    case nx_error::not_connected:
     case busy:
       return 503;
-    case -110:
+    case nx_error::no_answer:
       return 504;
-    case bad_request:
+    case nx_error::invalid:
     case nx::json_rpc::invalid_params:
       return 400;
     default:

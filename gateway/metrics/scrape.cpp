@@ -10,12 +10,11 @@
 #include "gateway/metrics/tree_lookup.h"
 #include "gateway/metrics/tree_metrics.h"
 #include "platform/nexel_client/request_text.h"
+#include "platform/wire/nx_error.h"
 
 namespace gateway {
 
 namespace {
-
-constexpr std::int32_t no_such_path = -2;
 
 std::string own_host_name() {
   std::array<char, 256> name{};
@@ -52,7 +51,7 @@ void scrape::ask() {
 }
 
 void scrape::answered(gathering& all, const nx::json_value* result, const nx_error* error) {
-  if (error && error->code != no_such_path) all.failed = true;
+  if (error && error->code != nx_error::not_found) all.failed = true;
   if (result && result->IsObject()) {
     auto& allocator = all.values.GetAllocator();
     for (const auto& member : result->GetObject()) {

@@ -11,6 +11,7 @@
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_rpc.h"
 #include "platform/wire/json_text.h"
+#include "platform/wire/nx_error.h"
 
 namespace gateway {
 
@@ -19,7 +20,6 @@ namespace {
 // A missing path may appear at any time, and asking for it costs nothing. Any other refusal, such
 // as of a pattern with more values than an answer may contain, costs the daemon its work each time.
 constexpr int longest_retry = 64;
-constexpr std::int32_t no_such_path_code = -2;
 
 std::string value_member(const nx::json_value& value) {
   std::string text = "\"value\":";
@@ -43,7 +43,7 @@ std::string member_of_result(const nx::json_value& value) {
 }
 
 nx_error no_such_path(const std::string& path) {
-  return {no_such_path_code, "No such path: " + path};
+  return {nx_error::not_found, "No such path: " + path};
 }
 
 }  // namespace
@@ -110,7 +110,7 @@ void tree_mirror::refused(const std::string& pattern, std::int32_t code) {
   const bool idle = refused_.empty();
   const auto [known, is_new] = refused_.try_emplace(pattern, refusal{settings_.tree_retry, {}});
   auto& [pause, due] = known->second;
-  if (!is_new && code != no_such_path_code)
+  if (!is_new && code != nx_error::not_found)
     pause = std::min(2 * pause, longest_retry * settings_.tree_retry);
   due = clock::now() + pause;
   if (idle) retry_refused();
@@ -173,7 +173,7 @@ void tree_mirror::tree_event(const nx::json_value& params) {
 void tree_mirror::tree_ended(const std::string& path) {
   put(path, now_text(), error_member(no_such_path(path)));
   for (const auto& [pattern, weak] : topics_) {
-    if (pattern == path) refused(pattern, no_such_path_code);
+    if (pattern == path) refused(pattern, nx_error::not_found);
   }
 }
 

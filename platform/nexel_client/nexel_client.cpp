@@ -55,16 +55,6 @@ T nexel_client_api::get(const std::string& path) {
   return wait_for(answer, path);
 }
 
-template <class T>
-T nexel_client_api::get_or(const std::string& path, const T& default_value) {
-  auto request = std::make_shared<nexel_read_request>();
-  auto object = std::make_shared<nexel_read_default_object<T>>(path, default_value);
-  auto answer = object->get_future();
-  request->add_object(std::move(object));
-  send(request);
-  return wait_for(answer, path);
-}
-
 namespace {
 
 template <class R, class T>
@@ -135,7 +125,6 @@ template float nexel_client_api::get(const std::string&);
 template int nexel_client_api::get(const std::string&);
 template unsigned int nexel_client_api::get(const std::string&);
 template std::string nexel_client_api::get(const std::string&);
-template std::string nexel_client_api::get_or(const std::string&, const std::string&);
 
 #define INSTANTIATE_WAIT_FOR(T) \
   template T nexel_client_api::wait_for(std::future<T>&, const std::string&, bool (*)());

@@ -35,10 +35,6 @@ class nexel_client_api : public nexel_client_base {
   template <class T>
   T get(const std::string& path);
 
-  /// The same; `default_value` if the nexel does not have the path. T: std::string.
-  template <class T>
-  T get_or(const std::string& path, const T& default_value);
-
   /// One blocking write. R: void for a plain write, bool or int for a command with an answer.
   template <class R>
   R set(const std::string& path, bool value);

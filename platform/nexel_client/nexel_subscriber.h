@@ -29,8 +29,6 @@ class nexel_subscriber {
   // Other moments in a subscription's life.
   virtual void subscription_requested() {}
   virtual void subscription_confirmed() {}
-  virtual void subscription_lost() {}
-  virtual void subscription_cancelled() {}
 
  private:
   std::string path_;

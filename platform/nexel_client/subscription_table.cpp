@@ -109,9 +109,6 @@ void subscription_table::lost(std::int32_t code, const std::string& message) {
     const auto& path = subscribed.first;
     auto& of = subscribed.second;
     const nx_client_exception error{code, message, path};
-    if (of.now == phase::active) {
-      tell(path, of, [](nexel_subscriber& one) { one.subscription_lost(); });
-    }
     tell(path, of, [&](nexel_subscriber& one) { one.send_exception_event(path, error); });
     of.known = false;
   }
@@ -126,9 +123,6 @@ void subscription_table::renew() {
 }
 
 void subscription_table::cancel() {
-  for (auto& [path, of] : entries_) {
-    tell(path, of, [](nexel_subscriber& one) { one.subscription_cancelled(); });
-  }
   entries_.clear();
 }
 

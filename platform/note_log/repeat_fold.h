@@ -5,13 +5,12 @@
 #pragma once
 
 #include <chrono>
-#include <cstddef>
-#include <list>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "platform/note_log/record.h"
+#include "platform/note_log/watch_list.h"
 
 namespace note_log {
 
@@ -25,10 +24,8 @@ class repeat_fold {
   static constexpr std::chrono::seconds sign_of_life{3600};
   static constexpr unsigned lines_of_a_place = 4;
   static constexpr std::chrono::seconds burst{2};
-  /// Number of texts and places watched at a time; a new one beyond that passes unwatched.
-  static constexpr std::size_t max_watched = 1024;
 
-  /// Whether the record is written now.
+  /// Whether the record is written now; one that can no longer be watched is.
   bool admit(const record& rec, time_point now);
 
   /// Reports on what has ended by `now`, or has gone on for another hour.
@@ -43,26 +40,17 @@ class repeat_fold {
     time_point begin;
     time_point last;
     time_point told;
-    unsigned untold = 0;  // since `told`
-  };
-  using list = std::list<watched>;
-  struct watch {
-    list by_age;  // the one that came last at the end
-    std::unordered_map<std::string, list::iterator> by_key;
-
-    watched* find(const std::string& key);
-    void add(const std::string& key, const record& rec, time_point now);
-    void renew(watched& entry);
-    list::iterator forget(list::iterator entry);
+    unsigned untold = 0;   // since `told`
+    unsigned written = 1;  // of a place, in this burst
   };
 
   bool admit_text(const record& rec, time_point now);
   bool admit_of_place(const record& rec, time_point now);
   static void summarize(const watched& entry, bool of_place, std::vector<record>& summaries);
 
-  watch texts_;
-  watch places_;
-  std::unordered_map<std::string, unsigned> written_of_place_;
+  // The one that was seen last is the youngest.
+  watch_list<watched> texts_;
+  watch_list<watched> places_;
 };
 
 }  // namespace note_log

@@ -17,8 +17,7 @@ inline constexpr std::int32_t invalid_request = -32600;
 inline constexpr std::int32_t unknown_method = -32601;
 inline constexpr std::int32_t invalid_params = -32602;
 
-/// {"jsonrpc":"2.0","id":ID,"method":METHOD,"params":PARAMS}; the params as a value or as text.
-std::string request(std::uint64_t id, std::string_view method, const json_value& params);
+/// {"jsonrpc":"2.0","id":ID,"method":METHOD,"params":PARAMS}.
 std::string request(std::uint64_t id, std::string_view method, std::string_view params_text);
 /// The same, appended to `out`.
 void append_request(std::string& out, std::uint64_t id, std::string_view method,

@@ -243,7 +243,7 @@ void cycle_reads::take_answers(reads_under_way::iterator first) {
   keep(std::move(told));
 }
 
-void cycle_reads::keep(std::map<std::string, std::map<std::string, answer>> told) {
+void cycle_reads::keep(std::map<std::string, std::map<std::string, answer>>&& told) {
   const auto end = age_clock();
   for (auto& [nexel, answers] : told) {
     for (auto& [path, what] : answers)

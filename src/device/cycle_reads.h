@@ -125,7 +125,7 @@ class cycle_reads {
   void collect(const std::string& nexel);
   void take_answers(reads_under_way::iterator first);
   /// By nexel, then by path.
-  void keep(std::map<std::string, std::map<std::string, answer>> told);
+  void keep(std::map<std::string, std::map<std::string, answer>>&& told);
   template <class T>
   T ask(nexel_client_api& client, const std::string& path);
   bool is_kept(const key& of) const;

@@ -253,11 +253,14 @@ bool _subscriber<Types...>::is_operational() {
 
 template class _subscriber<float, std::string, bool, int, unsigned int>;
 
+template <class T>
+using known_reading = std::optional<reading<T>>;
+
 #define INSTANTIATE_FOR(T)                                                                      \
   template void subscriber::subscribe<T>(std::shared_ptr<nexel_client_api>, const std::string&, \
                                          reading_kind);                                         \
   template reading<T> subscriber::get_reading<T>(const std::string&) const;                     \
-  template std::optional<reading<T>> subscriber::find_known<T>(const std::string&) const;       \
+  template known_reading<T> subscriber::find_known<T>(const std::string&) const;                \
   template T subscriber::get<T>(const std::string&) const;
 INSTANTIATE_FOR(bool)
 INSTANTIATE_FOR(float)

@@ -72,7 +72,6 @@ class guard_register {
             const std::string& reason);
 
   bool is_active(const guard_kind& guard, const std::string& subject) const;
-  std::uint64_t withheld(const guard_kind& guard) const;
   /// Every guard that has been active, by name.
   std::vector<state> states() const;
   /// Forgets everything but the observer; for tests.

@@ -27,9 +27,7 @@ class start_report {
 
   /// Called for each new text, and at once for existing ones. Replaces the previous observer.
   using observer = std::function<void(const std::string& subject, const std::string& text)>;
-  void set_observer(observer told);
-  /// Forgets everything but the observer; for tests.
-  void reset();
+  void set_observer(const observer& told);
 
  private:
   start_report() = default;

@@ -25,8 +25,8 @@ std::string metrics_of(nx_db* tree, const std::string& node) {
   nx::json_document values(rapidjson::kObjectType);
   auto& allocator = values.GetAllocator();
   for (const auto& pattern : gateway::scraped_patterns()) {
-    const auto answer = nx::parse_json(handler.answer(
-        nx::json_rpc::request(1, "get", std::string_view(nx::params_text(pattern)))));
+    const auto answer =
+        nx::parse_json(handler.answer(nx::json_rpc::request(1, "get", nx::params_text(pattern))));
     if (!answer.HasMember("result")) continue;  // a path that this model has not
     for (const auto& member : answer["result"].GetObject()) {
       values.AddMember(nx::json_value(member.name, allocator),

@@ -26,9 +26,6 @@ class convergence {
   /// Why the newest view is not converged, one line each; empty if nothing is wrong with it.
   std::vector<std::string> reasons(const view& seen) const;
 
-  /// Time after `start` at which the present rest began.
-  std::optional<clock::duration> settled_after(clock::time_point start) const;
-
   static constexpr std::chrono::seconds hold{5};
   static constexpr std::chrono::seconds hold_peer{20};
   /// A VOA that moves further than its own step and noise is still being regulated, dB.

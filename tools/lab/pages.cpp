@@ -46,7 +46,7 @@ text_lines device_lines(const view& seen, unsigned columns, look how) {
     const bool silent = each.alive == false;
     std::vector<std::string> figures;
     for (const auto& [name, value] : each.values)
-      figures.push_back(name + " " + value);
+      figures.push_back(fmt::format("{} {}", name, value));
     const auto state = silent ? fmt::format("SILENT for {:.0f} s", each.age.value_or(0.0))
                               : fmt::format("{}", fmt::join(figures, ", "));
     constexpr unsigned name_width = 12;

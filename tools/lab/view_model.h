@@ -17,7 +17,6 @@ struct channel_row {
   insight::channel of;
   std::optional<double> truth;  ///< true power at the booster's output, dBm; only for rx
 
-  double frequency_thz() const;
   /// There is light to regulate.
   bool is_lit() const;
   /// Or so close that only the daemon's own, narrower dead band still requires a step.

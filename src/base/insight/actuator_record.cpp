@@ -27,7 +27,7 @@ void actuator_record::step(time_point now, float change) {
   last_change_ = change;
   if (!turns_round) return;
   ++place.reversals;
-  std::ranges::rotate(turns_, turns_.begin() + 1);
+  std::rotate(turns_.begin(), turns_.begin() + 1, turns_.end());
   turns_.back() = now;
   turn_count_ = std::min(turn_count_ + 1, turns_of_hunting);
 }

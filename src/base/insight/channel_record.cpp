@@ -156,7 +156,7 @@ nx::api::reading<float> channel_record::figure() {
     if (is_figure(value)) return rounded(value);
   }
   const auto now = snapshot();
-  return nx_error(-61, absence(now.verdict, history(now)));
+  return nx_error(nx_error::no_value, absence(now.verdict, history(now)));
 }
 
 nx::api::reading<float> channel_record::get_target() {
@@ -194,7 +194,7 @@ unsigned channel_record::get_steps_last_hour() {
 nx::api::reading<nx::json_document> channel_record::get_arrival() {
   const auto now = snapshot();
   const auto last = now.ways.last();
-  if (!last) return nx_error(-61, "The channel has not come to a target yet");
+  if (!last) return nx_error(nx_error::no_value, "The channel has not come to a target yet");
   nx::json_document document(rapidjson::kObjectType);
   auto& allocator = document.GetAllocator();
   const bool under_way = now.ways.is_under_way();

@@ -22,8 +22,6 @@ namespace {
 using device::reading_kind;
 namespace paths = manager::nexel_paths;
 
-constexpr std::int32_t no_value = -61;
-
 struct device_row {
   const char* name;
   const char* nexel;
@@ -191,17 +189,17 @@ float device_board::number_of(unsigned row) const {
     return std::max(wanted - number_of(row_of(at.device, "actualGain")), 0.0f);
   }
   const auto* told = std::get_if<float>(&values_.at(row).what);
-  if (told == nullptr) throw nx_error(no_value, values_.at(row).failure);
+  if (told == nullptr) throw nx_error(nx_error::no_value, values_.at(row).failure);
   switch (device::judge(at.kind, *told)) {
     case device::verdict::measured:
       if (at.kind != reading_kind::osc_power || guards::lit_osc_power(*told)) return *told;
       [[fallthrough]];
     case device::verdict::nothing_measured:
-      throw nx_error(no_value, "Dark: there is nothing to measure");
+      throw nx_error(nx_error::no_value, "Dark: there is nothing to measure");
     case device::verdict::refused:
       break;
   }
-  throw nx_error(no_value, device::refusal_text(at.kind, *told));
+  throw nx_error(nx_error::no_value, device::refusal_text(at.kind, *told));
 }
 
 std::optional<float> device_board::number(const std::string& device,
@@ -224,19 +222,19 @@ float device_board::get_number(unsigned row) {
 std::string device_board::get_text(unsigned row) {
   const std::lock_guard lock(mutex_);
   if (const auto* told = std::get_if<std::string>(&values_.at(row).what)) return *told;
-  throw nx_error(no_value, values_.at(row).failure);
+  throw nx_error(nx_error::no_value, values_.at(row).failure);
 }
 
 bool device_board::get_flag(unsigned row) {
   const std::lock_guard lock(mutex_);
   if (const auto* told = std::get_if<bool>(&values_.at(row).what)) return *told;
-  throw nx_error(no_value, values_.at(row).failure);
+  throw nx_error(nx_error::no_value, values_.at(row).failure);
 }
 
 float device_board::get_age(unsigned device) {
   const std::lock_guard lock(mutex_);
   const auto last = devices_.at(device).last_answer;
-  if (!last) throw nx_error(no_value, "It has not answered yet");
+  if (!last) throw nx_error(nx_error::no_value, "It has not answered yet");
   return std::chrono::duration<float>(now() - *last).count();
 }
 

@@ -172,14 +172,10 @@ std::optional<ladder_finding> first_fault(const differences& now, const differen
       return ladder_finding{.where = ladder_point::ports, .what = what, .by = *common};
     }
   }
-  if (const auto found = amplifier_fault(amplifier, monitor)) return found;
-  if (const auto found = span_fault(fibre, line, far.by)) return found;
+  if (auto found = amplifier_fault(amplifier, monitor)) return found;
+  if (auto found = span_fault(fibre, line, far.by)) return found;
   if (!far.is_wrong) return std::nullopt;
   return ladder_finding{.where = ladder_point::far, .what = ladder_fault::gain, .by = *far.by};
-}
-
-bool is_plausible(const std::optional<float>& difference, float limit) {
-  return difference && std::fabs(*difference) <= limit;
 }
 
 }  // namespace insight

@@ -97,8 +97,6 @@ std::optional<ladder_finding> first_fault(const differences& now, const differen
 std::optional<float> common_deviation(const std::map<unsigned, float>& now,
                                       const std::map<unsigned, float>& usual);
 
-/// Whether a difference may be taken as usual: within the possible error of board and devices.
-bool is_plausible(const std::optional<float>& difference, float limit);
 namespace ladder_limits {
 inline constexpr float amplifier = 1.5f;  ///< two taps and the calibration of one
 inline constexpr float line = 2.5f;       ///< four taps, and a fibre's two wavelengths

@@ -51,6 +51,7 @@ std::vector<led_answer> exchange(nexel_client_api& client, const Items& items, M
   auto request = std::make_shared<Request>();
   using future = decltype(make(*request, items.front()));
   std::vector<future> futures;
+  futures.reserve(items.size());
   for (const auto& item : items)
     futures.push_back(make(*request, item));
   client.server_call(request);

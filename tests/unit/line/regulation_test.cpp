@@ -169,6 +169,18 @@ TEST_F(regulated_line, does_not_mix_readings_of_two_connections) {
   EXPECT_EQ(done(), journal{"voa 9.60"});
 }
 
+TEST_F(regulated_line, takes_no_step_on_a_reading_from_before_the_link_was_back) {
+  meet("ORVA-LITE", {first});
+  for (int i = 0; i < 10; ++i)
+    cycle_with(first, 3);
+  EXPECT_EQ(done(), journal{"voa 9.60"});
+  osc->operational = false;
+  cycle_with(first, 3);
+  osc->operational = true;
+  cycle();
+  EXPECT_EQ(done(), journal{});
+}
+
 TEST_F(regulated_line, gives_the_far_preamp_no_more_light_while_its_saturation_is_not_known) {
   meet("ORVA-LITE", {first});
   peer.set("data/client/tx/edfaSaturation", 3.0f);

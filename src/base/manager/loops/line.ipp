@@ -33,7 +33,7 @@ template <class T>
 float line<T>::read_edfa_calibration() {
   if (const auto known = peer_.value(line_peer::operation::get_edfa_tx_calibration)) return *known;
   remote_->get_edfa_tx_calibration();  // throws if the peer's family does not have it
-  throw nx_error(-22, "The calibration of the peer is not known");
+  throw nx_error(nx_error::invalid, "The calibration of the peer is not known");
 }
 
 template <class T>

@@ -20,7 +20,6 @@ constexpr auto usual_pause = 3s;
 constexpr auto longest_silence = 10s;
 constexpr float jump_of_error_db = 2.0f;
 constexpr auto longest_wait_for_span = 30s;
-constexpr std::int32_t no_value = -61;
 
 std::chrono::steady_clock::time_point now() {
   return helpers::waiting::instance().steady_now();
@@ -142,9 +141,9 @@ std::string line_loop::get_why() {
 }
 
 float line_loop::known_attenuation() const {
-  if (!voa_) throw nx_error(no_value, "This model has no VOA on the line");
+  if (!voa_) throw nx_error(nx_error::no_value, "This model has no VOA on the line");
   const std::lock_guard lock(told_mutex_);
-  if (!told_.attenuation) throw nx_error(no_value, "The VOA has not been read yet");
+  if (!told_.attenuation) throw nx_error(nx_error::no_value, "The VOA has not been read yet");
   return *told_.attenuation;
 }
 

@@ -124,7 +124,7 @@ float line_loop::read_voa() {
   const float attenuation = voa_->get_attenuation();
   // A blocked attenuator gives no value to step from.
   if (::device::judge(kind, attenuation) != ::device::verdict::measured) {
-    throw nx_error(-22, ::device::refusal_text(kind, attenuation));
+    throw nx_error(nx_error::invalid, ::device::refusal_text(kind, attenuation));
   }
   voa_watch_.look(attenuation);
   note_attenuation(attenuation);

@@ -12,6 +12,7 @@
 #include "helpers/logger.h"
 #include "helpers/waiting.h"
 #include "platform/nexel_client/nexel_client.h"
+#include "platform/wire/nx_error.h"
 
 namespace manager::remote {
 
@@ -25,8 +26,6 @@ constexpr unsigned quick_retries = 5;
 constexpr std::chrono::nanoseconds quick_retry = 1s;
 constexpr std::chrono::nanoseconds unidentified_retry = 30s;
 constexpr std::chrono::nanoseconds tending_interval = 1s;
-/// Error code of the client library.
-constexpr std::int32_t connection_lost = -107;
 
 std::chrono::system_clock::time_point now() {
   return helpers::waiting::instance().system_now();
@@ -141,7 +140,7 @@ void api::identify_remote() {
     try {
       session_->read_identity();
     } catch (const nx_client_exception& error) {
-      session_->is_lost = error.code == connection_lost;
+      session_->is_lost = error.code == nx_error::not_connected;
       throw;
     }
   });
