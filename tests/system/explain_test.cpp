@@ -1,5 +1,5 @@
-// What `lumoractl explain` says of each fault that the lab can make: the first sentence names the
-// cause, and not what it brings about.
+// `lumoractl explain` for each fault that the lab can cause: the first sentence names the cause,
+// not its consequences.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

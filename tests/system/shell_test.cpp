@@ -1,5 +1,5 @@
-// The outer life of the daemon as a process: what it prints, how it ends, what hinders it and what
-// does not. No devices.
+// The daemon's outer life as a process: what it prints, how it ends, what prevents it from starting
+// and what does not. No devices.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>

@@ -1,5 +1,5 @@
 // The daemon under a service manager that watches it, played by the test: it speaks the same
-// protocol on a socket of its own.
+// protocol on a socket.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>

@@ -1,4 +1,4 @@
-// Requests of all kinds, well meant and ill: each has its answer, and the next client is served.
+// Requests of all kinds, friendly and hostile: each gets its answer, and the next client is served.
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 #include <openssl/x509.h>

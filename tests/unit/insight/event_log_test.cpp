@@ -1,4 +1,4 @@
-// What the log of events tells a client that comes late, one that watches, and of what others do.
+// What the event log shows to a client that comes late, to a subscriber, and about others' actions.
 #include "base/insight/event_log.h"
 
 #include <gmock/gmock.h>

@@ -1,5 +1,5 @@
-// The arithmetic of the ladder on a path of round numbers: what each fault leaves between the
-// instruments, and what cannot be told.
+// The arithmetic of the ladder on a path with round numbers: the trace of each fault between the
+// instruments, and what cannot be determined.
 #include "base/insight/ladder.h"
 
 #include <gmock/gmock.h>

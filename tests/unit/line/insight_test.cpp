@@ -1,4 +1,4 @@
-// What the line says of itself while things happen to it: the state, and the figures in the
+// The line's report on itself while things happen to it: the state, and the figures in the
 // sentence.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,4 @@
-// Topology files: what a faulty one is told, and that those which are shipped say what the defaults
-// say.
+// Topology files: errors reported for faulty ones, and the shipped ones match the defaults.
 #include <gtest/gtest.h>
 
 #include <fstream>

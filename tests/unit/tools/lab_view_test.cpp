@@ -1,5 +1,5 @@
-// What the lab shows and judges: rows, verdicts, pictures. What the daemon tells is put in as it
-// stands on its tree.
+// The lab's screen and verdict: rows, verdicts, pictures. The daemon's values are supplied as on
+// its tree.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
