@@ -43,6 +43,8 @@ class late_node {
   /// Processor time of the loops' thread per cycle.
   seconds cpu_of_cycle();
 
+  test::daemon_node& processes() { return node_; }
+
  private:
   void delay(const std::string& services, std::chrono::milliseconds latency) const;
 

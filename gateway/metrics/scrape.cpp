@@ -54,7 +54,6 @@ void scrape::answered(gathering& all, const nx::json_value* result, const nx_err
   if (result && result->IsObject()) {
     auto& allocator = all.values.GetAllocator();
     for (const auto& member : result->GetObject()) {
-      if (all.values.HasMember(member.name)) continue;
       all.values.AddMember(nx::json_value(member.name, allocator),
                            nx::json_value(member.value, allocator), allocator);
     }

@@ -66,7 +66,7 @@ constexpr auto of_node = std::to_array<metric_row>({
 });
 // clang-format on
 
-std::optional<double> reading(const nx::json_value& values, const std::string& path, kind what) {
+std::optional<double> reading(const tree_values& values, const std::string& path, kind what) {
   if (what == kind::flag) {
     const auto flag = flag_at(values, path);
     return flag ? std::optional<double>(*flag ? 1 : 0) : std::nullopt;
@@ -78,7 +78,7 @@ std::optional<double> reading(const nx::json_value& values, const std::string& p
   return number;
 }
 
-void add_row(const nx::json_value& values, const std::string& path, const metric_row& row,
+void add_row(const tree_values& values, const std::string& path, const metric_row& row,
              metric_labels labels, family_set& into) {
   const auto value = reading(values, path, row.what);
   if (!value) return;
@@ -99,7 +99,7 @@ void add_states(const char* name, const char* help, std::span<const states::stat
 }
 
 /// Direction, channel and frequency in THz of data/client/ID/SIDE/..., as labels.
-metric_labels channel_labels(const nx::json_value& values, std::string_view id,
+metric_labels channel_labels(const tree_values& values, std::string_view id,
                              std::string_view direction) {
   // An ID is the centre in units of 10 MHz, except on a node that numbers its channels.
   constexpr double lowest_centre = 1e6;
@@ -116,7 +116,7 @@ metric_labels channel_labels(const nx::json_value& values, std::string_view id,
   return labels;
 }
 
-void add_channel(const nx::json_value& values, std::string_view id, std::string_view direction,
+void add_channel(const tree_values& values, std::string_view id, std::string_view direction,
                  family_set& into) {
   const auto labels = channel_labels(values, id, direction);
   const auto data = fmt::format("data/client/{}/{}/", id, direction);
@@ -133,7 +133,7 @@ void add_channel(const nx::json_value& values, std::string_view id, std::string_
 }
 
 /// For alarms/WHERE.../WHAT/severity.
-void add_alarm(const nx::json_value& values, std::string_view path, double severity,
+void add_alarm(const tree_values& values, std::string_view path, double severity,
                family_set& into) {
   constexpr std::string_view before = "alarms/";
   constexpr std::string_view behind = "/severity";
@@ -156,7 +156,7 @@ void add_alarm(const nx::json_value& values, std::string_view path, double sever
 }
 
 /// insight/guards: {"GUARD":{"withheld":N,"active":[...]}}
-void add_guards(const nx::json_value& values, family_set& into) {
+void add_guards(const tree_values& values, family_set& into) {
   for_each_object(values, "insight/guards", [&](const std::string& guard, const auto& entry) {
     if (const auto withheld = number_at(entry, "withheld")) {
       into.counter("lumora_guard_withheld_total", "Writes that the guard has withheld",
@@ -170,7 +170,7 @@ void add_guards(const nx::json_value& values, family_set& into) {
 }
 
 /// insight/rest: {"LOOP":{"up":true,"hunts":false,...},...}
-void add_loops(const nx::json_value& values, family_set& into) {
+void add_loops(const tree_values& values, family_set& into) {
   for_each_object(values, "insight/rest", [&](const std::string& loop, const auto& entry) {
     if (const auto up = flag_at(entry, "up")) {
       into.gauge("lumora_loop_up", "1 while the loop runs through its cycles", {{"loop", loop}},
@@ -184,7 +184,7 @@ void add_loops(const nx::json_value& values, family_set& into) {
 }
 
 /// insight/cycles: {"count":N,"seconds":S,"within":[[BOUND,N],...]}, since the daemon's start.
-void add_cycles(const nx::json_value& values, family_set& into) {
+void add_cycles(const tree_values& values, family_set& into) {
   const auto* cycles = value_at(values, "insight/cycles");
   if (!cycles || !cycles->IsObject()) return;
   const auto count = number_at(*cycles, "count");
@@ -204,7 +204,7 @@ void add_cycles(const nx::json_value& values, family_set& into) {
   into.histogram("lumora_cycle_seconds", "Time that a cycle took, up to its pause", collected);
 }
 
-void add_spans(const nx::json_value& values, family_set& into) {
+void add_spans(const tree_values& values, family_set& into) {
   for (const char* section : {"oms", "ots"}) {
     for (const char* direction : {"rx", "tx"}) {
       const auto loss = number_at(values, fmt::format("data/spanloss/{}/{}", section, direction));
@@ -215,7 +215,7 @@ void add_spans(const nx::json_value& values, family_set& into) {
   }
 }
 
-void add_node(const nx::json_value& values, family_set& into) {
+void add_node(const tree_values& values, family_set& into) {
   for (const auto& row : of_node)
     add_row(values, row.path, row, {}, into);
   add_states("lumora_line_state", "1 for what the line is doing, 0 for all else",
@@ -260,10 +260,11 @@ const std::vector<std::string>& scraped_patterns() {
   return patterns;
 }
 
-void add_tree_metrics(const nx::json_value& values, family_set& into) {
-  if (!values.IsObject()) return;
+void add_tree_metrics(const nx::json_value& object, family_set& into) {
+  if (!object.IsObject()) return;
+  const tree_values values(object);
   std::set<std::pair<std::string_view, std::string_view>> channels;
-  for (const auto& member : values.GetObject()) {
+  for (const auto& member : object.GetObject()) {
     const std::string_view path(member.name.GetString(), member.name.GetStringLength());
     for (const char* pattern : {"data/client/*/*/*", "insight/client/*/*/*"}) {
       if (!nx::path_matches(pattern, path)) continue;

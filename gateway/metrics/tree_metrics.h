@@ -10,11 +10,11 @@
 
 namespace gateway {
 
-/// The patterns that a scrape reads; a missing path is not an error.
+/// The patterns that a scrape reads; a missing path is not an error, and no path fits two patterns.
 const std::vector<std::string>& scraped_patterns();
 
-/// `values` is an object of paths and values, as returned by `get`. Adds to `into`.
-void add_tree_metrics(const nx::json_value& values, family_set& into);
+/// `object` has paths and values, as returned by `get`. Adds to `into`.
+void add_tree_metrics(const nx::json_value& object, family_set& into);
 
 /// All samples of the node; null means a daemon that does not answer.
 std::vector<prometheus::MetricFamily> scraped_families(const nx::json_value* values,

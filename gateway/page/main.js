@@ -37,14 +37,18 @@ const panel = new Panel(values, channels);
 const spectrum = new Spectrum(byId("spectrum"), channels, pointed);
 new Tree();
 
+const presentValuesTake = 2000; // ms, of a node far away
+
 let side = "rx";
 let selected;
+let bench; // of a lab
 let pinned = false;
 let touched = false; // somebody has pointed
 let list = [];
 
 function select(channel) {
   selected = channel;
+  bench?.show(channel);
   spectrum.select(channel);
   channelView.show(channel, pinned);
 }
@@ -56,6 +60,14 @@ function pointed(channel, how) {
   if (how === "click") pinned = !(pinned && selected?.id === channel.id);
   if (how === "key") pinned = true;
   if (how !== "pointer" || selected?.id !== channel.id) select(channel);
+}
+
+/// What is done to a channel is undone to the same one.
+function hold() {
+  touched = true;
+  pinned = selected !== undefined;
+  channelView.show(selected, pinned);
+  return selected;
 }
 
 /// Whom to show as long as nobody points: who needs somebody, else who is on its way, else who is
@@ -79,7 +91,7 @@ function layOut() {
   const fresh = channels.of(side);
   if (JSON.stringify(fresh) === JSON.stringify(list)) return;
   list = fresh;
-  byId("no-channels").hidden = list.length > 0;
+  stopWaiting();
   const way = side === "rx" ? "to the line" : "from the line";
   spectrum.show(list, `${list.length} channels ${way}; arrow keys move from one to the next`);
   select(list.find(({ id }) => id === selected?.id) ?? worst());
@@ -96,6 +108,11 @@ values.watch((path) => channelOf(path) !== undefined, (changed) => {
   if (!touched) showWorst();
   tally();
 });
+
+function stopWaiting() {
+  document.documentElement.classList.remove("waiting");
+  byId("no-channels").hidden = list.length > 0;
+}
 
 function tally() {
   const count = {};
@@ -114,6 +131,7 @@ values.watch((path) => path === "data/channel/index", readFixed);
 
 link.onSight(({ sees }) => {
   if (!sees) return record.interrupt();
+  setTimeout(stopWaiting, presentValuesTake);
   readFixed();
   happenings.load();
   refill();
@@ -151,5 +169,6 @@ link.open();
 
 lab.about().then(async (about) => {
   const { Bench } = await import("./bench.js");
-  new Bench(about, channels, () => selected);
+  bench = new Bench(about, hold);
+  bench.show(selected);
 }, () => {});

@@ -6,7 +6,7 @@
 
 #include "platform/nexel_client/client_errors.h"
 #include "platform/value_tree/nx_db.h"
-#include "platform/value_tree/server/node_errors.h"
+#include "platform/wire/failure.h"
 #include "platform/wire/json_conversion.h"
 
 namespace nx {

@@ -39,4 +39,9 @@ struct failure {
 /// Call inside a catch block.
 failure current_failure();
 
+/// The same as the clients of a tree are told it, for what a node threw: an nx_error as it is, a
+/// failed conversion as -22 "expected float, found string", a device's with its path, anything else
+/// as -1.
+nx_error current_node_error();
+
 }  // namespace nx

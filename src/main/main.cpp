@@ -30,7 +30,6 @@
 
 namespace {
 
-constexpr const char* calibration_file = "/mnt/board_info/calibration_data/lumora/lumora.conf";
 constexpr const char* server_path = "/tmp/device_managers/lumora";
 
 constexpr int status_orderly_end = 0;
@@ -93,7 +92,7 @@ int main(int argc, const char** argv) try {
   if (const auto fault = note_log::severity_fault(); !fault.empty()) {
     helpers::start_report::instance().tell("log", fault);
   }
-  calibration::instance().read_calibration_values(nx::rooted_path(calibration_file));
+  calibration::instance().read_calibration_values(nx::rooted_path(calibration::file));
   nexel_api server(server_path, given->port, false);
   const auto daemon = std::make_shared<lumora_manager>(server.get_db());
   helpers::guarded([&] { serve(server, *daemon, manager, given->interface_name); });

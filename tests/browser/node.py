@@ -1,5 +1,7 @@
 """Nodes of real processes for the browser's tests: key store, simulated devices, daemon and gateway."""
 
+import contextlib
+import http.server
 import json
 import os
 import pathlib
@@ -8,6 +10,7 @@ import shutil
 import socket
 import subprocess
 import tempfile
+import threading
 
 from driver import await_that
 
@@ -16,6 +19,28 @@ SOURCE = pathlib.Path(os.environ["LUMORA_SOURCE_DIR"])
 TAGS = {"REDIS_CONF_HASH_TAG": "{conf}", "REDIS_DATA_HASH_TAG": "{data}"}
 # What the node's other services write.
 SEEDS = {"{data}:qz:status": "ok", "{conf}:qz:mounts": "/mnt/qz", "{data}:nx/system/info:data/swVersion": "R1.0"}
+
+
+class _Elsewhere(http.server.BaseHTTPRequestHandler):
+    def do_GET(self):
+        self.send_response(200)
+        self.send_header("Content-Type", "text/html")
+        self.end_headers()
+        self.wfile.write(b"<!doctype html><title>elsewhere</title><body>")
+
+    def log_message(self, *_):
+        pass
+
+
+@contextlib.contextmanager
+def other_origin():
+    """The address of a page of somebody else's."""
+    with http.server.ThreadingHTTPServer(("127.0.0.1", 0), _Elsewhere) as server:
+        threading.Thread(target=server.serve_forever).start()
+        try:
+            yield f"http://127.0.0.1:{server.server_port}/"
+        finally:
+            server.shutdown()
 
 
 class Tree:

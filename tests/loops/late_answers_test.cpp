@@ -118,13 +118,11 @@ TEST_P(late_answers, of_a_command_are_waited_for_where_one_decides_about_the_nex
       {channel("opticalControlMode", id), "\"off\"", 0},
       {"config/client/rx/targetOutputPower", "-3", 2},
       {"config/netconf/spanlossReceive", "12", 2},
-      {"config/dispersion/rx/dispersionSettings", R"({"mode":"manual","dispersion":100})", 1},
   };
   for (const auto& [path, value, waits, by_command] : rows) {
     if (!node.tree().find(path) || (by_command && !node.has_channels_by_command())) continue;
     const auto run = [&] { by_command ? node.run(path, value) : node.write(path, value); };
     const auto found = waits_of(node, run);
-    fmt::print("WAITS {} {} {}\n", GetParam(), path, found);
     EXPECT_LE(found, waits) << path;
   }
 }

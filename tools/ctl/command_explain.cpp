@@ -119,7 +119,11 @@ question answer_to(const node_insight& node, const std::string& what) {
 }
 
 void print_people(const question& asked, const node_insight& node) {
-  if (asked.findings.empty()) fmt::print("All is well.\n");
+  if (asked.findings.empty()) {
+    fmt::print("All is well.\n");
+  } else if (!insight::needs_person(asked.findings)) {
+    fmt::print("Nothing needs a person.\n");
+  }
   for (const auto& each : asked.findings) {
     fmt::print("{}\n", insight::full_sentence(each, node));
     for (const auto& more : {each.doing, each.remedy}) {

@@ -7,9 +7,9 @@
 #include <array>
 
 #include "platform/value_tree/nx_db.h"
-#include "platform/value_tree/server/node_errors.h"
 #include "platform/value_tree/server/plain_get.h"
 #include "platform/value_tree/server/request_methods.h"
+#include "platform/wire/failure.h"
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_parse.h"
 #include "platform/wire/json_rpc.h"

@@ -4,7 +4,7 @@
 
 #include "platform/value_tree/event_frame.h"
 #include "platform/value_tree/nx_db.h"
-#include "platform/value_tree/server/node_errors.h"
+#include "platform/wire/failure.h"
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_parse.h"
 #include "platform/wire/json_rpc.h"

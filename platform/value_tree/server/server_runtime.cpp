@@ -6,9 +6,9 @@
 
 #include "platform/note_log/note_log.h"
 #include "platform/threads/io_thread.h"
-#include "platform/value_tree/server/node_errors.h"
 #include "platform/value_tree/server/runtime_impl.h"
 #include "platform/value_tree/server/session.h"
+#include "platform/wire/failure.h"
 
 namespace nx {
 namespace {

@@ -7,8 +7,8 @@
 
 #include "platform/note_log/note_log.h"
 #include "platform/value_tree/nx_db_node.h"
-#include "platform/value_tree/server/node_errors.h"
 #include "platform/value_tree/thread_rank.h"
+#include "platform/wire/failure.h"
 
 namespace nx {
 

@@ -4,13 +4,26 @@
 
 #include <cstdint>
 
+#include "models/band.h"
+
 namespace channel {
+
+/// The limits of the add command on any model, and of a stored plan: everything that was ever stored
+/// loads again.
+inline constexpr std::uint32_t lowest_center = 18000001;
+inline constexpr std::uint32_t highest_center = 19999999;
+inline constexpr std::uint32_t highest_port = 34;
 
 /// Vacuum wavelength in nm, calculated in steps of 1 GHz: the grid of ITU-T G.694.1 is coarser.
 float wavelength_nm(std::uint32_t center_frequency);
 
 /// Width in GHz.
 float width_ghz(std::uint32_t raw_width);
+
+/// The share of a band of so many slices that a width takes; 1 for all of it.
+float band_share(float width_ghz, unsigned band_slices = models::shared_slices);
+/// The same share of the band's power in dB, at most 0.
+float band_share_db(float width_ghz, unsigned band_slices = models::shared_slices);
 
 /// Client port power of a channel that enters the node there: the monitor comes after the switch,
 /// so the switch's attenuation is added back.

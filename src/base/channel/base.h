@@ -11,9 +11,11 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "api/status_value.h"
+#include "helpers/calibration.h"
 #include "platform/value_tree/value_group.h"
 
 class nx_db;
@@ -82,7 +84,7 @@ class base {
   /// Offset added to the channel's target, dB.
   float get_wanted_power_offset() const;
   /// Second part of the board's key for this channel's loss offset: its position in a fixed plan.
-  void set_loss_offset_index(unsigned index) { loss_offset_index_ = index; }
+  void set_loss_offset_index(unsigned index);
 
  protected:
   template <class T>
@@ -95,6 +97,7 @@ class base {
 
  private:
   void create_constants(nx_db& db);
+  float loss_offset_db();
 
   std::map<std::string, status_ptr<unsigned>> alarms_;
   std::atomic<std::uint32_t> id_{0};  // read by polled values while a product renumbers
@@ -102,6 +105,7 @@ class base {
   std::uint32_t width_ = 0;
   std::uint32_t wss_port_ = 2;
   std::uint32_t loss_offset_index_ = 0;
+  std::optional<board_number> loss_offset_db_;  // once it was asked for
   float wavelength_ = 0;
   float ocm_power_ = 0;
   std::string direction_ = "na";

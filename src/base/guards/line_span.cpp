@@ -12,6 +12,13 @@ std::optional<float> lit_power(float reading) {
   return std::nullopt;
 }
 
+std::optional<float> lit_osc_power(float reading) {
+  constexpr float floor_dbm = -45.0f;
+  using namespace device;
+  const bool is_lit = judge(reading_kind::osc_power, reading) == verdict::measured;
+  return is_lit && reading > floor_dbm ? std::optional(reading) : std::nullopt;
+}
+
 bool is_channel_power(float calibrated) {
   return device::judge(device::reading_kind::channel_power, calibrated) ==
          device::verdict::measured;

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <type_traits>
 
+#include "base/guards/line_span.h"
 #include "base/insight/news.h"
 #include "base/manager/nexel_paths.h"
 #include "device/reading_kind.h"
@@ -193,7 +194,8 @@ float device_board::number_of(unsigned row) const {
   if (told == nullptr) throw nx_error(no_value, values_.at(row).failure);
   switch (device::judge(at.kind, *told)) {
     case device::verdict::measured:
-      return *told;
+      if (at.kind != reading_kind::osc_power || guards::lit_osc_power(*told)) return *told;
+      [[fallthrough]];
     case device::verdict::nothing_measured:
       throw nx_error(no_value, "Dark: there is nothing to measure");
     case device::verdict::refused:

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "base/manager/loops/line_arithmetic.h"
+#include "helpers/db_math.h"
 
 namespace insight {
 
@@ -18,12 +19,8 @@ constexpr float noticed_of_one = 1.5f;
 constexpr float cancels_within = 0.7f;
 constexpr std::size_t enough_for_a_median = 4;
 
-double mw(float dbm) {
-  return std::pow(10.0, double{dbm} / 10.0);
-}
-
 float dbm(double milliwatts) {
-  return static_cast<float>(10.0 * std::log10(milliwatts));
+  return static_cast<float>(helpers::linear_to_db(milliwatts));
 }
 
 std::optional<float> operator-(std::optional<float> a, std::optional<float> b) {
@@ -106,10 +103,10 @@ std::optional<ladder_sums> sums_of(const ladder_view& view) {
   double far = 0;
   bool all_far = true;
   for (const auto& channel : view.lit) {
-    monitored += mw(channel.monitored);
-    before_switch += mw(channel.monitored + channel.attenuation);
+    monitored += helpers::db_to_linear(channel.monitored);
+    before_switch += helpers::db_to_linear(channel.monitored + channel.attenuation);
     all_far = all_far && channel.far;
-    if (channel.far) far += mw(*channel.far);
+    if (channel.far) far += helpers::db_to_linear(*channel.far);
   }
   return ladder_sums{.monitored = dbm(monitored),
                      .far_monitored = all_far ? std::optional(dbm(far)) : std::nullopt,

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "base/insight/ladder_book.h"
+#include "helpers/db_math.h"
 #include "platform/wire/json_text.h"
 
 namespace insight {
@@ -70,9 +71,10 @@ number usual_input(const ladder_book::page& page) {
   for (const auto& channel : page.view.lit) {
     const auto usual = page.usual.ports.find(channel.id);
     if (usual == page.usual.ports.end()) return std::nullopt;
-    sum += std::pow(10.0, double{usual->second - channel.attenuation} / 10.0);
+    sum += helpers::db_to_linear(usual->second - channel.attenuation);
   }
-  return page.view.lit.empty() ? std::nullopt : number(static_cast<float>(10.0 * std::log10(sum)));
+  return page.view.lit.empty() ? std::nullopt
+                               : number(static_cast<float>(helpers::linear_to_db(sum)));
 }
 
 // Each expectation inverts the arithmetic of the difference, so that the two never disagree.

@@ -22,8 +22,10 @@ enum class line_reason : unsigned char {
   voa_away,        ///< its service reports that it is not up
   failed,          ///< word: what
   no_light,        ///< preamp and supervisory channel are dark
+  no_way_out,      ///< as before, but the far end's supervisory light comes in
   amplifiers_go_on,
-  link_down,  ///< light comes in, but no supervisory channel
+  link_down,     ///< light comes in, but no supervisory channel
+  link_one_way,  ///< as before, but the far end's supervisory light comes in
   nobody_answers,
   peer_is_lost,       ///< word: its product
   product_not_known,  ///< word: its product
@@ -45,6 +47,7 @@ enum class line_reason : unsigned char {
   saturation_unmoved,  ///< saturation
   saturation_lost,
   spans_not_known,
+  spans_missing,      ///< for longer than a peer needs to tell them
   few_spans,          ///< looks, of
   spans_fit,          ///< out, in
   span_withheld,      ///< word: why
@@ -70,6 +73,9 @@ struct line_verdict {
 };
 
 states::line_state state_of(line_reason reason);
+/// What the daemon does about it and what a person can do, in a few words, for states that need
+/// one: "amplifiers off, VOA at 5.0 dB; mend the fibre".
+std::string brief_of(const line_verdict& verdict);
 /// One sentence, or two if a person can do something.
 std::string sentence_of(const line_verdict& verdict);
 

@@ -38,17 +38,23 @@ bool is_lost(const node_facts& node) {
   }
 }
 
+/// "12:03:10 UTC" of today's moments, "2026-01-31 12:03 UTC" of older ones.
+std::string since_text(std::chrono::system_clock::time_point since,
+                       std::chrono::system_clock::time_point now) {
+  const auto time = nx::event_time(since);  // 2026-01-31T12:03:10.123Z
+  if (now - since < std::chrono::hours(24)) return time.substr(11, 8) + " UTC";
+  return fmt::format("{} {} UTC", time.substr(0, 10), time.substr(11, 5));
+}
+
 void add_lost(const node_facts& node, texts& parts) {
   for (const auto& fault : node.faults) {
-    parts.push_back(
-        fmt::format("{} down since {} ({}): it is set up again every second. Look at "
-                    "the device that fails",
-                    fault.loop, nx::event_time(fault.since), fault.reason));
+    parts.push_back(fmt::format("{} down since {}: {}; set up again every second", fault.loop,
+                                since_text(fault.since, node.wall_clock), fault.reason));
   }
   const auto state = state_of(node.line.reason);
   if (!is_lost(node)) return;
   parts.push_back(fmt::format("{} since {}: {}", states::row_of(state).text,
-                              nx::event_time(node.line_since), sentence_of(node.line)));
+                              since_text(node.line_since, node.wall_clock), brief_of(node.line)));
 }
 
 std::string name_of(const known_channel& channel) {
@@ -117,7 +123,7 @@ void add_line(const node_facts& node, texts& parts) {
   if (is_lost(node)) return;
   const auto& row = states::row_of(state_of(node.line.reason));
   auto text = fmt::format("line {}", row.text);
-  if (row.how == states::severity::person) text += fmt::format(" ({})", sentence_of(node.line));
+  if (row.how == states::severity::person) text += fmt::format(" ({})", brief_of(node.line));
   parts.push_back(std::move(text));
 }
 

@@ -39,6 +39,7 @@ struct node_facts {
   std::string peer;  ///< product text; empty if there is none
   bool is_regulating = true;
   time_point now{};
+  std::chrono::system_clock::time_point wall_clock{};
 };
 
 /// "30 of 32 lit channels on target; 191.70 exhausted (2.7 dB short), 192.45 settling; line at

@@ -56,7 +56,8 @@ class line;
 
 namespace manager {
 
-struct channel_request;
+struct add_request;
+struct remove_request;
 
 template <class RX_T, class TX_T>
 class base : public interface, public std::enable_shared_from_this<base<RX_T, TX_T>> {
@@ -168,8 +169,8 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   void note_overview();
   void report(const loop_states& ok, const char* regulating);
   static void tell_channel(::insight::event_kind kind, const char* direction, unsigned center);
-  void add_in_directions(const channel_request& request, const std::string& version);
-  void remove_in_directions(const channel_request& request);
+  void add_in_directions(const add_request& request, const std::string& version);
+  void remove_in_directions(const remove_request& request);
   void refresh_published_channels();
 
   nx::thread_owner cycles_;    // the manager thread

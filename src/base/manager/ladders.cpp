@@ -33,6 +33,10 @@ number lit(number power) {
   return power ? guards::lit_power(*power) : std::nullopt;
 }
 
+number lit_osc(number power) {
+  return power ? guards::lit_osc_power(*power) : std::nullopt;
+}
+
 /// The far end, as long as it is known and shows signs of life: older reports say nothing about the
 /// present light.
 class far_end {
@@ -51,8 +55,8 @@ class far_end {
   bool is_there_;
 };
 
-float board(const char* key) {
-  return calibration::instance().get_value(key);
+const board_numbers& board() {
+  return calibration::instance().board();
 }
 
 /// At the connector, like the line's own values.
@@ -60,7 +64,7 @@ number line_output(const device_board& devices, number booster) {
   const auto attenuation = devices.number("voa", "attenuation");
   const auto insertion_loss = devices.number("voa", "insertionLoss");
   if (!attenuation || !insertion_loss) return std::nullopt;
-  return moved(booster, board("cal_boostertx_to_linetx") - *attenuation - *insertion_loss);
+  return moved(booster, board().boostertx_to_linetx_db() - *attenuation - *insertion_loss);
 }
 
 number far_gain(const far_end& peer) {
@@ -79,11 +83,11 @@ ladder_view view_out(const device_board& devices, const far_end& peer, ladders::
           .input = devices.number("booster", "inputPower"),
           .output = output,
           .gain = devices.number("booster", "actualGain"),
-          .calibration = board("cal_mon_to_boostertx"),
+          .calibration = board().mon_to_boostertx_db(),
           .sent = line_output(devices, output),
           .received = lit(peer.told(operation::get_line_rx_power)),
-          .osc_sent = moved(devices.number("sfp", "outputPower"), board("cal_osctx_to_linetx")),
-          .osc_received = peer.told(operation::get_osc_rx_power),
+          .osc_sent = moved(devices.number("sfp", "outputPower"), board().osctx_to_linetx_db()),
+          .osc_received = lit_osc(peer.told(operation::get_osc_rx_power)),
           .far_gain = far_gain(peer),
           .far_calibration = peer.told(operation::get_edfa_tx_calibration)};
 }
@@ -95,12 +99,12 @@ ladder_view view_in(const device_board& devices, const far_end& peer, ladders::c
           .input = input,
           .output = devices.number("preamp", "outputPower"),
           .gain = devices.number("preamp", "actualGain"),
-          .calibration = board("cal_mon_to_preamptx"),
+          .calibration = board().mon_to_preamptx_db(),
           .switch_inside = switch_inside,
           .sent = lit(peer.told(operation::get_line_tx_power)),
-          .received = moved(input, -board("cal_linerx_to_preamprx")),
+          .received = moved(input, -board().linerx_to_preamprx_db()),
           .osc_sent = peer.told(operation::get_osc_tx_power),
-          .osc_received = moved(devices.number("sfp", "inputPower"), -board("cal_linerx_to_oscrx")),
+          .osc_received = moved(devices.number("sfp", "inputPower"), -board().linerx_to_oscrx_db()),
           .far_gain = {},
           .far_calibration = {}};
 }

@@ -66,6 +66,7 @@ void overview::note_cycle(cycle_facts facts) {
   }
   facts.voa = line_->get_voa_record();
   facts.now = helpers::waiting::instance().steady_now();
+  facts.wall_clock = helpers::waiting::instance().system_now();
   return facts;
 }
 

@@ -21,6 +21,8 @@ class edfa : public device::interface {
   virtual float get_min_gain() = 0;
   virtual float get_max_gain() = 0;
   virtual float get_default_gain() = 0;
+  /// Adds the gain and what `get_min_gain` and `get_max_gain` read.
+  virtual void declare_gain_reads(std::vector<read_wish>&) {}
   /// Requested gain less the gain that the amplifier reaches; at least 0.
   virtual float get_saturation() = 0;
   virtual bool has_los() = 0;

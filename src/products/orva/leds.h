@@ -24,4 +24,33 @@ class leds : public ::manager::leds {
   std::unordered_map<unsigned, unsigned> led_of_frequency_;
 };
 
+// Those of the models: each with its row.
+namespace orvalite {
+class leds : public orva::leds {
+ public:
+  leds() : orva::leds(models::get("orvalite")) {}
+};
+}  // namespace orvalite
+
+namespace orvamax {
+class leds : public orva::leds {
+ public:
+  leds() : orva::leds(models::get("orvamax")) {}
+};
+}  // namespace orvamax
+
+namespace orvapro {
+class leds : public orva::leds {
+ public:
+  leds() : orva::leds(models::get("orvapro")) {}
+};
+}  // namespace orvapro
+
+namespace orvakin::orvakinet {
+class leds : public orva::leds {
+ public:
+  leds() : orva::leds(models::get("orvakinet")) {}
+};
+}  // namespace orvakin::orvakinet
+
 }  // namespace products::orva

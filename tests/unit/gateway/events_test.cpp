@@ -152,6 +152,30 @@ TEST_F(events, what_a_page_plots_is_kept_for_ten_minutes_by_the_gateway) {
       << "a daemon that is lost is a gap, and what led to it is told";
 }
 
+TEST_F(events, streams_and_patterns_beyond_their_limits_are_told_so) {
+  bounds.event_streams = 5;
+  serve_tree();
+  start();
+  std::vector<std::unique_ptr<http_client>> pages;
+  std::string refused;
+  // Some of the 64 patterns are those of the gateway's own record.
+  for (int i = 0; i < 64 && refused.empty(); i += 16) {
+    std::string query = fmt::format("path=none/{}", i);
+    for (int more = 1; more < 16; ++more)
+      query += fmt::format("&path=none/{}", i + more);
+    pages.push_back(watch(query));
+    const auto& told = pages.back()->read_until("\r\n\r\n");
+    if (told.find("503 ") != told.npos) refused = pages.back()->read_until("watched");
+  }
+  EXPECT_THAT(refused, HasSubstr("More than 64 different patterns are watched"));
+  ASSERT_EQ(pages.size(), 4u) << "of which the last one is no stream";
+  for (int i = 0; i < 2; ++i) {
+    pages.push_back(watch("path=data/**"));
+    pages.back()->read_until("-3.5");
+  }
+  EXPECT_THAT(watch("path=data/**")->read_until("streams"), HasSubstr("More than 5 event streams"));
+}
+
 TEST_F(events, a_heartbeat_comes_while_nothing_changes) {
   bounds.heartbeat = 20ms;
   serve_tree();

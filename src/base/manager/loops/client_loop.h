@@ -66,8 +66,10 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   void set_osc(std::shared_ptr<device::interfaces::osc> osc);
   void set_leds(std::shared_ptr<manager::leds> leds);
 
-  virtual void manage_channel_peak(control_ptr control, bool regulate) = 0;
-  virtual void manage_channel(nx_db& db, control_ptr control, bool regulate) = 0;
+  /// The channel in closed loop: block, unblock, regulate what is lit, park what is dark.
+  virtual void manage_channel(nx_db& db, control_ptr control, bool regulate);
+  /// One look at a lit channel and, where allowed and possible, one step.
+  virtual void manage_channel_peak(control_ptr control, bool regulate);
   virtual void run(nx_db& db, bool regulate) = 0;
   virtual float get_edfa_saturation();
   virtual void reset_channel_attenuation(control_ptr control);
@@ -111,10 +113,6 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
     bool possible;
   };
 
-  /// The channel in closed loop: block, unblock, regulate if lit, park if dark.
-  void manage_channel_closed_loop(nx_db& db, const control_ptr& control, bool regulate);
-  /// One look at a lit channel and, if allowed and possible, one step.
-  void regulate_channel_peak(const control_ptr& control, bool regulate);
   virtual void log_peak(const peak_report& report);
   /// What a direction does with new knowledge of its amplifier.
   virtual void store_calibration(float calibration) = 0;

@@ -1,6 +1,6 @@
 // The loop of all channels that enter the node at its client ports and leave on the line: the add
-// side of the switch, before the booster, whose power is the reference. The basic form of the
-// closed loop: a lit channel is regulated, a dark one parks at its default attenuation.
+// side of the switch, before the booster, whose power is the reference. Its channels are in closed
+// loop.
 #pragma once
 
 #include "base/manager/loops/client_loop.h"
@@ -16,8 +16,6 @@ class client_rx : public client_loop<T> {
 
   client_rx(plan_ptr plan, std::shared_ptr<manager::remote::api> remote);
 
-  void manage_channel_peak(control_ptr control, bool regulate) override;
-  void manage_channel(nx_db& db, control_ptr control, bool regulate) override;
   void run(nx_db& db, bool regulate) override;
   void setup_api(nx_db& db) override;
   void setup_channel_api(nx_db& db, control_ptr control) override;

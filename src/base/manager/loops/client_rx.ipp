@@ -18,16 +18,6 @@ std::shared_ptr<client_rx<T>> client_rx<T>::shared_self() {
 }
 
 template <class T>
-void client_rx<T>::manage_channel_peak(control_ptr control, bool regulate) {
-  this->regulate_channel_peak(control, regulate);
-}
-
-template <class T>
-void client_rx<T>::manage_channel(nx_db& db, control_ptr control, bool regulate) {
-  this->manage_channel_closed_loop(db, control, regulate);
-}
-
-template <class T>
 void client_rx<T>::run(nx_db& db, bool regulate) {
   const auto follow_amplifier = [this] {
     if (this->is_operational()) {

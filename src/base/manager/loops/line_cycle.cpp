@@ -26,6 +26,8 @@ constexpr std::size_t spanloss_history_size = 5;
 /// Maximum time that a coldstart waits for a VOA that does not accept its setting; then the node
 /// continues, and the setting is made later.
 constexpr auto longest_coldstart = 30s;
+/// The supervisory link finds its neighbour within seconds, once each end hears the other.
+constexpr auto longest_link_search = 10s;
 
 std::chrono::system_clock::time_point now() {
   return helpers::waiting::instance().system_now();
@@ -117,6 +119,7 @@ void line_loop::begin_with_new_peer() {
   forget_measurements();
   last_remote_powers_.clear();
   saturation_steps_.reset();
+  span_unknown_since_.reset();
   for (auto& [key, history] : spanloss_history_)
     history.clear();
   spanloss_samples_ = 0;
@@ -124,6 +127,7 @@ void line_loop::begin_with_new_peer() {
 
 void line_loop::act_on_fibre(nx_db& db, bool osc_up, bool regulate, bool coldstart) {
   if (!osc_up) link_down_ = steady_now();
+  if (osc_up || !link_up_) link_up_ = steady_now();
   if (coldstart && !coldstart_done_ && !open_after_coldstart()) {
     return judge(line_reason::system_started);
   }
@@ -143,6 +147,12 @@ bool line_loop::is_osc_up() {
   bool up = false;
   helpers::guarded([&] { up = osc_->is_operational(); });
   return up;
+}
+
+bool line_loop::sees_supervisory_light() {
+  bool sees = false;
+  helpers::guarded([&] { sees = !sfp_->has_los(); });
+  return sees;
 }
 
 // True once done: the amplifiers wait until the VOA shows its setting, which it does in the next
@@ -176,7 +186,7 @@ void line_loop::tell_cut(bool is_cut) {
 }
 
 void line_loop::close_lost_fibre() {
-  judge(line_reason::no_light);
+  judge(sees_supervisory_light() ? line_reason::no_way_out : line_reason::no_light);
   tell_cut(true);
   if (line_connection_ == false) return continue_opening(false);
   LUMORA_LOG(2, "Preamp LOS and OSC Link down! Coldstarting fiber.");
@@ -200,7 +210,9 @@ void line_loop::enable_amplifiers() {
 void line_loop::work_on_open_fibre(nx_db& db, bool osc_up, bool regulate) {
   if (!osc_up) {
     LUMORA_LOG(1, "Unable to regulate, OSC link not up?");
-    return judge(line_reason::link_down);
+    const bool is_late = steady_now() - *link_up_ > longest_link_search;
+    return judge(is_late && sees_supervisory_light() ? line_reason::link_one_way
+                                                     : line_reason::link_down);
   }
   if (line_connection_ == false) reopen_fibre();
   line_connection_ = true;

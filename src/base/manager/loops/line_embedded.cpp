@@ -200,7 +200,7 @@ void line_loop::set_voa_from_span(float tx_span) {
 
 void line_loop::set_preamp_from_span(float rx_span) {
   embedded_.preamp_default_gain = preamp_->get_default_gain();
-  embedded_.line_calibration = calibration::instance().get_value("cal_linerx_to_preamprx");
+  embedded_.line_calibration = calibration::instance().board().linerx_to_preamprx_db();
   embedded_.voa_insertion_loss = voa_insertion_loss();
   embedded_.preamp_gain =
       embedded_preamp_gain(embedded_.line_calibration, rx_span, embedded_.voa_insertion_loss,

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 
 #include "base/manager/loops/line_loop.h"
 #include "helpers/waiting.h"
@@ -17,6 +18,8 @@ using namespace std::chrono_literals;
 /// A peer reports its channels once a second: a cycle without news does not change the findings.
 constexpr auto usual_pause = 3s;
 constexpr auto longest_silence = 10s;
+constexpr float jump_of_error_db = 2.0f;
+constexpr auto longest_wait_for_span = 30s;
 constexpr std::int32_t no_value = -61;
 
 std::chrono::steady_clock::time_point now() {
@@ -49,6 +52,17 @@ void line_loop::judge_nothing_new() {
   judge(line_reason::nothing_new);
 }
 
+void line_loop::judge_unknown_span() {
+  if (!peer_.is_up()) return;  // told already
+  if (!span_unknown_since_) span_unknown_since_ = now();
+  if (const auto last = peer_.last_sign_of_life()) {
+    const std::chrono::duration<float> silence = now() - *last;
+    if (silence > longest_silence) return judge(line_reason::no_sign_of_life, {silence.count()});
+  }
+  const bool is_missing = now() - *span_unknown_since_ > longest_wait_for_span;
+  judge(is_missing ? line_reason::spans_missing : line_reason::spans_not_known);
+}
+
 void line_loop::judge_unsteady(float spread, float threshold) {
   if (active_ == 0) return judge(line_reason::nothing_counts);
   if (error_history_.size() < error_history_size_) {
@@ -65,6 +79,10 @@ void line_loop::note_attenuation(float attenuation) {
 
 void line_loop::note_step(float change) {
   const std::lock_guard lock(told_mutex_);
+  // A step takes a fifth of the error: what has moved further has been moved.
+  const float error = lms_gradient_ / 2;
+  if (std::fabs(error - error_at_step_) >= jump_of_error_db) told_.voa.event();
+  error_at_step_ = error;
   told_.voa.step(now(), change);
 }
 

@@ -182,6 +182,9 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   /// When the newest of this node's channels changed at the peer; empty before the first change on
   /// the present connection.
   virtual std::optional<steady_point> newest_channel_change() = 0;
+  /// For a regulator whose setting depends on a span that is not known, and is again.
+  void judge_unknown_span();
+  void note_known_span() { span_unknown_since_.reset(); }
   /// Whether a channel's reading at the peer shows the effect of the last write.
   bool is_fresh(const line_peer::reading& power) const;
   /// The measured loss of the incoming fibre; empty while one of its two powers is unknown.
@@ -283,6 +286,7 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   void begin_with_new_fibre();
   void act_on_fibre(nx_db& db, bool osc_up, bool regulate, bool coldstart);
   bool is_osc_up();
+  bool sees_supervisory_light();
   bool open_after_coldstart();
   void close_lost_fibre();
   void tell_cut(bool is_cut);
@@ -346,12 +350,16 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   insight_record told_;
   std::vector<std::shared_ptr<nx::api::lazy_node>> insight_values_;
 
+  float error_at_step_ =
+      0;  ///< dB, mean of the channels at the peer, when the VOA was stepped last
   guards::attenuator_watch voa_watch_;
   guards::saturation_steps saturation_steps_;
   std::optional<steady_point> saturation_withheld_since_;
   std::optional<opening> opening_;
+  std::optional<steady_point> span_unknown_since_;
   std::optional<steady_point> peer_up_since_;
-  steady_point link_down_;    ///< when the supervisory channel was last seen down
+  std::optional<steady_point> link_up_;  ///< when it was last seen up, or first seen at all
+  steady_point link_down_;               ///< when the supervisory channel was last seen down
   steady_point spans_since_;  ///< the peer's earlier reports on the spans are not about this fibre
   std::optional<steady_point> coldstart_pause_ended_;
   bool coldstart_opened_ = false;

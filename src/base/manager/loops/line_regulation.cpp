@@ -205,13 +205,13 @@ void line_loop::end_guard(const helpers::guard_kind& guard) {
 }
 
 float line_loop::calculate_voa_attenuation(float target_output_power, float bandwidth) {
-  auto& board = calibration::instance();
+  const auto& node = calibration::instance();
   return voa_attenuation_for({.booster_limit = booster_->get_power_limit(),
                               .bandwidth = bandwidth,
                               .target_power = target_output_power,
                               .insertion_loss = voa_insertion_loss(),
-                              .booster_to_line = board.get_value("cal_boostertx_to_linetx"),
-                              .margin = board.line_margin});
+                              .booster_to_line = node.board().boostertx_to_linetx_db(),
+                              .margin = node.line_margin});
 }
 
 float line_loop::voa_attenuation() {

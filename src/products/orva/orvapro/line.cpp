@@ -31,7 +31,7 @@ template <class T>
 line<T>::line(std::shared_ptr<::channel::plan<T>> channels,
               std::shared_ptr<::manager::remote::api> remote)
     : base(std::move(channels), std::move(remote)),
-      fixed_dcm_dispersion_(calibration::instance().get_value("cal_dc_fixed_tx")) {
+      fixed_dcm_dispersion_(calibration::instance().board().fixed_module_ps_nm()) {
   LUMORA_LOG(2, "Creating orva::orvapro::line instance.");
   this->saturation_threshold_ = 4.0f;
   done_with_setting();  // a setting that an earlier line object still had to make is dropped
