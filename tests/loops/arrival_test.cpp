@@ -167,7 +167,7 @@ TEST(channel_insight, comes_and_goes_with_the_channel) {
   EXPECT_EQ(node.text("insight/line/why").find("left alone: the automation mode is bright, and"),
             0u)
       << node.text("insight/line/why");
-  EXPECT_EQ(node.text("insight/summary").find("not regulating, as"), 0u);
+  EXPECT_EQ(node.text("insight/summary").find("not regulating because"), 0u);
   node.write("config/automationMode", "\"managedCLI\"");
   node.run_for(10s);
   EXPECT_EQ(node.text("insight/line/state"), "no peer");

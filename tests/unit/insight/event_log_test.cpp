@@ -155,7 +155,7 @@ TEST_F(event_log_test, tells_a_line_that_stands_still_once_and_its_end) {
   stand(product_not_known, 15);
   stand(within_rest, 1);
   EXPECT_THAT(told(), ElementsAre(AllOf(HasSubstr(R"("stalled","on":"line","state":"peer's)"),
-                                        HasSubstr("has told nothing new for")),
+                                        HasSubstr("has reported nothing new for")),
                                   HasSubstr(R"("resumed","on":"line","state":"peer's readings)"),
                                   HasSubstr(R"("exhausted","on":"line")"),
                                   HasSubstr(R"("resumed","on":"line","state":"exhausted")"),

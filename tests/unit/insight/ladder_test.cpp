@@ -160,7 +160,7 @@ TEST(ladder_book, learns_in_a_minute_believes_five_looks_and_forgets_nothing) {
   ASSERT_TRUE(book.open().fault);
   EXPECT_THAT(
       ladder_json(book.open(), rx),
-      HasSubstr(R"("why":"at the booster: the amplifier gives 3.0 dB less than it tells")"));
+      HasSubstr(R"("why":"at the booster: the amplifier gives 3.0 dB less than it reports")"));
   look(sound(rx), 5);
   EXPECT_FALSE(book.open().fault);
 }
