@@ -45,7 +45,10 @@ class session : public nx_session, public subscription_port {
   bool is_idle_since(std::chrono::steady_clock::time_point time) const {
     return last_asked_ <= time && !busy_;
   }
-  bool is_silent_since(std::chrono::steady_clock::time_point time) const;
+  bool is_silent_since(std::chrono::steady_clock::time_point time) const {
+    return is_idle_since(time) && !has_subscriptions();
+  }
+  bool has_subscriptions() const { return outbox_.subscriptions() > 0; }
 
   /// Sends pending output on the publishing thread; false if the I/O thread has to do it.
   bool send_at_once();
@@ -84,6 +87,7 @@ class session : public nx_session, public subscription_port {
   void job_done(std::vector<std::string> left);
   bool has_hung_up();
   bool look_whether_gone();
+  void watch_whether_gone();
   void discard_output();
   void count_sending();
 
