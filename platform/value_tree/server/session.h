@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/threads/light_mutex.h"
 #include "platform/value_tree/nx_session.h"
 #include "platform/value_tree/server/request_handler.h"
 #include "platform/value_tree/server/session_host.h"
@@ -150,7 +151,7 @@ class session : public nx_session, public subscription_port {
   bool stalled_ = false;  // requests wait until the client has taken answers
 
   // Held by the sending thread, and only as long as the socket accepts output without blocking.
-  std::mutex sending_mutex_;
+  light_mutex sending_mutex_;
   std::string sending_;
   std::size_t sent_ = 0;
   std::size_t sending_counted_ = 0;  // its share of the pending output of all sessions

@@ -103,9 +103,9 @@ bool channel_record::take_news() {
   const std::lock_guard lock(mutex_);
   const auto last = view_.ways.last();
   told_figures now{.verdict = view_.verdict,
-                   .steps = last ? last->steps : 0,
+                   .last_step = view_.actuator.last_step(),
                    .neighbour_moved = last && last->felt_most ? last->felt_most->moved : 0};
-  if (looks_alike(told_.verdict, now.verdict) && told_.steps == now.steps &&
+  if (looks_alike(told_.verdict, now.verdict) && told_.last_step == now.last_step &&
       looks_alike(told_.neighbour_moved, now.neighbour_moved)) {
     return false;
   }
@@ -113,12 +113,16 @@ bool channel_record::take_news() {
   return true;
 }
 
-void channel_record::refresh() {
-  for (const auto& count : counts_)
-    count->refresh();
-  if (!take_news()) return;
+bool channel_record::refresh(bool is_new_minute) {
+  const bool is_news = take_news();
+  if (is_news || is_new_minute) {
+    for (const auto& count : counts_)
+      count->refresh();
+  }
+  if (!is_news) return false;
   for (const auto& node : nodes_)
     node->refresh();
+  return true;
 }
 
 channel_record::view channel_record::snapshot() const {

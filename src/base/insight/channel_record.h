@@ -9,6 +9,7 @@
 
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -45,8 +46,9 @@ class channel_record : public std::enable_shared_from_this<channel_record> {
   /// Something happened that may cause steps of this channel.
   void event();
   void felt(const neighbour& other);
-  /// Subscribers get what has changed; all figures together if one of them is worth an event.
-  void refresh();
+  /// Subscribers get what has changed; all figures together if one of them is worth an event, which
+  /// is then returned. `is_new_minute`: the counts of the last hour may have changed too.
+  bool refresh(bool is_new_minute);
 
   struct view {
     channel_verdict verdict;
@@ -79,7 +81,7 @@ class channel_record : public std::enable_shared_from_this<channel_record> {
   /// The figures last sent to subscribers.
   struct told_figures {
     channel_verdict verdict;
-    unsigned steps = 0;
+    std::optional<time_point> last_step{};
     float neighbour_moved = 0;
   };
 
