@@ -1,4 +1,4 @@
-// The limit: two processes that hand 64 bytes to each other and do nothing with them.
+// The limit: two processes that pass 64 bytes to each other and do nothing with them.
 #pragma once
 
 #include <vector>

@@ -8,7 +8,7 @@
 
 namespace bench {
 
-/// Confines this process, and all that it starts from here on, to one core.
+/// Confines this process, and everything that it starts from now on, to one core.
 void pin_to_one_core();
 
 class child {

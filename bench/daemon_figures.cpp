@@ -105,7 +105,7 @@ bool daemon_figures::measure_watched() {
          cycle_reached && is_quiet;
 }
 
-/// What it takes to wait for so many answers a cycle: of a thread that does nothing else, at the
+/// The cost of waiting for this many answers per cycle: for a thread that does nothing else, at the
 /// same pace.
 double daemon_figures::bare_exchanges(double a_cycle) {
   const auto begin = clock::now();

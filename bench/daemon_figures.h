@@ -1,5 +1,5 @@
-// The figures of the whole daemon, in a node of real processes whose band is full: what it costs at
-// rest, what it keeps in memory, how long its start takes.
+// The figures of the whole daemon, in a node of real processes with a full band: its cost at rest,
+// its memory, the duration of its start.
 #pragma once
 
 #include <chrono>

@@ -1,6 +1,6 @@
-// lumora_bench_daemon: what the whole daemon costs with a full band. Prints the rest of the table
-// that lumora_bench_server begins; of it a part alone, "late", "adds" (of those that are late),
-// "rest" or "pages".
+// lumora_bench_daemon: the cost of the whole daemon with a full band. Prints the rest of the table
+// that lumora_bench_server begins, or only a part: "late", "adds" (a part of "late"), "rest" or
+// "pages".
 #include <fmt/format.h>
 
 #include <exception>

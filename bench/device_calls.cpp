@@ -23,7 +23,7 @@ using clock = std::chrono::steady_clock;
 
 constexpr unsigned values = 3000;
 constexpr unsigned clients = 8;
-// A cycle asks some twenty paths and pauses.
+// A cycle asks for about twenty paths and pauses.
 constexpr unsigned cycles = 150;
 constexpr unsigned calls_a_cycle = 20;
 constexpr std::chrono::milliseconds pause{10};

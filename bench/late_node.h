@@ -1,5 +1,5 @@
-// A node of real processes whose devices answer late, as those behind slow buses do. The delay is
-// one of a pipeline: what is asked together is answered together.
+// A node of real processes whose devices answer late, like devices behind slow buses. Requests sent
+// together are answered together.
 #pragma once
 
 #include <chrono>
@@ -14,20 +14,21 @@ namespace bench {
 
 class late_node {
  public:
-  /// The store and the devices, beside a peer that the plant plays where `peer` names one.
+  /// The store and the devices, with a simulated peer if `peer` names one.
   explicit late_node(std::string product, const std::string& peer = {});
 
-  /// The daemon, and its configuration. Gives the time from its start to the end of its first
-  /// cycle, without the second that is to be waited between the two.
+  /// The daemon, and its configuration. Returns the time from its start to the end of its first
+  /// cycle, without the second of prescribed waiting in between.
   seconds start();
 
-  /// All devices of the node. The first delay of one renews its connections: set it before `start`.
+  /// All devices of the node. The first delay of a device breaks its connections: set it before
+  /// `start`.
   void delay_devices(std::chrono::milliseconds latency) const;
   void delay_peer(std::chrono::milliseconds latency) const;
-  /// Throws std::runtime_error when it takes too long.
+  /// Throws std::runtime_error if it takes too long.
   void await_on_target() const;
-  /// So many channels in a row, behind those that are there; the first of four is lit. Gives the
-  /// time that the commands took.
+  /// This many adjacent channels, after the existing ones; the first of every four is lit. Returns
+  /// the time that the commands took.
   seconds add_channels(unsigned count);
 
   struct cycle {
@@ -37,9 +38,9 @@ class late_node {
     unsigned waits = 0;
   };
   cycle last_cycle() const;
-  /// From beginning to beginning, in the mean.
+  /// From one beginning to the next, on average.
   seconds period() const;
-  /// Processor time of the loops' thread for one.
+  /// Processor time of the loops' thread per cycle.
   seconds cpu_of_cycle();
 
   /// All lasers at once.

@@ -1,5 +1,5 @@
-// lumora_bench_server: how fast the daemon's server is beside the limit of a socket and beside a
-// key store. Prints a table; bench/run builds and calls it.
+// lumora_bench_server: the speed of the daemon's server compared with the limit of a socket and
+// with a key store. Prints a table; bench/run builds and calls it.
 #include <fmt/format.h>
 
 #include <cstdlib>

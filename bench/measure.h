@@ -1,5 +1,5 @@
-// One measurement: an operation again and again for a part of a second, with the processor time of
-// client and server counted, so that what else runs on the machine falls out of the rate.
+// One measurement: an operation repeated for a fraction of a second, counting the processor time of
+// client and server, so that other load on the machine does not affect the rate.
 #pragma once
 
 #include <sys/types.h>
@@ -10,11 +10,11 @@
 namespace bench {
 
 struct sample {
-  double rate = 0;    ///< operations for a second of processor time, client and server together
-  double p99_us = 0;  ///< of one operation, by the wall clock
+  double rate = 0;    ///< operations per second of processor time, client and server together
+  double p99_us = 0;  ///< of one operation, in wall-clock time
 };
 
-/// `parts`: operations that one call stands for.
+/// `parts`: number of operations in one call.
 sample measure(pid_t server, unsigned parts, const std::function<void()>& operation);
 
 double median(std::vector<double> values);

@@ -36,7 +36,7 @@ double resident_mib(pid_t pid) {
 thread_use use_of_thread(pid_t pid, const std::string& name) {
   for (const auto& task : std::filesystem::directory_iterator(fmt::format("/proc/{}/task", pid))) {
     if (first_line(task.path() / "comm") != name) continue;
-    // The scheduler tells the processor time first, in nanoseconds.
+    // The scheduler's file begins with the processor time, in nanoseconds.
     return {std::chrono::nanoseconds(std::stoll(first_line(task.path() / "schedstat"))),
             status_of(task.path(), "voluntary_ctxt_switches:")};
   }

@@ -1,4 +1,5 @@
-// What a process and its threads use, from /proc, and the line of the table that judges a figure.
+// Resource use of a process and its threads, from /proc, and the line of the table that judges a
+// figure.
 #pragma once
 
 #include <sys/types.h>
@@ -15,15 +16,15 @@ struct thread_use {
   double waits;
 };
 
-// Each throws std::runtime_error when there is no such thread or process.
+// These throw std::runtime_error if there is no such thread or process.
 thread_use use_of_thread(pid_t pid, const std::string& name);
 double resident_mib(pid_t pid);
-/// This thread's, as the kernel cuts it.
+/// This thread's name, truncated as by the kernel.
 std::string own_name();
 
 /// Throws std::runtime_error with `what` unless it is so.
 void require(bool reached, const char* what);
-/// Prints a figure that should be at most `goal`; true if it is.
+/// Prints a figure with its goal, an upper limit; true if it is reached.
 bool report(const std::string& figure, double found, double goal, const char* unit);
 
 }  // namespace bench

@@ -1,4 +1,4 @@
-// The same values in a key store, through its usual client library: what a user would pick instead.
+// The same values in a key store, through its usual client library: the obvious alternative.
 #pragma once
 
 #include <hiredis/hiredis.h>

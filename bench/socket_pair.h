@@ -1,4 +1,4 @@
-// Blocking stream sockets with whole messages, as thin as they can be.
+// Blocking stream sockets with whole messages, as thin as possible.
 #pragma once
 
 #include <cstddef>
@@ -37,7 +37,7 @@ struct socket_pair {
 /// Waits until a server listens there.
 socket connect_to(const std::string& path);
 
-/// What sets a server's publishing off: one message to so many listeners, so many events.
+/// Starts a server's publishing: one message to this many listeners, this many events.
 struct trigger {
   unsigned listeners = 0;
   unsigned events = 0;

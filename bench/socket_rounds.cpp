@@ -36,7 +36,7 @@ constexpr std::array figures{
     figure{"set to own event", &contestant::set_and_hear_oneself, 1, 1, 1, 0},
 };
 
-// Of one round after the other, each to what was measured in the same round.
+// One round after another, each compared with what was measured in the same round.
 struct ratios {
   std::vector<double> rate_to_limit;
   std::vector<double> rate_to_redis;

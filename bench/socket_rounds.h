@@ -5,8 +5,8 @@
 
 namespace bench {
 
-/// Measures and prints. `folder` takes the sockets; `only` names a figure in part, for its profile.
-/// True if every goal is reached.
+/// Measures and prints. `folder` is for the sockets; `only` is part of the name of a figure to
+/// measure, for profiling. True if every goal is reached.
 bool compare_servers(const std::string& folder, unsigned rounds, const std::string& only);
 
 }  // namespace bench

@@ -1,5 +1,5 @@
-// A client of the tree protocol that does no more than it must: sends lines, and parses every line
-// that comes, those of a number as the client library does, others in place.
+// A minimal client of the tree protocol: sends lines, and parses every line it receives, those of a
+// number as the client library does, others in place.
 #pragma once
 
 #include <string>
@@ -15,7 +15,7 @@ class tree_connection {
   explicit tree_connection(const std::string& path) : socket_(connect_to(path)) {}
 
   void send(const std::string& text) const { socket_.send(text.data(), text.size()); }
-  /// Reads and parses so many lines. Throws std::runtime_error on one that lacks `member`.
+  /// Reads and parses this many lines. Throws std::runtime_error if one lacks `member`.
   void read(unsigned lines, const char* member);
 
  private:

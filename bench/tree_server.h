@@ -1,5 +1,5 @@
 // The process that serves a tree of 3,000 floats with the daemon's own server and kinds of value,
-// and publishes from a loop's thread when it is told to.
+// and publishes from a loop's thread on request.
 #pragma once
 
 #include <string>
@@ -16,7 +16,7 @@ constexpr const char* value_pattern = "data/client/*/rx/attenuation";
 /// A parameter that clients may write.
 constexpr const char* parameter_path = "config/client/rx/attenuation";
 
-/// Serves for ever. With `hung_device`, a loop reads a device there that never answers.
+/// Serves forever. With `hung_device`, a loop reads from a device there that never answers.
 [[noreturn]] void serve_tree(const std::string& path, const socket& triggers,
                              const std::string& hung_device);
 

@@ -30,7 +30,7 @@ std::string batch_of_gets() {
   return text + "]\n";
 }
 
-// Takes connections, and never looks at them.
+// Accepts connections and ignores them.
 std::unique_ptr<socket> listen_and_hang(const std::string& path) {
   auto made = std::make_unique<socket>(::socket(AF_UNIX, SOCK_STREAM, 0));
   sockaddr_un address{};

@@ -1,5 +1,5 @@
-// The daemon's server library under measurement, undisturbed or with what disturbs a node: a device
-// that hangs and a subscriber that never reads.
+// The daemon's server library under measurement, undisturbed or with disturbances of a node: a hung
+// device and a subscriber that never reads.
 #pragma once
 
 #include <memory>

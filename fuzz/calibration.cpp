@@ -1,4 +1,4 @@
-// Any file in the place of the board's calibration: each line is read or told, and nothing ends.
+// Any file in place of the board's calibration: each line is read or reported, and nothing crashes.
 #include <sys/mman.h>
 #include <unistd.h>
 

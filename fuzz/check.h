@@ -1,4 +1,4 @@
-// What a fuzz target says when the code breaks a promise: the input is kept by the fuzzer.
+// How a fuzz target reports a broken promise: the fuzzer keeps the input.
 #pragma once
 
 #include <cstdio>

@@ -1,5 +1,5 @@
-// Any JSON as the request of a channel command: what passes the checks lies within the limits that
-// the loops count on.
+// Any JSON as the request of a channel command: a request that passes the checks is within the
+// limits that the loops rely on.
 #include <rapidjson/document.h>
 
 #include <cstdint>

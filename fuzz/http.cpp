@@ -1,6 +1,6 @@
-// Any bytes as what a client sends to the gateway: whatever the parser lets through is a request of
-// decoded texts without control characters, names no file but one below the page's folder, and is
-// let in nowhere but under the rules.
+// Any bytes from a client of the gateway: whatever the parser accepts is a request of decoded texts
+// without control characters, names no file outside the page's folder, and is only let in according
+// to the rules.
 #include <boost/beast/http/parser.hpp>
 #include <cstdint>
 

@@ -1,5 +1,5 @@
-// Any text in the place of a stored channel plan: it is a plan or it is refused, and what is saved
-// loads again.
+// Any text in place of a stored channel plan: it is a plan or it is refused, and a saved plan loads
+// again.
 #include <algorithm>
 #include <cstdint>
 

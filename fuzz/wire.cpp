@@ -1,4 +1,4 @@
-// Any bytes from a client: cut into lines and answered by a tree with a node of each kind, once
+// Any bytes from a client: split into lines and answered by a tree with a node of each kind, once
 // with the rights of the management side and once with those of the peer's side.
 #include <rapidjson/document.h>
 

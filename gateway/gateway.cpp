@@ -13,7 +13,7 @@ namespace {
 std::string socket_of(const std::string& tree) {
   constexpr std::string_view scheme = "unix:";
   if (!tree.starts_with(scheme) || tree.size() == scheme.size()) {
-    throw std::runtime_error("A tree is named unix:PATH, not " + tree);
+    throw std::runtime_error("--tree needs unix:PATH, not " + tree);
   }
   return tree.substr(scheme.size());
 }
@@ -58,8 +58,8 @@ trust_rules rules_of(const options& given, const listen_address& at) {
   }
   if (!rules.tls) {
     throw std::runtime_error(
-        "Beyond loopback the gateway serves by TLS only, since a token in clear is none; see "
-        "--certificate");
+        "Beyond loopback the gateway serves over TLS only, since a token in clear text protects "
+        "nothing; see --certificate");
   }
   return rules;
 }

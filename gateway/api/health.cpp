@@ -35,7 +35,7 @@ void health::ready(const respond& done) const {
               [done](const nx::json_value* result, const nx_error* error) {
                 if (error) return done(refusal(unavailable, error->message));
                 if (!result->IsObject())
-                  return done(refusal(unavailable, "The daemon tells nothing"));
+                  return done(refusal(unavailable, "The daemon does not answer"));
                 done(judge(*result));
               });
 }

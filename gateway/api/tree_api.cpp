@@ -115,7 +115,7 @@ answer error_answer(const nx_error& error) {
 void answer_values(tree_link& link, const request& asked, const respond& done) {
   const auto paths = paths_of(asked, tree_api::most_patterns);
   if (link.waiting() >= tree_api::most_questions) {
-    throw nx_error(busy, fmt::format("The daemon has {} questions to answer already",
+    throw nx_error(busy, fmt::format("{} requests are already waiting for the daemon",
                                      tree_api::most_questions));
   }
   const auto all = std::make_shared<gathered>(gathered{paths.size(), {}, {}});

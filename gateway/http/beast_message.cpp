@@ -77,12 +77,12 @@ read_request from_beast(const beast_request& message) {
   asked.body = message.body();
   auto parsed = parse_target(asked.target);
   if (!parsed) {
-    read.refused = refusal(400, "The target of the request is no path");
+    read.refused = refusal(400, "The target of the request is not a path");
     return read;
   }
   asked.path = std::move(parsed->path);
   asked.query = std::move(parsed->query);
-  if (!read_headers(message, asked)) read.refused = refusal(400, "A header stands twice");
+  if (!read_headers(message, asked)) read.refused = refusal(400, "A header is repeated");
   if (message.version() >= 11 && asked.header("host").empty()) {
     read.refused = refusal(400, "The request lacks a Host");
   }
@@ -93,7 +93,7 @@ std::optional<answer> wrong_framing(const beast_request& header, bool chunked) {
   constexpr unsigned first_with_codings = 11;
   if (header.find(http::field::transfer_encoding) == header.end()) return std::nullopt;
   if (chunked && header.version() >= first_with_codings) return std::nullopt;
-  return refusal(501, "A body comes with its length, or chunked and nothing else");
+  return refusal(501, "A body needs its length, or chunked as the only coding");
 }
 
 bool awaits_go_ahead(const beast_request& header) {

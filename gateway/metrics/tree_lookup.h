@@ -1,6 +1,6 @@
 // Access to a JSON object of paths and values, as returned by `get`: empty if a path is missing or
-// has another type. A tree of 96 channels has some 4,000 values, so whoever reads many of them
-// finds them by an index. Pure.
+// has another type. A tree of 96 channels has about 4,000 values, so code that reads many of them
+// uses an index. Pure.
 #pragma once
 
 #include <rapidjson/document.h>

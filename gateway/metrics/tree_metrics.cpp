@@ -35,7 +35,7 @@ constexpr auto judged = std::to_array<metric_row>({
     {"measured", "lumora_channel_power_dbm", "Power of the channel at the amplifier's output, as last judged", nullptr, nullptr, kind::light},
     {"steps", "lumora_attenuator_steps_total", "Steps of the channel's attenuator", nullptr, nullptr, kind::count},
     {"target", "lumora_channel_target_dbm", "Target of that power"},
-    {"error", "lumora_channel_error_db", "Power less target: above 0 the channel is too strong"},
+    {"error", "lumora_channel_error_db", "Power less target: positive means that the channel is too strong"},
     {"deadBand", "lumora_channel_dead_band_db", "An error up to this is left alone"},
     {"headroomUp", "lumora_channel_headroom_db", "Light that the attenuator can still add or take away", "way", "up"},
     {"headroomDown", "lumora_channel_headroom_db", "Light that the attenuator can still add or take away", "way", "down"},
@@ -47,10 +47,10 @@ constexpr auto told = std::to_array<metric_row>({
     {"peak", "lumora_channel_light", "1 while the monitor sees a signal", nullptr, nullptr, kind::flag},
 });
 constexpr auto of_node = std::to_array<metric_row>({
-    {"data/line/1/rx/power", "lumora_line_power_dbm", "Power of all channels at the connector of the fibre", "direction", "rx", kind::light},
-    {"data/line/1/tx/power", "lumora_line_power_dbm", "Power of all channels at the connector of the fibre", "direction", "tx", kind::light},
-    {"data/line/1/rx/totalPower", "lumora_line_total_power_dbm", "The same with the supervisory light", "direction", "rx", kind::light},
-    {"data/line/1/tx/totalPower", "lumora_line_total_power_dbm", "The same with the supervisory light", "direction", "tx", kind::light},
+    {"data/line/1/rx/power", "lumora_line_power_dbm", "Power of all channels at the fibre connector", "direction", "rx", kind::light},
+    {"data/line/1/tx/power", "lumora_line_power_dbm", "Power of all channels at the fibre connector", "direction", "tx", kind::light},
+    {"data/line/1/rx/totalPower", "lumora_line_total_power_dbm", "The same, including the supervisory light", "direction", "rx", kind::light},
+    {"data/line/1/tx/totalPower", "lumora_line_total_power_dbm", "The same, including the supervisory light", "direction", "tx", kind::light},
     {"data/line/1/rx/osc/power", "lumora_line_supervisory_power_dbm", "Power of the supervisory light", "direction", "rx", kind::light},
     {"data/line/1/tx/osc/power", "lumora_line_supervisory_power_dbm", "Power of the supervisory light", "direction", "tx", kind::light},
     {"data/line/1/rx/length", "lumora_line_length_km", "Length of the fibre", "direction", "rx"},
@@ -60,8 +60,8 @@ constexpr auto of_node = std::to_array<metric_row>({
     {"insight/line/headroomDown", "lumora_line_headroom_db", "Light that the line's attenuator can still add or take away", "way", "down"},
     {"insight/line/steps", "lumora_line_attenuator_steps_total", "Steps of the line's attenuator", nullptr, nullptr, kind::count},
     {"data/preamp/gain", "lumora_preamp_gain_db", "Gain of the preamp"},
-    {"data/client/rx/edfaSaturation", "lumora_amplifier_saturation_db", "Gain that the amplifier misses", "direction", "rx"},
-    {"data/client/tx/edfaSaturation", "lumora_amplifier_saturation_db", "Gain that the amplifier misses", "direction", "tx"},
+    {"data/client/rx/edfaSaturation", "lumora_amplifier_saturation_db", "Gain that the amplifier lacks", "direction", "rx"},
+    {"data/client/tx/edfaSaturation", "lumora_amplifier_saturation_db", "Gain that the amplifier lacks", "direction", "tx"},
     {"data/system/utilization", "lumora_utilization_percent", "Share of the band that is in use"},
 });
 // clang-format on
@@ -128,7 +128,7 @@ void add_channel(const tree_values& values, std::string_view id, std::string_vie
   }
   for (const auto& row : judged)
     add_row(values, insight + row.path, row, labels, into);
-  add_states("lumora_channel_state", "1 for what the channel is doing, 0 for all else",
+  add_states("lumora_channel_state", "1 for the present state of the channel, 0 for all others",
              states::channel_states(), text_at(values, insight + "state"), labels, into);
 }
 
@@ -164,7 +164,7 @@ void add_guards(const tree_values& values, family_set& into) {
     }
     const auto active = entry.FindMember("active");
     if (active == entry.MemberEnd() || !active->value.IsArray()) return;
-    into.gauge("lumora_guard_active", "On how many subjects the guard is active",
+    into.gauge("lumora_guard_active", "Number of subjects on which the guard is active",
                {{"guard", guard}}, active->value.Size());
   });
 }
@@ -177,8 +177,8 @@ void add_loops(const tree_values& values, family_set& into) {
                  *up ? 1 : 0);
     }
     if (const auto hunts = flag_at(entry, "hunts")) {
-      into.gauge("lumora_hunting", "1 while an actuator of the loop goes to and fro",
-                 {{"loop", loop}}, *hunts ? 1 : 0);
+      into.gauge("lumora_hunting", "1 while an actuator of the loop hunts", {{"loop", loop}},
+                 *hunts ? 1 : 0);
     }
   });
 }
@@ -209,7 +209,8 @@ void add_spans(const tree_values& values, family_set& into) {
     for (const char* direction : {"rx", "tx"}) {
       const auto loss = number_at(values, fmt::format("data/spanloss/{}/{}", section, direction));
       if (!loss) continue;
-      into.gauge("lumora_span_loss_db", "Loss of the span: oms by the channels, ots by all light",
+      into.gauge("lumora_span_loss_db",
+                 "Loss of the span: oms from the channels, ots from all light",
                  {{"section", section}, {"direction", direction}}, *loss);
     }
   }
@@ -218,7 +219,7 @@ void add_spans(const tree_values& values, family_set& into) {
 void add_node(const tree_values& values, family_set& into) {
   for (const auto& row : of_node)
     add_row(values, row.path, row, {}, into);
-  add_states("lumora_line_state", "1 for what the line is doing, 0 for all else",
+  add_states("lumora_line_state", "1 for the present state of the line, 0 for all others",
              states::line_states(), text_at(values, "insight/line/state"), {}, into);
   add_cycles(values, into);
   const auto product = text_at(values, "data/product");

@@ -37,7 +37,7 @@ answer answer_to(const boost::system::error_code& error, const settings& bounds)
   if (error == http::error::body_limit) {
     return refusal(413, "The body is longer than " + std::to_string(bounds.body_bytes) + " bytes");
   }
-  return refusal(400, "This is no HTTP request: " + error.message());
+  return refusal(400, "This is not an HTTP request: " + error.message());
 }
 
 bool is_parse_error(const boost::system::error_code& error) {
@@ -178,7 +178,7 @@ void connection<Stream>::body_read(const error_code& error) {
   // checked them.
   const auto& whole = parser_->get();
   if (std::distance(whole.begin(), whole.end()) != header_fields_) {
-    return give_last(refusal(400, "A header stands behind the body"));
+    return give_last(refusal(400, "A header follows the body"));
   }
   dispatch();
 }
@@ -208,7 +208,7 @@ void connection<Stream>::give(answer made) {
   if (made.stream && !head_) return begin_stream(std::move(made));
   if (shared_.answer_bytes + made.body.size() > shared_.bounds.answer_bytes) {
     made = refusal(503, "Answers of " + std::to_string(shared_.bounds.answer_bytes) +
-                            " bytes wait for their clients already");
+                            " bytes are already waiting for their clients");
   }
   write_answer(std::move(made), keep);
 }

@@ -15,10 +15,7 @@
 
 namespace gateway {
 
-/// One event as sent, "id: TIME
-/// data: {...}
-///
-/// ", shared by the topics that contain it.
+/// One event as sent, "id: TIME\ndata: {...}\n\n", shared by the topics that contain it.
 struct event_frame {
   std::string text;
   std::size_t value_at = 0;  ///< where the value begins in the text, after path and time

@@ -52,7 +52,7 @@ access_token access_token::from_file(const std::string& file) {
     throw std::runtime_error("Cannot read the token file " + file);
   }
   if ((status.st_mode & S_IROTH) != 0) {
-    throw std::runtime_error("Everybody can read the token file " + file + "; chmod o-r");
+    throw std::runtime_error("Others can read the token file " + file + "; chmod o-r");
   }
   std::string secret;
   std::getline(in, secret);

@@ -55,10 +55,11 @@ bool trust::names_this_gateway(std::string_view host) const {
 
 std::optional<answer> trust::check(const request& asked) const {
   if (rules_.loopback && !names_this_gateway(asked.header("host"))) {
-    return refusal(misdirected, "The Host of the request is no name of this gateway; see --host");
+    return refusal(misdirected,
+                   "The Host of the request is not a name of this gateway; see --host");
   }
   if (asked_by_other_page(asked)) {
-    return refusal(forbidden, "A page of another origin has nothing to ask here");
+    return refusal(forbidden, "Pages from another origin may not ask here");
   }
   if (asked.path == "/healthz") return std::nullopt;
   if (asked.asked == method::put || asked.asked == method::post) return check_write(asked);
@@ -75,15 +76,15 @@ std::optional<answer> trust::check_write(const request& asked) const {
   const auto origin = asked.header("origin");
   const auto own = (rules_.tls ? "https://" : "http://") + lower(asked.header("host"));
   if (!origin.empty() && lower(origin) != own) {
-    return refusal(forbidden, "A page of another origin writes nothing here");
+    return refusal(forbidden, "Pages from another origin may not write here");
   }
   if (!to_plant && !rules_.token->is_shown_by(asked.header("authorization")))
     return ask_for_token("Bearer");
   if (asked.header(write_header).empty()) {
-    return refusal(forbidden, "A write bears the header X-Lumora-Request");
+    return refusal(forbidden, "A write needs the header X-Lumora-Request");
   }
   if (!asked.header("content-type").starts_with("application/json")) {
-    return refusal(unsupported, "A write is application/json");
+    return refusal(unsupported, "A write needs the content type application/json");
   }
   return std::nullopt;
 }

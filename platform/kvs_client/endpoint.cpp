@@ -118,7 +118,7 @@ endpoint parse_endpoint(const std::string& url) {
   if (read_place(parts, result) && read_login(parts, result)) return result;
   throw kvs_client_exception(fmt::format(
       "KVS_URL '{}' is not understood: accepted are unix:///PATH, tcp://HOST:PORT and memory:, "
-      "with [USER]:PASSWORD@ behind the slashes or ?password=PASSWORD at the end",
+      "with [USER]:PASSWORD@ after the slashes or ?password=PASSWORD at the end",
       without_password(url)));
 }
 

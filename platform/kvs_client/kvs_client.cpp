@@ -54,7 +54,7 @@ void kvs_client::set<std::string>(const std::string& key, const std::string& val
 template <>
 void kvs_client::set<float>(const std::string& key, const float& value, kvs_timeout timeout) {
   if (!std::isfinite(value)) {
-    throw kvs_client_exception(fmt::format("set {}: {} is no finite number", key, value));
+    throw kvs_client_exception(fmt::format("set {}: {} is not a finite number", key, value));
   }
   connection_->set(key, fmt::format("{}", value), timeout);
 }

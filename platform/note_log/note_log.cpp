@@ -66,8 +66,8 @@ std::string severity_fault() {
     if (severity_word(level) == setting) return {};
   }
   return fmt::format(
-      "NOTE_LOG_SEVERITY is '{}', which is no severity: error, warning, info and debug are; info "
-      "counts meanwhile",
+      "NOTE_LOG_SEVERITY is '{}', which is not a severity: use error, warning, info or debug; info "
+      "is used meanwhile",
       setting);
 }
 

@@ -29,8 +29,9 @@ bool pattern_set::covers(std::string_view path) const {
   return !sorted_.empty() && covers(sorted_.begin(), begun, path);
 }
 
-// Those that begin alike stand together: each segment is looked for as it is and as a '*', and only
-// what some pattern begins with is followed. `from` stands at the first that begins with `begun`.
+// Patterns with the same beginning are adjacent: each segment is looked for as it is and as a '*',
+// and only beginnings that some pattern has are followed. `from` is the first pattern that begins
+// with `begun`.
 bool pattern_set::covers(place from, std::string& begun, std::string_view rest) const {
   const auto [segment, behind] = first_segment(rest);
   if (segment.empty()) return false;
@@ -52,7 +53,7 @@ bool pattern_set::covers(place from, std::string& begun, std::string_view rest) 
   return goes_on_with("**") || goes_on_with("*") || goes_on_with(segment);
 }
 
-// Moves `from` to the first that begins so.
+// Moves `from` to the first pattern that begins with this.
 bool pattern_set::has_from(place& from, std::string_view begun) const {
   from = std::lower_bound(from, sorted_.end(), begun);
   return from != sorted_.end() && from->starts_with(begun);

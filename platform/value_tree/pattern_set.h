@@ -1,6 +1,6 @@
-// The patterns that one client has subscribed to, each once. Whether one of them covers a path
-// takes a few steps a segment however many there are, since a client may bring thousands. No lock
-// of its own.
+// The patterns that one client has subscribed to, each once. Checking whether one of them covers a
+// path takes a few steps per segment, however many there are, since a client may send thousands. No
+// lock of its own.
 #pragma once
 
 #include <cstddef>

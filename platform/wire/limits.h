@@ -16,10 +16,10 @@ inline constexpr std::size_t link_sessions = 16;
 inline constexpr std::size_t link_sessions_for_neighbour = 1;  // of these
 inline constexpr std::chrono::seconds silent_link_session{60};
 inline constexpr std::size_t subscriptions_per_session = 10000;
-/// They are kept as long as the session, and may fit nothing.
+/// They are kept as long as the session, and may match nothing.
 inline constexpr std::size_t pattern_bytes_per_session = 512 * 1024;
 inline constexpr std::size_t output_bytes_per_session = 8 * 1024 * 1024;
-/// Answers that wait in all sessions of a server together; beyond it large ones have to wait.
+/// Pending answers in all sessions of a server together; beyond it large requests have to wait.
 inline constexpr std::size_t answer_bytes_of_server = 64 * 1024 * 1024;
 inline constexpr std::chrono::seconds stuck_session{30};
 

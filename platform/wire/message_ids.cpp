@@ -36,7 +36,7 @@ class id_finder {
     }
   }
 
-  // Behind its opening quote.
+  // From after its opening quote.
   void take_string() {
     const auto start = at_;
     while (at_ < text_.size() && text_[at_] != '"')

@@ -110,7 +110,7 @@ topology default_topology(const std::string& product, unsigned nodes) {
 void check_peer(const topology& what) {
   if (what.peer.empty()) return;
   if (what.nodes.size() == 2) {
-    throw topology_error("peer: found beside two nodes, accepted is one for a node alone");
+    throw topology_error("peer: found with two nodes, accepted only with a single node");
   }
   const auto known = models::simulated_peers();
   if (std::find(known.begin(), known.end(), what.peer) != known.end()) return;

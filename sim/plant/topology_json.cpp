@@ -147,7 +147,7 @@ const rapidjson::Value& pair_of(const rapidjson::Value& value, const char* name)
 void read_seed(object_reader& file, std::uint64_t& seed) {
   const rapidjson::Value* found = file.take("seed");
   if (found == nullptr) return;
-  if (!found->IsUint64()) refuse("seed", nx::json_text(*found), "an integer from 0 up");
+  if (!found->IsUint64()) refuse("seed", nx::json_text(*found), "an integer, 0 or more");
   seed = found->GetUint64();
 }
 

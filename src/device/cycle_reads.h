@@ -115,13 +115,13 @@ class cycle_reads {
   using key = std::pair<std::string, std::string>;  // nexel, path
 
   using reads_under_way = std::vector<std::unique_ptr<pending_read>>;
-  // By nexel. Proxies of one nexel have clients of their own; the first one asks for all.
+  // By nexel. Proxies of one nexel have separate clients; the first one asks for all.
   using requests =
       std::map<std::string, std::pair<nexel_client_api*, std::shared_ptr<nexel_request>>>;
 
   requests prepare_requests(const std::vector<read_wish>& wishes);
   static void send(const requests& prepared);
-  /// Waits for what that nexel was asked ahead.
+  /// Waits for the answers requested ahead from that nexel.
   void collect(const std::string& nexel);
   void take_answers(reads_under_way::iterator first);
   /// By nexel, then by path.

@@ -30,11 +30,11 @@ std::string hash_tag(const char* variable) {
 void tell_if_lasting(const std::string& failure) {
   auto& report = helpers::start_report::instance();
   if (failure.starts_with("KVS_URL")) {
-    report.tell("KVS_URL", failure + ". Set it right and start again");
+    report.tell("KVS_URL", failure + ". Correct it and start again");
   } else if (failure.find("WRONGTYPE") != std::string::npos) {
     report.tell("store", failure +
-                             ". The key holds another type than a text: delete it in the store, "
-                             "who owns it writes it anew; the node waits");
+                             ". The key is not a text: delete it in the store, its owner writes it "
+                             "again; the node waits");
   }
 }
 

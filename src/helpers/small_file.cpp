@@ -27,7 +27,7 @@ std::string read_small_file(const std::string& path, std::size_t most_bytes) {
   const descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   struct stat found {};
   if (file.number < 0 || ::fstat(file.number, &found) != 0) return {};
-  if (!S_ISREG(found.st_mode)) throw nx_error(nx_error::invalid, path + " is no regular file");
+  if (!S_ISREG(found.st_mode)) throw nx_error(nx_error::invalid, path + " is not a regular file");
   std::string text(most_bytes + 1, '\0');
   std::size_t size = 0;
   for (ssize_t more = 1; more > 0 && size < text.size(); size += static_cast<std::size_t>(more)) {

@@ -27,11 +27,11 @@ bool still_running(bool* running) {
 std::string end_of_start(const std::string& why) {
   constexpr std::string_view missing_tag = "undefined: ";
   if (!why.starts_with(missing_tag)) {
-    return fmt::format("Nothing is regulated: {}. Mend that and start again", why);
+    return fmt::format("Nothing is regulated: {}. Fix that and start again", why);
   }
   return fmt::format(
       "Nothing is regulated: the environment variable {} is not set, and without it no key of the "
-      "store is known. Set it, empty where the keys have no tag, and start again",
+      "store is known. Set it, empty if the keys have no tag, and start again",
       why.substr(missing_tag.size()));
 }
 

@@ -1,5 +1,5 @@
-// What the node tells of a channel's way to its target, against what the plant knows of it; and
-// that a node whose monitor is too noisy is said to hunt, and a quiet one is not.
+// The node's report on a channel's way to its target, compared with the plant's truth; and a node
+// whose monitor is too noisy is reported to hunt, while a quiet one is not.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
@@ -20,7 +20,7 @@ using namespace std::chrono_literals;
 using test::channel_watch;
 using test::plant_node;
 
-/// The monitor and the fibre tap tell no noise: what remains between plant and daemon is time.
+/// Monitor and fibre tap have no noise: the only difference between plant and daemon is time.
 sim::topology quiet_topology(const std::string& product) {
   auto topology = test::dark_topology(product);
   auto& node = topology.nodes[0];
@@ -168,7 +168,7 @@ TEST(channel_insight, comes_and_goes_with_the_channel) {
   EXPECT_EQ(node.text("insight/line/why").find("left alone: the automation mode is bright, and"),
             0u)
       << node.text("insight/line/why");
-  EXPECT_EQ(node.text("insight/summary").find("not regulating, as"), 0u);
+  EXPECT_EQ(node.text("insight/summary").find("not regulating because"), 0u);
   node.write("config/automationMode", "\"managedCLI\"");
   node.run_for(10s);
   EXPECT_EQ(node.text("insight/line/state"), "no peer");
@@ -194,7 +194,7 @@ TEST(channel_insight, tells_a_dead_device_by_its_loop_and_ends_with_it) {
       << node.text("insight/summary");
 }
 
-/// Who watches all of "insight" of a node.
+/// A subscriber to all of "insight" of a node.
 class insight_watch {
  public:
   explicit insight_watch(nx_db& tree) {

@@ -1,6 +1,6 @@
-// Channels that come and go by command, on the models with the twin switch: what a command leaves
-// on the devices, in the store, on the tree and in the light, what it refuses, and what comes back
-// after a restart, a lost plan and a store that dies in the middle.
+// Channels added and removed by command, on the models with the twin switch: the effects on
+// devices, store, tree and light, what is refused, and what comes back after a restart, a lost plan
+// and a store that dies half-way.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
@@ -21,7 +21,7 @@ class channel_commands : public testing::TestWithParam<const char*> {
  protected:
   channel_commands() { node_.start(); }
 
-  /// "", or what the client is told.
+  /// "", or the client's error.
   std::string answer(const char* command, const std::string& request) {
     return test::failure_of([&] { node_.run(command, request); });
   }
@@ -83,7 +83,7 @@ TEST_P(channel_commands, each_direction_comes_and_goes_by_itself_and_comes_back)
       EXPECT_TRUE(has_light(first)) << "the path serves the channel of this add";
       EXPECT_FLOAT_EQ(node_.number("data/system/utilization"), 2.1f);
     } else {
-      // What is bound to the channel says that it has gone; what was published stays.
+      // Values bound to the channel report that it is gone; published ones stay.
       EXPECT_THROW(node_.write(mode, "\"off\""), nx_error);
       EXPECT_TRUE(node_.flag(peak));
       EXPECT_FLOAT_EQ(node_.number("data/system/utilization"), 0.0f);
@@ -136,7 +136,7 @@ TEST_P(channel_commands, what_is_refused_changes_nothing) {
   EXPECT_EQ(add(19600000), "! -5 Refused by the device");
   node_.plant().set_nexel_state(0, "wss", sim::nexel_state::ok);
   expect_as_before("store and device");
-  // Touching is no overlap.
+  // Touching is not overlapping.
   EXPECT_EQ(answer(add_path, R"({"center":19217500,"width":5000,"port":2,"direction":"rx"})"), "");
 }
 

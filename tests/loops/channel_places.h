@@ -1,5 +1,5 @@
-// Where the parts of a node hold a channel that came by command, one letter each: s switch, m
-// monitor, p plan in the store; the add side before the bar, the drop side behind it.
+// The parts of a node that have a channel added by command, one letter each: s switch, m monitor, p
+// plan in the store; the add side before the bar, the drop side after it.
 #pragma once
 
 #include <fmt/format.h>

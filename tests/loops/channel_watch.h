@@ -1,4 +1,4 @@
-// What the switch of one side did, cycle by cycle: the bars speak of steps and of their size.
+// What the switch of one side did, cycle by cycle: number and size of its steps.
 #pragma once
 
 #include <cmath>
@@ -33,7 +33,7 @@ class channel_watch {
     }
   }
 
-  /// Writes of attenuation, and of the port, which moves no light if it is the one that stands.
+  /// Writes of attenuation, and of the port, which moves no light if it is already set so.
   unsigned steps(unsigned channel) const { return writes(channel) - writes_at_start_.at(channel); }
   unsigned all_steps() const {
     unsigned sum = 0;

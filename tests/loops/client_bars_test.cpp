@@ -1,5 +1,5 @@
-// The client loops against the plant, in plant time: how fast channels find their targets, that
-// they then rest, and that one channel's change leaves the others alone.
+// The client loops on the plant, in plant time: how fast channels reach their targets, that they
+// then rest, and that a change of one channel leaves the others alone.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
@@ -17,9 +17,9 @@ using test::plant_node;
 struct model {
   const char* product;
   bool regulates_tx;
-  /// How far a channel may rest from its target and a step may carry it, dB. A channel at 7 to 8 dB
-  /// of attenuation rests within 0.43 to 0.47 dB, and no step of it is smaller than nine tenths of
-  /// that: on selka one of 48 channels happens to stand at the edge.
+  /// How far from its target a channel may rest and how large a step may be, dB. A channel at 7 to
+  /// 8 dB of attenuation rests within 0.43 to 0.47 dB, and no step of it is smaller than nine
+  /// tenths of that: on selka one of 48 channels happens to be at the edge.
   double rest_db;
   /// Steps of all channels in an hour of rest. The dead band grows with attenuation: at 5 dB, on
   /// orvakinet's drop side, and at 7.3 dB, on selka's add side, the monitor's noise now and then
@@ -66,8 +66,8 @@ class client_bars : public testing::TestWithParam<model> {
 TEST_P(client_bars, first_channel_15_db_off_takes_three_steps_and_twelve_seconds) {
   start_dark();
   const auto channel = node().channels()[node().channels().size() / 2];
-  // One cycle after its light the channel still stands at the parked attenuation of 15 dB: what it
-  // lacks there says how weak the laser must be for an error of 15 dB.
+  // One cycle after it is lit, the channel is still at the parked attenuation of 15 dB: its error
+  // there says how weak the laser must be for an error of 15 dB.
   sim::laser_settings laser = node().plant().get_laser(0, channel);
   laser.on = true;
   laser.ramp_s = 0.0;
@@ -182,7 +182,7 @@ TEST_P(client_bars, no_two_loops_write_in_one_cycle) {
     return;
   }
   EXPECT_GT(cycles_with_tx_steps, 0u);
-  // Both amplifiers share their limit out in the same way; a saturated one gives less.
+  // Both amplifiers divide their limit in the same way; a saturated one gives less.
   const auto& settings = plant.get_topology().nodes.front();
   const double limits_apart_db = settings.preamp.power_limit_dbm - settings.booster.power_limit_dbm;
   const double readings_db = 0.3;  // noise, calibration, the switch's own step
@@ -196,8 +196,8 @@ TEST_P(client_bars, no_two_loops_write_in_one_cycle) {
   }
 }
 
-// Both sides correct on this model. The add side says with its look at the channels whether it
-// wants the turn, and has it in the cycle after.
+// Both sides correct on this model. When it looks at the channels, the add side says whether it
+// wants the turn, and gets it in the next cycle.
 TEST(drop_side, leaves_the_light_alone_while_the_add_side_wants_the_turn) {
   plant_node node("orvakinet");
   node.start();
@@ -223,8 +223,8 @@ TEST(drop_side, leaves_the_light_alone_while_the_add_side_wants_the_turn) {
   EXPECT_GT(drop_steps, 12u);
 }
 
-// A step of less than half the switch's is answered with the attenuation that stood before, so that
-// the channel waits for its effect from then on.
+// A step of less than half the switch's own leaves the attenuation as it was, so the channel then
+// waits for its effect.
 TEST(coarse_switch, leaves_channels_settling_and_does_not_hunt) {
   auto topology = test::dark_topology("orvalite");
   topology.nodes[0].add_switch.step_db = 0.5;

@@ -1,7 +1,7 @@
-// A day of channel commands on a node whose channels come and go by command, in plant time and with
-// a fixed seed: they meet devices and a store that are away, restarts, and devices that lost what
-// they were given. Whatever was answered, the same command given again in health brings about what
-// it says. LUMORA_SOAK_DAYS says how many days it shall be.
+// A day of channel commands on a node with channels by command, in plant time and with a fixed
+// seed: during the commands, devices and the store are away, the daemon restarts, and devices lose
+// their channels. Whatever the answer was, repeating the command on a healthy node has its full
+// effect. LUMORA_SOAK_DAYS sets the number of days.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
@@ -19,12 +19,12 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Monitor and tap errors, dead band and repeatability of the switch together.
+// Errors of monitor and tap, dead band and repeatability of the switch, together.
 constexpr double rest_db = 0.85;
 constexpr unsigned rest_steps = 4;
-// Channels above can be added and not removed.
+// Channels above this can be added but not removed.
 constexpr unsigned highest_removable = 19613125;
-// Of the heap: how many channels there are in the evening makes 1 MiB.
+// Of the heap: the number of channels in the evening accounts for 1 MiB.
 constexpr double flat_mib = 2.0;
 
 class command_soak : public testing::Test {
@@ -100,8 +100,7 @@ class command_soak : public testing::Test {
             [=] { set(sim::nexel_state::ok); }};
   }
 
-  /// Adds or removes a channel while something is away, and gives the command again once it is
-  /// back.
+  /// Adds or removes a channel while something is away, and repeats the command once it is back.
   void command_in(const fault& around) {
     auto& [channel, there] = *std::next(exists_.begin(), below(unsigned(exists_.size())));
     const bool add = !there;
@@ -114,7 +113,7 @@ class command_soak : public testing::Test {
     node_.run_for(10s);
     if (first != "ok") ++refused_;
     EXPECT_TRUE(first == "ok" || !around.name.empty()) << story_;
-    // Also where it was answered with ok: a removal does not wait for a device that is away.
+    // Even if the answer was ok: a removal does not wait for a device that is away.
     if (!around.name.empty()) {
       EXPECT_EQ(give(channel, add), "ok") << story_;
     }

@@ -1,5 +1,5 @@
-// One device service dead for ten minutes: what it does not concern is left alone, and the loops
-// are back within three cycles of its return. One that forgets its subscribers is reminded.
+// One device service dead for ten minutes: unrelated parts are left alone, and the loops are back
+// within three cycles of its return. One that forgets its subscribers is reminded.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
@@ -52,8 +52,8 @@ TEST_P(dead_device, leaves_the_channels_at_rest_and_is_used_again_after_its_retu
   EXPECT_EQ(drop.all_steps(), 0u);
   EXPECT_EQ(plant.voa_writes(0), voa_writes);
 
-  // What needs the device waits for it, the rest goes on meanwhile. Long enough before the return
-  // for the monitor to have seen it.
+  // Parts that need the device wait for it, the others continue. Long enough before the return for
+  // the monitor to have seen it.
   const auto channel = node_.channels()[5];
   node_.disturb(channel, 2.0);
   node_.run_for(12s);

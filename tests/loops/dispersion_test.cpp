@@ -1,5 +1,5 @@
-// The dispersion modules of orvapro on the plant: which way the light takes, what the compensator
-// is set to, and what a refusal leaves behind.
+// The dispersion modules of orvapro on the plant: the light's path, the compensator's setting, and
+// the state after a refusal.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
@@ -20,7 +20,7 @@ constexpr double fibre_ps_per_nm_km = 16.7;
 /// A running orvapro with a fibre of this length.
 class compensated {
  public:
-  /// Its start opens the line, and so makes the setting; the compensator takes its time.
+  /// Its start opens the line and so makes the setting; the compensator takes a while.
   explicit compensated(double length_km, const char* part_number = "TDCM-0700",
                        bool switch_is_stuck = false)
       : node(topology_of(length_km, part_number)), length_km_(length_km) {
@@ -39,7 +39,7 @@ class compensated {
     return topology;
   }
 
-  /// The setting is made anew when the fibre comes back.
+  /// The setting is made again when the fibre comes back.
   void lose_and_find_the_fibre() {
     node.plant().cut_line();
     node.run_for(10s);

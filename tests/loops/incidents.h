@@ -1,5 +1,5 @@
-// Faults for two nodes face to face, drawn by a seed: what breaks, what mends it, and whether a
-// fault is one that no attenuator may answer to.
+// Faults for two nodes face to face, drawn by a seed: what breaks, how it is mended, and whether
+// attenuators must not respond to it.
 #pragma once
 
 #include <chrono>
@@ -15,10 +15,10 @@ struct incident {
   std::string name;
   std::function<void()> begin;
   std::function<void()> end;
-  /// A service, store or peer is away and the light is as it was: no switch may be written.
+  /// A service, store or peer is away and the light is unchanged: no switch may be written.
   bool leaves_light_alone = false;
-  /// Ends a manager, or writes what asks a device: not beside a fault in which a manager may stand
-  /// inside a call.
+  /// Ends a manager, or writes something that asks a device: not together with a fault during which
+  /// a manager may be inside a call.
   bool alone = false;
 };
 
@@ -29,7 +29,7 @@ class incident_source {
   incident draw();
   /// A device or a peer that is away: what comes and goes by itself on a node.
   incident draw_absence();
-  /// What has moved over night: losses and lasers by a little, at once.
+  /// Overnight drift: small changes of losses and lasers, at once.
   void drift();
 
   double between(double low, double high) {

@@ -1,5 +1,5 @@
-// Two nodes at rest, and then one thing that goes wrong on the path of the light between them: the
-// ladder of the near node marks the point where it is, and no other, on its own.
+// Two nodes at rest, then one fault on the light path between them: the near node's ladder marks
+// the point where it is, and no other.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>

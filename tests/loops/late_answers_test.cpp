@@ -1,5 +1,5 @@
-// Devices behind slow buses: a cycle waits for all of them once, whatever it reads of them, and the
-// light is regulated as by devices that answer at once.
+// Devices behind slow buses: a cycle waits for all of them once, however much it reads from them,
+// and the light is regulated as with devices that answer at once.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
@@ -54,8 +54,8 @@ TEST_P(late_answers, are_waited_for_once_a_cycle) {
   }
 }
 
-// One device as slow as to be useless, whichever: a cycle waits for it once, and what follows from
-// its own readings takes a few cycles more.
+// Any one device so slow as to be useless: a cycle waits for it once, and effects of its own
+// readings take a few cycles more.
 TEST_P(late_answers, of_one_device_hold_up_nothing_but_its_own) {
   plant_node probe(GetParam());
   for (const auto& name : probe.plant().nexel_names()) {

@@ -1,5 +1,5 @@
-// A device that comes up after the daemon, whichever it is and on every model: it is waited for,
-// with a line that names it, and regulation begins by itself.
+// Any device that comes up after the daemon, on every model: it is waited for, with a line that
+// names it, and regulation begins by itself.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
@@ -35,7 +35,7 @@ class late_device : public testing::TestWithParam<std::string> {
     node_.run_for(20s);
   }
 
-  /// A manager starts anew without the device, which comes up later, and a channel off its target.
+  /// A manager restarts without the device, which comes up later, with a channel off its target.
   void restart_without(const std::string& device) {
     node_.plant().set_nexel_state(0, device, sim::nexel_state::killed);
     node_.disturb(channel_, sign_ *= -1.0);

@@ -1,5 +1,5 @@
-// Two managers face to face on one fibre pair, in plant time: the line finds its rest, keeps it,
-// and survives what happens to fibres, peers and stores.
+// Two managers face to face on one fibre pair, in plant time: the line comes to rest, stays there,
+// and survives failures of fibres, peers and stores.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -70,7 +70,7 @@ class line_bars : public testing::Test {
   plant_pair pair_;
 };
 
-/// On the models that give way to a saturated far preamp early, and late.
+/// On models that give way to a saturated far preamp early, and late.
 class line_of_model : public line_bars, public testing::WithParamInterface<const char*> {
  protected:
   line_of_model() : line_bars(GetParam()) {}

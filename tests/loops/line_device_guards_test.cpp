@@ -1,5 +1,5 @@
-// A line whose own devices lie, lose writes or fall silent: what is not known moves neither
-// attenuator nor gain, and what was lost is made up for.
+// A line whose own devices lie, lose writes or fall silent: unknown values move neither attenuator
+// nor gain, and lost writes are made up for.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
@@ -22,7 +22,7 @@ constexpr const char* peer_address = "[fe80::2%osc0]:5100";
 
 sim::topology facing(const std::string& product, const char* peer) {
   auto topology = sim::default_topology(product);
-  // Room for the attenuator of the one, and for the gain of the other.
+  // Leaves room for the attenuator, or for the gain.
   for (auto& fibre : topology.fibres)
     fibre.length_km = models::get(product).kin == models::family::selka ? 80.0 : 40.0;
   topology.peer = peer;
@@ -52,7 +52,7 @@ struct told {
   const char* path;
 };
 
-// What the line goes by, its own and the peer's; each pair has some of it.
+// The readings used by the line, its own and the peer's; each pair has some of them.
 constexpr told line_readings[] = {
     {0, "voa_sfp", "data/attenuation"},
     {0, "voa_sfp", "data/insertionLoss"},
@@ -127,8 +127,8 @@ TEST(nonsense_on_the_line, does_not_stop_its_alarms) {
       [&] { return it.node.number("alarms/line/1/rx/lossOfSignal/severity") == 1; }, 10s));
 }
 
-// What an attenuator may do wrong, how far from the aim the line may then rest, and how often it is
-// written to in ten minutes of rest.
+// Faults of an attenuator, how far from its aim the line may then rest, and how often it is written
+// in ten minutes of rest.
 struct bad_voa {
   const char* name;
   std::optional<reading_fault> reading{};
@@ -142,17 +142,17 @@ class line_voa : public testing::TestWithParam<bad_voa> {};
 
 INSTANTIATE_TEST_SUITE_P(
     that, line_voa,
-    testing::Values(
-        bad_voa{.name = "loses_every_second_write", .write = write_fault::lost().each(2)},
-        bad_voa{.name = "moves_late", .write = write_fault::late(1500ms)},
-        bad_voa{.name = "trembles", .reading = reading_fault::trembling(0.02)},
-        // What it rounds away is carried over from step to step.
-        bad_voa{.name = "has_coarse_steps", .step_db = 0.5, .rest_db = 1.05},
-        // It may stand anywhere, and is not driven away from where it was last asked to be.
-        bad_voa{.name = "reads_back_nothing_new",
-                .reading = reading_fault::frozen(),
-                .rest_db = 3.0,
-                .writes = 10}),
+    testing::Values(bad_voa{.name = "loses_every_second_write",
+                            .write = write_fault::lost().each(2)},
+                    bad_voa{.name = "moves_late", .write = write_fault::late(1500ms)},
+                    bad_voa{.name = "trembles", .reading = reading_fault::trembling(0.02)},
+                    // What it rounds away is carried over from step to step.
+                    bad_voa{.name = "has_coarse_steps", .step_db = 0.5, .rest_db = 1.05},
+                    // It may be anywhere, and is not moved away from where it was last asked to be.
+                    bad_voa{.name = "reads_back_nothing_new",
+                            .reading = reading_fault::frozen(),
+                            .rest_db = 3.0,
+                            .writes = 10}),
     [](const auto& which) { return std::string(which.param.name); });
 
 TEST_P(line_voa, follows_the_span_and_rests) {

@@ -1,5 +1,5 @@
 // A line whose peer fails at the worst moment: while its preamp reads saturated, and while the
-// fibre is dark. No attenuator moves on what the peer told before.
+// fibre is dark. No attenuator moves on the peer's earlier reports.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
@@ -57,7 +57,7 @@ TEST_P(saturated_peer, that_fails_leaves_the_attenuator_where_it_is) {
     phase += 170ms;
     const auto writes = node.writes();
     plant.drop_power_limit(1, sim::direction::tx, spare_db + missing_db, 0s);
-    // It does give way to a peer that is well.
+    // It does give way to a healthy peer.
     ASSERT_TRUE(node.pair.run_until([&] { return node.writes() > writes; }, 15s));
     node.pair.run_for(phase);
     const double before = node.voa();

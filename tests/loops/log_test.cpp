@@ -1,5 +1,4 @@
-// What the log tells of whole cycles: at "debug" every line of every channel is there, and each
-// tells whom it concerns.
+// The log of whole cycles: at "debug" it has every line of every channel, each with its subject.
 #include <gtest/gtest.h>
 
 #include <set>

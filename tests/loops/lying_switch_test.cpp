@@ -1,5 +1,5 @@
-// Switches, monitors and amplifiers that lose writes, move late, tremble, stand still or tell
-// nonsense: each channel finds its target all the same, and none is moved by what nobody knows.
+// Switches, monitors and amplifiers that lose writes, move late, tremble, freeze or report
+// nonsense: each channel reaches its target nevertheless, and none is moved by unknown values.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
@@ -184,7 +184,7 @@ TEST(default_attenuation, is_written_where_the_switch_is_more_than_a_tenth_of_a_
   EXPECT_EQ(drop.all_steps(), steps) << "of the other channels";
 }
 
-// After a restart of the devices the monitor tells for a while what it told before.
+// After a restart of the devices the monitor repeats old readings for a while.
 TEST(readings_of_before, move_no_channel_and_teach_nothing) {
   for (const bool daemon_too : {false, true}) {
     plant_node node("orvalite");
@@ -214,7 +214,7 @@ TEST(readings_of_before, move_no_channel_and_teach_nothing) {
   }
 }
 
-// Instruments without noise tell nothing new until the light moves.
+// Instruments without noise report nothing new until the light moves.
 TEST(noiseless_instruments, hold_a_channel_up_once_at_the_start_and_no_more) {
   auto topology = sim::default_topology("orvalite");
   topology.nodes[0].booster_monitor.noise_db = 0.0;

@@ -1,5 +1,5 @@
-// Every model on the plant, from its start to its channels at rest. One table; it states the
-// differences alone.
+// Every model on the plant, from its start to its channels at rest. One table, which states only
+// the differences.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
@@ -27,7 +27,7 @@ struct model {
   float utilization_when_lit;  ///< percent
   bool has_automation_mode;
   float parked_tx;       ///< default attenuation towards the client, dB
-  float saturation_cap;  ///< by how much a saturated booster lowers a target at most, dB
+  float saturation_cap;  ///< limit of how much a saturated booster lowers a target, dB
   bool regulates_tx;
 };
 

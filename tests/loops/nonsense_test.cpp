@@ -1,6 +1,6 @@
-// A device service that answers, and answers nonsense or late: another type, "NaN" as a text, a
-// number that nothing measures, each answer after a second. No light moves by nonsense, and the
-// loops go on by themselves once it tells sense.
+// A device service that answers nonsense, or late: another type, "NaN" as text, an impossible
+// number, each answer after a second. Nonsense moves no light, and the loops recover once the
+// service makes sense again.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
@@ -15,7 +15,7 @@ using namespace std::chrono_literals;
 using test::channel_watch;
 using test::plant_node;
 
-/// Tells the same JSON to every reader and subscriber.
+/// Sends the same JSON to every reader and subscriber.
 class told_value : public nx_db_event_node {
  public:
   told_value(const std::string& name, const char* json) : nx_db_event_node(name), json_(json) {}
@@ -42,7 +42,7 @@ class told_value : public nx_db_event_node {
   std::string json_;
 };
 
-/// Tells what another node tells, a second later.
+/// Repeats another node's values, a second later.
 class late_value : public nx_db_leaf_node {
  public:
   late_value(const std::string& name, std::shared_ptr<nx_db_leaf_node> told,
@@ -119,7 +119,7 @@ TEST_F(nonsense_device, moves_no_light_and_is_believed_again_once_it_tells_sense
 TEST_F(nonsense_device, that_answers_late_makes_cycles_longer_and_no_more) {
   node_.start();
   node_.run_for(6min);
-  // What the loops read in each cycle and no poller does: those have threads of their own.
+  // Read by the loops in each cycle but by no poller, which would use a separate thread.
   auto& tree = node_.plant().nexel_tree("wss_edge");
   for (const std::string path : {"data/moduleStatus", "data/wss/1/channel/19140000/port"}) {
     const auto node = tree.find(path);

@@ -14,8 +14,9 @@ using test::plant_node;
 
 struct model {
   const char* product;
-  /// So that the level of detection, -26 dBm, stands between a dark channel's noise and a channel
-  /// with 10 dB of signal to noise: with a weaker tap channels below some 20 dB count as dark.
+  /// The detection level, -26 dBm, is then between a dark channel's noise and a channel with a
+  /// signal-to-noise ratio of 10 dB: with a weaker tap, channels below about 20 dB would count as
+  /// dark.
   double monitor_tap_db;
 };
 

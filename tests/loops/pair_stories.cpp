@@ -66,8 +66,8 @@ std::vector<double> span_loss_errors(sim::topology lit_pair, double span_db) {
   const double extra = span_db - lit_pair.fibres[0].span_loss_db();
   for (auto& fibre : lit_pair.fibres)
     fibre.loss_offset_db += extra;
-  // The supervisory channel bridges a long span with a stronger transmitter. A loss is told by two
-  // taps, whose errors add up in the one direction and cancel in the other.
+  // The supervisory channel bridges a long span with a stronger transmitter. A loss is measured by
+  // two taps, whose errors add up in one direction and cancel in the other.
   for (auto& node : lit_pair.nodes) {
     node.osc.tx_power_dbm = 3.0;
     for (auto& tap : node.taps)

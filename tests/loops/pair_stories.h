@@ -1,5 +1,5 @@
-// What happens on two nodes face to face, for the tests that hold its limits and for the bars that
-// measure how far from them it is.
+// Cases on two nodes face to face, shared by the tests with their limits and by the bars that
+// measure the actual figures.
 #pragma once
 
 #include <cmath>
@@ -10,10 +10,10 @@
 
 namespace test {
 
-/// Dark nodes that know each other: one that no peer knows tells another name.
+/// Dark nodes that know each other: a model unknown to peers reports another name.
 sim::topology known_pair(const std::string& product);
 
-/// How a peer leaves the line without what it regulates by.
+/// Ways in which a peer deprives the line of what it needs for regulation.
 enum class peer_failure { killed, hung, restarted, switch_service, dark };
 constexpr std::pair<peer_failure, const char*> peer_failures[] = {
     {peer_failure::killed, "killed"},       {peer_failure::hung, "hung"},
@@ -23,7 +23,7 @@ constexpr std::pair<peer_failure, const char*> peer_failures[] = {
 /// Of the second node.
 void begin(peer_failure what, plant_pair& pair);
 void end(peer_failure what, plant_pair& pair);
-/// Goes on telling of its preamp, until that is at its limit no more.
+/// Keeps reporting its preamp, until that is no longer at its limit.
 constexpr bool still_tells(peer_failure what) {
   return what == peer_failure::restarted || what == peer_failure::switch_service;
 }
@@ -57,7 +57,7 @@ class voa_watch {
   std::vector<double> steps_;
 };
 
-/// What lit nodes publish as span losses over a span of so many dB, less the plant's truth.
+/// The span losses published by lit nodes over a span of this loss, less the plant's truth.
 std::vector<double> span_loss_errors(sim::topology lit_pair, double span_db);
 
 struct osnr_error {

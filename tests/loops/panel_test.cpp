@@ -1,5 +1,5 @@
-// A front panel that is away, hangs or is late: the light does not notice, and the panel shows the
-// truth once it answers.
+// A front panel that is away, hung or late: the light is not affected, and the panel is right once
+// it answers.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-// A manager that faces a simulated peer of each family: it knows it by its name, finds every value
-// that it asks for, and the line follows the fibre where the family lets it.
+// A manager facing a simulated peer of each family: it identifies the peer, finds every value that
+// it asks for, and the line follows the fibre if the family allows it.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -76,7 +76,7 @@ TEST_P(every_family, is_known_and_read_and_followed) {
   const double before = voa();
   node_.plant().set_span_offset(0, 3.0);
   node_.run_for(4min);
-  // A line rests up to 0.75 dB on either side of its aim, and can have been on the other.
+  // A line rests up to 0.75 dB on either side of its aim, and may have been on the other side.
   EXPECT_NEAR(voa() - before, expected.line_follows ? -3.0 : 0.0,
               expected.line_follows ? 1.6 : 0.1);
   EXPECT_TRUE(node_.all_on_target());

@@ -1,5 +1,5 @@
-// A manager that meets a peer which is late, or lacks some of what it is asked for: its own cycles
-// and channels do not wait, what the peer has is used, and what it has not is asked for quietly.
+// A manager that meets a peer which is late, or lacks some values: the manager's own cycles and
+// channels do not wait, what the peer has is used, and missing values are requested quietly.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
@@ -17,7 +17,7 @@ constexpr const char* peer_address = "[fe80::2%osc0]:5100";
 
 class peer_setup : public testing::Test {
  protected:
-  /// A node that stands opposite the plant's far end, which plays that family.
+  /// A node facing the plant's far end, which plays that family.
   void face(const std::string& product, const std::string& family) {
     auto topology = sim::default_topology(product);
     topology.peer = family;
@@ -73,7 +73,7 @@ TEST_P(late_peer, delays_no_cycle_and_no_channel) {
 
 INSTANTIATE_TEST_SUITE_P(by, late_peer, testing::Values(5, 300, 1000, 1900, 3000));
 
-/// Each the other's peer, over a link on which every answer takes its time.
+/// Each is the other's peer, over a link on which every answer is delayed.
 class late_pair : public test::plant_pair {
  public:
   explicit late_pair(std::chrono::milliseconds latency)

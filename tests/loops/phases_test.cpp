@@ -1,6 +1,6 @@
-// When readings come matters: a channel that is lit, jumps or is given another target at every
-// phase of the monitor's pass against the cycle and the switch's settling goes there without going
-// beyond.
+// The timing of readings: a channel that is lit, jumps or gets another target at every phase of the
+// monitor's pass relative to the cycle and the switch's settling reaches its target without
+// overshooting.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
@@ -39,7 +39,7 @@ class phases : public testing::TestWithParam<timing> {
     settings.booster_monitor.period_s = GetParam().pass_s;
     settings.add_switch.settling_s = GetParam().settling_s;
     settings.laser_ramp_s = phase % 2 == 1 ? 2.0 : 0.0;
-    node_.reset();  // one at a time stands behind the daemon's clock
+    node_.reset();  // only one at a time can use the daemon's clock
     node_ = std::make_unique<plant_node>(topology);
     node_->clock().sleep(phase * phase_step / 2);
     node_->start();
@@ -47,8 +47,8 @@ class phases : public testing::TestWithParam<timing> {
     node_->run_for(20s);
   }
 
-  /// What `cause` does after `phase`: at most three steps, and nowhere beyond the target by more
-  /// than half a dB. `side`: 1 where the channel comes from below.
+  /// The effect of `cause` after `phase`: at most three steps, and no overshoot by more than half a
+  /// dB. `side`: 1 if the channel comes from below.
   void expect_straight_way(unsigned channel, double side, int phase,
                            const std::function<void()>& cause, const char* what) {
     const channel_watch watch(*node_);
@@ -69,7 +69,7 @@ class phases : public testing::TestWithParam<timing> {
            node_->number(fmt::format("data/client/{}/rx/wantedPowerOffset", id(channel)));
   }
 
-  /// The wanted power is an absolute one; its offset is what the target moves by.
+  /// The wanted power is absolute; the target moves by its offset.
   void lower_target(unsigned channel) {
     const auto path = fmt::format("config/client/{}/rx/wantedPowerOffset", id(channel));
     node_->write(path, fmt::format("{:.2f}", node_->number(path) - 3.0));

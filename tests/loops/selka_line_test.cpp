@@ -1,5 +1,5 @@
-// What the selka models do with the line on the plant: the preamp's gain follows the span, and the
-// operator's one target output power moves the line attenuator once.
+// The selka models' handling of the line on the plant: the preamp's gain follows the span, and the
+// operator's single target output power moves the line attenuator once.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 

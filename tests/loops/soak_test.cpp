@@ -1,6 +1,6 @@
-// Days of faults on two managers face to face, in plant time and with fixed seeds. A day is packed
-// into two hours: drift over night, incidents one after the other and two at a time, then
-// rest, and an exam. The test program runs one day; LUMORA_SOAK_DAYS says how many it shall be.
+// Days of faults on two managers face to face, in plant time and with fixed seeds. A day is
+// compressed into two hours: overnight drift, incidents one after the other and two at a time, then
+// rest, and a final check. The test program runs one day; LUMORA_SOAK_DAYS sets another number.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -22,24 +22,24 @@ namespace {
 using namespace std::chrono_literals;
 using test::incident;
 
-// Monitor offset and tap error of a day, repeatability of the switch, noise and dead band together.
+// A day's monitor offset and tap error, repeatability of the switch, noise and dead band, together.
 constexpr double rest_db = 0.85;
-// Steps that readings from before an incident make due.
+// Steps due because of readings from before an incident.
 constexpr unsigned due_steps = 4;
-// What has drifted between amplifier and monitor is learned as the mean of six readings, each five
-// minutes after the last one and the last step. So the calibration of a day with drift and
-// incidents moves for half an hour and more, all channels of a node with it, and those that it
-// takes over their edge put off the next reading.
+// Drift between amplifier and monitor is learned as the mean of six readings, each five minutes
+// after the last one and the last step. So after a day with drift and incidents the calibration
+// moves for half an hour or more, all channels of a node with it, and channels that it carries over
+// their edge postpone the next reading.
 constexpr double settled_db = 0.02;
-// Of the 128 attenuators, in ten minutes behind that. The law leaves a channel wherever in its dead
-// band an incident put it, so some lie at the edge, and each reading is another chance for the
-// monitor's noise to carry one over: such a step starts just outside the dead band and ends in the
-// middle of it, so that no second one follows.
+// Of the 128 attenuators, in the ten minutes after that. The law leaves a channel wherever in its
+// dead band an incident put it, so some are at the edge, and each reading is another chance for the
+// monitor's noise to carry one across. Such a step starts just outside the dead band and ends in
+// the middle of it, so no second one follows.
 constexpr unsigned most_at_the_edge = 6;
 constexpr float beyond_dead_band_db = 0.1f;
-// Of the heap as used: it moves by half of this with the length of the histories, which begin anew
-// with each manager. The resident memory says less: each manager that is restarted here has new
-// threads, and the arenas in which they allocated keep what they freed.
+// Heap in use: it varies by half of this with the length of the histories, which restart with each
+// manager. Resident memory says less: each restarted manager has new threads, and the arenas in
+// which they allocated keep what they freed.
 constexpr double flat_mib = 1.0;
 
 class soak : public testing::Test {
@@ -92,7 +92,7 @@ class soak : public testing::Test {
     return switch_writes() == before;
   }
 
-  /// Within two hours both calibrations are what their next reading will be; then ten minutes more.
+  /// Within two hours both calibrations match their next reading; then ten minutes more.
   bool settles() {
     for (int tries = 0; tries < 24; ++tries) {
       pair_.run_for(5min);
@@ -134,7 +134,8 @@ class soak : public testing::Test {
     }
   }
 
-  /// The steps since the log was taken that no channel at the edge of its dead band explains.
+  /// The steps since the log was taken that are not explained by a channel at the edge of its dead
+  /// band.
   std::string steps_of_unrest() {
     std::string found;
     for (const auto& line : pair_.take_log()) {
@@ -152,7 +153,7 @@ class soak : public testing::Test {
     return found;
   }
 
-  /// The node does afterwards what it does when it is new.
+  /// Afterwards the node does what it does when new.
   void exam(unsigned day) {
     auto& plant = pair_.plant();
     const unsigned node = day % 2;
@@ -194,7 +195,7 @@ class soak : public testing::Test {
     pair_.take_log();
   }
 
-  /// The day as `lumoractl events` prints it, of both nodes, for who wants to read it.
+  /// The day as printed by `lumoractl events`, of both nodes, for people who want to read it.
   void write_events(unsigned day) {
     auto& log = insight::event_log::instance();
     if (const char* file = std::getenv("LUMORA_SOAK_EVENTS")) {

@@ -1,5 +1,5 @@
-// docs/tree.md against the tree of a running node of each model: what it says of each path, no path
-// without a row, no row without a path.
+// Compares docs/tree.md with the tree of a running node of each model: the description of each
+// path, no path without a row, no row without a path.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
@@ -33,7 +33,7 @@ std::string trimmed(const std::string& text) {
   return text.substr(first, text.find_last_not_of(" `") - first + 1);
 }
 
-/// "orva but orvakinet": families and models, and after "but" those that are left out.
+/// "orva but orvakinet": families and models, and after "but" the exceptions.
 strings models_of(const std::string& words) {
   strings found;
   bool leave_out = false;
@@ -48,7 +48,7 @@ strings models_of(const std::string& words) {
   return found;
 }
 
-/// What the page says of a path, and the tree: type, unit, who may do what, when it is updated.
+/// The description of a path on the page, and on the tree: type, unit, access, when it is updated.
 struct description {
   std::string type;
   std::string unit;
@@ -67,7 +67,7 @@ struct row {
   strings models;
 };
 
-/// The page's tables, with a row for each of the two directions where it says SIDE.
+/// The page's tables, with a row for each direction where it says SIDE.
 std::vector<row> documented() {
   std::vector<row> rows;
   std::ifstream page(TREE_PAGE);
@@ -129,8 +129,8 @@ description found_at(nx_db& tree, const std::string& path) {
 
 class tree_page : public testing::TestWithParam<std::string> {
  protected:
-  /// Up to the main loop as the process does it, then some cycles with a known peer, so that all
-  /// that comes late is there too.
+  /// Runs up to the main loop as the process does, then some cycles with a known peer, so that late
+  /// values exist too.
   void run_node() {
     bool running = true;
     node_.clock().at(node_.now() + 3s, [&running] { running = false; });

@@ -1,6 +1,6 @@
-// Every number that a node shows at rest, against what is true of the plant: the instruments'
-// faults and the board's calibration may leave no more between them than a row allows. A number
-// without a row fails, unless it is named as one that has no truth.
+// Every number that a node shows at rest, compared with the plant's truth: the instruments' errors
+// and the board's calibration may not cause more difference than a row allows. A number without a
+// row fails, unless it is listed as having no truth.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
@@ -24,7 +24,7 @@ double sum_dbm(double first, double second) {
   return 10.0 * std::log10(std::pow(10.0, first / 10.0) + std::pow(10.0, second / 10.0));
 }
 
-/// What the plant says of one path of node 0.
+/// The plant's truth for a path of node 0.
 struct place {
   const sim::plant& plant;
   direction side;    ///< of the path
@@ -141,7 +141,7 @@ const row rows[] = {
     {"insight/device/osc/fibreLength", 0.5, own, [](const place& p) { return p.all().fibres[1].length_km; }},
 };
 
-/// What is wanted, planned or told, and what the loop reckons with.
+/// Wanted, planned or reported values, and internal ones of the loop.
 const char* const without_truth[] = {
     "config/**", "data/client/*/*/defaultAttenuation", "data/client/*/*/wantedPowerOffset",
     "data/client/*/*/targetOutputPower", "data/client/*/*/width", "data/system/utilization",

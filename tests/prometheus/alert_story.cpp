@@ -54,7 +54,7 @@ void alert_story::scrape(const std::map<std::string, nx_db*>& nodes) {
   }
 }
 
-/// A sample that a scrape lacks ends its series, as a collector has it.
+/// A missing sample ends its series, as for a collector.
 void alert_story::take(const std::string& line) {
   const auto space = line.rfind(' ');
   auto& one = series_[line.substr(0, space)];

@@ -1,6 +1,6 @@
-// What a collector would have scraped of nodes on the simulated plant, in plant time, as a test of
-// the shipped rules: promtool evaluates them over it, with all their waits, and tells which alerts
-// have fired. On the thread that owns the plant's clock.
+// What a collector would have scraped from nodes on the simulated plant, in plant time, to test the
+// shipped rules: promtool evaluates them on it, with all their waits, and reports which alerts have
+// fired. On the thread that owns the plant's clock.
 #pragma once
 
 #include <chrono>
@@ -18,7 +18,7 @@ class alert_story {
 
   std::chrono::seconds interval() const { return interval_; }
 
-  /// One scrape of each node, an interval after the last ones; null is a daemon that is gone.
+  /// One scrape of each node, an interval after the last ones; null means a daemon that is gone.
   void scrape(const std::map<std::string, nx_db*>& nodes);
 
   /// What promtool finds against it, or nothing: `fired` has the firing alerts of the whole story,

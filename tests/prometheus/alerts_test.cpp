@@ -1,6 +1,6 @@
-// Each alert that ships is told in a story on the plant that deserves it, with nothing told beside
-// it but what follows; a quiet hour tells none. The rules are evaluated by promtool itself over
-// what the gateway would have answered to a collector.
+// For each shipped alert there is a case on the plant that fires it, and nothing else but its
+// consequences; a quiet hour fires none. promtool itself evaluates the rules on what the gateway
+// would have answered a collector.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-// A Prometheus of the test's own that scrapes one gateway several times a second and evaluates the
-// shipped rules each second. Asked over its HTTP interface; ends with the object.
+// A Prometheus started by the test that scrapes one gateway several times a second and evaluates
+// the shipped rules each second. Queried over its HTTP interface; ends with the object.
 #pragma once
 
 #include <memory>

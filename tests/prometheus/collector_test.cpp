@@ -1,5 +1,5 @@
-// A real Prometheus over a real daemon and its gateway, through deaths and returns of both: nothing
-// of a dead daemon stays, and counters go on or begin anew as a collector understands them.
+// A real Prometheus with a real daemon and its gateway, which die and come back: nothing of a dead
+// daemon remains, and counters continue or restart as a collector understands it.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>

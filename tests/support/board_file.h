@@ -1,4 +1,4 @@
-// The board's calibration without a file of the node.
+// The board's calibration without the node's file.
 #pragma once
 
 #include <string>

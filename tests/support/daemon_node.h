@@ -1,5 +1,5 @@
-// A node of real processes below a folder of its own: the key store, the simulated devices, the
-// daemon. Each is started by the test when its story wants it, and all end with the object.
+// A node of real processes under a temporary folder: the key store, the simulated devices, the
+// daemon. The test starts each of them when needed, and all end with the object.
 #pragma once
 
 #include <functional>
@@ -15,11 +15,11 @@
 
 namespace test {
 
-/// Asks again and again until it is so; false when patience ends. For what no event tells.
+/// Polls until the condition is true; false when patience ends. For conditions without an event.
 bool eventually(const std::function<bool()>& condition);
 
-/// SIGTERM, upon which the process ends with status 0 in what a healthy node may take; "", or what
-/// it did instead.
+/// SIGTERM, after which the process must end with status 0 within a healthy node's time; returns
+/// "", or what it did instead.
 std::string fault_of_end(process& daemon,
                          std::chrono::milliseconds limit = std::chrono::seconds(2));
 
@@ -38,25 +38,25 @@ class daemon_node {
 
   /// The simulated devices of a model, from the project's own topology of that name.
   void start_devices(const std::string& topology, const std::vector<std::string>& arguments = {});
-  /// The devices that start from now on follow the store: a selka's switch has its attenuations
-  /// from there.
+  /// Devices started from now on follow the store: a selka's switch gets its attenuations from
+  /// there.
   void let_devices_follow_store() { follow_store_ = true; }
   process& devices() { return *devices_; }
   void stop_devices() { devices_.reset(); }
 
-  /// Where the daemons that start from now on listen for a peer; an interface that is none, by
-  /// itself.
+  /// Where daemons started from now on listen for a peer; by default an interface that does not
+  /// exist.
   void listen_on(const std::string& interface, unsigned port) {
     interface_ = interface;
     port_ = port;
   }
 
-  /// A daemon below this node's folder. `arguments` follow those of where it listens.
+  /// A daemon under this node's folder. `arguments` follow those for where it listens.
   process& start_daemon(const std::vector<std::string>& arguments = {});
   process& daemon() { return *daemon_; }
   /// As `start_daemon` would run it: for a second one, or with other variables.
   process::settings daemon_settings(const std::vector<std::string>& arguments = {}) const;
-  /// A variable of the daemons that start from now on.
+  /// An environment variable for daemons started from now on.
   void give_daemon(const std::string& variable, const std::string& value) {
     daemon_environment_[variable] = value;
   }
@@ -64,7 +64,7 @@ class daemon_node {
   const temp_folder& root() const { return root_; }
   std::string daemon_socket() const;
 
-  /// One call on a connection of its own: the JSON text of the value, or "error CODE TEXT".
+  /// One call on a separate connection: the JSON text of the value, or "error CODE TEXT".
   std::string read(const std::string& path) const;
   std::string write(const std::string& path, const std::string& value) const;
   bool serves() const;

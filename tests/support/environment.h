@@ -1,4 +1,4 @@
-// An environment variable for the time of a test.
+// An environment variable for the duration of a test.
 #pragma once
 
 #include <cstdlib>
@@ -9,7 +9,7 @@ namespace test {
 
 class environment_variable {
  public:
-  /// Empty: the variable is taken out.
+  /// Empty: the variable is unset.
   environment_variable(std::string variable, const std::optional<std::string>& value)
       : name(std::move(variable)) {
     if (const char* present = std::getenv(name.c_str())) before = present;

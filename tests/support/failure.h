@@ -1,4 +1,4 @@
-// What a call raises, as text, so that a table can expect it.
+// The exception of a call as text, so that a table can expect it.
 #pragma once
 
 #include <exception>

@@ -1,4 +1,4 @@
-// Stops whoever passes it until it is opened.
+// Stops every thread that passes until it is opened.
 #pragma once
 
 #include <condition_variable>

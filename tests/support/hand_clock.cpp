@@ -16,11 +16,11 @@ namespace {
 constexpr std::chrono::milliseconds longest_step{100};
 // Any date after the epoch will do, as long as it is always the same.
 constexpr std::chrono::sys_days first_day{std::chrono::year{2026} / 1 / 1};
-// A thread that was woken and neither sleeps again nor ends in this real time waits for a lock that
-// a sleeping one holds: a fault of the test.
+// A thread that was woken and neither sleeps again nor ends within this real time is waiting for a
+// lock that a sleeping thread holds: a fault of the test.
 constexpr std::chrono::seconds longest_turn{60};
 
-/// As the kernel tells the state of a thread of this process, behind its name in brackets.
+/// The kernel's state of a thread of this process, after its name in brackets.
 bool waits_or_has_ended(pid_t thread) {
   std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
   std::string text;
@@ -77,8 +77,9 @@ void hand_clock::sleep_in_call(std::chrono::nanoseconds duration) {
 
 void hand_clock::sleep_for(std::chrono::nanoseconds duration, bool held) {
   if (std::this_thread::get_id() != owner_) return park(duration, held);
-  // What runs inside a step, polls and events, has threads of its own on a node: it holds up nobody
-  // there. If time went on here, others would enter calls, and the rest of the step wait for them.
+  // Things that run inside a step, polls and events, have separate threads on a node and delay
+  // nobody there. If time continued here, other threads would enter calls, and the rest of the step
+  // would wait for them.
   if (!stepping_) advance(duration, held);
 }
 

@@ -1,9 +1,10 @@
-// A clock that only moves when its owner sleeps on it: the daemon's sleeps step the plant, so that
-// an hour of plant time takes as long as its work.
+// A clock that only moves when its owner sleeps on it: the daemon's sleeps step the plant, so an
+// hour of plant time takes as long as its work.
 //
-// The thread that built it owns time. Other threads that sleep on it (the LED thread, the managers
-// of a pair of nodes) are woken one after the other when time has come to their wake-up, and the
-// owner goes on when that one sleeps again: one thread runs at a time, so that runs repeat.
+// The thread that created it owns time. Other threads that sleep on it (the LED thread, the
+// managers of a pair of nodes) are woken one after the other when their time has come, and the
+// owner continues when that thread sleeps again: one thread runs at a time, so that runs are
+// repeatable.
 #pragma once
 
 #include <chrono>
@@ -31,11 +32,11 @@ class hand_clock : public helpers::time_source, public std::enable_shared_from_t
   /// Sleeps of less than a millisecond, the looks at a new subscription, are saved up to 0.1 s.
   void sleep(std::chrono::nanoseconds duration) override;
   void interrupt() override;
-  /// As a sleep inside a device call: whoever waits for a nexel may hold locks.
+  /// A sleep inside a device call: a thread that waits for a nexel may hold locks.
   void wait(const std::function<bool()>& done, std::chrono::nanoseconds limit) override;
 
-  /// Runs `body` on a thread of its own, which waits there for threads that sleep on this clock:
-  /// once it waits, `time` passes, which has to be enough for them. On the owner's thread.
+  /// Runs `body` on a separate thread, which waits there for threads that sleep on this clock: once
+  /// it waits, `time` passes, which has to be enough for them. On the owner's thread.
   void run_beside(std::function<void()> body, std::chrono::nanoseconds time);
 
   /// A sleep inside a device call.
@@ -43,17 +44,17 @@ class hand_clock : public helpers::time_source, public std::enable_shared_from_t
 
   std::chrono::nanoseconds elapsed() const;
 
-  /// For `step`: some thread sleeps inside a call to a device and may hold locks, so that nothing
-  /// may run now that could want them.
+  /// For `step`: some thread sleeps inside a device call and may hold locks, so nothing may run now
+  /// that could need them.
   bool is_held() const { return held_; }
   /// For the owner between two sleeps: some thread sleeps inside a call now.
   bool is_in_call() const;
 
-  /// Calls `action` once, on the owner's thread, when time has come to `when` since the start.
+  /// Calls `action` once, on the owner's thread, at time `when` since the start.
   void at(std::chrono::nanoseconds when, std::function<void()> action);
 
-  /// Starts a thread that takes turns with the owner from its first line on. It is joined, after
-  /// `interrupt` or the end of `body`, by the returned handle.
+  /// Starts a thread that takes turns with the owner from the beginning. The returned handle joins
+  /// it, after `interrupt` or the end of `body`.
   std::jthread start_turn_taker(std::function<void()> body);
 
  private:
@@ -85,7 +86,7 @@ class hand_clock : public helpers::time_source, public std::enable_shared_from_t
   std::multimap<std::chrono::nanoseconds, std::function<void()>> actions_;  // owner's thread only
 };
 
-/// A base of tests whose daemon sleeps on a clock of their own.
+/// A base for tests whose daemon sleeps on a separate clock.
 class on_hand_clock {
  protected:
   on_hand_clock() { helpers::waiting::instance().set_source(clock); }

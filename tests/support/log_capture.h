@@ -1,4 +1,4 @@
-// The records that a test causes, past layout and flood guard, in the order they came.
+// The records that a test causes, before layout and flood guard, in order of arrival.
 #pragma once
 
 #include <algorithm>

@@ -1,5 +1,5 @@
-// The node's key store inside this process, usable, with the keys that other services of a node
-// write, and its address and tags in the environment for the time of a test.
+// The node's key store inside this process, ready for use, with the keys that a node's other
+// services write; its address and tags are in the environment for the duration of a test.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// Nodes of the kinds that daemons and devices have, as small as they can be.
+// Minimal nodes of the kinds that daemons and devices have.
 #pragma once
 
 #include <atomic>
@@ -22,9 +22,9 @@ std::shared_ptr<Node> add_node(nx_db& db, const std::string& path, Arguments&&..
   return node;
 }
 
-/// A value given as JSON text that clients read, write and subscribe, and that can be in error.
-/// Holds its mutex while it publishes, as the value classes of a daemon do. Refuses the text "bad",
-/// and, where it was made as a number, anything else.
+/// A value given as JSON text that clients read, write and subscribe to, and that can be in error.
+/// It holds its mutex while it publishes, like the value classes of a daemon. Refuses the text
+/// "bad" and, if it was created as a number, anything else.
 class value_node : public nx_db_event_node {
  public:
   value_node(const std::string& name, std::string json);

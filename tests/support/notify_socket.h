@@ -17,7 +17,7 @@ class notify_socket {
   notify_socket(const notify_socket&) = delete;
   notify_socket& operator=(const notify_socket&) = delete;
 
-  /// True once so many more messages of this text have come than there are now.
+  /// True once this many more messages with this text have arrived.
   bool wait_for_more(const std::string& message, unsigned times = 1);
   /// True once the text is there, or as soon as it comes.
   bool wait_for(const std::string& message);

@@ -1,5 +1,5 @@
 // One whole manager on the simulated plant: real loops, real proxies, in-process trees, a store in
-// memory and a clock that is moved by hand. Nothing here sleeps or opens a socket.
+// memory and a clock moved by hand. Nothing here sleeps or opens a socket.
 #pragma once
 
 #include <chrono>
@@ -23,11 +23,11 @@ class plant_node : public plant_stage {
 
   /// Builds the manager; its waits move time.
   void start();
-  /// The manager ends and another takes its place: devices and store keep what they have.
+  /// The manager ends and another replaces it: devices and store keep their state.
   void restart();
-  /// For whoever starts the manager itself.
+  /// For tests that start the manager themselves.
   std::shared_ptr<manager::interface>& manager() { return manager_; }
-  /// On the models whose channels come by command: all of them, in a mode that regulates. Nothing
+  /// On models with channels by command: adds all of them, in a mode that regulates. Does nothing
   /// on the others.
   void add_channels();
   void add_channel(unsigned centre);
@@ -41,10 +41,10 @@ class plant_node : public plant_stage {
 
   /// One more cycle, whose log says whether a loop is down; the log up to here is forgotten.
   bool is_fully_operational();
-  /// Changes the power of one client at once, so that a correction is due.
+  /// Changes the power of one client instantly, so that a correction is due.
   void disturb(unsigned channel, double db);
 
-  /// Makes the node its own peer: one that is known, where its model is, and has every value.
+  /// Makes the node its own peer: known if its model is, and with every value.
   void face_itself();
 
   /// Names of the devices that the manager holds on to: "booster", "sfp/0".

@@ -1,6 +1,6 @@
-// Two whole managers face to face on the simulated plant, in one process: each on a thread of its
-// own that takes turns with the test on the hand-driven clock, each with its own tree and folder,
-// and each other's tree over the in-process transport as over the supervisory link.
+// Two whole managers face to face on the simulated plant, in one process: each on a thread that
+// takes turns with the test on the hand-driven clock, with its own tree and folder, and with access
+// to the other's tree over the in-process transport, like over the supervisory link.
 #pragma once
 
 #include <array>
@@ -35,8 +35,8 @@ class plant_pair : public plant_stage {
     return static_cast<float>(number_of(tree(node), path));
   }
   std::string text(unsigned node, const std::string& path) { return text_of(tree(node), path); }
-  /// A client's write. While a manager sleeps inside a call to a device it may hold what the write
-  /// wants: as on a node, the write waits until the call has ended, and time goes on meanwhile.
+  /// A client's write. While a manager sleeps inside a device call it may hold what the write
+  /// needs: as on a node, the write then waits until the call has ended, while time continues.
   void write(unsigned node, const std::string& path, const std::string& json);
   /// The manager of a node ends, as a process that is killed: the peer loses its tree.
   void stop_manager(unsigned node);

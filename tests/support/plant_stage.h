@@ -1,5 +1,5 @@
-// What managers on the simulated plant stand on: the plant, its devices' trees in-process, a store
-// in memory, the log and a clock that is moved by hand. Nothing here sleeps or opens a socket.
+// The environment of managers on the simulated plant: the plant, its devices' trees in-process, a
+// store in memory, the log and a clock moved by hand. Nothing here sleeps or opens a socket.
 #pragma once
 
 #include <chrono>

@@ -1,4 +1,4 @@
-// A Redis server of a test's own, on a unix socket below a folder, without files.
+// A Redis server started by a test, on a unix socket under a folder, without files.
 #pragma once
 
 #include <memory>
@@ -18,7 +18,7 @@ class private_redis {
   void hang();   ///< it accepts, and answers nothing until `go_on`
   void go_on();
 
-  /// What KVS_URL is to be.
+  /// The value for KVS_URL.
   std::string url() const;
 
   void set(const std::string& key, const std::string& value) const;

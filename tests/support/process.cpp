@@ -121,8 +121,8 @@ void process::append_output(int output_end, bool& open) {
   changed.notify_all();
 }
 
-/// The exit is told once the output is complete, as far as the process itself wrote it: what its
-/// own children still hold open is not waited for.
+/// The exit is reported once the output is complete, as far as the process itself wrote it; output
+/// that its own children still hold open is not waited for.
 void process::collect(int output_end, int exit_end) {
   bool open = true;
   bool stopping = false;

@@ -1,5 +1,5 @@
-// A child process of a test: what it prints is collected, and the test waits for a text or for its
-// end, never for a time. It ends with the object, and with the test program should that die.
+// A child process of a test: its output is collected, and the test waits for a text or for its end,
+// never for a time. It ends with the object, and with the test program if that dies.
 #pragma once
 
 #include <sys/types.h>

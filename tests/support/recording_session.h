@@ -1,4 +1,4 @@
-// A session that keeps what it is sent.
+// A session that records what it is sent.
 #pragma once
 
 #include <mutex>

@@ -1,5 +1,5 @@
-// A folder of a test's own, gone with the object. Its path is short: unix sockets below it must
-// fit into 108 bytes.
+// A temporary folder, removed with the object. Its path is short: unix sockets in it must fit into
+// 108 bytes.
 #pragma once
 
 #include <string>

@@ -1,5 +1,4 @@
-// Values of a tree as a test reads and writes them: without a session, and with the path in the
-// failure.
+// Values of a tree as read and written by a test: without a session, and with the path in failures.
 #pragma once
 
 #include <memory>

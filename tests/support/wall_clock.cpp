@@ -1,6 +1,6 @@
-// Preloaded into a program: its wall clock, and nothing else of its time, is off by as many seconds
-// as the number in the file that TEST_WALL_CLOCK names says at that moment. Where a program waits
-// by the wall clock, its deadlines then mean nothing to the kernel.
+// Preloaded into a program: its wall clock, and no other clock, is off by the number of seconds in
+// the file named by TEST_WALL_CLOCK at that moment. If a program waits by the wall clock, its
+// deadlines then mean nothing to the kernel.
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>

@@ -1,5 +1,5 @@
-// Clients of a daemon that connect, read, subscribe, and leave in the middle of it, until the
-// object goes. For soaks.
+// Clients of a daemon that connect, read, subscribe, and leave half-way, until the object is
+// destroyed. For soaks.
 #pragma once
 
 #include <atomic>

@@ -97,7 +97,8 @@ unsigned daemon_pair::cycles_until_regulation(unsigned node, std::size_t begin) 
 
 bool daemon_pair::await_line(unsigned node, std::size_t begin) {
   const auto regulates = [&] { return cycles_until_regulation(node, begin) != ~0U; };
-  // Two that meet ask each other for the same values, and may wait for one another for a while.
+  // Two nodes that meet ask each other for the same values, and may wait for one another for a
+  // while.
   for (int round = 0; round < 4; ++round) {
     if (eventually(regulates)) return true;
   }

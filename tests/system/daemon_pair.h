@@ -1,5 +1,5 @@
-// Two daemons face to face, each on a network of its own, with a simulated plant that carries the
-// light between them. Without a supervisory link one daemon faces a peer that the plant plays.
+// Two daemons face to face, each in its own network, with a simulated plant that carries the light
+// between them. Without a supervisory link one daemon faces a simulated peer.
 #pragma once
 
 #include <array>

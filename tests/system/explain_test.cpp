@@ -1,5 +1,5 @@
-// What `lumoractl explain` says of each fault that the lab can make: the first sentence names the
-// cause, and not what it brings about.
+// `lumoractl explain` for each fault that the lab can cause: the first sentence names the cause,
+// not its consequences.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -47,7 +47,7 @@ TEST(explain, names_the_cause_of_each_fault_of_a_node_first) {
       {"config/node/0/laser/19230000/frequencyOffset", "90", "0",
        "192.30 rx is dark, its laser off, off its frequency"},
       {"config/node/0/nexel/booster/state", "\"hung\"", "\"ok\"", "The booster has not answered"},
-      {"config/node/0/rx/monitor/offset", "3.3", "0.3", "Calibration and monitor do not fit"},
+      {"config/node/0/rx/monitor/offset", "3.3", "0.3", "Calibration and monitor do not match"},
   };
   for (const auto& [path, broken, healthy, cause] : table) {
     node.plant().set(path, broken);

@@ -1,5 +1,5 @@
-// What may happen around a daemon that regulates: to its store, its devices and its log. One table;
-// in each row the light stays, a channel that needs it is corrected, and nothing grows.
+// What may happen around a regulating daemon: to its store, its devices and its log. One table; in
+// each row the light stays, a channel that needs it is corrected, and nothing grows.
 #include <fcntl.h>
 #include <fmt/chrono.h>
 #include <fmt/format.h>

@@ -1,5 +1,5 @@
-// The gateway's own process beside a daemon that regulates: what collectors and pages see of it,
-// and of a daemon that is killed and comes back.
+// The gateway's own process beside a regulating daemon: what collectors and pages see of it, and of
+// a daemon that is killed and comes back.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-// Clients that mean ill or are broken, on the sockets of a daemon that regulates: each gets a clear
-// answer or is closed, and neither memory, other clients nor the light take harm.
+// Hostile or broken clients on the sockets of a regulating daemon: each gets a clear answer or is
+// closed, and neither memory, other clients nor the light suffer.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -105,8 +105,8 @@ void ask_too_much(const std::string& socket) {
   }
 }
 
-/// Clients that go in the middle of what they said, or say nothing. Those of a crowd that has just
-/// gone may still count, so that some are refused.
+/// Clients that leave in the middle of a message, or say nothing. Those of an earlier crowd may
+/// still count, so some are refused.
 void come_and_go(const std::string& socket) {
   const auto speak = [&](const std::string& text) {
     try {

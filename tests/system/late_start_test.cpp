@@ -1,4 +1,4 @@
-// What is missing when the daemon starts, or stands still when it is to end.
+// Things missing when the daemon starts, or hung when it is to end.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
@@ -8,8 +8,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// One time-out of a device call, whatever many of them are under way or follow, and what a healthy
-// node may take.
+// One time-out of a device call, however many are pending or follow, and what a healthy node may
+// take.
 constexpr auto stop_limit_with_hung_device = 3s;
 
 TEST(late_start, waits_for_what_is_away_and_ends_in_that_wait_too) {

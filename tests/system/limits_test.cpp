@@ -1,5 +1,5 @@
-// What a daemon does at the ends of its means: memory, tasks, answers that nobody takes, a store
-// without end, a terminal that goes.
+// A daemon at the limits of its resources: memory, tasks, answers that nobody takes, an endless
+// store, a terminal that closes.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -133,7 +133,7 @@ TEST(limits, the_end_of_its_terminal_and_stray_signals_are_none_of_the_daemon) {
   EXPECT_EQ(test::fault_of_end(node.daemon()), "");
 }
 
-/// A store that answers each connection a byte every 50 ms, without end.
+/// A store that answers each connection with a byte every 50 ms, endlessly.
 class dripping_store {
  public:
   explicit dripping_store(const std::string& path)

@@ -1,5 +1,5 @@
 // A node of real processes with its simulated devices: start to regulation, stop in each phase, and
-// what a dead store, dead devices and a restart do to it.
+// the effects of a dead store, dead devices and a restart.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>

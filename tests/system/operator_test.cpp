@@ -1,4 +1,4 @@
-// What an operator types at a node that regulates.
+// Commands that an operator types at a regulating node.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
-// Two daemons face to face, each on a network of its own, over a supervisory link that dies with
-// one of them or is pulled out.
+// Two daemons face to face, each in its own network, over a supervisory link that dies with one of
+// them or is unplugged.
 #include <gtest/gtest.h>
 #include <signal.h>
 

@@ -1,6 +1,5 @@
-// The control tree of the simulated devices, as a test of one node uses it: breaks things, and
-// reads what the light truly does. One connection a call, so that it outlives a restart of the
-// devices.
+// The control tree of the simulated devices, as used by a test of one node: breaks things, and
+// reads the true light. One connection per call, so that it survives a restart of the devices.
 #pragma once
 
 #include <map>

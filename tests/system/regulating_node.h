@@ -1,5 +1,5 @@
-// A node of real processes that regulates the 32 channels of an orvalite: what the stories of
-// faults and recoveries start from.
+// A node of real processes that regulates the 32 channels of an orvalite: the starting point for
+// tests of faults and recoveries.
 #pragma once
 
 #include "tests/support/daemon_node.h"

@@ -1,5 +1,5 @@
-// The light of a node of real processes: how it comes to its targets, and what a dead or hung
-// device does to it.
+// The light of a node of real processes: how it reaches its targets, and the effect of a dead or
+// hung device.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>

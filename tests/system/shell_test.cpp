@@ -1,5 +1,5 @@
-// The outer life of the daemon as a process: what it prints, how it ends, what hinders it and what
-// does not. No devices.
+// The daemon's outer life as a process: what it prints, how it ends, what prevents it from starting
+// and what does not. No devices.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -124,7 +124,7 @@ TEST_F(shell_test, tells_once_what_somebody_has_to_mend) {
   test::process daemon(settings);
   for (const char* fault :
        {"NOTE_LOG_SEVERITY is 'loud', which is no severity", "No calibration of this board in ",
-        "The key holds another type than a text"}) {
+        "The key is not a text"}) {
     EXPECT_TRUE(daemon.wait_for(fault)) << daemon.last_lines();
     EXPECT_TRUE(test::eventually([&] {
       return node.read("insight/start").find(fault) != std::string::npos;

@@ -1,6 +1,6 @@
 // A soak in real time: two daemons face to face, their store and their devices, 200 clients that
-// come and go, and something killed, hung, restarted or unplugged again and again. Prints what it
-// saw; exit code 1 when a node does not come back by itself. Run by tests/soak MINUTES.
+// come and go, and something killed, hung, restarted or unplugged again and again. Prints what
+// happened; exit code 1 if a node does not recover by itself. Run by tests/soak MINUTES.
 #include <fmt/format.h>
 #include <signal.h>
 
@@ -77,7 +77,7 @@ class soak {
     return pair_.await_rest() ? "" : "no rest";
   }
 
-  /// Breaks one thing and mends it; the rest is the daemons' own affair.
+  /// Breaks one thing and mends it; recovering is up to the daemons.
   std::string break_something() {
     const unsigned node = any(pair_.size());
     switch (any(10)) {
@@ -123,7 +123,7 @@ class soak {
     return fmt::format("daemon {} stopped", node);
   }
 
-  /// Clients without measure, one kind after the other.
+  /// Greedy clients, one kind after the other.
   std::string let_clients_storm(unsigned node) {
     const auto socket = pair_.daemon_socket(node);
     for (const auto attack :

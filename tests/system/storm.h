@@ -1,5 +1,5 @@
-// Clients without measure, as threads of the test, and what a node shows of them: the gaps between
-// its cycles, the reads of another client, its memory and threads.
+// Greedy clients, as threads of the test, and their effect on a node: the gaps between its cycles,
+// the reads of another client, its memory and threads.
 #pragma once
 
 #include <sys/types.h>

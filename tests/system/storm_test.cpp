@@ -1,5 +1,5 @@
-// Storms of clients against a daemon that regulates: cycles begin in time, others are answered, and
-// what it took is given back.
+// Storms of clients against a regulating daemon: cycles begin in time, others are answered, and
+// what a storm took is given back.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <sched.h>

@@ -1,6 +1,6 @@
 // The supervisory link between two nodes of a test: two network namespaces, joined by a pair of
-// virtual interfaces called osc0. Gone with the object. The test itself stays outside: it reaches
-// the daemons over their unix sockets.
+// virtual interfaces called osc0. Removed with the object. The test itself stays outside: it
+// reaches the daemons over their unix sockets.
 #pragma once
 
 #include <array>
@@ -16,10 +16,10 @@ class supervisory_link {
  public:
   static constexpr const char* interface = "osc0";
 
-  /// Null where the system refuses namespaces.
+  /// Null if the system does not allow namespaces.
   static std::unique_ptr<supervisory_link> make();
 
-  /// The command that runs what follows it on a node: 0 is fe80::1, 1 is fe80::2.
+  /// The command prefix that runs a command on a node: 0 is fe80::1, 1 is fe80::2.
   std::vector<std::string> enter(unsigned node) const;
 
   /// The calling thread is on a node's network from then on; for who has the privilege.

@@ -1,5 +1,5 @@
 // The daemon under a service manager that watches it, played by the test: it speaks the same
-// protocol on a socket of its own.
+// protocol on a socket.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -63,7 +63,7 @@ TEST_F(watchdog_test, is_fed_in_every_wait_and_told_of_each) {
   const auto before = service_manager.count(fed);
   ASSERT_TRUE(node.wait_for_more(bright));
   EXPECT_GE(service_manager.count(fed), before + 3);
-  EXPECT_TRUE(tells("Not regulating, as the automation mode asks"));
+  EXPECT_TRUE(tells("Not regulating because of the automation mode"));
 
   EXPECT_EQ(test::fault_of_end(node.daemon()), "");
   EXPECT_TRUE(service_manager.wait_for("STOPPING=1"));

@@ -23,7 +23,7 @@ nx::json_document document_of(const std::string& text) {
   try {
     return nx::parse_json(text);
   } catch (const nx_error& error) {
-    throw usage_error("this is no file of parameters: " + error.message);
+    throw usage_error("this is not a file of parameters: " + error.message);
   }
 }
 
@@ -55,7 +55,7 @@ parameter_file parsed_file(const std::string& text) {
   const auto document = document_of(text);
   if (!document.IsObject() || !is_text(document, "format", format_name)) {
     throw usage_error(
-        fmt::format("this is no file of parameters: \"format\" is not \"{}\"", format_name));
+        fmt::format("this is not a file of parameters: \"format\" is not \"{}\"", format_name));
   }
   const auto parameters = document.FindMember("parameters");
   if (!is_text(document, "product") || parameters == document.MemberEnd() ||
@@ -65,7 +65,7 @@ parameter_file parsed_file(const std::string& text) {
   parameter_file file{document["product"].GetString(), {}};
   for (const auto& member : parameters->value.GetObject()) {
     const std::string path = member.name.GetString();
-    if (!path.starts_with("config/")) throw usage_error(path + " in the file is no parameter");
+    if (!path.starts_with("config/")) throw usage_error(path + " in the file is not a parameter");
     file.parameters.emplace_back(path, nx::json_text(member.value));
   }
   return file;

@@ -26,7 +26,7 @@ void check_pattern(const std::string& path) {
   const auto wide = widened(path);
   if (wide == path) return;
   const bool deep = path.find("**/") != path.npos;
-  const auto* rule = deep ? "** stands at the end alone" : "* stands for one whole segment";
+  const auto* rule = deep ? "** is only allowed at the end" : "* stands for one whole segment";
   throw usage_error(
       fmt::format("{}: {}; to choose among more, lumoractl get '{}' | grep ...", path, rule, wide));
 }

@@ -57,7 +57,7 @@ long moment_of(const std::string& word, long now) {
     if (const auto moment = parsed(word, form, now)) return *moment;
   }
   throw usage_error(
-      fmt::format("\"{}\" is no time: 10m, 2h, 12:30 or 2026-01-31T12:30 (UTC)", word));
+      fmt::format("\"{}\" is not a time: 10m, 2h, 12:30 or 2026-01-31T12:30 (UTC)", word));
 }
 
 }  // namespace tools::ctl

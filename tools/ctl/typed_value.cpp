@@ -28,7 +28,7 @@ std::optional<nx::json_document> parsed(const std::string& word) {
 
 [[noreturn]] void refuse(const std::string& word, std::string_view accepted) {
   throw usage_error(
-      fmt::format("\"{}\" is no value for this path, which takes {}", word, accepted));
+      fmt::format("\"{}\" is not a value for this path, which accepts {}", word, accepted));
 }
 
 bool is_negative_number(const std::string& word) {
@@ -96,7 +96,7 @@ std::string typed_value(const std::string& shielded_word, const std::string& val
   if (value_type == "float") return number_value(word, &nx::json_value::IsNumber, "a number");
   if (value_type == "int") return number_value(word, &nx::json_value::IsInt, "a whole number");
   if (value_type == "unsigned int") {
-    return number_value(word, &nx::json_value::IsUint, "a whole number from 0 on");
+    return number_value(word, &nx::json_value::IsUint, "a whole number, 0 or more");
   }
   if (value_type == "string") return string_value(word);
   if (value_type == "json") return json_value_text(word);

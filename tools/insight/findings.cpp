@@ -93,7 +93,7 @@ void add_node_causes(const node_insight& node, std::vector<finding>& found) {
   if (failed == nullptr && !node.tells_of_itself && node.start.empty()) {
     found.push_back({cause::start_failed, "node",
                      "The daemon is still starting, or waits for what it needs to start", "",
-                     "Look at its log: it says what it waits for.", ""});
+                     "Check its log: it says what it is waiting for.", ""});
   }
   if (!node.is_configured && node.tells_of_itself) {
     found.push_back({cause::not_configured, "node",
@@ -158,7 +158,7 @@ constexpr std::array line_rows{
     line_row{line_state::no_supervisory_link, cause::link_down, "The supervisory link is down", "stalled"},
     line_row{line_state::no_peer, cause::no_peer, "There is no peer, so the line is not regulated", "stalled"},
     line_row{line_state::peer_not_known, cause::peer_unknown, "The peer is not known, so the line is not regulated", "stalled"},
-    line_row{line_state::peer_stands_still, cause::peer_stands_still, "The readings of the peer stand still", "stalled"},
+    line_row{line_state::peer_stands_still, cause::peer_stands_still, "The peer's readings do not change", "stalled"},
     line_row{line_state::exhausted, cause::line_exhausted, "The line is at the end of its range", "exhausted"},
     line_row{line_state::far_preamp_saturated, cause::far_preamp_saturated, "The far preamp is saturated", "stalled"},
     line_row{line_state::device_failed, cause::line_device, "A device of the line fails", ""},
@@ -196,7 +196,7 @@ void add_line(const node_insight& node, std::vector<finding>& found) {
   if (row == line_rows.end()) {
     if (state && states::row_of(*state).how == states::severity::working) {
       found.push_back({cause::under_way, "line",
-                       fmt::format("The line is on its way ({}): {}", node.of_line.state_text,
+                       fmt::format("The line is being adjusted ({}): {}", node.of_line.state_text,
                                    node.of_line.why),
                        "", "", ""});
     }
@@ -231,7 +231,7 @@ finding ladder_finding(const node_insight& node, const ladder& side, const rung&
   if (side.fault == "monitor") {
     return {cause::calibration,
             side.side + " " + wrong.point,
-            fmt::format("Calibration and monitor do not fit ({}): {}", side.side, side.why),
+            fmt::format("Calibration and monitor do not match ({}): {}", side.side, side.why),
             "",
             "Compare the calibration file with the board, and the monitor with a meter.",
             ""};
@@ -242,7 +242,7 @@ finding ladder_finding(const node_insight& node, const ladder& side, const rung&
             names + " " + side.side,
             fmt::format("The light of {} is off: {}", names, side.why),
             "",
-            "Look at the client, its patch cord and its port.",
+            "Check the client, its patch cord and its port.",
             ""};
   }
   return {cause::light_path,
@@ -250,7 +250,7 @@ finding ladder_finding(const node_insight& node, const ladder& side, const rung&
           fmt::format("The light that {} is off: {}", side.side == "rx" ? "goes out" : "comes in",
                       side.why),
           "",
-          "Clean and look at what lies there; the ladder shows each point.",
+          "Inspect and clean what lies there; the ladder shows each point.",
           ""};
 }
 
@@ -314,20 +314,20 @@ channel_words words_of(cause of, bool is_rx) {
     case cause::channel_dark:
       return is_rx ? channel_words{"is dark, its laser off, off its frequency or unplugged",
                                    "are dark, their lasers off, off their frequencies or unplugged",
-                                   "Look at the client: its laser, its frequency, its patch cord."}
+                                   "Check the client: its laser, its frequency, its patch cord."}
                    : channel_words{"does not arrive from the line", "do not arrive from the line",
-                                   "Look at the channel at the far node."};
+                                   "Check the channel at the far node."};
     case cause::channel_exhausted:
       return {"cannot reach its target", "cannot reach their targets",
-              "Look at the power of the client, or change what is wanted of the channel."};
+              "Check the power of the client, or change the channel's target."};
     case cause::amplifier_saturated:
       return {"gets no more light: the amplifier is saturated",
               "get no more light: the amplifier is saturated",
-              "Look at the amplifier, or take light off the others."};
+              "Check the amplifier, or reduce the power of other channels."};
     case cause::loop_down:
       return {"is not regulated", "are not regulated", ""};
     case cause::channel_unreadable:
-      return {"cannot be judged", "cannot be judged", "Look at monitor and switch."};
+      return {"cannot be judged", "cannot be judged", "Check monitor and switch."};
     default:
       return {"is on its way", "are on their way", ""};
   }
@@ -368,14 +368,14 @@ void add_loops(const node_insight& node, std::vector<finding>& found) {
     if (down == nullptr || is_of_silent_device(detail(*down, "reason"), found)) continue;
     found.push_back({cause::loop_down, loop,
                      fmt::format("The {} loop is down: {}", loop, detail(*down, "reason")),
-                     "It is set up anew every second.", "", down->time});
+                     "It is set up again every second.", "", down->time});
   }
 }
 
 void add_rest(const node_insight& node, std::vector<finding>& found) {
   for (const auto& each : node.hunting) {
-    found.push_back({cause::hunting, each, fmt::format("{} hunts: it steps to and fro", each), "",
-                     "Look at the noise of the monitor and at what moves the light.", ""});
+    found.push_back({cause::hunting, each, fmt::format("{} hunts: it steps back and forth", each),
+                     "", "Check the monitor's noise and what moves the light.", ""});
   }
   for (const auto& each : node.guards) {
     // What withholds a write because of something that is told already.
@@ -384,7 +384,7 @@ void add_rest(const node_insight& node, std::vector<finding>& found) {
     });
     if (is_told) continue;
     found.push_back({cause::guard, each.on,
-                     fmt::format("Guard {} is at work on {}: {}", each.name, each.on, each.reason),
+                     fmt::format("Guard {} is active on {}: {}", each.name, each.on, each.reason),
                      "", "", each.since});
   }
 }

@@ -41,7 +41,7 @@ std::vector<std::string> convergence::reasons(const view& seen) const {
   for (const auto& row : seen.channels)
     add_channel_reasons(row, reasons);
   if (seen.lms_step_db && std::abs(*seen.lms_step_db) > line_step_db) {
-    reasons.push_back(fmt::format("the line has {:+.2f} dB to go", *seen.lms_step_db));
+    reasons.push_back(fmt::format("the line is {:+.2f} dB off", *seen.lms_step_db));
   }
   if (line_moved(seen))
     reasons.push_back(fmt::format("the line VOA moves ({:.1f} dB)", *seen.voa_db));

@@ -20,7 +20,7 @@ std::filesystem::path first_of(const std::string& checkout, const std::string& i
     if (std::filesystem::exists(place)) return place;
   }
   throw lab_failure(
-      fmt::format("neither {} nor {} is there", in_checkout.string(), installed.string()));
+      fmt::format("neither {} nor {} exists", in_checkout.string(), installed.string()));
 }
 
 }  // namespace

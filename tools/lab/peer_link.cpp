@@ -42,7 +42,7 @@ bool enter_user_namespace() {
 void enter_own_namespace() {
   if (unshare(CLONE_NEWNET) == 0 || enter_user_namespace()) return;
   throw link_refused(
-      fmt::format("This system refuses network namespaces ({})", std::strerror(errno)));
+      fmt::format("This system does not allow network namespaces ({})", std::strerror(errno)));
 }
 
 }  // namespace

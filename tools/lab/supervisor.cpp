@@ -55,7 +55,7 @@ void supervisor::wait_until(const std::string& what, std::chrono::seconds limit,
   while (!condition()) {
     check();
     if (steady::now() >= end) {
-      throw lab_failure(fmt::format("waited {} s in vain for {}", limit.count(), what));
+      throw lab_failure(fmt::format("waited {} s for {} without success", limit.count(), what));
     }
     if (user_.wait(between_looks) == user::event::quit) throw interrupted{};
   }

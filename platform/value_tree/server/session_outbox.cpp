@@ -12,7 +12,7 @@
 namespace nx {
 namespace {
 
-// A session is slow too when the sender cannot keep up with the nodes.
+// A session also counts as slow if the sender cannot keep up with the nodes.
 constexpr std::size_t merging_from = 64 * 1024;
 
 std::string ended_line(const std::string& path, const std::string& reason) {
@@ -25,8 +25,8 @@ std::string ended_line(const std::string& path, const std::string& reason) {
 
 }  // namespace
 
-// First events wait as one text: many thousand of them may come at once, to a client that does not
-// read them yet. That text is put together without the lock, since publishers want it.
+// First events wait as one text: many thousand of them may arrive at once, for a client that does
+// not read them yet. That text is assembled without the lock, since publishers need it.
 bool session_outbox::add_answer(std::string text) {
   std::vector<begun> first;
   std::uint64_t place = 0;
@@ -95,7 +95,7 @@ bool session_outbox::take(std::string& out, std::size_t enough) {
     drop(next);
     const bool is_ended =
         some_ended_ && next.of != no_subscription && subscriptions_.find(next.of) == nullptr;
-    if (!is_ended && !next.line->empty()) {  // empty: a place that was kept for nothing
+    if (!is_ended && !next.line->empty()) {  // empty: a place that was kept in vain
       out += *next.line;
       out += '\n';
     }
@@ -234,8 +234,8 @@ std::vector<std::string> session_outbox::withdraw(const std::string& pattern) {
   return remove_pattern(pattern, false);
 }
 
-// Thousands of paths are compared without the lock, which publishers want: the patterns are changed
-// by the session's own requests alone.
+// Thousands of paths are compared without the lock, which publishers need: only the session's own
+// requests change the patterns.
 std::vector<std::string> session_outbox::remove_pattern(const std::string& pattern,
                                                         bool exact_too) {
   std::vector<std::shared_ptr<const std::string>> paths;
@@ -273,7 +273,7 @@ bool session_outbox::is_subscribed(const std::string& path) const {
 
 nx_subscription_number session_outbox::subscription_number(const std::string& path) const {
   const std::lock_guard lock(mutex_);
-  // Asked for by each node twice while its subscription begins, with the very text that it shares.
+  // Each node asks this twice while its subscription begins, with the very text that it shares.
   if (!begun_.empty()) {
     const auto newest = begun_.back().subscription;
     if (subscriptions_.at(newest).path.get() == &path) return newest;
@@ -320,13 +320,13 @@ void session_outbox::push_end(nx_subscription_number ended, std::string text) {
   push(std::move(text), false);
 }
 
-// What waits of it is not sent any more.
+// Its pending events are not sent any more.
 void session_outbox::end(nx_subscription_number ended) {
   subscriptions_.erase(ended);
   some_ended_ = true;
 }
 
-// From here on events of these subscriptions queue up behind the first ones.
+// From now on events of these subscriptions queue up after the first ones.
 std::vector<session_outbox::begun> session_outbox::open_begun() {
   std::vector<begun> first;
   first.swap(begun_);
@@ -366,7 +366,8 @@ void session_outbox::fill(std::uint64_t number, std::string text) {
 
 bool session_outbox::wake() {
   if (nothing_waits() || !queue_[first_].line) return false;
-  // A slow session sends on by itself; only one that has to be closed needs the sender now.
+  // A slow session continues sending by itself; only one that has to be closed needs the sender
+  // now.
   if (slow_ && bytes_ - answer_bytes_ <= limits::output_bytes_per_session) return false;
   return !std::exchange(woken_, true);
 }

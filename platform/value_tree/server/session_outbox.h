@@ -1,12 +1,11 @@
-// What waits to be sent to one session, and which paths it is subscribed to. Nodes put events in
-// from any thread while they hold their own mutex, so nothing here blocks and no other lock is
-// taken under this one.
+// The pending output of one session, and the paths it is subscribed to. Nodes add events from any
+// thread while they hold their own mutex, so nothing here blocks and no other lock is taken under
+// this one.
 //
-// Events of a path are held back from `begin` until the answer of their subscription is in, and all
-// events from `keep_place` until the answers are in whose place it keeps: an answer with a value
-// that an event has replaced never follows that event. While
-// the session is slow a new event takes the place of the one that waits for the same path: the tree
-// is state, so the newest wins.
+// Events of a path are held back from `begin` until the answer to its subscription is in, and all
+// events from `keep_place` until the answers for the kept place are in: an answer with a value that
+// an event has replaced never follows that event. While the session is slow, a new event replaces
+// the pending one of the same path: the tree represents state, so the newest wins.
 #pragma once
 
 #include <atomic>
@@ -27,39 +26,38 @@ namespace nx {
 
 class session_outbox {
  public:
-  /// `all_answers`: bytes of answers that wait in all sessions of a server, kept up to date here.
+  /// `all_answers`: bytes of pending answers in all sessions of a server, updated here.
   explicit session_outbox(std::atomic<std::size_t>* all_answers = nullptr)
       : all_answers_(all_answers) {}
   ~session_outbox() { count_answers(-static_cast<std::ptrdiff_t>(answer_bytes_)); }
   session_outbox(const session_outbox&) = delete;
   session_outbox& operator=(const session_outbox&) = delete;
 
-  /// Each of these is true when the sender has to be woken: something waits that it was not told
-  /// of.
-  /// `text` is empty for none; subscriptions begun before it are open now.
+  /// Each of these returns true if the sender has to be woken for something it does not know of
+  /// yet. `text` is empty if there is none; subscriptions begun before it are now open.
   bool add_answer(std::string text);
-  /// The next answer stands here, in front of events that come before it. Only for who works that
-  /// answer out without waiting, since the sender gets no further than this.
+  /// Reserves the place of the next answer, before events that arrive until then. Only for an
+  /// answer that is made without blocking, since the sender gets no further than this.
   void keep_place();
   bool deliver(std::shared_ptr<const nx_event> event, nx_subscription_number subscription);
   bool end_subscription(const std::string& path, const std::string& reason);
 
-  /// Moves waiting lines to the end of `out` until it holds `enough` bytes; true if more wait.
-  /// Wakes are due again after it, unless the session is slow: then the sender comes by itself once
-  /// the socket takes more.
+  /// Moves pending lines to the end of `out` until it holds `enough` bytes; true if there are more.
+  /// After this the sender has to be woken again, unless the session is slow: then it continues by
+  /// itself once the socket accepts more.
   bool take(std::string& out, std::size_t enough);
   void set_slow(bool slow);
   std::size_t waiting_bytes() const;
-  /// Of these, what the client has not asked for by name: events. Answers are limited one by one.
+  /// The part that the client has not asked for by name: events. Answers are limited one by one.
   std::size_t waiting_event_bytes() const;
-  /// First events that wait for the answer of their subscription.
+  /// First events waiting for the answer to their subscription.
   std::size_t first_event_bytes() const;
 
-  /// Ends everything; later calls change nothing.
+  /// Ends everything; later calls have no effect.
   void close();
 
-  // Subscriptions: single paths, and patterns that cover paths.
-  // All but the last questions are asked by one request after the other.
+  // Subscriptions: single paths, and patterns that cover paths. All but the last functions are
+  // called for one request at a time.
   /// False if the limit of subscriptions is reached. `exact` is false under a pattern.
   bool begin(const std::shared_ptr<const std::string>& path, bool exact);
   /// Undoes `begin` after a failure.
@@ -68,31 +66,31 @@ class session_outbox {
   bool add_pattern(const std::string& pattern);
   std::size_t pattern_bytes() const;
   bool has_pattern(const std::string& pattern) const;
-  /// Ends the subscriptions that the path or pattern names, and gives the paths that no other
+  /// Ends the subscriptions named by the path or pattern, and returns the paths that no other
   /// subscription covers.
   std::vector<std::string> remove(const std::string& path_or_pattern);
-  /// The same for a pattern that found no room; what was subscribed to by itself stays.
+  /// The same for a pattern that did not fit; paths subscribed to by name stay.
   std::vector<std::string> withdraw(const std::string& pattern);
   bool covered_by_pattern(const std::string& path) const;
   bool is_subscribed(const std::string& path) const;
-  /// Asked for by itself.
+  /// Subscribed to by name.
   bool is_exact(const std::string& path) const;
   std::size_t subscriptions() const;  ///< paths and patterns
   nx_subscription_number subscription_number(const std::string& path) const;
   std::vector<std::shared_ptr<const std::string>> paths() const;
 
  private:
-  // A subscription that is not open yet, and what came for it.
+  // A subscription that is not open yet, and the events for it so far.
   struct begun {
     nx_subscription_number subscription;
     std::shared_ptr<const nx_event> event;
     std::string end;  // the message "ended"
   };
-  // An event's line is that of all its sessions. Null while it is still put together: what is
-  // behind it waits.
+  // An event's line is shared by all its sessions. Null while it is being assembled: later items
+  // wait.
   struct item {
     std::shared_ptr<const std::string> line;
-    nx_subscription_number of;  // no_subscription for what is no event
+    nx_subscription_number of;  // no_subscription if it is not an event
     bool answer = false;
   };
 
@@ -117,9 +115,9 @@ class session_outbox {
   mutable ranked<light_mutex> mutex_{lock_rank::leaf};
   // A vector that is emptied as a whole keeps its memory from event to event.
   std::vector<item> queue_;
-  std::size_t first_ = 0;  // what is in front of it is sent
+  std::size_t first_ = 0;  // everything before it has been sent
   std::uint64_t next_number_ = 1;
-  bool some_ended_ = false;       // the queue may hold events of subscriptions that are no more
+  bool some_ended_ = false;       // the queue may hold events of ended subscriptions
   std::uint64_t kept_place_ = 0;  // 0: none
   std::size_t bytes_ = 0;
   std::size_t answer_bytes_ = 0;  // of these

@@ -58,10 +58,10 @@ void session::subscribe_node(const std::shared_ptr<nx_db_leaf_node>& node, bool 
   }
 }
 
-// Takes what can be subscribed to, and leaves out the rest.
+// Subscribes to everything possible, and skips the rest.
 void session::subscribe_pattern(const std::string& pattern, json_allocator& allocator,
                                 json_value& result, std::unique_lock<std::recursive_mutex>& lock) {
-  // First the pattern, then the nodes that are there: one that comes between is in both.
+  // First the pattern, then the existing nodes: one added in between is in both.
   host_->has_patterns = true;
   if (!outbox_.add_pattern(pattern)) {
     const auto bytes = outbox_.pattern_bytes() + pattern.size();
@@ -80,7 +80,7 @@ void session::subscribe_pattern(const std::string& pattern, json_allocator& allo
         throw;
       } catch (...) {
         const nx_error error = current_node_error();
-        if (error.code == no_room) throw error;  // else it has gone meanwhile
+        if (error.code == no_room) throw error;  // otherwise it has gone meanwhile
       }
     }
   } catch (...) {
@@ -138,7 +138,7 @@ void session::node_added(const std::string& path) {
   if (!busy_ && subscribe_added_at_once()) flush();
 }
 
-// False if a worker does it, since one of the nodes may wait.
+// False if a worker has to do it, since one of the nodes may block.
 bool session::subscribe_added_at_once() {
   if (added_.empty()) return true;
   auto paths = std::exchange(added_, {});
@@ -166,7 +166,7 @@ void session::subscribe_added(const std::vector<std::string>& paths) {
     try {
       subscribe_node(host_->db.node_at(path), false, ignored.GetAllocator(), ignored, lock);
     } catch (...) {
-      // Not a node to subscribe to, or gone again: nobody waits for an answer.
+      // Cannot be subscribed to, or already gone: nobody waits for an answer.
     }
   }
   wake(outbox_.add_answer({}));

@@ -88,32 +88,32 @@ std::vector<rung> rungs_out(const ladder_book::page& page) {
   const mean_of mean(view.lit.size());
   const number far = sums ? sums->far_monitored + view.far_calibration : std::nullopt;
   return {
-      {"client", {}, {}, {}, "unknown: no instrument stands at the client ports"},
+      {"client", {}, {}, {}, "unknown: there is no instrument at the client ports"},
       {"switch",
        mean(usual_input(page)),
        mean(view.input),
        {},
-       "the clients as they were learned, less the attenuations",
+       "the clients' powers as learned, less the attenuations",
        ladder_point::ports},
       {"booster", mean(expected_of(view.output, now.amplifier, usual.amplifier)), mean(view.output),
-       usual.amplifier, "the booster's input and the gain that it tells", ladder_point::amplifier},
+       usual.amplifier, "the booster's input and the gain it reports", ladder_point::amplifier},
       {"line",
        mean(view.sent),
        {},
        {},
-       "the booster's output, less the VOA and the board's losses; no instrument stands here"},
+       "the booster's output, less the VOA and the board's losses; there is no instrument here"},
       {"fibre",
        {},
        {},
        usual.fibre,
-       "loss of the supervisory channel, as it was learned",
+       "loss of the supervisory channel, as learned",
        ladder_point::fibre},
       {"farLine", mean(expected_of(view.received, now.line, usual.line)), mean(view.received),
-       usual.line, "the line, less what the supervisory channel loses in the fibre",
+       usual.line, "the line, less the supervisory channel's loss in the fibre",
        ladder_point::line},
       {"farPreamp", mean(expected_of(far, now.far, usual.far)), mean(far), usual.far,
-       "the far line and the gain that the peer tells", ladder_point::far},
-      {"farClient", {}, {}, {}, "unknown: no instrument stands behind the far switch"},
+       "the far line and the gain the peer reports", ladder_point::far},
+      {"farClient", {}, {}, {}, "unknown: there is no instrument after the far switch"},
   };
 }
 
@@ -121,20 +121,20 @@ std::vector<rung> rungs_in(const ladder_book::page& page) {
   const auto& [view, now, usual, fault] = page;
   const mean_of mean(view.lit.size());
   return {
-      {"farClient", {}, {}, {}, "unknown: the peer does not tell the parts of its way out"},
-      {"farLine", {}, mean(view.sent), {}, "as the peer tells it"},
+      {"farClient", {}, {}, {}, "unknown: the peer does not report the parts of its outgoing path"},
+      {"farLine", {}, mean(view.sent), {}, "as the peer reports it"},
       {"fibre",
        {},
        {},
        usual.fibre,
-       "loss of the supervisory channel, as it was learned",
+       "loss of the supervisory channel, as learned",
        ladder_point::fibre},
       {"line", mean(expected_of(view.received, now.line, usual.line)), mean(view.received),
-       usual.line, "the far line, less what the supervisory channel loses in the fibre",
+       usual.line, "the far line, less the supervisory channel's loss in the fibre",
        ladder_point::line},
       {"preamp", mean(expected_of(view.output, now.amplifier, usual.amplifier)), mean(view.output),
-       usual.amplifier, "the preamp's input and the gain that it tells", ladder_point::amplifier},
-      {"client", {}, {}, {}, "unknown: no instrument stands behind the switch"},
+       usual.amplifier, "the preamp's input and the gain it reports", ladder_point::amplifier},
+      {"client", {}, {}, {}, "unknown: there is no instrument after the switch"},
   };
 }
 
@@ -158,7 +158,7 @@ std::string quoted(std::string_view text) {
 std::string basis_of(const rung& at, number difference) {
   if (at.at && !difference) return std::string("unknown: not all of ") + at.basis + " is known";
   if (!at.usual) return at.basis;
-  return fmt::format("{}; {:+.2f} dB are usual", at.basis, *at.usual);
+  return fmt::format("{}; {:+.2f} dB is usual", at.basis, *at.usual);
 }
 
 /// Per channel if this node's monitor measures it.
@@ -230,8 +230,8 @@ std::string cause_of(const ladder_finding& fault) {
   switch (fault.what) {
     case ladder_fault::port:
       return fmt::format(
-          "{} of the channels {} {:.1f} dB {} light than it was learned with: "
-          "its laser, its patch cord or its port of the switch",
+          "{} of the channels {} {:.1f} dB {} light than it used to: its laser, its patch cord or "
+          "its switch port",
           fault.channels.size(), fault.channels.size() == 1 ? "brings" : "bring up to", by, sign);
     case ladder_fault::connector:
       return fmt::format(
@@ -239,18 +239,18 @@ std::string cause_of(const ladder_finding& fault) {
           "channel has not changed: a connector",
           by, sign);
     case ladder_fault::gain:
-      return fmt::format("the amplifier gives {:.1f} dB {} than it tells", by, sign);
+      return fmt::format("the amplifier gives {:.1f} dB {} than it reports", by, sign);
     case ladder_fault::input_tap:
-      return fmt::format("the tap at the amplifier's input tells {:.1f} dB {} than there is", by,
+      return fmt::format("the tap at the amplifier's input reads {:.1f} dB {} than there is", by,
                          sign);
     case ladder_fault::output_tap:
-      return fmt::format("the tap at the amplifier's output tells {:.1f} dB {} than there is", by,
+      return fmt::format("the tap at the amplifier's output reads {:.1f} dB {} than there is", by,
                          sign);
     case ladder_fault::monitor:
-      return fmt::format("the channel monitor tells {:.1f} dB {} than the amplifier's tap", by,
+      return fmt::format("the channel monitor reads {:.1f} dB {} than the amplifier's tap", by,
                          sign);
     case ladder_fault::span:
-      return fmt::format("the span loses {:.1f} dB {} than it was learned with", by, sign);
+      return fmt::format("the span loses {:.1f} dB {} than it used to", by, sign);
     case ladder_fault::osc_tap:
       break;
   }

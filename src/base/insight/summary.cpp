@@ -170,7 +170,7 @@ json_value rest_of_side(const node_facts& node, bool is_rx, json_allocator& allo
 
 std::string summary_of(const node_facts& node) {
   texts parts;
-  if (!node.is_regulating) parts.emplace_back("not regulating, as the automation mode asks");
+  if (!node.is_regulating) parts.emplace_back("not regulating because of the automation mode");
   add_lost(node, parts);
   add_channels(node, parts);
   add_hunting(node, parts);

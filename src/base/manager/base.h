@@ -65,13 +65,13 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   base();
   virtual ~base();
 
-  /// Builds everything. What a device or the store must answer to is tried once a second, without
-  /// limit; a failure of anything else leaves it.
+  /// Builds everything. Devices and store are retried once a second, without limit; any other
+  /// failure is thrown.
   void start(nx_db& db) override;
-  /// Cycles until *running goes false.
+  /// Runs cycles until *running becomes false.
   void run(nx_db& db, bool* running) override;
 
-  /// One cycle of the main loop, its sleeps included: read inputs, the peer, loops that are down,
+  /// One cycle of the main loop, including its sleeps: read inputs, the peer, loops that are down,
   /// the loops, report.
   void cycle(nx_db& db, const std::shared_ptr<device::interfaces::osc>& osc);
 
@@ -90,36 +90,36 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   virtual unsigned get_slice_count();  ///< of the whole band
   virtual void update_utilization();
   virtual void setup_api(nx_db& db);
-  /// Shuts the amplifiers down once after a coldstart of the system; the marker file remembers it.
+  /// Shuts the amplifiers down once after a coldstart of the system; a marker file records it.
   virtual bool coldstart_once(nx_db& db, bool system_coldstart);
   virtual void create_channel_plans() = 0;
   virtual void create_leds();
   virtual void setup_leds(nx_db& db, bool coldstart);
-  /// Removes channels that stand in one plan only.
+  /// Removes channels that are in one plan only.
   virtual void validate_channel_plans();
   virtual void periodic_update();
   virtual bool supports_embedded_ila();
 
-  /// The commands' JSON is told in docs/tree.md. They throw what the client is answered with.
+  /// docs/tree.md describes the commands' JSON. They throw the client's error.
   bool add_channel(const nx::json_document& request);
   bool remove_channel(const nx::json_document& request);
   void set_log_level(std::string text);
   std::string get_hostname();
 
  protected:
-  /// Further devices of a model's client TX loop; called before its channel plan is set up.
+  /// Additional devices of a model's client TX loop; called before its channel plan is set up.
   virtual void add_client_tx_devices(nx_db& db);
   /// The line with its devices and values, before its first init.
   void build_line(nx_db& db, bool has_voa);
   /// The first init of the line, until it succeeds.
   void init_line(nx_db& db, bool embedded_ila);
-  /// Until the amplifier tells its limit, from which the channels of a fixed plan are published:
-  /// once, when it is there, and not once a second.
+  /// Waits until the amplifier reports its limit, from which the channels of a fixed plan are
+  /// published, so that they are published once and not once a second.
   void await_amplifier(device::interfaces::edfa& amplifier, const char* message);
   /// Both plans with this many slices of 6.25 GHz.
   void create_plans(unsigned slices);
-  /// Calls until the call succeeds, once a second; failures are logged with `message`. Ends early
-  /// only when the process stops.
+  /// Repeats the call once a second until it succeeds; failures are logged with `message`. Ends
+  /// early only if the process stops.
   void retry_until_done(const std::function<void()>& call, const char* message,
                         const std::source_location& where = std::source_location::current());
 
@@ -148,7 +148,7 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
     bool tx;
   };
 
-  /// What failed last in each loop in this cycle; empty for none.
+  /// The last failure of each loop in this cycle; empty if there was none.
   struct loop_failures {
     std::string line;
     std::string rx;
@@ -158,7 +158,7 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   void build(nx_db& db);
   bool read_system_nexels(nx_db& db);
   void disable_amplifiers(nx_db& db);
-  /// Asks all devices at once for what this cycle reads of them without subscription.
+  /// Asks all devices at once for everything that this cycle reads without a subscription.
   void read_inputs(device::interfaces::osc& osc);
   loop_states work(nx_db& db, const std::shared_ptr<device::interfaces::osc>& osc);
   loop_states revive_loops(nx_db& db);
@@ -174,7 +174,7 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   void refresh_published_channels();
 
   nx::thread_owner cycles_;    // the manager thread
-  device::cycle_reads reads_;  // the manager thread's
+  device::cycle_reads reads_;  // used only by the manager thread
   loop_failures failures_;
   std::shared_ptr<::insight::device_board> devices_ = std::make_shared<::insight::device_board>();
   std::shared_ptr<ladders> ladders_ = std::make_shared<ladders>();
@@ -184,7 +184,7 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   ::insight::loop_watch tx_watch_{"client tx"};
   std::shared_ptr<overview> overview_ = std::make_shared<overview>();
   std::shared_ptr<manager::insight> insight_ = std::make_shared<manager::insight>();
-  std::atomic<bool> api_is_whole_{false};  // what commands publish is there
+  std::atomic<bool> api_is_whole_{false};  // the values that commands publish exist
 };
 
 }  // namespace manager

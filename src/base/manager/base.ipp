@@ -40,7 +40,7 @@ base<RX_T, TX_T>::base()
 
 template <class RX_T, class TX_T>
 base<RX_T, TX_T>::~base() {
-  // The LED thread reports into nothing once the loops are gone, and must not outlive this object.
+  // The LED thread reports into the void once the loops are gone, and must not outlive this object.
   if (leds_) leds_->stop();
 }
 
@@ -56,7 +56,7 @@ void base<RX_T, TX_T>::start(nx_db& db) {
 template <class RX_T, class TX_T>
 void base<RX_T, TX_T>::build(nx_db& db) {
   db_ = db;
-  const device::cycle_reads::scope scope(reads_);  // what is read for each channel is read once
+  const device::cycle_reads::scope scope(reads_);  // readings needed for each channel are read once
   LUMORA_LOG(2, "Manager starting up.");
   const bool system_coldstart = read_system_nexels(db);
   coldstart_ = coldstart_once(db, system_coldstart);
@@ -117,7 +117,7 @@ bool base<RX_T, TX_T>::coldstart_once(nx_db& db, bool system_coldstart) {
   LUMORA_LOG(2, "Coldstart detected, shutting down amplifiers.");
   disable_amplifiers(db);
   std::ofstream file(marker);
-  // The amplifiers are off by now: to end here would leave them so.
+  // The amplifiers are off by now: ending here would leave them off.
   if (!file) LUMORA_LOG(2, "Failed to create coldstart marker {}.", marker.string());
   return true;
 }
@@ -127,7 +127,7 @@ void base<RX_T, TX_T>::disable_amplifiers(nx_db& db) {
   device::hardware::edfa preamp(db.get_io_context(), nexel_paths::preamp);
   device::hardware::edfa booster(db.get_io_context(), nexel_paths::booster);
   std::list<device::hardware::edfa*> left_on{&preamp, &booster};
-  // The one that is there is not left on for as long as the other is away.
+  // The one that is present is not left on while the other is away.
   const auto disable = [&] {
     std::exception_ptr failure;
     left_on.remove_if([&](auto* amplifier) {

@@ -102,7 +102,7 @@ void base<RX_T, TX_T>::remove_in_directions(const remove_request& request) {
 template <class RX_T, class TX_T>
 void base<RX_T, TX_T>::refresh_published_channels() {
   update_channel_index();
-  // A command may come between its own node and this value: start brings both up to date then.
+  // A command may come between its own node and this value: start then updates both.
   if (api_is_whole_) update_utilization();
 }
 
@@ -144,7 +144,7 @@ unsigned base<RX_T, TX_T>::get_slice_count() {
 template <class RX_T, class TX_T>
 void base<RX_T, TX_T>::update_utilization() {
   float used_ghz = 0.0f;
-  // Published under the same lock: of two counts the later one stays.
+  // Published under the same lock, so that the later of two counts stays.
   const std::lock_guard lock(rx_plan_->get_mutex());
   for (const auto& [frequency, control] : *rx_plan_->get_channels()) {
     used_ghz += control->get_channel()->get_width();

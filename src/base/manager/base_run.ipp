@@ -35,7 +35,7 @@ void base<RX_T, TX_T>::cycle(nx_db& db, const std::shared_ptr<device::interfaces
   ::insight::event_log::instance().settle();
   if (!automation::instance().is_regulating()) {
     LUMORA_LOG(1, "Automation mode not allowed, sleeping.");
-    helpers::service_manager::instance().status("Not regulating, as the automation mode asks");
+    helpers::service_manager::instance().status("Not regulating because of the automation mode");
     client_rx_->note_idle();
     client_tx_->note_idle();
     line_->note_idle(automation::instance().to_string());

@@ -1,5 +1,5 @@
-// The requests of the two channel commands, taken apart and checked, and the texts about channels
-// that the manager publishes. No device, no plan. Frequencies and widths in units of 10 MHz.
+// The requests of the two channel commands, parsed and checked, and the texts about channels that
+// the manager publishes. Uses no device and no plan. Frequencies and widths in units of 10 MHz.
 #pragma once
 
 #include <set>
@@ -16,7 +16,7 @@ struct channel_directions {
 
 struct add_request {
   unsigned center = 0;
-  unsigned width = 0;  ///< as it came: the client loop knows its band
+  unsigned width = 0;  ///< as sent: the client loop knows its band
   unsigned port = 0;
   channel_directions directions;
 };
@@ -26,9 +26,9 @@ struct remove_request {
   channel_directions directions;
 };
 
-// Throw nx_error -22 with the text of the command: first for what is missing or of another type,
-// which is logged before, then for what is out of its limits, the direction last. A JSON array has
-// no members.
+// These throw nx_error -22 with the text of the command: first for members that are missing or of
+// the wrong type, which is also logged, then for values out of range, the direction last. A JSON
+// array has no members.
 add_request read_add_request(const nx::json_document& document);
 remove_request read_remove_request(const nx::json_document& document);
 

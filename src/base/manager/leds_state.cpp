@@ -173,7 +173,7 @@ bool leds::may_write(bool all_known) {
       guards::panel_waits_for_channels(all_known, now - unknown_since_.value_or(now));
   helpers::guard_register::instance().show(
       guards::panel_unknown_channel, "panel", !all_known && !waits,
-      "a channel has not told its state, the others are shown");
+      "a channel has not reported its state, the others are shown");
   return !waits;
 }
 

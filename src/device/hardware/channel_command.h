@@ -16,17 +16,17 @@ template <class Value>
 void run_channel_command(nexel_client_api& client, const std::string& path, const Value& request,
                          const char* failure);
 
-/// As the former, but within a turn of `cycle_writes` its answer is waited for at the turn's end.
+/// As above, but within a turn of `cycle_writes` its answer is awaited at the end of the turn.
 void run_channel_command_in_turn(nexel_client_api& client, const std::string& path,
                                  const std::string& request, const char* failure);
 
-/// A command that is on its way: what is asked of the nexel meanwhile is answered behind it.
+/// A command in flight: later requests to the nexel are answered after it.
 class sent_channel_command {
  public:
-  /// The client outlives it; `failure` is a literal.
+  /// The client must outlive it; `failure` is a literal.
   sent_channel_command(nexel_client_api& client, std::string path, const std::string& request,
                        const char* failure);
-  /// Waits for the answer, once; throws as `run_channel_command`.
+  /// Waits for the answer, once; throws like `run_channel_command`.
   void wait();
 
  private:

@@ -68,7 +68,7 @@ void line<T>::manage_line(nx_db& db, bool) {
       break;
     default:
       this->judge(base::line_reason::node_leaves_alone, {},
-                  "automation mode embedded sets it against an in-line amplifier alone");
+                  "automation mode embedded sets it only with an in-line amplifier as the peer");
       LUMORA_LOG_DIRECT(3, "manage_line",
                         "Automationmode neither managedCLI mode nor managedNetconfMode");
   }

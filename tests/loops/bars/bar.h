@@ -1,6 +1,6 @@
-// What the regulation is measured by: each bar is a case that happens to a node on the simulated
-// plant, the figures that come out of it, and what they may be at most. A program prints them for
-// every model; the measuring itself throws when the case cannot be brought about.
+// How the regulation is measured: each bar is a case that happens to a node on the simulated plant,
+// its resulting figures, and their upper limits. A program prints them for every model; a
+// measurement throws if the case cannot be brought about.
 #pragma once
 
 #include <cstdint>
@@ -10,9 +10,9 @@
 
 namespace bars {
 
-/// A figure that is shown and judged by no limit.
+/// A figure that is shown but not limited.
 inline constexpr double any = std::numeric_limits<double>::infinity();
-/// What stands for a time when the awaited did not come.
+/// Used for a time if the awaited event did not happen.
 inline constexpr double never = 999.0;
 
 struct limit {
@@ -43,7 +43,7 @@ std::vector<bar> truth_bars();
 
 inline const std::vector<std::string> all_models{"orvalite",  "orvamax",  "orvapro",
                                                  "orvakinet", "selkamin", "selkaplus"};
-/// Whose attenuator follows the far preamp in a closed loop.
+/// Models whose attenuator follows the far preamp in a closed loop.
 inline const std::vector<std::string> line_models{"orvalite", "orvamax", "orvapro"};
 inline const std::vector<std::string> orva_models{"orvalite", "orvamax", "orvapro", "orvakinet"};
 inline const std::vector<std::string> selka_models{"selkamin", "selkaplus"};

@@ -1,4 +1,4 @@
-// How fast channels find their targets, and that one channel's change leaves the others alone.
+// How fast channels reach their targets, and that a change of one channel leaves the others alone.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -13,8 +13,8 @@ namespace {
 figures first_channel(const std::string& model, std::uint64_t seed) {
   const auto node = started(dark_topology(model, seed));
   const auto channel = node->channels()[node->channels().size() / 2];
-  // One cycle after its light the channel still stands at the parked attenuation: what it lacks
-  // there says how weak the laser must be for an error of 15 dB.
+  // One cycle after it is lit, the channel is still at the parked attenuation: its error there says
+  // how weak the laser must be for an error of 15 dB.
   auto laser = node->plant().get_laser(0, channel);
   laser.on = true;
   laser.ramp_s = 0.0;

@@ -6,7 +6,7 @@ namespace bars {
 
 const std::vector<known_miss>& known_misses() {
   static const std::vector<known_miss> misses{
-      // What the dead band lets stand.
+      // The error that the dead band permits.
       {"half-band", "dB of a survivor after 6 s",
        "orvalite orvamax orvapro orvakinet selkamin selkaplus", 0.47},
       // The monitor's noise at the dead band's edge.

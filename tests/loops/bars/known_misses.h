@@ -1,5 +1,5 @@
-// Where the law of regulation itself does not reach a bar, with the figure it comes to at most.
-// docs/control.md tells why; any worse figure is a fault.
+// Where the control law itself misses a bar, with its worst figure. docs/control.md says why; any
+// worse figure is a fault.
 #pragma once
 
 #include <string>
@@ -10,13 +10,13 @@ namespace bars {
 struct known_miss {
   const char* bar;
   const char* what;
-  const char* models;  ///< which it holds for, apart by blanks
+  const char* models;  ///< models concerned, separated by blanks
   double at_most;
 };
 
 const std::vector<known_miss>& known_misses();
 
-/// The limit with what is known of this model: never lower than `limit`.
+/// The limit including the known miss of this model: never lower than `limit`.
 double limit_for(const std::string& bar, const std::string& what, const std::string& model,
                  double limit);
 

@@ -39,7 +39,7 @@ figures a_slow_part(const std::string& model, std::uint64_t seed) {
   return worst;
 }
 
-/// Seconds from the device's coming to a channel's first correction, or to a node that needs none.
+/// Seconds from the device's arrival to a channel's first correction, or to a node that needs none.
 double regulation_after(plant_node& node, const std::string& device, double jump_db) {
   constexpr auto late_by = 30s;
   const auto channel = node.channels()[5];

@@ -38,7 +38,7 @@ figures both_lines_off(const std::string& model, std::uint64_t seed) {
   return {seconds(std::max(near.last_write(), far.last_write())), -lowest};
 }
 
-/// Least attenuation of what parks in the dark, less where it parks.
+/// Least attenuation of what parks in the dark, less its parking attenuation.
 double least_above_default_db(plant_pair& pair, const std::string& model) {
   constexpr double voa_preset_db = 5.0;
   constexpr double drop_default_db = 5.0;
@@ -59,7 +59,7 @@ double least_above_default_db(plant_pair& pair, const std::string& model) {
 figures a_cut_that_is_mended(const std::string& model, std::uint64_t seed) {
   plant_pair pair(pair_of(model, seed));
   auto& plant = pair.plant();
-  // A longer span, so that what has to close for the dark stands below its default.
+  // A longer span, so that what has to close for the dark is below its default.
   for (unsigned fibre : {0u, 1u})
     plant.set_span_offset(fibre, 3.0);
   bring_to_rest(pair, 5min);

@@ -1,5 +1,5 @@
-// Prints the bars of regulation with what each model comes to, the worst of the seeds, as the table
-// that docs/control.md keeps. Exit code 1 when a bar is missed beyond what is known of the law.
+// Prints the bars of regulation with the results of each model, the worst of the seeds, as the
+// table in docs/control.md. Exit code 1 if a bar is missed by more than the law's known misses.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -71,7 +71,7 @@ std::vector<bars::job> jobs_of(const std::vector<bars::bar>& all, const options&
   return jobs;
 }
 
-/// The worst of the seeds; none when one of them failed or the model has no such part.
+/// The worst of the seeds; empty if one of them failed or the model has no such part.
 std::optional<double> worst(const std::vector<bars::job>& jobs, const bars::bar& bar,
                             const std::string& model, std::size_t column) {
   std::optional<double> result;

@@ -1,4 +1,4 @@
-// What the cases share: nodes of a model and a seed, waits that give seconds, and where a channel
+// Shared by the cases: nodes of a model and a seed, waits that return seconds, and where a channel
 // may rest.
 #pragma once
 
@@ -46,7 +46,7 @@ double seconds_until(plant_node& node, const std::function<bool()>& condition, n
 double seconds_after_jump(plant_node& node, unsigned channel,
                           const std::function<bool()>& condition);
 
-/// Of the channel that took most of them.
+/// For the channel with the most of them.
 double most_steps(const plant_node& node, const channel_watch& watch);
 
 /// Within the dead band at its attenuation, and the monitor's noise at its edge.

@@ -1,5 +1,5 @@
-// Numbers that nothing measures, and text, in the place of what the loops go by: of own devices
-// and of the peer's.
+// Impossible numbers, and text, in place of the readings used by the loops: those of our own
+// devices and of the peer.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -52,7 +52,7 @@ std::vector<told> readings_of(const std::string& model, unsigned channel) {
   return all;
 }
 
-/// The peer's family: what the model knows best.
+/// The peer's family: the one that the model works with best.
 std::string peer_of(const std::string& model) {
   if (model == "selkamin") return "selka-min";
   if (model == "selkaplus") return "selka-plus";
@@ -121,8 +121,8 @@ figures every_value(const std::string& model, std::uint64_t seed) {
 }  // namespace
 
 std::vector<bar> nonsense_bars() {
-  // A channel or line that rests at the edge of its dead band may be taken out of it by noise, at
-  // any time, and takes half a dB at most.
+  // Noise may at any time move a channel or line that rests at the edge of its dead band out of it,
+  // which costs at most half a dB.
   constexpr double noise_db = 0.6;
   return {{"nonsense",
            "numbers that nothing measures, and text, told for a second or longer",

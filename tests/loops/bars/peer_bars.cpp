@@ -1,4 +1,4 @@
-// Peers that fail while their preamp reads saturated, and dead services behind a line.
+// Peers that fail while their preamp reads saturated, and dead services on a line.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -10,10 +10,10 @@ namespace bars {
 
 namespace {
 
-/// How far the attenuator closes after a failure that leaves nothing to go by, and after one that
-/// leaves a peer which tells of its preamp.
+/// How far the attenuator closes after a failure that leaves no information, and after one of a
+/// peer that still reports its preamp.
 figures a_saturated_peer(const std::string& model, std::uint64_t seed) {
-  // The preamp has 3 dB to spare; orvapro puts up with 4 dB of saturation.
+  // The preamp has a margin of 3 dB; orvapro tolerates 4 dB of saturation.
   const double missing_db = model == "orvapro" ? 6.0 : 2.8;
   plant_pair pair(pair_of(model, seed));
   bring_to_rest(pair, 3min);
@@ -88,7 +88,7 @@ figures a_dead_service(const std::string& model, std::uint64_t seed) {
 
 std::vector<bar> peer_bars() {
   return {
-      // The step that was due when it failed may still come.
+      // The step that was due at the time of the failure may still come.
       {"saturated-peer",
        "a peer that fails while its preamp reads saturated",
        {{"dB closed in its silence", 1.05}, {"dB closed beyond the need", 0.05}},

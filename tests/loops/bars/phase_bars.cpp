@@ -1,4 +1,4 @@
-// Light that comes, jumps or is given another target at every phase of the monitor's pass against
+// Light that appears, jumps or gets another target at every phase of the monitor's pass relative to
 // the cycle and the switch's settling.
 #include <fmt/format.h>
 #include <rapidjson/document.h>
@@ -32,7 +32,7 @@ unsigned id_of(plant_node& node, unsigned channel) {
   return index[static_cast<rapidjson::SizeType>(place)].GetUint();
 }
 
-/// A channel whose target moves as it is told.
+/// A channel whose target can be moved.
 class aimed_channel {
  public:
   aimed_channel(plant_node& node, std::size_t place)

@@ -1,5 +1,5 @@
-// That a node at rest is left alone, also while something it does not need for it is dead, and how
-// soon it corrects again afterwards.
+// A node at rest is left alone, even while something it does not need is dead; and how soon it
+// corrects again afterwards.
 #include <algorithm>
 
 #include "platform/kvs_client/kvs_client.h"

@@ -52,7 +52,7 @@ child start(job& what, pid_t& pid) {
   return {&what, ends[0], clock::now()};
 }
 
-/// The figures fit into a pipe, so that the child never waits for its reader.
+/// The figures fit into a pipe, so the child never waits for its reader.
 void take_result(const child& of, bool well) {
   figures found(of.of->of->limits.size());
   const auto size = found.size() * sizeof(double);

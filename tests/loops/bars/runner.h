@@ -1,5 +1,5 @@
-// Runs measurements in processes of their own, some at a time: managers and plant live on
-// process-wide clocks and stores, and one that dies takes no other with it.
+// Runs measurements in separate processes, several at a time: managers and plant use process-wide
+// clocks and stores, and a crash affects only one.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// Switches and amplifiers that lie, refuse, move late or tell what was before.
+// Switches and amplifiers that lie, refuse, move late or repeat old readings.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -149,7 +149,7 @@ figures a_falling_limit(const std::string& model, std::uint64_t seed) {
 std::vector<bar> switch_bars() {
   return {
       {"one-refuses",
-       // A pass of the monitor and the cycle after it, as noise happens to draw them.
+       // A pass of the monitor and the cycle after it, depending on the noise.
        "one channel whose device refuses writes or reads",
        {{"s without", any}, {"s of the others", any}, {"s longer", 1.5}},
        all_models,

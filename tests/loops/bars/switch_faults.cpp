@@ -62,7 +62,7 @@ switch_spoiler::switch_spoiler(test::plant_node& node, const std::string& model,
                           what == switch_fault::moves_late ? write_fault::late(1500ms)
                                                            : write_fault::lost().each(10));
   } else if (what == switch_fault::moves_late) {
-    // A write to the store is late on its way to the switch, never lost.
+    // A write to the store reaches the switch late, but is never lost.
     store_ = std::make_shared<slow_store>();
     plant.set_switch_source([store = store_](const std::string& module, unsigned channel) {
       return (*store)(module, channel);

@@ -1,5 +1,5 @@
-// What a channel switch can do wrong, on the models that write to it and on those whose switch
-// follows the key store.
+// The faults of a channel switch, on models that write to it and on those whose switch follows the
+// key store.
 #pragma once
 
 #include <map>

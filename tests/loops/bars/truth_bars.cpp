@@ -1,4 +1,4 @@
-// What nodes show of spans and of signal to noise, against what is true of the plant.
+// What nodes show of span losses and signal-to-noise ratio, compared with the plant's truth.
 #include <algorithm>
 #include <cmath>
 

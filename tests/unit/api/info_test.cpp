@@ -1,4 +1,4 @@
-// The records that the kinds of value give about themselves: management software reads them.
+// The records of the kinds of value about themselves, which management software reads.
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 

@@ -1,4 +1,4 @@
-// Values that are made when somebody looks: between two looks nothing is asked of their owner.
+// Values that are computed on demand: their owner is not asked in between.
 #include "api/lazy_value.h"
 
 #include <gmock/gmock.h>

@@ -1,5 +1,5 @@
-// Channel commands of several sessions at once, and on devices that refuse what they have: the
-// client loop of the selka models between fake devices.
+// Concurrent channel commands from several sessions, and on devices that refuse channels they have:
+// the client loop of the selka models between fake devices.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 

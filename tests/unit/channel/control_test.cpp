@@ -1,4 +1,4 @@
-// The regulator of one channel, cycle by cycle: when it may be touched, and what a step is.
+// The regulator of one channel, cycle by cycle: when it may step, and how large a step is.
 #include <gtest/gtest.h>
 
 #include <limits>

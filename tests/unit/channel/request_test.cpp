@@ -1,4 +1,4 @@
-// The texts of channel commands and stored plans: what is taken, what is refused and with which
+// The texts of channel commands and stored plans: what is accepted, what is refused and with which
 // words.
 #include <fmt/format.h>
 #include <gtest/gtest.h>

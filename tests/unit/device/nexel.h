@@ -1,4 +1,4 @@
-// A nexel made of the paths that a test names, reached in-process, which notes each access to it.
+// A nexel with the paths that a test names, reached in-process, which records each access.
 #pragma once
 
 #include <rapidjson/document.h>

@@ -1,5 +1,5 @@
-// What a proxy makes of the values that it reads, what it says when a command is refused, and the
-// order of its writes. That the paths exist is seen wherever it meets the simulated devices.
+// How a proxy converts the values that it reads, what it says if a command is refused, and the
+// order of its writes. Whether the paths exist shows wherever it meets the simulated devices.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 

@@ -1,5 +1,5 @@
-// What the proxies do beyond a read or a write: subscriptions, retries, limits, what they remember
-// and what they refuse.
+// What the proxies do beyond single reads and writes: subscriptions, retries, limits, memory and
+// refusals.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

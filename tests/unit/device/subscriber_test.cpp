@@ -42,7 +42,7 @@ class counted_time : public helpers::time_source {
   std::function<void(unsigned)> at_sleep;
 };
 
-/// A client in whose place the test reports to the subscriptions.
+/// A client through which the test itself reports to the subscriptions.
 class test_client : public nexel_client_api {
  public:
   void server_call(std::shared_ptr<nexel_request>) override {}

@@ -1,5 +1,5 @@
-// What a page sees of the tree: present values, changes, a daemon that goes and comes back, and
-// what was missed meanwhile.
+// A page's view of the tree: present values, changes, a daemon that goes and comes back, and what
+// was missed meanwhile.
 #include <atomic>
 
 #include "tests/unit/gateway/gateway_fixture.h"

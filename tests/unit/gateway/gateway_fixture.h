@@ -1,4 +1,4 @@
-// A gateway on a port of the loopback over a tree of the test's own, and clients that send bytes.
+// A gateway on a port of the loopback with a tree served by the test, and clients that send bytes.
 #pragma once
 
 #include <arpa/inet.h>

@@ -1,4 +1,4 @@
-// From values of the tree to what a collector reads.
+// From values of the tree to the text that a collector reads.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>

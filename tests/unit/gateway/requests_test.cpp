@@ -1,4 +1,4 @@
-// Requests of all kinds, well meant and ill: each has its answer, and the next client is served.
+// Requests of all kinds, friendly and hostile: each gets its answer, and the next client is served.
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 #include <openssl/x509.h>
@@ -63,8 +63,7 @@ TEST_F(requests, each_has_its_answer) {
       {"another method", "DELETE / HTTP/1.1\r\nHost: localhost\r\n\r\n", "405 Method"},
       {"another's name", "GET / HTTP/1.1\r\nHost: evil.example\r\n\r\n", "421 "},
       {"no name", "GET / HTTP/1.1\r\n\r\n", "lacks a Host"},
-      {"two names", "GET / HTTP/1.1\r\nHost: localhost\r\nHost: b\r\n\r\n",
-       "A header stands twice"},
+      {"two names", "GET / HTTP/1.1\r\nHost: localhost\r\nHost: b\r\n\r\n", "A header is repeated"},
       {"no HTTP", "hello there\r\n\r\n", "400 Bad"},
       {"two lengths",
        "POST /api/v1/run HTTP/1.1\r\nHost: localhost\r\nContent-Length: 1\r\n"
@@ -81,7 +80,7 @@ TEST_F(requests, each_has_its_answer) {
       {"a header behind the body",
        "POST /api/v1/run HTTP/1.1\r\nHost: localhost\r\nTransfer-Encoding: chunked\r\n\r\n"
        "0\r\nX-Lumora-Request: page\r\n\r\n",
-       "A header stands behind the body"},
+       "A header follows the body"},
       {"a body that waits for a word",
        "PUT /api/v1/values HTTP/1.1\r\nHost: localhost\r\nContent-Length: 9\r\n"
        "Expect: 100-continue\r\n\r\n{\"a/b\":1}",
@@ -222,12 +221,12 @@ TEST_F(requests, what_would_open_the_node_is_no_way_to_start) {
                 o.listen = "0.0.0.0:0";
                 o.token_file = token_file();
               }),
-              HasSubstr("by TLS only"));
+              HasSubstr("over TLS only"));
   EXPECT_THAT(refusal_of([](auto& o) { o.allow_writes = true; }), HasSubstr("needs --token-file"));
   EXPECT_THAT(refusal_of([&](auto& o) { o.token_file = open_file; }),
-              HasSubstr("Everybody can read"));
+              HasSubstr("Others can read"));
   EXPECT_THAT(refusal_of([this](auto& o) { o.token_file = folder.write("short", "12345"); }),
-              HasSubstr("Everybody can read"));
+              HasSubstr("Others can read"));
   EXPECT_THAT(refusal_of([this](auto& o) {
                 o.certificate = folder.file("old.pem");
                 o.key = folder.file("old.key");

@@ -1,4 +1,4 @@
-// The guards over a channel's steps, as rows of what a cycle sees: when the next step may be taken.
+// The guards on a channel's steps, as rows of what a cycle sees: when the next step may be taken.
 #include "base/guards/channel_step.h"
 
 #include <gtest/gtest.h>

@@ -93,9 +93,9 @@ TEST_F(calibration_test, takes_no_pipe_device_folder_or_image) {
   ASSERT_TRUE(std::ofstream(image).put('x'));
   std::filesystem::resize_file(image, 1'000'000'000);  // sparse
   const std::pair<std::string, std::string> table[] = {
-      {pipe, " is no regular file"},
-      {"/dev/zero", " is no regular file"},
-      {folder.path(), " is no regular file"},
+      {pipe, " is not a regular file"},
+      {"/dev/zero", " is not a regular file"},
+      {folder.path(), " is not a regular file"},
       {image, " is longer than 262144 bytes"},
   };
   for (const auto& [path, fault] : table) {

@@ -177,7 +177,7 @@ TEST_F(kvs_client_test, values_survive_as_they_are) {
   }
   EXPECT_THAT(
       failure_of([&] { client.set<float>("k", std::numeric_limits<float>::quiet_NaN(), 10); }),
-      HasSubstr("no finite number"));
+      HasSubstr("not a finite number"));
 }
 
 TEST_F(kvs_client_test, an_error_of_the_store_leaves_the_connection_alive) {

@@ -1,5 +1,5 @@
-// What debug builds end at: locks taken against their order, and a second thread where one alone
-// has business.
+// What makes debug builds abort: locks taken out of order, and a second thread where only one is
+// allowed.
 #include <gtest/gtest.h>
 
 #include <mutex>

@@ -37,7 +37,7 @@ class product final : public manager::interface {
 };
 
 /// The daemon's core on a tree, with the store inside the process and a clock that moves when the
-/// core sleeps: `clock->at` is what happens in the node meanwhile.
+/// core sleeps: `clock->at` sets what happens in the node meanwhile.
 struct lumora_manager_test : testing::Test, test::on_hand_clock {
   void start_core() {
     std::shared_ptr<manager::interface> as_interface = model;

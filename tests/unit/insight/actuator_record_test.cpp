@@ -1,4 +1,4 @@
-// What the steps of an attenuator are called: an approach, a drift, or hunting.
+// How the steps of an attenuator are classified: an approach, a drift, or hunting.
 #include "base/insight/actuator_record.h"
 
 #include <gtest/gtest.h>

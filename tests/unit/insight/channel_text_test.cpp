@@ -1,4 +1,4 @@
-// What is told of a channel and of the node in words.
+// Sentences about a channel and about the node.
 #include "base/insight/channel_text.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// What the log of events tells a client that comes late, one that watches, and of what others do.
+// What the event log shows to a client that comes late, to a subscriber, and about others' actions.
 #include "base/insight/event_log.h"
 
 #include <gmock/gmock.h>
@@ -155,7 +155,7 @@ TEST_F(event_log_test, tells_a_line_that_stands_still_once_and_its_end) {
   stand(product_not_known, 15);
   stand(within_rest, 1);
   EXPECT_THAT(told(), ElementsAre(AllOf(HasSubstr(R"("stalled","on":"line","state":"peer's)"),
-                                        HasSubstr("has told nothing new for")),
+                                        HasSubstr("has reported nothing new for")),
                                   HasSubstr(R"("resumed","on":"line","state":"peer's readings)"),
                                   HasSubstr(R"("exhausted","on":"line")"),
                                   HasSubstr(R"("resumed","on":"line","state":"exhausted")"),

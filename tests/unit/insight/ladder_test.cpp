@@ -1,5 +1,5 @@
-// The arithmetic of the ladder on a path of round numbers: what each fault leaves between the
-// instruments, and what cannot be told.
+// The arithmetic of the ladder on a path with round numbers: the trace of each fault between the
+// instruments, and what cannot be determined.
 #include "base/insight/ladder.h"
 
 #include <gmock/gmock.h>
@@ -160,7 +160,7 @@ TEST(ladder_book, learns_in_a_minute_believes_five_looks_and_accepts_in_a_day_wh
   ASSERT_TRUE(book.open().fault);
   EXPECT_THAT(
       ladder_json(book.open(), rx),
-      HasSubstr(R"("why":"at the booster: the amplifier gives 3.0 dB less than it tells")"));
+      HasSubstr(R"("why":"at the booster: the amplifier gives 3.0 dB less than it reports")"));
   look(sound(rx), 5);
   EXPECT_FALSE(book.open().fault);
   // A longer way may be meant; an amplifier that gives less than it tells is never.

@@ -1,5 +1,5 @@
-// Which LED shows which channel, when a colour goes to the panel, and what a panel that fails does
-// to that.
+// Which LED shows which channel, when a colour is sent to the panel, and the effect of a failing
+// panel.
 #include <gtest/gtest.h>
 
 #include "products/orva/leds.h"

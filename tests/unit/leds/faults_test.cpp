@@ -1,5 +1,5 @@
-// What a panel that is away, slow or broken in one LED does to the loops' reports, to the other
-// LEDs and to the log.
+// The effect of a panel that is away, slow or has one broken LED on the loops' reports, the other
+// LEDs and the log.
 #include <gtest/gtest.h>
 
 #include <thread>

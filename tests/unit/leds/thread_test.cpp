@@ -1,5 +1,5 @@
-// The LED thread through its states and to its end, and the LED test at a coldstart, on a clock
-// that moves by hand.
+// The LED thread through its states and to its end, and the LED test at a coldstart, on a
+// hand-driven clock.
 #include <gtest/gtest.h>
 
 #include "helpers/waiting.h"

@@ -1,5 +1,5 @@
-// The states of the fibre: what one cycle does in each, and the stories of a coldstart, a cut and a
-// mended fibre.
+// The states of the fibre: one cycle in each, and a coldstart, a cut and a mended fibre from
+// beginning to end.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// The regulator against an in-line amplifier: collecting, first setting, watching.
+// The regulator for an in-line amplifier: collecting, first setting, watching.
 #include <gtest/gtest.h>
 
 #include "tests/support/log_capture.h"

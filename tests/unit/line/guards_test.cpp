@@ -1,4 +1,4 @@
-// The rules that stand before the line's writes, as tables.
+// The rules that guard the line's writes, as tables.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,5 +1,5 @@
-// A line loop between fake devices, with a real peer API towards a tree in-process and a clock that
-// is moved by hand. What the loop does to its devices stands in a journal.
+// A line loop between fake devices, with a real peer API towards a tree in-process and a
+// hand-driven clock. A journal records what the loop does to its devices.
 #pragma once
 
 #include <fmt/format.h>

@@ -1,4 +1,4 @@
-// The regulator against a peer with channels, cycle by cycle.
+// The regulator for a peer with channels, cycle by cycle.
 #include <gtest/gtest.h>
 
 #include "tests/support/log_capture.h"

@@ -1,4 +1,5 @@
-// docs/models.md against the table: a column and a section for each model, and the facts of both.
+// Compares docs/models.md with the table: a column and a section for each model, and the facts in
+// both.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 

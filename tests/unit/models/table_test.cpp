@@ -1,5 +1,5 @@
-// Whether what the table says of a model agrees with itself, and whether those who choose by model
-// know every row.
+// Whether the table's facts about a model are consistent, and whether code that chooses by model
+// covers every row.
 #include <gtest/gtest.h>
 
 #include <fstream>

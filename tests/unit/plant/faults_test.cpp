@@ -1,5 +1,5 @@
-// Devices that lie, stand still or lose what they are told: what a client sees of each fault, by
-// reading and by subscription, and that nothing of it is left when the fault has ended.
+// Devices that lie, freeze or lose commands: what a client sees of each fault, by reading and by
+// subscription, and that nothing of it remains when the fault has ended.
 #include "sim/faults.h"
 
 #include <gmock/gmock.h>

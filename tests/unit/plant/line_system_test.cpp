@@ -1,5 +1,4 @@
-// The whole road of light: that the default numbers fit together, and how the parts act on each
-// other.
+// The whole light path: that the default numbers fit together, and how the parts affect each other.
 #include "sim/plant/line_system.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// The arithmetic of light, by the figures that the field knows.
+// The arithmetic of light, checked against figures known in the field.
 #include <gtest/gtest.h>
 
 #include "sim/optics/amplifier_gain.h"

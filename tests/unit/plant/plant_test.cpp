@@ -1,5 +1,5 @@
-// The plant as tests and the simulator use it: repeatable by its seed, broken and mended by its
-// controls, and its services strict about what they are told.
+// The plant as used by tests and the simulator: repeatable by its seed, broken and mended by its
+// controls, and with services that check their input.
 #include "sim/plant.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,4 @@
-// Topology files: what a faulty one is told, and that those which are shipped say what the defaults
-// say.
+// Topology files: errors reported for faulty ones, and the shipped ones match the defaults.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -25,7 +24,7 @@ TEST(topology, faults_name_the_place_what_was_found_and_what_is_accepted) {
       {R"({"nodes":[{"product":"orvaxl"}]})", "product: found 'orvaxl', accepted are orvalite, "},
       {R"({"nodes":[{},{},{}]})",
        "nodes: found 3 elements, accepted is an array of one or two objects"},
-      {R"({"seed":-1,"nodes":[{}]})", "seed: found -1, accepted is an integer from 0 up"},
+      {R"({"seed":-1,"nodes":[{}]})", "seed: found -1, accepted is an integer, 0 or more"},
       {R"({"nodes":[{"product":"orvalite"},{"product":"orvamax"}]})",
        "nodes: found orvalite facing orvamax, accepted are products with the same channels"},
       {R"({"nodes":[{"lit":"some"}]})",

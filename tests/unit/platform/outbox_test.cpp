@@ -1,4 +1,4 @@
-// What waits for a session: what is merged, held back and dropped; and the threads behind the
+// Pending output of a session: what is merged, held back and dropped; and the threads behind the
 // server.
 #include <fmt/format.h>
 #include <gmock/gmock.h>

@@ -1,4 +1,4 @@
-// The threads that poll values: what a device that hangs does to the values of others.
+// The threads that poll values: the effect of a hung device on the values of others.
 #include <gtest/gtest.h>
 
 #include <latch>

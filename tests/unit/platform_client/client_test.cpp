@@ -1,4 +1,4 @@
-// What a user of a client sees, the same over a socket and in the process.
+// What a user of a client sees, identical over a socket and in the process.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>

@@ -1,4 +1,4 @@
-// What the in-process transport alone promises: time and events are the test's.
+// Promises of the in-process transport only: time and events are under the test's control.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

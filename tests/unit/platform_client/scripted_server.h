@@ -1,5 +1,5 @@
-// A nexel's end of the wire that does exactly what a test says, and notes each request it gets as
-// "METHOD PATH". One connection at a time.
+// A nexel's end of the wire that does exactly what a test says, and records each request as "METHOD
+// PATH". One connection at a time.
 #pragma once
 
 #include <atomic>

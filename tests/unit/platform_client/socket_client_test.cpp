@@ -1,4 +1,4 @@
-// The socket client against an end of the wire that misbehaves as each test says.
+// The socket client with a server that misbehaves as each test says.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>

@@ -1,4 +1,4 @@
-// The life of a peer as the loops see it: connected, identified, subscribed, lost, another one.
+// The life of a peer as seen by the loops: connected, identified, subscribed to, lost, replaced.
 #include <gtest/gtest.h>
 
 #include "base/manager/remote/api.h"

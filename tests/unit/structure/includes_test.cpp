@@ -1,6 +1,6 @@
-// Includes point one way: tools, gateway, sim and src to platform, models and states, which know
-// nothing of each other; inside src from products over base, device and api to helpers. A layer
-// that reached up could no longer be built and tested alone.
+// Includes point one way: tools, gateway, sim and src to platform, models and states, which do not
+// know each other; inside src from products over base, device and api to helpers. A layer with an
+// upward include could no longer be built and tested alone.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// What lumoractl makes of words and values: typed words, arguments, layout.
+// How lumoractl converts words and values: typed words, arguments, layout.
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 

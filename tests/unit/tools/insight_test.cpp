@@ -1,4 +1,4 @@
-// The diagnosis: which of several troubles is named first, and how channels and events are told.
+// The diagnosis: which of several faults is named first, and the texts for channels and events.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// What the lab starts must be gone when it ends, and what dies early must be named.
+// Everything the lab starts must be gone when it ends, and a program that dies early must be named.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-// What the lab shows and judges: rows, verdicts, pictures. What the daemon tells is put in as it
-// stands on its tree.
+// The lab's screen and verdict: rows, verdicts, pictures. The daemon's values are supplied as on
+// its tree.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -108,7 +108,7 @@ TEST(convergence, begins_again_after_each_disturbance) {
   const std::pair<view, const char*> table[] = {
       {view_of(off_target), "193.00 THz stepping: 3.1 dB off"},
       {changed("insight/device/voa/attenuation", 3.4), "the line VOA moves"},
-      {changed("data/line/lmsStepSize", -0.3), "the line has -0.30 dB to go"},
+      {changed("data/line/lmsStepSize", -0.3), "the line is -0.30 dB off"},
       {view_of(gone_dark), "1 of 2 lit channels in sight"},
       {changed(truth_path(0, "19300000"), 0.0), "is not the plant's 0.00 dBm"},
       {loop_down, "The loop is down"},

@@ -1,4 +1,4 @@
-// lumoractl as a script sees it: a real tree on a socket, the program, its output and exit code.
+// lumoractl as seen by a script: a real tree on a socket, the program, its output and exit code.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -70,7 +70,7 @@ bool base<T>::is_step_withheld(device::interfaces::wss& wss, float power_differe
   using insight::channel_reason;
   if (!view_) return false;
   if (!is_reading_known()) {
-    withhold(guards::known_reading, "the newest report of monitor or switch is no reading",
+    withhold(guards::known_reading, "the newest report of monitor or switch is not a valid reading",
              channel_reason::reading_unknown);
     return true;
   }
@@ -85,7 +85,7 @@ bool base<T>::is_step_withheld(device::interfaces::wss& wss, float power_differe
                channel_reason::switch_not_moved);
       return true;
     case guards::wait_for::new_reading:
-      withhold(guards::fresh_reading, "the reading is from before the switch had moved",
+      withhold(guards::fresh_reading, "the reading is from before the switch moved",
                channel_reason::reading_before_move);
       return true;
     case guards::wait_for::effect:
@@ -97,13 +97,13 @@ bool base<T>::is_step_withheld(device::interfaces::wss& wss, float power_differe
   }
   const float left_over = -power_difference + attenuation_change(power_difference);
   if (power_difference < 0 && rising_.may_overtake(*view_, left_over)) {
-    withhold(guards::steady_light, "the light has just come on and still rises",
+    withhold(guards::steady_light, "the light has just come on and is still rising",
              channel_reason::light_rises);
     return true;
   }
   const float target = step_target(wss, power_difference);
   if (evidence_.is_futile(*view_, target)) {
-    withhold(guards::end_of_range, "the switch stands where the step would take it",
+    withhold(guards::end_of_range, "the switch is already where the step would take it",
              futile_reason(wss, target));
     return true;
   }

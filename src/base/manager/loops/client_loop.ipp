@@ -288,12 +288,12 @@ bool client_loop<T>::is_parking_withheld(const control_ptr& control) {
     if (!control->get_channel()->get_peak())
       control->conclude(::insight::channel_reason::parking_beyond_range);
     control->withhold(guards::parking_range,
-                      fmt::format("the default attenuation {} is lighter than the switch can be",
+                      fmt::format("the default attenuation {} is below the switch's range",
                                   control->get_default_attenuation()));
     return true;
   }
   if (!control->is_parked(*parking)) return false;
-  control->withhold(guards::end_of_range, "the switch stands where it was told to park");
+  control->withhold(guards::end_of_range, "the switch is already where it was told to park");
   return true;
 }
 
@@ -323,13 +323,13 @@ void client_loop<T>::reset_channel_attenuation(control_ptr control) {
   if (control->is_darkness_doubtful()) {
     control->conclude(::insight::channel_reason::doubtful_darkness);
     control->withhold(guards::known_reading,
-                      "the newest report of monitor or switch is no reading");
+                      "the newest report of monitor or switch is not a valid reading");
     return;
   }
   if (blind_monitor_.may_be_blind(helpers::waiting::instance().steady_now())) {
     control->conclude(::insight::channel_reason::blind_monitor);
     control->withhold(guards::fresh_reading,
-                      "the amplifier sees light, and the monitor has not measured yet");
+                      "the amplifier sees light, but the monitor has not measured yet");
     return;
   }
   control->conclude(::insight::channel_reason::no_light);

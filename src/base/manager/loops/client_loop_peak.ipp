@@ -80,7 +80,7 @@ bool client_loop<T>::is_opening_withheld(const control_ptr& control, float power
   control->withhold(guards::unsaturated_amplifier,
                     saturation_.is_saturated()
                         ? "the amplifier gives more than 1 dB less than its gain"
-                        : "the reading is of when the amplifier was in saturation");
+                        : "the reading is from when the amplifier was in saturation");
   return true;
 }
 
@@ -149,7 +149,7 @@ bool client_loop<T>::is_calibration_withheld() {
   }
   board.withhold(guards::calibration_readings, calibration_subject(),
                  saturated ? "the amplifier is in saturation"
-                           : "amplifier and monitor have not told of one and the same light yet");
+                           : "amplifier and monitor have not seen the same light yet");
   return true;
 }
 

@@ -137,7 +137,7 @@ void client_loop<T>::add_to_device(Device& device, unsigned frequency, Add&& add
   }
   // Left there by an add that broke off, or by a removal that the device did not get, of whatever
   // width: no plan has it, so no light is lost with it.
-  LUMORA_LOG(2, "Channel {} is on the device already, adding it anew.", frequency);
+  LUMORA_LOG(2, "Channel {} is already on the device, adding it again.", frequency);
   device.remove_channel(frequency);
   add();
 }

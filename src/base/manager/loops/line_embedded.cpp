@@ -113,7 +113,7 @@ bool line_loop::take_spanloss_samples() {
     std::transform(spans.begin(), spans.end(), losses.begin(),
                    [this](const remote_span& span) { return remote_->get<float>(span.what); });
   } catch (const nx_error&) {
-    begin_guard(guards::line_known, "the peer does not tell its spans");
+    begin_guard(guards::line_known, "the peer does not report its spans");
     judge(line_reason::spans_not_known);
     return false;
   }

@@ -116,7 +116,7 @@ bool line_loop::is_saturation_fresh(float saturation) {
   } else if (verdict == unmoved) {
     judge(line_reason::saturation_unmoved, {saturation});
     withhold(guards::line_fresh,
-             fmt::format("the far saturation of {} dB answers no step", saturation));
+             fmt::format("the far saturation of {} dB does not respond to steps", saturation));
   } else {
     judge(line_reason::saturation_is_old, {saturation});
     withhold(guards::line_fresh, fmt::format("no news of the far saturation of {} dB", saturation));
