@@ -165,13 +165,13 @@ constexpr std::array line_rows{
 };
 // clang-format on
 
+/// A device that answers, and has nothing to tell of it.
 bool is_dark(const node_insight& node, const char* device, const char* figure) {
-  for (const auto& each : node.devices) {
-    if (each.name != device || each.alive != true) continue;
-    for (const auto& [name, shown] : each.values)
-      if (name == figure) return shown == "-";
-  }
-  return false;
+  return std::any_of(node.devices.begin(), node.devices.end(), [&](const auto& each) {
+    return each.name == device && each.alive == true &&
+           std::none_of(each.values.begin(), each.values.end(),
+                        [&](const auto& value) { return value.first == figure; });
+  });
 }
 
 /// A line that is down for another reason does not see its fibre; its instruments still do.

@@ -111,10 +111,8 @@ void write_ctl_script(const lab_folder& folder, unsigned node) {
   std::filesystem::permissions(path, std::filesystem::perms::owner_all);
 }
 
-/// The last line of a node's screen: where else to look.
-std::string note_of(const lab_folder& folder, const gateways& web, unsigned node) {
-  const auto address = web.address(node);
-  return (address.empty() ? "" : address + "  ") + ctl_script(folder, node) + " explain";
+session::elsewhere place_of(const lab_folder& folder, const gateways& web, unsigned node) {
+  return {ctl_script(folder, node) + " explain", web.address(node)};
 }
 
 void announce_pages(const gateways& web, bool both) {
@@ -134,7 +132,7 @@ int watch(session& watched, const lab_folder& folder, const gateways& web, const
     watched.print_lines();
     return exit_ok;
   }
-  watched.show_on_screen({note_of(folder, web, 0), note_of(folder, web, 1)});
+  watched.show_on_screen({place_of(folder, web, 0), place_of(folder, web, 1)});
   return exit_ok;
 }
 

@@ -24,12 +24,25 @@ std::string clock_text(std::chrono::seconds running) {
   return fmt::format("{:02}:{:02}:{:02}", total / 3600, total / 60 % 60, total % 60);
 }
 
-std::string title(const view& seen, const picture_options& options) {
-  const auto node = options.node.empty() ? "" : fmt::format("  {} node", options.node);
-  const auto turn = seen.node.turn.empty() ? "" : "  turn " + seen.node.turn;
-  const auto voa = seen.voa_db ? fmt::format("  VOA {:.1f} dB", *seen.voa_db) : "";
-  return fmt::format("lumora lab  {}{}  {}  peer {}{}{}", options.product, node,
-                     clock_text(options.running), seen.peer, voa, turn);
+/// As many of the words as fit, none cut.
+std::string fitting(const text_lines& words, unsigned columns) {
+  std::string line;
+  for (const auto& word : words) {
+    const auto longer = line.empty() ? word : line + "  " + word;
+    if (width_of(longer) <= columns) line = longer;
+  }
+  return line;
+}
+
+/// What matters most stands first.
+std::string title(const view& seen, const picture_options& options, unsigned columns) {
+  text_lines words{fmt::format("lumora lab  {}{}", options.product,
+                               options.node.empty() ? "" : fmt::format("  {} node", options.node)),
+                   clock_text(options.running), "peer " + seen.peer};
+  if (seen.voa_db) words.push_back(fmt::format("VOA {:.1f} dB", *seen.voa_db));
+  if (!seen.node.turn.empty()) words.push_back("turn " + seen.node.turn);
+  if (!options.web.empty()) words.push_back(options.web);
+  return fitting(words, columns);
 }
 
 states::colour colour_of_summary(const view& seen) {
@@ -65,7 +78,7 @@ text_lines finding_lines(const view& seen, screen_size size, look how) {
 }
 
 text_lines head(const view& seen, const picture_options& options, screen_size size, look how) {
-  text_lines lines{bold(cut(title(seen, options), size.columns), how)};
+  text_lines lines{bold(title(seen, options, size.columns), how)};
   const auto summary = seen.answers ? seen.node.summary : "The daemon does not answer.";
   for (auto& line : wrapped(summary, size.columns, "  "))
     lines.push_back(painted(line, colour_of_summary(seen), how));
@@ -88,12 +101,7 @@ std::string captions(const picture_options& options, unsigned columns) {
   }
   if (!options.node.empty()) words.emplace_back("tab other node");
   words.emplace_back("arrows, page keys, home, end");
-  std::string line;
-  for (const auto& word : words) {
-    const auto longer = line.empty() ? word : fmt::format("{}  {}", line, word);
-    if (longer.size() <= columns) line = longer;
-  }
-  return line;
+  return fitting(words, columns);
 }
 
 text_lines foot(const view& seen, const picture_options& options, screen_size size, look how) {

@@ -19,6 +19,7 @@ struct picture_options {
   page shown = page::channels;
   unsigned first_row = 0;    ///< how far the page is scrolled
   std::string command = {};  ///< the last line: a command that works as shown
+  std::string web = {};      ///< address of the node's page; may be empty
   std::string node = {};     ///< which of two nodes this is; empty for a single node
 };
 

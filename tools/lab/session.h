@@ -21,9 +21,13 @@ class session {
   session(supervisor& programs, user& at_terminal, const std::vector<node*>& nodes,
           const neighbour& peer);
 
-  /// Until the user quits; `commands` has the last line for each node. Throws lab_failure if a
-  /// program ends.
-  void show_on_screen(const std::vector<std::string>& commands);
+  /// Where else to look at a node: a command, which is the screen's last line, and a web page.
+  struct elsewhere {
+    std::string command;
+    std::string web;
+  };
+  /// Until the user quits; `places` has one for each node. Throws lab_failure if a program ends.
+  void show_on_screen(const std::vector<elsewhere>& places);
   /// One line per node and second, until the user quits.
   void print_lines();
   /// The same; true as soon as all is well and has stayed so, false when `limit` is over.

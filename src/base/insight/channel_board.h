@@ -5,6 +5,8 @@
 // Adding, removing, looking and finishing require the plan's mutex; `records` is for any thread.
 #pragma once
 
+#include <atomic>
+#include <chrono>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -39,6 +41,8 @@ class channel_board {
   /// In order of ascending frequency.
   std::vector<record_ptr> records() const;
   const std::string& direction() const { return direction_; }
+  /// Another one than before when a channel has news, and once a minute.
+  unsigned news() const { return news_.load(std::memory_order_relaxed); }
 
  private:
   struct largest_moves {
@@ -51,11 +55,14 @@ class channel_board {
   largest_moves moves() const;
   void let_feel();
   void note_rest();
+  void tell_news();
 
   const std::string direction_;
   bool had_event_ = false;      // in this walk, a change that other channels respond to as well
   bool any_under_way_ = false;  // when this walk began, or since
-  mutable std::mutex mutex_;    // guards the map against readers; held only for copies
+  std::chrono::minutes minute_{0};
+  std::atomic<unsigned> news_{0};
+  mutable std::mutex mutex_;  // guards the map against readers; held only for copies
   std::map<unsigned, record_ptr> records_;
 };
 

@@ -103,9 +103,9 @@ bool channel_record::take_news() {
   const std::lock_guard lock(mutex_);
   const auto last = view_.ways.last();
   told_figures now{.verdict = view_.verdict,
-                   .steps = last ? last->steps : 0,
+                   .last_step = view_.actuator.last_step(),
                    .neighbour_moved = last && last->felt_most ? last->felt_most->moved : 0};
-  if (looks_alike(told_.verdict, now.verdict) && told_.steps == now.steps &&
+  if (looks_alike(told_.verdict, now.verdict) && told_.last_step == now.last_step &&
       looks_alike(told_.neighbour_moved, now.neighbour_moved)) {
     return false;
   }
@@ -113,12 +113,16 @@ bool channel_record::take_news() {
   return true;
 }
 
-void channel_record::refresh() {
-  for (const auto& count : counts_)
-    count->refresh();
-  if (!take_news()) return;
+bool channel_record::refresh(bool is_new_minute) {
+  const bool is_news = take_news();
+  if (is_news || is_new_minute) {
+    for (const auto& count : counts_)
+      count->refresh();
+  }
+  if (!is_news) return false;
   for (const auto& node : nodes_)
     node->refresh();
+  return true;
 }
 
 channel_record::view channel_record::snapshot() const {
@@ -145,35 +149,35 @@ std::string channel_record::get_why() {
 }
 
 template <float channel_verdict::*Figure>
-float channel_record::figure() {
+nx::api::reading<float> channel_record::figure() {
   {
     const std::lock_guard lock(mutex_);
     const float value = view_.verdict.*Figure;
     if (is_figure(value)) return rounded(value);
   }
   const auto now = snapshot();
-  throw nx_error(nx_error::no_value, absence(now.verdict, history(now)));
+  return nx_error(nx_error::no_value, absence(now.verdict, history(now)));
 }
 
-float channel_record::get_target() {
+nx::api::reading<float> channel_record::get_target() {
   return figure<&channel_verdict::target>();
 }
-float channel_record::get_measured() {
+nx::api::reading<float> channel_record::get_measured() {
   return figure<&channel_verdict::measured>();
 }
-float channel_record::get_error() {
+nx::api::reading<float> channel_record::get_error() {
   return figure<&channel_verdict::error>();
 }
-float channel_record::get_dead_band() {
+nx::api::reading<float> channel_record::get_dead_band() {
   return figure<&channel_verdict::dead_band>();
 }
-float channel_record::get_headroom_up() {
+nx::api::reading<float> channel_record::get_headroom_up() {
   return figure<&channel_verdict::headroom_up>();
 }
-float channel_record::get_headroom_down() {
+nx::api::reading<float> channel_record::get_headroom_down() {
   return figure<&channel_verdict::headroom_down>();
 }
-float channel_record::get_age() {
+nx::api::reading<float> channel_record::get_age() {
   return figure<&channel_verdict::age>();
 }
 
@@ -187,10 +191,10 @@ unsigned channel_record::get_steps_last_hour() {
   return view_.actuator.steps_last_hour(helpers::waiting::instance().steady_now());
 }
 
-nx::json_document channel_record::get_arrival() {
+nx::api::reading<nx::json_document> channel_record::get_arrival() {
   const auto now = snapshot();
   const auto last = now.ways.last();
-  if (!last) throw nx_error(nx_error::no_value, "The channel has not come to a target yet");
+  if (!last) return nx_error(nx_error::no_value, "The channel has not come to a target yet");
   nx::json_document document(rapidjson::kObjectType);
   auto& allocator = document.GetAllocator();
   const bool under_way = now.ways.is_under_way();

@@ -1,7 +1,7 @@
 // What a node remembers of the light path: the newest look at it, the usual differences between its
 // instruments, and the fault found by several looks in a row. The usual difference is taken from
 // the first minute in which it was steady, and kept until the process ends: any later change is a
-// finding.
+// finding, at least until it has been steady for a day.
 //
 // Looks on the manager thread, reads on any; the lock is a leaf in the lock order.
 #pragma once
@@ -16,7 +16,8 @@
 
 namespace insight {
 
-/// Becomes a number once the figure has been steady for a minute.
+/// Becomes a number once the figure has been steady for a minute, and another one once it has been
+/// steady elsewhere for a day.
 class usual_value {
  public:
   using time_point = std::chrono::steady_clock::time_point;

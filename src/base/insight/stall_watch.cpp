@@ -32,7 +32,8 @@ void stall_watch::begin(const line_verdict& verdict, time_point now) {
   event_log::instance().tell(
       kind, subject, {{"state", states::row_of(state).text}, {"reason", sentence_of(verdict)}});
   told_ = state;
-  told_at_ = seen_ = now;
+  told_at_ = next_since_;
+  seen_ = now;
 }
 
 void stall_watch::end(time_point now) {

@@ -3,6 +3,7 @@
 #include <rapidjson/document.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "api/lazy_value.h"
 #include "base/insight/news.h"
@@ -36,8 +37,12 @@ void overview::note_faults(const cycle_facts& facts) {
 void overview::note_cycle(cycle_facts facts) {
   if (nodes_.empty()) return;
   auto line = line_->get_verdict();
+  bool is_news = news_of_channels() != std::exchange(told_news_, news_of_channels());
   {
     const std::lock_guard lock(mutex_);
+    is_news = is_news || line != facts_.line || facts.peer != facts_.peer ||
+              facts.is_regulating != facts_.is_regulating ||
+              facts.down.size() != facts_.faults.size();
     note_faults(facts);
     const bool is_other = state_of(line.reason) != state_of(facts_.line.reason);
     if (is_other) facts_.line_since = helpers::waiting::instance().system_now();
@@ -45,8 +50,16 @@ void overview::note_cycle(cycle_facts facts) {
     facts_.peer = std::move(facts.peer);
     facts_.is_regulating = facts.is_regulating;
   }
+  if (!is_news) return;
   for (const auto& node : nodes_)
     node->refresh();
+}
+
+unsigned overview::news_of_channels() const {
+  unsigned sum = 0;
+  for (const auto& board : boards_)
+    sum += board->news();
+  return sum;
 }
 
 ::insight::node_facts overview::gather() {

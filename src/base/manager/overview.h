@@ -43,10 +43,13 @@ class overview : public std::enable_shared_from_this<overview> {
  private:
   ::insight::node_facts gather();
   void note_faults(const cycle_facts& facts);
+  unsigned news_of_channels() const;
 
   std::shared_ptr<loops::line_loop> line_;
   std::vector<board_ptr> boards_;
   std::vector<std::shared_ptr<nx::api::lazy_node>> nodes_;
+
+  unsigned told_news_ = 0;  // manager thread only
 
   std::mutex mutex_;  // guards the members below
   ::insight::node_facts facts_;

@@ -74,18 +74,6 @@ TEST(findings, name_the_cause_before_what_it_brings_about) {
        {booster_down},
        cause::device_silent,
        "booster"},
-      // Two at once: neither hides the other.
-      {{{"insight/device/booster/alive", false},
-        {"insight/device/booster/age", 4.0},
-        {"insight/device/sfp/alive", true},
-        {"insight/device/sfp/inputPower", std::string("dark")},
-        {"insight/line/state", std::string("device failed")},
-        {state("19230000/tx"), dark},
-        {state("19245000/tx"), dark},
-        {state("19260000/tx"), dark}},
-       {booster_down, at_noon("loopDown", "line", {{"reason", "Not connected: booster"}})},
-       cause::device_silent,
-       "booster"},
       {{{state("19230000/rx"), dark}, {"insight/line/state", std::string("no peer")}},
        {at_noon("lit", "client rx 19230000"), at_noon("dark", "client rx 19230000")},
        cause::channel_dark,
@@ -130,6 +118,24 @@ TEST(findings, name_the_cause_before_what_it_brings_about) {
     EXPECT_EQ(found.front().on, on);
     EXPECT_TRUE(needs_person(found)) << name_of(first);
   }
+}
+
+TEST(findings, name_both_of_two_causes_before_what_they_bring_about) {
+  auto read = node_at_rest();
+  for (const char* channel : {"19230000/tx", "19245000/tx", "19260000/tx"})
+    read.put(state(channel), std::string("dark"));
+  read.put("insight/device/booster/alive", false);
+  read.put("insight/device/booster/age", 4.0);
+  read.put("insight/device/sfp/alive", true);
+  read.put("insight/line/state", std::string("device failed"));
+  const auto found = findings_of(insight_of(
+      read, {at_noon("loopDown", "line", {{"reason", "Not connected: /tmp/nexels/booster"}}),
+             at_noon("loopDown", "client tx", {{"reason", "Not connected: /tmp/nexels/preamp"}}),
+             at_noon("dark", "client tx 19230000")}));
+  std::vector<std::string> causes;
+  for (const auto& each : found)
+    causes.emplace_back(name_of(each.of));
+  EXPECT_THAT(causes, ElementsAre("deviceSilent", "fibreCut", "loopDown"));
 }
 
 TEST(findings, are_none_at_rest_and_ask_for_nobody_while_light_is_on_its_way) {
