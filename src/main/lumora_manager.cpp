@@ -54,7 +54,7 @@ void lumora_manager::set_redis_config_status(bool value) {
 }
 
 std::string lumora_manager::get_start() {
-  const auto faults = helpers::start_report::instance().text();
+  auto faults = helpers::start_report::instance().text();
   if (faults.empty()) throw nx_error(nx_error::no_value, "Nothing is wrong with the start");
   return faults;
 }

@@ -29,10 +29,26 @@ class regulated_line : public testing::Test, protected test::line_bench {
   void read_at_peer(unsigned id, float power) {
     noise_ = -noise_;
     peer.set(fmt::format("data/client/{}/tx/ocm/power", id), power + noise_);
+    peer.set("data/line/1/tx/power", 8.0f + noise_);
   }
   void cycle_with(unsigned id, float power, bool regulate = true) {
     read_at_peer(id, power);
     cycle(regulate);
+  }
+  /// The line has so many cycles while the peer is away.
+  void reconnect(int cycles_without) {
+    network.detach(test::peer_tree::address);
+    network.deliver();
+    for (int i = 0; i < cycles_without; ++i) {
+      remote->run(own, osc, plan);
+      cycle();
+    }
+    network.attach(test::peer_tree::address, peer.db);
+    for (int i = 0; i < 4; ++i) {
+      remote->run(own, osc, plan);
+      network.deliver();
+    }
+    done();
   }
 
  private:
@@ -148,25 +164,32 @@ TEST_F(regulated_line, steps_by_the_channels_that_still_move_at_the_peer) {
 
 TEST_F(regulated_line, does_not_mix_readings_of_two_connections) {
   meet("ORVA-LITE", {first});
-  for (int i = 0; i < 5; ++i)
-    cycle_with(first, 3);
-  network.detach(test::peer_tree::address);
-  network.deliver();
-  for (int i = 0; i < 3; ++i) {
-    remote->run(own, osc, plan);
-    cycle();
-  }
-  network.attach(test::peer_tree::address, peer.db);
-  for (int i = 0; i < 4; ++i) {
-    remote->run(own, osc, plan);
-    network.deliver();
-  }
-  done();
-  for (int i = 0; i < 4; ++i)
-    cycle_with(first, 3);
-  EXPECT_EQ(done(), journal{});
   cycle_with(first, 3);
-  EXPECT_EQ(done(), journal{"voa 9.60"});
+  for (const auto& [cycles_without, action] : {std::pair{3, "voa 9.60"}, {0, "voa 9.20"}}) {
+    for (int i = 0; i < 4; ++i)
+      cycle_with(first, 3);
+    reconnect(cycles_without);
+    for (int i = 0; i < 4; ++i)
+      cycle_with(first, 3);
+    EXPECT_EQ(done(), journal{});
+    cycle_with(first, 3);
+    EXPECT_EQ(done(), journal{action});
+  }
+}
+
+TEST_F(regulated_line, tries_anew_with_a_new_peer_what_has_not_moved_the_former) {
+  meet("ORVA-LITE", {first});
+  const auto stay_saturated = [this] {
+    for (int i = 0; i < 40; ++i) {
+      peer.set("data/client/tx/edfaSaturation", 3.0f + 0.01f * static_cast<float>(i % 2));
+      cycle_with(first, 3);
+    }
+    return done().size();
+  };
+  EXPECT_EQ(stay_saturated(), 3u);
+  EXPECT_EQ(stay_saturated(), 0u);
+  reconnect(0);
+  EXPECT_EQ(stay_saturated(), 3u);
 }
 
 TEST_F(regulated_line, takes_no_step_on_a_reading_from_before_the_link_was_back) {
