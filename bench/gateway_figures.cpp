@@ -16,6 +16,7 @@ using clock = std::chrono::steady_clock;
 constexpr unsigned channels = 96;
 constexpr unsigned pages = 20;
 constexpr std::chrono::seconds watched{20};
+constexpr std::chrono::seconds disturbed_every{2};
 constexpr double percent = 100;
 
 /// The patterns of the page's event stream, gateway/page/main.js.
@@ -66,12 +67,16 @@ bool measure_gateway() {
   const gateway served(node.processes().root().path());
   page_clients clients(pages, served.port(), of_page);
   std::this_thread::sleep_for(std::chrono::seconds(5));  // until all have the present values
-  page_clients::figures seen;
-  double of_daemon = 0;
+  const auto of_daemon = share_of_core(daemon, [] { std::this_thread::sleep_for(watched); });
+  clients.begin();
   const auto of_gateway = share_of_core(served.pid(), [&] {
-    of_daemon = share_of_core(daemon, [&] { seen = clients.over(watched); });
+    for (auto passed = std::chrono::seconds(0); passed < watched; passed += disturbed_every) {
+      node.disturb(passed / disturbed_every % 2 == 0 ? 1.0 : -1.0);
+      std::this_thread::sleep_for(disturbed_every);
+    }
   });
-  require(seen.events > pages, "the pages are told nothing");
+  const auto seen = clients.end();
+  require(seen.events > pages * channels, "the pages are told too little");
   const seconds latest = seen.latest;
   bool reached = report("20 pages, 96 channels both ways: from a change to all of them",
                         latest.count(), 1, "s");

@@ -126,4 +126,9 @@ seconds late_node::cpu_of_cycle() {
   return (use_of_thread(pid, "manager").cpu - before.cpu) / (last.number - first.number);
 }
 
+void late_node::disturb(double db) const {
+  for (const auto& channel : plant_.channels())
+    plant_.disturb(channel, db);
+}
+
 }  // namespace bench

@@ -98,13 +98,13 @@ void page_clients::note(const std::string& line) {
       std::max(found_.latest, std::chrono::duration_cast<std::chrono::milliseconds>(now - *time));
 }
 
-page_clients::figures page_clients::over(std::chrono::milliseconds time) {
-  {
-    const std::lock_guard lock(mutex_);
-    since_ = clock::now();
-    found_ = {};
-  }
-  std::this_thread::sleep_for(time);
+void page_clients::begin() {
+  const std::lock_guard lock(mutex_);
+  since_ = clock::now();
+  found_ = {};
+}
+
+page_clients::figures page_clients::end() {
   const std::lock_guard lock(mutex_);
   since_ = clock::time_point::max();
   return found_;

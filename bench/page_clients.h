@@ -23,8 +23,9 @@ class page_clients {
     std::size_t events = 0;            ///< that came, all clients together
     std::chrono::milliseconds latest;  ///< the longest from the time that an event tells
   };
-  /// Of the events whose time lies within `time` from now; waits for it.
-  figures over(std::chrono::milliseconds time);
+  /// Of the events whose time lies between the two.
+  void begin();
+  figures end();
 
  private:
   using clock = std::chrono::system_clock;

@@ -5,6 +5,7 @@
 
 #include <array>
 
+#include "gateway/metrics/gzip.h"
 #include "gateway/metrics/metrics_text.h"
 #include "gateway/metrics/tree_lookup.h"
 #include "gateway/metrics/tree_metrics.h"
@@ -33,7 +34,8 @@ struct scrape::gathering {
 scrape::scrape(std::shared_ptr<tree_link> link) : link_(std::move(link)), node_(own_host_name()) {}
 
 void scrape::metrics(const request& asked, const respond& done) {
-  waiting_.emplace_back(form_for(asked.header("accept")).open, done);
+  waiting_.push_back(
+      {form_for(asked.header("accept")).open, takes_gzip(asked.header("accept-encoding")), done});
   if (waiting_.size() > 1) return;  // a request is in progress
   ask();
 }
@@ -66,10 +68,15 @@ void scrape::finish(const gathering* all) {
   const auto told = all ? text_at(*values, "data/system/hostname") : std::nullopt;
   if (told && !told->empty()) node_ = *told;
   const auto families = scraped_families(values, node_);
-  for (const auto& [open, done] : std::exchange(waiting_, {})) {
+  for (const auto& [open, packed, done] : std::exchange(waiting_, {})) {
     answer made;
     made.type = form_for(open ? "application/openmetrics-text" : "").type;
     made.body = metrics_text(families, open);
+    made.headers.emplace_back("Vary", "Accept, Accept-Encoding");
+    if (packed) {
+      made.body = gzipped(made.body);
+      made.headers.emplace_back("Content-Encoding", "gzip");
+    }
     done(std::move(made));
   }
 }

@@ -22,14 +22,19 @@ class scrape : public std::enable_shared_from_this<scrape> {
 
  private:
   struct gathering;
+  struct scraper {
+    bool open;  ///< in the form of OpenMetrics
+    bool packed;
+    respond done;
+  };
 
   void ask();
   void answered(gathering& all, const nx::json_value* result, const nx_error* error);
   void finish(const gathering* all);
 
   const std::shared_ptr<tree_link> link_;
-  std::string node_;                               ///< as last reported by the daemon
-  std::vector<std::pair<bool, respond>> waiting_;  ///< true: in OpenMetrics format
+  std::string node_;  ///< as last reported by the daemon
+  std::vector<scraper> waiting_;
 };
 
 }  // namespace gateway

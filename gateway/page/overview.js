@@ -54,7 +54,7 @@ export class Overview {
     const state = this.#values.text("insight/line/state");
     const why = readable(this.#values.text("insight/line/why") ?? "");
     const look = stateOfLine(state);
-    setText(byId("line-state"), state ? `Line ${state}` : "");
+    setText(byId("line-state"), state ? `Line ${state}${why && ":"}` : "");
     setText(byId("line-why"), why);
     // The sentence above may have said all of it.
     byId("line-note").hidden = why !== "" && byId("summary").textContent.includes(why);

@@ -144,13 +144,14 @@ export class Spectrum {
     const from = x(channel.thz - channel.width / 2);
     const room = x(channel.thz + channel.width / 2) - from;
     const bar = Math.max(2, Math.min(26, room * 0.56));
+    const reach = Math.min(bar + 4, room - 1);
     const middle = from + room / 2;
     const part = (name, attributes) => shape(name, attributes);
     const slot = {
       channel, x: middle, bar, room,
       hit: part("rect", { class: "hit", x: from, width: room, y: 0, height: axis - 8 }),
       line: part("line", { class: "pointed", x1: middle, x2: middle, y1: 0, y2: axis - 8 }),
-      reach: part("rect", { class: "reach", x: middle - bar / 2 - 2, width: bar + 4 }),
+      reach: part("rect", { class: "reach", x: middle - reach / 2, width: reach }),
       band: part("rect", { class: "band", x: from + 1, width: Math.max(1, room - 2) }),
       power: part("rect", { class: "power", x: middle - bar / 2, width: bar }),
       beyond: part("path", { class: "beyond" }),

@@ -74,7 +74,7 @@ void config_value<T>::subscribe(std::shared_ptr<nx_session> session, const std::
   nx_db_event_node::subscribe(session, path, allocator, result, lock);
   add_member(result, path, read(allocator), allocator);
   if (!value_) return;
-  send_event_to_session_impl(value_changed_event(*this, path, *value_), true, std::move(session));
+  send_first_event(*this, *value_, *session);
 }
 
 template <class T>

@@ -95,9 +95,9 @@ void filtered_value<T>::subscribe(std::shared_ptr<nx_session> session, const std
   nx_db_event_node::subscribe(session, path, allocator, result, lock);
   _subscribe_assign_value(path, allocator, result);
   const auto* error = std::get_if<nx_error>(&filtered_);
-  json_document event = error ? create_error_event(std::string(path), *error)
-                              : value_changed_event(*this, path, std::get<T>(filtered_));
-  send_event_to_session_impl(std::move(event), true, std::move(session));
+  if (!error) return send_first_event(*this, std::get<T>(filtered_), *session);
+  send_event_to_session_impl(create_error_event(std::string(path), *error), true,
+                             std::move(session));
 }
 
 template <class T>

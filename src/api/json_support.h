@@ -5,11 +5,13 @@
 #include <rapidjson/document.h>
 
 #include <boost/core/demangle.hpp>
+#include <chrono>
 #include <initializer_list>
 #include <string>
 #include <type_traits>
 #include <typeinfo>
 
+#include "platform/value_tree/event_frame.h"
 #include "platform/value_tree/nx_db.h"
 #include "platform/value_tree/nx_db_node.h"
 #include "platform/wire/json_conversion.h"
@@ -58,6 +60,17 @@ json_document value_changed_event(const nx_db_event_node& node, std::string path
   json_document event = node.create_value_changed_event(std::move(path));
   add_member(event, "value", to_json(value, event.GetAllocator()), event.GetAllocator());
   return event;
+}
+
+/// The first event of a subscription, to the session alone. Hundreds of them come with a pattern, so
+/// they are written as text like later ones.
+template <class T>
+void send_first_event(const nx_db_event_node& node, const T& value, nx_session& session) {
+  std::string text;
+  append_json(text, value);
+  const auto time = node.db ? node.db->now() : std::chrono::system_clock::now();
+  session.deliver(frame_value_event(node.path(), time, text),
+                  session.subscription_number(node.path()), true);
 }
 
 /// Informs all subscribers and the history. A node that is not attached has neither.

@@ -13,9 +13,16 @@ template <class T>
 lazy_value_base<T>::~lazy_value_base() = default;
 
 template <class T>
+typename lazy_value_base<T>::result_t lazy_value_base<T>::checked() {
+  auto found = read();
+  if (auto* value = std::get_if<T>(&found)) *value = checked_reading(std::move(*value), *this);
+  return found;
+}
+
+template <class T>
 typename lazy_value_base<T>::result_t lazy_value_base<T>::present() {
   try {
-    return checked_reading(read_getter(), *this);
+    return checked();
   } catch (...) {
     return current_value_error();
   }
@@ -32,8 +39,9 @@ nx::json_document lazy_value_base<T>::event_of(const std::string& path,
 template <class T>
 void lazy_value_base<T>::get(const std::string& path, json_allocator& allocator,
                              json_value& result) {
-  const auto value = checked_reading(read_getter(), *this);
-  add_member(result, path, to_json(value, allocator), allocator);
+  const auto found = checked();
+  if (const auto* error = std::get_if<nx_error>(&found)) throw *error;
+  add_member(result, path, to_json(std::get<T>(found), allocator), allocator);
 }
 
 template <class T>
@@ -47,7 +55,12 @@ void lazy_value_base<T>::subscribe(std::shared_ptr<nx_session> session, const st
   add_member(result, path,
              error ? error_object(*error, allocator) : to_json(std::get<T>(value), allocator),
              allocator);
-  send_event_to_session_impl(event_of(path, value), true, std::move(session));
+  if (error) {
+    send_event_to_session_impl(create_error_event(std::string(path), *error), true,
+                               std::move(session));
+  } else {
+    send_first_event(*this, std::get<T>(value), *session);
+  }
   // The other subscribers have the previous value: they get the difference with the next refresh.
   if (!told_) told_ = std::make_unique<result_t>(std::move(value));
   is_watched_ = true;

@@ -12,10 +12,10 @@
 #include <mutex>
 #include <string>
 #include <utility>
-#include <variant>
 
 #include "api/async_volatile_value.h"
 #include "api/attach.h"
+#include "api/reading.h"
 #include "platform/value_tree/nx_db_node.h"
 
 namespace nx::api {
@@ -50,7 +50,7 @@ class lazy_value_base : public lazy_node {
   /// In place of equality; before the first refresh, and on its thread.
   void compare_by(sameness is_same) { is_same_ = is_same; }
 
-  /// Throws whatever the getter throws.
+  /// Throws whatever the getter throws, or the error that it returns.
   void get(const std::string& path, json_allocator& allocator, json_value& result) override;
   /// Does not fail if the value is in error: the answer is then an object with "code" and
   /// "message".
@@ -61,11 +61,12 @@ class lazy_value_base : public lazy_node {
   json_value get_info(json_allocator& allocator) const override;
 
  protected:
-  virtual T read_getter() = 0;
+  virtual reading<T> read() = 0;
 
  private:
-  using result_t = std::variant<T, nx_error>;
+  using result_t = reading<T>;
 
+  result_t checked();
   void tell_subscribers() override;
   result_t present();
   bool is_news(const result_t& what) const;
@@ -76,12 +77,33 @@ class lazy_value_base : public lazy_node {
   std::unique_ptr<result_t> told_;  // what subscribers have; null while there are none
 };
 
+/// By what the getter returns: T, or a reading of it.
+template <class Result>
+class lazy_getter_base : public lazy_value_base<Result> {
+ public:
+  using lazy_value_base<Result>::lazy_value_base;
+
+ protected:
+  virtual Result read_getter() = 0;
+  reading<Result> read() override { return read_getter(); }
+};
+
+template <class T>
+class lazy_getter_base<reading<T>> : public lazy_value_base<T> {
+ public:
+  using lazy_value_base<T>::lazy_value_base;
+
+ protected:
+  virtual reading<T> read_getter() = 0;
+  reading<T> read() override { return read_getter(); }
+};
+
 template <auto Getter>
 class lazy_value
     : public async_volatile_value<
-          lazy_value_base<typename member_traits<decltype(Getter)>::result_type>, Getter> {
+          lazy_getter_base<typename member_traits<decltype(Getter)>::result_type>, Getter> {
   using base =
-      async_volatile_value<lazy_value_base<typename member_traits<decltype(Getter)>::result_type>,
+      async_volatile_value<lazy_getter_base<typename member_traits<decltype(Getter)>::result_type>,
                            Getter>;
 
  public:

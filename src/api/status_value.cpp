@@ -76,8 +76,7 @@ void status_value<T, Compare>::subscribe(std::shared_ptr<nx_session> session,
   const std::lock_guard value_lock(mutex_);
   nx_db_event_node::subscribe(session, path, allocator, result, lock);
   add_member(result, path, to_json(last_sent_, allocator), allocator);
-  send_event_to_session_impl(value_changed_event(*this, path, last_sent_), true,
-                             std::move(session));
+  send_first_event(*this, last_sent_, *session);
 }
 
 template <class T, class Compare>

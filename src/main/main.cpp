@@ -25,6 +25,7 @@
 #include "platform/nexel_client/nexel_client.h"
 #include "platform/note_log/note_log.h"
 #include "platform/value_tree/nexel_api.h"
+#include "platform/wire/shown_text.h"
 #include "platform/wire/socket_path.h"
 #include "products/factory.h"
 
@@ -85,7 +86,7 @@ int main(int argc, const char** argv) try {
   if (!given) return status_wrong_command_line;
   auto manager = products::create_manager(given->product);
   if (!manager) {
-    std::cout << "Unknown product: " << given->product << std::endl;
+    std::cout << "Unknown product: " << nx::shown_text(given->product) << std::endl;
     return status_wrong_command_line;
   }
   give_large_memory_back();

@@ -31,8 +31,10 @@ void catch_stop_signals() {
   ::sigaction(SIGINT, &action, nullptr);
   ::sigaction(SIGTERM, &action, nullptr);
   std::signal(SIGPIPE, SIG_IGN);
-  // A node outlives the terminal that started it.
-  std::signal(SIGHUP, SIG_IGN);
+  // A node outlives the terminal that started it, and senders who take it for another service: one
+  // that reopens its log or prints its state on such a signal.
+  for (const int stray : {SIGHUP, SIGUSR1, SIGUSR2})
+    std::signal(stray, SIG_IGN);
 }
 
 stop_relay::stop_relay(std::function<void()> stop)

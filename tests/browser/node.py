@@ -85,11 +85,18 @@ class Node:
         self.plant = Tree(self.folder / "tmp/nexels/sim")
         store = self.folder / "kvs.sock"
         self._environment = {**os.environ, **TAGS, "NX_ROOT": str(self.folder), "KVS_URL": f"unix://{store}"}
+        try:
+            self._bring_up(store)
+        except BaseException:
+            self.close()
+            raise
+
+    def _bring_up(self, store):
         self._start("redis-server", "--port", "0", "--unixsocket", str(store), "--save", "", "--dir", str(self.folder))
         await_that("the key store", store.exists)
         for key, value in SEEDS.items():
             subprocess.run(["redis-cli", "-s", str(store), "SET", key, value], check=True, stdout=subprocess.DEVNULL)
-        self._start(BIN / "lumora_sim", SOURCE / f"sim/topologies/{product}.json", "--board")
+        self._start(BIN / "lumora_sim", SOURCE / f"sim/topologies/{self._product}.json", "--board")
         await_that("the plant", lambda: "ready: " in self.output("lumora_sim"))
         self.start_daemon()
         self.configure()

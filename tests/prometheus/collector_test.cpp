@@ -116,6 +116,15 @@ TEST_F(collected_node, has_clean_metrics_and_rules) {
        {}});
   EXPECT_EQ(lint.status, 0);
   EXPECT_EQ(lint.output, "");
+  const auto size_of = [&](const char* coding) {
+    const auto told = test::run(
+        {{"curl", "-s", "-o", "/dev/null", "-w", "%{size_download}", "-H",
+          fmt::format("Accept-Encoding: {}", coding), fmt::format("http://{}/metrics", target)},
+         {},
+         {}});
+    return std::stod(told.output);
+  };
+  EXPECT_LT(size_of("gzip"), size_of("identity") / 10) << "packed, as the collector reads it too";
   // In the other form, which the collector asks for: each family has its kind and its help.
   const auto known = seen->ask("targets/metadata");
   EXPECT_GE(known.Size(), 30u);

@@ -123,11 +123,12 @@ TEST(limits, without_further_tasks_the_daemon_goes_on_with_those_it_has) {
   EXPECT_EQ(test::fault_of_end(node.daemon()), "");
 }
 
-TEST(limits, the_end_of_its_terminal_is_none_of_the_daemon) {
+TEST(limits, the_end_of_its_terminal_and_stray_signals_are_none_of_the_daemon) {
   test::regulating_node node;
   node.start_surroundings();
   node.start_and_await();
-  node.daemon().signal(SIGHUP);
+  for (const int stray : {SIGHUP, SIGPIPE, SIGUSR1, SIGUSR2})
+    node.daemon().signal(stray);
   EXPECT_TRUE(test::eventually([&] { return node.serves(); }));
   EXPECT_EQ(test::fault_of_end(node.daemon()), "");
 }

@@ -63,6 +63,30 @@ double longest_gap(const std::string& log) {
   return longest;
 }
 
+/// Looks how late it wakes, until it goes.
+class lateness_probe {
+ public:
+  lateness_probe() : thread_([this](const std::stop_token& stop) { look(stop); }) {}
+  double longest_ms() {
+    thread_.request_stop();
+    thread_.join();
+    return longest_.count();
+  }
+
+ private:
+  void look(const std::stop_token& stop) {
+    constexpr std::chrono::milliseconds nap{2};
+    while (!stop.stop_requested()) {
+      const auto due = steady::now() + nap;
+      std::this_thread::sleep_until(due);
+      longest_ = std::max(longest_, std::chrono::duration<double, std::milli>(steady::now() - due));
+    }
+  }
+
+  std::chrono::duration<double, std::milli> longest_{0};
+  std::jthread thread_;
+};
+
 }  // namespace
 
 storm::storm(unsigned threads, std::function<void()> attack) {
@@ -108,6 +132,7 @@ figures watch(process& daemon, const std::string& socket, std::chrono::milliseco
   const auto before = daemon.output().size();
   const auto client = nx::line_client::connect_unix(socket);
   const auto end = steady::now() + time;
+  lateness_probe probe;
   while (steady::now() < end) {
     const auto asked = steady::now();
     client->call("get", R"({"path":"data/configStatus"})", patience);
@@ -118,13 +143,16 @@ figures watch(process& daemon, const std::string& socket, std::chrono::milliseco
         std::max(found.threads, static_cast<unsigned>(status_of(daemon.pid(), "Threads:")));
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
+  found.lateness_ms = probe.longest_ms();
   found.longest_gap_s = longest_gap(daemon.output().substr(before));
   return found;
 }
 
 std::string text_of(const figures& found) {
-  return fmt::format("longest gap {:.2f} s, slowest get {:.1f} ms, {:.1f} MiB, {} threads",
-                     found.longest_gap_s, found.slowest_get_ms, found.resident_mib, found.threads);
+  return fmt::format(
+      "longest gap {:.2f} s, slowest get {:.1f} ms, {:.1f} MiB, {} threads, woken {:.1f} ms late",
+      found.longest_gap_s, found.slowest_get_ms, found.resident_mib, found.threads,
+      found.lateness_ms);
 }
 
 }  // namespace test

@@ -41,6 +41,9 @@ void pipeline_info(const std::string& socket);
 struct figures {
   double longest_gap_s = 0;  ///< between the beginnings of two cycles
   double slowest_get_ms = 0;
+  /// By how much the machine woke a thread of this process too late, at the worst: none of the
+  /// daemon's doing, and what each hand-over of a cycle or a read may take longer.
+  double lateness_ms = 0;
   double resident_mib = 0;  ///< the most that was seen
   unsigned threads = 0;
 };

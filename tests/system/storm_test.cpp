@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <sched.h>
 
+#include <algorithm>
+
 #include "platform/wire/nx_client_exception.h"
 #include "tests/support/free_port.h"
 #include "tests/system/daemon_pair.h"
@@ -17,15 +19,20 @@ using namespace std::chrono_literals;
 // A sanitizer keeps what was freed, and takes many times the processor.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr double flat_mib = 1e6;
-constexpr double late_s = 2.0;
-constexpr double slow_ms = 1000;
+constexpr double slowness = 10;
 #else
 constexpr double flat_mib = 12.0;
-// The harm was seconds. What a storm costs on a quiet machine, some 10 ms for a get and no cycle,
-// is printed and a figure of bench/; here a busy machine's own delays have to fit in.
-constexpr double late_s = 0.5;
-constexpr double slow_ms = 500;
+constexpr double slowness = 1;
 #endif
+
+// What a storm may cost, on a quiet machine and on one core too. A busy machine wakes everybody
+// late: the loops, the devices, the sessions and the one who looks. So each of a few hand-overs may
+// take as much longer as a thread that does nothing was woken late in the same storm.
+constexpr double late_s = 0.2 * slowness;
+constexpr double slow_ms = 50 * slowness;
+constexpr double handovers = 5;
+// Workers of a server come and go; those that large answers took go within seconds.
+constexpr unsigned few_threads = 2;
 
 constexpr auto undisturbed = 2s;
 constexpr auto storm_time = 2500ms;
@@ -66,12 +73,19 @@ void weather_the_storms(
       }
     }
     tell(name, found);
-    EXPECT_LT(found.longest_gap_s, calm.longest_gap_s + late_s) << name;
-    EXPECT_LT(found.slowest_get_ms, slow_ms) << name;
+    const double woken_late_ms = handovers * std::max(found.lateness_ms, calm.lateness_ms);
+    EXPECT_LT(found.longest_gap_s, calm.longest_gap_s + late_s + woken_late_ms / 1000) << name;
+    EXPECT_LT(found.slowest_get_ms, slow_ms + woken_late_ms) << name;
   }
-  const auto now = [&] { return test::watch(daemon, socket, 100ms); };
-  EXPECT_TRUE(test::eventually([&] { return now().resident_mib < calm.resident_mib + flat_mib; }));
-  tell("afterwards", now());
+  const auto over = std::chrono::steady_clock::now();
+  test::figures now;
+  EXPECT_TRUE(test::eventually([&] {
+    now = test::watch(daemon, socket, 100ms);
+    return now.resident_mib < calm.resident_mib + flat_mib &&
+           now.threads <= calm.threads + few_threads;
+  }));
+  const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - over;
+  tell(fmt::format("{:.1f} s afterwards", passed.count()).c_str(), now);
 }
 
 TEST(storm, of_clients_delays_no_cycle) {

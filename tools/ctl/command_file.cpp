@@ -14,6 +14,7 @@
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_rpc.h"
 #include "platform/wire/nx_client_exception.h"
+#include "platform/wire/shown_text.h"
 #include "tools/common/value_text.h"
 #include "tools/ctl/context.h"
 #include "tools/ctl/exit_code.h"
@@ -82,7 +83,8 @@ int save(context& with, const std::string& name) {
   const auto file = present_parameters(with);
   write_all(name, file_text(file));
   if (name != "-") {
-    fmt::print(stderr, "{} parameters of {} saved\n", file.parameters.size(), file.product);
+    fmt::print(stderr, "{} parameters of {} saved\n", file.parameters.size(),
+               nx::shown_text(file.product));
   }
   return exit_ok;
 }

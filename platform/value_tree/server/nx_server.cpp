@@ -90,14 +90,14 @@ void nx_server::impl::accept(owned_fd connection, access rights, bool tcp,
   made->start();
 }
 
-// Idle sessions from the neighbour's own address must not keep it out: those of other programs
-// there, or its own that broke off unnoticed.
+// Sessions from the neighbour's own address must not keep it out, be they of other programs there or
+// its own that broke off unnoticed: one that is idle, or only asks, is closed.
 void nx_server::impl::make_room_for(session_limits::origin from) {
   if (from != session_limits::origin::link_neighbour || !limits_.refusal(from)) return;
   constexpr int part_of_silence = 6;  // 10 s
   const auto since = std::chrono::steady_clock::now() - silent_limit_ / part_of_silence;
-  if (const auto idle = limits_.idle_neighbour(since)) {
-    idle->close("it is idle, and its place is wanted for another from its address");
+  if (const auto one = limits_.gives_way(since)) {
+    one->close("its place is wanted for another from its address");
   }
 }
 

@@ -96,7 +96,7 @@ void session::on_read(const boost::system::error_code& failed, std::size_t size)
   if (closed_) return;
   if (failed && failed != boost::asio::error::eof) return close({});
   ended_ = ended_ || failed;
-  if (ended_) look_whether_gone();
+  if (ended_ && !look_whether_gone()) watch_whether_gone();
   if (host_->fault == server_fault::hung) return ended_ ? close({}) : read();
   splitter_.append({input_.data(), size});
   if (!busy_) return process();
@@ -119,6 +119,15 @@ bool session::look_whether_gone() {
   gone_ = true;
   host_->client_gone(self());
   return true;
+}
+
+// One that has only ended its sending may go while its requests still wait for their turn.
+void session::watch_whether_gone() {
+  connection_->stream.async_wait(socket::wait_error,
+                                 [self = self()](const boost::system::error_code& failed) {
+                                   if (failed || self->closed_) return;
+                                   if (!self->look_whether_gone()) self->watch_whether_gone();
+                                 });
 }
 
 bool session::is_paused() const {
@@ -335,10 +344,6 @@ void session::finish() {
     self->let_go_of_all();
     self->host_->job_done();
   });
-}
-
-bool session::is_silent_since(std::chrono::steady_clock::time_point time) const {
-  return is_idle_since(time) && outbox_.subscriptions() == 0;
 }
 
 }  // namespace nx

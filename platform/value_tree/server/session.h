@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/threads/light_mutex.h"
 #include "platform/value_tree/nx_session.h"
 #include "platform/value_tree/server/request_handler.h"
 #include "platform/value_tree/server/session_host.h"
@@ -45,7 +46,10 @@ class session : public nx_session, public subscription_port {
   bool is_idle_since(std::chrono::steady_clock::time_point time) const {
     return last_asked_ <= time && !busy_;
   }
-  bool is_silent_since(std::chrono::steady_clock::time_point time) const;
+  bool is_silent_since(std::chrono::steady_clock::time_point time) const {
+    return is_idle_since(time) && !has_subscriptions();
+  }
+  bool has_subscriptions() const { return outbox_.subscriptions() > 0; }
 
   /// Sends pending output on the publishing thread; false if the I/O thread has to do it.
   bool send_at_once();
@@ -84,6 +88,7 @@ class session : public nx_session, public subscription_port {
   void job_done(std::vector<std::string> left);
   bool has_hung_up();
   bool look_whether_gone();
+  void watch_whether_gone();
   void discard_output();
   void count_sending();
 
@@ -146,7 +151,7 @@ class session : public nx_session, public subscription_port {
   bool stalled_ = false;  // requests wait until the client has taken answers
 
   // Held by the sending thread, and only as long as the socket accepts output without blocking.
-  std::mutex sending_mutex_;
+  light_mutex sending_mutex_;
   std::string sending_;
   std::size_t sent_ = 0;
   std::size_t sending_counted_ = 0;  // its share of the pending output of all sessions

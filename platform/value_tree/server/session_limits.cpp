@@ -65,14 +65,21 @@ bool session_limits::on_link(const std::shared_ptr<session>& one) const {
          (found->second.from == origin::link || found->second.from == origin::link_neighbour);
 }
 
-std::shared_ptr<session> session_limits::idle_neighbour(
+std::shared_ptr<session> session_limits::gives_way(
     std::chrono::steady_clock::time_point time) const {
   std::map<unsigned long, std::shared_ptr<session>> idle;
+  std::map<unsigned long, std::shared_ptr<session>> asking;
   for (const auto& [one, at] : sessions_) {
-    if (at.from == origin::link_neighbour && one->is_idle_since(time)) idle.emplace(at.number, one);
+    if (at.from != origin::link_neighbour) continue;
+    if (one->is_idle_since(time)) {
+      idle.emplace(at.number, one);
+    } else if (at.since <= time && !one->has_subscriptions()) {
+      asking.emplace(at.number, one);
+    }
   }
-  if (idle.empty()) return nullptr;
-  return idle.size() == 1 ? idle.begin()->second : std::next(idle.begin())->second;
+  if (idle.size() > 1) return std::next(idle.begin())->second;
+  if (!asking.empty()) return asking.begin()->second;
+  return idle.empty() ? nullptr : idle.begin()->second;
 }
 
 std::size_t session_limits::count(origin from) const {

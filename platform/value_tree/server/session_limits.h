@@ -28,12 +28,14 @@ class session_limits {
   /// Why there is no room for another session; empty if there is.
   std::optional<nx_error> refusal(origin from) const;
 
-  /// Among those from the neighbour's address that have asked for nothing since `time`, the oldest
-  /// but one, or the only one; null if there is none. The oldest is probably the neighbour itself.
-  std::shared_ptr<session> idle_neighbour(std::chrono::steady_clock::time_point time) const;
+  /// The session from the neighbour's address that gives way to another from there; null if none has
+  /// to. Among those that have asked for nothing since `time`, the oldest but one: the oldest is
+  /// probably the neighbour itself. Else the oldest that has existed since then and has subscribed to
+  /// nothing: the neighbour subscribes as soon as it knows its peer. Else the only idle one.
+  std::shared_ptr<session> gives_way(std::chrono::steady_clock::time_point time) const;
 
   void entered(const std::shared_ptr<session>& one, origin from) {
-    sessions_.emplace(one, place{from, ++entered_});
+    sessions_.emplace(one, place{from, ++entered_, std::chrono::steady_clock::now()});
   }
   void left(const std::shared_ptr<session>& one) { sessions_.erase(one); }
   bool on_link(const std::shared_ptr<session>& one) const;
@@ -45,6 +47,7 @@ class session_limits {
   struct place {
     origin from;
     unsigned long number;  // number of sessions accepted so far
+    std::chrono::steady_clock::time_point since;
   };
   std::map<std::shared_ptr<session>, place> sessions_;
   unsigned long entered_ = 0;

@@ -149,35 +149,35 @@ std::string channel_record::get_why() {
 }
 
 template <float channel_verdict::*Figure>
-float channel_record::figure() {
+nx::api::reading<float> channel_record::figure() {
   {
     const std::lock_guard lock(mutex_);
     const float value = view_.verdict.*Figure;
     if (is_figure(value)) return rounded(value);
   }
   const auto now = snapshot();
-  throw nx_error(-61, absence(now.verdict, history(now)));
+  return nx_error(-61, absence(now.verdict, history(now)));
 }
 
-float channel_record::get_target() {
+nx::api::reading<float> channel_record::get_target() {
   return figure<&channel_verdict::target>();
 }
-float channel_record::get_measured() {
+nx::api::reading<float> channel_record::get_measured() {
   return figure<&channel_verdict::measured>();
 }
-float channel_record::get_error() {
+nx::api::reading<float> channel_record::get_error() {
   return figure<&channel_verdict::error>();
 }
-float channel_record::get_dead_band() {
+nx::api::reading<float> channel_record::get_dead_band() {
   return figure<&channel_verdict::dead_band>();
 }
-float channel_record::get_headroom_up() {
+nx::api::reading<float> channel_record::get_headroom_up() {
   return figure<&channel_verdict::headroom_up>();
 }
-float channel_record::get_headroom_down() {
+nx::api::reading<float> channel_record::get_headroom_down() {
   return figure<&channel_verdict::headroom_down>();
 }
-float channel_record::get_age() {
+nx::api::reading<float> channel_record::get_age() {
   return figure<&channel_verdict::age>();
 }
 
@@ -191,10 +191,10 @@ unsigned channel_record::get_steps_last_hour() {
   return view_.actuator.steps_last_hour(helpers::waiting::instance().steady_now());
 }
 
-nx::json_document channel_record::get_arrival() {
+nx::api::reading<nx::json_document> channel_record::get_arrival() {
   const auto now = snapshot();
   const auto last = now.ways.last();
-  if (!last) throw nx_error(-61, "The channel has not come to a target yet");
+  if (!last) return nx_error(-61, "The channel has not come to a target yet");
   nx::json_document document(rapidjson::kObjectType);
   auto& allocator = document.GetAllocator();
   const bool under_way = now.ways.is_under_way();

@@ -3,8 +3,8 @@
 // "insight/client/ID/DIRECTION/".
 //
 // The loop's thread looks, with the plan's mutex held. Readers take this object's own mutex, which
-// is held only for copies and never with another: reading never waits for a device. Getters throw
-// nx_error -61 with a reason if a figure has no meaning at present.
+// is held only for copies and never with another: reading never waits for a device. Getters
+// return nx_error -61 with a reason if a figure has no meaning at present.
 #pragma once
 
 #include <memory>
@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "api/reading.h"
 #include "base/insight/actuator_record.h"
 #include "base/insight/channel_text.h"
 #include "base/insight/channel_verdict.h"
@@ -61,18 +62,18 @@ class channel_record : public std::enable_shared_from_this<channel_record> {
 
   std::string get_state();
   std::string get_why();
-  float get_target();
-  float get_measured();
-  float get_error();
-  float get_dead_band();
-  float get_headroom_up();
-  float get_headroom_down();
-  float get_age();
+  nx::api::reading<float> get_target();
+  nx::api::reading<float> get_measured();
+  nx::api::reading<float> get_error();
+  nx::api::reading<float> get_dead_band();
+  nx::api::reading<float> get_headroom_up();
+  nx::api::reading<float> get_headroom_down();
+  nx::api::reading<float> get_age();
   unsigned get_steps();
   unsigned get_steps_last_hour();
   /// {"cause", "begin", "underWay", "seconds", "steps", "largestStep", "largestExcursion",
   /// "neighbour": {"channel", "moved"} or null, "waitsFor" while under way}
-  nx::json_document get_arrival();
+  nx::api::reading<nx::json_document> get_arrival();
 
  private:
   friend class channel_board;
@@ -86,7 +87,7 @@ class channel_record : public std::enable_shared_from_this<channel_record> {
 
   bool take_news();
   template <float channel_verdict::*Figure>
-  float figure();
+  nx::api::reading<float> figure();
   channel_history history(const view& of) const;
   std::string path(const char* name) const;
 

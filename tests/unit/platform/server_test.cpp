@@ -235,8 +235,20 @@ TEST_F(server_test, a_client_that_has_gone_costs_no_large_answer) {
                 request(4, "set", "a", R"(,"value":2)") + '\n');
   }
   // The server sees its end while the command still waits: another is served in between.
-  for (int i = 0; i < 3; ++i)
-    connect().ask(request(1, "get", "a"));
+  const auto serve_another = [&] {
+    for (int i = 0; i < 3; ++i)
+      connect().ask(request(1, "get", "a"));
+  };
+  {
+    // One that has ended its sending before may still wait for answers, until it goes as well.
+    const auto client = connect();
+    client.send(request(1, "run", "wait", R"(,"args":[])") + '\n');
+    door.wait_for_arrivals(2);
+    client.send(request(2, "get", "**") + '\n');
+    client.end_sending();
+    serve_another();
+  }
+  serve_another();
   door.open();
   const auto other = connect();
   while (other.ask(request(5, "get", "a")) != result(5, R"("a":2)"))
@@ -329,6 +341,22 @@ TEST_F(server_test, the_supervisory_link_has_its_own_few_sessions) {
     answer = connect_tcp(port).ask(get);
   EXPECT_EQ(answer, result(1, R"("a":1)"));
   EXPECT_EQ(idle.front().line(), "closed");
+  EXPECT_EQ(subscribed.ask(get), result(1, R"("a":1)"));
+  // Of busy ones one that only asks makes room, before the one that is subscribed.
+  idle.clear();
+  server->set_silent_limit(std::chrono::milliseconds(600));
+  std::vector<raw_client> asking;
+  while (asking.size() < 15) {
+    auto next = connect_tcp(port);
+    if (next.ask(get) == result(1, R"("a":1)")) asking.push_back(std::move(next));
+  }
+  answer.clear();
+  for (int tries = 0; tries < 5000 && answer != result(1, R"("a":1)"); ++tries) {
+    for (const auto& one : asking)
+      one.ask(get);
+    answer = connect_tcp(port).ask(get);
+  }
+  EXPECT_EQ(answer, result(1, R"("a":1)"));
   EXPECT_EQ(subscribed.ask(get), result(1, R"("a":1)"));
 }
 

@@ -149,6 +149,8 @@ TEST_F(lumoractl, brings_back_what_it_has_taken_away_and_tells_what_it_could_not
             "1 written, 0 already so, 1 refused, 1 left\n");
   EXPECT_EQ(with("ORVA-MAX", "").status, 2);
   EXPECT_EQ(with("ORVA-LITE", R"("command/channel/add":{})").status, 2);
+  nx::api::const_value<std::string>::create(db_, "data/product", "\x1b[31mnone\n");
+  EXPECT_EQ(run({"save", file}).output, "1 parameters of \\x1b[31mnone\\n saved\n");
 }
 
 TEST_F(lumoractl, writes_words_of_the_type_that_the_path_takes) {
