@@ -35,6 +35,7 @@ class session_host {
   std::atomic<server_fault> fault{server_fault::none};
   std::atomic<std::size_t> waiting_answers{0};  ///< bytes, in all sessions
   std::atomic<bool> has_patterns{false};  ///< a session has subscribed to a pattern at some time
+  std::size_t left_bytes = 0;  ///< of requests whose clients have gone; the I/O thread's own
   std::chrono::milliseconds stuck_limit = limits::stuck_session;
 };
 
