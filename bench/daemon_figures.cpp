@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "bench/child.h"
+#include "bench/daemon_start.h"
 #include "bench/device_calls.h"
 #include "bench/process_use.h"
 #include "platform/nexel_client/line_client.h"
@@ -23,13 +24,13 @@ using clock = std::chrono::steady_clock;
 
 // A fixed plan of 40 channels, all lit.
 constexpr const char* product = "orvamax";
-constexpr std::chrono::seconds prescribed_wait{1};  // between configuration and first cycle
 constexpr std::chrono::seconds rest{20};
 constexpr seconds cycle_pause{0.5};
 constexpr int bare_cycles = 10;
 constexpr double percent = 100;
 constexpr std::chrono::seconds listening{5};
 constexpr unsigned subscribers = 64;
+constexpr unsigned watchers = 4;
 constexpr std::chrono::seconds raging{5};
 constexpr unsigned stormers = 8;
 
@@ -40,44 +41,68 @@ bool daemon_figures::measure() {
   node_.start_devices(product);
   bool reached = measure_start();
   reached = measure_rest() && reached;
+  reached = measure_watched() && reached;
   reached = measure_storms() && reached;
   return measure_memory() && reached;
 }
 
 bool daemon_figures::measure_start() {
-  const auto begin = clock::now();
-  auto& daemon = node_.start_daemon({"--product", product});
-  require(daemon.wait_for("Manager starting up."), "the daemon does not start");
-  require(node_.await_configuration(), "the daemon is not built");
-  const seconds built = clock::now() - begin;
-  node_.write("debug/loglevel", "\"verbose\"");
-  node_.write("config/redisConfigStatus", "true");
-  require(daemon.wait_for("Redis configuration received, proceeding."), "no configuration");
-  const auto configured = clock::now();
-  require(daemon.wait_for("Manager operational, regulating: "), "no cycle");
-  const seconds first_cycle = clock::now() - configured - prescribed_wait;
-  node_.write("debug/loglevel", "\"normal\"");
   return report("start to first regulating cycle, without prescribed waits",
-                (built + first_cycle).count(), 1, "s");
+                start_to_first_cycle(node_, product).count(), 1, "s");
 }
 
-bool daemon_figures::measure_rest() {
-  require(test::eventually([&] { return plant_.off_target(0.5).empty(); }), "not on target");
+daemon_figures::load daemon_figures::load_during(std::chrono::seconds time,
+                                                 const std::function<void()>& meanwhile) {
   const auto pid = node_.daemon().pid();
   const auto begin = clock::now();
   const seconds all = cpu_time(pid);
   const auto before = use_of_thread(pid, "manager");
-  std::this_thread::sleep_for(rest);
+  while (clock::now() - begin < time)
+    meanwhile();
   const seconds passed = clock::now() - begin;
   const auto after = use_of_thread(pid, "manager");
-  const auto of_cycle = (after.cpu - before.cpu) / passed;
-  const auto of_all = (seconds(cpu_time(pid)) - all) / passed;
-  const auto of_answers = bare_exchanges((after.waits - before.waits) * (cycle_pause / passed));
+  return {.cycle = (after.cpu - before.cpu) / passed,
+          .all = (seconds(cpu_time(pid)) - all) / passed,
+          .waits = (after.waits - before.waits) * (cycle_pause / passed)};
+}
+
+bool daemon_figures::measure_rest() {
+  require(test::eventually([&] { return plant_.off_target(0.5).empty(); }), "not on target");
+  undisturbed_ = load_during(rest, [] { std::this_thread::sleep_for(rest); });
+  const auto of_answers = bare_exchanges(undisturbed_.waits);
   const auto figure = fmt::format(
       "CPU of a cycle to its pause, without {:.2f} % for device answers", percent * of_answers);
-  const bool cycle_reached = report(figure, percent * (of_cycle - of_answers), 0.4, "%");
-  return report("CPU of the daemon at rest with a full band", percent * of_all, 1, "%") &&
+  const bool cycle_reached = report(figure, percent * (undisturbed_.cycle - of_answers), 0.4, "%");
+  return report("CPU of the daemon at rest with a full band", percent * undisturbed_.all, 1, "%") &&
          cycle_reached;
+}
+
+/// People who look on cost little, and a node at rest has little to tell them.
+bool daemon_figures::measure_watched() {
+  std::vector<std::unique_ptr<nx::line_client>> clients;
+  while (clients.size() < watchers) {
+    clients.push_back(nx::line_client::connect_unix(node_.daemon_socket()));
+    clients.back()->call("subscribe", R"({"path":"insight/**"})");
+  }
+  unsigned events = 0;
+  const auto hear = [&] {
+    for (const auto& client : clients)
+      while (client->next_event(std::chrono::milliseconds(50)))
+        ++events;
+  };
+  const auto end = clock::now() + listening;
+  while (clock::now() < end)
+    hear();
+  events = 0;
+  const auto watched = load_during(rest, hear);
+  const double a_second = events / (seconds(rest).count() * watchers);
+  const bool is_quiet =
+      report("events of insight/** at rest, to each who watches", a_second, 5, "/s");
+  const bool cycle_reached = report("CPU of a cycle, 4 clients watching insight/** to none",
+                                    watched.cycle / undisturbed_.cycle, 1.1, "");
+  return report("CPU of the daemon, 4 clients watching insight/** to none",
+                watched.all / undisturbed_.all, 1.25, "") &&
+         cycle_reached && is_quiet;
 }
 
 /// What it takes to wait for so many answers a cycle: of a thread that does nothing else, at the

@@ -2,6 +2,9 @@
 // rest, what it keeps in memory, how long its start takes.
 #pragma once
 
+#include <chrono>
+#include <functional>
+
 #include "bench/bare_socket.h"
 #include "tests/support/daemon_node.h"
 #include "tests/system/plant_controls.h"
@@ -16,12 +19,21 @@ class daemon_figures {
  private:
   bool measure_start();
   bool measure_rest();
+  bool measure_watched();
   bool measure_storms();
   bool measure_memory();
   double bare_exchanges(double a_cycle);
+  /// Shares of one core, while `meanwhile` runs.
+  struct load {
+    double cycle;  ///< of the manager thread
+    double all;
+    double waits;  ///< of the manager thread, in a cycle
+  };
+  load load_during(std::chrono::seconds time, const std::function<void()>& meanwhile);
 
   bare_socket bare_;  // forks, so before any thread
   test::daemon_node node_;
+  load undisturbed_{};
   test::plant_controls plant_{node_.root().path()};
 };
 

@@ -2,9 +2,11 @@
 // take then, what a cycle asks, and how its cost grows with its channels.
 #pragma once
 
+#include <string>
+
 namespace bench {
 
-/// Measures and prints. True if every goal is reached.
-bool measure_late_nodes();
+/// Measures and prints, `only` "adds" that figure alone. True if every goal is reached.
+bool measure_late_nodes(const std::string& only);
 
 }  // namespace bench

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <thread>
 
+#include "bench/daemon_start.h"
 #include "platform/wire/json_parse.h"
 
 namespace bench {
@@ -13,7 +14,6 @@ namespace {
 
 using clock = std::chrono::steady_clock;
 
-constexpr seconds prescribed_wait{1};  // between configuration and first cycle
 constexpr std::chrono::seconds watched{10};
 constexpr seconds day = std::chrono::days(1);
 
@@ -39,19 +39,7 @@ late_node::late_node(std::string product, const std::string& peer) : product_(st
 }
 
 seconds late_node::start() {
-  const auto begin = clock::now();
-  auto& daemon = node_.start_daemon({"--product", product_});
-  require(daemon.wait_for("Manager starting up."), "the daemon does not start");
-  require(node_.await_configuration(), "the daemon is not built");
-  const seconds built = clock::now() - begin;
-  node_.write("debug/loglevel", "\"verbose\"");
-  node_.write("config/redisConfigStatus", "true");
-  require(daemon.wait_for("Redis configuration received, proceeding."), "no configuration");
-  const auto configured = clock::now();
-  require(daemon.wait_for("Manager operational, regulating: "), "no cycle");
-  const seconds first_cycle = clock::now() - configured - prescribed_wait;
-  node_.write("debug/loglevel", "\"normal\"");
-  return built + first_cycle;
+  return start_to_first_cycle(node_, product_);
 }
 
 void late_node::delay(const std::string& services, std::chrono::milliseconds latency) const {
@@ -124,6 +112,11 @@ seconds late_node::cpu_of_cycle() {
   const auto last = last_cycle();
   require(last.number > first.number, "no cycles");
   return (use_of_thread(pid, "manager").cpu - before.cpu) / (last.number - first.number);
+}
+
+void late_node::disturb(double db) const {
+  for (const auto& channel : plant_.channels())
+    plant_.disturb(channel, db);
 }
 
 }  // namespace bench

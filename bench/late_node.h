@@ -42,6 +42,11 @@ class late_node {
   /// Processor time of the loops' thread for one.
   seconds cpu_of_cycle();
 
+  /// All lasers at once.
+  void disturb(double db) const;
+
+  test::daemon_node& processes() { return node_; }
+
  private:
   void delay(const std::string& services, std::chrono::milliseconds latency) const;
 

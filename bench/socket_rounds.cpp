@@ -33,7 +33,7 @@ constexpr std::array figures{
     figure{"event to 64 subscribers", &contestant::event, 64, 64, 1.2, 1.3},
     figure{"events to 64 subscribers under load", &contestant::event_burst, 64 * burst, 64, 1.5, 0},
     figure{"set to event", &contestant::set_and_hear, 1, 1, 1, 0},
-    figure{"set to event of the one who sets", &contestant::set_and_hear_oneself, 1, 1, 1, 0},
+    figure{"set to own event", &contestant::set_and_hear_oneself, 1, 1, 1, 0},
 };
 
 // Of one round after the other, each to what was measured in the same round.

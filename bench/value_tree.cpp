@@ -64,7 +64,7 @@ std::string value_tree::next_set() {
   ++next_;
   const auto params = fmt::format(R"({{"path":"{}","value":{}}})", parameter_path,
                                   0.5 * static_cast<double>(next_ % 40));
-  return nx::json_rpc::request(next_, "set", std::string_view(params)) + '\n';
+  return nx::json_rpc::request(next_, "set", params) + '\n';
 }
 
 void value_tree::set_and_hear() {

@@ -53,8 +53,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   boost::system::error_code error;
   parser.put(boost::asio::const_buffer(data, size), error);
   if (error || !parser.is_done()) return 0;
+  const auto framing = gateway::wrong_framing(parser.get(), parser.chunked());
+  check(framing || parser.content_length() || parser.chunked() || parser.get().body().empty(),
+        "a body has an end");
   const auto read = gateway::from_beast(parser.get());
-  if (read.refused) return 0;
+  if (framing || read.refused) return 0;
   check_request(read.asked);
   check_trust(read.asked);
   return 0;

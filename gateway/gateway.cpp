@@ -38,7 +38,7 @@ std::shared_ptr<boost::asio::ssl::context> tls_of(const options& given) {
   return given.certificate.empty() ? nullptr : make_tls_context(given.certificate, given.key);
 }
 
-/// What would open the node to the network without a lock is no way to start.
+/// A configuration that would open the node to the network without protection is refused.
 trust_rules rules_of(const options& given, const listen_address& at) {
   trust_rules rules{.loopback = address_of(at).is_loopback(),
                     .tls = !given.certificate.empty(),
@@ -73,14 +73,15 @@ gateway_service::gateway_service(boost::asio::io_context& io, const options& giv
       trust_(rules_of(given, at_)),
       link_(tree_link::create(io, socket_of(given.tree), bounds_.tree_answer)),
       mirror_(std::make_shared<tree_mirror>(io, link_, bounds_)),
-      tree_api_(io, mirror_, bounds_),
+      recorder_(mirror_, bounds_),
+      tree_api_(io, mirror_, recorder_, bounds_),
       write_api_(link_),
       lab_(given.lab.empty() ? nullptr
                              : std::make_unique<lab_api>(
                                    tree_link::create(io, socket_of(given.lab), bounds_.tree_answer),
                                    given.lab_node)),
       health_(link_),
-      scrape_(std::make_shared<scrape>(io, mirror_)),
+      scrape_(std::make_shared<scrape>(link_)),
       files_(given.page),
       service_{bounds_, router_, {}, 0, 0, 0} {
   route();
@@ -121,6 +122,7 @@ void gateway_service::route() {
 }
 
 void gateway_service::start() {
+  recorder_.start();
   link_->start(mirror_);
   if (lab_) lab_->start();
   listener_->start();
@@ -131,7 +133,7 @@ void gateway_service::stop() {
   const auto open = service_.connections;
   for (auto* each : open)
     each->close();
-  scrape_->stop();
+  recorder_.stop();
   mirror_->stop();
   link_->stop();
   if (lab_) lab_->stop();

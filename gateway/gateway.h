@@ -1,6 +1,6 @@
-// The whole gateway: tree on one side, HTTP on the other, on one io_context that one thread runs.
-// Tests make one of these on a port of the loopback. Its constructor throws std::runtime_error with
-// a text for a person when it cannot or must not serve so.
+// The whole gateway: tree on one side, HTTP on the other, on one io_context run by one thread.
+// Tests create one on a port of the loopback. Its constructor throws std::runtime_error with a text
+// for a person if it cannot serve with these options, or refuses to.
 #pragma once
 
 #include <boost/asio/io_context.hpp>
@@ -42,6 +42,7 @@ class gateway_service {
   const trust trust_;
   const std::shared_ptr<tree_link> link_;
   const std::shared_ptr<tree_mirror> mirror_;
+  recorder recorder_;
   tree_api tree_api_;
   write_api write_api_;
   const std::unique_ptr<lab_api> lab_;  ///< null on a real node

@@ -11,32 +11,32 @@ constexpr const char* closing_words =
     "Addresses:\n"
     "  /                      the page\n"
     "  /metrics               for Prometheus\n"
-    "  /api/v1/values?path=P  present values, P a path or a pattern\n"
-    "  /api/v1/history?path=P what one path was before\n"
+    "  /api/v1/values?path=P  present values; P is a path or a pattern\n"
+    "  /api/v1/history?path=P former values of one path\n"
     "  /api/v1/events?path=P  server-sent events\n"
-    "  /healthz, /readyz      the process; a daemon that regulates\n";
+    "  /healthz, /readyz      is the gateway alive; does the daemon regulate\n";
 
 void declare(CLI::App& app, options& given) {
   app.name("lumora_gateway");
   app.set_version_flag("--version", LUMORA_VERSION, "Print the version and exit");
   app.footer(closing_words);
-  app.add_option("--tree", given.tree, "Socket of the daemon, below NX_ROOT if that is set")
+  app.add_option("--tree", given.tree, "Socket of the daemon, under NX_ROOT if that is set")
       ->type_name("unix:PATH")
       ->capture_default_str();
-  app.add_option("--listen", given.listen, "Where to serve; port 0 is a free one")
+  app.add_option("--listen", given.listen, "Where to serve; port 0 picks a free one")
       ->type_name("ADDRESS:PORT")
       ->capture_default_str();
   app.add_option("--page", given.page, "Folder of the page")
       ->type_name("DIR")
       ->capture_default_str();
-  app.add_option("--certificate", given.certificate, "Certificate chain, PEM: serve by TLS")
+  app.add_option("--certificate", given.certificate, "Certificate chain (PEM), to serve over TLS")
       ->type_name("FILE");
-  app.add_option("--key", given.key, "Key of the certificate, PEM")->type_name("FILE");
+  app.add_option("--key", given.key, "Private key of the certificate (PEM)")->type_name("FILE");
   app.add_option("--token-file", given.token_file,
-                 "Holds the token that writing needs, and reading beyond loopback")
+                 "File with the token required for writing, and for reading beyond loopback")
       ->type_name("FILE");
   app.add_option("--host", given.hosts,
-                 "A name by which the gateway is reached, beside its address")
+                 "A host name by which the gateway is reached, besides its address")
       ->type_name("NAME");
   app.add_option("--lab", given.lab,
                  "Socket of the simulated plant, for the page's bench of faults")
@@ -51,7 +51,7 @@ void declare(CLI::App& app, options& given) {
 std::optional<options> parse_options(int argc, const char* const* argv, int& exit_code) {
   constexpr int wrong_command_line = 1;
   options given;
-  CLI::App app("A node in a browser and in Prometheus, beside its daemon.");
+  CLI::App app("Serves a node to browsers and to Prometheus, alongside its daemon.");
   declare(app, given);
   try {
     app.parse(argc, argv);

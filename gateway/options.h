@@ -15,12 +15,12 @@ struct options {
   std::string key;
   std::string token_file;
   std::vector<std::string> hosts;
-  std::string lab;  ///< as `tree`, of the simulated plant; empty on a real node
+  std::string lab;  ///< the simulated plant's tree, in the same form; empty on a real node
   unsigned lab_node = 0;
   bool allow_writes = false;
 };
 
-/// Empty when the process is to end with `exit_code`: help, version or a wrong word.
+/// Empty if the process is to exit with `exit_code`: help, version or a wrong option.
 std::optional<options> parse_options(int argc, const char* const* argv, int& exit_code);
 
 /// Where to listen, "HOST:PORT" or "[HOST]:PORT" with an address for HOST.

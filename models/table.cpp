@@ -18,9 +18,9 @@ constexpr named_port degree_ports[] = {{1, "xc4Wss1"}, {2, "localAD"}, {3, "xc4W
                                        {4, "xc1"},     {5, "xc4Wss3"}, {6, "xc2"},
                                        {7, "xc4Wss4"}, {8, "xc3"},     {9, "xc4Wss5"}};
 
-// The order is that of every list of models a user sees. The booster's gain puts the add switch at
-// 7 to 9 dB at rest: the dead band of a channel grows with its attenuation, and below 7 dB the
-// monitor's noise would now and then carry a channel at rest out of it.
+// All lists of models shown to users have this order. The booster's gain puts the add switch at 7
+// to 9 dB at rest: the dead band of a channel grows with its attenuation, and below 7 dB the
+// monitor's noise would now and then carry a resting channel out of it.
 constexpr model table[] = {
     {
         .name = "orvalite",
@@ -71,8 +71,7 @@ constexpr model table[] = {
         .has_line_voa = false,
         .saturation_cap = 5.0F,
         .known_to_peers = false,
-        // Puts the drop switch at rest where the factory's calibration towards the client counts
-        // it.
+        // Puts the drop switch at rest where the factory calibrated the loss towards the client.
         .plant = {.preamp_gain = 26.0, .preamp_power_limit = 22.3, .drop_switch_mid_stage = true},
     },
     {

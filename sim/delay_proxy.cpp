@@ -32,7 +32,7 @@ using boost::system::error_code;
 using clock = std::chrono::steady_clock;
 
 /// One client and its connection to the server. On the proxy's thread; lives until both ends are
-/// closed and nothing is under way.
+/// closed and nothing is in flight.
 class link : public std::enable_shared_from_this<link> {
  public:
   using latency_source = std::function<std::chrono::milliseconds()>;
@@ -59,7 +59,7 @@ class link : public std::enable_shared_from_this<link> {
   bool is_closed() const { return !client_.is_open(); }
 
  private:
-  // A client that takes nothing is the server's affair: it is to notice the jam.
+  // A client that does not read is the server's problem: the server must notice the jam.
   static constexpr std::size_t most_waiting = 8UL * 1024 * 1024;
 
   struct piece {
@@ -80,7 +80,7 @@ class link : public std::enable_shared_from_this<link> {
         });
   }
 
-  /// One that only sends no more still gets its answers; the server closes after them.
+  /// A client that has only stopped sending still gets its answers; the server closes after them.
   void end_client(const error_code& failed) {
     if (failed != asio::error::eof) return close();
     error_code ignored;
@@ -150,7 +150,7 @@ class link : public std::enable_shared_from_this<link> {
   std::size_t waiting_ = 0;
   bool reading_ = false;
   bool sending_ = false;
-  bool ended_ = false;  // the server has closed; what waits still goes out
+  bool ended_ = false;  // the server has closed; pending output is still sent
 };
 
 }  // namespace
@@ -213,7 +213,7 @@ struct delay_proxy::impl {
 
   asio::io_context io;
   const std::string target;
-  std::chrono::milliseconds latency;  // the thread's own, as all below
+  std::chrono::milliseconds latency;  // used only by the thread, like everything below
   asio::executor_work_guard<asio::io_context::executor_type> work;
   nx::unix_socket socket;
   std::shared_ptr<nx::listener> own;

@@ -1,6 +1,6 @@
-// What devices can be told to do wrong: readings that lie, stand still or fail, and writes that are
-// lost, late or refused. Plain descriptions, made by tests and the control tree and handed to the
-// plant; nothing here throws.
+// Faults of devices: readings that lie, stay constant or fail, and writes that are lost, late or
+// refused. Plain descriptions, made by tests and the control tree and given to the plant; nothing
+// here throws.
 #pragma once
 
 #include <chrono>
@@ -11,23 +11,23 @@
 
 namespace sim {
 
-/// What a service makes of a reading of its device.
+/// How a service falsifies a reading of its device.
 struct reading_fault {
   enum class kind {
     replaced,   ///< `value`, any JSON text
-    frozen,     ///< the value of when the fault began, with noise on top where `amount` says so
+    frozen,     ///< the value at the beginning of the fault, with noise of sigma `amount`
     noisy,      ///< the true value with noise
-    trembling,  ///< the true value `amount` too high and too low in turn
+    trembling,  ///< the true value, alternately `amount` too high and too low
     stepped,    ///< the true value in steps of `amount`
     failed,     ///< reads are answered with `error`, subscribers get it as an event
-    missing     ///< as a path that is not there: subscriptions are refused as well
+    missing     ///< like a path that does not exist: subscriptions are refused as well
   };
 
   kind what = kind::frozen;
-  double amount = 0.0;  ///< in the reading's unit; noise is gaussian, this its sigma
+  double amount = 0.0;  ///< in the reading's unit; for noise, which is gaussian, the sigma
   std::string value{};
   nx_error error{nx_error::io_failed, "Refused by the device"};
-  /// Between two draws of noise, or two turns of a tremble.
+  /// Interval between two draws of noise, or two alternations of a tremble.
   std::chrono::nanoseconds pace = std::chrono::seconds(1);
 
   static reading_fault replaced(std::string json) {
@@ -41,13 +41,14 @@ struct reading_fault {
     return {.what = kind::trembling, .amount = amount};
   }
   static reading_fault stepped(double step) { return {.what = kind::stepped, .amount = step}; }
-  static reading_fault failed(std::int32_t code = -5, std::string text = "Refused by the device") {
+  static reading_fault failed(std::int32_t code = nx_error::io_failed,
+                              std::string text = "Refused by the device") {
     return {.what = kind::failed, .error = {code, std::move(text)}};
   }
   static reading_fault missing() { return {.what = kind::missing}; }
 };
 
-/// What becomes of writes and commands that reach a service.
+/// What happens to writes and commands that reach a service.
 struct write_fault {
   enum class kind {
     lost,    ///< answered as if done
@@ -57,8 +58,8 @@ struct write_fault {
 
   kind what = kind::lost;
   std::chrono::nanoseconds delay{0};
-  unsigned every = 1;  ///< hits each n-th of the writes that fit
-  double share = 1.0;  ///< and of these this part, by seeded noise
+  unsigned every = 1;  ///< affects each n-th matching write
+  double share = 1.0;  ///< and of these a random fraction (seeded)
   nx_error error{nx_error::io_failed, "Refused by the device"};
 
   static write_fault lost() { return {.what = kind::lost}; }

@@ -43,25 +43,25 @@ std::optional<int> read_options(int argc, char** argv, options& to) {
   CLI::App app(
       "Serves the simulated plant of a topology file: the device services of one or two "
       "nodes and the light between them.");
-  app.set_version_flag("--version", LUMORA_VERSION, "print the version and end");
-  app.add_option("TOPOLOGY.json", to.topology_path, "what the plant is built from")->required();
-  app.add_option("--seed", to.seed, "seed of all noise, in place of the file's");
-  app.add_option("--speed", to.speed, "plant seconds in a second")->check(CLI::Range(0.01, 100.0));
+  app.set_version_flag("--version", LUMORA_VERSION, "print the version and exit");
+  app.add_option("TOPOLOGY.json", to.topology_path, "the plant's topology")->required();
+  app.add_option("--seed", to.seed, "seed of all noise, instead of the file's");
+  app.add_option("--speed", to.speed, "plant seconds per second")->check(CLI::Range(0.01, 100.0));
   app.add_flag("--board", to.board,
-               "write each node's calibration file below its root (NX_ROOT must be set)");
-  app.add_flag("--print-board", to.print_board, "print the near node's calibration file and end");
+               "write each node's calibration file under its root (NX_ROOT must be set)");
+  app.add_flag("--print-board", to.print_board, "print the near node's calibration file and exit");
   app.add_option("--far-prefix", to.far_prefix,
-                 "folder below NX_ROOT in which a second node has its sockets");
+                 "folder under NX_ROOT for the sockets of a second node");
   app.add_option("--far-hash-tag", to.far_tag,
-                 "REDIS_CONF_HASH_TAG of a second node, whose switch follows its own keys");
+                 "REDIS_CONF_HASH_TAG of a second node, whose switch reads keys of its own");
   app.add_option("--peer", to.peer,
-                 "what the far end of a node alone plays on the supervisory link")
+                 "the peer that the far end of a single node plays on the supervisory link")
       ->check(CLI::IsMember(models::simulated_peers()));
   app.add_option("--peer-interface", to.peer_interface,
                  "interface on which the peer is served; lo for a daemon on this machine")
       ->capture_default_str();
   app.add_option("--latency", to.latencies,
-                 "NAME=MS: a service of the near node, or the peer, that is late from its first "
+                 "NAME=MS: delay of a service of the near node, or of the peer, from its first "
                  "answer on; may be repeated")
       ->allow_extra_args(false);
   try {
@@ -89,7 +89,7 @@ void write_boards(const sim::plant& plant, const options& from) {
 
 using followers = std::vector<std::unique_ptr<sim::store_follower>>;
 
-/// Follows the store of each node whose switch does so; needs the hash tag of its keys.
+/// Follows the store of each node whose switch uses it; needs the hash tag of its keys.
 followers follow_stores(sim::plant& plant, const options& from) {
   std::array<std::optional<std::string>, 2> tags{std::nullopt, from.far_tag};
   if (const char* near_tag = std::getenv("REDIS_CONF_HASH_TAG")) tags[0] = near_tag;
@@ -107,13 +107,13 @@ followers follow_stores(sim::plant& plant, const options& from) {
   return all;
 }
 
-/// The file's topology with what the command line changes.
+/// The file's topology with the changes from the command line.
 sim::topology chosen_topology(const options& from) {
   sim::topology topology = sim::load_topology(from.topology_path);
   if (from.seed) topology.seed = *from.seed;
   if (from.peer.empty()) return topology;
   topology.peer = from.peer;
-  // Both ends in one machine: the neighbour is where the peer is served.
+  // Both ends on one machine: the neighbour is where the peer is served.
   if (from.peer_interface == "lo") topology.nodes.front().osc.neighbour = "::1%lo";
   return topology;
 }
@@ -131,7 +131,7 @@ void set_latency(sim::plant& plant, const std::string& text) {
   plant.set_latency(name == "peer" ? 1 : 0, name, std::chrono::milliseconds(latency_ms));
 }
 
-/// Blocked in every thread, so that `wait_for_signal` alone gets them.
+/// Blocked in every thread, so that only `wait_for_signal` receives them.
 sigset_t block_stop_signals() {
   sigset_t stop;
   sigemptyset(&stop);
@@ -141,7 +141,7 @@ sigset_t block_stop_signals() {
   return stop;
 }
 
-/// True when a stop signal came before the time was over.
+/// True if a stop signal came before the time was over.
 bool wait_for_signal(const sigset_t& stop, std::chrono::nanoseconds time) {
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
   const timespec timeout{static_cast<time_t>(seconds.count()),
@@ -159,7 +159,7 @@ void run(sim::plant& plant, sim::service_host& services, double speed, const sig
     plant.step(plant_tick);
     services.work();
     next += tick;
-    // A machine that was asleep does not make up for it in one rush.
+    // A machine that was suspended does not catch up in one burst.
     if (clock::now() - next > std::chrono::seconds(1)) next = clock::now();
   }
 }
@@ -178,7 +178,7 @@ int main(int argc, char** argv) {
     if (chosen.board) write_boards(plant, chosen);
     const sigset_t stop = block_stop_signals();
     const auto stores = follow_stores(plant, chosen);
-    plant.step(tick);  // the first client is to find light, and the truth of it
+    plant.step(tick);  // the first client must find light, and its truth values
     sim::service_host services(plant, chosen.far_prefix, chosen.peer_interface);
     for (const std::string& latency : chosen.latencies)
       set_latency(plant, latency);

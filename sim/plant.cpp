@@ -50,7 +50,7 @@ void plant::impl::publish(std::chrono::nanoseconds dt) const {
   control->publish();
 }
 
-plant::plant(topology what) : impl_() {
+plant::plant(topology what) {
   check(what);
   impl_ = std::make_unique<impl>(std::move(what), *this);
 }
@@ -61,23 +61,18 @@ plant::~plant() {
 }
 
 void plant::step(std::chrono::nanoseconds dt) {
-  // Waits of a microsecond are gathered: nothing in the plant is that quick.
+  // Waits of a microsecond are accumulated: nothing in the plant is that fast.
   constexpr std::chrono::milliseconds shortest_step(1);
   const std::lock_guard lock(impl_->light);
   impl_->gathered += dt;
   if (impl_->gathered < shortest_step) return;
-  // Published part by part: a long step shows every pass of the monitors, as a short one would.
+  // Published part by part: a long step shows every pass of the monitors, as short ones would.
   while (impl_->gathered.count() > 0) {
     const auto part = std::min(impl_->gathered, line_system::longest_step);
     impl_->system.step(part);
     impl_->publish(part);
     impl_->gathered -= part;
   }
-}
-
-std::chrono::nanoseconds plant::time() const {
-  const std::lock_guard lock(impl_->light);
-  return impl_->system.time() + impl_->gathered;
 }
 
 const topology& plant::get_topology() const {

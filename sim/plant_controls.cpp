@@ -1,4 +1,4 @@
-// What tests and the control tree do to the light and the devices.
+// Changes to the light and the devices by tests and the control tree.
 #include "sim/nexels/node_trees.h"
 #include "sim/plant/device_range.h"
 #include "sim/plant/truth.h"

@@ -1,4 +1,4 @@
-// What tests and the control tree make the device services do wrong.
+// Faults of the device services, set by tests and the control tree.
 #include <rapidjson/document.h>
 
 #include "platform/wire/json_conversion.h"

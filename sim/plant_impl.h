@@ -1,5 +1,5 @@
-// What the plant keeps behind its interface: the light with its lock, the trees of the device
-// services and their states. For the plant's own files alone.
+// The plant's internals: the light with its lock, the trees of the device services and their
+// states. Only for the plant's own files.
 #pragma once
 
 #include <array>

@@ -1,4 +1,4 @@
-// What is, whatever the read-outs say.
+// The true state, whatever the read-outs say.
 #include "sim/plant/truth.h"
 #include "sim/plant_impl.h"
 
@@ -56,11 +56,6 @@ double plant::amplifier_saturation_db(unsigned node, direction side) const {
 double plant::span_loss_db(unsigned fibre) const {
   const std::lock_guard lock(impl_->light);
   return impl_->system.fibres.at(fibre).span_loss_db();
-}
-
-double plant::raman_tilt_db(unsigned fibre) const {
-  const std::lock_guard lock(impl_->light);
-  return impl_->system.fibres.at(fibre).raman_tilt_db();
 }
 
 double plant::booster_target_dbm(unsigned node, unsigned channel) const {

@@ -5,10 +5,10 @@ namespace sim {
 namespace {
 
 constexpr unsigned peer_port = 5100;
-// Added to the address of a service that a proxy stands in front of.
+// Appended to the address of a service that is behind a proxy.
 constexpr const char* behind = ".near";
 
-/// A peer is no device: its tree stands where a node has its own.
+/// A peer is not a device: its tree is where a node has its own.
 std::string address_of(const std::string& name) {
   return name == "peer" ? "/tmp/device_managers/lumora" : plant::nexel_address(name);
 }
@@ -49,7 +49,7 @@ void service_host::start(service& of) {
   const std::string path = slow ? of.path + behind : of.path;
   of.server = std::make_unique<nx::nx_server>(runtime_, *of.tree, path);
   of.server->start_accepting();
-  // A service that refuses does so by itself, in the answers to writes.
+  // A refusing service does that itself, in the answers to writes.
   if (of.state == nexel_state::hung) of.server->set_fault(nx::server_fault::hung);
   if (slow) {
     of.slow = std::make_unique<delay_proxy>(of.path, path, of.latency);

@@ -1,6 +1,7 @@
 // Serves every tree of a plant on its unix socket, and makes the services hang, die, come back and
-// answer late as the plant's controls ask. Requests are gathered from any thread and carried out by
-// the program's main thread, so that no service is taken down from within one of its own requests.
+// answer late as the plant's controls ask. Requests are collected from any thread and carried out
+// by the program's main thread, so that no service is taken down from within one of its own
+// requests.
 #pragma once
 
 #include <chrono>
@@ -20,12 +21,12 @@ namespace sim {
 
 class service_host {
  public:
-  /// Node 0 is served at its own addresses below NX_ROOT, node 1 below `far_prefix` there; a
-  /// simulated peer also on `peer_interface`, as a node serves its neighbour. Throws
-  /// std::runtime_error when a socket cannot be bound.
+  /// Node 0 is served at its own addresses under NX_ROOT, node 1 under `far_prefix` there; a
+  /// simulated peer also on `peer_interface`, where a node serves its neighbour. Throws
+  /// std::runtime_error if a socket cannot be bound.
   service_host(plant& of, const std::string& far_prefix, const std::string& peer_interface);
 
-  /// Carries out what was asked for since the last call.
+  /// Carries out what has been requested since the last call.
   void work();
   std::size_t count() const { return services_.size(); }
 
@@ -33,11 +34,12 @@ class service_host {
   struct service {
     std::string path;
     nx_db* tree;
-    std::string interface;  // of the supervisory link; empty for what is a unix socket alone
+    std::string interface;  // of the supervisory link; empty for a plain unix socket
     nexel_state state = nexel_state::ok;
     std::chrono::milliseconds latency{0};
     std::unique_ptr<nx::nx_server> server{};
-    /// In front of the server once it has been slow: then connections stay when it is slow no more.
+    /// Placed in front of the server once it has been made slow; stays afterwards, so that
+    /// connections survive.
     std::unique_ptr<delay_proxy> slow{};
   };
   using service_key = std::pair<unsigned, std::string>;

@@ -1,7 +1,6 @@
-// The twin switch's look into the node's key store, as the real switch has it: a thread reads the
-// attenuations of all channels that were ever asked for ten times a second, so that the plant,
-// which asks with its lock held, never waits for the store. A store that is away leaves the last
-// values.
+// The twin switch's view of the node's key store, as the real switch has it: ten times a second a
+// thread reads the attenuations of all channels ever asked for, so that the plant, which asks with
+// its lock held, never waits for the store. While the store is away the last values stay.
 #pragma once
 
 #include <condition_variable>
@@ -18,8 +17,8 @@ namespace sim {
 
 class store_follower {
  public:
-  /// `tag` is the configuration hash tag in front of the keys; the store is found as every client
-  /// of it does, through KVS_URL.
+  /// `tag` is the configuration hash tag in front of the keys; the store is found through KVS_URL,
+  /// as by every client.
   explicit store_follower(std::string tag);
   ~store_follower();
   store_follower(const store_follower&) = delete;

@@ -1,13 +1,13 @@
-// How a state is told to people: its text on the tree, whether it asks for somebody, and a colour.
-// Daemon, command line and screen read the same rows. Constant tables; any thread may read them.
+// How a state is shown to people: its text on the tree, whether it needs somebody, and a colour.
+// Shared by daemon, command line and screen. Constant tables; any thread may read them.
 #pragma once
 
 namespace states {
 
 enum class severity {
-  quiet,    ///< nothing is expected here: dark, blocked
+  quiet,    ///< nothing is expected: dark, blocked
   good,     ///< as it should be
-  working,  ///< not yet, and it passes by itself
+  working,  ///< not yet, but will pass by itself
   person    ///< stays until somebody does something
 };
 

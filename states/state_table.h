@@ -1,4 +1,4 @@
-// Lookup in a table of states that is indexed by its enumeration.
+// Lookup in a table of states, indexed by its enumeration.
 #pragma once
 
 #include <algorithm>

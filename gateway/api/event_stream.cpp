@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "gateway/api/history_entries.h"
 #include "platform/nexel_client/request_text.h"
 #include "platform/wire/json_text.h"
 
@@ -20,31 +21,12 @@ struct event_stream::resuming {
   std::size_t outstanding = 0;
 };
 
-namespace {
-
-template <class Told>
-void for_each_entry(const nx::json_value* result, const std::string& path, Told told) {
-  if (!result || !result->IsObject()) return;
-  const auto entries = result->FindMember(path.c_str());
-  if (entries == result->MemberEnd() || !entries->value.IsArray()) return;
-  for (const auto& entry : entries->value.GetArray()) {
-    if (!entry.IsObject()) continue;
-    const auto time = entry.FindMember("time");
-    const auto value = entry.FindMember("value");
-    if (time == entry.MemberEnd() || value == entry.MemberEnd() || !time->value.IsString())
-      continue;
-    told(std::string(time->value.GetString()), value->value);
-  }
-}
-
-}  // namespace
-
 void event_stream::start(std::shared_ptr<byte_sink> sink, std::shared_ptr<tree_mirror> mirror,
                          const settings& bounds, boost::asio::io_context& io,
                          std::vector<std::shared_ptr<topic>> topics, std::string last_id) {
   const std::shared_ptr<event_stream> made(new event_stream(
       std::move(sink), std::move(mirror), bounds, io, std::move(topics), std::move(last_id)));
-  // The sink keeps the stream alive, and lets go of it when it closes.
+  // The sink keeps the stream alive, and releases it when it closes.
   made->sink_->on_close([made] { made->closed(); });
   made->mirror_->add(*made);
   made->out_.push_back(std::make_shared<const std::string>("retry: 1000\n\n"));
@@ -105,8 +87,8 @@ void event_stream::gather_link() {
                   mirror_->link_since())));
 }
 
-// A long list of paths is not looked through; a journal among them is, since the present value of
-// any other path makes up for what was missed.
+// A long list of paths is not searched, except for a journal among them: for any other path the
+// present value makes up for what was missed.
 std::vector<std::string> event_stream::resumed_paths() const {
   std::vector<std::string> paths;
   for (const auto& each : cursors_) {
@@ -114,8 +96,7 @@ std::vector<std::string> event_stream::resumed_paths() const {
     paths.insert(paths.end(), of_topic.begin(), of_topic.end());
   }
   std::ranges::sort(paths);
-  const auto twice = std::ranges::unique(paths);
-  paths.erase(twice.begin(), twice.end());
+  paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
   if (paths.size() > settings_.resumed_paths) {
     std::erase_if(paths, [](const auto& path) { return !is_journal(path); });
   }

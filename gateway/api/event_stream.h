@@ -1,5 +1,5 @@
-// One client of /api/v1/events: present values first, then changes, gathered for a moment, and a
-// heartbeat. It keeps its place in the topics that it shares with others and no queue of its own.
+// One client of /api/v1/events: present values first, then changes, collected for a moment, and a
+// heartbeat. It keeps its position in topics shared with other clients and has no queue of its own.
 // On the gateway's thread.
 #pragma once
 
@@ -16,7 +16,7 @@ namespace gateway {
 
 class event_stream : public mirror_watcher, public std::enable_shared_from_this<event_stream> {
  public:
-  /// `last_id` is the time of the last event that the client has seen; empty for a new one.
+  /// `last_id` is the time of the last event that the client has seen; empty for a new client.
   static void start(std::shared_ptr<byte_sink> sink, std::shared_ptr<tree_mirror> mirror,
                     const settings& bounds, boost::asio::io_context& io,
                     std::vector<std::shared_ptr<topic>> topics, std::string last_id);
@@ -29,7 +29,7 @@ class event_stream : public mirror_watcher, public std::enable_shared_from_this<
     topic::number sent = 0;
     topic::number joined = 0;
   };
-  /// Events between the client's last one and now, while the histories are asked for.
+  /// Events between the client's last one and now, collected while the histories are fetched.
   struct resuming;
 
   event_stream(std::shared_ptr<byte_sink> sink, std::shared_ptr<tree_mirror> mirror,

@@ -10,7 +10,7 @@ namespace {
 
 constexpr unsigned unavailable = 503;
 
-/// The two values that hold back regulation; a daemon without modes regulates in its only one.
+/// The two values that can prevent regulation; a daemon without modes always regulates.
 constexpr const char* asked_path = "config/*";
 constexpr const char* released = "config/redisConfigStatus";
 constexpr const char* mode = "config/automationMode";

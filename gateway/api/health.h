@@ -1,5 +1,5 @@
-// What supervisors ask: whether the process serves, and whether it is connected to a daemon that
-// regulates. On the gateway's thread.
+// Endpoints for supervisors: whether the process is serving, and whether it is connected to a
+// daemon that regulates. On the gateway's thread.
 #pragma once
 
 #include <memory>

@@ -6,9 +6,12 @@
 #include <algorithm>
 
 #include "gateway/api/event_stream.h"
+#include "gateway/api/history_entries.h"
 #include "platform/nexel_client/request_text.h"
+#include "platform/value_tree/event_frame.h"
 #include "platform/wire/json_rpc.h"
 #include "platform/wire/json_text.h"
+#include "platform/wire/nx_error.h"
 #include "platform/wire/shown_text.h"
 
 namespace gateway {
@@ -16,28 +19,29 @@ namespace gateway {
 namespace {
 
 constexpr std::size_t longest_path = 1024;
-constexpr std::int32_t bad_request = -22;
+constexpr std::int32_t busy = -11;
 
-/// Throws nx_error with what is wrong.
+/// Throws nx_error, saying what is wrong.
 std::vector<std::string> paths_of(const request& asked, std::size_t most) {
   std::vector<std::string> paths;
   const auto [begin, end] = asked.query.equal_range("path");
   for (auto at = begin; at != end; ++at)
     paths.push_back(at->second);
-  if (paths.empty()) throw nx_error(bad_request, "The query lacks path=PATH");
-  if (paths.size() > most) throw nx_error(bad_request, fmt::format("More than {} paths", most));
+  if (paths.empty()) throw nx_error(nx_error::invalid, "The query lacks path=PATH");
+  if (paths.size() > most)
+    throw nx_error(nx_error::invalid, fmt::format("More than {} paths", most));
   for (const auto& path : paths) {
     if (path.empty() || path.size() > longest_path || nx::shown_text(path) != path) {
-      throw nx_error(bad_request, fmt::format("A path is 1 to {} bytes of text", longest_path));
+      throw nx_error(nx_error::invalid,
+                     fmt::format("A path is 1 to {} bytes of text", longest_path));
     }
   }
   std::ranges::sort(paths);
-  const auto twice = std::ranges::unique(paths);
-  paths.erase(twice.begin(), twice.end());
+  paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
   return paths;
 }
 
-/// Collects the answers to several patterns into one object.
+/// Collects the answers to several patterns in one object.
 struct gathered {
   std::size_t outstanding;
   std::string members;
@@ -54,6 +58,24 @@ struct gathered {
   }
 };
 
+/// The daemon's entries up to where our own begin, then those.
+std::string history_text(const std::string& path, const nx::json_value* told,
+                         const recorder::series& own) {
+  std::string entries;
+  const auto add = [&entries](const std::string& entry) {
+    entries += (entries.empty() ? "" : ",") + entry;
+  };
+  const auto begin = own.empty() ? std::string("~") : nx::event_time(own.front().at);
+  for_each_entry(told, path, [&](const std::string& time, const nx::json_value& value) {
+    if (time < begin) add(history_entry(time, nx::json_text(value)));
+  });
+  for (const auto& each : own)
+    add(history_entry(nx::event_time(each.at), value_text(each)));
+  std::string text = "{";
+  nx::append_json_string(text, path);
+  return text + ":[" + entries + "]}\n";
+}
+
 bool is_time(std::string_view text) {
   constexpr std::string_view form = "0000-00-00T00:00:00.000Z";
   return text.size() == form.size() && std::ranges::equal(text, form, [](char given, char wanted) {
@@ -65,15 +87,16 @@ bool is_time(std::string_view text) {
 
 unsigned status_of(const nx_error& error) {
   switch (error.code) {
-    case -2:
+    case nx_error::not_found:
       return 404;
-    case -13:
+    case nx_error::forbidden:
       return 403;
-    case -107:
+    case nx_error::not_connected:
+    case busy:
       return 503;
-    case -110:
+    case nx_error::no_answer:
       return 504;
-    case bad_request:
+    case nx_error::invalid:
     case nx::json_rpc::invalid_params:
       return 400;
     default:
@@ -91,6 +114,10 @@ answer error_answer(const nx_error& error) {
 
 void answer_values(tree_link& link, const request& asked, const respond& done) {
   const auto paths = paths_of(asked, tree_api::most_patterns);
+  if (link.waiting() >= tree_api::most_questions) {
+    throw nx_error(busy, fmt::format("The daemon has {} questions to answer already",
+                                     tree_api::most_questions));
+  }
   const auto all = std::make_shared<gathered>(gathered{paths.size(), {}, {}});
   for (const auto& path : paths) {
     link.call(
@@ -104,12 +131,12 @@ void answer_values(tree_link& link, const request& asked, const respond& done) {
 }
 
 void tree_api::history(const request& asked, const respond& done) {
-  mirror_->link().call("history", nx::params_text(paths_of(asked, 1).front()),
-                       [done](const nx::json_value* result, const nx_error* error) {
-                         if (error) return done(error_answer(*error));
-                         std::string body;
-                         nx::append_json_text(body, *result);
-                         done(json_answer(body + '\n'));
+  const auto path = paths_of(asked, 1).front();
+  mirror_->link().call("history", nx::params_text(path),
+                       [this, path, done](const nx::json_value* result, const nx_error* error) {
+                         const auto& own = past_.of(path);
+                         if (error && own.empty()) return done(error_answer(*error));
+                         done(json_answer(history_text(path, result, own)));
                        });
 }
 

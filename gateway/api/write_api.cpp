@@ -6,19 +6,18 @@
 #include "platform/note_log/note_log.h"
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_rpc.h"
+#include "platform/wire/nx_error.h"
 #include "platform/wire/shown_text.h"
 
 namespace gateway {
 
 namespace {
 
-constexpr std::int32_t refused = -22;
-
 nx::json_document body_of(const request& asked) {
   try {
     return nx::parse_json(asked.body);
   } catch (const nx_error& error) {
-    throw nx_error(refused, error.message);
+    throw nx_error(nx_error::invalid, error.message);
   }
 }
 
@@ -27,7 +26,7 @@ nx::json_document body_of(const request& asked) {
 void write_api::set(const request& asked, const respond& done) {
   const auto body = body_of(asked);
   if (!body.IsObject() || body.MemberCount() != 1) {
-    throw nx_error(refused, "The body is {PATH:VALUE}");
+    throw nx_error(nx_error::invalid, "The body is {PATH:VALUE}");
   }
   const auto& member = *body.MemberBegin();
   send("set", {member.name.GetString(), member.name.GetStringLength()}, "value", member.value,
@@ -38,7 +37,7 @@ void write_api::run(const request& asked, const respond& done) {
   const auto body = body_of(asked);
   const bool fits = body.IsObject() && body.MemberCount() == 2 && body.HasMember("path") &&
                     body["path"].IsString() && body.HasMember("args");
-  if (!fits) throw nx_error(refused, "The body is {\"path\":PATH,\"args\":VALUE}");
+  if (!fits) throw nx_error(nx_error::invalid, "The body is {\"path\":PATH,\"args\":VALUE}");
   send("run", {body["path"].GetString(), body["path"].GetStringLength()}, "args", body["args"],
        done);
 }

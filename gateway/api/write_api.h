@@ -1,5 +1,5 @@
-// The addresses of /api/v1 that write to the tree: values and run. Who comes here has been let in.
-// On the gateway's thread.
+// The addresses of /api/v1 that write to the tree: values and run. Requests that get here have been
+// authorised. On the gateway's thread.
 #pragma once
 
 #include <memory>

@@ -1,5 +1,7 @@
 #include "gateway/http/beast_message.h"
 
+#include <fmt/chrono.h>
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -13,7 +15,7 @@ namespace {
 
 namespace http = boost::beast::http;
 
-/// The page gets everything from its own origin, frames nothing and is framed by nobody.
+/// The page loads everything from its own origin, frames nothing and may not be framed.
 constexpr const char* content_policy =
     "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self' data:; "
     "font-src 'self'; connect-src 'self'; base-uri 'none'; form-action 'none'; "
@@ -52,7 +54,7 @@ method method_of(http::verb verb) {
   }
 }
 
-/// False if a header stands twice that may stand once.
+/// False if a header that may occur once occurs twice.
 bool read_headers(const beast_request& message, request& into) {
   for (const auto& field : message) {
     const auto name = lower(field.name_string());
@@ -85,6 +87,22 @@ read_request from_beast(const beast_request& message) {
     read.refused = refusal(400, "The request lacks a Host");
   }
   return read;
+}
+
+std::optional<answer> wrong_framing(const beast_request& header, bool chunked) {
+  constexpr unsigned first_with_codings = 11;
+  if (header.find(http::field::transfer_encoding) == header.end()) return std::nullopt;
+  if (chunked && header.version() >= first_with_codings) return std::nullopt;
+  return refusal(501, "A body comes with its length, or chunked and nothing else");
+}
+
+bool awaits_go_ahead(const beast_request& header) {
+  return header.version() >= 11 && lower(header[http::field::expect]) == "100-continue";
+}
+
+std::string http_date(std::chrono::system_clock::time_point time) {
+  return fmt::format("{:%a, %d %b %Y %H:%M:%S} GMT",
+                     fmt::gmtime(std::chrono::system_clock::to_time_t(time)));
 }
 
 beast_response to_beast(answer&& made, unsigned version, bool keep_alive, bool head) {

@@ -1,4 +1,4 @@
-// Where an event stream writes: the connection of its client. On the gateway's thread.
+// The output of an event stream: its client's connection. On the gateway's thread.
 #pragma once
 
 #include <functional>
@@ -10,7 +10,8 @@ namespace gateway {
 class byte_sink {
  public:
   virtual ~byte_sink() = default;
-  /// One write at a time. `done` is called once it is out, and never after the sink has closed.
+  /// One write at a time. `done` is called once it has been sent, and never after the sink has
+  /// closed.
   virtual void write(std::shared_ptr<const std::string> bytes, std::function<void()> done) = 0;
   virtual void close() = 0;
   /// Called once when the client is gone, or has taken nothing for too long.

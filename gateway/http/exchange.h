@@ -1,5 +1,5 @@
-// A request and its answer, free of sockets and of the HTTP library: what the router and everything
-// behind it works with. Plain values.
+// A request and its answer, independent of sockets and of the HTTP library: the types for the
+// router and everything behind it. Plain values.
 #pragma once
 
 #include <functional>
@@ -18,7 +18,7 @@ enum class method { get, head, put, post, other };
 
 struct request {
   method asked = method::get;
-  std::string target;                             ///< as it came
+  std::string target;                             ///< as received
   std::string path;                               ///< decoded, without the query
   std::multimap<std::string, std::string> query;  ///< decoded
   std::map<std::string, std::string> headers;     ///< names in lower case
@@ -37,7 +37,7 @@ struct answer {
   std::string type = "text/plain; charset=utf-8";
   std::string body;
   std::vector<std::pair<std::string, std::string>> headers;
-  /// The connection is an event stream from here on: called once its header is out.
+  /// From now on the connection is an event stream: called once the header has been sent.
   std::function<void(std::shared_ptr<byte_sink>)> stream;
 };
 

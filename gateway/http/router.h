@@ -1,5 +1,5 @@
-// Which address is answered by what, after those who guard have let a request through. Nothing
-// leaks out of it: what a handler throws is an answer. On the gateway's thread.
+// Maps addresses to handlers, after the guards have let a request through. A handler's exceptions
+// become answers. On the gateway's thread.
 #pragma once
 
 #include <functional>

@@ -1,5 +1,5 @@
-// The files of the page: names of plain characters below one folder, read at each request, so that
-// a page can be worked on while the gateway runs. On the gateway's thread; throws nothing.
+// The page's files: plain names under one folder, read at each request, so that the page can be
+// edited while the gateway runs. On the gateway's thread; throws nothing.
 #pragma once
 
 #include <filesystem>
@@ -17,8 +17,8 @@ class static_files {
 
   explicit static_files(std::filesystem::path folder) : folder_(std::move(folder)) {}
 
-  /// `path` as decoded from the request; "/" is index.html. 404 for all that is no file of the
-  /// page.
+  /// `path` as decoded from the request; "/" is index.html. 404 for anything that is not a file of
+  /// the page.
   answer get(std::string_view path) const;
 
  private:

@@ -18,7 +18,7 @@ bool is_control(char c) {
   return code < 0x20 || code == 0x7f;
 }
 
-/// In a query a '+' is a blank.
+/// In a query '+' means a blank.
 std::optional<std::string> decoded(std::string_view text, bool in_query) {
   std::string out;
   for (std::size_t at = 0; at < text.size(); ++at) {

@@ -1,4 +1,4 @@
-// The target of a request, "/path?name=value", taken apart and decoded. Pure; throws nothing.
+// The target of a request, "/path?name=value", parsed and decoded. Pure; throws nothing.
 #pragma once
 
 #include <map>
@@ -10,10 +10,10 @@ namespace gateway {
 
 struct target {
   std::string path;
-  std::multimap<std::string, std::string> query;  ///< in the order of the text within a name
+  std::multimap<std::string, std::string> query;  ///< in the order of the text for equal names
 };
 
-/// Empty for what is no path, a wrong escape or a control character.
+/// Empty if it is not a path, or contains an invalid escape or a control character.
 std::optional<target> parse_target(std::string_view text);
 
 }  // namespace gateway

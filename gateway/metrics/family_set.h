@@ -1,4 +1,4 @@
-// The families of one scrape while they are put together, each sample with the node's name. Plain
+// The metric families of a scrape while it is put together; each sample has the node's name. Plain
 // value; throws nothing.
 #pragma once
 
@@ -20,7 +20,7 @@ class family_set {
   void counter(const char* name, const char* help, metric_labels labels, double value);
   void histogram(const char* name, const char* help, prometheus::ClientMetric collected);
 
-  /// In the order of their names.
+  /// In order of their names.
   std::vector<prometheus::MetricFamily> take();
 
  private:

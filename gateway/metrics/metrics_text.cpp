@@ -29,7 +29,7 @@ std::string number_text(double value) {
   return fmt::format("{}", value);
 }
 
-/// A bound is a label, of which 1 and 1.0 would be two; the latter is the form.
+/// A bound is a label, and 1 and 1.0 would be two different ones; 1.0 is the standard form.
 std::string bound_text(double bound) {
   const auto text = number_text(bound);
   return text.find_first_of(".eI") == text.npos ? text + ".0" : text;

@@ -1,5 +1,5 @@
-// The two texts that collectors read: Prometheus' own 0.0.4, and OpenMetrics 1.0.0 for those who
-// ask for it. Pure.
+// The two text formats for collectors: Prometheus' own 0.0.4, and OpenMetrics 1.0.0 if requested.
+// Pure.
 #pragma once
 
 #include <prometheus/metric_family.h>
@@ -15,7 +15,7 @@ struct metrics_form {
   bool open;
 };
 
-/// By what the request accepts.
+/// Chosen by the request's Accept header.
 metrics_form form_for(std::string_view accept);
 
 std::string metrics_text(const std::vector<prometheus::MetricFamily>& families, bool open);

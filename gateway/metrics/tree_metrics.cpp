@@ -5,6 +5,7 @@
 
 #include <array>
 #include <charconv>
+#include <limits>
 #include <optional>
 #include <set>
 #include <string_view>
@@ -18,10 +19,10 @@ namespace gateway {
 
 namespace {
 
-enum class kind { number, light, flag };
+enum class kind { number, light, flag, count };
 
 struct metric_row {
-  const char* path;  ///< of a channel: what follows ID/SIDE/
+  const char* path;  ///< of a channel: the part after ID/SIDE/
   const char* name;
   const char* help;
   const char* label = nullptr;
@@ -32,6 +33,7 @@ struct metric_row {
 // clang-format off
 constexpr auto judged = std::to_array<metric_row>({
     {"measured", "lumora_channel_power_dbm", "Power of the channel at the amplifier's output, as last judged", nullptr, nullptr, kind::light},
+    {"steps", "lumora_attenuator_steps_total", "Steps of the channel's attenuator", nullptr, nullptr, kind::count},
     {"target", "lumora_channel_target_dbm", "Target of that power"},
     {"error", "lumora_channel_error_db", "Power less target: above 0 the channel is too strong"},
     {"deadBand", "lumora_channel_dead_band_db", "An error up to this is left alone"},
@@ -56,6 +58,7 @@ constexpr auto of_node = std::to_array<metric_row>({
     {"data/line/lmsError", "lumora_line_squared_error_db2", "Sum over the channels of the squared error at the peer"},
     {"insight/line/headroomUp", "lumora_line_headroom_db", "Light that the line's attenuator can still add or take away", "way", "up"},
     {"insight/line/headroomDown", "lumora_line_headroom_db", "Light that the line's attenuator can still add or take away", "way", "down"},
+    {"insight/line/steps", "lumora_line_attenuator_steps_total", "Steps of the line's attenuator", nullptr, nullptr, kind::count},
     {"data/preamp/gain", "lumora_preamp_gain_db", "Gain of the preamp"},
     {"data/client/rx/edfaSaturation", "lumora_amplifier_saturation_db", "Gain that the amplifier misses", "direction", "rx"},
     {"data/client/tx/edfaSaturation", "lumora_amplifier_saturation_db", "Gain that the amplifier misses", "direction", "tx"},
@@ -63,23 +66,24 @@ constexpr auto of_node = std::to_array<metric_row>({
 });
 // clang-format on
 
-std::optional<double> reading(const nx::json_value& values, const std::string& path, kind what) {
+std::optional<double> reading(const tree_values& values, const std::string& path, kind what) {
   if (what == kind::flag) {
     const auto flag = flag_at(values, path);
     return flag ? std::optional<double>(*flag ? 1 : 0) : std::nullopt;
   }
   const auto number = number_at(values, path);
-  // No amplifier or monitor of a node tells light below this: -99 and -96 stand for darkness.
+  // No amplifier or monitor of a node reports light below this: -99 and -96 mean darkness.
   constexpr double darkest_dbm = -70.0;
   if (number && what == kind::light && *number < darkest_dbm) return std::nullopt;
   return number;
 }
 
-void add_row(const nx::json_value& values, const std::string& path, const metric_row& row,
+void add_row(const tree_values& values, const std::string& path, const metric_row& row,
              metric_labels labels, family_set& into) {
   const auto value = reading(values, path, row.what);
   if (!value) return;
   if (row.label) labels.push_back({row.label, row.value});
+  if (row.what == kind::count) return into.counter(row.name, row.help, std::move(labels), *value);
   into.gauge(row.name, row.help, std::move(labels), *value);
 }
 
@@ -94,13 +98,31 @@ void add_states(const char* name, const char* help, std::span<const states::stat
   }
 }
 
-void add_channel(const nx::json_value& values, std::string_view id, std::string_view direction,
+/// Direction, channel and frequency in THz of data/client/ID/SIDE/..., as labels.
+metric_labels channel_labels(const tree_values& values, std::string_view id,
+                             std::string_view direction) {
+  // An ID is the centre in units of 10 MHz, except on a node that numbers its channels.
+  constexpr double lowest_centre = 1e6;
+  constexpr double units_per_thz = 1e5;
+  double centre = 0;
+  std::from_chars(id.data(), id.data() + id.size(), centre);
+  if (const auto told_centre =
+          number_at(values, fmt::format("data/client/{}/{}/frequency", id, direction))) {
+    centre = *told_centre;
+  }
+  metric_labels labels{{"direction", std::string(direction)}, {"channel", std::string(id)}};
+  const bool known = centre > lowest_centre;
+  labels.push_back({"frequency_thz", known ? fmt::format("{}", centre / units_per_thz) : ""});
+  return labels;
+}
+
+void add_channel(const tree_values& values, std::string_view id, std::string_view direction,
                  family_set& into) {
   const auto labels = channel_labels(values, id, direction);
   const auto data = fmt::format("data/client/{}/{}/", id, direction);
   const auto insight = fmt::format("insight/client/{}/{}/", id, direction);
   for (const auto& row : told) {
-    // In the dark the power is what the monitor's floor comes to at the client port.
+    // In the dark, the power would be the monitor's floor converted to the client port.
     if (row.what == kind::light && flag_at(values, data + "peak") != true) continue;
     add_row(values, data + row.path, row, labels, into);
   }
@@ -110,8 +132,8 @@ void add_channel(const nx::json_value& values, std::string_view id, std::string_
              states::channel_states(), text_at(values, insight + "state"), labels, into);
 }
 
-/// Of alarms/WHERE.../WHAT/severity.
-void add_alarm(const nx::json_value& values, std::string_view path, double severity,
+/// For alarms/WHERE.../WHAT/severity.
+void add_alarm(const tree_values& values, std::string_view path, double severity,
                family_set& into) {
   constexpr std::string_view before = "alarms/";
   constexpr std::string_view behind = "/severity";
@@ -134,7 +156,7 @@ void add_alarm(const nx::json_value& values, std::string_view path, double sever
 }
 
 /// insight/guards: {"GUARD":{"withheld":N,"active":[...]}}
-void add_guards(const nx::json_value& values, family_set& into) {
+void add_guards(const tree_values& values, family_set& into) {
   for_each_object(values, "insight/guards", [&](const std::string& guard, const auto& entry) {
     if (const auto withheld = number_at(entry, "withheld")) {
       into.counter("lumora_guard_withheld_total", "Writes that the guard has withheld",
@@ -147,9 +169,13 @@ void add_guards(const nx::json_value& values, family_set& into) {
   });
 }
 
-/// insight/rest: {"LOOP":{"hunts":true,...},...}
-void add_loops(const nx::json_value& values, family_set& into) {
+/// insight/rest: {"LOOP":{"up":true,"hunts":false,...},...}
+void add_loops(const tree_values& values, family_set& into) {
   for_each_object(values, "insight/rest", [&](const std::string& loop, const auto& entry) {
+    if (const auto up = flag_at(entry, "up")) {
+      into.gauge("lumora_loop_up", "1 while the loop runs through its cycles", {{"loop", loop}},
+                 *up ? 1 : 0);
+    }
     if (const auto hunts = flag_at(entry, "hunts")) {
       into.gauge("lumora_hunting", "1 while an actuator of the loop goes to and fro",
                  {{"loop", loop}}, *hunts ? 1 : 0);
@@ -157,28 +183,28 @@ void add_loops(const nx::json_value& values, family_set& into) {
   });
 }
 
-/// A loop is up while its channels are not told to be without it.
-void add_loop_up(const nx::json_value& values, const std::set<std::string_view>& ids,
-                 family_set& into) {
-  constexpr const char* name = "lumora_loop_up";
-  constexpr const char* help = "1 while the loop runs through its cycles";
-  for (const char* direction : {"rx", "tx"}) {
-    std::optional<bool> up;
-    for (const auto id : ids) {
-      const auto state = text_at(values, fmt::format("insight/client/{}/{}/state", id, direction));
-      if (state)
-        up = up.value_or(true) &&
-             states::channel_state_of(*state) != states::channel_state::loop_down;
-    }
-    if (up) into.gauge(name, help, {{"loop", fmt::format("client {}", direction)}}, *up ? 1 : 0);
+/// insight/cycles: {"count":N,"seconds":S,"within":[[BOUND,N],...]}, since the daemon's start.
+void add_cycles(const tree_values& values, family_set& into) {
+  const auto* cycles = value_at(values, "insight/cycles");
+  if (!cycles || !cycles->IsObject()) return;
+  const auto count = number_at(*cycles, "count");
+  const auto seconds = number_at(*cycles, "seconds");
+  const auto* within = value_at(*cycles, "within");
+  if (!count || !seconds || !within || !within->IsArray()) return;
+  prometheus::ClientMetric collected;
+  auto& histogram = collected.histogram;
+  histogram.sample_count = static_cast<std::uint64_t>(*count);
+  histogram.sample_sum = *seconds;
+  for (const auto& entry : within->GetArray()) {
+    if (!entry.IsArray() || entry.Size() != 2 || !entry[0].IsNumber() || !entry[1].IsUint64())
+      return;
+    histogram.bucket.push_back({entry[1].GetUint64(), entry[0].GetDouble()});
   }
-  if (const auto line = text_at(values, "insight/line/state")) {
-    const bool up = states::line_state_of(*line) != states::line_state::device_failed;
-    into.gauge(name, help, {{"loop", "line"}}, up ? 1 : 0);
-  }
+  histogram.bucket.push_back({histogram.sample_count, std::numeric_limits<double>::infinity()});
+  into.histogram("lumora_cycle_seconds", "Time that a cycle took, up to its pause", collected);
 }
 
-void add_spans(const nx::json_value& values, family_set& into) {
+void add_spans(const tree_values& values, family_set& into) {
   for (const char* section : {"oms", "ots"}) {
     for (const char* direction : {"rx", "tx"}) {
       const auto loss = number_at(values, fmt::format("data/spanloss/{}/{}", section, direction));
@@ -189,14 +215,12 @@ void add_spans(const nx::json_value& values, family_set& into) {
   }
 }
 
-void add_node(const nx::json_value& values, family_set& into) {
+void add_node(const tree_values& values, family_set& into) {
   for (const auto& row : of_node)
     add_row(values, row.path, row, {}, into);
   add_states("lumora_line_state", "1 for what the line is doing, 0 for all else",
              states::line_states(), text_at(values, "insight/line/state"), {}, into);
-  if (const auto number = cycle_number(values)) {
-    into.counter("lumora_cycles_total", "Cycles of the loops", {}, *number);
-  }
+  add_cycles(values, into);
   const auto product = text_at(values, "data/product");
   if (!product) return;
   into.gauge("lumora_node_info", "What the node is",
@@ -223,9 +247,10 @@ const std::vector<std::string>& scraped_patterns() {
                                   "insight/line/state",
                                   "insight/line/headroomUp",
                                   "insight/line/headroomDown",
+                                  "insight/line/steps",
                                   "insight/guards",
                                   "insight/rest",
-                                  "insight/cycle"};
+                                  "insight/cycles"};
     for (const auto& row : told)
       made.push_back(fmt::format("data/client/*/*/{}", row.path));
     for (const auto& row : judged)
@@ -235,35 +260,17 @@ const std::vector<std::string>& scraped_patterns() {
   return patterns;
 }
 
-metric_labels channel_labels(const nx::json_value& values, std::string_view id,
-                             std::string_view direction) {
-  // An ID is the centre in units of 10 MHz, but on a node that counts its channels.
-  constexpr double lowest_centre = 1e6;
-  constexpr double units_per_thz = 1e5;
-  double centre = 0;
-  std::from_chars(id.data(), id.data() + id.size(), centre);
-  if (const auto told_centre =
-          number_at(values, fmt::format("data/client/{}/{}/frequency", id, direction))) {
-    centre = *told_centre;
-  }
-  metric_labels labels{{"direction", std::string(direction)}, {"channel", std::string(id)}};
-  const bool known = centre > lowest_centre;
-  labels.push_back({"frequency_thz", known ? fmt::format("{}", centre / units_per_thz) : ""});
-  return labels;
-}
-
-void add_tree_metrics(const nx::json_value& values, family_set& into) {
-  if (!values.IsObject()) return;
+void add_tree_metrics(const nx::json_value& object, family_set& into) {
+  if (!object.IsObject()) return;
+  const tree_values values(object);
   std::set<std::pair<std::string_view, std::string_view>> channels;
-  std::set<std::string_view> ids;
-  for (const auto& member : values.GetObject()) {
+  for (const auto& member : object.GetObject()) {
     const std::string_view path(member.name.GetString(), member.name.GetStringLength());
     for (const char* pattern : {"data/client/*/*/*", "insight/client/*/*/*"}) {
       if (!nx::path_matches(pattern, path)) continue;
       const auto tail = nx::first_segment(nx::first_segment(path).second).second;
       const auto [id, rest] = nx::first_segment(tail);
       channels.emplace(id, nx::first_segment(rest).first);
-      ids.insert(id);
     }
     if (path.starts_with("alarms/") && path.ends_with("/severity") && member.value.IsNumber()) {
       add_alarm(values, path, member.value.GetDouble(), into);
@@ -275,7 +282,14 @@ void add_tree_metrics(const nx::json_value& values, family_set& into) {
   add_spans(values, into);
   add_guards(values, into);
   add_loops(values, into);
-  add_loop_up(values, ids, into);
+}
+
+std::vector<prometheus::MetricFamily> scraped_families(const nx::json_value* values,
+                                                       const std::string& node) {
+  family_set into(node);
+  into.gauge("lumora_up", "1 while the daemon answers the gateway", {}, values ? 1 : 0);
+  if (values) add_tree_metrics(*values, into);
+  return into.take();
 }
 
 }  // namespace gateway

@@ -1,5 +1,5 @@
-// From values of the tree to samples: pure, so that tables can test it. A value that is missing, in
-// error or of another type is no sample, and neither is a power that tells darkness.
+// Converts values of the tree to samples; pure, for table tests. A value that is missing, in error
+// or of another type gives no sample, and neither does a power that means darkness.
 #pragma once
 
 #include <string>
@@ -10,14 +10,14 @@
 
 namespace gateway {
 
-/// What a scrape asks the tree for; a path that is not there is no fault.
+/// The patterns that a scrape reads; a missing path is not an error, and no path fits two patterns.
 const std::vector<std::string>& scraped_patterns();
 
-/// `values` is an object of path and value, as `get` answers. Adds to `into`.
-void add_tree_metrics(const nx::json_value& values, family_set& into);
+/// `object` has paths and values, as returned by `get`. Adds to `into`.
+void add_tree_metrics(const nx::json_value& object, family_set& into);
 
-/// "client", direction, channel and frequency in THz of data/client/ID/SIDE/..., as labels.
-metric_labels channel_labels(const nx::json_value& values, std::string_view id,
-                             std::string_view direction);
+/// All samples of the node; null means a daemon that does not answer.
+std::vector<prometheus::MetricFamily> scraped_families(const nx::json_value* values,
+                                                       const std::string& node);
 
 }  // namespace gateway

@@ -1,12 +1,15 @@
 // The gateway's interface as the page uses it. Each call gives up after `patience`, so that a
 // gateway that hangs is noticed.
 
+import { dated } from "./clock.js";
+
 const patience = 4000;
 
 const query = (paths) => paths.map((path) => `path=${encodeURIComponent(path)}`).join("&");
 
 async function answered(address, options = {}) {
   const answer = await fetch(address, { cache: "no-store", signal: AbortSignal.timeout(patience), ...options });
+  dated(answer.headers.get("Date"));
   if (answer.ok) return answer.json();
   const text = await answer.text();
   throw new Error(reasonIn(text) || `${answer.status} ${answer.statusText}`);

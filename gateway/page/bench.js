@@ -5,9 +5,10 @@ import { lab } from "./api.js";
 import { byId, element, setText } from "./dom.js";
 import { thzText } from "./text.js";
 
-const shiftGhz = 60;
+const shiftGhz = 100; // beyond half of the widest channel
 const addedLoss = 3; // dB
 const noise = 0.4; // dB, sigma
+const retryAfter = 1000;
 const monitors = {
   wss_edge: "data/ocm/1/channel/*/powerLevel",
   ocm: "data/port/*/channel/*/powerLevel",
@@ -15,21 +16,35 @@ const monitors = {
 
 export class Bench {
   #node;
-  #channels;
-  #selected;
+  #hold;
+  #lasersOf = element("legend", {}, "Laser");
   #devices = [];
+  #lasersKnown = new Set();
 
-  /// `about`: {node: the number of this page's node in the plant}; `selected()`: the channel that is pointed at.
-  constructor(about, channels, selected) {
+  /// `about`: {node: the number of this page's node in the plant}; `hold()`: keeps the channel that is shown, and
+  /// tells which it is.
+  constructor(about, hold) {
     this.#node = about.node;
-    this.#channels = channels;
-    this.#selected = selected;
+    this.#hold = hold;
     this.#build();
   }
 
+  /// The channel that is shown now, if any.
+  show(channel) {
+    setText(this.#lasersOf, channel ? `Laser at ${thzText(channel.thz)} THz` : "Laser");
+  }
+
+  /// The plant may come later than the page.
   async #build() {
-    const states = await lab.read(`config/node/${this.#node}/nexel/*/state`);
-    this.#devices = Object.keys(states).map((path) => path.split("/")[4]);
+    const at = `config/node/${this.#node}`;
+    const found = await lab.read(`${at}/nexel/*/state`, `${at}/laser/*/on`).catch(() => undefined);
+    if (!found) {
+      setTimeout(() => this.#build(), retryAfter);
+      return;
+    }
+    const named = (kind) => Object.keys(found).map((path) => path.split("/")).filter((words) => words[3] === kind).map((words) => words[4]);
+    this.#devices = named("nexel");
+    this.#lasersKnown = new Set(named("laser").map(Number));
     byId("bench-groups").append(
       this.#fibres(), this.#lasers(), this.#devicesGroup(), this.#losses(), this.#noise());
     byId("bench").hidden = false;
@@ -47,8 +62,8 @@ export class Bench {
   }
 
   #lasers() {
-    const laser = (name, value) => () => lab.write(`config/node/${this.#node}/laser/${this.#laser()}/${name}`, value);
-    return group("Laser of the channel below", [
+    const laser = (name, value) => async () => lab.write(`config/node/${this.#node}/laser/${this.#laser()}/${name}`, value);
+    return group(this.#lasersOf, [
       this.#button("Darken", laser("on", false)),
       this.#button("Light", laser("on", true)),
       this.#button(`Shift by ${shiftGhz} GHz`, laser("frequencyOffset", shiftGhz)),
@@ -62,9 +77,11 @@ export class Bench {
     ]);
   }
   #laser() {
-    const channel = this.#selected();
-    if (!channel) throw new Error("Point at a channel first");
-    return Math.round(channel.thz * 1e5);
+    const channel = this.#hold();
+    if (!channel) throw new Error("point at a channel first");
+    const laser = Math.round(channel.thz * 1e5);
+    if (!this.#lasersKnown.has(laser)) throw new Error(`no laser of the plant sends at ${thzText(channel.thz)} THz`);
+    return laser;
   }
 
   #devicesGroup() {
@@ -95,8 +112,8 @@ export class Bench {
     const name = this.#devices.find((each) => each in monitors);
     const at = `command/node/${this.#node}/nexel/${name}`;
     return group("Monitor", [
-      this.#button(`Noise of ${noise} dB`, () => lab.run(`${at}/faultReadings`, `path=${monitors[name]} fault=noisy amount=${noise}`)),
-      this.#button("Stand still", () => lab.run(`${at}/faultReadings`, `path=${monitors[name]} fault=frozen`)),
+      this.#button(`Noise of ${noise} dB`, () => lab.run(`${at}/faultReadings`, { path: monitors[name], fault: "noisy", amount: noise })),
+      this.#button("Stand still", () => lab.run(`${at}/faultReadings`, { path: monitors[name], fault: "frozen" })),
       this.#button("Quiet", () => lab.run(`${at}/healReadings`, "**")),
     ]);
   }
@@ -104,21 +121,14 @@ export class Bench {
   #button(text, does) {
     const button = element("button", { type: "button" }, text);
     button.addEventListener("click", async () => {
-      const channel = this.#selected();
-      const whom = channel && button.closest("fieldset").dataset.channel !== undefined ? ` ${thzText(channel.thz)} THz` : "";
-      try {
-        await does();
-        setText(byId("bench-answer"), `${text}${whom}: done.`);
-      } catch (failure) {
-        setText(byId("bench-answer"), `${text}: ${failure.message}`);
-      }
+      const whom = button.closest("fieldset").firstChild.textContent;
+      const outcome = await does().then(() => "done", (failure) => failure.message);
+      setText(byId("bench-answer"), `${whom}, ${text}: ${outcome}.`);
     });
     return button;
   }
 }
 
 function group(name, parts) {
-  const made = element("fieldset", {}, element("legend", {}, name), ...parts);
-  if (name.startsWith("Laser")) made.dataset.channel = "";
-  return made;
+  return element("fieldset", {}, name instanceof Element ? name : element("legend", {}, name), ...parts);
 }

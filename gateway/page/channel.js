@@ -6,7 +6,7 @@ import { readValues } from "./api.js";
 import { byId, element, setAttributes, setText, shape } from "./dom.js";
 import { Plot } from "./plot.js";
 import { stateOfChannel } from "./states.js";
-import { figure, isFigure, signed, thzText } from "./text.js";
+import { figure, isFigure, readable, signed, thzText } from "./text.js";
 
 const pace = 1000;
 const soonest = 250;
@@ -18,6 +18,7 @@ export class ChannelView {
   #plot = new Plot(byId("history"));
   #channel;
   #told = {};
+  #saidAbout;
   #timer;
   #asking = false;
   #askedAt = 0;
@@ -38,7 +39,12 @@ export class ChannelView {
     this.#told = {};
     this.draw();
     this.#askSoon();
-    this.#record.fill(channel).then((filled) => filled && this.draw());
+    this.fill();
+  }
+
+  /// The plot gets what was before.
+  async fill() {
+    if (this.#channel && await this.#record.fill(this.#channel)) this.draw();
   }
 
   /// Something of the channel has changed.
@@ -57,7 +63,9 @@ export class ChannelView {
     const state = byId("channel-state");
     state.replaceChildren(shape("svg", { viewBox: "-1.2 -1.2 2.4 2.4", class: `mark ${look.colour}`, "aria-hidden": "true" }, shape("path", { d: look.path, "fill-rule": "evenodd" })), now.state);
     setAttributes(byId("channel"), { "data-id": channel.id, "data-state": now.state });
-    setText(byId("channel-why"), sentence(this.#of("insight", "why")));
+    const why = sentence(readable(text(this.#of("insight", "why"))));
+    setText(byId("channel-why"), why);
+    this.#say(now.state, why);
     setText(byId("channel-description"), text(this.#of("config", "description")));
     this.#drawFigures(now);
     this.#plot.show({
@@ -68,9 +76,23 @@ export class ChannelView {
     });
   }
 
+  /// For those who listen: once for a state, and not for each figure of its sentence.
+  #say(state, why) {
+    const { id, side } = this.#channel;
+    const about = `${id} ${side} ${state}`;
+    if (why === "" || about === this.#saidAbout) return;
+    this.#saidAbout = about;
+    setText(byId("channel-said"), `${state}: ${why}`);
+  }
+
   #of(branch, name) {
     const { id, side } = this.#channel;
     return this.#told[`${branch}/client/${id}/${side}/${name}`];
+  }
+
+  /// What the far end tells, which without one is 0 dBm.
+  #far(name) {
+    return this.#of("data", "remoteStatus") === "n/a" ? undefined : lit(this.#of("data", name));
   }
 
   #drawFigures(now) {
@@ -86,8 +108,8 @@ export class ChannelView {
       ["headroom down", figure(now.headroomDown, 1), "dB"],
       ["reading's age", figure(this.#of("insight", "age"), 1), "s"],
       ["steps, last hour", figure(this.#of("insight", "stepsLastHour"), 0), ""],
-      ["client port", figure(lit(this.#of("data", "power"))), "dBm"],
-      out ? ["at the far client", figure(lit(this.#of("data", "remoteTxPower"))), "dBm"] : ["from the far client", figure(lit(this.#of("data", "remoteRxPower"))), "dBm"],
+      ["client port", figure(this.#of("data", "peak") ? this.#of("data", "power") : undefined), "dBm"],
+      [out ? "at the far client" : "from the far client", figure(this.#far(out ? "remoteTxPower" : "remoteRxPower")), "dBm"],
       ["port", text(this.#of("data", "wssPortName")) || figure(undefined), ""],
     ];
     const list = byId("channel-figures");

@@ -4,7 +4,7 @@
 import { readHistory } from "./api.js";
 import { byId, element, shape } from "./dom.js";
 import { pathOf } from "./states.js";
-import { clockText, figure, isFigure, listed, thzText } from "./text.js";
+import { clockText, dayText, figure, isFigure, listed, number, readable, thzText } from "./text.js";
 
 export const logPath = "insight/log";
 const depth = 1000;
@@ -23,6 +23,8 @@ const kinds = {
   loopUp: ["disc", "green", "is up again"],
   cut: ["diamond", "red", "is cut"],
   mended: ["disc", "green", "is mended"],
+  stalled: ["diamond", "red", "is not regulated"],
+  resumed: ["disc", "green", "is regulated again"],
   peerIdentified: ["disc", "green", "is identified"],
   peerLost: ["diamond", "yellow", "is lost"],
   channelAdded: ["triangle", "blue", "was added"],
@@ -58,7 +60,7 @@ export class Happenings {
 
   draw() {
     const lines = folded(this.#events);
-    byId("log-list").replaceChildren(...lines.slice(0, this.#shown).map((line) => this.#lineOf(line)));
+    byId("log-list").replaceChildren(...this.#withDays(lines.slice(0, this.#shown)));
     byId("log-empty").hidden = lines.length > 0;
     byId("log-more").hidden = lines.length <= this.#shown;
   }
@@ -74,6 +76,17 @@ export class Happenings {
     return true;
   }
 
+  /// A line tells the time of day; another day than today stands above its lines.
+  #withDays(lines) {
+    let day = dayText(Date.now());
+    return lines.flatMap((line) => {
+      const own = dayText(line.at);
+      const heading = own === day ? [] : [element("li", { class: "day" }, own)];
+      day = own;
+      return [...heading, this.#lineOf(line)];
+    });
+  }
+
   #lineOf({ at, event, subjects, details }) {
     const [mark, colour, does] = kinds[event] ?? unknown;
     const words = does || event;
@@ -81,13 +94,15 @@ export class Happenings {
       "li", { "data-event": event },
       element("time", { datetime: new Date(at).toISOString() }, clockText(at)),
       shape("svg", { class: `mark ${colour}`, viewBox: "-1.2 -1.2 2.4 2.4", "aria-hidden": "true" }, shape("path", { d: pathOf(mark), "fill-rule": "evenodd" })),
-      element("span", {}, element("b", {}, this.#subjectsText(subjects)), ` ${subjects.length > 1 ? plural(words) : words}`, element("span", { class: "details" }, detailsText(details))),
+      element("span", {}, element("b", {}, this.#subjectsText(subjects)), ` ${subjects.length > 1 ? plural(words) : words}`, element("span", { class: "details" }, detailsText(event, details))),
     );
   }
 
   #subjectsText(subjects) {
     const names = subjects.map((on) => this.#subject(on)).sort();
-    return names.length <= named ? listed(names) : `${names.length} channels, ${names[0]} to ${names.at(-1)},`;
+    if (names.length <= named) return listed(names);
+    if (!isChannel(subjects[0])) return `${alike(subjects[0])} (${names.length})`;
+    return `${names.length} channels, ${names[0]} to ${names.at(-1)},`;
   }
   #subject(on) {
     const channel = /^client (rx|tx) (\d+)$/.exec(on);
@@ -96,22 +111,29 @@ export class Happenings {
   }
 }
 
-/// Newest first; what befalls many channels within a few seconds is one line.
+/// Newest first; what befalls many channels within a few seconds is one line, and so are the same
+/// parameters of many. Nothing that one of them went through changes its order by that.
 function folded(events) {
   const lines = [];
+  const open = new Map();
   for (const event of events.toReversed()) {
-    const line = lines.at(-1);
-    const joins = line && line.event === event.event && line.at - event.at <= together && isChannel(event.on) && isChannel(line.subjects[0]);
-    if (!joins) lines.push({ ...event, subjects: [event.on] });
-    else {
-      if (!line.subjects.includes(event.on)) line.subjects.push(event.on);
-      line.details = {};
+    const kind = `${event.event} ${alike(event.on)}`;
+    const at = open.get(kind);
+    const line = lines[at];
+    if (line && line.at - event.at <= together && !lines.slice(at).some(({ subjects }) => subjects.includes(event.on))) {
+      line.subjects.push(event.on);
+      if (isChannel(event.on) || JSON.stringify(line.details) !== JSON.stringify(event.details)) line.details = {};
+    } else {
+      open.set(kind, lines.length);
+      lines.push({ ...event, subjects: [event.on] });
     }
   }
   return lines;
 }
 
 const isChannel = (on) => on.startsWith("client ");
+/// The subject without the numbers that tell those of a kind apart.
+const alike = (on) => (isChannel(on) ? "client" : on.replace(/\d{4,}/g, "*"));
 const plural = (words) => words.replace(/^is /, "are ").replace(/^has /, "have ").replace(/^was /, "were ");
 
 function parsed(text) {
@@ -126,8 +148,19 @@ function parsed(text) {
 
 const units = { seconds: "s", by: "dB", missing: "dB", power: "dBm", error: "dB", error_db: "dB" };
 
-function detailsText(details) {
+function detailsText(event, details) {
   const told = Object.entries(details).filter(([, value]) => value !== null && value !== "");
   if (told.length === 0) return "";
-  return ` \u00b7 ${told.map(([name, value]) => (isFigure(value) ? `${name} ${figure(value, Number.isInteger(value) ? 0 : 1)}${units[name] ? ` ${units[name]}` : ""}` : String(value))).join(", ")}`;
+  if (event === "arrived" && isFigure(details.seconds)) return ` \u00b7 ${arrivedText(details)}`;
+  return ` \u00b7 ${told.map(([name, value]) => detailText(name, value)).join(", ")}`;
+}
+
+function detailText(name, value) {
+  if (!isFigure(value)) return readable(String(value));
+  return `${name} ${figure(value, Number.isInteger(value) ? 0 : 1)}${units[name] ? ` ${units[name]}` : ""}`;
+}
+
+function arrivedText({ cause, seconds, steps }) {
+  const why = cause === "target" ? "given another target" : cause ?? "off";
+  return `${figure(seconds, 1)} s and ${number(steps ?? 0, "step")} after it was ${why}`;
 }

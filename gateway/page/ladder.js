@@ -1,7 +1,7 @@
 // The way of the light from client to client, rung by rung: what was expected and what is measured,
 // with the first wrong rung marked. One table for each direction; the levels stand in it as a drawing.
 
-import { byId, element, setAttributes, setText, shape } from "./dom.js";
+import { byId, element, onWidth, setAttributes, setText, shape } from "./dom.js";
 import { figure, isFigure, signed } from "./text.js";
 
 const names = {
@@ -10,12 +10,15 @@ const names = {
 };
 const room = { lowest: -25, highest: 10 }; // dBm; grows when a level lies beyond
 const rowHeight = 30;
+const wide = 132; // px of the drawing
+const narrow = 92;
 
 export class Ladder {
   #values;
   constructor(values) {
     this.#values = values;
     values.watch((path) => path.startsWith("insight/ladder/"), () => this.draw());
+    onWidth(byId("ladder"), () => this.draw());
   }
 
   draw() {
@@ -31,7 +34,7 @@ export class Ladder {
     setAttributes(verdict, { class: ladder?.wrong ? "verdict wrong" : "verdict" });
     const body = byId(`ladder-${side}-rungs`);
     while (body.rows.length > rungs.length) body.lastChild.remove();
-    const scale = scaleOf(rungs);
+    const scale = scaleOf(rungs, innerWidth > 480 ? wide : narrow);
     rungs.forEach((rung, at) => drawRung(rowAt(body, at), rung, [rungs[at - 1], rungs[at + 1]], scale));
   }
 }
@@ -45,7 +48,7 @@ function verdictOf(ladder, error) {
 
 function rowAt(body, at) {
   if (body.rows[at]) return body.rows[at];
-  const level = element("td", { class: "level" }, shape("svg", { height: rowHeight, width: 120, viewBox: `0 0 120 ${rowHeight}`, "aria-hidden": "true" }));
+  const level = element("td", { class: "level" }, shape("svg", { height: rowHeight, "aria-hidden": "true" }));
   const row = element("tr", {}, element("th", { scope: "row" }), level, element("td"), element("td"), element("td"));
   body.append(row);
   return row;
@@ -54,12 +57,13 @@ function rowAt(body, at) {
 const known = (value) => (isFigure(value) ? value : undefined);
 const levelOf = (rung) => (rung?.unit === "dBm" ? known(rung.measured) ?? known(rung.expected) : undefined);
 
-function scaleOf(rungs) {
+function scaleOf(rungs, width) {
   const levels = rungs.flatMap((rung) => (rung.unit === "dBm" ? [known(rung.measured), known(rung.expected)] : [])).filter(isFigure);
   const lowest = Math.min(room.lowest, ...levels) - 1;
   const highest = Math.max(room.highest, ...levels) + 1;
-  const x = (power) => 4 + ((power - lowest) / (highest - lowest)) * 112;
-  x.middle = 60;
+  const x = (power) => 4 + ((power - lowest) / (highest - lowest)) * (width - 8);
+  x.width = width;
+  x.middle = width / 2;
   return x;
 }
 
@@ -71,6 +75,7 @@ function drawRung(row, rung, neighbours, x) {
   setText(expected, figure(known(rung.expected), 1) + (isFigure(rung.expected) ? unit : ""));
   setText(measured, figure(known(rung.measured), 1) + (isFigure(rung.measured) ? unit : ""));
   setText(difference, signed(known(rung.difference), 1));
+  setAttributes(level.firstChild, { width: x.width });
   level.firstChild.replaceChildren(...levelMarks(rung, neighbours, x));
 }
 

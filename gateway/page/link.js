@@ -2,6 +2,7 @@
 // that ends is opened again until it stands; what was not heard again by then is dropped.
 
 import { eventsAddress } from "./api.js";
+import { nodeNow } from "./clock.js";
 
 const reopenAfter = 1000;
 const presentValuesTake = 5000;
@@ -11,8 +12,8 @@ export class Link {
   #patterns;
   #source;
   #sweeper;
-  #seen = Date.now();
-  #sight = { sees: false, who: "gateway", since: Date.now() };
+  #seen = nodeNow();
+  #sight = { sees: false, who: "gateway", since: nodeNow() };
   #receivers = [];
   #journals = [];
 
@@ -34,7 +35,7 @@ export class Link {
   }
   /// An answer came, or failed to come, beside the stream.
   answered() {
-    this.#seen = Date.now();
+    this.#seen = nodeNow();
   }
   unanswered() {
     this.#turn(false, "gateway", this.#seen);
@@ -49,7 +50,7 @@ export class Link {
   }
 
   #event(message) {
-    this.#seen = Date.now();
+    this.#seen = nodeNow();
     const { path, time, value, error } = JSON.parse(message.data);
     const entry = { value, error, time: Date.parse(time) };
     for (const journal of this.#journals) {
@@ -60,7 +61,7 @@ export class Link {
 
   #linkEvent(message) {
     const { up, since } = JSON.parse(message.data);
-    this.#seen = Date.now();
+    this.#seen = nodeNow();
     if (up) this.#found();
     else this.#turn(false, "daemon", Date.parse(since));
   }

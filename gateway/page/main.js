@@ -37,40 +37,61 @@ const panel = new Panel(values, channels);
 const spectrum = new Spectrum(byId("spectrum"), channels, pointed);
 new Tree();
 
+const presentValuesTake = 2000; // ms, of a node far away
+
 let side = "rx";
 let selected;
+let bench; // of a lab
 let pinned = false;
+let touched = false; // somebody has pointed
 let list = [];
 
 function select(channel) {
   selected = channel;
+  bench?.show(channel);
   spectrum.select(channel);
   channelView.show(channel, pinned);
 }
 
 /// A pointer that passes shows a channel, a click holds it, arrow keys hold what they reach.
 function pointed(channel, how) {
+  touched = true;
   if (how === "pointer" && pinned) return;
   if (how === "click") pinned = !(pinned && selected?.id === channel.id);
   if (how === "key") pinned = true;
   if (how !== "pointer" || selected?.id !== channel.id) select(channel);
 }
 
-/// Whom to show as long as nobody points: who needs somebody, else who is furthest off.
-function worst() {
-  const rank = (channel) => {
-    const now = channels.figures(channel);
-    const off = isFigure(now.measured) && isFigure(now.target) ? Math.abs(now.measured - now.target) : 0;
-    return (stateOfChannel(now.state).severity === "person" ? 1000 : 0) + off;
-  };
-  return list.reduce((best, channel) => (!best || rank(channel) > rank(best) ? channel : best), undefined);
+/// What is done to a channel is undone to the same one.
+function hold() {
+  touched = true;
+  pinned = selected !== undefined;
+  channelView.show(selected, pinned);
+  return selected;
+}
+
+/// Whom to show as long as nobody points: who needs somebody, else who is on its way, else who is
+/// furthest off.
+const ranks = { person: 300, working: 200, good: 100, quiet: 0 };
+function rank(channel) {
+  const now = channels.figures(channel);
+  const off = isFigure(now.measured) && isFigure(now.target) ? Math.abs(now.measured - now.target) : 0;
+  return ranks[stateOfChannel(now.state).severity] + Math.min(off, 99);
+}
+const worst = () => list.reduce((best, channel) => (!best || rank(channel) > rank(best) ? channel : best), undefined);
+
+/// Only for another kind of need: a page that flits from one to the next is not read.
+function showWorst() {
+  const kind = (channel) => (channel ? Math.floor(rank(channel) / 100) : -1);
+  const candidate = worst();
+  if (kind(candidate) !== kind(selected)) select(candidate);
 }
 
 function layOut() {
   const fresh = channels.of(side);
   if (JSON.stringify(fresh) === JSON.stringify(list)) return;
   list = fresh;
-  byId("no-channels").hidden = list.length > 0;
+  stopWaiting();
   const way = side === "rx" ? "to the line" : "from the line";
   spectrum.show(list, `${list.length} channels ${way}; arrow keys move from one to the next`);
   select(list.find(({ id }) => id === selected?.id) ?? worst());
@@ -84,8 +105,14 @@ values.watch((path) => channelOf(path) !== undefined, (changed) => {
   const ids = new Set(changed.map(channelOf).filter((channel) => channel.side === side).map(({ id }) => id));
   spectrum.update(ids);
   if (selected && ids.has(selected.id)) channelView.update();
+  if (!touched) showWorst();
   tally();
 });
+
+function stopWaiting() {
+  document.documentElement.classList.remove("waiting");
+  byId("no-channels").hidden = list.length > 0;
+}
 
 function tally() {
   const count = {};
@@ -103,10 +130,19 @@ async function readFixed() {
 values.watch((path) => path === "data/channel/index", readFixed);
 
 link.onSight(({ sees }) => {
-  if (!sees) return;
+  if (!sees) return record.interrupt();
+  setTimeout(stopWaiting, presentValuesTake);
   readFixed();
   happenings.load();
+  refill();
 });
+// A page out of sight draws nothing and notes nothing.
+document.addEventListener("visibilitychange", () => document.hidden || refill());
+
+function refill() {
+  record.doubt();
+  channelView.fill();
+}
 link.onJournal(logPath, (text) => happenings.heard(text));
 
 for (const choice of document.querySelectorAll("input[name=side]")) {
@@ -133,5 +169,6 @@ link.open();
 
 lab.about().then(async (about) => {
   const { Bench } = await import("./bench.js");
-  new Bench(about, channels, () => selected);
+  bench = new Bench(about, hold);
+  bench.show(selected);
 }, () => {});

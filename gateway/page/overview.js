@@ -2,17 +2,20 @@
 // is blind, since when and of whom.
 
 import { channelOf } from "./channels.js";
+import { nodeNow } from "./clock.js";
 import { byId, element, setAttributes, setText, shape } from "./dom.js";
 import { pathOf, stateOfLine } from "./states.js";
-import { ago, clockText, listed, number, thzText } from "./text.js";
+import { ago, listed, number, readable, thzText, timeText } from "./text.js";
 
 const alarmPath = /^alarms\/(.+)\/severity$/;
 const named = 4; // channels of an alarm that are named
+const long = 180; // characters; a longer sentence stands in a smaller type
 
 export class Overview {
   #values;
   #channels;
   #link;
+  #shownAlarms;
 
   constructor(values, channels, link) {
     this.#values = values;
@@ -32,7 +35,9 @@ export class Overview {
     const title = [host, product].filter(Boolean).join(" \u00b7 ");
     if (title && document.title !== title) document.title = title;
     this.#drawPeer();
-    setText(byId("summary"), this.#values.text("insight/summary") ?? this.#values.error("insight/summary") ?? "Waiting for the node.");
+    const summary = readable(this.#values.text("insight/summary") ?? this.#values.error("insight/summary") ?? "Waiting for the node.");
+    setText(byId("summary"), summary);
+    setAttributes(byId("summary"), { class: summary.length > long ? "long" : null });
     this.#drawLine();
     this.#drawAlarms();
   }
@@ -47,9 +52,9 @@ export class Overview {
 
   #drawLine() {
     const state = this.#values.text("insight/line/state");
-    const why = this.#values.text("insight/line/why") ?? "";
+    const why = readable(this.#values.text("insight/line/why") ?? "");
     const look = stateOfLine(state);
-    setText(byId("line-state"), state ? `Line ${state}` : "");
+    setText(byId("line-state"), state ? `Line ${state}${why && ":"}` : "");
     setText(byId("line-why"), why);
     // The sentence above may have said all of it.
     byId("line-note").hidden = why !== "" && byId("summary").textContent.includes(why);
@@ -61,6 +66,8 @@ export class Overview {
 
   #drawAlarms() {
     const alarms = this.#alarms();
+    if (alarms.join("\n") === this.#shownAlarms) return;
+    this.#shownAlarms = alarms.join("\n");
     byId("alarms").replaceChildren(...alarms.map((text) => element(
       "li", {}, shape("svg", { class: "mark red", viewBox: "-1.2 -1.2 2.4 2.4", "aria-hidden": "true" }, shape("path", { d: pathOf("diamond") })), element("span", {}, text))));
     setText(byId("alarms-title"), alarms.length === 0 ? "No alarms" : "Alarms");
@@ -97,8 +104,8 @@ export class Overview {
     }
     setText(byId("sight"), "blind");
     const whose = who === "daemon" ? "the daemon does not answer the gateway" : "the gateway does not answer";
-    setText(byId("blind-text"), `Blind since ${clockText(since)}: ${whose}. What stands below is from before.`);
-    setText(byId("blind-for"), ago(Date.now() - since));
+    setText(byId("blind-text"), `Blind since ${timeText(since)}: ${whose}. What stands below is from before.`);
+    setText(byId("blind-for"), ago(nodeNow() - since));
   }
 }
 

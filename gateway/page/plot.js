@@ -1,25 +1,30 @@
 // Ten minutes as a plot: above the power with its target and dead band, below the attenuation, over
 // one axis of time that ends now.
 
+import { nodeNow } from "./clock.js";
 import { onWidth, setAttributes, shape } from "./dom.js";
 import { span } from "./record.js";
-import { figure, isFigure } from "./text.js";
+import { clockText, figure, isFigure, withUnit } from "./text.js";
 
-const height = 232;
+const height = 252;
 const left = 40;
 const right = 10;
-const upper = { from: 22, to: 128 };
-const lower = { from: 152, to: 204 };
+const upper = { from: 24, to: 132 };
+const lower = { from: 166, to: 222 };
 const minute = 60 * 1000;
+const shut = 40; // dB; a switch that lets nothing through tells more, and is drawn at the top
 
 export class Plot {
   #host;
   #series = { power: [], target: [], attenuation: [], deadBand: undefined };
   #root = shape("svg", { role: "img", id: "plot", height });
+  #pointed; // px from the left, while somebody points
 
   constructor(host) {
     this.#host = host;
     host.append(this.#root);
+    this.#root.addEventListener("pointermove", ({ offsetX }) => this.#point(offsetX));
+    this.#root.addEventListener("pointerleave", () => this.#point(undefined));
     onWidth(host, () => this.draw());
   }
 
@@ -31,23 +36,46 @@ export class Plot {
   draw() {
     const width = Math.max(this.#host.clientWidth, 200);
     setAttributes(this.#root, { width, viewBox: `0 0 ${width} ${height}` });
-    const { power, target, attenuation, deadBand } = this.#series;
-    const now = Date.now();
-    const x = (time) => left + Math.max(0, 1 - (now - time) / span) * (width - left - right);
+    const { power, target, deadBand } = this.#series;
+    const attenuation = this.#series.attenuation.map(([time, value]) => [time, isFigure(value) ? Math.min(value, shut) : value]);
+    const now = nodeNow();
+    const room = width - left - right;
+    const x = (time) => left + Math.min(1, Math.max(0, 1 - (now - time) / span)) * room;
     const powers = scaleOf([...figures(power), ...figures(target)], upper, 2);
     const losses = scaleOf(figures(attenuation), lower, 1, 0);
     this.#root.replaceChildren(
-      ...times(x), ...grid(powers, width), ...grid(losses, width),
-      title("power and target, dBm", upper.from), title("attenuation, dB", lower.from),
+      ...times(x, now), ...grid(powers, width), ...grid(losses, width),
+      ...title("power", "power-line", left, upper.from), ...title("target, dBm", "target-line", left + 66, upper.from),
+      ...title("attenuation, dB", "attenuation-line", left, lower.from),
       shape("path", { class: "target-band", d: bandPath(target, deadBand, x, powers.y, now) }),
       shape("path", { class: "target-line", d: stepPath(target, x, powers.y, now) }),
       shape("path", { class: "power-line", d: linePath(power, x, powers.y, now) }),
       shape("path", { class: "attenuation-line", d: stepPath(attenuation, x, losses.y, now) }),
-      ...dots(power, x, powers.y),
+      ...dots(power, x, powers.y, now),
+      ...this.#readout(x, now - (1 - (this.#pointed - left) / room) * span, width),
     );
     setAttributes(this.#root, { "aria-label": spoken(this.#series) });
   }
+
+  #point(at) {
+    this.#pointed = at;
+    this.draw();
+  }
+
+  /// What stood at the pointed time.
+  #readout(x, time, width) {
+    if (!isFigure(time) || this.#pointed < left || this.#pointed > width - right) return [];
+    const { power, target, attenuation } = this.#series;
+    const label = (y, text) => shape("text", { class: "axis readout", x: width - right, y: y - 8, "text-anchor": "end" }, text);
+    return [
+      shape("line", { class: "pointed-time", x1: x(time), x2: x(time), y1: upper.from, y2: lower.to }),
+      label(upper.from, `${clockText(time)}  ${withUnit(valueAt(power, time), "dBm")}, target ${withUnit(valueAt(target, time), "dBm")}`),
+      label(lower.from, withUnit(valueAt(attenuation, time), "dB", 1)),
+    ];
+  }
 }
+
+const valueAt = (points, time) => points.findLast(([at]) => at <= time)?.[1];
 
 const figures = (points) => points.map(([, value]) => value).filter(isFigure);
 
@@ -72,8 +100,7 @@ function grid({ y, lowest, highest, step }, width) {
   return lines;
 }
 
-function times(x) {
-  const now = Date.now();
+function times(x, now) {
   const shown = x(now) - x(now - 10 * minute) < 400 ? [0, 5, 10] : [0, 2, 4, 6, 8, 10];
   return shown.flatMap((minutes) => {
     const at = x(now - minutes * minute);
@@ -85,7 +112,11 @@ function times(x) {
   });
 }
 
-const title = (text, y) => shape("text", { class: "axis unit", x: left, y: y - 8 }, text);
+/// The name of a line beside a piece of it.
+const title = (text, line, x, y) => [
+  shape("path", { class: line, d: `M${x} ${y - 12}h16` }),
+  shape("text", { class: "axis", x: x + 21, y: y - 8 }, text),
+];
 
 /// Runs of points without a gap, the last one up to now.
 function runs(points, now) {
@@ -126,9 +157,9 @@ function bandPath(target, deadBand, x, y, now) {
 }
 
 /// A power that was seen once only would be no line.
-function dots(points, x, y) {
+function dots(points, x, y, now) {
   const last = points.at(-1);
-  return last && isFigure(last[1]) ? [shape("circle", { class: "power-dot", cx: x(Date.now()), cy: y(last[1]), r: 2.5 })] : [];
+  return last && isFigure(last[1]) ? [shape("circle", { class: "power-dot", cx: x(now), cy: y(last[1]), r: 2.5 })] : [];
 }
 
 function spoken({ power, target, attenuation }) {

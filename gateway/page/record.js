@@ -1,9 +1,10 @@
-// The last ten minutes of each channel's power, target and attenuation, from the events that the
-// page has heard since it was opened, and for the one that is looked at from the node's own history.
-// A point without a figure is a gap: no light is no power.
+// The last ten minutes of each channel's power, target and attenuation: the gateway's record of the
+// channels that somebody looks at, and behind it the events that the page has heard since. A point
+// without a figure is a gap: no light is no power, and what was not heard is not known.
 
 import { readHistory } from "./api.js";
 import { channelOf } from "./channels.js";
+import { nodeNow } from "./clock.js";
 import { isFigure } from "./text.js";
 
 export const span = 10 * 60 * 1000;
@@ -17,7 +18,7 @@ const names = {
 export class Record {
   #values;
   #series = new Map();
-  #asked = new Set();
+  #filled = new Set();
 
   constructor(values) {
     this.#values = values;
@@ -25,53 +26,64 @@ export class Record {
   }
 
   /// Points [time, figure or null], oldest first; the last one lasts until now.
-  of({ id, side }, name) {
-    const points = this.#series.get(key(id, side, name)) ?? [];
-    const oldest = Date.now() - span;
-    while (points.length > 1 && points[1][0] <= oldest) points.shift();
-    return points;
+  of(channel, name) {
+    return this.#series.get(key(channel, name)) ?? [];
   }
 
-  /// Puts the node's history in front of what was heard. Once for a channel.
+  /// Puts the gateway's record in front of what was heard, once for a channel. True if it came.
   async fill(channel) {
     const { id, side } = channel;
-    if (this.#asked.has(key(id, side))) return false;
-    this.#asked.add(key(id, side));
-    const base = `data/client/${id}/${side}`;
-    const [readings, attenuations] = await Promise.all([
-      readHistory(`${base}/ocm/power`).catch(() => []),
-      readHistory(`${base}/attenuation`).catch(() => []),
-    ]);
-    // The monitor's readings on the amplifier's scale.
-    const calibration = this.#values.number(`data/client/${side}/edfaCalibration`);
-    if (isFigure(calibration)) this.#prepend(channel, "power", readings, calibration);
-    this.#prepend(channel, "attenuation", attenuations, 0);
+    const whole = key(channel, "");
+    if (this.#filled.has(whole)) return false;
+    this.#filled.add(whole);
+    const all = Object.entries(names).map(async ([place, name]) => {
+      const [branch, leaf] = place.split("/");
+      const entries = await readHistory(`${branch}/client/${id}/${side}/${leaf}`).catch(() => undefined);
+      if (entries) this.#prepend(key(channel, name), entries);
+      else this.#filled.delete(whole);
+    });
+    await Promise.all(all);
     return true;
   }
 
-  #note(path) {
-    const { id, side } = channelOf(path);
-    const name = key(id, side, nameOf(path));
-    const points = this.#series.get(name) ?? this.#series.set(name, []).get(name);
-    points.push([Date.now(), this.#values.number(path) ?? null]);
-    if (points[0][0] < Date.now() - 2 * span) this.of({ id, side }, nameOf(path));
+  /// Something was missed: what is looked at from here on is filled again.
+  doubt() {
+    this.#filled.clear();
+    this.#series.clear();
   }
 
-  #prepend({ id, side }, name, entries, offset) {
-    const series = key(id, side, name);
-    const known = this.#series.get(series) ?? [];
-    const before = known.length > 0 ? known[0][0] : Infinity;
-    const older = entries
-      .filter((entry) => typeof entry.value === "number")
-      .map((entry) => [Date.parse(entry.time), lit(entry.value) ? entry.value + offset : null])
-      .filter(([time]) => time < before);
-    this.#series.set(series, [...older, ...known]);
+  /// Nothing is known from here on.
+  interrupt() {
+    for (const points of this.#series.values()) {
+      if (isFigure(points.at(-1)?.[1])) points.push([nodeNow(), null]);
+    }
+  }
+
+  #note(path) {
+    const series = key(channelOf(path), nameOf(path));
+    const points = this.#series.get(series) ?? this.#series.set(series, []).get(series);
+    points.push([nodeNow(), this.#values.number(path) ?? null]);
+    forgetOld(points);
+  }
+
+  #prepend(series, entries) {
+    const older = entries.map(({ time, value }) => [Date.parse(time), isFigure(value) ? value : null]);
+    const last = older.at(-1)?.[0] ?? -Infinity;
+    const heard = this.#series.get(series) ?? [];
+    const points = [...older, ...heard.filter(([time]) => time > last)];
+    forgetOld(points);
+    this.#series.set(series, points);
   }
 }
 
-// What a monitor reads below this is its own noise, dBm at the monitor.
-const lit = (power) => power > -30;
-const key = (...parts) => parts.join("/");
+/// The newest of those that are too old holds at the beginning of the span.
+function forgetOld(points) {
+  const oldest = nodeNow() - span;
+  const kept = points.findIndex(([time], at) => at + 1 === points.length || points[at + 1][0] > oldest);
+  if (kept > 0) points.splice(0, kept);
+}
+
+const key = ({ id, side }, name) => `${id}/${side}/${name}`;
 
 function nameOf(path) {
   const words = path.split("/");

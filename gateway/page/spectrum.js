@@ -13,7 +13,7 @@ const marks = 250; // middle of the row of shapes
 const axis = 272;
 const left = 40;
 const right = 12;
-const narrowest = 9; // px of a channel; a wider band is scrolled
+const narrowest = 7; // px of a channel; a wider band is scrolled
 const below = 12; // dB shown below the lowest target
 const above = 10;
 const usual = { lowest: -10, highest: 15 }; // dBm, in the dark
@@ -27,6 +27,7 @@ export class Spectrum {
   #scale = usual;
   #current;
   #root;
+  #labels = shape("svg", { class: "scale", "aria-hidden": "true", width: left, height });
 
   /// `pointed(channel, how)`: how is "pointer", "click" or "key".
   constructor(host, channels, pointed) {
@@ -34,7 +35,7 @@ export class Spectrum {
     this.#channels = channels;
     this.#pointed = pointed;
     this.#root = shape("svg", { role: "listbox", tabindex: "0", id: "bars", height });
-    host.append(this.#root);
+    host.append(this.#root, this.#labels);
     this.#root.addEventListener("keydown", (event) => this.#key(event));
     this.#root.addEventListener("pointermove", (event) => this.#at(event, "pointer"));
     this.#root.addEventListener("click", (event) => this.#at(event, "click"));
@@ -77,7 +78,6 @@ export class Spectrum {
     setAttributes(this.#root, { "aria-activedescendant": slot ? slot.group.id : null });
     if (!slot) return;
     slot.group.setAttribute("aria-selected", "true");
-    this.#root.append(slot.group); // above its neighbours
     this.#bringIntoView(slot);
   }
 
@@ -114,12 +114,14 @@ export class Spectrum {
   #grid(width) {
     const lines = [];
     const { lowest, highest } = this.#scale;
+    const label = (y, text) => shape("text", { class: "axis", x: left - 8, y, "text-anchor": "end" }, text);
+    const labels = [label(14, "dBm")];
     for (let power = lowest; power <= highest; power += 5) {
       const y = this.#y(power);
       lines.push(shape("line", { class: "grid", x1: left, x2: width - right, y1: y, y2: y }));
-      lines.push(shape("text", { class: "axis", x: left - 8, y: y + 4, "text-anchor": "end" }, figure(power, 0)));
+      labels.push(label(y + 4, figure(power, 0)));
     }
-    lines.push(shape("text", { class: "axis unit", x: left - 8, y: 12, "text-anchor": "end" }, "dBm"));
+    this.#labels.replaceChildren(...labels); // stay in sight while a wide band is scrolled
     return [...lines, ...this.#frequencies(width)];
   }
   #frequencies(width) {
@@ -130,9 +132,10 @@ export class Spectrum {
     for (let at = Math.ceil(from / step); at * step <= to; at += 1) {
       const middle = x(at * step);
       ticks.push(shape("line", { class: "tick", x1: middle, x2: middle, y1: axis - 10, y2: axis - 5 }));
-      ticks.push(shape("text", { class: "axis", x: middle, y: axis + 8, "text-anchor": "middle" }, (at * step).toFixed(1)));
+      const anchor = middle > width - right - 12 ? "end" : "middle";
+      ticks.push(shape("text", { class: "axis", x: anchor === "end" ? width - right : middle, y: axis + 8, "text-anchor": anchor }, (at * step).toFixed(1)));
     }
-    ticks.push(shape("text", { class: "axis unit", x: width - right, y: height - 4, "text-anchor": "end" }, "THz"));
+    ticks.push(shape("text", { class: "axis", x: width - right, y: height - 6, "text-anchor": "end" }, "THz"));
     return ticks;
   }
 
@@ -141,13 +144,14 @@ export class Spectrum {
     const from = x(channel.thz - channel.width / 2);
     const room = x(channel.thz + channel.width / 2) - from;
     const bar = Math.max(2, Math.min(26, room * 0.56));
+    const reach = Math.min(bar + 4, room - 1);
     const middle = from + room / 2;
     const part = (name, attributes) => shape(name, attributes);
     const slot = {
       channel, x: middle, bar, room,
       hit: part("rect", { class: "hit", x: from, width: room, y: 0, height: axis - 8 }),
       line: part("line", { class: "pointed", x1: middle, x2: middle, y1: 0, y2: axis - 8 }),
-      reach: part("rect", { class: "reach", x: middle - bar / 2 - 2, width: bar + 4 }),
+      reach: part("rect", { class: "reach", x: middle - reach / 2, width: reach }),
       band: part("rect", { class: "band", x: from + 1, width: Math.max(1, room - 2) }),
       power: part("rect", { class: "power", x: middle - bar / 2, width: bar }),
       beyond: part("path", { class: "beyond" }),

@@ -30,6 +30,17 @@ export function clockText(time) {
   return isFigure(time) ? new Date(time).toLocaleTimeString("en-GB") : none;
 }
 
+/// A sentence of the daemon, its times on this browser's clock as all others of the page.
+export const readable = (sentence) =>
+  sentence.replace(/\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d(\.\d+)?Z/g, (time) => timeText(Date.parse(time)));
+
+/// With its day, unless that is today.
+export function timeText(time) {
+  const day = dayText(time);
+  return day === dayText(Date.now()) ? clockText(time) : `${day}, ${clockText(time)}`;
+}
+export const dayText = (time) => new Date(time).toLocaleDateString("en-GB", { day: "numeric", month: "short", year: "numeric" });
+
 export function ago(milliseconds) {
   const seconds = Math.max(0, Math.round(milliseconds / 1000));
   if (seconds < 120) return `${seconds} s`;

@@ -3,6 +3,7 @@
 #include <boost/asio/write.hpp>
 #include <boost/beast/http/read.hpp>
 #include <boost/beast/http/write.hpp>
+#include <iterator>
 #include <sstream>
 #include <type_traits>
 #include <utility>
@@ -16,8 +17,8 @@ namespace {
 namespace http = boost::beast::http;
 namespace asio = boost::asio;
 
-/// A client that is refused while it still sends would lose the answer with its connection, so what
-/// it sends is read for a while.
+/// If a client is refused while it is still sending, closing at once would lose the answer, so its
+/// data is read for a while.
 constexpr std::chrono::seconds drain_time{2};
 constexpr std::size_t drain_bytes = 32 * 1024 * 1024;
 
@@ -103,14 +104,17 @@ void connection<Stream>::handshake(std::function<void()> then) {
   }
 }
 
-// A keep-alive connection may rest between two requests for longer than a request may take.
+// Between requests a connection may rest longer than a request may take; a new one that asks
+// nothing only keeps others out.
 template <class Stream>
 void connection<Stream>::await_request() {
   parser_.emplace();
   parser_->header_limit(static_cast<std::uint32_t>(shared_.bounds.header_bytes));
   parser_->body_limit(shared_.bounds.body_bytes);
+  head_ = false;
+  const bool first = std::exchange(first_, false);
   if (buffer_.size() > 0) return read_header();
-  set_deadline(shared_.bounds.idle_time, late::close);
+  set_deadline(first ? shared_.bounds.header_time : shared_.bounds.idle_time, late::close);
   constexpr std::size_t first_bytes = 2048;
   stream_.async_read_some(
       buffer_.prepare(first_bytes),
@@ -136,6 +140,28 @@ void connection<Stream>::header_read(const error_code& error) {
   end_deadline();
   if (closed_) return;
   if (error) return read_failed(error);
+  const auto& header = parser_->get();
+  if (auto refused = wrong_framing(header, parser_->chunked())) {
+    return give_last(std::move(*refused));
+  }
+  header_fields_ = std::distance(header.begin(), header.end());
+  awaits_go_ahead(header) && !parser_->is_done() ? go_ahead() : read_body();
+}
+
+template <class Stream>
+void connection<Stream>::go_ahead() {
+  constexpr std::string_view text = "HTTP/1.1 100 Continue\r\n\r\n";
+  set_deadline(shared_.bounds.body_time, late::close);
+  asio::async_write(stream_, asio::buffer(text),
+                    [self = this->shared_from_this()](const error_code& error, std::size_t) {
+                      self->end_deadline();
+                      if (error || self->closed_) return self->close();
+                      self->read_body();
+                    });
+}
+
+template <class Stream>
+void connection<Stream>::read_body() {
   set_deadline(shared_.bounds.body_time, late::answer);
   http::async_read(stream_, buffer_, *parser_,
                    [self = this->shared_from_this()](const error_code& failed, std::size_t) {
@@ -148,6 +174,12 @@ void connection<Stream>::body_read(const error_code& error) {
   end_deadline();
   if (closed_) return;
   if (error) return read_failed(error);
+  // Fields after a chunked body have now been added to those of the header, where no proxy has
+  // checked them.
+  const auto& whole = parser_->get();
+  if (std::distance(whole.begin(), whole.end()) != header_fields_) {
+    return give_last(refusal(400, "A header stands behind the body"));
+  }
   dispatch();
 }
 
@@ -198,7 +230,7 @@ void connection<Stream>::begin_stream(answer made) {
         [this, begin = std::move(begin)] { begin(this->shared_from_this()); });
 }
 
-// What a client sends on an event stream is of no interest, its end is.
+// Data that a client sends on an event stream is ignored; only the end of the connection matters.
 template <class Stream>
 void connection<Stream>::watch_for_end() {
   stream_.async_read_some(asio::buffer(ignored_),
@@ -228,6 +260,7 @@ void connection<Stream>::write_answer(answer made, bool keep_alive) {
   shared_.answer_bytes += counted_bytes_;
   const unsigned version = parser_ && parser_->is_header_done() ? parser_->get().version() : 11;
   response_.emplace(to_beast(std::move(made), version, keep_alive, head_));
+  response_->set(http::field::date, http_date(shared_.bounds.now()));
   set_deadline(shared_.bounds.stuck_time, late::close);
   http::async_write(
       stream_, *response_,
@@ -272,7 +305,7 @@ void connection<Stream>::set_deadline(std::chrono::milliseconds time, late how) 
   deadline_.async_wait([weak = this->weak_from_this()](const error_code& error) {
     const auto self = weak.lock();
     if (!self || error || self->late_ == late::nothing) return;
-    // It was set anew while this was on its way.
+    // It was set again while this was on its way.
     if (self->deadline_.expiry() > std::chrono::steady_clock::now()) return;
     if (self->late_ == late::close) {
       if (self->streaming_) {

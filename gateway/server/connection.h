@@ -1,6 +1,6 @@
-// One connection of a client: reads requests one after the other under limits of size and time,
-// hands each to the router and writes its answer; or becomes an event stream. A deadline holds for
-// a whole step, however many bytes trickle in meanwhile.
+// One client connection: reads requests one after the other within limits of size and time, passes
+// each to the router and writes its answer; or becomes an event stream. A deadline applies to a
+// whole step, however slowly bytes trickle in.
 //
 // Stream is a TCP socket or TLS over one. On the gateway's thread.
 #pragma once
@@ -31,7 +31,7 @@ class connection final : public byte_sink,
   ~connection() override;
 
   void start();
-  /// Says that there are too many, and closes.
+  /// Answers that there are too many connections, and closes.
   void refuse();
 
   void close() override;
@@ -48,6 +48,8 @@ class connection final : public byte_sink,
   void await_request();
   void read_header();
   void header_read(const error_code& error);
+  void go_ahead();
+  void read_body();
   void body_read(const error_code& error);
   void read_failed(const error_code& error);
   void dispatch();
@@ -71,6 +73,8 @@ class connection final : public byte_sink,
   bool refusing_ = false;
   bool streaming_ = false;
   bool head_ = false;
+  bool first_ = true;  ///< no request yet
+  std::ptrdiff_t header_fields_ = 0;
   std::size_t counted_bytes_ = 0;
   std::size_t drained_bytes_ = 0;
   boost::beast::flat_buffer buffer_;

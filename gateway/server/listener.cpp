@@ -8,10 +8,10 @@ namespace gateway {
 
 namespace {
 
-/// What the system keeps for a client that does not read; left to itself it goes to megabytes.
+/// The system's buffer for a client that does not read; by default it grows to megabytes.
 constexpr int send_buffer_bytes = 256 * 1024;
 
-/// Where descriptors have run out, until some are free again.
+/// When descriptors have run out, wait until some are free again.
 constexpr std::chrono::milliseconds pause_after_failure{100};
 
 }  // namespace

@@ -1,5 +1,6 @@
-// Accepts connections at one address and port, in clear or with TLS. Beyond the limit a connection
-// is told so, and beyond the limit of those it is closed. On the gateway's thread.
+// Accepts connections at one address and port, in clear text or with TLS. A connection beyond the
+// limit gets an answer saying so; beyond the limit of those, it is just closed. On the gateway's
+// thread.
 #pragma once
 
 #include <boost/asio/io_context.hpp>
@@ -16,7 +17,7 @@ class listener : public std::enable_shared_from_this<listener> {
  public:
   using endpoint = boost::asio::ip::tcp::endpoint;
 
-  /// `tls` is null for clear text. Throws boost::system::system_error where it cannot listen.
+  /// `tls` is null for clear text. Throws boost::system::system_error if it cannot listen.
   listener(boost::asio::io_context& io, const endpoint& at,
            std::shared_ptr<boost::asio::ssl::context> tls, service& shared);
 

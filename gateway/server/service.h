@@ -1,5 +1,5 @@
-// What all connections of a listener share: the router, the limits, and how much of them is used.
-// On the gateway's thread.
+// State shared by all connections of a listener: the router, the limits, and their present use. On
+// the gateway's thread.
 #pragma once
 
 #include <cstddef>
@@ -20,9 +20,9 @@ struct service {
   const settings& bounds;
   const router& routes;
   std::set<open_connection*> connections;
-  std::size_t refusals = 0;      ///< connections that are told that there are too many
+  std::size_t refusals = 0;      ///< connections that get the answer that there are too many
   std::size_t streams = 0;       ///< event streams among the connections
-  std::size_t answer_bytes = 0;  ///< of answers that are being written
+  std::size_t answer_bytes = 0;  ///< of answers being written
 };
 
 }  // namespace gateway

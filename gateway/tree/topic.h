@@ -1,7 +1,7 @@
-// The present values of all paths that one pattern fits, as events ready to be sent, in the order
-// of their last change. All streams of that pattern read the same topic, each from the change that
-// it has sent last: so a client that does not read costs nothing but its place, and gets the newest
-// value of each path when it reads again. On the gateway's thread.
+// The present values of all paths that match one pattern, as events ready to be sent, in order of
+// their last change. All streams with that pattern read the same topic, each from the last change
+// that it has sent: a client that does not read costs only its position, and gets the newest value
+// of each path when it reads again. On the gateway's thread.
 #pragma once
 
 #include <cstdint>
@@ -15,11 +15,13 @@
 
 namespace gateway {
 
-/// One event as it goes out, "id: TIME\ndata: {...}\n\n", shared by the topics that it is in.
+/// One event as sent, "id: TIME
+/// data: {...}
+///
+/// ", shared by the topics that contain it.
 struct event_frame {
   std::string text;
-  std::size_t value_at =
-      0;  ///< where the text tells the value: what stands before is path and time
+  std::size_t value_at = 0;  ///< where the value begins in the text, after path and time
 
   std::string_view value() const { return std::string_view(text).substr(value_at); }
 };
@@ -28,7 +30,7 @@ struct event_frame {
 std::shared_ptr<const event_frame> make_frame(std::string_view path, std::string_view time,
                                               std::string_view member);
 
-/// A path whose every event counts, not only the newest.
+/// A path of which every event counts, not only the newest.
 bool is_journal(std::string_view path);
 
 class topic {
@@ -41,19 +43,19 @@ class topic {
   const std::string& pattern() const { return pattern_; }
   bool covers(std::string_view path) const;
 
-  /// Nothing changes if the path has that value already. True if something did.
+  /// No effect if the path already has that value. True if something changed.
   bool put(const std::string& path, std::shared_ptr<const event_frame> frame);
-  /// The tree is gone: what was known is no longer so.
+  /// The tree is gone: the values are no longer known to be valid.
   void clear();
 
-  /// All paths of the pattern stand here.
+  /// All paths of the pattern are now present.
   bool filled() const { return filled_; }
   void set_filled() { filled_ = true; }
   std::vector<std::string> paths() const;
   number newest() const { return newest_; }
 
-  /// Calls `told(path, value)` for each path that has changed after `from`; the value as its frame
-  /// tells it.
+  /// Calls `told(path, value)` for each path that has changed after `from`; the value is taken from
+  /// its frame.
   template <class Told>
   void for_each_after(number from, Told told) const {
     auto at = entries_.end();
@@ -64,11 +66,11 @@ class topic {
   }
 
   struct piece {
-    number to = 0;                             ///< the last change in it
-    std::shared_ptr<const std::string> bytes;  ///< null if there is nothing
+    number to = 0;                             ///< the last change included
+    std::shared_ptr<const std::string> bytes;  ///< null if there is none
   };
-  /// Changes after `from`, up to about `limit` bytes. What a journal told before `joined` counts as
-  /// its history, of which the last one alone is a present value.
+  /// Changes after `from`, up to about `limit` bytes. A journal's events before `joined` count as
+  /// its history, of which only the last one is a present value.
   piece after(number from, number joined, std::size_t limit);
 
  private:
@@ -85,7 +87,7 @@ class topic {
   const std::string pattern_;
   bool filled_ = false;
   number newest_ = 0;
-  std::list<entry> entries_;  // by `changed`, rising
+  std::list<entry> entries_;  // in ascending order of `changed`
   std::unordered_map<std::string, place> latest_;
   std::size_t superseded_ = 0;
 

@@ -9,14 +9,12 @@
 #include "platform/note_log/note_log.h"
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_rpc.h"
+#include "platform/wire/nx_error.h"
 #include "platform/wire/socket_path.h"
 
 namespace gateway {
 
 namespace {
-
-constexpr std::int32_t not_connected = -107;
-constexpr std::int32_t no_answer = -110;
 
 void log(note_log::severity_level severity, const std::string& text) {
   note_log::write(severity, "gateway", text);
@@ -56,12 +54,12 @@ void tree_link::stop() {
 
 void tree_link::call(const std::string& method, const std::string& params_text, answered done) {
   if (!up_) {
-    const nx_error error(not_connected, "Not connected: " + address());
+    const nx_error error(nx_error::not_connected, "Not connected: " + address());
     return done(nullptr, &error);
   }
   const auto id = ++last_id_;
   pending_.emplace(id, pending{clock::now() + patience_, std::move(done)});
-  stream_->send(nx::json_rpc::request(id, method, std::string_view(params_text)) + "\n");
+  stream_->send(nx::json_rpc::request(id, method, params_text) + "\n");
   watch_deadline();
 }
 
@@ -101,7 +99,7 @@ void tree_link::stream_ended(const std::string& reason) {
 }
 
 void tree_link::fail_all() {
-  const nx_error error(not_connected, "Not connected: " + address());
+  const nx_error error(nx_error::not_connected, "Not connected: " + address());
   for (auto& [id, one] : std::exchange(pending_, {}))
     one.done(nullptr, &error);
 }
@@ -118,7 +116,7 @@ void tree_link::watch_deadline() {
 void tree_link::expire() {
   watching_ = false;
   const auto now = clock::now();
-  const nx_error error(no_answer, "No answer in time: " + address());
+  const nx_error error(nx_error::no_answer, "No answer in time: " + address());
   while (!pending_.empty() && pending_.begin()->second.deadline <= now) {
     const auto done = std::move(pending_.extract(pending_.begin()).mapped().done);
     done(nullptr, &error);
@@ -152,7 +150,7 @@ void tree_link::receive_answer(const nx::json_value& message) {
   const auto id = message.FindMember("id");
   if (id == message.MemberEnd() || !id->value.IsUint64()) return;
   auto found = pending_.extract(id->value.GetUint64());
-  if (found.empty()) return;  // it was given up
+  if (found.empty()) return;  // it has been given up
   const auto result = message.FindMember("result");
   if (result != message.MemberEnd()) return found.mapped().done(&result->value, nullptr);
   const auto fault = message.FindMember("error");

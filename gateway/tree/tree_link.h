@@ -1,5 +1,6 @@
-// The gateway's one connection to the tree of the daemon: calls with their answers, and events. It
-// connects in the background from `start` on and again whenever it is lost, with growing pauses.
+// The gateway's single connection to the daemon's tree: calls with their answers, and events. It
+// connects in the background from `start` on and again whenever the connection is lost, with
+// growing pauses.
 //
 // On the gateway's thread, which runs the io_context. Handlers are called there and must not throw.
 #pragma once
@@ -21,7 +22,7 @@ namespace gateway {
 
 class tree_link : public nx::line_stream::owner, public std::enable_shared_from_this<tree_link> {
  public:
-  /// Exactly one of the two is there.
+  /// Exactly one of the two is present.
   using answered = std::function<void(const nx::json_value* result, const nx_error* error)>;
 
   class listener {
@@ -34,7 +35,7 @@ class tree_link : public nx::line_stream::owner, public std::enable_shared_from_
     virtual void tree_ended(const std::string& path) = 0;
   };
 
-  /// A call that is not answered within `patience` fails with -110.
+  /// A call not answered within `patience` fails with -110.
   static std::shared_ptr<tree_link> create(boost::asio::io_context& io,
                                            const std::string& socket_path,
                                            std::chrono::milliseconds patience);
@@ -44,6 +45,8 @@ class tree_link : public nx::line_stream::owner, public std::enable_shared_from_
 
   bool is_up() const { return up_; }
   const std::string& address() const { return address_.text(); }
+  /// Calls that have not been answered yet.
+  std::size_t waiting() const { return pending_.size(); }
 
   /// Without a connection the call fails at once, with -107.
   void call(const std::string& method, const std::string& params_text, answered done);

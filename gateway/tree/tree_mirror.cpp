@@ -2,6 +2,7 @@
 
 #include <rapidjson/document.h>
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -10,12 +11,15 @@
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_rpc.h"
 #include "platform/wire/json_text.h"
+#include "platform/wire/nx_error.h"
 
 namespace gateway {
 
 namespace {
 
-constexpr std::chrono::seconds retry_pause{1};
+// A missing path may appear at any time, and asking for it costs nothing. Any other refusal, such
+// as of a pattern with more values than an answer may contain, costs the daemon its work each time.
+constexpr int longest_retry = 64;
 
 std::string value_member(const nx::json_value& value) {
   std::string text = "\"value\":";
@@ -29,7 +33,7 @@ std::string error_member(const nx_error& error) {
   return text;
 }
 
-/// A value of a result, of which one in error stands as {"error":{...}}.
+/// A value of a result; a value in error has the form {"error":{...}}.
 std::string member_of_result(const nx::json_value& value) {
   if (value.IsObject() && value.MemberCount() == 1 && value.MemberBegin()->name == "error" &&
       nx::json_rpc::is_error_value(value.MemberBegin()->value)) {
@@ -39,7 +43,7 @@ std::string member_of_result(const nx::json_value& value) {
 }
 
 nx_error no_such_path(const std::string& path) {
-  return {-2, "No such path: " + path};
+  return {nx_error::not_found, "No such path: " + path};
 }
 
 }  // namespace
@@ -91,9 +95,8 @@ void tree_mirror::subscribed(topic& to, const nx::json_value* result, const nx_e
   const auto time = now_text();
   if (error) {
     to.put(to.pattern(), make_frame(to.pattern(), time, error_member(*error)));
-    refused_.insert(to.pattern());
-    retry_refused();
-  } else if (result->IsObject()) {
+    refused(to.pattern(), error->code);
+  } else if (refused_.erase(to.pattern()); result->IsObject()) {
     for (const auto& member : result->GetObject()) {
       const std::string path(member.name.GetString(), member.name.GetStringLength());
       to.put(path, make_frame(path, time, member_of_result(member.value)));
@@ -103,17 +106,36 @@ void tree_mirror::subscribed(topic& to, const nx::json_value* result, const nx_e
   tell_later();
 }
 
+void tree_mirror::refused(const std::string& pattern, std::int32_t code) {
+  const bool idle = refused_.empty();
+  const auto [known, is_new] = refused_.try_emplace(pattern, refusal{settings_.tree_retry, {}});
+  auto& [pause, due] = known->second;
+  if (!is_new && code != nx_error::not_found)
+    pause = std::min(2 * pause, longest_retry * settings_.tree_retry);
+  due = clock::now() + pause;
+  if (idle) retry_refused();
+}
+
 void tree_mirror::retry_refused() {
-  retry_timer_.expires_after(retry_pause);
+  retry_timer_.expires_after(settings_.tree_retry);
   retry_timer_.async_wait([weak = weak_from_this()](const boost::system::error_code& error) {
     const auto self = weak.lock();
-    if (!self || error) return;
-    for (const auto& pattern : std::exchange(self->refused_, {})) {
-      const auto known = self->topics_.find(pattern);
-      const auto held = known == self->topics_.end() ? nullptr : known->second.lock();
-      if (held && self->link_->is_up()) self->subscribe(held);
-    }
+    if (!self || error || self->refused_.empty()) return;
+    self->subscribe_due();
+    self->retry_refused();
   });
+}
+
+void tree_mirror::subscribe_due() {
+  std::vector<std::shared_ptr<topic>> again;
+  for (auto& [pattern, why] : refused_) {
+    const auto held = topics_.at(pattern).lock();
+    if (!held || why.due > clock::now()) continue;
+    why.due = clock::time_point::max();  // until the answer
+    again.push_back(held);
+  }
+  for (const auto& each : again)
+    subscribe(each);
 }
 
 void tree_mirror::tree_connected() {
@@ -151,9 +173,8 @@ void tree_mirror::tree_event(const nx::json_value& params) {
 void tree_mirror::tree_ended(const std::string& path) {
   put(path, now_text(), error_member(no_such_path(path)));
   for (const auto& [pattern, weak] : topics_) {
-    if (pattern == path) refused_.insert(pattern);
+    if (pattern == path) refused(pattern, nx_error::not_found);
   }
-  if (!refused_.empty()) retry_refused();
 }
 
 void tree_mirror::put(const std::string& path, const std::string& time, const std::string& member) {

@@ -1,8 +1,9 @@
-// What the pages see of the tree: one subscription for each pattern that somebody watches, however
-// many do, over the gateway's one connection. On the gateway's thread.
+// The pages' view of the tree: one subscription for each pattern in use, however many clients use
+// it, over the gateway's one connection. On the gateway's thread.
 #pragma once
 
 #include <boost/asio/steady_timer.hpp>
+#include <chrono>
 #include <map>
 #include <memory>
 #include <set>
@@ -14,8 +15,8 @@
 
 namespace gateway {
 
-/// Told when something has changed that a stream may have to send, a little later and once for all
-/// that came meanwhile.
+/// Called when something has changed that a stream may have to send, a little later and once for
+/// several changes.
 class mirror_watcher {
  public:
   virtual ~mirror_watcher() = default;
@@ -31,19 +32,21 @@ class tree_mirror : public tree_link::listener, public std::enable_shared_from_t
   tree_link& link() { return *link_; }
   std::string now_text() const;
 
-  /// The subscription ends with the last holder. Null beyond the limit of different patterns.
+  /// The subscription ends with its last holder. Null beyond the limit of different patterns.
   std::shared_ptr<topic> watch(const std::string& pattern);
 
   void add(mirror_watcher& watcher) { watchers_.insert(&watcher); }
   void remove(mirror_watcher& watcher) { watchers_.erase(&watcher); }
 
-  /// Counts the times that the tree was lost or found.
+  /// Counts how often the tree has been lost or found.
   unsigned link_changes() const { return link_changes_; }
   const std::string& link_since() const { return link_since_; }
 
   void stop();
 
  private:
+  using clock = std::chrono::steady_clock;
+
   void tree_connected() override;
   void tree_lost() override;
   void tree_event(const nx::json_value& params) override;
@@ -53,14 +56,22 @@ class tree_mirror : public tree_link::listener, public std::enable_shared_from_t
   void subscribed(topic& to, const nx::json_value* result, const nx_error* error);
   void let_go(const std::string& pattern);
   void put(const std::string& path, const std::string& time, const std::string& member);
+  void refused(const std::string& pattern, std::int32_t code);
   void retry_refused();
+  void subscribe_due();
   void tell_later();
   void tell();
+
+  /// A pattern that the tree currently refuses to subscribe to.
+  struct refusal {
+    std::chrono::milliseconds pause;
+    clock::time_point due;
+  };
 
   const settings& settings_;
   const std::shared_ptr<tree_link> link_;
   std::map<std::string, std::weak_ptr<topic>> topics_;
-  std::set<std::string> refused_;
+  std::map<std::string, refusal> refused_;
   std::set<mirror_watcher*> watchers_;
   boost::asio::steady_timer pause_timer_;
   boost::asio::steady_timer retry_timer_;

@@ -16,7 +16,7 @@ namespace gateway {
 
 namespace {
 
-/// What follows the scheme, which is written in any case.
+/// The part after the scheme, whose case does not matter.
 std::optional<std::string_view> behind(std::string_view scheme, std::string_view header) {
   if (header.size() <= scheme.size() || header[scheme.size()] != ' ') return std::nullopt;
   for (std::size_t i = 0; i < scheme.size(); ++i) {

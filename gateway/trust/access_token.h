@@ -1,5 +1,5 @@
-// The secret that opens the gateway to those who may more than look, and the comparison of what a
-// request shows with it: in a time that tells nothing of either.
+// The secret that permits more than looking, and its comparison with what a request presents, in a
+// time that reveals nothing about either.
 #pragma once
 
 #include <array>
@@ -17,8 +17,8 @@ class access_token {
   static access_token from_file(const std::string& file);
   explicit access_token(std::string_view secret);
 
-  /// `header` as a request's Authorization: "Bearer TOKEN", or "Basic ..." with the token as the
-  /// password of any user, which is what browsers ask their users for.
+  /// `header` is a request's Authorization: "Bearer TOKEN", or "Basic ..." with the token as the
+  /// password of any user, which is the form that browsers ask for.
   bool is_shown_by(std::string_view header) const;
 
  private:

@@ -1,4 +1,4 @@
-// TLS of the gateway's side from a certificate and its key.
+// The gateway's TLS, from a certificate and its key.
 #pragma once
 
 #include <boost/asio/ssl/context.hpp>
@@ -7,8 +7,8 @@
 
 namespace gateway {
 
-/// TLS 1.2 and later. Throws std::runtime_error with a text for a person on a file that cannot be
-/// used, a key that does not fit, and a certificate that has expired or is not valid yet.
+/// TLS 1.2 and later. Throws std::runtime_error with a text for a person for an unusable file, a
+/// key that does not match, and a certificate that has expired or is not valid yet.
 std::shared_ptr<boost::asio::ssl::context> make_tls_context(const std::string& certificate,
                                                             const std::string& key);
 

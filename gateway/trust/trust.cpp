@@ -18,12 +18,21 @@ std::string lower(std::string_view text) {
   return out;
 }
 
-/// Without the port; an address of IPv6 keeps its brackets.
+/// Without the port; an IPv6 address keeps its brackets.
 std::string_view name_of(std::string_view host) {
   const auto colon = host.rfind(':');
   const auto bracket = host.rfind(']');
   if (colon == host.npos || (bracket != host.npos && colon < bracket)) return host;
   return host.substr(0, colon);
+}
+
+/// A foreign page may make the browser send requests, if only to cause load. Following a link to
+/// here is different.
+bool asked_by_other_page(const request& asked) {
+  const auto site = asked.header("sec-fetch-site");
+  if (site.empty() || site == "same-origin" || site == "none") return false;
+  return !asked.reads() || asked.header("sec-fetch-mode") != "navigate" ||
+         asked.header("sec-fetch-dest") != "document";
 }
 
 answer ask_for_token(const char* scheme) {
@@ -36,8 +45,8 @@ answer ask_for_token(const char* scheme) {
 
 trust::trust(trust_rules rules) : rules_(std::move(rules)) {}
 
-// A page of elsewhere can make a browser take its own name for this host's address; what it then
-// asks still bears that name.
+// A foreign page may make a browser take the page's own name for this host's address; the requests
+// still carry that name.
 bool trust::names_this_gateway(std::string_view host) const {
   const auto name = lower(name_of(host));
   if (name == "localhost" || name == "127.0.0.1" || name == "[::1]") return true;
@@ -47,6 +56,9 @@ bool trust::names_this_gateway(std::string_view host) const {
 std::optional<answer> trust::check(const request& asked) const {
   if (rules_.loopback && !names_this_gateway(asked.header("host"))) {
     return refusal(misdirected, "The Host of the request is no name of this gateway; see --host");
+  }
+  if (asked_by_other_page(asked)) {
+    return refusal(forbidden, "A page of another origin has nothing to ask here");
   }
   if (asked.path == "/healthz") return std::nullopt;
   if (asked.asked == method::put || asked.asked == method::post) return check_write(asked);
@@ -62,9 +74,7 @@ std::optional<answer> trust::check_write(const request& asked) const {
   }
   const auto origin = asked.header("origin");
   const auto own = (rules_.tls ? "https://" : "http://") + lower(asked.header("host"));
-  const auto site = asked.header("sec-fetch-site");
-  if ((!origin.empty() && lower(origin) != own) ||
-      (!site.empty() && site != "same-origin" && site != "none")) {
+  if (!origin.empty() && lower(origin) != own) {
     return refusal(forbidden, "A page of another origin writes nothing here");
   }
   if (!to_plant && !rules_.token->is_shown_by(asked.header("authorization")))

@@ -1,5 +1,6 @@
-// Who may do what. Reading on loopback is free to this host's users, under a name of this host; all
-// else needs the token, and writing a request that no page of another origin can make. Pure.
+// Who may do what. On loopback, all users of this host may read, under a name of this host;
+// everything else needs the token, and writing also a request that no page from another origin can
+// make. Pure.
 #pragma once
 
 #include <optional>
@@ -15,14 +16,14 @@ struct trust_rules {
   bool loopback = true;
   bool tls = false;
   bool allow_writes = false;
-  bool lab = false;                ///< the plant's tree is written by whoever may look
-  std::vector<std::string> hosts;  ///< further names of this gateway
+  bool lab = false;                ///< anybody who may look may also write to the plant's tree
+  std::vector<std::string> hosts;  ///< further host names of this gateway
   std::optional<access_token> token;
 };
 
 class trust {
  public:
-  /// A page has to send it with a write: no form and no image of another origin can.
+  /// A header that a page must send with a write: no form and no image from another origin can.
   static constexpr const char* write_header = "x-lumora-request";
 
   explicit trust(trust_rules rules);

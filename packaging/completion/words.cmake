@@ -1,4 +1,4 @@
-# The words of lumoractl and its companions with what they mean, for the completions of every shell.
+# Commands and options of lumoractl and its companions, with descriptions, for the completions of every shell.
 
 # A command, '|', its description; no apostrophes, since the shells quote with them.
 set(commands
@@ -6,39 +6,39 @@ set(commands
   "history|Print the last values of a path"
   "list|List the names below a level"
   "tree|Draw everything below a level"
-  "info|Tell what a path is and takes"
+  "info|Describe a path"
   "set|Write a value"
   "run|Run a command of the tree"
   "reset|Forget the stored value of a parameter"
   "watch|Print changes as they come"
-  "explain|Tell what is wrong, and why"
+  "explain|Say what is wrong, and why"
   "events|Print what has happened"
   "save|Save the parameters of a node"
   "load|Write saved parameters to a node")
 
-# Options of all commands; "=" behind the name takes a word.
+# Options of all commands; "=" after the name means that it takes a value.
 set(options
   "--help|Print the options"
   "--json|Print JSON"
   "--bare|Print values without paths and units"
   "--timeout=|Seconds to wait for an answer"
   "--node|The daemon of this node"
-  "--socket=|Any unix socket"
+  "--socket=|The tree at a unix socket"
   "--nexel=|A device"
   "--host=|A peer, fe80::1%eth_sfp_1"
   "--port=|Port of the peer"
-  "--root=|Folder that the node runs below")
+  "--root=|Folder prefixed to all socket paths")
 
 # COMMAND|OPTION|description
 set(command_options
   "list|--recursive|Full paths of everything below"
-  "tree|--values|With the present values"
-  "watch|--count=|End after so many lines"
-  "watch|--for=|End after so many seconds"
-  "events|--since=|Only what is newer"
-  "load|--any-product|Take a file of another model")
+  "tree|--values|Include the present values"
+  "watch|--count=|End after that many lines"
+  "watch|--for=|End after that many seconds"
+  "events|--since=|Only events since then"
+  "load|--any-product|Accept a file from another model")
 
-# PROGRAM|OPTION|description, of the programs without commands
+# PROGRAM|OPTION|description, for the programs without commands
 set(program_options
   "lumora_manager|--help|Print the options"
   "lumora_manager|--port=|TCP port for the peer"
@@ -49,34 +49,34 @@ set(program_options
   "lumora_gateway|--tree=|Socket of the daemon"
   "lumora_gateway|--listen=|Where to serve, ADDRESS:PORT"
   "lumora_gateway|--page=|Folder of the page"
-  "lumora_gateway|--certificate=|Certificate chain, PEM"
-  "lumora_gateway|--key=|Key of the certificate, PEM"
-  "lumora_gateway|--token-file=|Holds the token"
-  "lumora_gateway|--host=|A further name of the gateway"
+  "lumora_gateway|--certificate=|Certificate chain (PEM)"
+  "lumora_gateway|--key=|Private key of the certificate (PEM)"
+  "lumora_gateway|--token-file=|File with the token"
+  "lumora_gateway|--host=|Another host name of the gateway"
   "lumora_gateway|--allow-writes|Serve writes"
   "lumora_gateway|--lab=|Socket of the simulated plant"
   "lumora_gateway|--lab-node=|Number of the node in the plant"
   "lumora_lab|--help|Print the options"
   "lumora_lab|--version|Print the version"
   "lumora_lab|--product=|Model of the node"
-  "lumora_lab|--peer|Who stands at the far end"
-  "lumora_lab|--seed=|Of everything random in the plant"
+  "lumora_lab|--peer|The far end: a product or a simulated family"
+  "lumora_lab|--seed=|Seed of everything random in the plant"
   "lumora_lab|--topology=|Plant to use"
-  "lumora_lab|--until-converged|No screen, a verdict"
+  "lumora_lab|--until-converged|No screen, just a verdict"
   "lumora_lab|--keep|Keep the folder"
-  "lumora_lab|--log|Tell where the logs are, and keep them"
+  "lumora_lab|--log|Print where the logs are, and keep them"
   "lumora_lab|--web|Serve each node to a browser, with a bench of faults"
   "lumora_sim|--help|Print the options"
   "lumora_sim|--version|Print the version"
-  "lumora_sim|--seed=|Of everything random"
-  "lumora_sim|--speed=|Plant seconds in a second"
-  "lumora_sim|--board|Write the files of the board"
-  "lumora_sim|--print-board|Print the calibration and end"
-  "lumora_sim|--far-prefix=|Prefix of the far sockets"
+  "lumora_sim|--seed=|Seed of all noise"
+  "lumora_sim|--speed=|Plant seconds per second"
+  "lumora_sim|--board|Write the calibration files"
+  "lumora_sim|--print-board|Print the calibration file and exit"
+  "lumora_sim|--far-prefix=|Folder of the far sockets"
   "lumora_sim|--far-hash-tag=|Hash tag of the far node"
   "lumora_sim|--peer=|Simulated peer"
   "lumora_sim|--peer-interface=|Where the peer listens"
-  "lumora_sim|--latency=|Of every device, in ms")
+  "lumora_sim|--latency=|NAME=MS, delay of a service")
 
 # add_fish(PROGRAM CONDITION WORD DESCRIPTION): one line of fish.
 function(add_fish program condition word description)

@@ -15,7 +15,7 @@ namespace {
 constexpr const char* board_file = "/mnt/board_info/board_spec.conf";
 constexpr const char* voa_preset_key = "voa_preset_default";
 constexpr float voa_preset_built_in = 5.0f;  // dB
-constexpr float voa_range_end = 25.0f;       // dB, what the line VOA can be set to
+constexpr float voa_range_end = 25.0f;       // dB, range of the line VOA
 
 /// What is wrong with a value; empty if a board can have it.
 std::string fault_of(const std::string& key, const std::string& word) {

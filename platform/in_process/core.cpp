@@ -6,7 +6,7 @@
 
 #include "platform/nexel_client/client_errors.h"
 #include "platform/value_tree/nx_db.h"
-#include "platform/value_tree/server/node_errors.h"
+#include "platform/wire/failure.h"
 #include "platform/wire/json_conversion.h"
 
 namespace nx {
@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::chrono::seconds retry_interval{1};
 
-/// The exception that a client gets for the one that a node raised.
+/// The exception that a client gets for the one thrown by a node.
 nx_client_exception as_client_exception(const std::string& path) {
   const auto error = current_node_error();
   return {error.code, error.message, path};
@@ -30,7 +30,7 @@ void write_node(nx_db& db, const nexel_object& object, json_document& result) {
   const std::string& path = object.get_path();
   json_document params(rapidjson::kObjectType);
   object.write_request_data(params, params.GetAllocator());
-  json_text(params);  // as a socket client would: a number that is not finite never goes out
+  json_text(params);  // as over a socket: a number that is not finite is never sent
   auto node = node_at(db, path);
   if (node->write_returns_response()) {
     node->run(path, params["value"], result.GetAllocator(), result);
@@ -41,7 +41,7 @@ void write_node(nx_db& db, const nexel_object& object, json_document& result) {
 
 }  // namespace
 
-/// The client as the tree's nodes see it; they may keep it longer than the client lives.
+/// The client as seen by the tree's nodes, which may keep it longer than the client lives.
 class in_process_session : public nx_session {
  public:
   explicit in_process_session(std::weak_ptr<in_process_core> client) : client_(std::move(client)) {}
@@ -116,7 +116,8 @@ void in_process_core::read_nodes(nx_db& db, const std::string& path, json_docume
     try {
       node->get(node->get_path(0), result.GetAllocator(), result);
     } catch (const nx_error&) {
-      // Left out, where a server shows the error: who wants it reads the path by itself.
+      // Left out, although a server would include the error: callers who want it read the path
+      // directly.
     }
   }
 }
@@ -154,7 +155,7 @@ void in_process_core::answer_late(std::chrono::milliseconds latency,
 void in_process_core::postpone(late_delivery delivery, std::chrono::milliseconds latency) {
   delivery.due = now() + latency;
   std::lock_guard lock(mutex_);
-  // A session's lines keep their order, whatever the latency was when each of them went out.
+  // Lines of a session keep their order, whatever the latency was when each was sent.
   if (!late_.empty()) delivery.due = std::max(delivery.due, late_.back().due);
   late_.push_back(std::move(delivery));
 }

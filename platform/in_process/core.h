@@ -1,6 +1,6 @@
-// One client of the in-process transport. Calls run on the caller's thread; events on the thread
-// that publishes, which holds its node's mutex: they are handed to subscribers and nothing else is
-// called from there.
+// One client of the in-process transport. Calls run on the caller's thread; events on the
+// publishing thread, which holds its node's mutex: they are handed to subscribers, and nothing else
+// is called from there.
 #pragma once
 
 #include <rapidjson/document.h>
@@ -32,9 +32,9 @@ class in_process_core : public client_core, public std::enable_shared_from_this<
 
   bool uses(const in_process_link& link) const { return &link == link_.get(); }
   const std::string& address() const { return link_->address; }
-  /// The link is another than it was: ends the subscriptions of one that died.
+  /// The link has changed: ends the subscriptions if it has died.
   void link_changed();
-  /// Hands out what was late and is due, takes up a link that came back, and asks for the
+  /// Delivers delayed messages that are due, handles a link that came back, and sends the
   /// subscriptions that are due.
   void refresh();
 
@@ -48,11 +48,12 @@ class in_process_core : public client_core, public std::enable_shared_from_this<
                   std::string name,
                   std::weak_ptr<nexel_connection_subscriber> connection_subscriber);
 
-  /// On its way from a tree that is slow.
+  /// In flight from a slow tree.
   struct late_delivery {
     time_point due;
-    std::function<void()> deliver;  ///< with the mutex held
-    std::function<void()> fail;     ///< of an answer, when the link dies before; none of an event
+    std::function<void()> deliver;  ///< called with the mutex held
+    /// For an answer: called instead if the link dies first. Null for an event.
+    std::function<void()> fail;
   };
 
   void call_object(const std::shared_ptr<nexel_object>& object);
@@ -62,9 +63,9 @@ class in_process_core : public client_core, public std::enable_shared_from_this<
                    std::function<void()> answer);
   void postpone(late_delivery delivery, std::chrono::milliseconds latency);
   void deliver_until(time_point due);
-  void fail_late();  ///< with the mutex held
+  void fail_late();  ///< called with the mutex held
   void wait_in_vain();
-  time_point now() const;  ///< never while the mutex is held: the clock is the test's
+  time_point now() const;  ///< never called with the mutex held: the clock belongs to the test
   void connect();
   void disconnect();
   void subscribe_due();
@@ -83,7 +84,7 @@ class in_process_core : public client_core, public std::enable_shared_from_this<
   const std::shared_ptr<std::atomic<bool>> open_ = std::make_shared<std::atomic<bool>>(true);
   std::shared_ptr<in_process_session> session_;
 
-  // Taken below a publishing node's mutex: no node is called while it is held.
+  // Taken under a publishing node's mutex: no node is called while it is held.
   std::mutex mutex_;
   subscription_table subscriptions_;
   bool silent_ = false;  // the link was hung at the last call
@@ -91,7 +92,7 @@ class in_process_core : public client_core, public std::enable_shared_from_this<
   bool was_hung_ = false;
   bool holding_events_ = false;
   std::vector<json_document> held_events_;
-  std::deque<late_delivery> late_;  // in the order of their times
+  std::deque<late_delivery> late_;  // in order of time
 };
 
 }  // namespace nx

@@ -63,15 +63,16 @@ void in_process_network::impl::post(std::function<void()> event) {
   events.push_back(std::move(event));
 }
 
-// A receiver's call may spend time on the clock, which delivers again: that inner one has nothing
-// to add, the outer one goes on until all is raised.
+// A receiver's call may spend time on the clock, which calls `deliver` again: the inner call does
+// nothing, and the outer one continues until all events are raised.
 void in_process_network::impl::deliver() {
   if (delivering.exchange(true)) return;
   struct end_of_delivery {
     std::atomic<bool>& delivering;
     ~end_of_delivery() { delivering = false; }
   } end{delivering};
-  raise_events();  // a lost client may be dropped by its owner, and is then not taken up again
+  raise_events();  // its owner may drop a client that lost its connection; it is then not
+                   // reconnected
   for (const auto& client : live_clients())
     client->refresh();
   raise_events();
@@ -100,7 +101,7 @@ in_process_network::~in_process_network() {
     link->db = nullptr;
 }
 
-// The sessions of a tree end while it still stands.
+// The sessions of a tree end while the tree still exists.
 void in_process_network::attach(const std::string& address, nx_db& db) {
   const link_state state = impl_->link(address)->state;
   detach(address);

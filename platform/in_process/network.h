@@ -1,7 +1,7 @@
 // The in-process transport: clients that reach a tree by function call, with no socket and no
 // thread, so that a test's control cycle is one function call on one thread. While an object of
-// this class lives, every nexel_client::create and nexel_ipv6_client::create of the process gives
-// such a client, whether the tree is attached yet or not.
+// this class exists, every nexel_client::create and nexel_ipv6_client::create in the process
+// returns such a client, whether or not the tree is attached yet.
 //
 // Reads, writes and events run on the calling thread. Connection events wait for `deliver`, since
 // their receivers take locks that may be held across `create`.
@@ -34,34 +34,34 @@ class in_process_network {
   void attach(const std::string& address, nx_db& db);
   void detach(const std::string& address);
   void set_state(const std::string& address, link_state state);
-  /// Every answer and event of the address comes this much later, each by itself: requests that go
-  /// out together are answered together. What is asked is done at once. An answer that takes 2 s or
-  /// more is a call's time-out. A caller that waits spends the time on the test's clock; events
-  /// need that clock, and come at the next `deliver` without it.
+  /// Delays every answer and event of the address by this time, each separately: requests sent
+  /// together are answered together. Requests take effect at once. A delay of 2 s or more is a
+  /// time-out for a call. A waiting caller spends the time on the test's clock; events need that
+  /// clock too, and without it are delivered at the next `deliver`.
   void set_latency(const std::string& address, std::chrono::milliseconds latency);
 
-  /// Where the clients that live now point to, whether anything is attached there or not.
+  /// The addresses of all living clients, whether or not anything is attached there.
   std::set<std::string> addresses_in_use() const;
 
   /// How a hung call spends its 2 s: the hand-driven clock's sleep.
   void set_wait(std::function<void(std::chrono::milliseconds)> wait);
 
-  /// The hand-driven clock's time. With it refused subscriptions are tried once a second, without
-  /// it at each `deliver`. A hung link costs one wait.
+  /// The hand-driven clock's time. With it, refused subscriptions are retried once a second,
+  /// without it at each `deliver`. A hung link costs one wait.
   void set_clock(std::function<std::chrono::steady_clock::time_point()> now);
 
-  /// Tries refused subscriptions again and hands out what is late and due, and no more: safe while
-  /// a caller sleeps inside a call.
+  /// Only retries refused subscriptions and delivers delayed messages that are due: safe while a
+  /// caller sleeps inside a call.
   void retry_subscriptions();
 
-  /// Raises the connection events that wait, and tries refused subscriptions again. The hand-driven
-  /// clock calls it at each step.
+  /// Raises pending connection events, and retries refused subscriptions. Called by the hand-driven
+  /// clock at each step.
   void deliver();
 
   struct impl;
 
  private:
-  std::shared_ptr<impl> impl_;  // shared with the clients, which may live longer
+  std::shared_ptr<impl> impl_;  // shared with the clients, which may outlive it
 };
 
 }  // namespace nx

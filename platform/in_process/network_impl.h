@@ -1,4 +1,4 @@
-// The inside of the in-process transport: the links by address and the clients that use them.
+// Internals of the in-process transport: the links by address and the clients that use them.
 #pragma once
 
 #include <atomic>
@@ -16,7 +16,7 @@ namespace nx {
 
 class in_process_core;
 
-/// Where an address leads. Without a tree it is dead, whatever its state.
+/// Where an address leads. Without a tree the link is dead, whatever its state.
 struct in_process_link {
   std::string address;
   std::atomic<nx_db*> db{nullptr};
@@ -35,7 +35,7 @@ struct in_process_network::impl final : client_transport,
       std::weak_ptr<nexel_connection_subscriber> connection_subscriber) override;
 
   std::shared_ptr<in_process_link> link(const std::string& address);
-  /// Changes the link, then lets its clients see it.
+  /// Changes the link, then informs its clients.
   void change(const std::string& address, const std::function<void(in_process_link&)>& change);
   std::vector<std::shared_ptr<in_process_core>> live_clients();
   std::optional<time_point> clock_now();
@@ -46,7 +46,7 @@ struct in_process_network::impl final : client_transport,
 
   std::atomic<bool> delivering{false};
 
-  std::mutex mutex;  // of the members below; nobody is called while it is held
+  std::mutex mutex;  // guards the members below; nothing is called while it is held
   std::map<std::string, std::shared_ptr<in_process_link>> links;
   std::vector<std::weak_ptr<in_process_core>> clients;
   std::deque<std::function<void()>> events;

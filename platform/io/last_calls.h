@@ -1,6 +1,7 @@
-// Tells the device clients of an io_context that their process is ending: what they ask from then
-// on has to be answered while the answers still pending may come, and what is not reached fails at
-// once. A hung device then delays the end by one time-out in all, not by one for each value.
+// Tells the device clients of an io_context that their process is ending: calls made from then on
+// must be answered within the time left for those already pending, and clients that are not
+// connected fail at once. A hung device then delays the exit by one time-out in total, instead of
+// one per value.
 #pragma once
 
 #include <algorithm>
@@ -18,7 +19,7 @@ class last_calls : public boost::asio::execution_context::service {
 
   explicit last_calls(boost::asio::execution_context& io) : service(io) {}
 
-  /// `time_out`: of a call that was made just before. From any thread; the first one counts.
+  /// `time_out`: that of a call made just before. Any thread; the first call counts.
   void announce(clock::duration time_out) {
     auto never = clock::time_point::max();
     end_.compare_exchange_strong(never, clock::now() + time_out);

@@ -1,5 +1,5 @@
-// Whom this process itself talks to over IPv6: the clients of an io_context enter their hosts here,
-// and its server knows by it which session of the supervisory link is the neighbour's. From any
+// The hosts that this process itself talks to over IPv6: the clients of an io_context enter them
+// here, so that its server can tell which session on the supervisory link is the neighbour's. Any
 // thread.
 #pragma once
 
@@ -22,7 +22,7 @@ class neighbours : public boost::asio::execution_context::service {
 
   explicit neighbours(boost::asio::execution_context& io) : service(io) {}
 
-  /// A text that is no address is nobody's.
+  /// A text that is not an address belongs to nobody.
   void enter(const std::string& host) {
     in6_addr address{};
     if (::inet_pton(AF_INET6, host.substr(0, host.find('%')).c_str(), &address) != 1) return;
@@ -39,7 +39,7 @@ class neighbours : public boost::asio::execution_context::service {
   }
 
  private:
-  // The newest: a neighbour that was exchanged has another address.
+  // The newest one: a neighbour that was replaced has another address.
   static constexpr std::size_t most_known = 4;
 
   static bool same(const in6_addr& left, const in6_addr& right) {

@@ -1,5 +1,5 @@
-// What stands behind a kvs_client: a connection to a Redis server, or the store inside the process.
-// Both throw kvs_client_exception. One thread at a time.
+// The back end of a kvs_client: a connection to a Redis server, or a store inside the process. Both
+// throw kvs_client_exception. One thread at a time.
 #pragma once
 
 #include <memory>

@@ -23,7 +23,7 @@ bool read_port(std::string_view text, int& port) {
   return failure == std::errc() && stop == end && port > 0 && port <= 65535;
 }
 
-/// Where the host ends: behind the bracket of an IPv6 address, or at the colon.
+/// Where the host ends: after the bracket of an IPv6 address, or at the colon.
 std::size_t end_of_host(std::string_view rest) {
   if (rest.empty() || rest.front() != '[') return std::min(rest.find(':'), rest.size());
   const auto bracket = rest.find(']');
@@ -41,7 +41,7 @@ bool read_tcp(std::string_view rest, endpoint& result) {
   return tail.front() == ':' && read_port(tail.substr(1), result.port);
 }
 
-/// A text in which "%XX" stands for one character; empty if it is none.
+/// Decodes a text in which "%XX" stands for a character; empty if it is malformed.
 std::optional<std::string> decoded(std::string_view text) {
   std::string result;
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -60,13 +60,13 @@ std::optional<std::string> decoded(std::string_view text) {
   return result;
 }
 
-/// A URL in its parts; what is not there is empty.
+/// A URL in its parts; absent parts are empty.
 struct url_parts {
-  std::string_view scheme;    ///< with "://"
+  std::string_view scheme;    ///< including "://"
   std::string_view login;     ///< "USER:PASSWORD@"
   std::string_view place;     ///< host and port, or path
   std::string_view query;     ///< "?password="
-  std::string_view password;  ///< behind it
+  std::string_view password;  ///< what follows it
 };
 
 url_parts split(std::string_view url) {
@@ -77,7 +77,7 @@ url_parts split(std::string_view url) {
     return piece;
   };
   if (const auto end = url.find("://"); end != std::string_view::npos) parts.scheme = take(end + 3);
-  // In a path an '@' is one of its characters.
+  // In a path an '@' is an ordinary character.
   const auto path = parts.scheme == unix_scheme ? url.find('/') : std::string_view::npos;
   if (const auto end = url.substr(0, path).rfind('@'); end != std::string_view::npos) {
     parts.login = take(end + 1);
@@ -127,7 +127,7 @@ std::string without_password(const std::string& url) {
   std::string shown(parts.scheme);
   if (!parts.login.empty()) {
     const auto colon = parts.login.find(':');
-    // Without a colon nobody knows which of the two it was meant to be.
+    // Without a colon it is unclear whether it is a user or a password.
     if (colon != std::string_view::npos) shown += parts.login.substr(0, colon);
     shown += ":***@";
   }

@@ -1,10 +1,10 @@
-// Client of the node's key store (Redis). Its endpoint is the library's own setting, the
-// environment variable KVS_URL: "unix:///path", "tcp://host:port" or "memory:" (a store inside the
-// process, for tests); default "tcp://127.0.0.1:6379". A password may stand in it, which no text of
-// the client shows. NX_ROOT does not apply.
+// Client of the node's key store (Redis). Its address comes from the environment variable KVS_URL:
+// "unix:///path", "tcp://host:port" or "memory:" (a store inside the process, for tests); default
+// "tcp://127.0.0.1:6379". It may contain a password, which the client never shows in a text.
+// NX_ROOT does not apply.
 //
-// One thread at a time. After a failed exchange the connection is dead and says so at the next
-// call; an answer that is an error of the store leaves it alive. The process ignores SIGPIPE.
+// One thread at a time. After a failed exchange the connection is dead and reports that at the next
+// call; an error answered by the store leaves it alive. The process ignores SIGPIPE.
 #pragma once
 
 #include <chrono>
@@ -15,7 +15,7 @@
 
 #include "platform/wire/failure.h"
 
-/// Tenths of a second, for a command as a whole; 10 in all calls of this system.
+/// Tenths of a second, for a whole command; 10 in all calls of this system.
 struct kvs_timeout {
   constexpr kvs_timeout(unsigned number) : tenths(number) {}  // NOLINT: a plain number
   unsigned tenths;
@@ -29,26 +29,25 @@ class kvs_client {
   kvs_client(const kvs_client&) = delete;
   kvs_client& operator=(const kvs_client&) = delete;
 
-  /// True if the store answers. Throws kvs_client_exception, also for a store that answers but is
+  /// True if the store answers. Throws kvs_client_exception, also if the store answers but is
   /// loading its data or wants a password.
   bool ping();
 
-  /// What became of one command of an exchange.
+  /// The result of one command of an exchange.
   struct answer {
     std::string text;
-    std::optional<std::string> failure;  ///< the store's error; what a single call throws
+    std::optional<std::string> failure;  ///< the store's error; a single call would throw it
   };
-  /// A ping and the reads of these keys, in this order, sent together and waited for once. The
-  /// ping's text is "PONG" if the store is well. Throws kvs_client_exception when the exchange
-  /// fails, and as `ping` does. Only reads: a write that stands behind a test cannot be taken back
-  /// when it fails.
+  /// A ping and the reads of these keys, in this order, sent together and awaited once. The ping's
+  /// text is "PONG" if the store is well. Throws kvs_client_exception if the exchange fails, and as
+  /// `ping` does. Reads only: a write that follows a test cannot be undone if the test fails.
   std::vector<answer> ping_and_get(const std::vector<std::string>& keys, kvs_timeout timeout);
 
   /// A key that does not exist reads as an empty text. Values are binary safe. T: std::string.
   template <class T>
   T get(const std::string& key, kvs_timeout timeout);
 
-  /// T: std::string, float (written as the shortest decimal that reads back).
+  /// T: std::string, float (written as the shortest decimal that reads back to the same float).
   void set(const std::string& key, const std::string& value, kvs_timeout timeout);
   template <class T>
   void set(const std::string& key, const T& value, kvs_timeout timeout);
@@ -61,7 +60,7 @@ class kvs_client {
 
 namespace kvs {
 
-/// The process is about to end: no command of any client waits for longer than this any more.
+/// The process is about to exit: from now on no command of any client waits longer than this.
 void announce_end(std::chrono::milliseconds patience);
 
 }  // namespace kvs
@@ -71,6 +70,6 @@ namespace kvs_memory {
 void set(const std::string& key, const std::string& value);
 std::string get(const std::string& key);
 void clear();
-/// While false every call throws kvs_client_exception, as with a store that is down.
+/// While false, every call throws kvs_client_exception, as if the store were down.
 void set_available(bool available);
 }  // namespace kvs_memory

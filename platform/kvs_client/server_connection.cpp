@@ -18,7 +18,7 @@ namespace {
 using clock = std::chrono::steady_clock;
 using time_point = clock::time_point;
 
-// The largest value of this system, a channel plan, takes some 10 KiB.
+// The largest value in this system, a channel plan, takes about 10 KiB.
 constexpr std::size_t most_answer_bytes = 4 * 1024 * 1024;
 
 struct free_context {
@@ -47,9 +47,9 @@ context_ptr connect_to(const kvs::endpoint& where, kvs_timeout timeout) {
   return context_ptr(redisConnectWithTimeout(where.address.c_str(), where.port, limit));
 }
 
-/// A connection to the server. Three states: not connected yet, connected, dead. An answer that is
-/// an error of the store leaves it connected; a failed exchange leaves it dead, since an answer
-/// that comes late would be taken for the next one's.
+/// A connection to the server with three states: not connected yet, connected, dead. An error
+/// answered by the store leaves it connected; a failed exchange leaves it dead, since a late answer
+/// would be taken for that of the next exchange.
 class server_connection : public kvs_client::connection {
  public:
   server_connection(std::string server_url, std::string name)
@@ -81,7 +81,7 @@ class server_connection : public kvs_client::connection {
         answers.push_back({{}, error.what()});
       }
     }
-    require_no_refusal(*pong);  // only now: nothing may be left that the next exchange would take
+    require_no_refusal(*pong);  // only now: nothing may remain that the next exchange would read
     return answers;
   }
 
@@ -118,8 +118,8 @@ class server_connection : public kvs_client::connection {
     return next_reply(what);
   }
 
-  /// The commands of an exchange have one deadline together: a store that answers byte by byte
-  /// gains nothing.
+  /// The commands of an exchange share one deadline: a store that answers byte by byte gains
+  /// nothing.
   void make_ready(const std::string& what, kvs_timeout timeout) {
     require_alive(what);
     limit = timeout;
@@ -127,7 +127,7 @@ class server_connection : public kvs_client::connection {
     if (!context) connect();
   }
 
-  /// Commands go out together with the first wait for a reply.
+  /// Commands are sent with the first wait for a reply.
   void append(const std::vector<std::string>& words) {
     std::vector<const char*> texts;
     std::vector<std::size_t> sizes;
@@ -166,14 +166,14 @@ class server_connection : public kvs_client::connection {
     die(what, fmt::format("an answer longer than {} bytes", most_answer_bytes));
   }
 
-  // A text, an error, a number or a value: nothing here is answered by a list, whose announced
-  // length the reader would believe.
+  // A text, an error, a number or a value. No command here is answered by a list, whose announced
+  // length the reader would trust.
   static bool is_expected(char first) {
     return std::string_view("+-:$").find(first) != std::string_view::npos;
   }
 
   void wait_for(short events, const std::string& what) {
-    constexpr std::chrono::milliseconds look{50};  // whether the process is to end
+    constexpr std::chrono::milliseconds look{50};  // whether the process is about to exit
     for (;;) {
       const auto left = std::min(deadline, no_answers_from.load()) - clock::now();
       if (left <= clock::duration::zero()) die(what, late());
@@ -196,13 +196,13 @@ class server_connection : public kvs_client::connection {
     context->flags &= ~REDIS_BLOCK;
     if (where.login) log_in(*where.login);
     if (client_name.empty()) return;
-    // The name is for whoever looks at the store's client list; a refusal does no harm.
+    // The name is for people who look at the store's client list; a refusal does no harm.
     append({"CLIENT", "SETNAME", client_name});
     next_reply("connect");
   }
 
   void log_in(const kvs::credentials& login) {
-    // By its name: a default user without a password then takes any.
+    // By its name: a default user without a password then accepts any.
     append({"AUTH", login.user.empty() ? default_user : login.user, login.password});
     const auto reply = next_reply("connect");
     if (reply->type != REDIS_REPLY_ERROR) return;
@@ -213,7 +213,7 @@ class server_connection : public kvs_client::connection {
 
   std::string late() const { return fmt::format("no answer within {:.1f} s", limit.tenths / 10.0); }
 
-  /// A store that answers but is not to be used tells why; nobody would learn it from a "no".
+  /// A store that answers but must not be used says why; otherwise nobody would learn it.
   void require_no_refusal(const redisReply& reply) const {
     if (reply.type != REDIS_REPLY_ERROR) return;
     const auto text = text_of(reply);

@@ -1,5 +1,5 @@
-// The calls of one connection that wait for their answer, by request id. Ids rise with time and so
-// do the deadlines: the oldest call stands first. Its owner's thread; time is handed in.
+// The calls of one connection that wait for their answers, by request id. Ids rise with time, and
+// so do the deadlines: the oldest call comes first. Used on its owner's thread; time is passed in.
 #pragma once
 
 #include <chrono>
@@ -18,9 +18,9 @@ class call_table {
   using time_point = std::chrono::steady_clock::time_point;
   static constexpr std::uint64_t no_call = 0;  ///< never given out
 
-  /// The id that the request goes out with.
+  /// The id with which the request is sent.
   std::uint64_t add(std::shared_ptr<nexel_object> object, time_point deadline);
-  /// Null for a call that has failed meanwhile.
+  /// Null for a call that has already failed.
   std::shared_ptr<nexel_object> take(std::uint64_t id);
   std::vector<std::shared_ptr<nexel_object>> take_expired(time_point now);
   std::vector<std::shared_ptr<nexel_object>> take_all() { return take_expired(time_point::max()); }

@@ -1,6 +1,6 @@
-// What stands behind a client handle: the socket connection, or the in-process transport. The
-// handle is what users hold; the core is shared with handlers that are still on their way, so that
-// a handle may be dropped on any thread.
+// The back end of a client handle: the socket connection, or the in-process transport. Users hold
+// the handle; the core is shared with handlers still in flight, so a handle may be dropped on any
+// thread.
 #pragma once
 
 #include <boost/asio/io_context.hpp>
@@ -18,12 +18,12 @@ class client_core {
   virtual void call(const nexel_request& request) = 0;
   virtual void subscribe(std::shared_ptr<nexel_subscriber> subscriber) = 0;
   virtual bool on_io_thread() const = 0;
-  /// Nobody runs the sockets any more: what is pending is never answered.
+  /// Nobody runs the sockets any more: pending calls will never be answered.
   virtual bool is_abandoned() const = 0;
-  /// A caller waits for an answer: moves the test's clock on to the next one that is late. False
-  /// where nothing is late, and with sockets.
+  /// A caller waits for an answer: advances the test's clock to the next delayed one. False if
+  /// nothing is delayed, and with sockets.
   virtual bool pass_time() { return false; }
-  /// The handle is gone: calls that wait fail with -107, and no event is raised any more.
+  /// The handle is gone: waiting calls fail with -107, and no event is raised any more.
   virtual void close() = 0;
 };
 
@@ -50,7 +50,7 @@ class client_handle final : public Base {
 
  private:
   const std::string address_;
-  std::shared_ptr<boost::asio::io_context> io_;  // goes after the core, whose sockets need it
+  std::shared_ptr<boost::asio::io_context> io_;  // destroyed after the core, whose sockets need it
   std::shared_ptr<client_core> core_;
 };
 

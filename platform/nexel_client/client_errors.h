@@ -9,8 +9,8 @@
 
 namespace nx {
 
-/// A call that is not answered within this has failed, and each later one of its client fails at
-/// once until the nexel answers something: a caller with many values to read pays for one of them.
+/// A call not answered within this time fails, and each later one of its client fails at once until
+/// the nexel answers something: a caller with many values to read waits for one of them only.
 inline constexpr std::chrono::seconds call_time_out{2};
 
 /// `address` is the socket's path, or "[host%interface]:port".

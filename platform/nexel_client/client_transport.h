@@ -1,6 +1,6 @@
-// What may take the place of sockets under every client that is created from then on: the
-// in-process transport of tests. Installed by whoever owns it, which it may outlive no longer than
-// a client needs to be made; the lock of the entry is held for the look-up alone.
+// Replaces sockets for every client created from now on: the in-process transport of tests.
+// Installed by its owner; it must live only as long as creating a client takes. The lock on the
+// entry is held only for the look-up.
 #pragma once
 
 #include <memory>
@@ -21,7 +21,7 @@ class client_transport {
 };
 
 void install_transport(const std::shared_ptr<client_transport>& transport);
-/// Does nothing when another one has been installed since.
+/// Does nothing if another one has been installed since.
 void remove_transport(const client_transport& transport);
 
 }  // namespace nx

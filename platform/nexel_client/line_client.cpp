@@ -16,6 +16,7 @@
 #include "platform/wire/limits.h"
 #include "platform/wire/line_splitter.h"
 #include "platform/wire/nx_client_exception.h"
+#include "platform/wire/nx_error.h"
 #include "platform/wire/socket_path.h"
 
 namespace nx {
@@ -24,9 +25,6 @@ namespace {
 
 using clock = std::chrono::steady_clock;
 using milliseconds = std::chrono::milliseconds;
-
-constexpr std::int32_t not_connected = -107;
-constexpr std::int32_t no_answer = -110;
 
 class descriptor {
  public:
@@ -45,7 +43,7 @@ class descriptor {
   int number_;
 };
 
-/// The path inside the text of the params, for errors; empty when there is none.
+/// The path in the text of the params, for errors; empty if there is none.
 std::string path_in(const std::string& params_text) {
   try {
     const json_document params = parse_json(params_text);
@@ -83,7 +81,7 @@ struct line_client::impl {
 };
 
 void line_client::impl::ended() const {
-  throw nx_client_exception{not_connected, "Not connected: " + name, {}};
+  throw nx_client_exception{nx_error::not_connected, "Not connected: " + name, {}};
 }
 
 bool line_client::impl::wait_for(short events_wanted, clock::time_point deadline) {
@@ -167,14 +165,14 @@ json_document line_client::call(const std::string& method, const std::string& pa
                                 std::chrono::milliseconds timeout) {
   const auto deadline = clock::now() + timeout;
   const auto id = ++impl_->last_id;
-  send_raw(json_rpc::request(id, method, std::string_view(params_text)) + "\n");
+  send_raw(json_rpc::request(id, method, params_text) + "\n");
   while (auto message = impl_->message_before(deadline)) {
     if (!message->IsObject()) continue;
     if (message->HasMember("method")) {
       impl_->events.push_back(std::move(*message));
       continue;
     }
-    // An answer without an id is to a request that the server could not read: this one. An older
+    // An answer without an id is for a request that the server could not read: this one. An older
     // id is a late answer to a call that has failed.
     const auto answered = message->FindMember("id");
     if (answered != message->MemberEnd() && answered->value.IsUint64() &&
@@ -187,7 +185,8 @@ json_document line_client::call(const std::string& method, const std::string& pa
         json_rpc::error_from_value(message->HasMember("error") ? (*message)["error"] : none);
     throw nx_client_exception{error.code, error.message, path_in(params_text)};
   }
-  throw nx_client_exception{no_answer, "No answer in time: " + impl_->name, path_in(params_text)};
+  throw nx_client_exception{nx_error::no_answer, "No answer in time: " + impl_->name,
+                            path_in(params_text)};
 }
 
 std::optional<json_document> line_client::next_event(std::chrono::milliseconds timeout) {
@@ -203,7 +202,7 @@ std::optional<json_document> line_client::next_event(std::chrono::milliseconds t
   return std::nullopt;
 }
 
-// Nothing is read meanwhile, so a server that stops reading is given up after some time.
+// Nothing is read meanwhile, so a server that stops reading is given up after a while.
 void line_client::send_raw(const std::string& bytes) {
   constexpr std::chrono::seconds patience{30};
   const auto deadline = clock::now() + patience;

@@ -66,7 +66,7 @@ void line_stream::send(std::string_view lines) {
       ::send(socket_.native_handle(), lines.data(), lines.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
   lines.remove_prefix(taken > 0 ? static_cast<std::size_t>(taken) : 0);
   if (lines.empty()) return;
-  // The strand writes the rest, and meets the error if there was one.
+  // The strand writes the rest, and sees the error if there was one.
   waiting_ = lines;
   writing_ = true;
   boost::asio::post(socket_.get_executor(), [self = shared_from_this()] { self->write_waiting(); });
@@ -107,7 +107,8 @@ void line_stream::received(std::size_t size) {
   lines_.append({chunk_.data(), size});
   while (auto line = lines_.next()) {
     if (line->too_long) {
-      note_log::write(note_log::error, "nexel_client", "A line beyond the limit was skipped");
+      note_log::write(note_log::error, "nexel_client", "A line beyond the limit was skipped",
+                      note_log::folding::repeats);
     } else {
       receiver->line_received(line->text);
     }

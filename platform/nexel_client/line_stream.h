@@ -1,6 +1,6 @@
-// One connection of the socket client: connects, cuts what arrives into lines, and writes. What is
-// sent while the socket is full goes out in one piece once it takes more. On the strand but where
-// it is said; after `close` the owner hears nothing more.
+// One connection of the socket client: connects, splits incoming data into lines, and writes. Data
+// sent while the socket is full is sent in one piece once the socket accepts more. Used on the
+// strand unless stated otherwise; after `close` the owner is not called any more.
 #pragma once
 
 #include <array>
@@ -31,14 +31,14 @@ class line_stream : public std::enable_shared_from_this<line_stream> {
 
   line_stream(const io_strand& strand, std::weak_ptr<owner> receiver);
 
-  /// An address that cannot be looked up ends the stream at once.
+  /// If an address cannot be looked up, the stream ends at once.
   void connect(const nexel_address& address);
   void close();
 
-  /// Whole lines, each with its end. From any thread, as `writing`; never blocks. A failure ends
-  /// the stream from the strand.
+  /// Whole lines, each with its line end. Any thread, as `writing`; never blocks. A failure ends
+  /// the stream on the strand.
   void send(std::string_view lines);
-  /// Sent bytes still wait for the socket.
+  /// Sent data is still waiting for the socket.
   bool writing() const;
 
  private:
@@ -54,7 +54,8 @@ class line_stream : public std::enable_shared_from_this<line_stream> {
   line_splitter lines_;
   std::string in_flight_;
 
-  // Guards the output and the socket's life; the strand alone writes `closed_` and opens or closes.
+  // Guards the output and the socket's lifetime; only the strand writes `closed_` and opens or
+  // closes.
   mutable std::mutex output_mutex_;
   nexel_address::socket socket_;
   bool closed_ = false;

@@ -81,8 +81,9 @@ bool live_calls::silent() const {
   return stream_ && silent_;
 }
 
-// A read of the client's own: no caller waits for it, and no write that its caller took for failed
-// is done late. Output that does not even leave means that nothing is read at the other end.
+// A read by the client itself: no caller waits for it, and no write that its caller considers
+// failed is carried out late. If pending output does not even leave, nobody is reading at the other
+// end.
 void live_calls::probe() {
   const std::lock_guard lock(mutex_);
   if (!stream_ || !silent_ || stream_->writing()) return;

@@ -1,7 +1,7 @@
-// The calls of one client between the request and its answer. Callers send on their own threads
-// while the connection is open, which saves a wake-up of the I/O thread for each. The rest happens
-// on the I/O thread: opening, answers, time-outs, and the report of what failed, so that an object
-// hears of its outcome on one thread only.
+// The calls of one client between request and answer. Callers send on their own threads while the
+// connection is open, which saves waking the I/O thread each time. Everything else happens on the
+// I/O thread: opening, answers, time-outs and reports of failures, so an object always gets its
+// result on the same thread.
 #pragma once
 
 #include <cstdint>
@@ -23,41 +23,41 @@ class live_calls {
   using objects = std::vector<std::shared_ptr<nexel_object>>;
   using failures = std::vector<std::pair<std::shared_ptr<nexel_object>, nx_client_exception>>;
 
-  /// A request as its caller wrote it; what it refers to may be gone when it is sent.
+  /// A request as its caller wrote it; what it refers to may be gone by the time it is sent.
   struct call {
     std::shared_ptr<nexel_object> object;
     std::string params;
   };
 
-  /// `address` is the one that error texts name.
+  /// `address` is used in error texts.
   live_calls(const last_calls& last, std::string address);
 
-  /// From any thread. True if the I/O thread has to attend to it: there is no connection, or a call
-  /// may not go out, or a deadline is not watched yet.
+  /// Any thread. True if the I/O thread is needed: there is no connection, a call may not be sent,
+  /// or a deadline is not watched yet.
   bool send(std::vector<call> calls);
 
   // On the I/O thread.
 
-  /// The connection stands: `first` goes out, then what has waited for it, then what comes.
+  /// The connection is up: sends `first`, then what has been waiting, then whatever comes.
   void open(std::shared_ptr<line_stream> stream, std::vector<call> first);
-  /// The connection is gone; gives the calls that it will not answer.
+  /// The connection is gone; returns the calls that it will not answer.
   objects close();
-  /// Calls that wait for a connection.
+  /// Calls waiting for a connection.
   objects take_waiting();
   bool has_waiting() const;
-  /// Calls that were not let out.
+  /// Calls that were not sent.
   failures take_refused();
 
-  /// An answer is in; null for a call that has failed meanwhile.
+  /// An answer has arrived; null for a call that has already failed.
   std::shared_ptr<nexel_object> answered(std::uint64_t id);
   /// An answer without an id.
   void answered();
   objects take_expired(time_point now);
-  /// A call has not been answered in time and nothing has since, on the connection that stands.
+  /// A call was not answered in time and nothing has been since, on the present connection.
   bool silent() const;
-  /// Asks such a nexel for an answer.
+  /// Probes such a nexel.
   void probe();
-  /// When to look for expired calls, unless a look is due already.
+  /// When to look for expired calls, unless a look is already scheduled.
   std::optional<time_point> watch_deadline();
   void deadline_reached();
 
@@ -68,13 +68,13 @@ class live_calls {
   const last_calls& last_;
   const std::string address_;
 
-  mutable std::mutex mutex_;             // a leaf but for the stream's own
+  mutable std::mutex mutex_;             // a leaf, except for the stream's own
   std::shared_ptr<line_stream> stream_;  // null without a connection
   call_table calls_;
   bool silent_ = false;
   std::vector<call> waiting_;
   failures refused_;
-  bool attended_ = false;  // the I/O thread is on its way
+  bool attended_ = false;  // the I/O thread has been woken
   bool watching_deadline_ = false;
 };
 

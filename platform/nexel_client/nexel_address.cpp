@@ -51,8 +51,8 @@ nexel_address::endpoint nexel_address::resolve() const {
   return asio::ip::tcp::endpoint(address, port_);
 }
 
-// A supervisory link breaks without a word: the far end is then found dead within about ten
-// seconds, whether data is on its way or not.
+// A supervisory link breaks silently: the far end is then found dead within about ten seconds,
+// whether or not data is in flight.
 void nexel_address::prepare(socket& connected) const {
   if (host_.empty()) return;
   constexpr int idle_s = 5;

@@ -15,14 +15,14 @@ class nexel_address {
   /// `interface` scopes a link-local host; any other host needs none.
   static nexel_address ipv6(const std::string& host, const std::string& interface, unsigned port);
 
-  /// As error texts name it: the path, or "[host%interface]:port".
+  /// As in error texts: the path, or "[host%interface]:port".
   const std::string& text() const { return text_; }
 
   /// Looked up at each attempt, since an interface may come and go. Throws
   /// boost::system::system_error.
   endpoint resolve() const;
 
-  /// Settings of a socket that has just connected.
+  /// Options for a socket that has just connected.
   void prepare(socket& connected) const;
 
  private:

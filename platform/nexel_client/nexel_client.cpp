@@ -36,7 +36,7 @@ T nexel_client_api::wait_for(std::future<T>& answer, const std::string& path, bo
   };
   while (!is_there() && pass_time()) {
   }
-  // While a process shuts down the I/O thread may end before a thread that still talks to a device.
+  // During shutdown the I/O thread may end before a thread that still talks to a device.
   constexpr std::chrono::milliseconds look{100};
   while (answer.wait_for(look) != std::future_status::ready) {
     if (is_abandoned() || (gives_up && gives_up()))
@@ -49,16 +49,6 @@ template <class T>
 T nexel_client_api::get(const std::string& path) {
   auto request = std::make_shared<nexel_read_request>();
   auto object = std::make_shared<nexel_read_object<T>>(path);
-  auto answer = object->get_future();
-  request->add_object(std::move(object));
-  send(request);
-  return wait_for(answer, path);
-}
-
-template <class T>
-T nexel_client_api::get_or(const std::string& path, const T& default_value) {
-  auto request = std::make_shared<nexel_read_request>();
-  auto object = std::make_shared<nexel_read_default_object<T>>(path, default_value);
   auto answer = object->get_future();
   request->add_object(std::move(object));
   send(request);
@@ -113,26 +103,28 @@ R nexel_client_api::set(const std::string& path, const char* value) {
   return wait_for(answer, path);
 }
 
-template <>
-std::future<void> nexel_client_api::send_set(const std::string& path, float value) {
-  auto [request, answer] = write_request<void, float>(path, value);
+template <class R, class Value>
+std::future<R> nexel_client_api::send_set(const std::string& path, const Value& value) {
+  auto [request, answer] = [&] {
+    if constexpr (std::is_pointer_v<Value>) {
+      return write_request<R, const char>(path, *value);
+    } else {
+      return write_request<R, Value>(path, value);
+    }
+  }();
   send(request);
   return std::move(answer);
 }
 
-template <>
-std::future<void> nexel_client_api::send_set(const std::string& path, const char* value) {
-  auto [request, answer] = write_request<void, const char>(path, *value);
-  send(request);
-  return std::move(answer);
-}
+template std::future<void> nexel_client_api::send_set(const std::string&, const float&);
+template std::future<void> nexel_client_api::send_set(const std::string&, const char* const&);
+template std::future<bool> nexel_client_api::send_set(const std::string&, const std::string&);
 
 template bool nexel_client_api::get(const std::string&);
 template float nexel_client_api::get(const std::string&);
 template int nexel_client_api::get(const std::string&);
 template unsigned int nexel_client_api::get(const std::string&);
 template std::string nexel_client_api::get(const std::string&);
-template std::string nexel_client_api::get_or(const std::string&, const std::string&);
 
 #define INSTANTIATE_WAIT_FOR(T) \
   template T nexel_client_api::wait_for(std::future<T>&, const std::string&, bool (*)());

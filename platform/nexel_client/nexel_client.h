@@ -28,16 +28,12 @@ class nexel_client_api : public nexel_client_base {
   /// Registers a subscription; the client keeps a std::weak_ptr.
   virtual void add_subscriber(std::shared_ptr<nexel_subscriber> subscriber) = 0;
 
-  /// Which nexel this is a client of, as its transport names it; empty where it has no name.
+  /// The nexel's address, as its transport names it; may be empty.
   virtual std::string address() const { return {}; }
 
   /// One blocking read. T: bool, float, int, unsigned int, std::string. Throws nx_client_exception.
   template <class T>
   T get(const std::string& path);
-
-  /// The same; a path that the nexel does not know gives `default_value`. T: std::string.
-  template <class T>
-  T get_or(const std::string& path, const T& default_value);
 
   /// One blocking write. R: void for a plain write, bool or int for a command with an answer.
   template <class R>
@@ -51,19 +47,19 @@ class nexel_client_api : public nexel_client_base {
   template <class R>
   R set(const std::string& path, const char* value);
 
-  /// One write that is on its way when this returns; `wait_for` gives its answer. Value: float,
-  /// const char*.
-  template <class Value>
-  std::future<void> send_set(const std::string& path, Value value);
+  /// A write that is in flight when this returns; `wait_for` returns its answer. R and Value: void
+  /// with float or const char*, bool with std::string.
+  template <class R, class Value>
+  std::future<R> send_set(const std::string& path, const Value& value);
 
   /// Waits for one answer to what `server_call` or `send_set` has sent. T: void, bool, float,
-  /// unsigned int, std::string. While it waits, `gives_up` is asked now and then: if it says
-  /// so, the call fails as with a nexel that is away.
+  /// unsigned int, std::string. While waiting it calls `gives_up` now and then; if that returns
+  /// true, the call fails as with a nexel that is away.
   template <class T>
   T wait_for(std::future<T>& answer, const std::string& path, bool (*gives_up)() = nullptr);
 
-  /// `observer` is called on the caller's thread when a blocking call is over, whatever came of it.
-  /// Null takes it off. Before there are threads that call.
+  /// `observer` is called on the caller's thread after each blocking call, whatever its result.
+  /// Null removes it. Set it before there are threads that make calls.
   static void after_each_call(void (*observer)());
 
  protected:
@@ -71,7 +67,7 @@ class nexel_client_api : public nexel_client_base {
   virtual bool on_io_thread() const { return false; }
   /// True once nobody runs the sockets any more: a pending call then fails with -107.
   virtual bool is_abandoned() const { return false; }
-  /// Where answers wait for the clock of a test: moves it on to the next one. False otherwise.
+  /// If answers wait for a test's clock: advances it to the next one. Otherwise returns false.
   virtual bool pass_time() { return false; }
 
  private:
@@ -80,14 +76,14 @@ class nexel_client_api : public nexel_client_base {
 
 class nexel_client {
  public:
-  /// Over the unix socket at `socket_path` (NX_ROOT is put in front), or to the tree attached
-  /// there when the in-process transport is installed.
+  /// Over the unix socket at `socket_path` (NX_ROOT is prefixed), or to the tree attached there if
+  /// the in-process transport is installed.
   static std::shared_ptr<nexel_client_api> create(
       std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path, std::string name,
       std::weak_ptr<nexel_connection_subscriber> connection_subscriber);
 };
 
-/// A client over TCP on IPv6; a class of its own since its users hold it by this type.
+/// A client over TCP on IPv6; a separate class because users hold it by this type.
 class nexel_ipv6_client : public nexel_client_api {
  public:
   /// `interface` scopes a link-local `host`. In-process: the tree attached at

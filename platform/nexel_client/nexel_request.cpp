@@ -4,6 +4,7 @@
 
 #include "platform/wire/failure.h"
 #include "platform/wire/json_conversion.h"
+#include "platform/wire/nx_error.h"
 
 namespace {
 
@@ -62,8 +63,7 @@ void nexel_read_object<T>::report_local_error(const nx_client_exception& error) 
 
 template <class T>
 void nexel_read_default_object<T>::process_error_response(const nx_client_exception& error) {
-  constexpr std::int32_t no_such_path = -2;
-  if (error.code == no_such_path) {
+  if (error.code == nx_error::not_found) {
     this->promise_.set_value(default_);
   } else {
     this->promise_.set_exception(pointer_to(error));
@@ -156,8 +156,8 @@ INSTANTIATE_WRITES_OF(const char)
 #undef INSTANTIATE_WRITES_OF
 
 #ifdef __SANITIZE_THREAD__
-// An exception goes from the I/O thread to the caller by a reference count inside libstdc++, which
-// is built without the sanitizer and so looks unordered to it.
+// An exception is passed from the I/O thread to the caller by a reference count inside libstdc++,
+// which is built without the sanitizer and therefore looks unordered to it.
 extern "C" __attribute__((weak, visibility("default"))) const char* __tsan_default_suppressions() {
   return "race:std::__exception_ptr::exception_ptr::_M_release\n";
 }

@@ -1,4 +1,4 @@
-// Requests to a nexel: a list of objects, each one path with its operation and the promise of its
+// Requests to a nexel: a list of objects, each with one path, its operation and the promise of its
 // answer. Promises are resolved on the thread that runs the io_context, with a value or with an
 // nx_client_exception.
 #pragma once
@@ -23,7 +23,7 @@ class nexel_object {
 
   /// Name of the protocol's operation: "get", "set".
   virtual const char* method() const = 0;
-  /// Adds what the method needs beyond the path to `params`.
+  /// Adds to `params` what the method needs besides the path.
   virtual void write_request_data(nx::json_value& params, nx::json_allocator& allocator) const = 0;
   /// `result` is the whole result of the request, {path: value} or {}.
   virtual void process_ok_response(const nx::json_value& result) = 0;
@@ -65,7 +65,7 @@ class nexel_read_object : public nexel_object {
   std::promise<T> promise_;
 };
 
-/// As the former; a path that the nexel does not know (-2, that alone) gives the default.
+/// As above; a path that the nexel does not have (-2, and only that) gives the default.
 template <class T>
 class nexel_read_default_object : public nexel_read_object<T> {
  public:
@@ -79,12 +79,12 @@ class nexel_read_default_object : public nexel_read_object<T> {
 
 /// The answer to a write, shared by the write objects of a request: it succeeds when all of them
 /// have, and fails with the first that fails. R: void (a plain write), bool and int (a command with
-/// an answer; the last one's counts).
+/// an answer; that of the last one counts).
 template <class R>
 class nexel_write_response {
  public:
   std::future<R> get_future() { return promise_.get_future(); }
-  /// One more write object refers to this; before the request is sent.
+  /// Another write object refers to this; before the request is sent.
   void expect() { ++outstanding_; }
   void succeed(const nx::json_value& result, const std::string& path);
   void fail(const nx_client_exception& error);

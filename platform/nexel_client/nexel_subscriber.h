@@ -1,4 +1,4 @@
-// Callbacks of a client: values of a subscribed path, and the state of a connection.
+// Callbacks of a client: the values of a subscribed path, and the state of a connection.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@
 
 enum class subscription_ended_rc { removed, dropped };
 
-/// Held by clients through std::weak_ptr: dropping it ends the subscription. The three send_...
+/// Clients hold it through std::weak_ptr: dropping it ends the subscription. The three send_...
 /// operations run on the I/O thread and must only store.
 class nexel_subscriber {
  public:
@@ -19,25 +19,23 @@ class nexel_subscriber {
 
   const std::string& get_path() const { return path_; }
 
-  /// Once with the present value, then on every change.
+  /// Called once with the present value, then on every change.
   virtual void send_changed_value_event(std::string_view path, const nx::json_value& value) = 0;
   /// The value is in error, the connection was lost, or the nexel refused the subscription (which
-  /// is tried again every second).
+  /// is retried every second).
   virtual void send_exception_event(std::string_view path, const nx_client_exception& error) = 0;
   virtual void send_subscription_ended_event(std::string_view path, subscription_ended_rc rc) = 0;
 
-  // Moments of a subscription's life, for those who want them.
+  // Other moments in a subscription's life.
   virtual void subscription_requested() {}
   virtual void subscription_confirmed() {}
-  virtual void subscription_lost() {}
-  virtual void subscription_cancelled() {}
 
  private:
   std::string path_;
 };
 
-/// Runs on a serial executor of its own, never on the I/O thread: it may block on a lock that is
-/// held across a call. `name` is the one given to the client's `create`.
+/// Runs on a separate serial executor, never on the I/O thread: it may block on a lock that is held
+/// across a call. `name` is the one given to the client's `create`.
 class nexel_connection_subscriber {
  public:
   virtual ~nexel_connection_subscriber() = default;

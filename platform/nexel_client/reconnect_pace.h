@@ -1,4 +1,4 @@
-// When to try a connection again. Plain arithmetic, its owner's thread; time is handed in.
+// Decides when to retry a connection. Plain arithmetic on its owner's thread; time is passed in.
 #pragma once
 
 #include <algorithm>
@@ -13,7 +13,7 @@ class reconnect_pace {
   using milliseconds = std::chrono::milliseconds;
   static constexpr milliseconds shortest_pause{100};
   static constexpr milliseconds longest_pause{5000};
-  /// Attempts that calls ask for are at least this far apart.
+  /// Attempts requested by calls are at least this far apart.
   static constexpr milliseconds attempt_spacing{100};
 
   /// The same seed gives the same pauses.
@@ -21,13 +21,14 @@ class reconnect_pace {
 
   void attempt_started(time_point now) { last_attempt_ = now; }
 
-  /// Time of the attempt that a call in the pause starts.
+  /// Time of the attempt that a call during the pause triggers.
   time_point on_demand(time_point now) const {
     return std::max(now, last_attempt_ + attempt_spacing);
   }
 
-  /// The pause after a failure; each is twice as long as the one before. Up to a fifth is taken off
-  /// the longer ones at random, so that the clients of a nexel that restarts do not come in step.
+  /// The pause after a failure; each is twice as long as the one before. The longer ones are
+  /// shortened at random by up to a fifth, so that the clients of a restarting nexel do not fall
+  /// into step.
   milliseconds next_pause() {
     std::uniform_int_distribution<long> part(0, pause_.count() / 5);
     const auto pause = std::max(shortest_pause, pause_ - milliseconds(part(random_)));
@@ -35,7 +36,7 @@ class reconnect_pace {
     return pause;
   }
 
-  /// The nexel has answered a call or told an event: a connection that is merely accepted proves
+  /// The nexel has answered a call or sent an event. A connection that is merely accepted proves
   /// nothing, nor does one that is refused in words, as by a nexel with too many sessions.
   void reset() { pause_ = shortest_pause; }
 

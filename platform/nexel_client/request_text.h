@@ -1,4 +1,4 @@
-// The params of requests as text, written while what they are made of is at hand.
+// The params of requests as text, written while the data they are made from is at hand.
 #pragma once
 
 #include <string>
@@ -10,8 +10,8 @@ namespace nx {
 /// {"path":PATH}
 std::string params_text(const std::string& path);
 
-/// The path and what the object adds to it. Throws nx_error -22 on a number that is not finite and
-/// on a text beyond the limit of a line.
+/// The path and what the object adds to it. Throws nx_error -22 for a number that is not finite or
+/// a text longer than a line may be.
 std::string params_text(const nexel_object& object);
 
 }  // namespace nx

@@ -44,7 +44,7 @@ void serial_executor::post(std::function<void()> task) {
     std::thread([self = shared_from_this()] { self->run(); }).detach();
     running_ = true;
   } catch (const std::system_error& failure) {
-    // The system gives no thread now; the task waits for the next one.
+    // The system has no thread at the moment; the task waits for the next attempt.
     note_log::write(note_log::error, "nexel_client",
                     std::string("A connection event has to wait: ") + failure.what());
   }
@@ -65,7 +65,7 @@ void serial_executor::run() {
     tasks_.pop_front();
     lock.unlock();
     run_logged(task);
-    task = nullptr;  // what it holds may be the last reference, and goes without the lock
+    task = nullptr;  // may hold the last reference, and is destroyed without the lock
     lock.lock();
   }
   running_ = false;

@@ -1,6 +1,6 @@
-// Runs connection events one after the other, for all clients of the process, on a thread of its
-// own that lives while there is work: their receivers may block on a lock that is held across a
-// call, which the I/O thread must never do.
+// Runs connection events one at a time, for all clients of the process, on a thread that lives
+// while there is work: their receivers may block on a lock that is held across a call, which the
+// I/O thread must never do.
 #pragma once
 
 #include <condition_variable>
@@ -15,11 +15,11 @@ class serial_executor : public std::enable_shared_from_this<serial_executor> {
  public:
   static std::shared_ptr<serial_executor> process_wide();
 
-  /// From any thread. What a task throws is logged.
+  /// Any thread. Exceptions of a task are logged.
   void post(std::function<void()> task);
 
-  /// Drops the tasks that wait and takes no more. Waits a moment for the one that runs, so that it
-  /// does not outlive what it uses at the end of the process.
+  /// Drops the waiting tasks and accepts no more. Waits briefly for the one that is running, so
+  /// that it does not outlive what it uses at the end of the process.
   void finish();
 
  private:

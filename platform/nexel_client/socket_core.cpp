@@ -5,6 +5,7 @@
 #include <array>
 #include <boost/asio/post.hpp>
 #include <cassert>
+#include <utility>
 
 #include "platform/nexel_client/client_errors.h"
 #include "platform/nexel_client/request_text.h"
@@ -19,10 +20,6 @@ namespace nx {
 namespace {
 
 using clock = std::chrono::steady_clock;
-
-void log_error(const std::string& text) {
-  note_log::write(note_log::error, "nexel_client", text);
-}
 
 }  // namespace
 
@@ -122,7 +119,7 @@ void socket_core::answer(const json_value& message) {
   const auto result = message.FindMember("result");
   if (!id->value.IsUint64()) {
     calls_.answered();
-    return log_error(address_.text() + " answers without an id: " + json_text(message));
+    return log_nonsense(" answers without an id: " + json_text(message));
   }
   pace_.reset();
   auto object = calls_.answered(id->value.GetUint64());
@@ -166,7 +163,7 @@ void socket_core::expire_calls() {
   watch_silence();
 }
 
-/// Once a second, for as long as the nexel is silent: asks whether it is back.
+/// Once a second while the nexel is silent: asks whether it is back.
 void socket_core::watch_silence() {
   constexpr std::chrono::seconds interval(1);
   if (watching_silence_ || !calls_.silent()) return;
@@ -191,7 +188,7 @@ void socket_core::line_received(std::string_view line) {
   try {
     message = parse_json(line.data(), line.size());
   } catch (const nx_error& error) {
-    return log_error(address_.text() + " sends no JSON: " + error.message);
+    return log_nonsense(" sends no JSON: " + error.message);
   }
   if (!message.IsObject()) return;
   if (message.HasMember("method")) {
@@ -199,6 +196,16 @@ void socket_core::line_received(std::string_view line) {
     return subscriptions_.receive(message);
   }
   answer(message);
+}
+
+/// Once per connection: a service that is out of order sends it line after line.
+void socket_core::log_nonsense(const std::string& what) {
+  constexpr std::size_t longest = 200;
+  if (std::exchange(nonsense_logged_, true)) return;
+  const bool too_long = what.size() > longest;
+  note_log::write(note_log::error, "nexel_client",
+                  address_.text() + (too_long ? what.substr(0, longest) + "..." : what),
+                  note_log::folding::repeats);
 }
 
 std::vector<live_calls::call> socket_core::due_subscriptions(time_point now) {
@@ -221,7 +228,7 @@ void socket_core::watch_subscriptions() {
   });
 }
 
-/// Once a second: ends what nobody listens to, and asks again for what was refused.
+/// Once a second: ends subscriptions without a listener, and retries refused ones.
 void socket_core::tend_subscriptions() {
   const auto abandoned = subscriptions_.take_abandoned();
   if (phase_ == phase::connected) {
@@ -229,7 +236,7 @@ void socket_core::tend_subscriptions() {
       stream_->send(R"({"jsonrpc":"2.0","method":"unsubscribe","params":)" + params_text(path) +
                     "}\n");
     }
-    // What was refused a moment after the last round is due now, not a round later.
+    // Subscriptions refused just after the last round are due now, not a round later.
     send(due_subscriptions(clock::now() + subscription_call::retry_interval / 2));
   }
   watch_subscriptions();

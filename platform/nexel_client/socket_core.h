@@ -1,5 +1,5 @@
-// A client over a socket. The connection lives on a strand of the I/O thread; calls go out from the
-// threads that make them while it stands, and wait for the strand when it does not.
+// A client over a socket. The connection lives on a strand of the I/O thread; calls are sent on
+// their callers' threads while it is up, and wait for the strand while it is not.
 #pragma once
 
 #include <atomic>
@@ -60,6 +60,7 @@ class socket_core : public client_core,
   void shut_down();
 
   std::vector<live_calls::call> due_subscriptions(time_point now);
+  void log_nonsense(const std::string& what);
   void watch_silence();
   void watch_subscriptions();
   void tend_subscriptions();
@@ -90,6 +91,7 @@ class socket_core : public client_core,
   subscription_table subscriptions_;
   reconnect_pace pace_;
   bool outage_logged_ = false;
+  bool nonsense_logged_ = false;  // for this connection
   boost::asio::steady_timer phase_timer_;
   time_point phase_due_{};
   boost::asio::steady_timer deadline_timer_;

@@ -15,7 +15,7 @@ using clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds attempt_time_out{2};
 
 void log(note_log::severity_level severity, const std::string& text) {
-  note_log::write(severity, "nexel_client", text);
+  note_log::write(severity, "nexel_client", text, note_log::folding::repeats);
 }
 
 }  // namespace
@@ -61,7 +61,7 @@ void socket_core::arm_phase_timer(time_point due) {
   });
 }
 
-// The timer may have been set anew after it fired and before this ran.
+// The timer may have been set again after it fired and before this ran.
 void socket_core::phase_timer_fired() {
   if (clock::now() < phase_due_) return;
   if (phase_ == phase::pausing) {
@@ -74,6 +74,7 @@ void socket_core::phase_timer_fired() {
 void socket_core::stream_opened() {
   phase_ = phase::connected;
   outage_logged_ = false;
+  nonsense_logged_ = false;
   log(note_log::info, "Connected to " + address_.text());
   calls_.open(stream_, due_subscriptions(clock::now()));
   attend();
@@ -85,7 +86,8 @@ void socket_core::stream_ended(const std::string& reason) {
   if (phase_ == phase::connected) lost(reason);
 }
 
-// Receivers of the event may want a lock that a pending call is made under: so the calls go first.
+// Receivers of the event may need a lock that is held across a pending call, so the calls are
+// failed first.
 void socket_core::lost(const std::string& reason) {
   log(note_log::warning, "Connection to " + address_.text() + " lost: " + reason);
   pause();

@@ -1,4 +1,4 @@
-// The request behind a subscription; its outcome goes to the table of the client that sent it.
+// The request behind a subscription; its result goes to the table of the client that sent it.
 #pragma once
 
 #include <chrono>
@@ -12,7 +12,7 @@ namespace nx {
 
 class subscription_call final : public nexel_object {
  public:
-  /// Between a refusal and the next try.
+  /// Time between a refusal and the next try.
   static constexpr std::chrono::seconds retry_interval{1};
 
   subscription_call(const std::string& path, subscription_table& table)
@@ -24,7 +24,7 @@ class subscription_call final : public nexel_object {
   void process_error_response(const nx_client_exception& error) override {
     table_.refused(get_path(), error, std::chrono::steady_clock::now() + retry_interval);
   }
-  /// A lost connection is told to all subscribers at once, not here.
+  /// A lost connection is reported to all subscribers at once, not here.
   void report_local_error(const nx_client_exception& error) override {
     if (error.code != nx_error::not_connected) process_error_response(error);
   }

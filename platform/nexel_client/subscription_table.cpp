@@ -34,8 +34,8 @@ std::string text_of(const json_value& object, const char* name) {
 
 }  // namespace
 
-// A receiver that throws, as one does on a value of another type than it wants, harms nobody else;
-// it would throw at every event, so that is said once.
+// A receiver that throws, as for a value of the wrong type, must not affect others. It would throw
+// at every event, so this is logged once.
 template <class Event>
 void subscription_table::tell(const std::string& path, entry& of, Event event) {
   for (const auto& weak : of.subscribers) {
@@ -46,7 +46,8 @@ void subscription_table::tell(const std::string& path, entry& of, Event event) {
     } catch (...) {
       if (!of.fault_logged) {
         note_log::write(note_log::error, "nexel_client",
-                        "Subscriber of " + path + " failed: " + current_failure().message);
+                        "Subscriber of " + path + " failed: " + current_failure().message,
+                        note_log::folding::repeats);
       }
       of.fault_logged = true;
     }
@@ -108,9 +109,6 @@ void subscription_table::lost(std::int32_t code, const std::string& message) {
     const auto& path = subscribed.first;
     auto& of = subscribed.second;
     const nx_client_exception error{code, message, path};
-    if (of.now == phase::active) {
-      tell(path, of, [](nexel_subscriber& one) { one.subscription_lost(); });
-    }
     tell(path, of, [&](nexel_subscriber& one) { one.send_exception_event(path, error); });
     of.known = false;
   }
@@ -125,9 +123,6 @@ void subscription_table::renew() {
 }
 
 void subscription_table::cancel() {
-  for (auto& [path, of] : entries_) {
-    tell(path, of, [](nexel_subscriber& one) { one.subscription_cancelled(); });
-  }
   entries_.clear();
 }
 

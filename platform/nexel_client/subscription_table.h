@@ -1,5 +1,5 @@
-// The subscriptions of one client, by path: who is to be told, and what to ask of the nexel next.
-// Makes no calls of its own, so both transports use it. Not thread-safe: its owner keeps it on one
+// The subscriptions of one client, by path: whom to inform, and what to ask the nexel for next. It
+// makes no calls itself, so both transports use it. Not thread-safe: its owner keeps it on one
 // thread or behind a lock, and receivers only store.
 #pragma once
 
@@ -19,13 +19,13 @@ class subscription_table {
  public:
   using time_point = std::chrono::steady_clock::time_point;
 
-  /// Subscribes anew even where the path has a subscription: the newcomer gets the present value,
-  /// and a nexel that forgot its clients is reminded.
+  /// Subscribes again even if the path has a subscription: the new subscriber gets the present
+  /// value, and a nexel that has forgotten its clients is reminded.
   void add(const std::shared_ptr<nexel_subscriber>& subscriber);
 
-  /// Paths to ask for now; they count as asked from here on.
+  /// Paths to ask for now; from here on they count as asked for.
   std::vector<std::string> take_due(time_point now);
-  /// Paths whose subscribers have all died; they are forgotten.
+  /// Paths whose subscribers have all died; they are removed.
   std::vector<std::string> take_abandoned();
   bool empty() const { return entries_.empty(); }
 
@@ -36,15 +36,15 @@ class subscription_table {
   void lost(std::int32_t code, const std::string& message);
   /// All paths are due, for a nexel whose events may have been missed.
   void renew();
-  /// Forgets all; no events from here on.
+  /// Removes everything; no more events.
   void cancel();
 
-  /// An "event" or "ended" message of the protocol; anything else is left alone.
+  /// An "event" or "ended" message of the protocol; anything else is ignored.
   void receive(const nx::json_value& message);
   void changed(std::string_view path, const nx::json_value& value);
   void ended(const std::string& path, const std::string& reason);
 
-  /// Paths that the nexel may send events of.
+  /// Paths for which the nexel may send events.
   std::vector<std::string> known_paths() const;
 
  private:

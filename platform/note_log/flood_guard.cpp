@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <utility>
+
 namespace note_log {
 
 void flood_guard::summarize(const watched& entry, std::vector<record>& summaries) {
@@ -14,31 +16,26 @@ void flood_guard::summarize(const watched& entry, std::vector<record>& summaries
 
 bool flood_guard::admit(const record& rec, time_point now) {
   auto key = key_of(rec);
-  if (const auto found = by_key.find(key); found != by_key.end()) {
-    return ++found->second->seen <= records_per_window;
-  }
-  if (by_age.size() >= max_watched) return true;
-  by_age.push_back({key, rec, now, 1});
-  by_key.emplace(std::move(key), std::prev(by_age.end()));
+  if (auto* known = texts_.find(key)) return ++known->seen <= records_per_window;
+  texts_.add({std::move(key), rec, now, 1});
   return true;
 }
 
 std::vector<record> flood_guard::take_summaries(time_point now) {
   std::vector<record> summaries;
-  while (!by_age.empty() && now - by_age.front().begin >= window) {
-    summarize(by_age.front(), summaries);
-    by_key.erase(by_age.front().key);
-    by_age.pop_front();
+  auto each = texts_.begin();
+  while (each != texts_.end() && now - each->begin >= window) {
+    summarize(*each, summaries);
+    each = texts_.erase(each);
   }
   return summaries;
 }
 
 std::vector<record> flood_guard::take_all() {
   std::vector<record> summaries;
-  for (const auto& entry : by_age)
-    summarize(entry, summaries);
-  by_key.clear();
-  by_age.clear();
+  for (const auto& each : texts_)
+    summarize(each, summaries);
+  texts_.clear();
   return summaries;
 }
 

@@ -1,16 +1,14 @@
-// Keeps a log readable when a loop says the same thing in every turn: the first ten records of a
-// text of one subject on a channel within a second pass, the rest of that second becomes one
-// summary. Time is handed in; the caller locks.
+// Keeps a log readable when a loop says the same in every turn: within a second, the first ten
+// records with the same text, subject and channel pass; the others become one summary. Time is
+// passed in; the caller locks.
 #pragma once
 
 #include <chrono>
-#include <cstddef>
-#include <list>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "platform/note_log/record.h"
+#include "platform/note_log/watch_list.h"
 
 namespace note_log {
 
@@ -20,10 +18,8 @@ class flood_guard {
 
   static constexpr unsigned records_per_window = 10;
   static constexpr std::chrono::seconds window{1};
-  /// Texts watched at a time; beyond it a new text passes unwatched, so that memory is bounded.
-  static constexpr std::size_t max_watched = 1024;
 
-  /// Whether the record passes.
+  /// Whether the record passes; one that can no longer be watched does.
   bool admit(const record& rec, time_point now);
 
   /// Summaries ("repeated N times: TEXT") of the windows that ended by `now`.
@@ -41,8 +37,7 @@ class flood_guard {
   };
   static void summarize(const watched& entry, std::vector<record>& summaries);
 
-  std::list<watched> by_age;  // oldest first
-  std::unordered_map<std::string, std::list<watched>::iterator> by_key;
+  watch_list<watched> texts_;
 };
 
 }  // namespace note_log

@@ -15,7 +15,8 @@ namespace note_log {
 
 namespace {
 
-// A value with a line end goes in binary form: its size, eight bytes with the lowest first.
+// A value that contains a line end has binary form: its size in eight bytes, lowest first, then the
+// value.
 void append_field(std::string& entry, std::string_view name, std::string_view value) {
   entry += name;
   if (value.find('\n') == value.npos) {
@@ -34,8 +35,8 @@ struct code_place {
   std::string file, line, function;
 };
 
-// The channel of most records is their place, "FILE:LINE:FUNCTION"; other channels have it in the
-// trace, " [at FILE:LINE]".
+// Most records have their place as the channel, "FILE:LINE:FUNCTION"; others have it in the trace,
+// " [at FILE:LINE]".
 code_place place_of(const record& rec) {
   static const std::regex channel_form(R"(([^:]+\.[a-z]+):(\d+):(.*))");
   static const std::regex trace_form(R"( \[at (.+):(\d+)\])");

@@ -1,5 +1,5 @@
-// The journal's own protocol: one datagram an entry, so that the priority, the channel and the
-// place in the code are fields that the node's staff can filter by.
+// The journal's native protocol: one datagram per entry, so that priority, channel and place in the
+// code are fields that the node's staff can filter by.
 #pragma once
 
 #include <string>
@@ -8,8 +8,8 @@
 
 namespace note_log {
 
-/// The entry of a record: MESSAGE as on a line, PRIORITY, SYSLOG_IDENTIFIER, CHANNEL, and
-/// CODE_FILE, CODE_LINE and CODE_FUNC where they are known.
+/// The entry for a record: MESSAGE as on a line, PRIORITY, SYSLOG_IDENTIFIER, CHANNEL, and
+/// CODE_FILE, CODE_LINE and CODE_FUNC where known.
 std::string journal_entry(const record& rec, const std::string& message,
                           const std::string& program);
 
@@ -20,7 +20,7 @@ class journal_socket {
   journal_socket(const journal_socket&) = delete;
   journal_socket& operator=(const journal_socket&) = delete;
 
-  /// Never waits. False when nothing takes the entry, or when it is too long for a datagram.
+  /// Never blocks. False if nothing accepts the entry, or if it is too long for a datagram.
   bool send(const std::string& entry) const;
 
  private:

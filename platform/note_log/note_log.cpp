@@ -74,7 +74,7 @@ std::string severity_fault() {
 boost::log::record open_record(severity_level severity, const std::string& channel,
                                const std::string& subject, folding folds) {
   namespace keywords = boost::log::keywords;
-  // A logger of the call's own: setting the channel of a shared one is no business of two threads.
+  // A logger for each call: two threads must not set the channel of a shared one.
   auto logger = note_log_slg::construct_logger();
   auto record = logger.open_record((keywords::channel = channel, keywords::severity = severity));
   if (record && !subject.empty()) {

@@ -6,26 +6,6 @@
 
 namespace note_log {
 
-repeat_fold::watched* repeat_fold::watch::find(const std::string& key) {
-  const auto found = by_key.find(key);
-  return found == by_key.end() ? nullptr : &*found->second;
-}
-
-void repeat_fold::watch::add(const std::string& key, const record& rec, time_point now) {
-  if (by_age.size() >= max_watched) return;
-  by_age.push_back({.key = key, .newest = rec, .begin = now, .last = now, .told = now});
-  by_key.emplace(key, std::prev(by_age.end()));
-}
-
-void repeat_fold::watch::renew(watched& entry) {
-  by_age.splice(by_age.end(), by_age, by_key.at(entry.key));
-}
-
-repeat_fold::list::iterator repeat_fold::watch::forget(list::iterator entry) {
-  by_key.erase(entry->key);
-  return by_age.erase(entry);
-}
-
 bool repeat_fold::admit(const record& rec, time_point now) {
   if (rec.folds == folding::none) return true;
   if (!admit_text(rec, now)) return false;
@@ -36,7 +16,7 @@ bool repeat_fold::admit_text(const record& rec, time_point now) {
   const auto key = key_of(rec);
   auto* known = texts_.find(key);
   if (known == nullptr) {
-    texts_.add(key, rec, now);
+    texts_.add({.key = key, .newest = rec, .begin = now, .last = now, .told = now});
     return true;
   }
   known->last = now;
@@ -48,16 +28,14 @@ bool repeat_fold::admit_text(const record& rec, time_point now) {
 bool repeat_fold::admit_of_place(const record& rec, time_point now) {
   auto* known = places_.find(rec.channel);
   if (known == nullptr) {
-    places_.add(rec.channel, rec, now);
-    written_of_place_[rec.channel] = 1;
+    places_.add({.key = rec.channel, .newest = rec, .begin = now, .last = now, .told = now});
     return true;
   }
-  // The burst lasts as long as lines come close upon each other.
+  // The burst lasts as long as lines follow closely on each other.
   known->last = now;
   places_.renew(*known);
-  auto& written = written_of_place_[rec.channel];
-  if (written < lines_of_a_place) {
-    ++written;
+  if (known->written < lines_of_a_place) {
+    ++known->written;
     return true;
   }
   known->newest = rec;
@@ -79,13 +57,11 @@ void repeat_fold::summarize(const watched& entry, bool of_place, std::vector<rec
 
 std::vector<record> repeat_fold::take_summaries(time_point now) {
   std::vector<record> summaries;
-  for (auto each = places_.by_age.begin();
-       each != places_.by_age.end() && now - each->last >= burst;) {
+  for (auto each = places_.begin(); each != places_.end() && now - each->last >= burst;) {
     summarize(*each, true, summaries);
-    written_of_place_.erase(each->key);
-    each = places_.forget(each);
+    each = places_.erase(each);
   }
-  for (auto each = texts_.by_age.begin(); each != texts_.by_age.end();) {
+  for (auto each = texts_.begin(); each != texts_.end();) {
     const bool has_ended = now - each->last >= quiet;
     if (!has_ended && now - each->told < sign_of_life) {
       ++each;
@@ -94,16 +70,16 @@ std::vector<record> repeat_fold::take_summaries(time_point now) {
     summarize(*each, false, summaries);
     each->told = now;
     each->untold = 0;
-    each = has_ended ? texts_.forget(each) : std::next(each);
+    each = has_ended ? texts_.erase(each) : std::next(each);
   }
   return summaries;
 }
 
 std::vector<record> repeat_fold::take_all() {
   std::vector<record> summaries;
-  for (const auto& each : places_.by_age)
+  for (const auto& each : places_)
     summarize(each, true, summaries);
-  for (const auto& each : texts_.by_age)
+  for (const auto& each : texts_)
     summarize(each, false, summaries);
   *this = {};
   return summaries;

@@ -1,17 +1,16 @@
-// What is said again and again is said once, and once more when it has ended: a fault is in the
-// log at its beginning and at its end, with how often it was met and for how long. Of many
-// different texts from one place in the code at once, as one for each channel, the first few are
-// written and the rest is counted. Time is handed in; the caller locks.
+// A text that repeats is written once, and once more when it has ended: the log shows a fault when
+// it begins and when it ends, with how often it occurred and for how long. Of many different texts
+// from one place in the code at once, such as one per channel, the first few are written and the
+// rest are counted. Time is passed in; the caller locks.
 #pragma once
 
 #include <chrono>
-#include <cstddef>
-#include <list>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "platform/note_log/record.h"
+#include "platform/note_log/watch_list.h"
 
 namespace note_log {
 
@@ -19,21 +18,19 @@ class repeat_fold {
  public:
   using time_point = std::chrono::steady_clock::time_point;
 
-  /// A text that has not come for so long has ended.
+  /// A text that has not occurred for this long has ended.
   static constexpr std::chrono::seconds quiet{30};
-  /// A word in between of what goes on.
+  /// A reminder in between, while it continues.
   static constexpr std::chrono::seconds sign_of_life{3600};
   static constexpr unsigned lines_of_a_place = 4;
   static constexpr std::chrono::seconds burst{2};
-  /// Texts and places watched at a time; beyond it a new one passes unwatched.
-  static constexpr std::size_t max_watched = 1024;
 
-  /// Whether the record is written now.
+  /// Whether the record is written now; one that can no longer be watched is.
   bool admit(const record& rec, time_point now);
 
-  /// Of what has ended by `now`, or goes on for another hour.
+  /// Reports on what has ended by `now`, or has gone on for another hour.
   std::vector<record> take_summaries(time_point now);
-  /// Of everything; forgets it.
+  /// Reports on everything, and forgets it.
   std::vector<record> take_all();
 
  private:
@@ -43,26 +40,17 @@ class repeat_fold {
     time_point begin;
     time_point last;
     time_point told;
-    unsigned untold = 0;  // since `told`
-  };
-  using list = std::list<watched>;
-  struct watch {
-    list by_age;  // the one that came last at the end
-    std::unordered_map<std::string, list::iterator> by_key;
-
-    watched* find(const std::string& key);
-    void add(const std::string& key, const record& rec, time_point now);
-    void renew(watched& entry);
-    list::iterator forget(list::iterator entry);
+    unsigned untold = 0;   // since `told`
+    unsigned written = 1;  // of a place, in this burst
   };
 
   bool admit_text(const record& rec, time_point now);
   bool admit_of_place(const record& rec, time_point now);
   static void summarize(const watched& entry, bool of_place, std::vector<record>& summaries);
 
-  watch texts_;
-  watch places_;
-  std::unordered_map<std::string, unsigned> written_of_place_;
+  // The one that was seen last is the youngest.
+  watch_list<watched> texts_;
+  watch_list<watched> places_;
 };
 
 }  // namespace note_log

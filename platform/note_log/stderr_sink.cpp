@@ -12,7 +12,7 @@ namespace note_log {
 
 namespace {
 
-/// How long the end of a process waits for a log that is not taken.
+/// How long the end of the process waits for a log that nobody reads.
 constexpr std::chrono::milliseconds last_patience{300};
 
 record to_record(const boost::log::record_view& view) {
@@ -56,7 +56,7 @@ void stderr_sink::set_style(line_style new_style) {
   if (style.journal) journal.emplace();
 }
 
-// A line on stderr reaches the journal too, with its priority alone.
+// A line on stderr reaches the journal too, but only with its priority.
 void stderr_sink::put(const record& rec) {
   if (journal) {
     const auto message = message_of(rec, style.show_trace);

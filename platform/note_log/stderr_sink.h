@@ -1,5 +1,5 @@
-// The one sink of the library: lays records out and writes them to stderr, or hands them to the
-// journal when stderr is the journal. Never waits for either: every thread of the daemon logs.
+// The library's only sink: lays records out and writes them to stderr, or sends them to the journal
+// if stderr is the journal. Never waits for either, since every thread of the daemon logs.
 // Boost.Log's frontend calls it with one record at a time. Only the library's own .cpp files
 // include this header.
 #pragma once

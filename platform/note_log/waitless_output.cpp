@@ -12,8 +12,8 @@ namespace note_log {
 
 namespace {
 
-/// As many whole lines as a pipe takes without waiting once it says that it takes some; a longer
-/// line goes in pieces. Whole lines, so that those of several processes on one terminal stay whole.
+/// As many whole lines as a pipe takes without blocking once it is writable; a longer line is
+/// split. Whole lines, so that those of several processes on one terminal stay intact.
 std::size_t next_piece(std::string_view waiting) {
   const auto most = waiting.substr(0, PIPE_BUF);
   const auto end = most.rfind('\n');
@@ -51,7 +51,7 @@ bool waitless_output::takes_more(std::chrono::milliseconds limit) const {
   return ::poll(&ready, 1, static_cast<int>(limit.count())) == 1;
 }
 
-/// False if nothing more goes out now.
+/// False if nothing more can be written now.
 bool waitless_output::write_some() {
   const auto written = ::write(descriptor_, waiting_.data(), next_piece(waiting_));
   if (written >= 0) {

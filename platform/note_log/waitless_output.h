@@ -1,7 +1,6 @@
-// A descriptor that takes the log's lines and is never waited for: a pipe whose reader has stopped,
-// a terminal that is held, a journal that hangs. What it does not take at once waits here, up to a
-// limit, and goes out ahead of the next line; lines beyond the limit are lost and counted. Not
-// thread-safe.
+// A descriptor for the log's lines that is never waited for: a pipe whose reader has stopped, a
+// paused terminal, a hung journal. What it does not accept at once waits here, up to a limit, and
+// is written before the next line; lines beyond the limit are lost and counted. Not thread-safe.
 #pragma once
 
 #include <chrono>
@@ -19,10 +18,10 @@ class waitless_output {
 
   /// One line with its end.
   void write(std::string_view line);
-  /// Lines lost since the last call; 0 as long as others still wait, so that the account comes
-  /// where the gap is.
+  /// Lines lost since the last call; 0 as long as others are still waiting, so that the count
+  /// appears where the gap is.
   unsigned take_lost();
-  /// Waits at most so long for what waits to go out.
+  /// Waits at most this long for the pending lines to be written.
   void drain(std::chrono::milliseconds limit);
 
  private:

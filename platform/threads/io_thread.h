@@ -1,5 +1,5 @@
-// Marks the threads that run sockets. They must never wait: for a device, a lock that is held
-// across a call, or each other.
+// Marks the threads that run sockets. They must never block: on a device, on a lock that is held
+// across a call, or on each other.
 #pragma once
 
 namespace nx::io_thread {

@@ -1,6 +1,6 @@
 // The order in which this process takes its locks, and a mutex that knows its place in it. A debug
-// build ends at the first lock that is taken against the order, in whatever test comes by, instead
-// of at the one run in a million in which two threads meet. A release build has the plain mutex.
+// build aborts at the first lock taken out of order, in whatever test that happens, instead of once
+// in a million runs when two threads meet. A release build uses the plain mutex.
 #pragma once
 
 #include <array>
@@ -12,18 +12,18 @@
 
 namespace nx {
 
-/// Each is taken with those above it held or none, and never with one below it or a second one of
-/// its own kind.
+/// Each may be taken while holding those above it or none, but never while holding one below it or
+/// a second one of its own kind.
 enum class lock_rank : std::uint8_t {
   parameter,    ///< of a parameter's node: held while its setter waits for a plan
-  plan_rx,      ///< of channel plans: held for a loop's walk over all channels
-  plan_tx,      ///< both, where an operation needs both
-  peer,         ///< of the view of the peer: guards pointers, held across no call
+  plan_rx,      ///< of a channel plan: held during a loop's walk over all channels
+  plan_tx,      ///< both, for an operation that needs both
+  peer,         ///< of the view of the peer: guards pointers, not held across any call
   peer_client,  ///< of the connection to the peer: the same
   key_store,    ///< held across an operation on the store
   panel,        ///< of the tables of the front panel: never held across a call to it
   value,        ///< of a node that a loop publishes: held for the update
-  leaf          ///< of subscribers, outboxes and the like: nothing is taken under it
+  leaf          ///< of subscribers, outboxes and the like: nothing else is taken under it
 };
 
 #ifndef NDEBUG
@@ -72,7 +72,7 @@ class held_locks {
 };
 #endif
 
-/// Mutex: std::mutex, or std::recursive_mutex, which a thread may take again while it has it.
+/// Mutex: std::mutex, or std::recursive_mutex, which a thread may take again while it holds it.
 template <class Mutex>
 class ranked {
  public:
@@ -93,7 +93,7 @@ class ranked {
     held_locks::take(this, rank_, is_recursive);
     mutex_.lock();
   }
-  /// Waits for nobody, but what is then taken under it may.
+  /// Does not wait itself, but locks taken under it may.
   bool try_lock() {
     if (!mutex_.try_lock()) return false;
     held_locks::take(this, rank_, is_recursive);

@@ -1,5 +1,5 @@
-// For what belongs to one thread: the loops to the manager's, the panel's state to that of the
-// LEDs. The first thread that comes by owns it; a debug build ends when another one follows.
+// For objects that belong to one thread: the loops to the manager's, the panel's state to the
+// LEDs'. The first thread that uses the object owns it; a debug build aborts if another one does.
 #pragma once
 
 #include <atomic>

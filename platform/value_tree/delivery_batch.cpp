@@ -17,7 +17,7 @@ delivery_batch::~delivery_batch() {
 }
 
 void delivery_batch::wake(session_waker& waker, std::shared_ptr<nx_session> session) {
-  // A batch serves one sender; sessions of another are rare and are woken one by one.
+  // A batch serves one sender; sessions of another are rare and are woken one at a time.
   const bool collects =
       current != nullptr && (current->waker_ == nullptr || current->waker_ == &waker);
   if (!collects) return waker.wake({std::move(session)});

@@ -1,5 +1,5 @@
-// Sessions that an event woke are told together once it has gone to all of them: one wake-up of the
-// sending thread instead of one a session.
+// Sessions woken by an event are notified together once the event has gone to all of them: one
+// wake-up of the sending thread instead of one per session.
 #pragma once
 
 #include <memory>
@@ -9,14 +9,14 @@
 
 namespace nx {
 
-/// The sender of the sessions of one runtime.
+/// The sender for the sessions of one runtime.
 class session_waker {
  public:
   virtual ~session_waker() = default;
   virtual void wake(std::vector<std::shared_ptr<nx_session>> sessions) = 0;
 };
 
-/// While an object lives, on its thread, wake-ups are collected.
+/// While an object exists, wake-ups on its thread are collected.
 class delivery_batch {
  public:
   delivery_batch();

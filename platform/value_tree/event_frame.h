@@ -1,4 +1,4 @@
-// The texts of events: time stamps, and the one line that all sessions of an event share.
+// The texts of events: time stamps, and the one line shared by all sessions that get the event.
 #pragma once
 
 #include <chrono>

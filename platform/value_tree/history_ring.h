@@ -1,5 +1,5 @@
-// The newest values of one path, packed into one block of memory: a tree of thousands of nodes,
-// each with its history, stays within a few MiB.
+// The newest values of one path, packed into one block of memory, so that a tree of thousands of
+// nodes, each with its history, stays within a few MiB.
 #pragma once
 
 #include <chrono>
@@ -17,7 +17,7 @@ class history_ring {
     std::string value;
   };
 
-  /// Keeps at most `depth` entries, and at most `max_bytes` of them beside the newest one.
+  /// Keeps at most `depth` entries, and at most `max_bytes` of them besides the newest one.
   void append(std::chrono::system_clock::time_point time, std::string_view value,
               std::size_t depth);
   std::vector<entry> entries() const;

@@ -14,7 +14,7 @@
 
 namespace {
 
-// What a device call made just before the end may still take; the clients' own time-out.
+// The time that a device call made just before the end may still take: the clients' own time-out.
 constexpr std::chrono::seconds last_answers{2};
 
 }  // namespace
@@ -38,7 +38,7 @@ struct nexel_api::impl {
   nx_db db;
   std::unique_ptr<nx::nx_server> server;
 
-  // Made and dropped by `start`; one operation is pending meanwhile.
+  // Created and dropped by `start`; one operation is pending in between.
   std::unique_ptr<boost::asio::signal_set> signals;
 
   std::mutex mutex;
@@ -46,7 +46,7 @@ struct nexel_api::impl {
   bool stopping = false;
 };
 
-// On the thread of the devices, which no client keeps busy.
+// On the device thread, which no client can keep busy.
 void nexel_api::impl::watch_signals() {
   signals = std::make_unique<boost::asio::signal_set>(*runtime->io_context(), SIGINT, SIGTERM);
   signals->async_wait([this](const boost::system::error_code& cancelled, int signal) {
@@ -59,7 +59,7 @@ void nexel_api::impl::watch_signals() {
   });
 }
 
-// A second signal ends a process whose orderly end hangs.
+// A second signal ends a process whose orderly shutdown hangs.
 void nexel_api::impl::forget_signals() {
   signals.reset();
 }

@@ -13,7 +13,7 @@
 #include "platform/value_tree/path_pattern.h"
 #include "platform/value_tree/tree_mutex.h"
 
-// Has a lock of its own, so that a loop that publishes never waits for who reads the index.
+// Has its own lock, so that a loop that publishes never waits for readers of the index.
 struct nx::path_history {
   std::mutex mutex;  // a leaf in the lock order
   history_ring ring;
@@ -54,7 +54,8 @@ void add_paths_below(const nx::path_index::level& level, std::vector<std::string
 }  // namespace
 
 struct nx_db::impl {
-  // Guards entries and index. No node is called under it but for its list of subscribers.
+  // Guards entries and index. No node is called while it is held, except for its list of
+  // subscribers.
   mutable nx::tree_mutex mutex;
   std::unordered_map<std::string, tree_entry, path_hash, std::equal_to<>> entries;
   nx::path_index index;
@@ -106,14 +107,14 @@ std::pair<std::string, std::string> nx_db::split_path(const std::string& path) {
 void nx_db::add_node(const std::string& parent_path, std::shared_ptr<nx_db_leaf_node> node) {
   const auto path = joined(parent_path, node->get_name());
   nx::check_new_path(path);
-  // Subscribers move before the node can be reached: from then on a setter may hold its mutex and
-  // wait for a lock that the caller of this holds.
+  // Subscribers are moved before the node can be reached: after that a setter may hold its mutex
+  // and wait for a lock held by this function's caller.
   bool moved = false;
   while (const auto former = put(path, node)) {
     move_subscribers(*former, *node);
     moved = true;
   }
-  // A session that closed on the way has looked for itself at the former node.
+  // A session that closed meanwhile has cleaned up only at the former node.
   if (auto* events = dynamic_cast<nx_db_event_node*>(node.get()); events && moved) {
     events->forget_closed_sessions();
   }
@@ -123,7 +124,7 @@ void nx_db::add_node(const std::string& parent_path, std::shared_ptr<nx_db_leaf_
 
 std::shared_ptr<nx_db_leaf_node> nx_db::put(const std::string& path,
                                             const std::shared_ptr<nx_db_leaf_node>& node) {
-  std::shared_ptr<nx_db_leaf_node> old;  // outlives the lock
+  std::shared_ptr<nx_db_leaf_node> old;  // destroyed after the lock is released
   const std::lock_guard lock(impl_->mutex);
   if (node->db != nullptr && (node->db != this || *node->path_ != path)) {
     throw nx_error(nx_error::invalid, "The node is attached already: " + *node->path_);
@@ -236,7 +237,7 @@ void nx_db::subscribe(const std::shared_ptr<nx_session>& session,
   no_such_path(*path);
 }
 
-// Waits for a change of the tree that is under way, as `find` does.
+// Waits for a change of the tree in progress, as `find` does.
 bool nx_db::is_present(const nx_db_leaf_node& node) const {
   const std::shared_lock lock(impl_->mutex);
   return node.db == this && !node.is_retired();

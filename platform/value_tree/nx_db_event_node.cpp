@@ -22,19 +22,19 @@ nx::json_document event_params(const std::string& path, const nx_db* db) {
 
 }  // namespace
 
-// The list to be changed: itself while no event is going out with it, else a copy, since hundreds
-// of subscribers may come to each path.
+// The list to change: the list itself if no event is being sent with it, else a copy. Hundreds of
+// subscribers may be added to each path.
 std::shared_ptr<nx_db_event_node::subscriber_list> nx_db_event_node::to_change() const {
   if (!subscribers_) return std::make_shared<subscriber_list>();
-  // An event takes its share under the lock that is held here and lets go of it without. Letting
-  // go of one here sees what was done before that.
+  // An event takes its reference under the lock that is held here, and drops it without. Seeing the
+  // reference dropped here also means seeing everything done before.
   std::shared_ptr<const subscriber_list>(subscribers_).reset();
   if (subscribers_.use_count() > 1) return std::make_shared<subscriber_list>(*subscribers_);
   return std::const_pointer_cast<subscriber_list>(subscribers_);
 }
 
-// A session that closes while its subscriptions move to another node is missed by its own clean-up,
-// so closed ones go too.
+// A session that closes while its subscriptions are moved to another node is missed by its own
+// clean-up, so closed sessions are removed here too.
 void nx_db_event_node::take_off(subscriber_list& list, const std::shared_ptr<nx_session>& taken) {
   std::erase_if(list,
                 [&](const auto& one) { return one.session == taken || one.session->is_closed(); });
@@ -119,7 +119,7 @@ void nx_db_event_node::send_to_all(const std::shared_ptr<const nx_event>& event,
   if (some_closed) forget_closed_sessions();
 }
 
-// Not by a derived class, whose own lock may be held.
+// Not called by a derived class, whose own lock may be held.
 void nx_db_event_node::forget_closed_sessions() {
   nx_db_event_node::unsubscribe(nullptr);
 }

@@ -29,7 +29,7 @@ nx_db_leaf_node::nx_db_leaf_node(const std::string& name) : nx_db_node(name) {}
 nx_db_leaf_node::~nx_db_leaf_node() = default;
 
 nx::json_value nx_db_leaf_node::export_history_entry(json_allocator& allocator) const {
-  // `get` is not const since a node may count or warn while it is read.
+  // `get` is not const because a node may count or warn while it is read.
   json_value result(rapidjson::kObjectType);
   const_cast<nx_db_leaf_node*>(this)->get("value", allocator, result);
   return std::move(result["value"]);

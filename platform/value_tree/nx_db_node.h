@@ -1,9 +1,9 @@
 // The classes behind every path of a tree. The daemon (src/api) and the simulated nexels derive
-// their kinds of value from nx_db_leaf_node and nx_db_event_node and override what they can do; the
-// forms here answer "Not writable: PATH" and the like.
+// their kinds of value from nx_db_leaf_node and nx_db_event_node and override the operations they
+// support; the versions here answer "Not writable: PATH" and the like.
 //
-// Threads: the server calls get, set, run, subscribe, get_info and periodic_task from threads of
-// its own while owners update the same nodes, so a stateful node guards itself.
+// Threads: the server calls get, set, run, subscribe, get_info and periodic_task on its own threads
+// while owners update the same nodes, so a stateful node guards itself.
 #pragma once
 
 #include <atomic>
@@ -34,24 +34,24 @@ class nx_db_node : public std::enable_shared_from_this<nx_db_node> {
   const std::string& get_name() const { return name_; }
 
   /// Path from the root, without its first `depth` segments. A node that is not attached yet has
-  /// its name alone.
+  /// only its name.
   std::string get_path(unsigned depth) const;
 
   /// The whole path.
   const std::string& path() const { return *path_; }
-  /// The same for who keeps many.
+  /// The same, for callers that keep many.
   std::shared_ptr<const std::string> shared_path() const { return path_; }
 
-  /// True once the node was replaced or removed: it is polled no more.
+  /// True once the node has been replaced or removed: it is no longer polled.
   bool is_retired() const { return retired_; }
 
  private:
   friend class nx_db;
   std::atomic<bool> retired_{false};
   std::string name_;
-  // Set by nx_db::add_node before the node can be reached, constant after it.
+  // Set by nx_db::add_node before the node can be reached; constant afterwards.
   std::shared_ptr<const std::string> path_;
-  std::shared_ptr<nx::path_history> history_;  // the path's: a node's successor goes on with it
+  std::shared_ptr<nx::path_history> history_;  // a node's successor continues it
 };
 
 /// A node without subscribers.
@@ -67,10 +67,10 @@ class nx_db_leaf_node : public nx_db_node {
   /// The node's present value as the history keeps it; throws like `get`.
   virtual json_value export_history_entry(json_allocator& allocator) const;
 
-  /// Adds the present value to the object `result` as a member named by `path`.
+  /// Adds the present value to the object `result` as a member named `path`.
   virtual void get(const std::string& path, json_allocator& allocator, json_value& result);
-  /// Appends the text of the present value; false, and nothing is appended, where only `get` can
-  /// tell. For values that are read often and never wait.
+  /// Appends the text of the present value; if only `get` can provide it, returns false and appends
+  /// nothing. For values that are read often and never block.
   virtual bool append_text(std::string& out) const;
   virtual void set(const std::string& path, const json_value& value);
   /// Executes a command and adds its answer to `result` under `path`.
@@ -78,8 +78,8 @@ class nx_db_leaf_node : public nx_db_node {
                    json_value& result);
   /// Forgets the stored value.
   virtual void reset();
-  /// False from the poller, once an interval; true when an owner has just pushed a value. Must
-  /// bear being entered again before the first call has returned.
+  /// Called with false by the poller, once per interval; with true when an owner has just pushed a
+  /// value. May be entered again before the first call has returned.
   virtual void periodic_task(bool pushed);
 
   virtual bool subscription_supported() const;
@@ -97,14 +97,14 @@ class nx_db_leaf_node : public nx_db_node {
   virtual bool node_flag() const;
   /// True for commands: a `set` is then a `run`.
   virtual bool write_returns_response() const;
-  /// True when `get` may wait for a device, a network or a setter that waits; such reads are
+  /// True if `get` may block on a device, a network or a setter that blocks; such reads are
   /// answered on a worker thread, others on the I/O thread unless there are many of them.
   virtual bool read_may_wait() const;
-  /// The same of `set`, `run` and `reset`. A node whose writes never wait says false, and its
-  /// writes are done on the I/O thread: they hold no lock that is held across a device call.
+  /// The same for `set`, `run` and `reset`. A node whose writes never block returns false, and its
+  /// writes are carried out on the I/O thread: they take no lock that is held across a device call.
   virtual bool write_may_wait() const;
 
-  nx_db* db = nullptr;  ///< the tree; null until add_node has attached the node
+  nx_db* db = nullptr;                          ///< null until add_node has attached the node
   std::atomic<std::uint32_t> poll_interval{0};  ///< set by value_group::add_value; 0: never polled
 };
 
@@ -117,7 +117,7 @@ class nx_db_event_node : public nx_db_leaf_node {
   void get(const std::string& path, json_allocator& allocator, json_value& result) override;
   void set(const std::string& path, const json_value& value) override;
   bool subscription_supported() const override;
-  /// Registers the session only; value classes add the value and the first event.
+  /// Only registers the session; value classes add the value and the first event.
   void subscribe(std::shared_ptr<nx_session> session, const std::string& path,
                  json_allocator& allocator, json_value& result,
                  std::unique_lock<std::recursive_mutex>& lock) override;
@@ -129,8 +129,8 @@ class nx_db_event_node : public nx_db_leaf_node {
   json_document create_value_changed_event(std::string&& path) const;
   /// A complete error event.
   json_document create_error_event(std::string&& path, const nx_error& error) const;
-  /// Tells all subscribers and the history of a new value, which is given as JSON text. Without a
-  /// tree there is neither.
+  /// Sends a new value, given as JSON text, to all subscribers and the history. Without a tree
+  /// there is neither.
   void publish_text(std::string_view value);
   /// Sends to all subscribers; `first` is false for changes.
   void send_event_impl(json_document&& event, bool first);
@@ -155,8 +155,9 @@ class nx_db_event_node : public nx_db_leaf_node {
   void forget_closed_sessions();
   void send_to_all(const std::shared_ptr<const nx_event>& event, bool first);
 
-  // A leaf in the lock order: taken with a value's own mutex held, and nothing is taken under it.
+  // A leaf in the lock order: taken with a value's own mutex held, and nothing else is taken under
+  // it.
   mutable nx::ranked_mutex subscribers_mutex_{nx::lock_rank::leaf};
-  // Replaced as a whole when it changes while an event goes out, which holds no lock.
+  // Replaced as a whole if it changes while an event is being sent, which happens without a lock.
   std::shared_ptr<const subscriber_list> subscribers_;
 };

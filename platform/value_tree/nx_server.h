@@ -1,5 +1,5 @@
-// The pieces that nexel_api is made of, for programs that serve several trees in one process (the
-// simulated plant serves every nexel of a node): one runtime, one server for each socket.
+// The parts of nexel_api, for programs that serve several trees in one process (the simulated plant
+// serves every nexel of a node): one runtime, and one server per socket.
 #pragma once
 
 #include <chrono>
@@ -15,7 +15,7 @@ class io_context;
 
 namespace nx {
 
-/// The threads behind one or more servers: the I/O thread of the sessions and that of the devices'
+/// The threads behind one or more servers: the I/O threads of the sessions and of the devices'
 /// clients, the workers, the pollers.
 class server_runtime {
  public:
@@ -24,7 +24,7 @@ class server_runtime {
   server_runtime(const server_runtime&) = delete;
   server_runtime& operator=(const server_runtime&) = delete;
 
-  /// For the clients of devices and of the peer. No session of a server runs on it.
+  /// For the connections to devices and to the peer. No session of a server runs on it.
   std::shared_ptr<boost::asio::io_context> io_context();
   std::shared_ptr<poll_scheduler> poller();
 
@@ -35,7 +35,7 @@ class server_runtime {
   std::unique_ptr<impl> impl_;
 };
 
-/// What a whole server does, for a nexel that plays dead in the simulated plant.
+/// States of a whole server, for a nexel that plays dead in the simulated plant.
 enum class server_fault {
   none,
   hung,     ///< accepts and reads, never answers and sends no events
@@ -45,7 +45,7 @@ enum class server_fault {
 /// One tree on one unix socket.
 class nx_server {
  public:
-  /// Binds; throws like nexel_api. Accepts from `start_accepting` on.
+  /// Binds the socket; throws like nexel_api. Connections are accepted from `start_accepting` on.
   nx_server(server_runtime& runtime, nx_db& db, const std::string& socket_path);
   ~nx_server();  ///< closes the sessions and removes the socket file
   nx_server(const nx_server&) = delete;
@@ -54,16 +54,16 @@ class nx_server {
   void start_accepting();
   /// Also listens on the interface, for reading and subscribing only.
   void start_ipv6_socket(const std::string& interface_name, unsigned port);
-  /// On any address text ("::1"): for simulated peers and tests. The port that is listened on,
-  /// which the system chooses for 0. Throws std::runtime_error.
+  /// On any address text ("::1"): for simulated peers and tests. Returns the port, which the system
+  /// chooses for 0. Throws std::runtime_error.
   unsigned start_tcp_socket(const std::string& address, unsigned port, bool read_only);
   void set_fault(server_fault fault);
-  /// Ends the subscriptions of all sessions to the path, as a service that forgets its clients.
+  /// Ends all sessions' subscriptions to the path, as a service that forgets its clients does.
   void drop_subscriptions(const std::string& path);
   /// How long a client may take no output before its session is closed; for tests.
   void set_stuck_limit(std::chrono::milliseconds limit);
-  /// How long a session of the supervisory link that is subscribed to nothing may ask for nothing;
-  /// for tests.
+  /// How long a session on the supervisory link without subscriptions may ask for nothing; for
+  /// tests.
   void set_silent_limit(std::chrono::milliseconds limit);
 
   struct impl;

@@ -1,17 +1,17 @@
 // A subscriber of tree nodes: one client connection, or one in-process client. The node classes
-// only hand it on; the server and the in-process transport implement it.
+// only pass it on; the server and the in-process transport implement it.
 #pragma once
 
 #include <cstdint>
 #include <memory>
 #include <string>
 
-/// One event line, written once and shared by all sessions that it goes to.
+/// One event line, written once and shared by all sessions that receive it.
 struct nx_event {
   std::string line;  ///< the whole JSON-RPC message, without the line end
 };
 
-/// A session's own number for one of its subscriptions. Nodes keep it and give it back with each
+/// A session's own number for one of its subscriptions. Nodes keep it and return it with each
 /// event, so that the session finds the subscription without a look-up.
 using nx_subscription_number = std::uint64_t;
 inline constexpr nx_subscription_number no_subscription = 0;
@@ -20,20 +20,20 @@ class nx_session : public std::enable_shared_from_this<nx_session> {
  public:
   virtual ~nx_session() = default;
 
-  /// Asked by a node that the session subscribes to.
+  /// Asked by a node when the session subscribes to it.
   virtual nx_subscription_number subscription_number(const std::string&) const {
     return no_subscription;
   }
 
-  /// Queues an event; never blocks and never fails, so a loop is not held up by a session. `first`
-  /// marks the first event of a subscription, which must not overtake the answer to `subscribe`.
-  /// Called from any thread, with the mutex of the publishing node held.
+  /// Queues an event; never blocks and never fails, so a session cannot delay a loop. `first` marks
+  /// the first event of a subscription, which must not overtake the answer to `subscribe`. Called
+  /// from any thread, with the publishing node's mutex held.
   virtual void deliver(std::shared_ptr<const nx_event> event, nx_subscription_number subscription,
                        bool first) = 0;
 
-  /// The node is gone and nothing takes its place.
+  /// The node is gone without a replacement.
   virtual void subscription_ended(const std::string& path, const std::string& reason) = 0;
 
-  /// A closed session takes nothing more; nodes let go of it.
+  /// A closed session accepts nothing more; nodes drop it.
   virtual bool is_closed() const { return false; }
 };

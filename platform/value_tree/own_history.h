@@ -1,7 +1,7 @@
-// For a node that remembers more than the tree does, or that would be formatted for nobody if the
-// tree remembered it: it tells its history itself, when it is asked.
+// For a node that remembers more than the tree does, or whose values should not be formatted unless
+// somebody asks: it provides its history itself, on request.
 //
-// Called from the server's threads, without any lock of the tree.
+// Called on the server's threads, without any lock of the tree.
 #pragma once
 
 #include <vector>

@@ -38,7 +38,7 @@ void collect(const path_index::level& level, std::string_view pattern,
   if (child != level.children.end()) take(child->second);
 }
 
-// True when the level is empty after it.
+// True if the level is empty afterwards.
 bool erase_below(path_index::level& level, std::string_view path) {
   const auto [segment, rest] = first_segment(path);
   if (rest.empty()) {

@@ -1,4 +1,4 @@
-// The levels of a tree, for lists and patterns; exact paths are found by a hash map beside it. No
+// The levels of a tree, for lists and patterns; exact paths are found in a separate hash map. No
 // lock of its own.
 #pragma once
 
@@ -17,17 +17,17 @@ class path_index {
  public:
   using node_pointer = std::shared_ptr<nx_db_leaf_node>;
 
-  /// Sets or replaces the node of a path. Throws nx_error -22 where a level stands there already or
-  /// a node stands above.
+  /// Sets or replaces the node of a path. Throws nx_error -22 if the path is already a level, or a
+  /// node is above it.
   void set(std::string_view path, node_pointer node);
-  /// Takes the node and the levels that it leaves empty.
+  /// Removes the node and the levels that become empty.
   void erase(std::string_view path);
 
-  /// Nodes that fit a pattern, in the order of the paths.
+  /// Nodes that match a pattern, in order of their paths.
   std::vector<node_pointer> match(std::string_view pattern) const;
 
   struct level;
-  /// Null where no level stands; "" is the root.
+  /// Null if there is no such level; "" is the root.
   const level* find_level(std::string_view path) const;
 
   // A level's key ends in '/', a node's does not: keys are then what a list shows, and their order

@@ -1,5 +1,5 @@
-// Who calls periodic_task(false). A daemon has a timer wheel with a small pool of threads; tests
-// have a scheduler that they move by hand.
+// Calls periodic_task(false) of polled nodes. A daemon has a timer wheel with a small pool of
+// threads; tests have a scheduler that they move by hand.
 #pragma once
 
 #include <chrono>
@@ -18,12 +18,12 @@ class poll_scheduler {
   virtual ~poll_scheduler() = default;
 
   /// Calls periodic_task(false) on the node once every `interval` until the node or the group is
-  /// gone. A node that is still busy with its last call is not entered again by the scheduler.
+  /// gone. The scheduler does not enter a node that is still busy with its last call.
   virtual void add(std::weak_ptr<nx_db_leaf_node> node, std::weak_ptr<const void> group,
                    std::chrono::milliseconds interval) = 0;
 };
 
-/// Runs the due tasks on the thread that calls `advance`, in the order of their due times.
+/// Runs the due tasks on the thread that calls `advance`, in order of their due times.
 class manual_poller : public poll_scheduler {
  public:
   void add(std::weak_ptr<nx_db_leaf_node> node, std::weak_ptr<const void> group,
@@ -36,7 +36,7 @@ class manual_poller : public poll_scheduler {
     std::weak_ptr<const void> group;
     std::chrono::milliseconds interval;
     std::chrono::milliseconds due;
-    unsigned long order;  // of being added, among tasks that are due together
+    unsigned long order;  // order of addition, among tasks that are due together
 
     bool operator>(const task& other) const {
       return std::tie(due, order) > std::tie(other.due, other.order);

@@ -28,7 +28,7 @@ void take_rank(const char* thread_name, thread_rank rank) {
   ::pthread_setname_np(::pthread_self(), thread_name);
   is_background = rank == thread_rank::background;
   if (rank == thread_rank::background) {
-    // Does not take the processor from a thread that has just got it.
+    // Does not preempt a thread that has just got the processor.
     const sched_param none{};
     ::sched_setscheduler(0, SCHED_BATCH, &none);
   }

@@ -1,6 +1,6 @@
 // The lock of the tree's index: many readers, or one writer, who comes before readers that arrive
-// after it. Without that, clients that read patterns all the time would keep a channel from being
-// added for as long as they like.
+// later. Otherwise clients that constantly read patterns could keep a channel from being added for
+// as long as they like.
 #pragma once
 
 #include <pthread.h>
@@ -12,7 +12,7 @@ class tree_mutex {
   tree_mutex() {
     pthread_rwlockattr_t how;
     ::pthread_rwlockattr_init(&how);
-    // Nobody reads the index while he reads it already.
+    // No thread reads the index while it already reads it.
     ::pthread_rwlockattr_setkind_np(&how, PTHREAD_RWLOCK_PREFER_WRITER_NONRECURSIVE_NP);
     ::pthread_rwlock_init(&lock_, &how);
     ::pthread_rwlockattr_destroy(&how);

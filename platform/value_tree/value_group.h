@@ -1,5 +1,5 @@
-// The polled values of one owner: a channel, a loop, a manager. Dropping the group ends the
-// polling of its values.
+// The polled values of one owner: a channel, a loop, a manager. Dropping the group ends the polling
+// of its values.
 #pragma once
 
 #include <chrono>
@@ -16,7 +16,7 @@ class value_group : public std::enable_shared_from_this<value_group> {
   /// `period` is the unit of the intervals; both counts are 0 in this system.
   value_group(const std::chrono::milliseconds& period, unsigned first_count, unsigned second_count);
 
-  /// A group with a period in whole seconds, as every owner makes it.
+  /// A group with a period in whole seconds, as all owners use it.
   static std::shared_ptr<value_group> create(unsigned period_seconds);
 
   /// Keeps the node, makes `interval` its poll_interval and, unless that is 0, has it polled once

@@ -27,4 +27,12 @@ failure current_failure() {
   }
 }
 
+nx_error current_node_error() {
+  const auto found = current_failure();
+  if (found.from != failure::kind::device) return found.as_error();
+  // A setter whose device failed: whoever wrote the value wants to know which and why.
+  return {nx_error::foreign,
+          found.path.empty() ? found.message : found.message + ": " + found.path};
+}
+
 }  // namespace nx

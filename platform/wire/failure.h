@@ -1,6 +1,6 @@
-// What has failed, told once for all who tell it on: the log, clients of the tree, the events of a
-// subscription. Sorts the exception in flight into the kinds of the system; how a kind is worded
-// for its reader is the caller's.
+// Describes a failure once for all who report it: the log, clients of the tree, the events of a
+// subscription. Sorts the current exception into the kinds of the system; the caller words it for
+// its readers.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@
 
 #include "platform/wire/nx_error.h"
 
-/// What the client of a key store throws.
+/// Thrown by the client of a key store.
 class kvs_client_exception {
  public:
   explicit kvs_client_exception(std::string text) : text_(std::move(text)) {}
@@ -22,21 +22,26 @@ namespace nx {
 
 struct failure {
   enum class kind {
-    refused,     ///< nx_error: a node, or this program's own
+    refused,     ///< nx_error: a node's, or this program's own
     conversion,  ///< json_value_conversion_error: a value of another type
     device,      ///< nx_client_exception
     store,       ///< kvs_client_exception
     foreign
   };
   kind from;
-  std::int32_t code;    ///< one of nx_error::error_code; a store and what is foreign have the first
+  std::int32_t code;    ///< nx_error::error_code; a store and foreign exceptions have the first
   std::string message;  ///< without a place or path
-  std::string path;     ///< which was asked of a device
+  std::string path;     ///< that a device was asked for
 
   nx_error as_error() const { return {code, message}; }
 };
 
 /// Call inside a catch block.
 failure current_failure();
+
+/// The same as the clients of a tree are told it, for what a node threw: an nx_error as it is, a
+/// failed conversion as -22 "expected float, found string", a device's with its path, anything else
+/// as -1.
+nx_error current_node_error();
 
 }  // namespace nx

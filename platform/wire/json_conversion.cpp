@@ -18,7 +18,7 @@ namespace {
 }
 
 // Rounds as the hardware does, but is defined beyond a float's range too: nodes refuse infinity
-// with a text of their own. The largest float's own text is beyond it by less than half a step.
+// with a text of their own. The largest float's own text exceeds it by less than half a step.
 float narrowed(double number) {
   using float_limits = std::numeric_limits<float>;
   constexpr double first_infinite = 0x1.ffffffp127;
@@ -113,7 +113,7 @@ json_document from_json<json_document>(const json_value& value) {
     json_document parsed = parse_json(value.GetString(), value.GetStringLength());
     if (is_container(parsed)) return parsed;
   } catch (const nx_error&) {
-    // Not JSON at all: the same refusal.
+    // Not JSON at all: refused in the same way.
   }
   refuse("stringified object or array", value);
 }

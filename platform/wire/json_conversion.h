@@ -6,8 +6,8 @@
 
 #include "platform/wire/json.h"
 
-/// A JSON value of another type than the one wanted. No base class: the server turns it into the
-/// error -22 "expected float, found string". Both texts are literals.
+/// A JSON value of the wrong type. No base class: the server turns it into the error -22 "expected
+/// float, found string". Both texts are literals.
 struct json_value_conversion_error {
   const char* expected;
   const char* found;
@@ -15,9 +15,9 @@ struct json_value_conversion_error {
 
 namespace nx {
 
-/// Name of a JSON value's type as conversion errors tell it: "null", "bool", "object", "array",
-/// "string", "32-bit unsigned integer", "32-bit signed integer", "64-bit unsigned integer",
-/// "64-bit signed integer", "float" (a double within a float's range), "double", "unknown".
+/// Name of a JSON value's type in conversion errors: "null", "bool", "object", "array", "string",
+/// "32-bit unsigned integer", "32-bit signed integer", "64-bit unsigned integer", "64-bit signed
+/// integer", "float" (a double within a float's range), "double", "unknown".
 const char* json_type_name(const json_value& value);
 
 /// Throws json_value_conversion_error. Accepted:
@@ -32,10 +32,10 @@ const char* json_type_name(const json_value& value);
 template <class T>
 T from_json(const json_value& value);
 
-/// Throws nx_error -22 when the value is, or holds, a string beyond the limit of the protocol.
+/// Throws nx_error -22 if the value is, or contains, a string beyond the limit of the protocol.
 void check_strings(const json_value& value);
 
-/// The reverse. The allocator is the one of the document that the value goes into.
+/// The reverse. The allocator is that of the document that will contain the value.
 template <class T>
 json_value to_json(const T& value, json_allocator& allocator);
 
@@ -43,8 +43,8 @@ json_value to_json(const T& value, json_allocator& allocator);
 template <class T>
 void append_json(std::string& out, const T& value);
 
-/// Parses one text. Throws nx_error -32700 with what is wrong and where, on text that is not JSON,
-/// not UTF-8 or nested deeper than the limit of the protocol.
+/// Parses one text. Throws nx_error -32700, saying what is wrong and where, for text that is not
+/// JSON, not UTF-8 or nested deeper than the limit of the protocol.
 json_document parse_json(const char* text, std::size_t size);
 json_document parse_json(const std::string& text);
 

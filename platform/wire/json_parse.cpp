@@ -33,7 +33,7 @@ class limited_builder {
   bool Int64(std::int64_t value) { return target_.Int64(value); }
   bool Uint64(std::uint64_t value) { return target_.Uint64(value); }
   bool Double(double value) { return target_.Double(value); }
-  // The parser's own conversion makes any number of a zero with an exponent ("0e-45").
+  // The parser's own conversion turns a zero with an exponent ("0e-45") into any number.
   bool RawNumber(const char* text, rapidjson::SizeType size, bool) {
     const char* end = text + size;
     if (std::int64_t whole = 0; reads_as(text, end, whole)) return target_.Int64(whole);
@@ -73,7 +73,7 @@ class limited_builder {
 
   bool enter() { return ++depth_ <= limits::nesting; }
 
-  // The escape of a lone low surrogate passes the parser, and would go out as bytes that are not
+  // The escape of a lone low surrogate passes the parser, and would be sent as bytes that are not
   // UTF-8; 0xED followed by 0xA0 or more is a surrogate.
   static bool is_text(const char* text, std::size_t size) {
     const char* end = text + size;
@@ -107,7 +107,7 @@ class limited_builder {
 }  // namespace
 
 void parse_json_into(json_document& target, std::string_view text) {
-  // A text that begins with a mark of its byte order is somebody's file, no line of the protocol.
+  // A text that begins with a byte order mark is somebody's file, not a line of the protocol.
   if (text.starts_with("\xef\xbb\xbf")) refuse("Byte order mark at byte 0");
   // The parser takes a zero byte for the end of the text.
   if (const auto zero = text.find('\0'); zero != text.npos) {

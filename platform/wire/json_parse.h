@@ -1,4 +1,4 @@
-// Parsing into a document of the caller's, whose allocator then holds the strings: the server keeps
+// Parses into a document of the caller's, whose allocator then owns the strings: the server keeps
 // one arena for many requests.
 #pragma once
 

@@ -40,10 +40,6 @@ std::string request(std::uint64_t id, std::string_view method, std::string_view 
   return line;
 }
 
-std::string request(std::uint64_t id, std::string_view method, const json_value& params) {
-  return request(id, method, std::string_view(json_text(params)));
-}
-
 void begin_result(std::string& out, std::string_view id) {
   append_id(out, id);
   out += R"(,"result":)";

@@ -36,8 +36,8 @@ void append_double(std::string& out, double number) {
   }
 }
 
-// True when none of eight bytes needs an escape: the borrow of a subtraction shows in the highest
-// bit of a byte. Bytes above 0x7f, which need none either, may be taken for some that do.
+// True if none of eight bytes needs an escape: the borrow of a subtraction shows in the highest bit
+// of a byte. Bytes above 0x7f, which need none either, may give a false alarm.
 bool all_plain(const char* bytes) {
   constexpr std::uint64_t ones = 0x0101010101010101;
   constexpr std::uint64_t high_bits = 0x8080808080808080;
@@ -182,7 +182,7 @@ void append_json_number(std::string& out, unsigned int number) {
 
 void append_json_string(std::string& out, std::string_view text) {
   out += '"';
-  std::size_t plain = 0;  // start of the run that goes out as it is
+  std::size_t plain = 0;  // start of the run that is copied as it is
   for (std::size_t i = 0; i < text.size(); ++i) {
     while (i + sizeof(std::uint64_t) <= text.size() && all_plain(text.data() + i))
       i += sizeof(std::uint64_t);

@@ -9,10 +9,10 @@
 
 namespace nx {
 
-/// Appends what json_text gives. Throws nx_error -22 on a number that is not finite.
+/// Appends what json_text returns. Throws nx_error -22 for a number that is not finite.
 void append_json_text(std::string& out, const json_value& value);
 
-/// Appends a number as json_text does. Throws nx_error -22 on one that is not finite.
+/// Appends a number as json_text does. Throws nx_error -22 for one that is not finite.
 void append_json_number(std::string& out, float number);
 void append_json_number(std::string& out, int number);
 void append_json_number(std::string& out, unsigned int number);

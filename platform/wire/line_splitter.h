@@ -1,6 +1,6 @@
-// Cuts a byte stream into the lines of the protocol, for server and client. Empty lines and a '\r'
-// before the line end are dropped. A line beyond the limit is reported once, as soon as the limit
-// is passed, and skipped to its end without being stored.
+// Splits a byte stream into the lines of the protocol, for server and client. Empty lines and a
+// '\r' before the line end are dropped. A line beyond the limit is reported once, as soon as the
+// limit is exceeded, and skipped up to its end without being stored.
 #pragma once
 
 #include <cstddef>
@@ -22,7 +22,7 @@ class line_splitter {
   void append(std::string_view bytes);
   std::optional<item> next();
 
-  /// Bytes that wait for `next` or for the rest of their line.
+  /// Bytes waiting for `next` or for the rest of their line.
   std::size_t waiting() const { return buffer_.size() - start_; }
 
  private:
@@ -31,7 +31,7 @@ class line_splitter {
 
   std::size_t limit_;
   std::string buffer_;
-  std::size_t start_ = 0;    // of the first line not given out yet
+  std::size_t start_ = 0;    // of the first line not returned yet
   std::size_t scanned_ = 0;  // no line end in [start_, scanned_)
   bool skipping_ = false;    // inside a line that was reported as too long
 };

@@ -1,5 +1,5 @@
-// What a failed call to a nexel raises. No base class, as everywhere in this system a device's
-// failure is told apart from one's own by its type.
+// Thrown by a failed call to a nexel. No base class: everywhere in this system a device's failure
+// is told apart from our own by its type.
 #pragma once
 
 #include <cstdint>
@@ -7,8 +7,8 @@
 
 #include "platform/wire/nx_error.h"  // whose codes stand here too
 
-/// Codes: nx_error::not_connected "Not connected: SOCKET", nx_error::no_answer, else the nexel's
-/// own.
+/// Codes: nx_error::not_connected "Not connected: SOCKET", nx_error::no_answer, otherwise the
+/// nexel's own.
 struct nx_client_exception {
   std::int32_t code;
   std::string message;

@@ -1,5 +1,5 @@
-// The one error type of the value tree. It travels from node operations to clients as it is, and
-// is kept by value inside values that are in error.
+// The only error type of the value tree. It passes from node operations to clients unchanged, and
+// is stored by value in values that are in error.
 #pragma once
 
 #include <cstdint>
@@ -8,17 +8,17 @@
 
 class nx_error : public std::exception {
  public:
-  /// What this system itself tells, on the wire and in the log: negated errno numbers. A device may
-  /// answer with others.
+  /// The codes this system itself uses, on the wire and in the log: negated errno numbers. A device
+  /// may answer with others.
   enum error_code : std::int32_t {
-    foreign = -1,          ///< an exception that is not of this system
+    foreign = -1,          ///< an exception from outside this system
     not_found = -2,        ///< no such path, or an object that is gone
-    io_failed = -5,        ///< an input or output step failed
+    io_failed = -5,        ///< an input or output operation failed
     forbidden = -13,       ///< not in this session
-    invalid = -22,         ///< a value out of its range, or nothing that is available now
-    no_value = -61,        ///< not set yet, or no number
-    not_connected = -107,  ///< a client's own: the service is not reached
-    no_answer = -110       ///< a client's own: no answer in time
+    invalid = -22,         ///< a value out of range, or something not available now
+    no_value = -61,        ///< not set yet, or not a number
+    not_connected = -107,  ///< raised by a client: the service cannot be reached
+    no_answer = -110       ///< raised by a client: no answer in time
   };
 
   nx_error(std::int32_t number, std::string text) : code(number), message(std::move(text)) {}

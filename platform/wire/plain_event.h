@@ -1,6 +1,6 @@
-// The message that clients get most, read without building a document: the event of a number or of
-// true and false, in the form in which servers of this project write it. Everything else is the
-// parser's business, with the same outcome.
+// The most frequent message to clients, read without building a document: the event of a number or
+// a bool, in the form in which this project's servers write it. Anything else is left to the
+// parser, with the same result.
 #pragma once
 
 #include <rapidjson/document.h>

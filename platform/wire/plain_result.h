@@ -1,6 +1,5 @@
-// The answer that clients get most, read without building a document: one value, in the form in
-// which servers of this project write it. Everything else is the parser's business, with the same
-// outcome.
+// The most frequent answer to clients, read without building a document: one value, in the form in
+// which this project's servers write it. Anything else is left to the parser, with the same result.
 #pragma once
 
 #include <rapidjson/document.h>

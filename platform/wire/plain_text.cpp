@@ -9,20 +9,25 @@ namespace {
 
 constexpr std::uint64_t ones = 0x0101010101010101;
 
-// Text that JSON neither escapes nor has to check, quotes aside. Eight bytes at once: the highest
-// bit of each tells whether it is below 0x20, above 0x7e or a backslash. A borrow may tell it of
-// the byte behind such a one too, never of one alone.
+// Text that JSON neither escapes nor has to check. Eight bytes at once: the highest bit of each says
+// whether it is below 0x20, above 0x7e, a backslash or a quote. A borrow may also flag the byte
+// after such a one, but never a byte on its own.
 bool is_plain_word(const char* bytes) {
   std::uint64_t word = 0;
   std::memcpy(&word, bytes, sizeof(word));
   const auto backslash = word ^ (ones * '\\');
-  return (((word - ones * 0x20) | (word + ones) | (backslash - ones) | word) & (ones * 0x80)) == 0;
+  const auto quote = word ^ (ones * '"');
+  const auto marked =
+      (word - ones * 0x20) | (word + ones) | (backslash - ones) | (quote - ones) | word;
+  return (marked & (ones * 0x80)) == 0;
 }
 
 bool is_plain_byte(char byte) {
   const auto c = static_cast<unsigned char>(byte);
-  return c >= 0x20 && c <= 0x7e && c != '\\';
+  return c >= 0x20 && c <= 0x7e && c != '\\' && c != '"';
 }
+
+}  // namespace
 
 bool is_plain(std::string_view text) {
   constexpr std::size_t step = sizeof(std::uint64_t);
@@ -33,8 +38,6 @@ bool is_plain(std::string_view text) {
   }
   return is_plain_word(text.data() + last);
 }
-
-}  // namespace
 
 bool take_plain_string(std::string_view& text, std::string_view& content) {
   const auto size = text.find('"');

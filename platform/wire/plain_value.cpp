@@ -7,7 +7,7 @@
 namespace nx {
 namespace {
 
-// The digits of a number, and how many of them stand behind the point.
+// The digits of a number, and how many of them follow the point.
 struct decimal {
   std::uint64_t digits = 0;
   std::size_t count = 0;
@@ -15,7 +15,7 @@ struct decimal {
   bool negative = false;
 };
 
-// As JSON has it, without an exponent. Digits beyond the nineteenth are lost.
+// In JSON's syntax, without an exponent. Digits beyond the nineteenth are lost.
 bool read_decimal(std::string_view text, decimal& number) {
   const char* at = text.data();
   const char* const end = at + text.size();
@@ -37,7 +37,7 @@ bool read_decimal(std::string_view text, decimal& number) {
   return number.decimals > 0 && at == end;
 }
 
-// Each of both is exact in a double, so the division rounds once, as it should.
+// Both are exact in a double, so the division rounds once, as it should.
 constexpr std::size_t exact_digits = 15;
 constexpr std::array<double, exact_digits + 1> powers{1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                                       1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};

@@ -16,7 +16,7 @@ struct character {
   bool valid = false;
 };
 
-// The least code point of each length: a longer form of a smaller one is not UTF-8.
+// The least code point of each length: an overlong form is not UTF-8.
 constexpr std::array<std::uint32_t, 5> least{0, 0, 0x80, 0x800, 0x10000};
 constexpr std::uint32_t first_surrogate = 0xd800;
 constexpr std::uint32_t last_surrogate = 0xdfff;

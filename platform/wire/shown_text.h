@@ -1,5 +1,5 @@
-// Texts from elsewhere as they may be shown to people: what would steer a terminal, break a line or
-// turn the reading order stands as an escape.
+// Texts from outside as they may be shown to people: anything that would control a terminal, break
+// a line or change the reading direction is escaped.
 #pragma once
 
 #include <string>
@@ -8,7 +8,8 @@
 namespace nx {
 
 /// Control characters (C0, DEL and C1), line separators, marks of the writing direction and bytes
-/// that are not UTF-8 become "\n", "\x1b", "\u202e" and the like. Everything else stays.
+/// that are not UTF-8 become "
+/// ", "\x1b", "\u202e" and the like. Everything else stays.
 std::string shown_text(std::string_view text);
 void append_shown_text(std::string& out, std::string_view text);
 

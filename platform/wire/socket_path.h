@@ -5,12 +5,12 @@
 
 namespace nx {
 
-/// The path with the folder of the environment variable NX_ROOT in front of it, when that is set: a
-/// whole node can then run below a folder, without privileges, side by side with another.
+/// The path prefixed with the folder in the environment variable NX_ROOT, if that is set: a whole
+/// node can then run inside a folder, without privileges, next to another.
 std::string rooted_path(const std::string& path);
 
-/// A root of its own for what this thread names while the object lives, in place of NX_ROOT: two
-/// nodes then stand side by side in one process.
+/// Replaces NX_ROOT for paths named by this thread while the object exists: two nodes can then run
+/// in one process.
 class thread_root {
  public:
   explicit thread_root(std::string folder);

@@ -1,4 +1,4 @@
-// The JSON of the channel commands: one channel, or a plan as an array of them.
+// The JSON of the channel commands: one channel, or an array of channels as a plan.
 #pragma once
 
 #include <optional>
@@ -13,9 +13,9 @@ struct channel_request {
   unsigned port = 0;
 };
 
-/// None when the text is no object with an integer "center_frequency".
+/// Empty if the text is not an object with an integer "center_frequency".
 std::optional<channel_request> read_channel(const std::string& text);
-/// None when the text is no array of such objects.
+/// Empty if the text is not an array of such objects.
 std::optional<std::vector<channel_request>> read_channels(const std::string& text);
 
 }  // namespace sim

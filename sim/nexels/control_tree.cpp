@@ -28,7 +28,7 @@ std::chrono::nanoseconds seconds(float value) {
       std::chrono::duration<double>(static_cast<double>(value)));
 }
 
-/// A service's name as one segment of a path.
+/// A service's name as a single segment of a path.
 std::string segment_of(std::string name) {
   std::replace(name.begin(), name.end(), '/', '_');
   return name;

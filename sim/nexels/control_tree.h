@@ -1,7 +1,7 @@
-// "sim", the simulator's own tree: what breaks the plant and mends it (control_tree.cpp,
-// fault_paths.cpp), and the truth beside the read-outs (truth_paths.cpp). Its settings act through
-// the plant, on the thread of the client that writes; truth and read-outs follow once a second of
-// plant time.
+// "sim", the simulator's own tree: controls that break and mend the plant (control_tree.cpp,
+// fault_paths.cpp), and the truth next to the read-outs (truth_paths.cpp). Its settings act on the
+// plant on the writing client's thread; truth and read-outs are updated once a second of plant
+// time.
 #pragma once
 
 #include <array>
@@ -19,9 +19,9 @@ class control_tree : public device_tree {
   control_tree(std::mutex& light, plant& owner, const line_system& system);
   void publish() override;
 
-  /// The services of a node that has them.
+  /// The services of a node, for nodes that have them.
   void add_nexels(unsigned number, const std::vector<std::string>& names);
-  /// Show what was set by another way; `index` in the order of `add_nexels`.
+  /// Show a change that was made in another way; `index` in the order of `add_nexels`.
   void show_nexel_state(unsigned number, std::size_t index, nexel_state state);
   void show_latency(unsigned number, std::size_t index, std::chrono::milliseconds latency);
 
@@ -45,7 +45,7 @@ class control_tree : public device_tree {
   void add_instruments(unsigned number, const std::string& below);
   void add_monitor(unsigned number, const std::string& below, direction side);
 
-  /// Shows on the tree what `value` gives, once a second.
+  /// Publishes the result of `value` once a second.
   template <class Shown>
   void follow(std::shared_ptr<Shown> shown, auto value) {
     followers_.push_back([=] { shown->update(value()); });
@@ -61,7 +61,7 @@ class control_tree : public device_tree {
     std::shared_ptr<setting<std::string>> state;
     std::shared_ptr<setting<unsigned int>> latency;
   };
-  std::vector<std::vector<nexel_settings>> nexels_;  // of each node
+  std::vector<std::vector<nexel_settings>> nexels_;  // for each node
   std::chrono::nanoseconds published_{-1};
 };
 

@@ -1,9 +1,9 @@
-// The tree of one simulated device service. The trees below it add their paths in the constructor,
-// hold the readings that move, and copy the plant's state into them in `publish`, which is called
-// with the plant's lock held after each step.
+// The tree of one simulated device service. Derived trees add their paths in the constructor, own
+// the readings that change, and copy the plant's state into them in `publish`, which is called with
+// the plant's lock held after each step.
 //
 // Every reading and every write of a service passes its faults (reading_faults.h, write_faults.h),
-// so that each device can lie, stand still or lose what it is told without knowing of it.
+// so each device can lie, freeze or lose writes without code of its own.
 #pragma once
 
 #include <atomic>
@@ -31,23 +31,23 @@ class device_tree {
   nx_db& db() { return db_; }
 
   virtual void publish() {}
-  /// As after a restart of the device behind the service: the channels that it was given by command
-  /// are gone. Called with the plant's lock held.
+  /// As after a restart of the device behind the service: channels added by command are gone.
+  /// Called with the plant's lock held.
   virtual void forget_channels() {}
-  /// A command that adds one channel which is there already is answered with false. Called with the
-  /// plant's lock held.
+  /// Adding a channel that is already there is answered with false. Called with the plant's lock
+  /// held.
   virtual void refuse_known_channels(bool) {}
 
-  /// While set every write is answered with the error -5 "Refused by the device".
+  /// While set, every write is answered with the error -5 "Refused by the device".
   void set_refusing(bool refusing) { refusing_ = refusing; }
-  /// The faults of the service. With the plant's lock held, as `step_faults`, which moves their
-  /// time on and comes before `publish`.
+  /// The service's faults. Called with the plant's lock held, as is `step_faults`, which advances
+  /// their time and comes before `publish`.
   reading_faults& readings() { return reading_faults_; }
   write_faults& writes() { return write_faults_; }
   void set_noise(std::uint64_t seed, const std::string& stream);
   void step_faults(std::chrono::nanoseconds dt);
 
-  /// Ends the subscriptions of all clients to the paths that fit the pattern.
+  /// Ends all clients' subscriptions to paths that match the pattern.
   void drop_subscriptions(const std::string& pattern);
 
  protected:
@@ -71,7 +71,7 @@ class device_tree {
     return add<setting<T>>(path, std::move(initial), std::move(guarded));
   }
 
-  /// As above, for one that takes the lock by itself or must not hold it.
+  /// As above, for a setting that takes the lock itself or must not hold it.
   template <class T>
   std::shared_ptr<setting<T>> add_free_setting(const std::string& path, T initial,
                                                std::function<void(const T&)> accept) {
@@ -103,7 +103,7 @@ class device_tree {
     return node;
   }
 
-  /// What a command is answered with that is lost or late.
+  /// Answer of a command that is lost or late.
   template <class Answer, class Arg>
   static Answer as_if_done(const Arg& argument) {
     if constexpr (std::is_same_v<Arg, Answer>) {
@@ -113,7 +113,7 @@ class device_tree {
     }
   }
 
-  /// The plant's lock, unless the device refuses.
+  /// Locks the plant, unless the device refuses.
   std::mutex& enter() const;
 
   std::string name_;

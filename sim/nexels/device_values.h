@@ -1,8 +1,8 @@
-// The kinds of value on a simulated device's tree: a reading that the plant moves, a setting that a
-// client writes and the device checks, a command with an answer. Settings and commands run on the
-// thread of the client that writes; readings are moved by the thread that steps the plant.
+// The kinds of value on a simulated device's tree: a reading that the plant changes, a setting that
+// a client writes and the device checks, a command with an answer. Settings and commands run on the
+// writing client's thread; readings are changed by the thread that steps the plant.
 //
-// A refusal leaves as nx_error and changes nothing.
+// A refusal is thrown as nx_error and changes nothing.
 #pragma once
 
 #include <functional>
@@ -20,9 +20,9 @@ class reading : public faulty_reading {
  public:
   reading(const std::string& name, T initial);
 
-  /// Publishes when the value changes; no more than a comparison otherwise.
+  /// Publishes if the value changes; otherwise costs only a comparison.
   void update(const T& value);
-  /// The true one, whatever a fault makes of it.
+  /// The true value, without faults.
   T value() const;
 
   std::string get_info() const override;
@@ -36,7 +36,7 @@ class reading : public faulty_reading {
   T value_;
 };
 
-/// Shows what was last accepted.
+/// Shows the last accepted value.
 template <class T>
 class setting : public reading<T> {
  public:
@@ -51,7 +51,7 @@ class setting : public reading<T> {
   apply accept_;
 };
 
-/// Arg: bool, int, std::string (a JSON text comes as it is). Answer: bool, int.
+/// Arg: bool, int, std::string (a JSON text is passed as it is). Answer: bool, int.
 template <class Arg, class Answer>
 class device_command : public nx_db_leaf_node {
  public:

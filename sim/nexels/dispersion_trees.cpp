@@ -27,7 +27,7 @@ optical_switch_tree::optical_switch_tree(std::mutex& light, dispersion_module& d
     : device_tree("ols_optical_switch/1", light) {
   auto shown = add_reading<int>("data/path", device.path);
   add_command<int, int>("command/pathselect", [&device, shown](const int& path) {
-    // A position that it does not have leaves the switch where it is; the answer says where.
+    // A position that the switch does not have leaves it where it is; the answer says where.
     if (!device.stuck && (path == 1 || path == 2)) device.path = path;
     shown->update(device.path);
     return device.path;

@@ -1,5 +1,5 @@
-// What orvapro compensates dispersion with: "tdcm", the tunable compensator, and
-// "ols_optical_switch/1", which takes the fixed module into the path or out of it.
+// orvapro's dispersion compensation: "tdcm", the tunable compensator, and "ols_optical_switch/1",
+// which puts the fixed module into the path or takes it out.
 #pragma once
 
 #include "sim/nexels/device_tree.h"

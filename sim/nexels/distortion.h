@@ -1,5 +1,5 @@
-// What one fault makes of one reading: arithmetic over the reading's JSON text, without a tree, a
-// lock or a clock of its own.
+// The effect of one fault on one reading: arithmetic on the reading's JSON text, without a tree, a
+// lock or a clock.
 #pragma once
 
 #include <chrono>
@@ -11,7 +11,7 @@
 
 namespace sim {
 
-/// What a client is shown: a value as JSON text, or the error in its place.
+/// What a client is shown: a value as JSON text, or an error instead.
 struct shown_reading {
   std::string json;
   std::optional<nx_error> error{};
@@ -20,12 +20,12 @@ struct shown_reading {
 
 class distortion {
  public:
-  /// `present` is what a frozen reading stays at. A value that is not `measured`, such as a state
-  /// or a count, bears no noise and no steps.
+  /// `present` is the value that a frozen reading keeps. A value that is not `measured`, such as a
+  /// state or a count, gets no noise and no steps.
   distortion(reading_fault fault, const std::string& path, std::string present, bool measured,
              noise_source noise);
 
-  /// Draws anew when the fault's pace says so.
+  /// Draws again when the fault's pace says so.
   void step(std::chrono::nanoseconds dt);
   shown_reading of(const std::string& true_json) const;
   bool hides_path() const { return fault_.what == reading_fault::kind::missing; }

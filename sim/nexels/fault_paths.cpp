@@ -1,4 +1,4 @@
-// What the tree "sim" has to make the device services lie and the light weak.
+// The part of the tree "sim" that makes device services lie and the light weak.
 #include <fmt/format.h>
 
 #include "sim/nexels/control_tree.h"

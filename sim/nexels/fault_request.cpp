@@ -14,7 +14,7 @@ namespace {
 
 constexpr double longest_s = 86400.0;
 
-/// The members of one request; each is taken by its name, and none may be left over.
+/// The members of one request; each is taken by name, and none may be left over.
 class members {
  public:
   explicit members(const std::string& text) : object_(nx::parse_json(text)) {

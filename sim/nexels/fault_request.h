@@ -1,5 +1,5 @@
-// The JSON of the commands that make a service's readings lie and its writes get lost: which paths,
-// what, and for how long.
+// The JSON of the commands that falsify a service's readings and lose its writes: which paths, how,
+// and for how long.
 #pragma once
 
 #include <chrono>
@@ -16,8 +16,8 @@ struct fault_request {
   std::chrono::nanoseconds duration{0};  ///< 0: until healed
 };
 
-/// {"path":..,"fault":"replaced","value":-99,"seconds":60}; README.md has all members. Both throw
-/// nx_error -22 with what is accepted.
+/// {"path":..,"fault":"replaced","value":-99,"seconds":60}; README.md lists all members. Both throw
+/// nx_error -22, saying what is accepted.
 fault_request<reading_fault> read_reading_fault(const std::string& text);
 /// {"path":..,"fault":"late","delay":1.5,"every":10,"share":0.5,"seconds":60}
 fault_request<write_fault> read_write_fault(const std::string& text);

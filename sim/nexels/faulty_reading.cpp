@@ -52,8 +52,8 @@ void faulty_reading::step_fault(std::chrono::nanoseconds dt) {
 
 void faulty_reading::value_changed() {
   if (!faults_.empty()) return show();
-  // A monitor changes hundreds of values a second: an event is only built when somebody listens,
-  // and a reading's history is left to those who listen.
+  // A monitor changes hundreds of values a second: an event is only built if somebody subscribes,
+  // and a reading has no history.
   if (has_subscribers()) send_event_impl(event_of_value(get_path(0)), false);
 }
 

@@ -1,8 +1,8 @@
-// A reading of a simulated device that can be made to lie. Without a fault it costs nothing; with
-// faults the one that came last shapes what reads, subscriptions and events show, and a change of
-// what is shown is an event at once.
+// A reading of a simulated device that can be made to lie. Without a fault this costs nothing. With
+// faults, the newest one determines what reads, subscriptions and events show, and a change of what
+// is shown is an event at once.
 //
-// Faults come and go with the plant's lock held, clients read from any thread.
+// Faults are added and removed with the plant's lock held; clients read from any thread.
 #pragma once
 
 #include <mutex>
@@ -17,7 +17,7 @@ class faulty_reading : public nx_db_event_node {
  public:
   using nx_db_event_node::nx_db_event_node;
 
-  /// `number` names the fault among those of this reading.
+  /// `number` identifies the fault among those of this reading.
   void begin_fault(unsigned number, const reading_fault& fault, noise_source noise);
   void end_fault(unsigned number);
   void step_fault(std::chrono::nanoseconds dt);
@@ -28,10 +28,10 @@ class faulty_reading : public nx_db_event_node {
                  std::unique_lock<std::recursive_mutex>& lock) override;
 
  protected:
-  // All with mutex_ held.
+  // All of these are called with mutex_ held.
   virtual json_value true_value(json_allocator& allocator) const = 0;
   virtual bool is_measured() const = 0;
-  /// The true value is another now.
+  /// The true value has changed.
   void value_changed();
 
   mutable std::mutex mutex_;

@@ -12,7 +12,7 @@ namespace sim {
 
 std::vector<std::unique_ptr<device_tree>> make_node_trees(std::mutex& light, node& of);
 
-/// Gives the source to the tree if it is a twin switch.
+/// Gives the tree the source if it is a twin switch.
 void set_attenuation_source(device_tree& tree, const plant::attenuation_source& source);
 
 }  // namespace sim

@@ -1,4 +1,5 @@
-// The services around the light: "system_info", "system_start" and the front panel's "led_selka".
+// The services other than those of the light path: "system_info", "system_start" and the front
+// panel's "led_selka".
 #pragma once
 
 #include <string>

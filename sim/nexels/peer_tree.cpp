@@ -14,7 +14,7 @@ namespace sim {
 namespace {
 
 constexpr unsigned far = 1;
-// Of what instruments show, dB.
+// Resolution of the instruments, dB.
 constexpr double resolution = 0.01;
 
 float shown(double value) {
@@ -74,7 +74,7 @@ void peer_tree::add_line() {
 }
 
 void peer_tree::add_dispersion() {
-  // A compensator that takes away what its fibre adds.
+  // A compensator that removes what its fibre adds.
   const auto dispersion = [this] { return system_.nodes[far]->osc.dispersion_ps_per_nm(); };
   const std::string below = "local/interface/line/1/data/dispersion/rx/";
   add_value<float>(below + "tdcm", [dispersion] { return shown(-dispersion()); });

@@ -1,6 +1,6 @@
-// The value tree of a peer that is simulated: what the node at the far end of the fibre shows over
-// the supervisory link, so that a daemon alone has somebody to read. Families differ in their
-// paths; the values are those of the far end's instruments, noise included. Nobody writes to it.
+// The value tree of a simulated peer: what the node at the far end of the fibre shows over the
+// supervisory link, so that a single daemon has a peer to read. Families differ in their paths; the
+// values are those of the far end's instruments, including noise. Nobody writes to it.
 //
 // Published with the plant's lock held, once a second of plant time, as a node polls its devices.
 #pragma once

@@ -47,7 +47,7 @@ double osc_loss_db_per_km(const peer_view& at) {
   return length_km > 1.0 ? osc_loss_db(at) / length_km : 0.0;
 }
 
-/// Share of the channels that come in from the clients, in percent.
+/// Share of channels with light from the clients, in percent.
 double utilization(const peer_view& at) {
   const auto slots = at.here.slots.size();
   std::size_t lit = 0;
@@ -66,7 +66,7 @@ double preamp_calibration_db(const node& of) {
 }
 
 const std::vector<peer_value>& peer_line_values() {
-  // Where nodes of this kind want their channels behind the preamp.
+  // Power that nodes of this kind want for their channels after the preamp.
   constexpr double wanted_dbm = 5.0;
   static const std::vector<peer_value> values{
       {"data/line/1/rx/power", "data/neighbour/edfa/rx/power", false,

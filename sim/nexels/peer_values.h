@@ -1,5 +1,5 @@
-// What a simulated peer tells of its line: each value's path in the families that have it, and how
-// it follows from the instruments at both ends. Powers are dBm at the line connector.
+// A simulated peer's values of its line: the path of each in the families that have it, and how it
+// follows from the instruments at both ends. Powers in dBm at the line connector.
 #pragma once
 
 #include <vector>
@@ -15,15 +15,15 @@ struct peer_view {
 };
 
 struct peer_value {
-  const char* terminal_path;  ///< of orva and selka; null where they do not tell it
-  const char* in_line_path;   ///< of tarn
+  const char* terminal_path;  ///< on orva and selka; null if they do not have it
+  const char* in_line_path;   ///< on tarn
   bool orva_alone;            ///< not on selka
   double (*read)(const peer_view&);
 };
 
 const std::vector<peer_value>& peer_line_values();
 
-/// What brings a reading of the preamp's monitor to the amplifier's output, dB.
+/// The offset from a reading of the preamp's monitor to the amplifier's output, dB.
 double preamp_calibration_db(const node& of);
 
 }  // namespace sim

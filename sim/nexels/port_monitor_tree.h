@@ -1,5 +1,5 @@
 // "ocm", the channel monitor of the selka models: port 0 at the booster, port 1 at the preamp. It
-// measures the channels that it was told of.
+// measures the channels it has been given.
 #pragma once
 
 #include <array>
@@ -20,7 +20,7 @@ class port_monitor_tree : public device_tree {
 
  private:
   struct channel {
-    std::size_t slot;  ///< the grid's size for a channel that no laser stands in
+    std::size_t slot;  ///< the grid's size for a channel without a laser
     reading_ptr<float> power;
     reading_ptr<bool> peak;
   };

@@ -1,5 +1,5 @@
-// The faults of a service's readings: which paths each one covers, how long it lasts, and the hold
-// of all readings over a restart. Every member is called with the plant's lock held.
+// The faults of a service's readings: which paths each one covers, how long it lasts, and the
+// freezing of all readings across a restart. Every member is called with the plant's lock held.
 #pragma once
 
 #include <chrono>
@@ -15,19 +15,19 @@ namespace sim {
 
 class reading_faults {
  public:
-  /// `stream` sets the noise apart from that of other services.
+  /// `stream` separates the noise from that of other services.
   void set_noise(std::uint64_t seed, std::string stream);
 
-  /// One more reading on the tree: faults that are there cover it too.
+  /// Adds a reading of the tree; existing faults cover it too.
   void watch(const std::shared_ptr<faulty_reading>& added);
 
-  /// A duration of 0 lasts until healed.
+  /// A duration of 0 means until healed.
   void begin(const std::string& pattern, const reading_fault& fault,
              std::chrono::nanoseconds duration);
-  /// Ends the faults whose own pattern is this one, or fits it as a path would.
+  /// Ends the faults whose own pattern equals this one, or is matched by it.
   void heal(const std::string& pattern);
 
-  /// The service stops: its readings stay what they are, and for this long after it is back.
+  /// The service stops: its readings stay as they are, and for this long after its return.
   void hold_over_restart(std::chrono::nanoseconds after_restart) { hold_ = after_restart; }
   void stopped();
   void came_back();
@@ -53,7 +53,7 @@ class reading_faults {
   std::chrono::nanoseconds hold_{0};
   unsigned last_number_ = 0;
   std::vector<active_fault> faults_;
-  std::vector<std::weak_ptr<faulty_reading>> readings_;  // of channels that come and go as well
+  std::vector<std::weak_ptr<faulty_reading>> readings_;  // also of channels that come and go
 };
 
 }  // namespace sim

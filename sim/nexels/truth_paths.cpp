@@ -1,6 +1,5 @@
-// What the tree "sim" tells: below "truth" what is, below "reading" what the instruments make of it
-// under the same names, so that the two can be held side by side, and below "counters" what the
-// daemon wrote.
+// The values of the tree "sim": under "truth" the true state, under "reading" what the instruments
+// make of it, with the same names for easy comparison, and under "counters" the daemon's writes.
 #include <fmt/format.h>
 
 #include <cmath>
@@ -13,7 +12,7 @@ namespace sim {
 
 namespace {
 
-/// To a hundredth of a dB: beyond that it would only be traffic.
+/// To a hundredth of a dB: more would only be traffic.
 float shown(double value) {
   constexpr double resolution = 0.01;
   constexpr double no_light_left_db = 99.0;

@@ -76,7 +76,7 @@ void twin_switch_tree::forget_channels() {
 }
 
 bool twin_switch_tree::add_channel(module& to, const channel_request& request) {
-  // A plan that is loaded once more leaves the light of the channels that are there alone.
+  // Loading a plan again does not disturb the light of channels that are already there.
   if (to.channels.contains(request.centre)) return true;
   const grid& slots = node_.slots;
   const auto at = std::find_if(slots.begin(), slots.end(),
@@ -121,7 +121,7 @@ void twin_switch_tree::follow(module& of, unsigned centre, channel& each) {
       if (at != of.channels.end()) attenuate(of, at->second, wanted_db);
     });
   } catch (const nx_error&) {
-    // Refused, and nobody asked for an answer.
+    // Refused, and nobody waits for an answer.
   }
 }
 

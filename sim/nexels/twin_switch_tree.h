@@ -1,5 +1,6 @@
-// "wss", the twin switch of the selka models: module "add" and module "drop". Channels come and go
-// by command; attenuations are not written to it, it follows the node's key store.
+// "wss", the twin switch of the selka models: module "add" and module "drop". Channels are added
+// and removed by command; attenuations are not written to it, it reads them from the node's key
+// store.
 #pragma once
 
 #include <array>
@@ -22,9 +23,9 @@ class twin_switch_tree : public device_tree {
 
  private:
   struct channel {
-    std::size_t slot;  ///< the grid's size for a channel that no laser stands in
+    std::size_t slot;  ///< the grid's size for a channel without a laser
     reading_ptr<float> attenuation;
-    float last_wanted;  ///< as the store had it
+    float last_wanted;  ///< as read from the store
   };
   struct module {
     const char* word;

@@ -63,7 +63,7 @@ void write_faults::step(std::chrono::nanoseconds dt) {
     try {
       each.action();
     } catch (const nx_error&) {
-      // A value out of range: the device's answer would have said so.
+      // A value out of range: the device's answer would have reported it.
     }
   }
 }

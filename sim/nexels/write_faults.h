@@ -1,4 +1,4 @@
-// What becomes of the writes and commands that reach a service: done, lost, done later or refused.
+// What happens to the writes and commands that reach a service: done, lost, done later or refused.
 // Every member is called with the plant's lock held.
 #pragma once
 
@@ -16,21 +16,21 @@ namespace sim {
 
 class write_faults {
  public:
-  /// `stream` sets the noise apart from that of other services.
+  /// `stream` separates the noise from that of other services.
   void set_noise(std::uint64_t seed, std::string stream);
 
-  /// A duration of 0 lasts until healed. Where several faults fit a path the newest counts.
+  /// A duration of 0 means until healed. If several faults match a path, the newest applies.
   void begin(const std::string& pattern, const write_fault& fault,
              std::chrono::nanoseconds duration);
-  /// Ends the faults whose own pattern is this one, or fits it as a path would. What is late comes
-  /// all the same.
+  /// Ends the faults whose own pattern equals this one, or is matched by it. Late writes are still
+  /// carried out.
   void heal(const std::string& pattern);
 
-  /// One write to the path: does it now, later or never. Throws what `action` throws, and the error
-  /// of a fault that refuses. A late action has nobody left to tell of an error.
+  /// One write to the path: carries it out now, later or never. Throws whatever `action` throws,
+  /// and the error of a fault that refuses. An error of a late action is lost.
   void pass(const std::string& path, std::function<void()> action);
 
-  /// Does what has become due.
+  /// Carries out what is due.
   void step(std::chrono::nanoseconds dt);
 
   unsigned count() const { return count_; }
@@ -56,7 +56,7 @@ class write_faults {
   unsigned count_ = 0;
   std::chrono::nanoseconds now_{0};
   std::vector<active_fault> faults_;
-  std::vector<late_write> late_;  // in the order in which they came
+  std::vector<late_write> late_;  // in order of arrival
 };
 
 }  // namespace sim

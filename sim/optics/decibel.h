@@ -1,4 +1,4 @@
-// Decibels and milliwatts. Powers add in milliwatts, never in decibels.
+// Decibels and milliwatts. Powers are added in milliwatts, never in decibels.
 #pragma once
 
 #include <cmath>
@@ -6,7 +6,7 @@
 
 namespace sim {
 
-/// Below every instrument's floor; what "no light" reads as.
+/// Below every instrument's floor; the reading for "no light".
 inline constexpr double dark_dbm = -99.0;
 
 inline double ratio_of_db(double value_db) {

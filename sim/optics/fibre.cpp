@@ -13,8 +13,8 @@ double effective_length_km(double length_km, double loss_db_per_km) {
 }
 
 double raman_slope_db_per_thz(double launched_mw, double effective_km) {
-  // 4.34 dB per neper; 0.034 /(W km THz) is the slope of standard fibre's Raman gain, a triangle up
-  // to its peak 13 THz below the pump, for light of mixed polarisation.
+  // 4.34 dB per neper; 0.034 /(W km THz) is the slope of standard fibre's Raman gain, a triangle
+  // with its peak 13 THz below the pump, for light of mixed polarisation.
   constexpr double db_per_neper = 4.34;
   constexpr double gain_slope_per_w_km_thz = 0.034;
   return -db_per_neper * gain_slope_per_w_km_thz * (launched_mw / 1000.0) * effective_km;

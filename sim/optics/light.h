@@ -8,7 +8,7 @@
 
 namespace sim {
 
-/// One slot of the spectrum. Slots do not overlap and stand in ascending frequency.
+/// One slot of the spectrum. Slots do not overlap and are in order of ascending frequency.
 struct slot {
   unsigned key = 0;  ///< centre, units of 10 MHz
   double centre_thz = 0.0;
@@ -17,11 +17,11 @@ struct slot {
 
 using grid = std::vector<slot>;
 
-/// `count` slots side by side, `spacing` apart and as wide, units of 10 MHz. With a `group` other
-/// than 0 one position is left out after each group of slots.
+/// `count` adjacent slots with this spacing and width, in units of 10 MHz. With a `group` other
+/// than 0, one position is left out after each group of slots.
 grid make_grid(unsigned first_key, unsigned spacing, unsigned count, unsigned group);
 
-/// A slot's place between the lowest (-0.5) and the highest (+0.5) centre of the grid.
+/// A slot's position between the lowest (-0.5) and the highest (+0.5) centre of the grid.
 double band_position(const grid& slots, std::size_t index);
 
 struct light {
@@ -40,7 +40,7 @@ struct light {
 void attenuate(light& beam, double loss_db);
 void attenuate_each(light& beam, std::span<const double> loss_db);
 
-/// Signal over noise in 12.5 GHz (0.1 nm at 1550 nm), dB; `dark_dbm` without signal.
+/// Signal over noise in 12.5 GHz (0.1 nm at 1550 nm), dB; `dark_dbm` without a signal.
 double osnr_db(const light& beam, const grid& slots, std::size_t index);
 
 /// Bandwidth to which OSNR figures refer.

@@ -13,7 +13,7 @@ namespace sim {
 namespace {
 
 std::vector<double> ripple_of(const grid& slots, double amplitude_db, double phase) {
-  // Two and a half periods over the band: what is left of the erbium gain behind its filter.
+  // Two and a half periods over the band: the remainder of the erbium gain after its filter.
   constexpr double periods = 2.5;
   std::vector<double> ripple_db(slots.size());
   for (std::size_t i = 0; i < slots.size(); ++i) {
@@ -30,9 +30,9 @@ amplifier::amplifier(const amplifier_settings& settings, const grid& slots, doub
     : settings_(settings),
       slots_(&slots),
       ripple_db_(ripple_of(slots, settings.ripple_db, ripple_phase)),
-      input_(std::move(input)),
-      output_(std::move(output)),
-      noise_(std::move(noise)),
+      input_(input),
+      output_(output),
+      noise_(noise),
       enabled_(settings.enabled),
       full_limit_dbm_(settings.power_limit_dbm),
       set_gain_db_(settings.gain_db),
@@ -61,7 +61,7 @@ void amplifier::recover_limit(double dt_s) {
 void amplifier::follow_gain(double input_mw, double dt_s) {
   const double limit_dbm = settings_.power_limit_dbm + settings_.limit_headroom_db;
   const double goal_db = held_gain_db(set_gain_db_, dbm_of_mw(input_mw), limit_dbm);
-  // The pump starts from well below when the amplifier is switched on.
+  // When the amplifier is switched on, the pump starts from well below.
   constexpr double dark_start_db = 20.0;
   if (!emitting_) gain_db_ = goal_db - dark_start_db;
   emitting_ = true;
@@ -81,7 +81,7 @@ void amplifier::watch_signal(double input_mw) {
 void amplifier::show_gain(double dt_s) {
   constexpr double refresh_s = 0.1;
   constexpr double tolerance_s = 1e-9;
-  // An amplifier that is off has no gain error to tell of.
+  // An amplifier that is off has no gain error to report.
   const double goal_db = emitting_ ? gain_db_ : set_gain_db_;
   seen_gain_db_ = approach(seen_gain_db_, goal_db, dt_s, settings_.settling_s);
   since_refresh_s_ += dt_s;

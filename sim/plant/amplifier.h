@@ -1,5 +1,5 @@
-// One erbium amplifier: holds its set gain (the power-weighted mean over the light at hand) until
-// its output limit takes over, and tells how it fares.
+// One erbium amplifier: keeps its set gain (the power-weighted mean over the present light) until
+// its output limit takes over, and reports its state.
 #pragma once
 
 #include <vector>
@@ -12,7 +12,7 @@ namespace sim {
 
 class amplifier {
  public:
-  /// `ripple_phase` sets this amplifier's ripple apart from another's.
+  /// `ripple_phase` makes this amplifier's ripple differ from another's.
   amplifier(const amplifier_settings& settings, const grid& slots, double ripple_phase,
             power_tap input, power_tap output, noise_source noise);
 
@@ -21,9 +21,10 @@ class amplifier {
 
   /// Throws nx_error -22 outside the amplifier's range.
   void set_gain(double gain_db);
-  /// What it gives less than it tells.
+  /// How much less it gives than it reports.
   void set_deficit(double deficit_db) { deficit_db_ = deficit_db; }
-  /// Lowers the power limit, the told one too. For `duration_s`; 0 is until the next call.
+  /// Lowers the power limit, including the reported one, for `duration_s`; 0 means until the next
+  /// call.
   void drop_limit(double drop_db, double duration_s);
   void set_enabled(bool enabled) { enabled_ = enabled; }
 
@@ -32,7 +33,7 @@ class amplifier {
   bool enabled() const { return enabled_; }
   double true_gain_db() const { return gain_db_ - deficit_db_; }
   double limit_drop_db() const { return full_limit_dbm_ - settings_.power_limit_dbm; }
-  /// By its own account, as it tells it.
+  /// As it reports it.
   double saturation_db() const { return emitting_ ? set_gain_db_ - gain_db_ : 0.0; }
   double shown_gain_db() const { return shown_gain_db_; }
   bool loss_of_signal() const { return loss_of_signal_; }
@@ -60,7 +61,7 @@ class amplifier {
   bool enabled_;
   bool emitting_ = false;
   double full_limit_dbm_;
-  double limit_drop_left_s_ = 0.0;  // 0: stays
+  double limit_drop_left_s_ = 0.0;  // 0: permanent
   double deficit_db_ = 0.0;
   double set_gain_db_;
   double gain_db_;

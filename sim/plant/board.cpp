@@ -24,14 +24,14 @@ double tap_offset_db(const node_settings& node, tap which) {
 }
 
 void add_line(board_text& board, const node_settings& node) {
-  // Signed as the daemon adds and subtracts them: a loss is negative.
+  // Signs as the daemon uses them: a loss is negative.
   board.add("cal_boostertx_to_linetx", -node.line_output_filter_db);
   board.add("cal_linerx_to_preamprx", -node.line_input_filter_db);
   board.add("cal_osctx_to_linetx", -node.line_output_filter_db);
   board.add("cal_linerx_to_oscrx", -node.line_input_filter_db);
 }
 
-/// What brings a monitor's total to the reading of the amplifier's output.
+/// The offset from a monitor's total to the reading of the amplifier's output.
 double monitor_to_amplifier_db(const node_settings& node, const monitor_settings& monitor,
                                tap output) {
   return monitor.tap_loss_db - monitor.offset_db + tap_offset_db(node, output);
@@ -44,8 +44,8 @@ void add_monitors(board_text& board, const node_settings& node) {
   board.add("cal_mon_to_preamptx", monitor_to_amplifier_db(node, tx, tap::preamp_output));
   board.add("cal_clientrx_to_mon", node.booster.gain_db - node.add_switch.insertion_loss_db -
                                        rx.tap_loss_db + rx.offset_db);
-  // A switch between the preamp's stages has its attenuation in the monitor's reading already; the
-  // factory measured with the attenuation of its start.
+  // The monitor's reading already includes the attenuation of a switch between the preamp's stages;
+  // the factory measured at its initial attenuation.
   const double counted_twice_db =
       node.drop_switch_mid_stage ? node.drop_switch.start_attenuation_db : 0.0;
   board.add("cal_mon_to_clienttx",

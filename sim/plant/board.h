@@ -1,4 +1,4 @@
-// The board's calibration file, as the factory would have measured it on this very node.
+// The board's calibration file, as the factory would have measured it on this particular node.
 #pragma once
 
 #include <string>
@@ -8,8 +8,8 @@
 
 namespace sim {
 
-/// "KEY NUMBER" lines, dB. `booster_ripple_db` is what the factory saw of the booster's gain, a
-/// value for each channel.
+/// "KEY NUMBER" lines, dB. `booster_ripple_db` is the booster's gain ripple as measured by the
+/// factory, one value per channel.
 std::string board_file(const node_settings& node, const std::vector<double>& booster_ripple_db);
 
 }  // namespace sim

@@ -40,8 +40,8 @@ void channel_monitor::measure(const light& beam) {
   const double tap = ratio_of_db(-settings_.tap_loss_db);
   double total_mw = 0.0;
   for (std::size_t i = 0; i < power_dbm_.size(); ++i) {
-    // The detector's own dark signal is taken off before a reading is shown, so that the floor ends
-    // the scale and bends nothing above it.
+    // The detector's dark signal is subtracted before a reading is shown, so that the floor limits
+    // the scale and distorts nothing above it.
     const double read_dbm = dbm_of_mw(beam.slot_mw(i) * tap) + settings_.offset_db +
                             noise_.gaussian(settings_.noise_db);
     power_dbm_[i] = rounded_to(std::max(read_dbm, settings_.floor_dbm), settings_.resolution_db);
@@ -52,7 +52,7 @@ void channel_monitor::measure(const light& beam) {
 }
 
 void channel_monitor::detect() {
-  // A channel that stands at the level must not come and go with the noise.
+  // A channel right at the level must not come and go with the noise.
   constexpr double hysteresis_db = 0.5;
   for (std::size_t i = 0; i < power_dbm_.size(); ++i) {
     const double level_dbm = settings_.detect_level_dbm - (detected_[i] ? hysteresis_db : 0.0);

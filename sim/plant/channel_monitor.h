@@ -1,5 +1,5 @@
-// The optical channel monitor behind a power tap: measures every slot in passes, and shows each
-// pass with an offset of its own, noise and a resolution, down to its floor.
+// The optical channel monitor at a power tap: measures every slot in passes, and shows each pass
+// with its offset, noise and resolution, down to its floor.
 #pragma once
 
 #include <vector>
@@ -14,7 +14,7 @@ class channel_monitor {
  public:
   channel_monitor(const monitor_settings& settings, std::size_t slots, noise_source noise);
 
-  /// True when a pass ended in this step. `beam` is the light before the tap.
+  /// True if a pass ended in this step. `beam` is the light before the tap.
   bool step(const light& beam, double dt_s);
 
   const monitor_settings& settings() const { return settings_; }

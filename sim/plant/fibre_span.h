@@ -11,7 +11,8 @@ class fibre_span {
  public:
   explicit fibre_span(const fibre_settings& settings) : settings_(settings) {}
 
-  /// Carries the channels and, outside their band, the supervisory light; both in place.
+  /// Carries the channels and, outside their band, the supervisory light; both are changed in
+  /// place.
   void carry(light& beam, double& osc_mw, const grid& slots, double osc_extra_db_per_km,
              double dt_s);
 
@@ -28,7 +29,8 @@ class fibre_span {
   bool cut() const { return cut_; }
   void set_offset(double loss_db) { settings_.loss_offset_db = loss_db; }
   void set_drift(double db_per_day);
-  /// Of a dirty connector where the light enters, and where it leaves; both are part of the span.
+  /// Loss of a dirty connector where the light enters, and where it leaves; both are part of the
+  /// span.
   void set_start_loss(double loss_db) { start_loss_db_ = loss_db; }
   void set_end_loss(double loss_db) { end_loss_db_ = loss_db; }
   void set_raman(bool on) { settings_.raman = on; }

@@ -37,7 +37,7 @@ void laser::step(double dt_s) {
   lit_s_ += dt_s;
   drift_db_ += settings_.drift_db_per_hour * dt_s / 3600.0;
   ramp_done_ = settings_.ramp_s > 0.0 ? std::min(1.0, ramp_done_ + dt_s / settings_.ramp_s) : 1.0;
-  // The drive current rises evenly, and the power above threshold with it.
+  // The drive current rises linearly, and the power above threshold with it.
   power_mw_ = in_dark_half() ? 0.0 : ramp_done_ * mw_of_dbm(settings_.power_dbm + drift_db_);
 }
 

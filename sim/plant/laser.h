@@ -1,5 +1,5 @@
-// The light that one client port gets: its power over time, with the faults that a transponder can
-// have. Going dark is sudden, lighting takes its ramp.
+// The light that one client port receives: its power over time, with the faults that a transponder
+// can have. It goes dark instantly and lights up with a ramp.
 #pragma once
 
 #include "sim/plant.h"
@@ -8,7 +8,7 @@ namespace sim {
 
 class laser {
  public:
-  /// On from the start means lit already, without a ramp.
+  /// On from the start means already lit, without a ramp.
   explicit laser(const laser_settings& settings) : settings_(settings) {}
 
   const laser_settings& settings() const { return settings_; }

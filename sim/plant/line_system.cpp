@@ -63,7 +63,7 @@ double line_system::booster_target_dbm(unsigned node_number, std::size_t slot_in
 }
 
 void line_system::set_far_attenuator() {
-  // What the far end's own line loop would have come to: channels at 5 dBm behind the near preamp.
+  // Where the far end's own line loop would have ended: channels at 5 dBm after the near preamp.
   constexpr double wanted_dbm = 5.0;
   node& far = *nodes[1];
   const node& near = *nodes[0];

@@ -1,6 +1,6 @@
-// Two nodes face to face on a fibre pair, and the time that moves them. A node that stands alone in
-// its topology faces a second one that is tended: its attenuations are held where its channels are
-// on target, without instruments and their errors.
+// Two nodes face to face on a fibre pair, and the time that moves them. A single node faces a
+// second one that is tended: its attenuations are adjusted so that its channels are on target,
+// without instruments and their errors.
 #pragma once
 
 #include <array>
@@ -18,7 +18,7 @@ class line_system {
 
   explicit line_system(const topology& what);
 
-  /// In parts of the longest step at most.
+  /// Split into parts of at most the longest step.
   void step(std::chrono::nanoseconds dt);
   std::chrono::nanoseconds time() const { return time_; }
 
@@ -27,8 +27,8 @@ class line_system {
   std::array<fibre_span, 2> fibres;
   std::array<bool, 2> tended{false, false};
 
-  /// A channel's target at the booster: its share of the band by width, and what makes up for the
-  /// tilt of the fibre behind it.
+  /// A channel's target at the booster: its share of the band by width, plus the compensation for
+  /// the following fibre's tilt.
   double booster_target_dbm(unsigned node_number, std::size_t slot_index) const;
 
   /// Throws std::out_of_range for a channel that is not on the grid.
@@ -44,8 +44,8 @@ class line_system {
   double since_tending_s_ = 0.0;
 };
 
-/// Correction for the tilt of a fibre at a wavelength, dB: short wavelengths start higher. The
-/// straight line through the C band, as the node's channels have it, for each 100 km.
+/// Correction for the tilt of a fibre at a wavelength, dB: short wavelengths start higher. A
+/// straight line through the C band, as used by the node's channels, for each 100 km.
 double tilt_correction_db(double centre_thz, double length_km);
 
 /// Power of a channel when the whole band of 768 slices of 6.25 GHz carries `total_dbm`.

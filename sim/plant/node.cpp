@@ -97,7 +97,8 @@ void node::combine_lasers(double dt_s) {
       booster_output_.signal_mw[i] += through_mw;
       continue;
     }
-    // Off its own passband: what leaks through disturbs whoever owns that place in the spectrum.
+    // Outside its own passband: the light that leaks through disturbs whatever channel is at that
+    // place in the spectrum.
     const std::size_t lands = slot_at(slots, slots[i].centre_thz + offset_ghz / 1000.0);
     if (lands == slots.size()) continue;
     booster_output_.noise_mw[lands] +=
@@ -154,7 +155,7 @@ void node::receive(const light& line, double osc_mw, double dt_s) {
   attenuate(preamp_output_, settings.line_input_filter_db + dirt.at(connector::line_to_preamp));
   const double input_mw = preamp_output_.total_mw();
   if (settings.drop_switch_mid_stage) {
-    // The insertion loss is counted in the amplifier's gain.
+    // The insertion loss is included in the amplifier's gain.
     attenuate_each(preamp_output_, drop_switch.loss_db());
     attenuate(preamp_output_,
               dirt.at(connector::preamp_to_switch) - drop_switch.settings().insertion_loss_db);

@@ -1,5 +1,5 @@
-// The light's road through one node. Towards the line: lasers, add switch, booster (monitored),
-// line attenuator, filter. From the line: filter, preamp (monitored), drop switch, client ports.
+// The light path through one node. Towards the line: lasers, add switch, booster (monitored), line
+// attenuator, filter. From the line: filter, preamp (monitored), drop switch, client ports.
 #pragma once
 
 #include <array>
@@ -15,22 +15,23 @@
 
 namespace sim {
 
-/// A tunable compensator and the switch that takes a fixed module in or out, where a node has them.
+/// A tunable compensator and the switch that puts a fixed module into the path or takes it out, on
+/// nodes that have them.
 struct dispersion_module {
   double wanted_ps_per_nm = 0.0;
   double tunable_ps_per_nm = 0.0;  ///< follows at the pace of its heater
   int path = 1;                    ///< 1 with the fixed module, 2 without
-  bool stuck = false;              ///< the switch answers where it is, and stays there
+  bool stuck = false;              ///< the switch reports where it is, and does not move
 };
 
-/// Losses that nobody is told of, dB.
+/// Losses that no instrument is told about, dB.
 struct hidden_losses {
   explicit hidden_losses(std::size_t slots) : client_rx(slots, 0.0), client_tx(slots, 0.0) {}
 
   double at(connector where) const { return connectors[static_cast<std::size_t>(where)]; }
 
-  std::array<double, 6> connectors{};  ///< those of the fibre's ends are kept by the fibre
-  std::vector<double> client_rx;       ///< of each slot
+  std::array<double, 6> connectors{};  ///< the fibre keeps those of its ends
+  std::vector<double> client_rx;       ///< for each slot
   std::vector<double> client_tx;
 };
 
@@ -40,7 +41,7 @@ class node {
   node(const node&) = delete;
   node& operator=(const node&) = delete;
 
-  /// Fills `line` and `osc_mw` with what enters the fibre.
+  /// Sets `line` and `osc_mw` to what enters the fibre.
   void send(light& line, double& osc_mw, double dt_s);
   /// Takes what comes out of the fibre.
   void receive(const light& line, double osc_mw, double dt_s);

@@ -7,7 +7,7 @@ namespace sim {
 namespace {
 
 std::uint64_t stream_seed(std::uint64_t seed, std::string_view name) {
-  // FNV-1a over the name, then one mixing round, so that neighbouring seeds share nothing.
+  // FNV-1a of the name, then one mixing round, so that neighbouring seeds are unrelated.
   std::uint64_t hash = 14695981039346656037ULL;
   for (const char c : name) {
     hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211ULL;

@@ -1,5 +1,5 @@
 // Seeded noise. The distributions are written out here, since those of the standard library differ
-// from one implementation to the next and the same seed must give the same run everywhere.
+// between implementations, and the same seed must give the same run everywhere.
 #pragma once
 
 #include <cstdint>
@@ -10,13 +10,13 @@ namespace sim {
 
 class noise_source {
  public:
-  /// Streams of different names are independent of each other for the same seed, so that one more
+  /// Streams with different names are independent for the same seed, so that an additional
   /// instrument does not change what the others show.
   noise_source(std::uint64_t seed, std::string_view name);
 
   double uniform();  ///< 0 <= x < 1
   double uniform(double low, double high) { return low + (high - low) * uniform(); }
-  /// Mean 0; by the polar method. A sigma of 0 gives 0 and draws nothing.
+  /// Mean 0; polar method. A sigma of 0 gives 0 and draws nothing.
   double gaussian(double sigma);
 
  private:

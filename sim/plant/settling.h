@@ -1,5 +1,5 @@
-// How a moved device gets to its new place: an exponential that has 98 % of the way behind it when
-// the settling time is over.
+// How a moved device approaches its new position: an exponential that has covered 98 % of the way
+// when the settling time is over.
 #pragma once
 
 #include <cmath>

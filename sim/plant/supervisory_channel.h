@@ -22,7 +22,7 @@ class supervisory_channel {
   const osc_settings& settings() const { return settings_; }
   bool has_light() const { return has_light_; }
   bool ready() const { return ready_; }
-  /// Of the last measurement: a lost link forgets neither.
+  /// From the last measurement: they survive the loss of the link.
   double fibre_km() const { return fibre_km_; }
   double dispersion_ps_per_nm() const { return dispersion_ps_per_nm_; }
   power_tap& input() { return input_; }

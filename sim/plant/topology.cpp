@@ -62,7 +62,7 @@ void check_node(node_settings node, const std::string& where) {
 }
 
 void use_fixed_gain_plan(node_settings& node, const models::plant_defaults& model) {
-  // An all-purpose node: 80 km of fibre leave room in every attenuator.
+  // A general-purpose node: 80 km of fibre leave room in every attenuator.
   node.booster.gain_db = model.booster_gain;
   node.booster.power_limit_dbm = 20.0;
   node.preamp.gain_db = model.preamp_gain;
@@ -89,8 +89,8 @@ node_settings default_node(const std::string& product) {
   node.drop_switch.max_attenuation_db = node.add_switch.max_attenuation_db;
   node.booster_monitor.offset_db = 0.3;
   node.preamp_monitor.offset_db = -0.2;
-  // The noise behind the preamp must stay below the lowest level at which a peer asks for
-  // detection, so its tap gives less light.
+  // The noise after the preamp must stay below the lowest level at which a peer asks for detection,
+  // so its tap passes less light.
   node.preamp_monitor.tap_loss_db = 20.0;
   node.drop_switch.start_attenuation_db = 5.0;
   constexpr double tap_offsets_db[] = {-0.05, 0.05, 0.08, -0.06, 0.07, -0.04};

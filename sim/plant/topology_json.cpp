@@ -34,7 +34,8 @@ class object_reader {
     return member == object_.MemberEnd() ? nullptr : &member->value;
   }
 
-  /// Visitor of `visit_values`. Ranges are checked here so that the text names the file's place.
+  /// Visitor of `visit_values`. Ranges are checked here so that the text can name the place in the
+  /// file.
   void operator()(const char* name, double& value, double low, double high, const char* unit) {
     const rapidjson::Value* found = take(name);
     if (found == nullptr) return;
@@ -157,7 +158,7 @@ void read_fibres(object_reader& file, topology& what) {
   for (rapidjson::SizeType i = 0; i < fibres.Size(); ++i) {
     what.fibres[i] = read_fibre(fibres[i], fmt::format("fibres[{}]", i));
   }
-  // Of a cable both fibres are alike, unless the file says otherwise.
+  // Both fibres of a cable are alike unless the file says otherwise.
   if (fibres.Size() == 1) what.fibres[1] = what.fibres[0];
 }
 

@@ -1,6 +1,6 @@
-// Topology files. What a file leaves out keeps the product's default; a name that is not known, a
-// value of the wrong type and a value outside its range are each refused with the place in the
-// file, what was found and what is accepted.
+// Topology files. Whatever a file leaves out has the product's default. An unknown name, a value of
+// the wrong type and a value outside its range are refused with the place in the file, what was
+// found and what is accepted.
 #pragma once
 
 #include <string>

@@ -1,6 +1,6 @@
-// Every number of a topology with its name in the file, its unit and its range: one walk that the
-// range check and the reader of topology files share. A visitor is called with
-// (name, value, low, high, unit).
+// Every number of a topology with its name in the file, its unit and its range: one walk shared by
+// the range check and the reader of topology files. A visitor is called with (name, value, low,
+// high, unit).
 #pragma once
 
 #include <array>
@@ -87,7 +87,7 @@ void visit_values(compensator_settings& s, Visit&& visit) {
   visit("range", s.range_ps_per_nm, 100.0, 2000.0, "ps/nm");
 }
 
-/// The node's own numbers, without those of its devices.
+/// The node's own numbers, without its devices.
 template <class Visit>
 void visit_values(node_settings& s, Visit&& visit) {
   visit("lineOutputFilter", s.line_output_filter_db, 0.0, 3.0, "dB");

@@ -1,4 +1,4 @@
-// What is true of the plant, without an instrument between: what tests and users judge by.
+// The true state of the plant, without an instrument in between: what tests and users judge by.
 #pragma once
 
 #include "sim/plant/line_system.h"

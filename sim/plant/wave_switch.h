@@ -1,5 +1,5 @@
 // One half of a wavelength selective switch: an attenuation and an open or blocked port for each
-// slot. Attenuations come in steps, miss a little, and take their time; the read-out shows the new
+// slot. Attenuations have steps, are slightly inaccurate, and take time; the read-out shows the new
 // one when it is reached.
 #pragma once
 
@@ -17,17 +17,17 @@ class wave_switch {
   wave_switch(const switch_settings& settings, std::size_t slots, noise_source noise);
 
   void step(double dt_s);
-  /// From client port to slot, dB: insertion, attenuation, and the block where there is one.
+  /// From client port to slot, dB: insertion loss, attenuation, and blocking if blocked.
   std::span<const double> loss_db() const { return loss_db_; }
 
   /// Throws nx_error -22 outside the switch's range.
   void set_attenuation(std::size_t slot, double attenuation_db);
-  /// Without steps and errors, at once: the built-in far end's hand.
+  /// At once and without steps or errors: for the built-in far end.
   void set_exactly(std::size_t slot, double attenuation_db);
   void set_blocked(std::size_t slot, bool blocked);
-  /// A slot that no channel was made for lets nothing through. Orva's channels are always there.
+  /// A slot without a channel blocks all light. Orva's channels are always there.
   void set_configured(std::size_t slot, bool configured);
-  /// Of the slot's port, beyond what the switch knows of.
+  /// Loss of the slot's port that the switch does not know about.
   void set_port_loss(std::size_t slot, double loss_db);
 
   const switch_settings& settings() const { return settings_; }
@@ -41,7 +41,7 @@ class wave_switch {
  private:
   struct channel {
     double set_db = 0.0;
-    double goal_db = 0.0;  ///< what the set value comes to, with the error of this setting
+    double goal_db = 0.0;  ///< the attenuation in effect, with the error of this setting
     double actual_db = 0.0;
     double shown_db = 0.0;
     double settling_s = 0.0;  ///< left

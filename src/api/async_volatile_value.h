@@ -1,6 +1,6 @@
-// The read of a getter: the one thing that differs between the many measured values of the tree.
-// `Base` is the node class that calls `read` and does everything else; it depends on the value's
-// type alone, so that each further value costs the compiler a few lines.
+// The getter call of a value: the only thing that differs between the many measured values of the
+// tree. `Base` is the node class that calls `read` and does everything else; it depends only on the
+// value's type, so each additional value costs the compiler just a few lines.
 #pragma once
 
 #include <memory>
@@ -13,7 +13,7 @@
 
 namespace nx::api {
 
-/// Arguments of the getter behind the owner are bound: stored here and passed at each read.
+/// Arguments of the getter beyond the owner are bound: stored here and passed at each read.
 template <class Base, auto Getter>
 class async_volatile_value : public Base {
   using traits = member_traits<decltype(Getter)>;
@@ -28,7 +28,7 @@ class async_volatile_value : public Base {
       : Base(name), owner_(owner), bound_(std::move(bound)) {}
 
  protected:
-  /// Throws nx_error -2 when the owner has gone, and what the getter throws.
+  /// Throws nx_error -2 if the owner is gone, and whatever the getter throws.
   value_type read_getter() override {
     const auto owner = owner_.lock();
     if (!owner) throw_owner_gone();

@@ -1,4 +1,4 @@
-// The creation of a node: every kind of value is made and attached in the same steps.
+// Creation of nodes: every kind of value is made and attached in the same steps.
 #pragma once
 
 #include <memory>
@@ -13,9 +13,9 @@ namespace nx::api {
 /// The last segment of the path: the node's own name.
 std::string node_name(const std::string& path);
 
-/// Attaches the node below the path's parent. Throws nx_error -22 where the path cannot hold it,
-/// and the node is destroyed. Takes the node as its base, so that the many kinds of node share the
-/// code of one pointer type.
+/// Attaches the node below the path's parent. Throws nx_error -22 if the path cannot hold it; the
+/// node is then destroyed. Takes the node as a pointer to its base, so that all kinds of node share
+/// the code of one pointer type.
 std::shared_ptr<nx_db_leaf_node> attach(nx_db& db, const std::string& path, nx_db_leaf_node* node);
 
 template <class Node, class... Arguments>

@@ -1,4 +1,4 @@
-// A float that a getter returned may stand on the tree only when it is finite.
+// A float that a getter returned is published only if it is finite.
 #pragma once
 
 #include <utility>

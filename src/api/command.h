@@ -1,6 +1,6 @@
-// A request of a client: a JSON document that a member function of the owner takes and answers with
-// true or false; what the member function throws is the client's error. Runs on the server's
-// threads. Once the owner has gone the answer is the error -2.
+// A client's request: a JSON document, handled by a member function of the owner, which answers
+// true or false; an exception it throws is the client's error. Runs on the server's threads. Once
+// the owner is gone, the answer is the error -2.
 #pragma once
 
 #include <memory>
@@ -13,13 +13,13 @@
 
 namespace nx::api {
 
-/// All but the call itself.
+/// Everything but the call itself.
 class command_base : public nx_db_leaf_node {
  public:
   explicit command_base(const std::string& name);
   ~command_base() override;
 
-  /// `args` is an object or array, or a string with the text of one. Throws
+  /// `args` is an object or array, or a string containing one as text. Throws
   /// json_value_conversion_error otherwise.
   void run(const std::string& path, const json_value& args, json_allocator& allocator,
            json_value& result) override;

@@ -1,10 +1,10 @@
 // A parameter that clients write: a write calls a member function of its owner. The setter takes
 // the value (bool, float, std::string or const rapidjson::Document&, by value or by reference) and
-// at most one bound argument beside it, before or behind, which `create` is given. The node stores
-// nothing across restarts. Once its owner has gone it answers with the error -2.
+// at most one bound argument, before or after it, which is passed to `create`. The node stores
+// nothing across restarts. Once its owner is gone, it answers with the error -2.
 //
-// A setter that calls no device and takes no lock that is held across such a call, a plan's above
-// all, makes a prompt_param: a write of it needs no other thread than the socket's.
+// A setter that calls no device and takes no lock that is held across such a call, in particular no
+// plan's, makes the parameter a prompt_param: writes to it are handled on the socket's thread.
 #pragma once
 
 #include <memory>

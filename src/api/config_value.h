@@ -3,8 +3,8 @@
 // document.
 //
 // All of it runs on the server's threads, with the node's mutex held while the setter runs: a
-// reader waits for a slow setter, and a setter may read its own parameter. Where the setter never
-// waits, reads and writes do not either.
+// reader waits for a slow setter, and a setter may read its own parameter. If the setter never
+// blocks, neither do reads and writes.
 #pragma once
 
 #include <memory>
@@ -37,13 +37,13 @@ class config_value : public nx_db_event_node {
   config_value(const std::string& name, std::optional<T> initial);
   ~config_value() override;
 
-  // Declarations for clients, shown by the info record; `set` does not test them.
+  // Information for clients, shown in the info record; `set` does not check it.
   void declare_default(T value);
   void declare_constraints(constraints_t constraints);
 
-  /// Writing the stored value again calls nobody. Throws json_value_conversion_error, nx_error -61
-  /// on a float that is not finite, -2 when the owner has gone, and what the setter throws; the
-  /// value then stays as it was.
+  /// Writing the stored value again does not call the setter. Throws json_value_conversion_error,
+  /// nx_error -61 for a float that is not finite, -2 if the owner is gone, and whatever the setter
+  /// throws; in each case the value stays as it was.
   void set(const std::string& path, const json_value& value) override;
   void get(const std::string& path, json_allocator& allocator, json_value& result) override;
   void reset() override;

@@ -8,7 +8,7 @@
 namespace nx::api {
 namespace {
 
-/// Marks a poll as over on every way out.
+/// Marks a poll as finished on every way out.
 class busy_mark {
  public:
   explicit busy_mark(std::atomic<bool>& busy) : busy_(busy) {}
@@ -136,7 +136,8 @@ typename filtered_value<T>::result_t polled_value_base<T>::next_result(
   } catch (const nx_error& error) {
     next = error;
   } catch (...) {
-    // A device's failure too: clients learn that there is no reading, whatever the reason.
+    // This includes a device's failure: clients learn that there is no reading, whatever the
+    // reason.
   }
   lock.lock();
   return next;

@@ -29,9 +29,10 @@ class filtered_value : public nx_db_event_node {
 
   /// Throws the error that the value holds.
   void get(const std::string& path, json_allocator& allocator, json_value& result) override;
-  /// Takes a new result in. A call made while another is under way returns at once.
+  /// Accepts a new result. A call made while another is in progress returns at once.
   void periodic_task(bool pushed) override;
-  /// Does not fail on a value in error: the answer then is an object of "code" and "message".
+  /// Does not fail if the value is in error: the answer is then an object with "code" and
+  /// "message".
   void subscribe(std::shared_ptr<nx_session> session, const std::string& path,
                  json_allocator& allocator, json_value& result,
                  std::unique_lock<std::recursive_mutex>& lock) override;
@@ -43,12 +44,12 @@ class filtered_value : public nx_db_event_node {
   filtered_value(const std::string& name, const char* kind, hysteresis<T> filter,
                  const std::function<T()>& initial);
 
-  /// The new result. `lock` of the value's mutex is not held on entry and held on return: a getter
+  /// The new result. `lock` of the value's mutex is not held on entry but held on return: a getter
   /// runs without it, a pushed result is taken under it.
   virtual result_t next_result(std::unique_lock<nx::ranked_recursive_mutex>& lock) = 0;
 
   mutable nx::ranked_recursive_mutex mutex_{
-      nx::lock_rank::value};  // guards the filter and the results, a pushed one included
+      nx::lock_rank::value};  // guards the filter and the results, including a pushed one
   result_t filtered_;
 
  private:
@@ -61,8 +62,8 @@ class filtered_value : public nx_db_event_node {
   std::atomic<bool> busy_{false};
 };
 
-/// Results come from a getter, called without the mutex, so that a slow device holds up no reader.
-/// T: float, std::string, int, bool, unsigned int or a JSON document.
+/// Results come from a getter, which is called without the mutex so that a slow device does not
+/// delay readers. T: float, std::string, int, bool, unsigned int or a JSON document.
 template <class T>
 class polled_value_base : public filtered_value<T> {
  public:

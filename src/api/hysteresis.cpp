@@ -48,7 +48,8 @@ hysteresis<T> hysteresis<T>::equal() {
 template <class T>
 hysteresis<T> hysteresis<T>::limits(T immediate_limit,
                                     T delayed_limit) requires std::is_arithmetic_v<T> {
-  // Some compilers take an explicit instantiation of the class for one of this too, whatever T.
+  // For some compilers an explicit instantiation of the class also instantiates this, whatever T
+  // is.
   if constexpr (std::is_arithmetic_v<T>) {
     return {kind::limits, beyond_limits<T>, immediate_limit, delayed_limit};
   }
@@ -77,7 +78,7 @@ bool hysteresis<T>::accepts(const T& old_value, const T& new_value, bool polled,
     if (!pushed) ++cycle_count_;
     return false;
   }
-  // The count stays: a value that keeps moving in the small band goes on being accepted.
+  // The count stays: a value that keeps moving within the small band is still accepted each time.
   return true;
 }
 

@@ -1,5 +1,5 @@
-// Which differences of a measured value are worth an event: a large one at once, a small one after
-// a delay, noise never. A value class without node, lock or clock; its owner guards it.
+// Decides which differences of a measured value are worth an event: a large one at once, a small
+// one after a delay, noise never. A value class without node, lock or clock; its owner guards it.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@ namespace nx::api {
 template <class T>
 class hysteresis {
  public:
-  /// Below 0 no change, 0 a small change, above 0 a large one.
+  /// Negative: no change; 0: a small change; positive: a large one.
   using filter_t = std::function<int(const T& old_value, const T& new_value,
                                      const T& immediate_limit, const T& delayed_limit)>;
 
@@ -26,13 +26,13 @@ class hysteresis {
   static hysteresis custom(filter_t filter);
   static hysteresis custom(filter_t filter, T immediate_limit, T delayed_limit);
 
-  /// Whether the new value takes the place of the old one. A small change waits only in a value
-  /// that is polled, and only polls count; a push leaves the count alone.
+  /// Whether the new value replaces the old one. A small change waits only if the value is polled,
+  /// and only polls are counted; a push leaves the count alone.
   bool accepts(const T& old_value, const T& new_value, bool polled, bool pushed);
   void reset_count() { cycle_count_ = 0; }
   std::uint32_t get_cycle_count() const { return cycle_count_; }
 
-  /// The record "hysteresis" of the node; `poll_interval` 0 is left out.
+  /// The "hysteresis" record of the node; a `poll_interval` of 0 is left out.
   json_value get_info(std::uint32_t poll_interval, json_allocator& allocator) const;
 
  private:

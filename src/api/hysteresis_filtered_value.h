@@ -41,8 +41,9 @@ class hysteresis_filtered_value<pushed_volatile_value_impl<T>> final
  public:
   using pushed_volatile_value_impl<T>::pushed_volatile_value_impl;
 
-  /// A push beyond `immediate_limit` goes out at once; one beyond `delayed_limit` too while the
-  /// value is in no group, else after ten polls; a smaller one not at all. T: float.
+  /// A push that differs by more than `immediate_limit` is published at once; one by more than
+  /// `delayed_limit` also, if the value is in no group, otherwise after ten polls; a smaller one
+  /// not at all. T: float.
   static std::shared_ptr<hysteresis_filtered_value> create(nx_db& db, const std::string& path,
                                                            double immediate_limit,
                                                            double delayed_limit) {
@@ -51,7 +52,7 @@ class hysteresis_filtered_value<pushed_volatile_value_impl<T>> final
         hysteresis<T>::limits(static_cast<T>(immediate_limit), static_cast<T>(delayed_limit)));
   }
 
-  /// Every difference goes out.
+  /// Every difference is published.
   static std::shared_ptr<hysteresis_filtered_value> create(nx_db& db, const std::string& path) {
     return create_node<hysteresis_filtered_value>(db, path, not_set<T>, hysteresis<T>::equal());
   }

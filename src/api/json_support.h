@@ -1,5 +1,5 @@
-// JSON of the node classes, for their .cpp files: members, events and the parts of the info
-// records. Everything here is called with the mutex of the node that it is about.
+// JSON for the node classes' .cpp files: members, events and the parts of the info records.
+// Everything here is called with the mutex of the node concerned.
 #pragma once
 
 #include <rapidjson/document.h>
@@ -62,8 +62,8 @@ json_document value_changed_event(const nx_db_event_node& node, std::string path
   return event;
 }
 
-/// The first event of a subscription, to the session alone. Hundreds of them come with a pattern,
-/// so they are written as text like later ones.
+/// The first event of a subscription, to the session alone. Hundreds of them come with a pattern, so
+/// they are written as text like later ones.
 template <class T>
 void send_first_event(const nx_db_event_node& node, const T& value, nx_session& session) {
   std::string text;
@@ -73,7 +73,7 @@ void send_first_event(const nx_db_event_node& node, const T& value, nx_session& 
                   session.subscription_number(node.path()), true);
 }
 
-/// Tells all subscribers and the history. A node that is not attached has neither.
+/// Informs all subscribers and the history. A node that is not attached has neither.
 template <class T>
 void publish(nx_db_event_node& node, const T& value) {
   if (!node.db) return;

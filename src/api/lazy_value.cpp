@@ -61,9 +61,16 @@ void lazy_value_base<T>::subscribe(std::shared_ptr<nx_session> session, const st
   } else {
     send_first_event(*this, std::get<T>(value), *session);
   }
-  // The others have what they were told last: they get the difference with the next refresh.
+  // The other subscribers have the previous value: they get the difference with the next refresh.
   if (!told_) told_ = std::make_unique<result_t>(std::move(value));
   is_watched_ = true;
+}
+
+template <class T>
+bool lazy_value_base<T>::is_news(const result_t& what) const {
+  if (!told_ || told_->index() != what.index()) return true;
+  if (is_same_ == nullptr || std::holds_alternative<nx_error>(what)) return *told_ != what;
+  return !is_same_(std::get<T>(*told_), std::get<T>(what));
 }
 
 template <class T>
@@ -75,7 +82,7 @@ void lazy_value_base<T>::tell_subscribers() {
     return;
   }
   auto value = present();
-  if (told_ && *told_ == value) return;
+  if (!is_news(value)) return;
   send_event_impl(event_of(get_path(0), value), false);
   told_ = std::make_unique<result_t>(std::move(value));
 }

@@ -1,10 +1,10 @@
-// A value that is made when somebody reads it, and at its owner's word while somebody subscribes:
-// for texts and figures that change in every cycle and that nobody looks at most of the time. An
-// error of the getter stands in the value's place, for readers and subscribers alike. It keeps no
-// history: what nobody watched was never made.
+// A value that is computed when somebody reads it, and on its owner's request while somebody
+// subscribes: for texts and figures that change in every cycle and that nobody looks at most of the
+// time. If the getter fails, the value is in error, for readers and subscribers alike. It has no
+// history: what nobody watched was never computed.
 //
-// Getters are cheap and wait for nobody: they are called on I/O threads, and under the value's
-// mutex. T: bool, float, unsigned int, std::string or a JSON document.
+// Getters are cheap and never block: they are called on I/O threads, and under the value's mutex.
+// T: bool, float, unsigned int, std::string or a JSON document.
 #pragma once
 
 #include <atomic>
@@ -20,13 +20,13 @@
 
 namespace nx::api {
 
-/// What an owner of many such values, of whatever type, holds.
+/// Base for owners that hold many such values of different types.
 class lazy_node : public nx_db_event_node {
  public:
   using nx_db_event_node::nx_db_event_node;
 
-  /// Something the value is made of has changed: subscribers get an event if it shows. Costs a look
-  /// at a flag without them. On one thread at a time.
+  /// Something that the value depends on has changed: subscribers get an event if the value
+  /// differs. Costs one look at a flag if there are none. Call on one thread at a time.
   void refresh() {
     if (is_watched_.load(std::memory_order_relaxed)) tell_subscribers();
   }
@@ -37,16 +37,23 @@ class lazy_node : public nx_db_event_node {
   std::atomic<bool> is_watched_{false};  ///< false: nobody subscribes
 };
 
-/// All but the getter.
+/// Everything but the getter.
 template <class T>
 class lazy_value_base : public lazy_node {
  public:
+  /// Whether a subscriber who was told the one needs not be told the other.
+  using sameness = bool (*)(const T& told, const T& now);
+
   explicit lazy_value_base(const std::string& name);
   ~lazy_value_base() override;
 
-  /// Throws what the getter throws, or the error that it returns.
+  /// In place of equality; before the first refresh, and on its thread.
+  void compare_by(sameness is_same) { is_same_ = is_same; }
+
+  /// Throws whatever the getter throws, or the error that it returns.
   void get(const std::string& path, json_allocator& allocator, json_value& result) override;
-  /// Does not fail on a value in error: the answer then is an object of "code" and "message".
+  /// Does not fail if the value is in error: the answer is then an object with "code" and
+  /// "message".
   void subscribe(std::shared_ptr<nx_session> session, const std::string& path,
                  json_allocator& allocator, json_value& result,
                  std::unique_lock<std::recursive_mutex>& lock) override;
@@ -62,10 +69,12 @@ class lazy_value_base : public lazy_node {
   result_t checked();
   void tell_subscribers() override;
   result_t present();
+  bool is_news(const result_t& what) const;
   json_document event_of(const std::string& path, const result_t& what) const;
 
-  std::mutex mutex_;                // before the session's and the owner's
-  std::unique_ptr<result_t> told_;  // what subscribers have; none while there are none
+  sameness is_same_ = nullptr;
+  std::mutex mutex_;                // locked before the session's and the owner's
+  std::unique_ptr<result_t> told_;  // what subscribers have; null while there are none
 };
 
 /// By what the getter returns: T, or a reading of it.

@@ -1,5 +1,5 @@
-// What a node class needs to know of the member function it is bound to: the owner's class, the
-// value's type, and the further arguments that the node stores and passes on at each call.
+// What a node class needs to know about the member function it is bound to: the owner's class, the
+// value's type, and further arguments that the node stores and passes at each call.
 #pragma once
 
 #include <string>
@@ -34,7 +34,7 @@ struct member_traits<R (O::*)(A...) noexcept> : member_signature<O, R, A...> {};
 template <class R, class O, class... A>
 struct member_traits<R (O::*)(A...) const noexcept> : member_signature<O, R, A...> {};
 
-/// Splits a setter's parameters into the value and the bound ones. The value stands first or last.
+/// Splits a setter's parameters into the value and the bound ones. The value comes first or last.
 template <class Arguments>
 struct setter_arguments;
 

@@ -15,10 +15,10 @@ class pushed_volatile_value_impl : public filtered_value<T> {
                              hysteresis<T> filter);
   ~pushed_volatile_value_impl() override;
 
-  /// Any thread. What goes to subscribers goes before it returns. Throws nx_error -61 on a float
-  /// that is not finite, and nothing changes.
+  /// Any thread. Events for subscribers are sent before it returns. Throws nx_error -61 for a float
+  /// that is not finite; then nothing changes.
   void update(const T& value);
-  /// What clients read. Throws the error that the value holds.
+  /// What clients read. Throws the error that the value stores.
   T get_filtered() const;
 
  protected:

@@ -1,7 +1,7 @@
-// A value that a loop writes when it changes; what is written is published at once and repeats cost
-// one comparison. T: bool, float, std::string, unsigned int. Units are the owner's.
+// A value that a loop writes when it changes. A write is published at once; writing the same value
+// again costs one comparison. T: bool, float, std::string, unsigned int. Units are up to the owner.
 //
-// Owners call `update` from any thread; the server reads and subscribes on threads of its own.
+// Owners call `update` from any thread; the server reads and subscribes on its own threads.
 #pragma once
 
 #include <cstdint>
@@ -18,14 +18,15 @@ namespace nx::api {
 template <class T, class Compare = std::equal_to<T>>
 class status_value : public nx_db_event_node {
  public:
-  /// `delay_cycles`: periodic cycles that a change made before the node was attached waits.
+  /// `delay_cycles`: number of periodic cycles that a change made before the node was attached
+  /// waits.
   status_value(const std::string& name, T initial, std::uint32_t delay_cycles);
   ~status_value() override;
 
   static std::shared_ptr<status_value> create(nx_db& db, const std::string& path, T initial,
                                               std::uint32_t delay_cycles);
 
-  /// Returns the value now held. Throws nx_error -61 on a float that is not finite, and nothing
+  /// Returns the value now stored. Throws nx_error -61 for a float that is not finite; then nothing
   /// changes.
   T update(const T& value);
   /// The value last published, which is what clients read.

@@ -12,14 +12,14 @@
 
 namespace nx::api {
 
-/// All but the getter. T: float, std::string, int, bool, unsigned int or a JSON document.
+/// Everything but the getter. T: float, std::string, int, bool, unsigned int or a JSON document.
 template <class T>
 class volatile_value_base : public nx_db_leaf_node {
  public:
   explicit volatile_value_base(const std::string& name);
   ~volatile_value_base() override;
 
-  /// Throws what the getter throws, and nx_error -61 on a float that is not finite.
+  /// Throws whatever the getter throws, and nx_error -61 for a float that is not finite.
   void get(const std::string& path, json_allocator& allocator, json_value& result) override;
   std::string get_info() const override;
   json_value get_info(json_allocator& allocator) const override;

@@ -2,6 +2,7 @@
 
 #include <rapidjson/document.h>
 
+#include <algorithm>
 #include <future>
 #include <utility>
 
@@ -13,7 +14,7 @@ namespace device {
 
 namespace {
 
-/// A phase that sleeps in the middle of a cycle, as after a coldstart, reads anew.
+/// A phase that sleeps in the middle of a cycle, as after a coldstart, reads again afterwards.
 constexpr std::chrono::seconds longest_age{1};
 
 thread_local cycle_reads* current_reads = nullptr;
@@ -24,20 +25,22 @@ std::chrono::steady_clock::time_point now() {
 
 std::string name_of(const nexel_client_api& client) {
   auto address = client.address();
-  // A nexel without a name, as a test's: the client stands for it.
+  // A nexel without a name, as in tests, is identified by its client.
   return address.empty() ? std::to_string(reinterpret_cast<std::uintptr_t>(&client)) : address;
 }
 
 using answer = std::variant<bool, float, unsigned, std::string, nx_client_exception>;
 using answers_by_path = std::map<std::string, answer>;
 
-/// One request that is under way.
+}  // namespace
+
+/// A request in flight.
 class pending_read {
  public:
   explicit pending_read(nexel_client_api& client) : client_(client) {}
   virtual ~pending_read() = default;
   virtual std::shared_ptr<nexel_object> object() const = 0;
-  /// Waits for the answer. False when the nexel does not know patterns.
+  /// Waits for the answer. False if the nexel does not support patterns.
   virtual bool collect(answers_by_path& into) = 0;
 
   nexel_client_api& client() const { return client_; }
@@ -45,6 +48,8 @@ class pending_read {
  private:
   nexel_client_api& client_;
 };
+
+namespace {
 
 template <class T>
 class pending_value : public pending_read {
@@ -69,8 +74,8 @@ class pending_value : public pending_read {
   std::future<T> future_;
 };
 
-/// What the nexel tells of all paths that fit a pattern. A value in error, or one of another type,
-/// is left out: the single read tells which.
+/// The nexel's values of all paths that match a pattern. A value in error, or of another type, is
+/// left out: the single read then reports the problem.
 template <class T>
 class pattern_object : public nexel_object {
  public:
@@ -93,7 +98,7 @@ class pattern_object : public nexel_object {
   }
 
   std::future<bool> get_future() { return done_.get_future(); }
-  /// Once the future is ready.
+  /// Valid once the future is ready.
   const answers_by_path& told() const { return told_; }
 
  private:
@@ -115,7 +120,7 @@ class pending_pattern : public pending_read {
       into.insert(object_->told().begin(), object_->told().end());
       return knows_patterns;
     } catch (const nx_client_exception&) {
-      return true;  // the nexel is away: each read will say so at once
+      return true;  // the nexel is away: each single read will report it at once
     }
   }
 
@@ -141,6 +146,10 @@ std::unique_ptr<pending_read> prepare(read_wish::type what, nexel_client_api& cl
 }
 
 }  // namespace
+
+cycle_reads::cycle_reads() = default;
+
+cycle_reads::~cycle_reads() = default;
 
 cycle_reads::scope::scope(cycle_reads& reads) : former_(std::exchange(current_reads, &reads)) {}
 
@@ -172,45 +181,69 @@ std::chrono::steady_clock::time_point cycle_reads::age_clock() const {
 
 void cycle_reads::fetch(const std::vector<read_wish>& wishes) {
   answers_.clear();
+  under_way_.clear();
   cost_ = {};
   complete(wishes);
 }
 
 void cycle_reads::complete(const std::vector<read_wish>& wishes) {
+  const auto prepared = prepare_requests(wishes);
+  if (under_way_.empty()) return;
+  const waiting_time counted(under_way_.size(), this);
+  send(prepared);
+  take_answers(under_way_.begin());
+}
+
+void cycle_reads::ask_ahead(const std::vector<read_wish>& wishes) {
+  send(prepare_requests(wishes));
+}
+
+void cycle_reads::send(const requests& prepared) {
+  for (const auto& [nexel, one] : prepared)
+    one.first->server_call(one.second);
+}
+
+cycle_reads::requests cycle_reads::prepare_requests(const std::vector<read_wish>& wishes) {
   std::set<key> asked;
-  std::vector<std::unique_ptr<pending_read>> pending;
-  // Proxies of one nexel have clients of their own; the first one asks for all.
-  std::map<std::string, std::pair<nexel_client_api*, std::shared_ptr<nexel_request>>> requests;
+  requests prepared;
   for (const auto& wish : wishes) {
     const auto nexel = name_of(*wish.client);
     if (is_kept({nexel, wish.path})) continue;
     const bool by_pattern = !wish.pattern.empty() && !without_patterns_.contains(nexel);
     const auto& path = by_pattern ? wish.pattern : wish.path;
     if (!asked.emplace(nexel, path).second) continue;
-    auto& [client, request] = requests[nexel];
+    auto& [client, request] = prepared[nexel];
     if (!request) {
       request = std::make_shared<nexel_read_request>();
       client = wish.client.get();
     }
-    pending.push_back(by_pattern ? prepare<pending_pattern>(wish.what, *client, path)
-                                 : prepare<pending_value>(wish.what, *client, path));
-    request->add_object(pending.back()->object());
+    under_way_.push_back(by_pattern ? prepare<pending_pattern>(wish.what, *client, path)
+                                    : prepare<pending_value>(wish.what, *client, path));
+    request->add_object(under_way_.back()->object());
   }
-  if (pending.empty()) return;
+  return prepared;
+}
+
+void cycle_reads::collect(const std::string& nexel) {
+  const auto first = std::stable_partition(
+      under_way_.begin(), under_way_.end(),
+      [&](const std::unique_ptr<pending_read>& each) { return name_of(each->client()) != nexel; });
+  if (first == under_way_.end()) return;
+  const waiting_time counted(static_cast<std::size_t>(under_way_.end() - first), this);
+  take_answers(first);
+}
+
+void cycle_reads::take_answers(reads_under_way::iterator first) {
   std::map<std::string, std::map<std::string, answer>> told;
-  {
-    const waiting_time counted(pending.size(), this);
-    for (const auto& [nexel, one] : requests)
-      one.first->server_call(one.second);
-    for (const auto& each : pending) {
-      const auto nexel = name_of(each->client());
-      if (!each->collect(told[nexel])) without_patterns_.insert(nexel);
-    }
+  for (auto each = first; each != under_way_.end(); ++each) {
+    const auto nexel = name_of((*each)->client());
+    if (!(*each)->collect(told[nexel])) without_patterns_.insert(nexel);
   }
+  under_way_.erase(first, under_way_.end());
   keep(std::move(told));
 }
 
-void cycle_reads::keep(std::map<std::string, std::map<std::string, answer>> told) {
+void cycle_reads::keep(std::map<std::string, std::map<std::string, answer>>&& told) {
   const auto end = age_clock();
   for (auto& [nexel, answers] : told) {
     for (auto& [path, what] : answers)
@@ -247,11 +280,12 @@ T cycle_reads::ask(nexel_client_api& client, const std::string& path) {
 template <class T>
 T cycle_reads::get(nexel_client_api& client, const std::string& path) {
   const key of{name_of(client), path};
+  collect(of.first);
   if (const auto* what = find<T>(of)) {
     if (const auto* error = std::get_if<nx_client_exception>(what)) throw *error;
     return std::get<T>(*what);
   }
-  // A failure is not kept: who waits for a device in a start asks it anew.
+  // A failure is not kept: code that waits for a device during the start asks it again.
   T value = ask<T>(client, path);
   answers_.insert_or_assign(of, kept{value, age_clock()});
   return value;
@@ -259,6 +293,9 @@ T cycle_reads::get(nexel_client_api& client, const std::string& path) {
 
 void cycle_reads::forget(const nexel_client_api& client, std::string_view part) {
   const auto nexel = name_of(client);
+  std::erase_if(under_way_, [&](const std::unique_ptr<pending_read>& each) {
+    return name_of(each->client()) == nexel;
+  });
   const auto from = answers_.lower_bound({nexel, {}});
   for (auto each = from; each != answers_.end() && each->first.first == nexel;) {
     const bool holds = part.empty() || each->first.second.find(part) != std::string::npos;

@@ -1,11 +1,12 @@
-// A snapshot of what a cycle of the loops reads from devices without subscription: it goes out at
-// the cycle's beginning to all nexels at once, each path once, and is waited for once. Reads of the
-// proxies on the same thread then take it from here. What nobody declared is asked for when it is
-// needed, and kept for the rest of the cycle, or for a second; a write to a device makes what is
-// kept of it stale.
+// A snapshot of what a cycle of the loops reads from devices without subscriptions. At the
+// beginning of the cycle it is requested from all nexels at once, each path once, and awaited once.
+// Reads by the proxies on the same thread are then answered from it. Reads that were not declared
+// are made when needed, and kept for the rest of the cycle, or for a second; a write to a device
+// makes its kept readings stale. A channel command has its own snapshot: what it will need from one
+// device is already in flight while it waits for another.
 //
-// Of one thread, the manager's, while a `scope` stands; polled values and commands read for
-// themselves on other threads. Failures of the snapshot are kept too, and thrown where the reading
+// Used by one thread while a `scope` exists, the manager's or that of a channel command; polled
+// values and other commands do their own reads. Failures are kept too, and thrown where the reading
 // is used.
 #pragma once
 
@@ -22,12 +23,13 @@
 #include "platform/wire/nx_client_exception.h"
 
 class nexel_client_api;
+class nexel_request;
 
 namespace device {
 
 /// One path that a cycle will read; `type` as the proxy converts it. Paths of a nexel with the same
-/// `pattern` are asked for by that, in one request; a nexel that does not know patterns is asked
-/// for each.
+/// `pattern` are read by that pattern, in one request; if a nexel does not support patterns, each
+/// is read separately.
 struct read_wish {
   enum class type { number, truth, count, text };
 
@@ -37,9 +39,16 @@ struct read_wish {
   std::string pattern{};
 };
 
+class pending_read;
+
 class cycle_reads {
  public:
-  /// Makes `reads` that of this thread, until its end.
+  cycle_reads();
+  ~cycle_reads();
+  cycle_reads(const cycle_reads&) = delete;
+  cycle_reads& operator=(const cycle_reads&) = delete;
+
+  /// Makes `reads` the calling thread's snapshot for the scope's lifetime.
   class scope {
    public:
     explicit scope(cycle_reads& reads);
@@ -51,15 +60,15 @@ class cycle_reads {
     cycle_reads* former_;
   };
 
-  /// What the last `fetch` and what came since in the scope have cost, writes included.
+  /// The cost of the last `fetch` and everything since in the scope, including writes.
   struct cost {
     std::size_t requests = 0;
     std::size_t waits = 0;
     std::chrono::nanoseconds waited{0};
   };
 
-  /// While one lives, the thread waits for answers of devices: counted as a wait, and what is kept
-  /// does not age by it. Nothing outside of a scope.
+  /// While an object of this class exists, the thread is waiting for answers from devices: the time
+  /// is counted as a wait, and kept readings do not age. No effect outside a scope.
   class waiting_time {
    public:
     explicit waiting_time(std::size_t requests, cycle_reads* reads = current());
@@ -72,27 +81,30 @@ class cycle_reads {
     std::chrono::steady_clock::time_point begin_;
   };
 
-  /// That of this thread; null outside of a scope.
+  /// The calling thread's snapshot; null outside a scope.
   static cycle_reads* current();
 
-  /// Forgets all and asks for what is wished. Returns when every nexel has answered or its client
-  /// has given up.
+  /// Discards everything and requests the given reads. Returns when every nexel has answered or its
+  /// client has given up.
   void fetch(const std::vector<read_wish>& wishes);
-  /// Asks in the same way for those of which nothing is kept, as after a write.
+  /// In the same way, requests those reads that are not kept, as after a write.
   void complete(const std::vector<read_wish>& wishes);
+
+  /// As `complete`, but returns at once: the first `get` of such a path waits for its nexel.
+  void ask_ahead(const std::vector<read_wish>& wishes);
 
   /// T: bool, float, unsigned int, std::string. Throws nx_client_exception.
   template <class T>
   T get(nexel_client_api& client, const std::string& path);
 
-  /// A write to the nexel: what was read of the paths with `part` in them may hold no longer.
+  /// After a write to the nexel: discards readings of paths that contain `part`.
   void forget(const nexel_client_api& client, std::string_view part = {});
 
   const cost& last_cost() const { return cost_; }
 
   using answer = std::variant<bool, float, unsigned, std::string, nx_client_exception>;
-  /// What is kept of a path of the nexel at that address, as it came; null for what is not. Asks
-  /// nobody.
+  /// The kept answer for a path of the nexel at that address, as it arrived; null if there is none.
+  /// Sends nothing.
   const answer* peek(const std::string& nexel, const std::string& path) const;
 
  private:
@@ -102,17 +114,28 @@ class cycle_reads {
   };
   using key = std::pair<std::string, std::string>;  // nexel, path
 
+  using reads_under_way = std::vector<std::unique_ptr<pending_read>>;
+  // By nexel. Proxies of one nexel have clients of their own; the first one asks for all.
+  using requests =
+      std::map<std::string, std::pair<nexel_client_api*, std::shared_ptr<nexel_request>>>;
+
+  requests prepare_requests(const std::vector<read_wish>& wishes);
+  static void send(const requests& prepared);
+  /// Waits for what that nexel was asked ahead.
+  void collect(const std::string& nexel);
+  void take_answers(reads_under_way::iterator first);
   /// By nexel, then by path.
-  void keep(std::map<std::string, std::map<std::string, answer>> told);
+  void keep(std::map<std::string, std::map<std::string, answer>>&& told);
   template <class T>
   T ask(nexel_client_api& client, const std::string& path);
   bool is_kept(const key& of) const;
   template <class T>
   const answer* find(const key& of) const;
-  /// Now, less the time that went by in waits for answers.
+  /// The present time, less the time spent waiting for answers.
   std::chrono::steady_clock::time_point age_clock() const;
 
   std::map<key, kept> answers_;
+  reads_under_way under_way_;
   std::set<std::string> without_patterns_;  // nexels
   cost cost_;
   std::chrono::nanoseconds all_waits_{0};

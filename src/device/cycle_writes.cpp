@@ -4,6 +4,7 @@
 
 #include "device/cycle_reads.h"
 #include "platform/nexel_client/nexel_client.h"
+#include "platform/wire/nx_error.h"
 
 namespace device {
 
@@ -26,7 +27,24 @@ cycle_writes* cycle_writes::current() {
 
 template <class Value>
 void cycle_writes::send(nexel_client_api& client, const std::string& path, Value value) {
-  pending_.push_back({.client = &client, .path = path, .answer = client.send_set(path, value)});
+  pending_.push_back(
+      {.client = &client, .path = path, .answer = client.send_set<void>(path, value)});
+}
+
+void cycle_writes::send_command(nexel_client_api& client, const std::string& path,
+                                const std::string& request, const char* failure) {
+  pending_.push_back({.client = &client,
+                      .path = path,
+                      .answer = client.send_set<bool>(path, request),
+                      .refusal = failure});
+}
+
+void cycle_writes::wait(pending& each) {
+  if (auto* done = std::get_if<std::future<void>>(&each.answer)) {
+    return each.client->wait_for(*done, each.path);
+  }
+  auto& taken = std::get<std::future<bool>>(each.answer);
+  if (!each.client->wait_for(taken, each.path)) throw nx_error(nx_error::io_failed, each.refusal);
 }
 
 void cycle_writes::wait() {
@@ -34,7 +52,7 @@ void cycle_writes::wait() {
   const cycle_reads::waiting_time counted(pending_.size());
   for (auto& each : pending_) {
     try {
-      each.client->wait_for(each.answer, each.path);
+      wait(each);
     } catch (...) {
       each.failure = std::current_exception();
     }

@@ -1,15 +1,17 @@
-// What a walk over channels writes to a device goes out at once, one write behind the other, and is
-// waited for together when the walk is over: forty steps cost one answer of the switch and not
-// forty. The nexel does them in the order in which they were sent.
+// The writes to a device during a walk over channels are sent at once, one after the other, and
+// awaited together after the walk: forty steps cost one answer from the switch instead of forty.
+// The nexel carries them out in the order in which they were sent. The same goes for the commands
+// that remove a channel from its devices, which do not depend on each other's answers.
 //
-// Of one thread, the manager's, while a `scope` stands. A failure is thrown where the turn is asked
-// for in which the write was made.
+// Used by one thread, the manager's or that of a channel command, while a `scope` exists. A failure
+// is thrown when the result of the turn that made the write is asked for.
 #pragma once
 
 #include <cstddef>
 #include <exception>
 #include <future>
 #include <string>
+#include <variant>
 #include <vector>
 
 class nexel_client_api;
@@ -18,7 +20,7 @@ namespace device {
 
 class cycle_writes {
  public:
-  /// Makes `writes` that of this thread, until its end.
+  /// Makes `writes` the calling thread's for the scope's lifetime.
   class scope {
    public:
     explicit scope(cycle_writes& writes);
@@ -30,27 +32,32 @@ class cycle_writes {
     cycle_writes* former_;
   };
 
-  /// That of this thread; null outside of a scope.
+  /// The calling thread's; null outside a scope.
   static cycle_writes* current();
 
-  /// The client outlives the `wait`. Value: float, const char*.
+  /// The client must outlive the `wait`. Value: float, const char*.
   template <class Value>
   void send(nexel_client_api& client, const std::string& path, Value value);
+  /// A command: an answer of false fails it with nx_error -5 and that text, a literal.
+  void send_command(nexel_client_api& client, const std::string& path, const std::string& request,
+                    const char* failure);
 
-  /// How many writes were sent so far: the first of the next turn.
+  /// Number of writes sent so far, which is the index of the next turn's first write.
   std::size_t sent() const { return pending_.size(); }
   /// Returns when all of them have been answered or given up.
   void wait();
-  /// After `wait`: throws the first failure of the writes from `first` up to `end`.
+  /// After `wait`: throws the first failure among the writes from `first` up to `end`.
   void throw_failure(std::size_t first, std::size_t end) const;
 
  private:
   struct pending {
     nexel_client_api* client;
     std::string path;
-    std::future<void> answer;
+    std::variant<std::future<void>, std::future<bool>> answer;
+    const char* refusal = "";
     std::exception_ptr failure{};
   };
+  static void wait(pending& each);
 
   std::vector<pending> pending_;
 };

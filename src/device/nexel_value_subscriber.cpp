@@ -41,8 +41,8 @@ T nexel_value_subscriber<T>::convert(const nx::json_value& value) {
   }
 }
 
-// A number that is none of its kind is refused as a value of another type is: the last good one
-// stays, and is known no longer. Said once, since a broken device tells it at each look.
+// A number outside the range of its kind is refused like a value of another type: the last good one
+// stays, but is no longer known. Logged once, since a broken device repeats it at each look.
 template <class T>
 void nexel_value_subscriber<T>::take(path_event& event, std::string_view path, T value) {
   auto judged = verdict::measured;

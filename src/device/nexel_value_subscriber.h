@@ -1,6 +1,5 @@
-// The client library's callback for one subscribed path: converts and judges what arrives, stores
-// it, and reports to the path's state, which it does not keep alive. Called on the I/O thread; it
-// only stores.
+// The client library's callback for one subscribed path: converts and judges each value, stores it,
+// and reports to the path's state, which it does not keep alive. Called on the I/O thread.
 #pragma once
 
 #include <atomic>
@@ -16,7 +15,7 @@ namespace device {
 
 class path_event;
 
-/// On a path for as long as its numbers are beyond what their kind can tell.
+/// Active on a path as long as its numbers are outside the range of their kind.
 inline constexpr helpers::guard_kind plausibility_guard{"plausibility"};
 
 /// T: bool, float, std::string.
@@ -29,7 +28,7 @@ class nexel_value_subscriber : public nexel_subscriber {
                          reading_kind kind);
   ~nexel_value_subscriber() override;
 
-  /// Throws json_value_conversion_error on a value of another type.
+  /// Throws json_value_conversion_error for a value of another type.
   void send_changed_value_event(std::string_view path, const nx::json_value& value) override;
   void send_exception_event(std::string_view path, const nx_client_exception& error) override;
   void send_subscription_ended_event(std::string_view path, subscription_ended_rc rc) override;
@@ -48,7 +47,7 @@ class nexel_value_subscriber : public nexel_subscriber {
   const std::string subject_;
   const reading_kind kind_;
   bool confirmed_ = false;             // the I/O thread's
-  std::atomic<bool> refusing_{false};  // also read where the last owner lets go
+  std::atomic<bool> refusing_{false};  // also read when the last owner lets go
 };
 
 }  // namespace device

@@ -21,16 +21,16 @@ class path_event {
   /// T: bool, float, std::string. `store` takes the value.
   template <class T>
   void on_value_changed(std::string_view path, const std::function<void(T)>& store, T value);
-  /// A failure that repeats itself, as a refused subscription does each second, is told once.
+  /// A failure that repeats, as a refused subscription does each second, is reported once.
   void on_exception_received(std::string_view path, const nx_client_exception& exception);
   void on_variable_removed(std::string_view path, subscription_ended_rc reason);
 
-  /// False from the first failure on, for good: only a new subscription repairs a path. Marks a
-  /// path that fails again and again as removed.
+  /// False from the first failure on, permanently: only a new subscription repairs a path. Marks a
+  /// path that fails repeatedly as removed.
   bool is_operational();
   bool is_removed() const { return removed_; }
 
-  /// Failures in a row, without a value between them, that a subscription survives.
+  /// Number of consecutive failures, without a value in between, that a subscription survives.
   static constexpr std::uint32_t exception_limit = 10;
 
  private:

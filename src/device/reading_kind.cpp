@@ -10,8 +10,8 @@ namespace device {
 namespace {
 
 constexpr number_range never{1.0f, 0.0f};
-/// Services write -99 for "no light"; sums of two such are near -96, and a calibration of the board
-/// moves both by some dB.
+/// Services send -99 for "no light"; sums of two such are near -96, and the board's calibration
+/// shifts both by some dB.
 constexpr number_range dark{-110.0f, -70.0f};
 
 using table = std::array<reading_limits, static_cast<std::size_t>(reading_kind::count)>;

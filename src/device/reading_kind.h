@@ -1,6 +1,7 @@
-// What a number of a device can be: one table of kinds with the range that an instrument of the
-// kind can tell. The subscriptions of own devices and of the peer judge each number on arrival: one
-// beyond its range is refused like a value of another type, and no write rests on it.
+// The range of numbers that a device can report: one table of kinds, with the range of an
+// instrument of each kind. The subscriptions of our own devices and of the peer judge each number
+// on arrival: one outside its range is refused like a value of another type, and no write is based
+// on it.
 //
 // Pure functions on any thread; they throw nothing.
 #pragma once
@@ -10,7 +11,7 @@
 namespace device {
 
 enum class reading_kind {
-  any_number,         ///< of which nothing is known but that it is finite
+  any_number,         ///< nothing is known except that it is finite
   channel_power,      ///< a channel monitor's, of one channel
   total_power,        ///< a channel monitor's, of all channels
   tap_power,          ///< of an amplifier's input or output, a port or a line
@@ -25,19 +26,19 @@ enum class reading_kind {
   loss_per_length,    ///< of a fibre
   insertion_loss,     ///< of a part that light passes
   fibre_length,       ///< as a supervisory channel measures it
-  dispersion,         ///< of a fibre, of a compensator's setting, or what is left of both
+  dispersion,         ///< of a fibre, of a compensator's setting, or the remainder of both
   dispersion_offset,  ///< by which an operator shifts a compensator
   osnr,               ///< of a channel
   utilization,        ///< of the band
   calibration,        ///< between the readings of two instruments
-  target_power,       ///< at which channels are wanted
+  target_power,       ///< wanted power of a channel
   count
 };
 
 struct number_range {
   float lowest;
   float highest;
-  /// False for what is not a number, too.
+  /// False for NaN, too.
   bool holds(float number) const { return number >= lowest && number <= highest; }
 };
 
@@ -46,7 +47,7 @@ struct reading_limits {
   const char* unit;
   number_range measured;
   /// What such instruments show when there is nothing to measure: shown on the tree as it is, but
-  /// no reading. Empty, lowest above highest, for a kind without.
+  /// not a reading. For a kind without this, the range is empty (lowest above highest).
   number_range nothing;
   const char* reason;
 };
@@ -55,8 +56,8 @@ const reading_limits& limits_of(reading_kind kind);
 
 enum class verdict {
   measured,
-  nothing_measured,  ///< in the dark, blocked, no module: legal, and tells nothing
-  refused            ///< no instrument of this kind tells such a number
+  nothing_measured,  ///< dark, blocked, no module: legal, but not a measurement
+  refused            ///< no instrument of this kind can report this
 };
 
 verdict judge(reading_kind kind, float number);

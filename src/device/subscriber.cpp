@@ -19,8 +19,8 @@
 namespace device {
 namespace {
 
-/// A nexel that takes longer for its first values is taken up at the next try: the subscriptions
-/// stay.
+/// If a nexel takes longer than this for its first values, the next try picks them up: the
+/// subscriptions stay.
 constexpr std::chrono::seconds first_value_limit{1};
 
 /// Calls `action` with a value of the C++ type that holds the path's values.
@@ -95,7 +95,7 @@ template <class... Types>
 std::vector<std::string> _subscriber<Types...>::subscribe_all(
     const std::shared_ptr<nexel_client_api>& client, const std::vector<wanted_path>& paths) {
   request_all(client, paths);
-  auto next = paths.begin();  // what is settled stays so, and is looked at once
+  auto next = paths.begin();  // what is settled stays settled, and is looked at once
   const auto all_settled = [&] {
     next = std::find_if(next, paths.end(),
                         [this](const wanted_path& wanted) { return !is_settled(wanted); });
@@ -253,11 +253,14 @@ bool _subscriber<Types...>::is_operational() {
 
 template class _subscriber<float, std::string, bool, int, unsigned int>;
 
+template <class T>
+using known_reading = std::optional<reading<T>>;
+
 #define INSTANTIATE_FOR(T)                                                                      \
   template void subscriber::subscribe<T>(std::shared_ptr<nexel_client_api>, const std::string&, \
                                          reading_kind);                                         \
   template reading<T> subscriber::get_reading<T>(const std::string&) const;                     \
-  template std::optional<reading<T>> subscriber::find_known<T>(const std::string&) const;       \
+  template known_reading<T> subscriber::find_known<T>(const std::string&) const;                \
   template T subscriber::get<T>(const std::string&) const;
 INSTANTIATE_FOR(bool)
 INSTANTIATE_FOR(float)

@@ -1,9 +1,9 @@
-// Readings that arrive by themselves: the subscribed paths of one nexel and a table of their newest
+// Readings that arrive on their own: the subscribed paths of one nexel, and a table of their newest
 // values, which the loops read many times in a cycle without a round trip. After a failure a path
-// is not operational any more, and its owner repairs it by subscribing again.
+// is no longer operational, and its owner repairs it by subscribing again.
 //
 // The client library's I/O thread writes the values; the loops and the server's command threads do
-// the rest. `get` never waits for the nexel.
+// everything else. `get` never waits for the nexel.
 #pragma once
 
 #include <atomic>
@@ -26,7 +26,7 @@ struct subscription_table;
 
 enum class value_type { number, truth, text };
 
-/// A path that is to be subscribed; `kind` is what its numbers are judged by.
+/// A path to subscribe to; `kind` determines how its numbers are judged.
 struct wanted_path {
   value_type type = value_type::number;
   std::string path;
@@ -36,30 +36,31 @@ struct wanted_path {
 template <class... Types>
 class _subscriber {
  public:
-  /// `nexel` names the device in the lines of what its numbers are refused for.
+  /// `nexel` names the device in log lines about refused numbers.
   explicit _subscriber(std::string nexel = "device");
   ~_subscriber();
   _subscriber(const _subscriber&) = delete;
   _subscriber& operator=(const _subscriber&) = delete;
 
-  /// Returns when the first value is there; a healthy subscription is left as it is. T: bool,
-  /// float, std::string. Throws nx_error -22 when the nexel refuses, no value comes or the process
+  /// Returns once the first value is there; a healthy subscription is left as it is. T: bool,
+  /// float, std::string. Throws nx_error -22 if the nexel refuses, no value arrives or the process
   /// stops.
   template <class T>
   void subscribe(std::shared_ptr<nexel_client_api> client, const std::string& path,
                  reading_kind kind = reading_kind::any_number);
 
-  /// As `subscribe` for each, but all go out together and are waited for once. Gives the paths of
-  /// which no value came, in the order of the list; those are subscribed all the same.
+  /// As `subscribe` for each, but all requests are sent together and awaited once. Returns the
+  /// paths for which no value arrived, in the order of the list; those are subscribed to
+  /// nevertheless.
   [[nodiscard]] std::vector<std::string> subscribe_all(
       const std::shared_ptr<nexel_client_api>& client, const std::vector<wanted_path>& paths);
 
-  /// `subscribe_all` for those to whom one missing path is a failure of all: throws the failure of
-  /// the first.
+  /// `subscribe_all` for callers to whom one missing path is a failure of all: throws the first
+  /// failure.
   void subscribe_each(const std::shared_ptr<nexel_client_api>& client,
                       const std::vector<wanted_path>& paths);
 
-  /// Sends the subscriptions of the paths without a healthy one, and waits for nothing.
+  /// Sends the subscriptions of those paths that have no healthy one, without waiting.
   void request_all(const std::shared_ptr<nexel_client_api>& client,
                    const std::vector<wanted_path>& paths);
 
@@ -67,20 +68,20 @@ class _subscriber {
   bool is_answered(const wanted_path& wanted) const;
   bool has_value(const wanted_path& wanted) const;
 
-  /// Subscribes anew what the nexel has taken off its tree since, whose values are forgotten. What
-  /// has failed otherwise is left to the client library, which asks again by itself.
+  /// Subscribes again to paths that the nexel has removed from its tree meanwhile; their values are
+  /// discarded. After other failures the client library asks again by itself.
   void resubscribe_ended(const std::shared_ptr<nexel_client_api>& client,
                          const std::vector<wanted_path>& paths);
 
-  /// The newest value, also of a path that has been dropped. Every type has a table of its own.
-  /// Throws nx_error -22 "No value for path: PATH".
+  /// The newest value, also of a path that has been dropped. Every type has its own table. Throws
+  /// nx_error -22 "No value for path: PATH".
   template <class T>
   T get(const std::string& path) const;
   /// As `get`, with its age.
   template <class T>
   reading<T> get_reading(const std::string& path) const;
-  /// For those who write by it. Empty unless the newest report of the present subscription was a
-  /// measured value: not before the first, in error, after the end, or while what arrives is
+  /// For decisions about writes. Empty unless the newest report of the present subscription was a
+  /// measured value: that is, before the first value, in error, after the end, or while values are
   /// refused.
   template <class T>
   std::optional<reading<T>> find_known(const std::string& path) const;
@@ -88,11 +89,11 @@ class _subscriber {
   void unsubscribe(const std::string& path);
   void reset();
 
-  /// False while a path has failed and was not subscribed again. Paths that ended, or failed more
-  /// than ten times in a row, are dropped by the next call.
+  /// False while a path has failed and has not been subscribed to again. Paths that have ended, or
+  /// failed more than ten times in a row, are dropped by the next call.
   bool is_operational();
 
-  /// True once after `is_operational` has dropped paths: their values stand still from then on,
+  /// True once after `is_operational` has dropped paths: from then on their values do not change
   /// until the owner subscribes again.
   bool take_dropped() { return dropped_.exchange(false); }
 

@@ -1,7 +1,7 @@
-// The newest values of a subscriber by path, and what is known of each. Subscriptions share the
-// table, so that a value which arrives while the subscriber is destroyed still has a place to go.
+// A subscriber's newest values by path, and what is known of each. Subscriptions share the table,
+// so a value that arrives while the subscriber is being destroyed still has a place to go.
 //
-// The client library's I/O thread stores; the loops and the server's threads read. Nothing waits.
+// The client library's I/O thread stores; the loops and the server's threads read. Nothing blocks.
 #pragma once
 
 #include <chrono>
@@ -18,24 +18,24 @@
 namespace device {
 
 /// The newest value of a path and what is known of its freshness. The first value of a subscription
-/// is as old as the nexel's last look: only another one tells that the device measures, be it than
-/// the last of the subscription before.
+/// may be as old as the nexel's last measurement: only a different one, also compared with the
+/// previous subscription's last value, proves that the device is measuring.
 template <class T>
 struct reading {
   T value{};
-  std::chrono::steady_clock::time_point arrived{};  ///< when this value, changed or not, came in
-  std::uint32_t arrivals = 0;                       ///< of this subscription, the first included
-  std::uint32_t changes = 0;                        ///< arrivals that differed from what was known
+  std::chrono::steady_clock::time_point arrived{};  ///< when this value arrived, changed or not
+  std::uint32_t arrivals = 0;                       ///< in this subscription, including the first
+  std::uint32_t changes = 0;  ///< arrivals that differed from the value before
   bool is_sound = false;  ///< the newest report was a measured value of the present subscription
 };
 
-/// A value that was asked for just now.
+/// A value that has just been read.
 reading<float> reading_of_now(float value);
 
 template <class T>
 class value_table {
  public:
-  /// `measured` is false for a legal value that stands for no measurement.
+  /// `measured` is false for a legal value that does not represent a measurement.
   void store(const std::string& path, T value, bool measured) {
     const auto now = helpers::waiting::instance().steady_now();
     const std::lock_guard lock(mutex_);
@@ -49,7 +49,7 @@ class value_table {
     kept.is_answered = true;
   }
 
-  /// The newest report was no value: the last one stays, and is known no longer.
+  /// The newest report was not a value: the last one stays, but is no longer known.
   void spoil(const std::string& path, bool refused) {
     const std::lock_guard lock(mutex_);
     auto& kept = values_[path];
@@ -58,7 +58,7 @@ class value_table {
     kept.is_refused = refused;
   }
 
-  /// The value of an earlier subscription stays until this one has delivered.
+  /// The value of an earlier subscription stays until this one has delivered one.
   void begin_subscription(const std::string& path) {
     const std::lock_guard lock(mutex_);
     auto& kept = values_[path];
@@ -88,7 +88,7 @@ class value_table {
     return found != values_.end() && found->second.is_answered;
   }
 
-  /// There is a value, be it an earlier one, or the nexel has refused the subscription.
+  /// There is a value, even an earlier one, or the nexel has refused the subscription.
   bool is_settled(const std::string& path) const {
     const std::shared_lock lock(mutex_);
     const auto found = values_.find(path);
@@ -99,7 +99,7 @@ class value_table {
   struct entry : reading<T> {
     bool is_there = false;
     bool is_answered = false;  // of the present subscription
-    bool is_refused = false;   // the present subscription, at its last try
+    bool is_refused = false;   // the present subscription was refused at its last try
   };
 
   template <class Wanted>
@@ -110,7 +110,7 @@ class value_table {
     return found->second;
   }
 
-  mutable std::shared_mutex mutex_;  // nothing is taken under it
+  mutable std::shared_mutex mutex_;  // no other mutex is taken under it
   std::map<std::string, entry> values_;
 };
 

@@ -1,5 +1,5 @@
-// The two nexels that tell about the node itself: its inventory, and how it was started. Read once,
-// on the manager thread; failures leave as nx_client_exception.
+// The two nexels that describe the node itself: its inventory, and how it was started. Read once,
+// on the manager thread; failures are thrown as nx_client_exception.
 #pragma once
 
 #include <memory>
@@ -28,7 +28,7 @@ class start {
  public:
   start(std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path);
 
-  /// The node came up without power before it, not by a restart of software.
+  /// The node was powered up, as opposed to a restart of software.
   bool is_system_coldstart() const;
 
  private:

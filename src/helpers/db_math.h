@@ -1,5 +1,5 @@
-// Decibels and the linear scale. Powers in dBm and mW, ratios in dB; worked out in double, since a
-// sum of powers that lie far apart loses the smaller one in float.
+// Decibels and the linear scale. Powers in dBm and mW, ratios in dB. Calculated in double, since in
+// float a sum of very different powers would lose the smaller one.
 #pragma once
 
 namespace helpers {

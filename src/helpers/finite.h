@@ -1,5 +1,5 @@
-// Whether a value may stand on the tree: a float there is finite. One place for the test and its
-// two texts.
+// Checks whether a value may be published: floats on the tree are finite. One place for the check
+// and its two texts.
 #pragma once
 
 #include <cmath>
@@ -19,8 +19,8 @@ bool is_finite(const T& value) {
   }
 }
 
-/// Throws nx_error -61 "SUBJECT is NaN." or "SUBJECT is infinite."; types that are no numbers with
-/// a point always pass.
+/// Throws nx_error -61 "SUBJECT is NaN." or "SUBJECT is infinite."; types other than floating point
+/// always pass.
 template <class T>
 void require_finite(const T& value, const std::string& subject) {
   if (is_finite(value)) return;

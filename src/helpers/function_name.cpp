@@ -4,7 +4,7 @@ namespace helpers {
 
 namespace {
 
-/// Where the parameter list opens: the first parenthesis outside of template arguments.
+/// Where the parameter list opens: the first parenthesis outside template arguments.
 std::size_t parameter_list(std::string_view signature) {
   int depth = 0;
   for (std::size_t i = 0; i < signature.size(); ++i) {

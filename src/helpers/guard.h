@@ -1,6 +1,6 @@
-// One way to log a failure: the exception in flight, in the form of its type. Called inside a catch
-// block; the place of the guard is its std::source_location, whose function name is the full
-// signature.
+// The one way to log a failure: the current exception, in the text form for its type. Call it
+// inside a catch block. The guard's place is its std::source_location, whose function name is the
+// full signature.
 #pragma once
 
 #include <cstddef>
@@ -11,21 +11,21 @@
 
 namespace helpers {
 
-/// Whether the guard stops the exception or throws it on: the form for foreign exceptions tells.
+/// Whether the guard stops the exception or rethrows it; the text for unknown exceptions says
+/// which.
 enum class after_logging { stops, throws_on };
 
 /// Logs the current exception at level 2 in one of the four forms.
 void log_current_exception(after_logging next = after_logging::stops,
                            const std::source_location& where = std::source_location::current());
 
-/// What the current exception says, without its place.
+/// The text of the current exception, without its place.
 std::string current_exception_text();
 
-/// What the failure said that this thread logged last, without its place; empty after it has been
-/// taken.
+/// The text of the failure that this thread logged last, without its place; empty once taken.
 std::string take_last_failure();
 
-/// Runs `action`; a failure is logged and stops here. True if there was none.
+/// Runs `action`; a failure is logged and stops here. Returns true if there was none.
 template <class Action>
 bool guarded(Action&& action, const std::source_location& where = std::source_location::current()) {
   try {
@@ -37,8 +37,8 @@ bool guarded(Action&& action, const std::source_location& where = std::source_lo
   }
 }
 
-/// The guards of a walk over many things of a kind: what fails for one ends that one's turn alone.
-/// A failure that several share, as that of a device which all of them ask, is logged once.
+/// Guards a walk over many things of a kind: a failure on one ends only that one's turn. A failure
+/// shared by several, such as that of a device they all use, is logged once.
 class walk_guard {
  public:
   explicit walk_guard(const std::source_location& where = std::source_location::current())
@@ -53,9 +53,9 @@ class walk_guard {
     }
   }
 
-  /// Of how many turns.
+  /// Number of turns that failed.
   std::size_t failures() const { return failures_; }
-  /// Throws the first failure when none of the turns went well.
+  /// Throws the first failure if no turn succeeded.
   void throw_if_all_failed(std::size_t turns) const;
 
  private:
@@ -67,7 +67,11 @@ class walk_guard {
   std::exception_ptr first_;
 };
 
-/// Runs `action`; a failure is logged and thrown on. `on_failure` runs between the two.
+/// Logs the current exception, which will be rethrown, unless an inner guard has already logged it:
+/// that one was closer to the cause.
+void log_unless_logged(const std::source_location& where);
+
+/// Runs `action`; a failure is logged and rethrown. `on_failure` runs in between.
 template <class Action, class OnFailure>
 void logged_and_thrown(Action&& action, OnFailure&& on_failure,
                        const std::source_location& where = std::source_location::current()) {
@@ -75,7 +79,7 @@ void logged_and_thrown(Action&& action, OnFailure&& on_failure,
     action();
   } catch (...) {
     on_failure();
-    log_current_exception(after_logging::throws_on, where);
+    log_unless_logged(where);
     throw;
   }
 }

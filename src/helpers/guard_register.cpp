@@ -80,12 +80,6 @@ bool guard_register::is_active(const guard_kind& guard, const std::string& subje
   return found != states_.end() && found->second.active.contains(subject);
 }
 
-std::uint64_t guard_register::withheld(const guard_kind& guard) const {
-  const std::lock_guard lock(mutex_);
-  const auto found = states_.find(std::string_view(guard.name));
-  return found == states_.end() ? 0 : found->second.withheld;
-}
-
 std::vector<guard_register::state> guard_register::states() const {
   const std::lock_guard lock(mutex_);
   std::vector<state> all;

@@ -1,9 +1,9 @@
-// What stands above the laws of regulation, and whether it is at work: each guard withholds writes
-// that would rest on something unknown, or brings back what would stay dead. A guard tells here on
-// whom it begins and ends; the register writes one log line for each, counts the writes that were
-// withheld, and is what the tree shows.
+// The guards on top of the laws of regulation, and whether they are active: each guard withholds
+// writes that would be based on something unknown, or frees what would be stuck forever. Guards
+// report here when they begin and end on a subject; the register writes one log line for each,
+// counts the withheld writes, and is what the tree shows.
 //
-// The rules themselves are pure functions beside the loops' phases (base/guards). All threads.
+// The rules themselves are pure functions next to the loops' phases (base/guards). All threads.
 #pragma once
 
 #include <chrono>
@@ -19,11 +19,12 @@
 
 namespace helpers {
 
-/// A guard, defined once as a constant beside its rule. `name` is its name on the tree, in the log
-/// and of its page in docs/decisions.
+/// A guard, defined once as a constant next to its rule. `name` is its name on the tree, in the log
+/// and in docs/decisions.
 struct guard_kind {
   const char* name;
-  /// Of the lines at begin and end: 2, or 1 for what a healthy node meets in ordinary work.
+  /// Level of the begin and end lines: 2, or 1 for a guard that is active on a healthy node in
+  /// ordinary work.
   int log_level = 2;
 };
 
@@ -43,7 +44,7 @@ class guard_register {
     std::uint64_t withheld = 0;                  ///< writes, since the start
   };
 
-  /// A guard that has begun, or has ended, on a subject.
+  /// A guard that has begun or ended on a subject.
   struct change {
     const guard_kind& guard;
     const std::string& subject;
@@ -55,23 +56,23 @@ class guard_register {
 
   static guard_register& instance();
 
-  /// Told of each begin and end, on the guard's thread and under no lock of the register. Replaces
-  /// the one before.
+  /// Called at each begin and end, on the guard's thread and without holding a lock of the
+  /// register. Replaces the previous one.
   void set_observer(observer told);
 
-  /// The guard is at work on the subject; the first call logs `reason`, later ones keep the first.
+  /// The guard is active on the subject. The first call logs `reason`; later ones keep the first
+  /// reason.
   void begin(const guard_kind& guard, const std::string& subject, const std::string& reason);
-  /// As `begin`, and one write that the law would have made did not happen.
+  /// As `begin`, and one write that the law would have made was withheld.
   void withhold(const guard_kind& guard, const std::string& subject, const std::string& reason);
-  /// The guard has let go of the subject; nothing for one that it was not on.
+  /// The guard is no longer active on the subject; no effect if it was not.
   void end(const guard_kind& guard, const std::string& subject);
-  /// `begin` or `end`, whichever holds.
+  /// `begin` or `end`, depending on the condition.
   void show(const guard_kind& guard, const std::string& subject, bool active,
             const std::string& reason);
 
   bool is_active(const guard_kind& guard, const std::string& subject) const;
-  std::uint64_t withheld(const guard_kind& guard) const;
-  /// Of every guard that has been at work, by name.
+  /// Every guard that has been active, by name.
   std::vector<state> states() const;
   /// Forgets everything but the observer; for tests.
   void reset();
@@ -84,7 +85,7 @@ class guard_register {
   void enter_and_tell(const guard_kind& guard, const std::string& subject,
                       const std::string& reason, unsigned writes);
 
-  mutable std::mutex mutex_;  // nothing but the log's own is taken under it
+  mutable std::mutex mutex_;  // only the log's own locks are taken under it
   std::map<std::string, state, std::less<>> states_;
   std::shared_ptr<const observer> observer_;
 };

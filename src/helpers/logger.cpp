@@ -5,8 +5,8 @@
 
 namespace {
 
-/// Readers of the node's logs tell this daemon's records by this trace: it is the same for each
-/// message, and the place of the call is in the channel.
+/// Readers of the node's logs recognise this daemon's records by this trace. It is the same for
+/// every message; the place of the call is in the channel.
 constexpr unsigned trace_line = 31;
 
 constexpr int ordinary = 2;
@@ -41,7 +41,7 @@ logger& logger::instance() {
 void logger::write(const char* file, int line, const char* function, fmt::string_view format,
                    fmt::format_args args) {
   const auto channel = fmt::format("{}:{}:{}", file, line, helpers::short_function_name(function));
-  // Who has asked for more than the ordinary gets every line.
+  // A user who has raised the log level gets every line.
   const auto folds = level < ordinary ? note_log::folding::none : note_log::folding::places;
   auto record = note_log::open_record(note_log::info, channel, present_subject(), folds);
   if (!record) return;

@@ -1,5 +1,5 @@
 // The daemon's own layer over note_log: a threshold that can be changed at run time, fmt
-// formatting, and the location of the call as the record's channel. All threads log.
+// formatting, and the call's location as the record's channel. All threads log.
 //
 // Levels: 0 rare detail, 1 per-cycle report, 2 ordinary message and failure.
 #pragma once
@@ -34,12 +34,12 @@ class logger {
              fmt::format_args args);
 };
 
-/// Whom the lines of this thread concern while the object lives, where one piece of code serves
-/// both directions and all channels. Shown beside the channel of the record; of two the inner one
-/// counts.
+/// What this thread's log lines are about while the object lives, where the same code serves both
+/// directions and all channels. Shown next to the record's channel; if nested, the inner one is
+/// used.
 class log_subject {
  public:
-  /// "rx" or "tx"; the text has to outlive the object.
+  /// "rx" or "tx"; the text must outlive the object.
   explicit log_subject(const char* direction, unsigned channel = 0);
   ~log_subject();
   log_subject(const log_subject&) = delete;
@@ -50,12 +50,13 @@ class log_subject {
   unsigned outer_channel_;
 };
 
-/// A record past the threshold, with a severity (3 error, 4 warning, 7 debug) and a channel of its
-/// own. The code trace of the call is appended as everywhere in the node's services.
+/// A record above the threshold, with a severity (3 error, 4 warning, 7 debug) and a channel of its
+/// own. The call's code trace is appended, as everywhere in the node's services.
 void log_direct(int severity, const char* channel, const std::string& text, const char* file,
                 int line);
 
-// The signature, since it names the function around a lambda, where __func__ is "operator()".
+// Uses the signature, since inside a lambda it still names the enclosing function, where __func__
+// is "operator()".
 #define LUMORA_LOG(level, ...) \
   ::logger::log(level, __FILE__, __LINE__, __PRETTY_FUNCTION__, __VA_ARGS__)
 #define LUMORA_LOG_DIRECT(severity, channel, text) \

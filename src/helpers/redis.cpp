@@ -25,7 +25,8 @@ std::string hash_tag(const char* variable) {
   return value;
 }
 
-/// What somebody has to mend before the store can be used; other failures pass by themselves.
+/// Reports only what somebody has to fix before the store can be used; other failures pass by
+/// themselves.
 void tell_if_lasting(const std::string& failure) {
   auto& report = helpers::start_report::instance();
   if (failure.starts_with("KVS_URL")) {
@@ -100,8 +101,8 @@ void redis::reset_for_test() {
 }
 
 bool redis::_check_connection(bool reconnect) {
-  helpers::service_manager::instance().alive();  // an answer may take a second each
-  get_hash_tags();  // a missing tag is the caller's to hear of, not a lost connection
+  helpers::service_manager::instance().alive();  // each answer may take a second
+  get_hash_tags();  // a missing tag is the caller's problem, not a lost connection
   bool usable = false;
   const auto look = [&] {
     try {

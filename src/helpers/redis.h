@@ -1,7 +1,7 @@
 // The daemon's access to the node's key store: a readiness test that is stricter than a ping, one
-// reconnect when the client fails, a lock, and the two hash tags in front of every key. Any thread.
-// A read goes out together with its tests; a write waits for them, since it could not be taken
-// back.
+// reconnect if the client fails, a lock, and the two hash tags in front of every key. Any thread. A
+// read is sent together with its readiness tests; a write waits for them, since it cannot be
+// undone.
 #pragma once
 
 #include <memory>
@@ -18,10 +18,11 @@ class redis {
   static redis& instance();
 
   /// The store answers, its status is "ok" and its persistent part is mounted. Throws nx_error -22
-  /// when a hash tag is missing from the environment.
+  /// if a hash tag is missing from the environment.
   bool is_connected();
 
-  /// Throw nx_error -5 "Redis not connected.", nx_error -22 as above, or kvs_client_exception.
+  /// These throw nx_error -5 "Redis not connected.", nx_error -22 as above, or
+  /// kvs_client_exception.
   std::string get(const std::string& key);
   void set(const std::string& key, const std::string& value);
   void set(const std::string& key, float value);
@@ -32,7 +33,7 @@ class redis {
   /// The node's software version; read once, then remembered.
   std::string get_release_version();
 
-  /// Forgets client, tags and version, so that each test begins anew.
+  /// Forgets client, tags and version, so that each test starts fresh.
   void reset_for_test();
 
  private:
@@ -43,8 +44,8 @@ class redis {
 
   std::shared_ptr<kvs_client> client_;
   nx::ranked_mutex mutex_{nx::lock_rank::key_store};
-  std::optional<std::string> also_read_;  // the key that goes out with the tests
-  kvs_client::answer value_;              // and what it holds
+  std::optional<std::string> also_read_;  // the key that is read along with the tests
+  kvs_client::answer value_;              // its value
   std::mutex tags_mutex_;
   std::optional<std::pair<std::string, std::string>> hash_tags_;
   std::mutex version_mutex_;

@@ -19,14 +19,14 @@ namespace {
 
 using clock = std::chrono::steady_clock;
 
-/// Four signs of life in each period: a cycle with a hung device in it may come late.
+/// Four signs of life per period: a cycle with a hung device in it may be late.
 constexpr int signs_per_period = 4;
 
-/// Of the watched thread; zero on all others and without a watchdog.
+/// For the watched thread; zero on all others and without a watchdog.
 thread_local std::chrono::nanoseconds sign_interval{0};
 thread_local clock::time_point last_sign;
 
-/// The library's sd_notify waits while the service manager takes nothing; nobody here waits for it.
+/// The library's sd_notify blocks while the service manager does not read; this must not.
 void notify(const std::string& text) {
   const char* path = std::getenv("NOTIFY_SOCKET");
   if (path == nullptr || (path[0] != '/' && path[0] != '@')) return;
@@ -35,7 +35,7 @@ void notify(const std::string& text) {
   const auto length = std::strlen(path);
   if (length >= sizeof(address.sun_path)) return;
   std::memcpy(address.sun_path, path, length);
-  if (path[0] == '@') address.sun_path[0] = '\0';  // a name that no file has
+  if (path[0] == '@') address.sun_path[0] = '\0';  // an abstract socket
   const int number = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
   if (number < 0) return;
   ::sendto(number, text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL,

@@ -1,9 +1,9 @@
-// What the process tells the service manager that started it (systemd, or another that speaks its
-// notification protocol): that it serves, what it does, and that its manager thread is alive. A
-// watchdog is fed by that thread alone, so that a process whose regulation has ended does not look
-// alive. Without a service manager nothing here has any effect.
+// What the process reports to the service manager that started it (systemd, or another that speaks
+// its notification protocol): that it is ready, what it is doing, and that its manager thread is
+// alive. Only that thread feeds the watchdog, so that a process whose regulation has ended does not
+// look alive. Without a service manager nothing here has any effect.
 //
-// Any thread; nothing here throws or waits.
+// Any thread; nothing here throws or blocks.
 #pragma once
 
 #include <chrono>
@@ -16,22 +16,21 @@ class service_manager {
  public:
   static service_manager& instance();
 
-  /// The tree takes connections.
+  /// The tree accepts connections.
   void ready();
   void stopping();
-  /// One line for people; told when it changes.
+  /// One line for people; sent when it changes.
   void status(const std::string& line);
 
-  /// From here on the calling thread feeds the watchdog, if the service manager has set one.
+  /// From now on the calling thread feeds the watchdog, if the service manager has set one.
   void watch_this_thread();
-  /// From the watched thread: nothing feeds the watchdog any more, and where one is set the service
+  /// Called on the watched thread: it no longer feeds the watchdog, and if there is one the service
   /// manager is asked to act at once, with `why` as the status.
   void give_up_this_thread(const std::string& why);
 
-  /// A sign of life; counts from the watched thread alone. Cheap enough for the shortest waits.
+  /// A sign of life; counts only from the watched thread. Cheap enough for the shortest waits.
   void alive();
-  /// How long the calling thread may go on without a sign of life; the maximum if it is not
-  /// watched.
+  /// How long the calling thread may go without a sign of life; the maximum if it is not watched.
   std::chrono::nanoseconds longest_silence() const;
 
  private:

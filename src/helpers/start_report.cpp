@@ -45,7 +45,7 @@ std::string start_report::text() const {
   return all;
 }
 
-void start_report::set_observer(observer told) {
+void start_report::set_observer(const observer& told) {
   std::map<std::string, std::string> before;
   {
     const std::lock_guard lock(mutex_);
@@ -55,12 +55,6 @@ void start_report::set_observer(observer told) {
   if (!told) return;
   for (const auto& [subject, fault] : before)
     told(subject, fault);
-}
-
-void start_report::reset() {
-  const std::lock_guard lock(mutex_);
-  faults_.clear();
-  any_ = false;
 }
 
 }  // namespace helpers

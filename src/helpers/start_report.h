@@ -1,6 +1,6 @@
-// What keeps the node from starting as it should, or makes it start with less than it needs: each
-// once in the log, at error severity, with its cause and what to do; and for "insight/start" until
-// it is over. What the process does about it, to wait or to end, is not decided here.
+// Faults that keep the node from starting, or from starting properly. Each is written once to the
+// log, at error severity, with its cause and what to do, and is shown at "insight/start" until it
+// is over. Whether the process then waits or exits is not decided here.
 //
 // Any thread; nothing here throws. Cheap while nothing is wrong.
 #pragma once
@@ -17,19 +17,17 @@ class start_report {
  public:
   static start_report& instance();
 
-  /// `subject` names what is wrong ("store", "calibration"); the same text again is not told again.
+  /// `subject` names what is wrong ("store", "calibration"); a repeated text is not reported again.
   void tell(const std::string& subject, const std::string& cause_and_remedy);
-  /// It is well now.
+  /// The subject is all right now.
   void clear(const std::string& subject);
 
-  /// One line for each subject; empty when nothing is wrong.
+  /// One line per subject; empty if nothing is wrong.
   std::string text() const;
 
-  /// Of each text that is new; those of before are told at once. Replaces the one before.
+  /// Called for each new text, and at once for existing ones. Replaces the previous observer.
   using observer = std::function<void(const std::string& subject, const std::string& text)>;
-  void set_observer(observer told);
-  /// Forgets everything but the observer; for tests.
-  void reset();
+  void set_observer(const observer& told);
 
  private:
   start_report() = default;

@@ -20,8 +20,8 @@ using namespace std::chrono_literals;
 /// accesses sleep a microsecond at a time.
 constexpr std::chrono::nanoseconds shortest_interruptible = 100us;
 
-/// The kernel makes tens of microseconds of the shortest sleep, and a million looks at a new
-/// subscription would take a minute, with the locks of their caller held.
+/// The shortest kernel sleep takes tens of microseconds, and a million looks at a new subscription
+/// would take a minute, with the callers' locks held.
 constexpr std::chrono::nanoseconds shortest_kernel_sleep = 10us;
 
 void yield_through(std::chrono::nanoseconds duration) {
@@ -71,7 +71,7 @@ class real_clock : public time_source {
                        [&] { return interrupted.load() || done(); });
   }
 
-  // With the lock in between, no waiter stands between its look and its sleep.
+  // The lock ensures that no waiter is between its check and its sleep.
   void wake() override {
     { const std::lock_guard lock(mutex); }
     changed.notify_all();
@@ -85,8 +85,8 @@ class real_clock : public time_source {
   std::atomic<bool> interrupted{false};
 };
 
-/// The manager thread shows that it lives in each of its waits, however long: at the pace that its
-/// service manager has set, if there is one. `wait_for` tells whether to go on.
+/// The manager thread gives a sign of life in each of its waits, however long, at the interval set
+/// by the service manager, if there is one. `wait_for` returns whether to continue.
 template <class Wait>
 void in_pieces(std::chrono::nanoseconds duration, Wait&& wait_for) {
   auto& watched_by = service_manager::instance();
@@ -147,8 +147,8 @@ bool waiting::sleep(std::chrono::nanoseconds duration) {
   return !stopping();
 }
 
-// Whoever changes what is waited for either sees the waiter counted, or has made the change before
-// the waiter's first look.
+// A thread that changes the condition either sees the waiter counted, or made the change before the
+// waiter's first check.
 bool waiting::wait(const std::function<bool()>& done, std::chrono::nanoseconds limit) {
   struct counted {
     std::atomic<unsigned>& count;

@@ -1,6 +1,6 @@
-// Time and waiting of the whole daemon, in one place: what "now" is, and every sleep. A sleep ends
-// when the process stops, so that SIGTERM is answered at once in any phase. Tests put a hand-driven
-// clock behind it: a sleep then steps the plant.
+// Time and waiting for the whole daemon in one place: the present time and every sleep. A sleep
+// ends when the process stops, so that SIGTERM is answered at once in any phase. Tests use a
+// hand-driven clock: a sleep then steps the plant.
 #pragma once
 
 #include <chrono>
@@ -9,7 +9,7 @@
 
 namespace helpers {
 
-/// What stands behind `waiting`: the real clock, or a test's.
+/// The clock used by `waiting`: the real one, or a test's.
 class time_source {
  public:
   virtual ~time_source() = default;
@@ -19,13 +19,14 @@ class time_source {
   virtual void sleep(std::chrono::nanoseconds duration) = 0;
   virtual void interrupt() = 0;
 
-  /// Returns when `done` holds, which is asked at once and after each `wake`, when the time is over
-  /// or when `interrupt` is called. Here for clocks without threads: looks once a millisecond.
+  /// Returns when `done` is true, which is checked at once and after each `wake`, when the time is
+  /// over, or when `interrupt` is called. This default, for clocks without threads, checks once a
+  /// millisecond.
   virtual void wait(const std::function<bool()>& done, std::chrono::nanoseconds limit);
   virtual void wake() {}
 };
 
-/// Thrown out of waits without limit when the process stops in the middle of them.
+/// Thrown from waits without a limit if the process stops meanwhile.
 struct process_stopping {};
 
 class waiting {
@@ -33,19 +34,19 @@ class waiting {
   static waiting& instance();
 
   std::chrono::steady_clock::time_point steady_now();
-  /// The wall clock at start plus the steady time since: a step of the wall clock moves no timer.
+  /// The wall clock at start plus steady time: a step of the wall clock moves no timer.
   std::chrono::system_clock::time_point system_now();
 
-  /// True after the full time, false as soon as the process is stopping. From any thread; the
-  /// manager's shows its service manager meanwhile that it lives.
+  /// True after the full time, false as soon as the process is stopping. Any thread; on the
+  /// manager's thread it also gives signs of life to the service manager.
   bool sleep(std::chrono::nanoseconds duration);
 
-  /// Waits for what another thread does, which tells so by `wake`. True once `done` holds; false
-  /// after `limit`, or as soon as the process is stopping. `done` may take locks of its own that
-  /// are not held by whoever calls `wake`.
+  /// Waits for something done by another thread, which then calls `wake`. True once `done` is true;
+  /// false after `limit`, or as soon as the process is stopping. `done` may take locks, but none
+  /// that callers of `wake` hold.
   bool wait(const std::function<bool()>& done, std::chrono::nanoseconds limit);
 
-  /// What some thread waits for may have come about. From any thread; costs nothing while nobody
+  /// Something that a thread waits for may have happened. Any thread; costs nothing while nobody
   /// waits.
   void wake();
 
@@ -53,7 +54,7 @@ class waiting {
   void stop();
   bool stopping() const;
 
-  /// Puts a test's clock behind this and forgets an earlier `stop`; null puts the real one back.
+  /// Sets a test's clock and forgets an earlier `stop`; null restores the real one.
   void set_source(std::shared_ptr<time_source> source);
 
  private:

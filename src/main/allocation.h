@@ -1,7 +1,7 @@
-// What becomes of a process that gets no memory: it says so and ends, to be started again. Half of
-// a request, or a null pointer in a library that does not look, would do worse.
+// What happens when memory runs out: the process says so and exits, to be restarted. Half-done
+// requests, or a null pointer in a library that does not check, would be worse.
 #pragma once
 
-/// For `new`, and for the allocations in C of this program's own objects, which the linker sends
-/// here. The end has the status given.
+/// Covers `new`, and the C allocations of this program's own objects, which the linker redirects
+/// here. The process exits with the given status.
 void end_without_memory(int status);

@@ -55,7 +55,7 @@ void lumora_manager::set_redis_config_status(bool value) {
 
 std::string lumora_manager::get_start() {
   const auto faults = helpers::start_report::instance().text();
-  if (faults.empty()) throw nx_error(-61, "Nothing is wrong with the start");
+  if (faults.empty()) throw nx_error(nx_error::no_value, "Nothing is wrong with the start");
   return faults;
 }
 
@@ -80,7 +80,7 @@ void lumora_manager::start(std::shared_ptr<manager::interface>& manager, bool* r
     }
   });
   start_value->refresh();
-  // Nobody starts this thread again: whoever watches the process is to start it anew.
+  // Nothing in the process restarts this thread: the service manager has to restart the process.
   if (still_running(running)) service.give_up_this_thread(why);
 }
 
@@ -91,8 +91,8 @@ void lumora_manager::run_phases(manager::interface& manager, bool* running) {
   start_value->refresh();
   tell_status("Building the node");
   manager.start(db);
-  if (!still_running(running)) return;  // a stop may have ended the start half way
-  // Only now: whoever can write the parameter finds every value and setting on the tree.
+  if (!still_running(running)) return;  // a stop may have ended the start half-way
+  // Last, so that a client that can write the parameter finds every value and setting on the tree.
   redis_config_param = nx::api::prompt_param<&lumora_manager::set_redis_config_status>::create(
       db, "config/redisConfigStatus", std::nullopt, shared_from_this());
   tell_status("Waiting for the configuration");

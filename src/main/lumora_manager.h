@@ -1,6 +1,6 @@
-// Stands between the process and the product's manager: holds it back until the key store answers,
-// lets it build itself, holds it back again until the management software has written the
-// configuration, and hands the thread to its main loop.
+// Sits between the process and the product's manager: waits until the key store answers, lets the
+// manager build itself, waits until the management software has written the configuration, and runs
+// the manager's main loop.
 #pragma once
 
 #include <atomic>
@@ -20,16 +20,16 @@ class lumora_manager : public std::enable_shared_from_this<lumora_manager> {
   /// Puts "data/configStatus" on the tree; starts nothing.
   explicit lumora_manager(nx_db& tree);
 
-  /// The body of the manager thread. Ends with the main loop, at a failure, which is logged, or
-  /// when `*running` goes false during one of the waits. Does not throw.
+  /// The body of the manager thread. Returns when the main loop ends, after a failure, which is
+  /// logged, or when `*running` becomes false during one of the waits. Does not throw.
   void start(std::shared_ptr<manager::interface>& manager, bool* running);
 
-  /// Setter of "config/redisConfigStatus", on a thread of the server. Nobody reads the flag once
-  /// the main loop runs.
+  /// Setter of "config/redisConfigStatus", on a server thread. The flag is not read once the main
+  /// loop runs.
   void set_redis_config_status(bool value);
 
-  /// Getter of "insight/start": what keeps the node from starting, or from starting well. Error -61
-  /// when nothing does.
+  /// Getter of "insight/start": what keeps the node from starting, or from starting properly. Error
+  /// -61 if nothing does.
   std::string get_start();
 
  private:

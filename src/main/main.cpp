@@ -1,5 +1,5 @@
-// The outer life of the daemon: command line, product, calibration, tree server, manager thread;
-// then the main thread is the server's until a signal ends it.
+// The daemon's outer life: command line, product, calibration, tree server, manager thread; then
+// the main thread belongs to the server until a signal ends it.
 
 #include <malloc.h>
 
@@ -31,23 +31,22 @@
 
 namespace {
 
-constexpr const char* calibration_file = "/mnt/board_info/calibration_data/lumora/lumora.conf";
 constexpr const char* server_path = "/tmp/device_managers/lumora";
 
 constexpr int status_orderly_end = 0;
 constexpr int status_wrong_command_line = 1;
 constexpr int status_no_server = 2;  // a restart may help here, unlike above
 
-/// A store that answers takes milliseconds; one that does not must not hold up the end.
+/// A store that answers takes milliseconds; one that does not must not delay the exit.
 constexpr std::chrono::milliseconds last_store_answers{500};
 
-/// What the flood guard still holds back is written when everything else is gone.
+/// Writes what the flood guard still holds back after everything else is gone.
 struct end_of_log {
   ~end_of_log() { note_log::flush(); }
 };
 
-/// A client may ask for answers of megabytes. Left to itself the allocator raises its threshold at
-/// the first of them, and each thread then keeps what the next ones took, in an arena of its own.
+/// A client may ask for answers of megabytes. By default the allocator raises its threshold at the
+/// first of them, and each thread then keeps the memory of later ones in its own arena.
 void give_large_memory_back() {
   constexpr int threshold_bytes = 128 * 1024;
   constexpr int most_arenas = 4;
@@ -55,17 +54,17 @@ void give_large_memory_back() {
   ::mallopt(M_ARENA_MAX, most_arenas);
 }
 
-/// Lends the calling thread to the server until it is told to end; then ends the manager thread.
+/// Lends the calling thread to the server until it is told to stop; then stops the manager thread.
 void serve(nexel_api& server, lumora_manager& daemon, std::shared_ptr<manager::interface>& manager,
            const std::string& interface_name) {
   auto& service = helpers::service_manager::instance();
-  // A slow device makes a long cycle out of many answers, each of them a sign of life.
+  // A slow device makes a long cycle with many answers, each of them a sign of life.
   nexel_client_api::after_each_call([] { helpers::service_manager::instance().alive(); });
   bool running = true;
   manager_thread thread(daemon, manager, running);
   const stop_relay relay([&server] { server.stop(); });
   server.start_ipv6_socket(interface_name);
-  service.ready();  // the socket is bound: who connects from here on is served
+  service.ready();  // the socket is bound: connections are served from here on
   server.start();
   service.stopping();
   LUMORA_LOG(2, "Shutting down manager thread");
@@ -94,7 +93,7 @@ int main(int argc, const char** argv) try {
   if (const auto fault = note_log::severity_fault(); !fault.empty()) {
     helpers::start_report::instance().tell("log", fault);
   }
-  calibration::instance().read_calibration_values(nx::rooted_path(calibration_file));
+  calibration::instance().read_calibration_values(nx::rooted_path(calibration::file));
   nexel_api server(server_path, given->port, false);
   const auto daemon = std::make_shared<lumora_manager>(server.get_db());
   helpers::guarded([&] { serve(server, *daemon, manager, given->interface_name); });

@@ -16,7 +16,7 @@ class manager_thread {
   manager_thread(const manager_thread&) = delete;
   manager_thread& operator=(const manager_thread&) = delete;
 
-  /// Clears the flag, ends every sleep of the process and waits for the thread's end.
+  /// Clears the flag, ends every sleep of the process and waits for the thread to end.
   void stop();
 
  private:

@@ -29,7 +29,7 @@ po::options_description describe(options& values) {
 bool read(int argc, const char** argv, const po::options_description& description) {
   try {
     po::variables_map given;
-    // Without the empty list of positional words, a stray word would be silently ignored.
+    // Without an empty list of positional words, a stray word would be silently ignored.
     const po::positional_options_description no_words;
     po::command_line_parser parser(argc, argv);
     po::store(parser.options(description).positional(no_words).run(), given);

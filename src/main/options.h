@@ -12,6 +12,6 @@ struct options {
   std::string product = models::default_name;
 };
 
-/// Empty when the process is to end with status 1: the help was asked for, or the command line is
-/// not understood. The help has been printed to standard output then.
+/// Empty if the process is to exit with status 1: --help was given, or the command line is wrong.
+/// The help has then been printed to standard output.
 std::optional<options> parse_options(int argc, const char** argv);

@@ -31,8 +31,8 @@ void catch_stop_signals() {
   ::sigaction(SIGINT, &action, nullptr);
   ::sigaction(SIGTERM, &action, nullptr);
   std::signal(SIGPIPE, SIG_IGN);
-  // A node outlives the terminal it was started from, and whoever takes it for another service: one
-  // that opens its log anew, or tells its state.
+  // A node outlives the terminal that started it, and senders who take it for another service: one
+  // that reopens its log or prints its state on such a signal.
   for (const int stray : {SIGHUP, SIGUSR1, SIGUSR2})
     std::signal(stray, SIG_IGN);
 }

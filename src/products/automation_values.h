@@ -1,4 +1,4 @@
-// The automation mode on the tree of those models that have one: the parameter and what it is now.
+// The automation mode on the tree, for models that have one: the parameter and the mode in force.
 #pragma once
 
 #include <memory>

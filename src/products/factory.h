@@ -8,8 +8,8 @@
 
 namespace products {
 
-/// Null for an unknown product. The name is compared exactly. An orva model without a class of its
-/// own gets the family's.
+/// Null for an unknown product. The name is compared exactly. An orva model without its own class
+/// gets the family's.
 std::shared_ptr<manager::interface> create_manager(const std::string& product);
 
 }  // namespace products

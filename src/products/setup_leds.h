@@ -1,4 +1,4 @@
-// How every model brings its panel up: its LED class gets the proxy of the panel and its thread.
+// How every model starts its panel: its LED class gets the panel's proxy and its thread.
 #pragma once
 
 class nx_db;
@@ -8,7 +8,7 @@ class leds;
 
 namespace products {
 
-/// `leds` is what the model's create_leds has made.
+/// `leds` is the result of the model's create_leds.
 void start_leds(nx_db& db, manager::leds& leds, bool coldstart);
 
 }  // namespace products

@@ -75,6 +75,10 @@ class Browser:
     def run(self, script, *arguments):
         return self._call("POST", self._session + "/execute/sync", {"script": script, "args": list(arguments)})
 
+    def run_async(self, script, *arguments):
+        """The script calls its last argument with what it comes to."""
+        return self._call("POST", self._session + "/execute/async", {"script": script, "args": list(arguments)})
+
     def devtools(self, command, **parameters):
         return self._call("POST", self._session + "/goog/cdp/execute", {"cmd": command, "params": parameters})
 
@@ -114,6 +118,9 @@ class Browser:
 
     def press(self, selector, key):
         self.run("document.querySelector(arguments[0]).focus()", selector)
+        self.type(key)
+
+    def type(self, key):
         press = [{"type": "keyDown", "value": KEYS[key]}, {"type": "keyUp", "value": KEYS[key]}]
         self._call("POST", self._session + "/actions", {"actions": [{"type": "key", "id": "keys", "actions": press}]})
 

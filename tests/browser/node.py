@@ -1,5 +1,7 @@
 """Nodes of real processes for the browser's tests: key store, simulated devices, daemon and gateway."""
 
+import contextlib
+import http.server
 import json
 import os
 import pathlib
@@ -8,6 +10,7 @@ import shutil
 import socket
 import subprocess
 import tempfile
+import threading
 
 from driver import await_that
 
@@ -16,6 +19,28 @@ SOURCE = pathlib.Path(os.environ["LUMORA_SOURCE_DIR"])
 TAGS = {"REDIS_CONF_HASH_TAG": "{conf}", "REDIS_DATA_HASH_TAG": "{data}"}
 # What the node's other services write.
 SEEDS = {"{data}:qz:status": "ok", "{conf}:qz:mounts": "/mnt/qz", "{data}:nx/system/info:data/swVersion": "R1.0"}
+
+
+class _Elsewhere(http.server.BaseHTTPRequestHandler):
+    def do_GET(self):
+        self.send_response(200)
+        self.send_header("Content-Type", "text/html")
+        self.end_headers()
+        self.wfile.write(b"<!doctype html><title>elsewhere</title><body>")
+
+    def log_message(self, *_):
+        pass
+
+
+@contextlib.contextmanager
+def other_origin():
+    """The address of a page of somebody else's."""
+    with http.server.ThreadingHTTPServer(("127.0.0.1", 0), _Elsewhere) as server:
+        threading.Thread(target=server.serve_forever).start()
+        try:
+            yield f"http://127.0.0.1:{server.server_port}/"
+        finally:
+            server.shutdown()
 
 
 class Tree:
@@ -60,11 +85,18 @@ class Node:
         self.plant = Tree(self.folder / "tmp/nexels/sim")
         store = self.folder / "kvs.sock"
         self._environment = {**os.environ, **TAGS, "NX_ROOT": str(self.folder), "KVS_URL": f"unix://{store}"}
+        try:
+            self._bring_up(store)
+        except BaseException:
+            self.close()
+            raise
+
+    def _bring_up(self, store):
         self._start("redis-server", "--port", "0", "--unixsocket", str(store), "--save", "", "--dir", str(self.folder))
         await_that("the key store", store.exists)
         for key, value in SEEDS.items():
             subprocess.run(["redis-cli", "-s", str(store), "SET", key, value], check=True, stdout=subprocess.DEVNULL)
-        self._start(BIN / "lumora_sim", SOURCE / f"sim/topologies/{product}.json", "--board")
+        self._start(BIN / "lumora_sim", SOURCE / f"sim/topologies/{self._product}.json", "--board")
         await_that("the plant", lambda: "ready: " in self.output("lumora_sim"))
         self.start_daemon()
         self.configure()
@@ -78,6 +110,9 @@ class Node:
         with open(self.folder / f"{name}.log", "ab") as log:
             self._processes[name] = subprocess.Popen(
                 [str(program), *map(str, arguments)], env=self._environment, stdout=log, stderr=log)
+
+    def pid(self, name):
+        return self._processes[name].pid
 
     def output(self, name):
         return (self.folder / f"{name}.log").read_text(errors="replace")

@@ -46,6 +46,12 @@ class Story(unittest.TestCase):
     def await_summary(self, words):
         await_that(words, lambda: words in self.browser.text("#summary"))
 
+    def figure(self, name):
+        told = self.browser.run(
+            "const row = [...document.querySelectorAll('#channel-figures > div')].find((each) => each.firstChild.textContent === arguments[0]);"
+            "return row?.lastChild.firstChild.textContent", name)
+        return float(told) if re.match(r"[\d.]+$", told or "") else -1
+
     def pictures(self, name):
         for width, scheme in LOOKS:
             self.browser.look(width, scheme)
@@ -97,6 +103,104 @@ class OneNode(Story):
         self.browser.click_button("As it was")
         self.await_state(19230000, "on target")
 
+    def test_each_fault_of_the_bench_is_seen_and_mended(self):
+        await_that("the bench", lambda: self.browser.count("#bench:not([hidden])") == 1)
+        channel = int(self.browser.attribute("#channel", "data-id"))
+        for fault, state, cure in (("Shift by 100 GHz", "dark", "As it was"), ("Darken", "dark", "Light")):
+            self.browser.click_button(fault)
+            self.await_state(channel, state)
+            self.assertEqual(self.browser.count("#channel-pinned:not([hidden])"), 1, "the cure is for the same one")
+            self.browser.click_button(cure)
+            self.await_state(channel, "on target")
+        self.browser.click_button("Noise of 0.4 dB")
+        await_that("channels off their targets", lambda: self.browser.count('.slot[data-state="on target"]') < 32)
+        self.pictures("noise")
+        self.browser.click_button("Stand still")
+        await_that("an old reading", lambda: self.figure("reading's age") > 5)
+        self.browser.click_button("Quiet")
+        self.await_states(32, "on target")
+        await_that("a fresh reading", lambda: self.figure("reading's age") < 5)
+        self.browser.run("document.querySelector('#bench-device').value = 'wss_edge'")
+        for fault, told in (("Hang", "No answer within"), ("Kill", "Not connected")):
+            self.browser.click_button(fault)
+            self.await_summary(told)
+            await_that("its loss", lambda: self.browser.count('.slot[data-state="on target"]') == 0)
+            self.assertNotRegex(self.browser.text("#summary"), r"\dT\d\d:", "times as people read them")
+            self.pictures(f"device-{fault.lower()}")
+            self.browser.click_button("Heal")
+            self.await_states(32, "on target")
+
+    def test_history_is_there_for_who_comes_late(self):
+        self.node.plant.set("config/node/0/laser/19230000/power", -3)
+        await_that("a jump", lambda: self.browser.attribute("#bar-19230000", "data-state") != "on target")
+        self.await_state(19230000, "on target")
+        self.open()
+        self.await_state(19230000, "on target")
+        self.browser.point_at("#bar-19230000 .hit")
+
+        def span():
+            told = self.browser.attribute("#plot", "aria-label").replace("\u2212", "-")
+            found = re.search(r"power from (\S+) to (\S+) dBm", told)
+            return found and float(found[2]) - float(found[1])
+
+        await_that("the jump in the plot", lambda: (span() or 0) > 2)
+        self.browser.point_at("#plot")
+        await_that("figures at the pointed time", lambda: self.browser.count("#plot .readout") == 2)
+        self.pictures("history")
+
+    def test_all_of_it_by_keyboard(self):
+        self.browser.run("document.body.focus()")
+        reached = set()
+        for _ in range(60):
+            self.browser.type("tab")
+            name, seen = self.browser.run(
+                "const at = document.activeElement;"
+                "const rings = [at, at.closest('label'), at.closest('#spectrum')].filter(Boolean);"
+                "return [at.id || at.name || at.textContent || at.tagName,"
+                " at === document.body || rings.some((each) => getComputedStyle(each).outlineStyle !== 'none')]")
+            self.assertTrue(seen, f"no focus ring at {name}")
+            reached.add(name.strip())
+        self.assertLessEqual({"To the channels", "Cut both", "bench-device", "Quiet", "side", "bars", "The tree"}, reached)
+        self.browser.press("#bars", "home")
+        self.browser.press("#bars", "right")
+        self.assertEqual(self.browser.text("#channel-name"), "191.55 THz")
+        await_that("words for who listens", lambda: self.browser.text("#channel-said").startswith("on target: "))
+        self.assertEqual(self.browser.count("#channel-pinned:not([hidden])"), 1)
+        self.browser.type("escape")
+        self.assertEqual(self.browser.count("#channel-pinned:not([hidden])"), 0)
+
+    def test_states_look_as_the_daemon_ranks_them(self):
+        for kind in ("channel", "line"):
+            source = (nodes.SOURCE / f"states/{kind}_state.cpp").read_text()
+            rows = re.findall(r'\{"([^"]+)", (\w+), colour::(\w+)\}', source)
+            self.assertGreater(len(rows), 10)
+            drawn = self.browser.run_async(
+                "const done = arguments[2];"
+                "import('/states.js').then((m) => done(arguments[0].map(([text]) => {"
+                " const look = (arguments[1] === 'channel' ? m.stateOfChannel : m.stateOfLine)(text);"
+                " return [text, look.severity, look.colour]; })))", rows, kind)
+            self.assertEqual([list(row) for row in rows], drawn)
+
+    def test_page_of_another_origin_moves_nothing(self):
+        with nodes.other_origin() as elsewhere:
+            self.browser.open(elsewhere)
+            outcome = self.browser.run_async(
+                "const [base, done] = arguments; const body = '{\"config/fibre/0/cut\":true}';"
+                "const json = {'Content-Type': 'application/json', 'X-Lumora-Request': 'page'};"
+                "const tries = [[`${base}api/v1/lab/values`, {method: 'PUT', headers: json, body}],"
+                " [`${base}api/v1/lab/values`, {method: 'PUT', mode: 'no-cors', body}],"
+                " [`${base}api/v1/lab/run`, {method: 'POST', mode: 'no-cors', body: '{\"path\":\"command/cutLine\",\"args\":true}'}],"
+                " [`${base}api/v1/values?path=**`, {}]];"
+                "Promise.all(tries.map(([at, how]) => fetch(at, how).then((r) => r.type === 'opaque' ? 'opaque' : r.text(),"
+                " () => 'refused'))).then((all) => { const form = document.createElement('form');"
+                " form.method = 'POST'; form.enctype = 'text/plain'; form.action = `${base}api/v1/lab/run`;"
+                " document.body.append(form); form.submit(); done(all); })", self.node.address)
+            self.assertLessEqual(set(outcome), {"refused", "opaque"}, outcome)
+            await_that("the form's answer", lambda: "another origin" in self.browser.text("body"))
+        self.assertTrue(self.browser.faults(), "the browser says what it has blocked")
+        self.assertFalse(self.node.plant.get("config/fibre/0/cut"))
+        self.assertFalse(self.node.plant.get("config/fibre/1/cut"))
+
     def test_description_is_text(self):
         self.node.daemon.set("config/client/19140000/rx/description", SCRIPT)
         self.browser.press("#bars", "home")
@@ -122,15 +226,6 @@ class OneNode(Story):
         self.await_states(32, "on target")
         self.assertTrue(self.browser.run("return document.querySelector('#blind').hidden"))
 
-    def test_device_of_the_bench_hangs_and_heals(self):
-        await_that("the bench", lambda: self.browser.count("#bench:not([hidden])") == 1)
-        self.browser.run("document.querySelector('#bench-device').value = 'wss_edge'")
-        self.browser.click_button("Hang")
-        await_that("its loss", lambda: self.browser.count('.slot[data-state="on target"]') == 0)
-        self.pictures("device-hangs")
-        self.browser.click_button("Heal")
-        self.await_states(32, "on target")
-
 
 class Forty(Story):
     product = "orvamax"
@@ -151,7 +246,7 @@ class NinetySix(Story):
     def test_spectrum_of_96(self):
         self.open()
         await_that("96 channels", lambda: self.browser.count(".slot") == 96)
-        await_that("some with light", lambda: self.browser.count(".slot .power:not([visibility])") > 20)
+        self.await_states(41, "on target")
         self.pictures("spectrum-96")
 
 
@@ -163,6 +258,12 @@ class Pair(Story):
         cls.addClassCleanup(cls.browser.close)
         cls.lab = nodes.LabPair()
         cls.addClassCleanup(cls.lab.close)
+
+    def rung(self, side, point):
+        """What is measured there, dBm or dB."""
+        told = self.browser.text(f'#ladder-{side} [data-point="{point}"] td:nth-child(4)').replace("\u2212", "-")
+        found = re.match(r"-?[\d.]+", told)
+        return float(found[0]) if found else float("nan")
 
     def test_cut_and_mend_from_both_ends_and_a_lost_decibel(self):
         near, far = self.lab.pages
@@ -183,6 +284,17 @@ class Pair(Story):
         self.open(near)
         self.await_summary("line at rest")
         await_that("a learned ladder", lambda: re.search(r"\d", self.browser.text('#ladder-rx [data-point="switch"] td:nth-child(3)')))
+        for fault in ("Cut outgoing", "Cut incoming"):
+            self.browser.click_button(fault)
+            self.await_summary("no fibre")
+            self.browser.click_button("Mend")
+            self.await_summary("32 of 32 lit channels on target")
+        fibre = self.rung("rx", "fibre")
+        self.browser.click_button("Span +3 dB")
+        await_that("a longer span", lambda: 2.5 < self.rung("rx", "fibre") - fibre < 3.5)
+        self.browser.click_button("Clean")
+        await_that("the span as it was", lambda: abs(self.rung("rx", "fibre") - fibre) < 0.5)
+        self.await_summary("line at rest")
         self.browser.click_button("Connector to the booster +3 dB")
         await_that("a wrong rung", lambda: self.browser.attribute("#ladder-rx", "data-wrong") == "switch")
         self.assertIn("wrong", self.browser.text("#ladder-rx tr.wrong th"))

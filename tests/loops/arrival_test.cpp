@@ -6,10 +6,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <map>
 
+#include "models/model.h"
 #include "tests/loops/channel_watch.h"
 #include "tests/support/plant_node.h"
+#include "tests/support/recording_session.h"
 
 namespace {
 
@@ -158,6 +161,17 @@ TEST(channel_insight, comes_and_goes_with_the_channel) {
   EXPECT_EQ(node.text(state), "on target");
   EXPECT_STREQ(test::value_of(node.tree(), insight_path(channel, "arrival"))["cause"].GetString(),
                "added");
+  node.write("config/automationMode", "\"bright\"");
+  node.run_for(10s);
+  EXPECT_EQ(node.text(state), "unmanaged");
+  EXPECT_EQ(node.text("insight/line/state"), "not regulated on this model");
+  EXPECT_EQ(node.text("insight/line/why").find("left alone: the automation mode is bright, and"),
+            0u)
+      << node.text("insight/line/why");
+  EXPECT_EQ(node.text("insight/summary").find("not regulating, as"), 0u);
+  node.write("config/automationMode", "\"managedCLI\"");
+  node.run_for(10s);
+  EXPECT_EQ(node.text("insight/line/state"), "no peer");
   node.run("command/channel/remove", fmt::format(R"({{"center":{},"direction":"rx"}})", channel));
   EXPECT_EQ(node.tree().find(state), nullptr);
 }
@@ -180,22 +194,90 @@ TEST(channel_insight, tells_a_dead_device_by_its_loop_and_ends_with_it) {
       << node.text("insight/summary");
 }
 
+/// Who watches all of "insight" of a node.
+class insight_watch {
+ public:
+  explicit insight_watch(nx_db& tree) {
+    nx::json_document answer(rapidjson::kObjectType);
+    std::recursive_mutex mutex;
+    std::unique_lock lock(mutex);
+    for (const auto& path : tree.list("insight", true)) {
+      try {
+        tree.subscribe(session_, tree.node_at(path), answer.GetAllocator(), answer, lock);
+      } catch (const nx_error&) {
+      }
+    }
+    session_->take();
+  }
+  std::map<std::string, unsigned> take() {
+    std::map<std::string, unsigned> counts;
+    for (const auto& event : session_->take()) {
+      const auto at = event.find("insight/");
+      ++counts[event.substr(at, event.find(' ', at) - at)];
+    }
+    return counts;
+  }
+
+ private:
+  std::shared_ptr<test::recording_session> session_ = std::make_shared<test::recording_session>();
+};
+
+class insight_at_rest : public testing::TestWithParam<std::string> {};
+
+TEST_P(insight_at_rest, tells_nearly_nothing) {
+  plant_node node(GetParam());
+  node.face_itself();
+  node.start();
+  node.add_channels();
+  node.run_for(5min);
+  insight_watch watch(node.tree());
+  node.run_for(1min);
+  unsigned all = 0;
+  std::string told;
+  for (const auto& [path, count] : watch.take()) {
+    all += count;
+    told += fmt::format("{} {}\n", path, count);
+  }
+  EXPECT_LT(all, 60u) << told;
+}
+
+INSTANTIATE_TEST_SUITE_P(models, insight_at_rest, testing::ValuesIn(models::names()),
+                         [](const auto& of) { return of.param; });
+
 bool hunts(plant_node& node) {
   return test::value_of(node.tree(), "insight/rest")["client rx"]["hunts"].GetBool();
 }
 
+/// An hour; a whole day for who asks for soaks.
+std::chrono::hours quiet_time() {
+  return std::getenv("LUMORA_SOAK_DAYS") != nullptr ? 24h : 1h;
+}
+
+/// As clients and patch cords drift in a night, one up and the next down.
+void drift(plant_node& node, double db_per_hour) {
+  double sign = 1.0;
+  for (const auto channel : node.channels()) {
+    auto laser = node.plant().get_laser(0, channel);
+    laser.drift_db_per_hour = sign * db_per_hour;
+    node.plant().set_laser(0, channel, laser);
+    sign = -sign;
+  }
+}
+
 TEST(hunting, is_told_of_a_noisy_monitor_and_of_no_quiet_one) {
-  for (const double noise_db : {0.2, 0.3, 0.05}) {
-    SCOPED_TRACE(noise_db);
+  const std::pair<double, double> table[] = {{0.2, 0}, {0.3, 0}, {0.05, 0}, {0.05, 0.25}};
+  for (const auto& [noise_db, drift_db_per_hour] : table) {
+    SCOPED_TRACE(fmt::format("{} dB, {} dB an hour", noise_db, drift_db_per_hour));
     auto topology = test::dark_topology("orvalite");
     topology.nodes[0].booster_monitor.noise_db = noise_db;
     plant_node node(topology);
     node.start();
     node.plant().fill_band(0);
     node.run_for(2min);
+    drift(node, drift_db_per_hour);
     const bool is_quiet = noise_db < 0.1;
     const auto begin = node.now();
-    while (node.now() - begin < (is_quiet ? 1h : 10min) && !hunts(node))
+    while (node.now() - begin < (is_quiet ? quiet_time() : 10min) && !hunts(node))
       node.run_for(10s);
     EXPECT_EQ(hunts(node), !is_quiet)
         << std::chrono::duration<double>(node.now() - begin).count() << " s";

@@ -218,8 +218,7 @@ TEST_P(channel_commands, an_add_that_breaks_off_is_repaired_by_the_same_add) {
       {"Created API for channel 19210000", "store", "! -5 Redis not connected.", "sm|"},
       {"Adding TX channel", "store", "! -5 Redis not connected.", "smp|sm"},
       {"Adding OCM channel", "ocm", "! -107 Not connected: /tmp/nexels/ocm", "s|"},
-      {"Created API for channel 19210000", "booster", "! -107 Not connected: /tmp/nexels/booster",
-       "sm|"},
+      {"Adding RX channel", "booster", "! -107 Not connected: /tmp/nexels/booster", "sm|"},
       {"Adding TX channel", "wss", "! -107 Not connected: /tmp/nexels/wss", "smp|"},
   };
   const auto set_alive = [this](const std::string& part, bool alive) {

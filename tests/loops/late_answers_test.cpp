@@ -1,8 +1,12 @@
 // Devices behind slow buses: a cycle waits for all of them once, whatever it reads of them, and the
 // light is regulated as by devices that answer at once.
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 
+#include <functional>
+
+#include "helpers/waiting.h"
 #include "tests/loops/channel_watch.h"
 #include "tests/support/plant_node.h"
 
@@ -69,6 +73,57 @@ TEST_P(late_answers, of_one_device_hold_up_nothing_but_its_own) {
     node.run_for(2s);
     EXPECT_TRUE(node.run_until([&] { return node.on_target(channel, 0.75); }, 15s))
         << node.true_error(channel);
+  }
+}
+
+/// How often a command waited for its devices: they answer so late that nothing else takes time.
+double waits_of(plant_node& node, const std::function<void()>& command) {
+  constexpr auto latency = 1s;
+  delay_all(node, latency);
+  auto& waiting = helpers::waiting::instance();
+  const auto begin = waiting.steady_now();
+  command();
+  const std::chrono::duration<double> took = waiting.steady_now() - begin;
+  delay_all(node, 0ms);
+  node.run_for(5s);
+  return took / latency;
+}
+
+// A channel comes by the switch and then the monitor, and leaves both at once; beside that nothing
+// is waited for.
+TEST_P(late_answers, of_a_command_are_waited_for_where_one_decides_about_the_next) {
+  plant_node node(test::dark_topology(GetParam()));
+  node.start();
+  node.add_channels();
+  node.run_for(20s);
+  const auto id = node.has_channels_by_command() ? node.channels()[1] : 2;
+  const auto channel = [&](const char* what, unsigned of) {
+    return fmt::format("config/client/{}/rx/{}", of, what);
+  };
+  struct row {
+    std::string path;
+    std::string value;
+    double waits;
+    bool by_command = false;
+  };
+  const auto centre = node.channels()[0];
+  const row rows[] = {
+      {"command/channel/remove", fmt::format(R"({{"center":{},"direction":"both"}})", centre), 4,
+       true},
+      {"command/channel/add", fmt::format(R"({{"center":{},"width":10000,"port":2}})", centre), 4,
+       true},
+      {channel("wantedPowerOffset", id), "1", 1},
+      {channel("defaultAttenuation", id), "5", 0},
+      {channel("adminStatus", id), "\"down\"", 0},
+      {channel("opticalControlMode", id), "\"off\"", 0},
+      {"config/client/rx/targetOutputPower", "-3", 2},
+      {"config/netconf/spanlossReceive", "12", 2},
+  };
+  for (const auto& [path, value, waits, by_command] : rows) {
+    if (!node.tree().find(path) || (by_command && !node.has_channels_by_command())) continue;
+    const auto run = [&] { by_command ? node.run(path, value) : node.write(path, value); };
+    const auto found = waits_of(node, run);
+    EXPECT_LE(found, waits) << path;
   }
 }
 

@@ -8,11 +8,14 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <valarray>
 
 #include "base/channel/control/regulation.h"
+#include "base/insight/event_log.h"
 #include "tests/loops/incidents.h"
 #include "tests/support/process_figures.h"
+#include "tools/insight/event_text.h"
 
 namespace {
 
@@ -187,7 +190,23 @@ class soak : public testing::Test {
         day, incidents_, switch_writes(), pair_.plant().voa_writes(0) + pair_.plant().voa_writes(1),
         test::heap_in_use_mib(), own.resident_mib, own.descriptors, own.threads);
     std::fflush(stdout);
+    write_events(day);
     pair_.take_log();
+  }
+
+  /// The day as `lumoractl events` prints it, of both nodes, for who wants to read it.
+  void write_events(unsigned day) {
+    auto& log = insight::event_log::instance();
+    if (const char* file = std::getenv("LUMORA_SOAK_EVENTS")) {
+      std::vector<tools::insight::event> told;
+      for (const auto& each : log.events())
+        told.push_back(*tools::insight::event_of(insight::json_of(each)));
+      std::ofstream out(file, std::ios::app);
+      out << "day " << day << '\n' << story_;
+      for (const auto& line : tools::insight::event_lines(told, {}))
+        out << line << '\n';
+    }
+    log.reset();
   }
 
   std::string off_target(unsigned node) {

@@ -1,5 +1,6 @@
-// What a parameter of the daemon takes, for people and programs that write one: a range or the
-// words. A record of the tree may tell it itself; this table knows what today's daemon refuses.
+// The values that a daemon's parameter accepts, for people and programs that write one: a range or
+// a list of words. A tree's own record may say so; this table covers what today's daemon refuses
+// otherwise.
 #pragma once
 
 #include <array>
@@ -9,12 +10,12 @@
 namespace tools {
 
 struct accepted_values {
-  double min = 0.0;  ///< both ends belong to it, in the unit of the path
+  double min = 0.0;  ///< inclusive, in the unit of the path
   double max = 0.0;
-  std::array<std::string_view, 5> words = {};  ///< in place of a range; empty ones behind
+  std::array<std::string_view, 5> words = {};  ///< instead of a range; unused ones are empty
 };
 
-/// Empty where everything of the path's type is taken, or nothing is known.
+/// Empty if everything of the path's type is accepted, or nothing is known.
 std::optional<accepted_values> accepted_at(std::string_view path);
 
 }  // namespace tools

@@ -18,7 +18,7 @@ std::vector<char*> pointers_to(std::vector<std::string>& texts) {
   return pointers;
 }
 
-/// Between fork and exec: only calls that are safe there, and none that allocates.
+/// Between fork and exec only async-signal-safe calls are allowed, and none that allocates.
 [[noreturn]] void become(char* const* command, char* const* environment,
                          const spawn_settings& what) {
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);

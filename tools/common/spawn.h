@@ -1,5 +1,5 @@
-// Starts a program that ends with the one that started it, whatever becomes of that: children of
-// the lab and of tests. From any thread.
+// Starts a program that dies with the process that started it, however that ends: children of the
+// lab and of tests. Any thread.
 #pragma once
 
 #include <sys/types.h>
@@ -10,17 +10,17 @@
 namespace tools {
 
 struct spawn_settings {
-  std::vector<std::string> command;      ///< the program is looked for in PATH
-  std::vector<std::string> environment;  ///< all of it, "NAME=value"
-  int output = -1;                       ///< where standard output and error go
-  /// In a group of its own, with nothing to read: Ctrl-C at the terminal is the starter's affair.
+  std::vector<std::string> command;      ///< searched in PATH
+  std::vector<std::string> environment;  ///< the complete environment, "NAME=value"
+  int output = -1;                       ///< for standard output and error
+  /// In a separate process group, with no input: Ctrl-C at the terminal is handled by the parent.
   bool away_from_terminal = false;
 };
 
-/// The exit status of a child whose program cannot be run.
+/// Exit status of a child whose program cannot be run.
 inline constexpr int cannot_run = 127;
 
-/// Negative, with errno, when the system gives no process.
+/// Negative, with errno, if the system has no more processes.
 pid_t spawn(spawn_settings what);
 
 }  // namespace tools

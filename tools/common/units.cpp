@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 
 namespace tools {
 
@@ -12,93 +13,64 @@ struct unit_rule {
   std::string_view unit;
 };
 
-// The first rule that fits counts, so the narrower ones stand first.
+// The first rule that matches applies, so narrower rules come first. In the last segment "*power"
+// also stands for "rxPower": names that end in a quantity have its unit.
 constexpr std::array rules{
     unit_rule{"data/line/*/attenuation", "dB/km"},
     unit_rule{"data/line/*/remoteAttenuation", "dB/km"},
     unit_rule{"data/osc/attenuation", "dB/km"},
     unit_rule{"data/osc/remoteAttenuation", "dB/km"},
-    // The parameter is the power that is wanted, the value beside it the offset that follows.
+    // The parameter is a wanted power; the value of the same name is the resulting offset.
     unit_rule{"config/client/*/*/wantedPowerOffset", "dBm"},
     unit_rule{"wantedPowerOffset", "dB"},
     unit_rule{"insight/client/*/*/target", "dBm"},
     unit_rule{"insight/client/*/*/measured", "dBm"},
     unit_rule{"insight/client/*/*/error", "dB"},
-    unit_rule{"insight/client/*/*/deadBand", "dB"},
-    unit_rule{"insight/client/*/*/age", "s"},
-    unit_rule{"insight/device/*/age", "s"},
-    unit_rule{"insight/device/*/inputPower", "dBm"},
-    unit_rule{"insight/device/*/outputPower", "dBm"},
     unit_rule{"insight/device/*/limit", "dBm"},
     unit_rule{"insight/device/*/saturation", "dB"},
-    unit_rule{"headroomUp", "dB"},
-    unit_rule{"headroomDown", "dB"},
-    unit_rule{"fibreLength", "km"},
+    unit_rule{"age", "s"},
     unit_rule{"spanloss/*/*", "dB"},
     unit_rule{"spanlossReceive", "dB"},
     unit_rule{"dispersion/*/osc", "ps/nm"},
     unit_rule{"dispersion/*/tdcm", "ps/nm"},
-    unit_rule{"insight/client/*/*/target", "dBm"},
-    unit_rule{"insight/client/*/*/measured", "dBm"},
-    unit_rule{"insight/client/*/*/error", "dB"},
+    unit_rule{"dispersionOffset", "ps/nm"},
     unit_rule{"deadBand", "dB"},
     unit_rule{"headroomUp", "dB"},
     unit_rule{"headroomDown", "dB"},
-    unit_rule{"age", "s"},
-    unit_rule{"power", "dBm"},
-    unit_rule{"totalPower", "dBm"},
-    unit_rule{"rxPower", "dBm"},
-    unit_rule{"txPower", "dBm"},
-    unit_rule{"remotePower", "dBm"},
-    unit_rule{"remoteRxPower", "dBm"},
-    unit_rule{"remoteTxPower", "dBm"},
-    unit_rule{"targetPower", "dBm"},
-    unit_rule{"remoteTargetPower", "dBm"},
-    unit_rule{"targetOutputPower", "dBm"},
-    unit_rule{"lineTxPower", "dBm"},
-    unit_rule{"powerLimit", "dBm"},
     unit_rule{"plim", "dBm"},
+    unit_rule{"powerLimit", "dBm"},
     unit_rule{"powerLevel", "dBm"},
-    unit_rule{"detectLevel", "dBm"},
-    unit_rule{"channelDetectLevel", "dBm"},
-    unit_rule{"attenuation", "dB"},
-    unit_rule{"defaultAttenuation", "dB"},
+    unit_rule{"*detectLevel", "dBm"},
     unit_rule{"edfaCalibration", "dB"},
     unit_rule{"edfaSaturation", "dB"},
-    unit_rule{"gain", "dB"},
-    unit_rule{"actualGain", "dB"},
     unit_rule{"gainDefault", "dB"},
     unit_rule{"gainMinThreshold", "dB"},
     unit_rule{"gainMaxThreshold", "dB"},
-    unit_rule{"insertionLoss", "dB"},
-    unit_rule{"insight/device/*/inputPower", "dBm"},
-    unit_rule{"insight/device/*/outputPower", "dBm"},
-    unit_rule{"insight/device/*/limit", "dBm"},
-    unit_rule{"insight/device/*/saturation", "dB"},
-    unit_rule{"fibreLength", "km"},
-    unit_rule{"loss", "dB"},
-    unit_rule{"remoteLoss", "dB"},
-    unit_rule{"osnr", "dB"},
-    unit_rule{"remoteOsnr", "dB"},
     unit_rule{"lmsStepSize", "dB"},
     unit_rule{"lmsError", "dB²"},
-    unit_rule{"length", "km"},
-    unit_rule{"remoteLength", "km"},
-    unit_rule{"fiberLength", "km"},
-    unit_rule{"dispersion", "ps/nm"},
-    unit_rule{"remoteDispersion", "ps/nm"},
-    unit_rule{"fiberDispersion", "ps/nm"},
-    unit_rule{"finalDispersion", "ps/nm"},
-    unit_rule{"currentDispersion", "ps/nm"},
-    unit_rule{"dispersionOffset", "ps/nm"},
     unit_rule{"width", "GHz"},
     unit_rule{"waveLength", "nm"},
     unit_rule{"frequency", "x 10 MHz"},
-    unit_rule{"utilization", "%"},
-    unit_rule{"remoteUtilization", "%"},
+    unit_rule{"*power", "dBm"},
+    unit_rule{"*attenuation", "dB"},
+    unit_rule{"*gain", "dB"},
+    unit_rule{"*loss", "dB"},
+    unit_rule{"*osnr", "dB"},
+    unit_rule{"*length", "km"},
+    unit_rule{"*dispersion", "ps/nm"},
+    unit_rule{"*utilization", "%"},
 };
 
-/// Cuts the last segment off `path` and gives it.
+/// Whether `name` is the quantity, or a compound of it such as "rxPower" of "power".
+bool names_quantity(std::string_view name, std::string_view quantity) {
+  if (name.size() < quantity.size()) return false;
+  const auto tail = name.substr(name.size() - quantity.size());
+  if (tail.size() == name.size()) return tail == quantity;
+  return tail.front() == std::toupper(static_cast<unsigned char>(quantity.front())) &&
+         tail.substr(1) == quantity.substr(1);
+}
+
+/// Removes the last segment from `path` and returns it.
 std::string_view take_last(std::string_view& path) {
   const auto slash = path.rfind('/');
   const auto last = slash == std::string_view::npos ? path : path.substr(slash + 1);
@@ -113,7 +85,9 @@ bool ends_like(std::string_view path, std::string_view ending) {
     if (path.empty()) return false;
     const auto wanted = take_last(ending);
     const auto found = take_last(path);
-    if (wanted != "*" && wanted != found) return false;
+    const bool is_quantity = wanted.starts_with('*') && wanted.size() > 1;
+    if (is_quantity ? !names_quantity(found, wanted.substr(1)) : wanted != "*" && wanted != found)
+      return false;
   }
   return true;
 }

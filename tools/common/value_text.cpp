@@ -13,7 +13,7 @@ namespace tools {
 
 namespace {
 
-/// Three decimals say all that an instrument of the node knows; zeros at the end are left off.
+/// Three decimals are as much as any instrument of the node resolves; trailing zeros are removed.
 std::string rounded(const nx::json_value& number) {
   if (!number.IsDouble()) return nx::json_text(number);
   auto text = fmt::format("{:.3f}", number.GetDouble());

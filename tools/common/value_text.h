@@ -1,5 +1,5 @@
-// Values of a tree as text for people: the number with its unit, a string without quotes, an error
-// with its code. Pure functions, used by the command line and by the lab.
+// Values of a tree as text for people: a number with its unit, a string without quotes, an error
+// with its code. Pure functions, used by the command line and the lab.
 #pragma once
 
 #include <optional>
@@ -12,13 +12,13 @@ namespace tools {
 
 enum class detail {
   with_unit,  ///< "-1.5 dBm", to three decimals
-  bare        ///< "-1.5", as exact as the tree tells it, for scripts
+  bare        ///< "-1.5", at full precision, for scripts
 };
 
 std::string value_text(const std::string& path, const nx::json_value& value, detail wanted);
 
-/// A pattern's answer carries a value in error as {"error":{"code":..,"message":..}}; empty when
-/// the value is a value.
+/// A value in error in a pattern's answer, {"error":{"code":..,"message":..}}; empty if the value
+/// is not in error.
 std::optional<nx_error> error_in(const nx::json_value& value);
 
 /// "-61 Value has not been set"

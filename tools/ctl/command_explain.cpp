@@ -1,5 +1,5 @@
-// explain and events: what the daemon knows of itself, in sentences. The diagnosis itself is pure
-// and stands in tools/insight.
+// explain and events: what the daemon knows about itself, in sentences. The diagnosis itself is
+// pure and lives in tools/insight.
 #include <fmt/format.h>
 #include <rapidjson/document.h>
 
@@ -42,7 +42,8 @@ std::vector<insight::event> events_of(context& with) {
   return events;
 }
 
-/// A path that this daemon lacks, since it still starts or has no such value, is left out.
+/// Paths that this daemon does not have, because it is still starting or has no such value, are
+/// left out.
 readings read_all(context& with) {
   readings read;
   for (const char* pattern : insight::insight_patterns()) {
@@ -60,7 +61,7 @@ node_insight look(context& with) {
   try {
     events = events_of(with);
   } catch (const nx_client_exception& error) {
-    // A daemon that has not built its node yet has no log of it.
+    // A daemon that has not built its node yet has no log.
     if (error.code != nx_error::not_found) throw;
   }
   auto node = insight::insight_of(read_all(with), std::move(events));
@@ -68,10 +69,10 @@ node_insight look(context& with) {
   return node;
 }
 
-/// What is asked about.
+/// The subject of the question.
 struct question {
   std::vector<finding> findings;
-  std::vector<std::string> rest;  ///< how it stands otherwise
+  std::vector<std::string> rest;  ///< the state of everything else
 };
 
 bool concerns_everything(insight::cause of) {
@@ -97,7 +98,7 @@ question about_channel(const node_insight& node, const std::string& word) {
   if (!place) {
     throw usage_error(
         fmt::format("no channel {} on this node; give THz (192.30), nm (1558.98) or a "
-                    "name of: lumoractl list data/client",
+                    "name from: lumoractl list data/client",
                     word));
   }
   node_insight alone = node;
@@ -118,7 +119,11 @@ question answer_to(const node_insight& node, const std::string& what) {
 }
 
 void print_people(const question& asked, const node_insight& node) {
-  if (asked.findings.empty()) fmt::print("All is well.\n");
+  if (asked.findings.empty()) {
+    fmt::print("All is well.\n");
+  } else if (!insight::needs_person(asked.findings)) {
+    fmt::print("Nothing needs a person.\n");
+  }
   for (const auto& each : asked.findings) {
     fmt::print("{}\n", insight::full_sentence(each, node));
     for (const auto& more : {each.doing, each.remedy}) {
@@ -187,16 +192,15 @@ int events(context& with, const std::string& since) {
 
 void declare_explain_commands(CLI::App& app, action& chosen) {
   auto word = std::make_shared<std::string>();
-  auto* command = app.add_subcommand("explain", "Tell what is wrong, and why");
+  auto* command = app.add_subcommand("explain", "Say what is wrong, and why");
   command->add_option(
       "what", *word,
-      "\"line\", or a channel in THz, nm, or by its name on the tree; the node when "
-      "left out");
+      "\"line\", or a channel in THz, in nm, or by its name on the tree; without it, "
+      "the node");
   command->footer(
-      "What is wrong comes first, causes before consequences, each with what the node does about "
-      "it\n"
-      "and what a person can do; then how the rest stands.\n"
-      "Exit code 0 when all is well or passes by itself, 6 when something needs a person.\n"
+      "Problems come first, causes before consequences, each with what the node is doing about it\n"
+      "and what a person can do; then the state of everything else.\n"
+      "Exit code 0 if all is well or will recover by itself, 6 if something needs a person.\n"
       "Examples:\n"
       "  lumoractl explain\n"
       "  lumoractl explain 192.30        THz; 1558.98 (nm) and 19230000 mean the same\n"
@@ -206,11 +210,12 @@ void declare_explain_commands(CLI::App& app, action& chosen) {
 
   command = app.add_subcommand("events", "Print what has happened, oldest first");
   command
-      ->add_option("--since", *word, "Only what is newer: 10m, 2h, 12:30 or 2026-01-31T12:30 (UTC)")
+      ->add_option("--since", *word,
+                   "Only events since then: 10m, 2h, 12:30 or 2026-01-31T12:30 (UTC)")
       ->type_name("TIME");
   command->footer(
-      "The newest 1000 events since the start; times are UTC. What came to many channels at once\n"
-      "shares a line; --json gives each as it is, one a line.\n"
+      "The newest 1000 events since the daemon's start; times are UTC. An event that hit many\n"
+      "channels at once is one line; --json prints each event as it is, one per line.\n"
       "Examples:\n"
       "  lumoractl events --since 10m\n"
       "  lumoractl events --json | grep parameterWritten\n");

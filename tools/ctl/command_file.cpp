@@ -1,5 +1,5 @@
-// save and load: the parameters of a node taken away and brought back. A tree takes one write after
-// the other and has no way to take all or none, so load tells of each what became of it.
+// save and load: saving and restoring the parameters of a node. A tree accepts one write at a time
+// and has no transactions, so load reports the outcome of each.
 #include <fmt/format.h>
 #include <rapidjson/document.h>
 
@@ -25,7 +25,8 @@ namespace tools::ctl {
 
 namespace {
 
-// Says that a start is complete, which is the word of whoever writes the parameters: no parameter.
+// Says that a start is complete, which is for the program that writes the parameters to say; not a
+// parameter.
 constexpr const char* start_signal = "config/redisConfigStatus";
 
 std::string product_of(context& with) {
@@ -46,7 +47,7 @@ std::string read_all(const std::string& name) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// A file that was there stays whole until the new one is.
+/// An existing file stays intact until the new one is complete.
 void write_all(const std::string& name, const std::string& text) {
   if (name == "-") {
     fmt::print("{}", text);
@@ -61,7 +62,7 @@ void write_all(const std::string& name, const std::string& text) {
   if (failure) throw usage_error(fmt::format("cannot write {}: {}", name, failure.message()));
 }
 
-/// What stands on the node and would be in a file that is saved now.
+/// The parameters on the node that would be in a file saved now.
 parameter_file present_parameters(context& with) {
   const auto records = with.ask("info", "config/**");
   const auto values = with.ask("get", "config/**");
@@ -88,13 +89,13 @@ int save(context& with, const std::string& name) {
   return exit_ok;
 }
 
-/// What became of the parameters of a file.
+/// The outcome for the parameters of a file.
 struct outcome {
   rows written, refused;
-  std::vector<std::string> same;     ///< held the value already
+  std::vector<std::string> same;     ///< already had the value
   std::vector<std::string> missing;  ///< not on this node
   std::vector<std::string> kept;     ///< written on this node, and not in the file
-  std::vector<std::string> untried;  ///< behind the point where the connection ended
+  std::vector<std::string> untried;  ///< not reached before the connection ended
   int code = exit_ok;
 };
 
@@ -135,7 +136,7 @@ outcome load_all(context& with, const parameter_file& file) {
     try {
       load_one(with, at->first, at->second, present, result);
     } catch (const nx_client_exception& error) {
-      // The one under way may have been taken or not.
+      // The one in progress may or may not have been accepted.
       result.refused.emplace_back(at->first, error_text({error.code, error.message}));
       for (auto rest = at + 1; rest != file.parameters.end(); ++rest)
         result.untried.push_back(rest->first);
@@ -198,7 +199,7 @@ int load(context& with, const std::string& name, bool any_product) {
   const auto product = product_of(with);
   if (file.product != product && !any_product) {
     throw usage_error(
-        fmt::format("the file is of {}, this node is {}; --any-product writes what fits",
+        fmt::format("the file is from {}, this node is {}; --any-product writes what fits",
                     file.product, product));
   }
   order_for_writing(file);
@@ -213,23 +214,22 @@ void declare_file_commands(CLI::App& app, action& chosen) {
   auto name = std::make_shared<std::string>();
   auto any_product = std::make_shared<bool>(false);
   auto* command = app.add_subcommand("save", "Save the parameters of a node to a file");
-  command->add_option("file", *name, "File to write; - for the standard output")->required();
+  command->add_option("file", *name, "File to write; - for standard output")->required();
   command->footer(
-      "What was written or has a value is saved, all below config/; whether the configuration is\n"
-      "complete (config/redisConfigStatus) and the channels themselves are not.\n"
+      "Saves every parameter under config/ that has a value, except config/redisConfigStatus,\n"
+      "which says that the configuration is complete. Channels themselves are not saved.\n"
       "Example:\n  lumoractl save node.json\n");
   command->callback(
       [&chosen, name] { chosen = [name](context& with) { return save(with, *name); }; });
 
   command = app.add_subcommand("load", "Write the parameters of a file to a node");
-  command->add_option("file", *name, "File to read; - for the standard input")->required();
-  command->add_flag("--any-product", *any_product, "Take a file of another model");
+  command->add_option("file", *name, "File to read; - for standard input")->required();
+  command->add_flag("--any-product", *any_product, "Accept a file from another model");
   command->footer(
-      "Tells what was written, what the node refused, what was left since this node lacks it, and\n"
-      "what it keeps since the file does not name it.\n"
-      "Exit code 0 only when the node now holds all of the file. Nothing is taken back when some "
-      "is\n"
-      "refused; mend the cause and load again, which writes only what differs.\n"
+      "Prints what was written, what the node refused, what was left out because this node does\n"
+      "not have it, and what it keeps because the file does not mention it.\n"
+      "Exit code 0 only if the node now matches the whole file. Nothing is rolled back if some\n"
+      "are refused: fix the cause and load again, which writes only what differs.\n"
       "Examples:\n"
       "  lumoractl load node.json && lumoractl set config/redisConfigStatus true\n"
       "  lumoractl save - | ssh spare-node lumoractl load -\n");

@@ -1,4 +1,4 @@
-// list, tree and info: what stands on the tree.
+// list, tree and info: what is on the tree.
 #include <fmt/format.h>
 #include <rapidjson/document.h>
 
@@ -43,7 +43,7 @@ int list(context& with, const std::string& path, bool recursive) {
   return exit_ok;
 }
 
-/// The paths below a level as members without values.
+/// The paths below a level, as members without values.
 nx::json_document without_values(context& with, const std::string& path) {
   nx::json_document members(rapidjson::kObjectType);
   for (const auto& [name, none] : listed(with, path, true)) {
@@ -91,7 +91,7 @@ void declare_list_commands(CLI::App& app, action& chosen) {
   auto path = std::make_shared<std::string>();
   auto deep = std::make_shared<bool>(false);
   auto* command = app.add_subcommand("list", "List the names below a level");
-  command->add_option("path", *path, "Level; the root when left out");
+  command->add_option("path", *path, "Level; the root by default");
   command->add_flag("-r,--recursive", *deep, "Full paths of everything below it");
   command->footer("Examples:\n  lumoractl list data/client\n  lumoractl list -r | grep -i alarm\n");
   command->callback([&chosen, path, deep] {
@@ -99,15 +99,15 @@ void declare_list_commands(CLI::App& app, action& chosen) {
   });
 
   command = app.add_subcommand("tree", "Draw everything below a level");
-  command->add_option("path", *path, "Level; the root when left out");
-  command->add_flag("-v,--values", *deep, "With the present values");
+  command->add_option("path", *path, "Level; the root by default");
+  command->add_flag("-v,--values", *deep, "Include the present values");
   command->footer("Examples:\n  lumoractl tree data/line -v\n  lumoractl tree --nexel booster\n");
   command->callback([&chosen, path, deep] {
     chosen = [=](context& with) { return tree(with, trimmed(*path), *deep); };
   });
 
   command = app.add_subcommand(
-      "info", "Tell what a path is: kind, type, what may be done with it, unit, what it takes");
+      "info", "Describe a path: kind, type, permitted operations, unit, accepted values");
   command->add_option("path", *path, "Path or pattern")->required();
   command->footer("Example:\n  lumoractl info 'config/client/*/rx/wantedPowerOffset'\n");
   command->callback(

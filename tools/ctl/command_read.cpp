@@ -1,4 +1,4 @@
-// get and history: what the tree holds now, and what it held.
+// get and history: present and former values.
 #include <fmt/format.h>
 #include <rapidjson/document.h>
 
@@ -21,7 +21,7 @@ int no_match(const std::string& pattern) {
   return exit_no_match;
 }
 
-/// A single path gives its value alone; a pattern, or several paths, a table.
+/// A single path prints just its value; a pattern, or several paths, a table.
 void print_values(const rows& table, bool values_only) {
   if (!values_only) {
     fmt::print("{}", columns(table));
@@ -81,8 +81,8 @@ void declare_read_commands(CLI::App& app, action& chosen) {
       "Examples:\n"
       "  lumoractl get data/line/1/tx/power\n"
       "  lumoractl get 'data/client/*/rx/power'        * stands for one segment\n"
-      "  lumoractl get 'data/line/**' --json           ** at the end for all below\n"
-      "  lumoractl get --bare data/system/utilization  the number alone, for scripts\n"
+      "  lumoractl get 'data/line/**' --json           ** at the end for everything below\n"
+      "  lumoractl get --bare data/system/utilization  only the number, for scripts\n"
       "  lumoractl get --nexel booster data/txPower    a device instead of the daemon\n");
   command->callback(
       [&chosen, paths] { chosen = [paths](context& with) { return get(with, *paths); }; });

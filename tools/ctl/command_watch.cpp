@@ -24,7 +24,7 @@ using steady = std::chrono::steady_clock;
 std::atomic<bool> interrupted{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "set in a signal handler");
 
-// How long a signal may go unseen.
+// How long a signal may go unnoticed.
 constexpr std::chrono::milliseconds glance{200};
 
 struct watch_options {

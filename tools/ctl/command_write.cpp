@@ -1,4 +1,4 @@
-// set, run and reset: what changes something.
+// set, run and reset: commands that change something.
 #include <fmt/format.h>
 #include <rapidjson/document.h>
 
@@ -15,7 +15,7 @@ namespace tools::ctl {
 
 namespace {
 
-/// The type that the path takes, from its own record; empty when the record does not tell.
+/// The type that the path accepts, from its own record; empty if the record does not say.
 std::string value_type_of(context& with, const std::string& path) {
   const auto records = with.ask("info", path);
   const auto record = records.FindMember(path.c_str());
@@ -24,8 +24,8 @@ std::string value_type_of(context& with, const std::string& path) {
   return type != record->value.MemberEnd() && type->value.IsString() ? type->value.GetString() : "";
 }
 
-/// A plain write answers nothing and prints nothing; a command prints its answer, and an answer of
-/// false is a refusal.
+/// A plain write has no answer and prints nothing; a command prints its answer, and false means
+/// refused.
 int print_answer(const context& with, const std::string& path, const nx::json_value& result) {
   if (with.json) fmt::print("{}\n", nx::json_text(result));
   const auto answer = result.FindMember(path.c_str());
@@ -68,7 +68,7 @@ void declare_write_commands(CLI::App& app, action& chosen) {
 
   command = app.add_subcommand("run", "Run a command");
   command->add_option("path", *path, "Path")->required();
-  command->add_option("arguments", *words, "Words of the form key=value, or one JSON value");
+  command->add_option("arguments", *words, "key=value words, or one JSON value");
   command->footer(
       "Examples:\n"
       "  lumoractl run command/channel/add center=19600000 width=5000 port=1 direction=both\n"

@@ -11,14 +11,14 @@ class line_client;
 
 namespace tools::ctl {
 
-/// As the options give it; empty texts were not given. At most one of the four ways counts, the
-/// daemon of this node when none is given.
+/// As given by the options; empty texts were not given. At most one of the four ways is used; by
+/// default the daemon of this node.
 struct connection_options {
-  std::string socket;  ///< a path as it stands
-  std::string nexel;   ///< a name below /tmp/nexels
+  std::string socket;  ///< used as it is
+  std::string nexel;   ///< a name under /tmp/nexels
   std::string host;    ///< "fe80::1%eth1" or "::1"
   unsigned port = 5100;
-  std::string root;  ///< put in front of the socket of the daemon and of nexels
+  std::string root;  ///< prefixed to the sockets of the daemon and of nexels
 };
 
 struct endpoint {
@@ -27,7 +27,7 @@ struct endpoint {
   unsigned port = 0;
 };
 
-/// `root_of_environment` is the value of NX_ROOT, or empty; the option goes before it.
+/// `root_of_environment` is the value of NX_ROOT, or empty; the option takes precedence.
 endpoint choose_endpoint(const connection_options& options, const std::string& root_of_environment);
 
 /// Throws nx_client_exception -107.

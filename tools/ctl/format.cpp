@@ -57,7 +57,7 @@ std::string accepted_text(const nx::json_value& constraints) {
   return text;
 }
 
-/// Two blanks and the text, where there is one.
+/// Two blanks and the text, if there is one.
 std::string column(const std::string& text) {
   return text.empty() ? "" : "  " + text;
 }

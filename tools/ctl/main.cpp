@@ -32,12 +32,12 @@ constexpr const char* closing_words =
     "\n"
     "Exit codes:\n"
     "  0  done\n"
-    "  1  the tree refused; code and text stand on the error output, with --json as JSON on the\n"
-    "     standard output too\n"
-    "  2  wrong options or words\n"
+    "  1  the tree refused; code and text are on standard error, with --json also as JSON on\n"
+    "     standard output\n"
+    "  2  wrong options or arguments\n"
     "  3  not connected\n"
     "  4  no answer in time\n"
-    "  5  a pattern that fits no path\n"
+    "  5  no path matches the pattern\n"
     "  6  explain: something needs a person\n";
 
 struct options {
@@ -51,19 +51,21 @@ struct options {
 void declare_common(CLI::App& app, options& given) {
   auto& at = given.connection;
   constexpr const char* group = "Which tree (one of the first four)";
-  app.add_flag("--node", given.node, "The daemon of this node, which is the default")->group(group);
-  app.add_option("--socket", at.socket, "Any unix socket")->type_name("PATH")->group(group);
-  app.add_option("--nexel", at.nexel, "A device, /tmp/nexels/NAME")
+  app.add_flag("--node", given.node, "The daemon of this node (default)")->group(group);
+  app.add_option("--socket", at.socket, "The tree at a unix socket")
+      ->type_name("PATH")
+      ->group(group);
+  app.add_option("--nexel", at.nexel, "A device's service, /tmp/nexels/NAME")
       ->type_name("NAME")
       ->group(group);
-  app.add_option("--host", at.host, "A peer, fe80::1%eth_sfp_1")
+  app.add_option("--host", at.host, "A peer, such as fe80::1%eth_sfp_1")
       ->type_name("HOST%IF")
       ->group(group);
   app.add_option("--port", at.port, "Port of the peer")->capture_default_str()->group(group);
-  app.add_option("--root", at.root, "Folder that the node runs below (default: NX_ROOT)")
+  app.add_option("--root", at.root, "Folder prefixed to all socket paths (default: NX_ROOT)")
       ->type_name("DIR")
       ->group(group);
-  app.add_flag("--json", given.json, "Print the tree's JSON, one line an answer or event");
+  app.add_flag("--json", given.json, "Print the tree's JSON, one line per answer or event");
   app.add_flag("--bare", given.bare, "Print values without paths and units");
   app.add_option("--timeout", given.timeout_seconds, "Seconds to wait for an answer")
       ->check(CLI::PositiveNumber)
@@ -88,12 +90,12 @@ void declare(CLI::App& app, options& given, action& chosen) {
 
 constexpr std::int32_t wrong_words = nx_error::invalid;
 
-/// With --json a failure is an answer as well.
+/// With --json a failure is an answer too.
 void print_json(const nx_error& error) {
   std::string object;
   nx::json_rpc::append_error_object(object, error);
   fmt::print("{{\"error\":{}}}\n", object);
-  std::fflush(stdout);  // ahead of the same in words
+  std::fflush(stdout);  // printed before the same in words
 }
 
 int fail(int code, const nx_error& error, bool json) {
@@ -114,7 +116,7 @@ int perform(const options& given, const action& chosen) {
   check_one_way(given);
   const char* variable = std::getenv("NX_ROOT");
   const auto target = choose_endpoint(given.connection, variable == nullptr ? "" : variable);
-  // The folder stands in the path by now and must not be put in front of it again.
+  // The path now contains the folder, which must not be prefixed again.
   unsetenv("NX_ROOT");
   const auto tree = connect(target);
   const std::chrono::duration<double> timeout(given.timeout_seconds);
@@ -136,7 +138,7 @@ int perform_guarded(const options& given, const action& chosen) {
   }
 }
 
-/// Wrong options: the parser's own words, and the same as JSON where that was asked for.
+/// Wrong options: the parser's own words, and the same as JSON if requested.
 int refuse(const CLI::App& app, const CLI::ParseError& error, bool json) {
   if (app.exit(error) == 0) return exit_ok;
   if (json) print_json({wrong_words, error.what()});
@@ -152,7 +154,7 @@ int main(int argc, char** argv) {
   tools::ctl::options given;
   tools::ctl::action chosen;
   tools::ctl::declare(app, given, chosen);
-  // Looked for by hand, since the parser may stumble over a word before it.
+  // Searched for by hand, since the parser may fail at an earlier word.
   const bool json = std::count(argv, argv + argc, std::string_view("--json")) > 0;
   try {
     // The parser takes its words from the back.

@@ -1,4 +1,4 @@
-// The parameters of a node as a file: what `lumoractl save` writes and `load` reads. Pure.
+// The parameters of a node as a file: written by `lumoractl save`, read by `load`. Pure.
 //
 //   {
 //     "format": "lumora parameters 1",
@@ -17,17 +17,17 @@
 namespace tools::ctl {
 
 struct parameter_file {
-  std::string product;                                          ///< as the node tells it
+  std::string product;                                          ///< as the node reports it
   std::vector<std::pair<std::string, std::string>> parameters;  ///< path and JSON text
 };
 
-/// One parameter a line, sorted by path: two files can be compared line by line.
+/// One parameter per line, sorted by path, so that two files can be compared line by line.
 std::string file_text(parameter_file what);
 
-/// Throws usage_error with what is wrong.
+/// Throws usage_error, saying what is wrong.
 parameter_file parsed_file(const std::string& text);
 
-/// In the order in which a node that regulates takes them without moving light twice: a mode that
+/// In the order in which a regulating node can accept them without moving light twice: a mode that
 /// ends regulation first, a channel's own parameters before the mode that hands it to the loop, a
 /// mode that allows regulation last.
 void order_for_writing(parameter_file& file);

@@ -10,7 +10,7 @@ namespace tools::ctl {
 
 namespace {
 
-/// The pattern that the user may have meant: whole segments for the pieces of one.
+/// The pattern that the user may have meant: "*" for segments that contain one.
 std::string widened(const std::string& path) {
   auto segments = segments_of(path);
   for (auto& segment : segments) {

@@ -1,13 +1,13 @@
-// Patterns as a person types them. The tree knows '*' for one whole segment and '**' at the end;
-// anything else fits nothing there and leaves the user wondering.
+// Patterns as typed by people. The tree supports '*' for one whole segment and '**' at the end;
+// anything else would match nothing there and leave the user wondering.
 #pragma once
 
 #include <string>
 
 namespace tools::ctl {
 
-/// Throws usage_error with what would fit, on a '*' among other characters and on a '**' that is
-/// not at the end.
+/// Throws usage_error, suggesting what would work, for a '*' among other characters and a '**' that
+/// is not at the end.
 void check_pattern(const std::string& path);
 
 }  // namespace tools::ctl

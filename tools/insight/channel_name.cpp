@@ -15,7 +15,8 @@ constexpr double units_of_a_thz = 1e5;
 constexpr double wavelength_product = 29'979'245'800.0;
 // Half a grid of 25 GHz: a name is never closer to another channel.
 constexpr double nearest_units = 1250.0;
-// Numbers of channels end far below the lowest frequency in THz, and these below wavelengths in nm.
+// Numbers of channels are far below the lowest frequency in THz, and frequencies below wavelengths
+// in nm.
 constexpr double highest_number = 150.0;
 constexpr double highest_thz = 1000.0;
 constexpr double highest_nm = 10'000.0;
@@ -42,7 +43,7 @@ double frequency_of(double number) {
 
 std::string thz_text(unsigned frequency) {
   auto text = fmt::format("{:.5f}", frequency / units_of_a_thz);
-  constexpr std::size_t kept = 3;  // zeros at the end that may go: two decimals stay
+  constexpr std::size_t kept = 3;  // removable trailing zeros: two decimals stay
   for (std::size_t cut = 0; cut < kept && text.ends_with('0'); ++cut)
     text.pop_back();
   return text;

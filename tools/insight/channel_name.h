@@ -13,11 +13,11 @@ struct channel_place {
   unsigned frequency = 0;  ///< centre, units of 10 MHz
 };
 
-/// "192.30", "192.075": at least two decimals, and as many as the frequency has.
+/// "192.30", "192.075": at least two decimals, and as many as the frequency needs.
 std::string thz_text(unsigned frequency);
 
-/// The one of `known` that is meant; empty when none is within 12.5 GHz of it. The word may carry
-/// its unit, "192.3THz", "1558.98nm".
+/// The one of `known` that is meant; empty if none is within 12.5 GHz. The word may include a unit,
+/// "192.3THz", "1558.98nm".
 std::optional<channel_place> find_channel(const std::string& word,
                                           const std::vector<channel_place>& known);
 

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdlib>
 #include <set>
 
@@ -19,7 +20,7 @@ namespace tools::insight {
 
 namespace {
 
-// What one cause does to many channels comes within a few cycles.
+// One cause affects many channels within a few cycles.
 constexpr long together_seconds = 10;
 
 constexpr std::string_view client = "client ";
@@ -37,7 +38,7 @@ std::string detail_of(const event& what, const char* name) {
   return found == what.details.end() ? "" : found->second;
 }
 
-/// " after 3.1 s", where the event tells so.
+/// " after 3.1 s", if the event says so.
 std::string after(const event& what) {
   const auto seconds = detail_of(what, "seconds");
   return seconds.empty() ? ""
@@ -67,14 +68,38 @@ std::string guard_end_text(const event& what) {
                      withheld.empty() ? "" : fmt::format(", {} writes withheld", withheld));
 }
 
-/// What happened, without on whom.
+/// ", 2.7 dB too weak"
+std::string exhaustion_text(const event& what) {
+  const auto error = detail_of(what, "error");
+  const auto reason = detail_of(what, "reason");
+  if (!reason.empty()) return ": " + reason;
+  if (error.empty() || error == "null") return "";
+  const double by = std::strtod(error.c_str(), nullptr);
+  return fmt::format(", {:.1f} dB too {}", std::fabs(by), by > 0 ? "strong" : "weak");
+}
+
+/// "written: 4.5", "written 30 times until 12:00:09, at last: 4.5"
+std::string write_text(const event& what) {
+  constexpr std::size_t date = 11;
+  constexpr std::size_t clock = 8;
+  const auto writes = detail_of(what, "writes");
+  const auto until = detail_of(what, "until");
+  const auto value = detail_of(what, "value");
+  if (writes.empty() || until.size() < date) return "written" + behind(": ", value);
+  return fmt::format("written {} times until {}, at last{}", writes, until.substr(date, clock),
+                     behind(": ", value));
+}
+
+/// What happened, without the subject.
 std::string text_of(const event& what) {
   const auto& kind = what.kind;
   const auto reason = behind(": ", detail_of(what, "reason"));
   if (kind == "lit") return "has light";
   if (kind == "dark") return "has gone dark";
   if (kind == "arrived") return "is on target" + after(what) + steps_text(what);
-  if (kind == "exhausted") return "is exhausted" + behind(", ", detail_of(what, "why"));
+  if (kind == "stalled") return "is not regulated" + reason;
+  if (kind == "resumed") return "is regulated again" + after(what);
+  if (kind == "exhausted") return "is exhausted" + exhaustion_text(what);
   if (kind == "guardBegan") return "guard " + detail_of(what, "guard") + " begins" + reason;
   if (kind == "guardEnded") return guard_end_text(what);
   if (kind == "loopDown") return "loop down" + reason;
@@ -85,12 +110,12 @@ std::string text_of(const event& what) {
   if (kind == "peerLost") return "lost" + behind(", it was ", detail_of(what, "product"));
   if (kind == "channelAdded") return "added";
   if (kind == "channelRemoved") return "removed";
-  if (kind == "parameterWritten") return "written" + behind(": ", detail_of(what, "value"));
+  if (kind == "parameterWritten") return write_text(what);
   if (kind == "startFailed") return "start fails" + reason;
   return other_details(what);
 }
 
-/// "rx" or "tx" of a channel's event; empty for everything else.
+/// "rx" or "tx" of a channel's event; otherwise empty.
 std::string side_of(const std::string& on) {
   if (!on.starts_with(client)) return "";
   const auto end = on.find(' ', client.size());
@@ -147,11 +172,11 @@ std::string what_text(const group& of) {
   if (of.subjects.size() == 1) {
     return text_of(*of.first) + (of.count > 1 ? fmt::format(", {} times", of.count) : "");
   }
-  // Figures differ between the channels: the words alone.
+  // Figures differ between the channels: only the words are shown.
   event bare = *of.first;
   bare.details.erase("seconds");
   bare.details.erase("steps");
-  bare.details.erase("why");
+  bare.details.erase("error");
   bare.details.erase("withheld");
   return text_of(bare);
 }
@@ -196,7 +221,7 @@ std::vector<std::string> event_lines(const std::vector<event>& events,
   const auto groups = grouped(events);
   std::vector<std::string> subjects;
   std::size_t width = 0;
-  constexpr std::size_t widest = 24;  // a path may be long; it takes the room that it needs
+  constexpr std::size_t widest = 24;  // a path may be long; it takes the room it needs
   for (const auto& each : groups) {
     subjects.push_back(subjects_text(each, known));
     if (subjects.back().size() <= widest) width = std::max(width, subjects.back().size());

@@ -42,7 +42,7 @@ constexpr std::array cause_names{"startFailed",
                                  "underWay"};
 static_assert(cause_names.size() == static_cast<std::size_t>(cause::under_way) + 1);
 
-// More are counted, not named.
+// Beyond this number, the rest are counted, not named.
 constexpr std::size_t named_at_most = 4;
 
 /// The newest event of a kind on a subject that none of `ended_by` has followed.
@@ -84,7 +84,7 @@ void add_node_causes(const node_insight& node, std::vector<finding>& found) {
   for (const auto& each : node.start)
     found.push_back({cause::start_failed, "node", each, "", "", ""});
   const auto* failed = open_event(node, "", {"startFailed"}, {"loopUp"});
-  // What the node could not start without is over once it tells of itself.
+  // A fault that prevented the start is over once the node reports about itself.
   if (failed != nullptr && !node.tells_of_itself && node.start.empty()) {
     found.push_back({cause::start_failed, failed->on,
                      fmt::format("The node cannot start: {}", detail(*failed, "reason")),
@@ -108,39 +108,88 @@ void add_node_causes(const node_insight& node, std::vector<finding>& found) {
   }
 }
 
+/// The end of the path of its socket.
+std::string service_of(const std::string& device) {
+  constexpr std::array<std::pair<std::string_view, const char*>, 6> names{{{"voa", "voa_sfp"},
+                                                                           {"osc", "osc1"},
+                                                                           {"sfp", "sfp/0"},
+                                                                           {"switch", "wss_edge"},
+                                                                           {"twinSwitch", "wss"},
+                                                                           {"monitor", "ocm"}}};
+  const auto* found = std::find_if(names.begin(), names.end(),
+                                   [&](const auto& each) { return each.first == device; });
+  return found == names.end() ? device : found->second;
+}
+
+std::string loops_text(const node_insight& node, const std::string& service) {
+  std::vector<std::string> loops;
+  for (const char* loop : {"line", "client rx", "client tx"}) {
+    const auto* down = open_event(node, loop, {"loopDown"}, {"loopUp"});
+    if (down != nullptr && detail(*down, "reason").find(service) != std::string::npos)
+      loops.emplace_back(loop);
+  }
+  if (loops.empty()) return "It is taken up again by itself.";
+  return fmt::format("Down until it answers: {}. It is taken up again by itself.",
+                     fmt::join(loops, ", "));
+}
+
 void add_devices(const node_insight& node, std::vector<finding>& found) {
   for (const auto& each : node.devices) {
-    // One that has never been asked is no more silent than alive.
+    // A device that has never been asked is neither silent nor alive.
     if (each.alive != false || !each.age) continue;
-    found.push_back(
-        {cause::device_silent, each.name,
-         fmt::format("The {} has not answered for {:.0f} s", each.name, *each.age),
-         "Its loop stands still and takes it up again by itself; the other loops go on.",
-         fmt::format("Look at the service of the {}, and restart it.", each.name), ""});
+    found.push_back({cause::device_silent, each.name,
+                     fmt::format("The {} has not answered for {:.0f} s", each.name, *each.age),
+                     loops_text(node, service_of(each.name)),
+                     fmt::format("Look at its service, {}, and restart it.", service_of(each.name)),
+                     ""});
   }
 }
 
 struct line_row {
   line_state state;
   cause of;
-  const char* head;  ///< in front of the daemon's own sentence
+  const char* head;  ///< before the daemon's own sentence
   const char* event;
 };
 
 // clang-format off
 constexpr std::array line_rows{
     line_row{line_state::no_fibre, cause::fibre_cut, "The fibre is cut or unplugged", "cut"},
-    line_row{line_state::no_supervisory_link, cause::link_down, "The supervisory link is down", ""},
-    line_row{line_state::no_peer, cause::no_peer, "There is no peer, so the line is not regulated", ""},
-    line_row{line_state::peer_not_known, cause::peer_unknown, "The peer is not known, so the line is not regulated", ""},
-    line_row{line_state::peer_stands_still, cause::peer_stands_still, "The readings of the peer stand still", ""},
+    line_row{line_state::no_supervisory_link, cause::link_down, "The supervisory link is down", "stalled"},
+    line_row{line_state::no_peer, cause::no_peer, "There is no peer, so the line is not regulated", "stalled"},
+    line_row{line_state::peer_not_known, cause::peer_unknown, "The peer is not known, so the line is not regulated", "stalled"},
+    line_row{line_state::peer_stands_still, cause::peer_stands_still, "The readings of the peer stand still", "stalled"},
     line_row{line_state::exhausted, cause::line_exhausted, "The line is at the end of its range", "exhausted"},
-    line_row{line_state::far_preamp_saturated, cause::far_preamp_saturated, "The far preamp is saturated", ""},
+    line_row{line_state::far_preamp_saturated, cause::far_preamp_saturated, "The far preamp is saturated", "stalled"},
     line_row{line_state::device_failed, cause::line_device, "A device of the line fails", ""},
 };
 // clang-format on
 
+/// A device that answers, and has nothing to tell of it.
+bool is_dark(const node_insight& node, const char* device, const char* figure) {
+  return std::any_of(node.devices.begin(), node.devices.end(), [&](const auto& each) {
+    return each.name == device && each.alive == true &&
+           std::none_of(each.values.begin(), each.values.end(),
+                        [&](const auto& value) { return value.first == figure; });
+  });
+}
+
+/// A line that is down for another reason does not see its fibre; its instruments still do.
+void add_unseen_cut(const node_insight& node, std::vector<finding>& found) {
+  const bool any_arrives = std::any_of(
+      node.channels.begin(), node.channels.end(),
+      [](const auto& of) { return !of.is_rx && of.state && *of.state != channel_state::dark; });
+  if (node.of_line.state != line_state::device_failed || any_arrives ||
+      !is_dark(node, "sfp", "inputPower")) {
+    return;
+  }
+  found.push_back({cause::fibre_cut, "line",
+                   "The fibre is cut or unplugged: neither channels nor supervisory light come in",
+                   "The line loop closes it when its device is back.", "Mend the fibre.", ""});
+}
+
 void add_line(const node_insight& node, std::vector<finding>& found) {
+  add_unseen_cut(node, found);
   const auto state = node.of_line.state;
   const auto row = std::find_if(line_rows.begin(), line_rows.end(),
                                 [&](const line_row& each) { return each.state == state; });
@@ -155,7 +204,8 @@ void add_line(const node_insight& node, std::vector<finding>& found) {
   }
   if (row->of == cause::line_device && is_found(found, cause::device_silent)) return;
   finding line{row->of, "line", fmt::format("{}: {}", row->head, node.of_line.why), "", "", ""};
-  if (*row->event != '\0') line.since = time_of(open_event(node, "line", {row->event}, {"mended"}));
+  if (*row->event != '\0')
+    line.since = time_of(open_event(node, "line", {row->event}, {"mended", "resumed"}));
   const auto* lost = open_event(node, "peer", {"peerLost"}, {"peerIdentified"});
   if (lost != nullptr && row->of == cause::no_peer) {
     line.of = cause::peer_lost;
@@ -226,7 +276,7 @@ std::string names_of(const std::vector<const channel*>& channels) {
                      channels.front()->is_rx ? "rx" : "tx");
 }
 
-std::optional<cause> cause_of(const node_insight& node, const channel& of) {
+std::optional<cause> cause_of(const node_insight& node, const channel& of, bool is_cut) {
   if (!of.state) return std::nullopt;
   switch (*of.state) {
     case channel_state::too_weak:
@@ -240,8 +290,8 @@ std::optional<cause> cause_of(const node_insight& node, const channel& of) {
     case channel_state::reading_unknown:
       return cause::channel_unreadable;
     case channel_state::dark: {
-      // Without a fibre the amplifiers are off, and everything is dark behind them.
-      if (node.of_line.state == line_state::no_fibre) return std::nullopt;
+      // Without a fibre the amplifiers are off, and everything after them is dark.
+      if (node.of_line.state == line_state::no_fibre || (is_cut && !of.is_rx)) return std::nullopt;
       const bool is_missed = of.has_been_lit || of.is_wanted ||
                              open_event(node, event_subject(of), {"dark"}, {"lit"}) != nullptr;
       return is_missed ? std::make_optional(cause::channel_dark) : std::nullopt;
@@ -254,7 +304,7 @@ std::optional<cause> cause_of(const node_insight& node, const channel& of) {
 }
 
 struct channel_words {
-  const char* one;   ///< in front of the daemon's sentence, behind the channel
+  const char* one;   ///< before the daemon's sentence, after the channel
   const char* many;  ///< for several together
   const char* remedy;
 };
@@ -286,8 +336,8 @@ channel_words words_of(cause of, bool is_rx) {
 void add_channels(const node_insight& node, std::vector<finding>& found) {
   std::map<std::pair<cause, bool>, std::vector<const channel*>> groups;
   for (const auto& each : node.channels) {
-    const auto of = cause_of(node, each);
-    // The device is told already, and so is its loop.
+    const auto of = cause_of(node, each, is_found(found, cause::fibre_cut));
+    // The device has already been reported, and so has its loop.
     const bool is_told = of == cause::loop_down && is_found(found, cause::device_silent);
     if (of && !is_told) groups[{*of, !each.is_rx}].push_back(&each);
   }
@@ -305,10 +355,17 @@ void add_channels(const node_insight& node, std::vector<finding>& found) {
   }
 }
 
+/// Whether one of the devices that are silent is why.
+bool is_of_silent_device(const std::string& reason, const std::vector<finding>& found) {
+  return std::any_of(found.begin(), found.end(), [&](const finding& each) {
+    return each.of == cause::device_silent && reason.find(service_of(each.on)) != std::string::npos;
+  });
+}
+
 void add_loops(const node_insight& node, std::vector<finding>& found) {
   for (const char* loop : {"line", "client rx", "client tx"}) {
     const auto* down = open_event(node, loop, {"loopDown"}, {"loopUp"});
-    if (down == nullptr) continue;
+    if (down == nullptr || is_of_silent_device(detail(*down, "reason"), found)) continue;
     found.push_back({cause::loop_down, loop,
                      fmt::format("The {} loop is down: {}", loop, detail(*down, "reason")),
                      "It is set up anew every second.", "", down->time});
@@ -321,6 +378,11 @@ void add_rest(const node_insight& node, std::vector<finding>& found) {
                      "Look at the noise of the monitor and at what moves the light.", ""});
   }
   for (const auto& each : node.guards) {
+    // What withholds a write because of something that is told already.
+    const bool is_told = std::any_of(found.begin(), found.end(), [&](const finding& other) {
+      return other.needs_person() && other.on == each.on;
+    });
+    if (is_told) continue;
     found.push_back({cause::guard, each.on,
                      fmt::format("Guard {} is at work on {}: {}", each.name, each.on, each.reason),
                      "", "", each.since});

@@ -1,8 +1,8 @@
-// What is wrong with a node, causes before their consequences: what `lumoractl explain` prints and
-// the lab's screen shows first. Pure: insight in, sentences out.
+// What is wrong with a node, causes before their consequences: the output of `lumoractl explain`,
+// and the top of the lab's screen. Pure: insight in, sentences out.
 //
-// The order of `cause` is the ranking. A cause stands above everything that it brings about: a
-// device that is silent above its loop, a cut fibre above the peer that cannot be read through it.
+// The order of `cause` is the ranking. A cause comes before everything it brings about: a silent
+// device before its loop, a cut fibre before the peer that cannot be read through it.
 #pragma once
 
 #include <string>
@@ -45,15 +45,15 @@ struct finding {
   cause of;
   std::string on;        ///< "line", "booster", "192.30 rx", "30 channels rx"
   std::string sentence;  ///< what is wrong, with figures
-  std::string doing;     ///< what the node does about it; may be empty
-  std::string remedy;    ///< what a person can do; empty where nothing is to be done
-  std::string since;     ///< time of the event that began it; empty where unknown
+  std::string doing;     ///< what the node is doing about it; may be empty
+  std::string remedy;    ///< what a person can do; empty if there is nothing to do
+  std::string since;     ///< time of the event that began it; empty if unknown
 
-  /// Stays until somebody does something.
+  /// Lasts until somebody does something.
   bool needs_person() const { return of != cause::under_way && of != cause::guard; }
 };
 
-/// In the order in which a person should read them.
+/// In reading order.
 std::vector<finding> findings_of(const node_insight& node);
 
 /// "The fibre is cut or unplugged (since 12:03:10 UTC, 14 s): no light comes in."

@@ -188,7 +188,7 @@ std::vector<std::string> hunting_of(const readings& read, const std::vector<chan
   return names;
 }
 
-/// What has come as an escape since a text of a tree may not break lines.
+/// Restores what the tree's text contains as an escape, since it may not contain line breaks.
 std::vector<std::string> lines_in(std::string text) {
   constexpr std::string_view line_end = "\\n";
   std::vector<std::string> lines;
@@ -216,7 +216,7 @@ const std::vector<const char*>& insight_patterns() {
 
 node_insight insight_of(const readings& read, std::vector<event> events) {
   node_insight node;
-  node.summary = read.text("insight/summary").value_or("");
+  node.summary = without_folders(read.text("insight/summary").value_or(""));
   node.product = read.text("data/product").value_or("");
   node.automation_mode = read.text("data/automationMode").value_or("");
   node.peer = read.text("data/line/1/remoteProduct").value_or("");
@@ -237,7 +237,7 @@ node_insight insight_of(const readings& read, std::vector<event> events) {
 std::string without_folders(std::string text) {
   constexpr std::string_view folder = "/tmp/nexels/";
   for (auto at = text.find(folder); at != text.npos; at = text.find(folder)) {
-    const auto before = text.rfind(' ', at);
+    const auto before = text.find_last_of(" (", at);
     const auto begin = before == text.npos ? 0 : before + 1;
     text.erase(begin, at + folder.size() - begin);
   }

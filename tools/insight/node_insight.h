@@ -1,5 +1,5 @@
-// What the daemon tells of itself below "insight/", as plain data: for the diagnosis, the lab's
-// screen and its verdict. Nothing is worked out here a second time. Pure.
+// What the daemon reports about itself under "insight/", as plain data: for the diagnosis, the
+// lab's screen and its verdict. Nothing is calculated a second time here. Pure.
 //
 // Powers in dBm at the amplifier, differences, headroom and losses in dB, ages in seconds.
 #pragma once
@@ -43,16 +43,16 @@ struct device {
 };
 
 struct rung {
-  std::string point, basis;  ///< where, and what the expectation rests on or why there is none
-  std::string unit;          ///< "dBm", or "dB" of a fibre's loss
+  std::string point, basis;  ///< place, and basis of the expectation or why there is none
+  std::string unit;          ///< "dBm", or "dB" for a fibre's loss
   figure expected, measured, difference;
   bool is_wrong = false;
-  std::vector<unsigned> wrong_channels;  ///< IDs, where single ones are off
+  std::vector<unsigned> wrong_channels;  ///< IDs, if single ones are off
 };
 
 struct ladder {
   std::string side;   ///< "rx", "tx"
-  std::string why;    ///< what is wrong on it; empty when nothing is
+  std::string why;    ///< what is wrong on it; empty if nothing is
   std::string fault;  ///< of the wrong rung: "connector", "monitor"
   std::vector<rung> rungs;
 };
@@ -63,26 +63,26 @@ struct active_guard {
 
 struct node_insight {
   std::string summary, product, automation_mode, peer;
-  std::vector<std::string> start;  ///< what keeps the node from starting, or from starting well
+  std::vector<std::string> start;  ///< what keeps the node from starting, or from starting properly
   std::string turn;                ///< of the last cycle: "client rx", "line"
-  bool tells_of_itself = true;     ///< false before the daemon has built the node
+  bool tells_of_itself = true;     ///< false until the daemon has built the node
   bool is_configured = true;       ///< management has said that the parameters are complete
-  std::vector<channel> channels;   ///< ascending frequency, rx before tx
+  std::vector<channel> channels;   ///< in order of ascending frequency, rx before tx
   line of_line;
   std::vector<device> devices;
   std::vector<ladder> ladders;
   std::vector<active_guard> guards;
   std::vector<std::string> hunting;  ///< "192.30 rx", "line"
   std::vector<event> events;         ///< oldest first
-  std::optional<long> now;           ///< seconds since 1970, where the diagnosis may tell how long
+  std::optional<long> now;           ///< seconds since 1970; empty if durations are not to be given
 };
 
-/// What has to be read for it, each a pattern or path of the daemon's tree.
+/// What to read for it, each a pattern or path of the daemon's tree.
 const std::vector<const char*>& insight_patterns();
 
 node_insight insight_of(const readings& read, std::vector<event> events = {});
 
-/// "No answer within 2 s: booster" in place of the whole path of its socket.
+/// "No answer within 2 s: booster" instead of the whole path of its socket.
 std::string without_folders(std::string text);
 
 /// The places of all channels of either side.

@@ -1,5 +1,5 @@
-// How a channel or the line stands, in sentences with figures: what `lumoractl explain` tells
-// behind what is wrong, and the lab's ladder. Pure.
+// The state of a channel or the line, in sentences with figures: what `lumoractl explain` prints
+// after the problems, and the lab's ladder. Pure.
 #pragma once
 
 #include <string>
@@ -12,7 +12,7 @@ namespace tools::insight {
 /// "192.30 rx"
 std::string label(const channel& of);
 
-/// Both directions of one.
+/// Both directions of a channel.
 std::vector<std::string> channel_sentences(const node_insight& node, const channel_place& place);
 /// One point of a ladder as a line of text.
 std::string rung_text(const rung& of);

@@ -9,19 +9,19 @@ namespace tools::lab {
 
 namespace {
 
-// The scale of the bars: from far below any target to above each, dBm.
+// The scale of the bars: from far below to above any target, dBm.
 constexpr double scale_from = -25.0;
 constexpr double scale_to = 10.0;
-// Less than this is no light, dBm.
+// Less than this counts as no light, dBm.
 constexpr double dark_dbm = -60.0;
 
 constexpr unsigned narrowest_bar = 10;
 constexpr unsigned widest_bar = 36;
-// From here on there is room for target and truth.
+// From this width on there is room for target and truth.
 constexpr unsigned wide_screen = 100;
 constexpr unsigned narrow_figures = 34;
 constexpr unsigned wide_figures = 50;
-// What the state and the beginning of its reason take.
+// Width of the state and the beginning of its reason.
 constexpr unsigned words_width = 34;
 
 bool is_wide(unsigned columns) {
@@ -37,7 +37,7 @@ std::string figure_text(const insight::figure& value, const char* format) {
   return value ? fmt::format(fmt::runtime(format), *value) : "-";
 }
 
-/// What is as it should be needs no reason beside it.
+/// A channel that is as it should be needs no reason.
 std::string words_of(const channel_row& row) {
   const auto how = row.severity();
   const bool told = how == states::severity::person || how == states::severity::working;

@@ -35,7 +35,7 @@ std::string end_text(int status) {
   return fmt::format("exit status {}{}", code, code == cannot_run ? " (cannot be run)" : "");
 }
 
-/// "TIME severity PLACE: TEXT" of a lower severity is chatter.
+/// "TIME severity PLACE: TEXT" of a lower severity is ignored.
 bool is_complaint(const std::string& line) {
   const auto first = line.find(' ');
   if (line.empty() || first == line.npos) return !line.empty();
@@ -73,7 +73,7 @@ bool child_process::reap(bool wait) {
   return status_.has_value();
 }
 
-/// A file descriptor of the process becomes readable when it ends, so the wait needs no naps.
+/// A file descriptor of the process becomes readable when it ends, so the wait needs no polling.
 bool child_process::reap_within(std::chrono::milliseconds time) {
   if (reap(false)) return true;
   const auto process = static_cast<int>(syscall(SYS_pidfd_open, pid_, 0));
@@ -103,7 +103,7 @@ std::vector<std::string> child_process::last_complaint(std::size_t most_lines) c
   bool is_chatter = true;
   for (std::string line; std::getline(log, line);) {
     const bool complains = is_complaint(line);
-    // Lines that follow each other are one complaint.
+    // Consecutive lines are one complaint.
     if (complains && is_chatter) lines.clear();
     is_chatter = !complains;
     if (complains && lines.size() < most_lines) lines.push_back(line);

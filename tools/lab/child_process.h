@@ -1,5 +1,5 @@
-// One program that the lab has started: it writes its output to a file of its own, is ended by its
-// id, and dies with the lab whatever becomes of the lab. Used from the main thread.
+// One program started by the lab: it writes its output to a file, is ended by its id, and dies with
+// the lab however the lab ends. Used from the main thread.
 #pragma once
 
 #include <sys/types.h>
@@ -12,7 +12,7 @@
 namespace tools::lab {
 
 struct program {
-  std::string name;  ///< as messages call it
+  std::string name;  ///< its name in messages
   std::vector<std::string> command;
   std::vector<std::string> environment;  ///< "NAME=value", in addition to the lab's own
   std::string log_file;                  ///< standard output and error
@@ -20,9 +20,9 @@ struct program {
 
 class child_process {
  public:
-  /// Starts it. Throws lab_failure when the program cannot be run at all.
+  /// Starts it. Throws lab_failure if the program cannot be run at all.
   explicit child_process(program what);
-  /// SIGTERM, and SIGKILL when it is still there after `grace`.
+  /// SIGTERM, then SIGKILL if it is still there after `grace`.
   ~child_process();
   child_process(const child_process&) = delete;
   child_process& operator=(const child_process&) = delete;
@@ -31,14 +31,13 @@ class child_process {
   const std::string& log_file() const { return what_.log_file; }
   pid_t pid() const { return pid_; }
 
-  /// How it ended ("exit status 1", "signal 11 (Segmentation fault)"); empty while it runs.
+  /// How it ended ("exit status 1", "signal 11 (Segmentation fault)"); empty while it is running.
   std::optional<std::string> ended();
-  /// True when it has ended with exit status 0.
+  /// True if it has ended with exit status 0.
   bool succeeded() const;
   std::vector<std::string> last_lines(std::size_t count) const;
-  /// From its last line of severity error, or the last that is no log line at all ("terminate
-  /// called
-  /// ...") on; empty when it complained of nothing.
+  /// Everything from its last line of severity error, or its last line that is not a log line
+  /// ("terminate called ..."); empty if there is neither.
   std::vector<std::string> last_complaint(std::size_t most_lines) const;
 
   /// Asks it to end; the destructor waits for it.

@@ -67,12 +67,6 @@ bool convergence::update(const view& seen, clock::time_point now) {
   return now - *since_ >= hold_;
 }
 
-std::optional<convergence::clock::duration> convergence::settled_after(
-    clock::time_point start) const {
-  if (!since_) return std::nullopt;
-  return *since_ - start;
-}
-
 std::optional<double> worst_truth_difference(const view& seen) {
   std::optional<double> worst;
   for (const auto& row : seen.channels) {

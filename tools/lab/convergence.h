@@ -1,5 +1,5 @@
 // The verdict of a run: have all lit channels reached their targets, do they stay there, and does
-// the plant agree. Time is handed in.
+// the plant agree. Time is passed in.
 #pragma once
 
 #include <chrono>
@@ -15,27 +15,24 @@ class convergence {
  public:
   using clock = std::chrono::steady_clock;
 
-  /// `expected_lit` channels have their lasers on; fewer in sight is not the end. With a peer the
-  /// line loop waits for changed readings between its steps, and the rest must last longer.
+  /// `expected_lit` channels have their lasers on; with fewer in sight the run is not over. With a
+  /// peer the line loop waits for changed readings between its steps, so the hold time is longer.
   explicit convergence(unsigned expected_lit, bool with_peer = false)
       : expected_lit_(expected_lit), with_peer_(with_peer), hold_(with_peer ? hold_peer : hold) {}
 
-  /// True once everything has been on target, and the line at rest, for the whole of the hold time.
+  /// True once everything has been on target, and the line at rest, for the whole hold time.
   bool update(const view& seen, clock::time_point now);
 
-  /// Why the newest view is not converged, one line each; empty when nothing is wrong with it.
+  /// Why the newest view is not converged, one line each; empty if nothing is wrong with it.
   std::vector<std::string> reasons(const view& seen) const;
-
-  /// How long after `start` everything was on target for the first time of the present rest.
-  std::optional<clock::duration> settled_after(clock::time_point start) const;
 
   static constexpr std::chrono::seconds hold{5};
   static constexpr std::chrono::seconds hold_peer{20};
   /// A VOA that moves further than its own step and noise is still being regulated, dB.
   static constexpr double line_at_rest_db = 0.25;
-  /// The line's next step is worth making beyond this, dB.
+  /// The line's next step is significant beyond this, dB.
   static constexpr double line_step_db = 0.15;
-  /// What the tolerances of monitor and power taps together explain, dB.
+  /// The combined tolerance of monitor and power taps, dB.
   static constexpr double truth_limit_db = 1.5;
 
  private:
@@ -48,8 +45,8 @@ class convergence {
   std::optional<double> voa_at_rest_;
 };
 
-/// Largest difference between the plant's truth and the reading over the lit channels, dB; empty
-/// where the plant tells none.
+/// Largest difference between the plant's truth and the reading over the lit channels, dB; empty if
+/// the plant does not report it.
 std::optional<double> worst_truth_difference(const view& seen);
 
 }  // namespace tools::lab

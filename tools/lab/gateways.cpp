@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::chrono::seconds start_limit{30};
 
-/// What the gateway has printed of its address; empty so far.
+/// The address that the gateway has printed; empty so far.
 std::string told_address(const std::string& log) {
   constexpr std::string_view before = "Serving ";
   std::ifstream in(log);
@@ -24,7 +24,7 @@ std::string told_address(const std::string& log) {
 
 program gateway_of(const lab_folder& folder, unsigned node) {
   const auto log = folder.logs() / (node == 0 ? "gateway.log" : "gateway-far.log");
-  // The plant stands below the near node's root, whichever node it is about.
+  // The plant runs under the near node's root, whichever node is concerned.
   return {"lumora_gateway",
           {program_path("lumora_gateway").string(), "--listen", "127.0.0.1:0", "--page",
            page_folder().string(), "--tree",

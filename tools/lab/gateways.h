@@ -1,6 +1,6 @@
-// The gateways of a lab: the page of each node, with the bench of faults, at a free port of the
-// loopback. They are started before the lab moves into a network of its own, so that the user's
-// browser reaches them, and find their daemons later. Used from the main thread.
+// The gateways of a lab: each node's page, with the bench of faults, at a free port of the
+// loopback. They are started before the lab enters a network namespace of its own, so that the
+// user's browser can reach them, and find their daemons later. Used from the main thread.
 #pragma once
 
 #include <string>
@@ -13,11 +13,11 @@ namespace tools::lab {
 
 class gateways {
  public:
-  /// None unless started. Throws lab_failure, `interrupted`.
+  /// No gateways unless started. Throws lab_failure, `interrupted`.
   gateways() = default;
   gateways(supervisor& programs, const lab_folder& folder, unsigned nodes);
 
-  /// "http://127.0.0.1:40123/" of a node; empty without its gateway.
+  /// "http://127.0.0.1:40123/" of a node; empty if it has no gateway.
   std::string address(unsigned node) const;
 
  private:

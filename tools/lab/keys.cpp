@@ -12,7 +12,7 @@ struct key_row {
   key what;
 };
 
-// Longer ones first where one begins like another.
+// If one key begins like another, the longer one comes first.
 constexpr std::array rows{
     key_row{"\x1b[5~", key::page_up},
     key_row{"\x1b[6~", key::page_down},
@@ -46,7 +46,7 @@ constexpr std::array rows{
     key_row{"e", key::events},
 };
 
-/// How many bytes belong to a key that is none of ours.
+/// Number of bytes of a key that is not one of ours.
 std::size_t unknown_length(const std::string& typed) {
   if (typed.size() < 2 || typed[0] != '\x1b' || (typed[1] != '[' && typed[1] != 'O')) return 1;
   std::size_t at = 2;

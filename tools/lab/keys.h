@@ -1,4 +1,4 @@
-// The keys of the lab's screen, from the bytes that a terminal sends for them. Pure.
+// The keys of the lab's screen, decoded from the bytes that a terminal sends. Pure.
 #pragma once
 
 #include <string>
@@ -22,8 +22,8 @@ enum class key {
   events
 };
 
-/// Takes the first key off `typed`, which holds at least one byte; several may come at once over a
-/// slow link.
+/// Removes the first key from `typed`, which holds at least one byte; several may arrive at once
+/// over a slow link.
 key take_key(std::string& typed);
 
 }  // namespace tools::lab

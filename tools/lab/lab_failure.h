@@ -1,4 +1,4 @@
-// Why the lab cannot go on.
+// Why the lab cannot continue.
 #pragma once
 
 #include <stdexcept>
@@ -11,10 +11,10 @@ class lab_failure : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// The user has ended the lab: no failure, only a way out of a wait.
+/// The user has ended the lab: not a failure, only a way out of a wait.
 struct interrupted {};
 
-/// The system does not let the lab have network namespaces.
+/// The system does not allow the lab network namespaces.
 class link_refused : public lab_failure {
  public:
   using lab_failure::lab_failure;

@@ -13,7 +13,7 @@ namespace tools::lab {
 
 namespace {
 
-// The longest path of a socket below a node's root, with some room for longer names.
+// The longest socket path under a node's root, with some room for longer names.
 constexpr std::size_t longest_inside = 64;
 
 }  // namespace
@@ -32,7 +32,7 @@ lab_folder::lab_folder(bool keep) : keep_(keep) {
 
 lab_folder::~lab_folder() {
   if (keep_) return;
-  std::error_code ignored;  // nothing can be done about it at the very end
+  std::error_code ignored;  // nothing can be done about it at this point
   std::filesystem::remove_all(path_, ignored);
 }
 

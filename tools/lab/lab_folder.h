@@ -1,5 +1,5 @@
-// The folder that everything of one lab lives in: sockets, logs, the board's file, the store. Gone
-// when the lab ends, unless it is to be kept.
+// The folder that contains everything of one lab: sockets, logs, the board's file, the store.
+// Removed when the lab ends, unless it is to be kept.
 #pragma once
 
 #include <filesystem>
@@ -9,18 +9,17 @@ namespace tools::lab {
 
 class lab_folder {
  public:
-  /// Makes it below TMPDIR or /tmp. Throws lab_failure.
+  /// Created under TMPDIR or /tmp. Throws lab_failure.
   explicit lab_folder(bool keep);
   ~lab_folder();
   lab_folder(const lab_folder&) = delete;
   lab_folder& operator=(const lab_folder&) = delete;
 
-  /// From now on it stays: somebody will want to read the logs.
+  /// From now on it is kept: somebody will want to read the logs.
   void keep() { keep_ = true; }
   const std::filesystem::path& path() const { return path_; }
   std::filesystem::path logs() const { return path_ / "logs"; }
-  /// What stands for "/" to the near node, the value of its NX_ROOT; the far node's is the folder
-  /// "far" in it.
+  /// The near node's "/", the value of its NX_ROOT; the far node's is the folder "far" in it.
   std::filesystem::path root(unsigned node) const;
 
  private:

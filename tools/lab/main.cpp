@@ -1,5 +1,5 @@
 // lumora_lab: a whole node on a desk. Starts a key store, the simulated plant and the daemon,
-// lights the channels and shows how they come to their targets.
+// lights the channels and shows how they reach their targets.
 #include <fmt/format.h>
 
 #include <cstdlib>
@@ -25,7 +25,7 @@ namespace tools::lab {
 
 namespace {
 
-// No interface has this name: a node alone opens no network port.
+// No interface has this name: a single node opens no network port.
 constexpr const char* no_interface = "lumora-lab";
 constexpr const char* loopback = "lo";
 
@@ -36,8 +36,8 @@ void announce(const lab_folder& folder, const options& given) {
   std::fflush(stdout);
 }
 
-/// The supervisory link, where there is a peer and the system lets us have one. Without it a
-/// daemon at the far end gives way to a simulated peer.
+/// The supervisory link, if there is a peer and the system allows one. Otherwise a simulated peer
+/// replaces the far daemon.
 std::optional<peer_link> connect(supervisor& programs, const lab_folder& folder, neighbour& peer) {
   if (peer.what == neighbour::kind::none) return std::nullopt;
   try {
@@ -111,10 +111,8 @@ void write_ctl_script(const lab_folder& folder, unsigned node) {
   std::filesystem::permissions(path, std::filesystem::perms::owner_all);
 }
 
-/// The last line of a node's screen: where else to look.
-std::string note_of(const lab_folder& folder, const gateways& web, unsigned node) {
-  const auto address = web.address(node);
-  return (address.empty() ? "" : address + "  ") + ctl_script(folder, node) + " explain";
+session::elsewhere place_of(const lab_folder& folder, const gateways& web, unsigned node) {
+  return {ctl_script(folder, node) + " explain", web.address(node)};
 }
 
 void announce_pages(const gateways& web, bool both) {
@@ -134,7 +132,7 @@ int watch(session& watched, const lab_folder& folder, const gateways& web, const
     watched.print_lines();
     return exit_ok;
   }
-  watched.show_on_screen({note_of(folder, web, 0), note_of(folder, web, 1)});
+  watched.show_on_screen({place_of(folder, web, 0), place_of(folder, web, 1)});
   return exit_ok;
 }
 
@@ -195,7 +193,7 @@ int main(int argc, char** argv) {
   using namespace tools::lab;
   options given;
   if (const auto code = read_options(argc, argv, given)) return *code;
-  // Every socket path here already holds the lab's own folder.
+  // Every socket path here already contains the lab's own folder.
   unsetenv("NX_ROOT");
   return run_guarded(given);
 }

@@ -1,5 +1,5 @@
-// Who stands at the far end of the fibre: nobody that could be read, a second daemon, or a peer
-// that the simulator plays.
+// What is at the far end of the fibre: nothing that can be read, a second daemon, or a simulated
+// peer.
 #pragma once
 
 #include <string>
@@ -17,10 +17,10 @@ struct neighbour {
 };
 
 /// `asked` is a product, a family such as "tarn-one", or empty for the near node's own product.
-/// Throws std::invalid_argument with what is known.
+/// Throws std::invalid_argument, listing what is known.
 neighbour find_neighbour(const std::string& asked, const std::string& own_product);
 
-/// What the simulator plays where a second daemon cannot be run.
+/// The simulated peer to use if a second daemon cannot be run.
 neighbour simulated_in_place_of(const neighbour& daemon);
 
 /// Products and families.

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::chrono::seconds start_limit{30};
 
-// Of models whose channels are added by command: the port, and the width when there is but one.
+// For models whose channels are added by command: the port, and the width if there is only one.
 constexpr unsigned client_port = 2;
 constexpr unsigned widest = 10000;
 
@@ -65,7 +65,7 @@ void node::add_channels() {
 }
 
 void node::configure(supervisor& programs) {
-  // The parameter is there once the daemon has built everything else.
+  // The parameter exists once the daemon has built everything else.
   const std::string ready = "config/redisConfigStatus";
   programs.wait_until("the daemon to be ready for its configuration", start_limit,
                       [&] { return daemon_.knows(ready); });

@@ -1,5 +1,5 @@
-// One node of the lab: the daemon below the node's own root folder, and links to its tree, to the
-// panel and to the plant's truth.
+// One node of the lab: the daemon under its own root folder, and links to its tree, to the panel
+// and to the plant's truth.
 #pragma once
 
 #include <string>
@@ -20,7 +20,7 @@ struct node_options {
   std::string root;     ///< its NX_ROOT
   std::string product;
   std::string interface;                ///< of the supervisory link
-  std::vector<std::string> enter_with;  ///< command in front of the daemon's, to run it elsewhere
+  std::vector<std::string> enter_with;  ///< command prefix that runs the daemon elsewhere
 };
 
 class node {
@@ -29,15 +29,15 @@ class node {
   node(supervisor& programs, const lab_folder& folder, const store& keys, plant_service& plant,
        node_options what);
 
-  /// Plays the management software's part: waits for the daemon's request, adds the channels where
-  /// the model has no fixed ones, and says that the configuration has been written.
+  /// Plays the part of the management software: waits for the daemon's request, adds the channels
+  /// if the model has no fixed ones, and says that the configuration has been written.
   void configure(supervisor& programs);
 
-  /// Switches the lasers on that the topology lights.
+  /// Switches on the lasers that the topology lights.
   void light_up() { plant_.light_up(what_.number); }
   unsigned lasers() const { return static_cast<unsigned>(plant_.lasers(what_.number).size()); }
 
-  /// Everything that the view is made of, as it is now; `answers` is false when the daemon did not.
+  /// Everything the view is made of, as of now; `answers` is false if the daemon did not answer.
   view look();
 
   const std::string& product() const { return what_.product; }
@@ -56,7 +56,7 @@ class node {
   std::string daemon_log_;
   tree_link daemon_;
   tree_link panel_;
-  std::string newest_event_;  // as `insight/log` reads; its history is fetched when it changes
+  std::string newest_event_;  // the value of `insight/log`; its history is fetched when it changes
   std::vector<insight::event> events_;
 };
 

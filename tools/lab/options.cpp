@@ -14,17 +14,18 @@ constexpr const char* closing_words =
     "  ./lab --product orvamax                another model\n"
     "  ./lab --peer                           two nodes face to face; tab shows the other\n"
     "  ./lab --product selkaplus --peer selkamin\n"
-    "  ./lab --web                            the node in a browser, to break and to mend\n"
-    "  ./lab --peer tarn-one                  an in-line amplifier that the simulator plays\n"
-    "  ./lab --until-converged                for a script: exit code 0 when all is on target\n"
-    "  ./lab --until-converged 30 | tail -1   the summary alone\n"
+    "  ./lab --web                            the node in a browser, with buttons that break it\n"
+    "  ./lab --peer tarn-one                  a simulated in-line amplifier as the peer\n"
+    "  ./lab --until-converged                for scripts: exit code 0 when all is on target\n"
+    "  ./lab --until-converged 30 | tail -1   only the summary\n"
     "\n"
-    "Peers: a product with the same channels runs a second daemon (orvamax with orvapro, selkamin\n"
-    "with selkaplus, each with itself); written as its nodes tell it, orva-lite, selka-min and so\n"
-    "on, it is simulated, and so are tarn-one and tarn-two. Where the system refuses network\n"
-    "namespaces a daemon is replaced by the simulated peer of its kind.\n"
+    "Peers: naming a product with the same channels runs a second daemon (orvamax with orvapro,\n"
+    "selkamin with selkaplus, each with itself). The hyphenated names, orva-lite, selka-min and "
+    "so\n"
+    "on, and tarn-one and tarn-two, are simulated peers. Where the system does not allow network\n"
+    "namespaces, a simulated peer of the same kind replaces the second daemon.\n"
     "\n"
-    "Beside a running lab, in another terminal, with the folder that the lab names at its start:\n"
+    "While a lab runs, in another terminal, with the folder that the lab printed at its start:\n"
     "  FOLDER/ctl explain                     lumoractl on the node\n"
     "  FOLDER/ctl --nexel sim tree            what the plant can do\n"
     "  FOLDER/ctl-far explain                 the far node of --peer\n"
@@ -40,23 +41,23 @@ void declare(CLI::App& app, options& given, std::optional<std::string>& peer) {
       ->check(CLI::IsMember(models::names()))
       ->capture_default_str();
   app.add_option("--peer", peer,
-                 "Who stands at the far end: a second daemon of PRODUCT (its own when none is "
-                 "named), or a simulated peer of FAMILY")
+                 "The far end: a second daemon of PRODUCT (the same product by default), or a "
+                 "simulated peer of FAMILY")
       ->type_name("[PRODUCT|FAMILY]")
       ->expected(0, 1);
-  app.add_option("--seed", given.seed, "Of everything that is random in the plant")
+  app.add_option("--seed", given.seed, "Seed of everything random in the plant")
       ->capture_default_str();
-  app.add_option("--topology", given.topology, "Plant to use, in place of the product's own")
+  app.add_option("--topology", given.topology, "Plant to use, instead of the product's own")
       ->check(CLI::ExistingFile);
   app.add_option("--until-converged", given.until_converged,
-                 "No screen: end when all lit channels are on target, or after SECONDS (120)")
+                 "No screen: exit when all lit channels are on target, or after SECONDS (120)")
       ->type_name("[SECONDS]")
       ->expected(0, 1)
       ->default_str("120");
   app.add_flag("--web", given.web,
-               "Serve each node to a browser, with a bench of faults; the address is printed");
+               "Serve each node to a browser, with a bench of faults; prints the address");
   app.add_flag("--keep", given.keep, "Keep the folder with logs and board file");
-  app.add_flag("--log", given.log, "Tell where the logs are, and keep them");
+  app.add_flag("--log", given.log, "Print where the logs are, and keep them");
 }
 
 }  // namespace

@@ -46,7 +46,7 @@ text_lines device_lines(const view& seen, unsigned columns, look how) {
     const bool silent = each.alive == false;
     std::vector<std::string> figures;
     for (const auto& [name, value] : each.values)
-      figures.push_back(name + " " + value);
+      figures.push_back(fmt::format("{} {}", name, value));
     const auto state = silent ? fmt::format("SILENT for {:.0f} s", each.age.value_or(0.0))
                               : fmt::format("{}", fmt::join(figures, ", "));
     constexpr unsigned name_width = 12;
@@ -93,7 +93,7 @@ std::vector<std::string> newest_events(const view& seen, unsigned count) {
   auto lines = insight::event_lines(seen.node.events, insight::places_of(seen.node));
   if (lines.size() > count) lines.erase(lines.begin(), lines.end() - count);
   for (auto& line : lines)
-    line.erase(0, date_width);  // a lab rarely sees midnight
+    line.erase(0, date_width);  // a lab rarely runs past midnight
   return lines;
 }
 

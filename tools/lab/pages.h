@@ -1,4 +1,4 @@
-// The pages of the lab's screen as lines, without their scroll: channels, ladders, devices, panel,
+// The pages of the lab's screen as lines, without scrolling: channels, ladders, devices, panel,
 // events. Pure.
 #pragma once
 

@@ -10,7 +10,7 @@ std::vector<std::string> colours(const readings& read, const std::string& before
                                  const std::string& after) {
   std::vector<std::string> found;
   for (const auto port : read.numbered(before, after))
-    found.push_back(read.text(before + std::to_string(port) + after).value_or("off"));
+    found.push_back(read.text(fmt::format("{}{}{}", before, port, after)).value_or("off"));
   return found;
 }
 

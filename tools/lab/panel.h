@@ -1,4 +1,4 @@
-// The front panel as its service shows it: the colours of the lights, by side and port. Pure.
+// The front panel as its service shows it: the colours of the LEDs, by side and port. Pure.
 #pragma once
 
 #include <string>
@@ -12,14 +12,14 @@ namespace tools::lab {
 struct panel_side {
   std::string line;
   std::vector<std::string> clients;         ///< port 1 first
-  std::vector<std::string> cross_connects;  ///< the same; empty where a model has none
+  std::vector<std::string> cross_connects;  ///< the same; empty if the model has none
 };
 
 struct panel {
   panel_side rx, tx;
 };
 
-/// `prefix` stands in front of the paths of the panel's tree.
+/// `prefix` precedes the paths of the panel's tree.
 panel panel_of(const readings& read, const std::string& prefix);
 
 }  // namespace tools::lab

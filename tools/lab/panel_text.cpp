@@ -42,7 +42,7 @@ class line_writer {
     --left_;
     const auto& shown = lamp_of(colour);
     const bool is_off = shown.letter == lamps.front().letter;
-    // Without colours a dot would not tell green from red.
+    // Without colours a dot would not distinguish green from red.
     const char* sign = !how_.colours || !how_.unicode ? shown.letter : is_off ? "○" : "●";
     text_ += how_.colours ? fmt::format("{}{}\x1b[0m", shown.code, sign) : std::string(sign);
   }

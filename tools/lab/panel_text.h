@@ -1,5 +1,5 @@
-// The lights of the front panel as lines of text: dots in their colours, or letters where the
-// screen has none. Pure.
+// The front panel's LEDs as lines of text: dots in their colours, or letters if the screen has no
+// colours. Pure.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@
 
 namespace tools::lab {
 
-/// One line for each side, at most `columns` wide on the screen.
+/// One line per side, at most `columns` wide on the screen.
 std::vector<std::string> panel_lines(const panel& lights, unsigned columns, look how);
 
 }  // namespace tools::lab

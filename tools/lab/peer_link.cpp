@@ -28,7 +28,7 @@ void write_file(const char* path, const std::string& text) {
   file << text;
 }
 
-/// Without privileges a namespace of users comes first, in which the lab may do what it needs.
+/// Without privileges, first a user namespace, in which the lab may do what it needs.
 bool enter_user_namespace() {
   const auto user = getuid();
   const auto group = getgid();
@@ -66,7 +66,7 @@ void peer_link::run(supervisor& programs, std::vector<std::string> command) cons
 
 void peer_link::bring_up(supervisor& programs, const std::vector<std::string>& where,
                          const std::string& address) const {
-  // The one address of the interface; without nodad it would not serve for its first second.
+  // The interface's only address; without nodad it would be unusable for its first second.
   for (words command : {words{"ip", "link", "set", interface, "addrgenmode", "none"},
                         words{"ip", "address", "add", address, "dev", interface, "nodad"},
                         words{"ip", "link", "set", interface, "up"}}) {

@@ -1,6 +1,6 @@
-// The supervisory link between the two nodes of a lab: two network namespaces, the near node's the
-// lab's own, joined by a pair of virtual interfaces. Nothing of it is seen outside, and it is gone
-// with the lab's processes.
+// The supervisory link between the two nodes of a lab: two network namespaces, the near node's
+// being the lab's own, joined by a pair of virtual interfaces. It is invisible from outside, and
+// disappears with the lab's processes.
 #pragma once
 
 #include <string>
@@ -13,14 +13,14 @@ namespace tools::lab {
 
 class peer_link {
  public:
-  /// Moves the lab into a namespace of its own, so before any thread and any other program is
-  /// started. Throws link_refused where the system does not allow it.
+  /// Moves the lab into a new namespace, and therefore must come before any thread and any other
+  /// program is started. Throws link_refused if the system does not allow it.
   peer_link(supervisor& programs, const lab_folder& folder);
 
-  /// The command that runs what follows it on the far node.
+  /// The command prefix that runs a command on the far node.
   std::vector<std::string> enter_far() const;
 
-  /// Name of the interface on either side; the near node is fe80::1 there, the far one fe80::2.
+  /// Name of the interface on either side; there the near node is fe80::1, the far one fe80::2.
   static constexpr const char* interface = "osc0";
 
  private:

@@ -1,6 +1,6 @@
 // The simulated plant of a lab: the program that serves every device of one or two nodes, and its
-// controls. Light comes when the daemons are there to see it; until then the lasers that the
-// topology lights are only remembered.
+// controls. The light is switched on when the daemons are there to see it; until then the lasers
+// that the topology lights are only remembered.
 #pragma once
 
 #include <array>
@@ -21,8 +21,8 @@ struct plant_options {
   std::filesystem::path topology;
   unsigned seed = 1;
   unsigned nodes = 1;
-  std::vector<std::string> arguments;   ///< more of them
-  std::vector<std::string> enter_with;  ///< command in front of its own, to run it elsewhere
+  std::vector<std::string> arguments;   ///< additional variables
+  std::vector<std::string> enter_with;  ///< command prefix that runs the program elsewhere
 };
 
 class plant_service {
@@ -31,7 +31,7 @@ class plant_service {
   plant_service(supervisor& programs, const lab_folder& folder, const store& keys,
                 const plant_options& what);
 
-  /// Centre frequencies of the lasers to light, units of 10 MHz, ascending.
+  /// Centre frequencies of the lasers to light, in units of 10 MHz, ascending.
   const std::vector<unsigned>& lasers(unsigned node) const { return lasers_.at(node); }
   /// Throws lab_failure.
   void light_up(unsigned node);

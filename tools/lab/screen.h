@@ -1,5 +1,5 @@
-// The terminal while the lab shows itself there: alternate screen, no echo, and everything as it
-// was before when it ends.
+// The terminal while the lab's screen is shown: alternate screen, no echo. Everything is restored
+// when it ends.
 #pragma once
 
 #include <termios.h>
@@ -18,9 +18,9 @@ class screen {
   screen(const screen&) = delete;
   screen& operator=(const screen&) = delete;
 
-  /// Both ends are a terminal that understands cursor movement.
+  /// Both ends are a terminal that supports cursor movement.
   static bool available();
-  static look look_of_environment();  ///< NO_COLOR, and whether the locale speaks UTF-8
+  static look look_of_environment();  ///< NO_COLOR, and whether the locale is UTF-8
 
   screen_size size() const;
   /// Sends the lines that differ from those shown before.

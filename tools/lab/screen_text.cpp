@@ -15,21 +15,34 @@ namespace {
 using text_lines = std::vector<std::string>;
 
 constexpr unsigned most_events = 3;
-// Below this the events and the captions make room for what is wrong.
+// Below this height, events and captions make room for problems.
 constexpr unsigned rows_for_all = 16;
-constexpr unsigned share_of_findings = 3;  // of the screen's rows, a third
+constexpr unsigned share_of_findings = 3;  // a third of the screen's rows
 
 std::string clock_text(std::chrono::seconds running) {
   const auto total = running.count();
   return fmt::format("{:02}:{:02}:{:02}", total / 3600, total / 60 % 60, total % 60);
 }
 
-std::string title(const view& seen, const picture_options& options) {
-  const auto node = options.node.empty() ? "" : fmt::format("  {} node", options.node);
-  const auto turn = seen.node.turn.empty() ? "" : "  turn " + seen.node.turn;
-  const auto voa = seen.voa_db ? fmt::format("  VOA {:.1f} dB", *seen.voa_db) : "";
-  return fmt::format("lumora lab  {}{}  {}  peer {}{}{}", options.product, node,
-                     clock_text(options.running), seen.peer, voa, turn);
+/// As many of the words as fit, none cut.
+std::string fitting(const text_lines& words, unsigned columns) {
+  std::string line;
+  for (const auto& word : words) {
+    const auto longer = line.empty() ? word : line + "  " + word;
+    if (width_of(longer) <= columns) line = longer;
+  }
+  return line;
+}
+
+/// What matters most stands first.
+std::string title(const view& seen, const picture_options& options, unsigned columns) {
+  text_lines words{fmt::format("lumora lab  {}{}", options.product,
+                               options.node.empty() ? "" : fmt::format("  {} node", options.node)),
+                   clock_text(options.running), "peer " + seen.peer};
+  if (seen.voa_db) words.push_back(fmt::format("VOA {:.1f} dB", *seen.voa_db));
+  if (!seen.node.turn.empty()) words.push_back("turn " + seen.node.turn);
+  if (!options.web.empty()) words.push_back(options.web);
+  return fitting(words, columns);
 }
 
 states::colour colour_of_summary(const view& seen) {
@@ -37,7 +50,7 @@ states::colour colour_of_summary(const view& seen) {
   return seen.findings.empty() ? states::colour::green : states::colour::blue;
 }
 
-/// What is wrong: the first with all that is known of it, the others a line each.
+/// The problems: the first with everything known about it, the others one line each.
 text_lines finding_lines(const view& seen, screen_size size, look how) {
   text_lines lines;
   const auto most = std::max(size.rows / share_of_findings, 2U);
@@ -65,7 +78,7 @@ text_lines finding_lines(const view& seen, screen_size size, look how) {
 }
 
 text_lines head(const view& seen, const picture_options& options, screen_size size, look how) {
-  text_lines lines{bold(cut(title(seen, options), size.columns), how)};
+  text_lines lines{bold(title(seen, options, size.columns), how)};
   const auto summary = seen.answers ? seen.node.summary : "The daemon does not answer.";
   for (auto& line : wrapped(summary, size.columns, "  "))
     lines.push_back(painted(line, colour_of_summary(seen), how));
@@ -75,7 +88,7 @@ text_lines head(const view& seen, const picture_options& options, screen_size si
   return lines;
 }
 
-/// As many captions as fit, none cut.
+/// As many captions as fit, none truncated.
 std::string captions(const picture_options& options, unsigned columns) {
   constexpr std::array<std::pair<page, const char*>, 5> pages{{{page::channels, "c channels"},
                                                                {page::ladder, "l ladder"},
@@ -88,12 +101,7 @@ std::string captions(const picture_options& options, unsigned columns) {
   }
   if (!options.node.empty()) words.emplace_back("tab other node");
   words.emplace_back("arrows, page keys, home, end");
-  std::string line;
-  for (const auto& word : words) {
-    const auto longer = line.empty() ? word : line + "  " + word;
-    if (longer.size() <= columns) line = longer;
-  }
-  return line;
+  return fitting(words, columns);
 }
 
 text_lines foot(const view& seen, const picture_options& options, screen_size size, look how) {
@@ -103,7 +111,7 @@ text_lines foot(const view& seen, const picture_options& options, screen_size si
       lines.push_back(faint(shortened(line, size.columns, how), how));
     lines.push_back(faint(captions(options, size.columns), how));
   }
-  // A command that is cut is another command.
+  // A truncated command is a different command.
   if (!options.command.empty() && options.command.size() <= size.columns) {
     lines.push_back(options.command);
   }

@@ -15,7 +15,7 @@ namespace {
 constexpr std::chrono::milliseconds between_looks{500};
 constexpr std::chrono::seconds line_interval{1};
 
-/// A node that was started alone has nobody to miss, as long as its line is open.
+/// A node that was started alone is not missing a peer, as long as its line is open.
 void forget_missing_peer(view& seen) {
   constexpr double shut_db = 15.0;
   if (seen.voa_db.value_or(0.0) >= shut_db) return;
@@ -99,7 +99,7 @@ void session::react(key pressed, const drawn_picture& drawn, picture_options& op
   }
 }
 
-void session::show_on_screen(const std::vector<std::string>& commands) {
+void session::show_on_screen(const std::vector<elsewhere>& places) {
   screen terminal;
   user_.listen_to_keys();
   picture_options options;
@@ -108,7 +108,8 @@ void session::show_on_screen(const std::vector<std::string>& commands) {
   auto next_look = clock::now() + between_looks;
   while (true) {
     options.product = nodes_[shown].of->product();
-    options.command = commands.at(shown);
+    options.command = places.at(shown).command;
+    options.web = places.at(shown).web;
     options.node = nodes_.size() > 1 ? nodes_[shown].of->name() : "";
     options.running = std::chrono::duration_cast<std::chrono::seconds>(running());
     const auto drawn = picture(seen, options, terminal.size(), screen::look_of_environment());

@@ -21,10 +21,14 @@ class session {
   session(supervisor& programs, user& at_terminal, const std::vector<node*>& nodes,
           const neighbour& peer);
 
-  /// Until the user quits; `commands` has the last line for each node. Throws lab_failure when a
-  /// program ends.
-  void show_on_screen(const std::vector<std::string>& commands);
-  /// One line a node and second, until the user quits.
+  /// Where else to look at a node: a command, which is the screen's last line, and a web page.
+  struct elsewhere {
+    std::string command;
+    std::string web;
+  };
+  /// Until the user quits; `places` has one for each node. Throws lab_failure if a program ends.
+  void show_on_screen(const std::vector<elsewhere>& places);
+  /// One line per node and second, until the user quits.
   void print_lines();
   /// The same; true as soon as all is well and has stayed so, false when `limit` is over.
   bool print_until_converged(std::chrono::seconds limit);
@@ -40,7 +44,7 @@ class session {
   view look(const watched_node& at);
   void print(const watched_node& at, const std::string& text) const;
   std::chrono::milliseconds running() const;
-  /// False when the user quits before the time is over.
+  /// False if the user quits before the time is over.
   bool pause(clock::time_point until);
   void react(key pressed, const drawn_picture& drawn, picture_options& options) const;
 

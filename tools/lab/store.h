@@ -1,5 +1,5 @@
-// The key store of a lab: a redis-server of its own on a unix socket, nothing on disk, with the
-// keys that other services of a node write.
+// The key store of a lab: a separate redis-server on a unix socket, nothing on disk, with the keys
+// that a node's other services write.
 #pragma once
 
 #include <string>
@@ -15,7 +15,7 @@ class store {
   /// Starts it, waits until it answers, and writes the keys. Throws lab_failure, `interrupted`.
   store(supervisor& programs, const lab_folder& folder, unsigned nodes);
 
-  /// What the daemon of a node needs to find it: KVS_URL and two hash tags of the node's own.
+  /// The environment with which a node's daemon finds it: KVS_URL and the node's two hash tags.
   std::vector<std::string> environment(unsigned node) const;
   static std::string configuration_tag(unsigned node);
 

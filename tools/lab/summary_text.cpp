@@ -13,7 +13,7 @@ double seconds(std::chrono::milliseconds time) {
   return std::chrono::duration<double>(time).count();
 }
 
-/// The states that a user asks about when not everything is on target.
+/// The states that a user asks about if not everything is on target.
 std::string others_text(const view& seen) {
   std::map<std::string, unsigned> others;
   for (const auto& row : seen.channels) {

@@ -1,4 +1,5 @@
-// A view as one line of text, for a log or a test without a terminal, and the last word of a run.
+// A view as one line of text, for a log or a test without a terminal, and the final verdict of a
+// run.
 #pragma once
 
 #include <chrono>
@@ -13,7 +14,7 @@ namespace tools::lab {
 /// ..."
 std::string status_line(const view& seen, std::chrono::milliseconds running);
 
-/// "converged after 14.2 s: ..." or "not converged after 120.0 s: ..." with one reason a line.
+/// "converged after 14.2 s: ..." or "not converged after 120.0 s: ..." with one reason per line.
 std::string verdict_text(const view& seen, const convergence& verdict, bool converged,
                          std::chrono::milliseconds running);
 

@@ -64,8 +64,8 @@ std::string faint(const std::string& text, look how) {
 }
 
 std::string painted(const std::string& text, states::colour colour, look how) {
-  // In the order of the enumeration: grey, green, blue (as cyan, which is read on black), yellow,
-  // red.
+  // In the order of the enumeration: grey, green, blue (as cyan, which is readable on black),
+  // yellow, red.
   constexpr std::array codes{"\x1b[2m", "\x1b[32m", "\x1b[36m", "\x1b[33m", "\x1b[31m"};
   return with(codes.at(static_cast<std::size_t>(colour)), text, how);
 }

@@ -1,5 +1,5 @@
-// Text for a terminal of a given width: cut, wrapped, coloured. Widths count characters of UTF-8.
-// Pure.
+// Text for a terminal of a given width: truncated, wrapped, coloured. Widths count UTF-8
+// characters. Pure.
 #pragma once
 
 #include <string>
@@ -20,11 +20,11 @@ struct look {
 };
 
 unsigned width_of(const std::string& text);
-/// To at most `columns`, without a mark.
+/// Truncated to `columns`, without a mark.
 std::string cut(const std::string& text, unsigned columns);
-/// To at most `columns`, with an ellipsis where something is missing.
+/// Truncated to `columns`, with an ellipsis if something is missing.
 std::string shortened(const std::string& text, unsigned columns, look how);
-/// Broken between words; lines behind the first begin with `indent`.
+/// Wrapped between words; lines after the first begin with `indent`.
 std::vector<std::string> wrapped(const std::string& text, unsigned columns,
                                  const std::string& indent = "");
 

@@ -5,14 +5,14 @@
 
 #include "platform/nexel_client/line_client.h"
 #include "platform/wire/nx_client_exception.h"
+#include "platform/wire/nx_error.h"
 #include "tools/common/value_text.h"
 
 namespace tools::lab {
 
 namespace {
 
-constexpr std::int32_t not_connected = -107;
-// A tree that answers later than this is shown as it was; the screen must not stand still.
+// If a tree takes longer than this, its last values are shown; the screen must not freeze.
 constexpr std::chrono::milliseconds patience{1000};
 
 }  // namespace
@@ -27,7 +27,7 @@ bool tree_link::call(const std::string& method, const std::string& params,
     result = client_->call(method, params, patience);
     return true;
   } catch (const nx_client_exception& error) {
-    if (error.code == not_connected) client_.reset();
+    if (error.code == nx_error::not_connected) client_.reset();
     refusal_ = fmt::format("{} {}", error.code, error.message);
     return false;
   }

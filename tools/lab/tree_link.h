@@ -1,5 +1,5 @@
 // One tree that the lab reads and writes: the daemon's, a device's, the plant's controls. Connects
-// when first used and again after a loss; that a tree is away is no failure of the lab.
+// when first used and again after a loss; an absent tree is not a failure of the lab.
 #pragma once
 
 #include <memory>
@@ -21,14 +21,14 @@ class tree_link {
   ~tree_link();
 
   bool reachable();
-  /// True when the tree has the path, whether or not it holds a value by now.
+  /// True if the tree has the path, whether or not it has a value yet.
   bool knows(const std::string& path);
-  /// Adds what the pattern gives to `into`, `prefix` in front of each path. False when the tree is
-  /// away or refuses.
+  /// Adds the values matching the pattern to `into`, with `prefix` before each path. False if the
+  /// tree is absent or refuses.
   bool read(const std::string& pattern, readings& into, const std::string& prefix = "");
-  /// The texts that a path held, oldest first; none when the tree is away or keeps no history.
+  /// The former texts of a path, oldest first; empty if the tree is absent or keeps no history.
   std::vector<std::string> history(const std::string& path);
-  /// `value` is JSON text. False when the tree is away or refuses, with the reason in `refusal`.
+  /// `value` is JSON text. False if the tree is absent or refuses, with the reason in `refusal`.
   bool write(const std::string& path, const std::string& value);
   const std::string& refusal() const { return refusal_; }
 

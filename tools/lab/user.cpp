@@ -46,7 +46,7 @@ user::event user::read_keys() {
   std::array<char, 64> bytes{};
   const auto count = read(STDIN_FILENO, bytes.data(), bytes.size());
   if (count <= 0) {
-    keys_ = false;  // the terminal has gone; signals still end the lab
+    keys_ = false;  // the terminal is gone; signals still end the lab
     return event::none;
   }
   typed_.append(bytes.data(), static_cast<std::size_t>(count));

@@ -11,8 +11,8 @@ namespace tools::lab {
 
 class user {
  public:
-  /// Takes SIGINT, SIGTERM, SIGHUP, SIGPIPE (nobody reads what is printed) and the terminal's
-  /// change of size as things to wait for. Before any thread is started.
+  /// Turns SIGINT, SIGTERM, SIGHUP, SIGPIPE (nobody reads the output) and changes of the terminal's
+  /// size into events to wait for. Call before any thread is started.
   user();
   ~user();
   user(const user&) = delete;
@@ -22,7 +22,7 @@ class user {
   void listen_to_keys() { keys_ = true; }
 
   enum class event { none, quit, resized, key };
-  /// The next thing that the user does; `none` when the time is over, or a child has ended.
+  /// The user's next action; `none` if the time is over, or a child has ended.
   event wait(std::chrono::milliseconds time);
   /// The key of the last `event::key`.
   key pressed() const { return pressed_; }
@@ -34,7 +34,7 @@ class user {
 
   int signals_ = -1;
   bool keys_ = false;
-  std::string typed_;  // and not looked at yet
+  std::string typed_;  // but not handled yet
   key pressed_ = key::unknown;
   sigset_t before_{};
 };

@@ -12,8 +12,6 @@ namespace {
 using states::channel_state;
 using states::severity;
 
-constexpr double units_of_a_thz = 1e5;
-
 channel_row row_of(const readings& read, const insight::channel& of, unsigned node) {
   const auto key = std::to_string(of.place.frequency);
   return {of, of.is_rx ? read.number(truth_path(node, key)) : std::nullopt};
@@ -28,10 +26,6 @@ double need_of(const channel_row& row) {
 }
 
 }  // namespace
-
-double channel_row::frequency_thz() const {
-  return of.place.frequency / units_of_a_thz;
-}
 
 bool channel_row::is_lit() const {
   return of.state && *of.state != channel_state::dark && *of.state != channel_state::blocked;

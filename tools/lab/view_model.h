@@ -1,5 +1,5 @@
-// From readings to what a user sees: what the daemon tells of itself, and beside each channel what
-// the plant knows to be true. Pure: values in, rows out.
+// From readings to what a user sees: what the daemon reports about itself, and for each channel
+// what the plant knows to be true. Pure: values in, rows out.
 #pragma once
 
 #include <optional>
@@ -15,12 +15,11 @@ namespace tools::lab {
 
 struct channel_row {
   insight::channel of;
-  std::optional<double> truth;  ///< dBm at the booster's output, as the plant has it; rx alone
+  std::optional<double> truth;  ///< true power at the booster's output, dBm; only for rx
 
-  double frequency_thz() const;
-  /// Light is there to be regulated.
+  /// There is light to regulate.
   bool is_lit() const;
-  /// Or so near that only the daemon's own, narrower dead band still asks for a step.
+  /// Or so close that only the daemon's own, narrower dead band still requires a step.
   bool is_on_target() const;
   states::severity severity() const;
 };
@@ -30,25 +29,25 @@ inline constexpr const char* no_peer = "none";
 struct view {
   insight::node_insight node;
   std::vector<insight::finding> findings;  ///< what is wrong, causes first
-  std::vector<channel_row> channels;       ///< of the rx direction, ascending frequency
+  std::vector<channel_row> channels;       ///< of the rx direction, in order of ascending frequency
   panel lights;
   std::string peer = no_peer;
-  std::optional<double> booster_dbm, voa_db;  ///< output of all, attenuation of the line
-  std::optional<double> lms_step_db;          ///< what the line would do next
-  bool answers = true;                        ///< the daemon did, at this look
+  std::optional<double> booster_dbm, voa_db;  ///< output of all channels; attenuation of the line
+  std::optional<double> lms_step_db;          ///< the line's next step
+  bool answers = true;                        ///< the daemon answered at this look
 };
 
-// What stands in front of a path of another tree among the readings.
+// Prefix for the paths of another tree among the readings.
 inline constexpr const char* panel_prefix = "panel:";
 
-/// Where the plant tells a channel's true power at the booster's output; `key` is the centre
+/// The plant's path of a channel's true power at the booster's output; `key` is the centre
 /// frequency in units of 10 MHz.
 std::string truth_path(unsigned node, const std::string& key);
 
 view make_view(const readings& read, std::vector<insight::event> events, unsigned node = 0);
 
-/// What is off its target first, the worst of it on top; the rest by frequency. Directions that
-/// nobody regulates are left out.
+/// Channels off target first, the worst on top; the rest by frequency. Directions that are not
+/// regulated are left out.
 std::vector<channel_row> rows_by_need(const view& seen);
 
 struct tally {

@@ -80,13 +80,13 @@ void interface_listener::come(const sockaddr_in6& address) {
     warned_.clear();
     note_log::write(note_log::info, "nexel_api", "Listening on " + endpoint);
   } catch (const std::system_error& failure) {
-    // Tried again at the next look. The address of an interface that has just come is not settled
-    // for a second or two, which is nothing to tell.
+    // Retried at the next look. The address of an interface that has just appeared is not settled
+    // for a second or two, which is not worth a log line.
     if (failure.code() != std::errc::address_not_available) warn_once(failure.what());
   }
 }
 
-// A state lasts for many looks and is one line.
+// A state lasts for many looks but is logged once.
 void interface_listener::warn_once(const std::string& state) {
   if (state == warned_) return;
   warned_ = state;

@@ -1,6 +1,6 @@
-// Listens on the addresses of a network interface while they are there: the supervisory channel
-// runs over a pluggable module, so the interface may be missing at the start, come and go. On the
-// I/O thread; looks once a second.
+// Listens on the addresses of a network interface while they exist: the supervisory channel runs
+// over a pluggable module, so the interface may be missing at the start, and may come and go. On
+// the I/O thread; looks once a second.
 #pragma once
 
 #include <boost/asio/steady_timer.hpp>
@@ -19,7 +19,7 @@ namespace nx {
 class interface_listener : public std::enable_shared_from_this<interface_listener> {
  public:
   /// Both get the endpoint, as "[fe80::1%osc0]:5100". `gone` is called when the interface no longer
-  /// has that address: connections that were accepted there are dead.
+  /// has that address: connections accepted there are dead.
   using accepted_callback = std::function<void(owned_fd connection, const std::string& endpoint)>;
   using gone_callback = std::function<void(const std::string& endpoint)>;
   interface_listener(boost::asio::io_context& io, std::string interface_name, unsigned port,
@@ -29,11 +29,11 @@ class interface_listener : public std::enable_shared_from_this<interface_listene
   void stop();
 
   static constexpr std::chrono::milliseconds look_interval{1000};
-  /// Of new connections on an address: a neighbour makes one in a while.
+  /// New connections per second on an address: a neighbour makes one once in a while.
   static constexpr unsigned accepts_a_second = 100;
 
  private:
-  /// Endpoint and number of the interface: one that was plugged in anew has another.
+  /// Endpoint and index of the interface: one that was plugged in again has a different index.
   using place = std::pair<std::string, unsigned>;
 
   void look();

@@ -11,7 +11,7 @@
 namespace nx {
 namespace {
 
-// Without free descriptors the waiting connection would be reported again at once, for ever.
+// Without free descriptors the waiting connection would be reported again at once, endlessly.
 constexpr std::chrono::milliseconds pause_after_failure{100};
 
 constexpr std::chrono::milliseconds pause_of_pace{20};
@@ -64,7 +64,7 @@ void listener::accept_some() {
                     "Cannot accept a connection: " + std::generic_category().message(errno));
     return pause(pause_after_failure);
   }
-  wait();  // others have their turn
+  wait();  // lets others have their turn
 }
 
 bool listener::may_accept() {

@@ -16,7 +16,7 @@ class listener : public std::enable_shared_from_this<listener> {
  public:
   using accepted_callback = std::function<void(owned_fd connection)>;
 
-  /// `a_second`: so many connections are accepted at most, the others wait; 0 for no limit.
+  /// `a_second`: maximum number of connections accepted per second, the others wait; 0: no limit.
   listener(boost::asio::io_context& io, owned_fd listening, accepted_callback accepted,
            unsigned a_second = 0);
   void start();
@@ -32,7 +32,7 @@ class listener : public std::enable_shared_from_this<listener> {
   boost::asio::steady_timer pause_;
   accepted_callback accepted_;
   const unsigned a_second_;
-  double saved_ = 0;  // connections that may be accepted at once
+  double saved_ = 0;  // connections that may still be accepted at once
   std::chrono::steady_clock::time_point saved_at_{};
 };
 

@@ -27,8 +27,8 @@ nx_server::impl::impl(server_runtime::impl& runtime_of_server, nx_db& tree,
       [this](owned_fd connection) { accept(std::move(connection), access::full, false, {}); }));
 }
 
-// Nodes may be added under the locks of the daemon's loops, so the subscriptions of patterns are
-// made later, on the I/O thread.
+// Nodes may be added under the locks of the daemon's loops, so pattern subscriptions are completed
+// later, on the I/O thread.
 void nx_server::impl::watch_tree() {
   tree_watch_ = db.watch_added([weak = weak_from_this()](const auto& node) {
     const auto self = weak.lock();
@@ -90,8 +90,8 @@ void nx_server::impl::accept(owned_fd connection, access rights, bool tcp,
   made->start();
 }
 
-// The neighbour is not kept out by other programs of its host, nor by sessions of its own that
-// broke off unseen: one that is idle, or only asks, goes.
+// Sessions from the neighbour's own address must not keep it out, be they of other programs there or
+// its own that broke off unnoticed: one that is idle, or only asks, is closed.
 void nx_server::impl::make_room_for(session_limits::origin from) {
   if (from != session_limits::origin::link_neighbour || !limits_.refusal(from)) return;
   constexpr int part_of_silence = 6;  // 10 s
@@ -104,12 +104,12 @@ void nx_server::impl::make_room_for(session_limits::origin from) {
 void nx_server::impl::refuse(const owned_fd& connection, const nx_error& why) const {
   note_log::write(note_log::warning, "nexel_api", why.message + " of " + name);
   const auto line = json_rpc::error_without_id(why) + '\n';
-  // The socket is new and takes it, or the client does without.
+  // The socket is new and accepts it; if not, the client does without.
   [[maybe_unused]] const auto sent =
       ::send(connection.get(), line.data(), line.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
 }
 
-// The link has few places, and nothing but a session's use of it tells who is worth one.
+// The link has few places, and only a session's use of it shows whether it deserves one.
 void nx_server::impl::close_silent_ones() {
   constexpr std::chrono::milliseconds longest_look{5000};
   silence_timer_.expires_after(std::min(silent_limit_ / 4, longest_look));
@@ -118,7 +118,7 @@ void nx_server::impl::close_silent_ones() {
     if (self && !cancelled) self->close_silent_ones();
   });
   const auto since = std::chrono::steady_clock::now() - silent_limit_;
-  const auto present = sessions_;  // a session that closes leaves the set
+  const auto present = sessions_;  // a session that closes removes itself from the set
   for (const auto& one : present) {
     if (!limits_.on_link(one) || !one->is_silent_since(since)) continue;
     const auto seconds = std::chrono::duration<double>(silent_limit_).count();
@@ -152,7 +152,7 @@ void nx_server::impl::drop_subscriptions(const std::string& path) {
 }
 
 void nx_server::impl::close_all(const session_set& closing) {
-  // Closing takes them out of the set.
+  // Closing removes them from the set.
   const std::vector<std::shared_ptr<session>> all(closing.begin(), closing.end());
   for (const auto& one : all)
     one->close({});
@@ -192,8 +192,8 @@ void nx_server::impl::shut_down() {
     stop_accepting();
     close_all(sessions_);
   });
-  // A session that was busy leaves the tree only when its worker has reported to the I/O thread,
-  // and one with many subscriptions by another job.
+  // A busy session leaves the tree only after its worker has reported to the I/O thread, and one
+  // with many subscriptions in a separate job.
   const auto await_jobs = [this] {
     std::unique_lock lock(jobs_mutex_);
     const bool none = jobs_ == 0;

@@ -29,7 +29,7 @@ bool request_handler::answer_plain(const plain_get& get, std::string& out) const
 }
 
 bool request_handler::answer_plain(const std::vector<plain_get>& gets, std::string& out) const {
-  // So far below what answers may take that no request of a batch has to be refused for it.
+  // So far below the limit for answers that no request of a batch has to be refused because of it.
   constexpr std::size_t most_bytes = limits::output_bytes_per_session / 8;
   if (client_is_gone()) return false;
   std::vector<std::string_view> paths;

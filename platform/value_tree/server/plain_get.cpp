@@ -9,7 +9,7 @@
 namespace nx {
 namespace {
 
-// As a number is written back: so that the answer carries the id as it came.
+// In the form in which a number is written, so that the answer carries the id as it was sent.
 bool take_id(std::string_view& text, std::string_view& id) {
   constexpr std::size_t most_digits = 18;
   const auto is_digit = [](char c) { return c >= '0' && c <= '9'; };

@@ -7,9 +7,9 @@
 #include <array>
 
 #include "platform/value_tree/nx_db.h"
-#include "platform/value_tree/server/node_errors.h"
 #include "platform/value_tree/server/plain_get.h"
 #include "platform/value_tree/server/request_methods.h"
+#include "platform/wire/failure.h"
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_parse.h"
 #include "platform/wire/json_rpc.h"
@@ -19,15 +19,15 @@
 namespace nx {
 namespace {
 
-// Memory of a request and its result, kept by each thread from request to request.
+// Memory for a request and its result, kept by each thread from request to request.
 struct request_arena {
   alignas(std::max_align_t) std::array<char, 64 * 1024> buffer;
   json_allocator allocator{buffer.data(), buffer.size()};
   bool in_use = false;
 };
 
-// A node may ask another tree of this process while it is asked itself; the inner request then
-// has memory of its own.
+// A node may ask another tree in this process while it is being asked; the inner request then has
+// separate memory.
 class arena_lease {
  public:
   arena_lease() : outer_(std::exchange(arena_.in_use, true)) {}
@@ -64,14 +64,14 @@ bool is_valid_id(const json_value& id) {
   return id.IsString() || id.IsNumber() || id.IsNull();
 }
 
-// The id to answer under; a number comes back as it was written.
+// The id for the answer; a number is returned as it was written.
 std::optional<std::string> id_of(const json_value& message, std::string_view number) {
   const auto* id = message.IsObject() ? find_member(message, "id") : nullptr;
   if (id == nullptr || !is_valid_id(*id)) return std::nullopt;
   return id->IsNumber() && !number.empty() ? std::string(number) : json_text(*id);
 }
 
-// Memory and lines are limited; so is what one message can ask for.
+// Memory and lines are limited, and so is what one message can ask for.
 nx_error too_long_error() {
   return {json_rpc::invalid_request,
           fmt::format("Invalid request: its answer is longer than {} bytes",
@@ -100,10 +100,10 @@ void check_batch(const json_value& batch) {
 
 }  // namespace
 
-// What the answers of a batch may still take. The first that finds no room is refused, and so is
-// every request behind it that wants an answer: that one is not done.
+// What remains for the answers of a batch. The first request that does not fit is refused, as is
+// every later request that wants an answer: it is not carried out.
 struct request_handler::batch_room {
-  // A refusal: its frame and its text, beside the id.
+  // A refusal: its frame and text, besides the id.
   static constexpr std::size_t refusal_bytes = 256;
 
   explicit batch_room(const std::vector<id_text>& ids) {
@@ -120,7 +120,7 @@ struct request_handler::batch_room {
                         limits::output_bytes_per_session)};
   }
 
-  std::size_t reserved = 0;  // for refusals of the requests that are still to come
+  std::size_t reserved = 0;  // for refusals of the requests still to come
   std::size_t used = 0;
   bool refused = false;
 };
@@ -186,7 +186,7 @@ effort request_handler::answer_messages(std::string_view line, effort allowed,
 template <class Message>
 effort request_handler::effort_of_batch(const std::vector<Message>& batch) const {
   constexpr unsigned few_patterns = 2;
-  constexpr unsigned few_writes = 32;  // each has an event for many sessions
+  constexpr unsigned few_writes = 32;  // each causes an event for many sessions
   if (batch.size() > methods::few_messages) return effort::heavy;
   effort takes = effort::at_once;
   unsigned patterns = 0;
@@ -198,7 +198,7 @@ effort request_handler::effort_of_batch(const std::vector<Message>& batch) const
       if (asked.is_pattern && ++patterns > few_patterns) return effort::heavy;
       if (asked.asked->writes && ++writes > few_writes) takes = std::max(takes, effort::waiting);
     } catch (const nx_error&) {
-      // A fault is answered at once.
+      // A faulty message is answered at once.
     }
     if (takes == effort::heavy) break;
   }
@@ -213,7 +213,8 @@ effort request_handler::answer_batch(const std::vector<Message>& batch,
     const auto takes = effort_of_batch(batch);
     if (takes > allowed) return takes;
   }
-  // Results go when they are written: together they could take many times what they are as text.
+  // Results are dropped once they are written: together they could take many times the size of
+  // their text.
   constexpr std::size_t kept_bytes = 256 * 1024;
   json_allocator own;
   auto* results = &allocator;
@@ -304,7 +305,7 @@ request_handler::request request_handler::prepare(const plain_get& message, effo
   return asked;
 }
 
-// What takes more than is allowed is not even looked up.
+// A request for more than is allowed is not even looked up.
 void request_handler::find_nodes(request& asked, effort allowed) const {
   const auto& how = *asked.asked;
   if (!how.writes && client_is_gone()) throw client_gone_error();

@@ -1,6 +1,6 @@
-// From one message of the protocol to its answer, on a tree and with the rights of a session. Knows
-// no sockets and no threads: the server calls it from its I/O thread and its workers, tests and
-// fuzzers call it as it is.
+// From a message of the protocol to its answer, on a tree and with the rights of a session.
+// Independent of sockets and threads: the server calls it from its I/O thread and its workers,
+// tests and fuzzers call it directly.
 #pragma once
 
 #include <optional>
@@ -19,24 +19,24 @@ enum class access { full, read_only };
 /// What it takes to answer a line.
 enum class effort {
   at_once,  ///< on the I/O thread
-  waiting,  ///< may have to wait for a device, as a command, some writes and some reads
-  heavy     ///< takes its time: much of the tree, a large batch, a long line
+  waiting,  ///< may block on a device, as commands, some writes and some reads do
+  heavy     ///< takes long: much of the tree, a large batch, a long line
 };
 
-/// The subscriptions of the session that asks. Both `subscribe` and `unsubscribe` throw nx_error.
+/// The subscriptions of the requesting session. Both `subscribe` and `unsubscribe` throw nx_error.
 class subscription_port {
  public:
   virtual ~subscription_port() = default;
 
-  /// Adds the present value of each path that fits `path` to `result`.
+  /// Adds the present value of each path that matches `path` to `result`.
   virtual void subscribe(const std::string& path, json_allocator& allocator,
                          json_value& result) = 0;
   virtual void unsubscribe(const std::string& path) = 0;
-  /// Undoes the last `subscribe`, whose answer is refused. What was subscribed before stays.
+  /// Undoes the last `subscribe`, whose answer is refused. Earlier subscriptions stay.
   virtual void take_back() {}
-  /// Of subscriptions whose answer is not sent yet.
+  /// Belonging to subscriptions whose answer has not been sent yet.
   virtual std::size_t first_event_bytes() const { return 0; }
-  /// True once the client takes no answers any more: what it asked is not worked out.
+  /// True once the client takes no more answers: its requests are then dropped.
   virtual bool is_gone() const { return false; }
 };
 
@@ -44,15 +44,15 @@ struct plain_get;
 
 class request_handler {
  public:
-  /// Without `subscriptions` no path can be subscribed.
+  /// Without `subscriptions` no path can be subscribed to.
   request_handler(nx_db& db, access rights, subscription_port* subscriptions)
       : db_(db), rights_(rights), subscriptions_(subscriptions) {}
 
-  /// The answer to a line, without a line end; empty when nothing is to be answered.
+  /// The answer to a line, without a line end; empty if there is none.
   std::string answer(std::string_view line) const;
 
-  /// Appends the same to `out` if it takes no more than `allowed`; else nothing is done. Returns
-  /// what it takes.
+  /// Appends the same to `out` if it takes no more than `allowed`; otherwise does nothing. Returns
+  /// the size.
   effort answer_within(effort allowed, std::string_view line, std::string& out) const;
 
   access rights() const { return rights_; }
@@ -63,15 +63,16 @@ class request_handler {
   struct methods;
   struct batch_room;
 
-  // An id is the text of its JSON; none of a message that wants no answer.
+  // An id is the text of its JSON; empty for a message that wants no answer.
   using id_text = std::optional<std::string>;
 
   effort answer_messages(std::string_view line, effort allowed, json_allocator& allocator,
                          std::string& out) const;
-  // Plain gets of values whose text is at hand. False, and nothing is appended, for any other.
+  // Plain gets of values whose text is at hand. For any others it returns false and appends
+  // nothing.
   bool answer_plain(const plain_get& get, std::string& out) const;
   bool answer_plain(const std::vector<plain_get>& gets, std::string& out) const;
-  // A message is a JSON value, or a get in its plain form.
+  // A message is a JSON value, or a get in plain form.
   template <class Message>
   effort effort_of_batch(const std::vector<Message>& batch) const;
   template <class Message>

@@ -4,7 +4,7 @@
 
 #include "platform/value_tree/event_frame.h"
 #include "platform/value_tree/nx_db.h"
-#include "platform/value_tree/server/node_errors.h"
+#include "platform/wire/failure.h"
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_parse.h"
 #include "platform/wire/json_rpc.h"
@@ -17,7 +17,7 @@ void add_member(const request_call& call, const std::string& path, json_value va
   call.result.AddMember(to_json(path, call.allocator), value, call.allocator);
 }
 
-// Looks whether to go on, each time so many members have come.
+// Checks whether to continue, each time this many members have been added.
 class member_count {
  public:
   explicit member_count(const request_call& call) : call_(call) {}
@@ -31,7 +31,7 @@ class member_count {
   unsigned count_ = 0;
 };
 
-// The members of one object as text, one after the other.
+// The members of one object as text, one at a time.
 class member_writer {
  public:
   explicit member_writer(std::string& out) : out_(out), first_(out.size()) {}
@@ -49,7 +49,7 @@ class member_writer {
     }
   }
 
-  // A value that cannot be read stands among the others as its error.
+  // A value that cannot be read appears among the others as its error.
   void add_or_tell(const request_call& call, const std::string& path, nx_db_leaf_node& node) {
     const auto start = out_.size();
     try {

@@ -1,4 +1,4 @@
-// What each method does with a tree. Included by the request handler alone.
+// The effect of each method on a tree. Included only by the request handler.
 #pragma once
 
 #include <rapidjson/document.h>
@@ -22,7 +22,7 @@ struct request_handler::request {
   const json_value* params = nullptr;
   effort takes = effort::at_once;
   bool is_pattern = false;
-  std::vector<std::shared_ptr<nx_db_leaf_node>> nodes;  // that the path fits
+  std::vector<std::shared_ptr<nx_db_leaf_node>> nodes;  // that match the path
 
   /// The node of an exact path; throws nx_error -2.
   nx_db_leaf_node& node() const;
@@ -30,18 +30,18 @@ struct request_handler::request {
   const json_value& param(const char* name) const;
 };
 
-/// One request on its way: where results go.
+/// One request in progress: where results go.
 struct request_call {
   nx_db& db;
   subscription_port* subscriptions;
   json_allocator& allocator;
   json_value& result;
 
-  /// A result in memory takes no more than a few times the room of its text.
+  /// A result in memory takes no more than a few times the size of its text.
   static constexpr std::size_t most_bytes = 4 * limits::output_bytes_per_session;
 
-  /// Called now and then while a large result grows. Throws answer_too_long when it is that
-  /// already, and nx_error when nobody is there any more to take it.
+  /// Called now and then while a large result grows. Throws answer_too_long if it is that already,
+  /// and nx_error if nobody is there any more to receive it.
   void check() const;
 };
 
@@ -53,17 +53,17 @@ nx_error client_gone_error();
 struct request_handler::method {
   std::string_view name;
   void (*execute)(const request& asked, const request_call& call);
-  // Instead of it: writes the text of the result.
+  // Alternative: writes the text of the result.
   void (*append)(const request& asked, const request_call& call, std::string& out) = nullptr;
-  bool writes = false;         // refused to read-only sessions; may wait when a node's write may
-  bool subscribes = false;     // taken back when its answer is refused
-  bool lists = false;          // large when it is recursive
-  bool takes_pattern = false;  // else a star is a character of the path
-  bool reads_value = false;    // may wait when a node's read may
+  bool writes = false;         // refused for read-only sessions; may block if a node's write may
+  bool subscribes = false;     // undone if its answer is refused
+  bool lists = false;          // large if recursive
+  bool takes_pattern = false;  // otherwise a star is a character of the path
+  bool reads_value = false;    // may block if a node's read may
 };
 
 struct request_handler::methods {
-  // Of a pattern or a batch that is answered on the I/O thread: well under a millisecond.
+  // Limit for a pattern or a batch that is answered on the I/O thread: well under a millisecond.
   static constexpr std::size_t few_nodes = 512;
   static constexpr std::size_t few_messages = 512;
 

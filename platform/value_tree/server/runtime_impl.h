@@ -1,4 +1,4 @@
-// The threads of server_runtime as servers and sessions use them. Exactly one thread runs each
+// The threads of server_runtime as used by servers and sessions. Exactly one thread runs each
 // io_context, so the sockets of sessions need no strands.
 #pragma once
 
@@ -23,22 +23,22 @@ struct server_runtime::impl : public session_waker {
   ~impl() override;
 
   bool on_io_thread() const { return std::this_thread::get_id() == io_thread.get_id(); }
-  /// Executes on the I/O thread of the sessions and returns when it is done. Not for use by what
-  /// that thread may wait for.
+  /// Runs a function on the I/O thread of the sessions and returns when it is done. Must not be
+  /// used by anything that thread may wait for.
   void run_on_io(const std::function<void()>& job);
-  /// Has the sessions send what waits, together with all others of the same wake-up.
+  /// Makes the sessions send their pending output, together with all others of the same wake-up.
   void wake(std::vector<std::shared_ptr<nx_session>> sessions) override;
-  /// Executes a part of a session's requests, on the I/O thread. Sessions that it wakes send at its
-  /// end: what a request publishes goes out without another round of the thread.
+  /// Runs a part of a session's requests, on the I/O thread. Sessions that it wakes send at its
+  /// end: events published by a request are sent without another turn of the thread.
   template <class Part>
   void in_one_turn(const Part& part);
 
-  // The sessions', and that of the devices' clients: what a client asks holds up no device.
+  // That of the sessions, and that of the device clients: requests of clients do not delay devices.
   std::shared_ptr<boost::asio::io_context> io;
   std::shared_ptr<boost::asio::io_context> device_io;
   std::shared_ptr<thread_poller> poller;
-  std::unique_ptr<worker_pool> workers;        // for requests that may wait
-  std::unique_ptr<worker_pool> heavy_workers;  // for those that take long to work out
+  std::unique_ptr<worker_pool> workers;        // for requests that may block
+  std::unique_ptr<worker_pool> heavy_workers;  // for requests that take long
 
  private:
   using work_guard = boost::asio::executor_work_guard<boost::asio::io_context::executor_type>;
@@ -49,7 +49,7 @@ struct server_runtime::impl : public session_waker {
   work_guard device_work;
   std::mutex woken_mutex;  // a leaf in the lock order
   std::vector<std::shared_ptr<nx_session>> woken;
-  bool in_turn = false;        // the I/O thread's own, as the next
+  bool in_turn = false;        // used only by the I/O thread, as is the next
   bool woken_in_turn = false;  // flush_woken is due
   std::thread io_thread;
   std::thread device_thread;

@@ -1,5 +1,5 @@
-// One tree on its sockets: the sessions and what they have in common. Everything here runs on the
-// I/O thread unless it says otherwise.
+// One tree on its sockets: the sessions and what they share. Everything here runs on the I/O thread
+// unless stated otherwise.
 #pragma once
 
 #include <boost/asio/steady_timer.hpp>
@@ -34,8 +34,8 @@ struct nx_server::impl : public session_host, public std::enable_shared_from_thi
   void set_fault(server_fault wanted);
   void drop_subscriptions(const std::string& path);
   void set_silent_limit(std::chrono::milliseconds limit);
-  /// Ends everything and returns when no worker executes a request any more. On any thread but the
-  /// I/O thread.
+  /// Ends everything, and returns once no worker is executing a request. On any thread but the I/O
+  /// thread.
   void shut_down();
 
   // session_host

@@ -6,14 +6,14 @@
 
 #include "platform/note_log/note_log.h"
 #include "platform/threads/io_thread.h"
-#include "platform/value_tree/server/node_errors.h"
 #include "platform/value_tree/server/runtime_impl.h"
 #include "platform/value_tree/server/session.h"
+#include "platform/wire/failure.h"
 
 namespace nx {
 namespace {
 
-// A handler that throws costs its own work only; the thread goes on with the next.
+// A handler that throws affects only its own work; the thread continues with the next.
 void run_io(boost::asio::io_context& io, const char* name, thread_rank rank) {
   take_rank(name, rank);
   io_thread::is_current = true;
@@ -31,15 +31,15 @@ std::size_t cores() {
   return std::max(1U, std::thread::hardware_concurrency());
 }
 
-// Requests that wait are short but for the waiting.
+// Requests that may block are short apart from the blocking.
 worker_pool::settings for_waiting() {
   worker_pool::settings how;
   how.usual_threads = cores() + 1;
   return how;
 }
 
-// One core is left to the loops and to everybody else's small questions. What large answers took is
-// given back when they are over.
+// One core is left for the loops and for everybody else's small requests. Memory of large answers
+// is returned to the system afterwards.
 worker_pool::settings for_heavy_work() {
   worker_pool::settings how;
   how.thread_name = "nx_heavy";
@@ -67,7 +67,7 @@ server_runtime::impl::impl()
           [context = device_io] { run_io(*context, "nx_device_io", thread_rank::loops); }) {}
 
 server_runtime::impl::~impl() {
-  // Polls and requests may still need the I/O threads, for their device calls too.
+  // Polls and requests may still need the I/O threads, also for device calls.
   poller->stop();
   workers.reset();
   heavy_workers.reset();

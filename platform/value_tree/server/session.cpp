@@ -17,14 +17,14 @@
 namespace nx {
 namespace {
 
-// Requests are left alone while this much output waits, so that a client which asks faster than it
-// reads is slowed down instead of being closed.
+// Requests are left unread while this much output is pending, so that a client that asks faster
+// than it reads is slowed down instead of being closed.
 constexpr std::size_t pause_bytes = 1024 * 1024;
 constexpr std::size_t lines_per_job = 64;
-// After so long others have their turn.
+// After this time others have their turn.
 constexpr std::chrono::microseconds turn_on_io_thread{500};
 constexpr std::chrono::milliseconds turn_on_worker{5};
-// Read ahead while a worker is busy: enough to see that the client has gone.
+// Read-ahead while a worker is busy: enough to notice that the client has gone.
 constexpr std::size_t read_ahead_bytes = 64 * 1024;
 
 std::string too_long_answer() {
@@ -32,16 +32,16 @@ std::string too_long_answer() {
       {json_rpc::parse_error, fmt::format("Line longer than {} bytes", limits::line_bytes)});
 }
 
-// Looking at the clock costs as much as a small answer, so a turn does it now and then.
+// Reading the clock costs as much as a small answer, so a turn does it only now and then.
 class turn_watch {
  public:
   explicit turn_watch(std::chrono::steady_clock::time_point began)
       : end_(began + turn_on_io_thread) {}
 
-  // After a line; bytes of what was read and written for it.
+  // Checked after each line; bytes of input and output.
   bool is_over(std::size_t bytes) {
     constexpr std::size_t bytes_a_look = 8 * 1024;
-    constexpr std::size_t bytes_a_line = 256;  // what a line takes whatever its length
+    constexpr std::size_t bytes_a_line = 256;  // cost of a line, whatever its length
     since_look_ += bytes_a_line + bytes;
     if (since_look_ < bytes_a_look) return false;
     since_look_ = 0;
@@ -104,9 +104,9 @@ void session::on_read(const boost::system::error_code& failed, std::size_t size)
   if (!ended_ && splitter_.waiting() < read_ahead_bytes) read();
 }
 
-// A client that has closed its unix socket reads no answers; one that has only ended its sending
-// does. Over TCP the two look alike: one that may only read is taken to have gone, one that may
-// write to be there.
+// A client that has closed its unix socket reads no answers; one that has only shut down sending
+// does. Over TCP the two look alike: a session that may only read is assumed to be gone, one that
+// may write to be there.
 bool session::has_hung_up() {
   pollfd looked{.fd = connection_->stream.native_handle(), .events = POLLRDHUP, .revents = 0};
   if (::poll(&looked, 1, 0) != 1) return false;
@@ -114,7 +114,7 @@ bool session::has_hung_up() {
   return (looked.revents & ends) != 0;
 }
 
-// Its place is free for another; what it wrote is still done.
+// Its place is free for another; its writes are still carried out.
 bool session::look_whether_gone() {
   if (gone_ || !has_hung_up()) return gone_;
   gone_ = true;
@@ -159,10 +159,10 @@ void session::process_lines() {
   for (bool more = true; more && !busy_ && !closed_;) {
     if (is_paused()) {
       flush();
-      stalled_ = is_paused();  // goes on once the client has taken answers
+      stalled_ = is_paused();  // continues once the client has taken answers
       if (stalled_) return;
     }
-    if (!subscribe_added_at_once()) return flush();  // a worker is at it: nothing waits for that
+    if (!subscribe_added_at_once()) return flush();  // a worker is at work: nobody waits for that
     more = handle_lines();
     flush();
     if (more && !busy_ && !closed_) return process_soon();
@@ -172,8 +172,8 @@ void session::process_lines() {
   if (!busy_ && !blocked_ && backlog_.empty()) close({});
 }
 
-// Memory is limited for all sessions together: what takes much of it waits until some of them have
-// taken their answers, or are closed since they do not.
+// Memory is limited for all sessions together: requests that take much of it wait until some
+// sessions have taken their answers, or are closed because they do not.
 bool session::no_room_for_large() const {
   return host_->waiting_answers > limits::answer_bytes_of_server;
 }
@@ -186,7 +186,7 @@ void session::process_later() {
   });
 }
 
-// Behind what the other sessions have to do.
+// After the other sessions' work.
 void session::process_soon() {
   boost::asio::post(*host_->runtime.io, [self = self()] {
     if (!self->closed_ && !self->busy_) self->process();
@@ -198,7 +198,7 @@ void session::resume() {
   if (!closed_ && !busy_) process();
 }
 
-// False when no line waits any more.
+// False if no line is waiting any more.
 bool session::handle_lines() {
   turn_began_ = std::chrono::steady_clock::now();
   turn_watch watch(turn_began_);
@@ -254,7 +254,8 @@ bool session::next_line(std::string& storage, std::string_view& line) {
   return next.has_value();
 }
 
-// The lines behind one that may wait would wait for it anyway: one hand-over for all of them.
+// The lines after one that may block would have to wait for it anyway, so all are handed over at
+// once.
 std::vector<std::string> session::lines_for_worker(std::string_view first) {
   std::vector<std::string> lines{std::string(first)};
   std::string storage;
@@ -289,8 +290,8 @@ void session::start_job(effort takes, std::function<std::vector<std::string>()> 
   });
 }
 
-// On a worker. Leaves the lines that it did not come to: others have their turn, the client does
-// not take its answers, or the next line is for a worker of the other kind.
+// On a worker. Leaves lines unprocessed if others must have their turn, the client does not take
+// its answers, or the next line is for a worker of the other kind.
 void session::run_lines(std::vector<std::string>& lines, effort allowed) {
   const auto end = std::chrono::steady_clock::now() + turn_on_worker;
   auto line = lines.begin();
@@ -353,7 +354,7 @@ void session::close(const std::string& reason) {
   if (!busy_) finish();
 }
 
-// Letting go of a whole tree takes a while.
+// Releasing a whole tree takes a while.
 void session::finish() {
   host_->left_bytes -= std::exchange(left_bytes_, 0);
   host_->session_closed(self());

@@ -1,10 +1,10 @@
 // One client connection of a server. Its socket lives on the I/O thread; its requests are executed
-// one after the other, on the I/O thread while none of them may wait or takes long, else on a
-// worker. No turn of it holds the I/O thread or a worker for longer than a single request takes.
+// one at a time, on the I/O thread if none of them may block or takes long, otherwise on a worker.
+// No turn of it occupies the I/O thread or a worker for longer than a single request takes.
 //
 // Locks: subscription_mutex_, then a node's own mutex, then a node's list of subscribers, then
-// sending_mutex_, then the outbox. Publishing comes in through `deliver` with a node's mutex held
-// and never takes the first.
+// sending_mutex_, then the outbox. Publishing enters through `deliver` with a node's mutex held and
+// never takes the first.
 #pragma once
 
 #include <array>
@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/threads/light_mutex.h"
 #include "platform/value_tree/nx_session.h"
 #include "platform/value_tree/server/request_handler.h"
 #include "platform/value_tree/server/session_host.h"
@@ -39,9 +40,9 @@ class session : public nx_session, public subscription_port {
   void resume();  ///< after the server was hung
   void node_added(const std::string& path);
   void drop_subscription(const std::string& path);
-  /// Logs the reason unless it is empty: a client that goes is nothing to tell.
+  /// Logs the reason unless it is empty: a client that leaves is not worth a line.
   void close(const std::string& reason);
-  /// It has asked for nothing since `time`; silent: and is subscribed to nothing.
+  /// It has asked for nothing since `time`; silent: and has no subscription.
   bool is_idle_since(std::chrono::steady_clock::time_point time) const {
     return last_asked_ <= time && !busy_;
   }
@@ -50,17 +51,17 @@ class session : public nx_session, public subscription_port {
   }
   bool has_subscriptions() const { return outbox_.subscriptions() > 0; }
 
-  /// Sends what waits, on the thread of who publishes; false if the I/O thread has to.
+  /// Sends pending output on the publishing thread; false if the I/O thread has to do it.
   bool send_at_once();
 
-  // nx_session, from any thread.
+  // nx_session, called from any thread.
   nx_subscription_number subscription_number(const std::string& path) const override;
   void deliver(std::shared_ptr<const nx_event> event, nx_subscription_number subscription,
                bool first) override;
   void subscription_ended(const std::string& path, const std::string& reason) override;
   bool is_closed() const override { return closed_; }
 
-  // subscription_port, within a request of this session.
+  // subscription_port, called within a request of this session.
   void subscribe(const std::string& path, json_allocator& allocator, json_value& result) override;
   void unsubscribe(const std::string& path) override;
   void take_back() override;
@@ -119,17 +120,17 @@ class session : public nx_session, public subscription_port {
   session_outbox outbox_;
   std::recursive_mutex subscription_mutex_;
   std::atomic<bool> closed_{false};
-  std::atomic<bool> gone_{false};  // nobody reads its answers; what it wrote is still done
+  std::atomic<bool> gone_{false};  // nobody reads its answers; its writes are still carried out
 
-  // Of the request that is executed: how to undo its last subscription.
+  // For the request being executed: how to undo its last subscription.
   struct undoing {
     std::string path;
     bool held_before = false;
   };
   std::optional<undoing> undoing_;
-  bool hears_ = false;  // it has subscribed to something at some time
+  bool hears_ = false;  // it has ever subscribed to something
 
-  // Gone once the session is closed: a node may hold the session for longer than the I/O thread
+  // Released once the session is closed: a node may hold the session for longer than the I/O thread
   // lives.
   struct connection {
     socket stream;
@@ -137,12 +138,12 @@ class session : public nx_session, public subscription_port {
     boost::asio::steady_timer room_timer;
   };
 
-  // The I/O thread's own.
+  // Used only by the I/O thread.
   std::optional<connection> connection_;
   std::array<char, 16 * 1024> input_;
   line_splitter splitter_{limits::line_bytes};
   std::deque<std::string> backlog_;  // lines that a worker gave back
-  std::vector<std::string> added_;   // paths that came under a pattern while a request was executed
+  std::vector<std::string> added_;   // under a pattern, while a request was executed
   std::chrono::steady_clock::time_point last_asked_ = std::chrono::steady_clock::now();
   std::chrono::steady_clock::time_point turn_began_ = last_asked_;
   std::size_t job_bytes_ = 0;   // of the lines that a worker has
@@ -152,14 +153,14 @@ class session : public nx_session, public subscription_port {
   bool busy_ = false;     // a worker executes requests
   bool stalled_ = false;  // requests wait until the client has taken answers
 
-  // Whoever sends holds it, and for no longer than the socket takes without waiting.
-  std::mutex sending_mutex_;
+  // Held by the sending thread, and only as long as the socket accepts output without blocking.
+  light_mutex sending_mutex_;
   std::string sending_;
   std::size_t sent_ = 0;
-  std::size_t sending_counted_ = 0;  // in what waits in all sessions
+  std::size_t sending_counted_ = 0;  // its share of the pending output of all sessions
   int descriptor_ = -1;              // while the session is open
   bool local_ = false;               // a unix socket
-  bool blocked_ = false;             // the socket takes no more; changed by the I/O thread alone
+  bool blocked_ = false;             // the socket is full; changed only by the I/O thread
 };
 
 }  // namespace nx

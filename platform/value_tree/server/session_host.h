@@ -1,4 +1,4 @@
-// What a session needs of its server.
+// What a session needs from its server.
 #pragma once
 
 #include <atomic>
@@ -21,11 +21,12 @@ class session_host {
   session_host(const session_host&) = delete;
   session_host& operator=(const session_host&) = delete;
 
-  /// A session was closed and is done with the tree. On the I/O thread.
+  /// A session has been closed and has left the tree. On the I/O thread.
   virtual void session_closed(const std::shared_ptr<session>& closed) = 0;
-  /// The client of a session has gone, though not all is done that it wrote: its place is free.
+  /// The client of a session has gone, though not all of its writes are carried out: its place is
+  /// free.
   virtual void client_gone(const std::shared_ptr<session>& of) = 0;
-  /// A request of a session is executed by a worker between these two.
+  /// Between these two a worker executes a request of a session.
   virtual void job_started() = 0;
   virtual void job_done() = 0;
 
@@ -34,7 +35,7 @@ class session_host {
   const std::string name;  ///< where it listens, for the log
   std::atomic<server_fault> fault{server_fault::none};
   std::atomic<std::size_t> waiting_answers{0};  ///< bytes, in all sessions
-  std::atomic<bool> has_patterns{false};  ///< a session has subscribed to a pattern at some time
+  std::atomic<bool> has_patterns{false};        ///< some session has ever subscribed to a pattern
   std::size_t left_bytes = 0;  ///< of requests whose clients have gone; the I/O thread's own
   std::chrono::milliseconds stuck_limit = limits::stuck_session;
 };

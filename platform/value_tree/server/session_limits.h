@@ -1,6 +1,7 @@
-// How many sessions a server takes, and from whom. The supervisory link has its own count, so that
-// nobody there shuts out the local side, and a place of its own for the neighbour; the last places
-// of the local side are root's, who may have to look what the others do. On the I/O thread.
+// How many sessions a server accepts, and from whom. The supervisory link has a separate limit, so
+// that nobody there locks out the local side, and a place reserved for the neighbour; the last
+// local places are reserved for root, who may have to find out what the others are doing. On the
+// I/O thread.
 #pragma once
 
 #include <chrono>
@@ -24,13 +25,13 @@ class session_limits {
   /// Where a connection comes from. `on_link`: it was accepted on the supervisory link.
   origin origin_of(int connection, bool on_link) const;
 
-  /// Why there is no room for one more; empty if there is.
+  /// Why there is no room for another session; empty if there is.
   std::optional<nx_error> refusal(origin from) const;
 
-  /// Who from the neighbour's address gives way to another from there; null if nobody has to. Of
-  /// those that have asked for nothing since `time` the oldest but one: the oldest is likely the
-  /// neighbour itself. Else the oldest that has been there since then and is subscribed to nothing,
-  /// as the neighbour is once it has read what it meets. Else the only idle one.
+  /// The session from the neighbour's address that gives way to another from there; null if none has
+  /// to. Among those that have asked for nothing since `time`, the oldest but one: the oldest is
+  /// probably the neighbour itself. Else the oldest that has existed since then and has subscribed to
+  /// nothing: the neighbour subscribes as soon as it knows its peer. Else the only idle one.
   std::shared_ptr<session> gives_way(std::chrono::steady_clock::time_point time) const;
 
   void entered(const std::shared_ptr<session>& one, origin from) {
@@ -45,7 +46,7 @@ class session_limits {
   const neighbours& known_;
   struct place {
     origin from;
-    unsigned long number;  // counts those who entered
+    unsigned long number;  // number of sessions accepted so far
     std::chrono::steady_clock::time_point since;
   };
   std::map<std::shared_ptr<session>, place> sessions_;

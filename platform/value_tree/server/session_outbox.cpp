@@ -91,14 +91,15 @@ bool session_outbox::take(std::string& out, std::size_t enough) {
   const std::lock_guard lock(mutex_);
   woken_ = false;
   while (!nothing_waits() && queue_[first_].line && out.size() < enough) {
-    item next = std::move(queue_[first_++]);
+    auto& next = queue_[first_++];
     drop(next);
-    if (next.line->empty()) continue;  // a place that was kept for nothing
-    if (some_ended_ && next.of != no_subscription && subscriptions_.find(next.of) == nullptr) {
-      continue;
+    const bool is_ended =
+        some_ended_ && next.of != no_subscription && subscriptions_.find(next.of) == nullptr;
+    if (!is_ended && !next.line->empty()) {  // empty: a place that was kept for nothing
+      out += *next.line;
+      out += '\n';
     }
-    out += *next.line;
-    out += '\n';
+    next.line.reset();
   }
   forget_sent();
   return !nothing_waits() && queue_[first_].line;

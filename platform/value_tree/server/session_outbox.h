@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/threads/light_mutex.h"
 #include "platform/threads/ranked_mutex.h"
 #include "platform/value_tree/nx_session.h"
 #include "platform/value_tree/pattern_set.h"
@@ -113,7 +114,7 @@ class session_outbox {
   void forget_sent();
 
   std::atomic<std::size_t>* const all_answers_;
-  mutable ranked_mutex mutex_{lock_rank::leaf};
+  mutable ranked<light_mutex> mutex_{lock_rank::leaf};
   // A vector that is emptied as a whole keeps its memory from event to event.
   std::vector<item> queue_;
   std::size_t first_ = 0;  // what is in front of it is sent

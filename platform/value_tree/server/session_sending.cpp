@@ -1,8 +1,10 @@
-// How what waits for a session gets out: by the I/O thread, or by the one that publishes.
+// Sending a session's pending output, by the I/O thread or by the publishing thread.
 #include <fmt/format.h>
 #include <linux/sockios.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cassert>
@@ -18,8 +20,8 @@ constexpr std::size_t write_bytes = 256 * 1024;
 constexpr std::size_t bytes_a_turn = 1024 * 1024;
 constexpr std::size_t kept_bytes = 64 * 1024;
 
-// A thread gathers lines in the same memory for one session after the other, where it is still in
-// the processor's cache. Only what a socket did not take stays with its session.
+// A thread collects lines in the same memory for one session after the other, where it is still in
+// the processor's cache. Only what a socket did not accept stays with its session.
 class lent_memory {
  public:
   explicit lent_memory(std::string& to) : to_(to) {
@@ -37,6 +39,12 @@ class lent_memory {
   inline static thread_local std::string kept_;
   std::string& to_;
 };
+
+// Not by the library's function, a point of cancellation: to be one costs it two atomic operations.
+ssize_t send_some(int descriptor, std::string_view text) {
+  return ::syscall(SYS_sendto, descriptor, text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL,
+                   nullptr, 0);
+}
 
 }  // namespace
 
@@ -76,7 +84,7 @@ void session::send_all() {
   if (result == sent::part) wait_until_writable();
 }
 
-// With sending_mutex_ held.
+// Called with sending_mutex_ held.
 session::sent session::send_waiting() {
   const lent_memory lent(sending_);
   std::size_t room = bytes_a_turn;
@@ -87,9 +95,8 @@ session::sent session::send_waiting() {
       if (more) more = outbox_.take(sending_, write_bytes);
       if (sending_.empty()) break;
     }
-    if (room == 0) break;  // comes back at once, behind the others
-    const auto taken = ::send(descriptor_, sending_.data() + sent_, sending_.size() - sent_,
-                              MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (room == 0) break;  // comes back at once, after the others
+    const auto taken = send_some(descriptor_, std::string_view(sending_).substr(sent_));
     if (taken < 0 && errno == EINTR) continue;
     if (taken < 0 && errno != EAGAIN) return sent::failed;
     if (taken < 0) break;
@@ -100,9 +107,9 @@ session::sent session::send_waiting() {
   return sending_.empty() ? sent::all : sent::part;
 }
 
-// On the thread of who publishes. To send an event costs him no more than to wake the sender. Not
-// to a client that has not read what it was sent before: what comes next then goes out in one write
-// with this.
+// On the publishing thread, to which sending an event costs no more than waking the sender. Not for
+// a client that has not read what was sent before: later events are then sent in one write with
+// this one.
 bool session::send_at_once() {
   const std::unique_lock lock(sending_mutex_, std::try_to_lock);
   if (!lock || !local_ || descriptor_ < 0 || blocked_ || gone_ || !sending_.empty()) return false;

@@ -4,9 +4,9 @@
 #include <algorithm>
 
 #include "platform/value_tree/nx_db.h"
-#include "platform/value_tree/server/node_errors.h"
 #include "platform/value_tree/server/request_methods.h"
 #include "platform/value_tree/server/session.h"
+#include "platform/wire/failure.h"
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_rpc.h"
 

@@ -29,7 +29,7 @@ std::size_t subscription_slots::home_of(std::string_view path) const {
   return std::hash<std::string_view>()(path) & (by_path_.size() - 1);
 }
 
-// Where it stands, or the free place where it would.
+// Its position, or the free position where it would be.
 std::size_t subscription_slots::place_of(std::string_view path) const {
   auto place = home_of(path);
   while (by_path_[place] != 0 && *slots_[by_path_[place] - 1].path != path)
@@ -38,7 +38,7 @@ std::size_t subscription_slots::place_of(std::string_view path) const {
 }
 
 void subscription_slots::insert(index at) {
-  // At most three quarters are taken, so that a search is short and ends.
+  // At most three quarters are used, so that a search is short and ends.
   if (4 * (count_ + 1) > 3 * by_path_.size()) grow();
   by_path_[place_of(*slots_[at].path)] = at + 1;
   ++count_;
@@ -53,7 +53,7 @@ void subscription_slots::grow() {
   }
 }
 
-// Those behind it move up, as far as that brings them no nearer than where their search begins.
+// Those after it move up, unless that would put them before the position where their search begins.
 void subscription_slots::take_off(std::size_t place) {
   const auto mask = by_path_.size() - 1;
   for (auto next = (place + 1) & mask; by_path_[next] != 0; next = (next + 1) & mask) {

@@ -1,6 +1,6 @@
-// The subscriptions of one session, each in a slot that its number names: an event finds its own
-// without a look-up, a client's request by the path. Small, since many sessions may subscribe to
-// every path of a large tree. Not thread-safe.
+// The subscriptions of one session, each in a slot with a number: an event finds its slot without a
+// look-up, a client's request by the path. Compact, since many sessions may subscribe to every path
+// of a large tree. Not thread-safe.
 #pragma once
 
 #include <cstdint>
@@ -20,14 +20,14 @@ class subscription_slots {
   struct slot {
     std::shared_ptr<const std::string> path;  // shared with the node; null if the slot is free
     std::uint64_t place = 0;                  // its owner's
-    std::uint32_t generation = 1;             // counts the slot's uses
-    bool exact = false;                       // asked for by itself, not under a pattern
+    std::uint32_t generation = 1;             // number of the slot's use
+    bool exact = false;                       // subscribed to by name, not by a pattern
     bool open = false;
   };
 
   /// Null once the subscription has ended. Valid until the next `add`.
   slot* find(nx_subscription_number number);
-  /// Of a subscription that is there.
+  /// For an existing subscription.
   const slot& at(nx_subscription_number number) const { return slots_[static_cast<index>(number)]; }
   /// no_subscription if there is none.
   nx_subscription_number find(std::string_view path) const;
@@ -40,8 +40,8 @@ class subscription_slots {
   std::vector<std::shared_ptr<const std::string>> shared_paths() const;
 
  private:
-  // Open addressing, a power of two of places: a slot's index and one more, 0 for a free place. A
-  // set of the library takes several times as much memory.
+  // Open addressing with a power of two of positions: a slot's index plus one, 0 for a free
+  // position. A standard set takes several times as much memory.
   std::size_t place_of(std::string_view path) const;
   std::size_t home_of(std::string_view path) const;
   void insert(index at);

@@ -36,8 +36,8 @@ bool is_link_local(const sockaddr_in6& address) {
   return IN6_IS_ADDR_LINKLOCAL(&address.sin6_addr);
 }
 
-// A link-local address is confined to its interface by the system itself, and the loopback cannot
-// be reached from elsewhere; any other address needs the binding.
+// The system confines a link-local address to its interface, and the loopback cannot be reached
+// from elsewhere; any other address needs the binding.
 void confine(int fd, const sockaddr_in6& address, const std::string& interface_name) {
   const auto size = static_cast<socklen_t>(interface_name.size());
   if (::setsockopt(fd, SOL_SOCKET, SO_BINDTODEVICE, interface_name.data(), size) == 0) return;

@@ -7,8 +7,8 @@
 
 #include "platform/note_log/note_log.h"
 #include "platform/value_tree/nx_db_node.h"
-#include "platform/value_tree/server/node_errors.h"
 #include "platform/value_tree/thread_rank.h"
+#include "platform/wire/failure.h"
 
 namespace nx {
 
@@ -27,7 +27,7 @@ void thread_poller::stop() {
   time_changed_.notify_all();
   work_.notify_all();
   if (timekeeper_.joinable()) timekeeper_.join();
-  // Nobody adds a worker any more.
+  // No more workers can be added.
   for (auto& each : workers_)
     each.thread.join();
   workers_.clear();
@@ -49,7 +49,7 @@ void thread_poller::add(std::weak_ptr<nx_db_leaf_node> node, std::weak_ptr<const
 void thread_poller::put(task added) {
   const auto since_slot = added.due.time_since_epoch() % slot;
   if (since_slot.count() > 0) added.due += slot - since_slot;
-  // The timekeeper waits for the slot that was first until now.
+  // The timekeeper is waiting for the slot that was first so far.
   if (wheel_.empty() || added.due < wheel_.begin()->first) time_changed_.notify_one();
   wheel_[added.due].push_back(std::move(added));
 }
@@ -81,7 +81,7 @@ void thread_poller::take_due(clock::time_point now) {
   }
 }
 
-/// A worker that has waited for long in a quick value makes place for another.
+/// A worker that has waited long in a quick value makes room for another.
 void thread_poller::find_slow(clock::time_point now) {
   for (auto& each : workers_) {
     if (each.state != doing::quick || now - each.since < limits_.slow_after) continue;
@@ -91,8 +91,8 @@ void thread_poller::find_slow(clock::time_point now) {
   }
 }
 
-/// One more worker for each queue that has work and may have one. What that one does not get done
-/// in a moment calls for the next.
+/// One more worker for each queue that has work and may have another. If it does not finish
+/// shortly, it calls for the next.
 void thread_poller::engage() {
   if (!quick_ready_.empty() && in_quick_ < limits_.quick) engage_one();
   if (!slow_ready_.empty() && in_slow_ < limits_.slow) engage_one();
@@ -201,7 +201,7 @@ void thread_poller::execute(worker& self, std::deque<task>& queue,
   if (!goes_on) return;
   const auto now = clock::now();
   due.slow = now - begin >= limits_.slow_after;
-  // Turns that passed while the node was busy are not made up for.
+  // Turns missed while the node was busy are not made up for.
   do {
     due.due += due.interval;
   } while (due.due <= now);

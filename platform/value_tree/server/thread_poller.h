@@ -1,11 +1,10 @@
-// The poll scheduler of a daemon: a wheel of short slots on a thread of its own, and workers that
-// call the nodes which are due. A node whose getter waits for a device holds a worker, no client.
+// A daemon's poll scheduler: a wheel of short slots on its own thread, and workers that call the
+// nodes that are due. A node whose getter waits for a device occupies a worker, not a client.
 //
-// Values that were slow at their last turn share a few workers among themselves, and a worker that
-// waits in a value which was quick before is replaced at once: whatever one device does, values of
-// the others are polled in time. Workers come with need, and go when fewer have
-// been enough for a while: waiting workers are woken in turn, so that none of them is ever idle for
-// long.
+// Values that were slow at their last turn share a few workers, and a worker that waits in a value
+// that used to be quick is replaced at once: whatever one device does, the values of the others are
+// polled in time. Workers are added when needed, and removed when fewer have been enough for a
+// while; idle workers are woken in turn, so none is idle for long.
 #pragma once
 
 #include <chrono>
@@ -25,10 +24,10 @@ class thread_poller : public poll_scheduler {
  public:
   struct limits {
     std::size_t quick = 4;     ///< workers in quick values at a time
-    std::size_t slow = 4;      ///< and in slow ones, unless they have become so just now
+    std::size_t slow = 4;      ///< and in slow ones, unless they have just become slow
     std::size_t workers = 24;  ///< more than one device has values
     std::chrono::milliseconds slow_after{100};
-    /// Another worker helps when due values have waited for this.
+    /// Another worker helps once due values have waited this long.
     std::chrono::milliseconds help_after{5};
     std::chrono::milliseconds idle{10'000};
   };
@@ -42,12 +41,12 @@ class thread_poller : public poll_scheduler {
   void add(std::weak_ptr<nx_db_leaf_node> node, std::weak_ptr<const void> group,
            std::chrono::milliseconds interval) override;
 
-  /// Ends the threads; a call into a node that is under way is waited for.
+  /// Ends the threads; waits for calls into nodes that are in progress.
   void stop();
 
   std::size_t worker_count() const;
 
-  /// Due times are rounded up to slots, so that values of one interval are polled together.
+  /// Due times are rounded up to slots, so that values with the same interval are polled together.
   static constexpr std::chrono::milliseconds slot{50};
 
  private:
@@ -96,7 +95,7 @@ class thread_poller : public poll_scheduler {
   std::size_t in_slow_ = 0;
   std::size_t busiest_ = 0;  // at a time, since `counted_since_`
   clock::time_point counted_since_ = clock::now();
-  std::size_t surplus_ = 0;  // workers that are to go
+  std::size_t surplus_ = 0;  // workers that are to end
   bool stopping_ = false;
   std::thread timekeeper_;
 };

@@ -48,7 +48,7 @@ int on_address(int (*call)(int, const sockaddr*, socklen_t), int fd, const socka
 }
 
 void make_folder(const std::string& path) {
-  // Whoever starts the process, the levels that are missing are open to the same people.
+  // The missing levels are open to the same users, whoever starts the process.
   constexpr mode_t mode = 0755;
   std::filesystem::path level;
   for (const auto& name : std::filesystem::path(path).parent_path()) {
@@ -61,7 +61,7 @@ void make_folder(const std::string& path) {
   }
 }
 
-// Only a socket that nobody listens on is taken away; a file of another kind is somebody's data.
+// Only a socket that nobody listens on is removed; any other kind of file is somebody's data.
 void remove_stale(const std::string& path, const sockaddr_un& address) {
   struct stat found {};
   if (::lstat(path.c_str(), &found) != 0) return;
@@ -83,7 +83,7 @@ unix_socket::unix_socket(const std::string& path) : path_(rooted_path(path)) {
   fd_ = new_socket();
   if (on_address(::bind, fd_.get(), address) != 0) fail_with_errno("Cannot bind " + path_);
   struct stat made {};
-  // Nobody can connect before `listen`, so the mode is right for the first client.
+  // Nobody can connect before `listen`, so the mode is in place for the first client.
   const bool ready = ::chmod(path_.c_str(), 0660) == 0 && ::stat(path_.c_str(), &made) == 0 &&
                      ::listen(fd_.get(), backlog) == 0;
   if (!ready) {

@@ -9,9 +9,9 @@
 
 namespace nx {
 
-/// Listens on a path, with NX_ROOT in front of it: mode 0660, the folder made if missing, the file
-/// of a server that has ended replaced. The file goes with the object, unless another has taken its
-/// place. Throws std::runtime_error, also when another server is alive there.
+/// Listens on a path, with NX_ROOT prefixed: mode 0660, the folder is created if missing, the file
+/// of a server that has ended is replaced. The file is removed with the object, unless another has
+/// taken its place. Throws std::runtime_error, also if another server is alive there.
 class unix_socket {
  public:
   explicit unix_socket(const std::string& path);

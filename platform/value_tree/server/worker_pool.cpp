@@ -42,7 +42,7 @@ void worker_pool::post(std::function<void()> job) {
   have_one_ready();
 }
 
-// One thread more than are busy watches whether the work stands still.
+// One thread more than are busy watches whether the work is blocked.
 void worker_pool::have_one_ready() {
   if (idle_ == 0 && threads_.size() < how_.max_threads) add_thread();
   wake_.notify_one();
@@ -59,7 +59,7 @@ void worker_pool::start_thread() {
   }
 }
 
-// Where the system gives no more threads, those that are there do the work.
+// If the system has no more threads, the existing ones do the work.
 void worker_pool::add_thread() {
   for (auto& thread : std::exchange(gone_, {}))
     thread.join();
@@ -81,7 +81,7 @@ void worker_pool::work(thread_list::iterator self) {
   wake_.notify_all();
 }
 
-// False when the thread is to go.
+// False if the thread is to end.
 bool worker_pool::wait_for_turn(std::unique_lock<std::mutex>& lock) {
   while (true) {
     const auto now = clock::now();
@@ -106,7 +106,7 @@ bool worker_pool::may_take(clock::time_point now) {
   return false;
 }
 
-// On a machine that is busy a job may take long without waiting for anything.
+// On a busy machine a job may take long without being blocked.
 bool worker_pool::computed_meanwhile() {
   std::chrono::nanoseconds sum{};
   for (auto& thread : threads_) {
@@ -130,7 +130,7 @@ void worker_pool::take_job(std::unique_lock<std::mutex>& lock) {
   if (!jobs_.empty()) have_one_ready();
   lock.unlock();
   job();
-  job = nullptr;  // what it holds goes without the lock
+  job = nullptr;  // destroyed without the lock
   lock.lock();
   --executing_;
   ++idle_;

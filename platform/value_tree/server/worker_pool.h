@@ -1,6 +1,6 @@
 // The threads that execute what the I/O thread must not. A setter that waits for a lock or a device
-// holds its thread, so the pool grows when its work stands still; work that only takes its time
-// gets no more threads for it. What is not needed any more goes.
+// occupies its thread, so the pool grows when its work is blocked; work that merely takes long gets
+// no additional threads. Threads that are no longer needed end.
 #pragma once
 
 #include <chrono>
@@ -21,19 +21,19 @@ class worker_pool {
   struct settings {
     const char* thread_name = "nx_worker";
     thread_rank rank = thread_rank::serving;
-    std::size_t usual_threads = 2;  ///< that execute jobs side by side
+    std::size_t usual_threads = 2;  ///< that execute jobs concurrently
     std::size_t max_threads = 64;
-    /// No job was taken up for so long while one waits, and the threads have hardly computed: they
-    /// wait for something.
+    /// If no job has been taken up for this long although one is waiting, and the threads have
+    /// hardly used the processor, they are blocked.
     std::chrono::milliseconds standstill{20};
-    /// After so long without work a thread calls `at_rest`, and goes if it is one too many.
+    /// After this long without work a thread calls `at_rest`, and ends if it is one too many.
     std::chrono::milliseconds rest{5000};
     std::function<void()> at_rest;
   };
 
   /// Starts one thread, which stays. Throws std::system_error.
   explicit worker_pool(settings how);
-  /// Executes what was posted before, then joins.
+  /// Executes the jobs posted so far, then joins.
   ~worker_pool();
   worker_pool(const worker_pool&) = delete;
   worker_pool& operator=(const worker_pool&) = delete;
@@ -62,7 +62,7 @@ class worker_pool {
   std::condition_variable wake_;
   std::deque<std::function<void()>> jobs_;
   clock::time_point last_progress_{};
-  std::chrono::nanoseconds computed_{};  // by all threads, when that was looked at last
+  std::chrono::nanoseconds computed_{};  // processor time of all threads at the last check
   std::size_t idle_ = 0;
   std::size_t executing_ = 0;
   bool worked_ = false;  // since a thread was at rest

@@ -1,6 +1,7 @@
 #include "base/channel/arithmetic.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace channel {
 
@@ -17,6 +18,14 @@ float wavelength_nm(std::uint32_t center_frequency) {
 
 float width_ghz(std::uint32_t raw_width) {
   return static_cast<float>(static_cast<double>(raw_width) / 100.0);
+}
+
+float band_share(float width_ghz, unsigned band_slices) {
+  return width_ghz / models::slice_ghz / static_cast<float>(band_slices);
+}
+
+float band_share_db(float width_ghz, unsigned band_slices) {
+  return 10.0f * std::log10(band_share(width_ghz, band_slices));
 }
 
 float client_power_rx(float ocm_power, float client_to_monitor, float attenuation,

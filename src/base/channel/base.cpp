@@ -34,6 +34,7 @@ std::string base::get_direction() {
 }
 void base::set_direction(std::string direction) {
   direction_ = std::move(direction);
+  loss_offset_db_.reset();
 }
 
 float base::get_width() {
@@ -151,12 +152,24 @@ void base::set_alarm(nx_db& db, const std::string& name, unsigned severity) {
       1);
 }
 
+void base::set_loss_offset_index(unsigned index) {
+  loss_offset_index_ = index;
+  loss_offset_db_.reset();
+}
+
+float base::loss_offset_db() {
+  if (!loss_offset_db_) {
+    loss_offset_db_ = calibration::instance().find(
+        fmt::format("cal_client{}_loss_offset_{}", direction_, loss_offset_index_));
+  }
+  return (*loss_offset_db_)();
+}
+
 void base::update_power() {
-  auto& board = calibration::instance();
+  const auto& board = calibration::instance().board();
   const bool is_rx = direction_ == "rx";
-  const float loss_offset =
-      board.get_value(fmt::format("cal_client{}_loss_offset_{}", direction_, loss_offset_index_));
-  const float monitor_loss = board.get_value(is_rx ? "cal_clientrx_to_mon" : "cal_mon_to_clienttx");
+  const float loss_offset = loss_offset_db();
+  const float monitor_loss = is_rx ? board.clientrx_to_mon_db() : board.mon_to_clienttx_db();
   if (is_rx) {
     publish_power(client_power_rx(ocm_power_, monitor_loss, get_attenuation(), loss_offset));
   } else if (direction_ == "tx") {

@@ -1,19 +1,21 @@
-// One wavelength on one client direction of the node: where it sits in the spectrum, which switch
-// port it uses, what the monitor measures, what attenuation is set, and the tree values that show
-// all this. Holds no control logic: the loops write measurements in and channel::control::base
-// reads them to decide. A wavelength that is in use in both directions has two channel objects.
+// One wavelength in one client direction of the node: its place in the spectrum, the switch port it
+// uses, what the monitor measures, what attenuation is set, and the tree values that show all this.
+// It contains no control logic: the loops write measurements into it, and channel::control::base
+// reads them to decide. A wavelength that is used in both directions has two channel objects.
 //
-// Threads: the loops reach it with the plan's mutex held; the tree values lock themselves.
-// Units: frequency and width in 10 MHz, powers dBm, attenuation and losses dB, wavelength nm.
+// Threads: the loops access it with the plan's mutex held; the tree values lock themselves. Units:
+// frequency and width in 10 MHz, powers in dBm, attenuation and losses in dB, wavelength in nm.
 #pragma once
 
 #include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "api/status_value.h"
+#include "helpers/calibration.h"
 #include "platform/value_tree/value_group.h"
 
 class nx_db;
@@ -30,7 +32,7 @@ class base {
   virtual void set_value_group(std::shared_ptr<nx::api::value_group> group);
   virtual std::shared_ptr<nx::api::value_group> get_value_group();
 
-  /// What paths and device accesses use; equal to the centre frequency unless a product renumbers.
+  /// Used by paths and device accesses; equal to the centre frequency unless a product renumbers.
   virtual unsigned get_id();
   virtual void set_id(unsigned id);
   virtual unsigned get_channel_id();
@@ -47,7 +49,7 @@ class base {
 
   virtual float get_ocm_power();
   /// A repeated reading changes nothing; a new one is counted, so that the control logic can tell a
-  /// fresh measurement from a repeated one. Throws nx_error -61 when it is not finite.
+  /// fresh measurement from a repeated one. Throws nx_error -61 if it is not finite.
   virtual void set_ocm_power(float power);
 
   virtual unsigned get_center_frequency();
@@ -70,19 +72,19 @@ class base {
   /// Creates the channel's tree values; id and direction must be set by then.
   virtual void setup_api(nx_db& db);
 
-  /// Creates "alarms/client/ID/DIRECTION/NAME/severity" at its first use.
+  /// Creates "alarms/client/ID/DIRECTION/NAME/severity" when first used.
   virtual void set_alarm(nx_db& db, const std::string& name, unsigned severity);
 
-  /// Recomputes the power at the client port from the last reading. Throws nx_error -22 on a
+  /// Recalculates the power at the client port from the last reading. Throws nx_error -22 for a
   /// direction other than "rx" and "tx".
   virtual void update_power();
 
   virtual float set_wanted_power_offset(float offset);
 
-  /// Offset that the target of this channel is moved by, dB.
+  /// Offset added to the channel's target, dB.
   float get_wanted_power_offset() const;
   /// Second part of the board's key for this channel's loss offset: its position in a fixed plan.
-  void set_loss_offset_index(unsigned index) { loss_offset_index_ = index; }
+  void set_loss_offset_index(unsigned index);
 
  protected:
   template <class T>
@@ -95,6 +97,7 @@ class base {
 
  private:
   void create_constants(nx_db& db);
+  float loss_offset_db();
 
   std::map<std::string, status_ptr<unsigned>> alarms_;
   std::atomic<std::uint32_t> id_{0};  // read by polled values while a product renumbers
@@ -102,6 +105,7 @@ class base {
   std::uint32_t width_ = 0;
   std::uint32_t wss_port_ = 2;
   std::uint32_t loss_offset_index_ = 0;
+  std::optional<board_number> loss_offset_db_;  // once it was asked for
   float wavelength_ = 0;
   float ocm_power_ = 0;
   std::string direction_ = "na";

@@ -1,10 +1,10 @@
-// The channels of one direction, keyed by centre frequency, and their place in the key store. The
+// The channels of one direction, keyed by centre frequency, and their storage in the key store. The
 // manager creates one plan for each direction and shares it with the loops.
 //
-// The mutex is the lock under which all work on channels runs; a client loop holds it for its walk,
-// so a channel command waits for the end of a cycle. It is not recursive: operations marked
-// "locked" expect the caller to hold it, the others take it themselves. RX comes before TX where
-// both are needed. T is the channel control class.
+// All work on channels runs under this mutex; a client loop holds it during its walk, so a channel
+// command waits for the end of a cycle. It is not recursive: operations marked "locked" expect the
+// caller to hold it, the others take it themselves. RX comes before TX if both are needed. T is the
+// channel control class.
 #pragma once
 
 #include <cstdint>
@@ -30,19 +30,20 @@ class plan {
   /// Slices of 6.25 GHz; direction "rx" or "tx".
   plan(unsigned slices, std::string direction);
 
-  /// Locked. Replaces an entry of the same frequency; creates no tree values and touches no device.
+  /// Locked. Replaces an entry with the same frequency; creates no tree values and touches no
+  /// device.
   std::shared_ptr<T> add_channel(unsigned frequency, unsigned width, unsigned port,
                                  std::string version);
-  /// Locked. An absent channel is logged.
+  /// Locked. A missing channel is logged.
   void remove_channel(unsigned frequency);
 
   std::optional<std::shared_ptr<T>> get_channel(unsigned frequency);
 
-  /// Locked. Replaces the whole plan with the stored one. A store that is away leaves it as it was
-  /// (nx_error -5); a stored text that is no plan, or holds no good entry, leaves it empty
-  /// (nx_error -22). Bad entries among good ones are left out and logged.
+  /// Locked. Replaces the whole plan with the stored one. If the store is away, the plan stays as
+  /// it was (nx_error -5); if the stored text is not a plan, or has no valid entry, the plan is
+  /// empty (nx_error -22). Bad entries among good ones are left out and logged.
   void load();
-  /// Locked. Throws nx_error -5 when the store is away.
+  /// Locked. Throws nx_error -5 if the store is away.
   void save();
   /// Locked.
   std::string to_json();
@@ -51,7 +52,7 @@ class plan {
   nx::ranked_mutex& get_mutex() { return mutex_; }
   const std::string& get_direction() const { return direction_; }
   unsigned get_slices() const { return slices_; }
-  /// What is told of the channels, guarded by the mutex.
+  /// Published data about the channels, guarded by the mutex.
   const std::shared_ptr<insight::channel_board>& get_board() { return board_; }
 
  private:

@@ -11,11 +11,6 @@ namespace channel {
 
 namespace {
 
-/// What the command accepts that adds channels: all that it ever stored loads again.
-constexpr std::int64_t lowest_center = 18000001;
-constexpr std::int64_t highest_center = 19999999;
-constexpr std::int64_t highest_port = 34;
-
 struct bad_entry {
   std::string fault;
 };

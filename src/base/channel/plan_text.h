@@ -1,5 +1,5 @@
-// The stored form of a channel plan: a JSON array of objects, in ascending centre frequency and
-// without blanks. Frequencies and widths in units of 10 MHz.
+// The stored form of a channel plan: a JSON array of objects, in order of ascending centre
+// frequency and without blanks. Frequencies and widths in units of 10 MHz.
 #pragma once
 
 #include <cstdint>
@@ -22,20 +22,20 @@ struct plan_entry {
 /// Slices of 6.25 GHz in the widest band of a model.
 inline constexpr std::uint32_t widest_band_slices = models::selka_slices;
 
-/// Of a band of so many slices, which no channel is wider than.
+/// Width of a band with this many slices, which is the limit for a channel.
 constexpr std::uint32_t band_width(std::uint32_t slices) {
   return slices * 625;
 }
 
 struct parsed_plan {
   std::vector<plan_entry> entries;  ///< the good ones, in the order of the text
-  unsigned left_out = 0;            ///< how many are bad
-  std::string first_fault;          ///< which of them is the first, and what is wrong with it
+  unsigned left_out = 0;            ///< number of bad ones
+  std::string first_fault;          ///< position of the first bad one, and what is wrong with it
 };
 
 /// An empty text is an empty plan: the key was never written. An entry that no switch can have, or
-/// that overlaps with one before it, is as bad as one that cannot be read. Throws nx_error -22 with
-/// what is wrong when the text is no array of objects, and when none of its entries is good.
+/// that overlaps an earlier one, is as bad as one that cannot be read. Throws nx_error -22, saying
+/// what is wrong, if the text is not an array of objects, or if none of its entries is valid.
 parsed_plan parse_plan(const std::string& text, std::uint32_t band_slices = widest_band_slices);
 
 std::string plan_to_text(const std::vector<plan_entry>& entries);

@@ -1,7 +1,7 @@
-// The guard over what the amplifier–monitor calibration learns from: a difference counts only when
-// both readings are of one and the same light, and of now. A monitor tells of light that it
-// measured a pass ago, and after a restart instruments may tell for a while what they told before
-// it. A pure value: readings and time are handed in. On the manager thread.
+// The guard on what the amplifier–monitor calibration learns from: a difference counts only if both
+// readings are of the same light and current. A monitor reports light that it measured a pass ago,
+// and after a restart instruments may repeat old readings for a while. A pure value: readings and
+// time are passed in. On the manager thread.
 #pragma once
 
 #include <chrono>

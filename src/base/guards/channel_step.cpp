@@ -15,22 +15,22 @@ constexpr float coarsest_half_step_db = 0.26f;
 constexpr float trembling_db = 0.05f;
 constexpr auto rest_of_read_back = 1s;
 
-// Switches move within 2 s of a write: one that shows nothing in 5 s has lost it.
+// Switches move within 2 s of a write: one that shows nothing after 5 s has lost it.
 constexpr auto first_patience = 5s;
 constexpr auto longest_patience = 30s;
 
-// Below that, noise and the switch's own step hide an effect.
+// Below this, noise and the switch's own step hide an effect.
 constexpr float visible_step_db = 1.0f;
 constexpr float adoptable_step_db = 0.5f;
 constexpr float least_share_of_effect = 0.25f;
 constexpr float tolerance_db = 0.3f;
 constexpr float tolerance_share = 0.3f;
 constexpr auto patience_for_effect = 30s;
-// A reading from before that shows the step is its effect all the same, where no other follows: a
-// monitor without noise tells nothing new.
+// An earlier reading that shows the step also counts as its effect if no other follows: a monitor
+// without noise reports nothing new.
 constexpr auto patience_for_reading = 2500ms;
 constexpr float whole_effect_share = 0.1f;
-// Services tell old readings for some 20 s after a restart of theirs.
+// Services repeat old readings for about 20 s after a restart.
 constexpr auto believed_unchanged = 22s;
 
 constexpr auto slowest_pass = 5s;
@@ -41,7 +41,7 @@ constexpr auto longest_rise = 30s;
 
 constexpr float saturated_db = 1.0f;
 constexpr float hiding_db = 0.2f;
-// The monitor may tell of light that it measured a pass ago.
+// The monitor may report light that it measured a pass ago.
 constexpr auto behind_saturation = 1s;
 
 constexpr float same_target_db = 0.005f;
@@ -103,7 +103,7 @@ void last_step::look_for_movement(const channel_view& view) {
   } else if (step_->shown != step_->read_back && view.now - step_->shown_at >= rest_of_read_back) {
     step_->moved_at = step_->shown_at;
   }
-  // A read-back that stood still while the light moved tells nothing of the next steps either.
+  // A read-back that did not move while the light did says nothing about the next steps either.
   const bool is_dead = std::fabs(step_->from - step_->read_back) > trembling_db;
   if (has_expired(view) && (is_dead || light_followed(view))) step_->followed = true;
 }
@@ -128,8 +128,8 @@ bool last_step::has_expired(const channel_view& view) const {
   return step_ && !step_->moved_at && view.now - step_->at >= patience(step_->futile_tries);
 }
 
-/// By how much the light is further from the step's effect than readings of one and the same light
-/// lie apart; none or less: it shows all of it.
+/// How far the light is from the step's full effect, less the normal scatter between readings of
+/// the same light; zero or less means that it shows the full effect.
 float last_step::missing_effect(const channel_view& view, float expected, float share) const {
   const float apart = std::fabs(view.power - step_->power - expected);
   return apart - std::max(tolerance_db, share * std::fabs(expected));

@@ -9,17 +9,17 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// More than a read-back trembles, less than the smallest step of regulation.
+// More than the tremble of a read-back, less than the smallest step of regulation.
 constexpr float noticed_move_db = 0.05f;
 constexpr float close_to_asked_db = 0.15f;
-// Half of the coarsest steps met (0.5 dB), and a little.
+// A little more than half of the coarsest step known (0.5 dB).
 constexpr float close_to_end_db = 0.3f;
 // A step below this may be lost in the attenuator's own resolution.
 constexpr float coarsest_resolution_db = 0.5f;
 
 constexpr std::chrono::nanoseconds first_pause = 3s;
 constexpr std::chrono::nanoseconds longest_pause = 1min;
-// The same write again and again tells nothing new.
+// Repeating the very same write gives no new information.
 constexpr std::chrono::nanoseconds longest_pause_of_a_repeat = 10min;
 constexpr unsigned most_doublings = 10;
 
@@ -53,7 +53,8 @@ attenuator_watch::decision attenuator_watch::decide_step(float read_back, float 
     const bool is_there = std::fabs(read_back - asked) <= close_to_end_db;
     return {repeats_end && is_there ? verdict::at_end : verdict::write, described};
   }
-  // Lost, or too small for it: asked for again, with what was wanted since while that is little.
+  // Lost, or too small for it: requested again, together with what has been wanted since, as long
+  // as that is little.
   const bool ahead = (asked - read_back) * adjustment > 0;
   float wanted = described;
   if (ahead) {

@@ -1,10 +1,10 @@
-// Does the line's attenuator do what it is asked? Its proxy swallows a failed write, a write may be
-// lost on its way, and a read-back may move late, in coarse steps, or not at all. What was asked
-// for is kept here until the read-back has answered; a write that finds no answer is repeated at
-// growing pauses from where the attenuator stands, one that is below its resolution is carried
-// over, and the end of its range is asked for once.
+// Does the line's attenuator do what it is asked? Its proxy swallows a failed write, a write may
+// get lost, and a read-back may move late, in coarse steps, or not at all. The requested value is
+// kept here until the read-back has responded. A write without a response is repeated at growing
+// intervals from where the attenuator is, one below its resolution is carried over, and the end of
+// its range is requested only once.
 //
-// A value class of the manager thread without clock or device; throws nothing. Attenuations dB.
+// A value class of the manager thread without clock or device; throws nothing. Attenuations in dB.
 #pragma once
 
 #include <chrono>
@@ -22,8 +22,8 @@ class attenuator_watch {
 
   enum class verdict {
     write,
-    waiting,  ///< the last write has not been answered yet
-    at_end    ///< it stands at the end of its range, as it was asked to
+    waiting,  ///< the last write has had no response yet
+    at_end    ///< it is at the end of its range, as requested
   };
   struct decision {
     verdict what;
@@ -32,7 +32,7 @@ class attenuator_watch {
 
   /// What it shows now.
   void look(float read_back);
-  /// A step by `adjustment`. On an attenuator that answers it starts from the read-back.
+  /// A step by `adjustment`. On an attenuator that responds, it starts from the read-back.
   decision decide_step(float read_back, float adjustment, float minimum, float maximum,
                        steady_point now) const;
   /// A setting to `wanted`, which the attenuator does not show yet.
@@ -40,9 +40,9 @@ class attenuator_watch {
   void wrote(float from, float asked, steady_point now);
 
   std::optional<steady_point> last_write() const;
-  /// It has moved since the last write, or stands where it was asked to.
+  /// It has moved since the last write, or is where it was asked to be.
   bool has_answered() const { return !request_ || request_->answered; }
-  /// The last write asked for this, and was answered.
+  /// The last write requested this, and it has responded.
   bool has_taken(float attenuation) const;
 
  private:
@@ -56,7 +56,7 @@ class attenuator_watch {
   std::chrono::nanoseconds pause_before(float attenuation) const;
 
   std::optional<request> request_;
-  unsigned silent_ = 0;  // writes in a row that found no answer, before the last
+  unsigned silent_ = 0;  // consecutive writes without a response, before the last
 };
 
 }  // namespace guards

@@ -3,7 +3,7 @@
 namespace guards {
 
 bool is_opening_loss(float osc_tx_power, float loss) {
-  // Optics that are out of service tell -40 dBm and less; no supervisory channel bridges 50 dB.
+  // Optics that are out of service report -40 dBm or less; no supervisory channel bridges 50 dB.
   constexpr float least_tx_power = -30.0f;
   constexpr float least_loss = -1.0f;
   constexpr float largest_loss = 50.0f;
@@ -11,7 +11,7 @@ bool is_opening_loss(float osc_tx_power, float loss) {
 }
 
 bool is_within(float attenuation, float minimum, float maximum) {
-  return attenuation >= minimum && attenuation <= maximum;  // false for what is no number
+  return attenuation >= minimum && attenuation <= maximum;  // false for NaN
 }
 
 }  // namespace guards

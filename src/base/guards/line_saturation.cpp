@@ -8,11 +8,13 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Attenuator and amplifier are at rest.
+// Attenuator and amplifier are at rest after this.
 constexpr auto settling_time = 300ms;
-// The peer's loop tells twice a second: what it told on the way it would have told anew.
+// The peer's loop reports twice a second: what it reported in between, it would have reported
+// again.
 constexpr auto two_cycles_of_the_peer = 900ms;
-// Channel powers tell that the peer's loop has run, not that it saw the step: by then it has.
+// Channel powers show that the peer's loop has run, but not that it saw the step: after this time
+// it has.
 constexpr auto several_cycles_of_the_peer = 3s;
 
 // Half of the smallest step.

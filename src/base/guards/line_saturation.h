@@ -1,12 +1,12 @@
-// May the line give way to a saturated far preamp once more? Each step wants evidence of the one
-// before it, from a peer that is alive: a saturation that changed after the step, or, since a peer
-// tells changes alone, channel powers that changed well after it. A saturation that answers no step
-// is no measurement and is not followed for long.
+// May the line give way to a saturated far preamp again? Each step needs evidence of the one before
+// it, from a peer that is alive: a saturation that changed after the step or, since a peer reports
+// only changes, channel powers that changed well after it. A saturation that responds to no step is
+// not a measurement and is not followed for long.
 //
-// The peer's client loop tells both from the same cycle: whatever stops that loop, a dead daemon, a
-// hung one, a dead switch service, another mode, stops both.
+// The peer's client loop reports both from the same cycle: whatever stops that loop (a dead or hung
+// daemon, a dead switch service, another mode) stops both.
 //
-// A value class of the manager thread without clock or device; throws nothing. Saturations dB.
+// A value class of the manager thread without clock or device; throws nothing. Saturations in dB.
 #pragma once
 
 #include <chrono>
@@ -32,15 +32,15 @@ struct saturation_evidence {
 
 enum class saturation_verdict {
   step,
-  settling,  ///< it was told while the last write was on its way
+  settling,  ///< it was reported before the last write took effect
   stale,     ///< nothing of the peer changed after the last write
-  unmoved    ///< it tells the same saturation after several steps
+  unmoved    ///< the same saturation is reported after several steps
 };
 
 class saturation_steps {
  public:
   saturation_verdict judge(const saturation_evidence& seen) const;
-  /// A step was made on this saturation.
+  /// A step was made because of this saturation.
   void stepped(float saturation);
   /// A new connection.
   void reset();

@@ -1,7 +1,7 @@
-// The loss of a span as the difference of two powers of which each was measured: a failed read is
-// not darkness, and a loss made of one counts for nothing.
+// The loss of a span as the difference of two powers that were both measured: a failed read is not
+// darkness, and a loss calculated from one does not count.
 //
-// Pure functions; they throw nothing. Powers dBm, losses dB.
+// Pure functions; they throw nothing. Powers in dBm, losses in dB.
 #pragma once
 
 #include <optional>
@@ -14,13 +14,16 @@ inline constexpr helpers::guard_kind line_known{"line-known"};
 
 /// A power of light on the line; empty for what its taps show in the dark or out of service.
 std::optional<float> lit_power(float reading);
+/// The same of the supervisory channel: its optics see -40 dBm at best and tell their floor in the
+/// dark.
+std::optional<float> lit_osc_power(float reading);
 
-/// The power of one channel behind an amplifier: a reading and a calibration of which each can be
-/// may add up to what cannot.
+/// The power of one channel after an amplifier: a reading and a calibration may each be possible
+/// while their sum is not.
 bool is_channel_power(float calibrated);
 
-/// Empty unless both are known, and for a far end that gets clearly more than was sent: the two
-/// readings do not belong together.
+/// Empty unless both are known, and if the far end receives clearly more than was sent: then the
+/// two readings do not belong together.
 std::optional<float> span_between(std::optional<float> sent, std::optional<float> received);
 
 }  // namespace guards

@@ -1,5 +1,5 @@
-// Guards of the front panel: when a channel that has not told its state stops holding back the LEDs
-// of all others. Pure; called on the LED thread.
+// Guards on the front panel: when a channel that has not reported its state stops holding back the
+// LEDs of all others. Pure; called on the LED thread.
 #pragma once
 
 #include <chrono>
@@ -10,11 +10,11 @@ namespace guards {
 
 inline constexpr helpers::guard_kind panel_unknown_channel{"panel-unknown-channel"};
 
-/// A loop that is set up tells all its channels in its first cycle. One that still has not after
-/// this is down, and may be for long.
+/// A loop that is set up reports all its channels in its first cycle. One that has not done so
+/// after this time is down, perhaps for long.
 inline constexpr std::chrono::seconds panel_patience{10};
 
-/// `unknown_for`: how long some channel has not told its state, without a break.
+/// `unknown_for`: how long some channel has not reported its state, without interruption.
 constexpr bool panel_waits_for_channels(bool all_known, std::chrono::nanoseconds unknown_for) {
   return !all_known && unknown_for < panel_patience;
 }

@@ -21,12 +21,13 @@ void actuator_record::step(time_point now, float change) {
   turn_to(minute);
   auto& place = minutes_[static_cast<std::size_t>(minute % minutes_kept)];
   ++place.steps;
+  ++steps_;
   last_step_ = now;
   const bool turns_round = last_change_ * change < 0;
   last_change_ = change;
   if (!turns_round) return;
   ++place.reversals;
-  std::ranges::rotate(turns_, turns_.begin() + 1);
+  std::rotate(turns_.begin(), turns_.begin() + 1, turns_.end());
   turns_.back() = now;
   turn_count_ = std::min(turn_count_ + 1, turns_of_hunting);
 }

@@ -1,6 +1,7 @@
-// The steps of one attenuator: how many in the last hour, how often they turned round, and whether
-// it hunts: three turns within ten minutes with nothing to answer between them. A pure value; time
-// is handed in, and never runs backwards. The loop's thread writes it; whoever shares it locks.
+// The steps of one attenuator: how many in the last hour, how often they reversed, and whether it
+// hunts, that is, reversed three times within ten minutes without a cause in between. A pure value;
+// time is passed in and never runs backwards. Written by the loop's thread; an owner that shares it
+// locks it.
 #pragma once
 
 #include <array>
@@ -14,13 +15,15 @@ class actuator_record {
  public:
   using time_point = std::chrono::steady_clock::time_point;
 
-  /// A write that moved the attenuator by `change`, dB; the sign alone counts. None of 0 dB.
+  /// A write that moved the attenuator by `change`, dB; only the sign matters. 0 dB is ignored.
   void step(time_point now, float change);
-  /// Something came from outside that the next steps answer: light that came or went, another
-  /// target, an unblock. Turns before it are no sign of hunting, and the next step turns nothing.
+  /// An external cause of the next steps: light that came or went, a new target, an unblock.
+  /// Reversals before it are no sign of hunting, and the next step does not count as one.
   void event();
 
-  /// To the minute: of the minute that runs, and of the 59 before.
+  /// Since the record began.
+  unsigned steps() const { return steps_; }
+  /// To the minute: the current minute and the 59 before.
   unsigned steps_last_hour(time_point now) const;
   unsigned reversals_last_hour(time_point now) const;
   bool is_hunting(time_point now) const;
@@ -42,10 +45,11 @@ class actuator_record {
   unsigned sum(time_point now, Count count) const;
 
   std::array<of_minute, minutes_kept> minutes_{};  // by minute, modulo 60
-  std::int64_t newest_ = -1;                       // minute of the newest place
+  std::int64_t newest_ = -1;                       // minute of the newest entry
   std::array<time_point, turns_of_hunting> turns_{};
+  unsigned steps_ = 0;
   unsigned turn_count_ = 0;  // since the last event, up to the size of turns_
-  float last_change_ = 0;    // 0 after an event: nothing to turn round
+  float last_change_ = 0;    // 0 after an event: the next step is no reversal
   std::optional<time_point> last_step_;
 };
 

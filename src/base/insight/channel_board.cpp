@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/insight/event_log.h"
+#include "helpers/waiting.h"
 
 namespace insight {
 
@@ -61,7 +62,7 @@ void channel_board::look(channel_record& record, const channel_verdict& verdict)
   record.is_settled_ = verdict.is_settled;
   record.is_under_way_ = (record.is_under_way_ || news.set_out) && !news.arrived && verdict.lit;
   record.took_part_ = record.is_under_way_ || news.arrived;
-  // What waits for a person moves nobody.
+  // A channel that needs a person does not count as moving.
   const bool moves = states::row_of(verdict.state()).how != states::severity::person;
   any_under_way_ = any_under_way_ || (record.took_part_ && moves);
   had_event_ = had_event_ || news.came_on || news.went_dark || news.set_out_by_wish;
@@ -99,6 +100,17 @@ void channel_board::note_rest() {
     record->rest_error_ = record->is_settled_ ? record->error_ : no_figure;
 }
 
+void channel_board::tell_news() {
+  const auto now = helpers::waiting::instance().steady_now().time_since_epoch();
+  const auto minute = std::chrono::floor<std::chrono::minutes>(now);
+  const bool is_new_minute = minute != minute_;
+  minute_ = minute;
+  bool is_news = is_new_minute;
+  for (const auto& [frequency, record] : records_)
+    is_news = record->refresh(is_new_minute) || is_news;
+  if (is_news) ++news_;
+}
+
 void channel_board::finish() {
   if (had_event_) {
     for (const auto& [frequency, record] : records_)
@@ -106,8 +118,7 @@ void channel_board::finish() {
   }
   any_under_way_ ? let_feel() : note_rest();
   had_event_ = any_under_way_ = false;
-  for (const auto& [frequency, record] : records_)
-    record->refresh();
+  tell_news();
 }
 
 std::vector<channel_board::record_ptr> channel_board::records() const {

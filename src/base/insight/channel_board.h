@@ -1,10 +1,12 @@
-// All channels of one direction as insight sees them. It takes the loop's verdicts in, finds what
-// channels did to each other, tells the event log, and after each walk lets subscribers know. It
-// stands beside the plan.
+// All channels of one direction as insight sees them. It takes the loop's verdicts, finds out how
+// channels affected each other, reports to the event log, and informs subscribers after each walk.
+// It exists alongside the plan.
 //
-// Whoever enters, removes, looks or finishes holds the plan's mutex; `records` is for any thread.
+// Adding, removing, looking and finishing require the plan's mutex; `records` is for any thread.
 #pragma once
 
+#include <atomic>
+#include <chrono>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -22,23 +24,25 @@ class channel_board {
 
   explicit channel_board(std::string direction) : direction_(std::move(direction)) {}
 
-  /// One of the same frequency is replaced.
+  /// Replaces one with the same frequency.
   void enter(record_ptr record);
-  /// A command has added the channel, beyond what the plan held at the start.
+  /// A command has added the channel to those that the plan had at the start.
   void added(unsigned frequency);
-  /// Takes the record and its nodes off.
+  /// Removes the record and its nodes.
   void remove(unsigned frequency);
-  /// The same with all others than these: the plan has been loaded anew.
+  /// Removes all others than these: the plan has been loaded again.
   void keep(const std::set<unsigned>& frequencies);
 
-  /// What the walk has come to with one channel.
+  /// The walk's result for one channel.
   void look(channel_record& record, const channel_verdict& verdict);
-  /// The walk is over.
+  /// The walk is complete.
   void finish();
 
-  /// In ascending frequency.
+  /// In order of ascending frequency.
   std::vector<record_ptr> records() const;
   const std::string& direction() const { return direction_; }
+  /// Another one than before when a channel has news, and once a minute.
+  unsigned news() const { return news_.load(std::memory_order_relaxed); }
 
  private:
   struct largest_moves {
@@ -51,11 +55,14 @@ class channel_board {
   largest_moves moves() const;
   void let_feel();
   void note_rest();
+  void tell_news();
 
   const std::string direction_;
-  bool had_event_ = false;      // in this walk, of one that others answer too
+  bool had_event_ = false;      // in this walk, a change that other channels respond to as well
   bool any_under_way_ = false;  // when this walk began, or since
-  mutable std::mutex mutex_;    // guards the map against readers; held for copies alone
+  std::chrono::minutes minute_{0};
+  std::atomic<unsigned> news_{0};
+  mutable std::mutex mutex_;  // guards the map against readers; held only for copies
   std::map<unsigned, record_ptr> records_;
 };
 

@@ -4,8 +4,10 @@
 #include <rapidjson/document.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "api/lazy_value.h"
+#include "base/insight/news.h"
 #include "helpers/waiting.h"
 #include "platform/value_tree/event_frame.h"
 #include "platform/value_tree/nx_db.h"
@@ -18,7 +20,7 @@ namespace {
 
 using nx::json_value;
 
-/// To the hundredth: what changes below it is no news.
+/// To a hundredth: smaller changes are not news.
 float rounded(float value) {
   return std::round(value * 100.0f) / 100.0f;
 }
@@ -27,7 +29,7 @@ json_value number(float value) {
   return json_value(std::round(double{value} * 100.0) / 100.0);
 }
 
-/// The wall clock of a moment of the steady one.
+/// The wall clock time of a point in steady time.
 std::string time_text(time_point moment) {
   auto& waiting = helpers::waiting::instance();
   const auto ago = waiting.steady_now() - moment;
@@ -58,16 +60,19 @@ void channel_record::setup_api(nx_db& db, unsigned id, unsigned frequency,
       lazy_value<&record::get_dead_band>::create(db, path("deadBand"), self),
       lazy_value<&record::get_headroom_up>::create(db, path("headroomUp"), self),
       lazy_value<&record::get_headroom_down>::create(db, path("headroomDown"), self),
-      lazy_value<&record::get_age>::create(db, path("age"), self),
-      lazy_value<&record::get_steps_last_hour>::create(db, path("stepsLastHour"), self),
+      told_age<&record::get_age>(db, path("age"), self),
       lazy_value<&record::get_arrival>::create(db, path("arrival"), self),
   };
+  counts_ = {lazy_value<&record::get_steps>::create(db, path("steps"), self),
+             lazy_value<&record::get_steps_last_hour>::create(db, path("stepsLastHour"), self)};
 }
 
 void channel_record::remove_api() {
-  for (const auto& node : nodes_)
-    node->db->remove_node(node->get_path(0));
-  nodes_.clear();
+  for (auto* nodes : {&counts_, &nodes_}) {
+    for (const auto& node : *nodes)
+      node->db->remove_node(node->get_path(0));
+    nodes->clear();
+  }
 }
 
 void channel_record::added() {
@@ -94,9 +99,30 @@ void channel_record::felt(const neighbour& other) {
   view_.ways.felt(other);
 }
 
-void channel_record::refresh() {
+bool channel_record::take_news() {
+  const std::lock_guard lock(mutex_);
+  const auto last = view_.ways.last();
+  told_figures now{.verdict = view_.verdict,
+                   .last_step = view_.actuator.last_step(),
+                   .neighbour_moved = last && last->felt_most ? last->felt_most->moved : 0};
+  if (looks_alike(told_.verdict, now.verdict) && told_.last_step == now.last_step &&
+      looks_alike(told_.neighbour_moved, now.neighbour_moved)) {
+    return false;
+  }
+  told_ = std::move(now);
+  return true;
+}
+
+bool channel_record::refresh(bool is_new_minute) {
+  const bool is_news = take_news();
+  if (is_news || is_new_minute) {
+    for (const auto& count : counts_)
+      count->refresh();
+  }
+  if (!is_news) return false;
   for (const auto& node : nodes_)
     node->refresh();
+  return true;
 }
 
 channel_record::view channel_record::snapshot() const {
@@ -130,7 +156,7 @@ nx::api::reading<float> channel_record::figure() {
     if (is_figure(value)) return rounded(value);
   }
   const auto now = snapshot();
-  return nx_error(-61, absence(now.verdict, history(now)));
+  return nx_error(nx_error::no_value, absence(now.verdict, history(now)));
 }
 
 nx::api::reading<float> channel_record::get_target() {
@@ -155,6 +181,11 @@ nx::api::reading<float> channel_record::get_age() {
   return figure<&channel_verdict::age>();
 }
 
+unsigned channel_record::get_steps() {
+  const std::lock_guard lock(mutex_);
+  return view_.actuator.steps();
+}
+
 unsigned channel_record::get_steps_last_hour() {
   const std::lock_guard lock(mutex_);
   return view_.actuator.steps_last_hour(helpers::waiting::instance().steady_now());
@@ -163,7 +194,7 @@ unsigned channel_record::get_steps_last_hour() {
 nx::api::reading<nx::json_document> channel_record::get_arrival() {
   const auto now = snapshot();
   const auto last = now.ways.last();
-  if (!last) return nx_error(-61, "The channel has not come to a target yet");
+  if (!last) return nx_error(nx_error::no_value, "The channel has not come to a target yet");
   nx::json_document document(rapidjson::kObjectType);
   auto& allocator = document.GetAllocator();
   const bool under_way = now.ways.is_under_way();

@@ -15,7 +15,7 @@ using states::channel_state;
 struct reason_row {
   channel_reason reason;
   channel_state state;
-  const char* text;  ///< behind "3.1 dB too strong; ", where there is such a figure
+  const char* text;  ///< after "3.1 dB too strong; ", if there is such a figure
 };
 
 // In the order of the enumeration.
@@ -88,7 +88,7 @@ bool waits_for_a_step(channel_reason reason) {
 }
 
 std::string off_by(float error) {
-  // What rounds to nothing is neither.
+  // A figure that rounds to zero is neither.
   if (std::fabs(error) < 0.05f) return "as strong as wanted";
   return fmt::format("{:.1f} dB too {}", std::fabs(error), error > 0 ? "strong" : "weak");
 }

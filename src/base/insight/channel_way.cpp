@@ -8,17 +8,17 @@ namespace insight {
 
 namespace {
 
-// Beyond the dead band by this much a channel that rested has been moved by something.
+// A channel at rest that is beyond the dead band by this much has been moved by something.
 constexpr float disturbance_db = 1.0f;
-// Two readings of steady light, one after the other, lie no further apart with any monitor in use.
+// Two successive readings of steady light differ by no more than this on any monitor in use.
 constexpr float jump_db = 2.0f;
-// Above what the fibre's measured length trembles by.
+// More than the tremble of the fibre's measured length.
 constexpr float wish_db = 0.2f;
 
-// A monitor's pass or two, and the switch's settling.
+// One or two monitor passes, and the switch's settling.
 constexpr std::chrono::seconds patience_with_unblocking{10};
 
-/// A look that could not see says nothing of the light.
+/// A look that could not see says nothing about the light.
 bool could_see(const channel_verdict& now) {
   const auto state = now.state();
   return state != states::channel_state::reading_unknown &&
@@ -77,7 +77,7 @@ void channel_way::note_exhaustion(const channel_verdict& now, news& told) {
   const bool exhausted =
       state == states::channel_state::too_weak || state == states::channel_state::too_strong;
   told.exhausted = exhausted && !is_exhausted_;
-  // What waits for a reading may be exhausted all the same: the next judgement tells.
+  // A channel that waits for a reading may still be exhausted: the next judgement will show.
   if (exhausted || now.is_settled || !now.lit || now.step != 0) is_exhausted_ = exhausted;
 }
 

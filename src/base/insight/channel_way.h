@@ -1,7 +1,7 @@
-// A channel's ways to its target: what set it going, when it arrived, in how many steps, how far
-// beyond it went, and what its neighbours felt of it. A pure value: the verdicts of the loop's
-// looks are handed in, in their order. dB and s; the loop's thread writes it, whoever shares it
-// locks.
+// A channel's way to its target: what started it, when the channel arrived, in how many steps, how
+// far it overshot, and the effect on its neighbours. A pure value: the verdicts of the loop's looks
+// are passed in, in order. dB and s; written by the loop's thread, and an owner that shares it
+// locks it.
 #pragma once
 
 #include <chrono>
@@ -16,7 +16,7 @@ const char* name_of(way_cause cause);
 
 /// The change of another channel's light.
 struct neighbour {
-  unsigned id = 0;  ///< as paths name it
+  unsigned id = 0;  ///< its name in paths
   float moved = 0;  ///< signed
 };
 
@@ -26,8 +26,8 @@ struct way {
   std::optional<time_point> arrived{};  ///< empty: under way
   unsigned steps = 0;
   float largest_step = 0;  ///< signed
-  float from = no_figure;  ///< error that it began with
-  float beyond = 0;        ///< largest excursion to the other side of the target
+  float from = no_figure;  ///< initial error
+  float beyond = 0;        ///< largest excursion beyond the target
   std::optional<neighbour> felt_most{};
 
   float seconds(time_point now) const;
@@ -42,22 +42,22 @@ class channel_way {
     bool set_out = false;
     bool arrived = false;
     bool exhausted = false;
-    /// Something from outside that this channel's next steps answer.
+    /// An external cause of this channel's next steps.
     bool is_event() const { return came_on || went_dark || is_disturbed || set_out_by_wish; }
     bool is_disturbed = false;     ///< by 2 dB or more from one reading to the next
-    bool set_out_by_wish = false;  ///< of the operator: target, unblock
+    bool set_out_by_wish = false;  ///< by the operator: target, unblock
   };
 
-  /// The channel was added by a command: its first light is for that.
+  /// The channel was added by a command: its first light is because of that.
   void added() { is_new_ = true; }
   news look(const channel_verdict& now);
-  /// Of another channel, while under way and in the look that it arrived in.
+  /// Change of another channel, while under way and in the look in which it arrived.
   void felt(const neighbour& other);
 
   bool is_under_way() const { return present_.has_value(); }
-  /// The way that it is on, or the last that it went to its end; empty before the first.
+  /// The present way, or the last one completed; empty before the first.
   std::optional<way> last() const { return present_ ? present_ : finished_; }
-  /// Arrived, and not set going since: what moves it now comes from others.
+  /// It has arrived and nothing has started it since: if it moves now, others are the cause.
   bool is_at_rest() const { return at_rest_; }
 
  private:
@@ -68,8 +68,8 @@ class channel_way {
   void note_jump(const channel_verdict& now, news& told);
   void note_exhaustion(const channel_verdict& now, news& told);
 
-  std::optional<way> present_;   // the way that it is on
-  std::optional<way> finished_;  // the last that came to its end
+  std::optional<way> present_;   // the present way
+  std::optional<way> finished_;  // the last one completed
   bool is_new_ = false;
   bool was_lit_ = false;
   bool is_blocked_ = false;
@@ -77,7 +77,7 @@ class channel_way {
   bool at_rest_ = false;
   bool is_exhausted_ = false;
   float wish_ = no_figure;
-  float light_ = no_figure;  // reading with the attenuation taken out: what comes in
+  float light_ = no_figure;  // reading with the attenuation taken out: the incoming power
 };
 
 }  // namespace insight

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <type_traits>
 
+#include "base/guards/line_span.h"
+#include "base/insight/news.h"
 #include "base/manager/nexel_paths.h"
 #include "device/reading_kind.h"
 #include "helpers/waiting.h"
@@ -19,8 +21,6 @@ namespace {
 
 using device::reading_kind;
 namespace paths = manager::nexel_paths;
-
-constexpr std::int32_t no_value = -61;
 
 struct device_row {
   const char* name;
@@ -76,9 +76,9 @@ constexpr auto rows = std::to_array<value_row>({
     {"sfp", "inputPower", "data/rxPower", number, reading_kind::osc_power},
     {"sfp", "outputPower", "data/txPower", number, reading_kind::osc_power},
     {"switch", "status", "data/moduleStatus", text},
-    // The other signs of life of devices whose readings are subscribed.
+    // Other signs of life of devices whose readings are subscribed to.
     {"twinSwitch", "planLoaded", "data/module/add/channelPlanLoaded", flag},
-    {"monitor", "planLoaded", "data/module/add/channelPlanLoaded", flag},
+    {"monitor", "planLoaded", "data/port/0/channelPlanLoaded", flag},
 });
 // clang-format on
 
@@ -125,7 +125,7 @@ void device_board::publish_rows(nx_db& db, unsigned device) {
   const auto path = [&](const char* name) {
     return fmt::format("insight/device/{}/{}", devices[device].name, name);
   };
-  nodes_.push_back(lazy_value<&device_board::get_age>::create(db, path("age"), self, device));
+  nodes_.push_back(told_age<&device_board::get_age>(db, path("age"), self, device));
   nodes_.push_back(lazy_value<&device_board::get_alive>::create(db, path("alive"), self, device));
   for (unsigned row = 0; row < rows.size(); ++row) {
     if (device_of(row) != device) continue;
@@ -135,7 +135,7 @@ void device_board::publish_rows(nx_db& db, unsigned device) {
     } else if (rows[row].what == flag) {
       nodes_.push_back(lazy_value<&device_board::get_flag>::create(db, at, self, row));
     } else {
-      nodes_.push_back(lazy_value<&device_board::get_number>::create(db, at, self, row));
+      nodes_.push_back(told_value<&device_board::get_number>(db, at, self, row));
     }
   }
 }
@@ -158,8 +158,11 @@ void device_board::take_row(unsigned row, const device::cycle_reads& reads, kept
     kept.failure = "Not read in the last cycle";
     return;
   }
-  if (const auto* error = std::get_if<nx_client_exception>(answer)) {
-    kept.failure = error->message;
+  const auto* error = std::get_if<nx_client_exception>(answer);
+  if (error != nullptr) kept.failure = error->message;
+  // A refusal is an answer too.
+  if (error != nullptr &&
+      (error->code == nx_error::not_connected || error->code == nx_error::no_answer)) {
     return;
   }
   std::visit(
@@ -178,7 +181,7 @@ void device_board::refresh() {
     node->refresh();
 }
 
-// With the lock held.
+// Called with the lock held.
 float device_board::number_of(unsigned row) const {
   const auto& at = rows[row];
   if (at.what == difference) {
@@ -186,16 +189,17 @@ float device_board::number_of(unsigned row) const {
     return std::max(wanted - number_of(row_of(at.device, "actualGain")), 0.0f);
   }
   const auto* told = std::get_if<float>(&values_.at(row).what);
-  if (told == nullptr) throw nx_error(no_value, values_.at(row).failure);
+  if (told == nullptr) throw nx_error(nx_error::no_value, values_.at(row).failure);
   switch (device::judge(at.kind, *told)) {
     case device::verdict::measured:
-      return *told;
+      if (at.kind != reading_kind::osc_power || guards::lit_osc_power(*told)) return *told;
+      [[fallthrough]];
     case device::verdict::nothing_measured:
-      throw nx_error(no_value, "Dark: there is nothing to measure");
+      throw nx_error(nx_error::no_value, "Dark: there is nothing to measure");
     case device::verdict::refused:
       break;
   }
-  throw nx_error(no_value, device::refusal_text(at.kind, *told));
+  throw nx_error(nx_error::no_value, device::refusal_text(at.kind, *told));
 }
 
 std::optional<float> device_board::number(const std::string& device,
@@ -218,19 +222,19 @@ float device_board::get_number(unsigned row) {
 std::string device_board::get_text(unsigned row) {
   const std::lock_guard lock(mutex_);
   if (const auto* told = std::get_if<std::string>(&values_.at(row).what)) return *told;
-  throw nx_error(no_value, values_.at(row).failure);
+  throw nx_error(nx_error::no_value, values_.at(row).failure);
 }
 
 bool device_board::get_flag(unsigned row) {
   const std::lock_guard lock(mutex_);
   if (const auto* told = std::get_if<bool>(&values_.at(row).what)) return *told;
-  throw nx_error(no_value, values_.at(row).failure);
+  throw nx_error(nx_error::no_value, values_.at(row).failure);
 }
 
 float device_board::get_age(unsigned device) {
   const std::lock_guard lock(mutex_);
   const auto last = devices_.at(device).last_answer;
-  if (!last) throw nx_error(no_value, "It has not answered yet");
+  if (!last) throw nx_error(nx_error::no_value, "It has not answered yet");
   return std::chrono::duration<float>(now() - *last).count();
 }
 

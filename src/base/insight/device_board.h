@@ -1,9 +1,9 @@
-// What the cycle's snapshot holds of each device, for "insight/device" and the ladder: it is copied
-// when the snapshot has come, and nothing is asked for it. Of a device that does not answer the
-// last readings are gone, its age grows, and it is not alive.
+// The contents of the cycle's snapshot for each device, for "insight/device" and the ladder: copied
+// when the snapshot has arrived; nothing extra is read. If a device does not answer, its last
+// readings are dropped, its age grows, and it is not alive.
 //
-// take and refresh on the manager thread, the getters on any; the lock is a leaf. Powers dBm, gains
-// and attenuations dB, lengths km, ages s.
+// take and refresh on the manager thread, the getters on any; the lock is a leaf. Powers in dBm,
+// gains and attenuations in dB, lengths in km, ages in s.
 #pragma once
 
 #include <chrono>
@@ -23,17 +23,18 @@ namespace insight {
 
 class device_board : public std::enable_shared_from_this<device_board> {
  public:
-  /// Publishes the devices that these wishes are sent to.
+  /// Publishes the devices to which these reads are sent.
   void setup_api(nx_db& db, const std::vector<device::read_wish>& wishes);
   /// What has just been fetched.
   void take(const device::cycle_reads& reads);
   void refresh();
 
-  /// A number that the last snapshot held; empty for one in the dark, beyond its kind's range or
-  /// not told.
+  /// A number from the last snapshot; empty if it was measured in the dark, is outside its kind's
+  /// range or was not reported.
   std::optional<float> number(const std::string& device, const std::string& name) const;
 
-  // Getters of the published values; error -61 with the reason for what has no meaning now.
+  // Getters of the published values; error -61 with the reason if a value has no meaning at
+  // present.
   float get_number(unsigned row);
   std::string get_text(unsigned row);
   bool get_flag(unsigned row);
@@ -48,7 +49,7 @@ class device_board : public std::enable_shared_from_this<device_board> {
     std::string failure = "Not read yet";
   };
   struct kept_device {
-    std::string nexel{};  ///< address of its client; empty where the model has none
+    std::string nexel{};  ///< address of its client; empty if the model does not have it
     bool alive = false;
     std::optional<std::chrono::steady_clock::time_point> last_answer{};
   };

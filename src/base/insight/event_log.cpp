@@ -21,20 +21,38 @@ namespace insight {
 namespace {
 
 constexpr std::array<const char*, static_cast<std::size_t>(event_kind::count)> names{
-    "lit",          "dark",           "arrived",          "exhausted",
-    "guardBegan",   "guardEnded",     "loopDown",         "loopUp",
-    "cut",          "mended",         "peerIdentified",   "peerLost",
-    "channelAdded", "channelRemoved", "parameterWritten", "startFailed"};
+    "lit",
+    "dark",
+    "arrived",
+    "exhausted",
+    "guardBegan",
+    "guardEnded",
+    "loopDown",
+    "loopUp",
+    "cut",
+    "mended",
+    "stalled",
+    "resumed",
+    "peerIdentified",
+    "peerLost",
+    "channelAdded",
+    "channelRemoved",
+    "parameterWritten",
+    "startFailed"};
 
-/// A stored plan or a script is no news worth its length.
+/// A stored plan or a script is not worth its length in the log.
 constexpr std::size_t longest_value = 200;
+
+/// Writes of one parameter at most this far apart are one event: a client that writes in a loop
+/// must not push everything else out of the log.
+constexpr std::chrono::seconds pause_of_a_row{10};
 
 double seconds_of(std::chrono::nanoseconds time) {
   return std::chrono::duration<double>(time).count();
 }
 
 void hear_of_guard(const helpers::guard_register::change& change) {
-  // What a healthy node meets in ordinary work is no event.
+  // What a healthy node meets in ordinary work is not an event.
   if (change.guard.log_level < 2) return;
   std::vector<detail> details{{"guard", change.guard.name}, {"reason", change.what.reason}};
   if (!change.begins) {
@@ -47,8 +65,7 @@ void hear_of_guard(const helpers::guard_register::change& change) {
 
 void hear_of_parameter(const std::string& path, const std::string& value) {
   const bool fits = value.size() <= longest_value;
-  event_log::instance().tell(event_kind::parameter_written, path,
-                             {{"value", fits ? value : value.substr(0, longest_value) + "..."}});
+  event_log::instance().tell_written(path, fits ? value : value.substr(0, longest_value) + "...");
 }
 
 void append_member(std::string& text, const char* name, const std::string& value) {
@@ -96,7 +113,7 @@ std::string channel_subject(const char* direction, unsigned channel) {
   return std::string("client ") + direction + ' ' + std::to_string(channel);
 }
 
-/// The log on one tree. Its own lock is the log's.
+/// The log on one tree. It uses the log's own lock.
 class event_log::node : public nx_db_event_node, public nx::own_history {
  public:
   explicit node(const std::string& name) : nx_db_event_node(name) {}
@@ -133,7 +150,7 @@ class event_log::node : public nx_db_event_node, public nx::own_history {
     return record;
   }
 
-  /// With the log's lock held.
+  /// Called with the log's lock held.
   void send(const event& what) {
     if (db && has_subscribers()) {
       send_event_impl(nx::api::value_changed_event(*this, get_path(0), json_of(what)), false);
@@ -150,7 +167,7 @@ class event_log::node : public nx_db_event_node, public nx::own_history {
 event_log::event_log() {
   helpers::guard_register::instance().set_observer(hear_of_guard);
   nx::api::watch_parameters(hear_of_parameter);
-  // Not by way of `instance`: what was wrong before is told now.
+  // Not through `instance`: existing faults are reported now.
   helpers::start_report::instance().set_observer(
       [this](const std::string& subject, const std::string& text) {
         tell(event_kind::start_failed, subject, {{"reason", text}});
@@ -163,15 +180,62 @@ event_log& event_log::instance() {
   return *the_log;
 }
 
-void event_log::tell(event_kind kind, std::string on, std::vector<detail> details) {
-  event what{helpers::waiting::instance().system_now(), kind, std::move(on), std::move(details)};
-  const std::lock_guard lock(mutex_);
+// Everything up to `tell` is called with the lock held.
+void event_log::send(const event& what) {
   std::erase_if(nodes_, [](const auto& each) { return each.expired(); });
   for (const auto& each : nodes_) {
     if (const auto alive = each.lock()) alive->send(what);
   }
+}
+
+void event_log::add(event what) {
+  send(what);
   events_.push_back(std::move(what));
+  ++told_;
   if (events_.size() > depth) events_.pop_front();
+}
+
+event* event_log::find(const written& row) {
+  const auto oldest = told_ - events_.size();
+  return row.number < oldest ? nullptr : &events_[row.number - oldest];
+}
+
+void event_log::tell(event_kind kind, std::string on, std::vector<detail> details) {
+  event what{helpers::waiting::instance().system_now(), kind, std::move(on), std::move(details)};
+  const std::lock_guard lock(mutex_);
+  add(std::move(what));
+}
+
+void event_log::tell_written(const std::string& path, const std::string& value) {
+  const auto now = helpers::waiting::instance().steady_now();
+  const auto time = helpers::waiting::instance().system_now();
+  const std::lock_guard lock(mutex_);
+  const auto known = written_.find(path);
+  auto* open = known != written_.end() && now - known->second.last <= pause_of_a_row
+                   ? find(known->second)
+                   : nullptr;
+  if (open == nullptr) {
+    written_.insert_or_assign(path, written{.number = told_, .last = now});
+    return add({time, event_kind::parameter_written, path, {{"value", value}}});
+  }
+  auto& row = known->second;
+  row.last = now;
+  ++row.writes;
+  open->details = {{"value", value},
+                   {"writes", static_cast<double>(row.writes)},
+                   {"until", nx::event_time(time)}};
+}
+
+void event_log::settle() {
+  const auto now = helpers::waiting::instance().steady_now();
+  const std::lock_guard lock(mutex_);
+  std::erase_if(written_, [&](const auto& entry) {
+    const auto& row = entry.second;
+    if (now - row.last <= pause_of_a_row) return false;
+    const auto* ended = find(row);
+    if (ended != nullptr && row.writes > 1) send(*ended);
+    return true;
+  });
 }
 
 void event_log::publish(nx_db& db) {
@@ -188,6 +252,7 @@ std::vector<event> event_log::events() const {
 void event_log::reset() {
   const std::lock_guard lock(mutex_);
   events_.clear();
+  written_.clear();
 }
 
 }  // namespace insight

@@ -1,9 +1,9 @@
-// What has happened on the node, one event a change, for "insight/log": who comes later reads the
-// newest thousand. Kept as plain records; JSON is made for who reads or subscribes, and for nobody
-// else. docs/insight.md has the kinds and their details.
+// What has happened on the node, one event per change, for "insight/log"; a later reader gets the
+// newest thousand. Kept as plain records; JSON is only made for readers and subscribers.
+// docs/insight.md lists the kinds and their details.
 //
-// Any thread tells and reads; telling takes the log's own lock, in the place of a node's in the
-// order of locks, waits for nobody and throws nothing. Times are the daemon's wall clock.
+// Any thread reports and reads. Reporting takes the log's own lock, which ranks like a node's in
+// the lock order, never blocks and throws nothing. Times are the daemon's wall clock.
 #pragma once
 
 #include <chrono>
@@ -11,6 +11,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -30,6 +31,8 @@ enum class event_kind : unsigned char {
   loop_up,
   cut,
   mended,
+  stalled,  ///< the line has stopped regulating, and needs a person
+  resumed,
   peer_identified,
   peer_lost,
   channel_added,
@@ -39,10 +42,10 @@ enum class event_kind : unsigned char {
   count
 };
 
-/// As "event" of the JSON tells it.
+/// The value of "event" in the JSON.
 const char* name_of(event_kind kind);
 
-/// A figure with its unit in docs/insight.md, or a word. The name has to outlive the log.
+/// A figure, with its unit in docs/insight.md, or a word. The name must outlive the log.
 using detail = std::pair<const char*, std::variant<double, std::string>>;
 
 struct event {
@@ -55,19 +58,26 @@ struct event {
 /// {"time", "event", "on", and the details by their names}.
 std::string json_of(const event& what);
 
-/// "client rx 19140000", as the guards name a channel.
+/// "client rx 19140000", the guards' name for a channel.
 std::string channel_subject(const char* direction, unsigned channel);
 
 class event_log {
  public:
   static constexpr std::size_t depth = 1000;
 
-  /// That of the process; it hears of guards and parameters by itself.
+  /// The process's log; it observes guards and parameters by itself.
   static event_log& instance();
 
   void tell(event_kind kind, std::string on, std::vector<detail> details = {});
+  /// The same parameter written again within ten seconds stays one event: that of the first write,
+  /// with the newest value, the number of writes, and the time of the last.
+  void tell_written(const std::string& path, const std::string& value);
+  /// Sends the outcome of such a series of writes to subscribers when it has ended; called in each
+  /// cycle.
+  void settle();
 
-  /// Puts "insight/log" on the tree: a string, its newest event, with all of them as its history.
+  /// Puts "insight/log" on the tree: a string with the newest event, and all of them as its
+  /// history.
   void publish(nx_db& db);
 
   /// Oldest first.
@@ -78,10 +88,22 @@ class event_log {
  private:
   class node;
 
-  event_log();
+  /// The newest event of a parameter.
+  struct written {
+    std::uint64_t number;  ///< of the event, counted since the process's start
+    std::chrono::steady_clock::time_point last;
+    unsigned writes = 1;
+  };
 
-  mutable std::mutex mutex_;
+  event_log();
+  event* find(const written& row);
+  void add(event what);
+  void send(const event& what);
+
+  mutable std::mutex mutex_;  // guards the members below
   std::deque<event> events_;
+  std::uint64_t told_ = 0;                            // events since the start
+  std::unordered_map<std::string, written> written_;  // by path; those whose series may continue
   std::vector<std::weak_ptr<node>> nodes_;
 };
 

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "base/manager/loops/line_arithmetic.h"
+#include "helpers/db_math.h"
 
 namespace insight {
 
@@ -11,18 +12,15 @@ namespace {
 
 using namespace ladder_limits;
 
-// A channel by itself: attenuator and monitor are off by a few tenths, and a laser is not.
+// For a single channel: attenuator and monitor are off by a few tenths, and a laser is not
+// constant.
 constexpr float noticed_of_one = 1.5f;
-// Two differences are of one instrument when they cancel to this.
+// Two differences are due to the same instrument if they cancel to within this.
 constexpr float cancels_within = 0.7f;
 constexpr std::size_t enough_for_a_median = 4;
 
-double mw(float dbm) {
-  return std::pow(10.0, double{dbm} / 10.0);
-}
-
 float dbm(double milliwatts) {
-  return static_cast<float>(10.0 * std::log10(milliwatts));
+  return static_cast<float>(helpers::linear_to_db(milliwatts));
 }
 
 std::optional<float> operator-(std::optional<float> a, std::optional<float> b) {
@@ -41,7 +39,7 @@ bool cancel(std::optional<float> a, std::optional<float> b) {
   return a && b && std::fabs(*b) > noticed / 2 && std::fabs(*a + *b) < cancels_within;
 }
 
-/// Less the usual; and whether that is known, or else is held against `limit`.
+/// The difference less the usual one, if that is known; otherwise compared with `limit`.
 struct deviation {
   std::optional<float> by;
   bool is_wrong;
@@ -79,11 +77,11 @@ std::optional<ladder_finding> amplifier_fault(const deviation& amplifier,
   return ladder_finding{.where = at, .what = ladder_fault::monitor, .by = *monitor.by};
 }
 
-/// `behind` is what follows the line: a tap that is off shows there with the other sign.
+/// `behind` is what follows the line: a tap that is off shows there with the opposite sign.
 std::optional<ladder_finding> span_fault(const deviation& fibre, const deviation& line,
                                          std::optional<float> behind) {
   if (fibre.is_wrong) {
-    // Of a fibre that has grown the signals lose as much as the supervisory channel.
+    // If a fibre's loss has grown, the signals lose as much as the supervisory channel.
     const bool signals_agree = !line.by || std::fabs(*line.by) < std::fabs(*fibre.by) / 2;
     return ladder_finding{.where = ladder_point::fibre,
                           .what = signals_agree ? ladder_fault::span : ladder_fault::osc_tap,
@@ -105,10 +103,10 @@ std::optional<ladder_sums> sums_of(const ladder_view& view) {
   double far = 0;
   bool all_far = true;
   for (const auto& channel : view.lit) {
-    monitored += mw(channel.monitored);
-    before_switch += mw(channel.monitored + channel.attenuation);
+    monitored += helpers::db_to_linear(channel.monitored);
+    before_switch += helpers::db_to_linear(channel.monitored + channel.attenuation);
     all_far = all_far && channel.far;
-    if (channel.far) far += mw(*channel.far);
+    if (channel.far) far += helpers::db_to_linear(*channel.far);
   }
   return ladder_sums{.monitored = dbm(monitored),
                      .far_monitored = all_far ? std::optional(dbm(far)) : std::nullopt,
@@ -132,7 +130,7 @@ differences differences_of(const ladder_view& view, light_way way) {
   if (way == light_way::tx) return found;
   found.far = sums->far_monitored + view.far_calibration - (view.received + view.far_gain);
   if (!view.input) return found;
-  // How the input is shared out, the monitor behind the amplifier tells; how much it is, the tap.
+  // The monitor after the amplifier shows how the input is divided; the tap shows how much it is.
   for (const auto& channel : view.lit) {
     found.ports[channel.id] =
         *view.input + channel.monitored - sums->monitored + channel.attenuation;
@@ -174,14 +172,10 @@ std::optional<ladder_finding> first_fault(const differences& now, const differen
       return ladder_finding{.where = ladder_point::ports, .what = what, .by = *common};
     }
   }
-  if (const auto found = amplifier_fault(amplifier, monitor)) return found;
-  if (const auto found = span_fault(fibre, line, far.by)) return found;
+  if (auto found = amplifier_fault(amplifier, monitor)) return found;
+  if (auto found = span_fault(fibre, line, far.by)) return found;
   if (!far.is_wrong) return std::nullopt;
   return ladder_finding{.where = ladder_point::far, .what = ladder_fault::gain, .by = *far.by};
-}
-
-bool is_plausible(const std::optional<float>& difference, float limit) {
-  return difference && std::fabs(*difference) <= limit;
 }
 
 }  // namespace insight

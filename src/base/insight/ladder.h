@@ -1,11 +1,9 @@
-// The path of the light point by point: what each instrument should tell, worked out from the point
-// before it and the losses and gains that are known, and what it does tell. The first point that
-// disagrees is where to look; how its neighbours disagree tells a lost decibel from an instrument
-// that is off.
+// The light path point by point: what each instrument should read, calculated from the point before
+// it and the known losses and gains, and what it does read. The first point that disagrees is where
+// to look; how its neighbours disagree tells lost light from an instrument that is off.
 //
-// Arithmetic alone: no device, peer, clock or tree; throws nothing. Powers dBm, losses and gains
-// dB. "rx" is the light from this node's clients to the far end's, "tx" the light that comes from
-// there.
+// Pure arithmetic: no device, peer, clock or tree; throws nothing. Powers in dBm, losses and gains
+// in dB. "rx" is the light from this node's clients to the far end's, "tx" the light from there.
 #pragma once
 
 #include <map>
@@ -20,42 +18,42 @@ enum class light_way { rx, tx };
 struct lit_channel {
   unsigned id;
   float attenuation;           ///< of this node's switch
-  float monitored;             ///< by this node's monitor, as it stands in its reading
-  std::optional<float> far{};  ///< by the far end's monitor, likewise
+  float monitored;             ///< raw reading of this node's monitor
+  std::optional<float> far{};  ///< raw reading of the far end's monitor
 };
 
-/// What is known in one moment. Empty: not known, or dark.
+/// What is known at one moment. Empty: not known, or dark.
 struct ladder_view {
   std::vector<lit_channel> lit{};
-  // This node's amplifier on the way: booster or preamp.
+  // This node's amplifier on the path: booster or preamp.
   std::optional<float> input{};
   std::optional<float> output{};
-  std::optional<float> gain;         ///< as it tells it now, not as it was set
-  std::optional<float> calibration;  ///< of the board: from the monitor to the amplifier's output
-  /// The drop switch stands between the amplifier's stages.
+  std::optional<float> gain;         ///< as it reports it now, not as it was set
+  std::optional<float> calibration;  ///< of the board: from monitor to amplifier output
+  /// The drop switch is between the amplifier's stages.
   bool switch_inside = false;
-  // At the two connectors of the fibre, signals and supervisory channel.
+  // At the two fibre connectors, signals and supervisory channel.
   std::optional<float> sent;
   std::optional<float> received;
   std::optional<float> osc_sent;
   std::optional<float> osc_received;
-  // The far amplifier, on the way out.
+  // The far amplifier, on the path out.
   std::optional<float> far_gain;
   std::optional<float> far_calibration;
 };
 
-/// Of all lit channels together.
+/// All lit channels together.
 struct ladder_sums {
   float monitored = 0;  ///< as the monitor reads it
   std::optional<float> far_monitored;
-  float inside = 0;  ///< what a switch inside the amplifier takes of the sum
+  float inside = 0;  ///< share of the sum that a switch inside the amplifier takes
 };
 std::optional<ladder_sums> sums_of(const ladder_view& view);
 
 /// Loss of the fibre at signal wavelengths, from that of the supervisory channel.
 std::optional<float> span_by_osc(const ladder_view& view);
 
-/// Each told figure less the one before it.
+/// Each figure less the one before it.
 struct differences {
   std::map<unsigned, float> ports{};  ///< of a client: the light it brings to the switch
   std::optional<float> amplifier{};   ///< output less input and gain
@@ -89,18 +87,16 @@ struct ladder_finding {
   }
 };
 
-/// The first point, in the direction of the light, at which the present differences leave those of
-/// `usual`. What is not in `usual` is held against its own limit where board and devices tell what
-/// to expect, and is no finding where only experience could.
+/// The first point, in the direction of the light, at which the present differences leave the
+/// `usual` ones. A difference that has no usual value is compared with its own limit if board and
+/// devices say what to expect; if only experience could, it is not a finding.
 std::optional<ladder_finding> first_fault(const differences& now, const differences& usual,
                                           light_way way);
 
-/// The deviation that most channels share; empty without a channel that both know.
+/// The deviation that most channels share; empty if there is no channel that both know.
 std::optional<float> common_deviation(const std::map<unsigned, float>& now,
                                       const std::map<unsigned, float>& usual);
 
-/// Whether a difference may be taken for the usual one: within what board and devices can be off.
-bool is_plausible(const std::optional<float>& difference, float limit);
 namespace ladder_limits {
 inline constexpr float amplifier = 1.5f;  ///< two taps and the calibration of one
 inline constexpr float line = 2.5f;       ///< four taps, and a fibre's two wavelengths

@@ -12,20 +12,24 @@ using namespace std::chrono_literals;
 
 constexpr auto time_to_learn = 60s;
 constexpr float stands_still_within = 0.5f;
-/// Instruments are seconds apart: while something moves, one or two looks disagree.
+// A deliberate change is not wrong for ever, and a difference that nobody has attended to for a day
+// is no news.
+constexpr auto time_to_accept = 24h;
+constexpr float steady_for_a_day_within = 1.0f;
+/// Instruments are seconds apart: while something moves, one or two looks may disagree.
 constexpr unsigned looks_to_believe = 5;
 
 }  // namespace
 
 void usual_value::look(std::optional<float> now, time_point when, std::optional<float> limit) {
-  if (known_) return;
   if (!now || (limit && std::fabs(*now) > *limit)) {
     count_ = 0;
     return;
   }
+  const float band = known_ ? steady_for_a_day_within : stands_still_within;
   lowest_ = count_ == 0 ? *now : std::min(lowest_, *now);
   highest_ = count_ == 0 ? *now : std::max(highest_, *now);
-  if (count_ == 0 || highest_ - lowest_ > stands_still_within) {
+  if (count_ == 0 || highest_ - lowest_ > band) {
     lowest_ = highest_ = *now;
     since_ = when;
     sum_ = 0;
@@ -33,7 +37,11 @@ void usual_value::look(std::optional<float> now, time_point when, std::optional<
   }
   sum_ += double{*now};
   ++count_;
-  if (when - since_ >= time_to_learn) known_ = static_cast<float>(sum_ / count_);
+  const auto mean = static_cast<float>(sum_ / count_);
+  const bool is_new = !known_ && when - since_ >= time_to_learn;
+  const bool is_accepted = known_ && when - since_ >= time_to_accept &&
+                           std::fabs(mean - *known_) > ladder_limits::noticed;
+  if (is_new || is_accepted) known_ = mean;
 }
 
 void ladder_book::learn(const differences& now, time_point when) {

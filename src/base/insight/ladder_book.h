@@ -1,9 +1,9 @@
-// What a node remembers of the path of the light: the newest look at it, what the differences
-// between its instruments usually are, and the fault that several looks in a row have found. The
-// usual is taken from the first minute in which a difference stood still, and kept until the
-// process ends: what has changed since is a finding.
+// What a node remembers of the light path: the newest look at it, the usual differences between its
+// instruments, and the fault found by several looks in a row. The usual difference is taken from
+// the first minute in which it was steady, and kept until the process ends: any later change is a
+// finding, at least until it has been steady for a day.
 //
-// Looks on the manager thread, reads on any; the lock is a leaf in the order of locks.
+// Looks on the manager thread, reads on any; the lock is a leaf in the lock order.
 #pragma once
 
 #include <chrono>
@@ -16,12 +16,13 @@
 
 namespace insight {
 
-/// Becomes a number once the figure has stood still for a minute.
+/// Becomes a number once the figure has been steady for a minute, and another one once it has been
+/// steady elsewhere for a day.
 class usual_value {
  public:
   using time_point = std::chrono::steady_clock::time_point;
 
-  /// `limit`: what cannot be usual, since something else tells what to expect.
+  /// `limit`: values beyond it cannot be usual, since something else says what to expect.
   void look(std::optional<float> now, time_point when, std::optional<float> limit);
   std::optional<float> get() const { return known_; }
 
@@ -46,7 +47,7 @@ class ladder_book {
     ladder_view view;
     differences now;
     differences usual;
-    std::optional<ladder_finding> fault;  ///< as several looks have found it
+    std::optional<ladder_finding> fault;  ///< as found by several looks
   };
   page open() const;
   light_way way() const { return way_; }
@@ -66,7 +67,7 @@ class ladder_book {
   void settle(std::optional<ladder_finding> found);
 
   const light_way way_;
-  usual_values usual_;                       // the manager thread's
+  usual_values usual_;                       // used only by the manager thread
   std::optional<ladder_finding> candidate_;  // likewise
   unsigned agreeing_ = 0;
   mutable std::mutex mutex_;  // guards the page
@@ -75,7 +76,7 @@ class ladder_book {
 
 /// The ladder as docs/insight.md describes it.
 std::string ladder_json(const ladder_book::page& page, light_way way);
-/// One sentence: what is wrong where; empty when nothing is.
+/// One sentence: what is wrong and where; empty if nothing is.
 std::string ladder_sentence(const ladder_finding& fault, light_way way);
 
 }  // namespace insight

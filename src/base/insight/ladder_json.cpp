@@ -1,4 +1,4 @@
-// The ladder as people and programs read it.
+// The ladder in the form for people and programs.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "base/insight/ladder_book.h"
+#include "helpers/db_math.h"
 #include "platform/wire/json_text.h"
 
 namespace insight {
@@ -19,7 +20,7 @@ struct rung {
   number expected;
   number measured;
   number usual;       ///< difference that is taken for granted
-  const char* basis;  ///< what the expectation rests on, or why there is none
+  const char* basis;  ///< basis of the expectation, or why there is none
   std::optional<ladder_point> at{};
 };
 
@@ -52,7 +53,7 @@ const char* name_of(ladder_fault what) {
   return "oscTap";
 }
 
-/// Mean of the lit channels for a sum of theirs.
+/// Mean of the lit channels, from their sum.
 class mean_of {
  public:
   explicit mean_of(std::size_t channels)
@@ -64,18 +65,19 @@ class mean_of {
   number share_;
 };
 
-/// Where the light of the clients enters the switch, less the switch's own loss: from the usual.
+/// Power at which the clients' light enters the switch, less the switch's own loss: from the usual.
 number usual_input(const ladder_book::page& page) {
   double sum = 0;
   for (const auto& channel : page.view.lit) {
     const auto usual = page.usual.ports.find(channel.id);
     if (usual == page.usual.ports.end()) return std::nullopt;
-    sum += std::pow(10.0, double{usual->second - channel.attenuation} / 10.0);
+    sum += helpers::db_to_linear(usual->second - channel.attenuation);
   }
-  return page.view.lit.empty() ? std::nullopt : number(static_cast<float>(10.0 * std::log10(sum)));
+  return page.view.lit.empty() ? std::nullopt
+                               : number(static_cast<float>(helpers::linear_to_db(sum)));
 }
 
-// Each expectation is the difference's own arithmetic turned round, so that the two never disagree.
+// Each expectation inverts the arithmetic of the difference, so that the two never disagree.
 number expected_of(number measured, number difference, number usual) {
   return measured - difference + number(usual.value_or(0.0f));
 }
@@ -159,7 +161,7 @@ std::string basis_of(const rung& at, number difference) {
   return fmt::format("{}; {:+.2f} dB are usual", at.basis, *at.usual);
 }
 
-/// Per channel where this node's monitor tells it.
+/// Per channel if this node's monitor measures it.
 std::string channels_of(const ladder_book::page& page, const ladder_finding* fault) {
   std::string text = "[";
   for (const auto& channel : page.view.lit) {

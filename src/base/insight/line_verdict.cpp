@@ -13,7 +13,7 @@ using enum states::line_state;
 struct row {
   line_reason reason;
   states::line_state state;
-  const char* sentence;  ///< {0} to {2} are the figures, {3} the word, {4} where the VOA stands
+  const char* sentence;  ///< {0} to {2} are the figures, {3} the word, {4} where the VOA is
 };
 
 // clang-format off
@@ -23,8 +23,10 @@ constexpr auto rows = std::to_array<row>({
     {line_reason::voa_away, device_failed, "the VOA tells that it is not up: nothing is done until it is. Look at the service voa_sfp"},
     {line_reason::failed, device_failed, "a device fails: {3}"},
     {line_reason::no_light, no_fibre, "neither light nor supervisory channel comes in: the amplifiers are off{4}. Mend the fibre, the line then opens by itself"},
+    {line_reason::no_way_out, no_fibre, "no signal comes in and the far end does not answer, but its supervisory light arrives: the amplifiers are off{4}. Mend the fibre that goes out, the line then opens by itself"},
     {line_reason::amplifiers_go_on, waiting_for_readings, "preamp and booster have just been switched on"},
     {line_reason::link_down, no_supervisory_link, "light comes in, but the supervisory channel is down: the peer cannot be read{4}. Look at the supervisory optics of both ends"},
+    {line_reason::link_one_way, no_supervisory_link, "the supervisory light of the far end arrives, but it does not hear this node: the peer cannot be read{4}. Look at the fibre that goes out, and at this node's supervisory optics"},
     {line_reason::nobody_answers, no_peer, "nobody answers at the other end of the supervisory link{4}. Look at the far node and at this node's supervisory interface"},
     {line_reason::peer_is_lost, no_peer, "the connection to the peer ({3}) is lost{4}. Look at the far node; it is taken up again by itself"},
     {line_reason::product_not_known, peer_not_known, "the peer calls itself {3}, of which no powers are known{4}. Set the VOA by hand, or give both ends a software that knows the other"},
@@ -46,12 +48,41 @@ constexpr auto rows = std::to_array<row>({
     {line_reason::saturation_unmoved, far_preamp_saturated, "the far preamp lacks {0:.1f} dB of its gain, and no step has changed that. Look at the far preamp"},
     {line_reason::saturation_lost, waiting_for_readings, "whether the far preamp is saturated is not known any more: it gets no more light"},
     {line_reason::spans_not_known, waiting_for_readings, "the peer has not told what the spans of this fibre lose"},
+    {line_reason::spans_missing, peer_stands_still, "the peer is connected and does not tell the power that it sends, so the span is not known: the gain stays as it is. Look at the line's devices at the far node"},
     {line_reason::few_spans, waiting_for_readings, "{0:.0f} of {1:.0f} looks at the spans of the in-line amplifier"},
     {line_reason::spans_fit, at_rest, "VOA and preamp are set for the spans of {0:.1f} dB out and {1:.1f} dB in"},
     {line_reason::span_withheld, waiting_for_readings, "the spans of the in-line amplifier lead to no setting: {3}"},
     {line_reason::gain_fits, at_rest, "the preamp's gain is set for the span of {0:.1f} dB that comes in"},
     {line_reason::managed_elsewhere, not_regulated, "in this mode the management software tells the span"},
     {line_reason::no_attenuator, not_regulated, "this model has no VOA on the line: the far end makes up for the span"},
+    {line_reason::node_leaves_alone, not_regulated, "left alone: {3}{4}"},
+});
+// clang-format on
+
+struct brief_row {
+  line_reason reason;
+  const char* text;  ///< with the places of a sentence
+};
+
+// clang-format off
+constexpr auto briefs = std::to_array<brief_row>({
+    {line_reason::voa_away, "the VOA is not up; look at voa_sfp"},
+    {line_reason::failed, "{3}"},
+    {line_reason::no_light, "amplifiers off{4}; mend the fibre"},
+    {line_reason::no_way_out, "amplifiers off{4}; mend the fibre that goes out"},
+    {line_reason::link_down, "the peer cannot be read{4}; look at the supervisory optics"},
+    {line_reason::link_one_way, "the far end does not hear this node{4}; look at the fibre that goes out"},
+    {line_reason::nobody_answers, "nobody answers{4}; look at the far node"},
+    {line_reason::peer_is_lost, "{3} is lost{4}; look at the far node"},
+    {line_reason::product_not_known, "it calls itself {3}{4}"},
+    {line_reason::no_sign_of_life, "nothing new for {0:.0f} s; look at the far node"},
+    {line_reason::saturation_is_old, "no news of its preamp; look at the far node"},
+    {line_reason::spans_missing, "the span is not known; look at the far node"},
+    {line_reason::fully_open, "the VOA is fully open, the peer wants {1:+.2f} dB"},
+    {line_reason::at_its_end, "the VOA is at its end, the peer wants {1:+.2f} dB"},
+    {line_reason::saturation_moved, "it lacks {0:.1f} dB of its gain"},
+    {line_reason::saturation_waits, "it lacks {0:.1f} dB of its gain"},
+    {line_reason::saturation_unmoved, "it lacks {0:.1f} dB of its gain; look at it"},
 });
 // clang-format on
 
@@ -72,6 +103,17 @@ const row& row_of(line_reason reason) {
 
 states::line_state state_of(line_reason reason) {
   return row_of(reason).state;
+}
+
+std::string brief_of(const line_verdict& verdict) {
+  const auto* found = std::ranges::find(briefs, verdict.reason, &brief_row::reason);
+  if (found == briefs.end()) return sentence_of(verdict);
+  std::string voa;
+  if (verdict.attenuation) voa = fmt::format(", VOA at {:.1f} dB", *verdict.attenuation);
+  if (verdict.preset)
+    voa = fmt::format(", VOA at the board's preset of {:.1f} dB", *verdict.preset);
+  return fmt::format(fmt::runtime(found->text), verdict.figures[0], verdict.figures[1],
+                     verdict.figures[2], verdict.word, voa);
 }
 
 std::string sentence_of(const line_verdict& verdict) {

@@ -1,9 +1,9 @@
-// What the line has made of its last cycle: its state, the reason, and the figures that decided.
-// The phase that decides fills it in, with the numbers that it has just used; the sentence is made
-// for who reads it.
+// The line's result of its last cycle: its state, the reason, and the deciding figures. Filled in
+// by the deciding phase, with the numbers that it has just used; the sentence is made when somebody
+// reads it.
 //
-// A plain value; pure functions that throw nothing. Powers dBm, attenuations and losses dB, times
-// s.
+// A plain value; pure functions that throw nothing. Powers in dBm, attenuations and losses in dB,
+// times in s.
 #pragma once
 
 #include <array>
@@ -15,15 +15,17 @@
 
 namespace insight {
 
-/// The figures of each are told beside it, in the order of `line_verdict::figures`.
+/// The figures of each are listed next to it, in the order of `line_verdict::figures`.
 enum class line_reason : unsigned char {
   not_run_yet,
   system_started,  ///< coldstart: the VOA before the amplifiers
-  voa_away,        ///< its service tells that it is not up
+  voa_away,        ///< its service reports that it is not up
   failed,          ///< word: what
   no_light,        ///< preamp and supervisory channel are dark
+  no_way_out,      ///< as before, but the far end's supervisory light comes in
   amplifiers_go_on,
-  link_down,  ///< light comes in, and no supervisory channel
+  link_down,     ///< light comes in, but no supervisory channel
+  link_one_way,  ///< as before, but the far end's supervisory light comes in
   nobody_answers,
   peer_is_lost,       ///< word: its product
   product_not_known,  ///< word: its product
@@ -45,12 +47,14 @@ enum class line_reason : unsigned char {
   saturation_unmoved,  ///< saturation
   saturation_lost,
   spans_not_known,
+  spans_missing,      ///< for longer than a peer needs to tell them
   few_spans,          ///< looks, of
   spans_fit,          ///< out, in
   span_withheld,      ///< word: why
   gain_fits,          ///< gain, span
   managed_elsewhere,  ///< management software gives the span
   no_attenuator,      ///< a model without a line VOA
+  node_leaves_alone,  ///< word: why
   count
 };
 
@@ -58,18 +62,21 @@ struct line_verdict {
   line_reason reason = line_reason::not_run_yet;
   std::array<float, 3> figures{};
   std::string word{};
-  /// Name of the guard that has withheld a write in this cycle; null for none.
+  /// Name of the guard that has withheld a write in this cycle; null if none has.
   const char* guard = nullptr;
-  /// Of the VOA, where it is left as it stands; empty on a model without one.
+  /// The VOA's attenuation, if it is left where it is; empty on a model without one.
   std::optional<float> attenuation{};
-  /// The VOA has opened at its preset, and waits there for a peer that tells of the fibre, dB.
+  /// The VOA has opened at its preset, in dB, and waits there for a peer that reports on the fibre.
   std::optional<float> preset{};
 
   bool operator==(const line_verdict&) const = default;
 };
 
 states::line_state state_of(line_reason reason);
-/// One sentence, two where a person can do something.
+/// What the daemon does about it and what a person can do, in a few words, for states that need
+/// one: "amplifiers off, VOA at 5.0 dB; mend the fibre".
+std::string brief_of(const line_verdict& verdict);
+/// One sentence, or two if a person can do something.
 std::string sentence_of(const line_verdict& verdict);
 
 }  // namespace insight

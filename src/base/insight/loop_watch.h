@@ -1,6 +1,6 @@
-// When a loop goes down and comes up again, for the log and the events: once each, and with the
-// failure that took it down. A loop that is set up again and fails in its next cycle has been down
-// all the time.
+// Reports when a loop goes down and comes up again, to the log and the events: once each, and with
+// the failure that took it down. A loop that is set up again and fails in its next cycle counts as
+// down throughout.
 //
 // On the manager thread; throws nothing.
 #pragma once
@@ -12,10 +12,10 @@ namespace insight {
 
 class loop_watch {
  public:
-  /// `name`: "line", "client rx"; the text has to outlive the object.
+  /// `name`: "line", "client rx"; the text must outlive the object.
   explicit loop_watch(const char* name) : name_(name) {}
 
-  /// At the end of a cycle: whether the loop went through the whole of it, and what failed.
+  /// At the end of a cycle: whether the loop completed it, and what failed.
   void look(bool went_through, const std::string& failure);
 
   bool is_down() const { return down_; }

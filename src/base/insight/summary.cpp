@@ -20,10 +20,10 @@ using states::channel_state;
 using states::line_state;
 using texts = std::vector<std::string>;
 
-// More of a kind are counted, not named.
+// Beyond this number of a kind, the rest are counted, not named.
 constexpr std::size_t named = 4;
 
-/// Something was there and is no more, and not just never came.
+/// Something was there and is no longer, as opposed to never having been there.
 bool is_lost(const node_facts& node) {
   switch (state_of(node.line.reason)) {
     case line_state::no_peer:
@@ -38,24 +38,30 @@ bool is_lost(const node_facts& node) {
   }
 }
 
+/// "12:03:10 UTC" of today's moments, "2026-01-31 12:03 UTC" of older ones.
+std::string since_text(std::chrono::system_clock::time_point since,
+                       std::chrono::system_clock::time_point now) {
+  const auto time = nx::event_time(since);  // 2026-01-31T12:03:10.123Z
+  if (now - since < std::chrono::hours(24)) return time.substr(11, 8) + " UTC";
+  return fmt::format("{} {} UTC", time.substr(0, 10), time.substr(11, 5));
+}
+
 void add_lost(const node_facts& node, texts& parts) {
   for (const auto& fault : node.faults) {
-    parts.push_back(
-        fmt::format("{} down since {} ({}): it is set up again every second. Look at "
-                    "the device that fails",
-                    fault.loop, nx::event_time(fault.since), fault.reason));
+    parts.push_back(fmt::format("{} down since {}: {}; set up again every second", fault.loop,
+                                since_text(fault.since, node.wall_clock), fault.reason));
   }
   const auto state = state_of(node.line.reason);
   if (!is_lost(node)) return;
   parts.push_back(fmt::format("{} since {}: {}", states::row_of(state).text,
-                              nx::event_time(node.line_since), sentence_of(node.line)));
+                              since_text(node.line_since, node.wall_clock), brief_of(node.line)));
 }
 
 std::string name_of(const known_channel& channel) {
   return thz(channel.frequency) + (channel.is_rx ? "" : " tx");
 }
 
-/// "191.70 exhausted (2.7 dB short)"; empty for what is as it should be.
+/// "191.70 exhausted (2.7 dB short)"; empty for a channel that is as it should be.
 std::string trouble_of(const known_channel& channel) {
   const auto& verdict = channel.verdict;
   const auto name = name_of(channel);
@@ -117,7 +123,7 @@ void add_line(const node_facts& node, texts& parts) {
   if (is_lost(node)) return;
   const auto& row = states::row_of(state_of(node.line.reason));
   auto text = fmt::format("line {}", row.text);
-  if (row.how == states::severity::person) text += fmt::format(" ({})", sentence_of(node.line));
+  if (row.how == states::severity::person) text += fmt::format(" ({})", brief_of(node.line));
   parts.push_back(std::move(text));
 }
 
@@ -134,7 +140,7 @@ json_value number(unsigned value) {
 
 json_value rest_of_side(const node_facts& node, bool is_rx, json_allocator& allocator) {
   sums all;
-  auto worst = std::tuple(0U, 0U);  // reversals count before steps
+  auto worst = std::tuple(0U, 0U);  // more important than steps
   for (const auto& channel : node.channels) {
     if (channel.is_rx != is_rx) continue;
     const auto steps = channel.actuator.steps_last_hour(node.now);
@@ -150,6 +156,8 @@ json_value rest_of_side(const node_facts& node, bool is_rx, json_allocator& allo
     all.worst.AddMember("reversals", number(reversals), allocator);
   }
   json_value side(rapidjson::kObjectType);
+  const auto* name = is_rx ? "client rx" : "client tx";
+  side.AddMember("up", std::ranges::count(node.faults, name, &loop_fault::loop) == 0, allocator);
   side.AddMember("stepsLastHour", number(all.steps), allocator);
   side.AddMember("reversalsLastHour", number(all.reversals), allocator);
   side.AddMember("hunts", !all.hunting.Empty(), allocator);
@@ -177,6 +185,7 @@ nx::json_document rest_of(const node_facts& node) {
   document.AddMember("client rx", rest_of_side(node, true, allocator), allocator);
   document.AddMember("client tx", rest_of_side(node, false, allocator), allocator);
   json_value line(rapidjson::kObjectType);
+  line.AddMember("up", state_of(node.line.reason) != line_state::device_failed, allocator);
   line.AddMember("stepsLastHour", number(node.voa.steps_last_hour(node.now)), allocator);
   line.AddMember("reversalsLastHour", number(node.voa.reversals_last_hour(node.now)), allocator);
   line.AddMember("hunts", node.voa.is_hunting(node.now), allocator);

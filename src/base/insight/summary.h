@@ -1,6 +1,6 @@
-// The node in one line for a person: what is lost comes first, with since when, what the daemon
-// does about it and what somebody can do; then the channels, the line, the peer. And how its loops
-// rest, for "insight/rest". Pure functions over copies, called when somebody reads.
+// The node in one line for a person: losses come first, with the time since when, what the daemon
+// is doing about it and what a person can do; then the channels, the line, the peer. Also the
+// stability of its loops, for "insight/rest". Pure functions on copies, called when somebody reads.
 #pragma once
 
 #include <chrono>
@@ -23,7 +23,7 @@ struct known_channel {
   actuator_record actuator;
 };
 
-/// A loop that is down, and what stops it.
+/// A loop that is down, and why.
 struct loop_fault {
   std::string loop;
   std::string reason;
@@ -36,18 +36,19 @@ struct node_facts {
   line_verdict line;
   std::chrono::system_clock::time_point line_since;  ///< of the line's state
   actuator_record voa;
-  std::string peer;  ///< product text; empty without one
+  std::string peer;  ///< product text; empty if there is none
   bool is_regulating = true;
   time_point now{};
+  std::chrono::system_clock::time_point wall_clock{};
 };
 
 /// "30 of 32 lit channels on target; 191.70 exhausted (2.7 dB short), 192.45 settling; line at
 /// rest; peer ORVA-LITE".
 std::string summary_of(const node_facts& node);
 
-/// {"client rx": {"stepsLastHour", "reversalsLastHour", "hunts", "hunting": [channels], "worst":
-/// {"channel", "steps", "reversals"} or null}, "client tx", "line": {"stepsLastHour",
-/// "reversalsLastHour", "hunts"}}
+/// {"client rx": {"up", "stepsLastHour", "reversalsLastHour", "hunts", "hunting": [channels],
+/// "worst": {"channel", "steps", "reversals"} or null}, "client tx", "line": {"up",
+/// "stepsLastHour", "reversalsLastHour", "hunts"}}. A loop that is up runs through its cycles.
 nx::json_document rest_of(const node_facts& node);
 
 }  // namespace insight

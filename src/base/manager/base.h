@@ -21,6 +21,7 @@
 #include "base/insight/device_board.h"
 #include "base/insight/event_log.h"
 #include "base/insight/loop_watch.h"
+#include "base/insight/stall_watch.h"
 #include "base/manager/insight.h"
 #include "base/manager/interface.h"
 #include "base/manager/ladders.h"
@@ -55,7 +56,8 @@ class line;
 
 namespace manager {
 
-struct channel_request;
+struct add_request;
+struct remove_request;
 
 template <class RX_T, class TX_T>
 class base : public interface, public std::enable_shared_from_this<base<RX_T, TX_T>> {
@@ -167,8 +169,8 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   void note_overview();
   void report(const loop_states& ok, const char* regulating);
   static void tell_channel(::insight::event_kind kind, const char* direction, unsigned center);
-  void add_in_directions(const channel_request& request, const std::string& version);
-  void remove_in_directions(const channel_request& request);
+  void add_in_directions(const add_request& request, const std::string& version);
+  void remove_in_directions(const remove_request& request);
   void refresh_published_channels();
 
   nx::thread_owner cycles_;    // the manager thread
@@ -177,6 +179,7 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   std::shared_ptr<::insight::device_board> devices_ = std::make_shared<::insight::device_board>();
   std::shared_ptr<ladders> ladders_ = std::make_shared<ladders>();
   ::insight::loop_watch line_watch_{"line"};
+  ::insight::stall_watch stall_watch_;
   ::insight::loop_watch rx_watch_{"client rx"};
   ::insight::loop_watch tx_watch_{"client tx"};
   std::shared_ptr<overview> overview_ = std::make_shared<overview>();

@@ -45,11 +45,8 @@ bool base<RX_T, TX_T>::add_channel(const nx::json_document& request) {
     if (!db_) throw nx_error(nx_error::io_failed, "Database not initialized.");
     if (!redis::instance().is_connected())
       throw nx_error(nx_error::io_failed, "Redis not connected.");
-    const auto members = read_channel_request(request);
     const auto version = redis::instance().get_release_version();
-    check_add_structure(members);
-    check_add_limits(members);
-    add_in_directions(members, version);
+    add_in_directions(read_add_request(request), version);
     refresh_published_channels();
   };
   helpers::logged_and_thrown(add, [] {});
@@ -57,12 +54,8 @@ bool base<RX_T, TX_T>::add_channel(const nx::json_document& request) {
 }
 
 template <class RX_T, class TX_T>
-void base<RX_T, TX_T>::add_in_directions(const channel_request& request,
-                                         const std::string& version) {
-  const auto directions = add_directions(request);
-  const auto center = static_cast<unsigned>(*request.center);
-  const auto width = static_cast<unsigned>(*request.width);
-  const auto port = static_cast<unsigned>(*request.port);
+void base<RX_T, TX_T>::add_in_directions(const add_request& request, const std::string& version) {
+  const auto& [center, width, port, directions] = request;
   if (directions.rx) {
     const log_subject subject("rx");
     LUMORA_LOG(2, "Adding RX channel with center {} and width {}.", center, width);
@@ -82,10 +75,7 @@ bool base<RX_T, TX_T>::remove_channel(const nx::json_document& request) {
   const auto remove = [&] {
     if (!redis::instance().is_connected())
       throw nx_error(nx_error::io_failed, "Redis not connected.");
-    const auto members = read_channel_request(request);
-    check_remove_structure(members);
-    check_remove_limits(members);
-    remove_in_directions(members);
+    remove_in_directions(read_remove_request(request));
     refresh_published_channels();
   };
   helpers::logged_and_thrown(remove, [] {});
@@ -93,9 +83,8 @@ bool base<RX_T, TX_T>::remove_channel(const nx::json_document& request) {
 }
 
 template <class RX_T, class TX_T>
-void base<RX_T, TX_T>::remove_in_directions(const channel_request& request) {
-  const auto directions = remove_directions(request);
-  const auto center = static_cast<unsigned>(*request.center);
+void base<RX_T, TX_T>::remove_in_directions(const remove_request& request) {
+  const auto& [center, directions] = request;
   if (directions.rx) {
     const log_subject subject("rx");
     LUMORA_LOG(2, "Removing RX channel {}.", center);

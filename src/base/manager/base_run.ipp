@@ -9,7 +9,7 @@
 
 namespace manager {
 
-/// Runs the part of a loop; `failure` is then what it logged last, if anything.
+/// Runs a part of a loop; `failure` is then what it logged last, if anything.
 template <class Part>
 void with_failure(std::string& failure, Part&& part) {
   helpers::take_last_failure();  // another's
@@ -32,11 +32,14 @@ void base<RX_T, TX_T>::cycle(nx_db& db, const std::shared_ptr<device::interfaces
   constexpr std::chrono::microseconds pause{500000};
   cycles_.require();
   auto& waiting = helpers::waiting::instance();
+  ::insight::event_log::instance().settle();
   if (!automation::instance().is_regulating()) {
     LUMORA_LOG(1, "Automation mode not allowed, sleeping.");
     helpers::service_manager::instance().status("Not regulating, as the automation mode asks");
     client_rx_->note_idle();
     client_tx_->note_idle();
+    line_->note_idle(automation::instance().to_string());
+    ladders_->note_idle();
     overview_->note_cycle({.is_regulating = false});
     waiting.sleep(pause_when_not_regulating);
     return;
@@ -106,7 +109,7 @@ void base<RX_T, TX_T>::look_at_ladders() {
 
 template <class RX_T, class TX_T>
 typename base<RX_T, TX_T>::loop_states base<RX_T, TX_T>::revive_loops(nx_db& db) {
-  // A failing init is logged by the loop itself and tried again in the next cycle.
+  // A failing init is logged by the loop itself and retried in the next cycle.
   failures_ = {};
   const auto revive = [](const char* direction, std::string& failure, bool was_ok, auto&& init,
                          auto&& is_ok) {
@@ -163,6 +166,7 @@ void base<RX_T, TX_T>::watch_loops(const loop_states& ok) {
   line_watch_.look(ok.line && line_->is_operational(), failures_.line);
   rx_watch_.look(ok.rx && client_rx_->operational, failures_.rx);
   tx_watch_.look(ok.tx && client_tx_->operational, failures_.tx);
+  stall_watch_.look(line_->get_verdict(), helpers::waiting::instance().steady_now());
   line_->refresh_insight();
 }
 

@@ -4,8 +4,9 @@
 #include <rapidjson/document.h>
 
 #include <cmath>
-#include <cstdlib>
+#include <optional>
 
+#include "base/channel/arithmetic.h"
 #include "helpers/logger.h"
 #include "platform/wire/nx_error.h"
 
@@ -31,75 +32,63 @@ std::optional<std::string> string_member(const nx::json_value& document, const c
   return std::string(member->GetString(), member->GetStringLength());
 }
 
-std::optional<request_directions> directions_of(const std::string& text) {
-  if (text == "rx") return request_directions{.rx = true, .tx = false};
-  if (text == "tx") return request_directions{.rx = false, .tx = true};
-  if (text == "both") return request_directions{.rx = true, .tx = true};
-  return std::nullopt;
+/// `expected` begins the refusal of any other text.
+channel_directions directions_of(const std::string& text, const char* expected) {
+  if (text == "rx") return {.rx = true, .tx = false};
+  if (text == "tx") return {.rx = false, .tx = true};
+  if (text == "both") return {.rx = true, .tx = true};
+  throw nx_error(nx_error::invalid,
+                 fmt::format("Invalid direction, expected {}, got {}", expected, text));
+}
+
+void check_add_limits(int center, int port) {
+  if (center < int{channel::lowest_center} || center > int{channel::highest_center}) {
+    throw nx_error(nx_error::invalid, "Invalid center, expected something around 19000000");
+  }
+  if (port < 1 || port > int{channel::highest_port})
+    throw nx_error(nx_error::invalid, "Invalid port, expected 1-34");
 }
 
 }  // namespace
 
-channel_request read_channel_request(const nx::json_document& document) {
-  return {.center = integer_member(document, "center"),
-          .width = integer_member(document, "width"),
-          .port = integer_member(document, "port"),
-          .direction = string_member(document, "direction")};
-}
-
-void check_add_structure(const channel_request& request) {
-  if (request.center && request.width && request.port) return;
-  LUMORA_LOG(2,
-             "add_channel() json input error, center ok: {}, width ok: {}, direction ok: {}, port "
-             "ok {}.",
-             request.center.has_value(), request.width.has_value(), request.direction.has_value(),
-             request.port.has_value());
-  throw nx_error(nx_error::invalid,
-                 "Invalid json structure. Expected center (unsigned, 8 digits, e.g. 19600000), "
-                 "direction (string, rx/tx), port (unsigned, 1-34) and width (unsigned, 100 * "
-                 "ghz).");
-}
-
-void check_add_limits(const channel_request& request) {
-  constexpr long band_centre = 19000000;
-  constexpr long farthest = 999999;
-  if (std::labs(long{*request.center} - band_centre) > farthest) {
-    throw nx_error(nx_error::invalid, "Invalid center, expected something around 19000000");
+add_request read_add_request(const nx::json_document& document) {
+  const auto center = integer_member(document, "center");
+  const auto width = integer_member(document, "width");
+  const auto port = integer_member(document, "port");
+  const auto direction = string_member(document, "direction");
+  if (!center || !width || !port) {
+    LUMORA_LOG(2,
+               "add_channel() json input error, center ok: {}, width ok: {}, direction ok: {}, "
+               "port ok {}.",
+               center.has_value(), width.has_value(), direction.has_value(), port.has_value());
+    throw nx_error(nx_error::invalid,
+                   "Invalid json structure. Expected center (unsigned, 8 digits, e.g. 19600000), "
+                   "direction (string, rx/tx), port (unsigned, 1-34) and width (unsigned, 100 * "
+                   "ghz).");
   }
-  if (*request.port < 1 || *request.port > 34) {
-    throw nx_error(nx_error::invalid, "Invalid port, expected 1-34");
+  check_add_limits(*center, *port);
+  return {.center = static_cast<unsigned>(*center),
+          .width = static_cast<unsigned>(*width),
+          .port = static_cast<unsigned>(*port),
+          .directions = directions_of(direction.value_or("both"), "rx or tx or 'both'")};
+}
+
+remove_request read_remove_request(const nx::json_document& document) {
+  const auto center = integer_member(document, "center");
+  const auto direction = string_member(document, "direction");
+  if (!center || !direction) {
+    LUMORA_LOG(2, "remove_channel() json input error, center ok: {}, direction ok: {}.",
+               center.has_value(), direction.has_value());
+    throw nx_error(nx_error::invalid,
+                   "Invalid json structure. Expected center (unsigned, 8 digits, e.g. 19600000), "
+                   "direction (string, rx/tx).");
   }
-}
-
-request_directions add_directions(const channel_request& request) {
-  const auto text = request.direction.value_or("both");
-  if (const auto directions = directions_of(text)) return *directions;
-  throw nx_error(nx_error::invalid,
-                 fmt::format("Invalid direction, expected rx or tx or 'both', got {}", text));
-}
-
-void check_remove_structure(const channel_request& request) {
-  if (request.center && request.direction) return;
-  LUMORA_LOG(2, "remove_channel() json input error, center ok: {}, direction ok: {}.",
-             request.center.has_value(), request.direction.has_value());
-  throw nx_error(nx_error::invalid,
-                 "Invalid json structure. Expected center (unsigned, 8 digits, e.g. 19600000), "
-                 "direction (string, rx/tx).");
-}
-
-void check_remove_limits(const channel_request& request) {
-  const auto center = static_cast<unsigned>(*request.center);
-  if (center < 19134375 || center > 19613125) {
+  const auto wanted = static_cast<unsigned>(*center);
+  if (wanted < 19134375 || wanted > 19613125) {
     throw nx_error(nx_error::invalid,
                    "Invalid center, expected something within 19134375-19613125");
   }
-}
-
-request_directions remove_directions(const channel_request& request) {
-  if (const auto directions = directions_of(*request.direction)) return *directions;
-  throw nx_error(
-      nx_error::invalid,
-      fmt::format("Invalid direction, expected rx or tx or both, got {}", *request.direction));
+  return {.center = wanted, .directions = directions_of(*direction, "rx or tx or both")};
 }
 
 std::string channel_index_text(const std::set<unsigned>& identifiers) {

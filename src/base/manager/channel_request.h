@@ -2,7 +2,6 @@
 // that the manager publishes. No device, no plan. Frequencies and widths in units of 10 MHz.
 #pragma once
 
-#include <optional>
 #include <set>
 #include <string>
 
@@ -10,31 +9,28 @@
 
 namespace manager {
 
-/// Members of a request as they came: empty where a member is missing or of another type. A JSON
-/// array has no members.
-struct channel_request {
-  std::optional<int> center;
-  std::optional<int> width;
-  std::optional<int> port;
-  std::optional<std::string> direction;
-};
-
-channel_request read_channel_request(const nx::json_document& document);
-
-/// The directions that a request means.
-struct request_directions {
+struct channel_directions {
   bool rx = false;
   bool tx = false;
 };
 
-// Each throws nx_error -22 with the text of its command; structure errors are logged before.
-void check_add_structure(const channel_request& request);
-void check_add_limits(const channel_request& request);
-request_directions add_directions(const channel_request& request);
+struct add_request {
+  unsigned center = 0;
+  unsigned width = 0;  ///< as it came: the client loop knows its band
+  unsigned port = 0;
+  channel_directions directions;
+};
 
-void check_remove_structure(const channel_request& request);
-void check_remove_limits(const channel_request& request);
-request_directions remove_directions(const channel_request& request);
+struct remove_request {
+  unsigned center = 0;
+  channel_directions directions;
+};
+
+// Throw nx_error -22 with the text of the command: first for what is missing or of another type,
+// which is logged before, then for what is out of its limits, the direction last. A JSON array has
+// no members.
+add_request read_add_request(const nx::json_document& document);
+remove_request read_remove_request(const nx::json_document& document);
 
 /// "[19210000,19220000]"; "[]" without channels.
 std::string channel_index_text(const std::set<unsigned>& identifiers);

@@ -1,4 +1,4 @@
-// The host name as the tree shows it.
+// The host name shown on the tree.
 #pragma once
 
 #include <string>

@@ -34,6 +34,13 @@ json_value active_guards(const helpers::guard_register::state& guard, json_alloc
 
 }  // namespace
 
+void cycle_times::add(double lasted) {
+  ++count;
+  seconds += lasted;
+  for (std::size_t i = 0; i < bounds.size(); ++i)
+    if (lasted <= bounds[i]) ++within[i];
+}
+
 void insight::setup_api(nx_db& db) {
   const auto self = shared_from_this();
   ::insight::event_log::instance().publish(db);
@@ -41,12 +48,15 @@ void insight::setup_api(nx_db& db) {
       nx::api::volatile_value<&insight::get_guards>::create(db, "insight/guards", self), 0);
   values_->add_value(
       nx::api::volatile_value<&insight::get_cycle>::create(db, "insight/cycle", self), 0);
+  values_->add_value(
+      nx::api::volatile_value<&insight::get_cycles>::create(db, "insight/cycles", self), 0);
 }
 
 void insight::note_cycle(cycle_record record) {
   const std::lock_guard lock(mutex_);
   record.number = cycle_.number + 1;
   cycle_ = record;
+  times_.add(seconds_of(record.lasted));
 }
 
 nx::json_document insight::get_guards() {
@@ -75,6 +85,25 @@ nx::json_document insight::get_cycle() {
   document.AddMember("requests", json_value(std::uint64_t{last.reads.requests}), allocator);
   document.AddMember("waits", json_value(std::uint64_t{last.reads.waits}), allocator);
   document.AddMember("turn", json_value(rapidjson::StringRef(last.turn)), allocator);
+  return document;
+}
+
+nx::json_document insight::get_cycles() {
+  const auto times = [this] {
+    const std::lock_guard lock(mutex_);
+    return times_;
+  }();
+  nx::json_document document(rapidjson::kObjectType);
+  auto& allocator = document.GetAllocator();
+  document.AddMember("count", json_value(times.count), allocator);
+  document.AddMember("seconds", json_value(times.seconds), allocator);
+  json_value within(rapidjson::kArrayType);
+  for (std::size_t i = 0; i < times.within.size(); ++i) {
+    json_value entry(rapidjson::kArrayType);
+    entry.PushBack(cycle_times::bounds[i], allocator).PushBack(times.within[i], allocator);
+    within.PushBack(entry, allocator);
+  }
+  document.AddMember("within", within, allocator);
   return document;
 }
 

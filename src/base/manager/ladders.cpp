@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/guards/line_span.h"
+#include "base/insight/news.h"
 #include "base/manager/loops/line_peer.h"
 #include "base/manager/remote/api.h"
 #include "helpers/calibration.h"
@@ -32,8 +33,12 @@ number lit(number power) {
   return power ? guards::lit_power(*power) : std::nullopt;
 }
 
-/// The far end, for as long as it is known and shows signs of life: what it told before tells
-/// nothing of the light as it is now.
+number lit_osc(number power) {
+  return power ? guards::lit_osc_power(*power) : std::nullopt;
+}
+
+/// The far end, as long as it is known and shows signs of life: older reports say nothing about the
+/// present light.
 class far_end {
  public:
   far_end(const std::shared_ptr<remote::api>& api, std::chrono::steady_clock::time_point now)
@@ -50,16 +55,16 @@ class far_end {
   bool is_there_;
 };
 
-float board(const char* key) {
-  return calibration::instance().get_value(key);
+const board_numbers& board() {
+  return calibration::instance().board();
 }
 
-/// At the connector, as the line's own values have it.
+/// At the connector, like the line's own values.
 number line_output(const device_board& devices, number booster) {
   const auto attenuation = devices.number("voa", "attenuation");
   const auto insertion_loss = devices.number("voa", "insertionLoss");
   if (!attenuation || !insertion_loss) return std::nullopt;
-  return moved(booster, board("cal_boostertx_to_linetx") - *attenuation - *insertion_loss);
+  return moved(booster, board().boostertx_to_linetx_db() - *attenuation - *insertion_loss);
 }
 
 number far_gain(const far_end& peer) {
@@ -78,11 +83,11 @@ ladder_view view_out(const device_board& devices, const far_end& peer, ladders::
           .input = devices.number("booster", "inputPower"),
           .output = output,
           .gain = devices.number("booster", "actualGain"),
-          .calibration = board("cal_mon_to_boostertx"),
+          .calibration = board().mon_to_boostertx_db(),
           .sent = line_output(devices, output),
           .received = lit(peer.told(operation::get_line_rx_power)),
-          .osc_sent = moved(devices.number("sfp", "outputPower"), board("cal_osctx_to_linetx")),
-          .osc_received = peer.told(operation::get_osc_rx_power),
+          .osc_sent = moved(devices.number("sfp", "outputPower"), board().osctx_to_linetx_db()),
+          .osc_received = lit_osc(peer.told(operation::get_osc_rx_power)),
           .far_gain = far_gain(peer),
           .far_calibration = peer.told(operation::get_edfa_tx_calibration)};
 }
@@ -94,12 +99,12 @@ ladder_view view_in(const device_board& devices, const far_end& peer, ladders::c
           .input = input,
           .output = devices.number("preamp", "outputPower"),
           .gain = devices.number("preamp", "actualGain"),
-          .calibration = board("cal_mon_to_preamptx"),
+          .calibration = board().mon_to_preamptx_db(),
           .switch_inside = switch_inside,
           .sent = lit(peer.told(operation::get_line_tx_power)),
-          .received = moved(input, -board("cal_linerx_to_preamprx")),
+          .received = moved(input, -board().linerx_to_preamprx_db()),
           .osc_sent = peer.told(operation::get_osc_tx_power),
-          .osc_received = moved(devices.number("sfp", "inputPower"), -board("cal_linerx_to_oscrx")),
+          .osc_received = moved(devices.number("sfp", "inputPower"), -board().linerx_to_oscrx_db()),
           .far_gain = {},
           .far_calibration = {}};
 }
@@ -113,10 +118,10 @@ nx::json_document document_of(const ::insight::ladder_book& book) {
 void ladders::setup_api(nx_db& db, const std::string& product) {
   const auto* model = models::find_told(product);
   switch_inside_ = model != nullptr && model->plant.drop_switch_mid_stage;
-  using namespace nx::api;
+  using ::insight::told_value;
   const auto self = shared_from_this();
-  nodes_.push_back(lazy_value<&ladders::get_rx>::create(db, "insight/ladder/rx", self));
-  nodes_.push_back(lazy_value<&ladders::get_tx>::create(db, "insight/ladder/tx", self));
+  nodes_.push_back(told_value<&ladders::get_rx>(db, "insight/ladder/rx", self));
+  nodes_.push_back(told_value<&ladders::get_tx>(db, "insight/ladder/tx", self));
 }
 
 bool ladders::is_look_due() const {
@@ -129,6 +134,17 @@ void ladders::look(const device_board& devices, const std::shared_ptr<remote::ap
   const far_end far(peer, last_look_);
   out_.look(view_out(devices, far, std::move(out)), last_look_);
   in_.look(view_in(devices, far, std::move(in), switch_inside_), last_look_);
+  refresh();
+}
+
+void ladders::note_idle() {
+  last_look_ = helpers::waiting::instance().steady_now();
+  out_.look({}, last_look_);
+  in_.look({}, last_look_);
+  refresh();
+}
+
+void ladders::refresh() {
   for (const auto& node : nodes_)
     node->refresh();
 }

@@ -4,13 +4,11 @@
 #include <iterator>
 
 #include "platform/wire/nx_client_exception.h"
+#include "platform/wire/nx_error.h"
 
 namespace manager {
 
 namespace {
-
-constexpr int not_connected = -107;
-constexpr int no_answer = -110;
 
 int code_of(const std::exception_ptr& failure) {
   if (!failure) return 0;
@@ -27,7 +25,7 @@ int code_of(const std::exception_ptr& failure) {
 
 bool is_panel_away(const std::exception_ptr& failure) {
   const int code = code_of(failure);
-  return code == not_connected || code == no_answer;
+  return code == nx_error::not_connected || code == nx_error::no_answer;
 }
 
 template <class Item, class Exchange>

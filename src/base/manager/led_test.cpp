@@ -119,7 +119,7 @@ void led_test::write_line_pair() {
   }
 }
 
-// Two rows of ports stand above each other in pairs: up along the one, back along the other.
+// Two rows of ports are stacked in pairs: up along one, back along the other.
 void led_test::sweep_clients() {
   unsigned number = 1;
   bool up = true;
@@ -151,7 +151,7 @@ void led_test::sweep_xcs() {
     write(number);
 }
 
-// A LED that answers an error is there, within what the model has. A panel that is away ends the
+// An LED that answers an error exists, within what the model has. A panel that is away ends the
 // walk, which could not end otherwise.
 bool led_test::client_exists(unsigned number) {
   try {
@@ -180,7 +180,8 @@ void led_test::guarded_pair(const char* failure, const std::function<void()>& wr
   }
 }
 
-// A pair that fails at once takes its turn: a sweep in which every one did must not spin.
+// A pair that fails at once still takes its time: otherwise a sweep in which every one fails would
+// spin.
 void led_test::pass_over(int severity, const std::string& failure) {
   LUMORA_LOG_DIRECT(severity, "boot_thread_function", failure);
   pause_(delay_);

@@ -1,6 +1,6 @@
-// The LED test at a coldstart: sweeps the panel green, yellow and off for a minute, so that whoever
-// stands in front of the node sees each LED work. Runs on the LED thread and touches the device
-// alone. Numbers of ports count from 1.
+// The LED test at a coldstart: sweeps the panel green, yellow and off for a minute, so that a
+// person in front of the node sees each LED work. Runs on the LED thread and uses only the device.
+// Port numbers count from 1.
 #pragma once
 
 #include <chrono>
@@ -19,7 +19,7 @@ struct led_test_step {
   enum class kind {
     line,
     one_xc,       ///< the cross-connect port `number`
-    all_clients,  ///< as many as the panel has: 1, 2, 5, 6, ... and back through the others
+    all_clients,  ///< all that the panel has: 1, 2, 5, 6, ... and back through the others
     all_xcs       ///< the first half upwards, then the second half from its end
   };
   kind what;
@@ -29,7 +29,7 @@ struct led_test_step {
 struct led_test_plan {
   const char* not_up_yet;  ///< logged while the device is not ready for the test
   bool waits_for_device;   ///< before each sweep
-  unsigned pair_count;     ///< LED pairs of the panel: the more, the shorter a write's turn
+  unsigned pair_count;     ///< LED pairs of the panel: the more, the less time per write
   unsigned xc_count;
   std::vector<led_test_step> sweep;
   unsigned client_count = 0;  ///< of the model; the panel may have fewer
@@ -37,7 +37,7 @@ struct led_test_plan {
   bool passes_over_refusals = false;
 };
 
-/// The turn of one write: a sweep of the whole panel takes 1.7 s.
+/// Time per write: a sweep of the whole panel takes 1.7 s.
 std::chrono::microseconds led_test_delay(unsigned pair_count);
 
 class led_test {
@@ -45,9 +45,8 @@ class led_test {
   led_test(device::interfaces::led& device, const led_test_plan& plan,
            std::function<bool()> is_stopping, std::function<bool(std::chrono::nanoseconds)> pause);
 
-  /// False if it was stopped before its end. Waits for a panel that is away, at the start and
-  /// where the plan says so before each sweep. Throws the nx_error of a refused write, unless the
-  /// plan passes over it.
+  /// False if it was stopped early. Waits for a panel that is away, at the start and, if the plan
+  /// says so, before each sweep. Throws the nx_error of a refused write, unless the plan skips it.
   bool run();
 
  private:

@@ -16,7 +16,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto not_ready_pause = 1s;
-/// A panel that fails is tried again at the pace of one that is not ready.
+/// A panel that fails is retried at the same pace as one that is not ready.
 constexpr auto failure_pause = 1s;
 
 }  // namespace
@@ -25,7 +25,7 @@ leds::leds() = default;
 
 leds::~leds() {
   if (!thread_.joinable()) return;
-  // The thread holds a reference while it runs: it has ended by now, or is the one that is here.
+  // The thread holds a reference while it runs: either it has ended by now, or this is it.
   if (thread_.get_id() == std::this_thread::get_id()) {
     thread_.detach();
   } else {
@@ -132,7 +132,7 @@ void leds::run_led_test(led_test_plan plan) {
     update_led_statuses();
     update_leds(true);
   } catch (const nx_client_exception&) {
-    // Told already. What the panel then shows is read back, and put right.
+    // Already logged. What the panel shows is then read back and corrected.
   } catch (const nx_error&) {
     if (std::exchange(test_was_refused_, true)) return;
     throw;

@@ -1,13 +1,13 @@
-// Keeps the LEDs of the front panel in step with the loops: they report channels, ports and loss of
-// signal here, and one thread of its own turns that into colours once a second and writes those
+// Keeps the LEDs of the front panel in line with the loops. The loops report channels, ports and
+// loss of signal here, and a separate thread turns that into colours once a second and writes those
 // that changed to the LED nexel. What a colour means and which LED belongs to which channel is
-// decided by the product classes; this class alone does nothing but log.
+// decided by the product classes; on its own this class only logs.
 //
 // Threads: reports come from the manager thread, under the locks of its plans, and from server
-// threads; they only note what is wanted. led_poll and what it calls run on the LED thread, which
-// alone talks to the panel. One mutex guards the tables; it is never held across a call, so that a
-// panel that is slow or away holds up nobody.
-// The thread keeps the object alive; whoever owns it calls stop before letting go.
+// threads; they only record what is wanted. led_poll and what it calls run on the LED thread, the
+// only one that talks to the panel. One mutex guards the tables; it is never held across a call, so
+// a panel that is slow or away delays nobody. The thread keeps the object alive; the owner calls
+// stop before dropping it.
 #pragma once
 
 #include <atomic>
@@ -68,9 +68,9 @@ class leds : public std::enable_shared_from_this<leds> {
   /// Before start.
   void set_led(std::shared_ptr<device::interfaces::led> led);
 
-  /// Sizes the tables and starts the thread; `coldstart` asks for the LED test first.
+  /// Sizes the tables and starts the thread; with `coldstart` the LED test comes first.
   virtual void start(bool coldstart);
-  /// Works out the colours and whether a write is due.
+  /// Determines the colours and whether a write is due.
   virtual void update_led_statuses();
   /// The LED test; returns when it is over.
   virtual void boot_thread_function();
@@ -78,12 +78,12 @@ class leds : public std::enable_shared_from_this<leds> {
   virtual void remove_rx_channel(unsigned channel);
   virtual void add_tx_channel(unsigned channel);
   virtual void remove_tx_channel(unsigned channel);
-  /// Writes the LEDs that changed, or all when forced, in one exchange. What fails is logged and
-  /// stays marked, each LED pair by itself; then a refused write throws nx_error -22, and a panel
-  /// that is away nx_client_exception.
+  /// Writes the LEDs that changed, or all if forced, in one exchange. Failures are logged and their
+  /// LED pairs stay marked; then a refused write throws nx_error -22, and a panel that is away
+  /// nx_client_exception.
   virtual void update_leds(bool force);
-  /// Takes over what the panel shows; throws nx_client_exception when it is away. A LED that cannot
-  /// be read is written.
+  /// Adopts what the panel shows; throws nx_client_exception if it is away. An LED that cannot be
+  /// read is written.
   virtual void read_led_statuses();
   /// The body of the thread; returns after stop.
   virtual void led_poll();
@@ -97,8 +97,8 @@ class leds : public std::enable_shared_from_this<leds> {
   /// One pass of the thread, without its pause.
   void run_pass();
 
-  /// Ends the thread and waits for it: a second at most, or, unless the process is stopping, the
-  /// time-out of the device call that is under way. May be called again, and without a start.
+  /// Ends the thread and waits for it: at most a second or, unless the process is stopping, the
+  /// time-out of the device call in progress. May be called again, and without a start.
   void stop();
 
  protected:
@@ -107,11 +107,11 @@ class leds : public std::enable_shared_from_this<leds> {
     led_row row;
     std::size_t index;
   };
-  /// Which LED stands for a channel; empty if none does.
+  /// The LED of a channel; empty if it has none.
   using led_rule = std::function<std::optional<led_place>(unsigned channel, const channelDB_t&)>;
 
   /// The common part of every product's update_led_statuses. A channel whose state is not fully
-  /// known holds back the write of the whole panel for a while, and its own LED for good.
+  /// known holds back writing the whole panel for a while, and its own LED permanently.
   void apply_statuses(bool port_needed, const led_rule& place_of);
   /// The common part of every product's LED test.
   void run_led_test(led_test_plan plan);
@@ -128,7 +128,7 @@ class leds : public std::enable_shared_from_this<leds> {
   using channel_table = std::unordered_map<unsigned, channelDB_t>;
   struct panel;
 
-  /// Why the thread is not polling; one log line tells of each change.
+  /// Why the thread is not polling; each change is logged once.
   enum class trouble { none, not_ready, away, other };
   struct pair_write;
 
@@ -158,13 +158,13 @@ class leds : public std::enable_shared_from_this<leds> {
   channel_table tx_channels_;
   std::shared_ptr<device::interfaces::led> led_;
 
-  // The LED thread's own.
+  // Used only by the LED thread.
   nx::thread_owner panel_user_;
   bool coldstart_ = false;
   bool test_was_refused_ = false;
   led_exchange exchange_;
   trouble trouble_ = trouble::none;
-  std::map<std::string, led_data> announced_;  // written in vain so far, by the log's name
+  std::map<std::string, led_data> announced_;  // failed writes so far, by the log's name
   std::set<std::string> told_failures_;        // of the last writes
   std::optional<std::chrono::steady_clock::time_point> unknown_since_;
 

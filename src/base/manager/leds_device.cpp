@@ -1,4 +1,4 @@
-// The LED manager's tables against the LED nexel: reading back and writing what changed.
+// The LED manager's tables and the LED nexel: reading back, and writing what changed.
 #include <fmt/format.h>
 
 #include "base/manager/leds.h"
@@ -11,7 +11,7 @@ namespace manager {
 using device::interfaces::led_address;
 using panel_row = led_address::panel_row;
 
-/// What goes to one LED pair, and what came of it.
+/// A write to one LED pair, and its result.
 struct leds::pair_write {
   panel_row row;
   unsigned number;  ///< counts from 1
@@ -21,7 +21,7 @@ struct leds::pair_write {
 
 namespace {
 
-/// How the log names the LEDs of a row.
+/// Names of a row's LEDs in the log.
 struct row_texts {
   const char* name;
   const char* failure;
@@ -40,7 +40,7 @@ std::string name_of(panel_row row, unsigned number) {
   return row == panel_row::line ? name : fmt::format("{}{}", name, number);
 }
 
-/// The text of a client's failure; empty for a refusal, which is thrown on.
+/// The text of a client's failure; empty for a refusal, which is rethrown.
 std::optional<std::string> client_failure(const std::exception_ptr& failure) {
   try {
     std::rethrow_exception(failure);
@@ -111,7 +111,7 @@ void leds::update_leds(bool force) {
   tell_failures(writes, is_away);
 }
 
-/// The LEDs that a write is due for: line, cross-connects, clients.
+/// The LEDs that are due for a write: line, cross-connects, clients.
 std::vector<leds::pair_write> leds::take_due_writes(bool force) {
   const std::lock_guard lock(mutex_);
   std::vector<pair_write> writes;
@@ -126,7 +126,7 @@ std::vector<leds::pair_write> leds::take_due_writes(bool force) {
   return writes;
 }
 
-/// A write that is tried again and again is told once.
+/// A write that is retried again and again is logged once.
 void leds::log_due_writes(const std::vector<pair_write>& writes) {
   for (const auto& write : writes) {
     const auto name = name_of(write.row, write.number);
@@ -148,8 +148,8 @@ void leds::settle_writes(const std::vector<pair_write>& writes) {
   }
 }
 
-/// Each failure is told once while it lasts, and one for all when the panel is away. Throws what
-/// makes the thread begin anew.
+/// Each failure is logged once while it lasts, and a single one for all if the panel is away.
+/// Throws what makes the thread start over.
 void leds::tell_failures(const std::vector<pair_write>& writes, bool is_away) {
   std::set<std::string> failures;
   std::exception_ptr refusal;

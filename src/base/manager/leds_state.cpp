@@ -1,4 +1,4 @@
-// What the loops report to the LED manager, and what follows from it for the colours.
+// What the loops report to the LED manager, and the resulting colours.
 #include <fmt/format.h>
 
 #include "base/guards/panel.h"
@@ -18,7 +18,7 @@ struct leds::panel {
 
 namespace {
 
-/// A change that was not written yet survives until a write has cleared it.
+/// A change that has not been written yet stays marked until a write has cleared it.
 void mark_change(const led_data& shown, led_data& fresh) {
   fresh.changed = shown.tx != fresh.tx || shown.rx != fresh.rx || shown.changed;
 }
@@ -37,7 +37,7 @@ void log_green(const std::string& led, bool rx) {
                     led + (rx ? " Rx led to status green." : " Tx led to status green."));
 }
 
-/// Null, and logged, when nobody has added the channel.
+/// Null, and logged, if nobody has added the channel.
 channelDB_t* find_or_log(std::unordered_map<unsigned, channelDB_t>& channels, unsigned channel,
                          const char* operation, const char* failure) {
   const auto found = channels.find(channel);
@@ -142,8 +142,8 @@ bool leds::light_channels(const channel_table& channels, bool port_needed, const
   return all_known;
 }
 
-/// A LED goes on showing what it shows; all of the side without a place. One that is made green by
-/// another channel is green.
+/// An LED keeps showing what it shows; so do all of the side if its place is unknown. One that
+/// another channel makes green is green.
 void leds::keep_side(panel& fresh, std::string led_data::*side,
                      std::optional<led_place> place) const {
   const auto keep = [&](const std::vector<led_data>& shown, std::vector<led_data>& row,

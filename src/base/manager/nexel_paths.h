@@ -1,4 +1,4 @@
-// Sockets of the node's device services, below NX_ROOT when that is set.
+// Sockets of the node's device services, under NX_ROOT if that is set.
 #pragma once
 
 namespace manager::nexel_paths {

@@ -3,8 +3,10 @@
 #include <rapidjson/document.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "api/lazy_value.h"
+#include "base/insight/news.h"
 #include "base/manager/loops/line_loop.h"
 #include "helpers/waiting.h"
 
@@ -16,7 +18,7 @@ void overview::setup_api(nx_db& db, std::shared_ptr<loops::line_loop> line, boar
   boards_ = {std::move(rx), std::move(tx)};
   const auto self = shared_from_this();
   nodes_ = {
-      nx::api::lazy_value<&overview::get_summary>::create(db, "insight/summary", self),
+      ::insight::told_value<&overview::get_summary>(db, "insight/summary", self),
       nx::api::lazy_value<&overview::get_rest>::create(db, "insight/rest", self),
   };
 }
@@ -35,8 +37,12 @@ void overview::note_faults(const cycle_facts& facts) {
 void overview::note_cycle(cycle_facts facts) {
   if (nodes_.empty()) return;
   auto line = line_->get_verdict();
+  bool is_news = news_of_channels() != std::exchange(told_news_, news_of_channels());
   {
     const std::lock_guard lock(mutex_);
+    is_news = is_news || line != facts_.line || facts.peer != facts_.peer ||
+              facts.is_regulating != facts_.is_regulating ||
+              facts.down.size() != facts_.faults.size();
     note_faults(facts);
     const bool is_other = state_of(line.reason) != state_of(facts_.line.reason);
     if (is_other) facts_.line_since = helpers::waiting::instance().system_now();
@@ -44,8 +50,16 @@ void overview::note_cycle(cycle_facts facts) {
     facts_.peer = std::move(facts.peer);
     facts_.is_regulating = facts.is_regulating;
   }
+  if (!is_news) return;
   for (const auto& node : nodes_)
     node->refresh();
+}
+
+unsigned overview::news_of_channels() const {
+  unsigned sum = 0;
+  for (const auto& board : boards_)
+    sum += board->news();
+  return sum;
 }
 
 ::insight::node_facts overview::gather() {
@@ -65,6 +79,7 @@ void overview::note_cycle(cycle_facts facts) {
   }
   facts.voa = line_->get_voa_record();
   facts.now = helpers::waiting::instance().steady_now();
+  facts.wall_clock = helpers::waiting::instance().system_now();
   return facts;
 }
 

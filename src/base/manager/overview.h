@@ -1,8 +1,8 @@
-// "insight/summary" and "insight/rest": gathers what the loops have told of themselves, for the one
-// line that a person reads first. Made when somebody reads or subscribes.
+// "insight/summary" and "insight/rest": collects the loops' reports for the one line that a person
+// reads first. Computed when somebody reads or subscribes.
 //
 // note_* on the manager thread, once a cycle; the getters on the server's. A reader copies under
-// small mutexes, one at a time: no plan's, and none that is held across a device's call.
+// small mutexes, one at a time: none of a plan, and none that is held across a device call.
 #pragma once
 
 #include <memory>
@@ -29,7 +29,7 @@ class overview : public std::enable_shared_from_this<overview> {
 
   void setup_api(nx_db& db, std::shared_ptr<loops::line_loop> line, board_ptr rx, board_ptr tx);
 
-  /// What the cycle has come to. A loop that is down has a reason.
+  /// The result of the cycle. A loop that is down has a reason.
   struct cycle_facts {
     std::vector<std::pair<const char*, std::string>> down{};
     std::string peer{};
@@ -43,12 +43,15 @@ class overview : public std::enable_shared_from_this<overview> {
  private:
   ::insight::node_facts gather();
   void note_faults(const cycle_facts& facts);
+  unsigned news_of_channels() const;
 
   std::shared_ptr<loops::line_loop> line_;
   std::vector<board_ptr> boards_;
   std::vector<std::shared_ptr<nx::api::lazy_node>> nodes_;
 
-  std::mutex mutex_;  // guards what follows
+  unsigned told_news_ = 0;  // manager thread only
+
+  std::mutex mutex_;  // guards the members below
   ::insight::node_facts facts_;
 };
 

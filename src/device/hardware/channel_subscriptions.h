@@ -1,4 +1,4 @@
-// The subscriptions of many channels of one nexel in one piece.
+// Subscribes to many channels of one nexel in one go.
 #pragma once
 
 #include <fmt/format.h>
@@ -16,8 +16,8 @@ class nexel_client_api;
 
 namespace device::hardware {
 
-/// Subscribes what `paths_of` gives for each channel, all of it together and waited for once. Gives
-/// the channels of which some path told no value; throws nx_error -22 when all of them are such.
+/// Subscribes to what `paths_of` returns for each channel, all at once, and waits once. Returns the
+/// channels with a path that delivered no value; throws nx_error -22 if that is all of them.
 template <class PathsOf>
 std::set<unsigned> subscribe_together(subscriber& values,
                                       const std::shared_ptr<nexel_client_api>& client,

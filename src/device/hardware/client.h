@@ -1,4 +1,4 @@
-// How every proxy is connected to its nexel.
+// Connects every proxy to its nexel.
 #pragma once
 
 #include <memory>
@@ -11,7 +11,7 @@ class nexel_client_api;
 
 namespace device::hardware {
 
-/// Never waits; the connection is made in the background.
+/// Never blocks; the connection is made in the background.
 std::shared_ptr<nexel_client_api> make_client(std::shared_ptr<boost::asio::io_context> io,
                                               const std::string& socket_path);
 

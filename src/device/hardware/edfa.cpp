@@ -89,6 +89,15 @@ float edfa::get_saturation() {
   return plausible(missing, reading_kind::saturation, "data/actualGain");
 }
 
+void edfa::declare_limit_read(std::vector<read_wish>& wishes) {
+  wishes.push_back({client_, read_wish::type::number, "data/powerLimit"});
+}
+
+void edfa::declare_gain_reads(std::vector<read_wish>& wishes) {
+  for (const char* path : {"data/gain", "data/gainMinThreshold", "data/gainMaxThreshold"})
+    wishes.push_back({client_, read_wish::type::number, path});
+}
+
 void edfa::declare_reads(std::vector<read_wish>& wishes) {
   using enum read_wish::type;
   for (const char* path :

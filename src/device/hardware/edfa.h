@@ -1,4 +1,4 @@
-// An amplifier behind its nexel.
+// Proxy of an amplifier.
 #pragma once
 
 #include <memory>
@@ -28,6 +28,8 @@ class edfa : public with_subscriptions<device::interfaces::edfa> {
   float get_rx_power() override;
   float get_tx_power() override;
   float get_power_limit() override;
+  void declare_gain_reads(std::vector<read_wish>& wishes) override;
+  void declare_limit_read(std::vector<read_wish>& wishes) override;
   float get_gain() override;
   void set_gain(float gain) override;
   float get_min_gain() override;

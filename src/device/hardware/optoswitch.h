@@ -1,4 +1,4 @@
-// The optical switch behind its nexel.
+// Proxy of the optical switch.
 #pragma once
 
 #include <memory>

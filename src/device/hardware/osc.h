@@ -1,4 +1,4 @@
-// The supervisory channel behind its nexel.
+// Proxy of the supervisory channel.
 #pragma once
 
 #include <memory>

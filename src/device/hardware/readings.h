@@ -1,5 +1,5 @@
-// How proxies read and write single paths. Inside a cycle of the loops a read is answered by the
-// cycle's snapshot, and a write makes that stale.
+// Reads and writes of single paths by proxies. Within a cycle of the loops a read is answered from
+// the cycle's snapshot, and a write makes that stale.
 #pragma once
 
 #include <string>
@@ -12,21 +12,21 @@
 
 namespace device::hardware {
 
-/// T: bool, unsigned int, std::string. Throws what the client throws.
+/// T: bool, unsigned int, std::string. Throws whatever the client throws.
 template <class T>
 T read(nexel_client_api& client, const std::string& path) {
   auto* reads = cycle_reads::current();
   return reads ? reads->get<T>(client, path) : client.get<T>(path);
 }
 
-/// Throws what the client throws, and nx_client_exception -22 on a number that no instrument of the
-/// kind tells: a service that tells one is broken, and nothing may be regulated by it.
+/// Throws whatever the client throws, and nx_client_exception -22 for a number that no instrument
+/// of the kind can report: a service that sends one is broken, and must not be used for regulation.
 float read_number(nexel_client_api& client, const std::string& path, reading_kind kind);
-/// `number` if it can be of the kind; throws as above, `path` says of what.
+/// `number` if the kind can have it; otherwise throws as above, naming `path`.
 float plausible(float number, reading_kind kind, const std::string& path);
 
-/// Writes a path; `touches` is part of all paths whose readings the write may change, "" of any of
-/// the nexel. Throws what the client throws; then, too, the old readings are gone.
+/// Writes a path. `touches` is a part of all paths whose readings the write may change; "" for all
+/// paths of the nexel. Throws whatever the client throws; the old readings are discarded even then.
 template <class R, class Value>
 R write(nexel_client_api& client, const std::string& path, const Value& value,
         std::string_view touches = {}) {
@@ -35,8 +35,8 @@ R write(nexel_client_api& client, const std::string& path, const Value& value,
   return client.set<R>(path, value);
 }
 
-/// A write of a channel's turn: within a walk over channels its answer is waited for with those of
-/// the others, when the walk is over. Value: float, const char*.
+/// A write in a channel's turn: during a walk over channels its answer is awaited after the walk,
+/// together with the others. Value: float, const char*.
 template <class Value>
 void write_in_turn(nexel_client_api& client, const std::string& path, Value value,
                    std::string_view touches) {

@@ -1,5 +1,5 @@
-// Operations of device::interface that a proxy lacks, and the two kinds of proxy: with a table of
-// subscribed paths and without.
+// Operations of device::interface that a proxy does not have, and the two kinds of proxy: with and
+// without a table of subscribed paths.
 #pragma once
 
 #include <memory>
@@ -14,11 +14,11 @@ namespace device::hardware {
 [[noreturn]] void throw_not_implemented();
 
 /// Throws nx_error -22 that names the operation: `result` and `operation` are the parts of its
-/// signature around "device::hardware::CLASS::".
+/// signature before and after "device::hardware::CLASS::".
 [[noreturn]] void throw_no_subscription(const char* result, const char* class_name,
                                         const char* operation);
 
-/// Keeps the table of subscribed paths; channels are not counted.
+/// Holds the table of subscribed paths; channels are not counted.
 template <class... Interfaces>
 class with_subscriptions : public Interfaces... {
  public:
@@ -30,7 +30,7 @@ class with_subscriptions : public Interfaces... {
   const std::shared_ptr<subscriber> subscriber_ = std::make_shared<subscriber>();
 };
 
-/// The nine operations, less the first, of a proxy without subscriptions.
+/// The nine operations, except the first, of a proxy without subscriptions.
 template <class Interface>
 class without_subscriptions : public Interface {
  public:

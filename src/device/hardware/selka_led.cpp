@@ -44,13 +44,14 @@ bool is_stopping() {
   return helpers::waiting::instance().stopping();
 }
 
-/// Sends one object for each item in one request, then collects the answers.
+/// Sends one object per item in one request, then collects the answers.
 template <class Request, class Items, class MakeObject, class Collect>
 std::vector<led_answer> exchange(nexel_client_api& client, const Items& items, MakeObject make,
                                  Collect collect) {
   auto request = std::make_shared<Request>();
   using future = decltype(make(*request, items.front()));
   std::vector<future> futures;
+  futures.reserve(items.size());
   for (const auto& item : items)
     futures.push_back(make(*request, item));
   client.server_call(request);

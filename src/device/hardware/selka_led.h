@@ -1,5 +1,5 @@
-// The LED panel behind its nexel. A call that is under way when the process stops is given up: a
-// panel that hangs must not hold up the end.
+// Proxy of the LED panel. A call that is in progress when the process stops is abandoned: a hung
+// panel must not delay the exit.
 #pragma once
 
 #include <memory>

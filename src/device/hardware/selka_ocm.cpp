@@ -61,9 +61,13 @@ void selka_ocm::subscribe() {}
 
 void selka_ocm::unsubscribe() {}
 
+void selka_ocm::declare_presence_read(unsigned channel, std::vector<read_wish>& wishes) {
+  wishes.push_back({client_, read_wish::type::truth, channel_path(channel, "peak")});
+}
+
 bool selka_ocm::has_channel(unsigned channel) {
   try {
-    client_->get<bool>(channel_path(channel, "peak"));
+    read<bool>(*client_, channel_path(channel, "peak"));
     return true;
   } catch (...) {
     return false;
@@ -98,15 +102,22 @@ void selka_ocm::add_channel(unsigned center, unsigned width) {
   const auto request = channel_request(center, width);
   LUMORA_LOG(2, "Adding OCM channel at {} with width {} on module {}. Request: {}.", center, width,
              port_, request);
-  run_channel_command(*client_, fmt::format("command/port/{}/system/createChannel", port_), request,
-                      "Failed to add OCM channel.");
+  sent_channel_command command(*client_, fmt::format("command/port/{}/system/createChannel", port_),
+                               request, "Failed to add OCM channel.");
+  subscriber_->request_all(client_, channel_paths(center));
+  try {
+    command.wait();
+  } catch (...) {
+    unsubscribe_channel(center);
+    throw;
+  }
 }
 
 void selka_ocm::remove_channel(unsigned center) {
   const auto request = channel_request(center);
   LUMORA_LOG(2, "Removing OCM channel {} on module {}. Request: {}.", center, port_, request);
-  run_channel_command(*client_, fmt::format("command/port/{}/system/deleteChannel", port_), request,
-                      "Failed to remove WSS channel.");
+  run_channel_command_in_turn(*client_, fmt::format("command/port/{}/system/deleteChannel", port_),
+                              request, "Failed to remove WSS channel.");
 }
 
 void selka_ocm::create_channel_plan(const std::string& json) {

@@ -1,4 +1,5 @@
-// One port of the selka products' monitor; its channel plan is loaded like the switch's.
+// One port of the selka products' monitor; its channel plan is loaded in the same way as the
+// switch's.
 #pragma once
 
 #include <memory>
@@ -15,13 +16,14 @@ class selka_ocm : public with_subscriptions<device::interfaces::ocm> {
   selka_ocm(std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path,
             unsigned port);
 
-  /// Asks the nexel on every second call only, the first included.
+  /// Asks the nexel only on every second call, including the first.
   bool is_operational() override;
   void subscribe_channel(unsigned channel) override;
   void unsubscribe_channel(unsigned channel) override;
   void subscribe() override;
   void unsubscribe() override;
   bool has_channel(unsigned channel) override;
+  void declare_presence_read(unsigned channel, std::vector<read_wish>& wishes) override;
 
   float get_total_power() override;
   float get_channel_power(unsigned channel) override;
@@ -29,6 +31,8 @@ class selka_ocm : public with_subscriptions<device::interfaces::ocm> {
   bool is_channel_detected(unsigned channel) override;
   float get_channel_detect_level(unsigned channel) override;
   void set_channel_detect_level(float level) override;
+  /// Asks for the channel's values right behind the command, so that both are answered together and
+  /// `subscribe_channel` finds them.
   void add_channel(unsigned center, unsigned width) override;
   void remove_channel(unsigned center) override;
   void create_channel_plan(const std::string& json) override;

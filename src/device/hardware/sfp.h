@@ -1,4 +1,4 @@
-// A transceiver port behind its nexel; the module in it comes and goes.
+// Proxy of a transceiver port; the module in it may come and go.
 #pragma once
 
 #include <memory>

@@ -17,7 +17,7 @@ namespace {
 
 constexpr int severity_error = 3;
 
-// One compensator model is used in a part of its tuning range only.
+// Only part of this compensator model's tuning range is used.
 constexpr const char* limited_part_number = "TDCMX-C000-JC-BS08";
 constexpr float limited_range = 180.0f;  // ps/nm, either way
 

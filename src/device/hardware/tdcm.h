@@ -1,5 +1,5 @@
-// The dispersion compensator behind its nexel. Its range and part number are read once and kept for
-// the life of the process, whatever object asks.
+// Proxy of the dispersion compensator. Its range and part number are read once and kept for the
+// life of the process, across proxy objects.
 #pragma once
 
 #include <memory>
@@ -23,7 +23,7 @@ class tdcm : public device::interfaces::tdcm {
   float clamp_dispersion(float value) override;
   float limit_dispersion(float value, bool enabled) override;
 
-  /// Has range and part number read again, so that each test begins anew.
+  /// Makes range and part number be read again, so that each test starts fresh.
   static void forget_for_test();
 
  private:

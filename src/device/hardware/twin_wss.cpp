@@ -54,6 +54,10 @@ void twin_wss::subscribe() {}
 
 void twin_wss::unsubscribe() {}
 
+void twin_wss::declare_presence_read(unsigned channel, std::vector<read_wish>& wishes) {
+  wishes.push_back({client_, read_wish::type::number, attenuation_path(channel)});
+}
+
 bool twin_wss::has_channel(unsigned channel) {
   try {
     get_attenuation(channel);
@@ -120,12 +124,12 @@ void twin_wss::add_channel(unsigned center, unsigned width, unsigned port,
 }
 
 void twin_wss::remove_channel(unsigned center) {
-  // The light goes first: the slot must not pass it on when it has lost its settings.
+  // The light goes first: the slot must not pass light once it has lost its settings.
   block_channel(center);
   const auto request = channel_request(center);
   LUMORA_LOG(2, "Removing TWIN-WSS channel {} on module {}. Request: {}.", center, side(), request);
-  run_channel_command(*client_, fmt::format("command/module/{}/removeChannel", side()), request,
-                      "Failed to remove WSS channel.");
+  run_channel_command_in_turn(*client_, fmt::format("command/module/{}/removeChannel", side()),
+                              request, "Failed to remove WSS channel.");
 }
 
 void twin_wss::create_channel_plan(const std::string& json) {

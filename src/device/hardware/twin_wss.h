@@ -1,6 +1,6 @@
-// One half of the selka products' twin switch, add or drop side by the module's lowest bit. Its
-// channels come and go by commands to the nexel; attenuations go through the key store, which the
-// switch's service follows, and are read back from the nexel.
+// One half of the selka products' twin switch: add or drop side, by the module's lowest bit.
+// Channels are added and removed by commands to the nexel; attenuations are set through the key
+// store, which the switch's service reads, and are read back from the nexel.
 #pragma once
 
 #include <map>
@@ -20,13 +20,14 @@ class twin_wss : public with_subscriptions<device::interfaces::wss> {
   twin_wss(std::shared_ptr<boost::asio::io_context> io, const std::string& socket_path,
            unsigned module);
 
-  /// Asks the nexel on every second call only, the first included.
+  /// Asks the nexel only on every second call, including the first.
   bool is_operational() override;
   void subscribe_channel(unsigned channel) override;
   void unsubscribe_channel(unsigned channel) override;
   void subscribe() override;
   void unsubscribe() override;
   bool has_channel(unsigned channel) override;
+  void declare_presence_read(unsigned channel, std::vector<read_wish>& wishes) override;
 
   /// Throws nx_error -5 while the store is away.
   void set_attenuation(unsigned channel, float value) override;
@@ -44,7 +45,7 @@ class twin_wss : public with_subscriptions<device::interfaces::wss> {
   void remove_all_channels() override;
   bool is_channel_plan_loaded() override;
 
-  /// The attenuation last written to the store for a channel, which the switch may not show yet.
+  /// The attenuation last written to the store for a channel; the switch may not show it yet.
   std::optional<float> get_written_attenuation(unsigned channel) const;
   void declare_reads(std::vector<read_wish>& wishes) override;
   void declare_channel_reads(unsigned channel, bool blocking,

@@ -1,4 +1,4 @@
-// The line's attenuator behind its nexel. Its range is the hardware's, known beforehand.
+// Proxy of the line's attenuator. Its range is known in advance.
 #pragma once
 
 #include <memory>

@@ -1,5 +1,5 @@
-// The orva products' module, switch and monitor in one. Its channels are fixed by the device, and
-// it blocks a channel by switching its port off.
+// The orva products' module: switch and monitor in one. Its channels are fixed by the device; a
+// channel is blocked by switching its port off.
 #pragma once
 
 #include <memory>
@@ -25,7 +25,7 @@ class wss_edge : public with_subscriptions<device::interfaces::wss, device::inte
   bool has_channel(unsigned channel) override;
 
   void set_attenuation(unsigned channel, float value) override;
-  /// Needs the channel to be subscribed, like every reading of a channel here.
+  /// Like every reading of a channel here, this needs the channel to be subscribed to.
   float get_attenuation(unsigned channel) override;
   reading<float> get_attenuation_reading(unsigned channel) override;
   void block_channel(unsigned channel) override;
@@ -57,8 +57,8 @@ class wss_edge : public with_subscriptions<device::interfaces::wss, device::inte
  private:
   std::string ocm_path(unsigned channel, const char* name) const;
   std::string wss_path(const char* root, unsigned channel, const char* name) const;
-  /// The part of a channel's paths: a write to it changes no reading of the others, nor of the
-  /// other direction.
+  /// The part shared by a channel's paths: a write to it changes no reading of other channels or of
+  /// the other direction.
   std::string touched(unsigned channel) const;
   std::string total_power_path() const;
   std::vector<wanted_path> channel_paths(unsigned channel) const;

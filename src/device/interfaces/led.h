@@ -1,6 +1,6 @@
 // The LED panel. Colours are "off", "green", "yellow", "orange", "red"; numbers count from 1. A
-// refused colour throws nx_error -22. The panel may be slow or away: each call waits for it, so
-// that only the LED thread makes them, and those for many LEDs go out together.
+// refused colour throws nx_error -22. The panel may be slow or away and each call waits for it, so
+// only the LED thread calls it, and requests for many LEDs are sent together.
 #pragma once
 
 #include <exception>
@@ -25,7 +25,7 @@ struct led_write {
   std::string colour;
 };
 
-/// What became of one LED of an exchange: its colour, or the failure that a single call would have
+/// The result for one LED of an exchange: its colour, or the failure that a single call would have
 /// thrown.
 struct led_answer {
   std::string colour;
@@ -43,14 +43,14 @@ class led : public device::interface {
   virtual void set_line_tx_led(const std::string& colour) = 0;
   virtual void set_line_rx_led(const std::string& colour) = 0;
   virtual std::string get_client_rx_led(unsigned n) = 0;
-  /// "end" for a number behind the last client LED of the panel.
+  /// "end" for a number after the panel's last client LED.
   virtual std::string get_client_rx_led_or_end(unsigned n) = 0;
   virtual std::string get_client_tx_led(unsigned n) = 0;
   virtual void set_client_rx_led(unsigned n, const std::string& colour) = 0;
   virtual void set_client_tx_led(unsigned n, const std::string& colour) = 0;
 
-  /// All in one message, in order, waited for once. Never throw; answers stand in the order of the
-  /// LEDs.
+  /// All in one message, in order, with one wait. These never throw; answers are in the order of
+  /// the LEDs.
   virtual std::vector<led_answer> read_together(const std::vector<led_address>& leds) = 0;
   virtual std::vector<led_answer> write_together(const std::vector<led_write>& writes) = 0;
 };

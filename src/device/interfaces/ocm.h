@@ -1,6 +1,7 @@
-// An optical channel monitor: what light stands in each channel. Powers and levels dBm, channels by
-// id, centre and width in 10 MHz. Channel readings need the channel to be subscribed. An operation
-// that a device lacks throws nx_error -22 "Not implemented"; a refused channel command nx_error -5.
+// An optical channel monitor: how much light there is in each channel. Powers and levels in dBm,
+// channels by id, centre and width in units of 10 MHz. Channel readings need the channel to be
+// subscribed to. An operation that a device does not have throws nx_error -22 "Not implemented"; a
+// refused channel command throws nx_error -5.
 #pragma once
 
 #include <string>
@@ -14,7 +15,8 @@ class ocm : public virtual device::interface {
  public:
   virtual float get_total_power() = 0;
   virtual float get_channel_power(unsigned channel) = 0;
-  /// As get_channel_power, with its age: of a proxy that reads anew each time, it is of now.
+  /// As get_channel_power, with its age; if the proxy reads the device at each call, the age is
+  /// zero.
   virtual reading<float> get_channel_power_reading(unsigned channel) {
     return reading_of_now(get_channel_power(channel));
   }

@@ -1,4 +1,4 @@
-// The optical switch that leads the light past or through the dispersion compensator.
+// The optical switch that routes the light past or through the dispersion compensator.
 #pragma once
 
 namespace device::interfaces {

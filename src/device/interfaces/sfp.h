@@ -11,7 +11,7 @@ class sfp : public device::interface {
  public:
   virtual float get_rx_power() = 0;
   virtual float get_tx_power() = 0;
-  /// An absent module has lost its light.
+  /// An absent module counts as loss of signal.
   virtual bool has_los() = 0;
   virtual std::string get_oper_status() = 0;
 };

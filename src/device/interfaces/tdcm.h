@@ -1,4 +1,4 @@
-// A tunable dispersion compensator. All values ps/nm.
+// A tunable dispersion compensator. All values in ps/nm.
 #pragma once
 
 #include <string>
@@ -12,16 +12,16 @@ class tdcm {
   tdcm(const tdcm&) = delete;
   tdcm& operator=(const tdcm&) = delete;
 
-  /// Throws nx_error -22 on a value outside the device's range; the limits belong to it.
+  /// Throws nx_error -22 for a value outside the device's range, inclusive.
   virtual void check_dispersion(float value) = 0;
   virtual void set_dispersion(float value) = 0;
-  /// 0.0 when the device does not answer.
+  /// 0.0 if the device does not answer.
   virtual float get_dispersion() = 0;
   virtual float get_max_dispersion() = 0;
   virtual float get_min_dispersion() = 0;
   virtual std::string get_partNumber() = 0;
   virtual float clamp_dispersion(float value) = 0;
-  /// While `enabled`, one compensator model is kept within 180 ps/nm either way.
+  /// If `enabled`, one compensator model is limited to ±180 ps/nm.
   virtual float limit_dispersion(float value, bool enabled) = 0;
 };
 

@@ -1,4 +1,4 @@
-// The variable optical attenuator of the line. All values dB.
+// The line's variable optical attenuator. All values in dB.
 #pragma once
 
 #include "device/interface.h"
@@ -7,7 +7,7 @@ namespace device::interfaces {
 
 class voa : public device::interface {
  public:
-  /// Tries twice; a failure is logged and does not reach the caller.
+  /// Tries twice; a failure is logged but not thrown.
   virtual void set_attenuation(float attenuation) = 0;
   virtual float get_attenuation() = 0;
   virtual float get_min_attenuation() = 0;

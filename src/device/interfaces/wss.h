@@ -1,6 +1,6 @@
-// A wavelength selective switch: attenuates, blocks and routes single channels. Attenuation dB,
-// channels by id, centre and width in 10 MHz. An operation that a device lacks throws nx_error -22
-// "Not implemented"; a refused channel command throws nx_error -5.
+// A wavelength selective switch: attenuates, blocks and routes single channels. Attenuation in dB,
+// channels by id, centre and width in units of 10 MHz. An operation that a device does not have
+// throws nx_error -22 "Not implemented"; a refused channel command throws nx_error -5.
 #pragma once
 
 #include <string>
@@ -14,7 +14,7 @@ class wss : public virtual device::interface {
  public:
   virtual void set_attenuation(unsigned channel, float value) = 0;
   virtual float get_attenuation(unsigned channel) = 0;
-  /// As get_attenuation, with its age: of a proxy that reads anew each time, it is of now.
+  /// As get_attenuation, with its age; if the proxy reads the device at each call, the age is zero.
   virtual reading<float> get_attenuation_reading(unsigned channel) {
     return reading_of_now(get_attenuation(channel));
   }

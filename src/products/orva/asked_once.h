@@ -1,5 +1,5 @@
-// What a pass over all channels asks a device for once, however many channels want it: a device
-// that is slow or away then costs the pass one wait. The manager thread.
+// Something that a pass over all channels asks a device only once, however many channels need it: a
+// device that is slow or away then costs the pass one wait. The manager thread.
 #pragma once
 
 #include <exception>
@@ -10,7 +10,8 @@ namespace products::orva {
 template <class T>
 class asked_once {
  public:
-  /// Runs `ask` at the first call since `forget`. A failure is an answer too: it is thrown again.
+  /// Runs `ask` at the first call since `forget`. A failure counts as an answer: it is thrown
+  /// again.
   template <class Ask>
   T get(const Ask& ask) {
     if (failure_) std::rethrow_exception(failure_);

@@ -1,5 +1,5 @@
-// The client TX loop of the orva family: also works out the OSNR of its channels and keeps the
-// monitor's detection level in step with the kind of peer.
+// The client TX loop of the orva family: also calculates the OSNR of its channels, and keeps the
+// monitor's detection level in line with the kind of peer.
 #pragma once
 
 #include <chrono>
@@ -23,8 +23,8 @@ class client_tx : public ::manager::loops::client_tx<T> {
 
   void run(nx_db& db, bool regulate) override;
   void setup_channel_api(nx_db& db, control_ptr control) override;
-  /// For all channels of the plan, with its mutex held. What fails for one keeps its last value;
-  /// the first failure is thrown when all others have theirs.
+  /// For all channels of the plan, with its mutex held. A channel that fails keeps its last value;
+  /// the first failure is thrown after all others are done.
   virtual void calculate_channel_osnr();
 
   std::optional<float> wanted_detection_level();
@@ -33,7 +33,7 @@ class client_tx : public ::manager::loops::client_tx<T> {
  protected:
   /// Bandwidth of a channel's light for the OSNR, GHz.
   virtual float osnr_bandwidth_of(const control_ptr& control);
-  /// What the last pass has asked of devices is no longer true.
+  /// Forgets what the last pass asked devices.
   virtual void begin_osnr_pass();
   virtual void log_osnr(unsigned id, float power, float neighbor, float osnr);
 

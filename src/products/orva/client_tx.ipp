@@ -20,13 +20,13 @@ void client_tx<T>::watch_osnr() {
   if (!this->is_operational()) return;
   const auto now = helpers::waiting::instance().steady_now();
   if (now - last_osnr_update_ > interval) {
-    last_osnr_update_ = now;  // a pass that fails costs no more than one that does not
+    last_osnr_update_ = now;  // a pass that fails costs no more than one that succeeds
     if (!helpers::guarded([this] { calculate_channel_osnr(); })) this->operational = false;
   }
   set_channel_detection_level();
 }
 
-/// Empty with a peer that wants none: a selka.
+/// Empty if the peer needs none: a selka.
 template <class T>
 std::optional<float> client_tx<T>::wanted_detection_level() {
   try {
@@ -45,7 +45,7 @@ void client_tx<T>::set_channel_detection_level() {
   const auto wanted = wanted_detection_level();
   if (!wanted) return;
   const float level = *wanted;
-  // One channel answers for all: the level is written for the whole monitor.
+  // Writing it through one channel is enough: the level applies to the whole monitor.
   const auto id = channels->begin()->second->get_channel()->get_id();
   const float current = this->ocm_->get_channel_detect_level(id);
   if (std::fabs(double{current} - double{level}) <= close_enough_db) return;

@@ -1,4 +1,4 @@
-// The channel plan that a model of the orva family has for life, as the tree counts it.
+// The permanent channel plan of an orva model, as shown on the tree.
 #pragma once
 
 #include <cmath>

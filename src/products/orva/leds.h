@@ -1,5 +1,5 @@
-// The LEDs of the orva panels: one pair for each channel of the fixed plan, one for the line. Which
-// LED belongs to a channel follows from its centre frequency; the port does not matter.
+// The LEDs of the orva panels: one pair for each channel of the fixed plan, one for the line. A
+// channel's LED follows from its centre frequency; the port does not matter.
 #pragma once
 
 #include <cstdint>
@@ -23,5 +23,34 @@ class leds : public ::manager::leds {
   std::uint32_t line_count_ = 1;
   std::unordered_map<unsigned, unsigned> led_of_frequency_;
 };
+
+// Those of the models: each with its row.
+namespace orvalite {
+class leds : public orva::leds {
+ public:
+  leds() : orva::leds(models::get("orvalite")) {}
+};
+}  // namespace orvalite
+
+namespace orvamax {
+class leds : public orva::leds {
+ public:
+  leds() : orva::leds(models::get("orvamax")) {}
+};
+}  // namespace orvamax
+
+namespace orvapro {
+class leds : public orva::leds {
+ public:
+  leds() : orva::leds(models::get("orvapro")) {}
+};
+}  // namespace orvapro
+
+namespace orvakin::orvakinet {
+class leds : public orva::leds {
+ public:
+  leds() : orva::leds(models::get("orvakinet")) {}
+};
+}  // namespace orvakin::orvakinet
 
 }  // namespace products::orva

@@ -64,7 +64,7 @@ void manager<RX_T, TX_T>::setup_tx_channel_plan(nx_db& db) {
 template <class RX_T, class TX_T>
 void manager<RX_T, TX_T>::update_utilization() {
   unsigned lit = 0;
-  // Published under the same lock: of two counts the later one stays.
+  // Published under the same lock, so that the later of two counts stays.
   const std::lock_guard lock(this->rx_plan_->get_mutex());
   for (const auto& [frequency, control] : *this->rx_plan_->get_channels()) {
     if (control->get_channel()->get_peak()) ++lit;

@@ -1,14 +1,11 @@
 // The orva managers, instantiated for their control type.
 #include "products/control_types_full.h"
+#include "products/orva/leds.h"
 #include "products/orva/manager.ipp"
 #include "products/orva/orvakin/manager.ipp"
-#include "products/orva/orvakin/orvakinet/leds.h"
 #include "products/orva/orvakin/orvakinet/manager.h"
-#include "products/orva/orvalite/leds.h"
 #include "products/orva/orvalite/manager.h"
-#include "products/orva/orvamax/leds.h"
 #include "products/orva/orvamax/manager.h"
-#include "products/orva/orvapro/leds.h"
 #include "products/orva/orvapro/manager.ipp"
 
 namespace products::orva {

@@ -1,6 +1,6 @@
 // The client RX loop of the selka family: channels are managed by their optical control mode, and
-// the operator's one global target output power reaches the light through a VOA behind the switch.
-// The peak regulation goes on working towards each channel's share of the booster's power limit.
+// the operator's single global target output power is realised by a VOA after the switch. The peak
+// regulation still works towards each channel's share of the booster's power limit.
 #pragma once
 
 #include <mutex>
@@ -29,12 +29,12 @@ class client_rx : public ::manager::loops::client_rx<T> {
   void setup_api(nx_db& db) override;
 
   /// dBm for a channel of 100 GHz; on a server thread, waits for the plan's mutex. Failures of the
-  /// devices leave it, with the target already stored.
+  /// devices are thrown after the target has been stored.
   void set_global_target_output_power(float top);
-  /// VOA attenuation that brings a channel of this width, GHz, at its share of the booster's limit
-  /// to this power at the line output.
+  /// VOA attenuation that gives a channel of this width, in GHz, at its share of the booster's
+  /// limit, this power at the line output.
   float calculate_voa_attenuation_from_top(float top, float width);
-  /// Limited to the VOA's range; nothing is written within 0.2 dB of what the VOA shows.
+  /// Limited to the VOA's range; not written if within 0.2 dB of what the VOA shows.
   void set_voa_attenuation(float attenuation);
 
  private:

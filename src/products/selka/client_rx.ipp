@@ -21,7 +21,9 @@ float client_rx<T>::get_edfa_saturation() {
 }
 
 template <class T>
-void client_rx<T>::reset_channel_attenuation(control_ptr) {}
+void client_rx<T>::reset_channel_attenuation(control_ptr control) {
+  control->release_guards();
+}
 
 template <class T>
 void client_rx<T>::manage_channel(nx_db& db, control_ptr control, bool regulate) {
@@ -44,7 +46,7 @@ void client_rx<T>::manage_channel(nx_db& db, control_ptr control, bool regulate)
 
 template <class T>
 void client_rx<T>::apply_stored_target() {
-  // Read and applied under one lock: a newer target that is written meanwhile comes after it.
+  // Read and applied under one lock: a newer target written meanwhile is applied after it.
   const std::lock_guard lock(this->plan_->get_mutex());
   if (global_target_output_power_) apply_target(*global_target_output_power_);
 }
@@ -78,23 +80,29 @@ void client_rx<T>::apply_target(float top) {
     control->set_target_output_power(target);
     LUMORA_LOG(1, "Setting target output power for channel {} to {}", channel->get_id(), target);
   }
+  // What the attenuation rests on is asked for at once.
+  device::cycle_reads reads;
+  const device::cycle_reads::scope scope(reads);
+  std::vector<device::read_wish> wishes;
+  this->edfa_->declare_limit_read(wishes);
+  voa_->declare_reads(wishes);
+  reads.ask_ahead(wishes);
   set_voa_attenuation(calculate_voa_attenuation_from_top(top, reference_width));
 }
 
 template <class T>
 float client_rx<T>::calculate_voa_attenuation_from_top(float top, float width) {
-  constexpr float band_slices = models::selka_slices;
-  auto& board = calibration::instance();
+  const auto& board = calibration::instance();
   const float limit = this->edfa_->get_power_limit();
   const float insertion_loss = voa_->get_insertion_loss();
-  const float booster_to_line = board.get_value("cal_boostertx_to_linetx");
+  const float booster_to_line = board.board().boostertx_to_linetx_db();
   LUMORA_LOG(1, "calculate_voa_attenuation_from_top({})", top);
   LUMORA_LOG(1, "edfa_power_limit: {}", limit);
   LUMORA_LOG(1, "channel_plan_size: {}", this->plan_->get_channels()->size());
   LUMORA_LOG(1, "voa_insertion_loss: {}", insertion_loss);
   LUMORA_LOG(1, "calibration cal_boostertx_to_linetx: {}", booster_to_line);
   LUMORA_LOG(1, "remote_osc_drop_loss: {}", board.line_margin);
-  const float share = 10.0f * std::log10((width / models::slice_ghz) / band_slices);
+  const float share = ::channel::band_share_db(width, models::selka_slices);
   const float result = limit + share - top - insertion_loss + booster_to_line - board.line_margin;
   LUMORA_LOG(2, "calculate_voa_attenuation_from_top({}, {}) = {}", top, width, result);
   return result;

@@ -15,7 +15,7 @@ void leds::start(bool coldstart) {
     const std::lock_guard lock(mutex_);
     client_leds_.resize(client_count_);
     xc_leds_.resize(xc_count_);
-    // A channel behind the last LED has a place that lights nothing.
+    // A channel beyond the last LED has a position that lights nothing.
     for (unsigned led = 0; led < model_.grid.channels; ++led)
       led_of_frequency_[model_.grid.center(led)] = led;
     for (unsigned led = 0; led < xc_count_; ++led)

@@ -1,6 +1,6 @@
 // The LEDs of selkamin: 40 pairs for the channels of the client port, three for the cross-connect
-// ports and one for the line. A channel of the client port shows on the LED of its frequency, any
-// other on the LED of its port.
+// ports and one for the line. A channel of the client port uses the LED of its frequency, any other
+// the LED of its port.
 #pragma once
 
 #include <cstdint>

@@ -27,9 +27,10 @@ void line<T>::follow_measured_span() {
   try {
     const auto span = this->known_rx_span();
     if (!span) {
-      this->judge(base::line_reason::spans_not_known);
+      this->judge_unknown_span();
       return this->begin_guard(guards::line_known, "the span is not known");
     }
+    this->note_known_span();
     this->judge(base::line_reason::gain_fits, {*span});
     follow_span(*span);
     this->end_guard(guards::line_known);
@@ -39,8 +40,8 @@ void line<T>::follow_measured_span() {
   }
 }
 
-// As the parameter's setter does; a gain that the preamp does not take is written again at growing
-// pauses.
+// Like the parameter's setter; a gain that the preamp does not accept is written again at growing
+// intervals.
 template <class T>
 void line<T>::follow_span(float span_loss) {
   const auto now = helpers::waiting::instance().steady_now();
@@ -66,6 +67,8 @@ void line<T>::manage_line(nx_db& db, bool) {
       this->judge(base::line_reason::managed_elsewhere);
       break;
     default:
+      this->judge(base::line_reason::node_leaves_alone, {},
+                  "automation mode embedded sets it against an in-line amplifier alone");
       LUMORA_LOG_DIRECT(3, "manage_line",
                         "Automationmode neither managedCLI mode nor managedNetconfMode");
   }
@@ -87,9 +90,13 @@ bool gain_setting::is_close() const {
 
 template <class T>
 gain_setting line<T>::read_gain(float span_loss) {
+  std::vector<device::read_wish> wishes;
+  this->preamp_->declare_gain_reads(wishes);
+  this->voa_->declare_reads(wishes);
+  if (auto* reads = device::cycle_reads::current()) reads->ask_ahead(wishes);
   const float maximum = this->preamp_->get_max_gain();
   const float minimum = this->preamp_->get_min_gain();
-  const float line_calibration = calibration::instance().get_value("cal_linerx_to_preamprx");
+  const float line_calibration = calibration::instance().board().linerx_to_preamprx_db();
   const float gain =
       preamp_gain(span_loss, line_calibration, this->voa_->get_insertion_loss(), minimum, maximum);
   return {.present = this->preamp_->get_gain(), .wanted = gain};
@@ -103,6 +110,8 @@ void line<T>::write_gain(const gain_setting& gain) {
 
 template <class T>
 void line<T>::set_preamp_gain(float span_loss) {
+  device::cycle_reads reads;
+  const device::cycle_reads::scope scope(reads);
   const auto gain = read_gain(span_loss);
   if (!gain.is_close()) write_gain(gain);
 }

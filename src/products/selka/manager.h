@@ -1,5 +1,5 @@
-// The manager of the selka models: channels come and go by command, on a twin switch with a monitor
-// of its own. selkaplus differs in the names of its switch ports and in its panel.
+// The manager of the selka models: channels are added and removed by command, on a twin switch with
+// a separate monitor. selkaplus differs in the names of its switch ports and in its panel.
 #pragma once
 
 #include <string>

@@ -7,6 +7,7 @@
 #include "platform/value_tree/nx_db.h"
 #include "platform/wire/nx_error.h"
 #include "products/control_types_full.h"
+#include "tests/support/board_file.h"
 #include "tests/support/fake_device.h"
 #include "tests/support/tree_values.h"
 
@@ -157,6 +158,18 @@ TEST_F(orva_channel, counts_new_readings_and_publishes_what_follows_from_them) {
   channel->set_alarm(tree, "lossOfSignal", 1);
   channel->set_alarm(tree, "lossOfSignal", 0);
   EXPECT_FLOAT_EQ(test::number_of(tree, "alarms/client/19600000/rx/lossOfSignal/severity"), 0.0f);
+}
+
+TEST_F(orva_channel, power_at_the_client_is_worked_out_with_the_losses_of_its_direction) {
+  test::load_board_file("cal_clientrx_to_mon -16\ncal_mon_to_clienttx -5\n");
+  for (const auto& [direction, power] : {std::pair{"rx", 2.0f}, {"tx", -31.0f}}) {
+    control = std::make_shared<products::orva_control>();
+    put_in(direction);
+    show(6.0f, -20.0f);
+    EXPECT_FLOAT_EQ(
+        test::number_of(tree, std::string("data/client/19600000/") + direction + "/power"), power);
+  }
+  calibration::instance().reset();
 }
 
 TEST_F(selka_channel, is_regulated_in_mode_power_alone) {

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "device/cycle_reads.h"
 #include "device/hardware/edfa.h"
 #include "device/hardware/selka_ocm.h"
 #include "device/hardware/sfp.h"
@@ -158,6 +159,17 @@ TEST(twin_wss_test, attenuation_goes_through_the_store) {
   EXPECT_EQ(proxy.get_attenuation(channel), 3.5f) << "what the switch reports, not what was asked";
   proxy.unblock_channel(channel, 15.0f);
   EXPECT_EQ(store.attenuation("add", channel), "15");
+  {
+    std::vector<device::read_wish> wishes;
+    proxy.declare_channel_reads(channel, false, wishes);
+    device::cycle_reads reads;
+    const device::cycle_reads::scope cycle(reads);
+    reads.fetch(wishes);
+    served.value("data/module/add/channel/19600000/attenuation", "15");
+    EXPECT_EQ(proxy.get_attenuation(channel), 3.5f) << "read once in a cycle";
+    proxy.set_attenuation(channel, 15.0f);
+    EXPECT_EQ(proxy.get_attenuation(channel), 15.0f) << "but not from before a write";
+  }
 
   kvs_memory::set_available(false);
   EXPECT_EQ(failure_of([&] { proxy.set_attenuation(channel, 1.0f); }), "! -5 Redis not connected.");

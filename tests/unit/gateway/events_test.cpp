@@ -1,5 +1,7 @@
 // What a page sees of the tree: present values, changes, a daemon that goes and comes back, and
 // what was missed meanwhile.
+#include <atomic>
+
 #include "tests/unit/gateway/gateway_fixture.h"
 
 namespace {
@@ -120,11 +122,98 @@ TEST_F(events, a_client_that_does_not_read_is_closed_and_others_are_not_held_up)
   EXPECT_LT(deaf->read_all().size(), 60u * 50'000u) << "it was served to the end";
 }
 
+TEST_F(events, what_a_page_plots_is_kept_for_ten_minutes_by_the_gateway) {
+  std::atomic<std::int64_t> minutes{0};
+  const auto begin = std::chrono::system_clock::now();
+  bounds.now = [&] { return begin + std::chrono::minutes(minutes); };
+  const auto measured = value_node::create(db, "insight/client/1/rx/measured", "-3.5");
+  serve_tree();
+  start();
+  const auto page = watch("path=insight/client/1/rx/measured");
+  const std::string address = "/api/v1/history?path=insight/client/1/rx/measured";
+  ask_until(get(address), "\"value\":-3.5}");
+  const auto tell = [&](std::int64_t at, const std::string& value) {
+    minutes = at;
+    measured->update(value);
+    page->read_until("\"value\":" + value + '}');
+  };
+  tell(4, "-4");
+  measured->fail({-61, "dark"});
+  page->read_until("dark");
+  tell(8, "-5");
+  EXPECT_THAT(ask_until(get(address), "-5}"), testing::ContainsRegex("-3.5}.*-4}.*null}.*-5}]"));
+  tell(15, "-6");
+  const auto later = ask_until(get(address), "-6}");
+  EXPECT_THAT(later, Not(HasSubstr("-3.5")));
+  EXPECT_THAT(later, testing::ContainsRegex("null}.*-5}.*-6}]"))
+      << "what held at the beginning of the ten minutes is kept";
+  server.reset();
+  EXPECT_THAT(ask_until(get(address), "-6},{"), testing::ContainsRegex("-6}.*null}]"))
+      << "a daemon that is lost is a gap, and what led to it is told";
+}
+
+TEST_F(events, streams_and_patterns_beyond_their_limits_are_told_so) {
+  bounds.event_streams = 5;
+  serve_tree();
+  start();
+  std::vector<std::unique_ptr<http_client>> pages;
+  std::string refused;
+  // Some of the 64 patterns are those of the gateway's own record.
+  for (int i = 0; i < 64 && refused.empty(); i += 16) {
+    std::string query = fmt::format("path=none/{}", i);
+    for (int more = 1; more < 16; ++more)
+      query += fmt::format("&path=none/{}", i + more);
+    pages.push_back(watch(query));
+    const auto& told = pages.back()->read_until("\r\n\r\n");
+    if (told.find("503 ") != told.npos) refused = pages.back()->read_until("watched");
+  }
+  EXPECT_THAT(refused, HasSubstr("More than 64 different patterns are watched"));
+  ASSERT_EQ(pages.size(), 4u) << "of which the last one is no stream";
+  for (int i = 0; i < 2; ++i) {
+    pages.push_back(watch("path=data/**"));
+    pages.back()->read_until("-3.5");
+  }
+  EXPECT_THAT(watch("path=data/**")->read_until("streams"), HasSubstr("More than 5 event streams"));
+}
+
 TEST_F(events, a_heartbeat_comes_while_nothing_changes) {
   bounds.heartbeat = 20ms;
   serve_tree();
   start();
   watch("path=data/**")->read_until(": heartbeat\n\n");
+}
+
+/// How often somebody wanted to subscribe to it.
+struct asked_node : value_node {
+  using value_node::value_node;
+  void subscribe(std::shared_ptr<nx_session> session, const std::string& path,
+                 nx::json_allocator& allocator, nx::json_value& result,
+                 std::unique_lock<std::recursive_mutex>& lock) override {
+    value_node::subscribe(std::move(session), path, allocator, result, lock);
+    ++asked;
+  }
+  std::atomic<unsigned> asked{0};
+};
+
+TEST_F(events, a_pattern_of_more_than_an_answer_may_have_is_tried_ever_more_seldom) {
+  bounds.tree_retry = 50ms;
+  const auto counted = test::add_node<asked_node>(db, "large/counted", "1");
+  for (int i = 0; i < 200; ++i)
+    value_node::create(db, fmt::format("large/part/{}", i), '"' + std::string(50'000, 'x') + '"');
+  serve_tree();
+  start();
+  const auto begin = std::chrono::steady_clock::now();
+  const auto page = watch("path=large/**");
+  const auto other = watch("path=data/**");
+  EXPECT_THAT(page->read_until("error"), HasSubstr("its answer is longer than 8388608 bytes"));
+  other->read_until("-3.5");
+  while (counted->asked < 4 && std::chrono::steady_clock::now() - begin < test_patience)
+    std::this_thread::sleep_for(5ms);
+  EXPECT_GE(counted->asked, 4u);
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, 50ms + 100ms + 200ms);
+  for (int i = 0; i < 200; ++i)
+    db.remove_node(fmt::format("large/part/{}", i));
+  EXPECT_TRUE(tells(page->read_until("\"large/counted\""), "large/counted", "1"));
 }
 
 }  // namespace

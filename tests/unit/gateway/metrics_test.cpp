@@ -4,7 +4,6 @@
 #include <rapidjson/document.h>
 
 #include "gateway/metrics/metrics_text.h"
-#include "gateway/metrics/running_counts.h"
 #include "gateway/metrics/tree_metrics.h"
 #include "platform/wire/json_conversion.h"
 
@@ -43,7 +42,7 @@ TEST(metrics, a_value_is_a_sample_unless_it_is_in_error_or_dark) {
        R"(frequency_thz="",state="stepping"} 1)"},
       {"and the others", R"({"insight/client/1/rx/state":"stepping"})",
        R"(frequency_thz="",state="on target"} 0)"},
-      {"a loop that is down", R"({"insight/client/1/rx/state":"loop down"})",
+      {"a loop that is down", R"({"insight/rest":{"client rx":{"up":false}}})",
        R"(lumora_loop_up{node="n",loop="client rx"} 0)"},
       {"the line", R"({"data/line/1/tx/power":17})",
        R"(lumora_line_power_dbm{node="n",direction="tx"} 17)"},
@@ -55,9 +54,15 @@ TEST(metrics, a_value_is_a_sample_unless_it_is_in_error_or_dark) {
        R"(lumora_alarm{node="n",part="line/1/rx/osc",alarm="lossOfLink"} 0)"},
       {"a guard", R"({"insight/guards":{"line-known":{"withheld":3,"active":[{}]}}})",
        R"(lumora_guard_withheld_total{node="n",guard="line-known"} 3)"},
+      {"steps", R"({"insight/client/19230000/rx/steps":7})",
+       R"(lumora_attenuator_steps_total{node="n",direction="rx",channel="19230000",frequency_thz="192.3"} 7)"},
+      {"steps of the line", R"({"insight/line/steps":3})",
+       R"(lumora_line_attenuator_steps_total{node="n"} 3)"},
       {"hunting", R"({"insight/rest":{"line":{"hunts":true}}})",
        R"(lumora_hunting{node="n",loop="line"} 1)"},
       {"nothing of the kind", R"({"insight/guards":[1],"insight/rest":5,"data/product":7})",
+       nullptr},
+      {"cycles that are none", R"({"insight/cycles":{"count":3,"seconds":1,"within":[["a",1]]}})",
        nullptr},
   };
   for (const auto& row : table) {
@@ -79,27 +84,15 @@ TEST(metrics, the_open_form_is_asked_for_and_ends_as_it_must) {
   EXPECT_THAT(text, HasSubstr("# TYPE lumora_guard_withheld counter\n"));
   EXPECT_THAT(text, HasSubstr(R"(lumora_guard_withheld_total{node="n",guard="a \"b\"\n"} 3)"));
   EXPECT_TRUE(text.ends_with("\n# EOF\n"));
-}
-
-TEST(metrics, counts_grow_with_what_is_new_and_begin_anew_with_a_daemon) {
-  const auto values = nx::parse_json("{}");
-  gateway::running_counts counts;
-  const auto text = [&] {
-    gateway::family_set families("n");
-    counts.add_to(families, values);
-    return gateway::metrics_text(families.take(), true);
-  };
-  const std::string path = "insight/client/19230000/rx/stepsLastHour";
-  for (const unsigned in_hour : {5u, 6u, 6u, 4u, 7u})
-    counts.steps(path, in_hour);
-  EXPECT_THAT(text(), HasSubstr(R"(frequency_thz="192.3"} 4)")) << "one and three; old ones sink";
-  counts.cycle(nx::parse_json(R"({"number":8,"seconds":0.02})"));
-  counts.cycle(nx::parse_json(R"({"number":8,"seconds":0.02})"));
-  counts.cycle(nx::parse_json(R"({"number":9,"seconds":0.7})"));
-  EXPECT_THAT(text(), HasSubstr("lumora_cycle_seconds_bucket{node=\"n\",le=\"1.0\"} 2\n"));
-  EXPECT_THAT(text(), HasSubstr("lumora_cycle_seconds_bucket{node=\"n\",le=\"0.5\"} 1\n"));
-  counts.clear();
-  EXPECT_EQ(text(), "# EOF\n");
+  constexpr const char* cycles =
+      R"({"insight/cycles":{"count":9,"seconds":1.5,"within":[[0.5,7],[1.0,8]]}})";
+  for (const bool open : {false, true}) {
+    EXPECT_THAT(text_of(cycles, open), HasSubstr("# TYPE lumora_cycle_seconds histogram\n"));
+    EXPECT_THAT(text_of(cycles, open),
+                HasSubstr("lumora_cycle_seconds_bucket{node=\"n\",le=\"+Inf\"} 9\n"));
+    EXPECT_THAT(text_of(cycles, open), HasSubstr("lumora_cycle_seconds_sum{node=\"n\"} 1.5\n"));
+  }
+  EXPECT_THAT(text_of(cycles, true), HasSubstr("_bucket{node=\"n\",le=\"1.0\"} 8\n"));
 }
 
 }  // namespace

@@ -70,6 +70,29 @@ TEST_F(requests, each_has_its_answer) {
        "POST /api/v1/run HTTP/1.1\r\nHost: localhost\r\nContent-Length: 1\r\n"
        "Content-Length: 2\r\n\r\nab",
        "400 Bad"},
+      {"a coding without an end",
+       "POST /api/v1/run HTTP/1.1\r\nHost: localhost\r\nTransfer-Encoding: identity\r\n\r\n"
+       "GET /healthz HTTP/1.1\r\n\r\n",
+       "501 Not"},
+      {"both a length and chunks",
+       "POST /api/v1/run HTTP/1.1\r\nHost: localhost\r\nContent-Length: 4\r\n"
+       "Transfer-Encoding: chunked\r\n\r\n0\r\n\r\n",
+       "400 Bad"},
+      {"a header behind the body",
+       "POST /api/v1/run HTTP/1.1\r\nHost: localhost\r\nTransfer-Encoding: chunked\r\n\r\n"
+       "0\r\nX-Lumora-Request: page\r\n\r\n",
+       "A header stands behind the body"},
+      {"a body that waits for a word",
+       "PUT /api/v1/values HTTP/1.1\r\nHost: localhost\r\nContent-Length: 9\r\n"
+       "Expect: 100-continue\r\n\r\n{\"a/b\":1}",
+       "100 Continue\r\n\r\nHTTP/1.1 403"},
+      {"a page of elsewhere", get("/api/v1/events?path=**", "Sec-Fetch-Site: cross-site\r\n"),
+       "403 Forbidden"},
+      {"a link from elsewhere",
+       get("/",
+           "Sec-Fetch-Site: cross-site\r\nSec-Fetch-Mode: navigate\r\nSec-Fetch-Dest: "
+           "document\r\n"),
+       "<p>the page</p>"},
       {"a large body",
        "PUT /api/v1/values HTTP/1.1\r\nHost: localhost\r\n"
        "Content-Length: 100000000\r\n\r\n",
@@ -154,6 +177,9 @@ TEST_F(requests, a_write_needs_token_origin_and_header) {
   }
   EXPECT_THAT(put(plain + basic + "Origin: http://localhost\r\n"), HasSubstr("200 OK"));
   EXPECT_EQ(offset->json(), "2");
+  EXPECT_THAT(ask("POST /api/v1/run HTTP/1.1\r\nHost: localhost\r\nContent-Length: 60000\r\n" +
+                  plain + bearer + "\r\n" + std::string(60'000, '[')),
+              HasSubstr("nested deeper than"));
   EXPECT_THAT(ask("POST /api/v1/run HTTP/1.1\r\nHost: localhost\r\nContent-Length: 36\r\n" + plain +
                   bearer + "\r\n{\"path\":\"command/echo\",\"args\":[1,2]}"),
               HasSubstr(R"({"command/echo":[1,2]})"));

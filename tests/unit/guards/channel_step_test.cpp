@@ -44,7 +44,7 @@ class step_of_five_db : public testing::Test {
 TEST_F(step_of_five_db, wants_a_reading_from_after_the_switch_has_moved) {
   EXPECT_EQ(after(view(0.5, 15.0f, -9, -17.5f, 0.3)), wait_for::switch_to_move)
       << "a pass while the switch moves is no evidence";
-  EXPECT_EQ(after(view(1.0, 10.0f, 0.6, -17.5f, 0.3)), wait_for::new_reading);
+  EXPECT_EQ(after(view(1.0, 10.0f, 0.6, -17.5f, 0.6)), wait_for::new_reading);
   EXPECT_EQ(after(view(1.5, 10.0f, 0.6, -15.1f, 1.3)), wait_for::none);
 }
 
@@ -77,6 +77,8 @@ TEST_F(step_of_five_db, is_judged_anew_when_it_was_lost) {
   EXPECT_EQ(after(view(14.0, 15.0f, -9, -20.0f, 13.3)), wait_for::switch_to_move)
       << "the next try has twice the patience";
   EXPECT_EQ(after(view(15.0, 15.0f, -9, -20.0f, 13.3)), wait_for::none);
+  step.made(15.0f, 12.0f, view(15.0, 15.0f, -9, -20.0f, 13.3));
+  EXPECT_EQ(after(view(20.0, 15.0f, -9, -20.0f, 19.3)), wait_for::none) << "to another target";
 }
 
 TEST_F(step_of_five_db, stands_at_its_target_when_the_light_followed_and_the_read_back_did_not) {
@@ -129,11 +131,11 @@ TEST(live_reading, has_changed_since_its_subscription_or_stood_for_half_a_minute
 
 TEST(blind_monitor, is_one_that_tells_of_no_light_that_the_amplifier_sees) {
   guards::blind_monitor monitor;
-  monitor.look(false, false, true, at(0));
+  monitor.look(false, false, false, at(0));
+  EXPECT_FALSE(monitor.may_be_blind(at(0))) << "a dark band";
+  monitor.look(false, false, true, at(1));
   EXPECT_TRUE(monitor.may_be_blind(at(4.5))) << "its first pass may be to come";
   EXPECT_FALSE(monitor.may_be_blind(at(5)));
-  monitor.look(false, false, false, at(6));
-  EXPECT_FALSE(monitor.may_be_blind(at(6))) << "a dark band";
   monitor.look(true, false, true, at(7));
   EXPECT_FALSE(monitor.may_be_blind(at(7))) << "it has measured some light";
   monitor.look(false, false, true, at(8));
@@ -187,7 +189,7 @@ TEST(amplifier_saturation, forbids_opening_until_the_monitor_has_seen_its_end) {
   amplifier.look(3.1f, at(50));
   EXPECT_EQ(amplifier.lasting(at(61)), 60s);
   amplifier.look(0.0f, at(61));
-  EXPECT_TRUE(amplifier.forbids_opening(at(60.9))) << "a reading of the saturated light";
+  EXPECT_TRUE(amplifier.forbids_opening(at(61.9))) << "told now, measured in saturated light";
   EXPECT_FALSE(amplifier.forbids_opening(at(62.1)));
 }
 

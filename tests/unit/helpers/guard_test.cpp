@@ -26,6 +26,10 @@ struct loop {
   void init(bool& cleaned) {
     helpers::logged_and_thrown([this] { throw failure; }, [&] { cleaned = true; });
   }
+  void start() {
+    bool cleaned = false;
+    helpers::logged_and_thrown([&] { init(cleaned); }, [] {});
+  }
 };
 
 }  // namespace sample
@@ -69,9 +73,12 @@ TEST(guard, that_throws_on_cleans_up_and_says_so) {
   EXPECT_THROW(foreign.init(cleaned), std::runtime_error);
   EXPECT_TRUE(cleaned);
   sample::loop<nx_error> own{nx_error(-5, "Failed.")};
-  EXPECT_THROW(own.init(cleaned), nx_error);
+  EXPECT_THROW(own.start(), nx_error);
+  EXPECT_THROW(own.start(), nx_error) << "another failure";
   const auto texts = log.texts();
-  ASSERT_EQ(texts.size(), 2u);
+  ASSERT_EQ(texts.size(), 3u) << "once each, by the guard that is nearest";
+  EXPECT_EQ(texts[1], texts[2]);
+  EXPECT_THAT(texts[1], HasSubstr("::init("));
   EXPECT_THAT(texts[0], testing::EndsWith(", throwing"));
   EXPECT_THAT(texts[1], testing::EndsWith(": Failed. "));
 }

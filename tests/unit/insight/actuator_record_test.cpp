@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 namespace {
@@ -53,6 +54,9 @@ TEST(actuator_record, tells_hunting_from_approach_and_drift) {
     for (const auto& [at, change] : row.happenings)
       change == 0 ? record.event() : record.step(start + at, change);
     const auto now = start + row.asked_at;
+    const auto writes =
+        std::ranges::count_if(row.happenings, [](auto& h) { return h.change != 0; });
+    EXPECT_EQ(record.steps(), writes);
     EXPECT_EQ(record.steps_last_hour(now), row.steps);
     EXPECT_EQ(record.reversals_last_hour(now), row.reversals);
     EXPECT_EQ(record.is_hunting(now), row.hunts);

@@ -7,6 +7,7 @@
 
 #include "api/config_param.h"
 #include "base/insight/loop_watch.h"
+#include "base/insight/stall_watch.h"
 #include "helpers/guard_register.h"
 #include "platform/value_tree/nx_db.h"
 #include "tests/support/hand_clock.h"
@@ -96,6 +97,29 @@ TEST_F(event_log_test, hears_of_guards_and_parameters_by_itself) {
           HasSubstr(R"("parameterWritten","on":"config/x","value":"1.5"})")));
 }
 
+TEST_F(event_log_test, keeps_a_parameter_that_is_written_again_and_again_as_one_event) {
+  const auto session = std::make_shared<test::recording_session>();
+  nx::json_document answer(rapidjson::kObjectType);
+  std::recursive_mutex mutex;
+  std::unique_lock lock(mutex);
+  tree.subscribe(session, tree.node_at("insight/log"), answer.GetAllocator(), answer, lock);
+  session->take();
+  for (int i = 0; i < 5000; ++i) {
+    log.tell_written("config/x", std::to_string(i));
+    if (i % 1000 == 0) log.tell_written("config/y", std::to_string(i));
+    clock->sleep(std::chrono::milliseconds(2));
+    log.settle();
+  }
+  EXPECT_THAT(session->take(), ElementsAre(HasSubstr("config/x"), HasSubstr("config/y")));
+  clock->sleep(std::chrono::seconds(11));
+  log.settle();
+  EXPECT_EQ(session->take().size(), 2u);
+  log.tell_written("config/x", "7");
+  EXPECT_THAT(told(), ElementsAre(HasSubstr(R"("value":"4999","writes":5000,"until":"20)"),
+                                  HasSubstr(R"("on":"config/y","value":"4000","writes":5,)"),
+                                  HasSubstr(R"("on":"config/x","value":"7"})")));
+}
+
 TEST_F(event_log_test, tells_a_loop_that_fails_again_and_again_once) {
   insight::loop_watch watch("client rx");
   watch.look(true, "");
@@ -106,6 +130,39 @@ TEST_F(event_log_test, tells_a_loop_that_fails_again_and_again_once) {
   watch.look(true, "");
   EXPECT_THAT(told(), ElementsAre(HasSubstr(R"("loopDown","on":"client rx","reason":"Not conn)"),
                                   HasSubstr(R"("loopUp","on":"client rx","seconds":5,)")));
+}
+
+TEST_F(event_log_test, tells_a_line_that_stands_still_once_and_its_end) {
+  using enum insight::line_reason;
+  insight::stall_watch watch;
+  const auto stand = [&](insight::line_reason reason, int seconds) {
+    for (; seconds > 0; --seconds) {
+      watch.look({.reason = reason}, clock->steady_now());
+      clock->sleep(std::chrono::seconds(1));
+    }
+  };
+  stand(nobody_answers, 8);  // the start
+  stand(few_readings, 5);
+  stand(no_sign_of_life, 20);
+  stand(within_rest, 60);
+  for (int i = 0; i < 5; ++i) {
+    stand(fully_open, 15);
+    stand(few_readings, 10);
+  }
+  stand(no_light, 20);
+  stand(peer_is_lost, 20);
+  stand(link_down, 15);
+  stand(product_not_known, 15);
+  stand(within_rest, 1);
+  EXPECT_THAT(told(), ElementsAre(AllOf(HasSubstr(R"("stalled","on":"line","state":"peer's)"),
+                                        HasSubstr("has told nothing new for")),
+                                  HasSubstr(R"("resumed","on":"line","state":"peer's readings)"),
+                                  HasSubstr(R"("exhausted","on":"line")"),
+                                  HasSubstr(R"("resumed","on":"line","state":"exhausted")"),
+                                  HasSubstr(R"("stalled","on":"line","state":"no supervisory)"),
+                                  HasSubstr(R"("resumed","on":"line","state":"no superv)"),
+                                  HasSubstr(R"("stalled","on":"line","state":"peer not known)"),
+                                  HasSubstr(R"("resumed","on":"line","state":"peer not known)")));
 }
 
 }  // namespace

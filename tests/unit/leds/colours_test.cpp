@@ -2,10 +2,7 @@
 // to that.
 #include <gtest/gtest.h>
 
-#include "products/orva/orvakin/orvakinet/leds.h"
-#include "products/orva/orvalite/leds.h"
-#include "products/orva/orvamax/leds.h"
-#include "products/orva/orvapro/leds.h"
+#include "products/orva/leds.h"
 #include "products/selka/leds.h"
 #include "products/selka/selkaplus/leds.h"
 #include "tests/support/log_capture.h"

@@ -7,7 +7,7 @@
 #include "base/guards/panel.h"
 #include "helpers/waiting.h"
 #include "platform/wire/nx_error.h"
-#include "products/orva/orvalite/leds.h"
+#include "products/orva/leds.h"
 #include "products/selka/leds.h"
 #include "tests/support/gate.h"
 #include "tests/support/hand_clock.h"

@@ -4,8 +4,7 @@
 
 #include "helpers/waiting.h"
 #include "platform/wire/nx_error.h"
-#include "products/orva/orvakin/orvakinet/leds.h"
-#include "products/orva/orvalite/leds.h"
+#include "products/orva/leds.h"
 #include "products/selka/leds.h"
 #include "products/selka/selkaplus/leds.h"
 #include "tests/support/hand_clock.h"

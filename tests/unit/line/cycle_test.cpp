@@ -94,7 +94,7 @@ TEST_F(fibre, a_coldstart_does_not_wait_for_ever) {
 }
 
 TEST_F(fibre, cut_and_mended) {
-  peer.fill_terminal("ORVA-LITE");
+  peer.fill("ORVA-LITE");
   set_opening_of_4_db();
   meet_peer();
   cycle();
@@ -174,7 +174,7 @@ TEST_F(fibre, each_alarm_has_its_cycle_whatever_fails) {
 }
 
 TEST_F(fibre, shows_no_span_loss_of_what_was_not_measured) {
-  peer.fill_terminal("ORVA-LITE");
+  peer.fill("ORVA-LITE");
   peer.set("data/line/1/tx/power", 8.0f);
   peer.set("data/line/1/rx/power", -12.0f);
   meet_peer();
@@ -194,7 +194,7 @@ TEST_F(fibre, shows_no_span_loss_of_what_was_not_measured) {
 }
 
 TEST_F(fibre, span_losses_are_taken_every_25_seconds) {
-  peer.fill_terminal("ORVA-LITE");
+  peer.fill("ORVA-LITE");
   peer.set("data/line/1/tx/power", 8.0f);
   peer.set("data/line/1/rx/power", 30.0f);
   meet_peer();

@@ -12,7 +12,7 @@ using test::journal;
 class embedded_line : public testing::Test, protected test::line_bench {
  protected:
   embedded_line() {
-    peer.fill_tarn("TARN-ONE");
+    peer.fill("TARN-ONE");
     peer.set("data/spanloss/section", "na");
     set_spans(16, 17);
     peer.set("data/neighbour/edfa/minGain", 25.0f);

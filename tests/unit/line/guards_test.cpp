@@ -70,9 +70,9 @@ TEST(line_saturation, that_answers_no_step_is_not_followed_for_long) {
   EXPECT_EQ(taken, 3u) << "noise is no answer";
   try_step(2.6f);
   EXPECT_EQ(taken, 4u) << "it moves after all";
-  for (const float falling : {2.4f, 1.4f, 0.7f, 0.4f, 0.2f})
-    try_step(falling);
-  EXPECT_EQ(taken, 9u);
+  for (const float each : {2.4f, 1.4f, 0.7f, 0.4f, 0.2f, 0.2f, 0.2f, 0.2f})
+    try_step(each);
+  EXPECT_EQ(taken, 11u) << "where it stands still again, it has as many tries as before";
 }
 
 class attenuator : public testing::Test {
@@ -145,9 +145,10 @@ TEST_F(attenuator, at_its_end_is_asked_for_the_end_once) {
 }
 
 TEST_F(attenuator, with_a_shorter_range_than_told_is_asked_for_the_end_a_few_times_an_hour) {
-  run(1h, 0.5f, [](float asked) { return std::min(asked, 24.0f); });
+  run(1h, 1.5f, [](float asked) { return std::min(asked, 24.0f); });
   const auto at_end = std::count(written_.begin(), written_.end(), 25.0f);
   EXPECT_LE(at_end, 15);
+  EXPECT_GE(at_end, 5) << "it may have been lost on its way";
 }
 
 TEST(line_opening, takes_no_loss_of_dark_ends_and_no_attenuation_that_cannot_be) {

@@ -27,7 +27,7 @@ class explained_line : public testing::Test, protected test::line_bench {
   }
 
   void meet(const std::string& product) {
-    peer.fill_terminal(product, {channel});
+    peer.fill(product, {channel});
     meet_peer();
   }
   void cycle_with(float power, bool regulate = true) {
@@ -60,6 +60,7 @@ TEST_F(explained_line, by_the_phases_of_its_regulator) {
   cycle_with(3);
   EXPECT_EQ(shown("insight/line/headroomUp"), "9.6");
   EXPECT_EQ(shown("insight/line/headroomDown"), "15.4");
+  EXPECT_EQ(shown("insight/line/steps"), "1");
   EXPECT_EQ(shown("insight/line/stepsLastHour"), "1");
   for (int i = 0; i < 6; ++i)
     cycle_with(i % 2 == 0 ? 3 : 4);

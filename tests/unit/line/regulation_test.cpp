@@ -21,7 +21,7 @@ class regulated_line : public testing::Test, protected test::line_bench {
   void meet(const std::string& product, std::initializer_list<unsigned> channels) {
     for (const unsigned id : channels)
       plan->add_channel(id, 5000, 1, "1");
-    peer.fill_terminal(product, channels);
+    peer.fill(product, channels);
     meet_peer();
   }
 
@@ -167,6 +167,18 @@ TEST_F(regulated_line, does_not_mix_readings_of_two_connections) {
   EXPECT_EQ(done(), journal{});
   cycle_with(first, 3);
   EXPECT_EQ(done(), journal{"voa 9.60"});
+}
+
+TEST_F(regulated_line, takes_no_step_on_a_reading_from_before_the_link_was_back) {
+  meet("ORVA-LITE", {first});
+  for (int i = 0; i < 10; ++i)
+    cycle_with(first, 3);
+  EXPECT_EQ(done(), journal{"voa 9.60"});
+  osc->operational = false;
+  cycle_with(first, 3);
+  osc->operational = true;
+  cycle();
+  EXPECT_EQ(done(), journal{});
 }
 
 TEST_F(regulated_line, gives_the_far_preamp_no_more_light_while_its_saturation_is_not_known) {

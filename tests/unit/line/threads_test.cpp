@@ -14,7 +14,7 @@ constexpr unsigned channel_id = 19600000;
 TEST(line_threads, cycles_polls_and_commands_do_not_get_into_each_others_way) {
   test::line_bench bench;
   bench.plan->add_channel(channel_id, 5000, 1, "1");
-  bench.peer.fill_terminal("ORVA-LITE", {channel_id});
+  bench.peer.fill("ORVA-LITE", {channel_id});
   bench.start();
   bench.meet_peer();
 

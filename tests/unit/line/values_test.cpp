@@ -10,7 +10,7 @@ class line_values : public testing::Test, protected test::line_bench {
  protected:
   line_values() {
     start();
-    peer.fill_terminal("ORVA-LITE");
+    peer.fill("ORVA-LITE");
   }
   void poll() { poller->advance(15s); }
   void expect_shown(const std::map<std::string, std::string>& values) {

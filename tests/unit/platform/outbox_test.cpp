@@ -96,6 +96,7 @@ TEST_F(outbox, nothing_overtakes_the_answer) {
 // Answers are limited one by one; events alone end a session that does not read them.
 TEST_F(outbox, tells_events_from_what_was_asked_for) {
   begin("a");
+  deliver("a", "one before");
   deliver("a", "first");
   EXPECT_EQ(box.first_event_bytes(), 5U);
   box.add_answer("answer");
@@ -162,6 +163,7 @@ TEST_F(outbox, patterns_cover_what_they_match_and_are_limited_in_bytes) {
     }
   }
   EXPECT_FALSE(box.covered_by_pattern("a/b/c"));
+  EXPECT_FALSE(nx::path_matches("a/*", "a/")) << "a segment has a name";
   const std::string long_one = std::string(nx::limits::pattern_bytes_per_session - 2, 'x') + "/*";
   EXPECT_TRUE(box.add_pattern(long_one));
   EXPECT_FALSE(box.add_pattern("*"));

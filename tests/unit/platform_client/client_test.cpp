@@ -48,13 +48,19 @@ TEST_P(client, reads_each_type_and_names_the_one_it_found) {
 
 TEST_P(client, default_stands_for_an_unknown_path_alone) {
   auto node = value_node::create(tree, "data/product", R"("orva")");
-  EXPECT_EQ(connection->get_or<std::string>("data/product", "n/a"), "orva");
-  EXPECT_EQ(connection->get_or<std::string>("data/nothing", "n/a"), "n/a");
+  const auto read = [&](const std::string& path) {
+    const auto request = std::make_shared<nexel_read_request>();
+    const auto object = std::make_shared<nexel_read_default_object<std::string>>(path, "n/a");
+    auto answer = object->get_future();
+    request->add_object(object);
+    connection->server_call(request);
+    return connection->wait_for(answer, path);
+  };
+  EXPECT_EQ(read("data/product"), "orva");
+  EXPECT_EQ(read("data/nothing"), "n/a");
 
   node->fail({-61, "Value has not been set"});
-  const auto code = [&] {
-    return failure_of([&] { connection->get_or<std::string>("data/product", "n/a"); }).code;
-  };
+  const auto code = [&] { return failure_of([&] { read("data/product"); }).code; };
   EXPECT_EQ(code(), -61);
   EXPECT_EQ(failure_of([&] { connection->get<std::string>("data/nothing"); }).code, -2);
   nexel->set_state(nx::link_state::dead);

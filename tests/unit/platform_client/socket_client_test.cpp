@@ -11,6 +11,7 @@
 #include "platform/wire/limits.h"
 #include "scripted_server.h"
 #include "tests/support/environment.h"
+#include "tests/support/log_capture.h"
 #include "tests/support/temp_folder.h"
 
 namespace client_test {
@@ -278,6 +279,7 @@ TEST_F(socket_client, many_threads_get_their_own_answers) {
 
 TEST_F(socket_client, bears_what_the_other_end_may_send) {
   scripted_server server(path);
+  const test::log_capture log;
   auto client = connect();
   const auto subscriber = subscribe(*client, "a");
   ASSERT_TRUE(server.seen.await("subscribe a"));
@@ -287,6 +289,7 @@ TEST_F(socket_client, bears_what_the_other_end_may_send) {
               event("b", R"("value":1)") + event("a", R"("time":"")") + event("a", R"("error":7)") +
               event("a", R"("value":{"x":[]})"));
   EXPECT_TRUE(events.await(R"(a = {"x":[]})"));
+  EXPECT_EQ(log.count("sends no JSON") + log.count("without an id"), 1) << "once a connection";
   EXPECT_THAT(events.entries(), ElementsAre("a ! -1", R"(a = {"x":[]})"));
   // The form in which servers write an event takes a short way, and what only looks like it the
   // long one.

@@ -27,7 +27,7 @@ void read_or_refuse(Read&& read) {
 TEST(lock_order, of_plan_peer_and_connection_holds_while_the_peer_comes_and_goes) {
   nx_db own;
   test::peer_tree peer;
-  peer.fill_terminal("ORVA-LITE", {channel_id});
+  peer.fill("ORVA-LITE", {channel_id});
   nx::in_process_network network;
   network.attach(test::peer_tree::address, peer.db);
   const auto osc = std::make_shared<test::fake_osc>();

@@ -1,15 +1,13 @@
 // The value tree of a peer, served in-process, and the supervisory channel that leads there.
 #pragma once
 
-#include <fmt/format.h>
-
 #include <map>
 #include <memory>
 #include <string>
 #include <variant>
 
 #include "api/status_value.h"
-#include "base/manager/remote/device/subscription.h"
+#include "base/manager/remote/peer_products.h"
 #include "device/interfaces/osc.h"
 #include "platform/in_process/network.h"
 #include "platform/value_tree/nx_db.h"
@@ -33,10 +31,9 @@ class peer_tree {
     set("data/hwRevision", "B");
   }
 
-  /// A peer with client ports: the line, and these channels. Every number is 0.
-  void fill_terminal(const std::string& product, std::initializer_list<unsigned> channels = {});
-  /// An in-line amplifier.
-  void fill_tarn(const std::string& product);
+  /// All that a peer of the product is asked for, of the line and of these channels. Every number
+  /// is 0.
+  void fill(const std::string& product, std::initializer_list<unsigned> channels = {});
   /// Takes a value off the tree.
   void remove(const std::string& path) {
     db.remove_node(path);
@@ -70,26 +67,16 @@ inline void peer_tree::set_default(device::value_type type, const std::string& p
   if (type == value_type::text) set(path, "text");
 }
 
-inline void peer_tree::fill_terminal(const std::string& product,
-                                     std::initializer_list<unsigned> channels) {
-  using namespace manager::remote::device;
+inline void peer_tree::fill(const std::string& product, std::initializer_list<unsigned> channels) {
   identify(product);
-  for (const auto& entry : terminal_line_paths)
-    set_default(entry.type, entry.path);
-  for (const unsigned id : channels) {
-    for (const auto& entry : terminal_channel_paths) {
-      set_default(entry.type, fmt::format(fmt::runtime(entry.path), id));
-    }
-  }
-  if (product != "ORVA-PRO") return;
-  for (const auto& entry : dispersion_paths)
-    set_default(entry.type, entry.path);
-}
-
-inline void peer_tree::fill_tarn(const std::string& product) {
-  identify(product);
-  for (const auto& entry : manager::remote::device::tarn_line_paths)
-    set_default(entry.type, entry.path);
+  const auto adapter = manager::remote::create_adapter(product);
+  const auto set_all = [this](const manager::remote::device::path_group& asked) {
+    for (const auto& wanted : asked.paths)
+      set_default(wanted.type, wanted.path);
+  };
+  set_all(adapter->line_paths());
+  for (const unsigned id : channels)
+    set_all(adapter->channel_paths(id));
 }
 
 class fake_osc : public fake_device<device::interfaces::osc> {

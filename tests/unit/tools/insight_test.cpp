@@ -120,6 +120,24 @@ TEST(findings, name_the_cause_before_what_it_brings_about) {
   }
 }
 
+TEST(findings, name_both_of_two_causes_before_what_they_bring_about) {
+  auto read = node_at_rest();
+  for (const char* channel : {"19230000/tx", "19245000/tx", "19260000/tx"})
+    read.put(state(channel), std::string("dark"));
+  read.put("insight/device/booster/alive", false);
+  read.put("insight/device/booster/age", 4.0);
+  read.put("insight/device/sfp/alive", true);
+  read.put("insight/line/state", std::string("device failed"));
+  const auto found = findings_of(insight_of(
+      read, {at_noon("loopDown", "line", {{"reason", "Not connected: /tmp/nexels/booster"}}),
+             at_noon("loopDown", "client tx", {{"reason", "Not connected: /tmp/nexels/preamp"}}),
+             at_noon("dark", "client tx 19230000")}));
+  std::vector<std::string> causes;
+  for (const auto& each : found)
+    causes.emplace_back(name_of(each.of));
+  EXPECT_THAT(causes, ElementsAre("deviceSilent", "fibreCut", "loopDown"));
+}
+
 TEST(findings, are_none_at_rest_and_ask_for_nobody_while_light_is_on_its_way) {
   auto read = node_at_rest();
   EXPECT_THAT(findings_of(insight_of(read)), IsEmpty());
@@ -180,11 +198,18 @@ TEST(event_lines, fold_what_comes_together_and_name_channels_by_their_frequency)
       event_at("12:00:03", R"("event":"arrived","on":"client rx 7","seconds":3.14,"steps":1)"),
       event_at("12:00:09", R"("event":"lit","on":"client rx 9")"),
       event_at("12:01:00", R"("event":"peerLost","on":"peer","product":"ORVA\u001b-LITE")"),
+      event_at("12:02:00", R"("event":"exhausted","on":"client rx 7","error":-2.74)"),
+      event_at("12:03:00",
+               R"("event":"parameterWritten","on":"config/x","value":"4.5","writes":30,)"
+               R"("until":"2026-01-31T12:03:09.5Z")"),
   };
   EXPECT_THAT(event_lines(events, {{7, 19260000}}),
               ElementsAre("2026-01-31 12:00:00  3 channels rx  has light",
                           "2026-01-31 12:00:03  192.60 rx      is on target after 3.1 s in 1 step",
-                          R"(2026-01-31 12:01:00  peer           lost, it was ORVA\x1b-LITE)"));
+                          R"(2026-01-31 12:01:00  peer           lost, it was ORVA\x1b-LITE)",
+                          "2026-01-31 12:02:00  192.60 rx      is exhausted, 2.7 dB too weak",
+                          "2026-01-31 12:03:00  config/x       written 30 times until 12:03:09, "
+                          "at last: 4.5"));
   EXPECT_FALSE(event_of("no json"));
 }
 

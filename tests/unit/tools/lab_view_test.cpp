@@ -131,7 +131,8 @@ TEST(picture, never_exceeds_the_terminal_and_scrolls_to_the_last_channel) {
   read.put("insight/line/state", std::string("no fibre"));
   read.put("insight/line/why", std::string("neither light nor supervisory channel comes in"));
   const auto seen = view_of(read);
-  picture_options options{"orvalite", 75s, page::channels, 1000, "/tmp/lab/ctl explain", ""};
+  picture_options options{
+      "orvalite", 75s, page::channels, 1000, "/tmp/lab/ctl explain", "http://127.0.0.1:9720/"};
   for (const screen_size size : {screen_size{80, 24}, {40, 12}, {200, 60}, {10, 3}, {120, 40}}) {
     for (const look how : {look{false, false}, look{true, true}}) {
       const auto drawn = picture(seen, options, size, how);

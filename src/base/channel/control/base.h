@@ -1,11 +1,11 @@
-// The regulator of one channel: owns the channel, works out the power it should have, decides
-// whether it may be touched now, and writes one attenuation step to the switch it is given. Between
-// cycles it remembers the last step alone: no further step is taken until the monitor has shown a
-// new reading and the switch another attenuation. Guards stand above that law: they withhold a step
-// whose evidence is missing, and end a wait that would have no end.
+// The regulator of one channel: owns the channel, calculates the power it should have, decides
+// whether it may be changed now, and writes one attenuation step to the given switch. Between
+// cycles it remembers only the last step: no further step is taken until the monitor has shown a
+// new reading and the switch a different attenuation. On top of that law are guards, which withhold
+// a step that lacks evidence, and end a wait that would never end.
 //
 // Threads: the loops call it with the plan's mutex held; set_default_attenuation and
-// set_description arrive on server threads without it. T is the product's channel class.
+// set_description are called on server threads without it. T is the product's channel class.
 #pragma once
 
 #include <deque>
@@ -31,7 +31,7 @@ class base : public std::enable_shared_from_this<base<T>> {
   using channel_type = T;
 
   base();
-  /// A channel that is gone is nobody's concern: no guard stays on it.
+  /// No guard stays on a channel that is gone.
   virtual ~base();
   base(const base&) = delete;
   base& operator=(const base&) = delete;
@@ -41,7 +41,7 @@ class base : public std::enable_shared_from_this<base<T>> {
   virtual bool is_admin_up();
   virtual bool is_admin_down();
 
-  /// The loop's last verdict: within 0.5 dB of the target. The line regulation counts on it.
+  /// The loop's last verdict: within 0.5 dB of the target. The line regulation relies on it.
   virtual bool is_on_target();
   virtual void set_on_target(bool on_target);
 
@@ -50,64 +50,64 @@ class base : public std::enable_shared_from_this<base<T>> {
   virtual float get_tilt_loss(float fiber_length);
 
   /// What the loop found in its present look at a channel, for the guards. A control that was never
-  /// shown a look follows the law alone.
+  /// given a look follows the law alone.
   struct look {
     guards::channel_view view;
     bool lit = false;
-    /// The newest reports of monitor and switch were readings of theirs.
+    /// The newest reports of monitor and switch were valid readings.
     bool is_known = true;
     unsigned power_arrivals = 0;  ///< of the present subscription
     unsigned power_changes = 0;
   };
   void take_look(const look& now);
 
-  // What this look comes to, for insight: each phase says why it leaves the channel as it is, or
+  // The result of this look, for insight: each phase says why it leaves the channel as it is, or
   // what it did, with the figures that it decided on.
   void conclude(insight::channel_reason reason) { verdict_.reason = reason; }
   void note_measurement(float target, float wish, float measured, float power_difference);
-  /// The look broke off.
+  /// The look ended early.
   void note_failure(insight::channel_reason reason, std::string text);
   const insight::channel_verdict& get_verdict() const { return verdict_; }
   const std::shared_ptr<insight::channel_record>& get_record() const { return record_; }
 
-  /// When the reading came that the present look rests on.
+  /// Time of the reading on which the present look is based.
   guards::time_point get_power_time() const;
   bool is_reading_known() const { return is_known_; }
-  /// Its readings are none, as those of a light channel whose instruments tell nonsense for a
+  /// Its readings are invalid, like those of a lit channel whose instruments report nonsense for a
   /// while.
   bool is_darkness_doubtful() const;
-  /// The monitor's readings are of now, not of before its start.
+  /// The monitor's readings are current, not from before its start.
   bool is_reading_live() const;
-  /// Guards whose state the loop holds tell through this; `active` false ends them.
+  /// For guards whose state the loop holds; `active` false ends them.
   void withhold(const helpers::guard_kind& guard, const std::string& reason);
   void release_guards();
   std::string guard_subject();
-  /// The default attenuation as this switch can be parked at; empty where only a lighter one than
-  /// the default would be in its range, or the default is no number.
+  /// The default attenuation at which this switch can park; empty if the switch's range would only
+  /// allow a lighter one than the default, or if the default is not a number.
   std::optional<float> get_parking_attenuation(device::interfaces::wss& wss);
-  /// Of `target`, a parking attenuation: written before, and where the switch has come to.
+  /// For `target`, a parking attenuation: it has been written, and the switch has reached it.
   bool is_parked(float target);
   void note_parking(float target) { parked_at_ = target; }
 
-  /// Writes one step for this difference; device errors pass through.
+  /// Writes one step for this difference; device errors are passed on.
   virtual void regulate(std::shared_ptr<device::interfaces::wss> wss, float power_difference);
-  /// The switch has refused what this turn wrote: what is remembered of it is as before. The
-  /// reading that it answered stays noted, so that the next try waits for a new one.
+  /// The switch has refused this turn's write: the memory of it is undone. The reading that it
+  /// answered stays recorded, so that the next try waits for a new one.
   void take_back_write();
 
-  // Failed channel subscriptions in a row.
+  // Number of consecutive failed channel subscriptions.
   virtual void add_subscribe_failure();
   virtual unsigned get_subscribe_failures();
   virtual void reset_subscribe_failures();
 
-  /// Forgets the last step: the next one depends on the error alone.
+  /// Forgets the last step: the next one depends only on the error.
   virtual void reset_last_step();
   /// The error is beyond the dead band, the attenuator has room, and both the reading and the
   /// attenuation have changed since the last step.
   virtual bool can_regulate(std::shared_ptr<device::interfaces::wss> wss, float power_difference);
   virtual bool is_calming_down();
 
-  /// Throw nx_error -22 on a direction other than "rx" and "tx".
+  /// These throw nx_error -22 for a direction other than "rx" and "tx".
   virtual void set_default_attenuation(float attenuation);
   virtual float get_default_attenuation();
   virtual void set_description(std::string description);
@@ -118,7 +118,7 @@ class base : public std::enable_shared_from_this<base<T>> {
 
  protected:
   std::string value_path(const char* root, const char* name);
-  /// The default attenuation as configured; empty if nobody has.
+  /// The configured default attenuation; empty if none has been set.
   std::optional<float> get_configured_attenuation();
 
  private:
@@ -126,7 +126,7 @@ class base : public std::enable_shared_from_this<base<T>> {
     std::optional<float> power;
     std::optional<float> attenuation;
   };
-  /// What a write changes in what is remembered.
+  /// Updates the memory after a write.
   struct memory {
     std::optional<float> attenuation;
     guards::last_step evidence;
@@ -136,7 +136,7 @@ class base : public std::enable_shared_from_this<base<T>> {
   bool is_step_withheld(device::interfaces::wss& wss, float power_difference);
   void withhold(const helpers::guard_kind& guard, const std::string& text,
                 insight::channel_reason reason);
-  /// A step is made, and the light has not shown it yet.
+  /// A step has been made, and the light has not shown it yet.
   bool is_effect_awaited() const;
   void note_room(device::interfaces::wss& wss, float standing, float band);
   insight::channel_reason law_reason(float power_difference, bool large_enough, bool exhausted,
@@ -167,7 +167,7 @@ class base : public std::enable_shared_from_this<base<T>> {
   guards::rising_light rising_;
   guards::live_reading live_;
   bool is_known_ = true;
-  guards::time_point known_at_{};  ///< when its readings were known last
+  guards::time_point known_at_{};  ///< when its readings were last known
   const helpers::guard_kind* active_guard_ = nullptr;
   std::optional<float> parked_at_;
   memory before_turn_;

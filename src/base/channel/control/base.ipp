@@ -88,7 +88,7 @@ void base<T>::regulate(std::shared_ptr<device::interfaces::wss> wss, float power
              channel_->get_id(), channel_->get_direction(), attenuation, change, power_difference);
   LUMORA_LOG(2, "Regulating channel {}-{}, setting attenuation: {}", channel_->get_id(),
              channel_->get_direction(), target);
-  // Noted before the write: after a refused one the next try waits for a new reading.
+  // Recorded before the write: after a refused one the next try waits for a new reading.
   last_step_.power = channel_->get_ocm_power();
   wss->set_attenuation(channel_->get_id(), target);
   last_step_.attenuation = channel_->get_attenuation();

@@ -1,5 +1,5 @@
-// Definitions of channel::control::base: what a look at the channel came to, in the words of
-// insight, from the numbers that the decision rests on.
+// Definitions of channel::control::base: the result of a look at the channel in insight's terms,
+// from the numbers on which the decision was based.
 #pragma once
 
 #include "base/channel/control/base.h"
@@ -12,7 +12,7 @@ template <class T>
 void base<T>::note_measurement(float target, float wish, float measured, float power_difference) {
   verdict_.target = target;
   verdict_.wish = wish;
-  if (!is_known_) return;  // the power is of an earlier reading
+  if (!is_known_) return;  // the power is from an earlier reading
   verdict_.measured = measured;
   verdict_.error = power_difference;
 }

@@ -1,4 +1,4 @@
-// Definitions of channel::control::base: what the guards make of a look at the channel.
+// Definitions of channel::control::base: the guards' part in a look at the channel.
 #pragma once
 
 #include "base/channel/control/base.h"
@@ -35,7 +35,8 @@ guards::time_point base<T>::get_power_time() const {
 
 template <class T>
 bool base<T>::is_darkness_doubtful() const {
-  // Instruments recover within a minute; one that has no other word for darkness tells it for ever.
+  // Instruments recover within a minute; one that has no other way to report darkness keeps
+  // reporting it.
   constexpr std::chrono::seconds longest_doubt{70};
   return !is_known_ && view_->now - known_at_ < longest_doubt;
 }

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "base/channel/arithmetic.h"
 #include "models/band.h"
 
 namespace channel::control {
@@ -9,7 +10,6 @@ namespace channel::control {
 namespace {
 constexpr auto tilt_offset_db = static_cast<float>(models::tilt_offset_db);
 constexpr auto tilt_slope_db_per_nm = static_cast<float>(models::tilt_slope_db_per_nm);
-constexpr float band_slices = models::shared_slices;
 
 constexpr float full_scale_attenuation = 15.0f;
 constexpr float large_change = 3.0f;
@@ -21,9 +21,7 @@ float tilt_loss(float wavelength_nm, float fiber_length_km) {
 }
 
 float target_power(float total_power, float width, float tilt) {
-  const float slices = width / models::slice_ghz;
-  const float share = std::log10(band_slices / slices);
-  return total_power - share * 10.0f + tilt;
+  return total_power + band_share_db(width) + tilt;
 }
 
 float dead_band(float attenuation) {

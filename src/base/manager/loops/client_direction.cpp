@@ -1,12 +1,13 @@
 #include "base/manager/loops/client_direction.h"
 
 #include "base/manager/leds.h"
+#include "helpers/calibration.h"
 
 namespace manager::loops {
 
 const client_direction client_rx_direction{
     .word = "rx",
-    .board_calibration_key = "cal_mon_to_boostertx",
+    .board_calibration = &board_numbers::mon_to_boostertx_db,
     .edfa_calibration_path = "data/client/rx/edfaCalibration",
     .edfa_saturation_path = "data/client/rx/edfaSaturation",
     .wanted_power_offset_path = "config/client/{}/rx/wantedPowerOffset",
@@ -32,7 +33,7 @@ const client_direction client_rx_direction{
 
 const client_direction client_tx_direction{
     .word = "tx",
-    .board_calibration_key = "cal_mon_to_preamptx",
+    .board_calibration = &board_numbers::mon_to_preamptx_db,
     .edfa_calibration_path = "data/client/tx/edfaCalibration",
     .edfa_saturation_path = "data/client/tx/edfaSaturation",
     .wanted_power_offset_path = "config/client/{}/tx/wantedPowerOffset",

@@ -1,6 +1,9 @@
 // What differs by name between the two directions of the client loops: words, paths, messages and
-// the operations of the LED manager. One row each, so that a text can be checked by eye.
+// the operations of the LED manager. One row each, for easy comparison.
 #pragma once
+
+struct board_numbers;
+class board_number;
 
 namespace manager {
 class leds;
@@ -11,7 +14,7 @@ namespace manager::loops {
 struct client_direction {
   const char* word;  ///< "rx" or "tx": second placeholder of the channel paths
 
-  const char* board_calibration_key;  ///< starting value of the EDFA calibration
+  board_number board_numbers::*board_calibration;  ///< initial EDFA calibration
   const char* edfa_calibration_path;
   const char* edfa_saturation_path;
   const char* wanted_power_offset_path;

@@ -1,12 +1,12 @@
-// What the two client loops share: they keep the switch and the monitor in step with the channel
-// plan of their direction, read each channel's attenuation, peak and power once a cycle, and carry
-// the closed loop of a channel from a monitor reading to an attenuation step.
+// What the two client loops share: they keep the switch and the monitor in line with the channel
+// plan of their direction, read each channel's attenuation, peak and power once a cycle, and close
+// the loop of a channel from a monitor reading to an attenuation step.
 //
 // Threads: init and run on the manager thread; add_channel, remove_channel and the wanted power
-// setter on server threads, where they wait for the plan's mutex, which run holds for its walk.
+// setter on server threads, where they wait for the plan's mutex, which run holds during its walk.
 // Failures: init, add_channel and remove_channel log and throw; run logs, clears `operational` and
-// returns. What fails for one channel ends that one's turn: the others have their cycle.
-// Units: powers dBm, attenuations and gains dB, lengths km. T is the channel control type.
+// returns. A failure on one channel ends only that channel's turn. Units: powers in dBm,
+// attenuations and gains in dB, lengths in km. T is the channel control type.
 #pragma once
 
 #include <chrono>
@@ -56,9 +56,9 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   client_loop(const client_loop&) = delete;
   client_loop& operator=(const client_loop&) = delete;
 
-  // The manager's flags, on its thread alone.
+  // The manager's flags, used only on its thread.
   bool operational = true;      ///< false after a failure: the manager calls init again
-  bool peak_regulated = false;  ///< this loop asks for the turn in the next cycle
+  bool peak_regulated = false;  ///< this loop claims the turn in the next cycle
 
   void set_wss(std::shared_ptr<device::interfaces::wss> wss);
   void set_ocm(std::shared_ptr<device::interfaces::ocm> ocm);
@@ -66,8 +66,10 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   void set_osc(std::shared_ptr<device::interfaces::osc> osc);
   void set_leds(std::shared_ptr<manager::leds> leds);
 
-  virtual void manage_channel_peak(control_ptr control, bool regulate) = 0;
-  virtual void manage_channel(nx_db& db, control_ptr control, bool regulate) = 0;
+  /// The channel in closed loop: block, unblock, regulate what is lit, park what is dark.
+  virtual void manage_channel(nx_db& db, control_ptr control, bool regulate);
+  /// One look at a lit channel and, where allowed and possible, one step.
+  virtual void manage_channel_peak(control_ptr control, bool regulate);
   virtual void run(nx_db& db, bool regulate) = 0;
   virtual float get_edfa_saturation();
   virtual void reset_channel_attenuation(control_ptr control);
@@ -86,19 +88,19 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   virtual float get_edfa_calibration();
   virtual void setup_api(nx_db& db);
   virtual void setup_channel_api(nx_db& db, control_ptr control);
-  /// Keeps the difference of an absolute wanted power, -2 to 12 dBm, to the nominal target.
+  /// Stores the difference between an absolute wanted power, -2 to 12 dBm, and the nominal target.
   virtual void set_wanted_power_offset(unsigned channel, float wanted_power);
   /// The channel's share of the amplifier's power limit by its width.
   virtual float get_channel_target_power(control_ptr control);
-  /// Adds what a cycle of this loop reads of its devices without subscription.
+  /// Adds what a cycle of this loop reads from its devices without a subscription.
   void declare_reads(std::vector<device::read_wish>& wishes);
-  /// The node's automation mode regulates nothing.
+  /// The node's automation mode does not allow regulation.
   void note_idle() { conclude_all(::insight::channel_reason::node_leaves_alone, {}); }
-  /// Whether channels of this direction are blocked at the operator's wish.
+  /// Whether the operator can block channels of this direction.
   virtual bool blocks_channels() const { return true; }
 
  protected:
-  /// What one look at a lit channel found, for the log.
+  /// The results of one look at a lit channel, for the log.
   struct peak_report {
     unsigned id;
     bool regulate;
@@ -111,25 +113,21 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
     bool possible;
   };
 
-  /// The channel in closed loop: block, unblock, regulate what is lit, park what is dark.
-  void manage_channel_closed_loop(nx_db& db, const control_ptr& control, bool regulate);
-  /// One look at a lit channel and, where allowed and possible, one step.
-  void regulate_channel_peak(const control_ptr& control, bool regulate);
   virtual void log_peak(const peak_report& report);
   /// What a direction does with new knowledge of its amplifier.
   virtual void store_calibration(float calibration) = 0;
   virtual void store_gain() {}
 
-  /// Writes the default attenuation if the channel is more than 0.1 dB away from it.
+  /// Writes the default attenuation if the channel is more than 0.1 dB off it.
   bool park_channel(const control_ptr& control, int log_level);
   void report_loss_of_signal(nx_db& db, const control_ptr& control);
   void publish_wanted_power(nx_db& db, const control_ptr& control);
   template <class Action>
   void for_each_ready_channel(Action&& action);
-  /// Each channel's readings and then its management, in ascending frequency and each by itself.
-  /// False when one of them failed.
+  /// Reads and then manages each channel, in order of ascending frequency, each independently.
+  /// False if one of them failed.
   bool walk_channels(nx_db& db, bool regulate);
-  /// For insight: nothing is looked at, for a reason that holds for all channels.
+  /// For insight: no channel is looked at, for a reason that applies to all.
   void conclude_all(::insight::channel_reason reason, const std::string& text);
 
   const client_direction& direction_;
@@ -153,16 +151,16 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   std::string calibration_subject() const;
   void block_or_unblock(const control_ptr& control, bool block);
   peak_report measure_peak(const control_ptr& control, bool regulate);
-  /// To insight, with the plan's mutex held.
+  /// Passes results to insight, with the plan's mutex held.
   void tell_verdicts();
   void visit_channel(nx_db& db, const control_ptr& control, bool regulate);
   void create_device_plans();
   void publish_channel(nx_db& db, const control_ptr& control);
   void show_on_leds(unsigned frequency, unsigned port);
-  /// Gives the channels of which the device told no value.
+  /// Returns the channels for which the device sent no value.
   std::set<unsigned> subscribe_channels(device::interface& device);
   void count_subscribe_failures(const std::set<unsigned>& failed);
-  // Those of the add command expect the plan's mutex to be held.
+  // Those used by the add command expect the plan's mutex to be held.
   void require_loaded_plan() const;
   static void require_width(unsigned width, unsigned band_slices);
   bool plan_has(unsigned frequency, unsigned width, unsigned port) const;
@@ -171,56 +169,58 @@ class client_loop : public std::enable_shared_from_this<client_loop<T>> {
   void add_to_device(Device& device, unsigned frequency, Add&& add);
   void program_channel(unsigned frequency, unsigned width, unsigned port,
                        const std::string& version);
+  void ask_for_limit();
   void finish_adding(nx_db& db, unsigned frequency);
+  void remove_from_devices(unsigned frequency);
   template <class Device>
   void remove_from_device(Device& device, const char* message, unsigned frequency);
 
-  /// What one channel's turn left to be looked at when the walk is over.
+  /// What is left of one channel's turn to check after the walk.
   struct turn {
     control_ptr control;
     std::size_t first_write = 0;
     std::size_t end_of_writes = 0;
     bool has_stepped = false;
-    bool reads_back = false;  ///< the attenuation, once the switch has taken what was written
+    bool reads_back = false;  ///< the attenuation, once the switch has accepted the write
   };
   void finish_turns(const device::cycle_writes& writes, helpers::walk_guard& walk);
   void refresh_attenuations();
   void read_back(const control_ptr& control);
-  /// A step has been taken by the switch: the loop asks for the next turn as well.
+  /// The switch has accepted a step: the loop claims the next turn too.
   void note_step();
 
-  /// How far the add of a channel came that broke off after the channel was in the plan.
+  /// How far an add got that broke off after the channel was in the plan.
   struct broken_add {
     bool published = false;
   };
 
   std::list<std::shared_ptr<device::interface>> devices_;
-  // By frequency, guarded by the plan's mutex: the same command once more takes up from there.
+  // By frequency, guarded by the plan's mutex: repeating the command continues from there.
   std::map<unsigned, broken_add> broken_adds_;
   std::shared_ptr<nx::api::status_value<float>> edfa_saturation_value_;
   edfa_calibration edfa_calibration_;
   guards::calibration_evidence calibration_evidence_;
   guards::amplifier_saturation saturation_;
-  // The first calibration waits for sound readings, whatever is regulated meanwhile.
+  // The first calibration waits for valid readings, whatever is regulated meanwhile.
   bool has_calibrated_ = false;
   bool knows_power_limit_ = false;
   guards::blind_monitor blind_monitor_;
-  std::vector<turn> turns_;  // of the walk that is on: those that wrote
-  turn* turn_ = nullptr;     // null outside of a walk
-  // Of the last walk: a channel was told to be lit, a power had changed since its subscription.
+  std::vector<turn> turns_;  // in the present walk: those that wrote
+  turn* turn_ = nullptr;     // null outside a walk
+  // From the last walk: a channel was reported as lit, a power had changed since its subscription.
   bool any_lit_ = false;
   bool any_changed_ = false;
   bool edfa_is_lit_ = false;
   float edfa_power_limit_ = 20.0f;
   float fiber_length_ = 1.0f;
-  // False from the load of a plan until its channels are on the tree: a failure between the two
+  // False from the loading of a plan until its channels are on the tree: a failure in between
   // leaves the devices with a plan whose channels nobody regulates.
   bool plan_is_set_up_ = true;
-  // False from the begin of a load until it has succeeded, guarded by the plan's mutex: a channel
-  // that is added meanwhile would be stored in the place of all that could not be read.
+  // False from the start of loading until it has succeeded, guarded by the plan's mutex: a channel
+  // added meanwhile would be stored in place of everything that could not be read.
   bool plan_is_loaded_ = true;
-  // Of a regulation step or a calibration update: the calibration follows the amplifier only in a
-  // settled system.
+  // Time of a regulation step or a calibration update: the calibration follows the amplifier only
+  // in a settled system.
   std::chrono::system_clock::time_point last_regulation_;
 };
 

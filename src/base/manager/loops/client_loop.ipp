@@ -8,6 +8,7 @@
 
 #include "api/config_param.h"
 #include "api/hysteresis_filtered_value.h"
+#include "base/channel/arithmetic.h"
 #include "base/insight/channel_board.h"
 #include "base/manager/leds.h"
 #include "base/manager/loops/client_loop.h"
@@ -16,7 +17,6 @@
 #include "helpers/guard.h"
 #include "helpers/logger.h"
 #include "helpers/waiting.h"
-#include "models/band.h"
 #include "platform/wire/nx_error.h"
 
 namespace manager::loops {
@@ -28,7 +28,7 @@ client_loop<T>::client_loop(const client_direction& direction, plan_ptr plan,
       plan_(std::move(plan)),
       remote_(std::move(remote)),
       values_(nx::api::value_group::create(1)),
-      edfa_calibration_(calibration::instance().get_value(direction.board_calibration_key)) {}
+      edfa_calibration_((calibration::instance().board().*direction.board_calibration)()) {}
 
 template <class T>
 void client_loop<T>::set_wss(std::shared_ptr<device::interfaces::wss> wss) {
@@ -67,7 +67,7 @@ bool client_loop<T>::is_operational() {
 template <class T>
 template <class Action>
 void client_loop<T>::for_each_ready_channel(Action&& action) {
-  // A channel whose values could not be created stands in the plan without them.
+  // A channel whose values could not be created is in the plan without them.
   for (const auto& [frequency, control] : *plan_->get_channels()) {
     if (!control->get_channel()->is_api_ready()) continue;
     const log_subject subject(direction_.word, control->get_channel()->get_id());
@@ -231,8 +231,7 @@ void client_loop<T>::read_back(const control_ptr& control) {
 }
 
 template <class T>
-void client_loop<T>::manage_channel_closed_loop(nx_db& db, const control_ptr& control,
-                                                bool regulate) {
+void client_loop<T>::manage_channel(nx_db& db, control_ptr control, bool regulate) {
   const auto channel = control->get_channel();
   const auto id = channel->get_id();
   const bool admin_down = control->is_admin_down();
@@ -264,11 +263,11 @@ void client_loop<T>::block_or_unblock(const control_ptr& control, bool block) {
     wss_->block_channel(id);
   } else {
     LUMORA_LOG(1, fmt::runtime(direction_.unblocking), id);
-    // A default beyond the switch's range must not keep the channel blocked.
+    // A default outside the switch's range must not keep the channel blocked.
     wss_->unblock_channel(
         id, control->get_parking_attenuation(*wss_).value_or(wss_->get_max_attenuation()));
-    // As after parking: the last step may have started from just this attenuation, and would seem
-    // never to have come about.
+    // As after parking: the last step may have started from exactly this attenuation, and would
+    // seem never to have happened.
     control->reset_last_step();
   }
 }
@@ -354,9 +353,8 @@ bool client_loop<T>::clean_subscriptions() {
 
 template <class T>
 float client_loop<T>::get_channel_target_power(control_ptr control) {
-  constexpr float band_slices = models::shared_slices;
-  const float share = control->get_channel()->get_width() / models::slice_ghz / band_slices;
-  return edfa_->get_power_limit() + 10.0f * std::log10(share);
+  const float width_ghz = control->get_channel()->get_width();
+  return edfa_->get_power_limit() + ::channel::band_share_db(width_ghz);
 }
 
 template <class T>
@@ -396,7 +394,7 @@ void client_loop<T>::setup_channel_api(nx_db& db, control_ptr control) {
 template <class T>
 void client_loop<T>::publish_wanted_power(nx_db& db, const control_ptr& control) {
   const auto channel = control->get_channel();
-  // Bound to the plan's key: a model may number its channels otherwise on the tree.
+  // Bound to the plan's key: a model may number its channels differently on the tree.
   channel->get_value_group()->add_value(
       nx::api::config_param<&client_loop<T>::set_wanted_power_offset>::create(
           db, fmt::format(fmt::runtime(direction_.wanted_power_offset_path), channel->get_id()),

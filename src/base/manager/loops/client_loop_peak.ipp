@@ -45,7 +45,7 @@ typename client_loop<T>::peak_report client_loop<T>::measure_peak(const control_
 }
 
 template <class T>
-void client_loop<T>::regulate_channel_peak(const control_ptr& control, bool regulate) {
+void client_loop<T>::manage_channel_peak(control_ptr control, bool regulate) {
   constexpr float on_target_db = 0.5f;
   auto report = measure_peak(control, regulate);
   control->set_on_target(std::fabs(report.power_difference) < on_target_db);
@@ -137,7 +137,7 @@ void client_loop<T>::follow_edfa() {
 
 template <class T>
 bool client_loop<T>::is_calibration_withheld() {
-  // A limit that has fallen for good is learned in the end.
+  // A limit that has fallen permanently is learned eventually.
   constexpr std::chrono::seconds longest_saturation{300};
   auto& board = helpers::guard_register::instance();
   const auto now = helpers::waiting::instance().steady_now();
@@ -171,7 +171,7 @@ template <class T>
 void client_loop<T>::learn_calibration() {
   const float difference = edfa_->get_tx_power() - ocm_->get_total_power();
   if (!edfa_calibration_.is_finite()) {
-    edfa_calibration_.restart(calibration::instance().get_value(direction_.board_calibration_key));
+    edfa_calibration_.restart((calibration::instance().board().*direction_.board_calibration)());
   }
   if (edfa_calibration_.accept(difference)) {
     LUMORA_LOG(1, fmt::runtime(direction_.calibration_updated), edfa_calibration_.get());

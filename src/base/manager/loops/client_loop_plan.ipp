@@ -95,7 +95,7 @@ void client_loop<T>::require_loaded_plan() const {
 
 template <class T>
 void client_loop<T>::require_width(unsigned width, unsigned band_slices) {
-  // Arrives as a signed number of a request: what is not positive there is no width.
+  // A signed number from a request: zero or less is not a width.
   if (const auto signed_width = static_cast<int>(width); signed_width <= 0) {
     throw nx_error(nx_error::invalid,
                    fmt::format("Invalid width {}, expected 1 or more (100 * ghz)", signed_width));
@@ -111,9 +111,12 @@ void client_loop<T>::add_channel(nx_db& db, unsigned frequency, unsigned width, 
                                  std::string version) {
   const auto add = [&] {
     require_width(width, plan_->get_slices());
-    // Tested and entered under one lock: of two sessions the second finds what the first has added.
+    // Checked and entered under one lock: of two sessions the second one finds what the first has
+    // added.
     const std::lock_guard lock(plan_->get_mutex());
     require_loaded_plan();
+    device::cycle_reads reads;
+    const device::cycle_reads::scope scope(reads);
     const bool known = plan_has(frequency, width, port);
     if (!known) require_fit(frequency, width);
     if (!known) program_channel(frequency, width, port, version);
@@ -132,16 +135,26 @@ void client_loop<T>::add_to_device(Device& device, unsigned frequency, Add&& add
     if (!device.has_channel(frequency)) throw;
     helpers::log_current_exception();
   }
-  // Left there by an add that broke off, or by a removal that could not be told, in whatever width:
-  // no plan has it, so no light is lost with it.
+  // Left there by an add that broke off, or by a removal that the device did not get, of whatever
+  // width: no plan has it, so no light is lost with it.
   LUMORA_LOG(2, "Channel {} is on the device already, adding it anew.", frequency);
   device.remove_channel(frequency);
   add();
 }
 
+/// The channel's values on the tree will want it: it is answered while the switch takes the
+/// channel.
+template <class T>
+void client_loop<T>::ask_for_limit() {
+  std::vector<device::read_wish> wishes;
+  edfa_->declare_limit_read(wishes);
+  if (auto* reads = device::cycle_reads::current()) reads->ask_ahead(wishes);
+}
+
 template <class T>
 void client_loop<T>::program_channel(unsigned frequency, unsigned width, unsigned port,
                                      const std::string& version) {
+  ask_for_limit();
   add_to_device(*wss_, frequency, [&] { wss_->add_channel(frequency, width, port, version); });
   add_to_device(*ocm_, frequency, [&] { ocm_->add_channel(frequency, width); });
   plan_->add_channel(frequency, width, port, version);
@@ -176,13 +189,30 @@ void client_loop<T>::remove_from_device(Device& device, const char* message, uns
   helpers::guarded([&] { device.remove_channel(frequency); });
 }
 
+/// Neither device's answer decides about the other: both are asked together, and told together.
+template <class T>
+void client_loop<T>::remove_from_devices(unsigned frequency) {
+  device::cycle_reads reads;
+  const device::cycle_reads::scope reading(reads);
+  std::vector<device::read_wish> wishes;
+  wss_->declare_presence_read(frequency, wishes);
+  ocm_->declare_presence_read(frequency, wishes);
+  reads.ask_ahead(wishes);
+  device::cycle_writes writes;
+  const device::cycle_writes::scope writing(writes);
+  remove_from_device(*wss_, "Removing channel {} from WSS device.", frequency);
+  remove_from_device(*ocm_, "Removing channel {} from OCM device.", frequency);
+  writes.wait();
+  for (std::size_t i = 0; i < writes.sent(); ++i)
+    helpers::guarded([&] { writes.throw_failure(i, i + 1); });
+}
+
 template <class T>
 void client_loop<T>::remove_channel(unsigned frequency) {
   const auto remove = [&] {
     const std::lock_guard lock(plan_->get_mutex());
     require_loaded_plan();
-    remove_from_device(*wss_, "Removing channel {} from WSS device.", frequency);
-    remove_from_device(*ocm_, "Removing channel {} from OCM device.", frequency);
+    remove_from_devices(frequency);
     plan_->remove_channel(frequency);
     plan_->get_board()->remove(frequency);
     broken_adds_.erase(frequency);
@@ -199,7 +229,7 @@ void client_loop<T>::setup_device_subscription() {
     return plan_->get_channels()->size();
   };
   LUMORA_LOG(2, fmt::runtime(direction_.setting_up_subscriptions), channel_count());
-  // The two views of a combined switch and monitor share one subscriber and are treated once.
+  // The two views of a combined switch and monitor share one subscriber and are handled once.
   std::set<std::shared_ptr<device::subscriber>> done;
   std::set<unsigned> failed;
   for (const auto& device : devices_) {

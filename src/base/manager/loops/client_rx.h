@@ -1,6 +1,6 @@
 // The loop of all channels that enter the node at its client ports and leave on the line: the add
-// side of the switch, in front of the booster, whose power is the reference. The base form of the
-// closed loop: a lit channel is regulated, a dark one parks at its default attenuation.
+// side of the switch, before the booster, whose power is the reference. Its channels are in closed
+// loop.
 #pragma once
 
 #include "base/manager/loops/client_loop.h"
@@ -16,13 +16,11 @@ class client_rx : public client_loop<T> {
 
   client_rx(plan_ptr plan, std::shared_ptr<manager::remote::api> remote);
 
-  void manage_channel_peak(control_ptr control, bool regulate) override;
-  void manage_channel(nx_db& db, control_ptr control, bool regulate) override;
   void run(nx_db& db, bool regulate) override;
   void setup_api(nx_db& db) override;
   void setup_channel_api(nx_db& db, control_ptr control) override;
 
-  /// The amplifier's power limit shared out among the channels of the plan; infinite without any.
+  /// The amplifier's power limit divided among the channels of the plan; infinite without channels.
   virtual float get_client_target_power();
   virtual float get_remote_target_power();
   float get_remote_channel_tx_power(unsigned id);

@@ -18,16 +18,6 @@ std::shared_ptr<client_rx<T>> client_rx<T>::shared_self() {
 }
 
 template <class T>
-void client_rx<T>::manage_channel_peak(control_ptr control, bool regulate) {
-  this->regulate_channel_peak(control, regulate);
-}
-
-template <class T>
-void client_rx<T>::manage_channel(nx_db& db, control_ptr control, bool regulate) {
-  this->manage_channel_closed_loop(db, control, regulate);
-}
-
-template <class T>
 void client_rx<T>::run(nx_db& db, bool regulate) {
   const auto follow_amplifier = [this] {
     if (this->is_operational()) {
@@ -36,8 +26,8 @@ void client_rx<T>::run(nx_db& db, bool regulate) {
       this->operational = false;
     }
   };
-  // The channels are managed even when the devices have failed the test: each access then fails or
-  // succeeds by itself.
+  // The channels are managed even if the devices have failed the test: each access then fails or
+  // succeeds on its own.
   if (!helpers::guarded(follow_amplifier)) this->operational = false;
   const std::lock_guard lock(this->plan_->get_mutex());
   this->peak_regulated = false;

@@ -1,5 +1,5 @@
 // The loop of all channels that arrive from the line and leave the node at its client ports: the
-// drop side of the switch, behind the preamp. In this form it regulates nothing: it holds each
+// drop side of the switch, after the preamp. In this form it regulates nothing: it holds each
 // channel at its default attenuation, lit or dark, and reports its light.
 #pragma once
 

@@ -22,7 +22,7 @@ void client_tx<T>::manage_channel_peak(control_ptr, bool) {}
 
 template <class T>
 void client_tx<T>::manage_channel(nx_db& db, control_ptr control, bool) {
-  // Neither the update count nor the memory of a last step is touched: nothing regulates here.
+  // Neither the update count nor the memory of a last step is changed: nothing is regulated here.
   control->conclude(control->get_channel()->get_peak() ? ::insight::channel_reason::held_at_default
                                                        : ::insight::channel_reason::no_light);
   this->park_channel(control, 1);

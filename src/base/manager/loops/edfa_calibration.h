@@ -1,4 +1,4 @@
-// The offset between an amplifier's output and the monitor behind it, as a running mean of accepted
+// The offset between an amplifier's output and the monitor after it, as a running mean of accepted
 // differences: it ties the monitor's scale to the amplifier's. Written by the loop's thread, read
 // by polled values.
 #pragma once
@@ -10,14 +10,14 @@ namespace manager::loops {
 
 class edfa_calibration {
  public:
-  /// Starts from the board's own figure, dB.
+  /// Starts from the board's value, dB.
   explicit edfa_calibration(float board_value) : value_(board_value) {}
 
   float get() const { return value_; }
   bool is_finite() const;
 
-  /// Takes a difference, dB, into the mean of the last six, unless it is not finite or 5 dB or more
-  /// away from the present value. True if it was taken.
+  /// Includes a difference, dB, in the mean of the last six, unless it is not finite or differs
+  /// from the present value by 5 dB or more. Returns true if it was included.
   bool accept(float difference);
 
   void restart(float board_value);

@@ -1,4 +1,4 @@
-// The line loop with the channels seen on the line: the two operations of its regulator that walk
+// The line loop with its view of the channels: the two operations of its regulator that walk over
 // them. T is the channel control type.
 #pragma once
 
@@ -24,7 +24,7 @@ class line : public line_loop {
   std::optional<line_loop::steady_point> newest_channel_change() override;
 
  private:
-  /// False if the peer has told nothing new since the last call.
+  /// False if the peer has reported nothing new since the last call.
   bool read_remote_powers();
   float read_edfa_calibration();
   /// The power of a channel at the peer as the mean of its last readings; empty while it does not

@@ -17,7 +17,7 @@ line<T>::line(std::shared_ptr<::channel::plan<T>> channels,
               std::shared_ptr<manager::remote::api> remote)
     : line_loop(std::move(remote)), channels_(std::move(channels)) {}
 
-// A channel that the peer does not know has no power here; it keeps none of the others waiting.
+// A channel that the peer does not know has no power here; the others do not wait for it.
 template <class T>
 bool line<T>::read_remote_powers() {
   std::vector<std::optional<float>> powers;
@@ -32,8 +32,8 @@ bool line<T>::read_remote_powers() {
 template <class T>
 float line<T>::read_edfa_calibration() {
   if (const auto known = peer_.value(line_peer::operation::get_edfa_tx_calibration)) return *known;
-  remote_->get_edfa_tx_calibration();  // throws what the peer's family lacks
-  throw nx_error(-22, "The calibration of the peer is not known");
+  remote_->get_edfa_tx_calibration();  // throws if the peer's family does not have it
+  throw nx_error(nx_error::invalid, "The calibration of the peer is not known");
 }
 
 template <class T>

@@ -5,7 +5,7 @@
 #include <numeric>
 #include <utility>
 
-#include "models/band.h"
+#include "base/channel/arithmetic.h"
 
 namespace manager::loops {
 
@@ -13,11 +13,8 @@ namespace {
 
 constexpr float shortest_length_km = 1.0f;
 
-// Fibre loses less at 1550 nm than at 1510 nm: 0.22 against 0.23 dB/km.
+// Fibre loses less at 1550 nm than at 1510 nm: 0.22 versus 0.23 dB/km.
 constexpr double signal_share_of_osc_loss = 0.956521739130435;
-
-using models::slice_ghz;
-constexpr float band_slices = models::shared_slices;
 
 constexpr float embedded_reference = 5.0f;  // dBm, and the highest target
 
@@ -56,7 +53,7 @@ float opening_attenuation(float booster_limit, float remote_preamp_limit, float 
 }
 
 float voa_attenuation_for(const voa_calculation& values) {
-  const float share = 10.0f * std::log10(values.bandwidth / slice_ghz / band_slices);
+  const float share = ::channel::band_share_db(values.bandwidth);
   return values.booster_limit + share - values.target_power - values.insertion_loss +
          values.booster_to_line - values.margin;
 }
@@ -68,7 +65,7 @@ float embedded_target_power(float tx_span, float remote_minimum_gain) {
 float embedded_preamp_gain(float line_calibration, float rx_span, float voa_insertion_loss,
                            float default_gain) {
   const float gain = 2.0f * line_calibration + rx_span + voa_insertion_loss;
-  return gain > default_gain ? gain : default_gain;  // also for a calibration that is no number
+  return gain > default_gain ? gain : default_gain;  // also if the calibration is NaN
 }
 
 float saturation_step(float saturation) {
@@ -109,7 +106,7 @@ void remember_power(std::deque<float>& history, float power) {
 }
 
 float steadiness_threshold(float active_width) {
-  const float threshold = std::round(active_width / slice_ghz / band_slices) * steadiness_factor;
+  const float threshold = std::round(::channel::band_share(active_width)) * steadiness_factor;
   return threshold > steadiness_floor ? threshold : steadiness_floor;
 }
 

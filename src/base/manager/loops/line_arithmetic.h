@@ -1,5 +1,5 @@
-// Arithmetic of the line: no device, peer, clock or log. Powers dBm, attenuations, gains and losses
-// dB, widths GHz, lengths km.
+// Arithmetic of the line; uses no device, peer, clock or log. Powers in dBm, attenuations, gains
+// and losses in dB, widths in GHz, lengths in km.
 #pragma once
 
 #include <cmath>
@@ -10,8 +10,8 @@
 
 namespace manager::loops {
 
-/// What is lost between two powers, never negative: a reading of the far end above one's own is an
-/// error of the taps.
+/// The loss between two powers, never negative: a far reading above our own is an error of the
+/// taps.
 float loss_between(float sent, float received);
 
 /// Loss over a length in dB/km; 0 for a fibre of a kilometre or less, where connectors dominate.
@@ -21,8 +21,8 @@ bool is_measurable_length(float length);
 /// Span loss at signal wavelengths from that of the OSC at 1510 nm.
 float signal_loss_from_osc(float osc_tx_power, float remote_osc_rx_power);
 
-/// The attenuation with which the peer's preamp, at its present gain, just reaches its limit while
-/// this node's booster is at its own.
+/// The attenuation at which the peer's preamp, with its present gain, just reaches its limit while
+/// this node's booster is at its own limit.
 float opening_attenuation(float booster_limit, float remote_preamp_limit, float loss,
                           float remote_preamp_gain);
 
@@ -38,18 +38,18 @@ struct voa_calculation {
 };
 float voa_attenuation_for(const voa_calculation& values);
 
-/// Output power that an in-line amplifier with this minimum gain wants of this node.
+/// Output power that an in-line amplifier with this minimum gain needs from this node.
 float embedded_target_power(float tx_span, float remote_minimum_gain);
 
-/// Preamp gain that makes up for the span in front of it.
+/// Preamp gain that compensates the span before it.
 float embedded_preamp_gain(float line_calibration, float rx_span, float voa_insertion_loss,
                            float default_gain);
 
-/// Step away from saturation: half of it, 0.2 to 1.0.
+/// Step away from saturation: half of it, limited to 0.2 to 1.0.
 float saturation_step(float saturation);
 
-/// Takes the newest powers of the channels into the last ones; false if they tell nothing new. What
-/// is not known now keeps its last place.
+/// Appends the newest powers of the channels to the last ones; false if they contain nothing new.
+/// An unknown power keeps its last value.
 bool take_news(std::vector<std::optional<float>> powers, std::vector<std::optional<float>>& last);
 
 /// Squared error and gradient of the channels at the peer.
@@ -72,18 +72,18 @@ class lms_sum {
 /// Mean in float, in the order of the values.
 float mean(const std::deque<float>& values);
 
-/// Keeps the newest: drops from the front while more than five are there, then appends, so that six
-/// are kept.
+/// Keeps the newest: removes from the front while there are more than five, then appends, so that
+/// six are kept.
 void remember_power(std::deque<float>& history, float power);
 
-/// How far gradients may lie apart and still agree: little while the active channels fill less than
+/// How far gradients may differ and still agree: little while the active channels fill less than
 /// half of the spectrum.
 float steadiness_threshold(float active_width);
 
-/// Largest less smallest; 0 for no value.
+/// Largest minus smallest; 0 if there are none.
 float spread(const std::deque<float>& values);
 
-/// Population standard deviation; -1 for no value.
+/// Population standard deviation; -1 if there are no values.
 template <class Range>
 float standard_deviation(const Range& values) {
   if (values.empty()) return -1.0f;

@@ -1,4 +1,4 @@
-// The cycle of the line: what state the fibre is in, and what is done about it.
+// The line's cycle: the state of the fibre, and what is done about it.
 #include <exception>
 
 #include <fmt/format.h>
@@ -19,13 +19,15 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// After a coldstart the devices need a moment before their readings can be trusted.
+/// After a coldstart the devices need a moment until their readings can be trusted.
 constexpr auto coldstart_pause = 5s;
 constexpr auto spanloss_pause = 25s;
 constexpr std::size_t spanloss_history_size = 5;
-/// So long a coldstart waits for a VOA that does not take its setting; the node then goes on, and
-/// the setting is made up for.
+/// Maximum time that a coldstart waits for a VOA that does not accept its setting; then the node
+/// continues, and the setting is made later.
 constexpr auto longest_coldstart = 30s;
+/// The supervisory link finds its neighbour within seconds, once each end hears the other.
+constexpr auto longest_link_search = 10s;
 
 std::chrono::system_clock::time_point now() {
   return helpers::waiting::instance().system_now();
@@ -74,8 +76,8 @@ void line_loop::run(nx_db& db, bool regulate, bool coldstart) {
   publish_verdict();
 }
 
-// Each alarm and the work on the fibre fail on their own: the others have their cycle. The first
-// failure is the cycle's.
+// Each alarm and the work on the fibre fail independently: the others have their cycle. The first
+// failure counts as the cycle's.
 void line_loop::run_cycle(nx_db& db, bool regulate, bool coldstart) {
   std::exception_ptr failure;
   const auto alone = [&failure](auto&& part) {
@@ -110,13 +112,14 @@ void line_loop::look_at_peer() {
   }
 }
 
-// Nothing that was gathered over an earlier connection is mixed with what comes over this one. What
-// was set by it stands, so that a peer that restarts moves nothing.
+// Data from an earlier connection is never mixed with data from this one. Existing settings stay,
+// so a peer that restarts moves nothing.
 void line_loop::begin_with_new_peer() {
   note_incident();
   forget_measurements();
   last_remote_powers_.clear();
   saturation_steps_.reset();
+  span_unknown_since_.reset();
   for (auto& [key, history] : spanloss_history_)
     history.clear();
   spanloss_samples_ = 0;
@@ -124,6 +127,7 @@ void line_loop::begin_with_new_peer() {
 
 void line_loop::act_on_fibre(nx_db& db, bool osc_up, bool regulate, bool coldstart) {
   if (!osc_up) link_down_ = steady_now();
+  if (osc_up || !link_up_) link_up_ = steady_now();
   if (coldstart && !coldstart_done_ && !open_after_coldstart()) {
     return judge(line_reason::system_started);
   }
@@ -133,7 +137,7 @@ void line_loop::act_on_fibre(nx_db& db, bool osc_up, bool regulate, bool coldsta
   work_on_open_fibre(db, osc_up, regulate);
 }
 
-// After a warm start nobody has switched the booster on, and the panel would not know of it.
+// After a warm start nothing has switched the booster on, so the panel would not know about it.
 void line_loop::show_light_that_was_on() {
   if (!is_light_shown_) leds_->set_line_tx_enabled(true);
   is_light_shown_ = true;
@@ -145,8 +149,14 @@ bool line_loop::is_osc_up() {
   return up;
 }
 
-// True once it is done: the amplifiers wait until the VOA shows what it was set to, which it does
-// in the next cycle.
+bool line_loop::sees_supervisory_light() {
+  bool sees = false;
+  helpers::guarded([&] { sees = !sfp_->has_los(); });
+  return sees;
+}
+
+// True once done: the amplifiers wait until the VOA shows its setting, which it does in the next
+// cycle.
 bool line_loop::open_after_coldstart() {
   if (!coldstart_pause_ended_) {
     LUMORA_LOG(2, "Coldstart! Setting VOA default attenuation.");
@@ -166,20 +176,30 @@ bool line_loop::open_after_coldstart() {
   return coldstart_done_;
 }
 
+// Recorded as mended with the first light, before the channels' light is reported.
+void line_loop::tell_cut(bool is_cut) {
+  if (is_cut == is_cut_told_) return;
+  is_cut_told_ = is_cut;
+  using ::insight::event_kind;
+  ::insight::event_log::instance().tell(is_cut ? event_kind::cut : event_kind::mended,
+                                        guard_subject);
+}
+
 void line_loop::close_lost_fibre() {
-  judge(line_reason::no_light);
+  judge(sees_supervisory_light() ? line_reason::no_way_out : line_reason::no_light);
+  tell_cut(true);
   if (line_connection_ == false) return continue_opening(false);
   LUMORA_LOG(2, "Preamp LOS and OSC Link down! Coldstarting fiber.");
   preamp_->disable();
   set_voa_default_attenuation();
   set_booster_enabled(false);
   line_connection_ = false;
-  ::insight::event_log::instance().tell(::insight::event_kind::cut, guard_subject);
   begin_with_new_fibre();
 }
 
 void line_loop::enable_amplifiers() {
   judge(line_reason::amplifiers_go_on);
+  tell_cut(false);
   LUMORA_LOG(2, "Enabling preamp.");
   preamp_->enable();
   LUMORA_LOG(2, "Enabling booster.");
@@ -190,7 +210,9 @@ void line_loop::enable_amplifiers() {
 void line_loop::work_on_open_fibre(nx_db& db, bool osc_up, bool regulate) {
   if (!osc_up) {
     LUMORA_LOG(1, "Unable to regulate, OSC link not up?");
-    return judge(line_reason::link_down);
+    const bool is_late = steady_now() - *link_up_ > longest_link_search;
+    return judge(is_late && sees_supervisory_light() ? line_reason::link_one_way
+                                                     : line_reason::link_down);
   }
   if (line_connection_ == false) reopen_fibre();
   line_connection_ = true;
@@ -201,7 +223,7 @@ void line_loop::work_on_open_fibre(nx_db& db, bool osc_up, bool regulate) {
 
 void line_loop::reopen_fibre() {
   LUMORA_LOG(2, "Line connection is back up.");
-  ::insight::event_log::instance().tell(::insight::event_kind::mended, guard_subject);
+  tell_cut(false);
   forget_measurements();
   set_voa_default_attenuation();
   begin_with_new_fibre();
@@ -254,14 +276,14 @@ void line_loop::reset_spanloss_history() {
   section_is_oms_ = false;
 }
 
-// What the peer told of the spans so far is not of the fibre as it is now.
+// The peer's earlier reports on the spans are not about the fibre as it is now.
 void line_loop::begin_with_new_fibre() {
   note_incident();
   reset_spanloss_history();
   spans_since_ = steady_now();
 }
 
-// What is not known keeps its last value: a failed read is no loss of 100 dB.
+// An unknown value keeps its last reading: a failed read is not a loss of 100 dB.
 void line_loop::update_spanlosses() {
   using operation = line_peer::operation;
   if (!last_spanloss_update_) {

@@ -1,5 +1,6 @@
-// The regulator against an in-line amplifier, which has no channels but measures the spans for this
-// node: VOA and preamp gain are set from them once, and again when a span has moved and is steady.
+// The regulator for an in-line amplifier as the peer, which has no channels but measures the spans
+// for this node: VOA and preamp gain are set from them once, and again when a span has changed and
+// is steady.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -50,7 +51,7 @@ void line_loop::manage_embedded_ila_line(nx_db&, bool regulate) {
   operational_ = true;
   if (!regulate) {
     LUMORA_LOG(0, "Line regulation is disabled");
-    return;  // its looks at the spans are seconds apart: the last finding stands
+    return;  // it looks at the spans only every few seconds: the last finding stays
   }
   if (!osc_->is_operational() || !is_spanloss_check_due()) return;
   take_back_unanswered_settings();
@@ -79,30 +80,24 @@ bool line_loop::is_spanloss_check_due() {
   return now() - *last_spanloss_check_ >= check_pause;
 }
 
-/// One row a span of the peer: what it is, the node that shows it under the peer's name, and the
+/// One row per span of the peer: what it is, the node that shows it under the peer's name, and the
 /// history under this node's name.
 struct remote_span {
   operation what;
-  float (manager::remote::api::*read)();
   line_loop::pushed_float line_loop::*node;
   const char* history;
 
   static const std::array<remote_span, 4> all;
 };
 
-using remote::api;
 const std::array<remote_span, 4> remote_span::all{{
-    {operation::get_oms_spanloss_tx, &api::get_oms_spanloss_tx, &line_loop::remote_spanloss_oms_tx_,
-     "oms_rx"},
-    {operation::get_oms_spanloss_rx, &api::get_oms_spanloss_rx, &line_loop::remote_spanloss_oms_rx_,
-     "oms_tx"},
-    {operation::get_ots_spanloss_tx, &api::get_ots_spanloss_tx, &line_loop::remote_spanloss_ots_tx_,
-     "ots_rx"},
-    {operation::get_ots_spanloss_rx, &api::get_ots_spanloss_rx, &line_loop::remote_spanloss_ots_rx_,
-     "ots_tx"},
+    {operation::get_oms_spanloss_tx, &line_loop::remote_spanloss_oms_tx_, "oms_rx"},
+    {operation::get_oms_spanloss_rx, &line_loop::remote_spanloss_oms_rx_, "oms_tx"},
+    {operation::get_ots_spanloss_tx, &line_loop::remote_spanloss_ots_tx_, "ots_rx"},
+    {operation::get_ots_spanloss_rx, &line_loop::remote_spanloss_ots_rx_, "ots_tx"},
 }};
 
-// All four, of the fibre as it is since it was opened.
+// All four, for the fibre since it was opened.
 bool line_loop::are_spans_known() const {
   return std::all_of(remote_span::all.begin(), remote_span::all.end(),
                      [this](const remote_span& span) {
@@ -116,7 +111,7 @@ bool line_loop::take_spanloss_samples() {
   std::array<float, remote_span::all.size()> losses{};
   try {
     std::transform(spans.begin(), spans.end(), losses.begin(),
-                   [this](const remote_span& span) { return (remote_.get()->*span.read)(); });
+                   [this](const remote_span& span) { return remote_->get<float>(span.what); });
   } catch (const nx_error&) {
     begin_guard(guards::line_known, "the peer does not tell its spans");
     judge(line_reason::spans_not_known);
@@ -139,7 +134,7 @@ bool line_loop::take_spanloss_samples() {
     const auto& node = this->*spans[i].node;
     if (!node) continue;
     node->update(losses[i]);
-    // What the hysteresis let through, not the reading itself.
+    // The value that passed the hysteresis, not the reading itself.
     spanloss_history_.at(spans[i].history).push_back(node->get_filtered());
   }
   return true;
@@ -164,8 +159,8 @@ bool line_loop::span_view::calls_for_setting() const {
   return is_first || (deviation < steady_deviation && change > noticed_change);
 }
 
-// A setting counts as made once it has been written and the device shows it: what was lost on its
-// way is made again.
+// A setting counts as made once it has been written and the device shows it; a lost one is made
+// again.
 void line_loop::take_back_unanswered_settings() {
   if (voa_) read_voa();
   gain_watch_.look(preamp_->get_gain());
@@ -205,7 +200,7 @@ void line_loop::set_voa_from_span(float tx_span) {
 
 void line_loop::set_preamp_from_span(float rx_span) {
   embedded_.preamp_default_gain = preamp_->get_default_gain();
-  embedded_.line_calibration = calibration::instance().get_value("cal_linerx_to_preamprx");
+  embedded_.line_calibration = calibration::instance().board().linerx_to_preamprx_db();
   embedded_.voa_insertion_loss = voa_insertion_loss();
   embedded_.preamp_gain =
       embedded_preamp_gain(embedded_.line_calibration, rx_span, embedded_.voa_insertion_loss,

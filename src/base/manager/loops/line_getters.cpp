@@ -1,5 +1,5 @@
-// The getters of the line's values: readings translated from a device's own reference point to the
-// line connector, and what follows from them.
+// The getters of the line's values: readings converted from a device's own reference point to the
+// line connector, and values derived from them.
 #include <source_location>
 
 #include "base/guards/line_span.h"
@@ -18,11 +18,11 @@ namespace {
 
 constexpr float no_light = -99.0f;
 
-float board(const char* key) {
-  return calibration::instance().get_value(key);
+const board_numbers& board() {
+  return calibration::instance().board();
 }
 
-/// Both must be readable: half a sum would pass for the whole.
+/// Both must be readable: half a sum would be taken for the whole.
 template <class Signal, class Osc>
 float total_power(Signal&& read_signal, Osc&& read_osc,
                   const std::source_location& where = std::source_location::current()) {
@@ -43,7 +43,7 @@ float line_loop::get_osc_rx_power() {
 }
 
 float line_loop::get_osc_rx_power_unchecked() {
-  return sfp_->get_rx_power() - board("cal_linerx_to_oscrx");
+  return sfp_->get_rx_power() - board().linerx_to_oscrx_db();
 }
 
 float line_loop::get_osc_tx_power() {
@@ -51,15 +51,15 @@ float line_loop::get_osc_tx_power() {
 }
 
 float line_loop::get_osc_tx_power_unchecked() {
-  return sfp_->get_tx_power() + board("cal_osctx_to_linetx");
+  return sfp_->get_tx_power() + board().osctx_to_linetx_db();
 }
 
 float line_loop::get_line_rx_signal_power() {
-  return preamp_->get_rx_power() - board("cal_linerx_to_preamprx");
+  return preamp_->get_rx_power() - board().linerx_to_preamprx_db();
 }
 
 float line_loop::get_line_tx_signal_power() {
-  return booster_->get_tx_power() + board("cal_boostertx_to_linetx") - voa_attenuation() -
+  return booster_->get_tx_power() + board().boostertx_to_linetx_db() - voa_attenuation() -
          voa_insertion_loss();
 }
 

@@ -1,6 +1,9 @@
-// What the line tells of its last cycle. The phases judge as they decide; what they say is shown as
-// a whole when the cycle has ended, so that no reader waits for one that waits for a device.
+// The line's report on its last cycle. The phases judge as they decide; the result is shown as a
+// whole at the end of the cycle, so that no reader waits for a phase that waits for a device.
+#include <fmt/format.h>
+
 #include <algorithm>
+#include <cmath>
 
 #include "base/manager/loops/line_loop.h"
 #include "helpers/waiting.h"
@@ -12,10 +15,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// A peer tells its channels once a second: a cycle without news changes nothing of what was found.
+/// A peer reports its channels once a second: a cycle without news does not change the findings.
 constexpr auto usual_pause = 3s;
 constexpr auto longest_silence = 10s;
-constexpr std::int32_t no_value = -61;
+constexpr float jump_of_error_db = 2.0f;
+constexpr auto longest_wait_for_span = 30s;
 
 std::chrono::steady_clock::time_point now() {
   return helpers::waiting::instance().steady_now();
@@ -35,7 +39,7 @@ void line_loop::judge(line_reason reason, std::array<float, 3> figures, std::str
   verdict_.word = std::move(word);
 }
 
-// What the last look at other readings has found stands for a while.
+// The finding of the last look with new readings stays for a while.
 void line_loop::judge_nothing_new() {
   auto last_sign = peer_.last_sign_of_life();
   if (last_sign && powers_changed_) last_sign = std::max(*last_sign, *powers_changed_);
@@ -45,6 +49,17 @@ void line_loop::judge_nothing_new() {
   }
   if (powers_changed_ && now() - *powers_changed_ < usual_pause) return;
   judge(line_reason::nothing_new);
+}
+
+void line_loop::judge_unknown_span() {
+  if (!peer_.is_up()) return;  // told already
+  if (!span_unknown_since_) span_unknown_since_ = now();
+  if (const auto last = peer_.last_sign_of_life()) {
+    const std::chrono::duration<float> silence = now() - *last;
+    if (silence > longest_silence) return judge(line_reason::no_sign_of_life, {silence.count()});
+  }
+  const bool is_missing = now() - *span_unknown_since_ > longest_wait_for_span;
+  judge(is_missing ? line_reason::spans_missing : line_reason::spans_not_known);
 }
 
 void line_loop::judge_unsteady(float spread, float threshold) {
@@ -63,6 +78,10 @@ void line_loop::note_attenuation(float attenuation) {
 
 void line_loop::note_step(float change) {
   const std::lock_guard lock(told_mutex_);
+  // A step takes a fifth of the error: what has moved further has been moved.
+  const float error = lms_gradient_ / 2;
+  if (std::fabs(error - error_at_step_) >= jump_of_error_db) told_.voa.event();
+  error_at_step_ = error;
   told_.voa.step(now(), change);
 }
 
@@ -78,7 +97,8 @@ void line_loop::publish_verdict() {
       state == no_peer || state == peer_not_known || state == no_supervisory_link;
   if (peer_is_missing && opening_ && opening_->awaits_peer) verdict_.preset = opening_->wanted;
   const std::lock_guard lock(told_mutex_);
-  if (peer_is_missing || state == no_fibre) {
+  const bool is_left_alone = verdict_.reason == line_reason::node_leaves_alone;
+  if (peer_is_missing || state == no_fibre || is_left_alone) {
     verdict_.attenuation = told_.attenuation;
   }
   told_.verdict = verdict_;
@@ -88,6 +108,13 @@ void line_loop::note_down(const std::string& failure) {
   begin_verdict();
   judge(line_reason::failed, {}, failure.empty() ? "it is not operational" : failure);
   publish_verdict();
+}
+
+void line_loop::note_idle(const std::string& mode) {
+  begin_verdict();
+  judge(line_reason::node_leaves_alone, {}, fmt::format("the automation mode is {}", mode));
+  publish_verdict();
+  refresh_insight();
 }
 
 void line_loop::refresh_insight() {
@@ -114,9 +141,9 @@ std::string line_loop::get_why() {
 }
 
 float line_loop::known_attenuation() const {
-  if (!voa_) throw nx_error(no_value, "This model has no VOA on the line");
+  if (!voa_) throw nx_error(nx_error::no_value, "This model has no VOA on the line");
   const std::lock_guard lock(told_mutex_);
-  if (!told_.attenuation) throw nx_error(no_value, "The VOA has not been read yet");
+  if (!told_.attenuation) throw nx_error(nx_error::no_value, "The VOA has not been read yet");
   return *told_.attenuation;
 }
 
@@ -127,6 +154,10 @@ float line_loop::get_headroom_up() {
 float line_loop::get_headroom_down() {
   const float attenuation = known_attenuation();
   return voa_->get_max_attenuation() - attenuation;
+}
+
+unsigned line_loop::get_steps() {
+  return get_voa_record().steps();
 }
 
 unsigned line_loop::get_steps_last_hour() {

@@ -1,17 +1,17 @@
-// The loop that owns the fibre pair of the node: the line VOA behind the booster, the booster, the
-// preamp, the supervisory channel (OSC) and its SFP. Each cycle decides what state the fibre is in
-// and acts on that; if the fibre is fine and the peer is known, one of two regulators runs:
-// manage_line moves the VOA by what the peer's monitor measures of this node's channels, and
-// manage_embedded_ila_line sets VOA and preamp gain from the spans that an in-line amplifier
-// measures. Only this node's side is ever written.
+// The loop that owns the fibre pair of the node: the line VOA after the booster, the booster, the
+// preamp, the supervisory channel (OSC) and its SFP. Each cycle determines the state of the fibre
+// and acts on it. If the fibre is fine and the peer is known, one of two regulators runs:
+// manage_line moves the VOA according to what the peer's monitor measures of this node's channels,
+// and manage_embedded_ila_line sets VOA and preamp gain from the spans measured by an in-line
+// amplifier. Only this node's side is ever written.
 //
-// All that does not depend on the channel control type is here and compiled once; line.h adds the
-// two operations that walk the channels.
+// Everything that does not depend on the channel control type is here and compiled once; line.h
+// adds the two operations that walk over the channels.
 //
-// Threads: init and run on the manager thread, and what they call. The getters on the pollers of
-// the value tree; they read devices and the peer. Failures: init logs and throws; run logs, clears
-// `operational` and returns; the getters throw what their value then shows.
-// Units: powers dBm, attenuations, gains and losses dB, lengths km, dispersion ps/nm.
+// Threads: init, run and what they call on the manager thread. The getters on the pollers of the
+// value tree; they read devices and the peer. Failures: init logs and throws; run logs, clears
+// `operational` and returns; an exception of a getter becomes its value's error. Units: powers in
+// dBm, attenuations, gains and losses in dB, lengths in km, dispersion in ps/nm.
 #pragma once
 
 #include <atomic>
@@ -68,20 +68,19 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   }
   void set_leds(std::shared_ptr<manager::leds> leds) { leds_ = std::move(leds); }
 
-  /// The mean error of the channels at the peer as a gradient, whose sign is that of the step in
+  /// The mean error of the channels at the peer as a gradient, with the sign of the step in
   /// attenuation; empty if the peer's powers have not changed since the last call.
   virtual std::optional<float> calculate_lms_error() = 0;
-  /// Records a gradient; true when the last ones agree.
+  /// Records a gradient; true if the last ones agree.
   virtual bool lms_calmdown(float error) = 0;
   /// One cycle of a regulator; nothing is written unless `regulate`.
   virtual void manage_line(nx_db& db, bool regulate);
   virtual void manage_embedded_ila_line(nx_db& db, bool regulate);
-  /// `embedded_ila`: this node may act as the terminal of an in-line amplifier.
+  /// `embedded_ila`: this node may act as the terminal for an in-line amplifier.
   virtual void init(nx_db& db, bool embedded_ila);
   virtual float get_wanted_power();
   virtual void set_wanted_power(float power);
-  /// The attenuation at which a fresh line opens: worked out with the peer, else the board's
-  /// preset.
+  /// The attenuation at which a fresh line opens: calculated with the peer, or the board's preset.
   virtual void set_voa_default_attenuation();
   /// Bandwidth in GHz.
   virtual float calculate_voa_attenuation(float target_output_power, float bandwidth);
@@ -89,7 +88,8 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   /// For products that compensate dispersion: the fibre has just been opened.
   virtual void trigger_initial_tdcm_setting();
   virtual void regulate(nx_db& db, bool regulate);
-  /// One cycle. `regulate`: this cycle may write settings; `coldstart`: the whole system started.
+  /// One cycle. `regulate`: this cycle may write settings; `coldstart`: the whole system has been
+  /// powered up.
   virtual void run(nx_db& db, bool regulate, bool coldstart);
   virtual float get_osc_rx_power();
   virtual float get_osc_rx_power_unchecked();
@@ -99,26 +99,29 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   virtual float get_line_tx_signal_power();
   virtual void setup_api(nx_db& db);
   virtual bool is_voa_ready();
-  /// Adds what a cycle of the line reads of its devices without subscription.
+  /// Adds what a cycle of the line reads from its devices without a subscription.
   void declare_reads(std::vector<device::read_wish>& wishes);
   virtual bool is_operational();
-  /// Creates "alarms/line/NAME/severity" at its first use.
+  /// Creates "alarms/line/NAME/severity" when first used.
   virtual void update_alarm(nx_db& db, const std::string& name, bool active);
 
-  /// The loop is down and had no cycle; `failure` is what took it down.
+  /// The loop is down and had no cycle; `failure` is the reason.
   void note_down(const std::string& failure);
-  /// What the VOA shows, from the cycle's snapshot.
+  /// The node does not regulate, because of its automation mode.
+  void note_idle(const std::string& mode);
+  /// The VOA's read-back, from the cycle's snapshot.
   void note_attenuation(float attenuation);
-  /// Sends what has changed below "insight/line" to who watches; at the end of a cycle.
+  /// Sends what has changed under "insight/line" to subscribers; at the end of a cycle.
   void refresh_insight();
 
-  // What the last cycle has made of the line; without waiting for one that is under way.
+  // The line's result of the last cycle; does not wait for one in progress.
   ::insight::line_verdict get_verdict() const;
   ::insight::actuator_record get_voa_record() const;
   std::string get_state();
   std::string get_why();
   float get_headroom_up();    ///< how much the VOA can still open
   float get_headroom_down();  ///< how much it can still close
+  unsigned get_steps();
   unsigned get_steps_last_hour();
 
   // Getters of the published values.
@@ -169,7 +172,7 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   static constexpr const char* guard_subject = "line";
 
   using line_reason = ::insight::line_reason;
-  /// The present cycle's verdict so far; the last one of a cycle counts.
+  /// The present cycle's verdict so far; the last one in a cycle counts.
   void judge(line_reason reason, std::array<float, 3> figures = {}, std::string word = {});
   /// The regulator has nothing to work on, or errors that do not agree yet.
   void judge_nothing_new();
@@ -179,32 +182,35 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   /// When the newest of this node's channels changed at the peer; empty before the first change on
   /// the present connection.
   virtual std::optional<steady_point> newest_channel_change() = 0;
-  /// Whether a channel's reading at the peer tells what the last write has done to it.
+  /// For a regulator whose setting depends on a span that is not known, and is again.
+  void judge_unknown_span();
+  void note_known_span() { span_unknown_since_.reset(); }
+  /// Whether a channel's reading at the peer shows the effect of the last write.
   bool is_fresh(const line_peer::reading& power) const;
-  /// The measured loss of the fibre that comes in; empty while one of its two powers is not known.
+  /// The measured loss of the incoming fibre; empty while one of its two powers is unknown.
   std::optional<float> known_rx_span();
   void withhold(const helpers::guard_kind& guard, const std::string& reason);
   static void begin_guard(const helpers::guard_kind& guard, const std::string& reason);
   static void end_guard(const helpers::guard_kind& guard);
 
-  // The manager thread's own.
+  // Used only by the manager thread.
   bool operational_ = true;
   bool coldstart_done_ = false;
-  bool section_is_oms_ = false;          ///< the section on which the peer measures its span loss
+  bool section_is_oms_ = false;          ///< the section for which the peer measures its span loss
   float saturation_threshold_ = 0.2f;    ///< dB
   std::optional<bool> line_connection_;  ///< empty before the first decision
   bool embedded_ila_ = false;
   std::deque<float> error_history_;
   std::size_t error_history_size_ = 5;
   std::map<unsigned, remote_channel_state> channel_states_;
-  std::vector<std::optional<float>> last_remote_powers_;  ///< dBm; empty for what is not known
+  std::vector<std::optional<float>> last_remote_powers_;  ///< dBm; empty if unknown
   float fresh_gradient_ = 0;                    ///< of the channels whose reading is fresh
-  std::optional<steady_point> powers_changed_;  ///< at the peer, as the regulator saw it last
-  unsigned active_ = 0;                         ///< channels that counted then
+  std::optional<steady_point> powers_changed_;  ///< at the peer, as last seen by the regulator
+  unsigned active_ = 0;                         ///< number of channels that counted then
   line_peer peer_;
-  guards::attenuator_watch gain_watch_;  ///< of the preamp's gain, which is a setting like another
+  guards::attenuator_watch gain_watch_;  ///< for the preamp's gain, another setting to be watched
 
-  // Read by the pollers too.
+  // Also read by the pollers.
   std::shared_ptr<manager::remote::api> remote_;
   std::shared_ptr<nx::api::value_group> values_;
   std::shared_ptr<device::interfaces::osc> osc_;
@@ -223,7 +229,7 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   friend struct line_values;
   friend struct remote_span;
 
-  /// What the last embedded setting was made of, for the log.
+  /// The inputs of the last embedded setting, for the log.
   struct embedded_record {
     float remote_minimum_gain = 0;
     float target_output_power = 0;
@@ -237,7 +243,7 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   };
 
   /// A span as the embedded regulator sees it: the peer's value, how steady it is, and whether it
-  /// has left what was last acted on.
+  /// has left the value last acted on.
   struct span_view {
     float loss;
     float deviation;
@@ -254,7 +260,7 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
     bool is_shown = false;
   };
 
-  /// A step that a regulator wants of the VOA.
+  /// A step of the VOA wanted by a regulator.
   struct adjustment {
     float change;
     std::optional<float> saturation{};  ///< of the far preamp, if that is the reason
@@ -262,10 +268,10 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   };
   struct remote_saturation {
     float value;
-    bool is_lost = false;  ///< the peer has told it before and tells nothing that can be, now
+    bool is_lost = false;  ///< the peer has reported it before, but now reports the impossible
   };
 
-  /// At the line connector; empty for what cannot be read or is dark.
+  /// At the line connector; empty if it cannot be read or is dark.
   struct known_powers {
     std::optional<float> signal;
     std::optional<float> total;
@@ -280,8 +286,10 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   void begin_with_new_fibre();
   void act_on_fibre(nx_db& db, bool osc_up, bool regulate, bool coldstart);
   bool is_osc_up();
+  bool sees_supervisory_light();
   bool open_after_coldstart();
   void close_lost_fibre();
+  void tell_cut(bool is_cut);
   void enable_amplifiers();
   void reopen_fibre();
   void show_light_that_was_on();
@@ -333,25 +341,30 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   /// What readers of "insight/line" get.
   struct insight_record {
     ::insight::line_verdict verdict;
-    std::optional<float> attenuation;  ///< of the VOA, as it showed itself last
+    std::optional<float> attenuation;  ///< the VOA's last read-back
     ::insight::actuator_record voa;
   };
 
-  ::insight::line_verdict verdict_;  // of the cycle that is under way
-  mutable std::mutex told_mutex_;    // a leaf in the order of locks; guards told_
+  ::insight::line_verdict verdict_;  // of the cycle in progress
+  mutable std::mutex told_mutex_;    // a leaf in the lock order; guards told_
   insight_record told_;
   std::vector<std::shared_ptr<nx::api::lazy_node>> insight_values_;
 
+  float error_at_step_ =
+      0;  ///< dB, mean of the channels at the peer, when the VOA was stepped last
   guards::attenuator_watch voa_watch_;
   guards::saturation_steps saturation_steps_;
   std::optional<steady_point> saturation_withheld_since_;
   std::optional<opening> opening_;
+  std::optional<steady_point> span_unknown_since_;
   std::optional<steady_point> peer_up_since_;
-  steady_point link_down_;    ///< when the supervisory channel was last seen down
-  steady_point spans_since_;  ///< what the peer told of the spans before is not of this fibre
+  std::optional<steady_point> link_up_;  ///< when it was last seen up, or first seen at all
+  steady_point link_down_;               ///< when the supervisory channel was last seen down
+  steady_point spans_since_;  ///< the peer's earlier reports on the spans are not about this fibre
   std::optional<steady_point> coldstart_pause_ended_;
   bool coldstart_opened_ = false;
   bool is_light_shown_ = false;
+  bool is_cut_told_ = false;
 
   std::map<std::string, std::shared_ptr<nx::api::status_value<unsigned>>> alarms_;
   pushed_float spanloss_oms_tx_;

@@ -1,5 +1,5 @@
-// The attenuation at which a fresh line opens, and what becomes of it: worked out with the peer as
-// it is known now, else the board's preset until the peer has been read; asked for until the
+// The attenuation at which a fresh line opens, and how it is set: calculated with the peer as it is
+// known now, otherwise the board's preset until the peer has been read; requested until the
 // attenuator shows it.
 #include <cmath>
 
@@ -20,9 +20,10 @@ namespace {
 using namespace std::chrono_literals;
 using operation = line_peer::operation;
 
-/// The VOA is not moved for less than this, dB.
+/// The VOA is not moved by less than this, dB.
 constexpr double smallest_default_change = 0.2;
-/// A peer that has been up for so long without what an opening needs will not tell it any more.
+/// A peer that has been up this long without the values needed for an opening will not report them
+/// any more.
 constexpr auto longest_wait_for_values = 1min;
 
 std::chrono::steady_clock::time_point now() {
@@ -121,9 +122,9 @@ void line_loop::end_opening() {
 float line_loop::read_voa() {
   constexpr auto kind = ::device::reading_kind::attenuation;
   const float attenuation = voa_->get_attenuation();
-  // One that shows itself as blocked tells nothing to step from.
+  // A blocked attenuator gives no value to step from.
   if (::device::judge(kind, attenuation) != ::device::verdict::measured) {
-    throw nx_error(-22, ::device::refusal_text(kind, attenuation));
+    throw nx_error(nx_error::invalid, ::device::refusal_text(kind, attenuation));
   }
   voa_watch_.look(attenuation);
   note_attenuation(attenuation);

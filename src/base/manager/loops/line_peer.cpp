@@ -1,7 +1,6 @@
 #include "base/manager/loops/line_peer.h"
 
 #include <algorithm>
-#include <array>
 
 namespace manager::loops {
 
@@ -12,18 +11,8 @@ using operation = line_peer::operation;
 
 // A living peer is asked every three seconds, and its taps show noise.
 constexpr auto longest_silence = 10s;
-// The slowest of the peer's values is taken every five seconds.
+// The slowest of the peer's values is measured every five seconds.
 constexpr auto slowest_value = 5s;
-
-// What changes all the time, of the families with channels and of in-line amplifiers.
-constexpr std::array signs_of_life{
-    operation::get_line_tx_power,       operation::get_line_rx_power,
-    operation::get_line_tx_total_power, operation::get_line_rx_total_power,
-    operation::get_osc_tx_power,        operation::get_osc_rx_power,
-    operation::get_edfa_tx_saturation,  operation::get_ots_spanloss_tx,
-    operation::get_ots_spanloss_rx,     operation::get_oms_spanloss_tx,
-    operation::get_oms_spanloss_rx,
-};
 
 }  // namespace
 
@@ -44,7 +33,7 @@ std::optional<float> line_peer::value(operation what) const {
 
 std::optional<line_peer::time_point> line_peer::last_sign_of_life() const {
   auto newest = api_->last_answer();
-  for (const auto what : signs_of_life) {
+  for (const auto what : remote::device::restless_values()) {
     if (const auto number = known(what)) {
       newest = newest ? std::max(*newest, number->arrived) : number->arrived;
     }

@@ -1,8 +1,8 @@
-// What the line may rest a write on of the peer: numbers that came over the connection that is up
-// now, with their age. What was told before the fibre was lost may still stand on a connection that
-// outlived the loss; `is_told_since` tells it apart.
+// The peer's values on which the line may base a write: numbers that arrived over the connection
+// that is up now, with their age. A connection may outlive a loss of the fibre, with values from
+// before it; `is_told_since` tells them apart.
 //
-// On the manager thread; throws nothing. Powers dBm, gains and losses dB.
+// On the manager thread; throws nothing. Powers in dBm, gains and losses in dB.
 #pragma once
 
 #include <chrono>
@@ -23,7 +23,7 @@ class line_peer {
 
   explicit line_peer(std::shared_ptr<manager::remote::api> api) : api_(std::move(api)) {}
 
-  /// Once a cycle. True when the connection is another one than at the last look.
+  /// Once a cycle. True if the connection is not the same as at the last look.
   bool look();
 
   bool is_up() const { return api_->is_up(); }
@@ -34,11 +34,11 @@ class line_peer {
   }
   std::optional<float> value(operation what) const;
 
-  /// When the peer told anything of its line last, or answered; empty if nothing is known.
+  /// When the peer last reported anything of its line, or answered; empty if nothing is known.
   std::optional<time_point> last_sign_of_life() const;
   bool is_alive(time_point now) const;
-  /// A peer tells changes alone: what stands still is up to date as long as something else, told or
-  /// answered a while after `since`, shows that it goes on telling.
+  /// A peer reports only changes: a constant value is up to date as long as another value or an
+  /// answer, some time after `since`, shows that the peer is still reporting.
   bool is_told_since(const reading& what, time_point since) const;
 
  private:

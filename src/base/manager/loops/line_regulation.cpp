@@ -1,4 +1,4 @@
-// The regulator against a peer with channels: a least-mean-squares step on one coefficient, the
+// The regulator for a peer with channels: a least-mean-squares step on one coefficient, the
 // attenuation of the line VOA.
 #include <algorithm>
 
@@ -18,9 +18,10 @@ namespace {
 using namespace std::chrono_literals;
 using operation = line_peer::operation;
 
-/// Attenuator and far amplifier are at rest; what arrives later was measured in the new light.
+/// Attenuator and far amplifier are at rest after this; later readings were measured in the new
+/// light.
 constexpr auto settling = 500ms;
-/// Devices and peers that are well answer within this; a wait is not worth a word until then.
+/// Healthy devices and peers answer within this; until then a wait is not worth mentioning.
 constexpr auto usual_answer = 3s;
 
 }  // namespace
@@ -30,7 +31,7 @@ void line_loop::manage_line(nx_db&, bool regulate) {
   const float current = read_voa();
   const float maximum = voa_->get_max_attenuation();
   const float minimum = voa_->get_min_attenuation();
-  // Worked out in every cycle, so that the histories grow while another loop has the turn.
+  // Calculated in every cycle, so that the histories grow while another loop has the turn.
   const auto wanted = wanted_adjustment();
   if (!regulate) {
     LUMORA_LOG(0, "Line regulation is disabled");
@@ -84,7 +85,7 @@ line_loop::remote_saturation line_loop::read_remote_saturation() {
 
 std::optional<float> line_loop::lms_adjustment() {
   const auto error = calculate_lms_error();
-  // What has agreed are the errors of all channels; the step is made for those that are fresh.
+  // The errors of all channels have agreed; the step is made for those that are fresh.
   if (error && lms_calmdown(*error)) return fresh_gradient_ * lms_step_size_;
   LUMORA_LOG(1, "lms optimization unavailable");
   return std::nullopt;
@@ -129,8 +130,8 @@ bool line_loop::may_step(const adjustment& wanted) {
     judge(line_reason::peer_is_lost, {}, remote_->last_product());
     return false;
   }
-  // No step on a saturation of before, and no more light into a preamp of which nobody knows
-  // whether it can take it.
+  // No step on an old saturation, and no more light into a preamp of which it is unknown whether it
+  // can take it.
   if (wanted.saturation_is_lost && (wanted.saturation || wanted.change < 0)) {
     withhold(guards::line_known, "the far saturation is not known");
     judge(line_reason::saturation_lost);
@@ -204,13 +205,13 @@ void line_loop::end_guard(const helpers::guard_kind& guard) {
 }
 
 float line_loop::calculate_voa_attenuation(float target_output_power, float bandwidth) {
-  auto& board = calibration::instance();
+  const auto& node = calibration::instance();
   return voa_attenuation_for({.booster_limit = booster_->get_power_limit(),
                               .bandwidth = bandwidth,
                               .target_power = target_output_power,
                               .insertion_loss = voa_insertion_loss(),
-                              .booster_to_line = board.get_value("cal_boostertx_to_linetx"),
-                              .margin = board.line_margin});
+                              .booster_to_line = node.board().boostertx_to_linetx_db(),
+                              .margin = node.line_margin});
 }
 
 float line_loop::voa_attenuation() {

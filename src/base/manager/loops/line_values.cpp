@@ -1,5 +1,6 @@
 // The values that the line publishes: path, source and interval on one line, in the order in which
 // they are created.
+#include "base/insight/news.h"
 #include "base/manager/loops/line_loop.h"
 
 namespace manager::loops {
@@ -12,7 +13,7 @@ struct line_values {
   static constexpr limits coarse{1, 0.2};
   static constexpr limits fine{0.1, 0.01};
 
-  /// Interval in seconds: 1 for what is regulated on, 3 and 5 for what changes slowly.
+  /// Interval in seconds: 1 for values used in regulation, 3 and 5 for slow ones.
   struct row {
     const char* path;
     void (*create)(nx_db& db, line_loop& owner, const row& what);
@@ -39,7 +40,8 @@ struct line_values {
     add_polled<Getter>(db, owner, what, "tx");
   }
 
-  // Held by the loop and in no group: every push beyond the smaller limit goes out at once.
+  // Held by the loop and in no group: every push that differs by more than the smaller limit is
+  // published at once.
   template <auto Member, const limits* Limits>
   static void pushed(nx_db& db, line_loop& owner, const row& what) {
     owner.*Member =
@@ -50,11 +52,17 @@ struct line_values {
     owner.*Member = nx::api::status_value<std::string>::create(db, what.path, "na", 1);
   }
 
-  // Made when somebody reads it, and refreshed at the end of a cycle.
+  // Computed when somebody reads it, and refreshed at the end of a cycle.
   template <auto Getter>
   static void lazy(nx_db& db, line_loop& owner, const row& what) {
     owner.insight_values_.push_back(
         nx::api::lazy_value<Getter>::create(db, what.path, owner.shared_from_this()));
+  }
+
+  template <auto Getter>
+  static void sentence(nx_db& db, line_loop& owner, const row& what) {
+    owner.insight_values_.push_back(
+        ::insight::told_value<Getter>(db, what.path, owner.shared_from_this()));
   }
 
   static const row table[];
@@ -120,9 +128,10 @@ const line_values::row line_values::table[] = {
     {"interface/line/1/data/remoteLength", polled<&line_loop::get_line_tx_fiber_length>, 1},
     {"data/line/1/tx/osc/loss", polled<&line_loop::get_osc_tx_loss>, 1},
     {"insight/line/state", lazy<&line_loop::get_state>, 0},
-    {"insight/line/why", lazy<&line_loop::get_why>, 0},
+    {"insight/line/why", sentence<&line_loop::get_why>, 0},
     {"insight/line/headroomUp", lazy<&line_loop::get_headroom_up>, 0},
     {"insight/line/headroomDown", lazy<&line_loop::get_headroom_down>, 0},
+    {"insight/line/steps", lazy<&line_loop::get_steps>, 0},
     {"insight/line/stepsLastHour", lazy<&line_loop::get_steps_last_hour>, 0},
 };
 // clang-format on

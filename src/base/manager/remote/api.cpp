@@ -12,6 +12,7 @@
 #include "helpers/logger.h"
 #include "helpers/waiting.h"
 #include "platform/nexel_client/nexel_client.h"
+#include "platform/wire/nx_error.h"
 
 namespace manager::remote {
 
@@ -25,8 +26,6 @@ constexpr unsigned quick_retries = 5;
 constexpr std::chrono::nanoseconds quick_retry = 1s;
 constexpr std::chrono::nanoseconds unidentified_retry = 30s;
 constexpr std::chrono::nanoseconds tending_interval = 1s;
-/// Code of the client library.
-constexpr std::int32_t connection_lost = -107;
 
 std::chrono::system_clock::time_point now() {
   return helpers::waiting::instance().system_now();
@@ -63,12 +62,12 @@ api::view api::present_view() const {
   return view_;
 }
 
-device::known_number api::find_known(device::operation what, std::optional<unsigned> id) const {
+device::known_number api::find_known(device::operation what, const std::string& part) const {
   const auto from = present_view();
   if (from.connection == client::no_connection || from.connection != client_->up()) {
     return std::nullopt;
   }
-  return from.adapter->find_known(from.values, what, id);
+  return from.adapter->find_known(from.values, what, part);
 }
 
 void api::create_values(nx_db& db) {
@@ -130,7 +129,7 @@ void api::advance_setup(const channel_source& channels) {
   if (session_->is_identifying()) {
     if (!session_->has_identity()) return;
     identify_remote();
-    if (session_->is_lost) return session_.reset();  // the last values stand
+    if (session_->is_lost) return session_.reset();  // the last values stay
     setup_remote_subscriptions(channels);
   }
   if (session_->is_answered()) take_over();
@@ -141,7 +140,7 @@ void api::identify_remote() {
     try {
       session_->read_identity();
     } catch (const nx_client_exception& error) {
-      session_->is_lost = error.code == connection_lost;
+      session_->is_lost = error.code == nx_error::not_connected;
       throw;
     }
   });
@@ -151,7 +150,7 @@ void api::identify_remote() {
 void api::setup_remote_subscriptions(const channel_source& channels) {
   LUMORA_LOG(2, "Starting remote subscription.");
   session_->subscribe(session_->adapter->line_paths());
-  // Now, so that a channel that came while the peer was asked is among them.
+  // Now, so that a channel added while the peer was being asked is included.
   for (const unsigned id : channels())
     session_->subscribe(session_->adapter->channel_paths(id));
 }
@@ -193,7 +192,7 @@ void api::tell_identified() {
       {{"product", product_}, {"version", sw_version_}, {"known", known_ ? "yes" : "no"}});
 }
 
-// Once for each peer that had been identified, whatever takes it away.
+// Once for each peer that had been identified, whatever the reason for losing it.
 void api::tell_lost() {
   if (is_up() || is_told_lost_) return;
   is_told_lost_ = true;
@@ -201,8 +200,8 @@ void api::tell_lost() {
                                         {{"product", last_identified_}});
 }
 
-// What the peer refuses, the client library asks for again; what it has taken off its tree and may
-// bring back, nobody else does.
+// The client library retries what the peer refuses; what the peer has removed from its tree and may
+// bring back is retried only here.
 void api::tend_subscriptions() {
   if (now() - last_tending_ < tending_interval) return;
   last_tending_ = now();

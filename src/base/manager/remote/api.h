@@ -1,16 +1,16 @@
-// What the loops see of the peer: keeps the connection alive, finds out which product stands at the
-// far end, and offers the peer's values. Reads only; nothing of the peer is ever written from here.
+// The loops' view of the peer: keeps the connection alive, finds out which product is at the far
+// end, and offers the peer's values. Read-only; nothing at the peer is ever written from here.
 //
-// A connection is set up beside the loops: identification and subscriptions go out in one piece
-// each, `run` collects what has been answered since and takes the new peer over between two cycles.
-// Until then the values of the last one stand, and no write may rest on them: `known` tells.
+// A connection is set up alongside the loops: identification and subscriptions are each sent as a
+// whole, `run` collects the answers and takes the new peer over between two cycles. Until then the
+// last peer's values stay visible, but no write may be based on them: `known` tells.
 //
-// Threads: `run` on the manager thread alone, the rest from the loops and from polled values; none
-// of it waits for the network. That matters when two nodes meet: each subscribes to values which
-// the other works out from its peer's, and would wait for the other's subscription to give up. Lock
-// order: channel plan, this lock, that of remote::client.
-// Failures of getters: nx_error -22 when the peer's product lacks the value or has not delivered
-// it. Powers dBm, losses dB, lengths km, dispersion ps/nm.
+// Threads: `run` on the manager thread only, everything else from the loops and from polled values;
+// none of it waits for the network. That matters when two nodes meet: each subscribes to values
+// that the other calculates from its peer's, and would wait for the other's subscription to give
+// up. Lock order: channel plan, this lock, that of remote::client. Failures of getters: nx_error
+// -22 if the peer's product does not have the value or has not delivered it. Powers in dBm, losses
+// in dB, lengths in km, dispersion in ps/nm.
 #pragma once
 
 #include <atomic>
@@ -47,84 +47,74 @@ class api {
   api(const api&) = delete;
   api& operator=(const api&) = delete;
 
-  /// One cycle of connection handling. The channels of `plan`, which is the tx plan, are asked of
-  /// the peer when it has been identified. Failures are logged and the whole chain starts again at
-  /// the next call.
+  /// One cycle of connection handling. The channels of `plan`, which is the tx plan, are subscribed
+  /// to once the peer has been identified. Failures are logged, and the next call starts over.
   template <class T>
   void run(nx_db& db, std::shared_ptr<::device::interfaces::osc> osc,
            std::shared_ptr<::channel::plan<T>> plan) {
     run_cycle(db, osc, [&plan] { return identifiers(*plan); });
   }
 
-  // Without the lock; these read flags.
-  bool is_known() const;  ///< the peer identified last is of a listed product
-  /// The connection is up now and its peer has been identified, of whatever product.
+  // These read flags without the lock.
+  bool is_known() const;  ///< the last identified peer is a listed product
+  /// The connection is up now and its peer has been identified, whatever its product.
   bool is_up() const;
   bool is_embedded_ila() const;
   bool has_osnr() const;
 
-  /// The number behind the getter of that name, for whoever writes by it. Empty unless it came over
-  /// the connection that is up now, and the newest that came was a measurement: no constant, no
-  /// error, nothing beyond its kind's range. Its counts begin anew with each connection.
-  device::known_number known(device::operation what) const { return find_known(what, {}); }
+  /// The number behind the getter of that name, for decisions about writes. Empty unless it arrived
+  /// over the connection that is up now, and the newest report was a measurement: not a constant,
+  /// an error, or a value outside its kind's range. Its counts restart with each connection.
+  device::known_number known(device::operation what) const { return find_known(what, ""); }
   device::known_number known(device::operation what, unsigned channel) const {
-    return find_known(what, channel);
+    return find_known(what, std::to_string(channel));
   }
 
-  /// When the peer of the present connection was last seen to answer; empty without one. On the
+  /// When the peer on the present connection was last seen to answer; empty without one. On the
   /// manager thread.
   std::optional<std::chrono::steady_clock::time_point> last_answer() const {
     return is_up() ? probe_.last_answer() : std::nullopt;
   }
 
-  /// What the peer identified last calls itself; empty before the first. On the manager thread.
+  /// The product of the peer identified last; empty before the first. On the manager thread.
   const std::string& last_product() const { return last_identified_; }
 
-  std::string get_hostname();
-  float get_fiber_length();
-  float get_utilization();
-  float get_line_tx_total_power();
-  float get_line_rx_total_power();
-  float get_line_tx_power();
-  float get_line_rx_power();
-  float get_line_target_power();
-  float get_client_target_power();
-  std::string get_line_interface_name(const std::string& direction);
-  float get_dispersion();
-  float get_osc_loss();
-  float get_osc_attenuation();
-  float get_osc_tx_power();
-  float get_osc_rx_power();
-  float get_preamp_power_limit();
-  float get_preamp_gain();
-  float get_edfa_tx_saturation();
-  float get_edfa_tx_calibration();
-  float get_preamp_default_gain();
-  std::string get_channel_rx_status(unsigned id);
-  std::string get_channel_tx_status(unsigned id);
-  float get_channel_osnr(unsigned id);
-  float get_channel_tx_peak(unsigned id);
-  float get_channel_tx_ocm_power(unsigned id);
-  float get_channel_rx_power(unsigned id);
-  float get_channel_tx_power(unsigned id);
-  std::string get_spanloss_section();
-  float get_ots_spanloss_tx();
-  float get_ots_spanloss_rx();
-  float get_oms_spanloss_tx();
-  float get_oms_spanloss_rx();
-  float get_channel_detection_level();
-  float get_tdcm_dispersion();
-  float get_final_dispersion();
-  std::string get_fiber_type();
-  float get_tdcm_offset();
+  /// The value behind the getter of that name, or why there is none.
+  template <class Result>
+  Result get(device::operation what, const std::string& part = "") const {
+    const auto from = present_view();
+    return from.adapter->get<Result>(from.values, what, part);
+  }
+
+  // The getters: `get_fiber_length()`, `get_channel_osnr(id)` and so on, one for each row.
+#define PEER_GETTER_line(result, getter)           \
+  result getter() const {                          \
+    return get<result>(device::operation::getter); \
+  }
+#define PEER_GETTER_compensator(result, getter) PEER_GETTER_line(result, getter)
+#define PEER_GETTER_direction(result, getter)                 \
+  result getter(const std::string& direction) const {         \
+    return get<result>(device::operation::getter, direction); \
+  }
+#define PEER_GETTER_channel(result, getter)                            \
+  result getter(unsigned id) const {                                   \
+    return get<result>(device::operation::getter, std::to_string(id)); \
+  }
+#define PEER_VALUE(result, getter, scope, ...) PEER_GETTER_##scope(result, getter)
+#include "base/manager/remote/device/peer_values.def"
+#undef PEER_VALUE
+#undef PEER_GETTER_line
+#undef PEER_GETTER_compensator
+#undef PEER_GETTER_direction
+#undef PEER_GETTER_channel
 
  private:
   using channel_ids = std::vector<unsigned>;
   using channel_source = std::function<channel_ids()>;
   using text_value = std::shared_ptr<nx::api::status_value<std::string>>;
 
-  // Called without this object's own lock, in whose order the plan comes first, and only when they
-  // are wanted: the loops before client tx need not wait for a command that holds its plan.
+  // Called without this object's own lock, since the plan comes first in the order, and only when
+  // they are needed: the loops before client tx need not wait for a command that holds its plan.
   template <class T>
   static channel_ids identifiers(::channel::plan<T>& plan) {
     const std::lock_guard lock(plan.get_mutex());
@@ -135,7 +125,7 @@ class api {
     return ids;
   }
 
-  /// What the getters read: the peer that was identified last.
+  /// What the getters read: the peer identified last.
   struct view {
     std::shared_ptr<device::interface> adapter;
     device::subscriber_ptr values;
@@ -162,30 +152,25 @@ class api {
   void update_flags();
 
   view present_view() const;
-  device::known_number find_known(device::operation what, std::optional<unsigned> id) const;
-
-  template <class Result, class... Parameters, class... Args>
-  Result forward(Result (device::interface::*operation)(const device::subscriber_ptr&,
-                                                        Parameters...),
-                 const Args&... args);
+  device::known_number find_known(device::operation what, const std::string& part) const;
 
   std::shared_ptr<manager::remote::client> client_;
-  mutable nx::ranked_mutex mutex_{nx::lock_rank::peer};  // guards the view alone
+  mutable nx::ranked_mutex mutex_{nx::lock_rank::peer};  // guards only the view
   view view_;
   std::atomic<std::uint64_t> identified_on_{0};
   std::atomic<bool> known_{false};
   std::atomic<bool> embedded_ila_{false};
   std::atomic<bool> osnr_{false};
 
-  // The manager thread's.
+  // Used only by the manager thread.
   text_value remote_product_value_;
   text_value remote_sw_version_value_;
   text_value remote_hw_revision_value_;
   std::unique_ptr<session> session_;  // the set-up in progress
-  std::uint64_t subscribed_on_ = 0;   // the connection that has been set up; 0 for none
+  std::uint64_t subscribed_on_ = 0;   // the connection that is set up; 0 if there is none
   std::vector<::device::wanted_path> paths_;
   probe probe_;
-  unsigned vain_identifications_ = 0;  // in a row, on the present connection
+  unsigned vain_identifications_ = 0;  // consecutive, on the present connection
   bool is_told_lost_ = true;           // no peer has been identified since the last one was lost
   std::string last_identified_;
   std::string product_ = "n/a";

@@ -15,9 +15,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// The default of the peer's own port option; what this node was started with does not matter.
+/// The default of the peer's own port option; this node's option does not matter.
 constexpr unsigned peer_port = 5100;
-/// A connection is made in far less; one that is not may lead to a neighbour that has gone.
+/// A connection takes much less than this; one that takes longer may lead to a neighbour that has
+/// gone.
 constexpr auto address_check_interval = 1s;
 
 bool is_valid(const std::string& address) {
@@ -26,8 +27,8 @@ bool is_valid(const std::string& address) {
 
 }  // namespace
 
-/// The events of one connection. One that is raised while its connection is dropped comes too late,
-/// and must not pass for an event of the next.
+/// The events of one connection. One that is raised while its connection is being dropped comes too
+/// late, and must not be taken for an event of the next.
 class client::events_of : public nexel_connection_subscriber {
  public:
   events_of(std::weak_ptr<client> owner, connection_number number)
@@ -53,7 +54,7 @@ void client::established(connection_number number, const std::string& name) {
 }
 
 void client::lost(connection_number number, const std::string& name) {
-  std::shared_ptr<nexel_ipv6_client> dropped;  // ends after the lock is free
+  std::shared_ptr<nexel_ipv6_client> dropped;  // destroyed after the lock is released
   const std::lock_guard lock(mutex_);
   if (!client_ || number != number_) return;
   LUMORA_LOG(2, "Remote connection lost: {}", name);
@@ -81,7 +82,7 @@ void client::connect(nx_db& db, const std::shared_ptr<::device::interfaces::osc>
   });
 }
 
-/// True once a second for a connection that is not up yet.
+/// True once a second while a connection is not up yet.
 bool client::is_in_the_making() {
   const std::lock_guard lock(mutex_);
   const auto now = helpers::waiting::instance().steady_now();
@@ -108,7 +109,7 @@ std::shared_ptr<nexel_ipv6_client> client::release() {
 }
 
 void client::disconnect() {
-  std::shared_ptr<nexel_ipv6_client> dropped;  // ends after the lock is free
+  std::shared_ptr<nexel_ipv6_client> dropped;  // destroyed after the lock is released
   const std::lock_guard lock(mutex_);
   dropped = release();
 }

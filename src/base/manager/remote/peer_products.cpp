@@ -26,7 +26,7 @@ adapter_ptr make() {
   return std::make_shared<Adapter>();
 }
 
-/// What no model of ours tells, and models whose values differ from their family's.
+/// Products that are not among our models, and models whose values differ from their family's.
 constexpr std::array own_adapters{
     peer_product{"TARN-ONE", make<device::tarn::tarnone>},
     peer_product{"TARN-TWO", make<device::tarn::tarntwo>},
@@ -38,7 +38,7 @@ maker adapter_of(const models::model& peer) {
   return peer.has_compensator ? make<device::orva::orvapro> : make<device::orva::orvabase>;
 }
 
-/// Null for a product that no line is regulated against.
+/// Null for a product with which no line is regulated.
 maker find(const std::string& product) {
   for (const auto& own : own_adapters) {
     if (own.text == product) return own.create;

@@ -5,6 +5,7 @@
 
 #include "platform/nexel_client/nexel_client.h"
 #include "platform/wire/nx_client_exception.h"
+#include "platform/wire/nx_error.h"
 
 namespace manager::remote {
 
@@ -12,10 +13,6 @@ namespace {
 
 constexpr std::chrono::seconds interval{3};
 constexpr const char* asked_path = "data/product";
-
-// Codes of the client library for a request that no peer has answered.
-constexpr std::int32_t timed_out = -110;
-constexpr std::int32_t connection_lost = -107;
 
 }  // namespace
 
@@ -38,7 +35,8 @@ void probe::take_answer(time_point now) {
     last_answer_ = now;
   } catch (const nx_client_exception& error) {
     // A refusal is an answer, too.
-    if (error.code != timed_out && error.code != connection_lost) last_answer_ = now;
+    if (error.code != nx_error::no_answer && error.code != nx_error::not_connected)
+      last_answer_ = now;
   } catch (...) {
     last_answer_ = now;
   }

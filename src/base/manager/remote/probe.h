@@ -1,7 +1,7 @@
-// Does the peer still answer? It tells changes alone, so that silence can mean rest or death; once
-// in a while it is asked for a value that everyone has.
+// Does the peer still answer? It reports only changes, so silence can mean rest or death; now and
+// then it is asked for a value that every peer has.
 //
-// On the manager thread alone; waits for nothing and throws nothing.
+// On the manager thread only; never blocks and throws nothing.
 #pragma once
 
 #include <chrono>
@@ -19,7 +19,7 @@ class probe {
 
   /// A connection whose peer has just answered.
   void begin(time_point now);
-  /// Takes the answer, and asks again when it is time.
+  /// Collects the answer, and asks again when it is time.
   void tend(nexel_client_api& peer, time_point now);
   void end();
 
@@ -28,7 +28,7 @@ class probe {
  private:
   void take_answer(time_point now);
 
-  std::optional<time_point> last_answer_;  ///< of the present connection
+  std::optional<time_point> last_answer_;  ///< on the present connection
   time_point last_question_;
   std::future<std::string> answer_;
 };

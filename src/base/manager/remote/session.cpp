@@ -12,7 +12,7 @@ namespace manager::remote {
 
 namespace {
 
-/// The client library gives up a request after 2 s. What a peer tells later still arrives.
+/// The client library gives up a request after 2 s. Later reports of a peer still arrive.
 constexpr std::chrono::seconds first_value_limit{3};
 constexpr std::array identity_paths{"data/product", "data/swVersion", "data/hwRevision"};
 

@@ -1,8 +1,7 @@
 // The set-up of one connection to the peer: who it is, and the first values of what it offers.
-// Requests go out at once; the answers are looked at from cycle to cycle, and nobody waits for
-// them.
+// Requests are sent at once; each cycle checks for answers, and nobody waits for them.
 //
-// On the manager thread alone. `read_identity` throws nx_client_exception.
+// On the manager thread only. `read_identity` throws nx_client_exception.
 #pragma once
 
 #include <array>
@@ -21,13 +20,13 @@ struct api::session {
   session(std::uint64_t connection, std::shared_ptr<nexel_client_api> peer);
 
   bool is_identifying() const { return !adapter; }
-  /// The peer has told all that it is asked for, or has failed to.
+  /// The peer has answered everything it was asked, or has failed to.
   bool has_identity() const;
-  /// Throws at the first part that the peer did not tell; the others stay "n/a".
+  /// Throws at the first part that the peer did not report; the others stay "n/a".
   void read_identity();
 
   void subscribe(device::path_group group);
-  /// Every path has a first value or a failure, or it has taken too long for some.
+  /// Every path has a first value or a failure, or some have taken too long.
   bool is_answered() const;
   void log_outcome() const;
 
@@ -47,7 +46,7 @@ struct api::session {
   std::array<std::future<std::string>, 3> identity_;
   std::vector<const char*> complete_;
   std::chrono::steady_clock::time_point limit_;
-  mutable std::size_t answered_ = 0;  // so many paths from the first on
+  mutable std::size_t answered_ = 0;  // number of paths, from the first one on
 };
 
 }  // namespace manager::remote

@@ -1,6 +1,6 @@
 // Regulation of an orva channel: adds the operator's admin status. "down" blocks the channel on the
-// switch; a text other than "up" and "down" leaves it in regulation but neither raises its alarm
-// nor counts it as on target.
+// switch; a text other than "up" and "down" leaves it in regulation, but it neither raises its
+// alarm nor counts as on target.
 #pragma once
 
 #include <mutex>

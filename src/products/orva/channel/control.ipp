@@ -38,10 +38,10 @@ bool control<T>::is_on_target() {
 template <class T>
 bool control<T>::can_regulate(std::shared_ptr<device::interfaces::wss> wss,
                               float power_difference) {
-  // The base first: it keeps its history and its log line whatever the operator wants.
+  // The base first: it keeps its history and its log line up to date whatever the operator wants.
   const bool possible = base::can_regulate(std::move(wss), power_difference);
   if (!is_admin_down()) return possible;
-  this->conclude(insight::channel_reason::blocked);  // set since the cycle looked
+  this->conclude(insight::channel_reason::blocked);  // changed since the cycle looked
   return false;
 }
 

@@ -22,12 +22,12 @@ float client_tx<T>::get_edfa_saturation() {
 
 template <class T>
 void client_tx<T>::manage_channel(nx_db& db, control_ptr control, bool regulate) {
-  this->manage_channel_closed_loop(db, control, regulate);
+  closed_loop::manage_channel(db, control, regulate);
 }
 
 template <class T>
 void client_tx<T>::manage_channel_peak(control_ptr control, bool regulate) {
-  this->regulate_channel_peak(control, regulate);
+  closed_loop::manage_channel_peak(control, regulate);
 }
 
 template <class T>

@@ -14,6 +14,7 @@ template <class T>
 class client_tx : public orva::client_tx<T> {
  public:
   using base = orva::client_tx<T>;
+  using closed_loop = ::manager::loops::client_loop<T>;  // what other client tx loops leave out
   using typename base::control_ptr;
 
   client_tx(typename base::plan_ptr plan, std::shared_ptr<::manager::remote::api> remote,

@@ -1,6 +1,6 @@
 // The manager of the orvakin sub-family: regulates both client directions, has no line VOA and no
-// automation mode. Its channels stand in groups of eight with one grid position left out between
-// two groups; the tree numbers them from 1, the devices know them by grid position.
+// automation mode. Its channels are in groups of eight, with one grid position left out between
+// groups; the tree numbers them from 1, the devices identify them by grid position.
 #pragma once
 
 #include "base/manager/base.h"

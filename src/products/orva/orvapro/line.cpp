@@ -21,7 +21,7 @@ namespace products::orva::orvapro {
 namespace {
 
 constexpr const char* guarded_subject = "compensator";
-/// Log levels of an attempt: one of many that fail once a second is told at a lower one.
+/// Log levels of an attempt: retries that fail once a second are logged at a lower level.
 constexpr int told = 2;
 constexpr int untold = 1;
 
@@ -31,10 +31,10 @@ template <class T>
 line<T>::line(std::shared_ptr<::channel::plan<T>> channels,
               std::shared_ptr<::manager::remote::api> remote)
     : base(std::move(channels), std::move(remote)),
-      fixed_dcm_dispersion_(calibration::instance().get_value("cal_dc_fixed_tx")) {
+      fixed_dcm_dispersion_(calibration::instance().board().fixed_module_ps_nm()) {
   LUMORA_LOG(2, "Creating orva::orvapro::line instance.");
   this->saturation_threshold_ = 4.0f;
-  done_with_setting();  // what an earlier line still had to make is not this one's
+  done_with_setting();  // a setting that an earlier line object still had to make is dropped
 }
 
 template <class T>
@@ -111,7 +111,7 @@ void line<T>::trigger_initial_tdcm_setting() {
   make_due_setting();
 }
 
-// A setter may hold the lock for as long as a device makes it wait: there is a next time.
+// If a setter holds the lock because a device makes it wait, skip this time and try again later.
 template <class T>
 void line<T>::make_due_setting() {
   last_attempt_ = helpers::waiting::instance().steady_now();
@@ -134,15 +134,15 @@ void line<T>::make_due_setting() {
   }
 }
 
-/// After a restart of the daemon alone the light goes on as it went: the switch cannot be asked,
-/// but it was set by the length of the fibre.
+/// After a restart of the daemon alone the light has not changed: the switch has no reading, but it
+/// was set according to the fibre's length.
 template <class T>
 void line<T>::adopt_path() {
   try {
     if (!this->osc_->is_operational()) return;
     note_path(path_for(this->get_line_rx_fiber_length()));
   } catch (...) {
-    // The cycle itself has told of the channel that does not answer.
+    // The cycle itself has already reported the channel that does not answer.
   }
 }
 

@@ -1,5 +1,5 @@
-// The manager of orvapro: as the other orva models, with the dispersion compensator and the optical
-// switch of its receive side.
+// The manager of orvapro: as for the other orva models, plus the dispersion compensator and the
+// optical switch of its receive side.
 #pragma once
 
 #include "products/orva/manager.h"
@@ -15,12 +15,12 @@ class manager : public orva::manager<RX_T, TX_T> {
 
   void create_client_tx() override;
   void create_line() override;
-  /// Throws std::runtime_error when the loop is not of this model.
+  /// Throws std::runtime_error if the loop is not of this model.
   void setup_line(nx_db& db) override;
   void create_leds() override;
 
  protected:
-  /// The compensator, opened last; throws std::runtime_error when the loop is not of this model.
+  /// The compensator, opened last; throws std::runtime_error if the loop is not of this model.
   void add_client_tx_devices(nx_db& db) override;
 };
 

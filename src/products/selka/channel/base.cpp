@@ -19,10 +19,15 @@ std::string base::port_loss_key(const char* add_drop) {
   return models::port_loss_key(models::get("selkamin"), add_drop, get_wss_port());
 }
 
+float base::port_loss_db(const char* add_drop) {
+  if (!port_loss_db_) port_loss_db_ = calibration::instance().find(port_loss_key(add_drop));
+  return (*port_loss_db_)();
+}
+
 void base::update_power() {
-  auto& board = calibration::instance();
+  const auto& board = calibration::instance();
   const auto direction = get_direction();
-  const float port_loss = board.get_value(port_loss_key(direction == "rx" ? "add" : "drop"));
+  const float port_loss = port_loss_db(direction == "rx" ? "add" : "drop");
   if (direction == "rx") {
     publish_power(get_ocm_power() + board.rx_edfa_calibration - port_loss - board.booster_gain +
                   get_attenuation());
@@ -35,14 +40,14 @@ void base::update_power() {
 
 void base::update_line_tx_power(float voa_attenuation, float voa_insertion_loss) {
   if (get_direction() != "rx") return;
-  auto& board = calibration::instance();
+  const auto& board = calibration::instance();
   set_line_tx_power(get_ocm_power() + board.rx_edfa_calibration - voa_attenuation -
-                    voa_insertion_loss + board.get_value("cal_boostertx_to_linetx") -
+                    voa_insertion_loss + board.board().boostertx_to_linetx_db() -
                     board.line_margin);
 }
 
 void base::set_line_tx_power(float power) {
-  if (!line_tx_power_) return;  // its creation failed, and the channel stands on the tree without
+  if (!line_tx_power_) return;  // its creation failed, so the channel does not have it on the tree
   helpers::guarded([&] { line_tx_power_->update(power); });
 }
 

@@ -1,8 +1,9 @@
-// A channel of the selka family: its power formulas use what the loops have learned of the
-// amplifiers, and a channel towards the line also shows its power at the line output.
+// A channel of the selka family: its power formulas use what the loops have learned about the
+// amplifiers, and a channel towards the line also publishes its power at the line output.
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "base/channel/base.h"
@@ -25,7 +26,10 @@ class base : public ::channel::base {
   virtual std::string port_loss_key(const char* add_drop);
 
  private:
+  float port_loss_db(const char* add_drop);
+
   std::shared_ptr<nx::api::status_value<float>> line_tx_power_;
+  std::optional<board_number> port_loss_db_;  // once it was asked for: a channel keeps its port
 };
 
 }  // namespace products::selka::channel

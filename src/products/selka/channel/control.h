@@ -15,12 +15,12 @@ namespace products::selka::channel {
 
 enum class optical_control_mode : unsigned { off = 1, power = 2, gain_loss = 3, unknown = 4 };
 
-/// Throw nx_error -22: on a text other than "off", "power" and "gainLoss", on a number that is
-/// none.
+/// These throw nx_error -22: for a text other than "off", "power" and "gainLoss", or an invalid
+/// number.
 optical_control_mode optical_control_mode_from_text(const std::string& text);
 std::string to_text(optical_control_mode mode);
 
-/// Name of a port of the selka switch; "n/a", logged, for a number that is none.
+/// Name of a port of the selka switch; "n/a", and a log line, for an invalid number.
 std::string selka_port_name(unsigned port);
 
 template <class T>
@@ -35,18 +35,19 @@ class control : public ::channel::control::base<T> {
 
   virtual std::string get_optical_control_mode();
   virtual bool is_optical_control_mode_known();
-  /// dBm, from the node's global target; shown, not regulated on.
+  /// dBm, from the node's global target; only shown, not used for regulation.
   virtual void set_target_output_power(float power);
   virtual float get_target_output_power();
 
-  /// On a server thread. Throws nx_error -22 "Invalid optical control mode." and changes nothing.
+  /// On a server thread. Throws nx_error -22 "Invalid optical control mode." and then changes
+  /// nothing.
   void set_optical_control_mode(std::string text);
 
  private:
   void show_mode(std::shared_ptr<nx::api::pushed_value<std::string>> value);
 
   std::atomic<float> target_output_power_{0.0f};
-  std::mutex mode_mutex_;  // the mode that is shown is the one that holds
+  std::mutex mode_mutex_;  // keeps the shown mode and the mode in force the same
   std::atomic<optical_control_mode> mode_{optical_control_mode::unknown};
   std::shared_ptr<nx::api::pushed_value<float>> target_output_power_value_;
   std::shared_ptr<nx::api::pushed_value<std::string>> mode_value_;

@@ -15,7 +15,7 @@ bool control<T>::is_admin_down() {
 template <class T>
 bool control<T>::can_regulate(std::shared_ptr<device::interfaces::wss> wss,
                               float power_difference) {
-  // The base first: it keeps its history and its log line whatever the mode.
+  // The base first: it keeps its history and its log line up to date whatever the mode.
   const bool possible = base::can_regulate(std::move(wss), power_difference);
   if (mode_ == optical_control_mode::power) return possible;
   this->conclude(insight::channel_reason::mode_leaves_alone);
@@ -57,7 +57,7 @@ void control<T>::set_optical_control_mode(std::string text) {
   if (mode_value_) mode_value_->update(text);
 }
 
-// The mode can be written as soon as its parameter is on the tree, before its value is.
+// The mode can be written once its parameter is on the tree, which is before its value is.
 template <class T>
 void control<T>::show_mode(std::shared_ptr<nx::api::pushed_value<std::string>> value) {
   const std::lock_guard lock(mode_mutex_);

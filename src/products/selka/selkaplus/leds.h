@@ -1,5 +1,5 @@
-// The LEDs of selkaplus: one pair for each of the 34 cross-connect ports and one for the line. The
-// LED of a channel follows from its port.
+// The LEDs of selkaplus: one pair for each of the 34 cross-connect ports and one for the line. A
+// channel's LED follows from its port.
 #pragma once
 
 #include <cstdint>

@@ -1,10 +1,9 @@
-// The one shape in which remote::api sees any peer: one getter for each value that this node may
-// want of the far end. An adapter subscribes to the paths of its product family on the peer and
-// reads the values from the subscription cache; what a family does not have is refused with a fixed
-// text, since polled values publish it.
+// The only form in which remote::api sees any peer: what to ask it for, and its values by the
+// column of its product family. A value that a family does not have is refused with a fixed text,
+// since polled values publish it. Families differ only in their facts.
 //
-// Called from several threads at once; adapters have no state that changes.
-// Getters throw nx_error -22: the family lacks the value, or the peer has not delivered it yet.
+// Called from several threads at once; nothing changes after construction. Getters throw nx_error
+// -22: the family does not have the value, or the peer has not delivered it yet.
 #pragma once
 
 #include <memory>
@@ -20,66 +19,46 @@ namespace manager::remote::device {
 using subscriber_ptr = std::shared_ptr<::device::subscriber>;
 using known_number = std::optional<::device::reading<float>>;
 
-/// Paths that are subscribed in one piece, and what the log says before and after it.
+/// Paths that are subscribed to together, and the log texts before and after.
 struct path_group {
   const char* starting = "";
   const char* complete = "";
   std::vector<::device::wanted_path> paths;
 };
 
+struct family_facts {
+  family column = family::unknown;
+  const char* starting = "";           ///< told before the line's paths are subscribed
+  const char* starting_channels = "";  ///< and a channel's
+  bool is_embedded_ila = false;        ///< an in-line amplifier that measures the spans
+  bool has_osnr = false;               ///< of each channel
+  bool compensates = false;            ///< dispersion
+};
+
 class interface {
  public:
-  virtual ~interface() = default;
+  /// What the getters read, for the line as a whole and for a channel.
+  path_group line_paths() const;
+  path_group channel_paths(unsigned id) const;
 
-  /// What the getters read, of the line as a whole and of a channel.
-  virtual path_group line_paths() = 0;
-  virtual path_group channel_paths(unsigned id) = 0;
+  bool is_embedded_ila() const { return facts_.is_embedded_ila; }
+  bool has_osnr() const { return facts_.has_osnr; }
 
-  /// The number behind the getter of that name, `id` being the channel's; a truth value is 1 or 0.
-  /// Empty for a constant, a refusal or a text, and while the subscription does not know it.
-  virtual known_number find_known(const subscriber_ptr& values, operation what,
-                                  std::optional<unsigned> id) = 0;
+  /// The value of the getter of that name: float or std::string, as in its row. `part` is the
+  /// channel's identifier or the direction, if the value belongs to one.
+  template <class Result>
+  Result get(const subscriber_ptr& values, operation what, const std::string& part = "") const;
 
-  virtual std::string get_hostname(const subscriber_ptr& values) = 0;
-  virtual float get_fiber_length(const subscriber_ptr& values) = 0;
-  virtual float get_utilization(const subscriber_ptr& values) = 0;
-  virtual float get_line_tx_total_power(const subscriber_ptr& values) = 0;
-  virtual float get_line_rx_total_power(const subscriber_ptr& values) = 0;
-  virtual float get_line_tx_power(const subscriber_ptr& values) = 0;
-  virtual float get_line_rx_power(const subscriber_ptr& values) = 0;
-  virtual float get_line_target_power(const subscriber_ptr& values) = 0;
-  virtual float get_client_target_power(const subscriber_ptr& values) = 0;
-  virtual std::string get_line_interface_name(const subscriber_ptr& values,
-                                              const std::string& direction) = 0;
-  virtual float get_dispersion(const subscriber_ptr& values) = 0;
-  virtual float get_osc_loss(const subscriber_ptr& values) = 0;
-  virtual float get_osc_attenuation(const subscriber_ptr& values) = 0;
-  virtual float get_osc_tx_power(const subscriber_ptr& values) = 0;
-  virtual float get_osc_rx_power(const subscriber_ptr& values) = 0;
-  virtual float get_preamp_power_limit(const subscriber_ptr& values) = 0;
-  virtual float get_preamp_gain(const subscriber_ptr& values) = 0;
-  virtual float get_edfa_tx_saturation(const subscriber_ptr& values) = 0;
-  virtual float get_edfa_tx_calibration(const subscriber_ptr& values) = 0;
-  virtual float get_preamp_default_gain(const subscriber_ptr& values) = 0;
-  virtual std::string get_channel_rx_status(const subscriber_ptr& values, unsigned id) = 0;
-  virtual std::string get_channel_tx_status(const subscriber_ptr& values, unsigned id) = 0;
-  virtual float get_channel_osnr(const subscriber_ptr& values, unsigned id) = 0;
-  virtual float get_channel_tx_peak(const subscriber_ptr& values, unsigned id) = 0;
-  virtual float get_channel_tx_ocm_power(const subscriber_ptr& values, unsigned id) = 0;
-  virtual float get_channel_rx_power(const subscriber_ptr& values, unsigned id) = 0;
-  virtual float get_channel_tx_power(const subscriber_ptr& values, unsigned id) = 0;
-  virtual std::string get_spanloss_section(const subscriber_ptr& values) = 0;
-  virtual float get_ots_spanloss_tx(const subscriber_ptr& values) = 0;
-  virtual float get_ots_spanloss_rx(const subscriber_ptr& values) = 0;
-  virtual float get_oms_spanloss_tx(const subscriber_ptr& values) = 0;
-  virtual float get_oms_spanloss_rx(const subscriber_ptr& values) = 0;
-  virtual bool is_embedded_ila() = 0;
-  virtual float get_channel_detection_level(const subscriber_ptr& values) = 0;
-  virtual bool has_osnr() = 0;
-  virtual float get_tdcm_dispersion(const subscriber_ptr& values) = 0;
-  virtual float get_final_dispersion(const subscriber_ptr& values) = 0;
-  virtual std::string get_fiber_type(const subscriber_ptr& values) = 0;
-  virtual float get_tdcm_offset(const subscriber_ptr& values) = 0;
+  /// The number behind the getter of that name; a truth value is 1 or 0. Empty for a constant, a
+  /// refusal or a text, and while the subscription does not know it.
+  known_number find_known(const subscriber_ptr& values, operation what,
+                          const std::string& part = "") const;
+
+ protected:
+  explicit interface(const family_facts& facts) : facts_(facts) {}
+
+ private:
+  const family_facts facts_;
 };
 
 }  // namespace manager::remote::device

@@ -1,17 +1,14 @@
-// Stands for no peer, or for a product that this node does not know: zero and "n/a" for everything,
+// Used for no peer, or for a product that this node does not know: zero and "n/a" for everything,
 // never a failure.
 #pragma once
 
-#include "base/manager/remote/device/table_adapter.h"
+#include "base/manager/remote/device/interface.h"
 
 namespace manager::remote::device {
 
-class unknown : public table_adapter {
+class unknown : public interface {
  public:
-  unknown() : table_adapter(family::unknown) {}
-
-  path_group line_paths() override;
-  path_group channel_paths(unsigned id) override;
+  unknown() : interface({.starting = "No remote subscription against unknown device."}) {}
 };
 
 }  // namespace manager::remote::device

@@ -1,146 +1,149 @@
 #include "base/manager/remote/device/value_table.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
+#include <array>
+#include <type_traits>
+#include <utility>
 
 namespace manager::remote::device {
 
 namespace {
 
+using enum scope;
+using enum ::device::value_type;
+using enum ::device::reading_kind;
+
+/// Another family's cell of the row. The order of a path is the family's own.
+struct same_as {
+  family other;
+  unsigned place = 0;
+};
+
 constexpr same_as as_orva{family::orva};
 constexpr same_as as_selka{family::selka};
+constexpr same_as as_orva_at(unsigned place) {
+  return {family::orva, place};
+}
 
-// clang-format off
-constexpr value_table table{{
-    //                                orva, selka, tarn, unknown
-    {operation::get_hostname,
-     path{"interface/line/1/data/hostname"}, as_orva, as_orva, text{"n/a"}},
-    {operation::get_fiber_length,
-     path{"interface/line/1/data/length"}, as_orva, path{"osc/2/data/fiberLength"}, 0.0f},
-    {operation::get_utilization,
-     path{"data/system/utilization"}, as_orva, refusal{"Utilization not supported in remote end."},
-     0.0f},
-    {operation::get_line_tx_total_power, path{"data/line/1/tx/totalPower"}, as_orva, as_orva, 0.0f},
-    {operation::get_line_rx_total_power, path{"data/line/1/rx/totalPower"}, as_orva, as_orva, 0.0f},
-    {operation::get_line_tx_power, path{"data/line/1/tx/power"}, as_orva, as_orva, 0.0f},
-    {operation::get_line_rx_power,
-     path{"data/line/1/rx/power"}, as_orva, path{"data/neighbour/edfa/rx/power"}, 0.0f},
-    {operation::get_line_target_power,
-     path{"data/line/1/rx/targetPower"},
-     refusal{"get_line_target_power() not supported in remote end"}, as_selka, 0.0f},
-    {operation::get_client_target_power,
-     path{"data/client/rx/targetPower"},
-     refusal{"get_client_target_power() not supported in remote end"}, as_selka, 0.0f},
-    {operation::get_line_interface_name,
-     path{"interface/line/1/data/osc/{}/interfaceName"}, as_orva, as_orva, text{"n/a"}},
-    {operation::get_dispersion,
-     path{"interface/line/1/data/dispersion"}, as_orva, path{"osc/2/data/fiberDispersion"}, 0.0f},
-    {operation::get_osc_loss, path{"interface/line/1/data/osc/loss"}, as_orva, as_orva, 0.0f},
-    {operation::get_osc_attenuation,
-     path{"interface/line/1/data/osc/attenuation"}, as_orva, as_orva, 0.0f},
-    {operation::get_osc_tx_power,
-     path{"interface/line/1/data/osc/tx/power"}, as_orva, path{"data/line/1/tx/osc/power"}, 0.0f},
-    {operation::get_osc_rx_power,
-     path{"interface/line/1/data/osc/rx/power"}, as_orva, path{"data/line/1/rx/osc/power"}, 0.0f},
-    {operation::get_preamp_power_limit,
-     path{"data/preamp/plim"}, as_orva,
-     refusal{"Preamp power limit not implemented in remote end."}, 0.0f},
-    {operation::get_preamp_gain,
-     path{"data/preamp/gain"}, as_orva,
-     refusal{"Preamp power limit not implemented in remote end."}, 0.0f},
-    {operation::get_edfa_tx_saturation,
-     path{"data/client/tx/edfaSaturation"},
-     refusal{"Edfa tx saturation not supported in remote end"},
-     refusal{"Edfa tx saturation not implemented in remote end."}, 0.0f},
-    {operation::get_edfa_tx_calibration,
-     path{"data/client/tx/edfaCalibration"},
-     refusal{"Edfa tx calibration not supported in remote end"},
-     refusal{"Edfa tx calibration not implemented in remote end."}, 0.0f},
-    {operation::get_preamp_default_gain,
-     path{"data/preamp/gainDefault"}, as_orva, path{"data/neighbour/edfa/minGain"}, 0.0f},
-    {operation::get_channel_rx_status,
-     path{"data/client/{}/rx/status"}, as_orva,
-     refusal{"Channel rx status not implemented in remote end."}, text{"n/a"}},
-    {operation::get_channel_tx_status,
-     path{"data/client/{}/tx/status"}, as_orva,
-     refusal{"Channel tx status not implemented in remote end."}, text{"n/a"}},
-    {operation::get_channel_osnr,
-     path{"data/client/{}/tx/osnr"}, refusal{"Channel OSNR not supported in remote end"}, as_selka,
-     0.0f},
-    {operation::get_channel_tx_peak,
-     path{"data/client/{}/tx/peak"}, as_orva,
-     refusal{"Channel tx peak not implemented in remote end."}, 0.0f},
-    {operation::get_channel_tx_ocm_power,
-     path{"data/client/{}/tx/ocm/power"}, as_orva,
-     refusal{"Channel tx ocm power not implemented in remote end."}, 0.0f},
-    {operation::get_channel_rx_power,
-     path{"data/client/{}/rx/power"}, as_orva,
-     refusal{"Channel rx power not implemented in remote end."}, 0.0f},
-    {operation::get_channel_tx_power,
-     path{"data/client/{}/tx/power"}, as_orva,
-     refusal{"Channel tx power not implemented in remote end."}, 0.0f},
-    {operation::get_spanloss_section,
-     text{"na"}, text{"na"}, path{"data/spanloss/section"}, text{"na"}},
-    {operation::get_ots_spanloss_tx,
-     refusal{"OTS spanloss tx is not fetched from other end."}, as_orva,
-     path{"data/spanloss/ots/tx"}, 0.0f},
-    {operation::get_ots_spanloss_rx,
-     refusal{"OTS spanloss rx is not fetched from other end."}, as_orva,
-     path{"data/spanloss/ots/rx"}, 0.0f},
-    {operation::get_oms_spanloss_tx,
-     refusal{"OMS spanloss tx is not fetched from other end."}, as_orva,
-     path{"data/spanloss/oms/tx"}, 0.0f},
-    {operation::get_oms_spanloss_rx,
-     refusal{"OMS spanloss rx is not fetched from other end."}, as_orva,
-     path{"data/spanloss/oms/rx"}, 0.0f},
-    {operation::is_embedded_ila, false, false, true, false},
-    {operation::get_channel_detection_level, -32.0f, refusal{"Not implemented"}, -26.0f, -26.0f},
-    {operation::has_osnr, true, false, false, false},
-    {operation::get_tdcm_dispersion,
-     path{"local/interface/line/1/data/dispersion/rx/tdcm"},
-     refusal{"TDCM dispersion not implemented in remote end."}, as_selka, 0.0f},
-    {operation::get_final_dispersion,
-     path{"local/interface/line/1/data/dispersion/rx/finalDispersion"},
-     refusal{"Final dispersion not implemented in remote end."}, as_selka, 0.0f},
-    {operation::get_fiber_type,
-     path{"local/interface/line/1/data/dispersion/rx/fiberType"},
-     refusal{"Fiber type not implemented in remote end."}, as_selka, text{"n/a"}},
-    {operation::get_tdcm_offset,
-     path{"local/interface/line/1/data/dispersion/rx/dispersionOffset"},
-     refusal{"TDCM offset not implemented in remote end."}, as_selka, 0.0f},
-}};
-// clang-format on
+using written_cell = std::variant<path, refusal, words, float, same_as>;
+using written_cells = std::array<written_cell, 4>;
 
-constexpr bool is_in_order() {
-  std::size_t index = 0;
-  return std::all_of(table.begin(), table.end(), [&index](const row& entry) {
-    return static_cast<std::size_t>(entry.what) == index++;
+// By std::get throughout: g++ 12 cannot take an address within a constant that is being
+// initialised.
+constexpr cell resolve(family peer, const written_cells& cells) {
+  const auto& written = cells[static_cast<std::size_t>(peer)];
+  if (std::holds_alternative<path>(written)) return std::get<path>(written);
+  if (std::holds_alternative<refusal>(written)) return std::get<refusal>(written);
+  if (std::holds_alternative<words>(written)) return std::get<words>(written);
+  if (std::holds_alternative<float>(written)) return std::get<float>(written);
+  const auto same = std::get<same_as>(written);
+  const auto other = resolve(same.other, cells);
+  if (!std::holds_alternative<path>(other)) return other;
+  return path{std::get<path>(other).text, same.place};
+}
+
+constexpr row make_row(const char* getter, scope of, told value, const written_cells& cells) {
+  return {getter,
+          of,
+          value,
+          {resolve(family::orva, cells), resolve(family::selka, cells),
+           resolve(family::tarn, cells), resolve(family::unknown, cells)}};
+}
+
+constexpr std::array table{
+#define PEER_VALUE(result, getter, of, told, ...) make_row(#getter, of, told, {__VA_ARGS__}),
+#include "base/manager/remote/device/peer_values.def"
+#undef PEER_VALUE
+};
+
+static_assert(table.size() == static_cast<std::size_t>(operation::count));
+
+// The cache holds each value under its subscribed type, and a constant has the same type.
+#define PEER_VALUE(result, getter, of, value, ...)                                 \
+  static_assert(std::is_same_v<result, std::string> == (told(value).type == text), \
+                #getter " gives another type than the peer tells");
+#include "base/manager/remote/device/peer_values.def"
+#undef PEER_VALUE
+
+static_assert(std::all_of(table.begin(), table.end(), [](const row& entry) {
+  const bool gives_text = entry.value.type == text;
+  return std::none_of(entry.of_families.begin(), entry.of_families.end(), [&](const cell& from) {
+    return gives_text ? std::holds_alternative<float>(from) : std::holds_alternative<words>(from);
   });
-}
-static_assert(is_in_order(), "rows are found by the number of their operation");
+}));
 
-const cell& cell_in(const row& entry, family peer) {
-  switch (peer) {
-    case family::orva:
-      return entry.orva;
-    case family::selka:
-      return entry.selka;
-    case family::tarn:
-      return entry.tarn;
-    case family::unknown:
-      break;
-  }
-  return entry.unknown;
+constexpr bool is_restless(const row& entry) {
+  const auto kind = entry.value.kind;
+  return entry.of == line &&
+         (kind == tap_power || kind == osc_power || kind == saturation || kind == span_loss);
 }
+
+constexpr auto restless = [] {
+  std::array<operation, std::count_if(table.begin(), table.end(), is_restless)> all{};
+  auto next = all.begin();
+  for (std::size_t i = 0; i < table.size(); ++i) {
+    if (is_restless(table[i])) *next++ = static_cast<operation>(i);
+  }
+  return all;
+}();
+
+/// Walks the table, then moves values with a place to that place.
+class path_list {
+ public:
+  explicit path_list(family peer) : peer_(peer) {}
+
+  void add(const row& entry, const std::string& part) {
+    const auto* told = std::get_if<path>(&entry.of_family(peer_));
+    if (!told) return;
+    paths_.push_back(
+        {told->place,
+         {entry.value.type, fmt::format(fmt::runtime(told->text), part), entry.value.kind}});
+  }
+
+  std::vector<::device::wanted_path> in_order() && {
+    std::stable_sort(paths_.begin(), paths_.end(), [](const auto& one, const auto& other) {
+      return one.first - 1 < other.first - 1;  // 0 wraps round to the end
+    });
+    std::vector<::device::wanted_path> all;
+    for (auto& [place, wanted] : paths_)
+      all.push_back(std::move(wanted));
+    return all;
+  }
+
+ private:
+  const family peer_;
+  std::vector<std::pair<unsigned, ::device::wanted_path>> paths_;
+};
 
 }  // namespace
 
-const cell& cell_of(operation what, family peer) {
-  const auto& entry = table[static_cast<std::size_t>(what)];
-  const auto* found = &cell_in(entry, peer);
-  while (const auto* reference = std::get_if<same_as>(found)) {
-    found = &cell_in(entry, reference->other);
+const row& row_of(operation what) {
+  return table.at(static_cast<std::size_t>(what));
+}
+
+std::vector<::device::wanted_path> line_paths_of(family peer, bool compensates) {
+  path_list list(peer);
+  for (const row& entry : table) {
+    if (entry.of == line || (entry.of == compensator && compensates)) list.add(entry, "");
+    if (entry.of != direction) continue;
+    list.add(entry, "rx");
+    list.add(entry, "tx");
   }
-  return *found;
+  return std::move(list).in_order();
+}
+
+std::vector<::device::wanted_path> channel_paths_of(family peer, unsigned id) {
+  path_list list(peer);
+  for (const row& entry : table) {
+    if (entry.of == channel) list.add(entry, fmt::to_string(id));
+  }
+  return std::move(list).in_order();
+}
+
+std::span<const operation> restless_values() {
+  return restless;
 }
 
 }  // namespace manager::remote::device

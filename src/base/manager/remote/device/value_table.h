@@ -1,89 +1,73 @@
-// Where each value of a peer stands in the tree of each product family: one row an operation, so
-// that the whole can be checked by eye.
+// The table of peer_values.def as data: the result of each operation for each product family, and
+// what a peer of the family is asked for.
+//
+// Pure functions on any thread; they throw nothing.
 #pragma once
 
 #include <array>
 #include <cstddef>
+#include <span>
+#include <string>
 #include <variant>
+#include <vector>
+
+#include "device/subscriber.h"
 
 namespace manager::remote::device {
 
 enum class family { orva, selka, tarn, unknown };
 
-/// One for each getter of `interface`, in its order.
+/// One for each getter of remote::api.
 enum class operation {
-  get_hostname,
-  get_fiber_length,
-  get_utilization,
-  get_line_tx_total_power,
-  get_line_rx_total_power,
-  get_line_tx_power,
-  get_line_rx_power,
-  get_line_target_power,
-  get_client_target_power,
-  get_line_interface_name,
-  get_dispersion,
-  get_osc_loss,
-  get_osc_attenuation,
-  get_osc_tx_power,
-  get_osc_rx_power,
-  get_preamp_power_limit,
-  get_preamp_gain,
-  get_edfa_tx_saturation,
-  get_edfa_tx_calibration,
-  get_preamp_default_gain,
-  get_channel_rx_status,
-  get_channel_tx_status,
-  get_channel_osnr,
-  get_channel_tx_peak,
-  get_channel_tx_ocm_power,
-  get_channel_rx_power,
-  get_channel_tx_power,
-  get_spanloss_section,
-  get_ots_spanloss_tx,
-  get_ots_spanloss_rx,
-  get_oms_spanloss_tx,
-  get_oms_spanloss_rx,
-  is_embedded_ila,
-  get_channel_detection_level,
-  has_osnr,
-  get_tdcm_dispersion,
-  get_final_dispersion,
-  get_fiber_type,
-  get_tdcm_offset,
+#define PEER_VALUE(result, getter, ...) getter,
+#include "base/manager/remote/device/peer_values.def"
+#undef PEER_VALUE
   count
 };
+
+enum class scope { line, compensator, direction, channel };
 
 /// Read from the subscription cache; "{}" takes a channel identifier or a direction.
 struct path {
   const char* text;
+  unsigned place = 0;  ///< position in the subscription, from 1; those with 0 come last
 };
 /// Thrown as nx_error -22.
 struct refusal {
   const char* text;
 };
-/// The constant answer of a family without such a value.
-struct text {
-  const char* value;
-};
-/// The cell of another family in the same row.
-struct same_as {
-  family other;
+/// The constant answer of a family that has no such text.
+struct words {
+  const char* text;
 };
 
-using cell = std::variant<path, refusal, text, float, bool, same_as>;
+using cell = std::variant<path, refusal, words, float>;
+
+/// What the peer reports: numbers of a kind, or a value of another type.
+struct told {
+  constexpr told(::device::reading_kind of) : kind(of) {}
+  constexpr told(::device::value_type of) : type(of) {}
+
+  ::device::value_type type = ::device::value_type::number;
+  ::device::reading_kind kind = ::device::reading_kind::any_number;
+};
 
 struct row {
-  operation what;
-  cell orva;
-  cell selka;
-  cell tarn;
-  cell unknown;
+  const char* getter;
+  scope of;
+  told value;
+  std::array<cell, 4> of_families;  ///< in the order of `family`
+
+  const cell& of_family(family peer) const { return of_families[static_cast<std::size_t>(peer)]; }
 };
 
-using value_table = std::array<row, static_cast<std::size_t>(operation::count)>;
+const row& row_of(operation what);
 
-/// What an operation gives with a family; never a `same_as`.
-const cell& cell_of(operation what, family peer);
+/// What a peer of the family is asked for, in order: for the line, and for a channel.
+std::vector<::device::wanted_path> line_paths_of(family peer, bool compensates);
+std::vector<::device::wanted_path> channel_paths_of(family peer, unsigned id);
+
+/// Numbers of the line that are never constant: they are measured continuously and show noise.
+std::span<const operation> restless_values();
 
 }  // namespace manager::remote::device

@@ -1,24 +1,29 @@
-// Adapters for orva peers.
+// Orva peers.
 #pragma once
 
-#include "base/manager/remote/device/table_adapter.h"
+#include "base/manager/remote/device/interface.h"
 
 namespace manager::remote::device::orva {
 
-class orva_common : public table_adapter {
- public:
-  orva_common() : table_adapter(family::orva) {}
-
-  path_group line_paths() override;
-  path_group channel_paths(unsigned id) override;
+class orva_common : public interface {
+ protected:
+  explicit orva_common(bool compensates)
+      : interface({.column = family::orva,
+                   .starting = "Starting remote subscription against ORVA products.",
+                   .starting_channels = "Starting remote channel subscription against ORVA-BASE.",
+                   .has_osnr = true,
+                   .compensates = compensates}) {}
 };
 
-class orvabase : public orva_common {};
+class orvabase : public orva_common {
+ public:
+  orvabase() : orva_common(false) {}
+};
 
-/// Adds what the peer's dispersion compensation shows.
+/// Adds the values of the peer's dispersion compensation.
 class orvapro : public orva_common {
  public:
-  path_group line_paths() override;
+  orvapro() : orva_common(true) {}
 };
 
 }  // namespace manager::remote::device::orva

@@ -1,16 +1,16 @@
-// Adapters for selka peers: an orva peer's values without those of its amplifier regulation.
+// Selka peers: an orva peer's values without those of its amplifier regulation.
 #pragma once
 
-#include "base/manager/remote/device/table_adapter.h"
+#include "base/manager/remote/device/interface.h"
 
 namespace manager::remote::device::selka {
 
-class selka_common : public table_adapter {
- public:
-  selka_common() : table_adapter(family::selka) {}
-
-  path_group line_paths() override;
-  path_group channel_paths(unsigned id) override;
+class selka_common : public interface {
+ protected:
+  selka_common()
+      : interface({.column = family::selka,
+                   .starting = "Starting remote subscription against SELKA products.",
+                   .starting_channels = "Starting remote channel subscription against SELKA."}) {}
 };
 
 class selkamin : public selka_common {};

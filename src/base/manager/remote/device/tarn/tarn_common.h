@@ -1,17 +1,17 @@
-// Adapters for in-line amplifiers as peers: they have no channels and no client side, but measure
-// the spans for this node.
+// In-line amplifiers as peers: they have no channels and no client side, but measure the spans for
+// this node.
 #pragma once
 
-#include "base/manager/remote/device/table_adapter.h"
+#include "base/manager/remote/device/interface.h"
 
 namespace manager::remote::device::tarn {
 
-class tarn_common : public table_adapter {
- public:
-  tarn_common() : table_adapter(family::tarn) {}
-
-  path_group line_paths() override;
-  path_group channel_paths(unsigned id) override;
+class tarn_common : public interface {
+ protected:
+  tarn_common()
+      : interface({.column = family::tarn,
+                   .starting = "Starting remote subscription against TARN products.",
+                   .is_embedded_ila = true}) {}
 };
 
 class tarnone : public tarn_common {};

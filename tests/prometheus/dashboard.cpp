@@ -1,0 +1,31 @@
+#include "tests/prometheus/dashboard.h"
+
+#include <rapidjson/document.h>
+#include <rapidjson/istreamwrapper.h>
+
+#include <fstream>
+#include <stdexcept>
+
+namespace test {
+
+std::vector<std::string> dashboard_queries() {
+  std::ifstream file(LUMORA_DASHBOARD);
+  rapidjson::IStreamWrapper stream(file);
+  rapidjson::Document dashboard;
+  dashboard.ParseStream(stream);
+  if (!dashboard.IsObject()) throw std::runtime_error("no dashboard at " LUMORA_DASHBOARD);
+  std::vector<std::string> queries;
+  for (const auto& panel : dashboard["panels"].GetArray()) {
+    if (!panel.HasMember("targets")) continue;
+    for (const auto& target : panel["targets"].GetArray()) {
+      constexpr std::string_view chosen = "$node";
+      std::string query = target["expr"].GetString();
+      for (auto at = query.find(chosen); at != query.npos; at = query.find(chosen))
+        query.replace(at, chosen.size(), ".*");
+      queries.push_back(query);
+    }
+  }
+  return queries;
+}
+
+}  // namespace test
