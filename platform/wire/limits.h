@@ -21,6 +21,8 @@ inline constexpr std::size_t pattern_bytes_per_session = 512 * 1024;
 inline constexpr std::size_t output_bytes_per_session = 8 * 1024 * 1024;
 /// Pending answers in all sessions of a server together; beyond it large requests have to wait.
 inline constexpr std::size_t answer_bytes_of_server = 64 * 1024 * 1024;
+/// Requests that clients left behind who have gone; beyond it they are not done.
+inline constexpr std::size_t left_bytes_of_server = 16 * 1024 * 1024;
 inline constexpr std::chrono::seconds stuck_session{30};
 
 }  // namespace nx::limits

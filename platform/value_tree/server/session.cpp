@@ -97,6 +97,7 @@ void session::on_read(const boost::system::error_code& failed, std::size_t size)
   if (failed && failed != boost::asio::error::eof) return close({});
   ended_ = ended_ || failed;
   if (ended_ && !look_whether_gone()) watch_whether_gone();
+  if (closed_) return;
   if (host_->fault == server_fault::hung) return ended_ ? close({}) : read();
   splitter_.append({input_.data(), size});
   if (!busy_) return process();
@@ -118,7 +119,22 @@ bool session::look_whether_gone() {
   if (gone_ || !has_hung_up()) return gone_;
   gone_ = true;
   host_->client_gone(self());
+  if (busy_ && !may_leave(job_bytes_)) close({});
   return true;
+}
+
+// Sessions are counted, but clients that have gone are not: what they left to do is limited by its
+// size. Where nobody writes nothing is left.
+bool session::may_leave(std::size_t bytes) {
+  if (handler_.rights() == access::read_only) return false;
+  bytes += splitter_.waiting();
+  host_->left_bytes += bytes - left_bytes_;
+  left_bytes_ = bytes;
+  if (host_->left_bytes <= limits::left_bytes_of_server) return true;
+  note_log::write(note_log::warning, "nexel_api",
+                  fmt::format("Dropped requests of clients that have gone, more than {} bytes wait",
+                              limits::left_bytes_of_server));
+  return false;
 }
 
 // One that has only ended its sending may go while its requests still wait for their turn.
@@ -250,6 +266,10 @@ std::vector<std::string> session::lines_for_worker(std::string_view first) {
 }
 
 void session::dispatch(std::vector<std::string> lines, effort takes) {
+  job_bytes_ = 0;
+  for (const auto& line : lines)
+    job_bytes_ += line.size();
+  if (gone_ && !may_leave(job_bytes_)) return close({});
   start_job(takes, [this, waiting = std::move(lines), takes]() mutable {
     run_lines(waiting, takes);
     return std::move(waiting);
@@ -336,6 +356,7 @@ void session::close(const std::string& reason) {
 
 // Releasing a whole tree takes a while.
 void session::finish() {
+  host_->left_bytes -= std::exchange(left_bytes_, 0);
   host_->session_closed(self());
   constexpr std::size_t few = 64;
   if (outbox_.subscriptions() <= few) return let_go_of_all();

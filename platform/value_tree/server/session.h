@@ -89,6 +89,7 @@ class session : public nx_session, public subscription_port {
   bool has_hung_up();
   bool look_whether_gone();
   void watch_whether_gone();
+  bool may_leave(std::size_t bytes);
   void discard_output();
   void count_sending();
 
@@ -145,6 +146,8 @@ class session : public nx_session, public subscription_port {
   std::vector<std::string> added_;   // under a pattern, while a request was executed
   std::chrono::steady_clock::time_point last_asked_ = std::chrono::steady_clock::now();
   std::chrono::steady_clock::time_point turn_began_ = last_asked_;
+  std::size_t job_bytes_ = 0;   // of the lines that a worker has
+  std::size_t left_bytes_ = 0;  // in what clients left that have gone
   bool reading_ = false;
   bool ended_ = false;    // the client sends no more
   bool busy_ = false;     // a worker executes requests

@@ -36,6 +36,7 @@ class session_host {
   std::atomic<server_fault> fault{server_fault::none};
   std::atomic<std::size_t> waiting_answers{0};  ///< bytes, in all sessions
   std::atomic<bool> has_patterns{false};        ///< some session has ever subscribed to a pattern
+  std::size_t left_bytes = 0;  ///< of requests whose clients have gone; the I/O thread's own
   std::chrono::milliseconds stuck_limit = limits::stuck_session;
 };
 
