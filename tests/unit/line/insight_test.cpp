@@ -87,7 +87,8 @@ TEST_F(explained_line, by_what_the_far_end_tells_or_does_not) {
   EXPECT_THAT(told(), AllOf(StartsWith("\"far preamp saturated\""), HasSubstr("lacks 1.0 dB"),
                             HasSubstr("from 10.0 to 10.5")));
   cycle();
-  EXPECT_THAT(told(), AllOf(StartsWith("\"far preamp saturated\""), HasSubstr("waiting for the effect")));
+  EXPECT_THAT(told(),
+              AllOf(StartsWith("\"far preamp saturated\""), HasSubstr("waiting for the effect")));
   for (int i = 0; i < 10; ++i)
     cycle();
   EXPECT_THAT(told(), AllOf(StartsWith("\"peer's readings stand still\""),
