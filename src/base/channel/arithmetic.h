@@ -8,8 +8,8 @@
 
 namespace channel {
 
-/// The limits of the add command on any model, and of a stored plan: everything that was ever stored
-/// loads again.
+/// The limits of the add command on any model, and of a stored plan: everything that was ever
+/// stored loads again.
 inline constexpr std::uint32_t lowest_center = 18000001;
 inline constexpr std::uint32_t highest_center = 19999999;
 inline constexpr std::uint32_t highest_port = 34;
