@@ -75,7 +75,7 @@ TEST_F(explained_line, by_the_phases_of_its_regulator) {
   for (int i = 0; i < 12; ++i)
     cycle_with(0);
   EXPECT_THAT(told(), AllOf(StartsWith("\"exhausted\""), HasSubstr("fully open at 0.0 dB"),
-                            HasSubstr("wants -1.00 dB")));
+                            HasSubstr("needs -1.00 dB")));
 }
 
 TEST_F(explained_line, by_what_the_far_end_tells_or_does_not) {
@@ -87,7 +87,8 @@ TEST_F(explained_line, by_what_the_far_end_tells_or_does_not) {
   EXPECT_THAT(told(), AllOf(StartsWith("\"far preamp saturated\""), HasSubstr("lacks 1.0 dB"),
                             HasSubstr("from 10.0 to 10.5")));
   cycle();
-  EXPECT_THAT(told(), AllOf(StartsWith("\"far preamp saturated\""), HasSubstr("waiting for the effect")));
+  EXPECT_THAT(told(),
+              AllOf(StartsWith("\"far preamp saturated\""), HasSubstr("waiting for the effect")));
   for (int i = 0; i < 10; ++i)
     cycle();
   EXPECT_THAT(told(), AllOf(StartsWith("\"peer's readings stand still\""),
@@ -123,7 +124,7 @@ TEST_F(explained_line, by_what_has_become_of_the_fibre) {
               AllOf(StartsWith("\"no peer\""), HasSubstr("opened at the board's preset of")));
   meet("LAMP");
   cycle();
-  EXPECT_THAT(told(), AllOf(StartsWith("\"peer not known\""), HasSubstr("calls itself LAMP")));
+  EXPECT_THAT(told(), AllOf(StartsWith("\"peer not known\""), HasSubstr("is a LAMP")));
   preamp->failing = true;
   cycle();
   EXPECT_THAT(state(), "\"device failed\"");
