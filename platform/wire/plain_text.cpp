@@ -9,9 +9,9 @@ namespace {
 
 constexpr std::uint64_t ones = 0x0101010101010101;
 
-// Text that JSON neither escapes nor has to check. Eight bytes at once: the highest bit of each says
-// whether it is below 0x20, above 0x7e, a backslash or a quote. A borrow may also flag the byte
-// after such a one, but never a byte on its own.
+// Text that JSON neither escapes nor has to check. Eight bytes at once: the highest bit of each
+// says whether it is below 0x20, above 0x7e, a backslash or a quote. A borrow may also flag the
+// byte after such a one, but never a byte on its own.
 bool is_plain_word(const char* bytes) {
   std::uint64_t word = 0;
   std::memcpy(&word, bytes, sizeof(word));

@@ -17,8 +17,8 @@ inline bool skip_text(std::string_view& text, std::string_view expected) {
 /// Whether JSON contains the text unchanged between quotes: printable ASCII without escapes.
 bool is_plain(std::string_view text);
 
-/// Removes a string from the front, from after its opening quote up to its closing one. False unless
-/// it is plain.
+/// Removes a string from the front, from after its opening quote up to its closing one. False
+/// unless it is plain.
 bool take_plain_string(std::string_view& text, std::string_view& content);
 
 }  // namespace nx

@@ -62,8 +62,8 @@ json_document value_changed_event(const nx_db_event_node& node, std::string path
   return event;
 }
 
-/// The first event of a subscription, to the session alone. Hundreds of them come with a pattern, so
-/// they are written as text like later ones.
+/// The first event of a subscription, to the session alone. Hundreds of them come with a pattern,
+/// so they are written as text like later ones.
 template <class T>
 void send_first_event(const nx_db_event_node& node, const T& value, nx_session& session) {
   std::string text;

@@ -90,8 +90,8 @@ void nx_server::impl::accept(owned_fd connection, access rights, bool tcp,
   made->start();
 }
 
-// Sessions from the neighbour's own address must not keep it out, be they of other programs there or
-// its own that broke off unnoticed: one that is idle, or only asks, is closed.
+// Sessions from the neighbour's own address must not keep it out, be they of other programs there
+// or its own that broke off unnoticed: one that is idle, or only asks, is closed.
 void nx_server::impl::make_room_for(session_limits::origin from) {
   if (from != session_limits::origin::link_neighbour || !limits_.refusal(from)) return;
   constexpr int part_of_silence = 6;  // 10 s

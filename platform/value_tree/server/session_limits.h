@@ -28,10 +28,11 @@ class session_limits {
   /// Why there is no room for another session; empty if there is.
   std::optional<nx_error> refusal(origin from) const;
 
-  /// The session from the neighbour's address that gives way to another from there; null if none has
-  /// to. Among those that have asked for nothing since `time`, the oldest but one: the oldest is
-  /// probably the neighbour itself. Else the oldest that has existed since then and has subscribed to
-  /// nothing: the neighbour subscribes as soon as it knows its peer. Else the only idle one.
+  /// The session from the neighbour's address that gives way to another from there; null if none
+  /// has to. Among those that have asked for nothing since `time`, the oldest but one: the oldest
+  /// is probably the neighbour itself. Else the oldest that has existed since then and has
+  /// subscribed to nothing: the neighbour subscribes as soon as it knows its peer. Else the only
+  /// idle one.
   std::shared_ptr<session> gives_way(std::chrono::steady_clock::time_point time) const;
 
   void entered(const std::shared_ptr<session>& one, origin from) {

@@ -223,8 +223,7 @@ TEST_F(requests, what_would_open_the_node_is_no_way_to_start) {
               }),
               HasSubstr("over TLS only"));
   EXPECT_THAT(refusal_of([](auto& o) { o.allow_writes = true; }), HasSubstr("needs --token-file"));
-  EXPECT_THAT(refusal_of([&](auto& o) { o.token_file = open_file; }),
-              HasSubstr("Others can read"));
+  EXPECT_THAT(refusal_of([&](auto& o) { o.token_file = open_file; }), HasSubstr("Others can read"));
   EXPECT_THAT(refusal_of([this](auto& o) { o.token_file = folder.write("short", "12345"); }),
               HasSubstr("Others can read"));
   EXPECT_THAT(refusal_of([this](auto& o) {
