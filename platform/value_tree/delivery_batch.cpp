@@ -9,7 +9,8 @@ thread_local delivery_batch* current = nullptr;
 
 }  // namespace
 
-delivery_batch::delivery_batch() : outer_(std::exchange(current, this)) {}
+delivery_batch::delivery_batch(std::size_t sessions)
+    : outer_(std::exchange(current, this)), most_(sessions) {}
 
 delivery_batch::~delivery_batch() {
   current = outer_;
@@ -21,6 +22,7 @@ void delivery_batch::wake(session_waker& waker, std::shared_ptr<nx_session> sess
   const bool collects =
       current != nullptr && (current->waker_ == nullptr || current->waker_ == &waker);
   if (!collects) return waker.wake({std::move(session)});
+  if (current->waker_ == nullptr) current->sessions_.reserve(current->most_);
   current->waker_ = &waker;
   current->sessions_.push_back(std::move(session));
 }

@@ -2,6 +2,7 @@
 // wake-up of the sending thread instead of one per session.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -19,7 +20,8 @@ class session_waker {
 /// While an object exists, wake-ups on its thread are collected.
 class delivery_batch {
  public:
-  delivery_batch();
+  /// For so many sessions at most.
+  explicit delivery_batch(std::size_t sessions);
   ~delivery_batch();
   delivery_batch(const delivery_batch&) = delete;
   delivery_batch& operator=(const delivery_batch&) = delete;
@@ -29,6 +31,7 @@ class delivery_batch {
 
  private:
   delivery_batch* outer_;
+  const std::size_t most_;
   session_waker* waker_ = nullptr;
   std::vector<std::shared_ptr<nx_session>> sessions_;
 };

@@ -110,7 +110,7 @@ void nx_db_event_node::send_to_all(const std::shared_ptr<const nx_event>& event,
     list = subscribers_;
   }
   if (!list) return;
-  const nx::delivery_batch batch;
+  const nx::delivery_batch batch(list->size());
   bool some_closed = false;
   for (const auto& [session, subscription] : *list) {
     session->deliver(event, subscription, first);

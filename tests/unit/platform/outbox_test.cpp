@@ -6,8 +6,12 @@
 
 #include <latch>
 #include <map>
+#include <mutex>
 #include <random>
+#include <thread>
+#include <vector>
 
+#include "platform/threads/light_mutex.h"
 #include "platform/value_tree/path_pattern.h"
 #include "platform/value_tree/server/session_outbox.h"
 #include "platform/value_tree/server/worker_pool.h"
@@ -216,6 +220,25 @@ TEST(worker_pool, gets_no_threads_for_work_that_goes_on) {
     std::this_thread::yield();
   EXPECT_EQ(most, 1);
   EXPECT_LE(pool.threads(), 2U);
+}
+
+TEST(light_mutex, lets_one_in_and_wakes_who_waits) {
+  constexpr int rounds = 20000;
+  nx::light_mutex mutex;
+  int count = 0;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] {
+      for (int round = 0; round < rounds; ++round) {
+        const std::lock_guard lock(mutex);
+        if (++count % 64 == 0) std::this_thread::yield();
+        EXPECT_FALSE(mutex.try_lock());
+      }
+    });
+  }
+  for (auto& each : threads)
+    each.join();
+  EXPECT_EQ(count, 4 * rounds);
 }
 
 TEST(subscription_slots, find_each_path_by_its_newest_number) {

@@ -66,6 +66,18 @@ TEST(plain_messages, are_read_as_the_parser_reads_them) {
     for (const bool event : {true, false})
       EXPECT_EQ(value_of(text, event), "left to the parser") << text;
   }
+  // Of the time the length is looked at first, and then whether it ends there.
+  const auto reads_time = [](const std::string& time) {
+    return nx::read_plain_event(
+               R"({"jsonrpc":"2.0","method":"event","params":{"path":"a/b","time":")" + time +
+               R"(","value":1}})")
+        .has_value();
+  };
+  for (const char* time : {"2026-01-31T12:00:00.123Z", "2026-01-31T12:00:00Z", ""})
+    EXPECT_TRUE(reads_time(time)) << time;
+  for (const char* time : {R"(2026-01-31T12:00:00.12\Z)", R"(2026","value":2,"x":"123)",
+                           "2026-01-31T12:00:00.12\x7fZ"})
+    EXPECT_FALSE(reads_time(time)) << time;
   for (const char* path : {"a\\b", "a\tb", "caf\xc3\xa9", "12345678\x7f", "\x1f", "1234567\\n"}) {
     EXPECT_FALSE(nx::read_plain_result(std::string(R"({"jsonrpc":"2.0","id":1,"result":{")") +
                                        path + R"(":1}})"))

@@ -91,7 +91,7 @@ TEST_F(lumoractl, tells_refusals_from_absence_and_from_wrong_words) {
   expect({"set", "config/automationMode", "bad"}, 1, "lumoractl: -22 Unknown automation mode\n");
   expect({"set", "data/line/1/tx/power", "3"}, 1,
          "lumoractl: -22 Not writable: data/line/1/tx/power\n");
-  EXPECT_THAT(run({"set", "config/power", "much"}).output, HasSubstr("which takes a number"));
+  EXPECT_THAT(run({"set", "config/power", "much"}).output, HasSubstr("which accepts a number"));
   EXPECT_EQ(run({"set", "config/power", "much"}).status, 2);
   EXPECT_EQ(run({"paint"}).status, 2);
   EXPECT_EQ(run({"--node", "get", "data/configStatus"}).status, 2);
