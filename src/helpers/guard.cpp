@@ -36,8 +36,6 @@ std::string text_of_current_exception(after_logging next, const std::source_loca
 }
 
 thread_local std::string last_failure;
-/// The failure this thread rethrew last; kept alive so that no later one can have its address.
-thread_local std::exception_ptr last_thrown_on;
 
 void log_failure(const std::string& text, const std::source_location& where) {
   logger::log(2, where.file_name(), static_cast<int>(where.line()), where.function_name(), "{}",
@@ -49,12 +47,6 @@ void log_failure(const std::string& text, const std::source_location& where) {
 void log_current_exception(after_logging next, const std::source_location& where) {
   last_failure = current_exception_text();
   log_failure(text_of_current_exception(next, where), where);
-}
-
-void log_unless_logged(const std::source_location& where) {
-  const auto present = std::current_exception();
-  if (std::exchange(last_thrown_on, present) == present) return;
-  log_current_exception(after_logging::throws_on, where);
 }
 
 std::string take_last_failure() {

@@ -67,10 +67,6 @@ class walk_guard {
   std::exception_ptr first_;
 };
 
-/// Logs the current exception, which will be rethrown, unless an inner guard has already logged it:
-/// that one was closer to the cause.
-void log_unless_logged(const std::source_location& where);
-
 /// Runs `action`; a failure is logged and rethrown. `on_failure` runs in between.
 template <class Action, class OnFailure>
 void logged_and_thrown(Action&& action, OnFailure&& on_failure,
@@ -79,7 +75,7 @@ void logged_and_thrown(Action&& action, OnFailure&& on_failure,
     action();
   } catch (...) {
     on_failure();
-    log_unless_logged(where);
+    log_current_exception(after_logging::throws_on, where);
     throw;
   }
 }

@@ -122,7 +122,7 @@ TEST_F(shell_test, tells_once_what_somebody_has_to_mend) {
   auto settings = node.daemon_settings();
   settings.environment["NOTE_LOG_SEVERITY"] = "loud";
   test::process daemon(settings);
-  for (const char* fault : {"NOTE_LOG_SEVERITY is 'loud', which is no severity",
+  for (const char* fault : {"NOTE_LOG_SEVERITY is 'loud', which is not a severity",
                             "No calibration of this board in ", "The key is not a text"}) {
     EXPECT_TRUE(daemon.wait_for(fault)) << daemon.last_lines();
     EXPECT_TRUE(test::eventually([&] {

@@ -74,11 +74,10 @@ TEST(guard, that_throws_on_cleans_up_and_says_so) {
   EXPECT_TRUE(cleaned);
   sample::loop<nx_error> own{nx_error(-5, "Failed.")};
   EXPECT_THROW(own.start(), nx_error);
-  EXPECT_THROW(own.start(), nx_error) << "another failure";
   const auto texts = log.texts();
-  ASSERT_EQ(texts.size(), 3u) << "once each, by the guard that is nearest";
-  EXPECT_EQ(texts[1], texts[2]);
+  ASSERT_EQ(texts.size(), 3u) << "each guard on the way says where it stood";
   EXPECT_THAT(texts[1], HasSubstr("::init("));
+  EXPECT_THAT(texts[2], HasSubstr("::start("));
   EXPECT_THAT(texts[0], testing::EndsWith(", throwing"));
   EXPECT_THAT(texts[1], testing::EndsWith(": Failed. "));
 }
