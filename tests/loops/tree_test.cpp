@@ -166,7 +166,9 @@ TEST_P(tree_page, tells_the_tree_of_a_running_node) {
   for (const auto& [pattern, what] : in_page)
     EXPECT_TRUE(on_tree.contains(pattern)) << pattern << " has a row and is not on the tree";
   for (const auto& path : node_.tree().list("insight/device", true)) {
-    if (path.ends_with("/alive")) EXPECT_TRUE(node_.flag(path)) << path;
+    if (path.ends_with("/alive")) {
+      EXPECT_TRUE(node_.flag(path)) << path;
+    }
   }
 }
 
