@@ -251,7 +251,7 @@ bool hunts(plant_node& node) {
 /// An hour; for who asks for soaks a whole day, of drift a night.
 std::chrono::hours quiet_time(bool drifts) {
   if (std::getenv("LUMORA_SOAK_DAYS") == nullptr) return 1h;
-  return drifts ? 10h : 24h;
+  return drifts ? 12h : 24h;
 }
 
 /// As clients and patch cords drift in a night, one up and the next down.
