@@ -8,6 +8,8 @@
 #include <cctype>
 #include <map>
 
+#include "tools/insight/line_findings.h"
+#include "tools/insight/open_event.h"
 #include "tools/insight/standing.h"
 
 namespace tools::insight {
@@ -45,28 +47,6 @@ static_assert(cause_names.size() == static_cast<std::size_t>(cause::under_way) +
 // Beyond this number, the rest are counted, not named.
 constexpr std::size_t named_at_most = 4;
 
-/// The newest event of a kind on a subject that none of `ended_by` has followed.
-const event* open_event(const node_insight& node, const std::string& on,
-                        std::initializer_list<std::string_view> begins,
-                        std::initializer_list<std::string_view> ends) {
-  const event* open = nullptr;
-  for (const auto& each : node.events) {
-    if (!on.empty() && each.on != on) continue;
-    if (std::find(begins.begin(), begins.end(), each.kind) != begins.end()) open = &each;
-    if (std::find(ends.begin(), ends.end(), each.kind) != ends.end()) open = nullptr;
-  }
-  return open;
-}
-
-std::string time_of(const event* what) {
-  return what == nullptr ? "" : what->time;
-}
-
-std::string detail(const event& what, const char* name) {
-  const auto found = what.details.find(name);
-  return found == what.details.end() ? "" : without_folders(found->second);
-}
-
 std::string capital(std::string text) {
   if (!text.empty()) text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
   return text;
@@ -74,10 +54,6 @@ std::string capital(std::string text) {
 
 std::string event_subject(const channel& of) {
   return fmt::format("client {} {}", of.is_rx ? "rx" : "tx", of.place.id);
-}
-
-bool is_found(const std::vector<finding>& found, cause of) {
-  return std::any_of(found.begin(), found.end(), [of](const auto& each) { return each.of == of; });
 }
 
 void add_node_causes(const node_insight& node, std::vector<finding>& found) {
@@ -143,77 +119,6 @@ void add_devices(const node_insight& node, std::vector<finding>& found) {
                      fmt::format("Look at its service, {}, and restart it.", service_of(each.name)),
                      ""});
   }
-}
-
-struct line_row {
-  line_state state;
-  cause of;
-  const char* head;  ///< before the daemon's own sentence
-  const char* event;
-};
-
-// clang-format off
-constexpr std::array line_rows{
-    line_row{line_state::no_fibre, cause::fibre_cut, "The fibre is cut or unplugged", "cut"},
-    line_row{line_state::no_supervisory_link, cause::link_down, "The supervisory link is down", "stalled"},
-    line_row{line_state::no_peer, cause::no_peer, "There is no peer, so the line is not regulated", "stalled"},
-    line_row{line_state::peer_not_known, cause::peer_unknown, "The peer is not known, so the line is not regulated", "stalled"},
-    line_row{line_state::peer_stands_still, cause::peer_stands_still, "The peer's readings do not change", "stalled"},
-    line_row{line_state::exhausted, cause::line_exhausted, "The line is at the end of its range", "exhausted"},
-    line_row{line_state::far_preamp_saturated, cause::far_preamp_saturated, "The far preamp is saturated", "stalled"},
-    line_row{line_state::device_failed, cause::line_device, "A device of the line fails", ""},
-};
-// clang-format on
-
-/// A device that answers, and has nothing to tell of it.
-bool is_dark(const node_insight& node, const char* device, const char* figure) {
-  return std::any_of(node.devices.begin(), node.devices.end(), [&](const auto& each) {
-    return each.name == device && each.alive == true &&
-           std::none_of(each.values.begin(), each.values.end(),
-                        [&](const auto& value) { return value.first == figure; });
-  });
-}
-
-/// A line that is down for another reason does not see its fibre; its instruments still do.
-void add_unseen_cut(const node_insight& node, std::vector<finding>& found) {
-  const bool any_arrives = std::any_of(
-      node.channels.begin(), node.channels.end(),
-      [](const auto& of) { return !of.is_rx && of.state && *of.state != channel_state::dark; });
-  if (node.of_line.state != line_state::device_failed || any_arrives ||
-      !is_dark(node, "sfp", "inputPower")) {
-    return;
-  }
-  found.push_back({cause::fibre_cut, "line",
-                   "The fibre is cut or unplugged: neither channels nor supervisory light come in",
-                   "The line loop closes it when its device is back.", "Mend the fibre.", ""});
-}
-
-void add_line(const node_insight& node, std::vector<finding>& found) {
-  add_unseen_cut(node, found);
-  const auto state = node.of_line.state;
-  const auto row = std::find_if(line_rows.begin(), line_rows.end(),
-                                [&](const line_row& each) { return each.state == state; });
-  if (row == line_rows.end()) {
-    if (state && states::row_of(*state).how == states::severity::working) {
-      found.push_back({cause::under_way, "line",
-                       fmt::format("The line is being adjusted ({}): {}", node.of_line.state_text,
-                                   node.of_line.why),
-                       "", "", ""});
-    }
-    return;
-  }
-  if (row->of == cause::line_device && is_found(found, cause::device_silent)) return;
-  finding line{row->of, "line", fmt::format("{}: {}", row->head, node.of_line.why), "", "", ""};
-  if (*row->event != '\0')
-    line.since = time_of(open_event(node, "line", {row->event}, {"mended", "resumed"}));
-  const auto* lost = open_event(node, "peer", {"peerLost"}, {"peerIdentified"});
-  if (lost != nullptr && row->of == cause::no_peer) {
-    line.of = cause::peer_lost;
-    line.since = lost->time;
-    line.sentence =
-        fmt::format("The peer {} is lost: {}", detail(*lost, "product"), node.of_line.why);
-  }
-  found.push_back(std::move(line));
 }
 
 std::string frequencies_of(const node_insight& node, const std::vector<unsigned>& ids) {
@@ -372,21 +277,58 @@ void add_loops(const node_insight& node, std::vector<finding>& found) {
   }
 }
 
+/// "client rx 19230000"; "client rx calibration" is not.
+bool is_channel(const std::string& subject) {
+  return subject.starts_with("client ") &&
+         std::isdigit(static_cast<unsigned char>(subject.back())) != 0;
+}
+
+const channel* channel_on(const node_insight& node, const std::string& subject) {
+  const auto at = std::find_if(node.channels.begin(), node.channels.end(),
+                               [&](const auto& each) { return event_subject(each) == subject; });
+  return at == node.channels.end() ? nullptr : &*at;
+}
+
+/// A channel that steps or is in trouble gives the guard's reason as its own.
+bool tells_its_guard(const channel& of) {
+  if (!of.state) return false;
+  const auto how = states::row_of(*of.state).how;
+  return how == states::severity::working || how == states::severity::person;
+}
+
+void add_guards(const node_insight& node, std::vector<finding>& found) {
+  using guard_and_side = std::pair<std::string, bool>;
+  std::map<guard_and_side, std::vector<const channel*>> channels;
+  std::map<guard_and_side, const active_guard*> firsts;
+  const auto add = [&](const active_guard& of, const std::string& on) {
+    found.push_back({cause::guard, on,
+                     fmt::format("Guard {} is active on {}: {}", of.name, on, of.reason), "", "",
+                     of.since});
+  };
+  for (const auto& each : node.guards) {
+    if (is_channel(each.on)) {
+      const auto* of = channel_on(node, each.on);
+      if (of == nullptr || tells_its_guard(*of)) continue;
+      channels[{each.name, !of->is_rx}].push_back(of);
+      firsts.try_emplace({each.name, !of->is_rx}, &each);
+      continue;
+    }
+    // What withholds a write because of something that is told already.
+    const bool is_told = std::any_of(found.begin(), found.end(), [&](const finding& other) {
+      return other.needs_person() && other.on == each.on;
+    });
+    if (!is_told) add(each, each.on);
+  }
+  for (const auto& [key, on] : channels)
+    add(*firsts.at(key), names_of(on));
+}
+
 void add_rest(const node_insight& node, std::vector<finding>& found) {
   for (const auto& each : node.hunting) {
     found.push_back({cause::hunting, each, fmt::format("{} hunts: it steps back and forth", each),
                      "", "Check the monitor's noise and what moves the light.", ""});
   }
-  for (const auto& each : node.guards) {
-    // What withholds a write because of something that is told already.
-    const bool is_told = std::any_of(found.begin(), found.end(), [&](const finding& other) {
-      return other.needs_person() && other.on == each.on;
-    });
-    if (is_told) continue;
-    found.push_back({cause::guard, each.on,
-                     fmt::format("Guard {} is active on {}: {}", each.name, each.on, each.reason),
-                     "", "", each.since});
-  }
+  add_guards(node, found);
 }
 
 std::string span_text(long seconds) {
