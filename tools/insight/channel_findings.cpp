@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cctype>
 #include <map>
 #include <optional>
 
@@ -84,6 +85,25 @@ channel_words words_of(cause of, bool is_rx) {
   }
 }
 
+/// "client rx 19230000"; "client rx calibration" is not.
+bool is_channel(const std::string& subject) {
+  return subject.starts_with("client ") &&
+         std::isdigit(static_cast<unsigned char>(subject.back())) != 0;
+}
+
+const channel* channel_on(const node_insight& node, const std::string& subject) {
+  const auto at = std::find_if(node.channels.begin(), node.channels.end(),
+                               [&](const auto& each) { return event_subject(each) == subject; });
+  return at == node.channels.end() ? nullptr : &*at;
+}
+
+/// A channel that steps or is in trouble gives the guard's reason as its own.
+bool tells_its_guard(const channel& of) {
+  if (!of.state) return false;
+  const auto how = states::row_of(*of.state).how;
+  return how == states::severity::working || how == states::severity::person;
+}
+
 }  // namespace
 
 void add_channels(const node_insight& node, std::vector<finding>& found) {
@@ -106,6 +126,33 @@ void add_channels(const node_insight& node, std::vector<finding>& found) {
                                          thz_text(first.place.frequency), first.why),
                      "", words.remedy, time_of(began)});
   }
+}
+
+void add_guards(const node_insight& node, std::vector<finding>& found) {
+  using guard_and_side = std::pair<std::string, bool>;
+  std::map<guard_and_side, std::vector<const channel*>> channels;
+  std::map<guard_and_side, const active_guard*> firsts;
+  const auto add = [&](const active_guard& of, const std::string& on) {
+    found.push_back({cause::guard, on,
+                     fmt::format("Guard {} is active on {}: {}", of.name, on, of.reason), "", "",
+                     of.since});
+  };
+  for (const auto& each : node.guards) {
+    if (is_channel(each.on)) {
+      const auto* of = channel_on(node, each.on);
+      if (of == nullptr || tells_its_guard(*of)) continue;
+      channels[{each.name, !of->is_rx}].push_back(of);
+      firsts.try_emplace({each.name, !of->is_rx}, &each);
+      continue;
+    }
+    // What withholds a write because of something that is told already.
+    const bool is_told = std::any_of(found.begin(), found.end(), [&](const finding& other) {
+      return other.needs_person() && other.on == each.on;
+    });
+    if (!is_told) add(each, each.on);
+  }
+  for (const auto& [key, on] : channels)
+    add(*firsts.at(key), names_of(on));
 }
 
 }  // namespace tools::insight

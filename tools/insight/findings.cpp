@@ -38,20 +38,10 @@ constexpr std::array cause_names{"startFailed",
                                  "underWay"};
 static_assert(cause_names.size() == static_cast<std::size_t>(cause::under_way) + 1);
 
-void add_rest(const node_insight& node, std::vector<finding>& found) {
+void add_hunting(const node_insight& node, std::vector<finding>& found) {
   for (const auto& each : node.hunting) {
     found.push_back({cause::hunting, each, fmt::format("{} hunts: it steps back and forth", each),
                      "", "Check the monitor's noise and what moves the light.", ""});
-  }
-  for (const auto& each : node.guards) {
-    // What withholds a write because of something that is told already.
-    const bool is_told = std::any_of(found.begin(), found.end(), [&](const finding& other) {
-      return other.needs_person() && other.on == each.on;
-    });
-    if (is_told) continue;
-    found.push_back({cause::guard, each.on,
-                     fmt::format("Guard {} is active on {}: {}", each.name, each.on, each.reason),
-                     "", "", each.since});
   }
 }
 
@@ -122,7 +112,8 @@ std::vector<finding> findings_of(const node_insight& node) {
   add_ladders(node, found);
   add_channels(node, found);
   add_loops(node, found);
-  add_rest(node, found);
+  add_hunting(node, found);
+  add_guards(node, found);
   std::stable_sort(found.begin(), found.end(),
                    [](const finding& one, const finding& other) { return one.of < other.of; });
   return found;
