@@ -43,6 +43,8 @@ TEST_F(requests, each_has_its_answer) {
       {"a value", get("/api/v1/values?path=config%2Foffset"), R"({"config/offset":1})"},
       {"two patterns", get("/api/v1/values?path=config/*&path=data/*/*"),
        R"({"config/offset":1,"data/system/hostname":"a \"quoted\" <host>"})"},
+      {"a value of two patterns", get("/api/v1/values?path=config/*&path=config/offset"),
+       "\r\n\r\n{\"config/offset\":1}\n"},
       {"no such path", get("/api/v1/values?path=no/where"), R"(404 Not Found)"},
       {"its text", get("/api/v1/values?path=no/where"), "No such path: no/where"},
       {"a history", get("/api/v1/history?path=config/offset"), R"({"config/offset":[)"},
@@ -60,7 +62,13 @@ TEST_F(requests, each_has_its_answer) {
        "More than 16 paths"},
       {"a path upwards", get("/../secret.txt"), "404 Not Found"},
       {"the same in escapes", get("/%2e%2e/secret.txt"), "404 Not Found"},
+      {"an address with its host",
+       "GET HTTP://Localhost/healthz HTTP/1.1\r\nHost: localhost\r\n\r\n", "alive"},
+      {"another host in it", "GET http://b/healthz HTTP/1.1\r\nHost: localhost\r\n\r\n",
+       "another host"},
       {"another method", "DELETE / HTTP/1.1\r\nHost: localhost\r\n\r\n", "405 Method"},
+      {"what may be asked", "OPTIONS /api/v1/values HTTP/1.1\r\nHost: localhost\r\n\r\n",
+       "Allow: GET, HEAD, PUT\r\n"},
       {"another's name", "GET / HTTP/1.1\r\nHost: evil.example\r\n\r\n", "421 "},
       {"no name", "GET / HTTP/1.1\r\n\r\n", "lacks a Host"},
       {"two names", "GET / HTTP/1.1\r\nHost: localhost\r\nHost: b\r\n\r\n", "A header is repeated"},
@@ -72,6 +80,10 @@ TEST_F(requests, each_has_its_answer) {
       {"a coding without an end",
        "POST /api/v1/run HTTP/1.1\r\nHost: localhost\r\nTransfer-Encoding: identity\r\n\r\n"
        "GET /healthz HTTP/1.1\r\n\r\n",
+       "501 Not"},
+      {"a coding before the chunks",
+       "POST /api/v1/run HTTP/1.1\r\nHost: localhost\r\nTransfer-Encoding: gzip, chunked\r\n\r\n"
+       "0\r\n\r\n",
        "501 Not"},
       {"both a length and chunks",
        "POST /api/v1/run HTTP/1.1\r\nHost: localhost\r\nContent-Length: 4\r\n"
@@ -167,6 +179,8 @@ TEST_F(requests, a_write_needs_token_origin_and_header) {
       {"from another origin", plain + bearer + "Origin: http://evil.example\r\n", "403 "},
       {"from another site", plain + bearer + "Sec-Fetch-Site: cross-site\r\n", "403 "},
       {"without the header", bearer + "Content-Type: application/json\r\n", "X-Lumora-Request"},
+      {"as another kind of text",
+       bearer + "Content-Type: application/jsonl\r\nX-Lumora-Request: x\r\n", "415 "},
       {"as a form would", bearer + "Content-Type: text/plain\r\nX-Lumora-Request: x\r\n", "415 "},
   };
   for (const auto& row : refused) {
