@@ -40,6 +40,9 @@ struct settings {
   /// it grows up to 64 times.
   milliseconds tree_retry{1'000};
 
+  /// How often it is looked whether the certificate has expired.
+  milliseconds certificate_check{60'000};
+
   std::function<std::chrono::system_clock::time_point()> now = std::chrono::system_clock::now;
 };
 

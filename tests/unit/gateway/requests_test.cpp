@@ -1,7 +1,4 @@
 // Requests of all kinds, friendly and hostile: each gets its answer, and the next client is served.
-#include <openssl/evp.h>
-#include <openssl/pem.h>
-#include <openssl/x509.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -198,25 +195,7 @@ TEST_F(requests, a_write_needs_token_origin_and_header) {
               HasSubstr(R"({"command/echo":[1,2]})"));
 }
 
-/// A key and a certificate that holds until so many seconds from now.
-void write_certificate(const std::string& certificate, const std::string& key, long seconds) {
-  const std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> pair(EVP_EC_gen("P-256"),
-                                                                 &EVP_PKEY_free);
-  const std::unique_ptr<X509, decltype(&X509_free)> made(X509_new(), &X509_free);
-  ASN1_INTEGER_set(X509_get_serialNumber(made.get()), 1);
-  X509_gmtime_adj(X509_getm_notBefore(made.get()), -7200);
-  X509_gmtime_adj(X509_getm_notAfter(made.get()), seconds);
-  X509_set_pubkey(made.get(), pair.get());
-  X509_sign(made.get(), pair.get(), EVP_sha256());
-  std::unique_ptr<FILE, decltype(&fclose)> out(fopen(certificate.c_str(), "w"), &fclose);
-  PEM_write_X509(out.get(), made.get());
-  out.reset(fopen(key.c_str(), "w"));
-  PEM_write_PrivateKey(out.get(), pair.get(), nullptr, nullptr, 0, nullptr, nullptr);
-}
-
 TEST_F(requests, what_would_open_the_node_is_no_way_to_start) {
-  write_certificate(folder.file("old.pem"), folder.file("old.key"), -3600);
-  write_certificate(folder.file("good.pem"), folder.file("good.key"), 3600);
   const auto open_file = folder.write("open", token);
   ::chmod(open_file.c_str(), 0644);
   const auto refusal_of = [this](auto change) -> std::string {
@@ -240,16 +219,6 @@ TEST_F(requests, what_would_open_the_node_is_no_way_to_start) {
   EXPECT_THAT(refusal_of([&](auto& o) { o.token_file = open_file; }), HasSubstr("Others can read"));
   EXPECT_THAT(refusal_of([this](auto& o) { o.token_file = folder.write("short", "12345"); }),
               HasSubstr("Others can read"));
-  EXPECT_THAT(refusal_of([this](auto& o) {
-                o.certificate = folder.file("old.pem");
-                o.key = folder.file("old.key");
-              }),
-              HasSubstr("has expired"));
-  EXPECT_THAT(refusal_of([this](auto& o) {
-                o.certificate = folder.file("good.pem");
-                o.key = folder.file("old.key");
-              }),
-              HasSubstr("Cannot use the key"));
   EXPECT_THAT(refusal_of([](auto& o) { o.listen = "everywhere"; }), HasSubstr("ADDRESS:PORT"));
 }
 
