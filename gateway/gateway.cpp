@@ -76,16 +76,15 @@ gateway_service::gateway_service(boost::asio::io_context& io, const options& giv
       token_file_(given.token_file),
       tls_(tls_of(io, given, bounds_)),
       trust_(rules_of(given, at_)),
-      link_(tree_link::create(io, socket_of("--tree", given.tree), bounds_.tree_answer)),
+      link_(tree_link::create(io, socket_of("--tree", given.tree), bounds_)),
       mirror_(std::make_shared<tree_mirror>(io, link_, bounds_)),
       recorder_(mirror_, bounds_),
       tree_api_(io, mirror_, recorder_, bounds_),
       write_api_(link_),
-      lab_(given.lab.empty()
-               ? nullptr
-               : std::make_unique<lab_api>(
-                     tree_link::create(io, socket_of("--lab", given.lab), bounds_.tree_answer),
-                     given.lab_node)),
+      lab_(given.lab.empty() ? nullptr
+                             : std::make_unique<lab_api>(
+                                   tree_link::create(io, socket_of("--lab", given.lab), bounds_),
+                                   given.lab_node)),
       health_(link_),
       scrape_(std::make_shared<scrape>(link_, tls_.get())),
       files_(given.page),
