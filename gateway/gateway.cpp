@@ -4,6 +4,7 @@
 
 #include <stdexcept>
 
+#include "gateway/api/state_module.h"
 #include "platform/note_log/note_log.h"
 
 namespace gateway {
@@ -125,6 +126,13 @@ void gateway_service::route() {
               [this](const auto&, const auto& done) { health_.ready(done); });
   router_.add(method::get, "/metrics",
               [this](const auto& asked, const auto& done) { scrape_->metrics(asked, done); });
+  router_.add(method::get, state_module_path, [](const auto&, const auto& done) {
+    answer made;
+    made.type = "text/javascript; charset=utf-8";
+    made.body = state_module();
+    made.headers.emplace_back("Cache-Control", "no-cache");
+    done(std::move(made));
+  });
   router_.set_fallback(
       [this](const auto& asked, const auto& done) { done(files_.get(asked.path)); });
 }
