@@ -7,6 +7,9 @@ namespace bars {
 
 namespace {
 
+/// How far a line may rest from its aim.
+constexpr double resting_db = 0.85;
+
 figures a_longer_span(const std::string& model, std::uint64_t seed) {
   plant_pair pair(pair_of(model, seed));
   bring_to_rest(pair, 10min);
@@ -16,6 +19,7 @@ figures a_longer_span(const std::string& model, std::uint64_t seed) {
     pair.run_for(100ms);
     watch.look();
   }
+  require(pair.all_on_target(0), "the channels do not rest");
   return {seconds(watch.last_write()), 1.0 * watch.changes_of_sign(),
           std::fabs(line_error(pair, 0))};
 }
@@ -35,6 +39,8 @@ figures both_lines_off(const std::string& model, std::uint64_t seed) {
     far.look();
     lowest = std::min({lowest, line_error(pair, 0), line_error(pair, 1)});
   }
+  for (unsigned node : {0u, 1u})
+    require(line_error(pair, node) < resting_db, "a line stays too high");
   return {seconds(std::max(near.last_write(), far.last_write())), -lowest};
 }
 
@@ -56,6 +62,10 @@ double least_above_default_db(plant_pair& pair, const std::string& model) {
   return least;
 }
 
+bool has_line_los(plant_pair& pair) {
+  return pair.number(0, "alarms/line/1/rx/lossOfSignal/severity") != 0;
+}
+
 figures a_cut_that_is_mended(const std::string& model, std::uint64_t seed) {
   plant_pair pair(pair_of(model, seed));
   auto& plant = pair.plant();
@@ -71,6 +81,7 @@ figures a_cut_that_is_mended(const std::string& model, std::uint64_t seed) {
     pair.run_for(100ms);
     opened_db = std::max(opened_db, -least_above_default_db(pair, model));
   }
+  require(has_line_los(pair), "no loss of signal is raised");
   plant.mend_line();
   const auto light = pair.now();
   const auto linked = [&] { return plant.osc_ready(0) && plant.osc_ready(1); };
@@ -81,6 +92,7 @@ figures a_cut_that_is_mended(const std::string& model, std::uint64_t seed) {
   for (; pair.now() - since < 2min; pair.run_for(100ms)) {
     if (!pair.all_on_target(0) || !pair.all_on_target(1)) time = seconds(pair.now() - light);
   }
+  require(!has_line_los(pair), "the loss of signal stays");
   return {opened_db, time};
 }
 
@@ -96,7 +108,7 @@ std::vector<bar> line_bars() {
   return {
       {"longer-span",
        "the span 3 dB longer",
-       {{"s to rest", 90}, {"changes of sign", 0}, {"dB left", 0.85}},
+       {{"s to rest", 90}, {"changes of sign", 0}, {"dB left", resting_db}},
        line_models,
        a_longer_span},
       {"both-lines",
