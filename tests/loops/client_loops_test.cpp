@@ -14,15 +14,23 @@ using test::plant_node;
 class client_loops : public testing::TestWithParam<const char*> {};
 
 TEST_P(client_loops, do_not_write_in_one_cycle_with_each_other_or_the_line) {
-  plant_node node(test::dark_topology(GetParam()));
+  const std::string model = GetParam();
+  auto topology = test::dark_topology(model);
+  topology.fibres[0].length_km = 40.0;  // leaves room for the line
+  topology.peer = "orva-lite";
+  plant_node node(topology);
+  auto& plant = node.plant();
+  node.network().attach(bars::peer_address, plant.nexel_tree("peer", 1));
   node.start();
   node.add_channels();
   node.run_for(20s);
-  auto& plant = node.plant();
   plant.fill_band(0);
   unsigned cycles_with_rx_steps = 0;
   unsigned cycles_with_tx_steps = 0;
-  for (int i = 0; i < 240; ++i) {
+  unsigned cycles_with_line_steps = 0;
+  for (int i = 0; i < 600; ++i) {
+    if (i == 100) plant.set_span_offset(0, 3.0);
+    if (i % 20 == 0) node.disturb(node.channels()[5], i % 40 == 0 ? 3.0 : -3.0);
     plant.reset_counters();
     node.cycle();
     const bool rx_wrote = plant.switch_writes(0, sim::direction::rx) > 0;
@@ -31,9 +39,14 @@ TEST_P(client_loops, do_not_write_in_one_cycle_with_each_other_or_the_line) {
     EXPECT_LE(rx_wrote + tx_wrote + line_wrote, 1) << "cycle " << i;
     cycles_with_rx_steps += rx_wrote ? 1 : 0;
     cycles_with_tx_steps += tx_wrote ? 1 : 0;
+    cycles_with_line_steps += line_wrote ? 1 : 0;
   }
+  node.network().detach(bars::peer_address);
   EXPECT_GT(cycles_with_rx_steps, 0u);
-  if (GetParam() != std::string("orvakinet")) {
+  if (model == "orvalite") {
+    EXPECT_GT(cycles_with_line_steps, 3u);
+  }
+  if (model != "orvakinet") {
     EXPECT_EQ(cycles_with_tx_steps, 0u) << "it does not regulate this side";
     return;
   }

@@ -9,7 +9,6 @@ namespace bars {
 
 namespace {
 
-constexpr const char* peer_address = "[fe80::2%osc0]:5100";
 constexpr const char* panel = "led_selka";
 
 using spoiling = std::function<void(plant_node&)>;

@@ -13,8 +13,6 @@ namespace {
 
 using sim::reading_fault;
 
-constexpr const char* peer_address = "[fe80::2%osc0]:5100";
-
 struct value {
   const char* name;
   std::vector<const char*> json;
