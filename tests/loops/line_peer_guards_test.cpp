@@ -29,7 +29,7 @@ class pair_at_rest {
     return highest;
   }
 
-  plant_pair pair{test::known_pair("orvalite")};
+  plant_pair pair{bars::known_pair("orvalite")};
 };
 
 TEST(saturated_peer_in_each_phase, leaves_the_attenuator_where_it_is) {
@@ -37,7 +37,7 @@ TEST(saturated_peer_in_each_phase, leaves_the_attenuator_where_it_is) {
   auto& plant = node.pair.plant();
   for (auto phase = 0ms; phase < 1500ms; phase += 190ms) {
     const auto what =
-        phase / 190ms % 2 == 0 ? test::peer_failure::hung : test::peer_failure::killed;
+        phase / 190ms % 2 == 0 ? bars::peer_failure::hung : bars::peer_failure::killed;
     SCOPED_TRACE(fmt::format("after {} ms", phase.count()));
     const auto writes = node.writes();
     plant.drop_power_limit(1, sim::direction::tx, 5.8, 0s);
@@ -101,7 +101,7 @@ TEST_F(reopened_line, does_not_open_by_what_was_told_before_the_cut) {
 }
 
 TEST(coldstart, of_a_node_without_a_peer_opens_at_the_preset_and_once_with_it) {
-  auto topology = test::known_pair("orvalite");
+  auto topology = bars::known_pair("orvalite");
   topology.nodes[0].coldstart = true;
   plant_pair pair(topology);
   const auto voa = [&] { return pair.plant().voa_attenuation_db(0); };

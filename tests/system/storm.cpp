@@ -87,7 +87,6 @@ storm::storm(unsigned threads, std::function<void()> attack) {
       while (!stop_) {
         try {
           attack();
-          ++rounds_;
         } catch (const nx_client_exception&) {
           // Refused or closed: the next round begins anew.
         }

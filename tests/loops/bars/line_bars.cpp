@@ -1,5 +1,6 @@
 // The line: a longer span, two lines that are off, a cut that is mended.
 #include <algorithm>
+#include <cmath>
 
 #include "tests/loops/bars/pair_case.h"
 
@@ -9,6 +10,47 @@ namespace {
 
 /// How far a line may rest from its aim.
 constexpr double resting_db = 0.85;
+
+/// The step history of one line attenuator, by looking at the truth every tenth of a second.
+class voa_watch {
+ public:
+  voa_watch(plant_pair& pair, unsigned node)
+      : pair_(pair),
+        node_(node),
+        begin_(pair.now()),
+        last_write_(begin_),
+        last_(attenuation()),
+        writes_(pair.plant().voa_writes(node)) {}
+
+  void look() {
+    const double step = attenuation() - last_;
+    last_ += step;
+    if (std::fabs(step) > 0.05) steps_.push_back(step);
+    if (const auto writes = pair_.plant().voa_writes(node_); writes != writes_) {
+      writes_ = writes;
+      last_write_ = pair_.now();
+    }
+  }
+  unsigned changes_of_sign() const {
+    unsigned changes = 0;
+    for (std::size_t i = 1; i < steps_.size(); ++i)
+      changes += steps_[i] * steps_[i - 1] < 0.0 ? 1 : 0;
+    return changes;
+  }
+  /// Since the beginning; 0 without one.
+  std::chrono::nanoseconds last_write() const { return last_write_ - begin_; }
+
+ private:
+  double attenuation() const { return pair_.plant().voa_attenuation_db(node_); }
+
+  plant_pair& pair_;
+  unsigned node_;
+  std::chrono::nanoseconds begin_;
+  std::chrono::nanoseconds last_write_;
+  double last_;
+  unsigned writes_;
+  std::vector<double> steps_;
+};
 
 figures a_longer_span(const std::string& model, std::uint64_t seed) {
   plant_pair pair(pair_of(model, seed));

@@ -21,7 +21,7 @@ figures a_saturated_peer(const std::string& model, std::uint64_t seed) {
   double silent_db = 0.0;
   double told_db = 0.0;
   auto phase = 100ms * seed;
-  for (const auto& [what, name] : test::peer_failures) {
+  for (const auto what : peer_failures) {
     phase += 170ms;
     const auto writes = plant.voa_writes(0);
     plant.drop_power_limit(1, sim::direction::tx, 3.0 + missing_db, 0s);
@@ -33,7 +33,7 @@ figures a_saturated_peer(const std::string& model, std::uint64_t seed) {
     double highest = before;
     for (const auto since = pair.now(); pair.now() - since < 1min; pair.run_for(100ms))
       highest = std::max(highest, plant.voa_attenuation_db(0));
-    auto& worst = test::still_tells(what) ? told_db : silent_db;
+    auto& worst = still_tells(what) ? told_db : silent_db;
     worst = std::max(worst, highest - before);
     end(what, pair);
     plant.drop_power_limit(1, sim::direction::tx, 0.0, 0s);
