@@ -3,9 +3,6 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
@@ -13,6 +10,7 @@
 
 #include "platform/nexel_client/line_client.h"
 #include "platform/wire/nx_client_exception.h"
+#include "tests/support/fake_store.h"
 #include "tests/support/process_figures.h"
 #include "tests/system/regulating_node.h"
 #include "tests/system/storm.h"
@@ -133,51 +131,16 @@ TEST(limits, the_end_of_its_terminal_and_stray_signals_are_none_of_the_daemon) {
   EXPECT_EQ(test::fault_of_end(node.daemon()), "");
 }
 
-/// A store that answers each connection with a byte every 50 ms, endlessly.
-class dripping_store {
- public:
-  explicit dripping_store(const std::string& path)
-      : listener_(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0)) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    const bool bound =
-        ::bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-        ::listen(listener_, 16) == 0;
-    if (!bound) throw std::runtime_error("no store at " + path);
-    thread_ = std::jthread([this](const std::stop_token& stop) { drip(stop); });
-  }
-  ~dripping_store() {
-    thread_.request_stop();
-    thread_.join();
-    ::close(listener_);
-  }
-
- private:
-  void drip(const std::stop_token& stop) const {
-    std::vector<int> connections;
-    while (!stop.stop_requested()) {
-      const int next = ::accept4(listener_, nullptr, nullptr, SOCK_NONBLOCK);
-      if (next >= 0) connections.push_back(next);
-      for (const int one : connections)
-        ::send(one, "+", 1, MSG_NOSIGNAL | MSG_DONTWAIT);
-      std::this_thread::sleep_for(50ms);
-    }
-    for (const int one : connections)
-      ::close(one);
-  }
-
-  int listener_;
-  std::jthread thread_;
-};
-
 TEST(limits, a_store_without_end_holds_up_no_stop) {
   test::regulating_node node;
   const auto path = node.root().file("drip.sock");
   auto settings = node.daemon_settings();
   settings.environment["KVS_URL"] = "unix://" + path;
   std::filesystem::create_directories(node.root().path());
-  const dripping_store store(path);
+  const test::fake_store dripping(path, [](int connection) {
+    while (test::fake_store::give(connection, "+"))
+      std::this_thread::sleep_for(50ms);
+  });
   test::process daemon(settings);
   EXPECT_TRUE(daemon.wait_for("no answer within 1.0 s")) << daemon.last_lines();
   EXPECT_EQ(test::fault_of_end(daemon), "");
