@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <optional>
 
+#include "base/insight/event_log.h"
 #include "tests/support/plant_node.h"
 
 namespace {
@@ -36,6 +38,13 @@ std::string colour(plant_node& node, const std::string& led) {
   return test::text_of(node.plant().nexel_tree("led_selka"), fmt::format("data/{}Led/status", led));
 }
 
+std::optional<insight::event_kind> newest_of_panel() {
+  std::optional<insight::event_kind> newest;
+  for (const auto& event : insight::event_log::instance().events())
+    if (event.on == "panel") newest = event.kind;
+  return newest;
+}
+
 class panel_fault : public testing::TestWithParam<const char*> {
  protected:
   static times regulate(plant_node& node, panel how) {
@@ -61,6 +70,7 @@ TEST_P(panel_fault, costs_the_light_nothing_and_is_made_good) {
   for (const auto how : {panel::hung, panel::killed, panel::late}) {
     SCOPED_TRACE(static_cast<int>(how));
     plant_node node(GetParam());
+    insight::event_log::instance().reset();
     const auto found = regulate(node, how);
     EXPECT_EQ(found.start, expected.start);
     EXPECT_EQ(found.jump, expected.jump);
@@ -69,10 +79,14 @@ TEST_P(panel_fault, costs_the_light_nothing_and_is_made_good) {
     EXPECT_LE(std::count_if(before.begin(), before.end(),
                             [](const auto& text) { return text.starts_with("Failed to "); }),
               1);
+    const auto is_down =
+        how != panel::late ? std::optional(insight::event_kind::loop_down) : std::nullopt;
+    EXPECT_EQ(newest_of_panel(), is_down);
     heal(node);
     node.run_for(15s);
     EXPECT_EQ(colour(node, "line/1/rx"), "green");
     EXPECT_EQ(colour(node, "line/1/tx"), "green");
+    EXPECT_NE(newest_of_panel(), insight::event_kind::loop_down);
   }
 }
 

@@ -267,6 +267,15 @@ bool is_of_silent_device(const std::string& reason, const std::vector<finding>& 
   });
 }
 
+void add_panel(const node_insight& node, std::vector<finding>& found) {
+  const auto* down = open_event(node, "panel", {"loopDown"}, {"loopUp"});
+  if (down == nullptr) return;
+  found.push_back({cause::loop_down, "panel",
+                   fmt::format("The front panel does not answer: {}", detail(*down, "reason")),
+                   "Its lights stay as they are; the light in the fibre does not depend on them.",
+                   "Look at its service, and restart it.", down->time});
+}
+
 void add_loops(const node_insight& node, std::vector<finding>& found) {
   for (const char* loop : {"line", "client rx", "client tx"}) {
     const auto* down = open_event(node, loop, {"loopDown"}, {"loopUp"});
@@ -359,6 +368,7 @@ std::vector<finding> findings_of(const node_insight& node) {
   add_ladders(node, found);
   add_channels(node, found);
   add_loops(node, found);
+  add_panel(node, found);
   add_rest(node, found);
   std::stable_sort(found.begin(), found.end(),
                    [](const finding& one, const finding& other) { return one.of < other.of; });
