@@ -47,11 +47,6 @@ static_assert(cause_names.size() == static_cast<std::size_t>(cause::under_way) +
 // Beyond this number, the rest are counted, not named.
 constexpr std::size_t named_at_most = 4;
 
-std::string capital(std::string text) {
-  if (!text.empty()) text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
-  return text;
-}
-
 std::string event_subject(const channel& of) {
   return fmt::format("client {} {}", of.is_rx ? "rx" : "tx", of.place.id);
 }
@@ -181,6 +176,15 @@ std::string names_of(const std::vector<const channel*>& channels) {
                      channels.front()->is_rx ? "rx" : "tx");
 }
 
+/// The amplifiers are switched on with the mended fibre, and the monitor sees the light a pass
+/// later.
+bool is_light_returning(const node_insight& node) {
+  constexpr long usual_return = 5;  // s
+  const auto* mended = open_event(node, "line", {"mended"}, {"cut"});
+  const auto since = mended ? seconds_of(mended->time) : std::nullopt;
+  return node.now && since && *node.now - *since < usual_return;
+}
+
 std::optional<cause> cause_of(const node_insight& node, const channel& of, bool is_cut) {
   if (!of.state) return std::nullopt;
   switch (*of.state) {
@@ -197,6 +201,7 @@ std::optional<cause> cause_of(const node_insight& node, const channel& of, bool 
     case channel_state::dark: {
       // Without a fibre the amplifiers are off, and everything after them is dark.
       if (node.of_line.state == line_state::no_fibre || (is_cut && !of.is_rx)) return std::nullopt;
+      if (is_light_returning(node)) return cause::under_way;
       const bool is_missed = of.has_been_lit || of.is_wanted ||
                              open_event(node, event_subject(of), {"dark"}, {"lit"}) != nullptr;
       return is_missed ? std::make_optional(cause::channel_dark) : std::nullopt;
@@ -340,20 +345,6 @@ void add_rest(const node_insight& node, std::vector<finding>& found) {
   add_guards(node, found);
 }
 
-std::string span_text(long seconds) {
-  if (seconds < 120) return fmt::format("{} s", seconds);
-  return seconds < 7200 ? fmt::format("{} min", seconds / 60) : fmt::format("{} h", seconds / 3600);
-}
-
-std::string since_text(const std::string& since, const node_insight& node) {
-  constexpr std::size_t date = 11;
-  constexpr std::size_t clock = 8;
-  if (since.size() < date + clock) return "";
-  const auto began = seconds_of(since);
-  const auto ago = node.now && began ? fmt::format(", {}", span_text(*node.now - *began)) : "";
-  return fmt::format(" (since {} UTC{})", since.substr(date, clock), ago);
-}
-
 }  // namespace
 
 const char* name_of(cause of) {
@@ -373,15 +364,6 @@ std::vector<finding> findings_of(const node_insight& node) {
   std::stable_sort(found.begin(), found.end(),
                    [](const finding& one, const finding& other) { return one.of < other.of; });
   return found;
-}
-
-std::string full_sentence(const finding& what, const node_insight& node) {
-  auto text = capital(what.sentence);
-  while (text.ends_with('.'))
-    text.pop_back();
-  const auto colon = text.find(": ");
-  text.insert(colon == text.npos ? text.size() : colon, since_text(what.since, node));
-  return text + ".";
 }
 
 bool needs_person(const std::vector<finding>& findings) {
