@@ -28,6 +28,15 @@ std::string names_of(const std::vector<const channel*>& channels) {
   return some_of(names, names.size()) + (channels.front()->is_rx ? " rx" : " tx");
 }
 
+/// The amplifiers are switched on with the mended fibre, and the monitor sees the light a pass
+/// later.
+bool is_light_returning(const node_insight& node) {
+  constexpr long usual_return = 5;  // s
+  const auto* mended = open_event(node, "line", {"mended"}, {"cut"});
+  const auto since = mended ? seconds_of(mended->time) : std::nullopt;
+  return node.now && since && *node.now - *since < usual_return;
+}
+
 std::optional<cause> cause_of(const node_insight& node, const channel& of, bool is_cut) {
   if (!of.state) return std::nullopt;
   switch (*of.state) {
@@ -44,6 +53,7 @@ std::optional<cause> cause_of(const node_insight& node, const channel& of, bool 
     case channel_state::dark: {
       // Without a fibre the amplifiers are off, and everything after them is dark.
       if (node.of_line.state == line_state::no_fibre || (is_cut && !of.is_rx)) return std::nullopt;
+      if (is_light_returning(node)) return cause::under_way;
       const bool is_missed = of.has_been_lit || of.is_wanted ||
                              open_event(node, event_subject(of), {"dark"}, {"lit"}) != nullptr;
       return is_missed ? std::make_optional(cause::channel_dark) : std::nullopt;

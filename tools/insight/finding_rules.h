@@ -19,6 +19,7 @@ void add_line(const node_insight& node, std::vector<finding>& found);
 void add_ladders(const node_insight& node, std::vector<finding>& found);
 void add_channels(const node_insight& node, std::vector<finding>& found);
 void add_loops(const node_insight& node, std::vector<finding>& found);
+void add_panel(const node_insight& node, std::vector<finding>& found);
 void add_guards(const node_insight& node, std::vector<finding>& found);
 
 /// The newest event of a kind on a subject, or on any if that is empty, that none of `ends` has

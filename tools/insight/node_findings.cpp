@@ -96,4 +96,13 @@ void add_loops(const node_insight& node, std::vector<finding>& found) {
   }
 }
 
+void add_panel(const node_insight& node, std::vector<finding>& found) {
+  const auto* down = open_event(node, "panel", {"loopDown"}, {"loopUp"});
+  if (down == nullptr) return;
+  found.push_back({cause::loop_down, "panel",
+                   fmt::format("The front panel does not answer: {}", detail(*down, "reason")),
+                   "Its lights stay as they are; the light in the fibre does not depend on them.",
+                   "Look at its service, and restart it.", down->time});
+}
+
 }  // namespace tools::insight

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <chrono>
 
 #include "tools/lab/installation.h"
 #include "tools/lab/lab_failure.h"
@@ -92,7 +93,9 @@ view node::look() {
   read_events(read);
   panel_.read("data/**", read, panel_prefix);
   plant_.read_truth(what_.number, read);
-  auto seen = make_view(read, events_, what_.number);
+  const auto now = std::chrono::duration_cast<std::chrono::seconds>(
+      std::chrono::system_clock::now().time_since_epoch());
+  auto seen = make_view(read, events_, what_.number, now.count());
   seen.answers = answers || seen.node.tells_of_itself;
   return seen;
 }

@@ -39,9 +39,6 @@ view session::look(const watched_node& at) {
   programs_.check();
   auto seen = at.of->look();
   if (!expects_peer_) forget_missing_peer(seen);
-  seen.node.now = std::chrono::duration_cast<std::chrono::seconds>(
-                      std::chrono::system_clock::now().time_since_epoch())
-                      .count();
   return seen;
 }
 

@@ -45,9 +45,11 @@ std::string truth_path(unsigned node, const std::string& key) {
   return fmt::format("truth/node/{}/rx/channel/{}/boosterPower", node, key);
 }
 
-view make_view(const readings& read, std::vector<insight::event> events, unsigned node) {
+view make_view(const readings& read, std::vector<insight::event> events, unsigned node,
+               std::optional<long> now) {
   view seen;
   seen.node = insight::insight_of(read, std::move(events));
+  seen.node.now = now;
   seen.findings = insight::findings_of(seen.node);
   for (const auto& each : seen.node.channels) {
     if (each.is_rx) seen.channels.push_back(row_of(read, each, node));

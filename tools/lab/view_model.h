@@ -44,7 +44,8 @@ inline constexpr const char* panel_prefix = "panel:";
 /// frequency in units of 10 MHz.
 std::string truth_path(unsigned node, const std::string& key);
 
-view make_view(const readings& read, std::vector<insight::event> events, unsigned node = 0);
+view make_view(const readings& read, std::vector<insight::event> events, unsigned node = 0,
+               std::optional<long> now = {});
 
 /// Channels off target first, the worst on top; the rest by frequency. Directions that are not
 /// regulated are left out.

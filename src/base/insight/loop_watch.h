@@ -2,7 +2,7 @@
 // the failure that took it down. A loop that is set up again and fails in its next cycle counts as
 // down throughout.
 //
-// On the manager thread; throws nothing.
+// On the thread of the loop, which is the manager's but for the panel's; throws nothing.
 #pragma once
 
 #include <chrono>
@@ -12,7 +12,7 @@ namespace insight {
 
 class loop_watch {
  public:
-  /// `name`: "line", "client rx"; the text must outlive the object.
+  /// `name`: "line", "client rx", "panel"; the text must outlive the object.
   explicit loop_watch(const char* name) : name_(name) {}
 
   /// At the end of a cycle: whether the loop completed it, and what failed.

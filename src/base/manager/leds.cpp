@@ -15,6 +15,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
+/// A panel that starts with the node is ready by then.
+constexpr auto usual_readiness = 10s;
 /// A panel that fails is retried at the same pace as one that is not ready.
 constexpr auto failure_pause = 1s;
 
@@ -70,12 +72,14 @@ void leds::meet(trouble now, const char* channel, const std::string& text) {
   if (trouble_ == now) return;
   trouble_ = now;
   LUMORA_LOG_DIRECT(3, channel, text);
+  watch_.look(false, text);
 }
 
 void leds::recover() {
   if (trouble_ == trouble::none) return;
   trouble_ = trouble::none;
   LUMORA_LOG(2, "Led device is ready again.");
+  watch_.look(true, "");
 }
 
 void leds::led_poll() {
@@ -92,9 +96,12 @@ void leds::led_poll() {
 }
 
 void leds::wait_for_panel() {
+  const auto begin = helpers::steady_now();
   while (!is_stopping() && !led_->is_operational()) {
     if (trouble_ != trouble::not_ready) LUMORA_LOG(2, "Led device is not ready yet");
     trouble_ = trouble::not_ready;
+    const bool is_late = helpers::steady_now() - begin >= usual_readiness;
+    if (is_late) watch_.look(false, "It is not ready");
     pause(not_ready_pause);
   }
 }

@@ -24,6 +24,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "base/insight/loop_watch.h"
 #include "base/manager/led_exchange.h"
 #include "platform/threads/ranked_mutex.h"
 #include "platform/threads/thread_owner.h"
@@ -166,6 +167,7 @@ class leds : public std::enable_shared_from_this<leds> {
   bool test_was_refused_ = false;
   led_exchange exchange_;
   trouble trouble_ = trouble::none;
+  ::insight::loop_watch watch_{"panel"};
   std::map<std::string, led_data> announced_;  // failed writes so far, by the log's name
   std::set<std::string> told_failures_;        // of the last writes
   std::optional<std::chrono::steady_clock::time_point> unknown_since_;

@@ -146,6 +146,12 @@ TEST(findings, are_none_at_rest_and_ask_for_nobody_while_light_is_on_its_way) {
   EXPECT_THAT(findings_of(insight_of(read)), IsEmpty());
   read.put("config/client/19230000/rx/adminStatus", std::string("up"));
   EXPECT_TRUE(needs_person(findings_of(insight_of(read))));
+  // The fibre has just been mended: the light comes on again.
+  auto mended = insight_of(read, {at_noon("cut", "line"), at_noon("mended", "line")});
+  mended.now = seconds_of(noon).value() + 2;
+  EXPECT_FALSE(needs_person(findings_of(mended)));
+  mended.now = seconds_of(noon).value() + 9;
+  EXPECT_TRUE(needs_person(findings_of(mended)));
   read.put(state("19230000/rx"), std::string("stepping"));
   const auto found = findings_of(insight_of(read));
   ASSERT_EQ(found.size(), 1U);
