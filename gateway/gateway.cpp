@@ -29,7 +29,7 @@ listen_address listen_at(const std::string& text) {
 
 boost::asio::ip::address address_of(const listen_address& at) {
   boost::system::error_code error;
-  const auto address = boost::asio::ip::make_address(at.host, error);
+  auto address = boost::asio::ip::make_address(at.host, error);
   if (error) throw std::runtime_error("--listen takes an IP address, not " + at.host);
   return address;
 }

@@ -189,21 +189,6 @@ TEST_F(absent_panel, is_waited_for_with_one_line_when_it_goes_and_one_when_it_is
 
 using led_test = on_clock;
 
-TEST_F(led_test, passes_over_a_led_that_answers_an_error) {
-  orva_bench bench;
-  bench.panel->client_count = 8;
-  bench.panel->before_access = [](const std::string& access) {
-    if (access.starts_with("client 2 ")) throw nx_client_exception{-5, "Refused", access};
-  };
-  bench.leds->boot_thread_function();
-  std::set<std::string> tested;
-  for (const auto& write : bench.panel->writes) {
-    if (write.ends_with("rx yellow")) tested.insert(write.substr(0, write.find(" rx")));
-  }
-  EXPECT_EQ(tested, (std::set<std::string>{"client 1", "client 3", "client 4", "client 5",
-                                           "client 6", "client 7", "client 8", "line"}));
-}
-
 TEST_F(led_test, ends_on_a_panel_whose_every_answer_is_an_error) {
   orva_bench bench;
   bench.panel->before_access = [](const std::string& access) {
