@@ -139,7 +139,9 @@ TEST_P(late_answers, of_a_command_are_waited_for_where_one_decides_about_the_nex
   };
   for (const auto& [path, value, waits, by_command] : rows) {
     if (!node.tree().find(path) || (by_command && !node.has_channels_by_command())) continue;
-    const auto run = [&] { by_command ? node.run(path, value) : node.write(path, value); };
+    const auto run = [&, path = path, value = value, by_command = by_command] {
+      by_command ? node.run(path, value) : node.write(path, value);
+    };
     const auto found = waits_of(node, run);
     EXPECT_LE(found, waits) << path;
   }

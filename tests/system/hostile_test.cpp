@@ -143,8 +143,8 @@ TEST(hostile, input_harms_neither_memory_nor_clients_nor_light) {
   };
   const double before = node.resident_mib();
   const auto channels = node.plant().channels();
-  for (int i = 0; i < 4; ++i) {
-    const auto& channel = channels[static_cast<std::size_t>(4 + i)];
+  for (std::size_t i = 4; i < 8; ++i) {
+    const auto& channel = channels[i];
     node.plant().disturb(channel, 2.0);
     round();
     EXPECT_TRUE(test::eventually([&] { return std::fabs(node.plant().error(channel)) < 0.5; }))

@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "tools/lab/screen_cells.h"
+
 namespace tools::lab {
 
 namespace {
@@ -15,7 +17,6 @@ namespace {
 constexpr const char* enter = "\x1b[?1049h\x1b[?25l\x1b[2J";  // alternate screen, no cursor, empty
 constexpr const char* leave = "\x1b[?25h\x1b[?1049l";
 constexpr const char* empty = "\x1b[2J";
-constexpr const char* rest_of_line = "\x1b[K";
 
 std::string_view variable(const char* name) {
   const char* value = std::getenv(name);
@@ -75,10 +76,10 @@ void screen::show(const std::vector<std::string>& lines) {
     shown_.clear();
     shown_size_ = now;
   }
+  const std::string blank;
   for (std::size_t at = 0; at < std::max(lines.size(), shown_.size()); ++at) {
-    const auto line = at < lines.size() ? lines[at] : std::string();
-    if (at < shown_.size() && shown_[at] == line) continue;
-    frame += fmt::format("\x1b[{};1H{}{}", at + 1, line, rest_of_line);
+    frame += changed_cells(at < shown_.size() ? shown_[at] : blank,
+                           at < lines.size() ? lines[at] : blank, static_cast<unsigned>(at + 1));
   }
   shown_ = lines;
   if (!frame.empty()) put(frame);

@@ -23,7 +23,7 @@ class screen {
   static look look_of_environment();  ///< NO_COLOR, and whether the locale is UTF-8
 
   screen_size size() const;
-  /// Sends the lines that differ from those shown before.
+  /// Sends the cells that differ from those shown before.
   void show(const std::vector<std::string>& lines);
 
  private:

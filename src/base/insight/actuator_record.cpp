@@ -1,6 +1,7 @@
 #include "base/insight/actuator_record.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace insight {
 
@@ -22,11 +23,12 @@ void actuator_record::step(time_point now, float change) {
   auto& place = minutes_[static_cast<std::size_t>(minute % minutes_kept)];
   ++place.steps;
   ++steps_;
-  last_step_ = now;
+  const auto before = std::exchange(last_step_, now);
   const bool turns_round = last_change_ * change < 0;
   last_change_ = change;
   if (!turns_round) return;
   ++place.reversals;
+  if (now - *before > hunting_window) return;
   std::rotate(turns_.begin(), turns_.begin() + 1, turns_.end());
   turns_.back() = now;
   turn_count_ = std::min(turn_count_ + 1, turns_of_hunting);

@@ -1,7 +1,8 @@
 // The steps of one attenuator: how many in the last hour, how often they reversed, and whether it
-// hunts, that is, reversed three times within ten minutes without a cause in between. A pure value;
-// time is passed in and never runs backwards. Written by the loop's thread; an owner that shares it
-// locks it.
+// hunts, that is, reversed three times within ten minutes without a cause in between. A step after
+// ten minutes of rest follows a drift and swings back from nothing: it does not count for hunting.
+// A pure value; time is passed in and never runs backwards. Written by the loop's thread; an owner
+// that shares it locks it.
 #pragma once
 
 #include <array>

@@ -156,7 +156,7 @@ std::string quoted(std::string_view text) {
 }
 
 std::string basis_of(const rung& at, number difference) {
-  if (at.at && !difference) return std::string("unknown: not all of ") + at.basis + " is known";
+  if (at.at && !difference) return std::string("unknown: something is missing of ") + at.basis;
   if (!at.usual) return at.basis;
   return fmt::format("{}; {:+.2f} dB is usual", at.basis, *at.usual);
 }

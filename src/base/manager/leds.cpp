@@ -15,7 +15,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto not_ready_pause = 1s;
 /// A panel that fails is retried at the same pace as one that is not ready.
 constexpr auto failure_pause = 1s;
 

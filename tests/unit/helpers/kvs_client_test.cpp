@@ -21,7 +21,7 @@
 
 namespace {
 
-using namespace std::chrono_literals;
+using namespace std::literals;
 using test::fake_store;
 using testing::HasSubstr;
 
@@ -97,7 +97,7 @@ TEST_F(kvs_client_test, values_survive_as_they_are) {
   store.start();
   kvs_client client("default", "");
   EXPECT_TRUE(client.ping());
-  const std::string binary("a\0b\r\n\xff \"{}\"", 12);
+  const auto binary = "a\0b\r\n\xff \"{}\""s;
   for (const std::string& value : {binary, std::string(), std::string(1 << 20, 'x')}) {
     client.set("{tag}:key with blanks", value, 10);
     EXPECT_EQ(client.get<std::string>("{tag}:key with blanks", 10), value);
@@ -218,9 +218,9 @@ TEST_F(kvs_client_test, an_answer_without_end_is_given_up) {
         std::this_thread::sleep_for(pause);
     });
     kvs_client client("default", "");
+    const unsigned limit = pause > 0ms ? 3 : 100;
     const auto begin = std::chrono::steady_clock::now();
-    EXPECT_THAT(failure_of([&] { client.get<std::string>("k", pause > 0ms ? 3 : 100); }),
-                HasSubstr(fault));
+    EXPECT_THAT(failure_of([&, limit] { client.get<std::string>("k", limit); }), HasSubstr(fault));
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 8s);
   }
 }

@@ -190,7 +190,7 @@ TEST(ladder_book, tells_no_number_without_its_basis) {
   EXPECT_THAT(
       ladder_json(book.open(), rx),
       HasSubstr(R"("point":"farLine","unit":"dBm","expected":"unknown","measured":"unknown",)"
-                R"("difference":"unknown","basis":"unknown: not all of the line, less)"));
+                R"("difference":"unknown","basis":"unknown: something is missing of the line)"));
 }
 
 }  // namespace

@@ -155,6 +155,22 @@ TEST(findings, are_none_at_rest_and_ask_for_nobody_while_light_is_on_its_way) {
               IsEmpty());
 }
 
+TEST(findings, tell_a_guard_once_for_all_its_channels_and_not_of_those_that_tell_it_themselves) {
+  auto read = node_at_rest();
+  read.put(state("19260000/rx"), std::string("amplifier saturated"));
+  read.put("insight/guards", std::string(R"({"unsaturated-amplifier":{"withheld":9,"active":[)"
+                                         R"({"on":"client rx 19230000","reason":"it is full"},)"
+                                         R"({"on":"client rx 19245000","reason":"it is full"},)"
+                                         R"({"on":"client rx 19260000","reason":"it is full"},)"
+                                         R"({"on":"client rx calibration","reason":"dark"}]}})"));
+  std::vector<std::string> told;
+  for (const auto& each : findings_of(insight_of(read)))
+    if (each.of == cause::guard) told.push_back(each.sentence);
+  const std::string guard = "Guard unsaturated-amplifier is active on ";
+  EXPECT_THAT(told, ElementsAre(guard + "client rx calibration: dark",
+                                guard + "192.30, 192.45 rx: it is full"));
+}
+
 TEST(findings, tell_since_when) {
   auto read = node_at_rest();
   read.put("insight/line/state", std::string("no fibre"));

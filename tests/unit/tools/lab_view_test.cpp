@@ -13,6 +13,7 @@
 #include "tools/lab/convergence.h"
 #include "tools/lab/keys.h"
 #include "tools/lab/neighbour.h"
+#include "tools/lab/screen_cells.h"
 #include "tools/lab/screen_text.h"
 #include "tools/lab/summary_text.h"
 #include "tools/lab/view_model.h"
@@ -193,6 +194,22 @@ TEST(picture, shows_ladder_and_panel_by_page) {
   EXPECT_THAT(panel, Contains("leds tx  line O  xc G"));
   EXPECT_THAT(lines(page::panel, {16, 30}, {true, true}),
               Contains("leds rx  line \x1b[32m●\x1b[0m "));
+}
+
+TEST(changed_cells, are_all_that_goes_out) {
+  const std::tuple<const char*, const char*, const char*> table[] = {
+      {"192.30  4.45  on target", "192.30  4.45  on target", ""},
+      {"192.30  4.45  on target", "192.30  4.46  on target", "\x1b[3;12H6"},
+      {"4.45 dBm on target", "4.46 dBm on target now", "\x1b[3;4H6\x1b[3;20Hnow"},
+      {"4.45 dB", "4.46 db", "\x1b[3;4H6 db"},
+      {"stepping", "step  ", "\x1b[3;5H\x1b[K"},
+      {"", "  \x1b[32mok now\x1b[0m", "\x1b[3;3H\x1b[32mok now\x1b[0m"},
+      {"\x1b[32mok\x1b[0m", "\x1b[31mok\x1b[0m", "\x1b[3;1H\x1b[31mok\x1b[0m"},
+      {"\x1b[32m█▓│\x1b[0m", "\x1b[32m██│\x1b[0m", "\x1b[3;2H\x1b[32m█\x1b[0m"},
+      {"red", "\x1b[31mred\x1b[0m \x1b[32mgo", "\x1b[3;1H\x1b[31mred \x1b[0m\x1b[32mgo\x1b[0m"},
+  };
+  for (const auto& [before, now, sent] : table)
+    EXPECT_EQ(changed_cells(before, now, 3), sent) << now;
 }
 
 TEST(power_bar, shows_what_the_attenuator_could_still_do) {
