@@ -7,12 +7,12 @@
 
 #include <array>
 #include <cerrno>
-#include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 #include "platform/value_tree/event_frame.h"
@@ -38,7 +38,7 @@ std::string contents_of(const std::string& file, const char* what) {
   }
   errno = 0;
   std::ifstream in(file, std::ios::binary);
-  if (!in) refuse("Cannot read the {} {}: {}", what, file, std::strerror(errno));
+  if (!in) refuse("Cannot read the {} {}: {}", what, file, std::generic_category().message(errno));
   return {std::istreambuf_iterator<char>(in), {}};
 }
 
