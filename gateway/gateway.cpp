@@ -4,16 +4,19 @@
 
 #include <stdexcept>
 
-#include "gateway/trust/tls_context.h"
+#include "gateway/api/state_module.h"
+#include "platform/note_log/note_log.h"
 
 namespace gateway {
 
 namespace {
 
-std::string socket_of(const std::string& tree) {
+constexpr unsigned ok = 200;
+
+std::string socket_of(const std::string& option, const std::string& tree) {
   constexpr std::string_view scheme = "unix:";
   if (!tree.starts_with(scheme) || tree.size() == scheme.size()) {
-    throw std::runtime_error("--tree needs unix:PATH, not " + tree);
+    throw std::runtime_error(option + " needs unix:PATH, not " + tree);
   }
   return tree.substr(scheme.size());
 }
@@ -26,16 +29,18 @@ listen_address listen_at(const std::string& text) {
 
 boost::asio::ip::address address_of(const listen_address& at) {
   boost::system::error_code error;
-  const auto address = boost::asio::ip::make_address(at.host, error);
+  auto address = boost::asio::ip::make_address(at.host, error);
   if (error) throw std::runtime_error("--listen takes an IP address, not " + at.host);
   return address;
 }
 
-std::shared_ptr<boost::asio::ssl::context> tls_of(const options& given) {
+std::unique_ptr<tls_identity> tls_of(boost::asio::io_context& io, const options& given,
+                                     const settings& bounds) {
   if (given.certificate.empty() != given.key.empty()) {
     throw std::runtime_error("--certificate and --key come together");
   }
-  return given.certificate.empty() ? nullptr : make_tls_context(given.certificate, given.key);
+  if (given.certificate.empty()) return nullptr;
+  return std::make_unique<tls_identity>(io, given.certificate, given.key, bounds);
 }
 
 /// A configuration that would open the node to the network without protection is refused.
@@ -69,25 +74,29 @@ trust_rules rules_of(const options& given, const listen_address& at) {
 gateway_service::gateway_service(boost::asio::io_context& io, const options& given, settings bounds)
     : bounds_(std::move(bounds)),
       at_(listen_at(given.listen)),
-      tls_(tls_of(given)),
+      token_file_(given.token_file),
+      tls_(tls_of(io, given, bounds_)),
       trust_(rules_of(given, at_)),
-      link_(tree_link::create(io, socket_of(given.tree), bounds_.tree_answer)),
+      link_(tree_link::create(io, socket_of("--tree", given.tree), bounds_)),
       mirror_(std::make_shared<tree_mirror>(io, link_, bounds_)),
       recorder_(mirror_, bounds_),
       tree_api_(io, mirror_, recorder_, bounds_),
       write_api_(link_),
       lab_(given.lab.empty() ? nullptr
                              : std::make_unique<lab_api>(
-                                   tree_link::create(io, socket_of(given.lab), bounds_.tree_answer),
+                                   tree_link::create(io, socket_of("--lab", given.lab), bounds_),
                                    given.lab_node)),
       health_(link_),
-      scrape_(std::make_shared<scrape>(link_)),
+      scrape_(std::make_shared<scrape>(link_, tls_.get())),
       files_(given.page),
       service_{bounds_, router_, {}, 0, 0, 0} {
   route();
+  if (files_.get("/").status != ok) {
+    note_log::write(note_log::warning, "gateway", "No page in " + given.page + "; see --page");
+  }
   try {
-    listener_ = std::make_shared<listener>(io, listener::endpoint(address_of(at_), at_.port), tls_,
-                                           service_);
+    listener_ = std::make_shared<listener>(io, listener::endpoint(address_of(at_), at_.port),
+                                           tls_.get(), service_);
   } catch (const boost::system::system_error& error) {
     throw std::runtime_error(
         fmt::format("Cannot listen at {}: {}", given.listen, error.code().message()));
@@ -117,19 +126,38 @@ void gateway_service::route() {
               [this](const auto&, const auto& done) { health_.ready(done); });
   router_.add(method::get, "/metrics",
               [this](const auto& asked, const auto& done) { scrape_->metrics(asked, done); });
+  router_.add(method::get, state_module_path, [](const auto&, const auto& done) {
+    answer made;
+    made.type = "text/javascript; charset=utf-8";
+    made.body = state_module();
+    made.headers.emplace_back("Cache-Control", "no-cache");
+    done(std::move(made));
+  });
   router_.set_fallback(
       [this](const auto& asked, const auto& done) { done(files_.get(asked.path)); });
 }
 
 void gateway_service::start() {
+  if (tls_) tls_->start();
   recorder_.start();
   link_->start(mirror_);
   if (lab_) lab_->start();
   listener_->start();
 }
 
+void gateway_service::renew() try {
+  std::optional<access_token> token;
+  if (!token_file_.empty()) token = access_token::from_file(token_file_);
+  if (tls_) tls_->renew();
+  if (token) trust_.take(*token);
+} catch (const std::runtime_error& failure) {
+  note_log::write(note_log::error, "gateway",
+                  std::string(failure.what()) + ". Goes on with what it has");
+}
+
 void gateway_service::stop() {
   listener_->stop();
+  if (tls_) tls_->stop();
   const auto open = service_.connections;
   for (auto* each : open)
     each->close();

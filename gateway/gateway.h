@@ -16,6 +16,7 @@
 #include "gateway/server/listener.h"
 #include "gateway/settings.h"
 #include "gateway/tree/tree_mirror.h"
+#include "gateway/trust/tls_identity.h"
 #include "gateway/trust/trust.h"
 
 namespace gateway {
@@ -26,6 +27,9 @@ class gateway_service {
   ~gateway_service();
 
   void start();
+  /// Takes certificate, key and token anew from their files. If one of them cannot be used, it
+  /// keeps what it has, and the log says why.
+  void renew();
   /// Closes everything; the io_context then runs out of work.
   void stop();
 
@@ -38,8 +42,9 @@ class gateway_service {
 
   const settings bounds_;
   const listen_address at_;
-  const std::shared_ptr<boost::asio::ssl::context> tls_;
-  const trust trust_;
+  const std::string token_file_;
+  const std::unique_ptr<tls_identity> tls_;  ///< null for clear text
+  trust trust_;
   const std::shared_ptr<tree_link> link_;
   const std::shared_ptr<tree_mirror> mirror_;
   recorder recorder_;

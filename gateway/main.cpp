@@ -1,4 +1,5 @@
-// lumora_gateway: the process around the gateway. It serves until SIGINT or SIGTERM.
+// lumora_gateway: the process around the gateway. It serves until SIGINT or SIGTERM; SIGHUP
+// makes it take its certificate and its token anew.
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>
 #include <csignal>
@@ -16,12 +17,24 @@ struct end_of_log {
   ~end_of_log() { note_log::flush(); }
 };
 
+void renew_on(boost::asio::signal_set& signals, gateway::gateway_service& serving) {
+  signals.async_wait([&](const boost::system::error_code& error, int) {
+    if (error) return;
+    serving.renew();
+    renew_on(signals, serving);
+  });
+}
+
 void serve(const gateway::options& given) {
   boost::asio::io_context io(1);
   gateway::gateway_service serving(io, given);
+  boost::asio::signal_set renewals(io, SIGHUP);
+  renew_on(renewals, serving);
   boost::asio::signal_set stops(io, SIGINT, SIGTERM);
-  stops.async_wait([&serving](const boost::system::error_code& error, int) {
-    if (!error) serving.stop();
+  stops.async_wait([&serving, &renewals](const boost::system::error_code& error, int) {
+    if (error) return;
+    renewals.cancel();
+    serving.stop();
   });
   serving.start();
   std::cout << "Serving " << serving.address() << std::endl;

@@ -36,9 +36,15 @@ struct settings {
   /// Events of a stream are collected for this long.
   milliseconds event_pause{200};
   milliseconds tree_answer{5'000};
+  /// A tree that has said nothing for this long is asked something: a daemon that hangs keeps its
+  /// connections.
+  milliseconds tree_silence{2'000};
   /// Time to the next try of a pattern that the tree refuses; for errors other than a missing path
   /// it grows up to 64 times.
   milliseconds tree_retry{1'000};
+
+  /// How often it is looked whether the certificate has expired.
+  milliseconds certificate_check{60'000};
 
   std::function<std::chrono::system_clock::time_point()> now = std::chrono::system_clock::now;
 };

@@ -4,6 +4,8 @@
 #include <rapidjson/document.h>
 
 #include <algorithm>
+#include <functional>
+#include <set>
 
 #include "gateway/api/event_stream.h"
 #include "gateway/api/history_entries.h"
@@ -29,7 +31,8 @@ std::vector<std::string> paths_of(const request& asked, std::size_t most) {
     paths.push_back(at->second);
   if (paths.empty()) throw nx_error(nx_error::invalid, "The query lacks path=PATH");
   if (paths.size() > most)
-    throw nx_error(nx_error::invalid, fmt::format("More than {} paths", most));
+    throw nx_error(nx_error::invalid,
+                   most == 1 ? "More than one path" : fmt::format("More than {} paths", most));
   for (const auto& path : paths) {
     if (path.empty() || path.size() > longest_path || nx::shown_text(path) != path) {
       throw nx_error(nx_error::invalid,
@@ -41,20 +44,26 @@ std::vector<std::string> paths_of(const request& asked, std::size_t most) {
   return paths;
 }
 
-/// Collects the answers to several patterns in one object.
+/// Collects the answers to several patterns in one object. A path that matches two of them occurs
+/// in it once.
 struct gathered {
   std::size_t outstanding;
   std::string members;
   std::optional<nx_error> fault;
+  std::set<std::string, std::less<>> paths;
 
   void add(const nx::json_value* result, const nx_error* error) {
     --outstanding;
     if (error) fault = *error;
     if (!result || !result->IsObject()) return;
-    std::string text;
-    nx::append_json_text(text, *result);
-    if (text.size() <= 2) return;
-    members += (members.empty() ? "" : ",") + text.substr(1, text.size() - 2);
+    for (const auto& member : result->GetObject()) {
+      const std::string_view path(member.name.GetString(), member.name.GetStringLength());
+      if (!paths.emplace(path).second) continue;
+      members += members.empty() ? "" : ",";
+      nx::append_json_string(members, path);
+      members += ':';
+      nx::append_json_text(members, member.value);
+    }
   }
 };
 
@@ -118,7 +127,7 @@ void answer_values(tree_link& link, const request& asked, const respond& done) {
     throw nx_error(busy, fmt::format("{} requests are already waiting for the daemon",
                                      tree_api::most_questions));
   }
-  const auto all = std::make_shared<gathered>(gathered{paths.size(), {}, {}});
+  const auto all = std::make_shared<gathered>(gathered{paths.size(), {}, {}, {}});
   for (const auto& path : paths) {
     link.call(
         "get", nx::params_text(path),

@@ -4,9 +4,9 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <utility>
 
+#include "gateway/http/lower_case.h"
 #include "gateway/http/target.h"
 
 namespace gateway {
@@ -14,6 +14,10 @@ namespace gateway {
 namespace {
 
 namespace http = boost::beast::http;
+
+std::string_view text_of(boost::beast::string_view text) {
+  return {text.data(), text.size()};
+}
 
 /// The page loads everything from its own origin, frames nothing and may not be framed.
 constexpr const char* content_policy =
@@ -33,12 +37,6 @@ constexpr std::array<std::pair<const char*, const char*>, 6> common_headers{{
 constexpr std::array<std::string_view, 5> single_headers{"host", "authorization", "origin",
                                                          "content-type", "x-lumora-request"};
 
-std::string lower(boost::beast::string_view text) {
-  std::string out(text.data(), text.size());
-  std::ranges::transform(out, out.begin(), [](unsigned char c) { return std::tolower(c); });
-  return out;
-}
-
 method method_of(http::verb verb) {
   switch (verb) {
     case http::verb::get:
@@ -57,8 +55,8 @@ method method_of(http::verb verb) {
 /// False if a header that may occur once occurs twice.
 bool read_headers(const beast_request& message, request& into) {
   for (const auto& field : message) {
-    const auto name = lower(field.name_string());
-    const std::string value(field.value().data(), field.value().size());
+    const auto name = lower_case(text_of(field.name_string()));
+    const std::string value(text_of(field.value()));
     const auto [entry, is_new] = into.headers.emplace(name, value);
     if (is_new) continue;
     if (std::ranges::find(single_headers, name) != single_headers.end()) return false;
@@ -73,7 +71,7 @@ read_request from_beast(const beast_request& message) {
   read_request read;
   auto& asked = read.asked;
   asked.asked = method_of(message.method());
-  asked.target = std::string(message.target().data(), message.target().size());
+  asked.target = std::string(text_of(message.target()));
   asked.body = message.body();
   auto parsed = parse_target(asked.target);
   if (!parsed) {
@@ -86,18 +84,24 @@ read_request from_beast(const beast_request& message) {
   if (message.version() >= 11 && asked.header("host").empty()) {
     read.refused = refusal(400, "The request lacks a Host");
   }
+  if (!parsed->host.empty() && parsed->host != lower_case(asked.header("host"))) {
+    read.refused = refusal(400, "The target of the request names another host than its Host");
+  }
   return read;
 }
 
 std::optional<answer> wrong_framing(const beast_request& header, bool chunked) {
   constexpr unsigned first_with_codings = 11;
-  if (header.find(http::field::transfer_encoding) == header.end()) return std::nullopt;
-  if (chunked && header.version() >= first_with_codings) return std::nullopt;
+  const auto coding = header.find(http::field::transfer_encoding);
+  if (coding == header.end()) return std::nullopt;
+  const bool only_chunked = chunked && lower_case(text_of(coding->value())) == "chunked";
+  if (only_chunked && header.version() >= first_with_codings) return std::nullopt;
   return refusal(501, "A body needs its length, or chunked as the only coding");
 }
 
 bool awaits_go_ahead(const beast_request& header) {
-  return header.version() >= 11 && lower(header[http::field::expect]) == "100-continue";
+  return header.version() >= 11 &&
+         lower_case(text_of(header[http::field::expect])) == "100-continue";
 }
 
 std::string http_date(std::chrono::system_clock::time_point time) {

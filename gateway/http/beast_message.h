@@ -15,7 +15,7 @@ using beast_request = boost::beast::http::request<boost::beast::http::string_bod
 using beast_response = boost::beast::http::response<boost::beast::http::string_body>;
 
 /// The request, or the answer to an invalid one: a target that is not a path, a duplicate header,
-/// no Host.
+/// no Host or two different ones.
 struct read_request {
   request asked;
   std::optional<answer> refused;

@@ -22,6 +22,12 @@ const char* name_of(method how) {
   return "";
 }
 
+answer wrong_method(const std::string& allowed) {
+  auto refused = refusal(405, "This address takes " + allowed);
+  refused.headers.emplace_back("Allow", allowed);
+  return refused;
+}
+
 }  // namespace
 
 void router::add(method how, std::string path, handler does) {
@@ -45,18 +51,14 @@ void router::dispatch(const request& asked, const respond& done) const {
     if (auto stopped = each(asked)) return done(std::move(*stopped));
   }
   const auto wanted = asked.reads() ? method::get : asked.asked;
-  const entry* other_method = nullptr;
+  std::string allowed;
   for (const auto& each : entries_) {
     if (each.path != asked.path) continue;
     if (each.how == wanted) return each.does(asked, done);
-    other_method = &each;
+    allowed += (allowed.empty() ? "" : ", ") + std::string(name_of(each.how));
   }
-  if (other_method || !asked.reads()) {
-    const std::string allowed = name_of(other_method ? other_method->how : method::get);
-    auto refused = refusal(405, "This address takes " + allowed);
-    refused.headers.emplace_back("Allow", allowed);
-    return done(std::move(refused));
-  }
+  if (!allowed.empty()) return done(wrong_method(allowed));
+  if (!asked.reads()) return done(wrong_method(name_of(method::get)));
   if (fallback_) return fallback_(asked, done);
   done(refusal(404, "No such page"));
 }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "gateway/http/lower_case.h"
+
 namespace gateway {
 
 namespace {
@@ -48,14 +50,29 @@ bool add_pair(std::string_view pair, std::multimap<std::string, std::string>& qu
   return true;
 }
 
+/// Takes scheme and host off the front, if they are there.
+std::string take_host(std::string_view& text) {
+  constexpr std::string_view end_of_scheme = "://";
+  const auto scheme = text.substr(0, text.find(end_of_scheme));
+  if (lower_case(scheme) != "http" && lower_case(scheme) != "https") return {};
+  if (scheme.size() == text.size()) return {};
+  text.remove_prefix(scheme.size() + end_of_scheme.size());
+  const auto host = lower_case(text.substr(0, text.find_first_of("/?")));
+  text.remove_prefix(host.size());
+  return host;
+}
+
 }  // namespace
 
 std::optional<target> parse_target(std::string_view text) {
   text = text.substr(0, text.find('#'));
+  target parsed{take_host(text), "/", {}};
   const auto question = std::min(text.find('?'), text.size());
-  auto path = decoded(text.substr(0, question), false);
-  if (!path || !path->starts_with('/')) return std::nullopt;
-  target parsed{std::move(*path), {}};
+  if (question > 0 || parsed.host.empty()) {
+    auto path = decoded(text.substr(0, question), false);
+    if (!path || !path->starts_with('/')) return std::nullopt;
+    parsed.path = std::move(*path);
+  }
   auto rest = question < text.size() ? text.substr(question + 1) : std::string_view();
   while (!rest.empty()) {
     const auto end = std::min(rest.find('&'), rest.size());

@@ -30,7 +30,8 @@ struct scrape::gathering {
   bool failed = false;
 };
 
-scrape::scrape(std::shared_ptr<tree_link> link) : link_(std::move(link)), node_(own_host_name()) {}
+scrape::scrape(std::shared_ptr<tree_link> link, const tls_identity* tls)
+    : link_(std::move(link)), tls_(tls), node_(own_host_name()) {}
 
 void scrape::metrics(const request& asked, const respond& done) {
   waiting_.push_back(
@@ -66,7 +67,8 @@ void scrape::finish(const gathering* all) {
   const nx::json_value* values = all ? &all->values : nullptr;
   const auto told = all ? text_at(*values, "data/system/hostname") : std::nullopt;
   if (told && !told->empty()) node_ = *told;
-  const auto families = scraped_families(values, node_);
+  const auto families =
+      scraped_families(values, node_, tls_ ? std::optional(tls_->expires()) : std::nullopt);
   for (const auto& [open, packed, done] : std::exchange(waiting_, {})) {
     answer made;
     made.type = form_for(open ? "application/openmetrics-text" : "").type;

@@ -10,13 +10,15 @@
 
 #include "gateway/http/exchange.h"
 #include "gateway/tree/tree_link.h"
+#include "gateway/trust/tls_identity.h"
 #include "platform/wire/json.h"
 
 namespace gateway {
 
 class scrape : public std::enable_shared_from_this<scrape> {
  public:
-  explicit scrape(std::shared_ptr<tree_link> link);
+  /// `tls` is null for clear text, and otherwise outlives this.
+  scrape(std::shared_ptr<tree_link> link, const tls_identity* tls);
 
   void metrics(const request& asked, const respond& done);
 
@@ -33,6 +35,7 @@ class scrape : public std::enable_shared_from_this<scrape> {
   void finish(const gathering* all);
 
   const std::shared_ptr<tree_link> link_;
+  const tls_identity* const tls_;
   std::string node_;  ///< as last reported by the daemon
   std::vector<scraper> waiting_;
 };

@@ -285,9 +285,15 @@ void add_tree_metrics(const nx::json_value& object, family_set& into) {
   add_loops(values, into);
 }
 
-std::vector<prometheus::MetricFamily> scraped_families(const nx::json_value* values,
-                                                       const std::string& node) {
+std::vector<prometheus::MetricFamily> scraped_families(
+    const nx::json_value* values, const std::string& node,
+    const std::optional<std::chrono::system_clock::time_point>& expires) {
   family_set into(node);
+  if (expires) {
+    into.gauge("lumora_certificate_expiry_timestamp_seconds",
+               "When the gateway's certificate expires", {},
+               std::chrono::duration<double>(expires->time_since_epoch()).count());
+  }
   into.gauge("lumora_up", "1 while the daemon answers the gateway", {}, values ? 1 : 0);
   if (values) add_tree_metrics(*values, into);
   return into.take();

@@ -2,6 +2,8 @@
 // or of another type gives no sample, and neither does a power that means darkness.
 #pragma once
 
+#include <chrono>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,8 +18,10 @@ const std::vector<std::string>& scraped_patterns();
 /// `object` has paths and values, as returned by `get`. Adds to `into`.
 void add_tree_metrics(const nx::json_value& object, family_set& into);
 
-/// All samples of the node; null means a daemon that does not answer.
-std::vector<prometheus::MetricFamily> scraped_families(const nx::json_value* values,
-                                                       const std::string& node);
+/// All samples of the node; null means a daemon that does not answer. `expires` is the end of the
+/// gateway's own certificate, if it has one.
+std::vector<prometheus::MetricFamily> scraped_families(
+    const nx::json_value* values, const std::string& node,
+    const std::optional<std::chrono::system_clock::time_point>& expires = {});
 
 }  // namespace gateway

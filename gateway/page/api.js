@@ -3,7 +3,7 @@
 
 import { dated } from "./clock.js";
 
-const patience = 4000;
+const patience = 7000; // ms; longer than the gateway waits for its daemon, whose silence is not the gateway's
 
 const query = (paths) => paths.map((path) => `path=${encodeURIComponent(path)}`).join("&");
 

@@ -18,6 +18,7 @@ export class Bench {
   #node;
   #hold;
   #lasersOf = element("legend", {}, "Laser");
+  #device = element("select", { "aria-label": "Device", id: "bench-device" });
   #devices = [];
   #lasersKnown = new Set();
 
@@ -26,7 +27,10 @@ export class Bench {
   constructor(about, hold) {
     this.#node = about.node;
     this.#hold = hold;
-    this.#build();
+    byId("bench-groups").append(
+      this.#fibres(), this.#lasers(), this.#devicesGroup(), this.#losses(), this.#noise());
+    byId("bench").hidden = false;
+    this.#readPlant();
   }
 
   /// The channel that is shown now, if any.
@@ -35,19 +39,19 @@ export class Bench {
   }
 
   /// The plant may come later than the page.
-  async #build() {
+  async #readPlant() {
     const at = `config/node/${this.#node}`;
     const found = await lab.read(`${at}/nexel/*/state`, `${at}/laser/*/on`).catch(() => undefined);
     if (!found) {
-      setTimeout(() => this.#build(), retryAfter);
+      say("The plant does not answer yet.");
+      setTimeout(() => this.#readPlant(), retryAfter);
       return;
     }
+    say("");
     const named = (kind) => Object.keys(found).map((path) => path.split("/")).filter((words) => words[3] === kind).map((words) => words[4]);
     this.#devices = named("nexel");
     this.#lasersKnown = new Set(named("laser").map(Number));
-    byId("bench-groups").append(
-      this.#fibres(), this.#lasers(), this.#devicesGroup(), this.#losses(), this.#noise());
-    byId("bench").hidden = false;
+    this.#device.replaceChildren(...this.#devices.map((name) => element("option", { value: name }, name)));
   }
 
   #fibres() {
@@ -85,10 +89,9 @@ export class Bench {
   }
 
   #devicesGroup() {
-    const select = element("select", { "aria-label": "Device", id: "bench-device" }, ...this.#devices.map((name) => element("option", { value: name }, name)));
-    const turn = (state) => () => lab.write(`config/node/${this.#node}/nexel/${select.value}/state`, state);
+    const turn = (state) => () => lab.write(`config/node/${this.#node}/nexel/${this.#device.value}/state`, state);
     return group("Device", [
-      select,
+      this.#device,
       this.#button("Hang", turn("hung")),
       this.#button("Kill", turn("killed")),
       this.#button("Heal", turn("ok")),
@@ -109,12 +112,14 @@ export class Bench {
   }
 
   #noise() {
-    const name = this.#devices.find((each) => each in monitors);
-    const at = `command/node/${this.#node}/nexel/${name}`;
+    const run = (command, args) => async () => {
+      const name = this.#devices.find((each) => each in monitors);
+      return lab.run(`command/node/${this.#node}/nexel/${name}/${command}`, args(monitors[name]));
+    };
     return group("Monitor", [
-      this.#button(`Noise of ${noise} dB`, () => lab.run(`${at}/faultReadings`, { path: monitors[name], fault: "noisy", amount: noise })),
-      this.#button("Stand still", () => lab.run(`${at}/faultReadings`, { path: monitors[name], fault: "frozen" })),
-      this.#button("Quiet", () => lab.run(`${at}/healReadings`, "**")),
+      this.#button(`Noise of ${noise} dB`, run("faultReadings", (path) => ({ path, fault: "noisy", amount: noise }))),
+      this.#button("Stand still", run("faultReadings", (path) => ({ path, fault: "frozen" }))),
+      this.#button("Quiet", run("healReadings", () => "**")),
     ]);
   }
 
@@ -123,11 +128,13 @@ export class Bench {
     button.addEventListener("click", async () => {
       const whom = button.closest("fieldset").firstChild.textContent;
       const outcome = await does().then(() => "done", (failure) => failure.message);
-      setText(byId("bench-answer"), `${whom}, ${text}: ${outcome}.`);
+      say(`${whom}, ${text}: ${outcome}.`);
     });
     return button;
   }
 }
+
+const say = (text) => setText(byId("bench-answer"), text);
 
 function group(name, parts) {
   return element("fieldset", {}, name instanceof Element ? name : element("legend", {}, name), ...parts);

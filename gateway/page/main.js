@@ -39,6 +39,9 @@ new Tree();
 
 const presentValuesTake = 2000; // ms, of a node far away
 
+// The page appears when these are known, or after a while: piece by piece it would shift under the hand.
+const awaited = new Set(["channels", "summary", "bench"]);
+
 let side = "rx";
 let selected;
 let bench; // of a lab
@@ -91,10 +94,11 @@ function layOut() {
   const fresh = channels.of(side);
   if (JSON.stringify(fresh) === JSON.stringify(list)) return;
   list = fresh;
-  stopWaiting();
   const way = side === "rx" ? "to the line" : "from the line";
   spectrum.show(list, `${list.length} channels ${way}; arrow keys move from one to the next`);
   select(list.find(({ id }) => id === selected?.id) ?? worst());
+  byId("no-channels").hidden = list.length > 0;
+  arrived("channels");
 }
 
 values.watch(
@@ -109,10 +113,15 @@ values.watch((path) => channelOf(path) !== undefined, (changed) => {
   tally();
 });
 
-function stopWaiting() {
+function arrived(part) {
+  awaited.delete(part);
+  if (awaited.size === 0) appear();
+}
+function appear() {
   document.documentElement.classList.remove("waiting");
   byId("no-channels").hidden = list.length > 0;
 }
+values.watch((path) => path === "insight/summary", () => arrived("summary"));
 
 function tally() {
   const count = {};
@@ -131,7 +140,6 @@ values.watch((path) => path === "data/channel/index", readFixed);
 
 link.onSight(({ sees }) => {
   if (!sees) return record.interrupt();
-  setTimeout(stopWaiting, presentValuesTake);
   readFixed();
   happenings.load();
   refill();
@@ -166,9 +174,15 @@ overview.draw();
 ladder.draw();
 panel.draw();
 link.open();
+setTimeout(appear, presentValuesTake);
 
-lab.about().then(async (about) => {
-  const { Bench } = await import("./bench.js");
-  bench = new Bench(about, hold);
-  bench.show(selected);
-}, () => {});
+async function findBench() {
+  const about = await lab.about().catch(() => undefined);
+  if (about) {
+    const { Bench } = await import("./bench.js");
+    bench = new Bench(about, hold);
+    bench.show(selected);
+  }
+  arrived("bench");
+}
+findBench();

@@ -1,5 +1,7 @@
 // How the states of channels and line look: a shape for the eye that sees no colours, and a colour.
-// The texts are the daemon's own; severity and colour follow its table.
+// Texts, severities and colours are the daemon's own table, as the gateway has it.
+
+import { channel, line } from "./state_table.js";
 
 // Shapes in a square of 2 by 2 around the middle.
 const shapes = {
@@ -15,47 +17,28 @@ const shapes = {
   up: "M-.85 .6H.85L0-.9Z",
 };
 
-const row = (severity, colour, mark) => ({ severity, colour, mark, path: shapes[mark] });
-
-const channel = {
-  "dark": row("quiet", "grey", "hollow"),
-  "blocked": row("quiet", "grey", "square"),
-  "unmanaged": row("quiet", "grey", "dash"),
-  "on target": row("good", "green", "disc"),
-  "resting off target": row("good", "green", "ring"),
-  "waiting for its turn": row("working", "blue", "triangle"),
-  "stepping": row("working", "blue", "triangle"),
-  "waiting for the monitor": row("working", "blue", "triangle"),
-  "waiting for the switch": row("working", "blue", "triangle"),
-  "exhausted (too weak)": row("person", "red", "down"),
-  "exhausted (too strong)": row("person", "red", "up"),
-  "amplifier saturated": row("person", "yellow", "diamond"),
-  "reading unknown": row("working", "yellow", "query"),
-  "device failed": row("person", "red", "diamond"),
-  "loop down": row("person", "red", "diamond"),
+// By severity, and for those that are told apart within one.
+const marks = { quiet: "dash", good: "disc", working: "triangle", person: "diamond" };
+const marksOf = {
+  "dark": "hollow",
+  "blocked": "square",
+  "resting off target": "ring",
+  "exhausted (too weak)": "down",
+  "exhausted (too strong)": "up",
+  "reading unknown": "query",
 };
 
-const line = {
-  "no fibre": row("person", "red", "diamond"),
-  "no supervisory link": row("person", "red", "diamond"),
-  "no peer": row("person", "yellow", "diamond"),
-  "peer not known": row("person", "yellow", "diamond"),
-  "peer's readings stand still": row("person", "red", "diamond"),
-  "waiting for readings": row("working", "blue", "triangle"),
-  "not steady": row("working", "blue", "triangle"),
-  "client rx has the turn": row("working", "blue", "triangle"),
-  "stepping": row("working", "blue", "triangle"),
-  "at rest": row("good", "green", "disc"),
-  "exhausted": row("person", "red", "diamond"),
-  "far preamp saturated": row("person", "yellow", "diamond"),
-  "not regulated on this model": row("quiet", "grey", "dash"),
-  "device failed": row("person", "red", "diamond"),
-};
+const look = (severity, colour, mark) => ({ severity, colour, mark, path: shapes[mark] });
+const unheard = look("working", "grey", "query");
 
-const unheard = row("working", "grey", "query");
+function lookOf(table, text) {
+  if (!Object.hasOwn(table, text ?? "")) return unheard;
+  const [severity, colour] = table[text];
+  return look(severity, colour, marksOf[text] ?? marks[severity]);
+}
 
-export const stateOfChannel = (text) => channel[text] ?? unheard;
-export const stateOfLine = (text) => line[text] ?? unheard;
+export const stateOfChannel = (text) => lookOf(channel, text);
+export const stateOfLine = (text) => lookOf(line, text);
 export const pathOf = (mark) => shapes[mark];
 
 /// One of each shape, for the legend.
@@ -69,4 +52,4 @@ export const legend = [
   ["dark", "dark"],
   ["blocked", "blocked"],
   ["unmanaged", "not regulated"],
-].map(([state, text]) => ({ ...channel[state], text }));
+].map(([state, text]) => ({ ...stateOfChannel(state), text }));

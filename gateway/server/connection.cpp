@@ -275,10 +275,26 @@ void connection<Stream>::write_answer(answer made, bool keep_alive) {
 
 template <class Stream>
 void connection<Stream>::answer_written(bool keep_alive) {
-  if (keep_alive) return await_request();
+  keep_alive ? await_request() : end();
+}
+
+// A client of TLS takes an end that nobody has announced for an answer cut short on its way.
+template <class Stream>
+void connection<Stream>::end() {
+  set_deadline(drain_time, late::close);
+  if constexpr (std::is_same_v<Stream, plain_stream>) {
+    shut_down();
+  } else {
+    stream_.async_shutdown([self = this->shared_from_this()](const error_code&) {
+      if (!self->closed_) self->shut_down();
+    });
+  }
+}
+
+template <class Stream>
+void connection<Stream>::shut_down() {
   error_code ignored;
   socket().shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
-  set_deadline(drain_time, late::close);
   drain();
 }
 
@@ -308,9 +324,10 @@ void connection<Stream>::set_deadline(std::chrono::milliseconds time, late how) 
     // It was set again while this was on its way.
     if (self->deadline_.expiry() > std::chrono::steady_clock::now()) return;
     if (self->late_ == late::close) {
-      if (self->streaming_) {
+      if (self->streaming_ || self->response_) {
         note_log::write(note_log::warning, "gateway",
-                        "Closed an event stream whose client does not read");
+                        self->streaming_ ? "Closed an event stream whose client does not read"
+                                         : "Closed a connection whose client does not read");
       }
       return self->close();
     }

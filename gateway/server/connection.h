@@ -58,6 +58,8 @@ class connection final : public byte_sink,
   void watch_for_end();
   void write_answer(answer made, bool keep_alive);
   void answer_written(bool keep_alive);
+  void end();
+  void shut_down();
   void give_last(answer made);
   void drain();
 

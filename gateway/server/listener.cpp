@@ -16,9 +16,9 @@ constexpr std::chrono::milliseconds pause_after_failure{100};
 
 }  // namespace
 
-listener::listener(boost::asio::io_context& io, const endpoint& at,
-                   std::shared_ptr<boost::asio::ssl::context> tls, service& shared)
-    : acceptor_(io, at, true), tls_(std::move(tls)), shared_(shared), pause_(io) {}
+listener::listener(boost::asio::io_context& io, const endpoint& at, const tls_identity* tls,
+                   service& shared)
+    : acceptor_(io, at, true), tls_(tls), shared_(shared), pause_(io) {}
 
 void listener::accept() {
   acceptor_.async_accept([self = shared_from_this()](const boost::system::error_code& error,
@@ -41,7 +41,8 @@ void listener::accepted(boost::asio::ip::tcp::socket socket) {
   socket.set_option(boost::asio::socket_base::send_buffer_size(send_buffer_bytes), ignored);
   if (shared_.connections.size() >= shared_.bounds.connections + shared_.bounds.refusals) return;
   if (tls_) {
-    admit(std::make_shared<connection<tls_stream>>(tls_stream(std::move(socket), *tls_), shared_));
+    admit(std::make_shared<connection<tls_stream>>(tls_stream(std::move(socket), tls_->context()),
+                                                   shared_));
   } else {
     admit(std::make_shared<connection<plain_stream>>(std::move(socket), shared_));
   }

@@ -5,11 +5,11 @@
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
-#include <boost/asio/ssl/context.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <memory>
 
 #include "gateway/server/service.h"
+#include "gateway/trust/tls_identity.h"
 
 namespace gateway {
 
@@ -17,9 +17,10 @@ class listener : public std::enable_shared_from_this<listener> {
  public:
   using endpoint = boost::asio::ip::tcp::endpoint;
 
-  /// `tls` is null for clear text. Throws boost::system::system_error if it cannot listen.
-  listener(boost::asio::io_context& io, const endpoint& at,
-           std::shared_ptr<boost::asio::ssl::context> tls, service& shared);
+  /// `tls` is null for clear text, and otherwise outlives this. Throws boost::system::system_error
+  /// if it cannot listen.
+  listener(boost::asio::io_context& io, const endpoint& at, const tls_identity* tls,
+           service& shared);
 
   void start() { accept(); }
   void stop();
@@ -32,7 +33,7 @@ class listener : public std::enable_shared_from_this<listener> {
   void admit(const std::shared_ptr<Connection>& made);
 
   boost::asio::ip::tcp::acceptor acceptor_;
-  std::shared_ptr<boost::asio::ssl::context> tls_;
+  const tls_identity* tls_;
   service& shared_;
   boost::asio::steady_timer pause_;
 };

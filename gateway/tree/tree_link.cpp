@@ -6,6 +6,7 @@
 #include <random>
 #include <utility>
 
+#include "platform/nexel_client/request_text.h"
 #include "platform/note_log/note_log.h"
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_rpc.h"
@@ -16,6 +17,9 @@ namespace gateway {
 
 namespace {
 
+/// Every daemon has it, and answers at once.
+constexpr const char* probed = "data/product";
+
 void log(note_log::severity_level severity, const std::string& text) {
   note_log::write(severity, "gateway", text);
 }
@@ -24,18 +28,20 @@ void log(note_log::severity_level severity, const std::string& text) {
 
 std::shared_ptr<tree_link> tree_link::create(boost::asio::io_context& io,
                                              const std::string& socket_path,
-                                             std::chrono::milliseconds patience) {
-  return std::shared_ptr<tree_link>(new tree_link(io, socket_path, patience));
+                                             const settings& bounds) {
+  return std::shared_ptr<tree_link>(new tree_link(io, socket_path, bounds));
 }
 
 tree_link::tree_link(boost::asio::io_context& io, const std::string& socket_path,
-                     std::chrono::milliseconds patience)
+                     const settings& bounds)
     : strand_(io.get_executor()),
       address_(nx::nexel_address::unix_socket(nx::rooted_path(socket_path))),
-      patience_(patience),
+      patience_(bounds.tree_answer),
+      silence_(bounds.tree_silence),
       pace_(std::random_device{}()),
       pause_timer_(strand_),
-      deadline_timer_(strand_) {}
+      deadline_timer_(strand_),
+      silence_timer_(strand_) {}
 
 void tree_link::start(std::weak_ptr<listener> receiver) {
   listener_ = std::move(receiver);
@@ -47,6 +53,7 @@ void tree_link::stop() {
   up_ = false;
   pause_timer_.cancel();
   deadline_timer_.cancel();
+  silence_timer_.cancel();
   if (stream_) stream_->close();
   stream_.reset();
   fail_all();
@@ -57,6 +64,10 @@ void tree_link::call(const std::string& method, const std::string& params_text, 
     const nx_error error(nx_error::not_connected, "Not connected: " + address());
     return done(nullptr, &error);
   }
+  ask(method, params_text, std::move(done));
+}
+
+void tree_link::ask(const std::string& method, const std::string& params_text, answered done) {
   const auto id = ++last_id_;
   pending_.emplace(id, pending{clock::now() + patience_, std::move(done)});
   stream_->send(nx::json_rpc::request(id, method, params_text) + "\n");
@@ -80,21 +91,55 @@ void tree_link::attempt_later() {
 }
 
 void tree_link::stream_opened() {
-  up_ = true;
+  heard_at_ = clock::now();
+  probe();
+  watch_silence();
+}
+
+void tree_link::watch_silence() {
+  silence_timer_.expires_after(silence_);
+  silence_timer_.async_wait([weak = weak_from_this()](const boost::system::error_code& error) {
+    const auto self = weak.lock();
+    if (!self || error) return;
+    if (clock::now() - self->heard_at_ >= self->silence_) self->probe();
+    self->watch_silence();
+  });
+}
+
+// Any answer will do, and so does anything else that comes meanwhile.
+void tree_link::probe() {
+  if (std::exchange(probing_, true)) return;
+  const auto asked_at = clock::now();
+  ask("get", nx::params_text(probed), [this, asked_at](const auto*, const nx_error* error) {
+    probing_ = false;
+    if (!error || (error->code != nx_error::no_answer && error->code != nx_error::not_connected)) {
+      return found();
+    }
+    if (error->code != nx_error::no_answer || heard_at_ > asked_at) return;
+    stream_->close();
+    lose(error->message,
+         std::chrono::duration_cast<std::chrono::milliseconds>(clock::now() - heard_at_));
+  });
+}
+
+void tree_link::found() {
+  if (std::exchange(up_, true)) return;
   outage_logged_ = false;
   log(note_log::info, "Connected: " + address());
   if (const auto told = listener_.lock()) told->tree_connected();
 }
 
 void tree_link::stream_ended(const std::string& reason) {
-  if (stopped_) return;
-  if (!std::exchange(outage_logged_, true)) {
-    log(note_log::warning, "Not connected: " + address() + ": " + reason);
-  }
+  if (!stopped_) lose("Not connected: " + address() + ": " + reason, {});
+}
+
+void tree_link::lose(const std::string& reason, std::chrono::milliseconds silent) {
+  if (!std::exchange(outage_logged_, true)) log(note_log::warning, reason);
   const bool was_up = std::exchange(up_, false);
+  silence_timer_.cancel();
   stream_.reset();
   fail_all();
-  if (const auto told = listener_.lock(); told && was_up) told->tree_lost();
+  if (const auto told = listener_.lock(); told && was_up) told->tree_lost(silent);
   attempt_later();
 }
 
@@ -126,6 +171,7 @@ void tree_link::expire() {
 
 void tree_link::line_received(std::string_view line) try {
   pace_.reset();
+  heard_at_ = clock::now();
   const auto message = nx::parse_json(line.data(), line.size());
   if (message.IsObject()) receive(message);
 } catch (const nx_error& error) {

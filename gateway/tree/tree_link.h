@@ -1,6 +1,6 @@
 // The gateway's single connection to the daemon's tree: calls with their answers, and events. It
-// connects in the background from `start` on and again whenever the connection is lost, with
-// growing pauses.
+// connects in the background from `start` on and again whenever the daemon is lost, with growing
+// pauses. A daemon is found when it answers, and lost when it does not, whatever its socket says.
 //
 // On the gateway's thread, which runs the io_context. Handlers are called there and must not throw.
 #pragma once
@@ -13,6 +13,7 @@
 #include <memory>
 #include <string>
 
+#include "gateway/settings.h"
 #include "platform/nexel_client/line_stream.h"
 #include "platform/nexel_client/reconnect_pace.h"
 #include "platform/wire/json.h"
@@ -29,16 +30,16 @@ class tree_link : public nx::line_stream::owner, public std::enable_shared_from_
    public:
     virtual ~listener() = default;
     virtual void tree_connected() = 0;
-    virtual void tree_lost() = 0;
+    /// `silent`: for how long it had said nothing.
+    virtual void tree_lost(std::chrono::milliseconds silent) = 0;
     /// `params` of an "event" message: path, time and value or error.
     virtual void tree_event(const nx::json_value& params) = 0;
     virtual void tree_ended(const std::string& path) = 0;
   };
 
-  /// A call not answered within `patience` fails with -110.
+  /// A call not answered within `bounds.tree_answer` fails with -110.
   static std::shared_ptr<tree_link> create(boost::asio::io_context& io,
-                                           const std::string& socket_path,
-                                           std::chrono::milliseconds patience);
+                                           const std::string& socket_path, const settings& bounds);
 
   void start(std::weak_ptr<listener> receiver);
   void stop();
@@ -58,11 +59,15 @@ class tree_link : public nx::line_stream::owner, public std::enable_shared_from_
     answered done;
   };
 
-  tree_link(boost::asio::io_context& io, const std::string& socket_path,
-            std::chrono::milliseconds patience);
+  tree_link(boost::asio::io_context& io, const std::string& socket_path, const settings& bounds);
 
   void attempt();
   void attempt_later();
+  void ask(const std::string& method, const std::string& params_text, answered done);
+  void watch_silence();
+  void probe();
+  void found();
+  void lose(const std::string& reason, std::chrono::milliseconds silent);
   void watch_deadline();
   void expire();
   void fail_all();
@@ -76,11 +81,15 @@ class tree_link : public nx::line_stream::owner, public std::enable_shared_from_
   const nx::io_strand strand_;
   const nx::nexel_address address_;
   const std::chrono::milliseconds patience_;
+  const std::chrono::milliseconds silence_;
   std::weak_ptr<listener> listener_;
   std::shared_ptr<nx::line_stream> stream_;
   nx::reconnect_pace pace_;
   boost::asio::steady_timer pause_timer_;
   boost::asio::steady_timer deadline_timer_;
+  boost::asio::steady_timer silence_timer_;
+  clock::time_point heard_at_;
+  bool probing_ = false;
   bool watching_ = false;
   bool up_ = false;
   bool stopped_ = false;

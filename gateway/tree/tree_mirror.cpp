@@ -147,9 +147,9 @@ void tree_mirror::tree_connected() {
   tell_later();
 }
 
-void tree_mirror::tree_lost() {
+void tree_mirror::tree_lost(std::chrono::milliseconds silent) {
   ++link_changes_;
-  link_since_ = now_text();
+  link_since_ = nx::event_time(settings_.now() - silent);
   refused_.clear();
   for (const auto& [pattern, weak] : topics_) {
     if (const auto held = weak.lock()) held->clear();

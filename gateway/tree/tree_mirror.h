@@ -48,7 +48,7 @@ class tree_mirror : public tree_link::listener, public std::enable_shared_from_t
   using clock = std::chrono::steady_clock;
 
   void tree_connected() override;
-  void tree_lost() override;
+  void tree_lost(std::chrono::milliseconds silent) override;
   void tree_event(const nx::json_value& params) override;
   void tree_ended(const std::string& path) override;
 

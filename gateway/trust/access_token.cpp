@@ -6,6 +6,7 @@
 #include <openssl/sha.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cctype>
 #include <fstream>
 #include <optional>
@@ -16,13 +17,13 @@ namespace gateway {
 
 namespace {
 
-/// The part after the scheme, whose case does not matter.
+/// The part after the scheme, whose case does not matter, and the blanks that follow it.
 std::optional<std::string_view> behind(std::string_view scheme, std::string_view header) {
   if (header.size() <= scheme.size() || header[scheme.size()] != ' ') return std::nullopt;
   for (std::size_t i = 0; i < scheme.size(); ++i) {
     if (std::tolower(static_cast<unsigned char>(header[i])) != scheme[i]) return std::nullopt;
   }
-  return header.substr(scheme.size() + 1);
+  return header.substr(std::min(header.find_first_not_of(' ', scheme.size()), header.size()));
 }
 
 std::optional<std::string> password_of(std::string_view encoded) {

@@ -1,7 +1,8 @@
 #include "gateway/trust/trust.h"
 
 #include <algorithm>
-#include <cctype>
+
+#include "gateway/http/lower_case.h"
 
 namespace gateway {
 
@@ -11,12 +12,6 @@ constexpr unsigned unauthorized = 401;
 constexpr unsigned forbidden = 403;
 constexpr unsigned misdirected = 421;
 constexpr unsigned unsupported = 415;
-
-std::string lower(std::string_view text) {
-  std::string out(text);
-  std::ranges::transform(out, out.begin(), [](unsigned char c) { return std::tolower(c); });
-  return out;
-}
 
 /// Without the port; an IPv6 address keeps its brackets.
 std::string_view name_of(std::string_view host) {
@@ -35,6 +30,13 @@ bool asked_by_other_page(const request& asked) {
          asked.header("sec-fetch-dest") != "document";
 }
 
+/// With or without parameters, such as a charset.
+bool is_json(std::string_view content_type) {
+  const auto type = lower_case(content_type.substr(0, content_type.find(';')));
+  constexpr std::string_view json = "application/json";
+  return type.starts_with(json) && type.find_first_not_of(" \t", json.size()) == type.npos;
+}
+
 answer ask_for_token(const char* scheme) {
   auto made = refusal(unauthorized, "This needs the gateway's token");
   made.headers.emplace_back("WWW-Authenticate", scheme);
@@ -48,9 +50,10 @@ trust::trust(trust_rules rules) : rules_(std::move(rules)) {}
 // A foreign page may make a browser take the page's own name for this host's address; the requests
 // still carry that name.
 bool trust::names_this_gateway(std::string_view host) const {
-  const auto name = lower(name_of(host));
+  const auto name = lower_case(name_of(host));
   if (name == "localhost" || name == "127.0.0.1" || name == "[::1]") return true;
-  return std::ranges::any_of(rules_.hosts, [&](const auto& known) { return lower(known) == name; });
+  return std::ranges::any_of(rules_.hosts,
+                             [&](const auto& known) { return lower_case(known) == name; });
 }
 
 std::optional<answer> trust::check(const request& asked) const {
@@ -74,8 +77,8 @@ std::optional<answer> trust::check_write(const request& asked) const {
     return refusal(forbidden, "This gateway serves no writes; see --allow-writes");
   }
   const auto origin = asked.header("origin");
-  const auto own = (rules_.tls ? "https://" : "http://") + lower(asked.header("host"));
-  if (!origin.empty() && lower(origin) != own) {
+  const auto own = (rules_.tls ? "https://" : "http://") + lower_case(asked.header("host"));
+  if (!origin.empty() && lower_case(origin) != own) {
     return refusal(forbidden, "Pages from another origin may not write here");
   }
   if (!to_plant && !rules_.token->is_shown_by(asked.header("authorization")))
@@ -83,7 +86,7 @@ std::optional<answer> trust::check_write(const request& asked) const {
   if (asked.header(write_header).empty()) {
     return refusal(forbidden, "A write needs the header X-Lumora-Request");
   }
-  if (!asked.header("content-type").starts_with("application/json")) {
+  if (!is_json(asked.header("content-type"))) {
     return refusal(unsupported, "A write needs the content type application/json");
   }
   return std::nullopt;

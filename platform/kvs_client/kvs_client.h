@@ -17,7 +17,7 @@
 
 /// Tenths of a second, for a whole command; 10 in all calls of this system.
 struct kvs_timeout {
-  constexpr kvs_timeout(unsigned number) : tenths(number) {}  // NOLINT: a plain number
+  constexpr kvs_timeout(unsigned number) : tenths(number) {}  // implicit: a plain number
   unsigned tenths;
 };
 

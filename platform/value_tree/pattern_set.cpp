@@ -33,7 +33,8 @@ bool pattern_set::covers(std::string_view path) const {
 // and only beginnings that some pattern has are followed. `from` is the first pattern that begins
 // with `begun`.
 bool pattern_set::covers(place from, std::string& begun, std::string_view rest) const {
-  const auto [segment, behind] = first_segment(rest);
+  const auto split = first_segment(rest);
+  const auto segment = split.first;
   if (segment.empty()) return false;
   const bool last = segment.size() == rest.size();
   const auto size = begun.size();
@@ -45,7 +46,7 @@ bool pattern_set::covers(place from, std::string& begun, std::string_view rest) 
       found = has_from(at, begun) && *at == begun;
     } else {
       begun += '/';
-      found = has_from(at, begun) && covers(at, begun, behind);
+      found = has_from(at, begun) && covers(at, begun, split.second);
     }
     begun.resize(size);
     return found;

@@ -19,10 +19,6 @@ constexpr std::chrono::seconds longest_age{1};
 
 thread_local cycle_reads* current_reads = nullptr;
 
-std::chrono::steady_clock::time_point now() {
-  return helpers::waiting::instance().steady_now();
-}
-
 std::string name_of(const nexel_client_api& client) {
   auto address = client.address();
   // A nexel without a name, as in tests, is identified by its client.
@@ -162,7 +158,7 @@ cycle_reads* cycle_reads::current() {
 }
 
 cycle_reads::waiting_time::waiting_time(std::size_t requests, cycle_reads* reads)
-    : reads_(reads), begin_(now()) {
+    : reads_(reads), begin_(helpers::steady_now()) {
   if (!reads_) return;
   reads_->cost_.requests += requests;
   ++reads_->cost_.waits;
@@ -170,13 +166,13 @@ cycle_reads::waiting_time::waiting_time(std::size_t requests, cycle_reads* reads
 
 cycle_reads::waiting_time::~waiting_time() {
   if (!reads_) return;
-  const auto passed = now() - begin_;
+  const auto passed = helpers::steady_now() - begin_;
   reads_->cost_.waited += passed;
   reads_->all_waits_ += passed;
 }
 
 std::chrono::steady_clock::time_point cycle_reads::age_clock() const {
-  return now() - all_waits_;
+  return helpers::steady_now() - all_waits_;
 }
 
 void cycle_reads::fetch(const std::vector<read_wish>& wishes) {

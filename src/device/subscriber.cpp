@@ -52,7 +52,7 @@ void log_first_values(const std::vector<wanted_path>& paths,
 
 reading<float> reading_of_now(float value) {
   return {.value = value,
-          .arrived = helpers::waiting::instance().steady_now(),
+          .arrived = helpers::steady_now(),
           .arrivals = 1,
           .changes = 1,
           .is_sound = true};

@@ -37,7 +37,7 @@ class value_table {
  public:
   /// `measured` is false for a legal value that does not represent a measurement.
   void store(const std::string& path, T value, bool measured) {
-    const auto now = helpers::waiting::instance().steady_now();
+    const auto now = helpers::steady_now();
     const std::lock_guard lock(mutex_);
     auto& kept = values_[path];
     if (kept.is_there && kept.value != value) ++kept.changes;

@@ -23,7 +23,7 @@ std::pair<guard_register::active_guard&, bool> guard_register::enter(const guard
   of_guard.name = guard.name;
   const auto [entry, is_new] = of_guard.active.try_emplace(subject);
   if (is_new) {
-    entry->second = {.since = waiting::instance().system_now(), .reason = reason};
+    entry->second = {.since = system_now(), .reason = reason};
     LUMORA_LOG(guard.log_level, "Guard {} begins on {}: {}", guard.name, subject, reason);
   }
   return {entry->second, is_new};
@@ -60,7 +60,7 @@ void guard_register::end(const guard_kind& guard, const std::string& subject) {
   if (found == of_guard->second.active.end()) return;
   const auto ended = std::move(found->second);
   of_guard->second.active.erase(found);
-  const auto lasted = waiting::instance().system_now() - ended.since;
+  const auto lasted = system_now() - ended.since;
   LUMORA_LOG(guard.log_level, "Guard {} ends on {} after {:.1f} s, writes withheld: {}", guard.name,
              subject, std::chrono::duration<double>(lasted).count(), ended.withheld);
   const auto told = observer_;

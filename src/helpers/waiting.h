@@ -63,4 +63,12 @@ class waiting {
   std::unique_ptr<impl> impl_;
 };
 
+inline std::chrono::steady_clock::time_point steady_now() {
+  return waiting::instance().steady_now();
+}
+
+inline std::chrono::system_clock::time_point system_now() {
+  return waiting::instance().system_now();
+}
+
 }  // namespace helpers

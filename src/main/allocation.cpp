@@ -32,14 +32,14 @@ void end_without_memory(int status) {
 
 extern "C" {
 
-void* __real_malloc(std::size_t size);                 // NOLINT: the linker's names
-void* __real_realloc(void* memory, std::size_t size);  // NOLINT
+void* __real_malloc(std::size_t size);  // the linker's names
+void* __real_realloc(void* memory, std::size_t size);
 
-void* __wrap_malloc(std::size_t size) {  // NOLINT
+void* __wrap_malloc(std::size_t size) {
   return told_if_null(__real_malloc(size), size);
 }
 
-void* __wrap_realloc(void* memory, std::size_t size) {  // NOLINT
+void* __wrap_realloc(void* memory, std::size_t size) {
   return told_if_null(__real_realloc(memory, size), size);
 }
 }

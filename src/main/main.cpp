@@ -47,11 +47,12 @@ struct end_of_log {
 
 /// A client may ask for answers of megabytes. By default the allocator raises its threshold at the
 /// first of them, and each thread then keeps the memory of later ones in its own arena.
+/// To be called while there is a single thread.
 void give_large_memory_back() {
   constexpr int threshold_bytes = 128 * 1024;
   constexpr int most_arenas = 4;
-  ::mallopt(M_MMAP_THRESHOLD, threshold_bytes);
-  ::mallopt(M_ARENA_MAX, most_arenas);
+  ::mallopt(M_MMAP_THRESHOLD, threshold_bytes);  // NOLINT(concurrency-mt-unsafe): one thread yet
+  ::mallopt(M_ARENA_MAX, most_arenas);           // NOLINT(concurrency-mt-unsafe): one thread yet
 }
 
 /// Lends the calling thread to the server until it is told to stop; then stops the manager thread.

@@ -181,6 +181,19 @@ class OneNode(Story):
                 " return [text, look.severity, look.colour]; })))", rows, kind)
             self.assertEqual([list(row) for row in rows], drawn)
 
+    def test_nothing_moves_while_the_page_comes_up(self):
+        for width, scheme in LOOKS[::2]:
+            self.browser.look(width, scheme)
+            self.open()
+            self.await_states(32, "on target")
+            await_that("the bench", lambda: self.browser.count("#bench-device option") > 1)
+            moved = self.browser.run_async(
+                "const done = arguments[0];"
+                "new PerformanceObserver((list) => done(list.getEntries().reduce((sum, each) => sum + each.value, 0)))"
+                ".observe({type: 'layout-shift', buffered: true}); setTimeout(() => done(0), 500)")
+            self.assertLess(moved, 0.02, width)
+        self.browser.look(1280, "light")
+
     def test_page_of_another_origin_moves_nothing(self):
         with nodes.other_origin() as elsewhere:
             self.browser.open(elsewhere)

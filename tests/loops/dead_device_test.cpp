@@ -1,14 +1,15 @@
-// One device service dead for ten minutes: unrelated parts are left alone, and the loops are back
-// within three cycles of its return. One that forgets its subscribers is reminded.
+// A device service that hangs, that forgets its subscribers, or that is away when it is needed
+// most: during a coldstart, or while the switch has lost its plan.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <filesystem>
 
-#include "platform/kvs_client/kvs_client.h"
 #include "sim/nexels/device_values.h"
 #include "tests/loops/channel_watch.h"
+#include "tests/support/environment.h"
 #include "tests/support/plant_node.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 
@@ -37,77 +38,19 @@ TEST_F(node_at_rest, subscribes_again_when_the_monitor_ends_its_subscriptions) {
   EXPECT_TRUE(node_.is_fully_operational());
 }
 
-class dead_device : public node_at_rest, public testing::WithParamInterface<const char*> {};
-
-TEST_P(dead_device, leaves_the_channels_at_rest_and_is_used_again_after_its_return) {
-  const std::string device = GetParam();
+// Killed ones are a matter of the bars.
+TEST_F(node_at_rest, is_harmed_by_no_device_that_hangs) {
   auto& plant = node_.plant();
   const channel_watch add(node_, sim::direction::rx);
-  const channel_watch drop(node_, sim::direction::tx);
-  const auto voa_writes = plant.voa_writes(0);
-
-  plant.set_nexel_state(0, device, sim::nexel_state::killed);
-  node_.run_for(10min);
-  EXPECT_EQ(add.all_steps(), 0u);
-  EXPECT_EQ(drop.all_steps(), 0u);
-  EXPECT_EQ(plant.voa_writes(0), voa_writes);
-
-  // Parts that need the device wait for it, the others continue. Long enough before the return for
-  // the monitor to have seen it.
-  const auto channel = node_.channels()[5];
-  node_.disturb(channel, 2.0);
-  node_.run_for(12s);
-  const bool needed = device == "wss_edge" || device == "booster" || device == "osc1";
-  EXPECT_EQ(add.steps(channel) == 0, needed);
-  plant.set_nexel_state(0, device, sim::nexel_state::ok);
-  for (int i = 0; i < 3; ++i)
-    node_.cycle();
-  EXPECT_GT(add.steps(channel), 0u);
-  EXPECT_TRUE(node_.run_until([&] { return node_.on_target(channel); }, 12s));
-  EXPECT_TRUE(node_.is_fully_operational());
-}
-
-TEST_P(dead_device, that_hangs_does_no_more_harm) {
-  const std::string device = GetParam();
-  auto& plant = node_.plant();
-  const channel_watch add(node_, sim::direction::rx);
-  plant.set_nexel_state(0, device, sim::nexel_state::hung);
-  node_.run_for(2min);
-  EXPECT_EQ(add.all_steps(), 0u);
-  plant.set_nexel_state(0, device, sim::nexel_state::ok);
-  EXPECT_TRUE(node_.run_until([&] { return node_.is_fully_operational(); }, 10s));
-  EXPECT_TRUE(node_.all_on_target());
-}
-
-INSTANTIATE_TEST_SUITE_P(devices, dead_device,
-                         testing::Values("wss_edge", "booster", "preamp", "osc1", "voa_sfp",
-                                         "sfp/0"),
-                         [](const auto& device) {
-                           std::string name = device.param;
-                           std::replace(name.begin(), name.end(), '/', '_');
-                           return name;
-                         });
-
-// On selka attenuations go to the switch through the store.
-TEST(dead_store, of_a_selka_leaves_the_channels_at_rest_and_is_used_again_after_its_return) {
-  plant_node node("selkaplus");
-  node.start();
-  node.add_channels();
-  node.run_for(11min);
-  ASSERT_TRUE(node.all_on_target());
-  const channel_watch add(node);
-  const auto channel = node.channels()[5];
-  kvs_memory::set_available(false);
-  node.run_for(2min);
-  EXPECT_EQ(add.all_steps(), 0u);
-  node.disturb(channel, 2.0);
-  node.run_for(5min);
-  EXPECT_EQ(add.all_steps(), 0u);
-  kvs_memory::set_available(true);
-  for (int i = 0; i < 3; ++i)
-    node.cycle();
-  EXPECT_GT(add.steps(channel), 0u);
-  EXPECT_TRUE(node.run_until([&] { return node.on_target(channel); }, 12s));
+  for (const char* device : {"wss_edge", "booster", "preamp", "osc1", "voa_sfp", "sfp/0"}) {
+    SCOPED_TRACE(device);
+    plant.set_nexel_state(0, device, sim::nexel_state::hung);
+    node_.run_for(2min);
+    EXPECT_EQ(add.all_steps(), 0u);
+    plant.set_nexel_state(0, device, sim::nexel_state::ok);
+    EXPECT_TRUE(node_.run_until([&] { return node_.is_fully_operational(); }, 10s));
+    EXPECT_TRUE(node_.all_on_target());
+  }
 }
 
 TEST(dead_booster, while_the_switch_has_lost_its_plan_leaves_no_channel_behind) {
@@ -125,6 +68,31 @@ TEST(dead_booster, while_the_switch_has_lost_its_plan_leaves_no_channel_behind) 
   node.run_for(10s);
   for (const auto channel : node.channels())
     node.write(fmt::format("config/client/{}/rx/opticalControlMode", channel), "\"power\"");
+  EXPECT_TRUE(node.run_until([&] { return node.all_on_target(); }, 1min));
+}
+
+TEST(late_amplifier, at_a_coldstart_keeps_the_other_from_nothing_and_is_shut_down_too) {
+  auto topology = sim::default_topology("orvalite");
+  topology.nodes.front().coldstart = true;
+  const test::temp_folder root;
+  const auto marker = root.write("tmp/lumora_cold_start", "");
+  std::filesystem::remove(marker);
+  const test::environment_variable below("NX_ROOT", root.path());
+  plant_node node(topology);
+  node.plant().attach_to(node.network(), 0, root.path());
+  const auto is_on = [&](const char* amplifier) {
+    return test::flag_of(node.plant().nexel_tree(amplifier), "data/enable");
+  };
+  node.plant().set_nexel_state(0, "preamp", sim::nexel_state::killed);
+  node.clock().at(29s, [&] {
+    EXPECT_FALSE(is_on("booster"));
+    EXPECT_FALSE(std::filesystem::exists(marker));
+    node.plant().set_nexel_state(0, "preamp", sim::nexel_state::ok);
+  });
+  node.start();
+  EXPECT_LE(node.now(), 35s);
+  EXPECT_FALSE(is_on("preamp"));
+  EXPECT_TRUE(std::filesystem::exists(marker));
   EXPECT_TRUE(node.run_until([&] { return node.all_on_target(); }, 1min));
 }
 

@@ -54,71 +54,64 @@ auto weak_amplifier(unsigned node, direction side) {
   return [=](sim::plant& plant, double db) { plant.set_gain_deficit(node, side, db); };
 }
 
-const std::vector<fault_row>& faults() {
-  static const std::vector<fault_row> rows{
-      {"dirt before the booster",
-       dirt(0, connector::switch_to_booster),
-       2,
-       "rx",
-       {"switch", "connector"}},
-      {"dirt behind the booster",
-       dirt(0, connector::booster_to_line),
-       2,
-       "rx",
-       {"farLine", "connector"}},
-      {"dirt at the near end of the fibre",
-       dirt(0, connector::fibre_out),
-       2,
-       "rx",
-       {"fibre", "span"}},
-      {"dirt at the end of the other fibre",
-       dirt(0, connector::fibre_in),
-       2,
-       "tx",
-       {"fibre", "span"}},
-      {"dirt before the far preamp",
-       dirt(1, connector::line_to_preamp),
-       2,
-       "rx",
-       {"farLine", "connector"}},
-      {"dirt before the preamp",
-       dirt(0, connector::line_to_preamp),
-       2,
-       "tx",
-       {"line", "connector"}},
-      // No instrument stands behind it.
-      {"dirt behind the preamp", dirt(0, connector::preamp_to_switch), 2, "tx", {}},
-      {"dirty client",
-       [](sim::plant& plant, double db) {
-         plant.set_client_loss(0, direction::rx, some_channel, db);
-       },
-       2,
-       "rx",
-       {"switch", "port", some_channel}},
-      {"lossy port",
-       [](sim::plant& plant, double db) {
-         plant.set_switch_port_loss(0, direction::rx, some_channel, db);
-       },
-       4,
-       "rx",
-       {"switch", "port", some_channel}},
-      {"booster input tap", tap_drift(tap::booster_input), 1.5, "rx", {"switch", "inputTap"}},
-      {"booster output tap", tap_drift(tap::booster_output), 1.5, "rx", {"booster", "outputTap"}},
-      {"preamp input tap", tap_drift(tap::preamp_input), 1.5, "tx", {"line", "inputTap"}},
-      {"preamp output tap", tap_drift(tap::preamp_output), 1.5, "tx", {"preamp", "outputTap"}},
-      {"supervisory input tap", tap_drift(tap::osc_input), 1.5, "tx", {"fibre", "oscTap"}},
-      {"supervisory output tap", tap_drift(tap::osc_output), 1.5, "rx", {"fibre", "oscTap"}},
-      {"weak booster", weak_amplifier(0, direction::rx), 3, "rx", {"booster", "gain"}},
-      {"weak preamp", weak_amplifier(0, direction::tx), 3, "tx", {"preamp", "gain"}},
-      {"weak far preamp", weak_amplifier(1, direction::tx), 3, "rx", {"farPreamp", "gain"}},
-      {"longer span",
-       [](sim::plant& plant, double db) { plant.set_span_offset(0, db); },
-       3,
-       "rx",
-       {"fibre", "span"}},
-  };
-  return rows;
-}
+const std::vector<fault_row> faults{
+    {"dirt before the booster",
+     dirt(0, connector::switch_to_booster),
+     2,
+     "rx",
+     {"switch", "connector"}},
+    {"dirt behind the booster",
+     dirt(0, connector::booster_to_line),
+     2,
+     "rx",
+     {"farLine", "connector"}},
+    {"dirt at the near end of the fibre",
+     dirt(0, connector::fibre_out),
+     2,
+     "rx",
+     {"fibre", "span"}},
+    {"dirt at the end of the other fibre",
+     dirt(0, connector::fibre_in),
+     2,
+     "tx",
+     {"fibre", "span"}},
+    {"dirt before the far preamp",
+     dirt(1, connector::line_to_preamp),
+     2,
+     "rx",
+     {"farLine", "connector"}},
+    {"dirt before the preamp", dirt(0, connector::line_to_preamp), 2, "tx", {"line", "connector"}},
+    // No instrument stands behind it.
+    {"dirt behind the preamp", dirt(0, connector::preamp_to_switch), 2, "tx", {}},
+    {"dirty client",
+     [](sim::plant& plant, double db) {
+       plant.set_client_loss(0, direction::rx, some_channel, db);
+     },
+     2,
+     "rx",
+     {"switch", "port", some_channel}},
+    {"lossy port",
+     [](sim::plant& plant, double db) {
+       plant.set_switch_port_loss(0, direction::rx, some_channel, db);
+     },
+     4,
+     "rx",
+     {"switch", "port", some_channel}},
+    {"booster input tap", tap_drift(tap::booster_input), 1.5, "rx", {"switch", "inputTap"}},
+    {"booster output tap", tap_drift(tap::booster_output), 1.5, "rx", {"booster", "outputTap"}},
+    {"preamp input tap", tap_drift(tap::preamp_input), 1.5, "tx", {"line", "inputTap"}},
+    {"preamp output tap", tap_drift(tap::preamp_output), 1.5, "tx", {"preamp", "outputTap"}},
+    {"supervisory input tap", tap_drift(tap::osc_input), 1.5, "tx", {"fibre", "oscTap"}},
+    {"supervisory output tap", tap_drift(tap::osc_output), 1.5, "rx", {"fibre", "oscTap"}},
+    {"weak booster", weak_amplifier(0, direction::rx), 3, "rx", {"booster", "gain"}},
+    {"weak preamp", weak_amplifier(0, direction::tx), 3, "tx", {"preamp", "gain"}},
+    {"weak far preamp", weak_amplifier(1, direction::tx), 3, "rx", {"farPreamp", "gain"}},
+    {"longer span",
+     [](sim::plant& plant, double db) { plant.set_span_offset(0, db); },
+     3,
+     "rx",
+     {"fibre", "span"}},
+};
 
 class ladder : public testing::Test {
  protected:
@@ -165,7 +158,7 @@ class ladder : public testing::Test {
 TEST_F(ladder, marks_the_point_that_is_wrong_and_no_other) {
   ASSERT_EQ(marked("rx"), mark{}) << text("rx");
   ASSERT_EQ(marked("tx"), mark{}) << text("tx");
-  for (const auto& row : faults()) {
+  for (const auto& row : faults) {
     SCOPED_TRACE(row.what);
     row.set(pair.plant(), row.by);
     const auto seconds = seconds_until(row.ladder, row.expected, 40s);

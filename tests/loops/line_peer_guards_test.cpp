@@ -6,7 +6,7 @@
 #include <cmath>
 #include <optional>
 
-#include "tests/loops/pair_stories.h"
+#include "tests/loops/bars/pair_case.h"
 
 namespace {
 
@@ -15,13 +15,7 @@ using test::plant_pair;
 
 class pair_at_rest {
  public:
-  explicit pair_at_rest(const std::string& product) : pair(test::known_pair(product)) {
-    pair.start();
-    pair.run_for(20s);
-    for (unsigned node : {0u, 1u})
-      pair.plant().fill_band(node);
-    pair.run_for(3min);
-  }
+  pair_at_rest() { bars::bring_to_rest(pair, 3min); }
 
   double voa() { return pair.plant().voa_attenuation_db(0); }
   unsigned writes() { return pair.plant().voa_writes(0); }
@@ -35,48 +29,15 @@ class pair_at_rest {
     return highest;
   }
 
-  plant_pair pair;
+  plant_pair pair{bars::known_pair("orvalite")};
 };
 
-class saturated_peer : public testing::TestWithParam<const char*> {};
-
-INSTANTIATE_TEST_SUITE_P(each, saturated_peer, testing::Values("orvalite", "orvamax", "orvapro"),
-                         [](const auto& model) { return std::string(model.param); });
-
-// The step that was due when it failed may still come: it answers a reading of after the last one.
-TEST_P(saturated_peer, that_fails_leaves_the_attenuator_where_it_is) {
-  constexpr double largest_step = 1.0;
-  // The preamp has 3 dB to spare; orvapro puts up with 4 dB of saturation.
-  constexpr double spare_db = 3.0;
-  const double missing_db = GetParam() == std::string("orvapro") ? 6.0 : 2.8;
-  pair_at_rest node(GetParam());
-  auto& plant = node.pair.plant();
-  auto phase = 300ms;
-  for (const auto& [what, name] : test::peer_failures) {
-    SCOPED_TRACE(name);
-    phase += 170ms;
-    const auto writes = node.writes();
-    plant.drop_power_limit(1, sim::direction::tx, spare_db + missing_db, 0s);
-    // It does give way to a healthy peer.
-    ASSERT_TRUE(node.pair.run_until([&] { return node.writes() > writes; }, 15s));
-    node.pair.run_for(phase);
-    const double before = node.voa();
-    begin(what, node.pair);
-    const double highest = node.highest_within(1min);
-    EXPECT_LE(highest, before + (test::still_tells(what) ? missing_db : largest_step) + 0.05);
-    end(what, node.pair);
-    plant.drop_power_limit(1, sim::direction::tx, 0.0, 0s);
-    node.pair.run_for(4min);
-    EXPECT_TRUE(node.pair.all_on_target(0));
-  }
-}
-
 TEST(saturated_peer_in_each_phase, leaves_the_attenuator_where_it_is) {
-  pair_at_rest node("orvalite");
+  pair_at_rest node;
   auto& plant = node.pair.plant();
   for (auto phase = 0ms; phase < 1500ms; phase += 190ms) {
     const auto what =
-        phase / 190ms % 2 == 0 ? test::peer_failure::hung : test::peer_failure::killed;
+        phase / 190ms % 2 == 0 ? bars::peer_failure::hung : bars::peer_failure::killed;
     SCOPED_TRACE(fmt::format("after {} ms", phase.count()));
     const auto writes = node.writes();
     plant.drop_power_limit(1, sim::direction::tx, 5.8, 0s);
@@ -107,7 +68,7 @@ class reopened_line : public testing::Test {
     ASSERT_TRUE(pair.run_until([&] { return pair.plant().osc_ready(0); }, 20s));
   }
 
-  pair_at_rest node_{"orvalite"};
+  pair_at_rest node_;
 };
 
 TEST_F(reopened_line, stands_at_the_preset_until_its_peer_has_been_read) {
@@ -140,7 +101,7 @@ TEST_F(reopened_line, does_not_open_by_what_was_told_before_the_cut) {
 }
 
 TEST(coldstart, of_a_node_without_a_peer_opens_at_the_preset_and_once_with_it) {
-  auto topology = test::known_pair("orvalite");
+  auto topology = bars::known_pair("orvalite");
   topology.nodes[0].coldstart = true;
   plant_pair pair(topology);
   const auto voa = [&] { return pair.plant().voa_attenuation_db(0); };

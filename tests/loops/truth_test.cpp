@@ -225,4 +225,12 @@ TEST_P(true_numbers_of_a_line, between_two_nodes) {
 INSTANTIATE_TEST_SUITE_P(models, true_numbers_of_a_line, testing::Values("orvalite", "orvapro"),
                          [](const auto& of) { return of.param; });
 
+TEST(osnr_of_a_full_band, is_none) {
+  test::plant_node node("orvalite");
+  node.start();
+  node.run_for(20s);
+  for (const auto channel : node.channels())
+    EXPECT_EQ(node.number(fmt::format("data/client/{}/tx/osnr", channel)), 0.0f) << channel;
+}
+
 }  // namespace

@@ -57,10 +57,6 @@ void daemon_node::start_devices(const std::string& topology,
   const auto path = std::string(LUMORA_TOPOLOGY_DIR) + "/" + topology + ".json";
   process::settings what{{program("lumora_sim"), path, "--board"}, {{"NX_ROOT", root_.path()}}, {}};
   what.command.insert(what.command.end(), arguments.begin(), arguments.end());
-  if (follow_store_) {
-    what.environment["KVS_URL"] = store_.url();
-    what.environment["REDIS_CONF_HASH_TAG"] = conf_tag;
-  }
   devices_ = std::make_unique<process>(what);
   if (!devices_->wait_for("ready: ")) {
     throw std::runtime_error("lumora_sim does not start: " + devices_->output());

@@ -38,9 +38,6 @@ class daemon_node {
 
   /// The simulated devices of a model, from the project's own topology of that name.
   void start_devices(const std::string& topology, const std::vector<std::string>& arguments = {});
-  /// Devices started from now on follow the store: a selka's switch gets its attenuations from
-  /// there.
-  void let_devices_follow_store() { follow_store_ = true; }
   process& devices() { return *devices_; }
   void stop_devices() { devices_.reset(); }
 
@@ -75,7 +72,6 @@ class daemon_node {
   temp_folder root_;
   std::string interface_ = "none0";
   unsigned port_ = 5100;
-  bool follow_store_ = false;
   private_redis store_{root_.path()};
   std::map<std::string, std::string> daemon_environment_;
   std::unique_ptr<process> devices_;

@@ -1,4 +1,5 @@
-// An environment variable for the duration of a test.
+// An environment variable for the duration of a test, set and unset while the test has no other
+// thread that asks for one.
 #pragma once
 
 #include <cstdlib>
@@ -22,9 +23,9 @@ class environment_variable {
  private:
   void apply(const std::optional<std::string>& value) const {
     if (value) {
-      ::setenv(name.c_str(), value->c_str(), 1);
+      ::setenv(name.c_str(), value->c_str(), 1);  // NOLINT(concurrency-mt-unsafe): see above
     } else {
-      ::unsetenv(name.c_str());
+      ::unsetenv(name.c_str());  // NOLINT(concurrency-mt-unsafe): see above
     }
   }
 

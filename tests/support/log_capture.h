@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <string>
@@ -50,6 +51,16 @@ class log_capture {
     changed.wait(lock, [&] { return kept.size() >= lines; });
     lock.unlock();
     return texts();
+  }
+
+  /// False if no such record comes.
+  bool comes(const std::string& part) const {
+    constexpr std::chrono::seconds patience{30};
+    std::unique_lock lock(mutex);
+    return changed.wait_for(lock, patience, [&] {
+      return std::any_of(kept.begin(), kept.end(),
+                         [&](const auto& rec) { return rec.text.find(part) != std::string::npos; });
+    });
   }
 
  private:

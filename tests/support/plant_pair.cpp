@@ -97,10 +97,6 @@ void plant_pair::set_peer_link(unsigned node, nx::link_state state) {
   network_.set_state(peer_address(node), state);
 }
 
-void plant_pair::set_peer_latency(unsigned node, std::chrono::milliseconds latency) {
-  network_.set_latency(peer_address(node), latency);
-}
-
 void plant_pair::poll(std::chrono::milliseconds passed) {
   for (const auto& node : nodes_) {
     if (node->poller) node->poller->advance(passed);

@@ -43,8 +43,6 @@ class plant_pair : public plant_stage {
   void start_manager(unsigned node);
   /// What the other node sees of this one's tree.
   void set_peer_link(unsigned node, nx::link_state state);
-  /// How late this node's tree answers the other node.
-  void set_peer_latency(unsigned node, std::chrono::milliseconds latency);
 
   double true_error(unsigned node, unsigned channel) { return error_at(node, channel); }
   bool all_on_target(unsigned node, double within_db = 0.5) { return all_within(node, within_db); }

@@ -14,8 +14,6 @@
 
 #include "tools/common/spawn.h"
 
-extern char** environ;
-
 namespace test {
 
 namespace {

@@ -10,7 +10,6 @@
 
 #include "platform/nexel_client/line_client.h"
 #include "platform/wire/nx_client_exception.h"
-#include "tests/support/free_port.h"
 #include "tests/system/regulating_node.h"
 
 namespace {
@@ -19,11 +18,7 @@ using namespace std::chrono_literals;
 using testing::HasSubstr;
 
 // A sanitizer keeps what was freed, so that the figure says nothing there.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr double flat_mib = 1e6;
-#else
-constexpr double flat_mib = 8.0;
-#endif
+constexpr double flat_mib = test::sanitized ? 1e6 : 8.0;
 
 std::string repeated(const std::string& text, std::size_t times) {
   std::string all;
@@ -148,8 +143,8 @@ TEST(hostile, input_harms_neither_memory_nor_clients_nor_light) {
   };
   const double before = node.resident_mib();
   const auto channels = node.plant().channels();
-  for (int i = 0; i < 4; ++i) {
-    const auto& channel = channels[static_cast<std::size_t>(4 + i)];
+  for (std::size_t i = 4; i < 8; ++i) {
+    const auto& channel = channels[i];
     node.plant().disturb(channel, 2.0);
     round();
     EXPECT_TRUE(test::eventually([&] { return std::fabs(node.plant().error(channel)) < 0.5; }))
@@ -178,37 +173,6 @@ TEST(hostile, subscriber_that_never_reads_is_closed_and_holds_nobody_up) {
   EXPECT_TRUE(node.daemon().wait_for("it has taken no output for 30 s", 5))
       << node.daemon().last_lines();
   EXPECT_TRUE(node.serves());
-}
-
-TEST(hostile, peer_side_reads_and_subscribes_only) {
-  const auto port = test::free_port();
-  if (port == 0) GTEST_SKIP() << "no IPv6 on the loopback";
-  test::regulating_node node;
-  node.start_surroundings();
-  node.listen_on("lo", port);
-  node.start_daemon();
-  ASSERT_TRUE(node.await_configuration());
-  const auto peer = nx::line_client::connect_tcp("::1", port);
-  EXPECT_TRUE(peer->call("get", R"({"path":"data/configStatus"})").IsObject());
-  peer->call("subscribe", R"({"path":"data/client/*/rx/power"})");
-  EXPECT_TRUE(peer->next_event(10s));
-  const std::pair<const char*, const char*> table[] = {
-      {"set", R"({"path":"config/automationMode","value":"dark"})"},
-      {"run", R"({"path":"command/channel/remove","args":{"center":19140000}})"},
-      {"reset", R"({"path":"config/automationMode"})"},
-  };
-  const auto mode = node.read("config/automationMode");
-  for (const auto& [method, params] : table) {
-    SCOPED_TRACE(method);
-    try {
-      peer->call(method, params);
-      ADD_FAILURE() << "not refused";
-    } catch (const nx_client_exception& error) {
-      EXPECT_EQ(error.code, -13) << error.message;
-      EXPECT_EQ(error.message, "Read-only session");
-    }
-  }
-  EXPECT_EQ(node.read("config/automationMode"), mode);
 }
 
 }  // namespace

@@ -3,9 +3,6 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
@@ -13,6 +10,7 @@
 
 #include "platform/nexel_client/line_client.h"
 #include "platform/wire/nx_client_exception.h"
+#include "tests/support/fake_store.h"
 #include "tests/support/process_figures.h"
 #include "tests/system/regulating_node.h"
 #include "tests/system/storm.h"
@@ -76,42 +74,75 @@ TEST(limits, without_memory_the_daemon_says_so_and_ends) {
   EXPECT_NE(node.daemon().output().find("out of memory, ending"), std::string::npos);
 }
 
-/// A control group of the system's that allows a process no more tasks than it has.
-class no_more_tasks {
+/// A control group of the system's that a process is put into, with one limit: in `file` of the
+/// controller's own tree, or in `unified_file` of the tree that all controllers share.
+class control_group {
  public:
-  explicit no_more_tasks(pid_t pid) {
-    for (const char* root : {"/sys/fs/cgroup/pids", "/sys/fs/cgroup"}) {
-      folder_ = fmt::format("{}/lumora_limits_{}", root, pid);
-      std::error_code failed;
-      if (!std::filesystem::create_directory(folder_, failed) || failed) continue;
-      const auto tasks = static_cast<unsigned>(status_of(pid, "Threads:"));
-      std::ofstream(folder_ + "/pids.max") << tasks << std::flush;
-      std::ofstream procs(folder_ + "/cgroup.procs");
-      procs << pid << std::flush;
-      holds_ = procs.good() && std::filesystem::exists(folder_ + "/pids.max");
-      if (holds_) return;
-      std::filesystem::remove(folder_, failed);
-    }
+  control_group(pid_t pid, const std::string& controller, const char* file,
+                const char* unified_file, std::size_t limit) {
+    const std::string root = "/sys/fs/cgroup";
+    holds_ = confine(pid, root + "/" + controller, file, limit) ||
+             confine(pid, root, unified_file, limit);
   }
   /// The process has ended by then.
-  ~no_more_tasks() {
+  ~control_group() {
     std::error_code ignored;
     if (holds_) std::filesystem::remove(folder_, ignored);
   }
-  no_more_tasks(const no_more_tasks&) = delete;
-  no_more_tasks& operator=(const no_more_tasks&) = delete;
+  control_group(const control_group&) = delete;
+  control_group& operator=(const control_group&) = delete;
   bool holds() const { return holds_; }
 
  private:
+  bool confine(pid_t pid, const std::string& root, const char* file, std::size_t limit) {
+    folder_ = fmt::format("{}/lumora_limits_{}", root, pid);
+    std::error_code failed;
+    if (!std::filesystem::create_directory(folder_, failed) || failed) return false;
+    const bool is_limited = std::filesystem::exists(fmt::format("{}/{}", folder_, file)) &&
+                            write(file, limit) && write("cgroup.procs", pid);
+    if (!is_limited) std::filesystem::remove(folder_, failed);
+    return is_limited;
+  }
+  template <class Number>
+  bool write(const char* file, Number number) const {
+    std::ofstream stream(fmt::format("{}/{}", folder_, file));
+    stream << number << std::flush;
+    return stream.good();
+  }
+
   std::string folder_;
   bool holds_ = false;
 };
 
-TEST(limits, without_further_tasks_the_daemon_goes_on_with_those_it_has) {
-  std::unique_ptr<no_more_tasks> confined;
+// As the service manager limits it: the daemon's pages from now on, then it is killed and started
+// anew.
+TEST(limits, beyond_its_memory_the_daemon_is_killed_and_its_successor_regulates) {
+  if (sanitized) GTEST_SKIP() << "a sanitizer takes memory as it likes";
+  std::unique_ptr<control_group> confined;
   test::regulating_node node;
   node.bring_up();
-  confined = std::make_unique<no_more_tasks>(node.daemon().pid());
+  constexpr std::size_t few_bytes = 8 * 1024 * 1024;
+  confined = std::make_unique<control_group>(node.daemon().pid(), "memory", "memory.limit_in_bytes",
+                                             "memory.max", few_bytes);
+  if (!confined->holds()) GTEST_SKIP() << "no control groups of one's own here";
+  constexpr int killed = 128 + SIGKILL;
+  {
+    const auto mute = ask_and_never_read(node, 20);
+    EXPECT_EQ(node.daemon().wait_for_exit(), killed) << node.daemon().last_lines();
+  }
+  node.start_and_await();
+  node.release();
+  EXPECT_EQ(node.correct_a_disturbance(node.plant().channels()[9]), "");
+  EXPECT_EQ(test::fault_of_end(node.daemon()), "");
+}
+
+TEST(limits, without_further_tasks_the_daemon_goes_on_with_those_it_has) {
+  std::unique_ptr<control_group> confined;
+  test::regulating_node node;
+  node.bring_up();
+  const auto pid = node.daemon().pid();
+  const auto tasks = static_cast<std::size_t>(status_of(pid, "Threads:"));
+  confined = std::make_unique<control_group>(pid, "pids", "pids.max", "pids.max", tasks);
   if (!confined->holds()) GTEST_SKIP() << "no control groups of one's own here";
   {
     const test::storm raging(20, [&] { test::get_everything(node.daemon_socket()); });
@@ -133,51 +164,16 @@ TEST(limits, the_end_of_its_terminal_and_stray_signals_are_none_of_the_daemon) {
   EXPECT_EQ(test::fault_of_end(node.daemon()), "");
 }
 
-/// A store that answers each connection with a byte every 50 ms, endlessly.
-class dripping_store {
- public:
-  explicit dripping_store(const std::string& path)
-      : listener_(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0)) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    const bool bound =
-        ::bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-        ::listen(listener_, 16) == 0;
-    if (!bound) throw std::runtime_error("no store at " + path);
-    thread_ = std::jthread([this](const std::stop_token& stop) { drip(stop); });
-  }
-  ~dripping_store() {
-    thread_.request_stop();
-    thread_.join();
-    ::close(listener_);
-  }
-
- private:
-  void drip(const std::stop_token& stop) const {
-    std::vector<int> connections;
-    while (!stop.stop_requested()) {
-      const int next = ::accept4(listener_, nullptr, nullptr, SOCK_NONBLOCK);
-      if (next >= 0) connections.push_back(next);
-      for (const int one : connections)
-        ::send(one, "+", 1, MSG_NOSIGNAL | MSG_DONTWAIT);
-      std::this_thread::sleep_for(50ms);
-    }
-    for (const int one : connections)
-      ::close(one);
-  }
-
-  int listener_;
-  std::jthread thread_;
-};
-
 TEST(limits, a_store_without_end_holds_up_no_stop) {
   test::regulating_node node;
   const auto path = node.root().file("drip.sock");
   auto settings = node.daemon_settings();
   settings.environment["KVS_URL"] = "unix://" + path;
   std::filesystem::create_directories(node.root().path());
-  const dripping_store store(path);
+  const test::fake_store dripping(path, [](int connection) {
+    while (test::fake_store::give(connection, "+"))
+      std::this_thread::sleep_for(50ms);
+  });
   test::process daemon(settings);
   EXPECT_TRUE(daemon.wait_for("no answer within 1.0 s")) << daemon.last_lines();
   EXPECT_EQ(test::fault_of_end(daemon), "");

@@ -68,19 +68,6 @@ TEST_F(node_test, stops_within_two_seconds_in_each_phase) {
   }
 }
 
-TEST_F(node_test, goes_on_without_its_devices_and_takes_them_up_again) {
-  build("orvalite");
-  release();
-  ASSERT_TRUE(node.daemon().wait_for(operational)) << node.daemon().last_lines();
-  node.stop_devices();
-  EXPECT_TRUE(node.daemon().wait_for("Manager not fully operational, line error, rx error, tx "));
-  EXPECT_TRUE(node.serves());
-  node.start_devices("orvalite");
-  EXPECT_TRUE(waits_for_one_more(operational)) << node.daemon().last_lines();
-  node.stop_devices();
-  EXPECT_EQ(test::fault_of_end(node.daemon()), "");
-}
-
 TEST_F(node_test, keeps_its_channels_across_a_crash_and_a_lost_store) {
   build("selkamin");
   const auto command = [&](const std::string& center) {

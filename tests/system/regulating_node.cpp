@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <cmath>
-#include <fstream>
 #include <stdexcept>
 #include <utility>
 
@@ -65,14 +64,6 @@ std::string regulating_node::correct_a_disturbance(const std::string& channel) {
   if (corrected) return {};
   return fmt::format("{} stays off by {:.2f} dB:\n{}", channel, plant_.error(channel),
                      daemon().last_lines());
-}
-
-double regulating_node::resident_mib() {
-  std::ifstream status(fmt::format("/proc/{}/status", daemon().pid()));
-  for (std::string line; std::getline(status, line);) {
-    if (line.starts_with("VmRSS:")) return std::stod(line.substr(6)) / 1024.0;
-  }
-  throw std::runtime_error("no memory of the daemon is told");
 }
 
 finished regulating_node::lumoractl(const std::vector<std::string>& words) const {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "tests/support/daemon_node.h"
+#include "tests/support/process_figures.h"
 #include "tests/system/plant_controls.h"
 
 namespace test {
@@ -30,8 +31,7 @@ class regulating_node : public daemon_node {
   /// Disturbs a channel by 2 dB and waits until it is corrected; tells what went wrong, or nothing.
   std::string correct_a_disturbance(const std::string& channel);
 
-  /// Resident memory of the daemon.
-  double resident_mib();
+  double resident_mib() { return figures_of(daemon().pid()).resident_mib; }
 
   /// `lumoractl` below this node's folder.
   finished lumoractl(const std::vector<std::string>& words) const;

@@ -2,18 +2,20 @@
 // come and go, and something killed, hung, restarted or unplugged again and again. Prints what
 // happened; exit code 1 if a node does not recover by itself. Run by tests/soak MINUTES.
 #include <fmt/format.h>
+#include <rapidjson/document.h>
 #include <signal.h>
 
 #include <array>
+#include <atomic>
 #include <cstdlib>
 #include <random>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "platform/nexel_client/line_client.h"
 #include "platform/wire/nx_client_exception.h"
 #include "tests/support/process_figures.h"
-#include "tests/system/crowd.h"
 #include "tests/system/daemon_pair.h"
 #include "tests/system/storm.h"
 
@@ -23,6 +25,34 @@ using namespace std::chrono_literals;
 using clock_type = std::chrono::steady_clock;
 
 constexpr unsigned clients = 200;
+
+/// Clients that connect, read, subscribe, and leave half-way.
+class crowd {
+ public:
+  crowd(const std::string& socket, unsigned clients)
+      : storm_(clients, [this, socket] { mingle(socket); }) {}
+
+  unsigned answers() const { return answers_; }
+  unsigned connections() const { return connections_; }
+
+ private:
+  void mingle(const std::string& socket) {
+    thread_local std::minstd_rand random{std::random_device()()};
+    std::this_thread::sleep_for(200ms);  // also between tries while the daemon is away
+    const auto session = nx::line_client::connect_unix(socket);
+    ++connections_;
+    while (const unsigned choice = random() % 8) {
+      std::this_thread::sleep_for(200ms);
+      if (choice == 1) return session->send_raw(R"({"jsonrpc":"2.0","id":1,"method":"get",)");
+      session->call(choice == 2 ? "subscribe" : "get", R"({"path":"data/client/*/rx/power"})");
+      ++answers_;
+    }
+  }
+
+  std::atomic<unsigned> answers_{0};
+  std::atomic<unsigned> connections_{0};
+  test::storm storm_;  // ends first
+};
 
 class soak {
  public:
@@ -34,8 +64,7 @@ class soak {
     if (pair_.size() == 1)
       fmt::print("no network namespaces here: one daemon faces a simulated peer\n");
     for (unsigned node = 0; node < pair_.size(); ++node) {
-      crowds_[node] =
-          std::make_unique<test::crowd>(pair_.daemon_socket(node), clients / pair_.size());
+      crowds_[node] = std::make_unique<crowd>(pair_.daemon_socket(node), clients / pair_.size());
     }
     tell("at rest", 0s);
     while (clock_type::now() < end_) {
@@ -198,7 +227,7 @@ class soak {
 
   clock_type::time_point end_;
   test::daemon_pair pair_;
-  std::array<std::unique_ptr<test::crowd>, 2> crowds_;
+  std::array<std::unique_ptr<crowd>, 2> crowds_;
   std::array<std::size_t, 2> log_begin_{};
   bool peer_was_lost_ = false;
   std::mt19937 random_{1};

@@ -4,12 +4,12 @@
 #include <rapidjson/document.h>
 
 #include <algorithm>
-#include <fstream>
 #include <memory>
 #include <sstream>
 
 #include "platform/nexel_client/line_client.h"
 #include "platform/wire/nx_client_exception.h"
+#include "tests/support/process_figures.h"
 
 namespace test {
 
@@ -28,14 +28,6 @@ std::unique_ptr<nx::line_client> connect(const std::string& socket) {
   const auto space = socket.find(' ');
   return nx::line_client::connect_tcp(socket.substr(0, space),
                                       static_cast<unsigned>(std::stoul(socket.substr(space))));
-}
-
-double status_of(pid_t pid, const std::string& what) {
-  std::ifstream status(fmt::format("/proc/{}/status", pid));
-  for (std::string line; std::getline(status, line);) {
-    if (line.starts_with(what)) return std::stod(line.substr(what.size()));
-  }
-  return 0;
 }
 
 /// Of a line of the log, "2026-01-31T12:00:00.123Z ...", within its day.
@@ -95,7 +87,6 @@ storm::storm(unsigned threads, std::function<void()> attack) {
       while (!stop_) {
         try {
           attack();
-          ++rounds_;
         } catch (const nx_client_exception&) {
           // Refused or closed: the next round begins anew.
         }
@@ -138,9 +129,9 @@ figures watch(process& daemon, const std::string& socket, std::chrono::milliseco
     client->call("get", R"({"path":"data/configStatus"})", patience);
     const std::chrono::duration<double, std::milli> took = steady::now() - asked;
     found.slowest_get_ms = std::max(found.slowest_get_ms, took.count());
-    found.resident_mib = std::max(found.resident_mib, status_of(daemon.pid(), "VmRSS:") / 1024.0);
-    found.threads =
-        std::max(found.threads, static_cast<unsigned>(status_of(daemon.pid(), "Threads:")));
+    const auto held = figures_of(daemon.pid());
+    found.resident_mib = std::max(found.resident_mib, held.resident_mib);
+    found.threads = std::max(found.threads, held.threads);
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
   found.lateness_ms = probe.longest_ms();

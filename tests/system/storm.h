@@ -24,11 +24,8 @@ class storm {
   storm(const storm&) = delete;
   storm& operator=(const storm&) = delete;
 
-  unsigned rounds() const { return rounds_; }
-
  private:
   std::atomic<bool> stop_{false};
-  std::atomic<unsigned> rounds_{0};
   std::vector<std::jthread> threads_;
 };
 

@@ -17,13 +17,8 @@ namespace {
 using namespace std::chrono_literals;
 
 // A sanitizer keeps what was freed, and takes many times the processor.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr double flat_mib = 1e6;
-constexpr double slowness = 10;
-#else
-constexpr double flat_mib = 12.0;
-constexpr double slowness = 1;
-#endif
+constexpr double flat_mib = test::sanitized ? 1e6 : 12.0;
+constexpr double slowness = test::sanitized ? 10 : 1;
 
 // What a storm may cost, on a quiet machine and on one core too. A busy machine wakes everybody
 // late: the loops, the devices, the sessions and the one who looks. So each of a few hand-overs may

@@ -12,6 +12,7 @@ namespace {
 
 std::vector<char*> pointers_to(std::vector<std::string>& texts) {
   std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
   for (auto& text : texts)
     pointers.push_back(text.data());
   pointers.push_back(nullptr);
@@ -28,7 +29,7 @@ std::vector<char*> pointers_to(std::vector<std::string>& texts) {
   }
   sigset_t none;
   sigemptyset(&none);
-  ::sigprocmask(SIG_SETMASK, &none, nullptr);
+  ::pthread_sigmask(SIG_SETMASK, &none, nullptr);
   ::signal(SIGPIPE, SIG_DFL);
   ::dup2(what.output, STDOUT_FILENO);
   ::dup2(what.output, STDERR_FILENO);

@@ -120,11 +120,12 @@ void load_one(context& with, const std::string& path, const std::string& value,
 }
 
 void find_kept(context& with, const parameter_file& file, outcome& into) {
-  for (const auto& [path, value] : present_parameters(with).parameters) {
+  for (const auto& present : present_parameters(with).parameters) {
     const auto& in_file = file.parameters;
-    const bool known = std::any_of(in_file.begin(), in_file.end(),
-                                   [&path](const auto& each) { return each.first == path; });
-    if (!known) into.kept.push_back(path);
+    const bool known = std::any_of(in_file.begin(), in_file.end(), [&present](const auto& each) {
+      return each.first == present.first;
+    });
+    if (!known) into.kept.push_back(present.first);
   }
 }
 

@@ -117,7 +117,7 @@ int perform(const options& given, const action& chosen) {
   const char* variable = std::getenv("NX_ROOT");
   const auto target = choose_endpoint(given.connection, variable == nullptr ? "" : variable);
   // The path now contains the folder, which must not be prefixed again.
-  unsetenv("NX_ROOT");
+  unsetenv("NX_ROOT");  // NOLINT(concurrency-mt-unsafe): no other thread yet
   const auto tree = connect(target);
   const std::chrono::duration<double> timeout(given.timeout_seconds);
   context with{*tree, given.json, given.bare,

@@ -1,11 +1,10 @@
-#include "tools/insight/line_findings.h"
-
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
 
-#include "tools/insight/open_event.h"
+#include "tools/insight/finding_rules.h"
+#include "tools/insight/standing.h"
 
 namespace tools::insight {
 
@@ -57,11 +56,43 @@ void add_unseen_cut(const node_insight& node, std::vector<finding>& found) {
                    "The line loop closes it when its device is back.", "Mend the fibre.", ""});
 }
 
-}  // namespace
-
-bool is_found(const std::vector<finding>& found, cause of) {
-  return std::any_of(found.begin(), found.end(), [of](const auto& each) { return each.of == of; });
+std::string frequencies_of(const node_insight& node, const std::vector<unsigned>& ids) {
+  std::vector<std::string> names;
+  for (const auto& place : places_of(node)) {
+    const bool meant = std::find(ids.begin(), ids.end(), place.id) != ids.end();
+    if (meant) names.push_back(thz_text(place.frequency));
+  }
+  return some_of(names, ids.size());
 }
+
+finding ladder_finding(const node_insight& node, const ladder& side, const rung& wrong) {
+  if (side.fault == "monitor") {
+    return {cause::calibration,
+            side.side + " " + wrong.point,
+            fmt::format("Calibration and monitor do not match ({}): {}", side.side, side.why),
+            "",
+            "Compare the calibration file with the board, and the monitor with a meter.",
+            ""};
+  }
+  if (!wrong.wrong_channels.empty()) {
+    const auto names = frequencies_of(node, wrong.wrong_channels);
+    return {cause::light_path,
+            names + " " + side.side,
+            fmt::format("The light of {} is off: {}", names, side.why),
+            "",
+            "Check the client, its patch cord and its port.",
+            ""};
+  }
+  return {cause::light_path,
+          side.side + " " + wrong.point,
+          fmt::format("The light that {} is off: {}", side.side == "rx" ? "goes out" : "comes in",
+                      side.why),
+          "",
+          "Inspect and clean what lies there; the ladder shows each point.",
+          ""};
+}
+
+}  // namespace
 
 void add_line(const node_insight& node, std::vector<finding>& found) {
   add_unseen_cut(node, found);
@@ -89,6 +120,15 @@ void add_line(const node_insight& node, std::vector<finding>& found) {
         fmt::format("The peer {} is lost: {}", detail(*lost, "product"), node.of_line.why);
   }
   found.push_back(std::move(line));
+}
+
+void add_ladders(const node_insight& node, std::vector<finding>& found) {
+  for (const auto& side : node.ladders) {
+    const auto wrong = std::find_if(side.rungs.begin(), side.rungs.end(),
+                                    [](const rung& each) { return each.is_wrong; });
+    if (wrong == side.rungs.end()) continue;
+    found.push_back(ladder_finding(node, side, *wrong));
+  }
 }
 
 }  // namespace tools::insight

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <deque>
 #include <fstream>
+#include <system_error>
 
 #include "tools/common/spawn.h"
 #include "tools/lab/lab_failure.h"
@@ -29,7 +30,8 @@ std::vector<std::string> merged_environment(const std::vector<std::string>& more
 
 std::string end_text(int status) {
   if (WIFSIGNALED(status)) {
-    return fmt::format("signal {} ({})", WTERMSIG(status), strsignal(WTERMSIG(status)));
+    const char* name = sigdescr_np(WTERMSIG(status));
+    return fmt::format("signal {} ({})", WTERMSIG(status), name != nullptr ? name : "no name");
   }
   const int code = WEXITSTATUS(status);
   return fmt::format("exit status {}{}", code, code == cannot_run ? " (cannot be run)" : "");
@@ -48,14 +50,17 @@ bool is_complaint(const std::string& line) {
 child_process::child_process(program what) : what_(std::move(what)) {
   const int log = open(what_.log_file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
   if (log < 0) {
-    throw lab_failure(fmt::format("cannot write {}: {}", what_.log_file, std::strerror(errno)));
+    throw lab_failure(
+        fmt::format("cannot write {}: {}", what_.log_file, std::generic_category().message(errno)));
   }
   pid_ = spawn({.command = what_.command,
                 .environment = merged_environment(what_.environment),
                 .output = log,
                 .away_from_terminal = true});
   close(log);
-  if (pid_ < 0) throw lab_failure(fmt::format("cannot start {}: {}", name(), std::strerror(errno)));
+  if (pid_ < 0)
+    throw lab_failure(
+        fmt::format("cannot start {}: {}", name(), std::generic_category().message(errno)));
 }
 
 child_process::~child_process() {

@@ -3,8 +3,8 @@
 #include <fmt/format.h>
 #include <sys/un.h>
 
+#include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <system_error>
 
 #include "tools/lab/lab_failure.h"
@@ -24,7 +24,8 @@ lab_folder::lab_folder(bool keep) : keep_(keep) {
   if (base.size() + longest_inside > sizeof(sockaddr_un::sun_path)) base = "/tmp";
   auto name = base + "/lumora-lab-XXXXXX";
   if (mkdtemp(name.data()) == nullptr) {
-    throw lab_failure(fmt::format("cannot make a folder in {}: {}", base, std::strerror(errno)));
+    throw lab_failure(fmt::format("cannot make a folder in {}: {}", base,
+                                  std::generic_category().message(errno)));
   }
   path_ = name;
   std::filesystem::create_directory(logs());

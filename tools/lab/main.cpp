@@ -63,7 +63,7 @@ std::filesystem::path topology_of(const options& given, const lab_folder& folder
   if (!given.peer.is_daemon()) {
     return simulator_file(fmt::format("topologies/{}.json", given.product));
   }
-  const auto path = folder.path() / "topology.json";
+  auto path = folder.path() / "topology.json";
   std::ofstream(path) << pair_topology(given) << '\n';
   return path;
 }
@@ -194,6 +194,6 @@ int main(int argc, char** argv) {
   options given;
   if (const auto code = read_options(argc, argv, given)) return *code;
   // Every socket path here already contains the lab's own folder.
-  unsetenv("NX_ROOT");
+  unsetenv("NX_ROOT");  // NOLINT(concurrency-mt-unsafe): no other thread yet
   return run_guarded(given);
 }

@@ -5,9 +5,9 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <system_error>
 
 #include "tools/lab/lab_failure.h"
 
@@ -41,8 +41,8 @@ bool enter_user_namespace() {
 
 void enter_own_namespace() {
   if (unshare(CLONE_NEWNET) == 0 || enter_user_namespace()) return;
-  throw link_refused(
-      fmt::format("This system does not allow network namespaces ({})", std::strerror(errno)));
+  throw link_refused(fmt::format("This system does not allow network namespaces ({})",
+                                 std::generic_category().message(errno)));
 }
 
 }  // namespace

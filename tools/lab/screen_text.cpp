@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "tools/lab/channel_table.h"
 #include "tools/lab/pages.h"
@@ -28,8 +29,9 @@ std::string clock_text(std::chrono::seconds running) {
 std::string fitting(const text_lines& words, unsigned columns) {
   std::string line;
   for (const auto& word : words) {
-    const auto longer = line.empty() ? word : line + "  " + word;
-    if (width_of(longer) <= columns) line = longer;
+    auto longer = line;
+    longer.append(line.empty() ? "" : "  ").append(word);
+    if (width_of(longer) <= columns) line = std::move(longer);
   }
   return line;
 }

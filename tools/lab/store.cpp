@@ -45,8 +45,8 @@ store::store(supervisor& programs, const lab_folder& folder, unsigned nodes) {
                    "--appendonly", "no", "--dir", folder.path().string()},
                   {},
                   (folder.logs() / "store.log").string()});
-  // The lab has no other thread, and its client of the store asks the environment.
-  setenv("KVS_URL", url_.c_str(), 1);  // NOLINT(concurrency-mt-unsafe)
+  // The client of the store asks the environment.
+  setenv("KVS_URL", url_.c_str(), 1);  // NOLINT(concurrency-mt-unsafe): no other thread
   programs.wait_until("the key store", start_limit, answers);
   try {
     for (unsigned node = 0; node < nodes; ++node)

@@ -128,9 +128,10 @@ bool session::look_whether_gone() {
 bool session::may_leave(std::size_t bytes) {
   if (handler_.rights() == access::read_only) return false;
   bytes += splitter_.waiting();
+  const bool was_let_in = bytes <= left_bytes_;  // and is not dropped for what others leave since
   host_->left_bytes += bytes - left_bytes_;
   left_bytes_ = bytes;
-  if (host_->left_bytes <= limits::left_bytes_of_server) return true;
+  if (was_let_in || host_->left_bytes <= limits::left_bytes_of_server) return true;
   note_log::write(note_log::warning, "nexel_api",
                   fmt::format("Dropped requests of clients that have gone, more than {} bytes wait",
                               limits::left_bytes_of_server));

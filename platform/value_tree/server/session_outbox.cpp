@@ -246,6 +246,7 @@ std::vector<std::string> session_outbox::remove_pattern(const std::string& patte
   }
   std::erase_if(paths, [&](const auto& path) { return !path_matches(pattern, *path); });
   std::vector<bool> covered;
+  covered.reserve(paths.size());
   for (const auto& path : paths)
     covered.push_back(patterns_.covers(*path));
   std::vector<std::string> ended;

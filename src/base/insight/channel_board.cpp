@@ -101,7 +101,7 @@ void channel_board::note_rest() {
 }
 
 void channel_board::tell_news() {
-  const auto now = helpers::waiting::instance().steady_now().time_since_epoch();
+  const auto now = helpers::steady_now().time_since_epoch();
   const auto minute = std::chrono::floor<std::chrono::minutes>(now);
   const bool is_new_minute = minute != minute_;
   minute_ = minute;

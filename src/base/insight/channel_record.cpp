@@ -31,9 +31,8 @@ json_value number(float value) {
 
 /// The wall clock time of a point in steady time.
 std::string time_text(time_point moment) {
-  auto& waiting = helpers::waiting::instance();
-  const auto ago = waiting.steady_now() - moment;
-  return nx::event_time(waiting.system_now() -
+  const auto ago = helpers::steady_now() - moment;
+  return nx::event_time(helpers::system_now() -
                         std::chrono::duration_cast<std::chrono::system_clock::duration>(ago));
 }
 
@@ -188,7 +187,7 @@ unsigned channel_record::get_steps() {
 
 unsigned channel_record::get_steps_last_hour() {
   const std::lock_guard lock(mutex_);
-  return view_.actuator.steps_last_hour(helpers::waiting::instance().steady_now());
+  return view_.actuator.steps_last_hour(helpers::steady_now());
 }
 
 nx::api::reading<nx::json_document> channel_record::get_arrival() {

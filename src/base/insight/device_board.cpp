@@ -96,10 +96,6 @@ unsigned device_of(unsigned row) {
   return i;
 }
 
-std::chrono::steady_clock::time_point now() {
-  return helpers::waiting::instance().steady_now();
-}
-
 }  // namespace
 
 void device_board::setup_api(nx_db& db, const std::vector<device::read_wish>& wishes) {
@@ -173,7 +169,7 @@ void device_board::take_row(unsigned row, const device::cycle_reads& reads, kept
       },
       *answer);
   device.alive = true;
-  device.last_answer = now();
+  device.last_answer = helpers::steady_now();
 }
 
 void device_board::refresh() {
@@ -235,7 +231,7 @@ float device_board::get_age(unsigned device) {
   const std::lock_guard lock(mutex_);
   const auto last = devices_.at(device).last_answer;
   if (!last) throw nx_error(nx_error::no_value, "It has not answered yet");
-  return std::chrono::duration<float>(now() - *last).count();
+  return std::chrono::duration<float>(helpers::steady_now() - *last).count();
 }
 
 bool device_board::get_alive(unsigned device) {

@@ -201,14 +201,14 @@ event* event_log::find(const written& row) {
 }
 
 void event_log::tell(event_kind kind, std::string on, std::vector<detail> details) {
-  event what{helpers::waiting::instance().system_now(), kind, std::move(on), std::move(details)};
+  event what{helpers::system_now(), kind, std::move(on), std::move(details)};
   const std::lock_guard lock(mutex_);
   add(std::move(what));
 }
 
 void event_log::tell_written(const std::string& path, const std::string& value) {
-  const auto now = helpers::waiting::instance().steady_now();
-  const auto time = helpers::waiting::instance().system_now();
+  const auto now = helpers::steady_now();
+  const auto time = helpers::system_now();
   const std::lock_guard lock(mutex_);
   const auto known = written_.find(path);
   auto* open = known != written_.end() && now - known->second.last <= pause_of_a_row
@@ -227,7 +227,7 @@ void event_log::tell_written(const std::string& path, const std::string& value) 
 }
 
 void event_log::settle() {
-  const auto now = helpers::waiting::instance().steady_now();
+  const auto now = helpers::steady_now();
   const std::lock_guard lock(mutex_);
   std::erase_if(written_, [&](const auto& entry) {
     const auto& row = entry.second;

@@ -21,7 +21,7 @@ constexpr auto rows = std::to_array<row>({
     {line_reason::not_run_yet, waiting_for_readings, "the line has not had its first cycle yet"},
     {line_reason::system_started, waiting_for_readings, "the whole system has started: the VOA is set before the amplifiers are switched on"},
     {line_reason::voa_away, device_failed, "the VOA reports that it is not up: nothing is done until it is. Check the service voa_sfp"},
-    {line_reason::failed, device_failed, "a device fails: {3}"},
+    {line_reason::failed, device_failed, "{3}"},
     {line_reason::no_light, no_fibre, "neither light nor supervisory channel comes in: the amplifiers are off{4}. Mend the fibre, the line then opens by itself"},
     {line_reason::no_way_out, no_fibre, "no signal comes in and the far end does not answer, but its supervisory light arrives: the amplifiers are off{4}. Mend the fibre that goes out, the line then opens by itself"},
     {line_reason::amplifiers_go_on, waiting_for_readings, "preamp and booster have just been switched on"},
@@ -67,7 +67,6 @@ struct brief_row {
 // clang-format off
 constexpr auto briefs = std::to_array<brief_row>({
     {line_reason::voa_away, "the VOA is not up; look at voa_sfp"},
-    {line_reason::failed, "{3}"},
     {line_reason::no_light, "amplifiers off{4}; mend the fibre"},
     {line_reason::no_way_out, "amplifiers off{4}; mend the fibre that goes out"},
     {line_reason::link_down, "the peer cannot be read{4}; look at the supervisory optics"},

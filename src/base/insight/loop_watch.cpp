@@ -8,7 +8,7 @@ namespace insight {
 void loop_watch::look(bool went_through, const std::string& failure) {
   if (went_through == !down_) return;
   auto& log = event_log::instance();
-  const auto now = helpers::waiting::instance().steady_now();
+  const auto now = helpers::steady_now();
   down_ = !went_through;
   if (down_) {
     since_ = now;

@@ -166,7 +166,7 @@ void base<RX_T, TX_T>::watch_loops(const loop_states& ok) {
   line_watch_.look(ok.line && line_->is_operational(), failures_.line);
   rx_watch_.look(ok.rx && client_rx_->operational, failures_.rx);
   tx_watch_.look(ok.tx && client_tx_->operational, failures_.tx);
-  stall_watch_.look(line_->get_verdict(), helpers::waiting::instance().steady_now());
+  stall_watch_.look(line_->get_verdict(), helpers::steady_now());
   line_->refresh_insight();
 }
 

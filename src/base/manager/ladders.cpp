@@ -125,12 +125,12 @@ void ladders::setup_api(nx_db& db, const std::string& product) {
 }
 
 bool ladders::is_look_due() const {
-  return helpers::waiting::instance().steady_now() - last_look_ >= between_looks;
+  return helpers::steady_now() - last_look_ >= between_looks;
 }
 
 void ladders::look(const device_board& devices, const std::shared_ptr<remote::api>& peer,
                    channels out, channels in) {
-  last_look_ = helpers::waiting::instance().steady_now();
+  last_look_ = helpers::steady_now();
   const far_end far(peer, last_look_);
   out_.look(view_out(devices, far, std::move(out)), last_look_);
   in_.look(view_in(devices, far, std::move(in), switch_inside_), last_look_);
@@ -138,7 +138,7 @@ void ladders::look(const device_board& devices, const std::shared_ptr<remote::ap
 }
 
 void ladders::note_idle() {
-  last_look_ = helpers::waiting::instance().steady_now();
+  last_look_ = helpers::steady_now();
   out_.look({}, last_look_);
   in_.look({}, last_look_);
   refresh();

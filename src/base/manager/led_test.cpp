@@ -17,7 +17,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto test_duration = 60s;
-constexpr auto not_ready_pause = 1s;
 constexpr const char* client_failure = "Failed to set client leds: ";
 constexpr const char* xc_failure = "Failed to set XC leds: ";
 constexpr const char* not_up_in_a_sweep = "led selka nx not up yet";
@@ -45,14 +44,14 @@ led_test::led_test(device::interfaces::led& device, const led_test_plan& plan,
 
 bool led_test::run() {
   wait_for_device();
-  const auto start = helpers::waiting::instance().steady_now();
+  const auto start = helpers::steady_now();
   LUMORA_LOG(2, "Led test started");
   while (!is_stopping_()) {
-    const auto elapsed = helpers::waiting::instance().steady_now() - start;
+    const auto elapsed = helpers::steady_now() - start;
     if (colour_ == leds::led_status_green && elapsed >= test_duration) return true;
     if (plan_.waits_for_device && !device_is_ready()) {
       LUMORA_LOG_DIRECT(7, "boot_thread_function", not_up_in_a_sweep);
-      pause_(not_ready_pause);
+      pause_(leds::not_ready_pause);
       continue;
     }
     sweep();
@@ -63,7 +62,7 @@ bool led_test::run() {
 
 void led_test::wait_for_device() {
   while (!is_stopping_() && !device_is_ready()) {
-    pause_(not_ready_pause);
+    pause_(leds::not_ready_pause);
     LUMORA_LOG_DIRECT(7, "boot_thread_function", plan_.not_up_yet);
   }
 }

@@ -15,7 +15,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto not_ready_pause = 1s;
 /// A panel that starts with the node is ready by then.
 constexpr auto usual_readiness = 10s;
 /// A panel that fails is retried at the same pace as one that is not ready.

@@ -60,6 +60,8 @@ class leds : public std::enable_shared_from_this<leds> {
   static constexpr const char* led_status_yellow = "yellow";
   static constexpr const char* led_status_orange = "orange";
   static constexpr const char* led_status_red = "red";
+  /// Before a panel that is away, or not ready, is asked again.
+  static constexpr std::chrono::seconds not_ready_pause{1};
 
   leds();
   virtual ~leds();

@@ -163,7 +163,7 @@ void leds::keep_side(panel& fresh, std::string led_data::*side,
 }
 
 bool leds::may_write(bool all_known) {
-  const auto now = helpers::waiting::instance().steady_now();
+  const auto now = helpers::steady_now();
   if (all_known) {
     unknown_since_.reset();
   } else if (!unknown_since_) {

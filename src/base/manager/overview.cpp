@@ -27,8 +27,7 @@ void overview::note_faults(const cycle_facts& facts) {
   std::vector<::insight::loop_fault> faults;
   for (const auto& [loop, reason] : facts.down) {
     const auto known = std::ranges::find(facts_.faults, loop, &::insight::loop_fault::loop);
-    const auto since =
-        known != facts_.faults.end() ? known->since : helpers::waiting::instance().system_now();
+    const auto since = known != facts_.faults.end() ? known->since : helpers::system_now();
     faults.push_back({loop, reason, since});
   }
   facts_.faults = std::move(faults);
@@ -45,7 +44,7 @@ void overview::note_cycle(cycle_facts facts) {
               facts.down.size() != facts_.faults.size();
     note_faults(facts);
     const bool is_other = state_of(line.reason) != state_of(facts_.line.reason);
-    if (is_other) facts_.line_since = helpers::waiting::instance().system_now();
+    if (is_other) facts_.line_since = helpers::system_now();
     facts_.line = std::move(line);
     facts_.peer = std::move(facts.peer);
     facts_.is_regulating = facts.is_regulating;
@@ -78,8 +77,8 @@ unsigned overview::news_of_channels() const {
     }
   }
   facts.voa = line_->get_voa_record();
-  facts.now = helpers::waiting::instance().steady_now();
-  facts.wall_clock = helpers::waiting::instance().system_now();
+  facts.now = helpers::steady_now();
+  facts.wall_clock = helpers::system_now();
   return facts;
 }
 

@@ -18,7 +18,7 @@ template <class T>
 void client_tx<T>::watch_osnr() {
   constexpr std::chrono::nanoseconds interval{1999999999};
   if (!this->is_operational()) return;
-  const auto now = helpers::waiting::instance().steady_now();
+  const auto now = helpers::steady_now();
   if (now - last_osnr_update_ > interval) {
     last_osnr_update_ = now;  // a pass that fails costs no more than one that succeeds
     if (!helpers::guarded([this] { calculate_channel_osnr(); })) this->operational = false;

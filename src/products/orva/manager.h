@@ -25,6 +25,7 @@ class manager : public ::manager::base<RX_T, TX_T> {
   void create_leds() override;
   void setup_leds(nx_db& db, bool coldstart) override;
 
+  // NOLINTNEXTLINE(performance-unnecessary-value-param): setters of the tree take values
   virtual void set_automation_mode(std::string text) { automation::instance().set(text); }
   virtual std::string get_automation_mode() { return automation::instance().to_string(); }
 

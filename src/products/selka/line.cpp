@@ -44,7 +44,7 @@ void line<T>::follow_measured_span() {
 // intervals.
 template <class T>
 void line<T>::follow_span(float span_loss) {
-  const auto now = helpers::waiting::instance().steady_now();
+  const auto now = helpers::steady_now();
   const auto gain = read_gain(span_loss);
   this->gain_watch_.look(gain.present);
   if (gain.is_close()) return;

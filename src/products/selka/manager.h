@@ -32,6 +32,7 @@ class manager : public ::manager::base<RX_T, TX_T> {
   void create_leds() override;
   void setup_leds(nx_db& db, bool coldstart) override;
 
+  // NOLINTNEXTLINE(performance-unnecessary-value-param): setters of the tree take values
   virtual void set_automation_mode(std::string text) { automation::instance().set(text); }
   virtual std::string get_automation_mode() { return automation::instance().to_string(); }
   virtual std::string get_wss_ports() { return port_table_text(model_); }

@@ -43,6 +43,7 @@ figures full_band(const std::string& model, std::uint64_t seed) {
   const double time = seconds_until(
       *node, [&] { return node->all_on_target(); }, 60s);
   node->run_for(30s);
+  require(node->all_on_target(), "the channels do not stay");
   return {time, most_steps(*node, watch)};
 }
 

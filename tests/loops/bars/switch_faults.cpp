@@ -55,6 +55,8 @@ switch_spoiler::switch_spoiler(test::plant_node& node, const std::string& model,
   const auto writes = attenuation_path(model, "config", "*");
   if (what == switch_fault::rounds_read_back) {
     plant.set_reading_fault(0, device, read_back, reading_fault::stepped(0.25));
+  } else if (what == switch_fault::frozen_read_back) {
+    plant.set_reading_fault(0, device, read_back, reading_fault::frozen());
   } else if (what == switch_fault::trembling) {
     plant.set_reading_fault(0, device, read_back, reading_fault::trembling(0.02));
   } else if (!is_selka(model)) {
@@ -81,6 +83,11 @@ void refuse_writes(test::plant_node& node, const std::string& model, unsigned ch
   node.plant().set_switch_source([channel](const std::string& module, unsigned which) {
     return module == "add" && which == channel ? std::nullopt : stored(module, which);
   });
+}
+
+void heal_writes(test::plant_node& node, const std::string& model) {
+  if (is_selka(model)) return node.plant().set_switch_source(stored);
+  node.plant().heal_writes(0, switch_device(model));
 }
 
 }  // namespace bars

@@ -11,11 +11,17 @@
 
 namespace bars {
 
-enum class switch_fault { loses_every_tenth, rounds_read_back, moves_late, trembling };
+enum class switch_fault {
+  loses_every_tenth,
+  rounds_read_back,
+  frozen_read_back,
+  moves_late,
+  trembling
+};
 
 inline constexpr switch_fault all_switch_faults[] = {
-    switch_fault::loses_every_tenth, switch_fault::rounds_read_back, switch_fault::moves_late,
-    switch_fault::trembling};
+    switch_fault::loses_every_tenth, switch_fault::rounds_read_back, switch_fault::frozen_read_back,
+    switch_fault::moves_late, switch_fault::trembling};
 
 /// Spoils the add switch of a node from now on.
 class switch_spoiler {
@@ -33,5 +39,6 @@ class switch_spoiler {
 /// From now on the writes of one channel on the add side fail, as far as the model can be told so:
 /// those that go through the store are lost.
 void refuse_writes(test::plant_node& node, const std::string& model, unsigned channel);
+void heal_writes(test::plant_node& node, const std::string& model);
 
 }  // namespace bars

@@ -17,7 +17,7 @@
 #include "products/control_types_full.h"
 #include "products/selka/client_rx.h"
 #include "tests/support/failure.h"
-#include "tests/support/fake_device.h"
+#include "tests/support/fake_line_devices.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/memory_store.h"
 #include "tests/support/tree_values.h"
@@ -109,39 +109,11 @@ class fake_monitor : public test::fake_device<device::interfaces::ocm>, public c
   void subscribe_channel(unsigned) override {}
 };
 
-class fake_booster : public test::fake_device<device::interfaces::edfa> {
- public:
-  void enable() override {}
-  void disable() override {}
-  bool is_enabled() override { return true; }
-  float get_rx_power() override { return 0.0f; }
-  float get_tx_power() override { return 18.0f; }
-  float get_power_limit() override { return 20.0f; }
-  float get_gain() override { return 20.0f; }
-  void set_gain(float) override {}
-  float get_min_gain() override { return 10.0f; }
-  float get_max_gain() override { return 30.0f; }
-  float get_default_gain() override { return 20.0f; }
-  float get_saturation() override { return 0.0f; }
-  bool has_los() override { return false; }
-};
-
-class fake_voa : public test::fake_device<device::interfaces::voa> {
- public:
-  void set_attenuation(float value) override { attenuation = value; }
-  float get_attenuation() override { return attenuation; }
-  float get_min_attenuation() override { return 0.0f; }
-  float get_max_attenuation() override { return 25.0f; }
-  float get_insertion_loss() override { return 1.0f; }
-
-  std::atomic<float> attenuation{0.0f};
-};
-
 struct channel_adds : testing::Test {
   channel_adds() {
     loop->set_wss(wss);
     loop->set_ocm(ocm);
-    loop->set_edfa(std::make_shared<fake_booster>());
+    loop->set_edfa(booster);
     loop->set_voa(voa);
     loop->set_leds(std::make_shared<manager::leds>());
     loop->setup_api(tree);
@@ -157,7 +129,10 @@ struct channel_adds : testing::Test {
   const std::shared_ptr<plan_type> plan = std::make_shared<plan_type>(772, "rx");
   const std::shared_ptr<fake_switch> wss = std::make_shared<fake_switch>();
   const std::shared_ptr<fake_monitor> ocm = std::make_shared<fake_monitor>();
-  const std::shared_ptr<fake_voa> voa = std::make_shared<fake_voa>();
+  test::journal actions;
+  const std::shared_ptr<test::fake_edfa> booster =
+      std::make_shared<test::fake_edfa>(actions, "booster");
+  const std::shared_ptr<test::fake_voa> voa = std::make_shared<test::fake_voa>(actions);
   const std::shared_ptr<loop_type> loop =
       std::make_shared<loop_type>(plan, std::make_shared<manager::remote::api>());
 };

@@ -121,7 +121,7 @@ TEST(plan_text, what_no_switch_can_have_is_left_out_and_alone_no_plan_at_all) {
     const auto plan = channel::parse_plan("[" + good + "," + bad + "]", slices);
     EXPECT_EQ(plan.entries.size(), 1u) << bad;
     EXPECT_EQ(plan.first_fault, "entry 2: " + fault);
-    EXPECT_EQ(failure_of([&] { channel::parse_plan("[" + bad + "]", slices); }),
+    EXPECT_EQ(failure_of([&, bad = bad] { channel::parse_plan("[" + bad + "]", slices); }),
               "! -22 Stored channel plan is not usable, no entry is good: entry 1: " + fault);
   }
   // The first of two that overlap stays, as with commands; channels that touch fit.

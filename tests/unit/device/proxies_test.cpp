@@ -116,7 +116,9 @@ TEST_F(tdcm_test, range_includes_its_ends_and_one_model_is_limited_further) {
                                                   {-400.0f, true, -400.0f},
                                                   {-400.1f, false, -400.0f}};
   for (const auto& [value, within, clamped] : range) {
-    EXPECT_EQ(failure_of([&] { proxy.check_dispersion(value); }), within ? "" : refusal) << value;
+    EXPECT_EQ(failure_of([&, value = value] { proxy.check_dispersion(value); }),
+              within ? "" : refusal)
+        << value;
     EXPECT_EQ(proxy.clamp_dispersion(value), clamped) << value;
   }
   const std::tuple<const char*, float, bool, float> limits[] = {

@@ -54,7 +54,6 @@ class test_client : public nexel_client_api {
     if (refused.contains(added->get_path())) return fail(*added);
     added->subscription_confirmed();
     if (first_value) report(*first_value);
-    added_one = true;
   }
   std::shared_ptr<nexel_subscriber> at(const std::string& path) { return by_path[path].lock(); }
 
@@ -71,7 +70,6 @@ class test_client : public nexel_client_api {
   std::map<std::string, std::weak_ptr<nexel_subscriber>> by_path;
   std::set<std::string> refused;
   unsigned subscriptions = 0;
-  std::atomic<bool> added_one{false};
   std::optional<std::string> first_value = "1.5";
 };
 
@@ -158,19 +156,6 @@ TEST_F(subscriber_test, many_paths_are_waited_for_once) {
   EXPECT_EQ(values.get<float>("ocm/1"), -5.0f);
 }
 
-TEST_F(subscriber_test, a_value_from_another_thread_ends_the_wait) {
-  helpers::waiting::instance().set_source(nullptr);
-  client->first_value.reset();
-  std::thread io([&] {
-    while (!client->added_one)
-      std::this_thread::yield();
-    client->report("3");
-  });
-  values.subscribe<float>(client, "power");
-  io.join();
-  EXPECT_EQ(values.get<float>("power"), 3.0f);
-}
-
 TEST_F(subscriber_test, what_no_instrument_tells_is_refused_and_said_once) {
   const test::log_capture log;
   values.subscribe<float>(client, "power", device::reading_kind::channel_power);
@@ -225,16 +210,6 @@ TEST_F(subscriber_test, a_failure_that_repeats_is_told_once) {
   client->report(*path, "2");
   client->fail(*path, 5);
   EXPECT_EQ(log.count("on_exception_received(power): Not connected"), 2);
-}
-
-TEST_F(subscriber_test, the_end_of_the_process_ends_the_wait) {
-  client->first_value.reset();
-  time->at_sleep = [](unsigned sleeps) {
-    if (sleeps == 3) helpers::waiting::instance().stop();
-  };
-  EXPECT_EQ(failure_of([&] { values.subscribe<float>(client, "power"); }),
-            "! -22 Failed to subscribe to path: power");
-  EXPECT_LE(time->sleeps, 4u);
 }
 
 TEST_F(subscriber_test, failed_path_is_repaired_by_subscribing_again) {

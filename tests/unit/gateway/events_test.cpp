@@ -87,6 +87,25 @@ TEST_F(events, a_daemon_that_goes_is_told_and_its_values_come_anew) {
   EXPECT_TRUE(tells(page->read_until("\"value\":5}", before), "data/client/1/rx/power", "5"));
 }
 
+TEST_F(events, a_daemon_that_hangs_is_lost_though_its_socket_is_there) {
+  bounds.tree_silence = 20ms;
+  bounds.tree_answer = 300ms;
+  serve_tree();
+  start();
+  ask_until(get("/api/v1/values?path=data/**"), "200 OK");
+  const auto page = watch("path=data/**");
+  std::this_thread::sleep_for(10 * bounds.tree_silence);
+  EXPECT_THAT(page->read_until("-3.5"), Not(HasSubstr(R"("up":false)"))) << "silence is no loss";
+  server->set_fault(nx::server_fault::hung);
+  page->read_until(R"({"up":false)");
+  EXPECT_THAT(ask(get("/api/v1/values?path=data/**")), HasSubstr("503 "));
+  EXPECT_THAT(ask(get("/metrics")), HasSubstr("lumora_up{"));
+  server->set_fault(nx::server_fault::none);
+  const auto before = page->size();
+  page->read_until(R"({"up":true)", before);
+  EXPECT_TRUE(tells(page->read_until("-3.5", before), "data/client/1/rx/power", "-3.5"));
+}
+
 TEST_F(events, who_comes_back_is_told_what_the_history_has_of_the_time_between) {
   serve_tree();
   start();

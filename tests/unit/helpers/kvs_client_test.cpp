@@ -3,9 +3,6 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <csignal>
@@ -17,13 +14,15 @@
 #include "platform/board_spec/board_spec_lib.h"
 #include "platform/kvs_client/endpoint.h"
 #include "tests/support/environment.h"
+#include "tests/support/fake_store.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/private_redis.h"
 #include "tests/support/temp_folder.h"
 
 namespace {
 
-using namespace std::chrono_literals;
+using namespace std::literals;
+using test::fake_store;
 using testing::HasSubstr;
 
 std::string failure_of(const std::function<void()>& action) {
@@ -34,72 +33,6 @@ std::string failure_of(const std::function<void()>& action) {
   }
   return "none";
 }
-
-/// Listens and never answers: the kernel accepts on its behalf.
-class silent_server {
- public:
-  explicit silent_server(const std::string& path) : listener(::socket(AF_UNIX, SOCK_STREAM, 0)) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    if (::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-        ::listen(listener, 4) != 0) {
-      throw std::runtime_error("no silent server at " + path);
-    }
-  }
-  ~silent_server() { ::close(listener); }
-  int number() const { return listener; }
-
- private:
-  int listener;
-};
-
-/// Answers the requests of one client, one after the other, with these texts.
-class answering_server {
- public:
-  answering_server(const std::string& path, std::vector<std::string> answers)
-      : silent_(path), thread_([this, texts = std::move(answers)] { serve(texts); }) {}
-  ~answering_server() { thread_.join(); }
-
- private:
-  void serve(const std::vector<std::string>& answers) {
-    const int client = ::accept(silent_.number(), nullptr, nullptr);
-    char request[256];
-    for (const auto& text : answers) {
-      if (::recv(client, request, sizeof request, 0) <= 0) break;
-      ::send(client, text.data(), text.size(), MSG_NOSIGNAL);
-    }
-    ::close(client);
-  }
-
-  silent_server silent_;
-  std::thread thread_;
-};
-
-/// Answers a connection with the same piece again and again, until the client has gone.
-class talking_server {
- public:
-  talking_server(const std::string& path, std::string first, std::string piece,
-                 std::chrono::milliseconds pause)
-      : path_(path), listener_(path) {
-    thread_ = std::thread([this, first, piece, pause] {
-      const int client = ::accept(listener_.number(), nullptr, nullptr);
-      ::send(client, first.data(), first.size(), MSG_NOSIGNAL);
-      while (::send(client, piece.data(), piece.size(), MSG_NOSIGNAL) > 0)
-        std::this_thread::sleep_for(pause);
-      ::close(client);
-    });
-  }
-  ~talking_server() {
-    thread_.join();
-    ::unlink(path_.c_str());
-  }
-
- private:
-  std::string path_;
-  silent_server listener_;
-  std::thread thread_;
-};
 
 TEST(kvs_endpoint, texts_of_the_setting) {
   using kind = kvs::endpoint::kind;
@@ -164,7 +97,7 @@ TEST_F(kvs_client_test, values_survive_as_they_are) {
   store.start();
   kvs_client client("default", "");
   EXPECT_TRUE(client.ping());
-  const std::string binary("a\0b\r\n\xff \"{}\"", 12);
+  const auto binary = "a\0b\r\n\xff \"{}\""s;
   for (const std::string& value : {binary, std::string(), std::string(1 << 20, 'x')}) {
     client.set("{tag}:key with blanks", value, 10);
     EXPECT_EQ(client.get<std::string>("{tag}:key with blanks", 10), value);
@@ -245,9 +178,11 @@ TEST_F(kvs_client_test, a_store_with_a_password_is_used_with_it_and_tells_withou
 }
 
 TEST_F(kvs_client_test, a_store_that_is_loading_says_so_and_is_asked_again) {
-  const answering_server server(
-      folder.file("kvs.sock"),
-      {"-LOADING Redis is loading the dataset in memory\r\n", "+OK\r\n", "+PONG\r\n"});
+  const fake_store loading(folder.file("kvs.sock"), [](int client) {
+    for (const char* answer :
+         {"-LOADING Redis is loading the dataset in memory\r\n", "+OK\r\n", "+PONG\r\n"})
+      if (!fake_store::take(client) || !fake_store::give(client, answer)) return;
+  });
   kvs_client client("", "");
   EXPECT_THAT(failure_of([&] { client.ping(); }),
               HasSubstr("the store is loading its data: LOADING Redis"));
@@ -256,7 +191,7 @@ TEST_F(kvs_client_test, a_store_that_is_loading_says_so_and_is_asked_again) {
 }
 
 TEST_F(kvs_client_test, a_store_that_never_answers_costs_the_time_out_once) {
-  const silent_server silent(folder.file("kvs.sock"));
+  const fake_store silent(folder.file("kvs.sock"));
   kvs_client client("default", "");
   const auto begin = std::chrono::steady_clock::now();
   EXPECT_THAT(failure_of([&] { client.get<std::string>("k", 2); }),
@@ -277,11 +212,15 @@ TEST_F(kvs_client_test, an_answer_without_end_is_given_up) {
   };
   for (const auto& [name, piece, pause, fault] : table) {
     SCOPED_TRACE(name);
-    const talking_server server(folder.file("kvs.sock"), piece[0] == 'x' ? "+" : "", piece, pause);
+    const fake_store talking(folder.file("kvs.sock"), [&piece = piece, pause = pause](int client) {
+      if (piece[0] == 'x') fake_store::give(client, "+");
+      while (fake_store::give(client, piece))
+        std::this_thread::sleep_for(pause);
+    });
     kvs_client client("default", "");
+    const unsigned limit = pause > 0ms ? 3 : 100;
     const auto begin = std::chrono::steady_clock::now();
-    EXPECT_THAT(failure_of([&] { client.get<std::string>("k", pause > 0ms ? 3 : 100); }),
-                HasSubstr(fault));
+    EXPECT_THAT(failure_of([&, limit] { client.get<std::string>("k", limit); }), HasSubstr(fault));
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 8s);
   }
 }

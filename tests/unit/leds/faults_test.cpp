@@ -2,9 +2,12 @@
 // LEDs and the log.
 #include <gtest/gtest.h>
 
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "base/guards/panel.h"
+#include "base/insight/event_log.h"
 #include "helpers/waiting.h"
 #include "platform/wire/nx_error.h"
 #include "products/orva/leds.h"
@@ -162,8 +165,17 @@ TEST_F(unknown_channel, without_a_port_may_be_any_led_of_its_side) {
 
 class absent_panel : public on_clock {};
 
+/// "loopDown", "loopUp": what the node's events say about the panel.
+std::vector<std::string> events_of_panel() {
+  std::vector<std::string> told;
+  for (const auto& event : insight::event_log::instance().events())
+    if (event.on == "panel") told.emplace_back(name_of(event.kind));
+  return told;
+}
+
 TEST_F(absent_panel, is_waited_for_with_one_line_when_it_goes_and_one_when_it_is_back) {
   const test::log_capture log;
+  insight::event_log::instance().reset();
   orva_bench bench;
   unsigned accesses = 0;
   bool away = false;
@@ -182,27 +194,13 @@ TEST_F(absent_panel, is_waited_for_with_one_line_when_it_goes_and_one_when_it_is
   EXPECT_LE(accesses, 2u * 33 + 600u) << "one message in vain, then a look each second";
   EXPECT_EQ(log.count("Not connected: panel"), 1);
   EXPECT_EQ(log.count("Led device is ready again."), 1);
+  EXPECT_EQ(events_of_panel(), (std::vector<std::string>{"loopDown", "loopUp"}));
   EXPECT_EQ(log.count("Updating "), 2 * 33);
   EXPECT_EQ(bench.panel->colours.size(), 2u * 33);
   EXPECT_TRUE(bench.panel->colours["client 32 rx"] == "green");
 }
 
 using led_test = on_clock;
-
-TEST_F(led_test, passes_over_a_led_that_answers_an_error) {
-  orva_bench bench;
-  bench.panel->client_count = 8;
-  bench.panel->before_access = [](const std::string& access) {
-    if (access.starts_with("client 2 ")) throw nx_client_exception{-5, "Refused", access};
-  };
-  bench.leds->boot_thread_function();
-  std::set<std::string> tested;
-  for (const auto& write : bench.panel->writes) {
-    if (write.ends_with("rx yellow")) tested.insert(write.substr(0, write.find(" rx")));
-  }
-  EXPECT_EQ(tested, (std::set<std::string>{"client 1", "client 3", "client 4", "client 5",
-                                           "client 6", "client 7", "client 8", "line"}));
-}
 
 TEST_F(led_test, ends_on_a_panel_whose_every_answer_is_an_error) {
   orva_bench bench;

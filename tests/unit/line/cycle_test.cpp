@@ -27,6 +27,8 @@ class fibre : public testing::Test, protected test::line_bench {
     peer.set("data/preamp/gain", 27.0f);
     peer.set("interface/line/1/data/osc/rx/power", -23.0f);
   }
+
+  float peer_power = 8.0f;
 };
 
 TEST_F(fibre, nothing_happens_while_the_voa_is_not_up) {
@@ -121,6 +123,24 @@ TEST_F(fibre, cut_and_mended) {
   EXPECT_EQ(done(), journal{}) << "and only once";
 }
 
+// A loss that has not changed is not told again. What else the peer tells does for it, but not
+// before its slowest value, of every five seconds, has had its turn.
+TEST_F(fibre, opens_by_a_constant_loss_once_the_peer_has_told_of_five_seconds_later) {
+  peer.fill("ORVA-LITE");
+  set_opening_of_4_db();
+  meet_peer();
+  cut();
+  cycle();
+  mend();
+  const auto lost = clock->elapsed() - 500ms;
+  while (clock->elapsed() < lost + 30s && voa->attenuation != 4.0f) {
+    peer.set("data/line/1/tx/power", peer_power += 0.01f);
+    cycle();
+  }
+  EXPECT_EQ(clock->elapsed() - lost, 6s)
+      << "the cycle that follows the five seconds, and its pause";
+}
+
 TEST_F(fibre, is_lost_only_when_light_and_link_are_gone) {
   const std::tuple<bool, bool, bool, journal> table[] = {
       {true, true, true, {"led tx on"}},
@@ -197,6 +217,8 @@ TEST_F(fibre, span_losses_are_taken_every_25_seconds) {
   peer.fill("ORVA-LITE");
   peer.set("data/line/1/tx/power", 8.0f);
   peer.set("data/line/1/rx/power", 30.0f);
+  peer.set("data/line/1/tx/totalPower", 9.0f);
+  peer.set("data/line/1/rx/totalPower", -14.0f);
   meet_peer();
   const auto start = clock->elapsed();
   while (clock->elapsed() < start + 25s)
@@ -206,6 +228,9 @@ TEST_F(fibre, span_losses_are_taken_every_25_seconds) {
   // 8 less what arrives: -10 at the preamp and 0.5 on the way from the connector to it.
   EXPECT_EQ(shown("data/spanloss/oms/rx"), "17.5");
   EXPECT_EQ(shown("data/spanloss/oms/tx"), "0") << "more than was sent cannot have arrived";
+  // The total counts the supervisory light: of -18.5 dBm beside -9.5, and of -0.75 beside 6.75.
+  EXPECT_NEAR(std::stof(shown("data/spanloss/ots/rx")), 9.0f + 8.99f, 0.01f);
+  EXPECT_NEAR(std::stof(shown("data/spanloss/ots/tx")), 7.46f + 14.0f, 0.01f);
   peer.set("data/line/1/tx/power", 9.0f);
   for (int i = 0; i < 49; ++i)
     cycle();

@@ -257,6 +257,32 @@ TEST_F(server_test, a_client_that_has_gone_costs_no_large_answer) {
   EXPECT_FALSE(a->has_subscribers());
 }
 
+// Their places are free for others, so that what they leave is limited for all of them together.
+TEST_F(server_test, clients_that_have_gone_leave_16_mib_at_most) {
+  gate door;
+  std::atomic<int> counted{0};
+  command_node::create(db, "wait", [&](const std::string&) {
+    door.pass();
+    return "true";
+  });
+  command_node::create(db, "count", [&](const std::string&) { return std::to_string(++counted); });
+  const std::string no_args = R"(,"args":[])";
+  const auto megabyte = request(1, "run", "wait", no_args) + std::string(1'000'000, ' ') + '\n' +
+                        request(2, "run", "count", no_args) + '\n';
+  const test::log_capture log;
+  constexpr int all = 20;
+  constexpr int kept = 16;
+  for (int i = 0; i < all; ++i)
+    connect().send(megabyte);
+  while (log.count("Dropped requests of clients that have gone") < all - kept)
+    connect().ask(request(1, "get", "count"));
+  door.open();
+  while (counted < kept)
+    std::this_thread::yield();
+  server.reset();
+  EXPECT_EQ(counted, kept);
+}
+
 TEST_F(server_test, a_refused_subscription_leaves_nothing_behind) {
   std::vector<std::shared_ptr<value_node>> values;
   for (int i = 0; i < 100; ++i)

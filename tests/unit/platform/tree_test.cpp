@@ -95,7 +95,7 @@ TEST_F(tree, refuses_paths_that_cannot_be) {
       {"a/x\n", "! -22 '*' or a control character in path: a/x\n"},
   };
   for (const auto& [path, refusal] : table)
-    EXPECT_EQ(failure_of([&] { value_node::create(db, path, "1"); }), refusal);
+    EXPECT_EQ(failure_of([&, path = path] { value_node::create(db, path, "1"); }), refusal);
   EXPECT_EQ(db.list("", true), names{"a/b/c"});
 }
 

@@ -6,8 +6,10 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 #include <stdexcept>
+#include <system_error>
 
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/line_splitter.h"
@@ -24,7 +26,7 @@ template <class Address>
 void bind_and_listen(int listener, const Address& address) {
   const auto* generic = reinterpret_cast<const sockaddr*>(&address);
   if (bind(listener, generic, sizeof(address)) != 0 || listen(listener, 8) != 0) {
-    throw std::runtime_error(std::string("scripted server: ") + std::strerror(errno));
+    throw std::runtime_error("scripted server: " + std::generic_category().message(errno));
   }
 }
 

@@ -20,7 +20,7 @@ void base<T>::note_measurement(float target, float wish, float measured, float p
 template <class T>
 void base<T>::note_failure(insight::channel_reason reason, std::string text) {
   verdict_ = {.reason = reason,
-              .at = helpers::waiting::instance().steady_now(),
+              .at = helpers::steady_now(),
               .lit = verdict_.lit,
               .failure = std::move(text)};
 }

@@ -1,10 +1,9 @@
 // Definitions of client_loop: devices, values, and one channel's turn in a cycle. The plan is in
-// client_loop_plan.ipp, the closed loop and the calibration in client_loop_peak.ipp.
+// client_loop_plan.ipp, the closed loop and the calibration in client_loop_peak.ipp, what becomes
+// of a channel that is dark or blocked in client_loop_dark.ipp.
 #pragma once
 
 #include <fmt/format.h>
-
-#include <cmath>
 
 #include "api/config_param.h"
 #include "api/hysteresis_filtered_value.h"
@@ -123,7 +122,7 @@ void client_loop<T>::update_channel(control_ptr control) {
   channel->set_ocm_power(power.value);
   any_lit_ = any_lit_ || channel->get_peak();
   any_changed_ = any_changed_ || (power.is_sound && power.changes > 0);
-  control->take_look({.view = {.now = helpers::waiting::instance().steady_now(),
+  control->take_look({.view = {.now = helpers::steady_now(),
                                .attenuation = attenuation.value,
                                .attenuation_at = attenuation.arrived,
                                .power = power.value,
@@ -139,8 +138,7 @@ template <class T>
 bool client_loop<T>::walk_channels(nx_db& db, bool regulate) {
   helpers::walk_guard walk;
   device::cycle_writes writes;
-  blind_monitor_.look(any_lit_, any_changed_, edfa_is_lit_,
-                      helpers::waiting::instance().steady_now());
+  blind_monitor_.look(any_lit_, any_changed_, edfa_is_lit_, helpers::steady_now());
   any_lit_ = any_changed_ = false;
   {
     const device::cycle_writes::scope scope(writes);
@@ -253,89 +251,6 @@ void client_loop<T>::manage_channel(nx_db& db, control_ptr control, bool regulat
     control->set_on_target(false);
   }
   report_loss_of_signal(db, control);
-}
-
-template <class T>
-void client_loop<T>::block_or_unblock(const control_ptr& control, bool block) {
-  const auto id = control->get_channel()->get_id();
-  if (block) {
-    LUMORA_LOG(1, fmt::runtime(direction_.blocking), id);
-    wss_->block_channel(id);
-  } else {
-    LUMORA_LOG(1, fmt::runtime(direction_.unblocking), id);
-    // A default outside the switch's range must not keep the channel blocked.
-    wss_->unblock_channel(
-        id, control->get_parking_attenuation(*wss_).value_or(wss_->get_max_attenuation()));
-    // As after parking: the last step may have started from exactly this attenuation, and would
-    // seem never to have happened.
-    control->reset_last_step();
-  }
-}
-
-template <class T>
-void client_loop<T>::report_loss_of_signal(nx_db& db, const control_ptr& control) {
-  if (!control->is_admin_up()) return;
-  const auto channel = control->get_channel();
-  const bool dark = !channel->get_peak();
-  channel->set_alarm(db, "lossOfSignal", dark ? 1 : 0);
-  (leds_.get()->*direction_.update_led_loss_of_signal)(channel->get_center_frequency(), dark);
-}
-
-template <class T>
-bool client_loop<T>::is_parking_withheld(const control_ptr& control) {
-  const auto parking = control->get_parking_attenuation(*wss_);
-  if (!parking) {
-    if (!control->get_channel()->get_peak())
-      control->conclude(::insight::channel_reason::parking_beyond_range);
-    control->withhold(guards::parking_range,
-                      fmt::format("the default attenuation {} is below the switch's range",
-                                  control->get_default_attenuation()));
-    return true;
-  }
-  if (!control->is_parked(*parking)) return false;
-  control->withhold(guards::end_of_range, "the switch is already where it was told to park");
-  return true;
-}
-
-template <class T>
-bool client_loop<T>::park_channel(const control_ptr& control, int log_level) {
-  constexpr double close_enough_db = 0.1;
-  const auto channel = control->get_channel();
-  const float attenuation = channel->get_attenuation();
-  const float target =
-      control->get_parking_attenuation(*wss_).value_or(control->get_default_attenuation());
-  if (std::fabs(double{attenuation} - double{target}) <= close_enough_db) {
-    control->release_guards();
-    return false;
-  }
-  if (is_parking_withheld(control)) return false;
-  control->release_guards();
-  const auto id = channel->get_id();
-  LUMORA_LOG(log_level, fmt::runtime(direction_.setting_default), id);
-  wss_->set_attenuation(id, target);
-  control->note_parking(target);
-  read_back(control);
-  return true;
-}
-
-template <class T>
-void client_loop<T>::reset_channel_attenuation(control_ptr control) {
-  if (control->is_darkness_doubtful()) {
-    control->conclude(::insight::channel_reason::doubtful_darkness);
-    control->withhold(guards::known_reading,
-                      "the newest report of monitor or switch is not a valid reading");
-    return;
-  }
-  if (blind_monitor_.may_be_blind(helpers::waiting::instance().steady_now())) {
-    control->conclude(::insight::channel_reason::blind_monitor);
-    control->withhold(guards::fresh_reading,
-                      "the amplifier sees light, but the monitor has not measured yet");
-    return;
-  }
-  control->conclude(::insight::channel_reason::no_light);
-  if (!park_channel(control, 2)) return;
-  control->get_channel()->reset_power_updates();
-  control->reset_last_step();
 }
 
 template <class T>

@@ -67,7 +67,7 @@ void client_loop<T>::manage_channel_peak(control_ptr control, bool regulate) {
 
 template <class T>
 void client_loop<T>::note_step() {
-  last_regulation_ = helpers::waiting::instance().system_now();
+  last_regulation_ = helpers::system_now();
   peak_regulated = true;
 }
 
@@ -99,7 +99,7 @@ void client_loop<T>::log_peak(const peak_report& report) {
 template <class T>
 bool client_loop<T>::calibration_is_due() const {
   constexpr std::chrono::seconds interval{300};
-  const auto since = helpers::waiting::instance().system_now() - last_regulation_;
+  const auto since = helpers::system_now() - last_regulation_;
   return std::chrono::duration_cast<std::chrono::seconds>(since) > interval ||
          !edfa_calibration_.is_finite() || !has_calibrated_;
 }
@@ -124,7 +124,7 @@ void client_loop<T>::follow_edfa() {
     LUMORA_LOG(1, fmt::runtime(direction_.tx_power_too_low), tx_power);
     due = false;
   }
-  const auto now = helpers::waiting::instance().steady_now();
+  const auto now = helpers::steady_now();
   const float saturation = edfa_->get_saturation();
   edfa_saturation_value_->update(saturation);
   saturation_.look(saturation, now);
@@ -140,7 +140,7 @@ bool client_loop<T>::is_calibration_withheld() {
   // A limit that has fallen permanently is learned eventually.
   constexpr std::chrono::seconds longest_saturation{300};
   auto& board = helpers::guard_register::instance();
-  const auto now = helpers::waiting::instance().steady_now();
+  const auto now = helpers::steady_now();
   const bool saturated = has_calibrated_ && saturation_.is_saturated() &&
                          saturation_.lasting(now) < longest_saturation;
   if (!saturated && calibration_evidence_.is_sound(now)) {
@@ -164,7 +164,7 @@ void client_loop<T>::calibrate() {
   learn_calibration();
   store_gain();
   has_calibrated_ = true;
-  last_regulation_ = helpers::waiting::instance().system_now();
+  last_regulation_ = helpers::system_now();
 }
 
 template <class T>

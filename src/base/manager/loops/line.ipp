@@ -63,7 +63,7 @@ std::optional<float> line<T>::calculate_lms_error() {
     judge_nothing_new();
     return std::nullopt;
   }
-  powers_changed_ = helpers::waiting::instance().steady_now();
+  powers_changed_ = helpers::steady_now();
   lms_sum sum;
   lms_sum fresh;
   for (const auto& [frequency, control] : *channels_->get_channels()) {

@@ -29,12 +29,8 @@ constexpr auto longest_coldstart = 30s;
 /// The supervisory link finds its neighbour within seconds, once each end hears the other.
 constexpr auto longest_link_search = 10s;
 
-std::chrono::system_clock::time_point now() {
-  return helpers::waiting::instance().system_now();
-}
-
 std::chrono::steady_clock::time_point steady_now() {
-  return helpers::waiting::instance().steady_now();
+  return helpers::steady_now();
 }
 
 }  // namespace
@@ -57,7 +53,7 @@ void line_loop::declare_reads(std::vector<device::read_wish>& wishes) {
 }
 
 void line_loop::init(nx_db&, bool embedded_ila) {
-  last_spanloss_check_ = now();
+  last_spanloss_check_ = helpers::system_now();
   embedded_ila_ = embedded_ila;
   operational_ = true;
   helpers::logged_and_thrown([this] { is_voa_ready(); }, [this] { operational_ = false; });
@@ -287,10 +283,10 @@ void line_loop::begin_with_new_fibre() {
 void line_loop::update_spanlosses() {
   using operation = line_peer::operation;
   if (!last_spanloss_update_) {
-    last_spanloss_update_ = now();
+    last_spanloss_update_ = helpers::system_now();
     return;
   }
-  if (now() - *last_spanloss_update_ < spanloss_pause) return;
+  if (helpers::system_now() - *last_spanloss_update_ < spanloss_pause) return;
   const auto far = [this](operation what) {
     const auto power = peer_.value(what);
     return power ? guards::lit_power(*power) : std::nullopt;
@@ -308,7 +304,7 @@ void line_loop::update_spanlosses() {
   show(spanloss_oms_tx_, near_tx.signal, far(operation::get_line_rx_power));
   show(spanloss_ots_rx_, far(operation::get_line_tx_total_power), near_rx.total);
   show(spanloss_ots_tx_, near_tx.total, far(operation::get_line_rx_total_power));
-  if (any) last_spanloss_update_ = now();
+  if (any) last_spanloss_update_ = helpers::system_now();
 }
 
 bool line_loop::is_voa_ready() {

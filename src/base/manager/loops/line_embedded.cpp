@@ -30,14 +30,10 @@ constexpr float steady_deviation = 0.2f;
 constexpr float noticed_change = 0.5f;
 constexpr float embedded_bandwidth_ghz = 150.0f;
 
-std::chrono::system_clock::time_point now() {
-  return helpers::waiting::instance().system_now();
-}
-
 using operation = line_peer::operation;
 
 bool is_waiting(const guards::attenuator_watch& watch, float wanted) {
-  return watch.decide_setting(wanted, helpers::waiting::instance().steady_now()).what ==
+  return watch.decide_setting(wanted, helpers::steady_now()).what ==
          guards::attenuator_watch::verdict::waiting;
 }
 
@@ -69,15 +65,15 @@ void line_loop::manage_embedded_ila_line(nx_db&, bool regulate) {
   judge(line_reason::spans_fit, {tx.loss, rx.loss});
   if (tx.calls_for_setting() && voa_) set_voa_from_span(tx.loss);
   if (rx.calls_for_setting()) set_preamp_from_span(rx.loss);
-  last_spanloss_check_ = now();
+  last_spanloss_check_ = helpers::system_now();
 }
 
 bool line_loop::is_spanloss_check_due() {
   if (!last_spanloss_check_) {
-    last_spanloss_check_ = now();
+    last_spanloss_check_ = helpers::system_now();
     return false;
   }
-  return now() - *last_spanloss_check_ >= check_pause;
+  return helpers::system_now() - *last_spanloss_check_ >= check_pause;
 }
 
 /// One row per span of the peer: what it is, the node that shows it under the peer's name, and the
@@ -209,7 +205,7 @@ void line_loop::set_preamp_from_span(float rx_span) {
   embedded_.used_rx_span = rx_span;
   const float present = preamp_->get_gain();
   preamp_->set_gain(embedded_.preamp_gain);
-  gain_watch_.wrote(present, embedded_.preamp_gain, helpers::waiting::instance().steady_now());
+  gain_watch_.wrote(present, embedded_.preamp_gain, helpers::steady_now());
   used_rx_span_ = rx_span;
   print_data_to_log(false);
 }

@@ -98,7 +98,7 @@ line_loop::known_powers line_loop::known_line_tx_powers() {
 }
 
 std::optional<float> line_loop::known_rx_span() {
-  if (!peer_.is_alive(helpers::waiting::instance().steady_now())) return std::nullopt;
+  if (!peer_.is_alive(helpers::steady_now())) return std::nullopt;
   const auto sent = peer_.value(line_peer::operation::get_line_tx_total_power);
   if (!sent) return std::nullopt;
   return guards::span_between(guards::lit_power(*sent), known_line_rx_powers().total);

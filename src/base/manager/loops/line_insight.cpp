@@ -17,13 +17,8 @@ using namespace std::chrono_literals;
 
 /// A peer reports its channels once a second: a cycle without news does not change the findings.
 constexpr auto usual_pause = 3s;
-constexpr auto longest_silence = 10s;
 constexpr float jump_of_error_db = 2.0f;
 constexpr auto longest_wait_for_span = 30s;
-
-std::chrono::steady_clock::time_point now() {
-  return helpers::waiting::instance().steady_now();
-}
 
 }  // namespace
 
@@ -43,22 +38,23 @@ void line_loop::judge(line_reason reason, std::array<float, 3> figures, std::str
 void line_loop::judge_nothing_new() {
   auto last_sign = peer_.last_sign_of_life();
   if (last_sign && powers_changed_) last_sign = std::max(*last_sign, *powers_changed_);
-  const auto silence = last_sign ? now() - *last_sign : longest_silence;
-  if (peer_.is_up() && silence > longest_silence) {
+  const auto silence = last_sign ? helpers::steady_now() - *last_sign : line_peer::longest_silence;
+  if (peer_.is_up() && silence > line_peer::longest_silence) {
     return judge(line_reason::no_sign_of_life, {std::chrono::duration<float>(silence).count()});
   }
-  if (powers_changed_ && now() - *powers_changed_ < usual_pause) return;
+  if (powers_changed_ && helpers::steady_now() - *powers_changed_ < usual_pause) return;
   judge(line_reason::nothing_new);
 }
 
 void line_loop::judge_unknown_span() {
   if (!peer_.is_up()) return;  // told already
-  if (!span_unknown_since_) span_unknown_since_ = now();
+  if (!span_unknown_since_) span_unknown_since_ = helpers::steady_now();
   if (const auto last = peer_.last_sign_of_life()) {
-    const std::chrono::duration<float> silence = now() - *last;
-    if (silence > longest_silence) return judge(line_reason::no_sign_of_life, {silence.count()});
+    const std::chrono::duration<float> silence = helpers::steady_now() - *last;
+    if (silence > line_peer::longest_silence)
+      return judge(line_reason::no_sign_of_life, {silence.count()});
   }
-  const bool is_missing = now() - *span_unknown_since_ > longest_wait_for_span;
+  const bool is_missing = helpers::steady_now() - *span_unknown_since_ > longest_wait_for_span;
   judge(is_missing ? line_reason::spans_missing : line_reason::spans_not_known);
 }
 
@@ -82,7 +78,7 @@ void line_loop::note_step(float change) {
   const float error = lms_gradient_ / 2;
   if (std::fabs(error - error_at_step_) >= jump_of_error_db) told_.voa.event();
   error_at_step_ = error;
-  told_.voa.step(now(), change);
+  told_.voa.step(helpers::steady_now(), change);
 }
 
 void line_loop::note_incident() {
@@ -106,7 +102,7 @@ void line_loop::publish_verdict() {
 
 void line_loop::note_down(const std::string& failure) {
   begin_verdict();
-  judge(line_reason::failed, {}, failure.empty() ? "it is not operational" : failure);
+  judge(line_reason::failed, {}, failure.empty() ? "a device is not operational" : failure);
   publish_verdict();
 }
 
@@ -161,7 +157,7 @@ unsigned line_loop::get_steps() {
 }
 
 unsigned line_loop::get_steps_last_hour() {
-  return get_voa_record().steps_last_hour(now());
+  return get_voa_record().steps_last_hour(helpers::steady_now());
 }
 
 }  // namespace manager::loops

@@ -26,10 +26,6 @@ constexpr double smallest_default_change = 0.2;
 /// any more.
 constexpr auto longest_wait_for_values = 1min;
 
-std::chrono::steady_clock::time_point now() {
-  return helpers::waiting::instance().steady_now();
-}
-
 bool is_close(float present, float wanted) {
   return std::fabs(double{present} - double{wanted}) <= smallest_default_change;
 }
@@ -90,7 +86,7 @@ void line_loop::write_opening(bool at_once) {
   if (!guards::is_within(wanted, voa_->get_min_attenuation(), voa_->get_max_attenuation())) {
     return withhold(guards::line_opening, fmt::format("a preset of {} dB", wanted));
   }
-  const auto decision = voa_watch_.decide_setting(wanted, now());
+  const auto decision = voa_watch_.decide_setting(wanted, helpers::steady_now());
   if (!at_once && decision.what == guards::attenuator_watch::verdict::waiting) return;
   LUMORA_LOG(2, "Setting VOA default attenuation {}.", wanted);
   write_voa(present, wanted);
@@ -111,7 +107,7 @@ void line_loop::continue_opening(bool osc_up) {
 
 bool line_loop::peer_is_without_opening() const {
   if (peer_.is_known() && remote_->is_embedded_ila()) return true;
-  return peer_up_since_ && now() - *peer_up_since_ > longest_wait_for_values;
+  return peer_up_since_ && helpers::steady_now() - *peer_up_since_ > longest_wait_for_values;
 }
 
 void line_loop::end_opening() {
@@ -133,7 +129,7 @@ float line_loop::read_voa() {
 
 void line_loop::write_voa(float present, float attenuation) {
   voa_->set_attenuation(attenuation);
-  voa_watch_.wrote(present, attenuation, now());
+  voa_watch_.wrote(present, attenuation, helpers::steady_now());
   note_step(attenuation - present);
   forget_measurements();
 }

@@ -9,8 +9,6 @@ namespace {
 using namespace std::chrono_literals;
 using operation = line_peer::operation;
 
-// A living peer is asked every three seconds, and its taps show noise.
-constexpr auto longest_silence = 10s;
 // The slowest of the peer's values is measured every five seconds.
 constexpr auto slowest_value = 5s;
 

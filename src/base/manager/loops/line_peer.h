@@ -21,6 +21,9 @@ class line_peer {
   using reading = ::device::reading<float>;
   using time_point = std::chrono::steady_clock::time_point;
 
+  /// A living peer is asked every three seconds, and its taps show noise.
+  static constexpr std::chrono::seconds longest_silence{10};
+
   explicit line_peer(std::shared_ptr<manager::remote::api> api) : api_(std::move(api)) {}
 
   /// Once a cycle. True if the connection is not the same as at the last look.

@@ -97,7 +97,7 @@ bool line_loop::is_fresh(const line_peer::reading& power) const {
 }
 
 bool line_loop::is_saturation_fresh(float saturation) {
-  const auto now = helpers::waiting::instance().steady_now();
+  const auto now = helpers::steady_now();
   const auto reading = peer_.known(operation::get_edfa_tx_saturation);
   std::optional<steady_point> changed;
   if (reading && reading->changes > 0) changed = reading->arrived;
@@ -160,7 +160,7 @@ void line_loop::step_voa(float current, float minimum, float maximum, const adju
     return judge_at_rest(change);
   }
   if (!may_step(wanted)) return;
-  const auto now = helpers::waiting::instance().steady_now();
+  const auto now = helpers::steady_now();
   const auto decision = voa_watch_.decide_step(current, change, minimum, maximum, now);
   if (decision.what != guards::attenuator_watch::verdict::write) {
     return wait_for_attenuator(decision, current, change);
@@ -186,7 +186,7 @@ void line_loop::wait_for_attenuator(const guards::attenuator_watch::decision& de
     return withhold(guards::line_attenuator, fmt::format("the end of its range at {} dB", current));
   }
   judge(line_reason::not_answered, {decision.attenuation, current});
-  const auto now = helpers::waiting::instance().steady_now();
+  const auto now = helpers::steady_now();
   if (now - *voa_watch_.last_write() <= usual_answer) return;
   withhold(guards::line_attenuator, fmt::format("it still shows {} dB", current));
 }

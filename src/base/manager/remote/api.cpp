@@ -27,16 +27,12 @@ constexpr std::chrono::nanoseconds quick_retry = 1s;
 constexpr std::chrono::nanoseconds unidentified_retry = 30s;
 constexpr std::chrono::nanoseconds tending_interval = 1s;
 
-std::chrono::system_clock::time_point now() {
-  return helpers::waiting::instance().system_now();
-}
-
 }  // namespace
 
 api::api()
     : client_(std::make_shared<manager::remote::client>()),
       view_{create_adapter(not_identified), std::make_shared<::device::subscriber>("peer"), 0},
-      last_subscription_(now()) {}
+      last_subscription_(helpers::system_now()) {}
 
 api::~api() = default;
 
@@ -111,7 +107,7 @@ void api::keep_connection(nx_db& db, const std::shared_ptr<::device::interfaces:
 bool api::is_setup_due(std::uint64_t connection) const {
   if (subscribed_on_ != connection) return true;
   if (product_ != not_identified) return false;
-  const auto waited = now() - last_subscription_;
+  const auto waited = helpers::system_now() - last_subscription_;
   return vain_identifications_ <= quick_retries ? waited >= quick_retry
                                                 : waited > unidentified_retry;
 }
@@ -120,7 +116,7 @@ void api::begin_setup(std::uint64_t connection) {
   const auto peer = client_->open_client(connection);
   if (!peer) return;  // lost at this moment
   if (subscribed_on_ != connection) vain_identifications_ = 0;
-  last_subscription_ = now();
+  last_subscription_ = helpers::system_now();
   present_view().values->reset();  // its values stay until the new ones are taken over
   session_ = std::make_unique<session>(connection, peer);
 }
@@ -173,8 +169,8 @@ void api::take_over() {
   if (identified) tell_identified();
   done->log_outcome();
   paths_ = std::move(done->paths);
-  probe_.begin(helpers::waiting::instance().steady_now());
-  last_tending_ = now();
+  probe_.begin(helpers::steady_now());
+  last_tending_ = helpers::system_now();
 }
 
 void api::update_flags() {
@@ -203,10 +199,10 @@ void api::tell_lost() {
 // The client library retries what the peer refuses; what the peer has removed from its tree and may
 // bring back is retried only here.
 void api::tend_subscriptions() {
-  if (now() - last_tending_ < tending_interval) return;
-  last_tending_ = now();
+  if (helpers::system_now() - last_tending_ < tending_interval) return;
+  last_tending_ = helpers::system_now();
   if (const auto peer = client_->open_client(subscribed_on_)) {
-    probe_.tend(*peer, helpers::waiting::instance().steady_now());
+    probe_.tend(*peer, helpers::steady_now());
     present_view().values->resubscribe_ended(peer, paths_);
   }
 }

@@ -85,7 +85,7 @@ void client::connect(nx_db& db, const std::shared_ptr<::device::interfaces::osc>
 /// True once a second while a connection is not up yet.
 bool client::is_in_the_making() {
   const std::lock_guard lock(mutex_);
-  const auto now = helpers::waiting::instance().steady_now();
+  const auto now = helpers::steady_now();
   if (!client_ || up_ != no_connection || now < next_look_) return false;
   next_look_ = now + address_check_interval;
   return true;
@@ -99,7 +99,7 @@ void client::open(nx_db& db, const std::string& address) {
                                       address.substr(0, separator), peer_port, address, events);
   events_ = std::move(events);
   address_ = address;
-  next_look_ = helpers::waiting::instance().steady_now() + address_check_interval;
+  next_look_ = helpers::steady_now() + address_check_interval;
 }
 
 std::shared_ptr<nexel_ipv6_client> client::release() {

@@ -16,10 +16,6 @@ namespace {
 constexpr std::chrono::seconds first_value_limit{3};
 constexpr std::array identity_paths{"data/product", "data/swVersion", "data/hwRevision"};
 
-std::chrono::steady_clock::time_point now() {
-  return helpers::waiting::instance().steady_now();
-}
-
 }  // namespace
 
 api::session::session(std::uint64_t number, std::shared_ptr<nexel_client_api> peer)
@@ -54,13 +50,13 @@ void api::session::subscribe(device::path_group group) {
   paths.insert(paths.end(), std::make_move_iterator(group.paths.begin()),
                std::make_move_iterator(group.paths.end()));
   if (*group.complete) complete_.push_back(group.complete);
-  limit_ = now() + first_value_limit;
+  limit_ = helpers::steady_now() + first_value_limit;
 }
 
 bool api::session::is_answered() const {
   while (answered_ < paths.size() && values->is_answered(paths[answered_]))
     ++answered_;
-  return answered_ == paths.size() || now() >= limit_;
+  return answered_ == paths.size() || helpers::steady_now() >= limit_;
 }
 
 void api::session::log_outcome() const {

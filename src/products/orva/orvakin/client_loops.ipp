@@ -22,11 +22,13 @@ float client_tx<T>::get_edfa_saturation() {
 
 template <class T>
 void client_tx<T>::manage_channel(nx_db& db, control_ptr control, bool regulate) {
+  // NOLINTNEXTLINE(bugprone-parent-virtual-call): the parents leave regulation out
   closed_loop::manage_channel(db, control, regulate);
 }
 
 template <class T>
 void client_tx<T>::manage_channel_peak(control_ptr control, bool regulate) {
+  // NOLINTNEXTLINE(bugprone-parent-virtual-call): the parents leave regulation out
   closed_loop::manage_channel_peak(control, regulate);
 }
 

@@ -114,7 +114,7 @@ void line<T>::trigger_initial_tdcm_setting() {
 // If a setter holds the lock because a device makes it wait, skip this time and try again later.
 template <class T>
 void line<T>::make_due_setting() {
-  last_attempt_ = helpers::waiting::instance().steady_now();
+  last_attempt_ = helpers::steady_now();
   auto& guard = helpers::guard_register::instance();
   const std::unique_lock lock(setting_mutex_, std::try_to_lock);
   if (!lock) return;
@@ -149,8 +149,7 @@ void line<T>::adopt_path() {
 template <class T>
 void line<T>::run(nx_db& db, bool regulate, bool coldstart) {
   base::run(db, regulate, coldstart);
-  if (guards::is_attempt_due(setting_due_,
-                             helpers::waiting::instance().steady_now() - last_attempt_))
+  if (guards::is_attempt_due(setting_due_, helpers::steady_now() - last_attempt_))
     return make_due_setting();
   if (!path_known_ && !setting_due_) adopt_path();
 }

@@ -1,0 +1,108 @@
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "tools/insight/finding_rules.h"
+#include "tools/insight/standing.h"
+
+namespace tools::insight {
+
+namespace {
+
+/// The end of the path of its socket.
+std::string service_of(const std::string& device) {
+  constexpr std::array<std::pair<std::string_view, const char*>, 6> names{{{"voa", "voa_sfp"},
+                                                                           {"osc", "osc1"},
+                                                                           {"sfp", "sfp/0"},
+                                                                           {"switch", "wss_edge"},
+                                                                           {"twinSwitch", "wss"},
+                                                                           {"monitor", "ocm"}}};
+  const auto* found = std::find_if(names.begin(), names.end(),
+                                   [&](const auto& each) { return each.first == device; });
+  return found == names.end() ? device : found->second;
+}
+
+std::string loops_text(const node_insight& node, const std::string& service) {
+  std::vector<std::string> loops;
+  for (const char* loop : {"line", "client rx", "client tx"}) {
+    const auto* down = open_event(node, loop, {"loopDown"}, {"loopUp"});
+    if (down != nullptr && detail(*down, "reason").find(service) != std::string::npos)
+      loops.emplace_back(loop);
+  }
+  if (loops.empty()) return "It is taken up again by itself.";
+  return fmt::format("Down until it answers: {}. It is taken up again by itself.",
+                     fmt::join(loops, ", "));
+}
+
+/// Whether one of the devices that are silent is why.
+bool is_of_silent_device(const std::string& reason, const std::vector<finding>& found) {
+  return std::any_of(found.begin(), found.end(), [&](const finding& each) {
+    return each.of == cause::device_silent && reason.find(service_of(each.on)) != std::string::npos;
+  });
+}
+
+}  // namespace
+
+void add_node_causes(const node_insight& node, std::vector<finding>& found) {
+  for (const auto& each : node.start)
+    found.push_back({cause::start_failed, "node", each, "", "", ""});
+  const auto* failed = open_event(node, "", {"startFailed"}, {"loopUp"});
+  // A fault that prevented the start is over once the node reports about itself.
+  if (failed != nullptr && !node.tells_of_itself && node.start.empty()) {
+    found.push_back({cause::start_failed, failed->on,
+                     fmt::format("The node cannot start: {}", detail(*failed, "reason")),
+                     "It tries again once a second.", detail(*failed, "remedy"), failed->time});
+  }
+  if (failed == nullptr && !node.tells_of_itself && node.start.empty()) {
+    found.push_back({cause::start_failed, "node",
+                     "The daemon is still starting, or waits for what it needs to start", "",
+                     "Check its log: it says what it is waiting for.", ""});
+  }
+  if (!node.is_configured && node.tells_of_itself) {
+    found.push_back({cause::not_configured, "node",
+                     "Nothing is regulated: the node waits for its configuration", "",
+                     "Write its parameters, then set config/redisConfigStatus to true.", ""});
+  }
+  if (node.automation_mode == "bright" || node.automation_mode == "dark") {
+    found.push_back(
+        {cause::regulation_stopped, "node",
+         fmt::format("Nothing is regulated: the automation mode is {}", node.automation_mode), "",
+         "Set config/automationMode to embedded, managedCLI or managedNetconf.", ""});
+  }
+}
+
+void add_devices(const node_insight& node, std::vector<finding>& found) {
+  for (const auto& each : node.devices) {
+    // A device that has never been asked is neither silent nor alive.
+    if (each.alive != false || !each.age) continue;
+    found.push_back({cause::device_silent, each.name,
+                     fmt::format("The {} has not answered for {:.0f} s", each.name, *each.age),
+                     loops_text(node, service_of(each.name)),
+                     fmt::format("Look at its service, {}, and restart it.", service_of(each.name)),
+                     ""});
+  }
+}
+
+void add_loops(const node_insight& node, std::vector<finding>& found) {
+  for (const char* loop : {"line", "client rx", "client tx"}) {
+    const auto* down = open_event(node, loop, {"loopDown"}, {"loopUp"});
+    if (down == nullptr || is_of_silent_device(detail(*down, "reason"), found)) continue;
+    found.push_back({cause::loop_down, loop,
+                     fmt::format("The {} loop is down: {}", loop, detail(*down, "reason")),
+                     "It is set up again every second.", "", down->time});
+  }
+}
+
+void add_panel(const node_insight& node, std::vector<finding>& found) {
+  const auto* down = open_event(node, "panel", {"loopDown"}, {"loopUp"});
+  if (down == nullptr) return;
+  found.push_back({cause::loop_down, "panel",
+                   fmt::format("The front panel does not answer: {}", detail(*down, "reason")),
+                   "Its lights stay as they are; the light in the fibre does not depend on them.",
+                   "Look at its service, and restart it.", down->time});
+}
+
+}  // namespace tools::insight
