@@ -17,25 +17,20 @@ struct end_of_log {
   ~end_of_log() { note_log::flush(); }
 };
 
-void renew_on(boost::asio::signal_set& signals, gateway::gateway_service& serving) {
-  signals.async_wait([&](const boost::system::error_code& error, int) {
+void await_signal(boost::asio::signal_set& signals, gateway::gateway_service& serving) {
+  signals.async_wait([&](const boost::system::error_code& error, int number) {
     if (error) return;
+    if (number != SIGHUP) return serving.stop();
     serving.renew();
-    renew_on(signals, serving);
+    await_signal(signals, serving);
   });
 }
 
 void serve(const gateway::options& given) {
   boost::asio::io_context io(1);
   gateway::gateway_service serving(io, given);
-  boost::asio::signal_set renewals(io, SIGHUP);
-  renew_on(renewals, serving);
-  boost::asio::signal_set stops(io, SIGINT, SIGTERM);
-  stops.async_wait([&serving, &renewals](const boost::system::error_code& error, int) {
-    if (error) return;
-    renewals.cancel();
-    serving.stop();
-  });
+  boost::asio::signal_set signals(io, SIGINT, SIGTERM, SIGHUP);
+  await_signal(signals, serving);
   serving.start();
   std::cout << "Serving " << serving.address() << std::endl;
   io.run();

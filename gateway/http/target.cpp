@@ -57,7 +57,7 @@ std::string take_host(std::string_view& text) {
   if (lower_case(scheme) != "http" && lower_case(scheme) != "https") return {};
   if (scheme.size() == text.size()) return {};
   text.remove_prefix(scheme.size() + end_of_scheme.size());
-  const auto host = lower_case(text.substr(0, text.find_first_of("/?")));
+  auto host = lower_case(text.substr(0, text.find_first_of("/?")));
   text.remove_prefix(host.size());
   return host;
 }

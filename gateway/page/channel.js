@@ -3,7 +3,7 @@
 // somebody looks, once a second and when something of it changes; nobody else pays for them.
 
 import { readValues } from "./api.js";
-import { byId, element, setAttributes, setText, shape } from "./dom.js";
+import { byId, element, setAttributes, setText, sign } from "./dom.js";
 import { Plot } from "./plot.js";
 import { stateOfChannel } from "./states.js";
 import { figure, isFigure, readable, signed, thzText } from "./text.js";
@@ -61,7 +61,7 @@ export class ChannelView {
     setText(byId("channel-name"), `${thzText(channel.thz)} THz`);
     setText(byId("channel-side"), channel.side === "rx" ? "to the line" : "from the line");
     const state = byId("channel-state");
-    state.replaceChildren(shape("svg", { viewBox: "-1.2 -1.2 2.4 2.4", class: `mark ${look.colour}`, "aria-hidden": "true" }, shape("path", { d: look.path, "fill-rule": "evenodd" })), now.state);
+    state.replaceChildren(sign(look.path, look.colour), now.state);
     setAttributes(byId("channel"), { "data-id": channel.id, "data-state": now.state });
     const why = sentence(readable(text(this.#of("insight", "why"))));
     setText(byId("channel-why"), why);

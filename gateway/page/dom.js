@@ -28,6 +28,12 @@ export function shape(name, attributes = {}, ...children) {
   return made;
 }
 
+/// The sign of a state; its word stands beside it. `path` lies in a square of 2 by 2 around the middle.
+export const sign = (path, colour) => shape(
+  "svg", { class: `mark ${colour}`, viewBox: "-1.2 -1.2 2.4 2.4", "aria-hidden": "true" },
+  shape("path", { d: path, "fill-rule": "evenodd" }),
+);
+
 export const byId = (id) => document.getElementById(id);
 
 /// Calls back when the width of a drawing's place changes; not for its height, which is the drawing's own.

@@ -2,7 +2,7 @@
 // history and then event by event.
 
 import { readHistory } from "./api.js";
-import { byId, element, shape } from "./dom.js";
+import { byId, element, sign } from "./dom.js";
 import { pathOf } from "./states.js";
 import { clockText, dayText, figure, isFigure, listed, number, readable, thzText } from "./text.js";
 
@@ -93,7 +93,7 @@ export class Happenings {
     return element(
       "li", { "data-event": event },
       element("time", { datetime: new Date(at).toISOString() }, clockText(at)),
-      shape("svg", { class: `mark ${colour}`, viewBox: "-1.2 -1.2 2.4 2.4", "aria-hidden": "true" }, shape("path", { d: pathOf(mark), "fill-rule": "evenodd" })),
+      sign(pathOf(mark), colour),
       element("span", {}, element("b", {}, this.#subjectsText(subjects)), ` ${subjects.length > 1 ? plural(words) : words}`, element("span", { class: "details" }, detailsText(event, details))),
     );
   }

@@ -3,7 +3,7 @@
 import { lab, readValues } from "./api.js";
 import { Channels, channelOf, fixedPatterns } from "./channels.js";
 import { ChannelView } from "./channel.js";
-import { byId, element, setAttributes, setText, shape } from "./dom.js";
+import { byId, element, setAttributes, setText, sign } from "./dom.js";
 import { Happenings, logPath } from "./happenings.js";
 import { Ladder } from "./ladder.js";
 import { Link } from "./link.js";
@@ -167,7 +167,7 @@ document.addEventListener("keydown", (event) => {
 });
 
 byId("legend").append(...legend.map(({ path, colour, text }) => element(
-  "li", {}, shape("svg", { class: `mark ${colour}`, viewBox: "-1.2 -1.2 2.4 2.4", "aria-hidden": "true" }, shape("path", { d: path, "fill-rule": "evenodd" })), text)));
+  "li", {}, sign(path, colour), text)));
 
 setAttributes(document.documentElement, { "data-ready": "" });
 overview.draw();

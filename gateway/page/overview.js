@@ -3,7 +3,7 @@
 
 import { channelOf } from "./channels.js";
 import { nodeNow } from "./clock.js";
-import { byId, element, setAttributes, setText, shape } from "./dom.js";
+import { byId, element, setAttributes, setText, sign } from "./dom.js";
 import { pathOf, stateOfLine } from "./states.js";
 import { ago, listed, number, readable, thzText, timeText } from "./text.js";
 
@@ -69,7 +69,7 @@ export class Overview {
     if (alarms.join("\n") === this.#shownAlarms) return;
     this.#shownAlarms = alarms.join("\n");
     byId("alarms").replaceChildren(...alarms.map((text) => element(
-      "li", {}, shape("svg", { class: "mark red", viewBox: "-1.2 -1.2 2.4 2.4", "aria-hidden": "true" }, shape("path", { d: pathOf("diamond") })), element("span", {}, text))));
+      "li", {}, sign(pathOf("diamond"), "red"), element("span", {}, text))));
     setText(byId("alarms-title"), alarms.length === 0 ? "No alarms" : "Alarms");
   }
 

@@ -224,7 +224,9 @@ void connection<Stream>::begin_stream(answer made) {
   ++shared_.streams;
   auto begin = made.stream;
   std::ostringstream header;
-  header << to_beast(std::move(made), parser_->get().version(), false, false).base();
+  auto head = to_beast(std::move(made), parser_->get().version(), false, false);
+  head.set(http::field::date, http_date(shared_.bounds.now()));
+  header << head.base();
   watch_for_end();
   write(std::make_shared<const std::string>(header.str()),
         [this, begin = std::move(begin)] { begin(this->shared_from_this()); });

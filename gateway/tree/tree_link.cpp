@@ -98,9 +98,12 @@ void tree_link::stream_opened() {
 
 void tree_link::watch_silence() {
   silence_timer_.expires_after(silence_);
-  silence_timer_.async_wait([weak = weak_from_this()](const boost::system::error_code& error) {
+  silence_timer_.async_wait([weak = weak_from_this(), watched = std::weak_ptr(stream_)](
+                                const boost::system::error_code& error) {
     const auto self = weak.lock();
-    if (!self || error) return;
+    const auto stream = watched.lock();
+    // It may have been on its way when the stream ended.
+    if (!self || error || !stream || stream != self->stream_) return;
     if (clock::now() - self->heard_at_ >= self->silence_) self->probe();
     self->watch_silence();
   });

@@ -120,7 +120,7 @@ void tree_mirror::retry_refused() {
   retry_timer_.expires_after(settings_.tree_retry);
   retry_timer_.async_wait([weak = weak_from_this()](const boost::system::error_code& error) {
     const auto self = weak.lock();
-    if (!self || error || self->refused_.empty()) return;
+    if (!self || error || self->stopped_ || self->refused_.empty()) return;
     self->subscribe_due();
     self->retry_refused();
   });

@@ -40,7 +40,14 @@ void tls_identity::renew() {
   tell();
 }
 
+void tls_identity::stop() {
+  stopped_ = true;
+  timer_.cancel();
+}
+
+// The timer may have been on its way when it was stopped.
 void tls_identity::watch() {
+  if (stopped_) return;
   tell();
   timer_.expires_after(settings_.certificate_check);
   timer_.async_wait([this](const boost::system::error_code& error) {

@@ -21,7 +21,7 @@ class tls_identity {
                const settings& bounds);
 
   void start() { watch(); }
-  void stop() { timer_.cancel(); }
+  void stop();
 
   /// Reads both files again. Throws as make_tls_context does, and then keeps what it has. Present
   /// connections keep the former certificate.
@@ -43,6 +43,7 @@ class tls_identity {
   std::shared_ptr<boost::asio::ssl::context> context_;
   validity valid_;
   stage told_ = stage::valid;
+  bool stopped_ = false;
   boost::asio::steady_timer timer_;
 };
 

@@ -28,7 +28,8 @@ std::string names_of(const std::vector<const channel*>& channels) {
   return some_of(names, names.size()) + (channels.front()->is_rx ? " rx" : " tx");
 }
 
-/// The amplifiers come on with the mended fibre, and the monitor sees the light a pass later.
+/// The amplifiers are switched on with the mended fibre, and the monitor sees the light a pass
+/// later.
 bool is_light_returning(const node_insight& node) {
   constexpr long usual_return = 5;  // s
   const auto* mended = open_event(node, "line", {"mended"}, {"cut"});

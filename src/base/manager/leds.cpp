@@ -96,11 +96,11 @@ void leds::led_poll() {
 }
 
 void leds::wait_for_panel() {
-  const auto begin = helpers::waiting::instance().steady_now();
+  const auto begin = helpers::steady_now();
   while (!is_stopping() && !led_->is_operational()) {
     if (trouble_ != trouble::not_ready) LUMORA_LOG(2, "Led device is not ready yet");
     trouble_ = trouble::not_ready;
-    const bool is_late = helpers::waiting::instance().steady_now() - begin >= usual_readiness;
+    const bool is_late = helpers::steady_now() - begin >= usual_readiness;
     if (is_late) watch_.look(false, "It is not ready");
     pause(not_ready_pause);
   }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "base/insight/event_log.h"
 #include "tests/loops/bars/node_case.h"
 
 namespace bars {
@@ -13,9 +14,17 @@ constexpr const char* panel = "led_selka";
 
 using spoiling = std::function<void(plant_node&)>;
 
+bool is_panel_told_away() {
+  const auto events = insight::event_log::instance().events();
+  const auto newest = std::find_if(events.rbegin(), events.rend(),
+                                   [](const auto& each) { return each.on == "panel"; });
+  return newest != events.rend() && newest->kind == insight::event_kind::loop_down;
+}
+
 /// Seconds until all channels are on target, after the start and after a jump; then the node is
 /// healed and has some time.
-figures seconds_with(plant_node& node, const spoiling& spoil) {
+figures seconds_with(plant_node& node, const spoiling& spoil, bool is_panel_away = false) {
+  insight::event_log::instance().reset();
   node.network().attach(peer_address, node.plant().nexel_tree("peer", 1));
   spoil(node);
   const auto begin = node.now();
@@ -27,6 +36,7 @@ figures seconds_with(plant_node& node, const spoiling& spoil) {
   const double jump =
       seconds_after_jump(node, node.channels()[3], [&] { return node.all_on_target(); });
   require(node.is_fully_operational(), "a loop is down");
+  require(is_panel_told_away() == is_panel_away, "of the panel is told what is not so");
   node.plant().set_nexel_state(0, panel, sim::nexel_state::ok);
   node.plant().set_latency(0, panel, 0ms);
   node.run_for(15s);
@@ -34,6 +44,7 @@ figures seconds_with(plant_node& node, const spoiling& spoil) {
     const auto led = fmt::format("data/line/1/{}Led/status", side);
     require(test::text_of(node.plant().nexel_tree(panel), led) == "green", "a LED is wrong");
   }
+  require(!is_panel_told_away(), "the panel's return is not told");
   node.network().detach(peer_address);
   return {start, jump};
 }
@@ -41,9 +52,9 @@ figures seconds_with(plant_node& node, const spoiling& spoil) {
 figures a_slow_part(const std::string& model, std::uint64_t seed) {
   auto what = lit_topology(model, seed);
   what.peer = is_selka(model) ? "selka-min" : "orva-lite";
-  const auto measure = [&](const spoiling& spoil) {
+  const auto measure = [&](const spoiling& spoil, bool is_panel_away = false) {
     plant_node node(what);
-    return seconds_with(node, spoil);
+    return seconds_with(node, spoil, is_panel_away);
   };
   const auto in_state = [](sim::nexel_state state) {
     return [state](plant_node& node) { node.plant().set_nexel_state(0, panel, state); };
@@ -53,8 +64,8 @@ figures a_slow_part(const std::string& model, std::uint64_t seed) {
   };
   const auto well = measure([](plant_node&) {});
   for (const auto& afflicted :
-       {measure(in_state(sim::nexel_state::hung)), measure(in_state(sim::nexel_state::killed)),
-        measure(late(panel))}) {
+       {measure(in_state(sim::nexel_state::hung), true),
+        measure(in_state(sim::nexel_state::killed), true), measure(late(panel))}) {
     require(afflicted == well, "the panel costs the light time");
   }
   auto worst = measure([](plant_node& node) { node.network().set_latency(peer_address, 1000ms); });

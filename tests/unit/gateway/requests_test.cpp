@@ -29,6 +29,8 @@ struct asked {
 };
 
 TEST_F(requests, each_has_its_answer) {
+  constexpr std::chrono::seconds noon{1769860800};
+  bounds.now = [=] { return std::chrono::system_clock::time_point(noon); };
   test::value_node::create(db, "data/system/hostname", R"("a \"quoted\" <host>")");
   serve_tree();
   start();
@@ -36,6 +38,8 @@ TEST_F(requests, each_has_its_answer) {
   const std::vector<asked> table{
       {"the page", get("/"), "<p>the page</p>"},
       {"its policy", get("/"), "frame-ancestors 'none'"},
+      {"its date", get("/"), "\r\nDate: Sat, 31 Jan 2026 12:00:00 GMT\r\n"},
+      {"the states for it", get("/state_table.js"), R"("blocked": ["quiet", "grey"])"},
       {"only its head", "HEAD / HTTP/1.1\r\nHost: localhost\r\n\r\n", "Content-Length: 15"},
       {"a value", get("/api/v1/values?path=config%2Foffset"), R"({"config/offset":1})"},
       {"two patterns", get("/api/v1/values?path=config/*&path=data/*/*"),
@@ -122,17 +126,64 @@ TEST_F(requests, each_has_its_answer) {
   EXPECT_THAT(ask(get("/readyz")), HasSubstr("200 OK"));
 }
 
-TEST_F(requests, a_byte_now_and_then_is_answered_in_time) {
+TEST_F(requests, who_dawdles_is_closed_and_told_why_if_he_has_begun) {
   bounds.header_time = 200ms;
+  bounds.body_time = 200ms;
+  bounds.idle_time = 400ms;
   start();
-  const auto client = connect();
-  for (const char c : get("/")) {
-    if (!client->send({&c, 1})) break;
-    std::this_thread::sleep_for(20ms);
-    if (client->size() > 0) break;
+  const std::vector<asked> table{
+      {"silence", "", ""},
+      {"half a header", "GET /", "408 Request Timeout"},
+      {"half a body",
+       "PUT /api/v1/values HTTP/1.1\r\nHost: localhost\r\nContent-Length: 9\r\n\r\n{",
+       "longer than 0.2 s"},
+      {"a body that waits, and never comes",
+       "PUT /api/v1/values HTTP/1.1\r\nHost: localhost\r\nContent-Length: 9\r\n"
+       "Expect: 100-continue\r\n\r\n",
+       "100 Continue\r\n\r\nHTTP/1.1 408"},
+      {"nothing more after an answer", get("/healthz"), "alive\n"},
+      {"half a header after an answer", get("/healthz") + "GET", "408 Request Timeout"},
+  };
+  std::vector<std::unique_ptr<http_client>> clients;
+  for (const auto& row : table) {
+    clients.push_back(connect());
+    clients.back()->send(row.bytes);
   }
-  EXPECT_THAT(client->read_all(), HasSubstr("408 Request Timeout"));
-  EXPECT_THAT(client->read_all(), HasSubstr("longer than 0.2 s"));
+  const auto dribble = connect();
+  for (const char c : get("/")) {
+    if (!dribble->send({&c, 1})) break;
+    std::this_thread::sleep_for(20ms);
+  }
+  EXPECT_THAT(dribble->read_all(), HasSubstr("408 Request Timeout"))
+      << "however often a byte comes";
+  for (std::size_t i = 0; i < table.size(); ++i) {
+    SCOPED_TRACE(table[i].name);
+    EXPECT_THAT(clients[i]->read_all(), HasSubstr(table[i].answered));
+    EXPECT_EQ(clients[i]->size() == 0, table[i].bytes.empty());
+  }
+}
+
+TEST_F(requests, beyond_512_patterns_that_wait_for_the_daemon_the_next_is_told_so) {
+  bounds.tree_answer = 60s;
+  bounds.tree_silence = 60s;
+  serve_tree();
+  start();
+  ask_until(get("/api/v1/values?path=config/offset"), "200 OK");
+  server->set_fault(nx::server_fault::hung);
+  std::string query = "/api/v1/values?path=config/offset";
+  for (int i = 1; i < 16; ++i)
+    query += fmt::format("&path=a{}", i);
+  std::vector<std::unique_ptr<http_client>> waiting;
+  for (int i = 0; i < 32; ++i) {
+    waiting.push_back(connect());
+    waiting.back()->send(get(query));
+  }
+  EXPECT_THAT(ask(get(query)), HasSubstr("512 requests are already waiting for the daemon"));
+  EXPECT_THAT(ask(get("/healthz")), HasSubstr("alive"));
+  server.reset();
+  EXPECT_THAT(waiting.back()->read_until("Not connected"), HasSubstr("503 Service"));
+  serve_tree();
+  EXPECT_THAT(ask_until(get("/api/v1/values?path=config/offset"), "200 OK"), HasSubstr("200 OK"));
 }
 
 TEST_F(requests, of_two_thousand_connections_those_beyond_the_limit_are_told_so) {

@@ -11,6 +11,7 @@
 #include "helpers/guard_register.h"
 #include "platform/value_tree/nx_db.h"
 #include "tests/support/hand_clock.h"
+#include "tests/support/log_capture.h"
 #include "tests/support/recording_session.h"
 #include "tests/support/tree_values.h"
 
@@ -77,12 +78,16 @@ struct owner {
 TEST_F(event_log_test, hears_of_guards_and_parameters_by_itself) {
   constexpr helpers::guard_kind freshness{"freshness"};
   constexpr helpers::guard_kind of_every_day{"every-day", 1};
+  const test::log_capture lines;
   auto& guards = helpers::guard_register::instance();
+  guards.end(freshness, "line");  // was never on it
   guards.begin(of_every_day, "line", "as usual");
   for (int i = 0; i < 3; ++i)
     guards.withhold(freshness, "line", "nothing new");
   clock->sleep(std::chrono::seconds(4));
   guards.end(freshness, "line");
+  EXPECT_EQ(lines.count("Guard freshness begins on line: nothing new"), 1);
+  EXPECT_TRUE(lines.contains("Guard freshness ends on line after 4.0 s, writes withheld: 3"));
   const auto holder = std::make_shared<owner>();
   const auto parameter =
       nx::api::config_param<&owner::set>::create(tree, "config/x", std::nullopt, holder);

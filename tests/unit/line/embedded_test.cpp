@@ -90,6 +90,20 @@ TEST_F(embedded_line, collects_anew_after_readings_that_cannot_be) {
   EXPECT_EQ(done(), (journal{"voa 6.40", "preamp gain 15.00"})) << "not below the default gain";
 }
 
+TEST_F(embedded_line, takes_five_samples_at_once_of_a_fibre_that_was_mended) {
+  begin();
+  cycles(4);
+  for (const bool is_cut : {true, false}) {
+    preamp->los = is_cut;
+    osc->operational = !is_cut;
+    cycles(3);
+  }
+  done();
+  set_spans(20, 21);
+  cycles(10);
+  EXPECT_EQ(done(), (journal{"voa 2.40", "preamp gain 20.00"}));
+}
+
 TEST_F(embedded_line, takes_the_section_that_the_peer_measures_and_keeps_it) {
   peer.set("data/spanloss/section", "oms");
   begin();
