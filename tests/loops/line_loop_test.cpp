@@ -70,8 +70,8 @@ TEST_F(line, a_dead_peer_leaves_the_node_alone_and_is_identified_on_its_return) 
   pair_.start_manager(1);
   ASSERT_TRUE(pair_.run_until(
       [&] {
-        for (const auto& line : pair_.take_log()) {
-          if (line.starts_with("Remote subscription complete.")) return true;
+        for (const auto& text : pair_.take_log()) {
+          if (text.starts_with("Remote subscription complete.")) return true;
         }
         return false;
       },

@@ -29,8 +29,8 @@ constexpr unsigned clients = 200;
 /// Clients that connect, read, subscribe, and leave half-way.
 class crowd {
  public:
-  crowd(const std::string& socket, unsigned clients)
-      : storm_(clients, [this, socket] { mingle(socket); }) {}
+  crowd(const std::string& socket, unsigned size)
+      : storm_(size, [this, socket] { mingle(socket); }) {}
 
   unsigned answers() const { return answers_; }
   unsigned connections() const { return connections_; }

@@ -2,9 +2,12 @@
 // LEDs and the log.
 #include <gtest/gtest.h>
 
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "base/guards/panel.h"
+#include "base/insight/event_log.h"
 #include "helpers/waiting.h"
 #include "platform/wire/nx_error.h"
 #include "products/orva/leds.h"
@@ -162,8 +165,17 @@ TEST_F(unknown_channel, without_a_port_may_be_any_led_of_its_side) {
 
 class absent_panel : public on_clock {};
 
+/// "loopDown", "loopUp": what the node's events say about the panel.
+std::vector<std::string> events_of_panel() {
+  std::vector<std::string> told;
+  for (const auto& event : insight::event_log::instance().events())
+    if (event.on == "panel") told.emplace_back(name_of(event.kind));
+  return told;
+}
+
 TEST_F(absent_panel, is_waited_for_with_one_line_when_it_goes_and_one_when_it_is_back) {
   const test::log_capture log;
+  insight::event_log::instance().reset();
   orva_bench bench;
   unsigned accesses = 0;
   bool away = false;
@@ -182,6 +194,7 @@ TEST_F(absent_panel, is_waited_for_with_one_line_when_it_goes_and_one_when_it_is
   EXPECT_LE(accesses, 2u * 33 + 600u) << "one message in vain, then a look each second";
   EXPECT_EQ(log.count("Not connected: panel"), 1);
   EXPECT_EQ(log.count("Led device is ready again."), 1);
+  EXPECT_EQ(events_of_panel(), (std::vector<std::string>{"loopDown", "loopUp"}));
   EXPECT_EQ(log.count("Updating "), 2 * 33);
   EXPECT_EQ(bench.panel->colours.size(), 2u * 33);
   EXPECT_TRUE(bench.panel->colours["client 32 rx"] == "green");
