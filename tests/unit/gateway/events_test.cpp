@@ -91,11 +91,14 @@ TEST_F(events, a_daemon_that_goes_is_told_and_its_values_come_anew) {
 TEST_F(events, a_daemon_that_hangs_is_lost_though_its_socket_is_there) {
   bounds.tree_silence = 20ms;
   bounds.tree_answer = 2s;
+  const auto probes = std::make_shared<std::atomic<int>>(0);
+  test::read_node::create(db, "data/product", [probes] { return std::to_string(++*probes); });
   serve_tree();
   start();
   ask_until(get("/api/v1/values?path=data/**"), "200 OK");
   const auto page = watch("path=data/**");
-  std::this_thread::sleep_for(10 * bounds.tree_silence);
+  for (const int before = *probes; *probes < before + 5;)
+    std::this_thread::yield();
   EXPECT_THAT(page->read_until("-3.5"), Not(HasSubstr(R"("up":false)"))) << "silence is no loss";
   server->set_fault(nx::server_fault::hung);
   page->read_until(R"({"up":false)");
