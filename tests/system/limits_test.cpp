@@ -117,7 +117,6 @@ class control_group {
 // As the service manager limits it: the daemon's pages from now on, then it is killed and started
 // anew.
 TEST(limits, beyond_its_memory_the_daemon_is_killed_and_its_successor_regulates) {
-  if (sanitized) GTEST_SKIP() << "a sanitizer takes memory as it likes";
   std::unique_ptr<control_group> confined;
   test::regulating_node node;
   node.bring_up();
