@@ -277,7 +277,8 @@ void connection<Stream>::write_answer(answer made, bool keep_alive) {
 
 template <class Stream>
 void connection<Stream>::answer_written(bool keep_alive) {
-  keep_alive ? await_request() : end();
+  if (keep_alive) return await_request();
+  end();
 }
 
 // A client of TLS takes an end that nobody has announced for an answer cut short on its way.

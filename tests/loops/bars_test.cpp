@@ -1,7 +1,6 @@
-// Every bar of the regulation on models that differ in what it rests
-// on: the switch that is written to and the one that follows the store, a drop side that is
-// regulated and one that is not, both answers to a saturated far preamp. The program in bars/
-// measures all models and draws.
+// Every bar of the regulation on models that differ in what it rests on: the switch that is written
+// to and the one that follows the store, a drop side that is regulated and one that is not, both
+// answers to a saturated far preamp. The program in bars/ measures all models and draws.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
