@@ -22,8 +22,8 @@ void add_loops(const node_insight& node, std::vector<finding>& found);
 void add_panel(const node_insight& node, std::vector<finding>& found);
 void add_guards(const node_insight& node, std::vector<finding>& found);
 
-/// The newest event of a kind on a subject, or on any if that is empty, that none of `ends` has
-/// followed; null if there is none.
+/// The newest event of a kind on a subject that none of `ends` on the same subject has followed;
+/// null if there is none.
 const event* open_event(const node_insight& node, const std::string& on,
                         std::initializer_list<std::string_view> begins,
                         std::initializer_list<std::string_view> ends);

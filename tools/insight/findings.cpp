@@ -51,7 +51,7 @@ const event* open_event(const node_insight& node, const std::string& on,
                         std::initializer_list<std::string_view> ends) {
   const event* open = nullptr;
   for (const auto& each : node.events) {
-    if (!on.empty() && each.on != on) continue;
+    if (each.on != on) continue;
     if (std::find(begins.begin(), begins.end(), each.kind) != begins.end()) open = &each;
     if (std::find(ends.begin(), ends.end(), each.kind) != ends.end()) open = nullptr;
   }

@@ -44,19 +44,21 @@ bool is_of_silent_device(const std::string& reason, const std::vector<finding>& 
   });
 }
 
+/// When a fault of the start was told. Whether it lasts is not for the events to say: nothing is
+/// told when it ends.
+std::string began(const node_insight& node, const std::string& fault) {
+  const auto told = std::find_if(node.events.rbegin(), node.events.rend(), [&](const event& each) {
+    return each.kind == "startFailed" && detail(each, "reason") == without_folders(fault);
+  });
+  return told == node.events.rend() ? "" : told->time;
+}
+
 }  // namespace
 
 void add_node_causes(const node_insight& node, std::vector<finding>& found) {
   for (const auto& each : node.start)
-    found.push_back({cause::start_failed, "node", each, "", "", ""});
-  const auto* failed = open_event(node, "", {"startFailed"}, {"loopUp"});
-  // A fault that prevented the start is over once the node reports about itself.
-  if (failed != nullptr && !node.tells_of_itself && node.start.empty()) {
-    found.push_back({cause::start_failed, failed->on,
-                     fmt::format("The node cannot start: {}", detail(*failed, "reason")),
-                     "It tries again once a second.", detail(*failed, "remedy"), failed->time});
-  }
-  if (failed == nullptr && !node.tells_of_itself && node.start.empty()) {
+    found.push_back({cause::start_failed, "node", each, "", "", began(node, each)});
+  if (!node.tells_of_itself && node.start.empty()) {
     found.push_back({cause::start_failed, "node",
                      "The daemon is still starting, or waits for what it needs to start", "",
                      "Check its log: it says what it is waiting for.", ""});

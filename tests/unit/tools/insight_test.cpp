@@ -187,6 +187,22 @@ TEST(findings, tell_since_when) {
             "The fibre is cut or unplugged (since 12:00:00 UTC, 14 s): no light.");
 }
 
+TEST(findings, of_a_start_last_as_long_as_the_daemon_says_whatever_else_comes_and_goes) {
+  const std::string fault = "The store does not answer: start it";
+  const std::vector<event> events{at_noon("startFailed", "store", {{"reason", fault}}),
+                                  at_noon("loopDown", "panel"), at_noon("loopUp", "panel")};
+  readings read;
+  read.put("insight/start", fault);
+  const auto failed = findings_of(insight_of(read, events));
+  ASSERT_EQ(failed.size(), 1U);
+  EXPECT_EQ(failed.front().sentence, fault);
+  EXPECT_EQ(failed.front().since, noon);
+  const auto mended = findings_of(insight_of({}, events));
+  ASSERT_EQ(mended.size(), 1U);
+  EXPECT_THAT(mended.front().sentence, StartsWith("The daemon is still starting"));
+  EXPECT_EQ(mended.front().since, "");
+}
+
 TEST(find_channel, takes_frequencies_wavelengths_and_names) {
   const std::vector<channel_place> grid{{19230000, 19230000}, {19237500, 19237500}};
   const std::vector<channel_place> numbered{{7, 19260000}, {8, 19270000}};
