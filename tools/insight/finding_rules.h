@@ -16,6 +16,7 @@ namespace tools::insight {
 void add_node_causes(const node_insight& node, std::vector<finding>& found);
 void add_devices(const node_insight& node, std::vector<finding>& found);
 void add_line(const node_insight& node, std::vector<finding>& found);
+void add_peer_gaps(const node_insight& node, std::vector<finding>& found);
 void add_ladders(const node_insight& node, std::vector<finding>& found);
 void add_channels(const node_insight& node, std::vector<finding>& found);
 void add_loops(const node_insight& node, std::vector<finding>& found);
@@ -32,6 +33,8 @@ std::string time_of(const event* what);
 /// Empty if the event does not have it.
 std::string detail(const event& what, const char* name);
 bool is_found(const std::vector<finding>& found, cause of);
+/// With a capital at its begin.
+std::string capital(std::string text);
 /// "192.30, 192.45 and 3 more": the first few names of `all` things.
 std::string some_of(const std::vector<std::string>& names, std::size_t all);
 

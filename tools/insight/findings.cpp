@@ -19,6 +19,7 @@ constexpr std::array cause_names{"startFailed",
                                  "fibreCut",
                                  "linkDown",
                                  "peerLost",
+                                 "peerUnreadable",
                                  "peerStandsStill",
                                  "lineDevice",
                                  "calibration",
@@ -89,6 +90,7 @@ std::vector<finding> findings_of(const node_insight& node) {
   add_node_causes(node, found);
   add_devices(node, found);
   add_line(node, found);
+  add_peer_gaps(node, found);
   add_ladders(node, found);
   add_channels(node, found);
   add_loops(node, found);

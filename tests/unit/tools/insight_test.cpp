@@ -83,6 +83,15 @@ TEST(findings, name_the_cause_before_what_it_brings_about) {
        cause::peer_lost,
        "line"},
       {{{"insight/line/state", std::string("no peer")}}, {}, cause::no_peer, "line"},
+      // A part of the peer fails: what is not told any more is a consequence.
+      {{{"insight/peer",
+         std::string(R"({"product":"ORVA-LITE","unreadable":[{"part":"preamp",)"
+                     R"("since":"2026-01-31T12:00:00Z","values":["data/line/1/rx/power"],)"
+                     R"("meanwhile":"the line goes on"}]})")},
+        {"insight/line/state", std::string("peer's readings stand still")}},
+       {},
+       cause::peer_unreadable,
+       "peer"},
       {{{state("19230000/rx"), weak}, {state("19245000/rx"), weak}},
        {},
        cause::channel_exhausted,
