@@ -124,12 +124,12 @@ void add_line(const node_insight& node, std::vector<finding>& found) {
 
 void add_peer_gaps(const node_insight& node, std::vector<finding>& found) {
   for (const auto& gap : node.peer_gaps) {
-    found.push_back(
-        {cause::peer_unreadable, "peer",
-         fmt::format("The peer {} cannot read its {}: in error there {} {}", node.peer, gap.part,
-                     gap.values.size() == 1 ? "is" : "are", some_of(gap.values, gap.values.size())),
-         capital(gap.meanwhile) + ".",
-         "Look at the far node: lumoractl explain tells there what fails.", gap.since});
+    found.push_back({cause::peer_unreadable, "peer",
+                     fmt::format("The peer {} cannot read its {}: {} {} in error on its tree",
+                                 node.peer, gap.part, some_of(gap.values, gap.values.size()),
+                                 gap.values.size() == 1 ? "is" : "are"),
+                     capital(gap.meanwhile) + ".",
+                     "Look at the far node: lumoractl explain tells there what fails.", gap.since});
   }
 }
 
