@@ -171,6 +171,27 @@ TEST_F(arrival, of_the_first_light_of_a_band) {
   }
 }
 
+class lit_at_start : public testing::TestWithParam<std::string> {};
+
+TEST_P(lit_at_start, is_what_set_each_channel_going) {
+  plant_node node(GetParam());
+  node.start();
+  if (node.has_channels_by_command()) node.add_channels();
+  node.run_for(2min);
+  unsigned told = 0;
+  for (const auto& path : node.tree().list("insight/client", true)) {
+    if (!path.ends_with("/arrival") || test::shown_at(node.tree(), path).starts_with("! -61"))
+      continue;
+    ++told;
+    const std::string cause = test::value_of(node.tree(), path)["cause"].GetString();
+    EXPECT_EQ(cause, node.has_channels_by_command() ? "added" : "lit") << path;
+  }
+  EXPECT_GE(told, node.channels().size());
+}
+
+INSTANTIATE_TEST_SUITE_P(models, lit_at_start, testing::ValuesIn(models::names()),
+                         [](const auto& of) { return of.param; });
+
 TEST(channel_insight, comes_and_goes_with_the_channel) {
   plant_node node(test::dark_topology("selkaplus"));
   node.start();
