@@ -83,6 +83,15 @@ TEST(findings, name_the_cause_before_what_it_brings_about) {
        cause::peer_lost,
        "line"},
       {{{"insight/line/state", std::string("no peer")}}, {}, cause::no_peer, "line"},
+      // A part of the peer fails: what is not told any more is a consequence.
+      {{{"insight/peer",
+         std::string(R"({"product":"ORVA-LITE","unreadable":[{"part":"preamp",)"
+                     R"("since":"2026-01-31T12:00:00Z","values":["data/line/1/rx/power"],)"
+                     R"("meanwhile":"the line goes on"}]})")},
+        {"insight/line/state", std::string("peer's readings stand still")}},
+       {},
+       cause::peer_unreadable,
+       "peer"},
       {{{state("19230000/rx"), weak}, {state("19245000/rx"), weak}},
        {},
        cause::channel_exhausted,
@@ -185,6 +194,22 @@ TEST(findings, tell_since_when) {
   node.now = seconds_of(noon).value() + 14;
   EXPECT_EQ(full_sentence(findings_of(node).front(), node),
             "The fibre is cut or unplugged (since 12:00:00 UTC, 14 s): no light.");
+}
+
+TEST(findings, of_a_start_last_as_long_as_the_daemon_says_whatever_else_comes_and_goes) {
+  const std::string fault = "The store does not answer: start it";
+  const std::vector<event> events{at_noon("startFailed", "store", {{"reason", fault}}),
+                                  at_noon("loopDown", "panel"), at_noon("loopUp", "panel")};
+  readings read;
+  read.put("insight/start", fault);
+  const auto failed = findings_of(insight_of(read, events));
+  ASSERT_EQ(failed.size(), 1U);
+  EXPECT_EQ(failed.front().sentence, fault);
+  EXPECT_EQ(failed.front().since, noon);
+  const auto mended = findings_of(insight_of({}, events));
+  ASSERT_EQ(mended.size(), 1U);
+  EXPECT_THAT(mended.front().sentence, StartsWith("The daemon is still starting"));
+  EXPECT_EQ(mended.front().since, "");
 }
 
 TEST(find_channel, takes_frequencies_wavelengths_and_names) {
