@@ -87,6 +87,7 @@ TEST_F(collected_node, is_told_without_stale_samples_through_restarts_of_daemon_
   gateway->signal(SIGKILL);
   EXPECT_TRUE(seen->gives("up", 0));
   EXPECT_EQ(seen->number(all), std::nullopt);
+  EXPECT_TRUE(seen->gives(R"(ALERTS{alertname="LumoraGatewayLost"})", 1));
   start_gateway(target);
   EXPECT_TRUE(seen->gives("lumora_up", 1));
 
@@ -163,6 +164,7 @@ TEST_F(collected_node, is_collected_by_tls) {
   collect_by("ca_file: " + certificate);
   EXPECT_TRUE(seen->gives("up", 1));
   EXPECT_TRUE(seen->gives("lumora_up", 0));
+  EXPECT_TRUE(seen->gives(R"(ALERTS{alertname="LumoraCertificateExpires"})", 1)) << "in two days";
   collect_by("");
   EXPECT_TRUE(seen->gives("up", 0)) << "a certificate of nobody whom the collector trusts";
   const auto clear =
