@@ -137,6 +137,10 @@ export class ChannelView {
   async #ask() {
     clearTimeout(this.#timer);
     if (this.#asking) return;
+    if (document.hidden) {
+      this.#timer = setTimeout(() => this.#ask(), pace);
+      return;
+    }
     this.#asking = true;
     this.#askedAt = Date.now();
     const channel = this.#channel;

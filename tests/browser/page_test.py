@@ -194,6 +194,26 @@ class OneNode(Story):
             self.assertLess(moved, 0.02, width)
         self.browser.look(1280, "light")
 
+    def test_more_tabs_than_a_browser_has_connections(self):
+        tabs = [self.browser.tab()]
+        for _ in range(7):
+            self.browser.open_tab()
+            tabs.append(self.browser.tab())
+            self.open()
+            self.await_states(32, "on target")
+            await_that("its sentence", lambda: "on target" in self.browser.text("#channel-why"))
+        self.node.plant.set("config/node/0/laser/19230000/on", False)
+        self.browser.to_front(tabs[0])
+        self.await_state(19230000, "dark")
+        await_that("what it has missed", lambda: "192.30 rx is dark" in self.browser.text("#log-list li"))
+        self.assertTrue(self.browser.run("return document.querySelector('#blind').hidden"))
+        self.node.plant.set("config/node/0/laser/19230000/on", True)
+        self.await_states(32, "on target")
+        for tab in tabs[1:]:
+            self.browser.to_front(tab)
+            self.browser.close_tab()
+        self.browser.to_front(tabs[0])
+
     def test_page_of_another_origin_moves_nothing(self):
         with nodes.other_origin() as elsewhere:
             self.browser.open(elsewhere)
