@@ -146,31 +146,6 @@ TEST_F(arrival, of_a_channel_that_is_added_among_forty) {
       added, "added", [&] { add_lit(added); }, writes_of_an_add);
 }
 
-TEST_F(arrival, of_the_first_light_of_a_band) {
-  start(0);
-  for (const auto channel : node_->channels())
-    ASSERT_EQ(node_->text(insight_path(channel, "state")), "dark");
-  const channel_watch watch(*node_);
-  std::map<unsigned, way_of_error> errors;
-  const auto begin = node_->now();
-  node_->plant().fill_band(0);
-  while (node_->now() - begin < 1min) {
-    node_->cycle();
-    const std::chrono::duration<double> since = node_->now() - begin;
-    for (const auto channel : node_->channels())
-      errors[channel].emplace_back(since.count(), error(channel));
-  }
-  for (const auto channel : node_->channels()) {
-    SCOPED_TRACE(channel);
-    const auto way = told(channel);
-    EXPECT_STREQ(way["cause"].GetString(), "lit");
-    EXPECT_FALSE(way["underWay"].GetBool());
-    EXPECT_EQ(way["steps"].GetUint(), watch.steps(channel));
-    EXPECT_TRUE(way["neighbour"].IsNull());
-    expect_way_of(channel, errors[channel], way);
-  }
-}
-
 TEST(channel_insight, comes_and_goes_with_the_channel) {
   plant_node node(test::dark_topology("selkaplus"));
   node.start();
@@ -223,15 +198,8 @@ TEST(channel_insight, tells_a_dead_device_by_its_loop_and_ends_with_it) {
 class insight_watch {
  public:
   explicit insight_watch(nx_db& tree) {
-    nx::json_document answer(rapidjson::kObjectType);
-    std::recursive_mutex mutex;
-    std::unique_lock lock(mutex);
-    for (const auto& path : tree.list("insight", true)) {
-      try {
-        tree.subscribe(session_, tree.node_at(path), answer.GetAllocator(), answer, lock);
-      } catch (const nx_error&) {
-      }
-    }
+    for (const auto& path : tree.list("insight", true))
+      test::subscribe_to(tree, path, session_);
     session_->take();
   }
   std::map<std::string, unsigned> take() {
