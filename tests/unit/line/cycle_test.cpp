@@ -204,6 +204,13 @@ TEST_F(fibre, shows_no_span_loss_of_what_was_not_measured) {
   EXPECT_EQ(shown("data/spanloss/oms/rx"), "17.5") << "own preamp away";
   EXPECT_EQ(shown("data/spanloss/ots/tx"), sent) << "own optics away";
   EXPECT_NE(shown("data/spanloss/oms/tx"), "100") << "the peer could not read its own";
+  preamp->failing = sfp->failing = false;
+  for (const char* path : {"tx/power", "rx/power", "tx/totalPower", "rx/totalPower"})
+    peer.set(std::string("data/line/1/") + path, -95.99f);
+  cycles(60);
+  peer.set("data/line/1/tx/power", 9.0f);
+  cycle();
+  EXPECT_EQ(shown("data/spanloss/oms/rx"), "18.5") << "was due all the time";
 }
 
 TEST_F(fibre, span_losses_are_taken_every_25_seconds) {

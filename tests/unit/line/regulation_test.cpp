@@ -97,11 +97,11 @@ TEST_F(regulated_line, leaves_out_channels_that_are_off_target_or_have_just_chan
   const test::log_capture log;
   cycles_with(3, first, 3);
   peer.set("data/client/19600000/tx/peak", false);
-  cycles_with(3, first, 3);
+  cycles_with(2, first, 3.4f);
   EXPECT_EQ(done(), journal{}) << "an error of 0 stands among the last five";
   EXPECT_TRUE(log.contains("Channel 19600000 peak state changed to false, clearing power history"));
-  cycles_with(3, first, 3);
-  EXPECT_EQ(done(), journal{"voa 9.20"});
+  cycles_with(4, first, 3.4f);
+  EXPECT_EQ(done(), journal{"voa 9.28"}) << "the readings of before count no more";
 }
 
 TEST_F(regulated_line, backs_out_of_saturation_without_touching_the_errors) {
@@ -148,8 +148,25 @@ TEST_F(regulated_line, steps_by_the_channels_that_still_move_at_the_peer) {
   read_at_peer(second, -5);
   cycles_with(6, first, 3);
   EXPECT_EQ(done(), journal{"voa 8.80"}) << "by 2 and 10 dB";
+  read_at_peer(second, -5);
   cycles_with(5, first, 3.4f);
-  EXPECT_EQ(done(), journal{"voa 8.48"}) << "the second has not been told since the step";
+  EXPECT_EQ(done(), journal{"voa 8.48"}) << "the second has not been told since it has settled";
+}
+
+TEST_F(regulated_line, counts_no_error_of_before_a_cut) {
+  meet("ORVA-LITE", {first});
+  voa->attenuation = 5.0f;  // where a cut leaves it
+  cycles_with(5, first, 3);
+  for (const bool is_cut : {true, false}) {
+    preamp->los = is_cut;
+    osc->operational = !is_cut;
+    cycles_with(2, first, 3);
+  }
+  done();
+  cycles_with(4, first, 3);
+  EXPECT_EQ(done(), journal{});
+  cycle_with(first, 3);
+  EXPECT_EQ(done(), journal{"voa 4.60"});
 }
 
 TEST_F(regulated_line, does_not_mix_readings_of_two_connections) {
