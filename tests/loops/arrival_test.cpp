@@ -271,15 +271,8 @@ TEST(channel_insight, tells_a_dead_device_by_its_loop_and_ends_with_it) {
 class insight_watch {
  public:
   explicit insight_watch(nx_db& tree) {
-    nx::json_document answer(rapidjson::kObjectType);
-    std::recursive_mutex mutex;
-    std::unique_lock lock(mutex);
-    for (const auto& path : tree.list("insight", true)) {
-      try {
-        tree.subscribe(session_, tree.node_at(path), answer.GetAllocator(), answer, lock);
-      } catch (const nx_error&) {
-      }
-    }
+    for (const auto& path : tree.list("insight", true))
+      test::subscribe_to(tree, path, session_);
     session_->take();
   }
   std::map<std::string, unsigned> take() {

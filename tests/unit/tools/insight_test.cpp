@@ -249,6 +249,10 @@ TEST(event_lines, fold_what_comes_together_and_name_channels_by_their_frequency)
       event_at("12:03:00",
                R"("event":"parameterWritten","on":"config/x","value":"4.5","writes":30,)"
                R"("until":"2026-01-31T12:03:09.5Z")"),
+      event_at("12:04:00", R"("event":"guardBegan","on":"peer data/client/7/rx/power",)"
+                           R"("guard":"plausibility","reason":"63 is no tap power")"),
+      event_at("12:04:01", R"("event":"guardBegan","on":"peer data/client/8/rx/power",)"
+                           R"("guard":"plausibility","reason":"64 is no tap power")"),
   };
   EXPECT_THAT(event_lines(events, {{7, 19260000}}),
               ElementsAre("2026-01-31 12:00:00  3 channels rx  has light",
@@ -256,7 +260,9 @@ TEST(event_lines, fold_what_comes_together_and_name_channels_by_their_frequency)
                           R"(2026-01-31 12:01:00  peer           lost, it was ORVA\x1b-LITE)",
                           "2026-01-31 12:02:00  192.60 rx      is exhausted, 2.7 dB too weak",
                           "2026-01-31 12:03:00  config/x       written 30 times until 12:03:09, "
-                          "at last: 4.5"));
+                          "at last: 4.5",
+                          "2026-01-31 12:04:00  2 channels peer's rx/power  guard plausibility "
+                          "begins: 63 is no tap power"));
   EXPECT_FALSE(event_of("no json"));
 }
 
