@@ -137,6 +137,9 @@ TEST(findings, name_both_of_two_causes_before_what_they_bring_about) {
   read.put("insight/device/booster/age", 4.0);
   read.put("insight/device/sfp/alive", true);
   read.put("insight/line/state", std::string("device failed"));
+  read.put(
+      "insight/guards",
+      std::string(R"({"line-known":{"active":[{"on":"line","reason":"the span is not known"}]}})"));
   const auto found = findings_of(insight_of(
       read, {at_noon("loopDown", "line", {{"reason", "Not connected: /tmp/nexels/booster"}}),
              at_noon("loopDown", "client tx", {{"reason", "Not connected: /tmp/nexels/preamp"}}),
