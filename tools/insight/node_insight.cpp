@@ -45,6 +45,14 @@ bool flag_in(const nx::json_value& object, const char* name) {
   return found != object.MemberEnd() && found->value.IsTrue();
 }
 
+/// "No answer within 2 s: booster" of a channel whose state says the rest.
+std::string cause_alone(std::string why) {
+  for (const std::string_view repeated : {"the loop is down: ", "a device does not answer: "}) {
+    if (why.starts_with(repeated)) return why.substr(repeated.size());
+  }
+  return why;
+}
+
 channel channel_of(const readings& read, unsigned id, const char* side) {
   const auto base = fmt::format("insight/client/{}/{}/", id, side);
   const auto data = fmt::format("data/client/{}/{}/", id, side);
@@ -53,7 +61,7 @@ channel channel_of(const readings& read, unsigned id, const char* side) {
   found.is_rx = std::string_view(side) == "rx";
   found.state_text = read.text(base + "state").value_or("");
   found.state = states::channel_state_of(found.state_text);
-  found.why = without_folders(read.text(base + "why").value_or(""));
+  found.why = cause_alone(without_folders(read.text(base + "why").value_or("")));
   for (const auto& [name, into] : {std::pair{"target", &found.target},
                                    {"measured", &found.measured},
                                    {"error", &found.error},

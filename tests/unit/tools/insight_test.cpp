@@ -143,6 +143,7 @@ TEST(findings, name_both_of_two_causes_before_what_they_bring_about) {
   const auto found = findings_of(insight_of(
       read, {at_noon("loopDown", "line", {{"reason", "Not connected: /tmp/nexels/booster"}}),
              at_noon("loopDown", "client tx", {{"reason", "Not connected: /tmp/nexels/preamp"}}),
+             at_noon("loopDown", "client rx", {{"reason", "a device is not operational"}}),
              at_noon("dark", "client tx 19230000")}));
   std::vector<std::string> causes;
   for (const auto& each : found)
