@@ -110,8 +110,9 @@ void add_line(const node_insight& node, std::vector<finding>& found) {
   }
   if (row->of == cause::line_device && is_found(found, cause::device_silent)) return;
   finding line{row->of, "line", fmt::format("{}: {}", row->head, node.of_line.why), "", "", ""};
-  if (*row->event != '\0')
-    line.since = time_of(open_event(node, "line", {row->event}, {"mended", "resumed"}));
+  // A stall outlasts a short cut: its own end is told.
+  const char* end = row->of == cause::fibre_cut ? "mended" : "resumed";
+  if (*row->event != '\0') line.since = time_of(open_event(node, "line", {row->event}, {end}));
   const auto* lost = open_event(node, "peer", {"peerLost"}, {"peerIdentified"});
   if (lost != nullptr && row->of == cause::no_peer) {
     line.of = cause::peer_lost;

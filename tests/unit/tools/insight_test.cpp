@@ -198,6 +198,10 @@ TEST(findings, tell_since_when) {
   node.now = seconds_of(noon).value() + 14;
   EXPECT_EQ(full_sentence(findings_of(node).front(), node),
             "The fibre is cut or unplugged (since 12:00:00 UTC, 14 s): no light.");
+  read.put("insight/line/state", std::string("peer not known"));
+  const auto stalled = insight_of(
+      read, {at_noon("stalled", "line"), at_noon("cut", "line"), at_noon("mended", "line")});
+  EXPECT_EQ(findings_of(stalled).front().since, noon);
 }
 
 TEST(findings, of_a_start_last_as_long_as_the_daemon_says_whatever_else_comes_and_goes) {
