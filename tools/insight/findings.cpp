@@ -89,6 +89,7 @@ std::vector<finding> findings_of(const node_insight& node) {
   std::vector<finding> found;
   add_node_causes(node, found);
   add_devices(node, found);
+  add_amplifiers(node, found);
   add_line(node, found);
   add_peer_gaps(node, found);
   add_ladders(node, found);

@@ -107,6 +107,17 @@ void add_devices(const node_insight& node, std::vector<finding>& found) {
   }
 }
 
+void add_amplifiers(const node_insight& node, std::vector<finding>& found) {
+  constexpr double serious_db = 1.0;  // as for the guard on opening into saturation
+  for (const auto& each : node.devices) {
+    if (each.saturation.value_or(0) < serious_db) continue;
+    found.push_back({cause::amplifier_saturated, each.name,
+                     fmt::format("The {} is saturated: it gives {:.1f} dB less than its gain",
+                                 each.name, *each.saturation),
+                     "", "Check its power limit and the light that it gets.", ""});
+  }
+}
+
 void add_loops(const node_insight& node, std::vector<finding>& found) {
   for (const char* loop : {"line", "client rx", "client tx"}) {
     const auto* down = open_event(node, loop, {"loopDown"}, {"loopUp"});

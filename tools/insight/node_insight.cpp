@@ -119,7 +119,7 @@ std::vector<device> devices_of(const readings& read) {
     if (slash == path.npos) continue;
     const auto name = path.substr(before.size(), slash - before.size());
     const auto figure = path.substr(slash + 1);
-    if (devices.empty() || devices.back().name != name) devices.push_back({name, {}, {}, {}});
+    if (devices.empty() || devices.back().name != name) devices.push_back({name, {}, {}, {}, {}});
     auto& device = devices.back();
     if (figure == "alive") {
       device.alive = read.flag(path);
@@ -127,6 +127,8 @@ std::vector<device> devices_of(const readings& read) {
       device.age = read.number(path);
     } else {
       device.values.emplace_back(figure, shown_value(read, path));
+      const bool is_on = read.flag(path.substr(0, slash) + "/enabled") == true;
+      if (figure == "saturation" && is_on) device.saturation = read.number(path);
     }
   }
   return devices;

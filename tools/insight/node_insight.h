@@ -39,6 +39,7 @@ struct device {
   std::string name;
   std::optional<bool> alive;
   figure age;
+  figure saturation;  ///< of an amplifier that is on: the gain it lacks
   std::vector<std::pair<std::string, std::string>> values;  ///< "gain", "20 dB"
 };
 

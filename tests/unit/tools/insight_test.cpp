@@ -83,6 +83,14 @@ TEST(findings, name_the_cause_before_what_it_brings_about) {
        cause::peer_lost,
        "line"},
       {{{"insight/line/state", std::string("no peer")}}, {}, cause::no_peer, "line"},
+      // One that is off gives no gain at all.
+      {{{"insight/device/booster/enabled", false},
+        {"insight/device/booster/saturation", 45.0},
+        {"insight/device/preamp/enabled", true},
+        {"insight/device/preamp/saturation", 3.1}},
+       {},
+       cause::amplifier_saturated,
+       "preamp"},
       // A part of the peer fails: what is not told any more is a consequence.
       {{{"insight/peer",
          std::string(R"({"product":"ORVA-LITE","unreadable":[{"part":"preamp",)"
