@@ -210,6 +210,9 @@ TEST(findings, tell_since_when) {
   const auto stalled = insight_of(
       read, {at_noon("stalled", "line"), at_noon("cut", "line"), at_noon("mended", "line")});
   EXPECT_EQ(findings_of(stalled).front().since, noon);
+  const auto other =
+      insight_of(read, {at_noon("stalled", "line", {{"state", "no supervisory link"}})});
+  EXPECT_EQ(findings_of(other).front().since, "") << "told of another state";
 }
 
 TEST(findings, of_a_start_last_as_long_as_the_daemon_says_whatever_else_comes_and_goes) {
