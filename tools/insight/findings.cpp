@@ -40,6 +40,14 @@ static_assert(cause_names.size() == static_cast<std::size_t>(cause::under_way) +
 
 void add_hunting(const node_insight& node, std::vector<finding>& found) {
   for (const auto& each : node.hunting) {
+    if (each == "line" && node.far_preamp_at_limit) {
+      found.push_back({cause::far_preamp_saturated, "line",
+                       "The far preamp is at its limit: the line closes its VOA for it, and opens "
+                       "it again for the channels, which want more",
+                       "The line hunts by half a decibel.",
+                       "Check the far preamp's power limit and the target of the line.", ""});
+      continue;
+    }
     found.push_back({cause::hunting, each, fmt::format("{} hunts: it steps back and forth", each),
                      "", "Check the monitor's noise and what moves the light.", ""});
   }

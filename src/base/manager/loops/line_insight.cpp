@@ -97,6 +97,17 @@ void line_loop::note_step(float change) {
   told_.voa.step(helpers::steady_now(), change);
 }
 
+void line_loop::note_giving_way() {
+  const std::lock_guard lock(told_mutex_);
+  told_.gave_way = helpers::steady_now();
+}
+
+bool line_loop::has_given_way() const {
+  const std::lock_guard lock(told_mutex_);
+  return told_.gave_way &&
+         helpers::steady_now() - *told_.gave_way < ::insight::actuator_record::hunting_window;
+}
+
 void line_loop::note_incident() {
   const std::lock_guard lock(told_mutex_);
   told_.voa.event();
