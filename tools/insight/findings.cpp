@@ -41,6 +41,8 @@ static_assert(cause_names.size() == static_cast<std::size_t>(cause::under_way) +
 void add_hunting(const node_insight& node, std::vector<finding>& found) {
   for (const auto& each : node.hunting) {
     if (each == "line" && node.far_preamp_at_limit) {
+      std::erase_if(found,
+                    [](const finding& told) { return told.of == cause::far_preamp_saturated; });
       found.push_back({cause::far_preamp_saturated, "line",
                        "The far preamp is at its limit: the line closes its VOA for it, and opens "
                        "it again for the channels, which want more",
