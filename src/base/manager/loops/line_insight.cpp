@@ -121,6 +121,7 @@ void line_loop::publish_verdict() {
   if (peer_is_missing && opening_ && opening_->awaits_peer) verdict_.preset = opening_->wanted;
   const std::lock_guard lock(told_mutex_);
   const bool is_left_alone = verdict_.reason == line_reason::node_leaves_alone ||
+                             verdict_.reason == line_reason::peer_without_calibration ||
                              verdict_.reason == line_reason::channels_stand_still;
   if (peer_is_missing || state == no_fibre || is_left_alone) {
     verdict_.attenuation = told_.attenuation;
