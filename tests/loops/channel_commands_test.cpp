@@ -106,6 +106,8 @@ TEST_P(channel_commands, what_is_refused_changes_nothing) {
        "! -22 Invalid width 0, expected 1 or more (100 * ghz)"},
       {add_path, R"({"center":19600000,"width":-5000,"port":2,"direction":"tx"})",
        "! -22 Invalid width -5000, expected 1 or more (100 * ghz)"},
+      {add_path, R"({"center":19600000,"width":482501,"port":2})",
+       "! -22 Invalid width 482501, expected 482500 or less (100 * ghz)"},
       {add_path, R"({"center":19217499,"width":5000,"port":2})",
        "! -22 RX channel 19217499, width 5000, does not fit. It overlaps with channel 19210000, "
        "width 10000."},

@@ -54,49 +54,26 @@ auto weak_amplifier(unsigned node, direction side) {
   return [=](sim::plant& plant, double db) { plant.set_gain_deficit(node, side, db); };
 }
 
+auto on_channel(void (sim::plant::*loss)(unsigned, direction, unsigned, double)) {
+  return [=](sim::plant& plant, double db) { (plant.*loss)(0, direction::rx, some_channel, db); };
+}
+
+void lengthen_span(sim::plant& plant, double db) {
+  plant.set_span_offset(0, db);
+}
+
+// clang-format off
 const std::vector<fault_row> faults{
-    {"dirt before the booster",
-     dirt(0, connector::switch_to_booster),
-     2,
-     "rx",
-     {"switch", "connector"}},
-    {"dirt behind the booster",
-     dirt(0, connector::booster_to_line),
-     2,
-     "rx",
-     {"farLine", "connector"}},
-    {"dirt at the near end of the fibre",
-     dirt(0, connector::fibre_out),
-     2,
-     "rx",
-     {"fibre", "span"}},
-    {"dirt at the end of the other fibre",
-     dirt(0, connector::fibre_in),
-     2,
-     "tx",
-     {"fibre", "span"}},
-    {"dirt before the far preamp",
-     dirt(1, connector::line_to_preamp),
-     2,
-     "rx",
-     {"farLine", "connector"}},
+    {"dirt before the booster", dirt(0, connector::switch_to_booster), 2, "rx", {"switch", "connector"}},
+    {"dirt behind the booster", dirt(0, connector::booster_to_line), 2, "rx", {"farLine", "connector"}},
+    {"dirt at the near end of the fibre", dirt(0, connector::fibre_out), 2, "rx", {"fibre", "span"}},
+    {"dirt at the end of the other fibre", dirt(0, connector::fibre_in), 2, "tx", {"fibre", "span"}},
+    {"dirt before the far preamp", dirt(1, connector::line_to_preamp), 2, "rx", {"farLine", "connector"}},
     {"dirt before the preamp", dirt(0, connector::line_to_preamp), 2, "tx", {"line", "connector"}},
     // No instrument stands behind it.
     {"dirt behind the preamp", dirt(0, connector::preamp_to_switch), 2, "tx", {}},
-    {"dirty client",
-     [](sim::plant& plant, double db) {
-       plant.set_client_loss(0, direction::rx, some_channel, db);
-     },
-     2,
-     "rx",
-     {"switch", "port", some_channel}},
-    {"lossy port",
-     [](sim::plant& plant, double db) {
-       plant.set_switch_port_loss(0, direction::rx, some_channel, db);
-     },
-     4,
-     "rx",
-     {"switch", "port", some_channel}},
+    {"dirty client", on_channel(&sim::plant::set_client_loss), 2, "rx", {"switch", "port", some_channel}},
+    {"lossy port", on_channel(&sim::plant::set_switch_port_loss), 4, "rx", {"switch", "port", some_channel}},
     {"booster input tap", tap_drift(tap::booster_input), 1.5, "rx", {"switch", "inputTap"}},
     {"booster output tap", tap_drift(tap::booster_output), 1.5, "rx", {"booster", "outputTap"}},
     {"preamp input tap", tap_drift(tap::preamp_input), 1.5, "tx", {"line", "inputTap"}},
@@ -106,12 +83,9 @@ const std::vector<fault_row> faults{
     {"weak booster", weak_amplifier(0, direction::rx), 3, "rx", {"booster", "gain"}},
     {"weak preamp", weak_amplifier(0, direction::tx), 3, "tx", {"preamp", "gain"}},
     {"weak far preamp", weak_amplifier(1, direction::tx), 3, "rx", {"farPreamp", "gain"}},
-    {"longer span",
-     [](sim::plant& plant, double db) { plant.set_span_offset(0, db); },
-     3,
-     "rx",
-     {"fibre", "span"}},
+    {"longer span", lengthen_span, 3, "rx", {"fibre", "span"}},
 };
+// clang-format on
 
 class ladder : public testing::Test {
  protected:

@@ -31,24 +31,6 @@ void delay_all(plant_node& node, std::chrono::milliseconds latency) {
     node.plant().set_latency(0, name, latency);
 }
 
-/// Repeats another node's values, a second later.
-class late_value : public nx_db_leaf_node {
- public:
-  late_value(const std::string& name, std::shared_ptr<nx_db_leaf_node> told,
-             test::hand_clock& clock)
-      : nx_db_leaf_node(name), told_(std::move(told)), clock_(clock) {}
-
-  void get(const std::string& path, nx::json_allocator& allocator,
-           nx::json_value& result) override {
-    clock_.sleep_in_call(1s);
-    told_->get(path, allocator, result);
-  }
-
- private:
-  std::shared_ptr<nx_db_leaf_node> told_;
-  test::hand_clock& clock_;
-};
-
 class late_answers : public testing::TestWithParam<std::string> {};
 
 TEST_P(late_answers, are_waited_for_once_a_cycle) {
@@ -149,28 +131,6 @@ TEST_P(late_answers, of_a_command_are_waited_for_where_one_decides_about_the_nex
 
 INSTANTIATE_TEST_SUITE_P(models, late_answers, testing::ValuesIn(models::names()),
                          [](const auto& of) { return std::string(of.param); });
-
-TEST(late_value, makes_cycles_longer_and_no_more) {
-  plant_node node("orvalite");
-  node.start();
-  node.run_for(6min);
-  // Read by the loops in each cycle but by no poller, which would use a separate thread.
-  auto& tree = node.plant().nexel_tree("wss_edge");
-  for (const std::string path : {"data/moduleStatus", "data/wss/1/channel/19140000/port"}) {
-    const auto told = tree.find(path);
-    ASSERT_TRUE(told) << path;
-    const auto [name, parent] = nx_db::split_path(path);
-    tree.add_node(parent, std::make_shared<late_value>(name, told, node.clock()));
-  }
-  const test::channel_watch add(node, sim::direction::rx);
-  const auto channel = node.channels()[5];
-  node.run_for(1min);
-  EXPECT_EQ(add.all_steps(), 0u);
-  node.disturb(channel, 3.0);
-  EXPECT_TRUE(node.run_until([&] { return node.on_target(channel); }, 2min));
-  EXPECT_EQ(add.all_steps(), add.steps(channel));
-  EXPECT_TRUE(node.is_fully_operational());
-}
 
 TEST(osnr_of_a_late_compensator, costs_a_cycle_one_wait) {
   plant_node node("orvapro");

@@ -38,23 +38,10 @@ class faced_node {
   ~faced_node() { node.network().detach(peer_address); }
 
   double voa() { return node.plant().voa_attenuation_db(0); }
-  unsigned writes() { return node.plant().voa_writes(0); }
   double gain() { return node.plant().amplifier_gain_db(0, sim::direction::tx); }
 
   plant_node node;
 };
-
-TEST(nonsense_on_the_line, does_not_stop_its_alarms) {
-  faced_node it("orvalite", "orva-lite");
-  it.node.run_for(1min);
-  auto& plant = it.node.plant();
-  plant.set_reading_fault(0, "voa_sfp", "data/attenuation", reading_fault::failed());
-  plant.set_reading_fault(1, "peer", "data/client/tx/edfaCalibration", reading_fault::missing());
-  it.node.run_for(10s);
-  plant.cut_fibre(1);
-  EXPECT_TRUE(it.node.run_until(
-      [&] { return it.node.number("alarms/line/1/rx/lossOfSignal/severity") == 1; }, 10s));
-}
 
 // Faults of an attenuator, how far from its aim the line may then rest, and how often it is written
 // in ten minutes of rest.
@@ -103,18 +90,6 @@ TEST_P(line_voa, follows_the_span_and_rests) {
   const auto writes = plant.writes(0, "voa_sfp");
   it.node.run_for(10min);
   EXPECT_LE(plant.writes(0, "voa_sfp"), writes + bad.writes);
-}
-
-TEST(line_voa_at_its_end, is_left_in_peace) {
-  faced_node it("orvalite", "orva-lite");
-  auto& plant = it.node.plant();
-  plant.set_reading_fault(0, "voa_sfp", "data/attenuation", reading_fault::trembling(0.02));
-  plant.set_span_offset(0, 14.0);
-  it.node.run_for(6min);
-  ASSERT_LT(it.voa(), 0.1);
-  const auto writes = plant.writes(0, "voa_sfp");
-  it.node.run_for(20min);
-  EXPECT_EQ(plant.writes(0, "voa_sfp"), writes);
 }
 
 TEST(embedded_line, counts_a_setting_as_made_when_the_attenuator_shows_it) {

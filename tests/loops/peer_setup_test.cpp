@@ -24,11 +24,7 @@ class peer_setup : public testing::Test {
     node = std::make_unique<test::plant_node>(std::move(topology));
     node->network().attach(peer_address, peer());
   }
-  ~peer_setup() override { leave(); }
-  void leave() {
-    if (node) node->network().detach(peer_address);
-    node.reset();
-  }
+  ~peer_setup() override { node->network().detach(peer_address); }
 
   nx_db& peer() { return node->plant().nexel_tree("peer", 1); }
 
@@ -136,37 +132,6 @@ TEST_F(peer_setup, an_orvapro_gets_on_with_an_orvalite_that_has_fewer_channels) 
       nx::api::status_value<float>::create(peer(), "interface/line/1/data/osc/loss", 17.25f, 1);
   node->run_for(8s);  // its poll has five of them
   EXPECT_EQ(node->number("interface/line/1/data/osc/remoteLoss"), 17.25f);
-}
-
-TEST_F(peer_setup, an_orvalite_gets_on_with_a_selka) {
-  for (const char* family : {"selka-min", "selka-plus"}) {
-    face("orvalite", family);
-    node->start();
-    node->run_for(30s);
-    EXPECT_TRUE(node->all_on_target());
-    for (int cycle = 0; cycle < 10; ++cycle)
-      EXPECT_TRUE(node->is_fully_operational());
-    node->take_log();
-    node->run_for(1min);
-    log = node->take_log();
-    EXPECT_LT(log.size(), 60u);
-    leave();
-  }
-}
-
-TEST_F(peer_setup, a_value_that_the_peer_takes_away_costs_nothing_else) {
-  face("orvalite", "orva-lite");
-  node->start();
-  node->run_for(1min);
-  ASSERT_TRUE(peer().remove_node("data/client/tx/edfaSaturation"));
-  node->take_log();
-  node->run_for(2min);
-  log = node->take_log();
-  EXPECT_EQ(lines("Connecting to remote nexel."), 0);
-  EXPECT_EQ(lines("Starting remote subscription."), 0);
-  EXPECT_LT(log.size(), 120u);
-  EXPECT_TRUE(node->all_on_target());
-  EXPECT_EQ(node->text("data/line/1/remoteProduct"), "ORVA-LITE");
 }
 
 }  // namespace

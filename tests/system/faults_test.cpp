@@ -1,5 +1,5 @@
 // What may happen around a regulating daemon: to its store, its devices and its log. One table; in
-// each row the light stays, a channel that needs it is corrected, and nothing grows.
+// each row the light stays, and a channel that needs it is corrected.
 #include <fcntl.h>
 #include <fmt/chrono.h>
 #include <fmt/format.h>
@@ -19,7 +19,6 @@ namespace {
 using namespace std::chrono_literals;
 
 using test::sanitized;
-constexpr double flat_mib = sanitized ? 1e6 : 4.0;
 
 struct fault {
   const char* name;
@@ -120,29 +119,6 @@ TEST_F(faults, around_a_regulating_daemon_leave_the_light_alone) {
     EXPECT_EQ(node_.correct_a_disturbance(channels[next++ % channels.size()]), "");
     EXPECT_TRUE(node_.await_rest()) << plant.off_target(test::rest_db);
   }
-}
-
-TEST_F(faults, of_a_device_that_comes_and_goes_leave_nothing_behind) {
-  node_.bring_up();
-  const auto flap = [&](unsigned times) {
-    for (unsigned i = 0; i < times; ++i) {
-      const char* device = i % 2 == 0 ? "wss_edge" : "booster";
-      node_.plant().set_device(device, "killed");
-      node_.plant().set_device(device, "ok");
-    }
-    EXPECT_TRUE(node_.await_rest()) << node_.plant().off_target(test::rest_db);
-  };
-  flap(10);
-  const auto before = test::figures_of(node_.daemon().pid());
-  flap(30);
-  auto after = before;
-  EXPECT_TRUE(test::eventually([&] {
-    after = test::figures_of(node_.daemon().pid());
-    return after.descriptors == before.descriptors && after.threads <= before.threads;
-  })) << after.descriptors
-      << " descriptors after " << before.descriptors << ", " << after.threads << " threads after "
-      << before.threads;
-  EXPECT_LT(test::figures_of(node_.daemon().pid()).resident_mib, before.resident_mib + flat_mib);
 }
 
 // A full disk, and a pipe whose reader stands still: at the level that logs most.

@@ -156,23 +156,4 @@ TEST(hostile, input_harms_neither_memory_nor_clients_nor_light) {
   EXPECT_EQ(node.plant().off_target(test::rest_db), "");
 }
 
-TEST(hostile, subscriber_that_never_reads_is_closed_and_holds_nobody_up) {
-  test::regulating_node node;
-  node.bring_up();
-  std::vector<std::unique_ptr<nx::line_client>> mute;
-  const double before = node.resident_mib();
-  for (int i = 0; i < 5; ++i) {
-    mute.push_back(nx::line_client::connect_unix(node.daemon_socket()));
-    mute.back()->send_raw(request("subscribe", R"({"path":"**"})") + "\n" +
-                          repeated(request("get", R"({"path":"**"})") + "\n", 200));
-  }
-  EXPECT_EQ(node.correct_a_disturbance(node.plant().channels()[7]), "");
-  EXPECT_TRUE(node.serves());
-  // What waits for a session is limited; five such sessions stay within that.
-  EXPECT_LT(node.resident_mib(), before + 5 * 8.0 + flat_mib);
-  EXPECT_TRUE(node.daemon().wait_for("it has taken no output for 30 s", 5))
-      << node.daemon().last_lines();
-  EXPECT_TRUE(node.serves());
-}
-
 }  // namespace

@@ -61,26 +61,6 @@ class busy_reader {
   std::thread thread_;
 };
 
-TEST(regulation, brings_every_channel_to_its_target_and_leaves_it_there) {
-  test::regulating_node node;
-  node.start_surroundings();
-  node.start_and_await();
-  EXPECT_TRUE(node.serves());
-  // Management software takes its time: nothing is regulated meanwhile.
-  const auto at_rest = node.plant().attenuations();
-  ASSERT_TRUE(node.wait_for_more("Waiting for redis configuration.", 3));
-  EXPECT_EQ(node.plant().attenuations(), at_rest);
-  ASSERT_NE(node.plant().off_target(test::rest_db), "");
-
-  node.release();
-  ASSERT_EQ(node.plant().channels().size(), 32u);
-  ASSERT_TRUE(node.await_on_target()) << node.plant().off_target(test::rest_db);
-  for (int look = 0; look < 5; ++look) {
-    ASSERT_TRUE(node.wait_for_more(test::operational_line, 3)) << node.daemon().last_lines();
-    EXPECT_EQ(node.plant().off_target(test::rest_db), "");
-  }
-}
-
 // A device, and what becomes of it.
 struct faulty_device : testing::TestWithParam<std::pair<std::string, std::string>> {
   unsigned cycles() {

@@ -52,16 +52,6 @@ TEST_F(shell_test, a_second_daemon_refuses_and_the_first_goes_on) {
   EXPECT_FALSE(std::filesystem::exists(node.daemon_socket()));
 }
 
-TEST_F(shell_test, a_killed_daemon_leaves_nothing_that_hinders_the_next) {
-  node.start_daemon();
-  ASSERT_TRUE(test::eventually([&] { return node.serves(); }));
-  node.daemon().signal(SIGKILL);
-  node.daemon().wait_for_exit();
-  ASSERT_TRUE(std::filesystem::exists(node.daemon_socket()));
-  node.start_daemon();
-  EXPECT_TRUE(test::eventually([&] { return node.serves(); })) << node.daemon().last_lines();
-}
-
 TEST_F(shell_test, a_stop_is_orderly_however_early_it_comes) {
   for (const std::string& phase : {std::string("Reading calibration file"),
                                    std::string("Manager thread started"), std::string(waiting)}) {

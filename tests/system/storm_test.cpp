@@ -83,12 +83,6 @@ void weather_the_storms(
   tell(fmt::format("{:.1f} s afterwards", passed.count()).c_str(), now);
 }
 
-TEST(storm, of_clients_delays_no_cycle) {
-  test::regulating_node node;
-  node.bring_up();
-  weather_the_storms(node.daemon(), node.daemon_socket(), node.daemon_socket());
-}
-
 /// Everything that is started meanwhile shares one core.
 class one_core {
  public:

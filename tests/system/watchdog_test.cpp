@@ -12,10 +12,6 @@
 namespace {
 
 using namespace std::chrono_literals;
-using testing::Contains;
-using testing::HasSubstr;
-using testing::Not;
-using testing::StartsWith;
 
 constexpr const char* fed = "WATCHDOG=1";
 constexpr const char* trigger = "WATCHDOG=trigger";
@@ -93,20 +89,6 @@ TEST_F(watchdog_test, asks_for_a_restart_when_the_manager_thread_has_ended) {
   EXPECT_EQ(std::count(std::find(all.begin(), all.end(), trigger), all.end(), fed), 0);
   node.start_and_await();
   EXPECT_TRUE(tells("Waiting for the configuration"));
-}
-
-TEST_F(watchdog_test, nobody_watches_and_the_tree_goes_on_being_served) {
-  node.start_surroundings();
-  auto settings = node.daemon_settings();
-  settings.environment.erase("REDIS_CONF_HASH_TAG");
-  settings.unset.emplace_back("REDIS_CONF_HASH_TAG");
-  test::process crippled(settings);
-  ASSERT_TRUE(crippled.wait_for("undefined: REDIS_CONF_HASH_TAG"));
-  EXPECT_TRUE(test::eventually([this] { return node.serves(); }));
-  EXPECT_EQ(test::fault_of_end(crippled), "");
-  EXPECT_TRUE(service_manager.wait_for("STOPPING=1"));
-  EXPECT_THAT(service_manager.messages(), Not(Contains(StartsWith("WATCHDOG="))));
-  EXPECT_THAT(crippled.output(), Not(HasSubstr("asking the service manager")));
 }
 
 }  // namespace

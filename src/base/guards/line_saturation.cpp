@@ -52,8 +52,7 @@ void saturation_steps::stepped(float saturation) {
 }
 
 void saturation_steps::reset() {
-  at_last_step_.reset();
-  unanswered_ = 0;
+  *this = {};
 }
 
 }  // namespace guards

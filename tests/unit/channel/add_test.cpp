@@ -188,14 +188,6 @@ TEST_F(channel_adds, are_repaired_on_devices_that_refuse_a_channel_they_have) {
   EXPECT_EQ(ocm->widths(), wss->widths());
 }
 
-TEST_F(channel_adds, of_what_cannot_be_reach_no_device) {
-  for (const unsigned wrong : {0u, static_cast<unsigned>(-5000), 772u * 625 + 1}) {
-    EXPECT_TRUE(add(centre, wrong).starts_with("! -22 Invalid width ")) << wrong;
-  }
-  EXPECT_EQ(wss->adds(), 0u);
-  EXPECT_EQ(add(centre, 772 * 625), "");
-}
-
 TEST_F(channel_adds, do_not_replace_a_plan_that_could_not_be_loaded) {
   ASSERT_EQ(add(centre), "");
   const std::string broken = R"([{"center_frequency":19500000,"width":0,"port":1}])";

@@ -86,10 +86,7 @@ TEST(paths, of_the_panel) {
   };
   const std::tuple<std::function<void()>, const char*, const char*> table[] = {
       {paints(&led::set_xc_rx_led, 2u), "xc/2/rxLed", "xc rx led for xc number 2"},
-      {paints(&led::set_xc_tx_led, 2u), "xc/2/txLed", "xc tx led for xc number 2"},
       {paints(&led::set_line_tx_led), "line/1/txLed", "line tx led"},
-      {paints(&led::set_line_rx_led), "line/1/rxLed", "line rx led"},
-      {paints(&led::set_client_rx_led, 9u), "client/9/rxLed", "awg rx led for awg number 9"},
       {paints(&led::set_client_tx_led, 9u), "client/9/txLed", "awg tx led for awg number 9"},
   };
   for (const auto& [paint, place, name] : table) {

@@ -26,16 +26,6 @@ using testing::StartsWith;
 
 constexpr unsigned channel = 19600000;
 
-TEST(edfa_test, saturation_is_the_gain_that_is_missing) {
-  for (const auto& [gain, actual, saturation] :
-       {std::tuple{"20", "18", 2.0f}, {"18", "20", 0.0f}, {"18", "18", 0.0f}}) {
-    nexel served;
-    served.value("data/gain", gain);
-    served.value("data/actualGain", actual);
-    EXPECT_EQ(edfa(nullptr, nexel::address).get_saturation(), saturation) << gain << " " << actual;
-  }
-}
-
 TEST(edfa_test, gains_are_subscribed_as_a_whole) {
   nexel served;
   edfa proxy(nullptr, nexel::address);

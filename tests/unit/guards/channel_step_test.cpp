@@ -57,6 +57,9 @@ TEST_F(step_of_five_db, does_not_take_noise_on_the_old_light_for_its_effect) {
 TEST_F(step_of_five_db, is_settled_once_its_effect_was_seen) {
   EXPECT_EQ(after(view(1.5, 10.0f, 0.6, -15.1f, 1.3)), wait_for::none);
   EXPECT_EQ(after(view(9.5, 10.0f, 0.6, -19.9f, 9.3)), wait_for::none) << "the client fell by 5 dB";
+  step.made(10.0f, 10.2f, view(9.5, 10.0f, 0.6, -19.9f, 9.3));
+  EXPECT_EQ(after(view(14.5, 10.0f, 0.6, -19.9f, 14.3)), wait_for::none)
+      << "after one that moved the next has no more patience than the first";
 }
 
 TEST_F(step_of_five_db, is_not_missed_where_saturation_hides_it) {
@@ -184,6 +187,7 @@ TEST(amplifier_saturation, forbids_opening_until_the_monitor_has_seen_its_end) {
   guards::amplifier_saturation amplifier;
   amplifier.look(0.9f, start);
   EXPECT_FALSE(amplifier.forbids_opening(at(0)));
+  EXPECT_EQ(amplifier.last_seen(), start) << "it may hide a step all the same";
   amplifier.look(2.8f, at(1));
   EXPECT_TRUE(amplifier.forbids_opening(at(1)));
   amplifier.look(3.1f, at(50));

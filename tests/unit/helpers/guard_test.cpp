@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "helpers/function_name.h"
+#include "helpers/start_report.h"
 #include "platform/kvs_client/kvs_client.h"
 #include "platform/wire/nx_client_exception.h"
 #include "platform/wire/nx_error.h"
@@ -37,6 +38,7 @@ struct loop {
 namespace {
 
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 template <class Failure>
@@ -80,6 +82,16 @@ TEST(guard, that_throws_on_cleans_up_and_says_so) {
   EXPECT_THAT(texts[2], HasSubstr("::start("));
   EXPECT_THAT(texts[0], testing::EndsWith(", throwing"));
   EXPECT_THAT(texts[1], testing::EndsWith(": Failed. "));
+}
+
+TEST(start_report, keeps_each_fault_until_that_one_is_mended) {
+  auto& report = helpers::start_report::instance();
+  for (const char* subject : {"panel", "pump"})
+    report.tell(subject, std::string("no ") + subject);
+  report.clear("panel");
+  EXPECT_THAT(report.text(), testing::AllOf(HasSubstr("no pump"), Not(HasSubstr("no panel"))));
+  report.clear("pump");
+  EXPECT_THAT(report.text(), Not(HasSubstr("no pump")));
 }
 
 TEST(short_function_name, of_signatures_as_the_compiler_writes_them) {

@@ -138,7 +138,7 @@ TEST(repeat_fold, tells_a_fault_at_its_begin_and_at_its_end) {
     log.pass(5s);
   }
   EXPECT_THAT(log.take(), ElementsAre("away"));
-  log.pass(26s);
+  log.pass(25s);
   EXPECT_THAT(log.take(), ElementsAre("repeated 19 times within 95 s: away"));
   log.say("away");
   log.say("all", note_log::folding::none);
@@ -158,6 +158,7 @@ TEST(repeat_fold, counts_the_rest_of_a_burst_from_one_place) {
   for (int i = 0; i < 40; ++i) {
     log.say(fmt::format("channel {}", i));
     log.say(fmt::format("important {}", i % 2), note_log::folding::repeats);
+    log.pass(100ms);
   }
   log.pass(2s);
   EXPECT_THAT(log.take(),
@@ -176,7 +177,8 @@ TEST(flood_guard, sums_up_what_repeats_within_a_second) {
   for (int i = 0; i < 50; ++i)
     admitted += guard.admit(flood, begin + i * 10ms) ? 1 : 0;
   EXPECT_EQ(admitted, 10u);
-  EXPECT_TRUE(guard.admit(other, begin + 600ms)) << "another channel is no repetition";
+  for (int i = 0; i < 10; ++i)
+    EXPECT_TRUE(guard.admit(other, begin + 600ms)) << "another channel is no repetition";
   const note_log::record of_another{note_log::error, "channel", "no device", {}, "tx 19230000"};
   EXPECT_TRUE(guard.admit(of_another, begin + 600ms)) << "nor is another subject";
   EXPECT_TRUE(guard.take_summaries(begin + 999ms).empty());
@@ -207,6 +209,8 @@ TEST(waitless_output, keeps_what_is_not_taken_and_counts_what_is_lost) {
       taken.append(piece.data(), static_cast<std::size_t>(size));
     }
   };
+  take();
+  output.write("too late\n");  // else it would stand before the word of those that were lost
   unsigned lost = 0;
   while (lost == 0) {
     take();
@@ -215,7 +219,7 @@ TEST(waitless_output, keeps_what_is_not_taken_and_counts_what_is_lost) {
   output.write("and on\n");
   take();
   std::string expected;
-  for (unsigned i = 0; i < lines - lost; ++i)
+  for (unsigned i = 0; i < lines + 1 - lost; ++i)
     expected += fmt::format("line {:060}\n", i);
   EXPECT_EQ(taken, expected + "and on\n");
   EXPECT_GE(expected.size(), note_log::waitless_output::most_waiting_bytes);

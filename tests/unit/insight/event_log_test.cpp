@@ -58,10 +58,7 @@ TEST_F(event_log_test, keeps_the_newest_thousand_for_who_comes_late) {
 
 TEST_F(event_log_test, is_sent_to_who_watches) {
   const auto session = std::make_shared<test::recording_session>();
-  nx::json_document answer(rapidjson::kObjectType);
-  std::recursive_mutex mutex;
-  std::unique_lock lock(mutex);
-  tree.subscribe(session, tree.node_at("insight/log"), answer.GetAllocator(), answer, lock);
+  test::subscribe_to(tree, "insight/log", session);
   session->take();
   log.tell(event_kind::cut, "line");
   log.tell(event_kind::mended, "line", {{"seconds", 12.34567}, {"odd", 0.0 / 0.0}});
@@ -104,10 +101,7 @@ TEST_F(event_log_test, hears_of_guards_and_parameters_by_itself) {
 
 TEST_F(event_log_test, keeps_a_parameter_that_is_written_again_and_again_as_one_event) {
   const auto session = std::make_shared<test::recording_session>();
-  nx::json_document answer(rapidjson::kObjectType);
-  std::recursive_mutex mutex;
-  std::unique_lock lock(mutex);
-  tree.subscribe(session, tree.node_at("insight/log"), answer.GetAllocator(), answer, lock);
+  test::subscribe_to(tree, "insight/log", session);
   session->take();
   for (int i = 0; i < 5000; ++i) {
     log.tell_written("config/x", std::to_string(i));

@@ -30,10 +30,6 @@ class embedded_line : public testing::Test, protected test::line_bench {
     meet_peer();
     cycles(11);
   }
-  void cycles(unsigned count) {
-    for (; count > 0; --count)
-      cycle();
-  }
 };
 
 // Span 17: target 17 + 5 - 25, VOA 20 - 15.05 + 3 - 1 - 0.25 - 0.3; gain 2 * -0.5 + 16 + 1.

@@ -114,6 +114,9 @@ TEST_F(attenuator, that_loses_writes_is_asked_again_at_growing_pauses) {
   written_.clear();
   run(11min, -2.0f, [](float asked) { return asked; });
   EXPECT_FALSE(written_.empty()) << "it has come back";
+  written_.clear();
+  run(10s, 2.0f, [at = shown_](float) { return at; });
+  EXPECT_EQ(written_.size(), 3u) << "the pauses are short again";
 }
 
 TEST_F(attenuator, with_coarse_steps_gets_there_all_the_same) {
@@ -154,6 +157,8 @@ TEST_F(attenuator, with_a_shorter_range_than_told_is_asked_for_the_end_a_few_tim
 TEST(line_opening, takes_no_loss_of_dark_ends_and_no_attenuation_that_cannot_be) {
   EXPECT_TRUE(guards::is_opening_loss(0.0f, 17.0f));
   EXPECT_TRUE(guards::is_opening_loss(0.0f, 38.0f));
+  EXPECT_TRUE(guards::is_opening_loss(0.0f, -1.0f)) << "two nodes on one desk, and their taps";
+  EXPECT_FALSE(guards::is_opening_loss(0.0f, -1.1f));
   EXPECT_FALSE(guards::is_opening_loss(-99.0f, -80.0f));
   EXPECT_FALSE(guards::is_opening_loss(-40.0f, 0.0f)) << "optics out of service";
   EXPECT_FALSE(guards::is_opening_loss(0.0f, 94.0f)) << "the far end is in the dark";

@@ -35,6 +35,10 @@ class explained_line : public testing::Test, protected test::line_bench {
     peer.set(fmt::format("data/client/{}/tx/ocm/power", channel), power + noise_);
     cycle(regulate);
   }
+  void cycles_with(unsigned count, float power) {
+    for (; count > 0; --count)
+      cycle_with(power);
+  }
   std::string state() { return shown("insight/line/state"); }
   std::string why() { return shown("insight/line/why"); }
   std::string told() { return state() + " " + why(); }
@@ -48,8 +52,7 @@ TEST_F(explained_line, by_the_phases_of_its_regulator) {
   cycle_with(3);
   EXPECT_THAT(told(),
               AllOf(StartsWith("\"waiting for readings\""), HasSubstr("no channel counts")));
-  for (int i = 0; i < 3; ++i)
-    cycle_with(3);
+  cycles_with(3, 3);
   EXPECT_THAT(told(), AllOf(StartsWith("\"waiting for readings\""), HasSubstr("4 of 5 new")));
   cycle_with(3);
   EXPECT_THAT(state(), "\"not steady\"") << "the first look counted no channel";
@@ -65,23 +68,20 @@ TEST_F(explained_line, by_the_phases_of_its_regulator) {
   for (int i = 0; i < 6; ++i)
     cycle_with(i % 2 == 0 ? 3 : 4);
   EXPECT_THAT(told(), StartsWith("\"not steady\""));
-  for (int i = 0; i < 12; ++i)
-    cycle_with(5.2f);
+  cycles_with(12, 5.2f);
   EXPECT_THAT(told(),
               AllOf(StartsWith("\"at rest\""), HasSubstr("+0.20 dB from their target of 5.0")));
   cycle();
   EXPECT_THAT(state(), "\"at rest\"") << "nothing new is no other state for a while";
   voa->attenuation = 0;
-  for (int i = 0; i < 12; ++i)
-    cycle_with(0);
+  cycles_with(12, 0);
   EXPECT_THAT(told(), AllOf(StartsWith("\"exhausted\""), HasSubstr("fully open at 0.0 dB"),
                             HasSubstr("needs -1.00 dB")));
 }
 
 TEST_F(explained_line, by_what_the_far_end_tells_or_does_not) {
   meet("ORVA-LITE");
-  for (int i = 0; i < 5; ++i)
-    cycle_with(5);
+  cycles_with(5, 5);
   peer.set("data/client/tx/edfaSaturation", 1.0f);
   cycle_with(5);
   EXPECT_THAT(told(), AllOf(StartsWith("\"far preamp saturated\""), HasSubstr("lacks 1.0 dB"),
@@ -89,8 +89,7 @@ TEST_F(explained_line, by_what_the_far_end_tells_or_does_not) {
   cycle();
   EXPECT_THAT(told(),
               AllOf(StartsWith("\"far preamp saturated\""), HasSubstr("waiting for the effect")));
-  for (int i = 0; i < 10; ++i)
-    cycle();
+  cycles(10);
   EXPECT_THAT(told(), AllOf(StartsWith("\"peer's readings stand still\""),
                             HasSubstr("(guard line-fresh)")));
   peer.set("data/client/tx/edfaSaturation", 0.0f);
@@ -118,13 +117,12 @@ TEST_F(explained_line, by_what_has_become_of_the_fibre) {
   cycle();
   EXPECT_THAT(state(), "\"no supervisory link\"");
   osc->operational = true;
-  for (int i = 0; i < 3; ++i)
-    cycle();
+  cycles(3);
   EXPECT_THAT(told(),
               AllOf(StartsWith("\"no peer\""), HasSubstr("opened at the board's preset of")));
   meet("LAMP");
   cycle();
-  EXPECT_THAT(told(), AllOf(StartsWith("\"peer not known\""), HasSubstr("is a LAMP")));
+  EXPECT_THAT(told(), AllOf(StartsWith("\"peer not known\""), HasSubstr("calls itself LAMP")));
   preamp->failing = true;
   cycle();
   EXPECT_THAT(state(), "\"device failed\"");

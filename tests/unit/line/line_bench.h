@@ -100,6 +100,11 @@ struct line_bench : on_hand_clock {
     helpers::waiting::instance().sleep(std::chrono::milliseconds(500));
   }
 
+  void cycles(unsigned count, bool regulate = true, bool coldstart = false) {
+    for (; count > 0; --count)
+      cycle(regulate, coldstart);
+  }
+
   /// What was done since the last call.
   journal done() { return std::exchange(actions, {}); }
 

@@ -239,15 +239,6 @@ TEST_F(server_test, a_refused_subscription_leaves_nothing_behind) {
   EXPECT_EQ(client.ask(request(3, "get", "v/3")), result(3, R"("v/3":7)"));
 }
 
-TEST_F(server_test, a_value_in_error_stands_among_the_others) {
-  value_node::create(db, "v/1", "1")->fail({-61, "none"});
-  value_node::create(db, "v/2", "2");
-  const std::string members = R"("v/1":{"error":{"code":-61,"message":"none"}},"v/2":2)";
-  const auto client = connect();
-  EXPECT_EQ(client.ask(request(1, "get", "v/*")), result(1, members));
-  EXPECT_EQ(client.ask(request(2, "subscribe", "v/*")), result(2, members));
-}
-
 TEST_F(server_test, the_supervisory_link_has_its_own_few_sessions) {
   value_node::create(db, "a", "1");
   const auto port = server->start_tcp_socket("::1", 0, true);  // a port that is free

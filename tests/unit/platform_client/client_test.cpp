@@ -199,6 +199,11 @@ TEST_P(client, hung_nexel_fails_calls_and_is_used_again_when_it_answers) {
   EXPECT_EQ(code(), -110);
   nexel->set_state(nx::link_state::up);
   EXPECT_TRUE(nexel->await([&] { return code() == 0; }));
+  nexel->set_state(nx::link_state::hung);
+  EXPECT_EQ(code(), -110);
+  nexel->set_state(nx::link_state::dead);
+  nexel->set_state(nx::link_state::up);
+  EXPECT_EQ(code(), 0) << "a new connection is not silent";
 }
 
 class wrong_type_subscriber : public noting_subscriber {
