@@ -2,6 +2,7 @@
 // is a simulation; on a real node the gateway has no such address, and this is never loaded.
 
 import { lab } from "./api.js";
+import { brokenIn, inWords, patternsOf } from "./broken.js";
 import { byId, element, setText } from "./dom.js";
 import { thzText } from "./text.js";
 
@@ -9,6 +10,7 @@ const shiftGhz = 100; // beyond half of the widest channel
 const addedLoss = 3; // dB
 const noise = 0.4; // dB, sigma
 const retryAfter = 1000;
+const lookEvery = 2000; // somebody else may break or mend as well
 const monitors = {
   wss_edge: "data/ocm/1/channel/*/powerLevel",
   ocm: "data/port/*/channel/*/powerLevel",
@@ -21,16 +23,21 @@ export class Bench {
   #device = element("select", { "aria-label": "Device", id: "bench-device" });
   #devices = [];
   #lasersKnown = new Set();
+  #channels;
+  #broken = [];
+  #faultyReadings = false; // which the plant does not tell
 
   /// `about`: {node: the number of this page's node in the plant}; `hold()`: keeps the channel that is shown, and
-  /// tells which it is.
-  constructor(about, hold) {
+  /// tells which it is; `channels()`: all that the node has.
+  constructor(about, hold, channels) {
     this.#node = about.node;
     this.#hold = hold;
+    this.#channels = channels;
     byId("bench-groups").append(
-      this.#fibres(), this.#lasers(), this.#devicesGroup(), this.#losses(), this.#noise());
+      this.#fibres(), this.#lasers(), this.#devicesGroup(), this.#losses(), this.#noise(), this.#all());
     byId("bench").hidden = false;
     this.#readPlant();
+    setInterval(() => document.hidden || this.#look(), lookEvery);
   }
 
   /// The channel that is shown now, if any.
@@ -52,6 +59,15 @@ export class Bench {
     this.#devices = named("nexel");
     this.#lasersKnown = new Set(named("laser").map(Number));
     this.#device.replaceChildren(...this.#devices.map((name) => element("option", { value: name }, name)));
+  }
+
+  /// What is broken now, whoever broke it.
+  async #look() {
+    const values = await lab.read(...patternsOf(this.#node)).catch(() => undefined);
+    if (!values) return;
+    this.#broken = brokenIn(values, this.#node, new Set(this.#channels().map(laserOf)));
+    const told = [...this.#broken, ...(this.#faultyReadings ? [{ text: "the monitor's readings are false" }] : [])];
+    setText(byId("bench-broken"), inWords(told));
   }
 
   #fibres() {
@@ -83,7 +99,7 @@ export class Bench {
   #laser() {
     const channel = this.#hold();
     if (!channel) throw new Error("point at a channel first");
-    const laser = Math.round(channel.thz * 1e5);
+    const laser = laserOf(channel);
     if (!this.#lasersKnown.has(laser)) throw new Error(`no laser of the plant sends at ${thzText(channel.thz)} THz`);
     return laser;
   }
@@ -112,15 +128,25 @@ export class Bench {
   }
 
   #noise() {
-    const run = (command, args) => async () => {
-      const name = this.#devices.find((each) => each in monitors);
-      return lab.run(`command/node/${this.#node}/nexel/${name}/${command}`, args(monitors[name]));
-    };
+    const fault = (how) => () => this.#monitor("faultReadings", (path) => ({ path, ...how }));
     return group("Monitor", [
-      this.#button(`Noise of ${noise} dB`, run("faultReadings", (path) => ({ path, fault: "noisy", amount: noise }))),
-      this.#button("Stand still", run("faultReadings", (path) => ({ path, fault: "frozen" }))),
-      this.#button("Quiet", run("healReadings", () => "**")),
+      this.#button(`Noise of ${noise} dB`, fault({ fault: "noisy", amount: noise })),
+      this.#button("Stand still", fault({ fault: "frozen" })),
+      this.#button("Quiet", () => this.#monitor("healReadings", () => "**")),
     ]);
+  }
+  async #monitor(command, args) {
+    const name = this.#devices.find((each) => each in monitors);
+    await lab.run(`command/node/${this.#node}/nexel/${name}/${command}`, args(monitors[name]));
+    this.#faultyReadings = command === "faultReadings";
+  }
+
+  #all() {
+    return group("Everything", [this.#button("Mend all", async () => {
+      await this.#look();
+      for (const { path, good } of this.#broken) await lab.write(path, good);
+      await this.#monitor("healReadings", () => "**");
+    })]);
   }
 
   #button(text, does) {
@@ -129,10 +155,13 @@ export class Bench {
       const whom = button.closest("fieldset").firstChild.textContent;
       const outcome = await does().then(() => "done", (failure) => failure.message);
       say(`${whom}, ${text}: ${outcome}.`);
+      this.#look();
     });
     return button;
   }
 }
+
+const laserOf = (channel) => Math.round(channel.thz * 1e5);
 
 const say = (text) => setText(byId("bench-answer"), text);
 

@@ -137,6 +137,10 @@ export class ChannelView {
   async #ask() {
     clearTimeout(this.#timer);
     if (this.#asking) return;
+    if (document.hidden) {
+      this.#timer = setTimeout(() => this.#ask(), pace);
+      return;
+    }
     this.#asking = true;
     this.#askedAt = Date.now();
     const channel = this.#channel;
@@ -183,5 +187,5 @@ function arrivalText(arrival, thzOf) {
   const way = arrival.underWay ? `under way for ${time}, ${steps} so far` : `on target after ${time} and ${steps}`;
   const beyond = arrival.largestExcursion > 0.05 ? `, at most ${figure(arrival.largestExcursion, 1)} dB beyond` : "";
   const other = arrival.neighbour?.channel ? `; ${thzText(thzOf(arrival.neighbour.channel))} moved ${signed(arrival.neighbour.moved, 1)} dB meanwhile` : "";
-  return `Last it ${causes[arrival.cause]}: ${way}${beyond}${other}.`;
+  return `Last change: it ${causes[arrival.cause]}; ${way}${beyond}${other}.`;
 }

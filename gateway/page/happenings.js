@@ -100,7 +100,7 @@ export class Happenings {
 
   #subjectsText(subjects) {
     const names = subjects.map((on) => this.#subject(on)).sort();
-    if (names.length <= named) return listed(names);
+    if (names.length <= named || loops.test(subjects[0])) return listed(names);
     if (!isChannel(subjects[0])) return `${alike(subjects[0])} (${names.length})`;
     return `${names.length} channels, ${names[0]} to ${names.at(-1)},`;
   }
@@ -122,7 +122,7 @@ function folded(events) {
     const line = lines[at];
     if (line && line.at - event.at <= together && !lines.slice(at).some(({ subjects }) => subjects.includes(event.on))) {
       line.subjects.push(event.on);
-      if (isChannel(event.on) || JSON.stringify(line.details) !== JSON.stringify(event.details)) line.details = {};
+      line.details = isChannel(event.on) ? {} : shared(line.details, event.details);
     } else {
       open.set(kind, lines.length);
       lines.push({ ...event, subjects: [event.on] });
@@ -131,9 +131,11 @@ function folded(events) {
   return lines;
 }
 
-const isChannel = (on) => on.startsWith("client ");
-/// The subject without the numbers that tell those of a kind apart.
-const alike = (on) => (isChannel(on) ? "client" : on.replace(/\d{4,}/g, "*"));
+const loops = /^(client (rx|tx)|line|panel)$/;
+const isChannel = (on) => /^client (rx|tx) \d+$/.test(on);
+/// The subject without what tells those of a kind apart.
+const alike = (on) => (isChannel(on) ? "client" : on.replace(loops, "loop").replace(/\d{4,}/g, "*"));
+const shared = (some, others) => Object.fromEntries(Object.entries(some).filter(([name, value]) => others[name] === value));
 const plural = (words) => words.replace(/^is /, "are ").replace(/^has /, "have ").replace(/^was /, "were ");
 
 function parsed(text) {
@@ -156,11 +158,12 @@ function detailsText(event, details) {
 }
 
 function detailText(name, value) {
+  if (name === "known") return value === "yes" ? "a product this node knows" : "a product this node does not know";
   if (!isFigure(value)) return readable(String(value));
-  return `${name} ${figure(value, Number.isInteger(value) ? 0 : 1)}${units[name] ? ` ${units[name]}` : ""}`;
+  return `${name} ${figure(value, Number.isInteger(value) ? 0 : 1)}${units[name] ? `\u00a0${units[name]}` : ""}`;
 }
 
 function arrivedText({ cause, seconds, steps }) {
   const why = cause === "target" ? "given another target" : cause ?? "off";
-  return `${figure(seconds, 1)} s and ${number(steps ?? 0, "step")} after it was ${why}`;
+  return `${figure(seconds, 1)}\u00a0s and ${number(steps ?? 0, "step")} after it was ${why}`;
 }

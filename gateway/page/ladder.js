@@ -2,7 +2,7 @@
 // with the first wrong rung marked. One table for each direction; the levels stand in it as a drawing.
 
 import { byId, element, onWidth, setAttributes, setText, shape } from "./dom.js";
-import { figure, isFigure, signed } from "./text.js";
+import { figure, isFigure, number, readable, signed } from "./text.js";
 
 const names = {
   client: "client", switch: "switch", booster: "booster", line: "line", fibre: "fibre",
@@ -42,8 +42,13 @@ export class Ladder {
 function verdictOf(ladder, error) {
   if (error) return error;
   if (!ladder) return "";
-  if (ladder.why) return `Wrong ${ladder.why}.`;
-  return ladder.channels > 0 ? `Every rung as expected, mean of ${ladder.channels} lit channels.` : "No channel is lit.";
+  if (ladder.why) return `Wrong ${readable(ladder.why)}.`;
+  if (!(ladder.channels > 0)) return "No channel is lit.";
+  const mean = `mean of ${number(ladder.channels, "lit channel")}`;
+  const compared = ladder.rungs.filter(({ difference }) => isFigure(difference)).length;
+  if (compared === 0) return `Nothing can be compared yet, ${mean}.`;
+  if (compared === ladder.rungs.length) return `Every rung as expected, ${mean}.`;
+  return `As expected wherever both are known, at ${compared} of ${ladder.rungs.length} rungs; ${mean}.`;
 }
 
 function rowAt(body, at) {

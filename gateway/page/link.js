@@ -1,17 +1,22 @@
 // The page's one event stream, and its sight: since when nothing is heard, and of whom. A stream
 // that ends is opened again until it stands; what was not heard again by then is dropped.
+//
+// A browser keeps six connections to one address and a stream holds one of them, so a page that has
+// been out of sight for a moment lets go of its own: otherwise the seventh tab would wait for ever.
 
 import { eventsAddress } from "./api.js";
 import { nodeNow } from "./clock.js";
 
 const reopenAfter = 1000;
 const presentValuesTake = 5000;
+const restAfter = 3000; // out of sight
 
 export class Link {
   #values;
   #patterns;
   #source;
   #sweeper;
+  #resting;
   #seen = nodeNow();
   #sight = { sees: false, who: "gateway", since: nodeNow() };
   #receivers = [];
@@ -20,6 +25,8 @@ export class Link {
   constructor(values, patterns) {
     this.#values = values;
     this.#patterns = patterns;
+    document.addEventListener("visibilitychange", () => this.#watched());
+    this.#watched();
   }
 
   get sight() {
@@ -40,6 +47,12 @@ export class Link {
   unanswered() {
     this.#turn(false, "gateway", this.#seen);
     if (this.#source?.readyState === EventSource.OPEN) this.#reopen();
+  }
+
+  #watched() {
+    clearTimeout(this.#resting);
+    if (document.hidden) this.#resting = setTimeout(() => this.#source?.close(), restAfter);
+    else if (this.#source?.readyState === EventSource.CLOSED) this.open();
   }
 
   open() {
@@ -79,7 +92,7 @@ export class Link {
   }
   #reopen() {
     this.#source.close();
-    this.open();
+    if (!document.hidden) this.open();
   }
 
   #turn(sees, who, since) {

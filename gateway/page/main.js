@@ -180,7 +180,7 @@ async function findBench() {
   const about = await lab.about().catch(() => undefined);
   if (about) {
     const { Bench } = await import("./bench.js");
-    bench = new Bench(about, hold);
+    bench = new Bench(about, hold, () => channels.of("rx"));
     bench.show(selected);
   }
   arrived("bench");

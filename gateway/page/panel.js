@@ -31,7 +31,7 @@ export class Panel {
 
   #rows() {
     const ports = this.#ports();
-    const line = { name: "line", lights: [{ name: "line", rx: this.#lineIn(), tx: this.#values.value("insight/device/booster/enabled") === true }] };
+    const line = { name: "line", lights: [{ name: "1", rx: this.#lineIn(), tx: this.#values.value("insight/device/booster/enabled") === true }] };
     if (!ports) {
       const lights = this.#channels.of("rx").map(({ id }, at) => ({ name: String(at + 1), ...this.#litBy([id]) }));
       return [line, { name: "client", lights }];

@@ -1,8 +1,11 @@
 // Figures and times as people read them. Units: dBm for powers, dB for differences, THz for
 // frequencies; a frequency of the tree counts in 10 MHz.
 
+import { nodeNow } from "./clock.js";
+
 const minus = "\u2212";
 const none = "\u2013";
+const hour = 3600 * 1000;
 
 export const isFigure = (value) => typeof value === "number" && Number.isFinite(value);
 
@@ -30,9 +33,18 @@ export function clockText(time) {
   return isFigure(time) ? new Date(time).toLocaleTimeString("en-GB") : none;
 }
 
-/// A sentence of the daemon, its times on this browser's clock as all others of the page.
-export const readable = (sentence) =>
-  sentence.replace(/\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d(\.\d+)?Z/g, (time) => timeText(Date.parse(time)));
+/// A sentence of the daemon, its times on this browser's clock and its minus signs as all others of the page.
+export const readable = (sentence) => sentence
+  .replace(/\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d(\.\d+)?Z/g, (time) => timeText(Date.parse(time)))
+  .replace(/(\d{4}-\d\d-\d\d) (\d\d:\d\d) UTC/g, (_, day, time) => timeText(Date.parse(`${day}T${time}Z`)))
+  .replace(/(\d\d:\d\d:\d\d) UTC/g, (_, time) => timeText(lastAt(time)))
+  .replace(/(^|[ (])-(?=\d)/g, `$1${minus}`);
+
+/// The last moment with this time of day; one that is a little ahead is due to the clocks.
+function lastAt(time, now = nodeNow()) {
+  const today = Date.parse(`${new Date(now).toISOString().slice(0, 10)}T${time}Z`);
+  return today > now + hour ? today - 24 * hour : today;
+}
 
 /// With its day, unless that is today.
 export function timeText(time) {

@@ -35,7 +35,7 @@ export class Tree {
     const place = byId("tree");
     if (!place.open) return;
     try {
-      const wanted = this.#patternsInSight();
+      const wanted = document.hidden ? [] : this.#patternsInSight();
       if (wanted.length > 0) Object.assign(this.#known, await readValues(...wanted));
       this.#drawValues();
     } catch {

@@ -1,5 +1,9 @@
 #include "gateway/server/connection.h"
 
+#include <openssl/err.h>
+#include <openssl/ssl.h>
+
+#include <boost/asio/ssl/error.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/beast/http/read.hpp>
 #include <boost/beast/http/write.hpp>
@@ -43,6 +47,12 @@ answer answer_to(const boost::system::error_code& error, const settings& bounds)
 bool is_parse_error(const boost::system::error_code& error) {
   return error.category() == make_error_code(http::error::bad_version).category() &&
          error != http::error::end_of_stream && error != http::error::partial_message;
+}
+
+/// Of a handshake that began with GET, HEAD, PUT or POST.
+bool was_clear_text(const boost::system::error_code& error) {
+  return error.category() == asio::error::get_ssl_category() &&
+         ERR_GET_REASON(static_cast<unsigned>(error.value())) == SSL_R_HTTP_REQUEST;
 }
 
 }  // namespace
@@ -98,10 +108,29 @@ void connection<Stream>::handshake(std::function<void()> then) {
         asio::ssl::stream_base::server,
         [self = this->shared_from_this(), then = std::move(then)](const error_code& error) {
           self->end_deadline();
-          if (error || self->closed_) return self->close();
+          if (self->closed_) return;
+          if (was_clear_text(error)) return self->refuse_clear_text();
+          if (error) return self->close();
           then();
         });
   }
+}
+
+// Sent on to https, a client that shows its token in the clear would go on doing so unnoticed.
+template <class Stream>
+void connection<Stream>::refuse_clear_text() {
+  response_.emplace(to_beast(refusal(400, "This port speaks TLS: ask for https://, not http://"),
+                             11, false, false));
+  response_->set(http::field::date, http_date(shared_.bounds.now()));
+  set_deadline(shared_.bounds.stuck_time, late::close);
+  http::async_write(socket(), *response_,
+                    [self = this->shared_from_this()](const error_code& error, std::size_t) {
+                      self->end_deadline();
+                      self->response_.reset();
+                      if (error || self->closed_) return self->close();
+                      self->set_deadline(drain_time, late::close);
+                      self->shut_down();
+                    });
 }
 
 // Between requests a connection may rest longer than a request may take; a new one that asks

@@ -222,16 +222,21 @@ void nx_db::subscribe(const std::shared_ptr<nx_session>& session,
                       std::shared_ptr<nx_db_leaf_node> node, nx::json_allocator& allocator,
                       nx::json_value& result, std::unique_lock<std::recursive_mutex>& lock) {
   const auto path = node->shared_path();
+  const auto before = result.MemberCount();
+  const auto take_back = [&] {
+    if (result.MemberCount() == before) return;
+    result.EraseMember(result.MemberBegin() + before, result.MemberEnd());
+  };
   while (node) {
-    nx::json_value answer(rapidjson::kObjectType);
-    node->subscribe(session, *path, allocator, answer, lock);
-    if (is_present(*node)) {
-      for (auto& member : answer.GetObject()) {
-        result.AddMember(member.name, member.value, allocator);
-      }
-      return;
+    try {
+      node->subscribe(session, *path, allocator, result, lock);
+    } catch (...) {
+      take_back();
+      throw;
     }
+    if (is_present(*node)) return;
     node->unsubscribe(session);
+    take_back();
     node = find(*path);
   }
   no_such_path(*path);

@@ -13,8 +13,12 @@ void reading_faults::set_noise(std::uint64_t seed, std::string stream) {
   stream_ = std::move(stream);
 }
 
-std::vector<std::shared_ptr<faulty_reading>> reading_faults::live() {
+void reading_faults::forget_removed() {
   std::erase_if(readings_, [](const auto& each) { return each.expired(); });
+}
+
+std::vector<std::shared_ptr<faulty_reading>> reading_faults::live() {
+  forget_removed();
   std::vector<std::shared_ptr<faulty_reading>> readings;
   for (const auto& each : readings_) {
     if (auto reading = each.lock()) readings.push_back(std::move(reading));
@@ -30,6 +34,8 @@ void reading_faults::apply(const active_fault& fault, faulty_reading& to) const 
 }
 
 void reading_faults::watch(const std::shared_ptr<faulty_reading>& added) {
+  // A reading that has gone keeps its memory as long as it stands here.
+  if (readings_.size() == readings_.capacity()) forget_removed();
   readings_.push_back(added);
   for (const active_fault& each : faults_)
     apply(each, *added);

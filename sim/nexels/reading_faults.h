@@ -45,6 +45,7 @@ class reading_faults {
   void begin(active_fault fault);
   void apply(const active_fault& fault, faulty_reading& to) const;
   void end(unsigned number);
+  void forget_removed();
   std::vector<std::shared_ptr<faulty_reading>> live();
 
   std::uint64_t seed_ = 0;

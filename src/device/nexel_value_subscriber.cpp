@@ -6,6 +6,8 @@
 #include "device/path_event.h"
 #include "helpers/waiting.h"
 #include "platform/wire/json_conversion.h"
+#include "platform/wire/nx_client_exception.h"
+#include "platform/wire/nx_error.h"
 
 namespace device {
 
@@ -62,8 +64,8 @@ void nexel_value_subscriber<T>::take(path_event& event, std::string_view path, T
 }
 
 template <class T>
-void nexel_value_subscriber<T>::spoil(bool refused) {
-  values_->spoil(this->get_path(), refused);
+void nexel_value_subscriber<T>::spoil(bool refused, bool missing) {
+  values_->spoil(this->get_path(), refused, missing);
   helpers::waiting::instance().wake();
 }
 
@@ -79,7 +81,7 @@ void nexel_value_subscriber<T>::send_exception_event(std::string_view path,
   const auto event = event_.lock();
   if (!event) return;
   event->on_exception_received(path, error);
-  spoil(!confirmed_);
+  spoil(!confirmed_, error.code == nx_error::not_found);
 }
 
 template <class T>
@@ -88,7 +90,7 @@ void nexel_value_subscriber<T>::send_subscription_ended_event(std::string_view p
   const auto event = event_.lock();
   if (!event) return;
   event->on_variable_removed(path, rc);
-  spoil(false);
+  spoil(false, true);
 }
 
 template class nexel_value_subscriber<bool>;

@@ -39,7 +39,7 @@ class nexel_value_subscriber : public nexel_subscriber {
  private:
   T convert(const nx::json_value& value);
   void take(path_event& event, std::string_view path, T value);
-  void spoil(bool refused);
+  void spoil(bool refused, bool missing = false);
   void show_refusal(bool refused, const std::string& reason);
 
   const std::weak_ptr<path_event> event_;

@@ -91,7 +91,7 @@ verdict judge(reading_kind kind, float number) {
 
 std::string refusal_text(reading_kind kind, float number) {
   const auto& limits = limits_of(kind);
-  return fmt::format("{} is no {} ({} to {} {})", number, limits.name, limits.measured.lowest,
+  return fmt::format("{:g} is no {} ({} to {} {})", number, limits.name, limits.measured.lowest,
                      limits.measured.highest, limits.unit);
 }
 

@@ -175,6 +175,14 @@ bool _subscriber<Types...>::has_value(const wanted_path& wanted) const {
 }
 
 template <class... Types>
+std::optional<std::chrono::steady_clock::time_point> _subscriber<Types...>::failing_since(
+    const wanted_path& wanted) const {
+  return with_type(wanted.type, [&]<class T>(const T&) {
+    return this->template table<T>()->values->failing_since(wanted.path);
+  });
+}
+
+template <class... Types>
 void _subscriber<Types...>::resubscribe_ended(const std::shared_ptr<nexel_client_api>& client,
                                               const std::vector<wanted_path>& paths) {
   const std::lock_guard lock(mutex_);

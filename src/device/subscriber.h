@@ -7,6 +7,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -67,6 +68,10 @@ class _subscriber {
   /// The nexel has answered the subscription, with a value or a failure.
   bool is_answered(const wanted_path& wanted) const;
   bool has_value(const wanted_path& wanted) const;
+  /// Since when the nexel, which has the path, reports errors or the impossible in place of a
+  /// value; empty while it reports values, and before its first answer.
+  std::optional<std::chrono::steady_clock::time_point> failing_since(
+      const wanted_path& wanted) const;
 
   /// Subscribes again to paths that the nexel has removed from its tree meanwhile; their values are
   /// discarded. After other failures the client library asks again by itself.

@@ -47,15 +47,23 @@ class value_table {
     kept.is_there = true;
     kept.is_sound = measured;
     kept.is_answered = true;
+    kept.failing_since.reset();
   }
 
-  /// The newest report was not a value: the last one stays, but is no longer known.
-  void spoil(const std::string& path, bool refused) {
+  /// The newest report was not a value: the last one stays, but is no longer known. `missing`: the
+  /// nexel has no such path.
+  void spoil(const std::string& path, bool refused, bool missing) {
+    const auto now = helpers::steady_now();
     const std::lock_guard lock(mutex_);
     auto& kept = values_[path];
     kept.is_sound = false;
     kept.is_answered = true;
     kept.is_refused = refused;
+    if (missing) {
+      kept.failing_since.reset();
+    } else if (!kept.failing_since) {
+      kept.failing_since = now;
+    }
   }
 
   /// The value of an earlier subscription stays until this one has delivered one.
@@ -65,6 +73,7 @@ class value_table {
     kept.arrivals = 0;
     kept.changes = 0;
     kept.is_sound = kept.is_answered = kept.is_refused = false;
+    kept.failing_since.reset();
   }
 
   void forget(const std::string& path) {
@@ -79,6 +88,15 @@ class value_table {
   /// Empty unless the newest report of the present subscription was a measured value.
   std::optional<reading<T>> find_known(const std::string& path) const {
     return find_if(path, [](const entry& kept) { return kept.is_there && kept.is_sound; });
+  }
+
+  /// Since when each report on a path that the nexel has was something else than a value; empty
+  /// while the newest is a value, measured or not.
+  std::optional<std::chrono::steady_clock::time_point> failing_since(
+      const std::string& path) const {
+    const std::shared_lock lock(mutex_);
+    const auto found = values_.find(path);
+    return found == values_.end() ? std::nullopt : found->second.failing_since;
   }
 
   /// The nexel has answered the present subscription, with a value or a failure.
@@ -100,6 +118,7 @@ class value_table {
     bool is_there = false;
     bool is_answered = false;  // of the present subscription
     bool is_refused = false;   // the present subscription was refused at its last try
+    std::optional<std::chrono::steady_clock::time_point> failing_since{};
   };
 
   template <class Wanted>

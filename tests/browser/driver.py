@@ -72,6 +72,20 @@ class Browser:
     def open(self, address):
         self._call("POST", self._session + "/url", {"url": address})
 
+    def tab(self):
+        """The handle of the tab in front."""
+        return self._call("GET", self._session + "/window")
+
+    def open_tab(self):
+        self.to_front(self._call("POST", self._session + "/window/new", {"type": "tab"})["handle"])
+
+    def to_front(self, tab):
+        self._call("POST", self._session + "/window", {"handle": tab})
+        self.devtools("Page.bringToFront")
+
+    def close_tab(self):
+        self._call("DELETE", self._session + "/window")
+
     def run(self, script, *arguments):
         return self._call("POST", self._session + "/execute/sync", {"script": script, "args": list(arguments)})
 

@@ -125,10 +125,36 @@ class OneNode(Story):
             self.browser.click_button(fault)
             self.await_summary(told)
             await_that("its loss", lambda: self.browser.count('.slot[data-state="on target"]') == 0)
-            self.assertNotRegex(self.browser.text("#summary"), r"\dT\d\d:", "times as people read them")
+            await_that("why", lambda: re.match(
+                rf"client rx and client tx are down .*{told}", self.browser.text("#log-list li > span")))
+            self.assertNotRegex(self.browser.text("#summary"), r"\dT\d\d:|UTC", "times as people read them")
             self.pictures(f"device-{fault.lower()}")
             self.browser.click_button("Heal")
             self.await_states(32, "on target")
+
+    def test_what_is_broken_stands_there_and_is_mended_at_once(self):
+        def broken(text):
+            await_that(f"'{text}' broken", lambda: self.browser.text("#bench-broken") == text)
+
+        broken("")
+        self.browser.click_button("12 dB weaker")
+        self.browser.run("document.querySelector('#bench-device').value = 'booster'")
+        for fault in ("Hang", "Span +3 dB", "Connector to the booster +3 dB", "Cut outgoing", "Darken", "Stand still"):
+            self.browser.click_button(fault)
+        thz = self.browser.text("#channel-name").split()[0]
+        known = ("Broken now: the outgoing fibre is cut, the outgoing fibre loses +3 dB, the connector to the booster"
+                 f" loses +3 dB, the laser at {thz} is dark, the laser at {thz} is at \u221212 dBm")
+        broken(f"{known}, booster is hung and the monitor's readings are false.")
+        self.open()
+        broken(f"{known} and booster is hung.")
+        self.pictures("broken")
+        self.browser.click_button("Mend all")
+        broken("")
+        self.await_states(32, "on target")
+        self.node.plant.set(f"config/node/0/laser/{round(float(thz) * 1e5)}/power", -12)
+        broken(f"Broken now: the laser at {thz} is at \u221212 dBm.")
+        self.browser.click_button("Mend all")
+        self.await_states(32, "on target")
 
     def test_history_is_there_for_who_comes_late(self):
         self.node.plant.set("config/node/0/laser/19230000/power", -3)
@@ -193,6 +219,26 @@ class OneNode(Story):
                 ".observe({type: 'layout-shift', buffered: true}); setTimeout(() => done(0), 500)")
             self.assertLess(moved, 0.02, width)
         self.browser.look(1280, "light")
+
+    def test_more_tabs_than_a_browser_has_connections(self):
+        tabs = [self.browser.tab()]
+        for _ in range(7):
+            self.browser.open_tab()
+            tabs.append(self.browser.tab())
+            self.open()
+            self.await_states(32, "on target")
+            await_that("its sentence", lambda: "on target" in self.browser.text("#channel-why"))
+        self.node.plant.set("config/node/0/laser/19230000/on", False)
+        self.browser.to_front(tabs[0])
+        self.await_state(19230000, "dark")
+        await_that("what it has missed", lambda: "192.30 rx is dark" in self.browser.text("#log-list li"))
+        self.assertTrue(self.browser.run("return document.querySelector('#blind').hidden"))
+        self.node.plant.set("config/node/0/laser/19230000/on", True)
+        self.await_states(32, "on target")
+        for tab in tabs[1:]:
+            self.browser.to_front(tab)
+            self.browser.close_tab()
+        self.browser.to_front(tabs[0])
 
     def test_page_of_another_origin_moves_nothing(self):
         with nodes.other_origin() as elsewhere:

@@ -39,8 +39,10 @@ class arrival : public testing::Test {
  protected:
   using way_of_error = std::vector<std::pair<double, double>>;  // s, dB
 
-  void start(unsigned lit, const char* product = "orvamax") {
-    node_ = std::make_unique<plant_node>(quiet_topology(product));
+  void start(unsigned lit, const char* product = "orvamax") { start(lit, quiet_topology(product)); }
+
+  void start(unsigned lit, const sim::topology& topology) {
+    node_ = std::make_unique<plant_node>(topology);
     node_->start();
     node_->run_for(40s);
     for (unsigned i = 0; i < lit; ++i)
@@ -70,6 +72,11 @@ class arrival : public testing::Test {
     return test::value_of(node_->tree(), insight_path(channel, "arrival"));
   }
 
+  static double told_move(const nx::json_document& way) {
+    const auto& neighbour = way["neighbour"];
+    return neighbour.IsNull() ? 0.0 : neighbour["moved"].GetDouble();
+  }
+
   /// What the plant knows of the way of `channel` that `cause` sets it on.
   /// `other_writes` to the switch than steps come with the cause.
   void expect_told_as_it_was(unsigned channel, const char* cause_name,
@@ -94,7 +101,7 @@ class arrival : public testing::Test {
     EXPECT_STREQ(way["cause"].GetString(), cause_name);
     EXPECT_FALSE(way["underWay"].GetBool());
     EXPECT_EQ(way["steps"].GetUint() + other_writes, watch.steps(channel));
-    EXPECT_NEAR(std::fabs(way["neighbour"]["moved"].GetDouble()), moved, 0.1);
+    EXPECT_NEAR(std::fabs(told_move(way)), moved, 0.1);
     expect_way_of(channel, errors, way);
   }
 
@@ -138,6 +145,26 @@ TEST_F(arrival, is_told_as_the_plant_knows_it) {
   expect_told_as_it_was(changed, "unblocked", unblock, port_and_default);
 }
 
+TEST_F(arrival, tells_a_neighbour_that_moves_from_a_usual_monitors_noise) {
+  start(40, test::dark_topology("orvamax"));
+  const auto all = node_->channels();
+  for (const double moved : {0.0, 0.3, -0.6, 1.2}) {
+    SCOPED_TRACE(moved);
+    node_->disturb(all[20], 4.0);
+    node_->disturb(all[7], moved);
+    node_->run_for(30s);
+    const auto way = told(all[20]);
+    EXPECT_STREQ(way["cause"].GetString(), "disturbed");
+    EXPECT_NEAR(told_move(way), moved, 0.1);
+    if (moved != 0.0) {
+      EXPECT_EQ(way["neighbour"]["channel"].GetUint(), all[7]);
+    }
+    node_->disturb(all[20], -4.0);
+    node_->disturb(all[7], -moved);
+    node_->run_for(2min);
+  }
+}
+
 TEST_F(arrival, of_a_channel_that_is_added_among_forty) {
   start(40, "selkaplus");
   const auto added = node_->channels()[40];
@@ -145,6 +172,52 @@ TEST_F(arrival, of_a_channel_that_is_added_among_forty) {
   expect_told_as_it_was(
       added, "added", [&] { add_lit(added); }, writes_of_an_add);
 }
+
+TEST_F(arrival, of_the_first_light_of_a_band) {
+  start(0);
+  for (const auto channel : node_->channels())
+    ASSERT_EQ(node_->text(insight_path(channel, "state")), "dark");
+  const channel_watch watch(*node_);
+  std::map<unsigned, way_of_error> errors;
+  const auto begin = node_->now();
+  node_->plant().fill_band(0);
+  while (node_->now() - begin < 1min) {
+    node_->cycle();
+    const std::chrono::duration<double> since = node_->now() - begin;
+    for (const auto channel : node_->channels())
+      errors[channel].emplace_back(since.count(), error(channel));
+  }
+  for (const auto channel : node_->channels()) {
+    SCOPED_TRACE(channel);
+    const auto way = told(channel);
+    EXPECT_STREQ(way["cause"].GetString(), "lit");
+    EXPECT_FALSE(way["underWay"].GetBool());
+    EXPECT_EQ(way["steps"].GetUint(), watch.steps(channel));
+    EXPECT_TRUE(way["neighbour"].IsNull());
+    expect_way_of(channel, errors[channel], way);
+  }
+}
+
+class lit_at_start : public testing::TestWithParam<std::string> {};
+
+TEST_P(lit_at_start, is_what_set_each_channel_going) {
+  plant_node node(GetParam());
+  node.start();
+  if (node.has_channels_by_command()) node.add_channels();
+  node.run_for(2min);
+  unsigned told = 0;
+  for (const auto& path : node.tree().list("insight/client", true)) {
+    if (!path.ends_with("/arrival") || test::shown_at(node.tree(), path).starts_with("! -61"))
+      continue;
+    ++told;
+    const std::string cause = test::value_of(node.tree(), path)["cause"].GetString();
+    EXPECT_EQ(cause, node.has_channels_by_command() ? "added" : "lit") << path;
+  }
+  EXPECT_GE(told, node.channels().size());
+}
+
+INSTANTIATE_TEST_SUITE_P(models, lit_at_start, testing::ValuesIn(models::names()),
+                         [](const auto& of) { return of.param; });
 
 TEST(channel_insight, comes_and_goes_with_the_channel) {
   plant_node node(test::dark_topology("selkaplus"));

@@ -1,6 +1,7 @@
-// A line whose peer fails while the fibre is dark. No attenuator moves on the peer's earlier
-// reports.
+// A line whose peer fails: while the fibre is dark, no attenuator moves on the peer's earlier
+// reports, and what of the peer cannot be read is told.
 #include <gtest/gtest.h>
+#include <rapidjson/document.h>
 
 #include <algorithm>
 
@@ -75,6 +76,47 @@ TEST_F(reopened_line, does_not_open_by_what_was_told_before_the_cut) {
   pair.set_peer_link(1, nx::link_state::up);
   pair.run_for(4min);
   EXPECT_TRUE(pair.all_on_target(0));
+}
+
+/// "preamp booster or VOA": what of the peer a node cannot read.
+std::string unreadable(test::plant_pair& pair, unsigned node) {
+  const auto told = test::value_of(pair.tree(node), "insight/peer");
+  std::string parts;
+  for (const auto& gap : told["unreadable"].GetArray())
+    parts += (parts.empty() ? "" : ", ") + std::string(gap["part"].GetString());
+  return parts;
+}
+
+TEST(device_of_the_peer, that_fails_is_told_here_while_the_peer_lives) {
+  pair_at_rest near;
+  auto& pair = near.pair;
+  struct far_failure {
+    const char* device;
+    const char* part;
+    const char* state = "at rest";
+  };
+  const far_failure table[] = {{"preamp", "preamp"},
+                               {"booster", "booster or VOA"},
+                               {"voa_sfp", "booster or VOA"},
+                               {"sfp/0", "supervisory transceiver"},
+                               {"osc1", "supervisory channel"},
+                               {"wss_edge", "", "peer's readings stand still"}};
+  for (const auto kind : {sim::nexel_state::hung, sim::nexel_state::killed}) {
+    for (const auto& [device, part, state] : table) {
+      SCOPED_TRACE(device);
+      EXPECT_EQ(unreadable(pair, 0), "");
+      pair.plant().set_nexel_state(1, device, kind);
+      pair.run_for(45s);
+      EXPECT_EQ(unreadable(pair, 0), part);
+      EXPECT_EQ(pair.text(0, "insight/line/state"), state);
+      EXPECT_NE(pair.text(0, "insight/summary").find(*part != 0 ? "cannot be read" : state),
+                std::string::npos);
+      pair.plant().set_nexel_state(1, device, sim::nexel_state::ok);
+      pair.run_for(20s);
+    }
+  }
+  EXPECT_EQ(unreadable(pair, 0), "");
+  EXPECT_EQ(pair.text(0, "insight/line/state"), "at rest");
 }
 
 }  // namespace

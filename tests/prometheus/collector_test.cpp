@@ -87,6 +87,7 @@ TEST_F(collected_node, is_told_without_stale_samples_through_restarts_of_daemon_
   gateway->signal(SIGKILL);
   EXPECT_TRUE(seen->gives("up", 0));
   EXPECT_EQ(seen->number(all), std::nullopt);
+  EXPECT_TRUE(seen->gives(R"(ALERTS{alertname="LumoraGatewayLost"})", 1));
   start_gateway(target);
   EXPECT_TRUE(seen->gives("lumora_up", 1));
 
@@ -149,12 +150,16 @@ TEST_F(collected_node, is_collected_by_tls) {
   const test::temp_folder folder;
   const auto certificate = folder.file("node.pem");
   const auto key = folder.file("node.key");
-  const auto made = test::run(
-      {{"openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2", "-subj",
-        "/CN=node", "-addext", "subjectAltName=IP:127.0.0.1", "-keyout", key, "-out", certificate},
-       {},
-       {}});
-  ASSERT_EQ(made.status, 0) << made.output;
+  const auto make = [&](const std::string& days) {
+    const auto made =
+        test::run({{"openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", days,
+                    "-subj", "/CN=node", "-addext", "subjectAltName=IP:127.0.0.1", "-keyout", key,
+                    "-out", certificate},
+                   {},
+                   {}});
+    ASSERT_EQ(made.status, 0) << made.output;
+  };
+  make("2");
   start_gateway("127.0.0.1:0", {"--certificate", certificate, "--key", key});
   const auto collect_by = [&](const std::string& authority) {
     seen = std::make_unique<test::collector>(
@@ -163,6 +168,17 @@ TEST_F(collected_node, is_collected_by_tls) {
   collect_by("ca_file: " + certificate);
   EXPECT_TRUE(seen->gives("up", 1));
   EXPECT_TRUE(seen->gives("lumora_up", 0));
+  const auto alert = R"(ALERTS{alertname="LumoraCertificateExpires"})";
+  EXPECT_TRUE(seen->gives(alert, 1)) << "in two days";
+  make("90");
+  // As the service reloads it.
+  const auto reloaded =
+      test::run({{"sh", "-c", "eval \"$(sed -n 's/^ExecReload=//p' " LUMORA_GATEWAY_UNIT ")\""},
+                 {{"MAINPID", std::to_string(gateway->pid())}},
+                 {}});
+  EXPECT_EQ(reloaded.status, 0) << reloaded.output;
+  EXPECT_TRUE(seen->gives(alert, std::nullopt));
+  EXPECT_TRUE(seen->gives("up", 1)) << "with the new one";
   collect_by("");
   EXPECT_TRUE(seen->gives("up", 0)) << "a certificate of nobody whom the collector trusts";
   const auto clear =

@@ -97,8 +97,8 @@ question about_channel(const node_insight& node, const std::string& word) {
   const auto place = insight::find_channel(word, insight::places_of(node));
   if (!place) {
     throw usage_error(
-        fmt::format("no channel {} on this node; give THz (192.30), nm (1558.98) or a "
-                    "name from: lumoractl list data/client",
+        fmt::format("no channel {} on this node; give \"line\", THz (192.30), nm (1558.98) or "
+                    "a name from: lumoractl list data/client",
                     word));
   }
   node_insight alone = node;

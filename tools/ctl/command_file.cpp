@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <memory>
 
 #include "platform/wire/json_conversion.h"
@@ -40,25 +39,50 @@ bool is_writable(const nx::json_value& record) {
          capabilities->value.HasMember("write") && capabilities->value["write"].IsTrue();
 }
 
-std::string read_all(const std::string& name) {
-  if (name == "-") return {std::istreambuf_iterator<char>(std::cin), {}};
-  std::ifstream file(name);
-  if (!file) throw usage_error("cannot read " + name);
-  return {std::istreambuf_iterator<char>(file), {}};
+std::string read_from(std::istream& file, const std::string& name) {
+  // A full band has some thousand parameters of less than a hundred bytes each.
+  constexpr std::size_t most = 16UL << 20;
+  std::string text(most + 1, '\0');
+  file.read(text.data(), static_cast<std::streamsize>(text.size()));
+  if (file.bad()) throw usage_error("cannot read " + name);
+  text.resize(static_cast<std::size_t>(file.gcount()));
+  if (text.size() > most) throw usage_error(name + " is too large for a file of parameters");
+  return text;
 }
 
-/// An existing file stays intact until the new one is complete.
+std::string read_all(const std::string& name) {
+  if (name == "-") return read_from(std::cin, "standard input");
+  std::ifstream file(name);
+  if (!file || std::filesystem::is_directory(name)) throw usage_error("cannot read " + name);
+  return read_from(file, name);
+}
+
+void write_to(const std::string& name, const std::string& text) {
+  std::ofstream file(name);
+  if (!(file << text << std::flush)) throw usage_error("cannot write " + name);
+}
+
+/// An existing file stays intact until the new one is complete. A pipe or a device is written, not
+/// replaced, and so is what a link points to.
 void write_all(const std::string& name, const std::string& text) {
   if (name == "-") {
     fmt::print("{}", text);
     return;
   }
-  const auto fresh = name + ".new";
   std::error_code failure;
-  if (std::ofstream file(fresh); !(file << text << std::flush)) {
-    throw usage_error("cannot write " + fresh);
+  const auto kind = std::filesystem::status(name, failure).type();
+  using enum std::filesystem::file_type;
+  if (kind == directory) throw usage_error(fmt::format("cannot write {}: it is a folder", name));
+  if (kind != regular && kind != not_found) return write_to(name, text);
+  const auto real = kind == regular ? std::filesystem::canonical(name).string() : name;
+  const auto fresh = real + ".new";
+  try {
+    write_to(fresh, text);
+  } catch (...) {
+    std::filesystem::remove(fresh, failure);
+    throw;
   }
-  std::filesystem::rename(fresh, name, failure);
+  std::filesystem::rename(fresh, real, failure);
   if (failure) throw usage_error(fmt::format("cannot write {}: {}", name, failure.message()));
 }
 
@@ -82,9 +106,12 @@ parameter_file present_parameters(context& with) {
 int save(context& with, const std::string& name) {
   const auto file = present_parameters(with);
   write_all(name, file_text(file));
-  if (name != "-") {
-    fmt::print(stderr, "{} parameters of {} saved\n", file.parameters.size(),
-               nx::shown_text(file.product));
+  if (name == "-") return exit_ok;
+  if (with.json) {
+    fmt::print("{{\"saved\":{},\"product\":{}}}\n", file.parameters.size(), quoted(file.product));
+  } else {
+    fmt::print(stderr, "{} parameter{} of {} saved\n", file.parameters.size(),
+               file.parameters.size() == 1 ? "" : "s", nx::shown_text(file.product));
   }
   return exit_ok;
 }

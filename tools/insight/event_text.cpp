@@ -122,6 +122,15 @@ std::string side_of(const std::string& on) {
   return end == on.npos ? "" : on.substr(client.size(), end - client.size());
 }
 
+/// What the events of several channels have in common: "rx", "peer's rx/power"; otherwise empty.
+std::string family_of(const std::string& on) {
+  constexpr std::string_view of_peer = "peer data/client/";
+  if (!on.starts_with(of_peer)) return side_of(on);
+  const auto end = on.find_first_not_of("0123456789", of_peer.size());
+  const bool has_channel = end != on.npos && end > of_peer.size() && on[end] == '/';
+  return has_channel ? "peer's " + on.substr(end + 1) : "";
+}
+
 struct group {
   const event* first;
   std::string key;
@@ -131,9 +140,9 @@ struct group {
 };
 
 std::string key_of(const event& what) {
-  const auto side = side_of(what.on);
+  const auto family = family_of(what.on);
   const auto name = what.kind + '\n' + detail_of(what, "guard");
-  return side.empty() ? name + '\n' + what.on + '\n' + text_of(what) : name + '\n' + side;
+  return family.empty() ? name + '\n' + what.on + '\n' + text_of(what) : name + '\n' + family;
 }
 
 std::vector<group> grouped(const std::vector<event>& events) {
@@ -162,10 +171,10 @@ std::string shown_time(const std::string& time) {
   return nx::shown_text(text);
 }
 
-/// "rx 32 channels", "192.30 rx", "line".
+/// "32 channels rx", "32 channels peer's rx/power", "192.30 rx", "line".
 std::string subjects_text(const group& of, const std::vector<channel_place>& known) {
   if (of.subjects.size() == 1) return subject_text(of.first->on, known);
-  return fmt::format("{} channels {}", of.subjects.size(), side_of(of.first->on));
+  return fmt::format("{} channels {}", of.subjects.size(), nx::shown_text(family_of(of.first->on)));
 }
 
 std::string what_text(const group& of) {

@@ -19,6 +19,7 @@ constexpr std::array cause_names{"startFailed",
                                  "fibreCut",
                                  "linkDown",
                                  "peerLost",
+                                 "peerUnreadable",
                                  "peerStandsStill",
                                  "lineDevice",
                                  "calibration",
@@ -51,7 +52,7 @@ const event* open_event(const node_insight& node, const std::string& on,
                         std::initializer_list<std::string_view> ends) {
   const event* open = nullptr;
   for (const auto& each : node.events) {
-    if (!on.empty() && each.on != on) continue;
+    if (each.on != on) continue;
     if (std::find(begins.begin(), begins.end(), each.kind) != begins.end()) open = &each;
     if (std::find(ends.begin(), ends.end(), each.kind) != ends.end()) open = nullptr;
   }
@@ -89,6 +90,7 @@ std::vector<finding> findings_of(const node_insight& node) {
   add_node_causes(node, found);
   add_devices(node, found);
   add_line(node, found);
+  add_peer_gaps(node, found);
   add_ladders(node, found);
   add_channels(node, found);
   add_loops(node, found);

@@ -20,6 +20,7 @@ enum class cause {
   fibre_cut,
   link_down,
   peer_lost,
+  peer_unreadable,  ///< a part of it
   peer_stands_still,
   line_device,
   calibration,

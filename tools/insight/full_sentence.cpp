@@ -2,16 +2,11 @@
 
 #include <cctype>
 
-#include "tools/insight/findings.h"
+#include "tools/insight/finding_rules.h"
 
 namespace tools::insight {
 
 namespace {
-
-std::string capital(std::string text) {
-  if (!text.empty()) text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
-  return text;
-}
 
 std::string span_text(long seconds) {
   if (seconds < 120) return fmt::format("{} s", seconds);
@@ -28,6 +23,11 @@ std::string since_text(const std::string& since, const node_insight& node) {
 }
 
 }  // namespace
+
+std::string capital(std::string text) {
+  if (!text.empty()) text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
+  return text;
+}
 
 std::string full_sentence(const finding& what, const node_insight& node) {
   auto text = capital(what.sentence);

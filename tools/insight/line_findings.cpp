@@ -122,6 +122,17 @@ void add_line(const node_insight& node, std::vector<finding>& found) {
   found.push_back(std::move(line));
 }
 
+void add_peer_gaps(const node_insight& node, std::vector<finding>& found) {
+  for (const auto& gap : node.peer_gaps) {
+    found.push_back({cause::peer_unreadable, "peer",
+                     fmt::format("The peer {} cannot read its {}: {} {} in error on its tree",
+                                 node.peer, gap.part, some_of(gap.values, gap.values.size()),
+                                 gap.values.size() == 1 ? "is" : "are"),
+                     capital(gap.meanwhile) + ".",
+                     "Look at the far node: lumoractl explain tells there what fails.", gap.since});
+  }
+}
+
 void add_ladders(const node_insight& node, std::vector<finding>& found) {
   for (const auto& side : node.ladders) {
     const auto wrong = std::find_if(side.rungs.begin(), side.rungs.end(),

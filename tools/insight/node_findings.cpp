@@ -12,17 +12,29 @@ namespace tools::insight {
 
 namespace {
 
-/// The end of the path of its socket.
-std::string service_of(const std::string& device) {
-  constexpr std::array<std::pair<std::string_view, const char*>, 6> names{{{"voa", "voa_sfp"},
-                                                                           {"osc", "osc1"},
-                                                                           {"sfp", "sfp/0"},
-                                                                           {"switch", "wss_edge"},
-                                                                           {"twinSwitch", "wss"},
-                                                                           {"monitor", "ocm"}}};
+struct device_names {
+  const char* on_board;
+  const char* service;  ///< the end of the path of its socket
+  const char* spoken;
+};
+
+/// Those that are not called the same everywhere.
+constexpr std::array names{device_names{"voa", "voa_sfp", "VOA"},
+                           device_names{"osc", "osc1", "supervisory channel (OSC)"},
+                           device_names{"sfp", "sfp/0", "supervisory transceiver (SFP)"},
+                           device_names{"switch", "wss_edge", "switch"},
+                           device_names{"twinSwitch", "wss", "switch"},
+                           device_names{"monitor", "ocm", "monitor"}};
+
+device_names names_of(const std::string& device) {
   const auto* found = std::find_if(names.begin(), names.end(),
-                                   [&](const auto& each) { return each.first == device; });
-  return found == names.end() ? device : found->second;
+                                   [&](const auto& each) { return each.on_board == device; });
+  return found == names.end() ? device_names{device.c_str(), device.c_str(), device.c_str()}
+                              : *found;
+}
+
+std::string service_of(const std::string& device) {
+  return names_of(device).service;
 }
 
 std::string loops_text(const node_insight& node, const std::string& service) {
@@ -44,19 +56,21 @@ bool is_of_silent_device(const std::string& reason, const std::vector<finding>& 
   });
 }
 
+/// When a fault of the start was told. Whether it lasts is not for the events to say: nothing is
+/// told when it ends.
+std::string began(const node_insight& node, const std::string& fault) {
+  const auto told = std::find_if(node.events.rbegin(), node.events.rend(), [&](const event& each) {
+    return each.kind == "startFailed" && detail(each, "reason") == without_folders(fault);
+  });
+  return told == node.events.rend() ? "" : told->time;
+}
+
 }  // namespace
 
 void add_node_causes(const node_insight& node, std::vector<finding>& found) {
   for (const auto& each : node.start)
-    found.push_back({cause::start_failed, "node", each, "", "", ""});
-  const auto* failed = open_event(node, "", {"startFailed"}, {"loopUp"});
-  // A fault that prevented the start is over once the node reports about itself.
-  if (failed != nullptr && !node.tells_of_itself && node.start.empty()) {
-    found.push_back({cause::start_failed, failed->on,
-                     fmt::format("The node cannot start: {}", detail(*failed, "reason")),
-                     "It tries again once a second.", detail(*failed, "remedy"), failed->time});
-  }
-  if (failed == nullptr && !node.tells_of_itself && node.start.empty()) {
+    found.push_back({cause::start_failed, "node", each, "", "", began(node, each)});
+  if (!node.tells_of_itself && node.start.empty()) {
     found.push_back({cause::start_failed, "node",
                      "The daemon is still starting, or waits for what it needs to start", "",
                      "Check its log: it says what it is waiting for.", ""});
@@ -78,11 +92,11 @@ void add_devices(const node_insight& node, std::vector<finding>& found) {
   for (const auto& each : node.devices) {
     // A device that has never been asked is neither silent nor alive.
     if (each.alive != false || !each.age) continue;
-    found.push_back({cause::device_silent, each.name,
-                     fmt::format("The {} has not answered for {:.0f} s", each.name, *each.age),
-                     loops_text(node, service_of(each.name)),
-                     fmt::format("Look at its service, {}, and restart it.", service_of(each.name)),
-                     ""});
+    found.push_back(
+        {cause::device_silent, each.name,
+         fmt::format("The {} has not answered for {:.0f} s", names_of(each.name).spoken, *each.age),
+         loops_text(node, service_of(each.name)),
+         fmt::format("Look at its service, {}, and restart it.", service_of(each.name)), ""});
   }
 }
 

@@ -154,6 +154,23 @@ ladder ladder_of(const readings& read, const char* side) {
   return found;
 }
 
+std::vector<peer_gap> peer_gaps_of(const readings& read) {
+  std::vector<peer_gap> gaps;
+  const auto document = document_at(read, "insight/peer");
+  if (!document.IsObject() || !document.HasMember("unreadable")) return gaps;
+  const auto& unreadable = document["unreadable"];
+  if (!unreadable.IsArray()) return gaps;
+  for (const auto& of : unreadable.GetArray()) {
+    peer_gap gap{word_in(of, "part"), word_in(of, "since"), word_in(of, "meanwhile"), {}};
+    if (of.IsObject() && of.HasMember("values") && of["values"].IsArray()) {
+      for (const auto& path : of["values"].GetArray())
+        if (path.IsString()) gap.values.push_back(nx::shown_text(path.GetString()));
+    }
+    gaps.push_back(std::move(gap));
+  }
+  return gaps;
+}
+
 /// {"GUARD":{"withheld":N,"active":[{"on":..,"since":..,"reason":..}]}}
 std::vector<active_guard> guards_of(const readings& read) {
   std::vector<active_guard> guards;
@@ -228,6 +245,7 @@ node_insight insight_of(const readings& read, std::vector<event> events) {
   node.tells_of_itself = !node.summary.empty() || !node.of_line.state_text.empty();
   node.devices = devices_of(read);
   node.ladders = {ladder_of(read, "rx"), ladder_of(read, "tx")};
+  node.peer_gaps = peer_gaps_of(read);
   node.guards = guards_of(read);
   node.hunting = hunting_of(read, node.channels);
   node.events = std::move(events);

@@ -57,12 +57,20 @@ struct ladder {
   std::vector<rung> rungs;
 };
 
+/// Values that the peer has and cannot read.
+struct peer_gap {
+  std::string part;  ///< "preamp"
+  std::string since, meanwhile;
+  std::vector<std::string> values;  ///< paths on its tree
+};
+
 struct active_guard {
   std::string name, on, since, reason;
 };
 
 struct node_insight {
   std::string summary, product, automation_mode, peer;
+  std::vector<peer_gap> peer_gaps;
   std::vector<std::string> start;  ///< what keeps the node from starting, or from starting properly
   std::string turn;                ///< of the last cycle: "client rx", "line"
   bool tells_of_itself = true;     ///< false until the daemon has built the node

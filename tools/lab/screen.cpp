@@ -50,16 +50,11 @@ bool screen::available() {
 }
 
 look screen::look_of_environment() {
-  look how;
-  how.colours = variable("NO_COLOR").empty();
-  for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
-    const auto locale = variable(name);
-    if (locale.empty()) continue;
-    how.unicode = locale.find("UTF-8") != locale.npos || locale.find("utf8") != locale.npos;
-    return how;
+  std::string_view locale;
+  for (const char* name : {"LANG", "LC_CTYPE", "LC_ALL"}) {
+    if (const auto stronger = variable(name); !stronger.empty()) locale = stronger;
   }
-  how.unicode = false;
-  return how;
+  return look_of(variable("TERM"), locale, variable("NO_COLOR").empty());
 }
 
 screen_size screen::size() const {

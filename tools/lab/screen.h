@@ -20,7 +20,7 @@ class screen {
 
   /// Both ends are a terminal that supports cursor movement.
   static bool available();
-  static look look_of_environment();  ///< NO_COLOR, and whether the locale is UTF-8
+  static look look_of_environment();  ///< NO_COLOR, the locale, TERM
 
   screen_size size() const;
   /// Sends the cells that differ from those shown before.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <sstream>
 
 namespace tools::lab {
@@ -12,11 +13,40 @@ bool begins_character(char byte) {
   return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U;
 }
 
+/// "vt100" and its kin, but not "vte", which is a program of today.
+bool is_of_glass(std::string_view terminal) {
+  return terminal.starts_with("vt") && terminal.size() > 2 &&
+         std::isdigit(static_cast<unsigned char>(terminal[2])) != 0;
+}
+
+bool lacks_blocks(std::string_view terminal) {
+  // The kernel's console loads fonts of 256 characters.
+  constexpr std::array<std::string_view, 7> families{"linux", "ansi", "pcansi", "cons",
+                                                     "sun",   "wy",   "unknown"};
+  return is_of_glass(terminal) ||
+         std::any_of(families.begin(), families.end(),
+                     [&](std::string_view family) { return terminal.starts_with(family); });
+}
+
+/// "en_US.UTF-8", "C.utf8"
+bool is_utf8(std::string_view locale) {
+  std::string plain;
+  for (const char letter : locale) {
+    if (letter != '-') plain += static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
+  }
+  return plain.find("utf8") != plain.npos;
+}
+
 std::string with(const char* code, const std::string& text, look how) {
   return how.colours ? code + text + "\x1b[0m" : text;
 }
 
 }  // namespace
+
+look look_of(std::string_view terminal, std::string_view locale, bool wants_colours) {
+  return {.colours = wants_colours && !is_of_glass(terminal),
+          .unicode = is_utf8(locale) && !lacks_blocks(terminal)};
+}
 
 unsigned width_of(const std::string& text) {
   return static_cast<unsigned>(std::count_if(text.begin(), text.end(), begins_character));

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "states/state_row.h"
@@ -18,6 +19,10 @@ struct look {
   bool colours = true;
   bool unicode = true;  ///< block characters; plain ASCII otherwise
 };
+
+/// By the value of TERM and the name of the locale. Terminals whose fonts lack block characters get
+/// plain ones, whatever the locale, and those of glass no colours either.
+look look_of(std::string_view terminal, std::string_view locale, bool wants_colours);
 
 unsigned width_of(const std::string& text);
 /// Truncated to `columns`, without a mark.

@@ -162,6 +162,13 @@ void session_outbox::close() {
   patterns_.clear();
 }
 
+void session_outbox::expect(std::size_t subscriptions) {
+  const std::lock_guard lock(mutex_);
+  if (closed_) return;
+  begun_.reserve(begun_.size() + subscriptions);
+  subscriptions_.reserve(subscriptions_.size() + subscriptions);
+}
+
 bool session_outbox::begin(const std::shared_ptr<const std::string>& path, bool exact) {
   const std::lock_guard lock(mutex_);
   auto number = subscriptions_.find(*path);
@@ -347,14 +354,20 @@ std::vector<session_outbox::begun> session_outbox::open_begun() {
 }
 
 std::string session_outbox::text_of(const std::vector<begun>& first) {
+  const auto line_of = [](const begun& one) -> std::string_view {
+    return one.end.empty() && one.event ? one.event->line : one.end;
+  };
+  std::size_t bytes = 0;
+  for (const auto& one : first)
+    bytes += line_of(one).size() + 1;
   std::string text;
-  for (const auto& [number, event, end_text] : first) {
-    const auto& line = end_text.empty() && event ? event->line : end_text;
+  text.reserve(bytes);
+  for (const auto& one : first) {
+    const auto line = line_of(one);
     if (line.empty()) continue;
     if (!text.empty()) text += '\n';
     text += line;
   }
-  text.shrink_to_fit();
   return text;
 }
 

@@ -58,6 +58,8 @@ class session_outbox {
 
   // Subscriptions: single paths, and patterns that cover paths. All but the last functions are
   // called for one request at a time.
+  /// About so many will begin next: memory for them is taken at once.
+  void expect(std::size_t subscriptions);
   /// False if the limit of subscriptions is reached. `exact` is false under a pattern.
   bool begin(const std::shared_ptr<const std::string>& path, bool exact);
   /// Undoes `begin` after a failure.

@@ -71,7 +71,9 @@ void session::subscribe_pattern(const std::string& pattern, json_allocator& allo
   constexpr unsigned stride = 64;
   unsigned count = 0;
   try {
-    for (const auto& node : host_->db.match(pattern)) {
+    const auto nodes = host_->db.match(pattern);
+    outbox_.expect(nodes.size());
+    for (const auto& node : nodes) {
       if (!node->subscription_supported()) continue;
       if (++count % stride == 0) call.check();
       try {

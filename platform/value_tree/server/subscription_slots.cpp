@@ -1,5 +1,7 @@
 #include "platform/value_tree/server/subscription_slots.h"
 
+#include <algorithm>
+#include <bit>
 #include <functional>
 #include <utility>
 
@@ -37,17 +39,27 @@ std::size_t subscription_slots::place_of(std::string_view path) const {
   return place;
 }
 
+// At most three quarters are used, so that a search is short and ends.
+bool subscription_slots::has_positions_for(std::size_t count) const {
+  return 4 * count <= 3 * by_path_.size();
+}
+
 void subscription_slots::insert(index at) {
-  // At most three quarters are used, so that a search is short and ends.
-  if (4 * (count_ + 1) > 3 * by_path_.size()) grow();
+  constexpr std::size_t fewest = 8;
+  if (!has_positions_for(count_ + 1)) grow(std::max(fewest, 2 * by_path_.size()));
   by_path_[place_of(*slots_[at].path)] = at + 1;
   ++count_;
 }
 
-void subscription_slots::grow() {
-  constexpr std::size_t fewest = 8;
+void subscription_slots::reserve(std::size_t count) {
+  slots_.reserve(count);
+  if (!has_positions_for(count)) grow(std::bit_ceil(count + count / 3 + 1));
+}
+
+// To a power of two.
+void subscription_slots::grow(std::size_t positions) {
   const auto former = std::exchange(by_path_, {});
-  by_path_.resize(former.empty() ? fewest : 2 * former.size());
+  by_path_.resize(positions);
   for (const auto taken : former) {
     if (taken != 0) by_path_[place_of(*slots_[taken - 1].path)] = taken;
   }

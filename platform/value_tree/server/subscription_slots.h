@@ -31,6 +31,8 @@ class subscription_slots {
   const slot& at(nx_subscription_number number) const { return slots_[static_cast<index>(number)]; }
   /// no_subscription if there is none.
   nx_subscription_number find(std::string_view path) const;
+  /// Room for so many in all.
+  void reserve(std::size_t count);
   nx_subscription_number add(std::shared_ptr<const std::string> path);
   void erase(nx_subscription_number number);
   void clear();
@@ -44,9 +46,10 @@ class subscription_slots {
   // position. A standard set takes several times as much memory.
   std::size_t place_of(std::string_view path) const;
   std::size_t home_of(std::string_view path) const;
+  bool has_positions_for(std::size_t count) const;
   void insert(index at);
   void take_off(std::size_t place);
-  void grow();
+  void grow(std::size_t positions);
 
   nx_subscription_number number_of(index at) const;
 

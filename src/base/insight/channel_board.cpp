@@ -71,12 +71,10 @@ void channel_board::look(channel_record& record, const channel_verdict& verdict)
 
 channel_board::largest_moves channel_board::moves() const {
   largest_moves found;
-  const auto moved = [](const channel_record* of) {
-    return of ? std::fabs(of->error_ - of->rest_error_) : 0.0f;
-  };
+  const auto moved = [](const channel_record* of) { return of ? std::fabs(of->moved_) : 0.0f; };
   for (const auto& [frequency, record] : records_) {
     const auto* each = record.get();
-    if (!is_figure(each->error_) || !is_figure(each->rest_error_)) continue;
+    if (!is_figure(each->moved_)) continue;
     if (moved(each) > moved(found.most)) {
       found.second = std::exchange(found.most, each);
     } else if (moved(each) > moved(found.second)) {
@@ -87,17 +85,19 @@ channel_board::largest_moves channel_board::moves() const {
 }
 
 void channel_board::let_feel() {
+  for (const auto& [frequency, record] : records_)
+    record->moved_ = record->level_.departure(record->error_);
   const auto [most, second] = moves();
   for (const auto& [frequency, record] : records_) {
     if (!record->took_part_) continue;
     const auto* other = most == record.get() ? second : most;
-    if (other) record->felt({.id = other->id(), .moved = other->error_ - other->rest_error_});
+    if (other) record->felt({.id = other->id(), .moved = other->moved_});
   }
 }
 
 void channel_board::note_rest() {
   for (const auto& [frequency, record] : records_)
-    record->rest_error_ = record->is_settled_ ? record->error_ : no_figure;
+    record->level_.rest(record->error_, record->is_settled_);
 }
 
 void channel_board::tell_news() {

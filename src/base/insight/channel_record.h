@@ -18,6 +18,7 @@
 #include "base/insight/channel_text.h"
 #include "base/insight/channel_verdict.h"
 #include "base/insight/channel_way.h"
+#include "base/insight/rest_level.h"
 #include "platform/wire/json.h"
 
 class nx_db;
@@ -100,7 +101,8 @@ class channel_record : public std::enable_shared_from_this<channel_record> {
 
   // What the board remembers between two walks; under the plan's mutex.
   float error_ = no_figure;
-  float rest_error_ = no_figure;  ///< its error when no channel of the board was under way
+  rest_level level_;         ///< where it was when no channel of the board was under way
+  float moved_ = no_figure;  ///< from there, in this walk
   bool is_settled_ = false;
   bool is_under_way_ = false;
   bool took_part_ = false;  ///< was under way in this walk

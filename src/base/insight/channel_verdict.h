@@ -67,7 +67,8 @@ struct channel_verdict {
   bool is_settled = false;  ///< inside its dead band, with the effect of every step in
   bool is_on_target = false;
   float target = no_figure;
-  float wish = no_figure;  ///< the target before it is lowered for the amplifier's saturation
+  float wish = no_figure;      ///< the target before it is lowered for the amplifier's saturation
+  float fibre_km = no_figure;  ///< length for whose tilt the target makes up
   float measured = no_figure;
   float error = no_figure;  ///< positive: too much light
   float dead_band = no_figure;

@@ -14,6 +14,8 @@ constexpr float disturbance_db = 1.0f;
 constexpr float jump_db = 2.0f;
 // More than the tremble of the fibre's measured length.
 constexpr float wish_db = 0.2f;
+// Beyond what a supervisory channel errs by.
+constexpr float same_fibre_km = 2.0f;
 
 // One or two monitor passes, and the switch's settling.
 constexpr std::chrono::seconds patience_with_unblocking{10};
@@ -40,11 +42,18 @@ float way::seconds(time_point now) const {
   return std::chrono::duration<float>(arrived.value_or(now) - begin).count();
 }
 
+// Nobody has moved a target that follows the fibre's length: when the node starts, it is known some
+// seconds after the light.
+bool channel_way::is_target_moved(const channel_verdict& now) const {
+  const bool is_other_fibre = std::fabs(now.fibre_km - fibre_km_) > same_fibre_km;
+  return !is_other_fibre && std::fabs(now.wish - wish_) > wish_db;
+}
+
 std::optional<way_cause> channel_way::cause_of(const channel_verdict& now) const {
   if (!now.lit || !is_figure(now.error)) return std::nullopt;
   if (unblocked_at_) return way_cause::unblocked;
   if (!was_lit_) return is_new_ ? way_cause::added : way_cause::lit;
-  if (std::fabs(now.wish - wish_) > wish_db) return way_cause::target;
+  if (is_target_moved(now)) return way_cause::target;
   if (at_rest_ && std::fabs(now.error) > now.dead_band + disturbance_db)
     return way_cause::disturbed;
   return std::nullopt;
@@ -107,6 +116,7 @@ channel_way::news channel_way::look(const channel_verdict& now) {
   }
   was_lit_ = now.lit;
   if (is_figure(now.wish)) wish_ = now.wish;
+  if (is_figure(now.fibre_km)) fibre_km_ = now.fibre_km;
   if (!present_) return told;
   follow(now);
   if (now.is_settled) {

@@ -63,6 +63,7 @@ class channel_way {
  private:
   void note_light(const channel_verdict& now, news& told);
   void set_out(way_cause cause, const channel_verdict& now);
+  bool is_target_moved(const channel_verdict& now) const;
   std::optional<way_cause> cause_of(const channel_verdict& now) const;
   void follow(const channel_verdict& now);
   void note_jump(const channel_verdict& now, news& told);
@@ -77,7 +78,8 @@ class channel_way {
   bool at_rest_ = false;
   bool is_exhausted_ = false;
   float wish_ = no_figure;
-  float light_ = no_figure;  // reading with the attenuation taken out: the incoming power
+  float fibre_km_ = no_figure;  // with which it was calculated
+  float light_ = no_figure;     // reading with the attenuation taken out: the incoming power
 };
 
 }  // namespace insight

@@ -27,11 +27,12 @@ enum class line_reason : unsigned char {
   link_down,     ///< light comes in, but no supervisory channel
   link_one_way,  ///< as before, but the far end's supervisory light comes in
   nobody_answers,
-  peer_is_lost,       ///< word: its product
-  product_not_known,  ///< word: its product
-  no_sign_of_life,    ///< seconds
-  nothing_new,        ///< the powers at the peer are those of the last look
-  nothing_counts,     ///< no channel is lit at the peer and on target here
+  peer_is_lost,          ///< word: its product
+  product_not_known,     ///< word: its product
+  no_sign_of_life,       ///< seconds
+  channels_stand_still,  ///< seconds; the peer answers, and its channel powers do not change
+  nothing_new,           ///< the powers at the peer are those of the last look
+  nothing_counts,        ///< no channel is lit at the peer and on target here
   calibration_not_known,
   few_readings,        ///< readings, of
   not_steady,          ///< spread of the mean error, allowed

@@ -25,6 +25,7 @@
 #include "base/manager/insight.h"
 #include "base/manager/interface.h"
 #include "base/manager/ladders.h"
+#include "base/manager/neighbour.h"
 #include "base/manager/overview.h"
 #include "device/cycle_reads.h"
 #include "platform/threads/thread_owner.h"
@@ -178,6 +179,7 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   loop_failures failures_;
   std::shared_ptr<::insight::device_board> devices_ = std::make_shared<::insight::device_board>();
   std::shared_ptr<ladders> ladders_ = std::make_shared<ladders>();
+  std::shared_ptr<neighbour> neighbour_ = std::make_shared<neighbour>();
   ::insight::loop_watch line_watch_{"line"};
   ::insight::stall_watch stall_watch_;
   ::insight::loop_watch rx_watch_{"client rx"};

@@ -297,6 +297,7 @@ void base<RX_T, TX_T>::setup_api(nx_db& db) {
   device::hardware::osc supervisory(db.get_io_context(), nexel_paths::osc);
   devices_->setup_api(db, wishes_of_cycle(supervisory));
   ladders_->setup_api(db, product_);
+  neighbour_->setup_api(db);
   api_is_whole_ = true;
 }
 

@@ -40,6 +40,7 @@ void base<RX_T, TX_T>::cycle(nx_db& db, const std::shared_ptr<device::interfaces
     client_tx_->note_idle();
     line_->note_idle(automation::instance().to_string());
     ladders_->note_idle();
+    neighbour_->note_idle();
     overview_->note_cycle({.is_regulating = false});
     waiting.sleep(pause_when_not_regulating);
     return;
@@ -175,7 +176,8 @@ void base<RX_T, TX_T>::note_overview() {
   overview::cycle_facts facts;
   if (rx_watch_.is_down()) facts.down.emplace_back("client rx", rx_watch_.reason());
   if (tx_watch_.is_down()) facts.down.emplace_back("client tx", tx_watch_.reason());
-  if (remote_->is_up()) facts.peer = remote_->last_product();
+  neighbour_->look(remote_);
+  facts.peer = neighbour_->brief();
   overview_->note_cycle(std::move(facts));
 }
 

@@ -65,6 +65,9 @@ class test_client : public nexel_client_api {
     for (; times > 0; --times)
       at.send_exception_event(at.get_path(), {-107, "Not connected", at.get_path()});
   }
+  static void miss(nexel_subscriber& at) {
+    at.send_exception_event(at.get_path(), {-2, "No such path", at.get_path()});
+  }
 
   std::weak_ptr<nexel_subscriber> latest;
   std::map<std::string, std::weak_ptr<nexel_subscriber>> by_path;
@@ -187,6 +190,23 @@ TEST_F(subscriber_test, a_reading_is_known_while_its_subscription_tells_it) {
   values.request_all(client, {{device::value_type::number, "power"}});
   EXPECT_EQ(values.get<float>("power"), 2.0f);
   EXPECT_FALSE(values.find_known<float>("power")) << "of an earlier subscription";
+}
+
+TEST_F(subscriber_test, a_path_fails_from_its_first_error_until_a_value_and_not_if_there_is_none) {
+  const device::wanted_path wanted{device::value_type::number, "power",
+                                   device::reading_kind::osc_power};
+  values.subscribe<float>(client, wanted.path, wanted.kind);
+  const auto path = client->latest.lock();
+  EXPECT_FALSE(values.failing_since(wanted));
+  client->fail(*path);
+  const auto first = time->steady_now();
+  time->slept += std::chrono::seconds(3);
+  client->report(*path, "999");
+  EXPECT_EQ(values.failing_since(wanted), first) << "the impossible is no value";
+  client->report(*path, "-99");
+  EXPECT_FALSE(values.failing_since(wanted)) << "darkness is one";
+  client->miss(*path);
+  EXPECT_FALSE(values.failing_since(wanted)) << "an older peer does not have it";
 }
 
 TEST_F(subscriber_test, what_the_nexel_took_off_its_tree_is_asked_for_anew) {

@@ -150,4 +150,20 @@ TEST_F(certificates, one_that_expires_is_told_once_and_renewed_while_it_serves) 
   EXPECT_EQ(log.count("The certificate " + given.certificate), 2) << "each is told once";
 }
 
+TEST_F(certificates, who_speaks_clear_text_to_its_port_is_told_to_use_https) {
+  write("live", -1h, 1h);
+  take("live.pem", "live.key");
+  start();
+  const std::string request = " / HTTP/1.1\r\nHost: localhost\r\nAuthorization: Bearer x\r\n\r\n";
+  for (const char* asked : {"GET", "HEAD", "PUT", "POST"}) {
+    const auto told = ask(asked + request);
+    EXPECT_THAT(told, HasSubstr("HTTP/1.1 400 ")) << asked;
+    EXPECT_THAT(told, HasSubstr("This port speaks TLS: ask for https://"));
+  }
+  EXPECT_THAT(ask(get("/", "X: " + std::string(10'000'000, 'x') + "\r\n")), HasSubstr("https://"))
+      << "sent while it is told so";
+  EXPECT_EQ(ask(std::string(1000, '\x16')).find("HTTP"), std::string::npos) << "bad TLS";
+  EXPECT_THAT(look().text, HasSubstr("200 OK"));
+}
+
 }  // namespace

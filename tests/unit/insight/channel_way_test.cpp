@@ -18,6 +18,7 @@ struct look {
   float step = 0;
   bool settled = false;
   float wish = 4;
+  float fibre_km = no_figure;
 };
 
 channel_verdict verdict_of(const look& of) {
@@ -29,6 +30,7 @@ channel_verdict verdict_of(const look& of) {
           .lit = lit,
           .is_settled = of.settled,
           .wish = lit ? of.wish : no_figure,
+          .fibre_km = of.fibre_km,
           .measured = of.wish + of.error,
           .error = of.error,
           .dead_band = 0.5f,
@@ -86,6 +88,12 @@ TEST(channel_way, tells_cause_time_steps_and_excursion) {
       {"another target",
        {rest(0), {5, stepped, 2, 2, false, 2}, rest(8, 0.3f, 2)},
        {{"target", 3, 1, 2, 0}}},
+      {"a target that follows the fibre's length",
+       {{0, no_light},
+        {1, stepped, -6, -4, false, 4, 0},
+        {2, stepped, -2, -2, false, 5, 80},
+        rest(3, 0, 5)},
+       {{"lit", 2, 2, -4, 0}}},
       {"a target that trembles", {rest(0), rest(5, 0, 4.15f)}, {{"lit", 0, 0, 0, 0}}},
       {"an unblock begins with the write",
        {rest(0), {1, blocked}, {5, unblocked}, {6, no_light}, {7, stepped, -6, -6}, rest(9)},

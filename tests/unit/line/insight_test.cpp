@@ -122,7 +122,7 @@ TEST_F(explained_line, by_what_has_become_of_the_fibre) {
               AllOf(StartsWith("\"no peer\""), HasSubstr("opened at the board's preset of")));
   meet("LAMP");
   cycle();
-  EXPECT_THAT(told(), AllOf(StartsWith("\"peer not known\""), HasSubstr("is a LAMP")));
+  EXPECT_THAT(told(), AllOf(StartsWith("\"peer not known\""), HasSubstr("calls itself LAMP")));
   preamp->failing = true;
   cycle();
   EXPECT_THAT(state(), "\"device failed\"");

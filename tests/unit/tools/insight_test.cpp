@@ -83,6 +83,15 @@ TEST(findings, name_the_cause_before_what_it_brings_about) {
        cause::peer_lost,
        "line"},
       {{{"insight/line/state", std::string("no peer")}}, {}, cause::no_peer, "line"},
+      // A part of the peer fails: what is not told any more is a consequence.
+      {{{"insight/peer",
+         std::string(R"({"product":"ORVA-LITE","unreadable":[{"part":"preamp",)"
+                     R"("since":"2026-01-31T12:00:00Z","values":["data/line/1/rx/power"],)"
+                     R"("meanwhile":"the line goes on"}]})")},
+        {"insight/line/state", std::string("peer's readings stand still")}},
+       {},
+       cause::peer_unreadable,
+       "peer"},
       {{{state("19230000/rx"), weak}, {state("19245000/rx"), weak}},
        {},
        cause::channel_exhausted,
@@ -187,6 +196,22 @@ TEST(findings, tell_since_when) {
             "The fibre is cut or unplugged (since 12:00:00 UTC, 14 s): no light.");
 }
 
+TEST(findings, of_a_start_last_as_long_as_the_daemon_says_whatever_else_comes_and_goes) {
+  const std::string fault = "The store does not answer: start it";
+  const std::vector<event> events{at_noon("startFailed", "store", {{"reason", fault}}),
+                                  at_noon("loopDown", "panel"), at_noon("loopUp", "panel")};
+  readings read;
+  read.put("insight/start", fault);
+  const auto failed = findings_of(insight_of(read, events));
+  ASSERT_EQ(failed.size(), 1U);
+  EXPECT_EQ(failed.front().sentence, fault);
+  EXPECT_EQ(failed.front().since, noon);
+  const auto mended = findings_of(insight_of({}, events));
+  ASSERT_EQ(mended.size(), 1U);
+  EXPECT_THAT(mended.front().sentence, StartsWith("The daemon is still starting"));
+  EXPECT_EQ(mended.front().since, "");
+}
+
 TEST(find_channel, takes_frequencies_wavelengths_and_names) {
   const std::vector<channel_place> grid{{19230000, 19230000}, {19237500, 19237500}};
   const std::vector<channel_place> numbered{{7, 19260000}, {8, 19270000}};
@@ -224,6 +249,10 @@ TEST(event_lines, fold_what_comes_together_and_name_channels_by_their_frequency)
       event_at("12:03:00",
                R"("event":"parameterWritten","on":"config/x","value":"4.5","writes":30,)"
                R"("until":"2026-01-31T12:03:09.5Z")"),
+      event_at("12:04:00", R"("event":"guardBegan","on":"peer data/client/7/rx/power",)"
+                           R"("guard":"plausibility","reason":"63 is no tap power")"),
+      event_at("12:04:01", R"("event":"guardBegan","on":"peer data/client/8/rx/power",)"
+                           R"("guard":"plausibility","reason":"64 is no tap power")"),
   };
   EXPECT_THAT(event_lines(events, {{7, 19260000}}),
               ElementsAre("2026-01-31 12:00:00  3 channels rx  has light",
@@ -231,7 +260,9 @@ TEST(event_lines, fold_what_comes_together_and_name_channels_by_their_frequency)
                           R"(2026-01-31 12:01:00  peer           lost, it was ORVA\x1b-LITE)",
                           "2026-01-31 12:02:00  192.60 rx      is exhausted, 2.7 dB too weak",
                           "2026-01-31 12:03:00  config/x       written 30 times until 12:03:09, "
-                          "at last: 4.5"));
+                          "at last: 4.5",
+                          "2026-01-31 12:04:00  2 channels peer's rx/power  guard plausibility "
+                          "begins: 63 is no tap power"));
   EXPECT_FALSE(event_of("no json"));
 }
 

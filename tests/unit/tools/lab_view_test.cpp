@@ -125,6 +125,26 @@ TEST(convergence, begins_again_after_each_disturbance) {
   }
 }
 
+TEST(look_of, takes_block_characters_only_where_the_terminal_has_them) {
+  struct terminal {
+    const char* term;
+    const char* locale;
+    bool colours, unicode;
+  };
+  const terminal table[] = {
+      {"xterm-256color", "en_US.UTF-8", true, true}, {"vte-256color", "C.utf8", true, true},
+      {"xterm-256color", "C", true, false},          {"screen", "", true, false},
+      {"linux", "en_US.UTF-8", true, false},         {"vt100", "en_US.UTF-8", false, false},
+      {"vt220", "de_DE.UTF8", false, false},         {"ansi", "en_US.UTF-8", true, false},
+  };
+  for (const auto& [term, locale, colours, unicode] : table) {
+    const auto how = look_of(term, locale, true);
+    EXPECT_EQ(how.colours, colours) << term;
+    EXPECT_EQ(how.unicode, unicode) << term << ' ' << locale;
+    EXPECT_FALSE(look_of(term, locale, false).colours);
+  }
+}
+
 TEST(picture, never_exceeds_the_terminal_and_scrolls_to_the_last_channel) {
   auto read = node_at_rest();
   for (unsigned id = 19140000; id < 19140000 + 32 * 15000; id += 15000)

@@ -2,11 +2,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
+#include <filesystem>
 #include <fstream>
 #include <future>
 #include <memory>
 #include <regex>
 #include <string>
+#include <thread>
+#include <utility>
+#include <vector>
 
 #include "api/command.h"
 #include "api/config_param.h"
@@ -180,7 +186,7 @@ TEST_F(lumoractl, brings_back_what_it_has_taken_away_and_tells_what_it_could_not
   const auto file = folder_.file("node.json");
   nx::api::const_value<std::string>::create(db_, "data/product", "ORVA-LITE");
   run({"set", "config/power", "3.5"});
-  EXPECT_EQ(run({"save", file}).output, "1 parameters of ORVA-LITE saved\n");
+  EXPECT_EQ(run({"save", file}).output, "1 parameter of ORVA-LITE saved\n");
   expect({"load", file}, 0, "0 written, 1 already so, 0 refused, 0 left\n");
   run({"set", "config/power", "-1"});
   expect({"load", file}, 0,
@@ -202,7 +208,35 @@ TEST_F(lumoractl, brings_back_what_it_has_taken_away_and_tells_what_it_could_not
   EXPECT_EQ(with("ORVA-MAX", "").status, 2);
   EXPECT_EQ(with("ORVA-LITE", R"("command/channel/add":{})").status, 2);
   nx::api::const_value<std::string>::create(db_, "data/product", "\x1b[31mnone\n");
-  EXPECT_EQ(run({"save", file}).output, "1 parameters of \\x1b[31mnone\\n saved\n");
+  EXPECT_EQ(run({"save", file}).output, "1 parameter of \\x1b[31mnone\\n saved\n");
+}
+
+TEST_F(lumoractl, takes_any_file_for_what_it_is) {
+  const auto file = folder_.file("node.json");
+  const auto link = folder_.file("link.json");
+  nx::api::const_value<std::string>::create(db_, "data/product", "ORVA-LITE");
+  run({"set", "config/power", "3.5"});
+  EXPECT_EQ(run({"save", "--json", file}).output, R"({"saved":1,"product":"ORVA-LITE"})"
+                                                  "\n");
+  std::filesystem::create_symlink(file, link);
+  EXPECT_EQ(run({"save", link}).status, 0);
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+  const auto folder = std::filesystem::path(file).parent_path().string();
+  const std::pair<const char*, std::string> table[] = {
+      {"load", folder},         {"load", "/dev/zero"}, {"load", "/dev/null"},
+      {"load", file + ".none"}, {"save", folder},      {"save", folder + "/none/x"},
+  };
+  for (const auto& [command, name] : table) {
+    const auto result = run({command, name});
+    EXPECT_EQ(result.status, 2) << command << ' ' << name;
+    EXPECT_THAT(result.output, StartsWith("lumoractl: ")) << command << ' ' << name;
+  }
+  // A device stays one, also if it takes nothing.
+  const auto pipe = folder_.file("pipe");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  std::jthread reader([&] { std::ifstream(pipe).ignore(100000); });
+  EXPECT_EQ(run({"save", pipe}).status, 0);
+  EXPECT_TRUE(std::filesystem::is_fifo(pipe));
 }
 
 TEST_F(lumoractl, writes_words_of_the_type_that_the_path_takes) {

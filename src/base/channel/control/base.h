@@ -65,6 +65,7 @@ class base : public std::enable_shared_from_this<base<T>> {
   // what it did, with the figures that it decided on.
   void conclude(insight::channel_reason reason) { verdict_.reason = reason; }
   void note_measurement(float target, float wish, float measured, float power_difference);
+  void note_fibre(float length_km) { verdict_.fibre_km = length_km; }
   /// The look ended early.
   void note_failure(insight::channel_reason reason, std::string text);
   const insight::channel_verdict& get_verdict() const { return verdict_; }

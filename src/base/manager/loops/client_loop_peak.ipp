@@ -33,6 +33,7 @@ typename client_loop<T>::peak_report client_loop<T>::measure_peak(const control_
   const float calibration = edfa_calibration_.get();
   const float power_difference = (power + calibration) - target;
   control->note_measurement(target, target + saturation, power + calibration, power_difference);
+  control->note_fibre(fiber_length_);
   return {.id = channel->get_id(),
           .regulate = regulate,
           .fiber_length = fiber_length_,

@@ -26,6 +26,7 @@ class line : public line_loop {
  private:
   /// False if the peer has reported nothing new since the last call.
   bool read_remote_powers();
+  bool does_any_count() const;
   float read_edfa_calibration();
   /// The power of a channel at the peer as the mean of its last readings; empty while it does not
   /// count.

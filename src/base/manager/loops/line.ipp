@@ -29,6 +29,17 @@ bool line<T>::read_remote_powers() {
   return take_news(std::move(powers), last_remote_powers_);
 }
 
+// Called with the plan's mutex held.
+template <class T>
+bool line<T>::does_any_count() const {
+  const auto& all = *channels_->get_channels();
+  return std::any_of(all.begin(), all.end(), [this](const auto& entry) {
+    auto& control = *entry.second;
+    return control.is_on_target() && peer_.known(line_peer::operation::get_channel_tx_ocm_power,
+                                                 control.get_channel()->get_id());
+  });
+}
+
 template <class T>
 float line<T>::read_edfa_calibration() {
   if (const auto known = peer_.value(line_peer::operation::get_edfa_tx_calibration)) return *known;
@@ -60,7 +71,7 @@ std::optional<float> line<T>::calculate_lms_error() {
   const std::lock_guard lock(channels_->get_mutex());
   if (!read_remote_powers()) {
     LUMORA_LOG(1, "Remote power values unchanged, skipping regulation");
-    judge_nothing_new();
+    judge_nothing_new(does_any_count());
     return std::nullopt;
   }
   powers_changed_ = helpers::steady_now();

@@ -17,6 +17,8 @@ using namespace std::chrono_literals;
 
 /// A peer reports its channels once a second: a cycle without news does not change the findings.
 constexpr auto usual_pause = 3s;
+/// Several passes of the slowest monitor, each of which shows noise.
+constexpr auto longest_standstill = 30s;
 constexpr float jump_of_error_db = 2.0f;
 constexpr auto longest_wait_for_span = 30s;
 
@@ -35,15 +37,19 @@ void line_loop::judge(line_reason reason, std::array<float, 3> figures, std::str
 }
 
 // The finding of the last look with new readings stays for a while.
-void line_loop::judge_nothing_new() {
+void line_loop::judge_nothing_new(bool any_counts) {
   auto last_sign = peer_.last_sign_of_life();
   if (last_sign && powers_changed_) last_sign = std::max(*last_sign, *powers_changed_);
   const auto silence = last_sign ? helpers::steady_now() - *last_sign : line_peer::longest_silence;
   if (peer_.is_up() && silence > line_peer::longest_silence) {
     return judge(line_reason::no_sign_of_life, {std::chrono::duration<float>(silence).count()});
   }
-  if (powers_changed_ && helpers::steady_now() - *powers_changed_ < usual_pause) return;
-  judge(line_reason::nothing_new);
+  if (!powers_changed_) return judge(line_reason::nothing_new);
+  const auto unchanged = helpers::steady_now() - *powers_changed_;
+  if (unchanged < usual_pause) return;
+  if (!any_counts) return judge(line_reason::nothing_counts);
+  if (unchanged <= longest_standstill) return judge(line_reason::nothing_new);
+  judge(line_reason::channels_stand_still, {std::chrono::duration<float>(unchanged).count()});
 }
 
 void line_loop::judge_unknown_span() {
@@ -93,7 +99,8 @@ void line_loop::publish_verdict() {
       state == no_peer || state == peer_not_known || state == no_supervisory_link;
   if (peer_is_missing && opening_ && opening_->awaits_peer) verdict_.preset = opening_->wanted;
   const std::lock_guard lock(told_mutex_);
-  const bool is_left_alone = verdict_.reason == line_reason::node_leaves_alone;
+  const bool is_left_alone = verdict_.reason == line_reason::node_leaves_alone ||
+                             verdict_.reason == line_reason::channels_stand_still;
   if (peer_is_missing || state == no_fibre || is_left_alone) {
     verdict_.attenuation = told_.attenuation;
   }

@@ -175,7 +175,8 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   /// The present cycle's verdict so far; the last one in a cycle counts.
   void judge(line_reason reason, std::array<float, 3> figures = {}, std::string word = {});
   /// The regulator has nothing to work on, or errors that do not agree yet.
-  void judge_nothing_new();
+  /// `any_counts`: a channel is on target here and has a power at the peer.
+  void judge_nothing_new(bool any_counts);
   void judge_unsteady(float spread, float threshold);
 
   void reset_spanloss_history();

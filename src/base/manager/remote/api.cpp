@@ -66,6 +66,14 @@ device::known_number api::find_known(device::operation what, const std::string& 
   return from.adapter->find_known(from.values, what, part);
 }
 
+std::optional<device::failing_value> api::failing(device::operation what) const {
+  const auto from = present_view();
+  if (from.connection == client::no_connection || from.connection != client_->up()) {
+    return std::nullopt;
+  }
+  return from.adapter->find_failing(from.values, what);
+}
+
 void api::create_values(nx_db& db) {
   const auto create = [&db](text_value& value, const char* path) {
     if (!value) value = nx::api::status_value<std::string>::create(db, path, not_identified, 1);

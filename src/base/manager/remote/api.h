@@ -70,6 +70,9 @@ class api {
     return find_known(what, std::to_string(channel));
   }
 
+  /// A value of the line that the peer reports as an error over the connection that is up now.
+  std::optional<device::failing_value> failing(device::operation what) const;
+
   /// When the peer on the present connection was last seen to answer; empty without one. On the
   /// manager thread.
   std::optional<std::chrono::steady_clock::time_point> last_answer() const {

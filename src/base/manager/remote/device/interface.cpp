@@ -73,4 +73,13 @@ known_number interface::find_known(const subscriber_ptr& values, operation what,
                                   found->changes};
 }
 
+std::optional<failing_value> interface::find_failing(const subscriber_ptr& values,
+                                                     operation what) const {
+  const auto& row = row_of(what);
+  const auto* told = std::get_if<path>(&row.of_family(facts_.column));
+  if (!told) return std::nullopt;
+  const auto since = values->failing_since({row.value.type, told->text, row.value.kind});
+  return since ? std::optional(failing_value{told->text, *since}) : std::nullopt;
+}
+
 }  // namespace manager::remote::device

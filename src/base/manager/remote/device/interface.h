@@ -6,6 +6,7 @@
 // -22: the family does not have the value, or the peer has not delivered it yet.
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -24,6 +25,12 @@ struct path_group {
   const char* starting = "";
   const char* complete = "";
   std::vector<::device::wanted_path> paths;
+};
+
+/// A value that the peer has and reports as an error.
+struct failing_value {
+  std::string path;  ///< on the peer's tree
+  std::chrono::steady_clock::time_point since;
 };
 
 struct family_facts {
@@ -53,6 +60,10 @@ class interface {
   /// refusal or a text, and while the subscription does not know it.
   known_number find_known(const subscriber_ptr& values, operation what,
                           const std::string& part = "") const;
+
+  /// Empty while the peer reports a value of the line behind the getter of that name, measured or
+  /// not, and if the family or this peer does not have it.
+  std::optional<failing_value> find_failing(const subscriber_ptr& values, operation what) const;
 
  protected:
   explicit interface(const family_facts& facts) : facts_(facts) {}
