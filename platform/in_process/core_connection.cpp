@@ -20,7 +20,7 @@ class in_process_session : public nx_session {
  public:
   explicit in_process_session(std::weak_ptr<in_process_core> client) : client_(std::move(client)) {}
 
-  void deliver(std::shared_ptr<const nx_event> event, nx_subscription_number, bool) override {
+  void deliver(nx_event_ptr event, nx_subscription_number, bool) override {
     if (auto client = client_.lock()) client->receive(event->line);
   }
 

@@ -119,4 +119,13 @@ TEST(device_of_the_peer, that_fails_is_told_here_while_the_peer_lives) {
   EXPECT_EQ(pair.text(0, "insight/line/state"), "at rest");
 }
 
+TEST(limit_of_the_far_preamp, is_told_as_why_the_line_hunts) {
+  pair_at_rest near;
+  near.pair.plant().drop_power_limit(1, sim::direction::tx, 6.0, 0s);
+  near.pair.run_for(2min);
+  const auto rest = test::value_of(near.pair.tree(0), "insight/rest");
+  ASSERT_TRUE(rest["line"]["hunts"].GetBool());
+  EXPECT_STREQ(rest["line"]["because"].GetString(), "far preamp saturated");
+}
+
 }  // namespace

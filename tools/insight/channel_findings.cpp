@@ -156,9 +156,13 @@ void add_guards(const node_insight& node, std::vector<finding>& found) {
       continue;
     }
     // What withholds a write because of something that is told already.
-    const bool is_told = std::any_of(found.begin(), found.end(), [&](const finding& other) {
-      return other.needs_person() && other.on == each.on;
-    });
+    const bool is_of_device = each.on == "line" &&
+                              node.of_line.state == line_state::device_failed &&
+                              is_found(found, cause::device_silent);
+    const bool is_told =
+        is_of_device || std::any_of(found.begin(), found.end(), [&](const finding& other) {
+          return other.needs_person() && other.on == each.on;
+        });
     if (!is_told) add(each, each.on);
   }
   for (const auto& [key, on] : channels)

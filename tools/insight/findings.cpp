@@ -40,6 +40,16 @@ static_assert(cause_names.size() == static_cast<std::size_t>(cause::under_way) +
 
 void add_hunting(const node_insight& node, std::vector<finding>& found) {
   for (const auto& each : node.hunting) {
+    if (each == "line" && node.far_preamp_at_limit) {
+      std::erase_if(found,
+                    [](const finding& told) { return told.of == cause::far_preamp_saturated; });
+      found.push_back({cause::far_preamp_saturated, "line",
+                       "The far preamp is at its limit: the line closes its VOA for it, and opens "
+                       "it again for the channels, which want more",
+                       "The line hunts by half a decibel.",
+                       "Check the far preamp's power limit and the target of the line.", ""});
+      continue;
+    }
     found.push_back({cause::hunting, each, fmt::format("{} hunts: it steps back and forth", each),
                      "", "Check the monitor's noise and what moves the light.", ""});
   }
@@ -89,6 +99,7 @@ std::vector<finding> findings_of(const node_insight& node) {
   std::vector<finding> found;
   add_node_causes(node, found);
   add_devices(node, found);
+  add_amplifiers(node, found);
   add_line(node, found);
   add_peer_gaps(node, found);
   add_ladders(node, found);

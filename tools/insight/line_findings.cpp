@@ -33,6 +33,16 @@ constexpr std::array line_rows{
 };
 // clang-format on
 
+/// When the line came into this state; empty while that has not been told.
+std::string began(const node_insight& node, const line_row& row) {
+  // A stall outlasts a short cut: its own end is told.
+  const char* end = row.of == cause::fibre_cut ? "mended" : "resumed";
+  const auto* event = open_event(node, "line", {row.event}, {end});
+  if (event == nullptr) return "";
+  const auto state = detail(*event, "state");
+  return state.empty() || state == node.of_line.state_text ? event->time : "";
+}
+
 /// A device that answers, and has nothing to tell of it.
 bool is_dark(const node_insight& node, const char* device, const char* figure) {
   return std::any_of(node.devices.begin(), node.devices.end(), [&](const auto& each) {
@@ -110,8 +120,7 @@ void add_line(const node_insight& node, std::vector<finding>& found) {
   }
   if (row->of == cause::line_device && is_found(found, cause::device_silent)) return;
   finding line{row->of, "line", fmt::format("{}: {}", row->head, node.of_line.why), "", "", ""};
-  if (*row->event != '\0')
-    line.since = time_of(open_event(node, "line", {row->event}, {"mended", "resumed"}));
+  line.since = began(node, *row);
   const auto* lost = open_event(node, "peer", {"peerLost"}, {"peerIdentified"});
   if (lost != nullptr && row->of == cause::no_peer) {
     line.of = cause::peer_lost;

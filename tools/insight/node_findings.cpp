@@ -37,11 +37,18 @@ std::string service_of(const std::string& device) {
   return names_of(device).service;
 }
 
+/// A loop that has found a device missing does not always say which.
+constexpr std::string_view unnamed = "a device is not operational";
+
+bool is_because_of(const std::string& reason, const std::string& service) {
+  return reason == unnamed || reason.find(service) != reason.npos;
+}
+
 std::string loops_text(const node_insight& node, const std::string& service) {
   std::vector<std::string> loops;
   for (const char* loop : {"line", "client rx", "client tx"}) {
     const auto* down = open_event(node, loop, {"loopDown"}, {"loopUp"});
-    if (down != nullptr && detail(*down, "reason").find(service) != std::string::npos)
+    if (down != nullptr && is_because_of(detail(*down, "reason"), service))
       loops.emplace_back(loop);
   }
   if (loops.empty()) return "It is taken up again by itself.";
@@ -52,7 +59,7 @@ std::string loops_text(const node_insight& node, const std::string& service) {
 /// Whether one of the devices that are silent is why.
 bool is_of_silent_device(const std::string& reason, const std::vector<finding>& found) {
   return std::any_of(found.begin(), found.end(), [&](const finding& each) {
-    return each.of == cause::device_silent && reason.find(service_of(each.on)) != std::string::npos;
+    return each.of == cause::device_silent && is_because_of(reason, service_of(each.on));
   });
 }
 
@@ -97,6 +104,17 @@ void add_devices(const node_insight& node, std::vector<finding>& found) {
          fmt::format("The {} has not answered for {:.0f} s", names_of(each.name).spoken, *each.age),
          loops_text(node, service_of(each.name)),
          fmt::format("Look at its service, {}, and restart it.", service_of(each.name)), ""});
+  }
+}
+
+void add_amplifiers(const node_insight& node, std::vector<finding>& found) {
+  constexpr double serious_db = 1.0;  // as for the guard on opening into saturation
+  for (const auto& each : node.devices) {
+    if (each.saturation.value_or(0) < serious_db) continue;
+    found.push_back({cause::amplifier_saturated, each.name,
+                     fmt::format("The {} is saturated: it gives {:.1f} dB less than its gain",
+                                 each.name, *each.saturation),
+                     "", "Check its power limit and the light that it gets.", ""});
   }
 }
 

@@ -45,6 +45,16 @@ bool flag_in(const nx::json_value& object, const char* name) {
   return found != object.MemberEnd() && found->value.IsTrue();
 }
 
+constexpr const char* far_preamp_word = "far preamp saturated";
+
+/// "No answer within 2 s: booster" of a channel whose state says the rest.
+std::string cause_alone(std::string why) {
+  for (const std::string_view repeated : {"the loop is down: ", "a device does not answer: "}) {
+    if (why.starts_with(repeated)) return why.substr(repeated.size());
+  }
+  return why;
+}
+
 channel channel_of(const readings& read, unsigned id, const char* side) {
   const auto base = fmt::format("insight/client/{}/{}/", id, side);
   const auto data = fmt::format("data/client/{}/{}/", id, side);
@@ -53,7 +63,7 @@ channel channel_of(const readings& read, unsigned id, const char* side) {
   found.is_rx = std::string_view(side) == "rx";
   found.state_text = read.text(base + "state").value_or("");
   found.state = states::channel_state_of(found.state_text);
-  found.why = without_folders(read.text(base + "why").value_or(""));
+  found.why = cause_alone(without_folders(read.text(base + "why").value_or("")));
   for (const auto& [name, into] : {std::pair{"target", &found.target},
                                    {"measured", &found.measured},
                                    {"error", &found.error},
@@ -111,7 +121,7 @@ std::vector<device> devices_of(const readings& read) {
     if (slash == path.npos) continue;
     const auto name = path.substr(before.size(), slash - before.size());
     const auto figure = path.substr(slash + 1);
-    if (devices.empty() || devices.back().name != name) devices.push_back({name, {}, {}, {}});
+    if (devices.empty() || devices.back().name != name) devices.push_back({name, {}, {}, {}, {}});
     auto& device = devices.back();
     if (figure == "alive") {
       device.alive = read.flag(path);
@@ -119,6 +129,8 @@ std::vector<device> devices_of(const readings& read) {
       device.age = read.number(path);
     } else {
       device.values.emplace_back(figure, shown_value(read, path));
+      const bool is_on = read.flag(path.substr(0, slash) + "/enabled") == true;
+      if (figure == "saturation" && is_on) device.saturation = read.number(path);
     }
   }
   return devices;
@@ -248,6 +260,9 @@ node_insight insight_of(const readings& read, std::vector<event> events) {
   node.peer_gaps = peer_gaps_of(read);
   node.guards = guards_of(read);
   node.hunting = hunting_of(read, node.channels);
+  const auto rest = document_at(read, "insight/rest");
+  node.far_preamp_at_limit = rest.IsObject() && rest.HasMember("line") &&
+                             word_in(rest["line"], "because") == far_preamp_word;
   node.events = std::move(events);
   return node;
 }

@@ -39,6 +39,7 @@ struct device {
   std::string name;
   std::optional<bool> alive;
   figure age;
+  figure saturation;  ///< of an amplifier that is on: the gain it lacks
   std::vector<std::pair<std::string, std::string>> values;  ///< "gain", "20 dB"
 };
 
@@ -81,6 +82,7 @@ struct node_insight {
   std::vector<ladder> ladders;
   std::vector<active_guard> guards;
   std::vector<std::string> hunting;  ///< "192.30 rx", "line"
+  bool far_preamp_at_limit = false;  ///< the line hunts because of it
   std::vector<event> events;         ///< oldest first
   std::optional<long> now;           ///< seconds since 1970; empty if durations are not to be given
 };

@@ -229,10 +229,16 @@ std::string cause_of(const ladder_finding& fault) {
   const float by = std::fabs(fault.by);
   switch (fault.what) {
     case ladder_fault::port:
+      if (fault.channels.size() == 1) {
+        return fmt::format(
+            "the channel brings {:.1f} dB {} light than it used to: its laser, its patch cord or "
+            "its switch port",
+            by, sign);
+      }
       return fmt::format(
-          "{} of the channels {} {:.1f} dB {} light than it used to: its laser, its patch cord or "
-          "its switch port",
-          fault.channels.size(), fault.channels.size() == 1 ? "brings" : "bring up to", by, sign);
+          "{} channels bring up to {:.1f} dB {} light than they used to: their lasers, patch cords "
+          "or switch ports",
+          fault.channels.size(), by, sign);
     case ladder_fault::connector:
       return fmt::format(
           "all channels have {:.1f} dB {} light than expected, and the supervisory "

@@ -29,7 +29,7 @@ constexpr auto rows = std::to_array<row>({
     {line_reason::link_one_way, no_supervisory_link, "the supervisory light of the far end arrives, but it does not hear this node: the peer cannot be read{4}. Look at the fibre that goes out, and at this node's supervisory optics"},
     {line_reason::nobody_answers, no_peer, "nobody answers at the other end of the supervisory link{4}. Check the far node and this node's supervisory interface"},
     {line_reason::peer_is_lost, no_peer, "the connection to the peer ({3}) is lost{4}. Check the far node; the connection is restored by itself"},
-    {line_reason::product_not_known, peer_not_known, "the peer calls itself {3}, which this node does not know{4}. Set the VOA by hand, or give both ends software that knows the other"},
+    {line_reason::product_not_known, peer_not_known, "the peer calls itself {3}, which this node does not know{4}. Set the line by hand, or give both ends software that knows the other"},
     {line_reason::no_sign_of_life, peer_stands_still, "the peer is connected but has reported nothing new for {0:.0f} s. Check its daemon and its monitor"},
     {line_reason::channels_stand_still, peer_stands_still, "the peer answers, but no channel power there has changed for {0:.0f} s: nothing is known of the light that arrives{4}. Look at switch, monitor and preamp of the far node"},
     {line_reason::nothing_new, waiting_for_readings, "no channel power at the peer has changed since the last look"},

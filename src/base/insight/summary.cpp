@@ -113,7 +113,10 @@ void add_hunting(const node_facts& node, texts& parts) {
   texts hunting;
   for (const auto& channel : node.channels)
     if (channel.actuator.is_hunting(node.now)) hunting.push_back(name_of(channel) + " hunts");
-  if (node.voa.is_hunting(node.now)) hunting.emplace_back("the line's VOA hunts");
+  if (node.voa.is_hunting(node.now)) {
+    hunting.emplace_back(node.has_given_way ? "the line's VOA hunts: the far preamp is at its limit"
+                                            : "the line's VOA hunts");
+  }
   texts joined;
   join_named(hunting, "more hunt", joined);
   if (!joined.empty()) parts.push_back(fmt::format("{}", fmt::join(joined, ", ")));
@@ -188,7 +191,9 @@ nx::json_document rest_of(const node_facts& node) {
   line.AddMember("up", state_of(node.line.reason) != line_state::device_failed, allocator);
   line.AddMember("stepsLastHour", number(node.voa.steps_last_hour(node.now)), allocator);
   line.AddMember("reversalsLastHour", number(node.voa.reversals_last_hour(node.now)), allocator);
-  line.AddMember("hunts", node.voa.is_hunting(node.now), allocator);
+  const bool hunts = node.voa.is_hunting(node.now);
+  line.AddMember("hunts", hunts, allocator);
+  if (hunts && node.has_given_way) line.AddMember("because", "far preamp saturated", allocator);
   document.AddMember("line", line, allocator);
   return document;
 }

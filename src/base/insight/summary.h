@@ -36,7 +36,8 @@ struct node_facts {
   line_verdict line;
   std::chrono::system_clock::time_point line_since;  ///< of the line's state
   actuator_record voa;
-  std::string peer;  ///< product text; empty if there is none
+  bool has_given_way = false;  ///< to the far preamp, not long ago
+  std::string peer;            ///< product text; empty if there is none
   bool is_regulating = true;
   time_point now{};
   std::chrono::system_clock::time_point wall_clock{};
@@ -48,7 +49,8 @@ std::string summary_of(const node_facts& node);
 
 /// {"client rx": {"up", "stepsLastHour", "reversalsLastHour", "hunts", "hunting": [channels],
 /// "worst": {"channel", "steps", "reversals"} or null}, "client tx", "line": {"up",
-/// "stepsLastHour", "reversalsLastHour", "hunts"}}. A loop that is up runs through its cycles.
+/// "stepsLastHour", "reversalsLastHour", "hunts", "because"}}. A loop that is up runs through its
+/// cycles.
 nx::json_document rest_of(const node_facts& node);
 
 }  // namespace insight

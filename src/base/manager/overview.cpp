@@ -77,6 +77,7 @@ unsigned overview::news_of_channels() const {
     }
   }
   facts.voa = line_->get_voa_record();
+  facts.has_given_way = line_->has_given_way();
   facts.now = helpers::steady_now();
   facts.wall_clock = helpers::system_now();
   return facts;

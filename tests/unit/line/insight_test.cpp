@@ -123,6 +123,9 @@ TEST_F(explained_line, by_what_has_become_of_the_fibre) {
   meet("LAMP");
   cycle();
   EXPECT_THAT(told(), AllOf(StartsWith("\"peer not known\""), HasSubstr("calls itself LAMP")));
+  helpers::waiting::instance().sleep(std::chrono::seconds(15));
+  cycle();
+  EXPECT_THAT(state(), "\"peer's readings stand still\"") << "it no longer answers";
   preamp->failing = true;
   cycle();
   EXPECT_THAT(state(), "\"device failed\"");

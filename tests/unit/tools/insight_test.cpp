@@ -83,6 +83,14 @@ TEST(findings, name_the_cause_before_what_it_brings_about) {
        cause::peer_lost,
        "line"},
       {{{"insight/line/state", std::string("no peer")}}, {}, cause::no_peer, "line"},
+      // One that is off gives no gain at all.
+      {{{"insight/device/booster/enabled", false},
+        {"insight/device/booster/saturation", 45.0},
+        {"insight/device/preamp/enabled", true},
+        {"insight/device/preamp/saturation", 3.1}},
+       {},
+       cause::amplifier_saturated,
+       "preamp"},
       // A part of the peer fails: what is not told any more is a consequence.
       {{{"insight/peer",
          std::string(R"({"product":"ORVA-LITE","unreadable":[{"part":"preamp",)"
@@ -109,6 +117,11 @@ TEST(findings, name_the_cause_before_what_it_brings_about) {
        {},
        cause::hunting,
        "192.45 rx"},
+      {{{"insight/rest",
+         std::string(R"({"line":{"hunts":true,"because":"far preamp saturated"}})")}},
+       {},
+       cause::far_preamp_saturated,
+       "line"},
       {{{"data/automationMode", std::string("dark")}}, {}, cause::regulation_stopped, "node"},
       {{{"insight/ladder/rx",
          std::string(R"({"rungs":[{"point":"booster in","wrong":true,"difference":-2.1}]})")},
@@ -137,9 +150,13 @@ TEST(findings, name_both_of_two_causes_before_what_they_bring_about) {
   read.put("insight/device/booster/age", 4.0);
   read.put("insight/device/sfp/alive", true);
   read.put("insight/line/state", std::string("device failed"));
+  read.put(
+      "insight/guards",
+      std::string(R"({"line-known":{"active":[{"on":"line","reason":"the span is not known"}]}})"));
   const auto found = findings_of(insight_of(
       read, {at_noon("loopDown", "line", {{"reason", "Not connected: /tmp/nexels/booster"}}),
              at_noon("loopDown", "client tx", {{"reason", "Not connected: /tmp/nexels/preamp"}}),
+             at_noon("loopDown", "client rx", {{"reason", "a device is not operational"}}),
              at_noon("dark", "client tx 19230000")}));
   std::vector<std::string> causes;
   for (const auto& each : found)
@@ -194,6 +211,13 @@ TEST(findings, tell_since_when) {
   node.now = seconds_of(noon).value() + 14;
   EXPECT_EQ(full_sentence(findings_of(node).front(), node),
             "The fibre is cut or unplugged (since 12:00:00 UTC, 14 s): no light.");
+  read.put("insight/line/state", std::string("peer not known"));
+  const auto stalled = insight_of(
+      read, {at_noon("stalled", "line"), at_noon("cut", "line"), at_noon("mended", "line")});
+  EXPECT_EQ(findings_of(stalled).front().since, noon);
+  const auto other =
+      insight_of(read, {at_noon("stalled", "line", {{"state", "no supervisory link"}})});
+  EXPECT_EQ(findings_of(other).front().since, "") << "told of another state";
 }
 
 TEST(findings, of_a_start_last_as_long_as_the_daemon_says_whatever_else_comes_and_goes) {

@@ -251,10 +251,7 @@ void line_loop::set_booster_enabled(bool enabled) {
 void line_loop::trigger_initial_tdcm_setting() {}
 
 void line_loop::regulate(nx_db& db, bool regulate) {
-  if (!remote_->is_known()) {
-    return peer_.is_up() ? judge(line_reason::product_not_known, {}, remote_->last_product())
-                         : judge(line_reason::nobody_answers);
-  }
+  if (!remote_->is_known()) return judge_unknown_peer();
   if (!peer_.is_up()) judge(line_reason::peer_is_lost, {}, remote_->last_product());
   if (remote_->is_embedded_ila() && embedded_ila_) {
     manage_embedded_ila_line(db, regulate);

@@ -52,6 +52,16 @@ void line_loop::judge_nothing_new(bool any_counts) {
   judge(line_reason::channels_stand_still, {std::chrono::duration<float>(unchanged).count()});
 }
 
+void line_loop::judge_unknown_peer() {
+  if (!peer_.is_up()) return judge(line_reason::nobody_answers);
+  const auto last = peer_.last_sign_of_life();
+  const auto silence = last ? helpers::steady_now() - *last : 0s;
+  if (silence > line_peer::longest_silence) {
+    return judge(line_reason::no_sign_of_life, {std::chrono::duration<float>(silence).count()});
+  }
+  judge(line_reason::product_not_known, {}, remote_->last_product());
+}
+
 void line_loop::judge_unknown_span() {
   if (!peer_.is_up()) return;  // told already
   if (!span_unknown_since_) span_unknown_since_ = helpers::steady_now();
@@ -85,6 +95,17 @@ void line_loop::note_step(float change) {
   if (std::fabs(error - error_at_step_) >= jump_of_error_db) told_.voa.event();
   error_at_step_ = error;
   told_.voa.step(helpers::steady_now(), change);
+}
+
+void line_loop::note_giving_way() {
+  const std::lock_guard lock(told_mutex_);
+  told_.gave_way = helpers::steady_now();
+}
+
+bool line_loop::has_given_way() const {
+  const std::lock_guard lock(told_mutex_);
+  return told_.gave_way &&
+         helpers::steady_now() - *told_.gave_way < ::insight::actuator_record::hunting_window;
 }
 
 void line_loop::note_incident() {

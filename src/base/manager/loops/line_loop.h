@@ -117,6 +117,8 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   // The line's result of the last cycle; does not wait for one in progress.
   ::insight::line_verdict get_verdict() const;
   ::insight::actuator_record get_voa_record() const;
+  /// The VOA was closed for the far preamp's saturation not long ago.
+  bool has_given_way() const;
   std::string get_state();
   std::string get_why();
   float get_headroom_up();    ///< how much the VOA can still open
@@ -309,12 +311,14 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   float read_voa();
   void write_voa(float present, float attenuation);
   void note_step(float change);
+  void note_giving_way();
   void note_incident();
   void forget_measurements();
 
   remote_saturation read_remote_saturation();
   std::optional<adjustment> wanted_adjustment();
   std::optional<float> lms_adjustment();
+  void judge_unknown_peer();
   void judge_at_rest(float change);
   void judge_without_turn(const adjustment& wanted);
   void judge_exhausted(float current, float change);
@@ -344,6 +348,7 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
     ::insight::line_verdict verdict;
     std::optional<float> attenuation;  ///< the VOA's last read-back
     ::insight::actuator_record voa;
+    std::optional<steady_point> gave_way;  ///< last step for the far preamp's saturation
   };
 
   ::insight::line_verdict verdict_;  // of the cycle in progress
