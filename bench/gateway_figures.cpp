@@ -28,6 +28,12 @@ constexpr const char* of_page =
     "&path=insight/client/*/*/headroomDown&path=data/client/*/*/attenuation"
     "&path=data/client/*/*/peak&path=data/channel/index&path=data/line/1/*&path=alarms/**";
 
+/// What it asks for of the channel that it shows, and how often, gateway/page/channel.js.
+constexpr const char* of_channel =
+    "path=insight/client/19310000/rx/*&path=data/client/19310000/rx/*"
+    "&path=config/client/19310000/rx/*";
+constexpr std::chrono::seconds pace{4};
+
 class gateway {
  public:
   explicit gateway(const std::string& root)
@@ -65,7 +71,7 @@ bool measure_gateway() {
   const auto daemon = node.processes().daemon().pid();
   const auto alone = share_of_core(daemon, [] { std::this_thread::sleep_for(watched); });
   const gateway served(node.processes().root().path());
-  page_clients clients(pages, served.port(), of_page);
+  page_clients clients(pages, served.port(), of_page, of_channel, pace);
   std::this_thread::sleep_for(std::chrono::seconds(5));  // until all have the present values
   const auto of_daemon = share_of_core(daemon, [] { std::this_thread::sleep_for(watched); });
   clients.begin();

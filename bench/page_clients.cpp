@@ -17,7 +17,7 @@
 namespace bench {
 namespace {
 
-int open_stream(unsigned port, const std::string& query) {
+int connect_to(unsigned port) {
   const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   sockaddr_in to{};
   to.sin_family = AF_INET;
@@ -25,12 +25,14 @@ int open_stream(unsigned port, const std::string& query) {
   to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   require(::connect(socket, reinterpret_cast<const sockaddr*>(&to), sizeof(to)) == 0,
           "no connection to the gateway");
-  const auto request =
-      fmt::format("GET /api/v1/events?{} HTTP/1.1\r\nHost: localhost\r\n\r\n", query);
-  require(::send(socket, request.data(), request.size(), MSG_NOSIGNAL) ==
-              static_cast<ssize_t>(request.size()),
-          "a stream is refused");
   return socket;
+}
+
+bool send_get(int socket, const char* address, const std::string& query) {
+  const auto request =
+      fmt::format("GET /api/v1/{}?{} HTTP/1.1\r\nHost: localhost\r\n\r\n", address, query);
+  return ::send(socket, request.data(), request.size(), MSG_NOSIGNAL) ==
+         static_cast<ssize_t>(request.size());
 }
 
 // data: {"path":"...","time":"2026-01-31T12:00:00.123Z",...
@@ -47,10 +49,16 @@ std::optional<std::chrono::system_clock::time_point> time_of(const std::string& 
 
 }  // namespace
 
-page_clients::page_clients(unsigned count, unsigned port, const std::string& query)
-    : clients_(count) {
-  for (auto& one : clients_)
-    one.socket = open_stream(port, query);
+page_clients::page_clients(unsigned count, unsigned port, const std::string& watched,
+                           std::string asked, std::chrono::milliseconds pace)
+    : asked_(std::move(asked)), pace_(pace), clients_(count) {
+  auto next = std::chrono::steady_clock::now();
+  for (auto& one : clients_) {
+    one.stream = connect_to(port);
+    require(send_get(one.stream, "events", watched), "a stream is refused");
+    one.questions = connect_to(port);
+    one.next = next += pace_ / count;  // people do not open their pages together
+  }
   reader_ = std::jthread([this](const std::stop_token& stop) {
     while (!stop.stop_requested())
       read_all();
@@ -60,21 +68,33 @@ page_clients::page_clients(unsigned count, unsigned port, const std::string& que
 page_clients::~page_clients() {
   reader_.request_stop();
   reader_.join();
-  for (const auto& one : clients_)
-    ::close(one.socket);
+  for (const auto& one : clients_) {
+    ::close(one.stream);
+    ::close(one.questions);
+  }
 }
 
 void page_clients::read_all() {
   std::vector<pollfd> waiting;
-  for (const auto& one : clients_)
-    waiting.push_back({one.socket, POLLIN, 0});
-  if (::poll(waiting.data(), waiting.size(), 100) <= 0) return;
-  std::array<char, 64 * 1024> bytes;
-  for (std::size_t i = 0; i < clients_.size(); ++i) {
-    if (waiting[i].revents == 0) continue;
-    const auto size = ::recv(clients_[i].socket, bytes.data(), bytes.size(), 0);
-    if (size > 0) take(clients_[i], bytes.data(), static_cast<std::size_t>(size));
+  for (auto& one : clients_) {
+    ask(one);
+    waiting.push_back({one.stream, POLLIN, 0});
+    waiting.push_back({one.questions, POLLIN, 0});
   }
+  constexpr int soon = 20;  // ms, until somebody asks
+  if (::poll(waiting.data(), waiting.size(), soon) <= 0) return;
+  std::array<char, 64 * 1024> bytes;
+  for (std::size_t i = 0; i < waiting.size(); ++i) {
+    if (waiting[i].revents == 0) continue;
+    const auto size = ::recv(waiting[i].fd, bytes.data(), bytes.size(), 0);
+    if (size > 0 && i % 2 == 0) take(clients_[i / 2], bytes.data(), static_cast<std::size_t>(size));
+  }
+}
+
+void page_clients::ask(client& one) const {
+  if (std::chrono::steady_clock::now() < one.next) return;
+  one.next += pace_;
+  send_get(one.questions, "values", asked_);
 }
 
 void page_clients::take(client& from, const char* bytes, std::size_t size) {

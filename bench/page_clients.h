@@ -1,5 +1,6 @@
-// Pages as the gateway sees them: connections that each opened the page's event stream. One thread
-// of their own reads them all and notes how long after its time each event came.
+// Pages as the gateway sees them: each has the page's event stream, and asks every so often for the
+// channel that it shows. One thread of their own reads them all and notes how long after its time
+// each event came.
 #pragma once
 
 #include <atomic>
@@ -13,8 +14,10 @@ namespace bench {
 
 class page_clients {
  public:
-  /// `count` streams of `query` at 127.0.0.1:`port`. Throws std::runtime_error when one is refused.
-  page_clients(unsigned count, unsigned port, const std::string& query);
+  /// `count` of them at 127.0.0.1:`port`: streams of `watched`, and values of `asked` once in
+  /// `pace`; both are queries. Throws std::runtime_error when one is refused.
+  page_clients(unsigned count, unsigned port, const std::string& watched, std::string asked,
+               std::chrono::milliseconds pace);
   ~page_clients();
   page_clients(const page_clients&) = delete;
   page_clients& operator=(const page_clients&) = delete;
@@ -31,14 +34,19 @@ class page_clients {
   using clock = std::chrono::system_clock;
 
   struct client {
-    int socket = -1;
-    std::string line;  ///< so far
+    int stream = -1;
+    int questions = -1;
+    std::chrono::steady_clock::time_point next;  ///< when it asks
+    std::string line;                            ///< of the stream, so far
   };
 
   void read_all();
+  void ask(client& one) const;
   void take(client& from, const char* bytes, std::size_t size);
   void note(const std::string& line);
 
+  const std::string asked_;
+  const std::chrono::milliseconds pace_;
   std::vector<client> clients_;
   std::mutex mutex_;  // guards what follows
   clock::time_point since_ = clock::time_point::max();

@@ -46,7 +46,7 @@ struct owner {
 };
 
 struct quiet_session : nx_session {
-  void deliver(std::shared_ptr<const nx_event> event, nx_subscription_number, bool) override {
+  void deliver(nx_event_ptr event, nx_subscription_number, bool) override {
     check(event->line.find('\n') == std::string::npos, "an event is one line", event->line);
     nx::parse_json(event->line);
   }

@@ -10,6 +10,7 @@ const shiftGhz = 100; // beyond half of the widest channel
 const addedLoss = 3; // dB
 const noise = 0.4; // dB, sigma
 const retryAfter = 1000;
+const onlyAtStart = /^system_/; // services whose faults nobody would see
 const lookEvery = 2000; // somebody else may break or mend as well
 const monitors = {
   wss_edge: "data/ocm/1/channel/*/powerLevel",
@@ -56,7 +57,7 @@ export class Bench {
     }
     say("");
     const named = (kind) => Object.keys(found).map((path) => path.split("/")).filter((words) => words[3] === kind).map((words) => words[4]);
-    this.#devices = named("nexel");
+    this.#devices = named("nexel").filter((name) => !onlyAtStart.test(name));
     this.#lasersKnown = new Set(named("laser").map(Number));
     this.#device.replaceChildren(...this.#devices.map((name) => element("option", { value: name }, name)));
   }

@@ -1,6 +1,6 @@
 // The channel that is pointed at: why it is as it is, in the daemon's own sentence, its figures at
 // both ends, and the plot of its last ten minutes. Its sentence and figures are asked for while
-// somebody looks, once a second and when something of it changes; nobody else pays for them.
+// somebody looks, every four seconds and when something of it changes; nobody else pays for them.
 
 import { readValues } from "./api.js";
 import { byId, element, setAttributes, setText, sign } from "./dom.js";
@@ -8,7 +8,7 @@ import { Plot } from "./plot.js";
 import { stateOfChannel } from "./states.js";
 import { figure, isFigure, readable, signed, thzText } from "./text.js";
 
-const pace = 1000;
+const pace = 4000; // for what changes without an event: an age, a tenth of a decibel
 const soonest = 250;
 
 export class ChannelView {

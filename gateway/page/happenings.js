@@ -148,7 +148,7 @@ function parsed(text) {
   }
 }
 
-const units = { seconds: "s", by: "dB", missing: "dB", power: "dBm", error: "dB", error_db: "dB" };
+const units = { by: "dB", missing: "dB", power: "dBm", error: "dB", error_db: "dB" };
 
 function detailsText(event, details) {
   const told = Object.entries(details).filter(([, value]) => value !== null && value !== "");
@@ -160,6 +160,7 @@ function detailsText(event, details) {
 function detailText(name, value) {
   if (name === "known") return value === "yes" ? "a product this node knows" : "a product this node does not know";
   if (!isFigure(value)) return readable(String(value));
+  if (name === "seconds") return `after ${figure(value, 1)}\u00a0s`;
   return `${name} ${figure(value, Number.isInteger(value) ? 0 : 1)}${units[name] ? `\u00a0${units[name]}` : ""}`;
 }
 

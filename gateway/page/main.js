@@ -149,6 +149,7 @@ document.addEventListener("visibilitychange", () => document.hidden || refill())
 
 function refill() {
   record.doubt();
+  channelView.update();
   channelView.fill();
 }
 link.onJournal(logPath, (text) => happenings.heard(text));

@@ -48,9 +48,9 @@ export class Plot {
       ...title("power", "power-line", left, upper.from), ...title("target, dBm", "target-line", left + 66, upper.from),
       ...title("attenuation, dB", "attenuation-line", left, lower.from),
       shape("path", { class: "target-band", d: bandPath(target, deadBand, x, powers.y, now) }),
-      shape("path", { class: "target-line", d: stepPath(target, x, powers.y, now) }),
+      shape("path", { class: "target-line", d: linePath(target, x, powers.y, now) }),
       shape("path", { class: "power-line", d: linePath(power, x, powers.y, now) }),
-      shape("path", { class: "attenuation-line", d: stepPath(attenuation, x, losses.y, now) }),
+      shape("path", { class: "attenuation-line", d: linePath(attenuation, x, losses.y, now) }),
       ...dots(power, x, powers.y, now),
       ...this.#readout(x, now - (1 - (this.#pointed - left) / room) * span, width),
     );
@@ -135,22 +135,20 @@ function runs(points, now) {
 
 const at = (x, y) => ([time, value]) => `${x(time).toFixed(1)} ${y(value).toFixed(1)}`;
 
-function linePath(points, x, y, now) {
-  return runs(points, now).map((run) => `M${run.map(at(x, y)).join("L")}`).join("");
-}
+/// A figure holds until the next: events come only with changes, and a slope between two of them never was.
+const stepped = (run) => run.flatMap(([time, value], n) => (n === 0 ? [[time, value]] : [[time, run[n - 1][1]], [time, value]]));
 
-function stepPath(points, x, y, now) {
-  return runs(points, now)
-    .map((run) => run.map(([time, value], n) => (n === 0 ? `M${x(time).toFixed(1)} ${y(value).toFixed(1)}` : `H${x(time).toFixed(1)}V${y(value).toFixed(1)}`)).join(""))
-    .join("");
+function linePath(points, x, y, now) {
+  return runs(points, now).map((run) => `M${stepped(run).map(at(x, y)).join("L")}`).join("");
 }
 
 function bandPath(target, deadBand, x, y, now) {
   if (!isFigure(deadBand)) return null;
   return runs(target, now)
     .map((run) => {
-      const over = run.map(([time, value]) => [time, value + deadBand]);
-      const under = run.map(([time, value]) => [time, value - deadBand]).reverse();
+      const corners = stepped(run);
+      const over = corners.map(([time, value]) => [time, value + deadBand]);
+      const under = corners.map(([time, value]) => [time, value - deadBand]).reverse();
       return `M${[...over, ...under].map(at(x, y)).join("L")}Z`;
     })
     .join("");

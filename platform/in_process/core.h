@@ -13,6 +13,8 @@
 #include "platform/nexel_client/client_core.h"
 #include "platform/nexel_client/subscription_table.h"
 
+class nx_db_leaf_node;
+
 namespace nx {
 
 class in_process_session;
@@ -57,7 +59,11 @@ class in_process_core : public client_core, public std::enable_shared_from_this<
   };
 
   void call_object(const std::shared_ptr<nexel_object>& object);
+  /// The exception that a client gets for the one thrown by a node.
+  static nx_client_exception as_client_exception(const std::string& path);
+  static std::shared_ptr<nx_db_leaf_node> node_at(nx_db& db, const std::string& path);
   static void read_nodes(nx_db& db, const std::string& path, json_document& result);
+  static void write_node(nx_db& db, const nexel_object& object, json_document& result);
   std::function<void()> answer_of(nx_db& db, const std::shared_ptr<nexel_object>& object) const;
   void answer_late(std::chrono::milliseconds latency, const std::shared_ptr<nexel_object>& object,
                    std::function<void()> answer);

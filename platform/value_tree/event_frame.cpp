@@ -40,20 +40,17 @@ std::string event_time(std::chrono::system_clock::time_point time) {
   return kept_time_text(time);
 }
 
-std::shared_ptr<const nx_event> frame_event(const json_document& params) {
-  auto event = std::make_shared<nx_event>();
-  event->line = head;
-  append_json_text(event->line, params);
-  event->line += '}';
-  return event;
+nx_event_ptr frame_event(const json_document& params) {
+  std::string line(head);
+  append_json_text(line, params);
+  line += '}';
+  return make_event(std::move(line));
 }
 
-std::shared_ptr<const nx_event> frame_value_event(std::string_view path,
-                                                  std::chrono::system_clock::time_point time,
-                                                  std::string_view value) {
+nx_event_ptr frame_value_event(std::string_view path, std::chrono::system_clock::time_point time,
+                               std::string_view value) {
   constexpr std::size_t room_for_names = 64;
-  auto event = std::make_shared<nx_event>();
-  auto& line = event->line;
+  std::string line;
   line.reserve(head.size() + path.size() + value.size() + room_for_names);
   line += head;
   line += R"({"path":)";
@@ -63,7 +60,7 @@ std::shared_ptr<const nx_event> frame_value_event(std::string_view path,
   line += R"(","value":)";
   line += value;
   line += "}}";
-  return event;
+  return make_event(std::move(line));
 }
 
 }  // namespace nx

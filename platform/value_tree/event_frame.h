@@ -15,10 +15,9 @@ namespace nx {
 std::string event_time(std::chrono::system_clock::time_point time);
 
 /// Frames the params of an event: "path", "time" and "value" or "error".
-std::shared_ptr<const nx_event> frame_event(const json_document& params);
+nx_event_ptr frame_event(const json_document& params);
 /// The same for a value whose JSON text is at hand.
-std::shared_ptr<const nx_event> frame_value_event(std::string_view path,
-                                                  std::chrono::system_clock::time_point time,
-                                                  std::string_view value);
+nx_event_ptr frame_value_event(std::string_view path, std::chrono::system_clock::time_point time,
+                               std::string_view value);
 
 }  // namespace nx

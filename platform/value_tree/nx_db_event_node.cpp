@@ -103,7 +103,7 @@ void nx_db_event_node::send_event_impl(json_document&& event, bool first) {
   send_to_all(nx::frame_event(event), first);
 }
 
-void nx_db_event_node::send_to_all(const std::shared_ptr<const nx_event>& event, bool first) {
+void nx_db_event_node::send_to_all(const nx_event_ptr& event, bool first) {
   std::shared_ptr<const subscriber_list> list;
   {
     const std::lock_guard lock(subscribers_mutex_);
@@ -111,9 +111,10 @@ void nx_db_event_node::send_to_all(const std::shared_ptr<const nx_event>& event,
   }
   if (!list) return;
   const nx::delivery_batch batch(list->size());
+  event->hold_for(list->size());
   bool some_closed = false;
   for (const auto& [session, subscription] : *list) {
-    session->deliver(event, subscription, first);
+    session->deliver(held_already(event), subscription, first);
     some_closed = some_closed || session->is_closed();
   }
   if (some_closed) forget_closed_sessions();

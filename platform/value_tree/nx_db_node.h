@@ -153,7 +153,7 @@ class nx_db_event_node : public nx_db_leaf_node {
   static void take_off(subscriber_list& list, const std::shared_ptr<nx_session>& taken);
   subscriber_list take_subscribers();
   void forget_closed_sessions();
-  void send_to_all(const std::shared_ptr<const nx_event>& event, bool first);
+  void send_to_all(const nx_event_ptr& event, bool first);
 
   // A leaf in the lock order: taken with a value's own mutex held, and nothing else is taken under
   // it.

@@ -6,10 +6,7 @@
 #include <memory>
 #include <string>
 
-/// One event line, written once and shared by all sessions that receive it.
-struct nx_event {
-  std::string line;  ///< the whole JSON-RPC message, without the line end
-};
+#include "platform/value_tree/nx_event.h"
 
 /// A session's own number for one of its subscriptions. Nodes keep it and return it with each
 /// event, so that the session finds the subscription without a look-up.
@@ -28,8 +25,7 @@ class nx_session : public std::enable_shared_from_this<nx_session> {
   /// Queues an event; never blocks and never fails, so a session cannot delay a loop. `first` marks
   /// the first event of a subscription, which must not overtake the answer to `subscribe`. Called
   /// from any thread, with the publishing node's mutex held.
-  virtual void deliver(std::shared_ptr<const nx_event> event, nx_subscription_number subscription,
-                       bool first) = 0;
+  virtual void deliver(nx_event_ptr event, nx_subscription_number subscription, bool first) = 0;
 
   /// The node is gone without a replacement.
   virtual void subscription_ended(const std::string& path, const std::string& reason) = 0;

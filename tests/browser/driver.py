@@ -107,8 +107,11 @@ class Browser:
         self.devtools("Emulation.setEmulatedMedia", features=[{"name": "prefers-color-scheme", "value": scheme}])
         await_that("the layout", lambda: self.run("return innerWidth") == width)
 
-    def picture(self, path):
-        height = self.run("return document.documentElement.scrollHeight")
+    def picture(self, path, until=None):
+        """Of the whole page, or of what stands above an element."""
+        height = self.run(
+            "return arguments[0] ? Math.round(document.querySelector(arguments[0]).getBoundingClientRect().top + scrollY)"
+            " : document.documentElement.scrollHeight", until)
         width = self.run("return innerWidth")
         clip = {"x": 0, "y": 0, "width": width, "height": height, "scale": 1}
         taken = self.devtools("Page.captureScreenshot", format="png", captureBeyondViewport=True, clip=clip)

@@ -146,23 +146,24 @@ class Node:
         shutil.rmtree(self.folder, ignore_errors=True)
 
 
-class LabPair:
-    """Two nodes face to face, with their pages, as the lab starts them."""
+class Lab:
+    """What `./lab --web` starts, with as many pages as it has nodes."""
 
-    def __init__(self):
+    def __init__(self, *arguments, nodes=1):
         self._lab = subprocess.Popen(
-            [str(BIN / "lumora_lab"), "--peer", "--web"], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+            [str(BIN / "lumora_lab"), "--web", *arguments], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
         self.pages = []
         said = ""
         for line in self._lab.stdout:
             said += line
-            found = re.match(r"(?:far )?page +(\S+)", line)
-            if found:
+            if found := re.match(r"lab folder (\S+)", line):
+                self.plant = Tree(f"{found[1]}/node/tmp/nexels/sim")
+            if found := re.match(r"(?:far )?page +(\S+)", line):
                 self.pages.append(found[1])
-            if len(self.pages) == 2:
+            if len(self.pages) == nodes:
                 break
-        if len(self.pages) < 2:
-            raise AssertionError(f"the lab does not serve two pages:\n{said}")
+        if len(self.pages) < nodes:
+            raise AssertionError(f"the lab does not serve {nodes} pages:\n{said}")
         # It goes on telling; nobody reads it.
         self._reader = subprocess.Popen(["cat"], stdin=self._lab.stdout, stdout=subprocess.DEVNULL)
 

@@ -171,6 +171,10 @@ class OneNode(Story):
 
         await_that("the jump in the plot", lambda: (span() or 0) > 2)
         self.browser.point_at("#plot")
+        for run in self.browser.attribute(".power-line", "d").split("M")[1:]:
+            corners = [corner.split() for corner in run.split("L")]
+            for (x1, y1), (x2, y2) in zip(corners, corners[1:]):
+                self.assertTrue(x1 == x2 or y1 == y2, "no slope that nobody has measured")
         await_that("figures at the pointed time", lambda: self.browser.count("#plot .readout") == 2)
         self.pictures("history")
 
@@ -315,7 +319,7 @@ class Pair(Story):
         PICTURES.mkdir(parents=True, exist_ok=True)
         cls.browser = Browser()
         cls.addClassCleanup(cls.browser.close)
-        cls.lab = nodes.LabPair()
+        cls.lab = nodes.Lab("--peer", nodes=2)
         cls.addClassCleanup(cls.lab.close)
 
     def rung(self, side, point):

@@ -14,7 +14,7 @@ namespace test {
 /// "first " in front.
 class recording_session : public nx_session {
  public:
-  void deliver(std::shared_ptr<const nx_event> event, nx_subscription_number, bool first) override;
+  void deliver(nx_event_ptr event, nx_subscription_number, bool first) override;
   void subscription_ended(const std::string& path, const std::string& reason) override {
     keep(path + " ended " + reason);
   }

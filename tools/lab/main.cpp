@@ -43,7 +43,7 @@ std::optional<peer_link> connect(supervisor& programs, const lab_folder& folder,
   try {
     return std::make_optional<peer_link>(programs, folder);
   } catch (const link_refused& refusal) {
-    if (peer.is_daemon()) peer = simulated_in_place_of(peer);
+    if (peer.is_daemon()) peer = simulated_like(peer.name);
     fmt::print("{}; one daemon faces a simulated {}\n", refusal.what(), peer.name);
     std::fflush(stdout);
     return std::nullopt;

@@ -33,8 +33,8 @@ neighbour find_neighbour(const std::string& asked, const std::string& own_produc
       fmt::format("unknown peer {}; known are {}", name, fmt::join(neighbour_names(), ", ")));
 }
 
-neighbour simulated_in_place_of(const neighbour& daemon) {
-  return {neighbour::kind::simulated, models::simulated_name(models::get(daemon.name))};
+neighbour simulated_like(const std::string& product) {
+  return {neighbour::kind::simulated, models::simulated_name(models::get(product))};
 }
 
 }  // namespace tools::lab

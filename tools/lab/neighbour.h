@@ -20,8 +20,8 @@ struct neighbour {
 /// Throws std::invalid_argument, listing what is known.
 neighbour find_neighbour(const std::string& asked, const std::string& own_product);
 
-/// The simulated peer to use if a second daemon cannot be run.
-neighbour simulated_in_place_of(const neighbour& daemon);
+/// The simulated peer of this product's kind, where no second daemon can or need run.
+neighbour simulated_like(const std::string& product);
 
 /// Products and families.
 std::vector<std::string> neighbour_names();

@@ -55,7 +55,8 @@ void declare(CLI::App& app, options& given, std::optional<std::string>& peer) {
       ->expected(0, 1)
       ->default_str("120");
   app.add_flag("--web", given.web,
-               "Serve each node to a browser, with a bench of faults; prints the address");
+               "Serve each node to a browser, with a bench of faults; prints the address. Without "
+               "--peer the far end is simulated, so that faults of the line have one to show at");
   app.add_flag("--keep", given.keep, "Keep the folder with logs and board file");
   app.add_flag("--log", given.log, "Print where the logs are, and keep them");
 }
@@ -68,7 +69,11 @@ std::optional<int> read_options(int argc, char** argv, options& given) {
   declare(app, given, peer);
   try {
     app.parse(argc, argv);
-    if (app.count("--peer") > 0) given.peer = find_neighbour(peer.value_or(""), given.product);
+    if (app.count("--peer") > 0) {
+      given.peer = find_neighbour(peer.value_or(""), given.product);
+    } else if (given.web && given.topology.empty()) {
+      given.peer = simulated_like(given.product);
+    }
     return std::nullopt;
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? exit_ok : exit_usage;

@@ -328,8 +328,7 @@ nx_subscription_number session::subscription_number(const std::string& path) con
   return outbox_.subscription_number(path);
 }
 
-void session::deliver(std::shared_ptr<const nx_event> event, nx_subscription_number subscription,
-                      bool) {
+void session::deliver(nx_event_ptr event, nx_subscription_number subscription, bool) {
   wake(outbox_.deliver(std::move(event), subscription));
 }
 

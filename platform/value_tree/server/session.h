@@ -56,8 +56,7 @@ class session : public nx_session, public subscription_port {
 
   // nx_session, called from any thread.
   nx_subscription_number subscription_number(const std::string& path) const override;
-  void deliver(std::shared_ptr<const nx_event> event, nx_subscription_number subscription,
-               bool first) override;
+  void deliver(nx_event_ptr event, nx_subscription_number subscription, bool first) override;
   void subscription_ended(const std::string& path, const std::string& reason) override;
   bool is_closed() const override { return closed_; }
 

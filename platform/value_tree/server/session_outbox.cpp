@@ -59,8 +59,7 @@ void session_outbox::keep_place() {
   push({nullptr, no_subscription, true});
 }
 
-bool session_outbox::deliver(std::shared_ptr<const nx_event> event,
-                             nx_subscription_number subscription) {
+bool session_outbox::deliver(nx_event_ptr event, nx_subscription_number subscription) {
   const std::lock_guard lock(mutex_);
   auto* found = subscriptions_.find(subscription);
   if (found == nullptr) return false;
@@ -90,24 +89,25 @@ bool session_outbox::end_subscription(const std::string& path, const std::string
 bool session_outbox::take(std::string& out, std::size_t enough) {
   const std::lock_guard lock(mutex_);
   woken_ = false;
-  while (!nothing_waits() && queue_[first_].line && out.size() < enough) {
+  while (!nothing_waits() && queue_[first_].text && out.size() < enough) {
     auto& next = queue_[first_++];
     drop(next);
     const bool is_ended =
         some_ended_ && next.of != no_subscription && subscriptions_.find(next.of) == nullptr;
-    if (!is_ended && !next.line->empty()) {  // empty: a place that was kept in vain
-      out += *next.line;
+    if (!is_ended && !next.text->line.empty()) {  // empty: a place that was kept in vain
+      out += next.text->line;
       out += '\n';
     }
-    next.line.reset();
+    next.text.reset();
   }
   forget_sent();
-  return !nothing_waits() && queue_[first_].line;
+  return !nothing_waits() && queue_[first_].text;
 }
 
 void session_outbox::drop(const item& from) {
-  bytes_ -= from.line->size();
-  if (from.answer) count_answers(-static_cast<std::ptrdiff_t>(from.line->size()));
+  const auto size = from.text->line.size();
+  bytes_ -= size;
+  if (from.answer) count_answers(-static_cast<std::ptrdiff_t>(size));
 }
 
 void session_outbox::count_answers(std::ptrdiff_t bytes) {
@@ -295,11 +295,11 @@ std::vector<std::shared_ptr<const std::string>> session_outbox::paths() const {
 }
 
 void session_outbox::push(std::string text, bool answer) {
-  push({std::make_shared<const std::string>(std::move(text)), no_subscription, answer});
+  push({make_event(std::move(text)), no_subscription, answer});
 }
 
 void session_outbox::push(item added) {
-  const auto size = added.line ? added.line->size() : 0;
+  const auto size = added.text ? added.text->line.size() : 0;
   bytes_ += size;
   if (added.answer) count_answers(static_cast<std::ptrdiff_t>(size));
   queue_.push_back(std::move(added));
@@ -307,20 +307,18 @@ void session_outbox::push(item added) {
 }
 
 void session_outbox::push_event(subscription_slots::slot& subscribed, nx_subscription_number of,
-                                std::shared_ptr<const nx_event> event) {
-  const auto* text = &event->line;
-  std::shared_ptr<const std::string> line(std::move(event), text);
+                                nx_event_ptr event) {
   auto& newest = subscribed.place;
   const bool merging = slow_ || bytes_ > merging_from;
   if (merging && newest >= front_number()) {
-    auto& waiting = queue_[first_ + newest - front_number()].line;
-    bytes_ += line->size();
-    bytes_ -= waiting->size();
-    waiting = std::move(line);
+    auto& waiting = queue_[first_ + newest - front_number()].text;
+    bytes_ += event->line.size();
+    bytes_ -= waiting->line.size();
+    waiting = std::move(event);
     return;
   }
   newest = next_number_;
-  push({std::move(line), of, false});
+  push({std::move(event), of, false});
 }
 
 void session_outbox::push_end(nx_subscription_number ended, std::string text) {
@@ -375,11 +373,11 @@ void session_outbox::fill(std::uint64_t number, std::string text) {
   auto& kept = queue_[first_ + number - front_number()];
   bytes_ += text.size();
   count_answers(static_cast<std::ptrdiff_t>(text.size()));
-  kept.line = std::make_shared<const std::string>(std::move(text));
+  kept.text = make_event(std::move(text));
 }
 
 bool session_outbox::wake() {
-  if (nothing_waits() || !queue_[first_].line) return false;
+  if (nothing_waits() || !queue_[first_].text) return false;
   // A slow session continues sending by itself; only one that has to be closed needs the sender
   // now.
   if (slow_ && bytes_ - answer_bytes_ <= limits::output_bytes_per_session) return false;

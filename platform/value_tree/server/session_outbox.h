@@ -39,7 +39,7 @@ class session_outbox {
   /// Reserves the place of the next answer, before events that arrive until then. Only for an
   /// answer that is made without blocking, since the sender gets no further than this.
   void keep_place();
-  bool deliver(std::shared_ptr<const nx_event> event, nx_subscription_number subscription);
+  bool deliver(nx_event_ptr event, nx_subscription_number subscription);
   bool end_subscription(const std::string& path, const std::string& reason);
 
   /// Moves pending lines to the end of `out` until it holds `enough` bytes; true if there are more.
@@ -85,13 +85,13 @@ class session_outbox {
   // A subscription that is not open yet, and the events for it so far.
   struct begun {
     nx_subscription_number subscription;
-    std::shared_ptr<const nx_event> event;
+    nx_event_ptr event;
     std::string end;  // the message "ended"
   };
-  // An event's line is shared by all its sessions. Null while it is being assembled: later items
-  // wait.
+  // Answers are held like events, by this session alone. Null while the text is being assembled:
+  // later items wait.
   struct item {
-    std::shared_ptr<const std::string> line;
+    nx_event_ptr text;
     nx_subscription_number of;  // no_subscription if it is not an event
     bool answer = false;
   };
@@ -99,7 +99,7 @@ class session_outbox {
   void push(std::string text, bool answer);
   void push(item added);
   void push_event(subscription_slots::slot& subscribed, nx_subscription_number of,
-                  std::shared_ptr<const nx_event> event);
+                  nx_event_ptr event);
   void push_end(nx_subscription_number ended, std::string text);
   void end(nx_subscription_number ended);
   std::vector<begun> open_begun();

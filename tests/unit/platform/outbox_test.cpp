@@ -23,7 +23,7 @@ namespace {
 class outbox : public testing::Test {
  protected:
   bool deliver(const std::string& path, const std::string& line) {
-    return box.deliver(std::make_shared<nx_event>(nx_event{line}), box.subscription_number(path));
+    return box.deliver(make_event(line), box.subscription_number(path));
   }
   bool begin(const std::string& path, bool exact = true) {
     return box.begin(std::make_shared<const std::string>(path), exact);

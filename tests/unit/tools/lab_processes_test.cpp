@@ -10,6 +10,7 @@
 #include "tools/lab/child_process.h"
 #include "tools/lab/lab_failure.h"
 #include "tools/lab/lab_folder.h"
+#include "tools/lab/options.h"
 #include "tools/lab/supervisor.h"
 #include "tools/lab/user.h"
 
@@ -36,6 +37,24 @@ std::string failure_of(supervisor& programs, std::chrono::seconds limit) {
     return failure.what();
   }
   return "";
+}
+
+TEST(lab_options, give_a_page_a_simulated_far_end_unless_another_is_asked_for) {
+  const auto peer_of = [](std::vector<std::string> words) {
+    words.insert(words.begin(), "lumora_lab");
+    std::vector<char*> arguments;
+    for (auto& word : words)
+      arguments.push_back(word.data());
+    options given;
+    EXPECT_EQ(read_options(static_cast<int>(arguments.size()), arguments.data(), given),
+              std::nullopt);
+    return given.peer.name;
+  };
+  EXPECT_EQ(peer_of({}), "");
+  EXPECT_EQ(peer_of({"--web"}), "orva-lite");
+  EXPECT_EQ(peer_of({"--web", "--product", "selkaplus"}), "selka-plus");
+  EXPECT_EQ(peer_of({"--web", "--peer", "tarn-one"}), "tarn-one");
+  EXPECT_EQ(peer_of({"--web", "--peer"}), "orvalite");
 }
 
 }  // namespace

@@ -250,7 +250,7 @@ TEST(keys, are_taken_one_by_one_however_they_come) {
 
 TEST(neighbour, is_simulated_where_there_is_no_link) {
   for (const auto& product : models::names()) {
-    const auto stands_in = simulated_in_place_of(find_neighbour("", product));
+    const auto stands_in = simulated_like(product);
     EXPECT_TRUE(find_neighbour(stands_in.name, product).is_simulated()) << product;
   }
 }

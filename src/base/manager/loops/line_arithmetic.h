@@ -48,8 +48,8 @@ float embedded_preamp_gain(float line_calibration, float rx_span, float voa_inse
 /// Step away from saturation: half of it, limited to 0.2 to 1.0.
 float saturation_step(float saturation);
 
-/// Appends the newest powers of the channels to the last ones; false if they contain nothing new.
-/// An unknown power keeps its last value.
+/// Replaces the last powers of the channels with the newest; false if that brings nothing new. A
+/// power that is not known now keeps its last value, and is no news.
 bool take_news(std::vector<std::optional<float>> powers, std::vector<std::optional<float>>& last);
 
 /// Squared error and gradient of the channels at the peer.

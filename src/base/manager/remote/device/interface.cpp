@@ -12,8 +12,8 @@ std::string full_path(const path& pattern, const std::string& part) {
   return fmt::format(fmt::runtime(pattern.text), part);
 }
 
-bool is_truth(operation what) {
-  return row_of(what).value.type == ::device::value_type::truth;
+bool is_truth(const row& told) {
+  return told.value.type == ::device::value_type::truth;
 }
 
 // Callers that average a truth value want a number.
@@ -41,13 +41,14 @@ path_group interface::channel_paths(unsigned id) const {
 template <class Result>
 Result interface::get(const subscriber_ptr& values, operation what, const std::string& part) const {
   constexpr bool is_text = std::is_same_v<Result, std::string>;
-  const cell& from = row_of(what).of_family(facts_.column);
+  const row& told = row_of(what);
+  const cell& from = told.of_family(facts_.column);
   if (const auto* refused = std::get_if<refusal>(&from))
     throw nx_error(nx_error::invalid, refused->text);
   if (const auto* pattern = std::get_if<path>(&from)) {
     const auto full = full_path(*pattern, part);
     if constexpr (!is_text) {
-      if (is_truth(what)) return number_of(values->get<bool>(full));
+      if (is_truth(told)) return number_of(values->get<bool>(full));
     }
     return values->get<Result>(full);
   }
@@ -63,10 +64,11 @@ template std::string interface::get(const subscriber_ptr&, operation, const std:
 
 known_number interface::find_known(const subscriber_ptr& values, operation what,
                                    const std::string& part) const {
-  const auto* pattern = std::get_if<path>(&row_of(what).of_family(facts_.column));
+  const row& told = row_of(what);
+  const auto* pattern = std::get_if<path>(&told.of_family(facts_.column));
   if (!pattern) return std::nullopt;
   const auto full = full_path(*pattern, part);
-  if (!is_truth(what)) return values->find_known<float>(full);
+  if (!is_truth(told)) return values->find_known<float>(full);
   const auto found = values->find_known<bool>(full);
   if (!found) return std::nullopt;
   return ::device::reading<float>{number_of(found->value), found->arrived, found->arrivals,
