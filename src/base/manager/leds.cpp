@@ -118,20 +118,9 @@ void leds::poll_until_failure() {
   read_led_statuses();
   while (!is_stopping()) {
     run_pass();
-    if (!is_panel_there()) return;
     recover();
     if (poll_interval_ms_ != 0) pause(std::chrono::milliseconds(poll_interval_ms_));
   }
-}
-
-// One read in half a minute, of the value by which it says that it is ready: a steady panel is
-// neither written nor read otherwise, and its death would show only when a light has to change.
-bool leds::is_panel_there() {
-  const auto now = helpers::steady_now();
-  if (now - answered_ < longest_silence) return true;
-  const bool is_ready = led_->is_operational();
-  answered_ = helpers::steady_now();
-  return is_ready;
 }
 
 void leds::run_pass() {

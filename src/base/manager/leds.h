@@ -62,8 +62,6 @@ class leds : public std::enable_shared_from_this<leds> {
   static constexpr const char* led_status_red = "red";
   /// Before a panel that is away, or not ready, is asked again.
   static constexpr std::chrono::seconds not_ready_pause{1};
-  /// A panel on which nothing changes is asked this often whether it is still there.
-  static constexpr std::chrono::seconds longest_silence{30};
 
   leds();
   virtual ~leds();
@@ -149,7 +147,6 @@ class leds : public std::enable_shared_from_this<leds> {
   bool may_write(bool all_known);
   void poll_until_failure();
   void wait_for_panel();
-  bool is_panel_there();
   void meet(trouble now, const char* channel, const std::string& text);
   void recover();
   bool pause(std::chrono::nanoseconds duration);
@@ -171,7 +168,6 @@ class leds : public std::enable_shared_from_this<leds> {
   led_exchange exchange_;
   trouble trouble_ = trouble::none;
   ::insight::loop_watch watch_{"panel"};
-  std::chrono::steady_clock::time_point answered_{};
   std::map<std::string, led_data> announced_;  // failed writes so far, by the log's name
   std::set<std::string> told_failures_;        // of the last writes
   std::optional<std::chrono::steady_clock::time_point> unknown_since_;

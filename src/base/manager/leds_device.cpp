@@ -4,7 +4,6 @@
 #include "base/manager/leds.h"
 #include "device/interfaces/led.h"
 #include "helpers/logger.h"
-#include "helpers/waiting.h"
 #include "platform/wire/nx_client_exception.h"
 
 namespace manager {
@@ -74,7 +73,6 @@ void leds::read_led_statuses() {
   for (const auto& answer : answers) {
     if (is_panel_away(answer.failure)) std::rethrow_exception(answer.failure);
   }
-  answered_ = helpers::steady_now();
   const std::lock_guard lock(mutex_);
   for (std::size_t i = 0; i < answers.size(); ++i) {
     auto& entry = entry_at(addresses[i].row, addresses[i].number);
@@ -111,7 +109,6 @@ void leds::update_leds(bool force) {
   }
   settle_writes(writes);
   tell_failures(writes, is_away);
-  answered_ = helpers::steady_now();
 }
 
 /// The LEDs that are due for a write: line, cross-connects, clients.

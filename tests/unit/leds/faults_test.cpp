@@ -200,37 +200,6 @@ TEST_F(absent_panel, is_waited_for_with_one_line_when_it_goes_and_one_when_it_is
   EXPECT_TRUE(bench.panel->colours["client 32 rx"] == "green");
 }
 
-TEST_F(absent_panel, is_told_within_a_minute_though_no_light_changes_and_so_is_its_return) {
-  const test::log_capture log;
-  insight::event_log::instance().reset();
-  orva_bench bench;
-  bench.set_line(true, true);
-  unsigned accesses = 0;
-  bench.panel->before_access = [&](const std::string&) { ++accesses; };
-  clock->at(10s, [&] { accesses = 0; });
-  clock->at(10min, [&] {
-    EXPECT_LE(accesses, 20u) << "a steady panel is asked twice a minute";
-    bench.panel->before_access = be_away;
-  });
-  clock->at(11min, [&] {
-    EXPECT_EQ(events_of_panel(), texts{"loopDown"});
-    bench.panel->before_access = [](const std::string&) {};
-  });
-  clock->at(11min + 5s, [&] { EXPECT_EQ(events_of_panel(), (texts{"loopDown", "loopUp"})); });
-  // One that starts again tells so, and shows nothing of what was written to it.
-  clock->at(12min, [&] {
-    bench.panel->operational = false;
-    bench.panel->colours.clear();
-  });
-  clock->at(13min, [&] {
-    EXPECT_EQ(events_of_panel(), (texts{"loopDown", "loopUp", "loopDown"}));
-    bench.panel->operational = true;
-  });
-  run(bench, 13min + 5s);
-  EXPECT_EQ(events_of_panel(), (texts{"loopDown", "loopUp", "loopDown", "loopUp"}));
-  EXPECT_EQ(bench.panel->green(), "line rx, line tx");
-}
-
 using led_test = on_clock;
 
 TEST_F(led_test, ends_on_a_panel_whose_every_answer_is_an_error) {
