@@ -35,6 +35,7 @@ constexpr auto rows = std::to_array<row>({
     {line_reason::nothing_new, waiting_for_readings, "no channel power at the peer has changed since the last look"},
     {line_reason::nothing_counts, waiting_for_readings, "no channel counts yet: it has to be lit at the peer and on target here"},
     {line_reason::calibration_not_known, waiting_for_readings, "the peer has not reported its calibration yet"},
+    {line_reason::peer_without_calibration, not_regulated, "a peer of the kind of {3} does not report what the VOA is regulated by{4}"},
     {line_reason::few_readings, waiting_for_readings, "{0:.0f} of {1:.0f} new readings of the peer since the last step"},
     {line_reason::not_steady, not_steady, "the mean error at the peer still moves: {0:.2f} dB over its last readings, {1:.2f} dB is allowed"},
     {line_reason::others_turn, client_rx_turn, "client rx has channels to step first; then the VOA is to change by {0:+.2f} dB"},

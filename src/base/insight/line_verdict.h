@@ -34,18 +34,19 @@ enum class line_reason : unsigned char {
   nothing_new,           ///< the powers at the peer are those of the last look
   nothing_counts,        ///< no channel is lit at the peer and on target here
   calibration_not_known,
-  few_readings,        ///< readings, of
-  not_steady,          ///< spread of the mean error, allowed
-  others_turn,         ///< change that waits
-  within_rest,         ///< mean error at the peer, target, change wanted
-  fully_open,          ///< attenuation, change wanted
-  at_its_end,          ///< attenuation, change wanted
-  moved,               ///< from, to
-  not_answered,        ///< asked for, shown
-  saturation_moved,    ///< saturation, from, to
-  saturation_waits,    ///< saturation
-  saturation_is_old,   ///< saturation
-  saturation_unmoved,  ///< saturation
+  peer_without_calibration,  ///< word: its product
+  few_readings,              ///< readings, of
+  not_steady,                ///< spread of the mean error, allowed
+  others_turn,               ///< change that waits
+  within_rest,               ///< mean error at the peer, target, change wanted
+  fully_open,                ///< attenuation, change wanted
+  at_its_end,                ///< attenuation, change wanted
+  moved,                     ///< from, to
+  not_answered,              ///< asked for, shown
+  saturation_moved,          ///< saturation, from, to
+  saturation_waits,          ///< saturation
+  saturation_is_old,         ///< saturation
+  saturation_unmoved,        ///< saturation
   saturation_lost,
   spans_not_known,
   spans_missing,      ///< for longer than a peer needs to tell them

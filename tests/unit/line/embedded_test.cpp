@@ -52,6 +52,15 @@ TEST_F(embedded_line, sets_both_sides_from_the_fifth_of_consecutive_samples) {
   EXPECT_EQ(shown("interface/line/1/remote/spanloss/ots/rx"), "17");
 }
 
+TEST_F(embedded_line, tells_a_peer_that_no_longer_answers) {
+  begin();
+  cycles(30);
+  EXPECT_EQ(shown("insight/line/state"), "\"peer's readings stand still\"");
+  peer.set("data/line/1/tx/power", 3.21f);
+  cycles(11);
+  EXPECT_EQ(shown("insight/line/state"), "\"at rest\"");
+}
+
 TEST_F(embedded_line, follows_a_span_that_has_moved_and_is_steady) {
   begin();
   cycles(4);

@@ -103,6 +103,13 @@ TEST_F(explained_line, by_what_the_far_end_tells_or_does_not) {
   EXPECT_THAT(told(), AllOf(StartsWith("\"no peer\""), HasSubstr("(ORVA-LITE) is lost")));
 }
 
+TEST_F(explained_line, by_a_peer_of_a_family_that_does_not_tell_its_calibration) {
+  meet("SELKA-PLUS");
+  cycle();
+  EXPECT_THAT(told(), AllOf(StartsWith("\"not regulated on this model\""), HasSubstr("SELKA-PLUS"),
+                            HasSubstr("the VOA stays at")));
+}
+
 TEST_F(explained_line, by_what_has_become_of_the_fibre) {
   cycle();
   EXPECT_THAT(told(), AllOf(StartsWith("\"no peer\""), HasSubstr("nobody answers")));

@@ -62,6 +62,16 @@ void line_loop::judge_unknown_peer() {
   judge(line_reason::product_not_known, {}, remote_->last_product());
 }
 
+// A line at rest by the spans of a peer that no longer answers.
+void line_loop::judge_silence() {
+  using enum ::states::line_state;
+  if (!peer_.is_up() || ::insight::state_of(verdict_.reason) != at_rest) return;
+  const auto last = peer_.last_sign_of_life();
+  if (!last) return;
+  const std::chrono::duration<float> silence = helpers::steady_now() - *last;
+  if (silence > line_peer::longest_silence) judge(line_reason::no_sign_of_life, {silence.count()});
+}
+
 void line_loop::judge_unknown_span() {
   if (!peer_.is_up()) return;  // told already
   if (!span_unknown_since_) span_unknown_since_ = helpers::steady_now();
@@ -121,6 +131,7 @@ void line_loop::publish_verdict() {
   if (peer_is_missing && opening_ && opening_->awaits_peer) verdict_.preset = opening_->wanted;
   const std::lock_guard lock(told_mutex_);
   const bool is_left_alone = verdict_.reason == line_reason::node_leaves_alone ||
+                             verdict_.reason == line_reason::peer_without_calibration ||
                              verdict_.reason == line_reason::channels_stand_still;
   if (peer_is_missing || state == no_fibre || is_left_alone) {
     verdict_.attenuation = told_.attenuation;

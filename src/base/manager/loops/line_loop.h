@@ -319,6 +319,7 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   std::optional<adjustment> wanted_adjustment();
   std::optional<float> lms_adjustment();
   void judge_unknown_peer();
+  void judge_silence();
   void judge_at_rest(float change);
   void judge_without_turn(const adjustment& wanted);
   void judge_exhausted(float current, float change);

@@ -67,7 +67,9 @@ std::optional<line_loop::adjustment> line_loop::wanted_adjustment() {
     return adjustment{.change = *change, .saturation_is_lost = saturation.is_lost};
   } catch (...) {
     LUMORA_LOG(1, "Failed to calculate LMS error");
-    judge(line_reason::calibration_not_known);
+    const bool is_offered = remote_->reports(operation::get_edfa_tx_calibration);
+    judge(is_offered ? line_reason::calibration_not_known : line_reason::peer_without_calibration,
+          {}, remote_->last_product());
     return std::nullopt;
   }
 }

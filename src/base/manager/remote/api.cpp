@@ -66,6 +66,10 @@ device::known_number api::find_known(device::operation what, const std::string& 
   return from.adapter->find_known(from.values, what, part);
 }
 
+bool api::reports(device::operation what) const {
+  return present_view().adapter->reports(what);
+}
+
 std::optional<device::failing_value> api::failing(device::operation what) const {
   const auto from = present_view();
   if (from.connection == client::no_connection || from.connection != client_->up()) {

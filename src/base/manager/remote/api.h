@@ -70,6 +70,9 @@ class api {
     return find_known(what, std::to_string(channel));
   }
 
+  /// The family of the last identified peer reports the value behind the getter of that name.
+  bool reports(device::operation what) const;
+
   /// A value of the line that the peer reports as an error over the connection that is up now.
   std::optional<device::failing_value> failing(device::operation what) const;
 

@@ -75,6 +75,10 @@ known_number interface::find_known(const subscriber_ptr& values, operation what,
                                   found->changes};
 }
 
+bool interface::reports(operation what) const {
+  return std::holds_alternative<path>(row_of(what).of_family(facts_.column));
+}
+
 std::optional<failing_value> interface::find_failing(const subscriber_ptr& values,
                                                      operation what) const {
   const auto& row = row_of(what);

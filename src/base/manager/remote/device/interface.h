@@ -61,6 +61,9 @@ class interface {
   known_number find_known(const subscriber_ptr& values, operation what,
                           const std::string& part = "") const;
 
+  /// Peers of this family report the value behind the getter of that name.
+  bool reports(operation what) const;
+
   /// Empty while the peer reports a value of the line behind the getter of that name, measured or
   /// not, and if the family or this peer does not have it.
   std::optional<failing_value> find_failing(const subscriber_ptr& values, operation what) const;
