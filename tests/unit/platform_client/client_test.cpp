@@ -202,6 +202,7 @@ TEST_P(client, hung_nexel_fails_calls_and_is_used_again_when_it_answers) {
   nexel->set_state(nx::link_state::hung);
   EXPECT_EQ(code(), -110);
   nexel->set_state(nx::link_state::dead);
+  ASSERT_TRUE(nexel->await(events, "lost nexel"));
   nexel->set_state(nx::link_state::up);
   EXPECT_EQ(code(), 0) << "a new connection is not silent";
 }
