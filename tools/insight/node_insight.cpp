@@ -45,8 +45,6 @@ bool flag_in(const nx::json_value& object, const char* name) {
   return found != object.MemberEnd() && found->value.IsTrue();
 }
 
-constexpr const char* far_preamp_word = "far preamp saturated";
-
 /// "No answer within 2 s: booster" of a channel whose state says the rest.
 std::string cause_alone(std::string why) {
   for (const std::string_view repeated : {"the loop is down: ", "a device does not answer: "}) {
@@ -262,7 +260,8 @@ node_insight insight_of(const readings& read, std::vector<event> events) {
   node.hunting = hunting_of(read, node.channels);
   const auto rest = document_at(read, "insight/rest");
   node.far_preamp_at_limit = rest.IsObject() && rest.HasMember("line") &&
-                             word_in(rest["line"], "because") == far_preamp_word;
+                             states::line_state_of(word_in(rest["line"], "because")) ==
+                                 states::line_state::far_preamp_saturated;
   node.events = std::move(events);
   return node;
 }

@@ -193,7 +193,10 @@ nx::json_document rest_of(const node_facts& node) {
   line.AddMember("reversalsLastHour", number(node.voa.reversals_last_hour(node.now)), allocator);
   const bool hunts = node.voa.is_hunting(node.now);
   line.AddMember("hunts", hunts, allocator);
-  if (hunts && node.has_given_way) line.AddMember("because", "far preamp saturated", allocator);
+  if (hunts && node.has_given_way) {
+    const auto* why = states::row_of(line_state::far_preamp_saturated).text;
+    line.AddMember("because", rapidjson::StringRef(why), allocator);
+  }
   document.AddMember("line", line, allocator);
   return document;
 }
