@@ -165,7 +165,7 @@ void session_outbox::close() {
 void session_outbox::expect(std::size_t subscriptions) {
   const std::lock_guard lock(mutex_);
   if (closed_) return;
-  begun_.reserve(begun_.size() + subscriptions);
+  if (begun_.empty()) begun_.reserve(subscriptions);
   subscriptions_.reserve(subscriptions_.size() + subscriptions);
 }
 

@@ -51,8 +51,10 @@ void subscription_slots::insert(index at) {
   ++count_;
 }
 
+// At least twice as much as before, or a client that subscribes to one path after the other would
+// have all of them moved each time.
 void subscription_slots::reserve(std::size_t count) {
-  slots_.reserve(count);
+  if (count > slots_.capacity()) slots_.reserve(std::max(count, 2 * slots_.capacity()));
   if (!has_positions_for(count)) grow(std::bit_ceil(count + count / 3 + 1));
 }
 
