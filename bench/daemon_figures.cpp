@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <memory>
 #include <thread>
@@ -14,6 +15,7 @@
 #include "bench/daemon_start.h"
 #include "bench/device_calls.h"
 #include "bench/process_use.h"
+#include "bench/socket_pair.h"
 #include "platform/nexel_client/line_client.h"
 #include "tests/system/storm.h"
 
@@ -31,8 +33,28 @@ constexpr double percent = 100;
 constexpr std::chrono::seconds listening{5};
 constexpr unsigned subscribers = 64;
 constexpr unsigned watchers = 4;
+constexpr unsigned subscriptions = 200;
 constexpr std::chrono::seconds raging{5};
 constexpr unsigned stormers = 8;
+
+// A client that does nothing but take what comes: parsing would cost it more than all of that costs
+// the daemon, which would then wait, and begin each time with cold caches.
+void take_everything(const std::string& path) {
+  const socket client = connect_to(path);
+  const std::string asked =
+      R"({"jsonrpc":"2.0","id":1,"method":"subscribe","params":{"path":"**"}})"
+      "\n"
+      R"({"jsonrpc":"2.0","id":2,"method":"get","params":{"path":"data/product"}})"
+      "\n";
+  client.send(asked.data(), asked.size());
+  constexpr std::string_view last_answer = R"("id":2)";
+  std::string end;  // of what has come
+  std::array<char, std::size_t{64} * 1024> chunk;
+  while (end.find(last_answer) == end.npos) {
+    if (end.size() > chunk.size()) end.erase(0, end.size() - last_answer.size());
+    end.append(chunk.data(), client.receive_some(chunk.data(), chunk.size()));
+  }
+}
 
 }  // namespace
 
@@ -42,6 +64,7 @@ bool daemon_figures::measure() {
   bool reached = measure_start();
   reached = measure_rest() && reached;
   reached = measure_watched() && reached;
+  reached = measure_subscribing() && reached;
   reached = measure_storms() && reached;
   return measure_memory() && reached;
 }
@@ -116,6 +139,24 @@ double daemon_figures::bare_exchanges(double a_cycle) {
     std::this_thread::sleep_for(cycle_pause);
   }
   return (use_of_thread(::getpid(), own_name()).cpu - before.cpu) / (clock::now() - begin);
+}
+
+/// A loop of clients that subscribe to everything, take it all and go.
+bool daemon_figures::measure_subscribing() {
+  const auto pid = node_.daemon().pid();
+  const auto work = [&] { return cpu_of_threads(pid, "nx_heavy"); };
+  const auto sending = [&] { return cpu_of_threads(pid, "nx_io"); };
+  const auto subscribe = [path = node_.daemon_socket()] { take_everything(path); };
+  subscribe();
+  const auto work_before = work();
+  const auto sending_before = sending();
+  for (unsigned i = 0; i < subscriptions; ++i)
+    subscribe();
+  const auto in_ms = [](seconds sum) { return 1000 * sum.count() / subscriptions; };
+  const auto figure =
+      fmt::format("CPU of a subscription to everything and its end, without {:.2f} ms for sending",
+                  in_ms(sending() - sending_before));
+  return report(figure, in_ms(work() - work_before), 1, "ms");
 }
 
 bool daemon_figures::measure_storms() {

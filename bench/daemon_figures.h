@@ -20,6 +20,7 @@ class daemon_figures {
   bool measure_start();
   bool measure_rest();
   bool measure_watched();
+  bool measure_subscribing();
   bool measure_storms();
   bool measure_memory();
   double bare_exchanges(double a_cycle);

@@ -27,6 +27,15 @@ double status_of(const std::filesystem::path& folder, std::string_view what) {
   throw std::runtime_error(fmt::format("no {} in {}", what, folder.string()));
 }
 
+std::filesystem::directory_iterator tasks_of(pid_t pid) {
+  return std::filesystem::directory_iterator(fmt::format("/proc/{}/task", pid));
+}
+
+// The scheduler's file begins with the processor time, in nanoseconds.
+seconds cpu_of(const std::filesystem::path& task) {
+  return std::chrono::nanoseconds(std::stoll(first_line(task / "schedstat")));
+}
+
 }  // namespace
 
 double resident_mib(pid_t pid) {
@@ -34,13 +43,19 @@ double resident_mib(pid_t pid) {
 }
 
 thread_use use_of_thread(pid_t pid, const std::string& name) {
-  for (const auto& task : std::filesystem::directory_iterator(fmt::format("/proc/{}/task", pid))) {
+  for (const auto& task : tasks_of(pid)) {
     if (first_line(task.path() / "comm") != name) continue;
-    // The scheduler's file begins with the processor time, in nanoseconds.
-    return {std::chrono::nanoseconds(std::stoll(first_line(task.path() / "schedstat"))),
-            status_of(task.path(), "voluntary_ctxt_switches:")};
+    return {cpu_of(task.path()), status_of(task.path(), "voluntary_ctxt_switches:")};
   }
   throw std::runtime_error("no thread " + name);
+}
+
+seconds cpu_of_threads(pid_t pid, const std::string& name) {
+  seconds sum{};
+  for (const auto& task : tasks_of(pid)) {
+    if (first_line(task.path() / "comm") == name) sum += cpu_of(task.path());
+  }
+  return sum;
 }
 
 std::string own_name() {

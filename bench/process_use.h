@@ -18,6 +18,8 @@ struct thread_use {
 
 // These throw std::runtime_error if there is no such thread or process.
 thread_use use_of_thread(pid_t pid, const std::string& name);
+/// Of all threads of that name together; zero if there is none.
+seconds cpu_of_threads(pid_t pid, const std::string& name);
 double resident_mib(pid_t pid);
 /// This thread's name, truncated as by the kernel.
 std::string own_name();

@@ -128,8 +128,8 @@ std::shared_ptr<nx_db_leaf_node> nx_db::put(const std::string& path,
                                             const std::shared_ptr<nx_db_leaf_node>& node) {
   std::shared_ptr<nx_db_leaf_node> old;  // destroyed after the lock is released
   const std::lock_guard lock(impl_->mutex);
-  if (node->db != nullptr && (node->db != this || *node->path_ != path)) {
-    throw nx_error(nx_error::invalid, "The node is attached already: " + *node->path_);
+  if (node->db != nullptr && (node->db != this || node->path_ != path)) {
+    throw nx_error(nx_error::invalid, "The node is attached already: " + node->path_);
   }
   const auto present = impl_->entries.find(path);
   if (present != impl_->entries.end() && present->second.node != node) old = present->second.node;
@@ -150,7 +150,7 @@ std::shared_ptr<nx_db_leaf_node> nx_db::put(const std::string& path,
 
 void nx_db::attach(nx_db_leaf_node& node, const std::string& path) {
   if (node.db != nullptr) return;
-  node.path_ = std::make_shared<const std::string>(path);
+  node.path_ = path;
   node.db = this;
 }
 
@@ -168,9 +168,9 @@ void nx_db::move_subscribers(nx_db_leaf_node& old, nx_db_leaf_node& node) {
   for (const auto& [session, number] : events->take_subscribers()) {
     nx::json_document answer(rapidjson::kObjectType);
     try {
-      node.subscribe(session, *node.path_, answer.GetAllocator(), answer, lock);
+      node.subscribe(session, node.path_, answer.GetAllocator(), answer, lock);
     } catch (...) {
-      session->subscription_ended(*node.path_, "removed");
+      session->subscription_ended(node.path_, "removed");
     }
   }
 }
@@ -223,7 +223,7 @@ std::vector<std::shared_ptr<nx_db_leaf_node>> nx_db::match(const std::string& pa
 void nx_db::subscribe(const std::shared_ptr<nx_session>& session,
                       std::shared_ptr<nx_db_leaf_node> node, nx::json_allocator& allocator,
                       nx::json_value& result, std::unique_lock<std::recursive_mutex>& lock) {
-  const auto path = node->shared_path();
+  const auto path = node->path();
   const auto before = result.MemberCount();
   const auto take_back = [&] {
     if (result.MemberCount() == before) return;
@@ -231,7 +231,7 @@ void nx_db::subscribe(const std::shared_ptr<nx_session>& session,
   };
   while (node) {
     try {
-      node->subscribe(session, *path, allocator, result, lock);
+      node->subscribe(session, path, allocator, result, lock);
     } catch (...) {
       take_back();
       throw;
@@ -239,9 +239,9 @@ void nx_db::subscribe(const std::shared_ptr<nx_session>& session,
     if (is_present(*node)) return;
     node->unsubscribe(session);
     take_back();
-    node = find(*path);
+    node = find(path);
   }
-  no_such_path(*path);
+  no_such_path(path);
 }
 
 bool nx_db::is_present(const nx_db_leaf_node& node) const {

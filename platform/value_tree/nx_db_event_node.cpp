@@ -144,7 +144,7 @@ void nx_db_event_node::forget_closed_sessions() {
 
 void nx_db_event_node::send_event_to_session_impl(json_document&& event, bool first,
                                                   std::shared_ptr<nx_session> session) {
-  const auto number = session->subscription_number(*shared_path());
+  const auto number = session->subscription_number(path());
   session->deliver(nx::frame_event(event), number, first);
 }
 

@@ -13,12 +13,12 @@ namespace {
 }  // namespace
 
 nx_db_node::nx_db_node(std::string name)
-    : name_(std::move(name)), path_(std::make_shared<const std::string>(name_)) {}
+    : name_(std::move(name)), path_(name_) {}
 
 nx_db_node::~nx_db_node() = default;
 
 std::string nx_db_node::get_path(unsigned depth) const {
-  std::string_view path = *path_;
+  std::string_view path = path_;
   for (; depth > 0; --depth)
     path = nx::first_segment(path).second;
   return std::string(path);

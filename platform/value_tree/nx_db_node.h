@@ -40,9 +40,7 @@ class nx_db_node : public std::enable_shared_from_this<nx_db_node> {
   std::string get_path(unsigned depth) const;
 
   /// The whole path.
-  const std::string& path() const { return *path_; }
-  /// The same, for callers that keep many.
-  std::shared_ptr<const std::string> shared_path() const { return path_; }
+  const std::string& path() const { return path_; }
 
   /// True once the node has been replaced or removed: it is no longer polled.
   bool is_retired() const { return retired_; }
@@ -52,7 +50,7 @@ class nx_db_node : public std::enable_shared_from_this<nx_db_node> {
   std::atomic<bool> retired_{false};
   std::string name_;
   // Set by nx_db::add_node before the node can be reached; constant afterwards.
-  std::shared_ptr<const std::string> path_;
+  std::string path_;
   std::shared_ptr<nx::path_history> history_;  // a node's successor continues it
 };
 

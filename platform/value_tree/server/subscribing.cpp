@@ -56,7 +56,7 @@ void subscribing::begin(std::span<const node_pointer> nodes, reach how) {
   const auto gone = take_out_replaced(nodes);
   hand_over();
   for (const auto& path : gone)
-    begin_again(*path, how);
+    begin_again(path, how);
 }
 
 void subscribing::begin_one(const node_pointer& node, nx_subscription_number number) {
@@ -111,9 +111,8 @@ void subscribing::give_up(nx_db_leaf_node& node) {
 
 // A session that subscribes while the node is replaced may be missed when the subscribers are
 // moved. Texts are taken out from the end, so that the places before them stay right.
-std::vector<std::shared_ptr<const std::string>> subscribing::take_out_replaced(
-    std::span<const node_pointer> nodes) {
-  std::vector<std::shared_ptr<const std::string>> gone;
+std::vector<std::string> subscribing::take_out_replaced(std::span<const node_pointer> nodes) {
+  std::vector<std::string> gone;
   if (db_.are_present(nodes)) return gone;
   for (auto i = nodes.size(); i-- > 0;) {
     if (db_.is_present(*nodes[i])) continue;
@@ -127,7 +126,7 @@ std::vector<std::shared_ptr<const std::string>> subscribing::take_out_replaced(
       places_[later].member -= members;
       places_[later].line -= lines;
     }
-    gone.push_back(nodes[i]->shared_path());
+    gone.push_back(nodes[i]->path());
   }
   return gone;
 }

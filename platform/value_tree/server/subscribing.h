@@ -61,8 +61,7 @@ class subscribing {
   void add_texts(std::string_view path, nx_db_leaf_node::first_value kind);
   void cut_from(place start);
   void give_up(nx_db_leaf_node& node);
-  std::vector<std::shared_ptr<const std::string>> take_out_replaced(
-      std::span<const node_pointer> nodes);
+  std::vector<std::string> take_out_replaced(std::span<const node_pointer> nodes);
   void begin_again(const std::string& path, reach how);
   void hand_over();
 
