@@ -18,7 +18,7 @@
 #include "platform/value_tree/server/request_handler.h"
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/line_splitter.h"
-#include "platform/wire/plain_event.h"
+#include "platform/wire/plain_message.h"
 
 namespace {
 

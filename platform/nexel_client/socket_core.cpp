@@ -13,7 +13,6 @@
 #include "platform/note_log/note_log.h"
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_rpc.h"
-#include "platform/wire/plain_event.h"
 
 namespace nx {
 
