@@ -9,7 +9,6 @@
 
 #include "platform/nexel_client/client_errors.h"
 #include "platform/nexel_client/request_text.h"
-#include "platform/nexel_client/subscription_call.h"
 #include "platform/note_log/note_log.h"
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_rpc.h"
@@ -19,6 +18,30 @@ namespace nx {
 namespace {
 
 using clock = std::chrono::steady_clock;
+
+/// Between a refused subscription and the next try.
+constexpr std::chrono::seconds retry_interval{1};
+
+/// The request behind a subscription: its result goes to the table.
+class subscription_call final : public nexel_object {
+ public:
+  subscription_call(const std::string& path, subscription_table& table)
+      : nexel_object(path), table_(table) {}
+
+  const char* method() const override { return "subscribe"; }
+  void write_request_data(json_value&, json_allocator&) const override {}
+  void process_ok_response(const json_value&) override { table_.confirmed(get_path()); }
+  void process_error_response(const nx_client_exception& error) override {
+    table_.refused(get_path(), error, clock::now() + retry_interval);
+  }
+  /// A lost connection is reported to all subscribers at once, not here.
+  void report_local_error(const nx_client_exception& error) override {
+    if (error.code != nx_error::not_connected) process_error_response(error);
+  }
+
+ private:
+  subscription_table& table_;
+};
 
 }  // namespace
 
@@ -218,7 +241,7 @@ std::vector<live_calls::call> socket_core::due_subscriptions(time_point now) {
 void socket_core::watch_subscriptions() {
   if (watching_subscriptions_ || subscriptions_.empty()) return;
   watching_subscriptions_ = true;
-  subscriptions_timer_.expires_after(subscription_call::retry_interval);
+  subscriptions_timer_.expires_after(retry_interval);
   subscriptions_timer_.async_wait([weak = weak_from_this()](const auto&) {
     auto self = weak.lock();
     if (!self) return;
@@ -236,7 +259,7 @@ void socket_core::tend_subscriptions() {
                     "}\n");
     }
     // Subscriptions refused just after the last round are due now, not a round later.
-    send(due_subscriptions(clock::now() + subscription_call::retry_interval / 2));
+    send(due_subscriptions(clock::now() + retry_interval / 2));
   }
   watch_subscriptions();
 }
