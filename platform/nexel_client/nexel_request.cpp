@@ -9,10 +9,7 @@
 namespace {
 
 const nx::json_value& answer_of(const nx::json_value& result, const std::string& path) {
-  if (result.IsObject()) {
-    auto member = result.FindMember(path.c_str());
-    if (member != result.MemberEnd()) return member->value;
-  }
+  if (const auto* answer = nx::member_of(result, path.c_str())) return *answer;
   throw nx_client_exception{nx_error::invalid, "The answer holds no value for " + path, path};
 }
 

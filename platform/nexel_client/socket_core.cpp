@@ -135,20 +135,21 @@ void socket_core::fail_unconnected(const live_calls::objects& calls) {
 }
 
 void socket_core::answer(const json_value& message) {
-  const auto id = message.FindMember("id");
-  if (id == message.MemberEnd()) return;
-  const auto error = message.FindMember("error");
-  const auto result = message.FindMember("result");
-  if (!id->value.IsUint64()) {
+  const auto* id = member_of(message, "id");
+  if (!id) return;
+  if (!id->IsUint64()) {
     calls_.answered();
     return log_nonsense(" answers without an id: " + json_text(message));
   }
   pace_.reset();
-  auto object = calls_.answered(id->value.GetUint64());
+  auto object = calls_.answered(id->GetUint64());
   if (!object) return;
-  if (result != message.MemberEnd()) return object->process_ok_response(result->value);
+  if (const auto* result = member_of(message, "result")) {
+    return object->process_ok_response(*result);
+  }
   const json_value none;
-  const auto fault = json_rpc::error_from_value(error == message.MemberEnd() ? none : error->value);
+  const auto* error = member_of(message, "error");
+  const auto fault = json_rpc::error_from_value(error ? *error : none);
   object->process_error_response({fault.code, fault.message, object->get_path()});
 }
 
