@@ -59,17 +59,6 @@ bool client_loop<T>::is_operational() {
 }
 
 template <class T>
-template <class Action>
-void client_loop<T>::for_each_ready_channel(Action&& action) {
-  // A channel whose values could not be created is in the plan without them.
-  for (const auto& [frequency, control] : *plan_->get_channels()) {
-    if (!control->get_channel()->is_api_ready()) continue;
-    const log_subject subject(direction_.word, control->get_channel()->get_id());
-    action(control);
-  }
-}
-
-template <class T>
 void client_loop<T>::declare_reads(std::vector<device::read_wish>& wishes) {
   for (const auto& device : devices_)
     device->declare_reads(wishes);

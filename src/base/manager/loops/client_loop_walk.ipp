@@ -18,6 +18,17 @@
 namespace manager::loops {
 
 template <class T>
+template <class Action>
+void client_loop<T>::for_each_ready_channel(Action&& action) {
+  // A channel whose values could not be created is in the plan without them.
+  for (const auto& [frequency, control] : *plan_->get_channels()) {
+    if (!control->get_channel()->is_api_ready()) continue;
+    const log_subject subject(direction_.word, control->get_channel()->get_id());
+    action(control);
+  }
+}
+
+template <class T>
 bool client_loop<T>::walk_channels(nx_db& db, bool regulate) {
   helpers::walk_guard walk;
   device::cycle_writes writes;
