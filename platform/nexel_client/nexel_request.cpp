@@ -4,6 +4,7 @@
 
 #include "platform/wire/failure.h"
 #include "platform/wire/json_conversion.h"
+#include "platform/wire/limits.h"
 #include "platform/wire/nx_error.h"
 
 namespace {
@@ -30,6 +31,20 @@ std::exception_ptr pointer_to(const nx_client_exception& error) {
 }
 
 }  // namespace
+
+std::string nexel_object::params_text() const {
+  nx::json_document params(rapidjson::kObjectType);
+  params.AddMember("path", nx::to_json(path_, params.GetAllocator()), params.GetAllocator());
+  write_request_data(params, params.GetAllocator());
+  std::string text = nx::json_text(params);
+  constexpr std::size_t envelope = 128;
+  if (text.size() + envelope > nx::limits::line_bytes) {
+    throw nx_error(nx_error::invalid, "Request of " + std::to_string(text.size()) +
+                                          " bytes is beyond the limit of " +
+                                          std::to_string(nx::limits::line_bytes));
+  }
+  return text;
+}
 
 template <class T>
 const char* nexel_read_object<T>::method() const {

@@ -86,7 +86,7 @@ void socket_core::call(const nexel_request& request) {
     try {
       if (io_.stopped())
         throw nx_error(nx_error::not_connected, not_connected_to(address_.text(), {}).message);
-      calls.push_back({object, params_text(*object)});
+      calls.push_back({object, object->params_text()});
     } catch (const nx_error& error) {
       object->report_local_error({error.code, error.message, object->get_path()});
     }
