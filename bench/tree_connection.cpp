@@ -6,8 +6,7 @@
 #include <array>
 #include <stdexcept>
 
-#include "platform/wire/plain_event.h"
-#include "platform/wire/plain_result.h"
+#include "platform/wire/plain_message.h"
 
 namespace bench {
 namespace {

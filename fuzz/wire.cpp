@@ -8,7 +8,6 @@
 #include "api/config_param.h"
 #include "api/const_value.h"
 #include "api/hysteresis_filtered_value.h"
-#include "api/polled_volatile_value_impl.h"
 #include "api/status_value.h"
 #include "api/volatile_value.h"
 #include "fuzz/check.h"
@@ -18,7 +17,7 @@
 #include "platform/value_tree/server/request_handler.h"
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/line_splitter.h"
-#include "platform/wire/plain_event.h"
+#include "platform/wire/plain_message.h"
 
 namespace {
 

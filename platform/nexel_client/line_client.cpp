@@ -174,16 +174,13 @@ json_document line_client::call(const std::string& method, const std::string& pa
     }
     // An answer without an id is for a request that the server could not read: this one. An older
     // id is a late answer to a call that has failed.
-    const auto answered = message->FindMember("id");
-    if (answered != message->MemberEnd() && answered->value.IsUint64() &&
-        answered->value.GetUint64() != id) {
-      continue;
-    }
-    if (message->HasMember("result")) return copy_of((*message)["result"]);
+    const auto* answered = member_of(*message, "id");
+    if (answered && answered->IsUint64() && answered->GetUint64() != id) continue;
+    if (const auto* result = member_of(*message, "result")) return copy_of(*result);
     const json_value none;
-    const auto error =
-        json_rpc::error_from_value(message->HasMember("error") ? (*message)["error"] : none);
-    throw nx_client_exception{error.code, error.message, path_in(params_text)};
+    const auto* error = member_of(*message, "error");
+    const auto fault = json_rpc::error_from_value(error ? *error : none);
+    throw nx_client_exception{fault.code, fault.message, path_in(params_text)};
   }
   throw nx_client_exception{nx_error::no_answer, "No answer in time: " + impl_->name,
                             path_in(params_text)};

@@ -4,15 +4,13 @@
 
 #include "platform/wire/failure.h"
 #include "platform/wire/json_conversion.h"
+#include "platform/wire/limits.h"
 #include "platform/wire/nx_error.h"
 
 namespace {
 
 const nx::json_value& answer_of(const nx::json_value& result, const std::string& path) {
-  if (result.IsObject()) {
-    auto member = result.FindMember(path.c_str());
-    if (member != result.MemberEnd()) return member->value;
-  }
+  if (const auto* answer = nx::member_of(result, path.c_str())) return *answer;
   throw nx_client_exception{nx_error::invalid, "The answer holds no value for " + path, path};
 }
 
@@ -33,6 +31,20 @@ std::exception_ptr pointer_to(const nx_client_exception& error) {
 }
 
 }  // namespace
+
+std::string nexel_object::params_text() const {
+  nx::json_document params(rapidjson::kObjectType);
+  params.AddMember("path", nx::to_json(path_, params.GetAllocator()), params.GetAllocator());
+  write_request_data(params, params.GetAllocator());
+  std::string text = nx::json_text(params);
+  constexpr std::size_t envelope = 128;
+  if (text.size() + envelope > nx::limits::line_bytes) {
+    throw nx_error(nx_error::invalid, "Request of " + std::to_string(text.size()) +
+                                          " bytes is beyond the limit of " +
+                                          std::to_string(nx::limits::line_bytes));
+  }
+  return text;
+}
 
 template <class T>
 const char* nexel_read_object<T>::method() const {

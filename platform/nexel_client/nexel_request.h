@@ -25,6 +25,10 @@ class nexel_object {
   virtual const char* method() const = 0;
   /// Adds to `params` what the method needs besides the path.
   virtual void write_request_data(nx::json_value& params, nx::json_allocator& allocator) const = 0;
+  /// The path and what the object adds to it, as text, written while the data that it is made from
+  /// is at hand. Throws nx_error -22 for a number that is not finite or a text longer than a line
+  /// may be.
+  std::string params_text() const;
   /// `result` is the whole result of the request, {path: value} or {}.
   virtual void process_ok_response(const nx::json_value& result) = 0;
   virtual void process_error_response(const nx_client_exception& error) = 0;

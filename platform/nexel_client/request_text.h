@@ -1,17 +1,19 @@
-// The params of requests as text, written while the data they are made from is at hand.
+// The params of requests that name a path and nothing else, as text. What a request of the client
+// library adds to its path is written by its object (nexel_request.h).
 #pragma once
 
 #include <string>
 
-#include "platform/nexel_client/nexel_request.h"
+#include "platform/wire/json_text.h"
 
 namespace nx {
 
 /// {"path":PATH}
-std::string params_text(const std::string& path);
-
-/// The path and what the object adds to it. Throws nx_error -22 for a number that is not finite or
-/// a text longer than a line may be.
-std::string params_text(const nexel_object& object);
+inline std::string params_text(const std::string& path) {
+  std::string text = R"({"path":)";
+  append_json_string(text, path);
+  text += '}';
+  return text;
+}
 
 }  // namespace nx

@@ -9,17 +9,39 @@
 
 #include "platform/nexel_client/client_errors.h"
 #include "platform/nexel_client/request_text.h"
-#include "platform/nexel_client/subscription_call.h"
 #include "platform/note_log/note_log.h"
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_rpc.h"
-#include "platform/wire/plain_event.h"
 
 namespace nx {
 
 namespace {
 
 using clock = std::chrono::steady_clock;
+
+/// Between a refused subscription and the next try.
+constexpr std::chrono::seconds retry_interval{1};
+
+/// The request behind a subscription: its result goes to the table.
+class subscription_call final : public nexel_object {
+ public:
+  subscription_call(const std::string& path, subscription_table& table)
+      : nexel_object(path), table_(table) {}
+
+  const char* method() const override { return "subscribe"; }
+  void write_request_data(json_value&, json_allocator&) const override {}
+  void process_ok_response(const json_value&) override { table_.confirmed(get_path()); }
+  void process_error_response(const nx_client_exception& error) override {
+    table_.refused(get_path(), error, clock::now() + retry_interval);
+  }
+  /// A lost connection is reported to all subscribers at once, not here.
+  void report_local_error(const nx_client_exception& error) override {
+    if (error.code != nx_error::not_connected) process_error_response(error);
+  }
+
+ private:
+  subscription_table& table_;
+};
 
 }  // namespace
 
@@ -64,7 +86,7 @@ void socket_core::call(const nexel_request& request) {
     try {
       if (io_.stopped())
         throw nx_error(nx_error::not_connected, not_connected_to(address_.text(), {}).message);
-      calls.push_back({object, params_text(*object)});
+      calls.push_back({object, object->params_text()});
     } catch (const nx_error& error) {
       object->report_local_error({error.code, error.message, object->get_path()});
     }
@@ -113,20 +135,21 @@ void socket_core::fail_unconnected(const live_calls::objects& calls) {
 }
 
 void socket_core::answer(const json_value& message) {
-  const auto id = message.FindMember("id");
-  if (id == message.MemberEnd()) return;
-  const auto error = message.FindMember("error");
-  const auto result = message.FindMember("result");
-  if (!id->value.IsUint64()) {
+  const auto* id = member_of(message, "id");
+  if (!id) return;
+  if (!id->IsUint64()) {
     calls_.answered();
     return log_nonsense(" answers without an id: " + json_text(message));
   }
   pace_.reset();
-  auto object = calls_.answered(id->value.GetUint64());
+  auto object = calls_.answered(id->GetUint64());
   if (!object) return;
-  if (result != message.MemberEnd()) return object->process_ok_response(result->value);
+  if (const auto* result = member_of(message, "result")) {
+    return object->process_ok_response(*result);
+  }
   const json_value none;
-  const auto fault = json_rpc::error_from_value(error == message.MemberEnd() ? none : error->value);
+  const auto* error = member_of(message, "error");
+  const auto fault = json_rpc::error_from_value(error ? *error : none);
   object->process_error_response({fault.code, fault.message, object->get_path()});
 }
 
@@ -219,7 +242,7 @@ std::vector<live_calls::call> socket_core::due_subscriptions(time_point now) {
 void socket_core::watch_subscriptions() {
   if (watching_subscriptions_ || subscriptions_.empty()) return;
   watching_subscriptions_ = true;
-  subscriptions_timer_.expires_after(subscription_call::retry_interval);
+  subscriptions_timer_.expires_after(retry_interval);
   subscriptions_timer_.async_wait([weak = weak_from_this()](const auto&) {
     auto self = weak.lock();
     if (!self) return;
@@ -237,7 +260,7 @@ void socket_core::tend_subscriptions() {
                     "}\n");
     }
     // Subscriptions refused just after the last round are due now, not a round later.
-    send(due_subscriptions(clock::now() + subscription_call::retry_interval / 2));
+    send(due_subscriptions(clock::now() + retry_interval / 2));
   }
   watch_subscriptions();
 }

@@ -15,7 +15,7 @@
 #include "platform/nexel_client/reconnect_pace.h"
 #include "platform/nexel_client/serial_executor.h"
 #include "platform/nexel_client/subscription_table.h"
-#include "platform/wire/plain_result.h"
+#include "platform/wire/plain_message.h"
 
 namespace nx {
 

@@ -20,18 +20,6 @@ bool all_dead(const subscribers_list& list) {
   return std::all_of(list.begin(), list.end(), [](const auto& one) { return one.expired(); });
 }
 
-const json_value* member_of(const json_value& object, const char* name) {
-  if (!object.IsObject()) return nullptr;
-  auto found = object.FindMember(name);
-  return found == object.MemberEnd() ? nullptr : &found->value;
-}
-
-std::string text_of(const json_value& object, const char* name) {
-  const json_value* member = member_of(object, name);
-  if (!member || !member->IsString()) return {};
-  return {member->GetString(), member->GetStringLength()};
-}
-
 }  // namespace
 
 // A receiver that throws, as for a value of the wrong type, must not affect others. It would throw
@@ -129,9 +117,9 @@ void subscription_table::cancel() {
 void subscription_table::receive(const json_value& message) {
   const json_value* params = member_of(message, "params");
   if (!params) return;
-  const std::string path = text_of(*params, "path");
-  const std::string method = text_of(message, "method");
-  if (method == "ended") return ended(path, text_of(*params, "reason"));
+  const std::string path = text_member(*params, "path");
+  const std::string method = text_member(message, "method");
+  if (method == "ended") return ended(path, text_member(*params, "reason"));
   if (method != "event") return;
   if (const json_value* value = member_of(*params, "value")) return changed(path, *value);
   auto at = entries_.find(path);
@@ -139,7 +127,7 @@ void subscription_table::receive(const json_value& message) {
   if (const json_value* error = member_of(*params, "error")) {
     const json_value* code = member_of(*error, "code");
     const nx_client_exception exception{code && code->IsInt() ? code->GetInt() : -1,
-                                        text_of(*error, "message"), path};
+                                        text_member(*error, "message"), path};
     tell(path, at->second,
          [&](nexel_subscriber& one) { one.send_exception_event(path, exception); });
   }

@@ -178,4 +178,16 @@ void append_json<json_document>(std::string& out, const json_document& value) {
   append_json_text(out, value);
 }
 
+const json_value* member_of(const json_value& object, const char* name) {
+  if (!object.IsObject()) return nullptr;
+  const auto found = object.FindMember(name);
+  return found == object.MemberEnd() ? nullptr : &found->value;
+}
+
+std::string text_member(const json_value& object, const char* name) {
+  const auto* member = member_of(object, name);
+  if (!member || !member->IsString()) return {};
+  return {member->GetString(), member->GetStringLength()};
+}
+
 }  // namespace nx

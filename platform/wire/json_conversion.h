@@ -43,6 +43,11 @@ json_value to_json(const T& value, json_allocator& allocator);
 template <class T>
 void append_json(std::string& out, const T& value);
 
+/// The member of that name; null if there is none, and for a value that is no object.
+const json_value* member_of(const json_value& object, const char* name);
+/// Its text; empty unless it is a string.
+std::string text_member(const json_value& object, const char* name);
+
 /// Parses one text. Throws nx_error -32700, saying what is wrong and where, for text that is not
 /// JSON, not UTF-8 or nested deeper than the limit of the protocol.
 json_document parse_json(const char* text, std::size_t size);

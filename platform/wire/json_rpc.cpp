@@ -91,10 +91,9 @@ json_value error_value(const nx_error& error, json_allocator& allocator) {
 
 bool is_error_value(const json_value& value) {
   if (!value.IsObject() || value.MemberCount() != 2) return false;
-  const auto code = value.FindMember("code");
-  const auto message = value.FindMember("message");
-  return code != value.MemberEnd() && code->value.IsInt() && message != value.MemberEnd() &&
-         message->value.IsString();
+  const auto* code = member_of(value, "code");
+  const auto* message = member_of(value, "message");
+  return code && code->IsInt() && message && message->IsString();
 }
 
 json_value value_in_error(json_value error, json_allocator& allocator) {
@@ -105,14 +104,11 @@ json_value value_in_error(json_value error, json_allocator& allocator) {
 
 nx_error error_from_value(const json_value& error) {
   nx_error found(nx_error::foreign, "Unknown error!");
-  if (!error.IsObject()) return found;
-  if (const auto code = error.FindMember("code");
-      code != error.MemberEnd() && code->value.IsInt()) {
-    found.code = code->value.GetInt();
+  if (const auto* code = member_of(error, "code"); code && code->IsInt()) {
+    found.code = code->GetInt();
   }
-  const auto message = error.FindMember("message");
-  if (message != error.MemberEnd() && message->value.IsString()) {
-    found.message.assign(message->value.GetString(), message->value.GetStringLength());
+  if (const auto* message = member_of(error, "message"); message && message->IsString()) {
+    found.message = text_member(error, "message");
   }
   return found;
 }

@@ -8,11 +8,18 @@
 #include <string>
 #include <utility>
 
+#include "api/async_volatile_value.h"
 #include "api/attach.h"
-#include "api/polled_volatile_value_impl.h"
+#include "api/filtered_value.h"
 #include "api/pushed_volatile_value_impl.h"
 
 namespace nx::api {
+
+/// A getter as the source.
+template <auto Getter>
+using polled_volatile_value_impl =
+    async_volatile_value<polled_value_base<typename member_traits<decltype(Getter)>::result_type>,
+                         Getter>;
 
 template <class Impl>
 class hysteresis_filtered_value;

@@ -1,10 +1,16 @@
-// The client library's callback for one subscribed path: converts and judges each value, stores it,
-// and reports to the path's state, which it does not keep alive. Called on the I/O thread.
+// One subscribed path: its state, and the client library's callback, which converts and judges each
+// value, stores it and updates the state. The callback does not keep the state alive: a subscriber
+// that drops a path hears no more of it.
+//
+// The client library's I/O thread reports, the loops ask the state.
 #pragma once
 
 #include <atomic>
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "device/reading_kind.h"
 #include "device/subscriber_values.h"
@@ -13,7 +19,36 @@
 
 namespace device {
 
-class path_event;
+/// The state of one subscribed path.
+class path_event {
+ public:
+  explicit path_event(std::string path);
+  ~path_event();
+  path_event(const path_event&) = delete;
+  path_event& operator=(const path_event&) = delete;
+
+  /// T: bool, float, std::string. `store` takes the value.
+  template <class T>
+  void on_value_changed(std::string_view path, const std::function<void(T)>& store, T value);
+  /// A failure that repeats, as a refused subscription does each second, is reported once.
+  void on_exception_received(std::string_view path, const nx_client_exception& exception);
+  void on_variable_removed(std::string_view path, subscription_ended_rc reason);
+
+  /// False from the first failure on, permanently: only a new subscription repairs a path. Marks a
+  /// path that fails repeatedly as removed.
+  bool is_operational();
+  bool is_removed() const { return removed_; }
+
+  /// Number of consecutive failures, without a value in between, that a subscription survives.
+  static constexpr std::uint32_t exception_limit = 10;
+
+ private:
+  const std::string path_;
+  std::atomic<bool> operational_{true};
+  std::atomic<bool> removed_{false};
+  std::atomic<std::uint32_t> exception_count_{0};
+  std::string last_failure_;  // the reporting thread's
+};
 
 /// Active on a path as long as its numbers are outside the range of their kind.
 inline constexpr helpers::guard_kind plausibility_guard{"plausibility"};

@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "device/nexel_value_subscriber.h"
-#include "device/path_event.h"
 #include "helpers/logger.h"
 #include "helpers/waiting.h"
 #include "platform/nexel_client/nexel_client.h"

@@ -82,12 +82,17 @@ class value_table {
   }
 
   std::optional<reading<T>> find(const std::string& path) const {
-    return find_if(path, [](const entry& kept) { return kept.is_there; });
+    const std::shared_lock lock(mutex_);
+    const auto found = values_.find(path);
+    if (found == values_.end() || !found->second.is_there) return std::nullopt;
+    return found->second;
   }
 
   /// Empty unless the newest report of the present subscription was a measured value.
   std::optional<reading<T>> find_known(const std::string& path) const {
-    return find_if(path, [](const entry& kept) { return kept.is_there && kept.is_sound; });
+    auto found = find(path);
+    if (found && !found->is_sound) found.reset();
+    return found;
   }
 
   /// Since when each report on a path that the nexel has was something else than a value; empty
@@ -120,14 +125,6 @@ class value_table {
     bool is_refused = false;   // the present subscription was refused at its last try
     std::optional<std::chrono::steady_clock::time_point> failing_since{};
   };
-
-  template <class Wanted>
-  std::optional<reading<T>> find_if(const std::string& path, Wanted wanted) const {
-    const std::shared_lock lock(mutex_);
-    const auto found = values_.find(path);
-    if (found == values_.end() || !wanted(found->second)) return std::nullopt;
-    return found->second;
-  }
 
   mutable std::shared_mutex mutex_;  // no other mutex is taken under it
   std::map<std::string, entry> values_;

@@ -1,6 +1,6 @@
 #include "device/system.h"
 
-#include "device/hardware/client.h"
+#include "device/hardware/proxy.h"
 #include "platform/nexel_client/nexel_client.h"
 
 namespace device::system {

@@ -1,7 +1,7 @@
 // What every fake proxy answers where the tests do not care.
 #pragma once
 
-#include "device/hardware/refusals.h"
+#include "device/hardware/proxy.h"
 #include "platform/wire/nx_client_exception.h"
 
 namespace test {

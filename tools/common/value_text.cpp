@@ -5,6 +5,7 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
+#include "platform/wire/json_conversion.h"
 #include "platform/wire/json_rpc.h"
 #include "platform/wire/shown_text.h"
 #include "tools/common/units.h"
@@ -26,11 +27,9 @@ std::string rounded(const nx::json_value& number) {
 
 std::optional<nx_error> error_in(const nx::json_value& value) {
   if (!value.IsObject() || value.MemberCount() != 1) return std::nullopt;
-  const auto error = value.FindMember("error");
-  if (error == value.MemberEnd() || !nx::json_rpc::is_error_value(error->value)) {
-    return std::nullopt;
-  }
-  return nx::json_rpc::error_from_value(error->value);
+  const auto* error = nx::member_of(value, "error");
+  if (!error || !nx::json_rpc::is_error_value(*error)) return std::nullopt;
+  return nx::json_rpc::error_from_value(*error);
 }
 
 std::string error_text(const nx_error& error) {

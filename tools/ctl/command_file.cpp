@@ -33,10 +33,9 @@ std::string product_of(context& with) {
 }
 
 bool is_writable(const nx::json_value& record) {
-  if (!record.IsObject()) return false;
-  const auto capabilities = record.FindMember("capabilities");
-  return capabilities != record.MemberEnd() && capabilities->value.IsObject() &&
-         capabilities->value.HasMember("write") && capabilities->value["write"].IsTrue();
+  const auto* capabilities = nx::member_of(record, "capabilities");
+  const auto* write = capabilities ? nx::member_of(*capabilities, "write") : nullptr;
+  return write && write->IsTrue();
 }
 
 std::string read_from(std::istream& file, const std::string& name) {
@@ -128,12 +127,12 @@ struct outcome {
 
 void load_one(context& with, const std::string& path, const std::string& value,
               const nx::json_value& present, outcome& into) {
-  const auto found = present.FindMember(path.c_str());
-  if (found == present.MemberEnd()) {
+  const auto* found = nx::member_of(present, path.c_str());
+  if (!found) {
     into.missing.push_back(path);
     return;
   }
-  if (nx::json_text(found->value) == value) {
+  if (nx::json_text(*found) == value) {
     into.same.push_back(path);
     return;
   }

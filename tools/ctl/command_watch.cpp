@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/nexel_client/line_client.h"
+#include "platform/wire/json_conversion.h"
 #include "tools/ctl/context.h"
 #include "tools/ctl/exit_code.h"
 #include "tools/ctl/format.h"
@@ -48,9 +49,8 @@ void subscribe(context& with, const std::vector<std::string>& paths) {
 }
 
 void print_event(const context& with, const nx::json_value& message) {
-  const auto params = message.FindMember("params");
-  const bool raw = with.json && params != message.MemberEnd();
-  fmt::print("{}\n", raw ? nx::json_text(params->value) : event_line(message));
+  const auto* params = with.json ? nx::member_of(message, "params") : nullptr;
+  fmt::print("{}\n", params ? nx::json_text(*params) : event_line(message));
   std::fflush(stdout);
 }
 

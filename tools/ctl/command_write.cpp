@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "platform/wire/json_conversion.h"
 #include "tools/common/value_text.h"
 #include "tools/ctl/context.h"
 #include "tools/ctl/exit_code.h"
@@ -18,20 +19,18 @@ namespace {
 /// The type that the path accepts, from its own record; empty if the record does not say.
 std::string value_type_of(context& with, const std::string& path) {
   const auto records = with.ask("info", path);
-  const auto record = records.FindMember(path.c_str());
-  if (record == records.MemberEnd() || !record->value.IsObject()) return "";
-  const auto type = record->value.FindMember("valueType");
-  return type != record->value.MemberEnd() && type->value.IsString() ? type->value.GetString() : "";
+  const auto* record = nx::member_of(records, path.c_str());
+  return record ? nx::text_member(*record, "valueType") : "";
 }
 
 /// A plain write has no answer and prints nothing; a command prints its answer, and false means
 /// refused.
 int print_answer(const context& with, const std::string& path, const nx::json_value& result) {
   if (with.json) fmt::print("{}\n", nx::json_text(result));
-  const auto answer = result.FindMember(path.c_str());
-  if (answer == result.MemberEnd()) return exit_ok;
-  if (!with.json) fmt::print("{}\n", value_text(path, answer->value, detail::bare));
-  return answer->value.IsFalse() ? exit_refused : exit_ok;
+  const auto* answer = nx::member_of(result, path.c_str());
+  if (!answer) return exit_ok;
+  if (!with.json) fmt::print("{}\n", value_text(path, *answer, detail::bare));
+  return answer->IsFalse() ? exit_refused : exit_ok;
 }
 
 int set(context& with, const std::string& path, const std::string& word) {

@@ -17,17 +17,11 @@ namespace tools::ctl {
 
 namespace {
 
-std::string text_of(const nx::json_value& object, const char* member) {
-  if (!object.IsObject()) return "";
-  const auto found = object.FindMember(member);
-  return found != object.MemberEnd() && found->value.IsString() ? found->value.GetString() : "";
-}
-
 std::string may_of(const nx::json_value& record) {
-  const auto capabilities = record.FindMember("capabilities");
-  if (capabilities == record.MemberEnd() || !capabilities->value.IsObject()) return "-";
+  const auto* capabilities = nx::member_of(record, "capabilities");
+  if (!capabilities || !capabilities->IsObject()) return "-";
   std::string may;
-  for (const auto& capability : capabilities->value.GetObject()) {
+  for (const auto& capability : capabilities->GetObject()) {
     if (!capability.value.IsTrue()) continue;
     may += (may.empty() ? "" : ",") + std::string(capability.name.GetString());
   }
@@ -45,14 +39,14 @@ std::string accepted_text(const nx::json_value& constraints) {
   const auto add = [&](const char* before, const nx::json_value& value) {
     text += before + (value.IsString() ? value.GetString() : nx::json_text(value));
   };
-  if (const auto allowed = constraints.FindMember("allowed"); allowed != constraints.MemberEnd()) {
-    for (const auto& value : allowed->value.GetArray())
+  if (const auto* allowed = nx::member_of(constraints, "allowed")) {
+    for (const auto& value : allowed->GetArray())
       add(text.empty() ? "" : ", ", value);
     return text;
   }
   for (const auto& [name, before] :
        {std::pair{"min", ""}, {"max", " to "}, {"grid", " in steps of "}}) {
-    if (constraints.HasMember(name)) add(before, constraints[name]);
+    if (const auto* limit = nx::member_of(constraints, name)) add(before, *limit);
   }
   return text;
 }
@@ -178,36 +172,33 @@ std::string info_line(const std::string& path, const nx::json_value& record) {
   if (!record.IsObject()) {
     return fmt::format("{}  {}", shown, nx::shown_text(nx::json_text(record)));
   }
-  auto kind = text_of(record, "type");
-  auto type = text_of(record, "valueType");
-  const auto constraints = record.FindMember("constraints");
-  const bool limited = constraints != record.MemberEnd() && constraints->value.IsObject();
+  auto kind = nx::text_member(record, "type");
+  auto type = nx::text_member(record, "valueType");
+  const auto* constraints = nx::member_of(record, "constraints");
+  const bool limited = constraints && constraints->IsObject();
   const auto rest =
       fmt::format("{}  {}  {}{}{}{}", kind.empty() ? "-" : kind, type.empty() ? "-" : type,
-                  may_of(record), column(text_of(record, "unit")),
-                  column(limited ? accepted_text(constraints->value) : ""), rest_of(record));
+                  may_of(record), column(nx::text_member(record, "unit")),
+                  column(limited ? accepted_text(*constraints) : ""), rest_of(record));
   return fmt::format("{}  {}", shown, nx::shown_text(rest));
 }
 
 std::string event_line(const nx::json_value& message) {
-  const auto params = message.FindMember("params");
-  if (params == message.MemberEnd() || !params->value.IsObject()) {
-    return nx::shown_text(nx::json_text(message));
-  }
-  const auto path = text_of(params->value, "path");
+  const auto* params = nx::member_of(message, "params");
+  if (!params || !params->IsObject()) return nx::shown_text(nx::json_text(message));
+  const auto path = nx::text_member(*params, "path");
   const auto shown = nx::shown_text(path);
-  if (text_of(message, "method") == "ended") {
-    return fmt::format("{}  ended: {}", shown, nx::shown_text(text_of(params->value, "reason")));
+  if (nx::text_member(message, "method") == "ended") {
+    return fmt::format("{}  ended: {}", shown, nx::shown_text(nx::text_member(*params, "reason")));
   }
-  const auto time = nx::shown_text(text_of(params->value, "time"));
-  if (const auto value = params->value.FindMember("value"); value != params->value.MemberEnd()) {
-    return fmt::format("{}  {}  {}", time, shown,
-                       value_text(path, value->value, detail::with_unit));
+  const auto time = nx::shown_text(nx::text_member(*params, "time"));
+  if (const auto* value = nx::member_of(*params, "value")) {
+    return fmt::format("{}  {}  {}", time, shown, value_text(path, *value, detail::with_unit));
   }
-  const auto error = params->value.FindMember("error");
-  if (error == params->value.MemberEnd()) return fmt::format("{}  {}", time, shown);
+  const auto* error = nx::member_of(*params, "error");
+  if (!error) return fmt::format("{}  {}", time, shown);
   return fmt::format("{}  {}  ({})", time, shown,
-                     error_text(nx::json_rpc::error_from_value(error->value)));
+                     error_text(nx::json_rpc::error_from_value(*error)));
 }
 
 }  // namespace tools::ctl

@@ -28,9 +28,8 @@ nx::json_document document_of(const std::string& text) {
 }
 
 bool is_text(const nx::json_value& object, const char* name, std::string_view wanted = {}) {
-  const auto member = object.FindMember(name);
-  return member != object.MemberEnd() && member->value.IsString() &&
-         (wanted.empty() || wanted == member->value.GetString());
+  const auto* member = nx::member_of(object, name);
+  return member && member->IsString() && (wanted.empty() || wanted == member->GetString());
 }
 
 int turn_of(const std::string& path, const std::string& value) {
@@ -53,17 +52,16 @@ std::string file_text(parameter_file what) {
 
 parameter_file parsed_file(const std::string& text) {
   const auto document = document_of(text);
-  if (!document.IsObject() || !is_text(document, "format", format_name)) {
+  if (!is_text(document, "format", format_name)) {
     throw usage_error(
         fmt::format("this is not a file of parameters: \"format\" is not \"{}\"", format_name));
   }
-  const auto parameters = document.FindMember("parameters");
-  if (!is_text(document, "product") || parameters == document.MemberEnd() ||
-      !parameters->value.IsObject()) {
+  const auto* parameters = nx::member_of(document, "parameters");
+  if (!is_text(document, "product") || !parameters || !parameters->IsObject()) {
     throw usage_error("the file lacks \"product\" or \"parameters\"");
   }
   parameter_file file{document["product"].GetString(), {}};
-  for (const auto& member : parameters->value.GetObject()) {
+  for (const auto& member : parameters->GetObject()) {
     const std::string path = member.name.GetString();
     if (!path.starts_with("config/")) throw usage_error(path + " in the file is not a parameter");
     file.parameters.emplace_back(path, nx::json_text(member.value));

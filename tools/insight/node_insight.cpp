@@ -26,23 +26,17 @@ nx::json_document document_at(const readings& read, const std::string& path) {
 }
 
 std::string word_in(const nx::json_value& object, const char* name) {
-  if (!object.IsObject()) return "";
-  const auto found = object.FindMember(name);
-  if (found == object.MemberEnd() || !found->value.IsString()) return "";
-  return nx::shown_text(found->value.GetString());
+  return nx::shown_text(nx::text_member(object, name));
 }
 
 figure figure_in(const nx::json_value& object, const char* name) {
-  if (!object.IsObject()) return std::nullopt;
-  const auto found = object.FindMember(name);
-  if (found == object.MemberEnd() || !found->value.IsNumber()) return std::nullopt;
-  return found->value.GetDouble();
+  const auto* found = nx::member_of(object, name);
+  return found && found->IsNumber() ? figure(found->GetDouble()) : std::nullopt;
 }
 
 bool flag_in(const nx::json_value& object, const char* name) {
-  if (!object.IsObject()) return false;
-  const auto found = object.FindMember(name);
-  return found != object.MemberEnd() && found->value.IsTrue();
+  const auto* found = nx::member_of(object, name);
+  return found && found->IsTrue();
 }
 
 /// "No answer within 2 s: booster" of a channel whose state says the rest.

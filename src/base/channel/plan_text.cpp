@@ -16,10 +16,10 @@ struct bad_entry {
 };
 
 std::int64_t integer_member(const nx::json_value& entry, const char* name) {
-  const auto member = entry.FindMember(name);
-  if (member == entry.MemberEnd()) throw bad_entry{fmt::format("{} is missing", name)};
-  if (!member->value.IsInt()) throw bad_entry{fmt::format("{} is no integer", name)};
-  return member->value.GetInt();
+  const auto* member = nx::member_of(entry, name);
+  if (!member) throw bad_entry{fmt::format("{} is missing", name)};
+  if (!member->IsInt()) throw bad_entry{fmt::format("{} is no integer", name)};
+  return member->GetInt();
 }
 
 void require_range(const char* name, std::int64_t value, std::int64_t from, std::int64_t to) {
@@ -46,9 +46,8 @@ plan_entry parse_entry(const nx::json_value& entry, std::uint32_t band_slices) {
   require_range("width", width, 1, band_width(band_slices));
   plan_entry result{static_cast<std::uint32_t>(center), static_cast<std::uint32_t>(width),
                     static_cast<std::uint32_t>(port)};
-  const auto version = entry.FindMember("version");
-  if (version != entry.MemberEnd() && version->value.IsString()) {
-    result.version.assign(version->value.GetString(), version->value.GetStringLength());
+  if (const auto* version = nx::member_of(entry, "version"); version && version->IsString()) {
+    result.version = nx::text_member(entry, "version");
   }
   return result;
 }

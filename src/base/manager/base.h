@@ -117,6 +117,8 @@ class base : public interface, public std::enable_shared_from_this<base<RX_T, TX
   /// Waits until the amplifier reports its limit, from which the channels of a fixed plan are
   /// published, so that they are published once and not once a second.
   void await_amplifier(device::interfaces::edfa& amplifier, const char* message);
+  /// For setup_leds: the model's panel, with its proxy and its thread.
+  void start_leds(nx_db& db, bool coldstart);
   /// Both plans with this many slices of 6.25 GHz.
   void create_plans(unsigned slices);
   /// Repeats the call once a second until it succeeds; failures are logged with `message`. Ends

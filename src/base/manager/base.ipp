@@ -21,6 +21,7 @@
 #include "base/manager/remote/api.h"
 #include "device/hardware/edfa.h"
 #include "device/hardware/osc.h"
+#include "device/hardware/selka_led.h"
 #include "device/hardware/sfp.h"
 #include "device/hardware/voa.h"
 #include "device/hardware/wss_edge.h"
@@ -266,6 +267,15 @@ void base<RX_T, TX_T>::setup_leds(nx_db&, bool) {
 }
 
 template <class RX_T, class TX_T>
+void base<RX_T, TX_T>::start_leds(nx_db& db, bool coldstart) {
+  create_leds();
+  LUMORA_LOG(2, "Setting up leds.");
+  leds_->set_led(
+      std::make_shared<device::hardware::selka_led>(db.get_io_context(), nexel_paths::leds));
+  leds_->start(coldstart);
+}
+
+template <class RX_T, class TX_T>
 bool base<RX_T, TX_T>::supports_embedded_ila() {
   return true;
 }
@@ -313,3 +323,6 @@ std::string base<RX_T, TX_T>::get_hostname() {
 }
 
 }  // namespace manager
+
+#include "base/manager/base_channels.ipp"
+#include "base/manager/base_run.ipp"

@@ -4,8 +4,12 @@
 #include <algorithm>
 #include <iterator>
 
-#include "base/manager/base.ipp"
+#include "base/manager/base.h"
 #include "base/manager/channel_request.h"
+#include "base/manager/loops/client_rx.h"
+#include "base/manager/loops/client_tx.h"
+#include "helpers/guard.h"
+#include "helpers/logger.h"
 #include "helpers/redis.h"
 #include "models/band.h"
 

@@ -4,8 +4,16 @@
 #include <atomic>
 
 #include "base/manager/automation.h"
-#include "base/manager/base.ipp"
+#include "base/manager/base.h"
+#include "base/manager/loops/client_rx.h"
+#include "base/manager/loops/client_tx.h"
+#include "base/manager/loops/line.h"
+#include "base/manager/nexel_paths.h"
+#include "base/manager/remote/api.h"
+#include "device/hardware/osc.h"
+#include "helpers/logger.h"
 #include "helpers/service_manager.h"
+#include "helpers/waiting.h"
 
 namespace manager {
 

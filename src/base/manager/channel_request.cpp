@@ -8,26 +8,21 @@
 
 #include "base/channel/arithmetic.h"
 #include "helpers/logger.h"
+#include "platform/wire/json_conversion.h"
 #include "platform/wire/nx_error.h"
 
 namespace manager {
 
 namespace {
 
-const nx::json_value* find_member(const nx::json_value& document, const char* name) {
-  if (!document.IsObject()) return nullptr;
-  const auto member = document.FindMember(name);
-  return member == document.MemberEnd() ? nullptr : &member->value;
-}
-
 std::optional<int> integer_member(const nx::json_value& document, const char* name) {
-  const auto* member = find_member(document, name);
+  const auto* member = nx::member_of(document, name);
   if (member == nullptr || !member->IsInt()) return std::nullopt;
   return member->GetInt();
 }
 
 std::optional<std::string> string_member(const nx::json_value& document, const char* name) {
-  const auto* member = find_member(document, name);
+  const auto* member = nx::member_of(document, name);
   if (member == nullptr || !member->IsString()) return std::nullopt;
   return std::string(member->GetString(), member->GetStringLength());
 }

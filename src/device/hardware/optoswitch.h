@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "device/hardware/client.h"
+#include "device/hardware/proxy.h"
 #include "device/interfaces/optoswitch.h"
 
 namespace device::hardware {

@@ -9,6 +9,7 @@
 #include "device/cycle_writes.h"
 #include "device/reading_kind.h"
 #include "platform/nexel_client/nexel_client.h"
+#include "platform/wire/nx_client_exception.h"
 
 namespace device::hardware {
 
@@ -19,11 +20,17 @@ T read(nexel_client_api& client, const std::string& path) {
   return reads ? reads->get<T>(client, path) : client.get<T>(path);
 }
 
-/// Throws whatever the client throws, and nx_client_exception -22 for a number that no instrument
-/// of the kind can report: a service that sends one is broken, and must not be used for regulation.
-float read_number(nexel_client_api& client, const std::string& path, reading_kind kind);
-/// `number` if the kind can have it; otherwise throws as above, naming `path`.
-float plausible(float number, reading_kind kind, const std::string& path);
+/// `number` if an instrument of the kind can report it; otherwise throws nx_client_exception -22,
+/// naming `path`: the service that sends it is broken, and must not be used for regulation.
+inline float plausible(float number, reading_kind kind, const std::string& path) {
+  if (judge(kind, number) != verdict::refused) return number;
+  throw nx_client_exception{nx_error::invalid, refusal_text(kind, number), path};
+}
+
+/// Throws whatever the client throws, and as above.
+inline float read_number(nexel_client_api& client, const std::string& path, reading_kind kind) {
+  return plausible(read<float>(client, path), kind, path);
+}
 
 /// Writes a path. `touches` is a part of all paths whose readings the write may change; "" for all
 /// paths of the nexel. Throws whatever the client throws; the old readings are discarded even then.

@@ -6,8 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "device/hardware/client.h"
-#include "device/hardware/refusals.h"
+#include "device/hardware/proxy.h"
 #include "device/interfaces/led.h"
 
 namespace device::hardware {

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "device/hardware/channel_command.h"
-#include "device/hardware/channel_subscriptions.h"
 #include "device/hardware/readings.h"
 #include "helpers/logger.h"
 #include "platform/nexel_client/nexel_client.h"

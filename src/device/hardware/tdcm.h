@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "device/hardware/client.h"
+#include "device/hardware/proxy.h"
 #include "device/interfaces/tdcm.h"
 
 namespace device::hardware {

@@ -9,8 +9,7 @@
 #include <optional>
 #include <string>
 
-#include "device/hardware/client.h"
-#include "device/hardware/refusals.h"
+#include "device/hardware/proxy.h"
 #include "device/interfaces/wss.h"
 
 namespace device::hardware {

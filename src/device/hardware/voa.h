@@ -4,8 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "device/hardware/client.h"
-#include "device/hardware/refusals.h"
+#include "device/hardware/proxy.h"
 #include "device/interfaces/voa.h"
 
 namespace device::hardware {

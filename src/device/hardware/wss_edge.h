@@ -5,8 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "device/hardware/client.h"
-#include "device/hardware/refusals.h"
+#include "device/hardware/proxy.h"
 #include "device/interfaces/ocm.h"
 #include "device/interfaces/wss.h"
 

@@ -2,14 +2,11 @@
 #pragma once
 
 #include "base/manager/base.ipp"
-#include "base/manager/base_channels.ipp"
-#include "base/manager/base_run.ipp"
 #include "products/automation_values.h"
 #include "products/orva/client_tx.h"
 #include "products/orva/fixed_plan.h"
 #include "products/orva/leds.h"
 #include "products/orva/manager.h"
-#include "products/setup_leds.h"
 
 namespace products::orva {
 
@@ -79,8 +76,7 @@ void manager<RX_T, TX_T>::create_leds() {
 
 template <class RX_T, class TX_T>
 void manager<RX_T, TX_T>::setup_leds(nx_db& db, bool coldstart) {
-  this->create_leds();
-  start_leds(db, *this->leds_, coldstart);
+  this->start_leds(db, coldstart);
 }
 
 template <class RX_T, class TX_T>

@@ -2,8 +2,6 @@
 #pragma once
 
 #include "base/manager/base.ipp"
-#include "base/manager/base_channels.ipp"
-#include "base/manager/base_run.ipp"
 #include "device/hardware/selka_ocm.h"
 #include "device/hardware/twin_wss.h"
 #include "products/automation_values.h"
@@ -12,7 +10,6 @@
 #include "products/selka/line.h"
 #include "products/selka/manager.h"
 #include "products/selka/selkaplus/leds.h"
-#include "products/setup_leds.h"
 
 namespace products::selka {
 
@@ -92,8 +89,7 @@ void selkaplus::manager<RX_T, TX_T>::create_leds() {
 
 template <class RX_T, class TX_T>
 void manager<RX_T, TX_T>::setup_leds(nx_db& db, bool coldstart) {
-  this->create_leds();
-  start_leds(db, *this->leds_, coldstart);
+  this->start_leds(db, coldstart);
 }
 
 template <class RX_T, class TX_T>

@@ -1,8 +1,13 @@
 // Definitions of channel::control::base: the guards' part in a look at the channel.
 #pragma once
 
+#include <fmt/format.h>
+
+#include <utility>
+
 #include "base/channel/control/base.h"
 #include "base/channel/control/regulation.h"
+#include "helpers/waiting.h"
 
 namespace channel::control {
 
@@ -22,47 +27,11 @@ void base<T>::take_look(const look& now) {
 }
 
 template <class T>
-void base<T>::take_back_write() {
-  last_step_.attenuation = before_turn_.attenuation;
-  evidence_ = before_turn_.evidence;
-  parked_at_ = before_turn_.parked_at;
-}
-
-template <class T>
-guards::time_point base<T>::get_power_time() const {
-  return view_ ? view_->power_at : guards::time_point::max();
-}
-
-template <class T>
-bool base<T>::is_darkness_doubtful() const {
-  // Instruments recover within a minute; one that has no other way to report darkness keeps
-  // reporting it.
-  constexpr std::chrono::seconds longest_doubt{70};
-  return !is_known_ && view_->now - known_at_ < longest_doubt;
-}
-
-template <class T>
-bool base<T>::is_reading_live() const {
-  return !view_ || live_.is_live(view_->now);
-}
-
-template <class T>
-std::string base<T>::guard_subject() {
-  return fmt::format("client {} {}", channel_->get_direction(), channel_->get_id());
-}
-
-template <class T>
-void base<T>::withhold(const helpers::guard_kind& guard, const std::string& reason) {
-  if (active_guard_ != &guard) release_guards();
-  active_guard_ = &guard;
-  helpers::guard_register::instance().withhold(guard, guard_subject(), reason);
-}
-
-template <class T>
-void base<T>::release_guards() {
-  if (!active_guard_) return;
-  helpers::guard_register::instance().end(*active_guard_, guard_subject());
-  active_guard_ = nullptr;
+void base<T>::note_failure(insight::channel_reason reason, std::string text) {
+  verdict_ = {.reason = reason,
+              .at = helpers::steady_now(),
+              .lit = verdict_.lit,
+              .failure = std::move(text)};
 }
 
 template <class T>
@@ -111,6 +80,62 @@ bool base<T>::is_step_withheld(device::interfaces::wss& wss, float power_differe
 }
 
 template <class T>
+insight::channel_reason base<T>::futile_reason(device::interfaces::wss& wss, float target) const {
+  using enum insight::channel_reason;
+  if (target == wss.get_min_attenuation()) return fully_open;
+  return target == wss.get_max_attenuation() ? at_its_end : as_near_as_the_switch;
+}
+
+template <class T>
+void base<T>::withhold(const helpers::guard_kind& guard, const std::string& text,
+                       insight::channel_reason reason) {
+  conclude(reason);
+  withhold(guard, text);
+}
+
+template <class T>
+void base<T>::withhold(const helpers::guard_kind& guard, const std::string& reason) {
+  if (active_guard_ != &guard) release_guards();
+  active_guard_ = &guard;
+  helpers::guard_register::instance().withhold(guard, guard_subject(), reason);
+}
+
+template <class T>
+void base<T>::release_guards() {
+  if (!active_guard_) return;
+  helpers::guard_register::instance().end(*active_guard_, guard_subject());
+  active_guard_ = nullptr;
+}
+
+template <class T>
+std::string base<T>::guard_subject() {
+  return fmt::format("client {} {}", channel_->get_direction(), channel_->get_id());
+}
+
+template <class T>
+bool base<T>::is_effect_awaited() const {
+  return view_ && evidence_.waits_for(*view_) != guards::wait_for::none;
+}
+
+template <class T>
+guards::time_point base<T>::get_power_time() const {
+  return view_ ? view_->power_at : guards::time_point::max();
+}
+
+template <class T>
+bool base<T>::is_darkness_doubtful() const {
+  // Instruments recover within a minute; one that has no other way to report darkness keeps
+  // reporting it.
+  constexpr std::chrono::seconds longest_doubt{70};
+  return !is_known_ && view_->now - known_at_ < longest_doubt;
+}
+
+template <class T>
+bool base<T>::is_reading_live() const {
+  return !view_ || live_.is_live(view_->now);
+}
+
+template <class T>
 std::optional<float> base<T>::get_parking_attenuation(device::interfaces::wss& wss) {
   const float attenuation = get_default_attenuation();
   if (attenuation > wss.get_max_attenuation()) return wss.get_max_attenuation();
@@ -121,6 +146,13 @@ std::optional<float> base<T>::get_parking_attenuation(device::interfaces::wss& w
 template <class T>
 bool base<T>::is_parked(float target) {
   return parked_at_ == target && guards::is_near(channel_->get_attenuation(), target);
+}
+
+template <class T>
+void base<T>::take_back_write() {
+  last_step_.attenuation = before_turn_.attenuation;
+  evidence_ = before_turn_.evidence;
+  parked_at_ = before_turn_.parked_at;
 }
 
 }  // namespace channel::control

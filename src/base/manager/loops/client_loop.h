@@ -21,6 +21,7 @@
 #include "base/channel/plan.h"
 #include "base/guards/calibration_evidence.h"
 #include "base/guards/channel_step.h"
+#include "base/insight/channel_record.h"
 #include "base/manager/loops/client_direction.h"
 #include "base/manager/loops/edfa_calibration.h"
 #include "device/cycle_reads.h"

@@ -6,7 +6,10 @@
 
 #include <cmath>
 
-#include "base/manager/loops/client_loop.ipp"
+#include "base/manager/leds.h"
+#include "base/manager/loops/client_loop.h"
+#include "helpers/logger.h"
+#include "helpers/waiting.h"
 
 namespace manager::loops {
 

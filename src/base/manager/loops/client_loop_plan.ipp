@@ -1,10 +1,19 @@
-// Definitions of client_loop: the channel plan on the devices, the channel commands, subscriptions.
+// Definitions of client_loop: the channel plan on the devices and on the tree, and the channel
+// commands.
 #pragma once
+
+#include <fmt/format.h>
 
 #include <set>
 
+#include "api/config_param.h"
 #include "base/channel/arithmetic.h"
-#include "base/manager/loops/client_loop.ipp"
+#include "base/insight/channel_board.h"
+#include "base/manager/leds.h"
+#include "base/manager/loops/client_loop.h"
+#include "helpers/guard.h"
+#include "helpers/logger.h"
+#include "platform/wire/nx_error.h"
 
 namespace manager::loops {
 
@@ -45,6 +54,49 @@ template <class T>
 void client_loop<T>::publish_channel(nx_db& db, const control_ptr& control) {
   control->get_channel()->setup_api(db);
   setup_channel_api(db, control);
+}
+
+template <class T>
+void client_loop<T>::setup_channel_api(nx_db& db, control_ptr control) {
+  const auto channel = control->get_channel();
+  control->setup_channel_api(db, channel->get_value_group());
+  const auto record = control->get_record();
+  record->setup_api(db, channel->get_id(), channel->get_center_frequency(), direction_.word);
+  plan_->get_board()->enter(record);
+}
+
+template <class T>
+void client_loop<T>::publish_wanted_power(nx_db& db, const control_ptr& control) {
+  const auto channel = control->get_channel();
+  // Bound to the plan's key: a model may number its channels differently on the tree.
+  channel->get_value_group()->add_value(
+      nx::api::config_param<&client_loop<T>::set_wanted_power_offset>::create(
+          db, fmt::format(fmt::runtime(direction_.wanted_power_offset_path), channel->get_id()),
+          get_channel_target_power(control), this->shared_from_this(),
+          channel->get_center_frequency()),
+      0);
+}
+
+template <class T>
+float client_loop<T>::get_channel_target_power(control_ptr control) {
+  const float width_ghz = control->get_channel()->get_width();
+  return edfa_->get_power_limit() + ::channel::band_share_db(width_ghz);
+}
+
+template <class T>
+void client_loop<T>::set_wanted_power_offset(unsigned channel, float wanted_power) {
+  constexpr float lowest = -2.0f;
+  constexpr float highest = 12.0f;
+  if (wanted_power < lowest || wanted_power > highest) {
+    throw nx_error(nx_error::invalid, fmt::format("Wanted power {} is out of range [{}, {}].",
+                                                  wanted_power, lowest, highest));
+  }
+  const auto control = plan_->get_channel(channel);
+  if (!control || !(*control)->get_channel()->is_api_ready()) {
+    throw nx_error(nx_error::invalid, fmt::format("Channel {} not found.", channel));
+  }
+  (*control)->get_channel()->set_wanted_power_offset(wanted_power -
+                                                     get_channel_target_power(*control));
 }
 
 template <class T>
@@ -126,6 +178,16 @@ void client_loop<T>::add_channel(nx_db& db, unsigned frequency, unsigned width, 
 }
 
 template <class T>
+void client_loop<T>::program_channel(unsigned frequency, unsigned width, unsigned port,
+                                     const std::string& version) {
+  ask_for_limit();
+  add_to_device(*wss_, frequency, [&] { wss_->add_channel(frequency, width, port, version); });
+  add_to_device(*ocm_, frequency, [&] { ocm_->add_channel(frequency, width); });
+  plan_->add_channel(frequency, width, port, version);
+  broken_adds_[frequency] = {};
+}
+
+template <class T>
 template <class Device, class Add>
 void client_loop<T>::add_to_device(Device& device, unsigned frequency, Add&& add) {
   try {
@@ -152,16 +214,6 @@ void client_loop<T>::ask_for_limit() {
 }
 
 template <class T>
-void client_loop<T>::program_channel(unsigned frequency, unsigned width, unsigned port,
-                                     const std::string& version) {
-  ask_for_limit();
-  add_to_device(*wss_, frequency, [&] { wss_->add_channel(frequency, width, port, version); });
-  add_to_device(*ocm_, frequency, [&] { ocm_->add_channel(frequency, width); });
-  plan_->add_channel(frequency, width, port, version);
-  broken_adds_[frequency] = {};
-}
-
-template <class T>
 void client_loop<T>::finish_adding(nx_db& db, unsigned frequency) {
   const auto control = plan_->get_channels()->at(frequency);
   const auto channel = control->get_channel();
@@ -181,12 +233,18 @@ void client_loop<T>::finish_adding(nx_db& db, unsigned frequency) {
 }
 
 template <class T>
-template <class Device>
-void client_loop<T>::remove_from_device(Device& device, const char* message, unsigned frequency) {
-  if (!device.has_channel(frequency)) return;
-  LUMORA_LOG(1, fmt::runtime(message), frequency);
-  device.unsubscribe_channel(frequency);
-  helpers::guarded([&] { device.remove_channel(frequency); });
+void client_loop<T>::remove_channel(unsigned frequency) {
+  const auto remove = [&] {
+    const std::lock_guard lock(plan_->get_mutex());
+    require_loaded_plan();
+    remove_from_devices(frequency);
+    plan_->remove_channel(frequency);
+    plan_->get_board()->remove(frequency);
+    broken_adds_.erase(frequency);
+    plan_->save();
+    (leds_.get()->*direction_.remove_led_channel)(frequency);
+  };
+  helpers::logged_and_thrown(remove, [] {});
 }
 
 /// Neither device's answer decides about the other: both are asked together, and told together.
@@ -208,68 +266,12 @@ void client_loop<T>::remove_from_devices(unsigned frequency) {
 }
 
 template <class T>
-void client_loop<T>::remove_channel(unsigned frequency) {
-  const auto remove = [&] {
-    const std::lock_guard lock(plan_->get_mutex());
-    require_loaded_plan();
-    remove_from_devices(frequency);
-    plan_->remove_channel(frequency);
-    plan_->get_board()->remove(frequency);
-    broken_adds_.erase(frequency);
-    plan_->save();
-    (leds_.get()->*direction_.remove_led_channel)(frequency);
-  };
-  helpers::logged_and_thrown(remove, [] {});
-}
-
-template <class T>
-void client_loop<T>::setup_device_subscription() {
-  const auto channel_count = [this] {
-    const std::lock_guard lock(plan_->get_mutex());
-    return plan_->get_channels()->size();
-  };
-  LUMORA_LOG(2, fmt::runtime(direction_.setting_up_subscriptions), channel_count());
-  // The two views of a combined switch and monitor share one subscriber and are handled once.
-  std::set<std::shared_ptr<device::subscriber>> done;
-  std::set<unsigned> failed;
-  for (const auto& device : devices_) {
-    if (!device->has_subscriber()) continue;
-    const auto subscriber = *device->get_subscriber();
-    if (done.contains(subscriber)) continue;
-    LUMORA_LOG(1, "Initializing subscriptions.");
-    device->subscribe();
-    LUMORA_LOG(1, "Initializing channel subscriptions.");
-    failed.merge(subscribe_channels(*device));
-    done.insert(subscriber);
-  }
-  count_subscribe_failures(failed);
-}
-
-template <class T>
-std::set<unsigned> client_loop<T>::subscribe_channels(device::interface& device) {
-  const std::lock_guard lock(plan_->get_mutex());
-  std::vector<unsigned> channels;
-  for (const auto& [frequency, control] : *plan_->get_channels()) {
-    channels.push_back(control->get_channel()->get_id());
-    LUMORA_LOG(1, fmt::runtime(direction_.subscribing), channels.back());
-  }
-  return device.subscribe_channels(channels);
-}
-
-template <class T>
-void client_loop<T>::count_subscribe_failures(const std::set<unsigned>& failed) {
-  constexpr unsigned failures_before_telling = 20;
-  const std::lock_guard lock(plan_->get_mutex());
-  for (const auto& [frequency, control] : *plan_->get_channels()) {
-    const auto id = control->get_channel()->get_id();
-    if (failed.contains(id)) {
-      control->add_subscribe_failure();
-      if (control->get_subscribe_failures() < failures_before_telling) continue;
-      LUMORA_LOG_DIRECT(3, "setup_device_subscription",
-                        fmt::format("Channel subscription failed 20 times on channel {} !!!!", id));
-    }
-    control->reset_subscribe_failures();
-  }
+template <class Device>
+void client_loop<T>::remove_from_device(Device& device, const char* message, unsigned frequency) {
+  if (!device.has_channel(frequency)) return;
+  LUMORA_LOG(1, fmt::runtime(message), frequency);
+  device.unsubscribe_channel(frequency);
+  helpers::guarded([&] { device.remove_channel(frequency); });
 }
 
 }  // namespace manager::loops

@@ -2,9 +2,6 @@
 #pragma once
 
 #include "base/manager/loops/client_loop.ipp"
-#include "base/manager/loops/client_loop_dark.ipp"
-#include "base/manager/loops/client_loop_peak.ipp"
-#include "base/manager/loops/client_loop_plan.ipp"
 #include "base/manager/loops/client_tx.h"
 
 namespace manager::loops {

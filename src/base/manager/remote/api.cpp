@@ -58,7 +58,7 @@ api::view api::present_view() const {
   return view_;
 }
 
-device::known_number api::find_known(device::operation what, const std::string& part) const {
+device::known_number api::known(device::operation what, const std::string& part) const {
   const auto from = present_view();
   if (from.connection == client::no_connection || from.connection != client_->up()) {
     return std::nullopt;

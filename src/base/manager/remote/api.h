@@ -65,9 +65,9 @@ class api {
   /// The number behind the getter of that name, for decisions about writes. Empty unless it arrived
   /// over the connection that is up now, and the newest report was a measurement: not a constant,
   /// an error, or a value outside its kind's range. Its counts restart with each connection.
-  device::known_number known(device::operation what) const { return find_known(what, ""); }
+  device::known_number known(device::operation what, const std::string& part = "") const;
   device::known_number known(device::operation what, unsigned channel) const {
-    return find_known(what, std::to_string(channel));
+    return known(what, std::to_string(channel));
   }
 
   /// The family of the last identified peer reports the value behind the getter of that name.
@@ -158,7 +158,6 @@ class api {
   void update_flags();
 
   view present_view() const;
-  device::known_number find_known(device::operation what, const std::string& part) const;
 
   std::shared_ptr<manager::remote::client> client_;
   mutable nx::ranked_mutex mutex_{nx::lock_rank::peer};  // guards only the view

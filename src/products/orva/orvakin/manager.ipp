@@ -2,13 +2,10 @@
 #pragma once
 
 #include "base/manager/base.ipp"
-#include "base/manager/base_channels.ipp"
-#include "base/manager/base_run.ipp"
 #include "products/orva/orvakin/client_rx.h"
 #include "products/orva/orvakin/client_tx.h"
 #include "products/orva/orvakin/line.h"
 #include "products/orva/orvakin/manager.h"
-#include "products/setup_leds.h"
 
 namespace products::orva::orvakin {
 
@@ -94,8 +91,7 @@ void manager<RX_T, TX_T>::update_channel_index() {
 
 template <class RX_T, class TX_T>
 void manager<RX_T, TX_T>::setup_leds(nx_db& db, bool coldstart) {
-  this->create_leds();
-  start_leds(db, *this->leds_, coldstart);
+  this->start_leds(db, coldstart);
 }
 
 }  // namespace products::orva::orvakin

@@ -2,6 +2,7 @@
 
 #include <rapidjson/document.h>
 
+#include "platform/wire/json_conversion.h"
 #include "platform/wire/nx_error.h"
 
 namespace products::orva::orvapro {
@@ -21,18 +22,18 @@ dispersion_settings read_dispersion_settings(const nx::json_value& settings) {
     throw nx_error(nx_error::invalid,
                    "Dispersion settings are not an object with mode and dispersion");
   }
-  const auto dispersion = settings.FindMember("dispersion");
-  if (dispersion == settings.MemberEnd() || !dispersion->value.IsNumber()) {
+  const auto* dispersion = nx::member_of(settings, "dispersion");
+  if (!dispersion || !dispersion->IsNumber()) {
     throw nx_error(nx_error::invalid, "Dispersion value is not a number");
   }
-  const auto mode = settings.FindMember("mode");
-  if (mode == settings.MemberEnd() || !mode->value.IsString()) {
+  const auto* mode = nx::member_of(settings, "mode");
+  if (!mode || !mode->IsString()) {
     throw nx_error(nx_error::invalid, "Dispersion mode is not a string");
   }
   dispersion_settings result;
-  result.mode.assign(mode->value.GetString(), mode->value.GetStringLength());
+  result.mode = nx::text_member(settings, "mode");
   result.automatic = !result.mode.starts_with("manual");
-  result.dispersion = static_cast<float>(dispersion->value.GetDouble());
+  result.dispersion = static_cast<float>(dispersion->GetDouble());
   return result;
 }
 

@@ -1,14 +1,25 @@
-// Operations of device::interface that a proxy does not have, and the two kinds of proxy: with and
-// without a table of subscribed paths.
+// What every proxy is made of: the connection to its nexel, the answers to operations that its
+// device does not have, and one of two bases, with or without a table of subscribed paths.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
+#include <vector>
 
 #include "device/interface.h"
 
+namespace boost::asio {
+class io_context;
+}
+
 namespace device::hardware {
+
+/// Never blocks; the connection is made in the background.
+std::shared_ptr<nexel_client_api> make_client(std::shared_ptr<boost::asio::io_context> io,
+                                              const std::string& socket_path);
 
 /// Throws nx_error -22 "Not implemented".
 [[noreturn]] void throw_not_implemented();
@@ -17,6 +28,13 @@ namespace device::hardware {
 /// signature before and after "device::hardware::CLASS::".
 [[noreturn]] void throw_no_subscription(const char* result, const char* class_name,
                                         const char* operation);
+
+/// Subscribes to what `paths_of` returns for each channel, all at once, and waits once. Returns the
+/// channels with a path that delivered no value; throws nx_error -22 if that is all of them.
+std::set<unsigned> subscribe_together(
+    subscriber& values, const std::shared_ptr<nexel_client_api>& client,
+    const std::vector<unsigned>& channels,
+    const std::function<std::vector<wanted_path>(unsigned)>& paths_of);
 
 /// Holds the table of subscribed paths; channels are not counted.
 template <class... Interfaces>
