@@ -91,7 +91,8 @@ const std::vector<peer_value>& peer_line_values() {
       {"data/system/utilization", nullptr, false, utilization},
       {"data/preamp/plim", nullptr, false,
        [](at v) { return v.here.preamp.settings().power_limit_dbm; }},
-      {"data/preamp/gain", nullptr, false, [](at v) { return v.here.preamp.shown_gain_db(); }},
+      // As set, like the node's own; what it lacks is its saturation.
+      {"data/preamp/gain", nullptr, false, [](at v) { return v.here.preamp.set_gain_db(); }},
       {"data/preamp/gainDefault", nullptr, false,
        [](at v) { return v.here.preamp.settings().gain_db; }},
       {nullptr, "data/neighbour/edfa/minGain", false,
