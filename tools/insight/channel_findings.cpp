@@ -114,6 +114,15 @@ bool tells_its_guard(const channel& of) {
   return how == states::severity::working || how == states::severity::person;
 }
 
+/// The way from the far end is bad: its channels have done nothing.
+bool is_lost_on_the_way(const node_insight& node, cause of, const channel& first) {
+  if (of != cause::channel_dark || first.is_rx) return false;
+  return std::any_of(node.ladders.begin(), node.ladders.end(), [](const ladder& each) {
+    return each.side == "tx" &&
+           (each.fault == "dark" || each.fault == "span" || each.fault == "connector");
+  });
+}
+
 }  // namespace
 
 void add_channels(const node_insight& node, std::vector<finding>& found) {
@@ -128,13 +137,14 @@ void add_channels(const node_insight& node, std::vector<finding>& found) {
     const auto& first = *channels.front();
     const auto words = words_of(key.first, first.is_rx);
     const bool alone = channels.size() == 1;
+    const bool is_innocent = is_lost_on_the_way(node, key.first, first);
     const auto* began =
         open_event(node, event_subject(first), {"dark", "exhausted"}, {"lit", "arrived"});
     found.push_back({key.first, alone ? label(first) : names_of(channels),
                      alone ? fmt::format("{} {}: {}", label(first), words.one, first.why)
                            : fmt::format("{} {}; {}: {}", names_of(channels), words.many,
                                          thz_text(first.place.frequency), first.why),
-                     "", words.remedy, time_of(began)});
+                     "", is_innocent ? "" : words.remedy, time_of(began)});
   }
 }
 

@@ -1,0 +1,150 @@
+// `lumoractl explain` on every model, for each fault that the lab offers: the first sentence names
+// the cause, nobody is accused who has nothing to do with it, and once it is mended all is well.
+#include <gtest/gtest.h>
+#include <rapidjson/document.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "base/insight/event_log.h"
+#include "models/model.h"
+#include "tests/support/plant_node.h"
+#include "tools/insight/findings.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using sim::connector;
+using sim::direction;
+using sim::plant;
+using tools::insight::finding;
+
+struct fault {
+  const char* what;
+  std::function<void(plant&)> begin;
+  std::function<void(plant&)> end;
+  std::string cause;               ///< begin of the first sentence
+  const char* innocent = nullptr;  ///< in no sentence
+};
+
+fault lossy(connector where, double db, const char* cause, const char* innocent = nullptr) {
+  return {"connector", [=](plant& p) { p.set_connector_loss(0, where, db); },
+          [=](plant& p) { p.set_connector_loss(0, where, 0); }, cause, innocent};
+}
+
+std::function<void(plant&)> detune(unsigned laser, double ghz) {
+  return [=](plant& p) {
+    p.change_laser(0, laser, [=](auto& settings) { settings.frequency_offset_ghz = ghz; });
+  };
+}
+
+constexpr const char* out_is_cut =
+    "The fibre that goes out is cut or unplugged: neither signals nor";
+
+/// `laser`: of a client of the near node.
+std::vector<fault> faults_of(unsigned laser) {
+  const auto name = tools::insight::thz_text(laser);
+  return {
+      {"fibre in", [](plant& p) { p.cut_fibre(1); }, [](plant& p) { p.mend_fibre(1); },
+       "The fibre is cut or unplugged"},
+      // The session with a simulated peer outlives the fibre.
+      {"fibre out", [](plant& p) { p.cut_fibre(0); }, [](plant& p) { p.mend_fibre(0); }, out_is_cut,
+       "preamp"},
+      {"span that the supervisory channel does not bear",
+       [](plant& p) { p.set_span_offset(0, 12); }, [](plant& p) { p.set_span_offset(0, 0); },
+       "The fibre that goes out is bad, and the supervisory link is down", "preamp"},
+      lossy(connector::booster_to_line, 25,
+            "The light that goes out is off: between booster and far preamp"),
+      lossy(connector::line_to_preamp, 25,
+            "The light that comes in is off: between far booster and preamp", "far node"),
+      {"laser", [=](plant& p) { p.switch_laser(0, laser, false); },
+       [=](plant& p) { p.switch_laser(0, laser, true); }, name + " rx is dark, its laser off"},
+      {"off its frequency", detune(laser, 90), detune(laser, 0),
+       name + " rx is dark, its laser off, off its frequency"},
+      {"monitor", [](plant& p) { p.set_monitor_offset(0, direction::rx, 3.3); },
+       [](plant& p) { p.set_monitor_offset(0, direction::rx, 0.3); },
+       "Calibration and monitor do not match"},
+  };
+}
+
+class explained : public testing::TestWithParam<std::string> {
+ protected:
+  explained() {
+    insight::event_log::instance().reset();
+    node_.network().attach(peer, node_.plant().nexel_tree("peer", 1));
+    node_.start();
+    node_.add_channels();
+    node_.run_for(3min);
+  }
+  ~explained() override { node_.network().detach(peer); }
+
+  static sim::topology facing_a_peer() {
+    auto topology = sim::default_topology(GetParam());
+    const auto& model = models::get(GetParam());
+    topology.peer = model.known_to_peers ? models::simulated_name(model) : "orva-lite";
+    return topology;
+  }
+
+  std::vector<finding> findings() {
+    tools::readings read;
+    for (const auto* pattern : tools::insight::insight_patterns()) {
+      for (const auto& node : node_.tree().match(pattern)) {
+        nx::json_document value(rapidjson::kObjectType);
+        try {
+          node->get(node->path(), value.GetAllocator(), value);
+          read.put_all(value);
+        } catch (const nx_error&) {
+        }
+      }
+    }
+    read.put("config/redisConfigStatus", true);
+    std::vector<tools::insight::event> told;
+    for (const auto& each : insight::event_log::instance().events())
+      told.push_back(*tools::insight::event_of(insight::json_of(each)));
+    return findings_of(insight_of(read, told));
+  }
+
+  std::vector<std::string> sentences() {
+    std::vector<std::string> all;
+    for (const auto& each : findings())
+      all.push_back(each.sentence + "; " + each.remedy);
+    return all;
+  }
+
+  bool is_well() { return !needs_person(findings()); }
+
+  static constexpr const char* peer = "[fe80::2%osc0]:5100";
+  test::plant_node node_{facing_a_peer()};
+};
+
+TEST_P(explained, by_its_cause_and_well_again_when_that_is_gone) {
+  ASSERT_TRUE(is_well()) << testing::PrintToString(sentences());
+  for (const auto& fault : faults_of(node_.channels()[5])) {
+    const auto& cause = fault.cause;
+    SCOPED_TRACE(std::string(fault.what) + ": " + cause);
+    fault.begin(node_.plant());
+    EXPECT_TRUE(node_.run_until(
+        [&] {
+          const auto told = sentences();
+          return !told.empty() && told.front().starts_with(cause);
+        },
+        60s))
+        << testing::PrintToString(sentences());
+    node_.run_for(20s);
+    const auto told = sentences();
+    EXPECT_TRUE(!told.empty() && told.front().starts_with(cause)) << testing::PrintToString(told);
+    for (const auto& each : told)
+      EXPECT_TRUE(fault.innocent == nullptr || each.find(fault.innocent) == each.npos) << each;
+    fault.end(node_.plant());
+    EXPECT_TRUE(node_.run_until([&] { return is_well(); }, 3min))
+        << testing::PrintToString(sentences());
+    node_.run_for(30s);
+    if (HasFailure()) break;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(models, explained, testing::ValuesIn(models::names()),
+                         [](const auto& of) { return of.param; });
+
+}  // namespace
