@@ -1,5 +1,6 @@
 // `lumoractl explain` on every model, for each fault that the lab offers: the first sentence names
 // the cause, nobody is accused who has nothing to do with it, and once it is mended all is well.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 
@@ -141,6 +142,27 @@ TEST_P(explained, by_its_cause_and_well_again_when_that_is_gone) {
         << testing::PrintToString(sentences());
     node_.run_for(30s);
     if (HasFailure()) break;
+  }
+}
+
+TEST_P(explained, with_one_time_since_when_a_peer_is_away) {
+  const std::pair<nx::link_state, const char*> table[] = {
+      {nx::link_state::hung, "The peer's readings do not change"},
+      {nx::link_state::dead, " is lost: "}};
+  for (const auto& [state, cause] : table) {
+    const auto begin = std::chrono::system_clock::to_time_t(node_.clock().system_now());
+    node_.network().set_state(peer, state);
+    node_.run_for(40s);
+    const auto found = findings();
+    ASSERT_FALSE(found.empty()) << cause;
+    const auto& first = found.front();
+    EXPECT_THAT(first.sentence, testing::HasSubstr(cause));
+    EXPECT_NEAR(tools::insight::seconds_of(first.since).value_or(0), begin, 3) << first.sentence;
+    EXPECT_THAT(node_.text("insight/summary"),
+                testing::HasSubstr("since " + first.since.substr(11, 8)));
+    node_.network().set_state(peer, nx::link_state::up);
+    EXPECT_TRUE(node_.run_until([&] { return is_well(); }, 2min))
+        << testing::PrintToString(sentences());
   }
 }
 

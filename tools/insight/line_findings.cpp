@@ -40,7 +40,10 @@ std::string began(const node_insight& node, const line_row& row) {
   const auto* event = open_event(node, "line", {row.event}, {end});
   if (event == nullptr) return "";
   const auto state = detail(*event, "state");
-  return state.empty() || state == node.of_line.state_text ? event->time : "";
+  if (!state.empty() && state != node.of_line.state_text) return "";
+  // It is told once it has lasted for a moment.
+  const auto since = detail(*event, "since");
+  return since.empty() ? event->time : since;
 }
 
 /// A device that answers, and has nothing to tell of it.

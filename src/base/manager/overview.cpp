@@ -59,8 +59,6 @@ void overview::note_cycle(cycle_facts facts) {
               facts.is_regulating != facts_.is_regulating ||
               facts.down.size() != facts_.faults.size();
     note_faults(facts);
-    const bool is_other = state_of(line.reason) != state_of(facts_.line.reason);
-    if (is_other) facts_.line_since = helpers::system_now();
     facts_.line = std::move(line);
     facts_.peer = std::move(facts.peer);
     facts_.is_regulating = facts.is_regulating;
