@@ -34,6 +34,14 @@ fault lossy(connector where, double db, const char* cause, const char* innocent 
           [=](plant& p) { p.set_connector_loss(0, where, 0); }, cause, innocent};
 }
 
+/// A device that has nothing but errors to tell.
+fault refused(const char* service, const char* cause) {
+  return {
+      service,
+      [=](plant& p) { p.set_reading_fault(0, service, "data/**", sim::reading_fault::failed()); },
+      [=](plant& p) { p.heal_readings(0, service); }, cause};
+}
+
 std::function<void(plant&)> detune(unsigned laser, double ghz) {
   return [=](plant& p) {
     p.change_laser(0, laser, [=](auto& settings) { settings.frequency_offset_ghz = ghz; });
@@ -63,6 +71,9 @@ std::vector<fault> faults_of(unsigned laser) {
        [=](plant& p) { p.switch_laser(0, laser, true); }, name + " rx is dark, its laser off"},
       {"off its frequency", detune(laser, 90), detune(laser, 0),
        name + " rx is dark, its laser off, off its frequency"},
+      refused("preamp", "The preamp answers, but its gain cannot be read"),
+      refused("osc1", "The supervisory channel (OSC) answers, but the state of the link"),
+      refused("sfp/0", "The supervisory transceiver (SFP) answers, but the power that it sends"),
       {"monitor", [](plant& p) { p.set_monitor_offset(0, direction::rx, 3.3); },
        [](plant& p) { p.set_monitor_offset(0, direction::rx, 0.3); },
        "Calibration and monitor do not match"},

@@ -257,6 +257,12 @@ std::string cause_of(const ladder_finding& fault, light_way way) {
           "channel has not changed: a connector",
           by, sign);
     case ladder_fault::gain:
+      if (fault.where == ladder_point::far) {
+        return fmt::format(
+            "the channels come out {:.1f} dB {} than its input and gain say: the amplifier, or the "
+            "monitor there",
+            by, fault.by < 0 ? "weaker" : "stronger");
+      }
       return fmt::format("the amplifier gives {:.1f} dB {} than it reports", by, sign);
     case ladder_fault::input_tap:
       return fmt::format("the tap at the amplifier's input reads {:.1f} dB {} than there is", by,

@@ -74,6 +74,15 @@ TEST(findings, name_the_cause_before_what_it_brings_about) {
        {booster_down},
        cause::device_silent,
        "booster"},
+      // One that answers with errors only, and what follows from it.
+      {{{"insight/device/osc/alive", true},
+        {"insight/device/booster/alive", true},
+        {"insight/device/booster/gain", 20.0},
+        {"insight/line/state", std::string("no supervisory link")},
+        {state("19230000/rx"), failed}},
+       {},
+       cause::device_silent,
+       "osc"},
       {{{state("19230000/rx"), dark}, {"insight/line/state", std::string("no peer")}},
        {at_noon("lit", "client rx 19230000"), at_noon("dark", "client rx 19230000")},
        cause::channel_dark,
@@ -149,6 +158,7 @@ TEST(findings, name_both_of_two_causes_before_what_they_bring_about) {
   read.put("insight/device/booster/alive", false);
   read.put("insight/device/booster/age", 4.0);
   read.put("insight/device/sfp/alive", true);
+  read.put("insight/device/sfp/outputPower", 0.0);
   read.put("insight/line/state", std::string("device failed"));
   read.put(
       "insight/guards",
