@@ -94,6 +94,9 @@ std::string write_text(const event& what) {
 std::string text_of(const event& what) {
   const auto& kind = what.kind;
   const auto reason = behind(": ", detail_of(what, "reason"));
+  const auto part = detail_of(what, "part");
+  if (!part.empty() && kind == "stalled") return "its " + part + " cannot be read" + reason;
+  if (!part.empty() && kind == "resumed") return "its " + part + " can be read" + after(what);
   if (kind == "lit") return "has light";
   if (kind == "dark") return "has gone dark";
   if (kind == "arrived") return "is on target" + after(what) + steps_text(what);
