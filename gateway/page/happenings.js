@@ -34,8 +34,8 @@ const kinds = {
 };
 /// A part of the far end, which regulation goes on without.
 const ofPeer = {
-  stalled: ["query", "yellow", "cannot be read in full:"],
-  resumed: ["disc", "green", "can be read again:"],
+  stalled: ["query", "yellow", "cannot be read in full"],
+  resumed: ["disc", "green", "can be read again"],
 };
 const unknown = ["dash", "grey", ""];
 
