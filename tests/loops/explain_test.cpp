@@ -1,5 +1,6 @@
 // `lumoractl explain` on every model, for each fault that the lab offers: the first sentence names
 // the cause, nobody is accused who has nothing to do with it, and once it is mended all is well.
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
@@ -51,9 +52,13 @@ std::function<void(plant&)> detune(unsigned laser, double ghz) {
 constexpr const char* out_is_cut =
     "The fibre that goes out is cut or unplugged: neither signals nor";
 
-/// `laser`: of a client of the near node.
-std::vector<fault> faults_of(unsigned laser) {
+std::vector<fault> faults_of(const std::vector<unsigned>& channels) {
+  const auto laser = channels[5];
   const auto name = tools::insight::thz_text(laser);
+  std::string all;
+  for (unsigned i = 0; i < 4; ++i)
+    all += (i > 0 ? ", " : "") + tools::insight::thz_text(channels[i]);
+  all += fmt::format(" and {}", channels.size() - 4);
   return {
       {"fibre in", [](plant& p) { p.cut_fibre(1); }, [](plant& p) { p.mend_fibre(1); },
        "The fibre is cut or unplugged"},
@@ -74,6 +79,10 @@ std::vector<fault> faults_of(unsigned laser) {
       refused("preamp", "The preamp answers, but its gain cannot be read"),
       refused("osc1", "The supervisory channel (OSC) answers, but the state of the link"),
       refused("sfp/0", "The supervisory transceiver (SFP) answers, but the power that it sends"),
+      {"before the booster",
+       [](plant& p) { p.set_connector_loss(0, connector::switch_to_booster, 29); },
+       [](plant& p) { p.set_connector_loss(0, connector::switch_to_booster, 0); },
+       all + " more rx are dark, which is all of them: their lasers, or what they share"},
       {"monitor", [](plant& p) { p.set_monitor_offset(0, direction::rx, 3.3); },
        [](plant& p) { p.set_monitor_offset(0, direction::rx, 0.3); },
        "Calibration and monitor do not match"},
@@ -132,7 +141,7 @@ class explained : public testing::TestWithParam<std::string> {
 
 TEST_P(explained, by_its_cause_and_well_again_when_that_is_gone) {
   ASSERT_TRUE(is_well()) << testing::PrintToString(sentences());
-  for (const auto& fault : faults_of(node_.channels()[5])) {
+  for (const auto& fault : faults_of(node_.channels())) {
     const auto& cause = fault.cause;
     SCOPED_TRACE(std::string(fault.what) + ": " + cause);
     fault.begin(node_.plant());

@@ -118,6 +118,7 @@ std::vector<finding> findings_of(const node_insight& node) {
   add_devices(node, found);
   add_amplifiers(node, found);
   add_line(node, found);
+  add_compensator(node, found);
   add_peer_gaps(node, found);
   add_ladders(node, found);
   add_channels(node, found);

@@ -142,6 +142,18 @@ void add_devices(const node_insight& node, std::vector<finding>& found) {
   }
 }
 
+void add_compensator(const node_insight& node, std::vector<finding>& found) {
+  // Without its link the node does not know the fibre, and waits.
+  if (is_found(found, cause::link_down) || is_found(found, cause::fibre_cut)) return;
+  for (const auto& each : node.guards) {
+    if (each.on != "compensator") continue;
+    found.push_back({cause::line_device, each.on,
+                     fmt::format("The fibre's dispersion is not compensated: {}", each.reason),
+                     "It is tried again every second.",
+                     "Look at their services, tdcm and ols_optical_switch/1.", each.since});
+  }
+}
+
 void add_amplifiers(const node_insight& node, std::vector<finding>& found) {
   constexpr double serious_db = 1.0;  // as for the guard on opening into saturation
   for (const auto& each : node.devices) {

@@ -131,6 +131,12 @@ TEST(findings, name_the_cause_before_what_it_brings_about) {
        {},
        cause::far_preamp_saturated,
        "line"},
+      {{{"insight/guards",
+         std::string(
+             R"({"dispersion-setting":{"active":[{"on":"compensator","reason":"away"}]}})")}},
+       {},
+       cause::line_device,
+       "compensator"},
       {{{"data/automationMode", std::string("dark")}}, {}, cause::regulation_stopped, "node"},
       {{{"insight/ladder/rx",
          std::string(R"({"rungs":[{"point":"booster in","wrong":true,"difference":-2.1}]})")},
@@ -204,13 +210,20 @@ TEST(findings, tell_a_guard_once_for_all_its_channels_and_not_of_those_that_tell
                                          R"({"on":"client rx 19230000","reason":"it is full"},)"
                                          R"({"on":"client rx 19245000","reason":"it is full"},)"
                                          R"({"on":"client rx 19260000","reason":"it is full"},)"
-                                         R"({"on":"client rx calibration","reason":"dark"}]}})"));
+                                         R"({"on":"client rx calibration","reason":"dark"}]},)"
+                                         R"("plausibility":{"active":[)"
+                                         R"({"on":"device ocm/1/power","reason":"-99"},)"
+                                         R"({"on":"device ocm/2/power","reason":"-98"},)"
+                                         R"({"on":"device ocm/3/power","reason":"-97"}]}})"));
   std::vector<std::string> told;
   for (const auto& each : findings_of(insight_of(read)))
     if (each.of == cause::guard) told.push_back(each.sentence);
   const std::string guard = "Guard unsaturated-amplifier is active on ";
-  EXPECT_THAT(told, ElementsAre(guard + "client rx calibration: dark",
-                                guard + "192.30, 192.45 rx: it is full"));
+  EXPECT_THAT(told,
+              ElementsAre(guard + "client rx calibration: dark",
+                          "Guard plausibility is active on device ocm/1/power and 2 more like "
+                          "it: -99",
+                          guard + "192.30, 192.45 rx: it is full"));
 }
 
 TEST(findings, tell_since_when) {
