@@ -292,6 +292,8 @@ TEST(event_lines, fold_what_comes_together_and_name_channels_by_their_frequency)
       event_at("12:00:03", R"("event":"arrived","on":"client rx 7","seconds":3.14,"steps":1)"),
       event_at("12:00:09", R"("event":"lit","on":"client rx 9")"),
       event_at("12:01:00", R"("event":"peerLost","on":"peer","product":"ORVA\u001b-LITE")"),
+      event_at("12:01:10",
+               R"("event":"stalled","on":"peer","part":"preamp","reason":"all goes on")"),
       event_at("12:02:00", R"("event":"exhausted","on":"client rx 7","error":-2.74)"),
       event_at("12:03:00",
                R"("event":"parameterWritten","on":"config/x","value":"4.5","writes":30,)"
@@ -301,15 +303,17 @@ TEST(event_lines, fold_what_comes_together_and_name_channels_by_their_frequency)
       event_at("12:04:01", R"("event":"guardBegan","on":"peer data/client/8/rx/power",)"
                            R"("guard":"plausibility","reason":"64 is no tap power")"),
   };
-  EXPECT_THAT(event_lines(events, {{7, 19260000}}),
-              ElementsAre("2026-01-31 12:00:00  3 channels rx  has light",
-                          "2026-01-31 12:00:03  192.60 rx      is on target after 3.1 s in 1 step",
-                          R"(2026-01-31 12:01:00  peer           lost, it was ORVA\x1b-LITE)",
-                          "2026-01-31 12:02:00  192.60 rx      is exhausted, 2.7 dB too weak",
-                          "2026-01-31 12:03:00  config/x       written 30 times until 12:03:09, "
-                          "at last: 4.5",
-                          "2026-01-31 12:04:00  2 channels peer's rx/power  guard plausibility "
-                          "begins: 63 is no tap power"));
+  EXPECT_THAT(
+      event_lines(events, {{7, 19260000}}),
+      ElementsAre("2026-01-31 12:00:00  3 channels rx  has light",
+                  "2026-01-31 12:00:03  192.60 rx      is on target after 3.1 s in 1 step",
+                  R"(2026-01-31 12:01:00  peer           lost, it was ORVA\x1b-LITE)",
+                  "2026-01-31 12:01:10  peer           its preamp cannot be read: all goes on",
+                  "2026-01-31 12:02:00  192.60 rx      is exhausted, 2.7 dB too weak",
+                  "2026-01-31 12:03:00  config/x       written 30 times until 12:03:09, "
+                  "at last: 4.5",
+                  "2026-01-31 12:04:00  2 channels peer's rx/power  guard plausibility "
+                  "begins: 63 is no tap power"));
   EXPECT_FALSE(event_of("no json"));
 }
 
