@@ -32,6 +32,11 @@ const kinds = {
   parameterWritten: ["dash", "grey", "was written"],
   startFailed: ["diamond", "red", "keeps the node from starting"],
 };
+/// A part of the far end, which regulation goes on without.
+const ofPeer = {
+  stalled: ["query", "yellow", "cannot be read in full"],
+  resumed: ["disc", "green", "can be read again"],
+};
 const unknown = ["dash", "grey", ""];
 
 export class Happenings {
@@ -88,7 +93,7 @@ export class Happenings {
   }
 
   #lineOf({ at, event, subjects, details }) {
-    const [mark, colour, does] = kinds[event] ?? unknown;
+    const [mark, colour, does] = (subjects[0] === "peer" && ofPeer[event]) || kinds[event] || unknown;
     const words = does || event;
     return element(
       "li", { "data-event": event },
@@ -151,7 +156,7 @@ function parsed(text) {
 const units = { by: "dB", missing: "dB", power: "dBm", error: "dB", error_db: "dB" };
 
 function detailsText(event, details) {
-  const told = Object.entries(details).filter(([, value]) => value !== null && value !== "");
+  const told = Object.entries(details).filter(([name, value]) => name !== "since" && value !== null && value !== "");
   if (told.length === 0) return "";
   if (event === "arrived" && isFigure(details.seconds)) return ` \u00b7 ${arrivedText(details)}`;
   return ` \u00b7 ${told.map(([name, value]) => detailText(name, value)).join(", ")}`;

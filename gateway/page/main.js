@@ -17,8 +17,9 @@ import { Tree } from "./tree.js";
 import { Values } from "./values.js";
 
 const ofChannels = ["state", "measured", "target", "deadBand", "headroomUp", "headroomDown"];
+// A stream takes sixteen patterns; "insight/*/*" is the line and the two ladders.
 const heard = [
-  "insight/summary", logPath, "insight/line/*", "insight/ladder/*", "insight/device/booster/enabled",
+  "insight/summary", "insight/peer", logPath, "insight/*/*", "insight/device/booster/enabled",
   ...ofChannels.map((name) => `insight/client/*/*/${name}`),
   "data/client/*/*/attenuation", "data/client/*/*/peak", "data/channel/index", "data/line/1/*", "alarms/**",
 ];

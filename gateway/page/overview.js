@@ -21,7 +21,7 @@ export class Overview {
     this.#values = values;
     this.#channels = channels;
     this.#link = link;
-    const parts = /^insight\/(summary|line\/)|^alarms\/|^data\/(product|swVersion|system\/hostname|line\/1\/remote)/;
+    const parts = /^insight\/(summary|peer|line\/)|^alarms\/|^data\/(product|swVersion|system\/hostname|line\/1\/remote)/;
     values.watch((path) => parts.test(path), () => this.draw());
     link.onSight(() => this.#drawSight());
     setInterval(() => this.#drawSight(), 1000);
@@ -48,6 +48,20 @@ export class Overview {
     const known = product && product !== "n/a";
     const host = told("remoteHostname");
     setText(byId("node-peer"), known ? `faces ${host && host !== "n/a" ? `${host} \u00b7 ` : ""}${product}` : "no far end known");
+    this.#drawPeerState(known);
+  }
+
+  /// What of it cannot be read, or that it is away: beside its name, where one looks for it.
+  #drawPeerState(known) {
+    const state = this.#values.text("insight/line/state");
+    const parts = unreadableParts(this.#values.value("insight/peer"));
+    const away = known && (state === "no peer" || state === "peer's readings stand still");
+    let text = "";
+    if (parts.length > 0) text = `its ${listed(parts)} cannot be read`;
+    if (away) text = state === "no peer" ? "lost" : "its readings stand still";
+    const note = byId("peer-state");
+    note.hidden = text === "";
+    note.replaceChildren(...(text ? [sign(pathOf("query"), "yellow"), element("span", {}, text)] : []));
   }
 
   #drawLine() {
@@ -109,4 +123,5 @@ export class Overview {
   }
 }
 
+const unreadableParts = (told) => (Array.isArray(told?.unreadable) ? told.unreadable.map(({ part }) => String(part)) : []);
 const inWords = (word) => word.replace(/([A-Z])/g, (letter) => ` ${letter.toLowerCase()}`);

@@ -1,9 +1,5 @@
 #include "gateway/server/connection.h"
 
-#include <openssl/err.h>
-#include <openssl/ssl.h>
-
-#include <boost/asio/ssl/error.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/beast/http/read.hpp>
 #include <boost/beast/http/write.hpp>
@@ -12,6 +8,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "gateway/server/read_failures.h"
 #include "platform/note_log/note_log.h"
 
 namespace gateway {
@@ -26,33 +23,11 @@ namespace asio = boost::asio;
 constexpr std::chrono::seconds drain_time{2};
 constexpr std::size_t drain_bytes = 32 * 1024 * 1024;
 
-answer too_late(const settings& bounds) {
-  const auto seconds = std::chrono::duration<double>(bounds.header_time).count();
-  std::ostringstream text;
-  text << "The request took longer than " << seconds << " s";
-  return refusal(408, text.str());
-}
-
-answer answer_to(const boost::system::error_code& error, const settings& bounds) {
-  if (error == http::error::header_limit || error == http::error::buffer_overflow) {
-    return refusal(431,
-                   "The header is longer than " + std::to_string(bounds.header_bytes) + " bytes");
-  }
-  if (error == http::error::body_limit) {
-    return refusal(413, "The body is longer than " + std::to_string(bounds.body_bytes) + " bytes");
-  }
-  return refusal(400, "This is not an HTTP request: " + error.message());
-}
-
-bool is_parse_error(const boost::system::error_code& error) {
-  return error.category() == make_error_code(http::error::bad_version).category() &&
-         error != http::error::end_of_stream && error != http::error::partial_message;
-}
-
-/// Of a handshake that began with GET, HEAD, PUT or POST.
-bool was_clear_text(const boost::system::error_code& error) {
-  return error.category() == asio::error::get_ssl_category() &&
-         ERR_GET_REASON(static_cast<unsigned>(error.value())) == SSL_R_HTTP_REQUEST;
+/// Whether a method of HTTP has been sent where a handshake is awaited, whose first byte is 22.
+bool is_clear_text(asio::ip::tcp::socket& socket, boost::system::error_code& error) {
+  char first = 0;
+  socket.receive(asio::buffer(&first, 1), asio::socket_base::message_peek, error);
+  return !error && ((first >= 'A' && first <= 'Z') || (first >= 'a' && first <= 'z'));
 }
 
 }  // namespace
@@ -104,14 +79,29 @@ void connection<Stream>::handshake(std::function<void()> then) {
     then();
   } else {
     set_deadline(shared_.bounds.handshake_time, late::close);
+    socket().async_wait(
+        asio::socket_base::wait_read,
+        [self = this->shared_from_this(), then = std::move(then)](error_code error) mutable {
+          if (self->closed_) return;
+          if (!error && is_clear_text(self->socket(), error)) return self->refuse_clear_text();
+          if (error) return self->close();
+          self->shake_hands(std::move(then));
+        });
+  }
+}
+
+// The client is told why by an alert, which closing at once would lose.
+template <class Stream>
+void connection<Stream>::shake_hands(std::function<void()> then) {
+  if constexpr (!std::is_same_v<Stream, plain_stream>) {
     stream_.async_handshake(
         asio::ssl::stream_base::server,
         [self = this->shared_from_this(), then = std::move(then)](const error_code& error) {
           self->end_deadline();
           if (self->closed_) return;
-          if (was_clear_text(error)) return self->refuse_clear_text();
-          if (error) return self->close();
-          then();
+          if (!error) return then();
+          self->set_deadline(drain_time, late::close);
+          self->shut_down();
         });
   }
 }

@@ -45,6 +45,7 @@ class connection final : public byte_sink,
 
   boost::asio::ip::tcp::socket& socket();
   void handshake(std::function<void()> then);
+  void shake_hands(std::function<void()> then);
   void refuse_clear_text();
   void await_request();
   void read_header();

@@ -58,6 +58,11 @@ double utilization(const peer_view& at) {
 
 using at = const peer_view&;
 
+/// As set, like a node's own; what it lacks is told as its saturation.
+double told_gain_db(at of) {
+  return of.here.preamp.set_gain_db();
+}
+
 }  // namespace
 
 double preamp_calibration_db(const node& of) {
@@ -91,7 +96,7 @@ const std::vector<peer_value>& peer_line_values() {
       {"data/system/utilization", nullptr, false, utilization},
       {"data/preamp/plim", nullptr, false,
        [](at v) { return v.here.preamp.settings().power_limit_dbm; }},
-      {"data/preamp/gain", nullptr, false, [](at v) { return v.here.preamp.shown_gain_db(); }},
+      {"data/preamp/gain", nullptr, false, told_gain_db},
       {"data/preamp/gainDefault", nullptr, false,
        [](at v) { return v.here.preamp.settings().gain_db; }},
       {nullptr, "data/neighbour/edfa/minGain", false,

@@ -18,7 +18,13 @@ grid grid_of_topology(const topology& what) {
 }
 
 node_settings far_end(const topology& what) {
-  return what.nodes.size() > 1 ? what.nodes[1] : default_node(what.nodes.front().product);
+  if (what.nodes.size() > 1) return what.nodes[1];
+  auto far = default_node(what.nodes.front().product);
+  // Where its monitor sees the light is a matter of what it says it is.
+  if (const auto* peer = models::find_simulated(what.peer)) {
+    far.drop_switch_mid_stage = peer->plant.drop_switch_mid_stage;
+  }
+  return far;
 }
 
 }  // namespace

@@ -363,6 +363,12 @@ class Pair(Story):
         self.assertIn("wrong", self.browser.text("#ladder-rx tr.wrong th"))
         self.pictures("ladder-wrong")
         self.browser.click_button("Clean")
+        self.lab.plant.set("config/node/1/nexel/booster/state", "killed")
+        await_that("the far end's state", lambda: "booster or VOA cannot be read" in self.browser.text("#peer-state"))
+        self.assertIn("booster or VOA", self.browser.text('#log-list [data-event="stalled"]'))
+        self.pictures("peer-unreadable")
+        self.lab.plant.set("config/node/1/nexel/booster/state", "ok")
+        await_that("a far end in order", lambda: self.browser.attribute("#peer-state", "hidden") is not None)
 
 
 if __name__ == "__main__":

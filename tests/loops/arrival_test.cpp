@@ -352,4 +352,25 @@ TEST(hunting, is_told_of_a_noisy_monitor_and_of_no_quiet_one) {
   }
 }
 
+TEST(hunting, is_over_for_subscribers_too_soon_after_the_steps_have_ended) {
+  plant_node node("orvalite");
+  node.start();
+  ASSERT_TRUE(node.run_until([&] { return node.all_on_target(); }, 1min));
+  const auto session = std::make_shared<test::recording_session>();
+  test::subscribe_to(node.tree(), "insight/summary", session);
+  constexpr const char* monitor = "data/ocm/1/channel/19230000/powerLevel";
+  node.plant().set_reading_fault(0, "wss_edge", monitor, sim::reading_fault::noisy(1.0));
+  ASSERT_TRUE(node.run_until([&] { return hunts(node); }, 5min));
+  node.plant().heal_readings(0, "wss_edge");
+  std::string last;
+  EXPECT_TRUE(node.run_until(
+      [&] {
+        for (const auto& each : session->take())
+          last = each;
+        return !last.empty() && last.find("hunts") == last.npos;
+      },
+      4min))
+      << last;
+}
+
 }  // namespace

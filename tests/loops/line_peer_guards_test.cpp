@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "base/insight/event_log.h"
 #include "tests/loops/bars/pair_case.h"
 
 namespace {
@@ -87,6 +88,19 @@ std::string unreadable(test::plant_pair& pair, unsigned node) {
   return parts;
 }
 
+/// What the events tell of the peer: "stalled preamp, resumed preamp".
+std::string told_of_peer() {
+  std::string all;
+  for (const auto& each : insight::event_log::instance().events()) {
+    if (each.on != "peer" || each.details.empty()) continue;
+    const auto& [name, value] = each.details.front();
+    if (std::string(name) != "part") continue;
+    all += (all.empty() ? "" : ", ") + std::string(insight::name_of(each.kind)) + ' ' +
+           std::get<std::string>(value);
+  }
+  return all;
+}
+
 TEST(device_of_the_peer, that_fails_is_told_here_while_the_peer_lives) {
   pair_at_rest near;
   auto& pair = near.pair;
@@ -105,6 +119,7 @@ TEST(device_of_the_peer, that_fails_is_told_here_while_the_peer_lives) {
     for (const auto& [device, part, state] : table) {
       SCOPED_TRACE(device);
       EXPECT_EQ(unreadable(pair, 0), "");
+      insight::event_log::instance().reset();
       pair.plant().set_nexel_state(1, device, kind);
       pair.run_for(45s);
       EXPECT_EQ(unreadable(pair, 0), part);
@@ -113,6 +128,8 @@ TEST(device_of_the_peer, that_fails_is_told_here_while_the_peer_lives) {
                 std::string::npos);
       pair.plant().set_nexel_state(1, device, sim::nexel_state::ok);
       pair.run_for(20s);
+      const std::string name = part;
+      EXPECT_EQ(told_of_peer(), name.empty() ? "" : "stalled " + name + ", resumed " + name);
     }
   }
   EXPECT_EQ(unreadable(pair, 0), "");

@@ -170,6 +170,10 @@ TEST_F(collected_node, is_collected_by_tls) {
   EXPECT_TRUE(seen->gives("lumora_up", 0));
   const auto alert = R"(ALERTS{alertname="LumoraCertificateExpires"})";
   EXPECT_TRUE(seen->gives(alert, 1)) << "in two days";
+  const auto shown = test::certificate_queries();
+  EXPECT_EQ(shown.size(), 1u);
+  for (const auto& query : shown)
+    EXPECT_NEAR(seen->number(query).value_or(0), 2, 0.01) << query << ", in days";
   make("90");
   // As the service reloads it.
   const auto reloaded =

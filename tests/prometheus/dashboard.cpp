@@ -8,7 +8,9 @@
 
 namespace test {
 
-std::vector<std::string> dashboard_queries() {
+namespace {
+
+std::vector<std::string> all_queries() {
   std::ifstream file(LUMORA_DASHBOARD);
   rapidjson::IStreamWrapper stream(file);
   rapidjson::Document dashboard;
@@ -26,6 +28,24 @@ std::vector<std::string> dashboard_queries() {
     }
   }
   return queries;
+}
+
+std::vector<std::string> queries_about(bool certificate) {
+  auto queries = all_queries();
+  std::erase_if(queries, [=](const std::string& query) {
+    return (query.find("certificate") != query.npos) != certificate;
+  });
+  return queries;
+}
+
+}  // namespace
+
+std::vector<std::string> dashboard_queries() {
+  return queries_about(false);
+}
+
+std::vector<std::string> certificate_queries() {
+  return queries_about(true);
 }
 
 }  // namespace test

@@ -6,6 +6,9 @@
 
 namespace test {
 
+/// Those that each node answers.
 std::vector<std::string> dashboard_queries();
+/// Those about a certificate, which only a gateway with TLS has.
+std::vector<std::string> certificate_queries();
 
 }  // namespace test

@@ -4,6 +4,7 @@
 #include <cctype>
 #include <map>
 #include <optional>
+#include <utility>
 
 #include "tools/insight/finding_rules.h"
 #include "tools/insight/standing.h"
@@ -101,6 +102,12 @@ bool is_channel(const std::string& subject) {
          std::isdigit(static_cast<unsigned char>(subject.back())) != 0;
 }
 
+/// The same for the same value of all channels.
+std::string without_digits(std::string on) {
+  std::erase_if(on, [](unsigned char letter) { return std::isdigit(letter) != 0; });
+  return on;
+}
+
 const channel* channel_on(const node_insight& node, const std::string& subject) {
   const auto at = std::find_if(node.channels.begin(), node.channels.end(),
                                [&](const auto& each) { return event_subject(each) == subject; });
@@ -112,6 +119,27 @@ bool tells_its_guard(const channel& of) {
   if (!of.state) return false;
   const auto how = states::row_of(*of.state).how;
   return how == states::severity::working || how == states::severity::person;
+}
+
+/// The way from the far end is bad: its channels have done nothing.
+bool is_lost_on_the_way(const node_insight& node, cause of, const channel& first) {
+  if (of != cause::channel_dark || first.is_rx) return false;
+  return std::any_of(node.ladders.begin(), node.ladders.end(), [](const ladder& each) {
+    return each.side == "tx" &&
+           (each.fault == "dark" || each.fault == "span" || each.fault == "connector");
+  });
+}
+
+/// Of channels of this side that are there, as opposed to blocked ones.
+bool are_all(const std::vector<const channel*>& channels, const node_insight& node) {
+  constexpr std::size_t more_than_chance = 4;
+  const bool is_rx = channels.front()->is_rx;
+  const auto others =
+      std::count_if(node.channels.begin(), node.channels.end(), [&](const auto& of) {
+        return of.is_rx == is_rx && of.state && *of.state != channel_state::dark &&
+               *of.state != channel_state::blocked;
+      });
+  return channels.size() >= more_than_chance && others == 0;
 }
 
 }  // namespace
@@ -126,15 +154,21 @@ void add_channels(const node_insight& node, std::vector<finding>& found) {
   }
   for (const auto& [key, channels] : groups) {
     const auto& first = *channels.front();
-    const auto words = words_of(key.first, first.is_rx);
+    auto words = words_of(key.first, first.is_rx);
+    if (key.first == cause::channel_dark && first.is_rx && are_all(channels, node)) {
+      words.many = "are dark, which is all of them: their lasers, or what they share";
+      words.remedy =
+          "Check the clients. If they send, look at switch and booster, and between them.";
+    }
     const bool alone = channels.size() == 1;
+    const bool is_innocent = is_lost_on_the_way(node, key.first, first);
     const auto* began =
         open_event(node, event_subject(first), {"dark", "exhausted"}, {"lit", "arrived"});
     found.push_back({key.first, alone ? label(first) : names_of(channels),
                      alone ? fmt::format("{} {}: {}", label(first), words.one, first.why)
                            : fmt::format("{} {}; {}: {}", names_of(channels), words.many,
                                          thz_text(first.place.frequency), first.why),
-                     "", words.remedy, time_of(began)});
+                     "", is_innocent ? "" : words.remedy, time_of(began)});
   }
 }
 
@@ -142,6 +176,9 @@ void add_guards(const node_insight& node, std::vector<finding>& found) {
   using guard_and_side = std::pair<std::string, bool>;
   std::map<guard_and_side, std::vector<const channel*>> channels;
   std::map<guard_and_side, const active_guard*> firsts;
+  std::map<std::pair<std::string, std::string>, unsigned> alike;
+  for (const auto& each : node.guards)
+    ++alike[{each.name, without_digits(each.on)}];
   const auto add = [&](const active_guard& of, const std::string& on) {
     found.push_back({cause::guard, on,
                      fmt::format("Guard {} is active on {}: {}", of.name, on, of.reason), "", "",
@@ -163,7 +200,9 @@ void add_guards(const node_insight& node, std::vector<finding>& found) {
         is_of_device || std::any_of(found.begin(), found.end(), [&](const finding& other) {
           return other.needs_person() && other.on == each.on;
         });
-    if (!is_told) add(each, each.on);
+    const auto count = std::exchange(alike[{each.name, without_digits(each.on)}], 0);
+    const auto more = count > 1 ? fmt::format(" and {} more like it", count - 1) : "";
+    if (!is_told && count > 0) add(each, each.on + more);
   }
   for (const auto& [key, on] : channels)
     add(*firsts.at(key), names_of(on));

@@ -90,10 +90,18 @@ std::string write_text(const event& what) {
                      behind(": ", value));
 }
 
+/// Of a part of the peer: "its preamp cannot be read: ...".
+std::string part_text(const event& what) {
+  const auto part = "its " + detail_of(what, "part");
+  if (what.kind == "resumed") return part + " can be read" + after(what);
+  return part + " cannot be read" + behind(": ", detail_of(what, "reason"));
+}
+
 /// What happened, without the subject.
 std::string text_of(const event& what) {
   const auto& kind = what.kind;
   const auto reason = behind(": ", detail_of(what, "reason"));
+  if (what.details.count("part") > 0) return part_text(what);
   if (kind == "lit") return "has light";
   if (kind == "dark") return "has gone dark";
   if (kind == "arrived") return "is on target" + after(what) + steps_text(what);

@@ -15,6 +15,8 @@ namespace tools::insight {
 
 void add_node_causes(const node_insight& node, std::vector<finding>& found);
 void add_devices(const node_insight& node, std::vector<finding>& found);
+/// After the line.
+void add_compensator(const node_insight& node, std::vector<finding>& found);
 void add_amplifiers(const node_insight& node, std::vector<finding>& found);
 void add_line(const node_insight& node, std::vector<finding>& found);
 void add_peer_gaps(const node_insight& node, std::vector<finding>& found);

@@ -38,9 +38,24 @@ constexpr std::array cause_names{"startFailed",
                                  "underWay"};
 static_assert(cause_names.size() == static_cast<std::size_t>(cause::under_way) + 1);
 
+/// The channels of one side together, as they hunt for one reason: "192.30, 192.45 rx".
+void add_hunting_channels(const node_insight& node, const std::string& side,
+                          std::vector<finding>& found) {
+  std::vector<std::string> names;
+  for (const auto& each : node.hunting) {
+    if (each.ends_with(side)) names.push_back(each.substr(0, each.size() - side.size()));
+  }
+  if (names.empty()) return;
+  const auto on = some_of(names, names.size()) + side;
+  const char* what = names.size() == 1 ? "hunts: it steps" : "hunt: they step";
+  found.push_back({cause::hunting, on, fmt::format("{} {} back and forth", on, what), "",
+                   "Check the monitor's noise and what moves the light.", ""});
+}
+
 void add_hunting(const node_insight& node, std::vector<finding>& found) {
   for (const auto& each : node.hunting) {
-    if (each == "line" && node.far_preamp_at_limit) {
+    if (each != "line") continue;
+    if (node.far_preamp_at_limit) {
       std::erase_if(found,
                     [](const finding& told) { return told.of == cause::far_preamp_saturated; });
       found.push_back({cause::far_preamp_saturated, "line",
@@ -50,9 +65,11 @@ void add_hunting(const node_insight& node, std::vector<finding>& found) {
                        "Check the far preamp's power limit and the target of the line.", ""});
       continue;
     }
-    found.push_back({cause::hunting, each, fmt::format("{} hunts: it steps back and forth", each),
-                     "", "Check the monitor's noise and what moves the light.", ""});
+    found.push_back({cause::hunting, each, "The line hunts: it steps back and forth", "",
+                     "Check the noise of the far monitor and what moves the light.", ""});
   }
+  add_hunting_channels(node, " rx", found);
+  add_hunting_channels(node, " tx", found);
 }
 
 }  // namespace
@@ -101,6 +118,7 @@ std::vector<finding> findings_of(const node_insight& node) {
   add_devices(node, found);
   add_amplifiers(node, found);
   add_line(node, found);
+  add_compensator(node, found);
   add_peer_gaps(node, found);
   add_ladders(node, found);
   add_channels(node, found);

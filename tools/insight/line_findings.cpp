@@ -40,7 +40,10 @@ std::string began(const node_insight& node, const line_row& row) {
   const auto* event = open_event(node, "line", {row.event}, {end});
   if (event == nullptr) return "";
   const auto state = detail(*event, "state");
-  return state.empty() || state == node.of_line.state_text ? event->time : "";
+  if (!state.empty() && state != node.of_line.state_text) return "";
+  // It is told once it has lasted for a moment.
+  const auto since = detail(*event, "since");
+  return since.empty() ? event->time : since;
 }
 
 /// A device that answers, and has nothing to tell of it.
@@ -75,6 +78,25 @@ std::string frequencies_of(const node_insight& node, const std::vector<unsigned>
   return some_of(names, ids.size());
 }
 
+/// "the span loses 3.0 dB more" of "in the fibre that goes out: the span loses 3.0 dB more".
+std::string without_place(const std::string& why) {
+  const auto colon = why.find(": ");
+  return colon == why.npos ? why : why.substr(colon + 2);
+}
+
+/// What has taken the supervisory channel may be told by the ladder: then it is no fault of its
+/// optics.
+bool explain_link(const ladder& side, std::vector<finding>& found) {
+  const auto link = std::find_if(found.begin(), found.end(),
+                                 [](const finding& each) { return each.of == cause::link_down; });
+  if (link == found.end() || side.fault != "span") return false;
+  link->sentence =
+      fmt::format("The fibre that {} is bad, and the supervisory link is down: {}",
+                  side.side == "rx" ? "goes out" : "comes in", without_place(side.why));
+  link->remedy = "Inspect the fibre, its splices and connectors.";
+  return true;
+}
+
 finding ladder_finding(const node_insight& node, const ladder& side, const rung& wrong) {
   if (side.fault == "monitor") {
     return {cause::calibration,
@@ -91,6 +113,15 @@ finding ladder_finding(const node_insight& node, const ladder& side, const rung&
             fmt::format("The light of {} is off: {}", names, side.why),
             "",
             "Check the client, its patch cord and its port.",
+            ""};
+  }
+  if (side.fault == "dark" && wrong.unit == "dB") {
+    return {cause::fibre_cut,
+            side.side + " " + wrong.point,
+            fmt::format("The fibre that {} is cut or unplugged: {}",
+                        side.side == "rx" ? "goes out" : "comes in", without_place(side.why)),
+            "",
+            "Mend the fibre.",
             ""};
   }
   return {cause::light_path,
@@ -146,8 +177,11 @@ void add_ladders(const node_insight& node, std::vector<finding>& found) {
   for (const auto& side : node.ladders) {
     const auto wrong = std::find_if(side.rungs.begin(), side.rungs.end(),
                                     [](const rung& each) { return each.is_wrong; });
-    if (wrong == side.rungs.end()) continue;
-    found.push_back(ladder_finding(node, side, *wrong));
+    if (wrong == side.rungs.end() || explain_link(side, found)) continue;
+    auto finding = ladder_finding(node, side, *wrong);
+    // A line that has closed has told of its fibre.
+    if (finding.of == cause::fibre_cut && is_found(found, cause::fibre_cut)) continue;
+    found.push_back(std::move(finding));
   }
 }
 

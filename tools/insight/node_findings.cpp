@@ -33,6 +33,31 @@ device_names names_of(const std::string& device) {
                               : *found;
 }
 
+struct key_figure {
+  const char* device;
+  const char* figure;  ///< that it tells whatever the light does
+  const char* spoken;
+};
+
+constexpr std::array key_figures{key_figure{"booster", "gain", "its gain"},
+                                 key_figure{"preamp", "gain", "its gain"},
+                                 key_figure{"voa", "attenuation", "its attenuation"},
+                                 key_figure{"osc", "link", "the state of the link"},
+                                 key_figure{"sfp", "outputPower", "the power that it sends"},
+                                 key_figure{"switch", "status", "its status"},
+                                 key_figure{"twinSwitch", "planLoaded", "its plan"},
+                                 key_figure{"monitor", "planLoaded", "its plan"}};
+
+/// What a device that answers should tell, and does not; null if it does.
+const char* untold_of(const device& each) {
+  const auto* key = std::find_if(key_figures.begin(), key_figures.end(),
+                                 [&](const auto& of) { return each.name == of.device; });
+  if (each.alive != true || key == key_figures.end()) return nullptr;
+  const bool is_told = std::any_of(each.values.begin(), each.values.end(),
+                                   [&](const auto& value) { return value.first == key->figure; });
+  return is_told ? nullptr : key->spoken;
+}
+
 std::string service_of(const std::string& device) {
   return names_of(device).service;
 }
@@ -97,6 +122,16 @@ void add_node_causes(const node_insight& node, std::vector<finding>& found) {
 
 void add_devices(const node_insight& node, std::vector<finding>& found) {
   for (const auto& each : node.devices) {
+    if (const auto* untold = untold_of(each)) {
+      found.push_back(
+          {cause::device_silent, each.name,
+           fmt::format("The {} answers, but {} cannot be read", names_of(each.name).spoken, untold),
+           "",
+           fmt::format("Look at its service, {}, and at the device behind it.",
+                       service_of(each.name)),
+           ""});
+      continue;
+    }
     // A device that has never been asked is neither silent nor alive.
     if (each.alive != false || !each.age) continue;
     found.push_back(
@@ -104,6 +139,18 @@ void add_devices(const node_insight& node, std::vector<finding>& found) {
          fmt::format("The {} has not answered for {:.0f} s", names_of(each.name).spoken, *each.age),
          loops_text(node, service_of(each.name)),
          fmt::format("Look at its service, {}, and restart it.", service_of(each.name)), ""});
+  }
+}
+
+void add_compensator(const node_insight& node, std::vector<finding>& found) {
+  // Without its link the node does not know the fibre, and waits.
+  if (is_found(found, cause::link_down) || is_found(found, cause::fibre_cut)) return;
+  for (const auto& each : node.guards) {
+    if (each.on != "compensator") continue;
+    found.push_back({cause::line_device, each.on,
+                     fmt::format("The fibre's dispersion is not compensated: {}", each.reason),
+                     "It is tried again every second.",
+                     "Look at their services, tdcm and ols_optical_switch/1.", each.since});
   }
 }
 

@@ -12,11 +12,22 @@ std::optional<float> lit_power(float reading) {
   return std::nullopt;
 }
 
+bool is_dark_power(float reading) {
+  constexpr float lowest_threshold_dbm = -45.0f;  // at which an amplifier tells loss of light
+  return device::judge(device::reading_kind::tap_power, reading) != device::verdict::refused &&
+         reading < lowest_threshold_dbm;
+}
+
 std::optional<float> lit_osc_power(float reading) {
   constexpr float floor_dbm = -45.0f;
   using namespace device;
   const bool is_lit = judge(reading_kind::osc_power, reading) == verdict::measured;
   return is_lit && reading > floor_dbm ? std::optional(reading) : std::nullopt;
+}
+
+bool is_dark_osc_power(float reading) {
+  using namespace device;
+  return judge(reading_kind::osc_power, reading) != verdict::refused && !lit_osc_power(reading);
 }
 
 bool is_channel_power(float calibrated) {

@@ -14,9 +14,13 @@ inline constexpr helpers::guard_kind line_known{"line-known"};
 
 /// A power of light on the line; empty for what its taps show in the dark or out of service.
 std::optional<float> lit_power(float reading);
+/// No light at all on the line: below the threshold of every amplifier, at what its tap shows
+/// without light, or told as such. A reading that is no reading is not darkness.
+bool is_dark_power(float reading);
 /// The same of the supervisory channel: its optics see -40 dBm at best and tell their floor in the
 /// dark.
 std::optional<float> lit_osc_power(float reading);
+bool is_dark_osc_power(float reading);
 
 /// The power of one channel after an amplifier: a reading and a calibration may each be possible
 /// while their sum is not.

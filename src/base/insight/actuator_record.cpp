@@ -5,6 +5,8 @@
 
 namespace insight {
 
+using namespace std::chrono_literals;
+
 std::int64_t actuator_record::minute_of(time_point time) {
   return std::chrono::floor<std::chrono::minutes>(time.time_since_epoch()).count();
 }
@@ -28,7 +30,13 @@ void actuator_record::step(time_point now, float change) {
   last_change_ = change;
   if (!turns_round) return;
   ++place.reversals;
-  if (now - *before > hunting_window) return;
+  if (now - *before <= hunting_window) note_turn(now);
+}
+
+void actuator_record::note_turn(time_point now) {
+  const auto pause = now - turns_.back();
+  const bool goes_on = turn_count_ > 0 && pause <= hunting_window;
+  longest_pause_ = goes_on ? std::max<std::chrono::nanoseconds>(longest_pause_, pause) : 0ns;
   std::rotate(turns_.begin(), turns_.begin() + 1, turns_.end());
   turns_.back() = now;
   turn_count_ = std::min(turn_count_ + 1, turns_of_hunting);
@@ -58,7 +66,11 @@ unsigned actuator_record::reversals_last_hour(time_point now) const {
 }
 
 bool actuator_record::is_hunting(time_point now) const {
-  return turn_count_ == turns_of_hunting && now - turns_.front() <= hunting_window;
+  constexpr int times_as_long = 3;
+  const auto patience =
+      std::max<std::chrono::nanoseconds>(times_as_long * longest_pause_, least_patience);
+  return turn_count_ == turns_of_hunting && now - turns_.front() <= hunting_window &&
+         now - turns_.back() <= patience;
 }
 
 }  // namespace insight

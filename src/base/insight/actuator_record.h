@@ -1,6 +1,8 @@
 // The steps of one attenuator: how many in the last hour, how often they reversed, and whether it
 // hunts, that is, reversed three times within ten minutes without a cause in between. A step after
 // ten minutes of rest follows a drift and swings back from nothing: it does not count for hunting.
+// It is over once the reversals stay away for three times as long as they ever did meanwhile, two
+// minutes at least: the steps have ended, or go one way.
 // A pure value; time is passed in and never runs backwards. Written by the loop's thread; an owner
 // that shares it locks it.
 #pragma once
@@ -32,6 +34,7 @@ class actuator_record {
 
   static constexpr unsigned turns_of_hunting = 3;
   static constexpr std::chrono::minutes hunting_window{10};
+  static constexpr std::chrono::minutes least_patience{2};
 
  private:
   struct of_minute {
@@ -41,6 +44,7 @@ class actuator_record {
   static constexpr unsigned minutes_kept = 60;
 
   static std::int64_t minute_of(time_point time);
+  void note_turn(time_point now);
   void turn_to(std::int64_t minute);
   template <class Count>
   unsigned sum(time_point now, Count count) const;
@@ -50,7 +54,10 @@ class actuator_record {
   std::array<time_point, turns_of_hunting> turns_{};
   unsigned steps_ = 0;
   unsigned turn_count_ = 0;  // since the last event, up to the size of turns_
-  float last_change_ = 0;    // 0 after an event: the next step is no reversal
+  // Between two reversals, since the hunting began. It only grows, so noise, whose reversals come
+  // at all intervals, does not end the hunting again and again.
+  std::chrono::nanoseconds longest_pause_{0};
+  float last_change_ = 0;  // 0 after an event: the next step is no reversal
   std::optional<time_point> last_step_;
 };
 

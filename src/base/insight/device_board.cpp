@@ -210,6 +210,16 @@ std::optional<float> device_board::number(const std::string& device,
   }
 }
 
+std::optional<float> device_board::told(const std::string& device, const std::string& name) const {
+  const std::lock_guard lock(mutex_);
+  const auto row = row_of(device, name);
+  if (row >= values_.size()) return std::nullopt;
+  const auto* reading = std::get_if<float>(&values_[row].what);
+  if (reading == nullptr) return std::nullopt;
+  const bool is_one = device::judge(rows[row].kind, *reading) != device::verdict::refused;
+  return is_one ? std::optional(*reading) : std::nullopt;
+}
+
 float device_board::get_number(unsigned row) {
   const std::lock_guard lock(mutex_);
   return number_of(row);

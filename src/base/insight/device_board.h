@@ -33,6 +33,9 @@ class device_board : public std::enable_shared_from_this<device_board> {
   /// range or was not reported.
   std::optional<float> number(const std::string& device, const std::string& name) const;
 
+  /// The same, but in the dark as it was told: what a tap shows there, or -99.
+  std::optional<float> told(const std::string& device, const std::string& name) const;
+
   // Getters of the published values; error -61 with the reason if a value has no meaning at
   // present.
   float get_number(unsigned row);

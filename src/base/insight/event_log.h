@@ -31,7 +31,7 @@ enum class event_kind : unsigned char {
   loop_up,
   cut,
   mended,
-  stalled,  ///< the line has stopped regulating, and needs a person
+  stalled,  ///< the line has stopped regulating and needs a person, or a part of the peer fails
   resumed,
   peer_identified,
   peer_lost,

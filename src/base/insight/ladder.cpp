@@ -77,6 +77,26 @@ std::optional<ladder_finding> amplifier_fault(const deviation& amplifier,
   return ladder_finding{.where = at, .what = ladder_fault::monitor, .by = *monitor.by};
 }
 
+/// While no light arrives, what instruments behind it show is their own noise.
+std::optional<ladder_finding> dark_fault(const differences& now) {
+  using enum differences::darkness;
+  if (now.dark == none) return std::nullopt;
+  const auto where = now.dark == everything ? ladder_point::fibre : ladder_point::line;
+  return ladder_finding{.where = where, .what = ladder_fault::dark, .by = 0};
+}
+
+/// The far end's light may be lost on the way, and no channel be left here.
+bool carries_signals(std::optional<float> sent) {
+  constexpr float more_than_noise_dbm = -10.0f;
+  return sent && *sent > more_than_noise_dbm;
+}
+
+differences::darkness darkness_of(const ladder_view& view) {
+  using enum differences::darkness;
+  if (!view.is_dark) return none;
+  return view.is_osc_dark ? everything : signals;
+}
+
 /// `behind` is what follows the line: a tap that is off shows there with the opposite sign.
 std::optional<ladder_finding> span_fault(const deviation& fibre, const deviation& line,
                                          std::optional<float> behind) {
@@ -119,14 +139,16 @@ std::optional<float> span_by_osc(const ladder_view& view) {
 }
 
 differences differences_of(const ladder_view& view, light_way way) {
+  differences found{.fibre = view.osc_sent - view.osc_received, .dark = darkness_of(view)};
   const auto sums = sums_of(view);
-  if (!sums) return {.fibre = view.osc_sent - view.osc_received};
+  if (sums || carries_signals(view.sent)) {
+    found.line = view.received - (view.sent - span_by_osc(view));
+  }
+  if (!sums) return found;
   const std::optional<float> inside = sums->inside;
   const std::optional<float> monitored = sums->monitored;
-  differences found{.amplifier = view.output - (view.input + view.gain + inside),
-                    .monitor = monitored + view.calibration - view.output,
-                    .fibre = view.osc_sent - view.osc_received,
-                    .line = view.received - (view.sent - span_by_osc(view))};
+  found.amplifier = view.output - (view.input + view.gain + inside);
+  found.monitor = monitored + view.calibration - view.output;
   if (way == light_way::tx) return found;
   found.far = sums->far_monitored + view.far_calibration - (view.received + view.far_gain);
   if (!view.input) return found;
@@ -160,7 +182,8 @@ std::optional<ladder_finding> first_fault(const differences& now, const differen
   const deviation line(now.line, usual.line, ladder_limits::line);
   const deviation far(now.far, usual.far, ladder_limits::line);
   if (way == light_way::tx) {
-    const auto found = span_fault(fibre, line, amplifier.by);
+    auto found = dark_fault(now);
+    if (!found) found = span_fault(fibre, line, amplifier.by);
     return found ? found : amplifier_fault(amplifier, monitor);
   }
   const auto common = common_deviation(now.ports, usual.ports);
@@ -173,6 +196,7 @@ std::optional<ladder_finding> first_fault(const differences& now, const differen
     }
   }
   if (auto found = amplifier_fault(amplifier, monitor)) return found;
+  if (auto found = dark_fault(now)) return found;
   if (auto found = span_fault(fibre, line, far.by)) return found;
   if (!far.is_wrong) return std::nullopt;
   return ladder_finding{.where = ladder_point::far, .what = ladder_fault::gain, .by = *far.by};

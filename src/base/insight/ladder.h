@@ -37,6 +37,8 @@ struct ladder_view {
   std::optional<float> received;
   std::optional<float> osc_sent;
   std::optional<float> osc_received;
+  bool is_dark = false;  ///< light is sent, and the far end of the fibre tells that none arrives
+  bool is_osc_dark = false;  ///< as opposed to not known
   // The far amplifier, on the path out.
   std::optional<float> far_gain;
   std::optional<float> far_calibration;
@@ -61,6 +63,9 @@ struct differences {
   std::optional<float> fibre{};       ///< loss of the supervisory channel
   std::optional<float> line{};        ///< received less sent and the fibre's loss
   std::optional<float> far{};         ///< the far monitor less received and the far gain
+  /// Light is sent and none arrives: behind that, nothing can be said. Not a difference that is
+  /// learned.
+  enum class darkness { none, signals, everything } dark = darkness::none;
 };
 differences differences_of(const ladder_view& view, light_way way);
 
@@ -73,13 +78,14 @@ enum class ladder_fault {
   output_tap,
   monitor,
   span,
-  osc_tap
+  osc_tap,
+  dark  ///< none of the light arrives
 };
 
 struct ladder_finding {
   ladder_point where;
   ladder_fault what;
-  float by;                          ///< dB, as the point tells too much or too little
+  float by;  ///< dB, as the point tells too much or too little; not of `dark`
   std::vector<unsigned> channels{};  ///< of `port`
 
   bool is_same(const ladder_finding& other) const {

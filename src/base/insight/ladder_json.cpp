@@ -48,9 +48,11 @@ const char* name_of(ladder_fault what) {
     case ladder_fault::span:
       return "span";
     case ladder_fault::osc_tap:
+      return "oscTap";
+    case ladder_fault::dark:
       break;
   }
-  return "oscTap";
+  return "dark";
 }
 
 /// Mean of the lit channels, from their sum.
@@ -224,7 +226,17 @@ const char* place_of(ladder_point where, light_way way) {
   return "at the far preamp";
 }
 
-std::string cause_of(const ladder_finding& fault) {
+const char* darkness_text(ladder_point where, light_way way) {
+  const bool out = way == light_way::rx;
+  if (where == ladder_point::fibre) {
+    return out ? "neither signals nor supervisory light arrive at the far end, and this node sends"
+               : "neither signals nor supervisory light arrive, and the far end sends";
+  }
+  return out ? "no signal arrives at the far end, and this node sends some: a connector"
+             : "no signal arrives, and the far end sends some: a connector";
+}
+
+std::string cause_of(const ladder_finding& fault, light_way way) {
   const char* sign = fault.by < 0 ? "less" : "more";
   const float by = std::fabs(fault.by);
   switch (fault.what) {
@@ -245,6 +257,12 @@ std::string cause_of(const ladder_finding& fault) {
           "channel has not changed: a connector",
           by, sign);
     case ladder_fault::gain:
+      if (fault.where == ladder_point::far) {
+        return fmt::format(
+            "the channels come out {:.1f} dB {} than its input and gain say: the amplifier, or the "
+            "monitor there",
+            by, fault.by < 0 ? "weaker" : "stronger");
+      }
       return fmt::format("the amplifier gives {:.1f} dB {} than it reports", by, sign);
     case ladder_fault::input_tap:
       return fmt::format("the tap at the amplifier's input reads {:.1f} dB {} than there is", by,
@@ -257,6 +275,8 @@ std::string cause_of(const ladder_finding& fault) {
                          sign);
     case ladder_fault::span:
       return fmt::format("the span loses {:.1f} dB {} than it used to", by, sign);
+    case ladder_fault::dark:
+      return darkness_text(fault.where, way);
     case ladder_fault::osc_tap:
       break;
   }
@@ -269,7 +289,7 @@ std::string cause_of(const ladder_finding& fault) {
 }  // namespace
 
 std::string ladder_sentence(const ladder_finding& fault, light_way way) {
-  return fmt::format("{}: {}", place_of(fault.where, way), cause_of(fault));
+  return fmt::format("{}: {}", place_of(fault.where, way), cause_of(fault, way));
 }
 
 std::string ladder_json(const ladder_book::page& page, light_way way) {

@@ -107,6 +107,13 @@ states::line_state state_of(line_reason reason) {
   return row_of(reason).state;
 }
 
+std::chrono::milliseconds silence_of(const line_verdict& verdict) {
+  using enum line_reason;
+  if (verdict.reason != no_sign_of_life && verdict.reason != channels_stand_still) return {};
+  const std::chrono::duration<float> silence(verdict.figures[0]);
+  return std::chrono::duration_cast<std::chrono::milliseconds>(silence);
+}
+
 std::string brief_of(const line_verdict& verdict) {
   const auto* found = std::ranges::find(briefs, verdict.reason, &brief_row::reason);
   if (found == briefs.end()) return sentence_of(verdict);

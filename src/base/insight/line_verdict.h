@@ -7,6 +7,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -70,11 +71,16 @@ struct line_verdict {
   std::optional<float> attenuation{};
   /// The VOA has opened at its preset, in dB, and waits there for a peer that reports on the fibre.
   std::optional<float> preset{};
+  /// When the line came into this state; if a silence is why, when that began. The one source of
+  /// every "since".
+  std::chrono::system_clock::time_point since{};
 
   bool operator==(const line_verdict&) const = default;
 };
 
 states::line_state state_of(line_reason reason);
+/// For how long the readings stand still that are why it is in its state; 0 for other reasons.
+std::chrono::milliseconds silence_of(const line_verdict& verdict);
 /// What the daemon does about it and what a person can do, in a few words, for states that need
 /// one: "amplifiers off, VOA at 5.0 dB; mend the fibre".
 std::string brief_of(const line_verdict& verdict);

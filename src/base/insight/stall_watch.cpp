@@ -1,6 +1,7 @@
 #include "base/insight/stall_watch.h"
 
 #include "base/insight/event_log.h"
+#include "platform/value_tree/event_frame.h"
 
 namespace insight {
 
@@ -29,8 +30,10 @@ bool goes_on(const line_verdict& verdict) {
 void stall_watch::begin(const line_verdict& verdict, time_point now) {
   const auto state = state_of(verdict.reason);
   const auto kind = state == line_state::exhausted ? event_kind::exhausted : event_kind::stalled;
-  event_log::instance().tell(
-      kind, subject, {{"state", states::row_of(state).text}, {"reason", sentence_of(verdict)}});
+  event_log::instance().tell(kind, subject,
+                             {{"state", states::row_of(state).text},
+                              {"reason", sentence_of(verdict)},
+                              {"since", nx::event_time(verdict.since)}});
   told_ = state;
   told_at_ = next_since_;
   seen_ = now;

@@ -54,7 +54,7 @@ void add_lost(const node_facts& node, texts& parts) {
   const auto state = state_of(node.line.reason);
   if (!is_lost(node)) return;
   parts.push_back(fmt::format("{} since {}: {}", states::row_of(state).text,
-                              since_text(node.line_since, node.wall_clock), brief_of(node.line)));
+                              since_text(node.line.since, node.wall_clock), brief_of(node.line)));
 }
 
 std::string name_of(const known_channel& channel) {

@@ -34,7 +34,6 @@ struct node_facts {
   std::vector<known_channel> channels;
   std::vector<loop_fault> faults;
   line_verdict line;
-  std::chrono::system_clock::time_point line_since;  ///< of the line's state
   actuator_record voa;
   bool has_given_way = false;  ///< to the far preamp, not long ago
   std::string peer;            ///< product text; empty if there is none

@@ -37,6 +37,17 @@ number lit_osc(number power) {
   return power ? guards::lit_osc_power(*power) : std::nullopt;
 }
 
+/// A dark amplifier's noise may arrive below the threshold too: it has then lost what a span loses.
+bool is_dark(number sent, number received) {
+  constexpr float more_than_any_span_db = 35.0f;
+  return sent && received && guards::is_dark_power(*received) &&
+         *sent - *received > more_than_any_span_db;
+}
+
+bool is_osc_dark(number power) {
+  return power && guards::is_dark_osc_power(*power);
+}
+
 /// The far end, as long as it is known and shows signs of life: older reports say nothing about the
 /// present light.
 class far_end {
@@ -60,7 +71,8 @@ const board_numbers& board() {
 }
 
 /// At the connector, like the line's own values.
-number line_output(const device_board& devices, number booster) {
+number line_output(const device_board& devices, number booster, bool has_voa) {
+  if (!has_voa) return moved(booster, board().boostertx_to_linetx_db());
   const auto attenuation = devices.number("voa", "attenuation");
   const auto insertion_loss = devices.number("voa", "insertionLoss");
   if (!attenuation || !insertion_loss) return std::nullopt;
@@ -73,38 +85,55 @@ number far_gain(const far_end& peer) {
   return gain && lacks ? number(*gain - *lacks) : std::nullopt;
 }
 
-ladder_view view_out(const device_board& devices, const far_end& peer, ladders::channels channels) {
+/// Behind a dark line, and of channels that it does not detect, a monitor tells its own noise.
+void add_far_powers(const far_end& peer, ladders::channels& channels) {
   for (auto& channel : channels) {
+    const auto peak = peer.told(operation::get_channel_tx_peak, channel.id);
     const auto far = peer.told(operation::get_channel_tx_ocm_power, channel.id);
-    if (far && guards::is_channel_power(*far)) channel.far = far;
+    if (peak && *peak != 0 && far && guards::is_channel_power(*far)) channel.far = far;
   }
+}
+
+ladder_view view_out(const device_board& devices, const far_end& peer, ladders::channels channels,
+                     bool has_voa) {
   const auto output = devices.number("booster", "outputPower");
+  const auto sent = line_output(devices, output, has_voa);
+  const auto received = peer.told(operation::get_line_rx_power);
+  const auto osc_received = peer.told(operation::get_osc_rx_power);
+  const bool dark = is_dark(sent, received);
+  if (!dark) add_far_powers(peer, channels);
   return {.lit = std::move(channels),
           .input = devices.number("booster", "inputPower"),
           .output = output,
           .gain = devices.number("booster", "actualGain"),
           .calibration = board().mon_to_boostertx_db(),
-          .sent = line_output(devices, output),
-          .received = lit(peer.told(operation::get_line_rx_power)),
+          .sent = sent,
+          .received = dark ? std::nullopt : lit(received),
           .osc_sent = moved(devices.number("sfp", "outputPower"), board().osctx_to_linetx_db()),
-          .osc_received = lit_osc(peer.told(operation::get_osc_rx_power)),
+          .osc_received = lit_osc(osc_received),
+          .is_dark = dark,
+          .is_osc_dark = is_osc_dark(osc_received),
           .far_gain = far_gain(peer),
           .far_calibration = peer.told(operation::get_edfa_tx_calibration)};
 }
 
 ladder_view view_in(const device_board& devices, const far_end& peer, ladders::channels channels,
                     bool switch_inside) {
+  const auto sent = lit(peer.told(operation::get_line_tx_power));
   const auto input = devices.number("preamp", "inputPower");
+  const bool dark = is_dark(sent, devices.told("preamp", "inputPower"));
   return {.lit = std::move(channels),
-          .input = input,
+          .input = dark ? std::nullopt : input,
           .output = devices.number("preamp", "outputPower"),
           .gain = devices.number("preamp", "actualGain"),
           .calibration = board().mon_to_preamptx_db(),
           .switch_inside = switch_inside,
-          .sent = lit(peer.told(operation::get_line_tx_power)),
-          .received = moved(input, -board().linerx_to_preamprx_db()),
+          .sent = sent,
+          .received = dark ? std::nullopt : moved(input, -board().linerx_to_preamprx_db()),
           .osc_sent = peer.told(operation::get_osc_tx_power),
           .osc_received = moved(devices.number("sfp", "inputPower"), -board().linerx_to_oscrx_db()),
+          .is_dark = dark,
+          .is_osc_dark = is_osc_dark(devices.told("sfp", "inputPower")),
           .far_gain = {},
           .far_calibration = {}};
 }
@@ -118,6 +147,7 @@ nx::json_document document_of(const ::insight::ladder_book& book) {
 void ladders::setup_api(nx_db& db, const std::string& product) {
   const auto* model = models::find_told(product);
   switch_inside_ = model != nullptr && model->plant.drop_switch_mid_stage;
+  has_voa_ = model == nullptr || model->has_line_voa;
   using ::insight::told_value;
   const auto self = shared_from_this();
   nodes_.push_back(told_value<&ladders::get_rx>(db, "insight/ladder/rx", self));
@@ -132,7 +162,7 @@ void ladders::look(const device_board& devices, const std::shared_ptr<remote::ap
                    channels out, channels in) {
   last_look_ = helpers::steady_now();
   const far_end far(peer, last_look_);
-  out_.look(view_out(devices, far, std::move(out)), last_look_);
+  out_.look(view_out(devices, far, std::move(out), has_voa_), last_look_);
   in_.look(view_in(devices, far, std::move(in), switch_inside_), last_look_);
   refresh();
 }

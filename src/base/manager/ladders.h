@@ -44,6 +44,7 @@ class ladders : public std::enable_shared_from_this<ladders> {
   ::insight::ladder_book in_{::insight::light_way::tx};
   std::vector<std::shared_ptr<nx::api::lazy_node>> nodes_;
   bool switch_inside_ = false;
+  bool has_voa_ = true;
   std::chrono::steady_clock::time_point last_look_{};
 };
 

@@ -6,16 +6,19 @@
 #include <array>
 #include <utility>
 
+#include "base/insight/event_log.h"
 #include "base/insight/news.h"
 #include "base/manager/loops/line_peer.h"
 #include "base/manager/remote/api.h"
 #include "helpers/waiting.h"
+#include "platform/value_tree/event_frame.h"
 #include "platform/wire/nx_error.h"
 
 namespace manager {
 
 namespace {
 
+using ::insight::event_kind;
 using ::insight::peer_gap;
 using ::insight::peer_part;
 using operation = remote::device::operation;
@@ -70,8 +73,34 @@ void neighbour::look(const std::shared_ptr<remote::api>& peer) {
   ::insight::peer_view view;
   if (peer->is_up()) view.product = peer->last_product();
   const loops::line_peer line(peer);
-  if (line.is_known() && line.is_alive(helpers::steady_now())) view.gaps = gaps_of(*peer);
+  // Of one that is silent nothing is known, and one that is lost takes its gaps with it.
+  if (!peer->is_up()) told_.clear();
+  if (line.is_known() && line.is_alive(helpers::steady_now())) {
+    view.gaps = gaps_of(*peer);
+    tell_changes(view.gaps);
+  }
   show(std::move(view));
+}
+
+void neighbour::tell_changes(const std::vector<peer_gap>& gaps) {
+  const auto lacks = [](const std::vector<peer_gap>& all, peer_part part) {
+    return std::ranges::find(all, part, &peer_gap::part) == all.end();
+  };
+  auto& log = ::insight::event_log::instance();
+  for (const auto& gap : told_) {
+    if (!lacks(gaps, gap.part)) continue;
+    const std::chrono::duration<double> lasted = helpers::system_now() - gap.since;
+    log.tell(event_kind::resumed, "peer",
+             {{"part", ::insight::name_of(gap.part)}, {"seconds", lasted.count()}});
+  }
+  for (const auto& gap : gaps) {
+    if (!lacks(told_, gap.part)) continue;
+    log.tell(event_kind::stalled, "peer",
+             {{"part", ::insight::name_of(gap.part)},
+              {"reason", ::insight::meanwhile(gap.part)},
+              {"since", nx::event_time(gap.since)}});
+  }
+  told_ = gaps;
 }
 
 void neighbour::note_idle() {

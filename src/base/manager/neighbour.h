@@ -1,6 +1,6 @@
 // The node's view of its neighbour for people: "insight/peer", which says what of the peer cannot
-// be read, since when, and what that means here. A peer that is away, unknown or silent is the
-// line's to tell.
+// be read, since when, and what that means here; its begin and end are events. A peer that is away,
+// unknown or silent is the line's to tell.
 //
 // look on the manager thread; the getter on any thread, without blocking.
 #pragma once
@@ -9,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "api/lazy_value.h"
 #include "base/insight/peer_gaps.h"
@@ -41,7 +42,9 @@ class neighbour : public std::enable_shared_from_this<neighbour> {
 
  private:
   void show(::insight::peer_view view);
+  void tell_changes(const std::vector<::insight::peer_gap>& gaps);
 
+  std::vector<::insight::peer_gap> told_;  ///< in the events; used only by the manager thread
   std::shared_ptr<nx::api::lazy_node> node_;
   mutable std::mutex mutex_;  // guards the view; a leaf
   ::insight::peer_view view_;

@@ -12,6 +12,20 @@
 
 namespace manager {
 
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto between_looks_at_hunting = 10s;
+
+bool hunts(const ::insight::node_facts& node) {
+  return node.voa.is_hunting(node.now) || std::ranges::any_of(node.channels, [&](const auto& of) {
+           return of.actuator.is_hunting(node.now);
+         });
+}
+
+}  // namespace
+
 void overview::setup_api(nx_db& db, std::shared_ptr<loops::line_loop> line, board_ptr rx,
                          board_ptr tx) {
   line_ = std::move(line);
@@ -37,19 +51,20 @@ void overview::note_cycle(cycle_facts facts) {
   if (nodes_.empty()) return;
   auto line = line_->get_verdict();
   bool is_news = news_of_channels() != std::exchange(told_news_, news_of_channels());
+  const auto now = helpers::steady_now();
+  is_news = is_news || (has_told_hunting_ && now - told_at_ >= between_looks_at_hunting);
   {
     const std::lock_guard lock(mutex_);
     is_news = is_news || line != facts_.line || facts.peer != facts_.peer ||
               facts.is_regulating != facts_.is_regulating ||
               facts.down.size() != facts_.faults.size();
     note_faults(facts);
-    const bool is_other = state_of(line.reason) != state_of(facts_.line.reason);
-    if (is_other) facts_.line_since = helpers::system_now();
     facts_.line = std::move(line);
     facts_.peer = std::move(facts.peer);
     facts_.is_regulating = facts.is_regulating;
   }
   if (!is_news) return;
+  told_at_ = now;
   for (const auto& node : nodes_)
     node->refresh();
 }
@@ -80,6 +95,7 @@ unsigned overview::news_of_channels() const {
   facts.has_given_way = line_->has_given_way();
   facts.now = helpers::steady_now();
   facts.wall_clock = helpers::system_now();
+  has_told_hunting_ = hunts(facts);
   return facts;
 }
 

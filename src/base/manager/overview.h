@@ -5,6 +5,8 @@
 // small mutexes, one at a time: none of a plan, and none that is held across a device call.
 #pragma once
 
+#include <atomic>
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -49,7 +51,10 @@ class overview : public std::enable_shared_from_this<overview> {
   std::vector<board_ptr> boards_;
   std::vector<std::shared_ptr<nx::api::lazy_node>> nodes_;
 
-  unsigned told_news_ = 0;  // manager thread only
+  // Hunting ends without a step, hence without news. Set by whoever reads.
+  std::atomic<bool> has_told_hunting_{false};
+  unsigned told_news_ = 0;                           // manager thread only
+  std::chrono::steady_clock::time_point told_at_{};  // likewise
 
   std::mutex mutex_;  // guards the members below
   ::insight::node_facts facts_;

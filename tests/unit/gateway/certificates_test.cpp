@@ -155,7 +155,8 @@ TEST_F(certificates, who_speaks_clear_text_to_its_port_is_told_to_use_https) {
   take("live.pem", "live.key");
   start();
   const std::string request = " / HTTP/1.1\r\nHost: localhost\r\nAuthorization: Bearer x\r\n\r\n";
-  for (const char* asked : {"GET", "HEAD", "PUT", "POST"}) {
+  for (const char* asked : {"GET", "HEAD", "PUT", "POST", "DELETE", "OPTIONS", "PATCH", "CONNECT",
+                            "TRACE", "PROPFIND", "get"}) {
     const auto told = ask(asked + request);
     EXPECT_THAT(told, HasSubstr("HTTP/1.1 400 ")) << asked;
     EXPECT_THAT(told, HasSubstr("This port speaks TLS: ask for https://"));
@@ -163,6 +164,10 @@ TEST_F(certificates, who_speaks_clear_text_to_its_port_is_told_to_use_https) {
   EXPECT_THAT(ask(get("/", "X: " + std::string(10'000'000, 'x') + "\r\n")), HasSubstr("https://"))
       << "sent while it is told so";
   EXPECT_EQ(ask(std::string(1000, '\x16')).find("HTTP"), std::string::npos) << "bad TLS";
+  const std::string no_hello("\x16\x03\x01\x00\x05hello", 10);
+  constexpr char alert = 21;
+  EXPECT_EQ(ask(no_hello + std::string(10'000'000, 'x')).substr(0, 1), std::string(1, alert))
+      << "a broken handshake is told as TLS tells it";
   EXPECT_THAT(look().text, HasSubstr("200 OK"));
 }
 

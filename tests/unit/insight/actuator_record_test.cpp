@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <random>
 #include <vector>
 
 namespace {
@@ -43,6 +44,15 @@ TEST(actuator_record, tells_hunting_from_approach_and_drift) {
        4,
        3,
        false},
+      {"the cause has gone", {{0s, 1}, {9s, -1}, {15s, 1}, {25s, -1}}, 146s, 4, 3, false},
+      {"a minute before that", {{0s, 1}, {9s, -1}, {15s, 1}, {25s, -1}}, 86s, 4, 3, true},
+      {"one way from there on",
+       {{0s, 1}, {9s, -1}, {15s, 1}, {25s, -1}, {80s, -1}, {140s, -1}},
+       146s,
+       6,
+       3,
+       false},
+      {"as slow as before", {{0s, 1}, {9s, -1}, {99s, 1}, {199s, -1}}, 480s, 4, 3, true},
       {"an event between",
        {{0s, 1}, {9s, -1}, {99s, 1}, {150s, 0}, {200s, -1}, {210s, 1}},
        211s,
@@ -66,6 +76,32 @@ TEST(actuator_record, tells_hunting_from_approach_and_drift) {
     EXPECT_EQ(record.steps_last_hour(now), row.steps);
     EXPECT_EQ(record.reversals_last_hour(now), row.reversals);
     EXPECT_EQ(record.is_hunting(now), row.hunts);
+  }
+}
+
+/// How often a day of noise, which reverses at random, begins and ends to be hunting.
+TEST(actuator_record, does_not_waver_over_a_day_of_noise) {
+  std::mt19937 random(7);
+  for (const auto mean : {3.0, 15.0, 45.0}) {
+    std::exponential_distribution<> pause(1 / mean);
+    actuator_record record;
+    actuator_record::time_point now{777h};
+    const auto end = now + 24h;
+    auto next = now;
+    float change = 1;
+    bool hunted = false;
+    int wavers = 0;
+    for (; now < end; now += 1s) {
+      if (now >= next) {
+        record.step(now, change);
+        change = -change;
+        next += std::chrono::milliseconds(static_cast<int>(1000 * pause(random)));
+      }
+      if (record.is_hunting(now) != hunted) ++wavers;
+      hunted = record.is_hunting(now);
+    }
+    EXPECT_TRUE(hunted) << mean;
+    EXPECT_LE(wavers, 3) << mean;
   }
 }
 

@@ -134,9 +134,10 @@ TEST_F(event_log_test, tells_a_loop_that_fails_again_and_again_once) {
 TEST_F(event_log_test, tells_a_line_that_stands_still_once_and_its_end) {
   using enum insight::line_reason;
   insight::stall_watch watch;
+  const std::chrono::system_clock::time_point since{std::chrono::seconds(7)};
   const auto stand = [&](insight::line_reason reason, int seconds) {
     for (; seconds > 0; --seconds) {
-      watch.look({.reason = reason}, clock->steady_now());
+      watch.look({.reason = reason, .since = since}, clock->steady_now());
       clock->sleep(std::chrono::seconds(1));
     }
   };
@@ -154,7 +155,8 @@ TEST_F(event_log_test, tells_a_line_that_stands_still_once_and_its_end) {
   stand(product_not_known, 15);
   stand(within_rest, 1);
   EXPECT_THAT(told(), ElementsAre(AllOf(HasSubstr(R"("stalled","on":"line","state":"peer's)"),
-                                        HasSubstr("has reported nothing new for")),
+                                        HasSubstr("has reported nothing new for"),
+                                        HasSubstr(R"("since":"1970-01-01T00:00:07)")),
                                   HasSubstr(R"("resumed","on":"line","state":"peer's readings)"),
                                   HasSubstr(R"("exhausted","on":"line")"),
                                   HasSubstr(R"("resumed","on":"line","state":"exhausted")"),

@@ -106,6 +106,29 @@ const row rows[] = {
          *channel.far -= 2;
      },
      ladder_finding{ladder_point::line, ladder_fault::connector, -2}},
+    // What the monitor behind shows is its noise.
+    {"nothing arrives at the far end", rx,
+     [](ladder_view& view) {
+       view.received.reset();
+       view.osc_received.reset();
+       view.is_dark = view.is_osc_dark = true;
+       for (auto& channel : view.lit)
+         *channel.far -= 25;
+     },
+     ladder_finding{ladder_point::fibre, ladder_fault::dark, 0}},
+    {"nothing of the signals arrives here", tx,
+     [](ladder_view& view) {
+       view.received.reset();
+       view.lit.clear();
+       view.is_dark = true;
+     },
+     ladder_finding{ladder_point::line, ladder_fault::dark, 0}},
+    {"almost nothing of them", tx,
+     [](ladder_view& view) {
+       *view.received -= 25;
+       view.lit.clear();
+     },
+     ladder_finding{ladder_point::line, ladder_fault::connector, -25}},
     {"far preamp", rx,
      [](ladder_view& view) {
        for (auto& channel : view.lit)

@@ -74,6 +74,15 @@ TEST(findings, name_the_cause_before_what_it_brings_about) {
        {booster_down},
        cause::device_silent,
        "booster"},
+      // One that answers with errors only, and what follows from it.
+      {{{"insight/device/osc/alive", true},
+        {"insight/device/booster/alive", true},
+        {"insight/device/booster/gain", 20.0},
+        {"insight/line/state", std::string("no supervisory link")},
+        {state("19230000/rx"), failed}},
+       {},
+       cause::device_silent,
+       "osc"},
       {{{state("19230000/rx"), dark}, {"insight/line/state", std::string("no peer")}},
        {at_noon("lit", "client rx 19230000"), at_noon("dark", "client rx 19230000")},
        cause::channel_dark,
@@ -113,15 +122,21 @@ TEST(findings, name_the_cause_before_what_it_brings_about) {
        cause::not_configured,
        "node"},
       {{{"insight/rest",
-         std::string(R"({"client rx":{"hunting":[19245000]},"line":{"hunts":false}})")}},
+         std::string(R"({"client rx":{"hunting":[19230000,19245000]},"line":{"hunts":false}})")}},
        {},
        cause::hunting,
-       "192.45 rx"},
+       "192.30, 192.45 rx"},
       {{{"insight/rest",
          std::string(R"({"line":{"hunts":true,"because":"far preamp saturated"}})")}},
        {},
        cause::far_preamp_saturated,
        "line"},
+      {{{"insight/guards",
+         std::string(
+             R"({"dispersion-setting":{"active":[{"on":"compensator","reason":"away"}]}})")}},
+       {},
+       cause::line_device,
+       "compensator"},
       {{{"data/automationMode", std::string("dark")}}, {}, cause::regulation_stopped, "node"},
       {{{"insight/ladder/rx",
          std::string(R"({"rungs":[{"point":"booster in","wrong":true,"difference":-2.1}]})")},
@@ -149,6 +164,7 @@ TEST(findings, name_both_of_two_causes_before_what_they_bring_about) {
   read.put("insight/device/booster/alive", false);
   read.put("insight/device/booster/age", 4.0);
   read.put("insight/device/sfp/alive", true);
+  read.put("insight/device/sfp/outputPower", 0.0);
   read.put("insight/line/state", std::string("device failed"));
   read.put(
       "insight/guards",
@@ -194,13 +210,20 @@ TEST(findings, tell_a_guard_once_for_all_its_channels_and_not_of_those_that_tell
                                          R"({"on":"client rx 19230000","reason":"it is full"},)"
                                          R"({"on":"client rx 19245000","reason":"it is full"},)"
                                          R"({"on":"client rx 19260000","reason":"it is full"},)"
-                                         R"({"on":"client rx calibration","reason":"dark"}]}})"));
+                                         R"({"on":"client rx calibration","reason":"dark"}]},)"
+                                         R"("plausibility":{"active":[)"
+                                         R"({"on":"device ocm/1/power","reason":"-99"},)"
+                                         R"({"on":"device ocm/2/power","reason":"-98"},)"
+                                         R"({"on":"device ocm/3/power","reason":"-97"}]}})"));
   std::vector<std::string> told;
   for (const auto& each : findings_of(insight_of(read)))
     if (each.of == cause::guard) told.push_back(each.sentence);
   const std::string guard = "Guard unsaturated-amplifier is active on ";
-  EXPECT_THAT(told, ElementsAre(guard + "client rx calibration: dark",
-                                guard + "192.30, 192.45 rx: it is full"));
+  EXPECT_THAT(told,
+              ElementsAre(guard + "client rx calibration: dark",
+                          "Guard plausibility is active on device ocm/1/power and 2 more like "
+                          "it: -99",
+                          guard + "192.30, 192.45 rx: it is full"));
 }
 
 TEST(findings, tell_since_when) {
@@ -269,6 +292,8 @@ TEST(event_lines, fold_what_comes_together_and_name_channels_by_their_frequency)
       event_at("12:00:03", R"("event":"arrived","on":"client rx 7","seconds":3.14,"steps":1)"),
       event_at("12:00:09", R"("event":"lit","on":"client rx 9")"),
       event_at("12:01:00", R"("event":"peerLost","on":"peer","product":"ORVA\u001b-LITE")"),
+      event_at("12:01:10",
+               R"("event":"stalled","on":"peer","part":"preamp","reason":"all goes on")"),
       event_at("12:02:00", R"("event":"exhausted","on":"client rx 7","error":-2.74)"),
       event_at("12:03:00",
                R"("event":"parameterWritten","on":"config/x","value":"4.5","writes":30,)"
@@ -278,15 +303,17 @@ TEST(event_lines, fold_what_comes_together_and_name_channels_by_their_frequency)
       event_at("12:04:01", R"("event":"guardBegan","on":"peer data/client/8/rx/power",)"
                            R"("guard":"plausibility","reason":"64 is no tap power")"),
   };
-  EXPECT_THAT(event_lines(events, {{7, 19260000}}),
-              ElementsAre("2026-01-31 12:00:00  3 channels rx  has light",
-                          "2026-01-31 12:00:03  192.60 rx      is on target after 3.1 s in 1 step",
-                          R"(2026-01-31 12:01:00  peer           lost, it was ORVA\x1b-LITE)",
-                          "2026-01-31 12:02:00  192.60 rx      is exhausted, 2.7 dB too weak",
-                          "2026-01-31 12:03:00  config/x       written 30 times until 12:03:09, "
-                          "at last: 4.5",
-                          "2026-01-31 12:04:00  2 channels peer's rx/power  guard plausibility "
-                          "begins: 63 is no tap power"));
+  EXPECT_THAT(
+      event_lines(events, {{7, 19260000}}),
+      ElementsAre("2026-01-31 12:00:00  3 channels rx  has light",
+                  "2026-01-31 12:00:03  192.60 rx      is on target after 3.1 s in 1 step",
+                  R"(2026-01-31 12:01:00  peer           lost, it was ORVA\x1b-LITE)",
+                  "2026-01-31 12:01:10  peer           its preamp cannot be read: all goes on",
+                  "2026-01-31 12:02:00  192.60 rx      is exhausted, 2.7 dB too weak",
+                  "2026-01-31 12:03:00  config/x       written 30 times until 12:03:09, "
+                  "at last: 4.5",
+                  "2026-01-31 12:04:00  2 channels peer's rx/power  guard plausibility "
+                  "begins: 63 is no tap power"));
   EXPECT_FALSE(event_of("no json"));
 }
 

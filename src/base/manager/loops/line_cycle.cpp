@@ -255,10 +255,10 @@ void line_loop::regulate(nx_db& db, bool regulate) {
   if (!peer_.is_up()) judge(line_reason::peer_is_lost, {}, remote_->last_product());
   if (remote_->is_embedded_ila() && embedded_ila_) {
     manage_embedded_ila_line(db, regulate);
-    judge_silence();
   } else {
     manage_line(db, regulate);
   }
+  judge_silence();
 }
 
 void line_loop::reset_spanloss_history() {

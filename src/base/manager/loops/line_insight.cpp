@@ -21,6 +21,7 @@ constexpr auto usual_pause = 3s;
 constexpr auto longest_standstill = 30s;
 constexpr float jump_of_error_db = 2.0f;
 constexpr auto longest_wait_for_span = 30s;
+constexpr std::chrono::system_clock::time_point never{};
 
 }  // namespace
 
@@ -62,10 +63,17 @@ void line_loop::judge_unknown_peer() {
   judge(line_reason::product_not_known, {}, remote_->last_product());
 }
 
-// A line at rest by the spans of a peer that no longer answers.
+// A line that rests, or never moves, says nothing about a peer that no longer answers; its values
+// are shown all the same.
 void line_loop::judge_silence() {
   using enum ::states::line_state;
-  if (!peer_.is_up() || ::insight::state_of(verdict_.reason) != at_rest) return;
+  const bool never_moves = verdict_.reason == line_reason::no_attenuator ||
+                           verdict_.reason == line_reason::peer_without_calibration;
+  if (!never_moves && ::insight::state_of(verdict_.reason) != at_rest) return;
+  if (!peer_.is_up()) {
+    if (never_moves) judge(line_reason::peer_is_lost, {}, remote_->last_product());
+    return;
+  }
   const auto last = peer_.last_sign_of_life();
   if (!last) return;
   const std::chrono::duration<float> silence = helpers::steady_now() - *last;
@@ -135,6 +143,9 @@ void line_loop::publish_verdict() {
                              verdict_.reason == line_reason::channels_stand_still;
   if (peer_is_missing || state == no_fibre || is_left_alone) {
     verdict_.attenuation = told_.attenuation;
+  }
+  if (state != ::insight::state_of(told_.verdict.reason) || verdict_.since == never) {
+    verdict_.since = helpers::system_now() - ::insight::silence_of(verdict_);
   }
   told_.verdict = verdict_;
 }
