@@ -1,9 +1,5 @@
 #include "gateway/server/connection.h"
 
-#include <openssl/err.h>
-#include <openssl/ssl.h>
-
-#include <boost/asio/ssl/error.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/beast/http/read.hpp>
 #include <boost/beast/http/write.hpp>
@@ -12,6 +8,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "gateway/server/read_failure.h"
 #include "platform/note_log/note_log.h"
 
 namespace gateway {
@@ -25,35 +22,6 @@ namespace asio = boost::asio;
 /// data is read for a while.
 constexpr std::chrono::seconds drain_time{2};
 constexpr std::size_t drain_bytes = 32 * 1024 * 1024;
-
-answer too_late(const settings& bounds) {
-  const auto seconds = std::chrono::duration<double>(bounds.header_time).count();
-  std::ostringstream text;
-  text << "The request took longer than " << seconds << " s";
-  return refusal(408, text.str());
-}
-
-answer answer_to(const boost::system::error_code& error, const settings& bounds) {
-  if (error == http::error::header_limit || error == http::error::buffer_overflow) {
-    return refusal(431,
-                   "The header is longer than " + std::to_string(bounds.header_bytes) + " bytes");
-  }
-  if (error == http::error::body_limit) {
-    return refusal(413, "The body is longer than " + std::to_string(bounds.body_bytes) + " bytes");
-  }
-  return refusal(400, "This is not an HTTP request: " + error.message());
-}
-
-bool is_parse_error(const boost::system::error_code& error) {
-  return error.category() == make_error_code(http::error::bad_version).category() &&
-         error != http::error::end_of_stream && error != http::error::partial_message;
-}
-
-/// Of a handshake that began with GET, HEAD, PUT or POST.
-bool was_clear_text(const boost::system::error_code& error) {
-  return error.category() == asio::error::get_ssl_category() &&
-         ERR_GET_REASON(static_cast<unsigned>(error.value())) == SSL_R_HTTP_REQUEST;
-}
 
 }  // namespace
 
@@ -215,7 +183,7 @@ void connection<Stream>::body_read(const error_code& error) {
 template <class Stream>
 void connection<Stream>::read_failed(const error_code& error) {
   if (timed_out_) return give_last(too_late(shared_.bounds));
-  if (is_parse_error(error)) return give_last(answer_to(error, shared_.bounds));
+  if (auto told = answer_to_unreadable(error, shared_.bounds)) return give_last(std::move(*told));
   close();
 }
 
