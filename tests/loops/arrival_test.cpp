@@ -52,15 +52,11 @@ class arrival : public testing::Test {
 
   void add_lit(unsigned channel) {
     if (node_->has_channels_by_command()) node_->add_channel(channel);
-    light(channel);
+    node_->plant().change_laser(0, channel, [](sim::laser_settings& laser) {
+      laser.on = true;
+      laser.ramp_s = 0.0;
+    });
     lit_.push_back(channel);
-  }
-
-  void light(unsigned channel) {
-    auto laser = node_->plant().get_laser(0, channel);
-    laser.on = true;
-    laser.ramp_s = 0.0;
-    node_->plant().set_laser(0, channel, laser);
   }
 
   double error(unsigned channel) {
@@ -324,9 +320,8 @@ std::chrono::hours quiet_time(bool drifts) {
 void drift(plant_node& node, double db_per_hour) {
   double sign = 1.0;
   for (const auto channel : node.channels()) {
-    auto laser = node.plant().get_laser(0, channel);
-    laser.drift_db_per_hour = sign * db_per_hour;
-    node.plant().set_laser(0, channel, laser);
+    node.plant().change_laser(0, channel,
+                              [&](auto& laser) { laser.drift_db_per_hour = sign * db_per_hour; });
     sign = -sign;
   }
 }

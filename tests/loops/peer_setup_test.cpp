@@ -13,8 +13,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr const char* peer_address = "[fe80::2%osc0]:5100";
-
 class peer_setup : public testing::Test {
  protected:
   /// A node facing the plant's far end, which plays that family.
@@ -22,11 +20,8 @@ class peer_setup : public testing::Test {
     auto topology = sim::default_topology(product);
     topology.peer = family;
     node = std::make_unique<test::plant_node>(std::move(topology));
-    node->network().attach(peer_address, peer());
+    node->face_far_end();
   }
-  ~peer_setup() override { node->network().detach(peer_address); }
-
-  nx_db& peer() { return node->plant().nexel_tree("peer", 1); }
 
   /// Longest of the cycles in this time.
   std::chrono::nanoseconds longest_cycle(std::chrono::nanoseconds time) {
@@ -39,20 +34,15 @@ class peer_setup : public testing::Test {
     return longest;
   }
 
-  long lines(const std::string& beginning) {
-    return std::count_if(log.begin(), log.end(),
-                         [&](const auto& line) { return line.starts_with(beginning); });
-  }
-
   std::unique_ptr<test::plant_node> node;
-  test::log_lines log;
 };
 
 class late_peer : public peer_setup, public testing::WithParamInterface<int> {};
 
 TEST_P(late_peer, delays_no_cycle_and_no_channel) {
   face("orvalite", "orva-lite");
-  node->network().set_latency(peer_address, std::chrono::milliseconds(GetParam()));
+  node->network().set_latency(test::plant_node::peer_address,
+                              std::chrono::milliseconds(GetParam()));
   node->start();
   EXPECT_LE(longest_cycle(10s), 620ms);
   EXPECT_TRUE(node->all_on_target()) << "10 s after the start";
@@ -96,7 +86,7 @@ TEST(late_peers, meet_and_find_each_other_again) {
   pair.run_for(10s);
   const auto log = pair.take_log();
   for (const char* once : {"Starting remote subscription.", "Remote subscription complete."})
-    EXPECT_EQ(std::count(log.begin(), log.end(), once), 2) << once << " at each end";
+    EXPECT_EQ(test::count_of(log, once), 2) << once << " at each end";
   for (const unsigned node : {0u, 1u})
     EXPECT_TRUE(pair.all_on_target(node)) << node;
 }
@@ -111,9 +101,9 @@ TEST_F(peer_setup, an_orvapro_gets_on_with_an_orvalite_that_has_fewer_channels) 
   for (const auto channel : lacking) {
     for (const char* name :
          {"tx/peak", "tx/ocm/power", "tx/osnr", "tx/power", "rx/power", "tx/status", "rx/status"})
-      ASSERT_TRUE(peer().remove_node(path_of(channel, name)));
+      ASSERT_TRUE(node->far_end().remove_node(path_of(channel, name)));
   }
-  ASSERT_TRUE(peer().remove_node("interface/line/1/data/osc/loss"));
+  ASSERT_TRUE(node->far_end().remove_node("interface/line/1/data/osc/loss"));
   node->start();
   node->run_for(30s);
   EXPECT_TRUE(node->all_on_target());
@@ -121,15 +111,15 @@ TEST_F(peer_setup, an_orvapro_gets_on_with_an_orvalite_that_has_fewer_channels) 
 
   node->take_log();
   node->run_for(5min);
-  log = node->take_log();
-  EXPECT_EQ(lines("Connecting to remote nexel."), 0);
-  EXPECT_EQ(lines("Starting remote subscription."), 0);
-  EXPECT_EQ(lines("on_exception_received"), 0) << "each told once, and that is over";
+  const auto log = node->take_log();
+  EXPECT_EQ(test::count_of(log, "Connecting to remote nexel."), 0);
+  EXPECT_EQ(test::count_of(log, "Starting remote subscription."), 0);
+  EXPECT_EQ(test::count_of(log, "on_exception_received"), 0) << "each told once, and that is over";
   EXPECT_LT(log.size(), 300u) << "a line a second at most";
   EXPECT_EQ(node->text("data/line/1/remoteHostname"), "simulated-orva-lite");
 
-  const auto loss =
-      nx::api::status_value<float>::create(peer(), "interface/line/1/data/osc/loss", 17.25f, 1);
+  const auto loss = nx::api::status_value<float>::create(
+      node->far_end(), "interface/line/1/data/osc/loss", 17.25f, 1);
   node->run_for(8s);  // its poll has five of them
   EXPECT_EQ(node->number("interface/line/1/data/osc/remoteLoss"), 17.25f);
 }

@@ -1,5 +1,6 @@
 #include "tests/support/plant_stage.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -10,6 +11,11 @@
 #include "tests/support/board_file.h"
 
 namespace test {
+
+long count_of(const log_lines& lines, const std::string& beginning) {
+  return std::ranges::count_if(
+      lines, [&](const std::string& line) { return line.starts_with(beginning); });
+}
 
 sim::topology dark_topology(const std::string& product, unsigned nodes) {
   auto topology = sim::default_topology(product, nodes);

@@ -21,6 +21,8 @@ namespace test {
 
 /// A stretch of cycles' worth of log lines that the daemon wrote at level 2.
 using log_lines = std::vector<std::string>;
+/// How many of them begin so.
+long count_of(const log_lines& lines, const std::string& beginning);
 
 /// The default topology of a product with every client of its nodes dark.
 sim::topology dark_topology(const std::string& product, unsigned nodes = 1);
