@@ -16,18 +16,11 @@ using sim::reading_fault;
 using sim::write_fault;
 using test::plant_node;
 
-sim::topology facing(const std::string& product, const char* peer) {
-  auto topology = sim::default_topology(product);
-  // Leaves room for the attenuator, or for the gain.
-  for (auto& fibre : topology.fibres)
-    fibre.length_km = models::get(product).kin == models::family::selka ? 80.0 : 40.0;
-  topology.peer = peer;
-  return topology;
-}
+/// Leaves room for the attenuator, or for the gain.
+constexpr double length_km = 40.0;
 
 class faced_node {
  public:
-  faced_node(const std::string& product, const char* peer) : faced_node(facing(product, peer)) {}
   explicit faced_node(const sim::topology& topology) : node(topology) {
     node.face_far_end();
     node.start();
@@ -70,7 +63,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_P(line_voa, follows_the_span_and_rests) {
   const auto& bad = GetParam();
-  auto topology = facing("orvalite", "orva-lite");
+  auto topology = test::facing("orvalite", "orva-lite", length_km);
   topology.nodes[0].voa.step_db = bad.step_db;
   faced_node it(topology);
   it.node.run_for(5min);
@@ -86,9 +79,10 @@ TEST_P(line_voa, follows_the_span_and_rests) {
 }
 
 TEST(embedded_line, counts_a_setting_as_made_when_the_attenuator_shows_it) {
-  faced_node good("orvalite", "tarn-one");
+  const auto topology = test::facing("orvalite", "tarn-one", length_km);
+  faced_node good(topology);
   good.node.run_for(3min);
-  faced_node bad("orvalite", "tarn-one");
+  faced_node bad(topology);
   bad.node.plant().set_write_fault(0, "voa_sfp", "config/attenuation", write_fault::lost(), 40s);
   bad.node.plant().set_write_fault(0, "preamp", "config/gain", write_fault::lost(), 40s);
   bad.node.run_for(3min);

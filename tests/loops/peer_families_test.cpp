@@ -43,15 +43,9 @@ constexpr family families[] = {
 class every_family : public testing::TestWithParam<family> {
  protected:
   /// Short enough that each kind of line has room to give way by 3 dB.
-  static sim::topology facing(const char* peer) {
-    auto topology = sim::default_topology("orvalite");
-    for (auto& fibre : topology.fibres)
-      fibre.length_km = 40.0;
-    topology.peer = peer;
-    return topology;
-  }
+  static constexpr double length_km = 40.0;
 
-  test::plant_node node_{facing(GetParam().name)};
+  test::plant_node node_{test::facing("orvalite", GetParam().name, length_km)};
 };
 
 TEST_P(every_family, is_known_and_read_and_followed) {

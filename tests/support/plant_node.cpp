@@ -73,7 +73,7 @@ void plant_node::add_channels() {
 }
 
 void plant_node::face_far_end() {
-  network_.attach(peer_address, far_end());
+  network_.attach(peer_address, plant_->nexel_tree("peer", 1));
   faces_far_end_ = true;
 }
 

@@ -50,7 +50,6 @@ class plant_node : public plant_stage {
   static constexpr const char* peer_address = "[fe80::2%osc0]:5100";
   /// Makes the plant's far end its peer, which plays the family that the topology names.
   void face_far_end();
-  nx_db& far_end() { return plant_->nexel_tree("peer", 1); }
   /// Makes the node its own peer: known if its model is, and with every value.
   void face_itself();
 

@@ -24,6 +24,14 @@ sim::topology dark_topology(const std::string& product, unsigned nodes) {
   return topology;
 }
 
+sim::topology facing(const std::string& product, const std::string& family, double length_km) {
+  auto topology = sim::default_topology(product);
+  for (auto& fibre : topology.fibres)
+    fibre.length_km = length_km;
+  topology.peer = family;
+  return topology;
+}
+
 plant_stage::plant_stage(sim::topology topology)
     : plant_(std::make_unique<sim::plant>(std::move(topology))),
       clock_(std::make_shared<hand_clock>([this](std::chrono::nanoseconds piece) { step(piece); })),

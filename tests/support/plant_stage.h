@@ -26,6 +26,8 @@ long count_of(const log_lines& lines, const std::string& beginning);
 
 /// The default topology of a product with every client of its nodes dark.
 sim::topology dark_topology(const std::string& product, unsigned nodes = 1);
+/// The default one with the plant's far end as a peer of this family, over fibres of this length.
+sim::topology facing(const std::string& product, const std::string& family, double length_km);
 
 class plant_stage {
  public:
