@@ -169,31 +169,6 @@ TEST_F(arrival, of_a_channel_that_is_added_among_forty) {
       added, "added", [&] { add_lit(added); }, writes_of_an_add);
 }
 
-TEST_F(arrival, of_the_first_light_of_a_band) {
-  start(0);
-  for (const auto channel : node_->channels())
-    ASSERT_EQ(node_->text(insight_path(channel, "state")), "dark");
-  const channel_watch watch(*node_);
-  std::map<unsigned, way_of_error> errors;
-  const auto begin = node_->now();
-  node_->plant().fill_band(0);
-  while (node_->now() - begin < 1min) {
-    node_->cycle();
-    const std::chrono::duration<double> since = node_->now() - begin;
-    for (const auto channel : node_->channels())
-      errors[channel].emplace_back(since.count(), error(channel));
-  }
-  for (const auto channel : node_->channels()) {
-    SCOPED_TRACE(channel);
-    const auto way = told(channel);
-    EXPECT_STREQ(way["cause"].GetString(), "lit");
-    EXPECT_FALSE(way["underWay"].GetBool());
-    EXPECT_EQ(way["steps"].GetUint(), watch.steps(channel));
-    EXPECT_TRUE(way["neighbour"].IsNull());
-    expect_way_of(channel, errors[channel], way);
-  }
-}
-
 class lit_at_start : public testing::TestWithParam<std::string> {};
 
 TEST_P(lit_at_start, is_what_set_each_channel_going) {
