@@ -70,10 +70,13 @@ struct tree : nx::subscription_port {
   }
 
   void subscribe(const std::string& path, nx::json_allocator& allocator,
-                 nx::json_value& result) override {
+                 std::string& members) override {
     std::unique_lock lock(mutex);
+    nx::json_value result(rapidjson::kObjectType);
     for (const auto& node : db.match(path))
       db.subscribe(session, node, allocator, result, lock);
+    const auto object = nx::json_text(result);
+    members += std::string_view(object).substr(1, object.size() - 2);
   }
   void unsubscribe(const std::string& path) override {
     for (const auto& node : db.match(path))

@@ -34,6 +34,17 @@ const std::string& kept_time_text(std::chrono::system_clock::time_point time) {
 
 constexpr std::string_view head = R"({"jsonrpc":"2.0","method":"event","params":)";
 
+void append_time_and_value(std::string& line, std::chrono::system_clock::time_point time,
+                           std::string_view what, std::string_view text) {
+  line += R"(,"time":")";
+  line += kept_time_text(time);
+  line += R"(",")";
+  line += what;
+  line += R"(":)";
+  line += text;
+  line += "}}";
+}
+
 }  // namespace
 
 std::string event_time(std::chrono::system_clock::time_point time) {
@@ -55,12 +66,17 @@ nx_event_ptr frame_value_event(std::string_view path, std::chrono::system_clock:
   line += head;
   line += R"({"path":)";
   append_json_string(line, path);
-  line += R"(,"time":")";
-  line += kept_time_text(time);
-  line += R"(","value":)";
-  line += value;
-  line += "}}";
+  append_time_and_value(line, time, "value", value);
   return make_event(std::move(line));
+}
+
+void append_event(std::string& out, std::string_view path_text,
+                  std::chrono::system_clock::time_point time, std::string_view what,
+                  std::string_view text) {
+  out += head;
+  out += R"({"path":)";
+  out += path_text;
+  append_time_and_value(out, time, what, text);
 }
 
 }  // namespace nx

@@ -20,4 +20,9 @@ nx_event_ptr frame_event(const json_document& params);
 nx_event_ptr frame_value_event(std::string_view path, std::chrono::system_clock::time_point time,
                                std::string_view value);
 
+/// Appends the same line for a path that is JSON already; `what` is "value" or "error".
+void append_event(std::string& out, std::string_view path_text,
+                  std::chrono::system_clock::time_point time, std::string_view what,
+                  std::string_view text);
+
 }  // namespace nx

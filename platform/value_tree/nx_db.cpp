@@ -3,6 +3,7 @@
 #include <rapidjson/document.h>
 
 #include <algorithm>
+#include <atomic>
 #include <mutex>
 #include <shared_mutex>
 #include <unordered_map>
@@ -65,6 +66,7 @@ struct nx_db::impl {
 
   mutable std::mutex clock_mutex;
   std::function<std::chrono::system_clock::time_point()> clock;
+  std::atomic<bool> has_clock{false};  // of its own
 
   std::shared_ptr<nx::poll_scheduler> poller;
   std::shared_ptr<boost::asio::io_context> io;
@@ -242,10 +244,15 @@ void nx_db::subscribe(const std::shared_ptr<nx_session>& session,
   no_such_path(*path);
 }
 
-// Waits for a change of the tree in progress, as `find` does.
 bool nx_db::is_present(const nx_db_leaf_node& node) const {
   const std::shared_lock lock(impl_->mutex);
   return node.db == this && !node.is_retired();
+}
+
+bool nx_db::are_present(std::span<const std::shared_ptr<nx_db_leaf_node>> nodes) const {
+  const std::shared_lock lock(impl_->mutex);
+  return std::all_of(nodes.begin(), nodes.end(),
+                     [this](const auto& node) { return node->db == this && !node->is_retired(); });
 }
 
 bool nx_db::is_pattern(const std::string& path) {
@@ -325,9 +332,11 @@ std::shared_ptr<nx::poll_scheduler> nx_db::get_poller() const {
 void nx_db::set_clock(std::function<std::chrono::system_clock::time_point()> clock) {
   const std::lock_guard lock(impl_->clock_mutex);
   impl_->clock = std::move(clock);
+  impl_->has_clock = static_cast<bool>(impl_->clock);
 }
 
 std::chrono::system_clock::time_point nx_db::now() const {
+  if (!impl_->has_clock) return std::chrono::system_clock::now();
   const std::lock_guard lock(impl_->clock_mutex);
   return impl_->clock ? impl_->clock() : std::chrono::system_clock::now();
 }

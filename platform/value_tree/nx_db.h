@@ -5,6 +5,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -56,6 +57,11 @@ class nx_db {
   void subscribe(const std::shared_ptr<nx_session>& session, std::shared_ptr<nx_db_leaf_node> node,
                  nx::json_allocator& allocator, nx::json_value& result,
                  std::unique_lock<std::recursive_mutex>& lock);
+  /// False for a node that has been replaced or removed. Waits for a change in progress, so that a
+  /// session that has subscribed before is either moved with the other subscribers or sees it here.
+  bool is_present(const nx_db_leaf_node& node) const;
+  /// Whether all are.
+  bool are_present(std::span<const std::shared_ptr<nx_db_leaf_node>> nodes) const;
   static bool is_pattern(const std::string& path);
   static bool matches(const std::string& pattern, const std::string& path);
 
@@ -93,7 +99,6 @@ class nx_db {
   std::shared_ptr<nx_db_leaf_node> put(const std::string& path,
                                        const std::shared_ptr<nx_db_leaf_node>& node);
   void attach(nx_db_leaf_node& node, const std::string& path);
-  bool is_present(const nx_db_leaf_node& node) const;
   static bool has_subscribers(const nx_db_leaf_node& node);
   static void move_subscribers(nx_db_leaf_node& old, nx_db_leaf_node& node);
 

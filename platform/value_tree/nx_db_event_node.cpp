@@ -11,10 +11,14 @@
 
 namespace {
 
+std::chrono::system_clock::time_point now_of(const nx_db* db) {
+  return db != nullptr ? db->now() : std::chrono::system_clock::now();
+}
+
 nx::json_document event_params(const std::string& path, const nx_db* db) {
   nx::json_document params(rapidjson::kObjectType);
   auto& allocator = params.GetAllocator();
-  const auto time = nx::event_time(db != nullptr ? db->now() : std::chrono::system_clock::now());
+  const auto time = nx::event_time(now_of(db));
   params.AddMember("path", nx::to_json(path, allocator), allocator);
   params.AddMember("time", nx::to_json(time, allocator), allocator);
   return params;
@@ -36,8 +40,10 @@ std::shared_ptr<nx_db_event_node::subscriber_list> nx_db_event_node::to_change()
 // A session that closes while its subscriptions are moved to another node is missed by its own
 // clean-up, so closed sessions are removed here too.
 void nx_db_event_node::take_off(subscriber_list& list, const std::shared_ptr<nx_session>& taken) {
-  std::erase_if(list,
-                [&](const auto& one) { return one.session == taken || one.session->is_closed(); });
+  const auto leaves = [&](const auto& one) {
+    return one.session == taken || one.session->is_closed();
+  };
+  list.erase(std::remove_if(list.begin(), list.end(), leaves), list.end());
 }
 
 nx_db_event_node::nx_db_event_node(const std::string& name) : nx_db_leaf_node(name) {}
@@ -59,12 +65,23 @@ bool nx_db_event_node::subscription_supported() const {
 void nx_db_event_node::subscribe(std::shared_ptr<nx_session> session, const std::string&,
                                  json_allocator&, json_value&,
                                  std::unique_lock<std::recursive_mutex>&) {
-  const auto number = session->subscription_number(*shared_path());
+  add_subscriber(session, session->subscription_number(path()));
+}
+
+void nx_db_event_node::add_subscriber(const std::shared_ptr<nx_session>& session,
+                                      nx_subscription_number number) {
   const std::lock_guard lock(subscribers_mutex_);
   auto list = to_change();
   take_off(*list, session);
-  list->push_back({std::move(session), number});
+  list->push_back({session, number});
   subscribers_ = std::move(list);
+}
+
+void nx_db_event_node::begin_text(const std::shared_ptr<nx_session>& session,
+                                  nx_subscription_number number, first_text& first) {
+  add_subscriber(session, number);
+  first.json.clear();
+  first.time = now_of(db);
 }
 
 void nx_db_event_node::unsubscribe(std::shared_ptr<nx_session> session) {

@@ -68,6 +68,11 @@ void nx_db_leaf_node::subscribe(std::shared_ptr<nx_session>, const std::string& 
   refuse("Not subscribable: ", path);
 }
 
+nx_db_leaf_node::first_value nx_db_leaf_node::subscribe_text(const std::shared_ptr<nx_session>&,
+                                                             nx_subscription_number, first_text&) {
+  return first_value::by_document;
+}
+
 void nx_db_leaf_node::unsubscribe(std::shared_ptr<nx_session>) {}
 
 std::string nx_db_leaf_node::get_info() const {

@@ -7,6 +7,8 @@
 #pragma once
 
 #include <atomic>
+#include <boost/container/small_vector.hpp>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -90,6 +92,22 @@ class nx_db_leaf_node : public nx_db_node {
                          std::unique_lock<std::recursive_mutex>& lock);
   virtual void unsubscribe(std::shared_ptr<nx_session> session);
 
+  /// What a subscription begins with, beside its text.
+  enum class first_value {
+    by_document,  ///< only `subscribe` can tell; nothing has been done and nothing appended
+    none,         ///< "null" for the answer, and no event
+    value,
+    error  ///< an object with "code" and "message"
+  };
+  struct first_text {
+    std::string json;
+    std::chrono::system_clock::time_point time;  ///< when it was read
+  };
+  /// The same as `subscribe` under a number that the session has given already, as text. Patterns
+  /// begin thousands of subscriptions; the caller writes their answers and first events at once.
+  virtual first_value subscribe_text(const std::shared_ptr<nx_session>& session,
+                                     nx_subscription_number number, first_text& first);
+
   /// One line that names the kind, such as "status value (read,subscribe)".
   virtual std::string get_info() const;
   /// The info record of the kind.
@@ -141,14 +159,21 @@ class nx_db_event_node : public nx_db_leaf_node {
 
   bool has_subscribers() const;
 
+ protected:
+  /// The first half of `subscribe_text`, with the value's own mutex held: all but the value.
+  void begin_text(const std::shared_ptr<nx_session>& session, nx_subscription_number number,
+                  first_text& first);
+
  private:
   friend class nx_db;
   struct subscriber {
     std::shared_ptr<nx_session> session;
     nx_subscription_number subscription;
   };
-  using subscriber_list = std::vector<subscriber>;
+  // Most nodes have a subscriber or two: those take no memory of their own.
+  using subscriber_list = boost::container::small_vector<subscriber, 2>;
 
+  void add_subscriber(const std::shared_ptr<nx_session>& session, nx_subscription_number number);
   std::shared_ptr<subscriber_list> to_change() const;
   static void take_off(subscriber_list& list, const std::shared_ptr<nx_session>& taken);
   subscriber_list take_subscribers();

@@ -2,8 +2,8 @@
 // lock of its own.
 #pragma once
 
+#include <boost/container/flat_map.hpp>
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -37,7 +37,8 @@ class path_index {
     std::unique_ptr<level> below;
   };
   struct level {
-    std::map<std::string, child, std::less<>> children;
+    // Contiguous, since patterns walk over all of it.
+    boost::container::flat_map<std::string, child, std::less<>> children;
   };
 
  private:

@@ -1,5 +1,7 @@
 #include "api/config_value.h"
 
+#include <utility>
+
 #include "api/json_support.h"
 #include "api/parameter_watch.h"
 #include "helpers/finite.h"
@@ -44,14 +46,16 @@ void config_value<T>::set(const std::string&, const json_value& value) {
 }
 
 template <class T>
+void config_value<T>::warn_once_if_unset() {
+  if (!value_ || !std::exchange(warn_on_read_, false)) return;
+  LUMORA_LOG_DIRECT(severity_warning, "config",
+                    "Configuration parameter read before being set, path = " + get_path(0));
+}
+
+template <class T>
 nx::json_value config_value<T>::read(json_allocator& allocator) {
-  if (!value_) return json_value();
-  if (warn_on_read_) {
-    LUMORA_LOG_DIRECT(severity_warning, "config",
-                      "Configuration parameter read before being set, path = " + get_path(0));
-    warn_on_read_ = false;
-  }
-  return to_json(*value_, allocator);
+  warn_once_if_unset();
+  return value_ ? to_json(*value_, allocator) : json_value();
 }
 
 template <class T>
@@ -75,6 +79,20 @@ void config_value<T>::subscribe(std::shared_ptr<nx_session> session, const std::
   add_member(result, path, read(allocator), allocator);
   if (!value_) return;
   send_first_event(*this, *value_, *session);
+}
+
+template <class T>
+nx_db_leaf_node::first_value config_value<T>::subscribe_text(
+    const std::shared_ptr<nx_session>& session, nx_subscription_number number, first_text& first) {
+  const std::lock_guard value_lock(mutex_);
+  begin_text(session, number, first);
+  warn_once_if_unset();
+  if (value_) {
+    append_json(first.json, *value_);
+  } else {
+    first.json = "null";
+  }
+  return value_ ? first_value::value : first_value::none;
 }
 
 template <class T>

@@ -50,6 +50,9 @@ class config_value : public nx_db_event_node {
   void subscribe(std::shared_ptr<nx_session> session, const std::string& path,
                  json_allocator& allocator, json_value& result,
                  std::unique_lock<std::recursive_mutex>& lock) override;
+  first_value subscribe_text(const std::shared_ptr<nx_session>& session,
+                             nx_subscription_number number,
+                             nx_db_leaf_node::first_text& first) override;
   std::string get_info() const override;
   json_value get_info(json_allocator& allocator) const override;
   bool node_flag() const override;
@@ -60,6 +63,7 @@ class config_value : public nx_db_event_node {
   virtual void apply(const T& value) = 0;
 
  private:
+  void warn_once_if_unset();
   json_value read(json_allocator& allocator);
   void add_constraints(json_value& record, json_allocator& allocator) const;
 

@@ -101,6 +101,14 @@ void filtered_value<T>::subscribe(std::shared_ptr<nx_session> session, const std
 }
 
 template <class T>
+nx_db_leaf_node::first_value filtered_value<T>::subscribe_text(
+    const std::shared_ptr<nx_session>& session, nx_subscription_number number, first_text& first) {
+  const std::lock_guard value_lock(mutex_);
+  begin_text(session, number, first);
+  return append_first(first.json, filtered_);
+}
+
+template <class T>
 std::string filtered_value<T>::get_info() const {
   return std::string(kind_) + " volatile value (read, subscribe)";
 }

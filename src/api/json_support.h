@@ -10,11 +10,13 @@
 #include <string>
 #include <type_traits>
 #include <typeinfo>
+#include <variant>
 
 #include "platform/value_tree/event_frame.h"
 #include "platform/value_tree/nx_db.h"
 #include "platform/value_tree/nx_db_node.h"
 #include "platform/wire/json_conversion.h"
+#include "platform/wire/json_rpc.h"
 
 namespace nx::api {
 
@@ -53,6 +55,18 @@ inline json_value error_object(const nx_error& error, json_allocator& allocator)
   add_member(object, "code", json_value(error.code), allocator);
   add_text(object, "message", error.message, allocator);
   return object;
+}
+
+/// The text that a subscription begins with, of a value that may be in error.
+template <class T>
+nx_db_leaf_node::first_value append_first(std::string& text,
+                                          const std::variant<T, nx_error>& result) {
+  if (const auto* error = std::get_if<nx_error>(&result)) {
+    json_rpc::append_error_object(text, *error);
+    return nx_db_leaf_node::first_value::error;
+  }
+  append_json(text, std::get<T>(result));
+  return nx_db_leaf_node::first_value::value;
 }
 
 template <class T>

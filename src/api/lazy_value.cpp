@@ -61,7 +61,23 @@ void lazy_value_base<T>::subscribe(std::shared_ptr<nx_session> session, const st
   } else {
     send_first_event(*this, std::get<T>(value), *session);
   }
-  // The other subscribers have the previous value: they get the difference with the next refresh.
+  begin_watching(std::move(value));
+}
+
+template <class T>
+nx_db_leaf_node::first_value lazy_value_base<T>::subscribe_text(
+    const std::shared_ptr<nx_session>& session, nx_subscription_number number, first_text& first) {
+  const std::lock_guard value_lock(mutex_);
+  begin_text(session, number, first);
+  auto value = present();
+  const auto kind = append_first(first.json, value);
+  begin_watching(std::move(value));
+  return kind;
+}
+
+// The other subscribers have the previous value: they get the difference with the next refresh.
+template <class T>
+void lazy_value_base<T>::begin_watching(result_t value) {
   if (!told_) told_ = std::make_unique<result_t>(std::move(value));
   is_watched_ = true;
 }

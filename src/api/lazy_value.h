@@ -57,6 +57,9 @@ class lazy_value_base : public lazy_node {
   void subscribe(std::shared_ptr<nx_session> session, const std::string& path,
                  json_allocator& allocator, json_value& result,
                  std::unique_lock<std::recursive_mutex>& lock) override;
+  first_value subscribe_text(const std::shared_ptr<nx_session>& session,
+                             nx_subscription_number number,
+                             nx_db_leaf_node::first_text& first) override;
   std::string get_info() const override;
   json_value get_info(json_allocator& allocator) const override;
 
@@ -69,6 +72,7 @@ class lazy_value_base : public lazy_node {
   result_t checked();
   void tell_subscribers() override;
   result_t present();
+  void begin_watching(result_t value);
   bool is_news(const result_t& what) const;
   json_document event_of(const std::string& path, const result_t& what) const;
 

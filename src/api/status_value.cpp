@@ -80,6 +80,15 @@ void status_value<T, Compare>::subscribe(std::shared_ptr<nx_session> session,
 }
 
 template <class T, class Compare>
+nx_db_leaf_node::first_value status_value<T, Compare>::subscribe_text(
+    const std::shared_ptr<nx_session>& session, nx_subscription_number number, first_text& first) {
+  const std::lock_guard value_lock(mutex_);
+  begin_text(session, number, first);
+  append_json(first.json, last_sent_);
+  return first_value::value;
+}
+
+template <class T, class Compare>
 std::string status_value<T, Compare>::get_info() const {
   return "status value (read,subscribe)";
 }

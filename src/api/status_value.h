@@ -38,6 +38,9 @@ class status_value : public nx_db_event_node {
   void subscribe(std::shared_ptr<nx_session> session, const std::string& path,
                  json_allocator& allocator, json_value& result,
                  std::unique_lock<std::recursive_mutex>& lock) override;
+  first_value subscribe_text(const std::shared_ptr<nx_session>& session,
+                             nx_subscription_number number,
+                             nx_db_leaf_node::first_text& first) override;
   std::string get_info() const override;
   json_value get_info(json_allocator& allocator) const override;
 

@@ -312,6 +312,7 @@ void request_handler::find_nodes(request& asked, effort allowed) const {
   if (asked.is_pattern) {
     if (asked.path.ends_with("**")) asked.takes = effort::heavy;
     if (asked.takes > allowed) return;
+    if (how.subscribes && allowed == effort::heavy) return;  // it looks for them itself
     asked.nodes = db_.match(asked.path);
     if (asked.nodes.size() > methods::few_nodes) asked.takes = effort::heavy;
   } else if (auto node = db_.find(asked.path)) {

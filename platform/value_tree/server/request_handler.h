@@ -28,9 +28,10 @@ class subscription_port {
  public:
   virtual ~subscription_port() = default;
 
-  /// Adds the present value of each path that matches `path` to `result`.
+  /// Appends the present value of each path that matches `path` to `members`, as the members of an
+  /// object without its braces. Documents are made in `allocator`.
   virtual void subscribe(const std::string& path, json_allocator& allocator,
-                         json_value& result) = 0;
+                         std::string& members) = 0;
   virtual void unsubscribe(const std::string& path) = 0;
   /// Undoes the last `subscribe`, whose answer is refused. Earlier subscriptions stay.
   virtual void take_back() {}

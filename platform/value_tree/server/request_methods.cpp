@@ -118,7 +118,8 @@ const request_handler::method& request_handler::methods::find(std::string_view n
       {.name = "run", .execute = run, .writes = true},
       {.name = "reset", .execute = reset, .writes = true},
       {.name = "subscribe",
-       .execute = subscribe,
+       .execute = nullptr,
+       .append = subscribe,
        .subscribes = true,
        .takes_pattern = true,
        .reads_value = true},
@@ -176,11 +177,14 @@ void request_handler::methods::reset(const request& asked, const request_call&) 
   asked.node().reset();
 }
 
-void request_handler::methods::subscribe(const request& asked, const request_call& call) {
+void request_handler::methods::subscribe(const request& asked, const request_call& call,
+                                         std::string& out) {
   if (!asked.is_pattern) asked.node();
   if (call.subscriptions == nullptr)
     throw nx_error(nx_error::invalid, "Not subscribable: " + asked.path);
-  call.subscriptions->subscribe(asked.path, call.allocator, call.result);
+  out += '{';
+  call.subscriptions->subscribe(asked.path, call.allocator, out);
+  out += '}';
 }
 
 void request_handler::methods::unsubscribe(const request& asked, const request_call& call) {

@@ -74,7 +74,7 @@ struct request_handler::methods {
   static void set(const request& asked, const request_call& call);
   static void run(const request& asked, const request_call& call);
   static void reset(const request& asked, const request_call& call);
-  static void subscribe(const request& asked, const request_call& call);
+  static void subscribe(const request& asked, const request_call& call, std::string& out);
   static void unsubscribe(const request& asked, const request_call& call);
   static void info(const request& asked, const request_call& call);
   static void list(const request& asked, const request_call& call);

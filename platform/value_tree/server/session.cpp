@@ -359,10 +359,10 @@ void session::finish() {
   host_->left_bytes -= std::exchange(left_bytes_, 0);
   host_->session_closed(self());
   constexpr std::size_t few = 64;
-  if (outbox_.subscriptions() <= few) return let_go_of_all();
+  if (outbox_.subscriptions() <= few) return let_go(outbox_.close());
   host_->job_started();
   host_->runtime.heavy_workers->post([self = self()] {
-    self->let_go_of_all();
+    self->let_go(self->outbox_.close());
     self->host_->job_done();
   });
 }

@@ -28,6 +28,8 @@
 
 namespace nx {
 
+class subscribing;
+
 class session : public nx_session, public subscription_port {
  public:
   using socket = boost::asio::generic::stream_protocol::socket;
@@ -61,7 +63,7 @@ class session : public nx_session, public subscription_port {
   bool is_closed() const override { return closed_; }
 
   // subscription_port, called within a request of this session.
-  void subscribe(const std::string& path, json_allocator& allocator, json_value& result) override;
+  void subscribe(const std::string& path, json_allocator& allocator, std::string& members) override;
   void unsubscribe(const std::string& path) override;
   void take_back() override;
   std::size_t first_event_bytes() const override { return outbox_.first_event_bytes(); }
@@ -103,13 +105,8 @@ class session : public nx_session, public subscription_port {
   void finish();
 
   void leave(const std::string& path);
-  void let_go(const std::vector<std::string>& paths);
-  void let_go_of_all();
-  void subscribe_node(const std::shared_ptr<nx_db_leaf_node>& node, bool exact,
-                      json_allocator& allocator, json_value& result,
-                      std::unique_lock<std::recursive_mutex>& lock);
-  void subscribe_pattern(const std::string& pattern, json_allocator& allocator, json_value& result,
-                         std::unique_lock<std::recursive_mutex>& lock);
+  void let_go(const std::vector<std::shared_ptr<nx_db_leaf_node>>& nodes);
+  void subscribe_pattern(const std::string& pattern, subscribing& work);
   bool subscribe_added_at_once();
   void subscribe_added(const std::vector<std::string>& paths);
 

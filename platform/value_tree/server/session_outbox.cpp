@@ -2,9 +2,8 @@
 
 #include <rapidjson/document.h>
 
-#include <algorithm>
+#include <utility>
 
-#include "platform/value_tree/path_pattern.h"
 #include "platform/wire/json_conversion.h"
 #include "platform/wire/json_rpc.h"
 #include "platform/wire/limits.h"
@@ -25,30 +24,15 @@ std::string ended_line(const std::string& path, const std::string& reason) {
 
 }  // namespace
 
-// First events wait as one text: many thousand of them may arrive at once, for a client that does
-// not read them yet. That text is assembled without the lock, since publishers need it.
 bool session_outbox::add_answer(std::string text) {
-  std::vector<begun> first;
-  std::uint64_t place = 0;
-  {
-    const std::lock_guard lock(mutex_);
-    if (closed_) return false;
-    if (const auto kept = std::exchange(kept_place_, 0); kept != 0) {
-      fill(kept, std::move(text));
-    } else if (!text.empty()) {
-      push(std::move(text), true);
-    }
-    if (begun_.empty()) return wake();
-    first = open_begun();
-    const auto has_line = [](const auto& one) { return one.event || !one.end.empty(); };
-    if (std::none_of(first.begin(), first.end(), has_line)) return wake();
-    place = next_number_;
-    push({nullptr, no_subscription, true});
-  }
-  auto events = text_of(first);
   const std::lock_guard lock(mutex_);
   if (closed_) return false;
-  fill(place, std::move(events));
+  if (const auto kept = std::exchange(kept_place_, 0); kept != 0) {
+    fill(kept, std::move(text));
+  } else if (!text.empty()) {
+    push(std::move(text), true);
+  }
+  if (!begun_.empty()) open_begun();
   return wake();
 }
 
@@ -64,9 +48,10 @@ bool session_outbox::deliver(nx_event_ptr event, nx_subscription_number subscrip
   auto* found = subscriptions_.find(subscription);
   if (found == nullptr) return false;
   if (!found->open) {
-    auto& first = begun_[found->place].event;
-    begun_bytes_ += event->line.size() - (first ? first->line.size() : 0);
-    first = std::move(event);
+    auto& waiting = begun_[found->place];
+    if (waiting.ended) return false;
+    begun_bytes_ += event->line.size() - (waiting.event ? waiting.event->line.size() : 0);
+    waiting.event = std::move(event);
     return false;
   }
   push_event(*found, subscription, std::move(event));
@@ -79,7 +64,9 @@ bool session_outbox::end_subscription(const std::string& path, const std::string
   const auto* found = subscriptions_.find(number);
   if (found == nullptr) return false;
   if (!found->open) {
-    begun_[found->place].end = ended_line(path, reason);
+    auto& waiting = begun_[found->place];
+    waiting.event = make_event(ended_line(path, reason));
+    waiting.ended = true;
     return false;
   }
   push_end(number, ended_line(path, reason));
@@ -148,7 +135,7 @@ std::size_t session_outbox::first_event_bytes() const {
   return begun_bytes_;
 }
 
-void session_outbox::close() {
+std::vector<session_outbox::node_pointer> session_outbox::close() {
   const std::lock_guard lock(mutex_);
   closed_ = true;
   queue_.clear();
@@ -157,141 +144,10 @@ void session_outbox::close() {
   bytes_ = 0;
   count_answers(-static_cast<std::ptrdiff_t>(answer_bytes_));
   begun_bytes_ = 0;
-  subscriptions_.clear();
   begun_.clear();
+  first_lines_.clear();
   patterns_.clear();
-}
-
-void session_outbox::expect(std::size_t subscriptions) {
-  const std::lock_guard lock(mutex_);
-  if (closed_) return;
-  if (begun_.empty()) begun_.reserve(subscriptions);
-  subscriptions_.reserve(subscriptions_.size() + subscriptions);
-}
-
-bool session_outbox::begin(const std::shared_ptr<const std::string>& path, bool exact) {
-  const std::lock_guard lock(mutex_);
-  auto number = subscriptions_.find(*path);
-  if (number == no_subscription) {
-    if (closed_ || subscriptions_.size() + patterns_.size() >= limits::subscriptions_per_session) {
-      return false;
-    }
-    number = subscriptions_.add(path);
-  }
-  auto& entry = *subscriptions_.find(number);
-  entry.exact = entry.exact || exact;
-  if (!entry.open && entry.place < begun_.size() && begun_[entry.place].subscription == number) {
-    return true;
-  }
-  entry.open = false;
-  entry.place = begun_.size();
-  begun_.push_back({.subscription = number, .event = nullptr, .end = {}});
-  return true;
-}
-
-void session_outbox::abandon(const std::string& path) {
-  const std::lock_guard lock(mutex_);
-  end(subscriptions_.find(path));
-}
-
-bool session_outbox::is_exact(const std::string& path) const {
-  const std::lock_guard lock(mutex_);
-  const auto number = subscriptions_.find(path);
-  return number != no_subscription && subscriptions_.at(number).exact;
-}
-
-std::size_t session_outbox::subscriptions() const {
-  const std::lock_guard lock(mutex_);
-  return subscriptions_.size() + patterns_.size();
-}
-
-bool session_outbox::has_pattern(const std::string& pattern) const {
-  const std::lock_guard lock(mutex_);
-  return patterns_.contains(pattern);
-}
-
-bool session_outbox::add_pattern(const std::string& pattern) {
-  const std::lock_guard lock(mutex_);
-  if (patterns_.contains(pattern)) return true;
-  if (closed_ || subscriptions_.size() + patterns_.size() >= limits::subscriptions_per_session ||
-      patterns_.bytes() + pattern.size() > limits::pattern_bytes_per_session) {
-    return false;
-  }
-  patterns_.add(pattern);
-  return true;
-}
-
-std::size_t session_outbox::pattern_bytes() const {
-  const std::lock_guard lock(mutex_);
-  return patterns_.bytes();
-}
-
-std::vector<std::string> session_outbox::remove(const std::string& path_or_pattern) {
-  if (is_path_pattern(path_or_pattern)) return remove_pattern(path_or_pattern, true);
-  const std::lock_guard lock(mutex_);
-  const auto number = subscriptions_.find(path_or_pattern);
-  if (number == no_subscription) return {};
-  subscriptions_.find(number)->exact = false;
-  if (patterns_.covers(path_or_pattern)) return {};
-  end(number);
-  return {path_or_pattern};
-}
-
-std::vector<std::string> session_outbox::withdraw(const std::string& pattern) {
-  return remove_pattern(pattern, false);
-}
-
-// Thousands of paths are compared without the lock, which publishers need: only the session's own
-// requests change the patterns.
-std::vector<std::string> session_outbox::remove_pattern(const std::string& pattern,
-                                                        bool exact_too) {
-  std::vector<std::shared_ptr<const std::string>> paths;
-  {
-    const std::lock_guard lock(mutex_);
-    patterns_.remove(pattern);
-    paths = subscriptions_.shared_paths();
-  }
-  std::erase_if(paths, [&](const auto& path) { return !path_matches(pattern, *path); });
-  std::vector<bool> covered;
-  covered.reserve(paths.size());
-  for (const auto& path : paths)
-    covered.push_back(patterns_.covers(*path));
-  std::vector<std::string> ended;
-  const std::lock_guard lock(mutex_);
-  for (std::size_t i = 0; i < paths.size(); ++i) {
-    const auto number = subscriptions_.find(*paths[i]);
-    auto* subscribed = subscriptions_.find(number);
-    if (subscribed == nullptr) continue;  // its node has gone meanwhile
-    if (exact_too) subscribed->exact = false;
-    if (subscribed->exact || covered[i]) continue;
-    end(number);
-    ended.push_back(*paths[i]);
-  }
-  return ended;
-}
-
-bool session_outbox::covered_by_pattern(const std::string& path) const {
-  const std::lock_guard lock(mutex_);
-  return patterns_.covers(path);
-}
-
-bool session_outbox::is_subscribed(const std::string& path) const {
-  return subscription_number(path) != no_subscription;
-}
-
-nx_subscription_number session_outbox::subscription_number(const std::string& path) const {
-  const std::lock_guard lock(mutex_);
-  // Each node asks this twice while its subscription begins, with the very text that it shares.
-  if (!begun_.empty()) {
-    const auto newest = begun_.back().subscription;
-    if (subscriptions_.at(newest).path.get() == &path) return newest;
-  }
-  return subscriptions_.find(path);
-}
-
-std::vector<std::shared_ptr<const std::string>> session_outbox::paths() const {
-  const std::lock_guard lock(mutex_);
-  return subscriptions_.shared_paths();
+  return subscriptions_.take_nodes();
 }
 
 void session_outbox::push(std::string text, bool answer) {
@@ -330,43 +186,6 @@ void session_outbox::push_end(nx_subscription_number ended, std::string text) {
 void session_outbox::end(nx_subscription_number ended) {
   subscriptions_.erase(ended);
   some_ended_ = true;
-}
-
-// From now on events of these subscriptions queue up after the first ones.
-std::vector<session_outbox::begun> session_outbox::open_begun() {
-  std::vector<begun> first;
-  first.swap(begun_);
-  begun_bytes_ = 0;
-  for (auto& [number, event, end_text] : first) {
-    auto* subscribed = subscriptions_.find(number);
-    if (subscribed == nullptr) {
-      event = nullptr;
-      end_text.clear();
-      continue;
-    }
-    subscribed->open = true;
-    subscribed->place = 0;
-    if (!end_text.empty()) end(number);
-  }
-  return first;
-}
-
-std::string session_outbox::text_of(const std::vector<begun>& first) {
-  const auto line_of = [](const begun& one) -> std::string_view {
-    return one.end.empty() && one.event ? one.event->line : one.end;
-  };
-  std::size_t bytes = 0;
-  for (const auto& one : first)
-    bytes += line_of(one).size() + 1;
-  std::string text;
-  text.reserve(bytes);
-  for (const auto& one : first) {
-    const auto line = line_of(one);
-    if (line.empty()) continue;
-    if (!text.empty()) text += '\n';
-    text += line;
-  }
-  return text;
 }
 
 void session_outbox::fill(std::uint64_t number, std::string text) {

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,8 @@ namespace nx {
 
 class session_outbox {
  public:
+  using node_pointer = subscription_slots::node_pointer;
+
   /// `all_answers`: bytes of pending answers in all sessions of a server, updated here.
   explicit session_outbox(std::atomic<std::size_t>* all_answers = nullptr)
       : all_answers_(all_answers) {}
@@ -53,40 +56,55 @@ class session_outbox {
   /// First events waiting for the answer to their subscription.
   std::size_t first_event_bytes() const;
 
-  /// Ends everything; later calls have no effect.
-  void close();
+  /// Ends everything and returns the nodes that were subscribed to; later calls have no effect.
+  std::vector<node_pointer> close();
 
   // Subscriptions: single paths, and patterns that cover paths. All but the last functions are
   // called for one request at a time.
-  /// About so many will begin next: memory for them is taken at once.
+  /// The paths of a pattern, all different, begin next: memory for them is taken at once, and if
+  /// they are the first they need not be looked up.
   void expect(std::size_t subscriptions);
-  /// False if the limit of subscriptions is reached. `exact` is false under a pattern.
-  bool begin(const std::shared_ptr<const std::string>& path, bool exact);
+  /// How a subscription came about; `expected` also by a pattern, and announced by `expect`.
+  enum class reach { by_name, by_pattern, expected };
+  /// no_subscription if the limit of subscriptions is reached.
+  nx_subscription_number begin(const node_pointer& node, reach how);
+  /// The same for several; the numbers are added to `numbers` up to the limit.
+  void begin(std::span<const node_pointer> nodes, reach how,
+             std::vector<nx_subscription_number>& numbers);
+  struct first_event {
+    nx_subscription_number of;
+    std::uint32_t bytes;  // with its line end
+  };
+  /// First events of subscriptions that have begun since the last answer, in that order, as lines.
+  void add_first_events(std::span<const first_event> events, std::string lines);
+  /// What has been delivered for a subscription that has begun, to be added to such lines instead.
+  nx_event_ptr take_first_event(nx_subscription_number of);
   /// Undoes `begin` after a failure.
   void abandon(const std::string& path);
   /// False if the limit of subscriptions or that of the patterns' bytes is reached.
   bool add_pattern(const std::string& pattern);
   std::size_t pattern_bytes() const;
   bool has_pattern(const std::string& pattern) const;
-  /// Ends the subscriptions named by the path or pattern, and returns the paths that no other
+  /// Ends the subscriptions named by the path or pattern, and returns the nodes that no other
   /// subscription covers.
-  std::vector<std::string> remove(const std::string& path_or_pattern);
+  std::vector<node_pointer> remove(const std::string& path_or_pattern);
   /// The same for a pattern that did not fit; paths subscribed to by name stay.
-  std::vector<std::string> withdraw(const std::string& pattern);
+  std::vector<node_pointer> withdraw(const std::string& pattern);
   bool covered_by_pattern(const std::string& path) const;
   bool is_subscribed(const std::string& path) const;
   /// Subscribed to by name.
   bool is_exact(const std::string& path) const;
   std::size_t subscriptions() const;  ///< paths and patterns
   nx_subscription_number subscription_number(const std::string& path) const;
-  std::vector<std::shared_ptr<const std::string>> paths() const;
 
  private:
-  // A subscription that is not open yet, and the events for it so far.
+  // A subscription that is not open yet, and what has come for it so far.
   struct begun {
-    nx_subscription_number subscription;
-    nx_event_ptr event;
-    std::string end;  // the message "ended"
+    nx_subscription_number subscription = no_subscription;
+    nx_event_ptr event;             // the newest since, or the message "ended"
+    std::uint32_t first_bytes = 0;  // its share of first_lines_
+    bool ended = false;
+    bool given_up = false;
   };
   // Answers are held like events, by this session alone. Null while the text is being assembled:
   // later items wait.
@@ -102,12 +120,14 @@ class session_outbox {
                   nx_event_ptr event);
   void push_end(nx_subscription_number ended, std::string text);
   void end(nx_subscription_number ended);
-  std::vector<begun> open_begun();
-  static std::string text_of(const std::vector<begun>& first);
+  nx_subscription_number begin_one(const node_pointer& node, reach how);
+  nx_event_ptr take_begun(nx_subscription_number of);
+  void open_begun();
+  static void cut_given_up(const std::vector<begun>& all, std::vector<std::string>& lines);
   void fill(std::uint64_t number, std::string text);
   void drop(const item& from);
   void count_answers(std::ptrdiff_t bytes);
-  std::vector<std::string> remove_pattern(const std::string& pattern, bool exact_too);
+  std::vector<node_pointer> remove_pattern(const std::string& pattern, bool exact_too);
   bool wake();
   bool nothing_waits() const { return first_ == queue_.size(); }
   std::uint64_t front_number() const { return next_number_ - (queue_.size() - first_); }
@@ -130,7 +150,9 @@ class session_outbox {
   // `place` of a slot is the number of its newest item in the queue; while the subscription is not
   // open, the place of its entry in begun_.
   subscription_slots subscriptions_;
+  bool first_ones_ = false;  // subscriptions were none when the last pattern was announced
   std::vector<begun> begun_;
+  std::vector<std::string> first_lines_;
   pattern_set patterns_;
 };
 

@@ -2,88 +2,61 @@
 #include <rapidjson/document.h>
 
 #include <algorithm>
+#include <span>
 
 #include "platform/value_tree/nx_db.h"
 #include "platform/value_tree/server/request_methods.h"
 #include "platform/value_tree/server/session.h"
-#include "platform/wire/failure.h"
-#include "platform/wire/json_conversion.h"
-#include "platform/wire/json_rpc.h"
+#include "platform/value_tree/server/subscribing.h"
 
 namespace nx {
 namespace {
 
-constexpr std::int32_t no_room = -105;
-
-nx_error limit_error() {
-  return {no_room, fmt::format("More than {} subscriptions of a session",
-                               limits::subscriptions_per_session)};
-}
-
 nx_error pattern_limit_error() {
-  return {no_room, fmt::format("More than {} bytes of patterns of a session",
-                               limits::pattern_bytes_per_session)};
+  return {subscription_limit_error().code,
+          fmt::format("More than {} bytes of patterns of a session",
+                      limits::pattern_bytes_per_session)};
 }
 
 }  // namespace
 
-void session::subscribe(const std::string& path, json_allocator& allocator, json_value& result) {
+void session::subscribe(const std::string& path, json_allocator& allocator, std::string& members) {
   std::unique_lock lock(subscription_mutex_);
   hears_ = true;
+  const auto start = members.size();
+  subscribing work(host_->db, outbox_, self(), lock, allocator, members);
   if (nx_db::is_pattern(path)) {
     undoing_ = {path, outbox_.has_pattern(path)};
-    subscribe_pattern(path, allocator, result, lock);
+    subscribe_pattern(path, work);
   } else {
     undoing_ = {path, outbox_.is_exact(path)};
-    subscribe_node(host_->db.node_at(path), true, allocator, result, lock);
+    const auto node = host_->db.node_at(path);
+    work.begin({&node, 1}, session_outbox::reach::by_name);
   }
-}
-
-void session::subscribe_node(const std::shared_ptr<nx_db_leaf_node>& node, bool exact,
-                             json_allocator& allocator, json_value& result,
-                             std::unique_lock<std::recursive_mutex>& lock) {
-  const auto path = node->shared_path();
-  if (!outbox_.begin(path, exact)) throw limit_error();
-  const auto before = result.MemberCount();
-  try {
-    host_->db.subscribe(shared_from_this(), node, allocator, result, lock);
-  } catch (...) {
-    outbox_.abandon(*path);
-    throw;
-  }
-  // A value that is in error does not fail the request; its node gives code and text instead.
-  for (auto member = result.MemberBegin() + before; member != result.MemberEnd(); ++member) {
-    if (!json_rpc::is_error_value(member->value)) continue;
-    member->value = json_rpc::value_in_error(std::move(member->value), allocator);
-  }
+  if (members.size() > start) members.pop_back();  // the last comma
 }
 
 // Subscribes to everything possible, and skips the rest.
-void session::subscribe_pattern(const std::string& pattern, json_allocator& allocator,
-                                json_value& result, std::unique_lock<std::recursive_mutex>& lock) {
+void session::subscribe_pattern(const std::string& pattern, subscribing& work) {
   // First the pattern, then the existing nodes: one added in between is in both.
   host_->has_patterns = true;
   if (!outbox_.add_pattern(pattern)) {
     const auto bytes = outbox_.pattern_bytes() + pattern.size();
-    throw bytes > limits::pattern_bytes_per_session ? pattern_limit_error() : limit_error();
+    throw bytes > limits::pattern_bytes_per_session ? pattern_limit_error()
+                                                    : subscription_limit_error();
   }
-  const request_call call{host_->db, this, allocator, result};
-  constexpr unsigned stride = 64;
-  unsigned count = 0;
   try {
-    const auto nodes = host_->db.match(pattern);
+    auto nodes = host_->db.match(pattern);
+    std::erase_if(nodes, [](const auto& node) { return !node->subscription_supported(); });
     outbox_.expect(nodes.size());
-    for (const auto& node : nodes) {
-      if (!node->subscription_supported()) continue;
-      if (++count % stride == 0) call.check();
-      try {
-        subscribe_node(node, false, allocator, result, lock);
-      } catch (const answer_too_long&) {
-        throw;
-      } catch (...) {
-        const nx_error error = current_node_error();
-        if (error.code == no_room) throw error;  // otherwise it has gone meanwhile
-      }
+    work.expect(nodes.size());
+    for (std::span<const subscribing::node_pointer> rest(nodes); !rest.empty();) {
+      const auto next = rest.first(std::min(rest.size(), subscribing::together));
+      work.begin(next, session_outbox::reach::expected);
+      rest = rest.subspan(next.size());
+      if (is_gone()) throw client_gone_error();
+      const auto bytes = work.bytes() + outbox_.first_event_bytes();
+      if (bytes > limits::output_bytes_per_session) throw answer_too_long();
     }
   } catch (...) {
     take_back();
@@ -104,28 +77,16 @@ void session::unsubscribe(const std::string& path) {
   let_go(outbox_.remove(path));
 }
 
-void session::let_go(const std::vector<std::string>& paths) {
-  for (const auto& path : paths)
-    leave(path);
+void session::let_go(const std::vector<std::shared_ptr<nx_db_leaf_node>>& nodes) {
+  const auto me = shared_from_this();
+  for (const auto& node : nodes) {
+    node->unsubscribe(me);
+    if (node->is_retired()) leave(node->path());  // its successor has its subscribers
+  }
 }
 
 void session::leave(const std::string& path) {
   if (const auto node = host_->db.find(path)) node->unsubscribe(shared_from_this());
-}
-
-void session::let_go_of_all() {
-  const auto paths = outbox_.paths();
-  outbox_.close();
-  constexpr std::size_t paths_a_look = 256;  // into the tree, which holds up who changes it
-  std::vector<std::string_view> some;
-  for (std::size_t i = 0; i < paths.size(); ++i) {
-    some.emplace_back(*paths[i]);
-    if (some.size() < paths_a_look && i + 1 < paths.size()) continue;
-    for (const auto& node : host_->db.find_each(some)) {
-      if (node) node->unsubscribe(shared_from_this());
-    }
-    some.clear();
-  }
 }
 
 void session::drop_subscription(const std::string& path) {
@@ -161,14 +122,18 @@ bool session::subscribe_added_at_once() {
 
 void session::subscribe_added(const std::vector<std::string>& paths) {
   std::unique_lock lock(subscription_mutex_);
+  json_document documents;
+  std::string ignored;
+  subscribing work(host_->db, outbox_, self(), lock, documents.GetAllocator(), ignored);
   for (const auto& path : paths) {
     // A node that replaced another has taken over its subscribers already.
     if (outbox_.is_subscribed(path) || !outbox_.covered_by_pattern(path)) continue;
-    json_document ignored(rapidjson::kObjectType);
+    const auto node = host_->db.find(path);
+    if (!node || !node->subscription_supported()) continue;
     try {
-      subscribe_node(host_->db.node_at(path), false, ignored.GetAllocator(), ignored, lock);
-    } catch (...) {
-      // Cannot be subscribed to, or already gone: nobody waits for an answer.
+      work.begin({&node, 1}, session_outbox::reach::by_pattern);
+    } catch (const nx_error&) {
+      break;  // no room for more: nobody waits for an answer
     }
   }
   wake(outbox_.add_answer({}));

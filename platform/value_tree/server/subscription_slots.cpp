@@ -5,10 +5,16 @@
 #include <functional>
 #include <utility>
 
+#include "platform/value_tree/nx_db_node.h"
+
 namespace nx {
 namespace {
 
 constexpr unsigned index_bits = 32;
+
+std::size_t positions_for(std::size_t count) {
+  return std::bit_ceil(count + count / 3 + 1);
+}
 
 }  // namespace
 
@@ -18,13 +24,30 @@ nx_subscription_number subscription_slots::number_of(index at) const {
 
 subscription_slots::slot* subscription_slots::find(nx_subscription_number number) {
   const auto at = static_cast<index>(number);
-  const bool current = at < slots_.size() && slots_[at].path && number_of(at) == number;
+  const bool current = at < slots_.size() && slots_[at].node && number_of(at) == number;
   return current ? &slots_[at] : nullptr;
 }
 
+void subscription_slots::order_later() {
+  ordered_ = count_ > 0 && ordered_;
+}
+
+void subscription_slots::put_in_order() const {
+  if (std::exchange(ordered_, true)) return;
+  grow(positions_for(count_));
+  for (std::size_t at = 0; at < slots_.size(); ++at) {
+    if (slots_[at].node) by_path_[place_of(slots_[at].node->path())] = static_cast<index>(at + 1);
+  }
+}
+
 nx_subscription_number subscription_slots::find(std::string_view path) const {
+  put_in_order();
   const auto found = by_path_.empty() ? 0 : by_path_[place_of(path)];
   return found == 0 ? no_subscription : number_of(found - 1);
+}
+
+const std::string& subscription_slots::path_at(index position) const {
+  return slots_[position - 1].node->path();
 }
 
 std::size_t subscription_slots::home_of(std::string_view path) const {
@@ -34,7 +57,7 @@ std::size_t subscription_slots::home_of(std::string_view path) const {
 // Its position, or the free position where it would be.
 std::size_t subscription_slots::place_of(std::string_view path) const {
   auto place = home_of(path);
-  while (by_path_[place] != 0 && *slots_[by_path_[place] - 1].path != path)
+  while (by_path_[place] != 0 && path_at(by_path_[place]) != path)
     place = (place + 1) & (by_path_.size() - 1);
   return place;
 }
@@ -46,8 +69,10 @@ bool subscription_slots::has_positions_for(std::size_t count) const {
 
 void subscription_slots::insert(index at) {
   constexpr std::size_t fewest = 8;
-  if (!has_positions_for(count_ + 1)) grow(std::max(fewest, 2 * by_path_.size()));
-  by_path_[place_of(*slots_[at].path)] = at + 1;
+  if (ordered_) {
+    if (!has_positions_for(count_ + 1)) grow(std::max(fewest, 2 * by_path_.size()));
+    by_path_[place_of(slots_[at].node->path())] = at + 1;
+  }
   ++count_;
 }
 
@@ -55,15 +80,15 @@ void subscription_slots::insert(index at) {
 // have all of them moved each time.
 void subscription_slots::reserve(std::size_t count) {
   if (count > slots_.capacity()) slots_.reserve(std::max(count, 2 * slots_.capacity()));
-  if (!has_positions_for(count)) grow(std::bit_ceil(count + count / 3 + 1));
+  if (ordered_ && !has_positions_for(count)) grow(positions_for(count));
 }
 
 // To a power of two.
-void subscription_slots::grow(std::size_t positions) {
+void subscription_slots::grow(std::size_t positions) const {
   const auto former = std::exchange(by_path_, {});
   by_path_.resize(positions);
   for (const auto taken : former) {
-    if (taken != 0) by_path_[place_of(*slots_[taken - 1].path)] = taken;
+    if (taken != 0) by_path_[place_of(path_at(taken))] = taken;
   }
 }
 
@@ -71,7 +96,7 @@ void subscription_slots::grow(std::size_t positions) {
 void subscription_slots::take_off(std::size_t place) {
   const auto mask = by_path_.size() - 1;
   for (auto next = (place + 1) & mask; by_path_[next] != 0; next = (next + 1) & mask) {
-    const auto home = home_of(*slots_[by_path_[next] - 1].path);
+    const auto home = home_of(path_at(by_path_[next]));
     if (((next - home) & mask) < ((next - place) & mask)) continue;
     by_path_[place] = by_path_[next];
     place = next;
@@ -80,7 +105,7 @@ void subscription_slots::take_off(std::size_t place) {
   --count_;
 }
 
-nx_subscription_number subscription_slots::add(std::shared_ptr<const std::string> path) {
+nx_subscription_number subscription_slots::add(node_pointer node) {
   auto at = static_cast<index>(slots_.size());
   if (free_.empty()) {
     slots_.emplace_back();
@@ -88,7 +113,7 @@ nx_subscription_number subscription_slots::add(std::shared_ptr<const std::string
     at = free_.back();
     free_.pop_back();
   }
-  slots_[at].path = std::move(path);
+  slots_[at].node = std::move(node);
   insert(at);
   return number_of(at);
 }
@@ -96,37 +121,30 @@ nx_subscription_number subscription_slots::add(std::shared_ptr<const std::string
 void subscription_slots::erase(nx_subscription_number number) {
   slot* ended = find(number);
   if (ended == nullptr) return;
+  put_in_order();
   const auto at = static_cast<index>(number);
-  take_off(place_of(*ended->path));
-  *ended = {.path = nullptr, .generation = ended->generation + 1};
+  take_off(place_of(ended->node->path()));
+  *ended = {.node = nullptr, .generation = ended->generation + 1};
   free_.push_back(at);
 }
 
-void subscription_slots::clear() {
-  by_path_ = {};
-  count_ = 0;
-  slots_.clear();
-  slots_.shrink_to_fit();
-  free_.clear();
-  free_.shrink_to_fit();
-}
-
-std::vector<std::shared_ptr<const std::string>> subscription_slots::shared_paths() const {
-  std::vector<std::shared_ptr<const std::string>> found;
+std::vector<subscription_slots::node_pointer> subscription_slots::nodes() const {
+  std::vector<node_pointer> found;
   found.reserve(size());
   for (const auto& one : slots_) {
-    if (one.path) found.push_back(one.path);
+    if (one.node) found.push_back(one.node);
   }
   return found;
 }
 
-std::vector<std::string> subscription_slots::paths() const {
-  std::vector<std::string> found;
-  found.reserve(size());
-  for (const auto& each : slots_) {
-    if (each.path) found.push_back(*each.path);
+std::vector<subscription_slots::node_pointer> subscription_slots::take_nodes() {
+  std::vector<node_pointer> taken;
+  taken.reserve(size());
+  for (auto& one : slots_) {
+    if (one.node) taken.push_back(std::move(one.node));
   }
-  return found;
+  *this = {};
+  return taken;
 }
 
 }  // namespace nx

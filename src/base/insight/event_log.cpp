@@ -134,6 +134,14 @@ class event_log::node : public nx_db_event_node, public nx::own_history {
                                std::move(session));
   }
 
+  first_value subscribe_text(const std::shared_ptr<nx_session>& session,
+                             nx_subscription_number number, first_text& first) override {
+    const std::lock_guard log_lock(log().mutex_);
+    begin_text(session, number, first);
+    first.json = quoted(newest());
+    return first_value::value;
+  }
+
   std::vector<nx_db::history_entry> history() const override {
     std::vector<nx_db::history_entry> entries;
     for (const auto& each : log().events())

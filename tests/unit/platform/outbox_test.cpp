@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/threads/light_mutex.h"
+#include "platform/value_tree/nx_db_node.h"
 #include "platform/value_tree/path_pattern.h"
 #include "platform/value_tree/server/session_outbox.h"
 #include "platform/value_tree/server/worker_pool.h"
@@ -20,13 +21,19 @@
 
 namespace {
 
+auto at(const std::string& path) {
+  return testing::Pointee(testing::Property(&nx_db_node::path, path));
+}
+
 class outbox : public testing::Test {
  protected:
   bool deliver(const std::string& path, const std::string& line) {
     return box.deliver(make_event(line), box.subscription_number(path));
   }
   bool begin(const std::string& path, bool exact = true) {
-    return box.begin(std::make_shared<const std::string>(path), exact);
+    using enum nx::session_outbox::reach;
+    const auto node = std::make_shared<nx_db_event_node>(path);
+    return box.begin(node, exact ? by_name : by_pattern) != no_subscription;
   }
   void subscribe(const std::string& path) {
     begin(path);
@@ -97,6 +104,45 @@ TEST_F(outbox, nothing_overtakes_the_answer) {
   EXPECT_EQ(taken(), "");
 }
 
+// Lines of many subscriptions at once; what comes for some of them meanwhile stands behind all.
+TEST_F(outbox, first_events_are_taken_over_as_lines) {
+  const auto subscribe_some = [&](const std::vector<std::string>& paths) {
+    std::vector<nx::session_outbox::first_event> events;
+    std::string lines;
+    box.expect(paths.size());
+    for (const auto& path : paths) {
+      const auto node = std::make_shared<nx_db_event_node>(path);
+      const auto number = box.begin(node, nx::session_outbox::reach::expected);
+      if (path != "none") events.push_back({number, static_cast<std::uint32_t>(path.size() + 2)});
+      if (path != "none") lines += path + "1\n";
+    }
+    const auto before = box.first_event_bytes();
+    const auto more = lines.size();
+    box.add_first_events(events, std::move(lines));
+    EXPECT_EQ(box.first_event_bytes(), before + more);
+  };
+  subscribe_some({"a", "none", "b"});
+  EXPECT_TRUE(box.add_answer("answer"));
+  EXPECT_EQ(taken(), "answer\na1\nb1\n");
+  EXPECT_EQ(box.waiting_bytes(), 0U);
+
+  subscribe_some({"c", "none", "given up", "a", "b", "d"});
+  subscribe_some({"a"});
+  deliver("b", "b2");
+  deliver("none", "none2");
+  deliver("a", "a2");
+  deliver("given up", "2");
+  box.remove("given up");
+  box.end_subscription("d", "removed");
+  deliver("d", "d2");
+  box.add_answer("answer");
+  EXPECT_EQ(taken(),
+            "answer\nc1\na1\nb1\nd1\na1\nnone2\nb2\n"
+            R"({"jsonrpc":"2.0","method":"ended","params":{"path":"d","reason":"removed"}})"
+            "\na2\n");
+  EXPECT_EQ(box.subscriptions(), 4U);
+}
+
 // Answers are limited one by one; events alone end a session that does not read them.
 TEST_F(outbox, tells_events_from_what_was_asked_for) {
   begin("a");
@@ -122,7 +168,7 @@ TEST_F(outbox, ended_subscriptions_leave_nothing_behind) {
   deliver("a/1", "1");
   deliver("a/2", "2");
   EXPECT_TRUE(box.remove("a/1").empty());  // the pattern covers it
-  EXPECT_THAT(box.remove("a/*"), testing::UnorderedElementsAre("a/1", "a/2"));
+  EXPECT_THAT(box.remove("a/*"), testing::UnorderedElementsAre(at("a/1"), at("a/2")));
   EXPECT_EQ(taken(), "");
   EXPECT_FALSE(box.covered_by_pattern("a/3"));
 }
@@ -141,7 +187,7 @@ TEST_F(outbox, subscriptions_are_limited) {
   EXPECT_TRUE(box.withdraw("a/*").empty());
   EXPECT_TRUE(box.is_subscribed("a/1"));
   ASSERT_TRUE(begin("z", false));
-  EXPECT_THAT(box.withdraw("*"), testing::ElementsAre("z"));
+  EXPECT_THAT(box.withdraw("*"), testing::ElementsAre(at("z")));
   box.remove("a/1");
   EXPECT_TRUE(begin("one/more"));
 }
@@ -244,6 +290,12 @@ TEST(light_mutex, lets_one_in_and_wakes_who_waits) {
 TEST(subscription_slots, find_each_path_by_its_newest_number) {
   nx::subscription_slots slots;
   std::map<std::string, nx_subscription_number> expected;
+  slots.order_later();
+  slots.reserve(100);
+  for (int i = 0; i < 100; ++i) {
+    const auto path = "data/" + std::to_string(i);
+    expected[path] = slots.add(std::make_shared<nx_db_event_node>(path));
+  }
   std::mt19937 random(7);
   nx_subscription_number ended = no_subscription;
   for (int step = 0; step < 20000; ++step) {
@@ -251,7 +303,7 @@ TEST(subscription_slots, find_each_path_by_its_newest_number) {
     const auto known = expected.find(path);
     ASSERT_EQ(slots.find(path), known == expected.end() ? no_subscription : known->second);
     if (known == expected.end()) {
-      expected[path] = slots.add(std::make_shared<const std::string>(path));
+      expected[path] = slots.add(std::make_shared<nx_db_event_node>(path));
     } else {
       ended = known->second;
       slots.erase(ended);
@@ -260,8 +312,8 @@ TEST(subscription_slots, find_each_path_by_its_newest_number) {
     EXPECT_EQ(slots.find(ended), nullptr);
   }
   EXPECT_EQ(slots.size(), expected.size());
-  for (const auto& path : slots.paths())
-    EXPECT_EQ(expected.count(path), 1U);
+  for (const auto& node : slots.nodes())
+    EXPECT_EQ(expected.count(node->path()), 1U);
 }
 
 }  // namespace
