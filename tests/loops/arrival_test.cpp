@@ -52,15 +52,11 @@ class arrival : public testing::Test {
 
   void add_lit(unsigned channel) {
     if (node_->has_channels_by_command()) node_->add_channel(channel);
-    light(channel);
+    node_->plant().change_laser(0, channel, [](sim::laser_settings& laser) {
+      laser.on = true;
+      laser.ramp_s = 0.0;
+    });
     lit_.push_back(channel);
-  }
-
-  void light(unsigned channel) {
-    auto laser = node_->plant().get_laser(0, channel);
-    laser.on = true;
-    laser.ramp_s = 0.0;
-    node_->plant().set_laser(0, channel, laser);
   }
 
   double error(unsigned channel) {
@@ -171,31 +167,6 @@ TEST_F(arrival, of_a_channel_that_is_added_among_forty) {
   constexpr unsigned writes_of_an_add = 3;  // the port twice, and the attenuation it begins with
   expect_told_as_it_was(
       added, "added", [&] { add_lit(added); }, writes_of_an_add);
-}
-
-TEST_F(arrival, of_the_first_light_of_a_band) {
-  start(0);
-  for (const auto channel : node_->channels())
-    ASSERT_EQ(node_->text(insight_path(channel, "state")), "dark");
-  const channel_watch watch(*node_);
-  std::map<unsigned, way_of_error> errors;
-  const auto begin = node_->now();
-  node_->plant().fill_band(0);
-  while (node_->now() - begin < 1min) {
-    node_->cycle();
-    const std::chrono::duration<double> since = node_->now() - begin;
-    for (const auto channel : node_->channels())
-      errors[channel].emplace_back(since.count(), error(channel));
-  }
-  for (const auto channel : node_->channels()) {
-    SCOPED_TRACE(channel);
-    const auto way = told(channel);
-    EXPECT_STREQ(way["cause"].GetString(), "lit");
-    EXPECT_FALSE(way["underWay"].GetBool());
-    EXPECT_EQ(way["steps"].GetUint(), watch.steps(channel));
-    EXPECT_TRUE(way["neighbour"].IsNull());
-    expect_way_of(channel, errors[channel], way);
-  }
 }
 
 class lit_at_start : public testing::TestWithParam<std::string> {};
@@ -324,9 +295,8 @@ std::chrono::hours quiet_time(bool drifts) {
 void drift(plant_node& node, double db_per_hour) {
   double sign = 1.0;
   for (const auto channel : node.channels()) {
-    auto laser = node.plant().get_laser(0, channel);
-    laser.drift_db_per_hour = sign * db_per_hour;
-    node.plant().set_laser(0, channel, laser);
+    node.plant().change_laser(0, channel,
+                              [&](auto& laser) { laser.drift_db_per_hour = sign * db_per_hour; });
     sign = -sign;
   }
 }

@@ -12,11 +12,6 @@ class channel_watch {
  public:
   explicit channel_watch(plant_node& node, sim::direction side = sim::direction::rx)
       : node_(node), side_(side) {
-    restart();
-  }
-
-  /// Counts from now on.
-  void restart() {
     for (const auto channel : node_.channels()) {
       writes_at_start_[channel] = writes(channel);
       last_[channel] = attenuation(channel);

@@ -10,9 +10,8 @@
 #include <map>
 #include <random>
 
-#include "platform/wire/nx_client_exception.h"
-#include "platform/wire/nx_error.h"
 #include "tests/loops/channel_places.h"
+#include "tests/support/failure.h"
 #include "tests/support/process_figures.h"
 
 namespace {
@@ -61,7 +60,7 @@ class command_soak : public testing::Test {
         note("restart");
         node_.restart();
         for (const auto& [channel, there] : exists_) {
-          if (there) regulate(channel);
+          if (there) node_.regulate(channel);
         }
         return;
       case 1: {
@@ -118,12 +117,12 @@ class command_soak : public testing::Test {
       EXPECT_EQ(give(channel, add), "ok") << story_;
     }
     there = add;
-    if (add) regulate(channel);
+    if (add) node_.regulate(channel);
   }
 
   std::string give(unsigned channel, bool add) {
     ++commands_;
-    try {
+    const auto failure = test::failure_of([&] {
       if (add) {
         node_.run("command/channel/add",
                   fmt::format(R"({{"center":{},"width":10000,"port":2}})", channel));
@@ -131,18 +130,8 @@ class command_soak : public testing::Test {
         node_.run("command/channel/remove",
                   fmt::format(R"({{"center":{},"direction":"both"}})", channel));
       }
-      return "ok";
-    } catch (const nx_error& error) {
-      return fmt::format("{} {}", error.code, error.message);
-    } catch (const nx_client_exception& error) {
-      return fmt::format("{} {}", error.code, error.message);
-    }
-  }
-
-  void regulate(unsigned channel) {
-    for (const char* side : {"rx", "tx"})
-      node_.write(fmt::format("config/client/{}/{}/opticalControlMode", channel, side),
-                  "\"power\"");
+    });
+    return failure.empty() ? "ok" : failure;
   }
 
   void expect_what_was_asked_for() {

@@ -45,7 +45,7 @@ TEST(dead_booster, while_the_switch_has_lost_its_plan_leaves_no_channel_behind) 
   plant.set_nexel_state(0, "booster", sim::nexel_state::ok);
   node.run_for(10s);
   for (const auto channel : node.channels())
-    node.write(fmt::format("config/client/{}/rx/opticalControlMode", channel), "\"power\"");
+    node.regulate(channel);
   EXPECT_TRUE(node.run_until([&] { return node.all_on_target(); }, 1min));
 }
 

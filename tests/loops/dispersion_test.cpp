@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 
 #include "tests/support/failure.h"
@@ -98,8 +97,8 @@ TEST(dispersion, the_operators_value_stays_until_he_goes_back_to_automatic) {
   EXPECT_NEAR(line.shown("tdcm"), 400.0, 0.5);
   line.node.take_log();
   EXPECT_EQ(line.set(R"({"mode":"manual G.655","dispersion":400.0})"), "");
-  for (const auto& text : line.node.take_log())
-    EXPECT_FALSE(text.starts_with("Setting TDCM")) << "the same settings once more move nothing";
+  EXPECT_EQ(test::count_of(line.node.take_log(), "Setting TDCM"), 0)
+      << "the same settings once more move nothing";
   EXPECT_EQ(line.set(R"({"mode":"auto","dispersion":0})"), "");
   line.node.run_for(30s);
   EXPECT_NEAR(line.shown("tdcm"), -180.0, 0.5);
@@ -153,12 +152,6 @@ TEST(dispersion, a_switch_that_answers_another_position_is_tried_until_it_moves)
   EXPECT_EQ(line.set(manual), "");
 }
 
-/// How often the log told it.
-long told(test::log_lines&& log, const std::string& beginning) {
-  return std::count_if(log.begin(), log.end(),
-                       [&](const std::string& line) { return line.starts_with(beginning); });
-}
-
 class dispersion_device : public testing::TestWithParam<const char*> {};
 
 TEST_P(dispersion_device, that_is_away_when_the_fibre_comes_back_is_set_once_it_is_there) {
@@ -174,16 +167,16 @@ TEST_P(dispersion_device, that_is_away_when_the_fibre_comes_back_is_set_once_it_
       << "the line goes on without it";
   line.node.run_for(1min);
   EXPECT_TRUE(line.node.is_fully_operational());
-  EXPECT_EQ(told(line.node.take_log(), "Line connection is back up."), 0) << "told again";
+  EXPECT_EQ(test::count_of(line.node.take_log(), "Line connection is back up."), 0) << "told again";
 
   plant.set_nexel_state(0, GetParam(), sim::nexel_state::ok);
   line.node.run_for(5s);
-  EXPECT_EQ(told(line.node.take_log(), "Guard dispersion-setting ends"), 1);
+  EXPECT_EQ(test::count_of(line.node.take_log(), "Guard dispersion-setting ends"), 1);
   line.node.run_for(1min);
   EXPECT_EQ(line.shown("skipDCM"), 2.0f);
   EXPECT_NEAR(line.shown("tdcm"), 100.0, 0.5);
   EXPECT_NEAR(line.shown("finalDispersion"), line.true_residual(), 0.5);
-  EXPECT_EQ(told(line.node.take_log(), "Setting TDCM"), 0) << "done is done";
+  EXPECT_EQ(test::count_of(line.node.take_log(), "Setting TDCM"), 0) << "done is done";
 }
 
 INSTANTIATE_TEST_SUITE_P(devices, dispersion_device,
@@ -212,7 +205,7 @@ TEST(dispersion, shows_the_truth_after_a_restart_of_the_daemon_and_moves_nothing
     line.node.take_log();
     line.node.restart();
     line.node.run_for(30s);
-    EXPECT_EQ(told(line.node.take_log(), "Selecting optical switch"), 0);
+    EXPECT_EQ(test::count_of(line.node.take_log(), "Selecting optical switch"), 0);
     EXPECT_EQ(line.shown("skipDCM"), length_km > 40.0 ? 1.0f : 2.0f);
     EXPECT_NEAR(line.shown("finalDispersion"), line.true_residual(), 0.5);
   }

@@ -7,8 +7,7 @@
 #include <functional>
 
 #include "models/model.h"
-#include "tests/support/plant_node.h"
-#include "tests/support/plant_pair.h"
+#include "tests/loops/bars/pair_case.h"
 #include "tests/support/tree_values.h"
 
 namespace {
@@ -89,13 +88,7 @@ const std::vector<fault_row> faults{
 
 class ladder : public testing::Test {
  protected:
-  ladder() {
-    pair.start();
-    pair.run_for(20s);
-    for (unsigned node : {0u, 1u})
-      pair.plant().fill_band(node);
-    pair.run_for(5min);
-  }
+  ladder() { bars::bring_to_rest(pair, 5min); }
 
   nx::json_document shown(const std::string& side) {
     return test::value_of(pair.tree(0), "insight/ladder/" + side);

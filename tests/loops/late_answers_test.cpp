@@ -7,8 +7,7 @@
 #include <functional>
 
 #include "helpers/waiting.h"
-#include "tests/loops/channel_watch.h"
-#include "tests/support/plant_node.h"
+#include "tests/loops/bars/node_case.h"
 
 namespace {
 
@@ -36,10 +35,8 @@ class late_answers : public testing::TestWithParam<std::string> {};
 TEST_P(late_answers, are_waited_for_once_a_cycle) {
   for (const auto latency : {5ms, 20ms, 200ms}) {
     SCOPED_TRACE(latency.count());
-    plant_node node(test::dark_topology(GetParam()));
-    node.start();
-    node.add_channels();
-    node.run_for(20s);
+    const auto started = bars::started(test::dark_topology(GetParam()));
+    auto& node = *started;
     delay_all(node, latency);
     node.plant().fill_band(0);
     EXPECT_TRUE(node.run_until([&] { return node.all_on_target(0.75); }, 18s));
@@ -60,10 +57,8 @@ TEST_P(late_answers, of_one_device_hold_up_nothing_but_its_own) {
   plant_node probe(GetParam());
   for (const auto& name : probe.plant().nexel_names()) {
     SCOPED_TRACE(name);
-    plant_node node(test::dark_topology(GetParam()));
-    node.start();
-    node.add_channels();
-    node.run_for(20s);
+    const auto started = bars::started(test::dark_topology(GetParam()));
+    auto& node = *started;
     node.plant().set_latency(0, name, 1000ms);
     node.plant().fill_band(0);
     EXPECT_TRUE(node.run_until([&] { return node.all_on_target(0.75); }, 30s));
@@ -92,10 +87,8 @@ double waits_of(plant_node& node, const std::function<void()>& command) {
 // A channel comes by the switch and then the monitor, and leaves both at once; beside that nothing
 // is waited for.
 TEST_P(late_answers, of_a_command_are_waited_for_where_one_decides_about_the_next) {
-  plant_node node(test::dark_topology(GetParam()));
-  node.start();
-  node.add_channels();
-  node.run_for(20s);
+  const auto started = bars::started(test::dark_topology(GetParam()));
+  auto& node = *started;
   const auto id = node.has_channels_by_command() ? node.channels()[1] : 2;
   const auto channel = [&](const char* what, unsigned of) {
     return fmt::format("config/client/{}/rx/{}", of, what);

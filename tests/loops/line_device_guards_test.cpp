@@ -7,7 +7,7 @@
 #include <optional>
 #include <utility>
 
-#include "tests/support/plant_node.h"
+#include "tests/loops/bars/pair_case.h"
 
 namespace {
 
@@ -16,26 +16,16 @@ using sim::reading_fault;
 using sim::write_fault;
 using test::plant_node;
 
-constexpr const char* peer_address = "[fe80::2%osc0]:5100";
-
-sim::topology facing(const std::string& product, const char* peer) {
-  auto topology = sim::default_topology(product);
-  // Leaves room for the attenuator, or for the gain.
-  for (auto& fibre : topology.fibres)
-    fibre.length_km = models::get(product).kin == models::family::selka ? 80.0 : 40.0;
-  topology.peer = peer;
-  return topology;
-}
+/// Leaves room for the attenuator, or for the gain.
+constexpr double length_km = 40.0;
 
 class faced_node {
  public:
-  faced_node(const std::string& product, const char* peer) : faced_node(facing(product, peer)) {}
   explicit faced_node(const sim::topology& topology) : node(topology) {
-    node.network().attach(peer_address, node.plant().nexel_tree("peer", 1));
+    node.face_far_end();
     node.start();
     node.add_channels();
   }
-  ~faced_node() { node.network().detach(peer_address); }
 
   double voa() { return node.plant().voa_attenuation_db(0); }
   double gain() { return node.plant().amplifier_gain_db(0, sim::direction::tx); }
@@ -73,7 +63,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_P(line_voa, follows_the_span_and_rests) {
   const auto& bad = GetParam();
-  auto topology = facing("orvalite", "orva-lite");
+  auto topology = test::facing("orvalite", "orva-lite", length_km);
   topology.nodes[0].voa.step_db = bad.step_db;
   faced_node it(topology);
   it.node.run_for(5min);
@@ -82,20 +72,17 @@ TEST_P(line_voa, follows_the_span_and_rests) {
   if (bad.write) plant.set_write_fault(0, "voa_sfp", "config/attenuation", *bad.write);
   plant.set_span_offset(0, 3.0);
   it.node.run_for(6min);
-  double error_db = 0.0;
-  for (const auto channel : it.node.channels())
-    error_db += plant.channel_power_dbm(1, sim::measuring_point::preamp_output, channel) - 5.0;
-  error_db /= static_cast<double>(it.node.channels().size());
-  EXPECT_LT(std::fabs(error_db), bad.rest_db);
+  EXPECT_LT(std::fabs(bars::line_error(it.node, 0)), bad.rest_db);
   const auto writes = plant.writes(0, "voa_sfp");
   it.node.run_for(10min);
   EXPECT_LE(plant.writes(0, "voa_sfp"), writes + bad.writes);
 }
 
 TEST(embedded_line, counts_a_setting_as_made_when_the_attenuator_shows_it) {
-  faced_node good("orvalite", "tarn-one");
+  const auto topology = test::facing("orvalite", "tarn-one", length_km);
+  faced_node good(topology);
   good.node.run_for(3min);
-  faced_node bad("orvalite", "tarn-one");
+  faced_node bad(topology);
   bad.node.plant().set_write_fault(0, "voa_sfp", "config/attenuation", write_fault::lost(), 40s);
   bad.node.plant().set_write_fault(0, "preamp", "config/gain", write_fault::lost(), 40s);
   bad.node.run_for(3min);

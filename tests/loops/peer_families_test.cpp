@@ -43,21 +43,14 @@ constexpr family families[] = {
 class every_family : public testing::TestWithParam<family> {
  protected:
   /// Short enough that each kind of line has room to give way by 3 dB.
-  static sim::topology facing(const char* peer) {
-    auto topology = sim::default_topology("orvalite");
-    for (auto& fibre : topology.fibres)
-      fibre.length_km = 40.0;
-    topology.peer = peer;
-    return topology;
-  }
+  static constexpr double length_km = 40.0;
 
-  test::plant_node node_{facing(GetParam().name)};
+  test::plant_node node_{test::facing("orvalite", GetParam().name, length_km)};
 };
 
 TEST_P(every_family, is_known_and_read_and_followed) {
   const auto& expected = GetParam();
-  auto& tree = node_.plant().nexel_tree("peer", 1);
-  node_.network().attach("[fe80::2%osc0]:5100", tree);
+  node_.face_far_end();
   node_.start();
   node_.cycle();
   ASSERT_TRUE(node_.run_until(
@@ -80,7 +73,6 @@ TEST_P(every_family, is_known_and_read_and_followed) {
   EXPECT_NEAR(voa() - before, expected.line_follows ? -3.0 : 0.0,
               expected.line_follows ? 1.6 : 0.1);
   EXPECT_TRUE(node_.all_on_target());
-  node_.network().detach("[fe80::2%osc0]:5100");
 }
 
 INSTANTIATE_TEST_SUITE_P(peers, every_family, testing::ValuesIn(families),

@@ -1,11 +1,9 @@
-// A manager that meets a peer which is late, or lacks some values: the manager's own cycles and
-// channels do not wait, what the peer has is used, and missing values are requested quietly.
+// A manager that meets a peer which is late: the manager's own cycles and channels do not wait.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
-#include "api/status_value.h"
 #include "tests/support/plant_node.h"
 #include "tests/support/plant_pair.h"
 
@@ -13,58 +11,38 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr const char* peer_address = "[fe80::2%osc0]:5100";
-
-class peer_setup : public testing::Test {
+/// A node facing the plant's far end, which is late by so many ms.
+class late_peer : public testing::TestWithParam<int> {
  protected:
-  /// A node facing the plant's far end, which plays that family.
-  void face(const std::string& product, const std::string& family) {
-    auto topology = sim::default_topology(product);
-    topology.peer = family;
-    node = std::make_unique<test::plant_node>(std::move(topology));
-    node->network().attach(peer_address, peer());
-  }
-  ~peer_setup() override { node->network().detach(peer_address); }
-
-  nx_db& peer() { return node->plant().nexel_tree("peer", 1); }
-
   /// Longest of the cycles in this time.
   std::chrono::nanoseconds longest_cycle(std::chrono::nanoseconds time) {
     std::chrono::nanoseconds longest{0};
-    for (const auto end = node->now() + time; node->now() < end;) {
-      const auto begin = node->now();
-      node->cycle();
-      longest = std::max(longest, node->now() - begin);
+    for (const auto end = node.now() + time; node.now() < end;) {
+      const auto begin = node.now();
+      node.cycle();
+      longest = std::max(longest, node.now() - begin);
     }
     return longest;
   }
 
-  long lines(const std::string& beginning) {
-    return std::count_if(log.begin(), log.end(),
-                         [&](const auto& line) { return line.starts_with(beginning); });
-  }
-
-  std::unique_ptr<test::plant_node> node;
-  test::log_lines log;
+  test::plant_node node{test::facing("orvalite", "orva-lite", 80.0)};
 };
 
-class late_peer : public peer_setup, public testing::WithParamInterface<int> {};
-
 TEST_P(late_peer, delays_no_cycle_and_no_channel) {
-  face("orvalite", "orva-lite");
-  node->network().set_latency(peer_address, std::chrono::milliseconds(GetParam()));
-  node->start();
+  node.face_far_end();
+  node.network().set_latency(test::plant_node::peer_address, std::chrono::milliseconds(GetParam()));
+  node.start();
   EXPECT_LE(longest_cycle(10s), 620ms);
-  EXPECT_TRUE(node->all_on_target()) << "10 s after the start";
-  node->run_for(40s);
+  EXPECT_TRUE(node.all_on_target()) << "10 s after the start";
+  node.run_for(40s);
   if (GetParam() >= 2000) return;  // beyond what the client library waits for
-  EXPECT_EQ(node->text("data/line/1/remoteProduct"), "ORVA-LITE");
-  EXPECT_EQ(node->text("data/line/1/remoteHostname"), "simulated-orva-lite");
+  EXPECT_EQ(node.text("data/line/1/remoteProduct"), "ORVA-LITE");
+  EXPECT_EQ(node.text("data/line/1/remoteHostname"), "simulated-orva-lite");
 
-  for (const auto channel : node->channels())
-    node->disturb(channel, -3.0);
+  for (const auto channel : node.channels())
+    node.disturb(channel, -3.0);
   EXPECT_LE(longest_cycle(10s), 620ms);
-  EXPECT_TRUE(node->all_on_target());
+  EXPECT_TRUE(node.all_on_target());
 }
 
 INSTANTIATE_TEST_SUITE_P(by, late_peer, testing::Values(5, 300, 1000, 1900, 3000));
@@ -96,42 +74,9 @@ TEST(late_peers, meet_and_find_each_other_again) {
   pair.run_for(10s);
   const auto log = pair.take_log();
   for (const char* once : {"Starting remote subscription.", "Remote subscription complete."})
-    EXPECT_EQ(std::count(log.begin(), log.end(), once), 2) << once << " at each end";
+    EXPECT_EQ(test::count_of(log, once), 2) << once << " at each end";
   for (const unsigned node : {0u, 1u})
     EXPECT_TRUE(pair.all_on_target(node)) << node;
-}
-
-TEST_F(peer_setup, an_orvapro_gets_on_with_an_orvalite_that_has_fewer_channels) {
-  face("orvapro", "orva-lite");
-  const auto path_of = [](unsigned channel, const char* name) {
-    return fmt::format("data/client/{}/{}", channel, name);
-  };
-  auto lacking = node->channels();
-  lacking.resize(8);
-  for (const auto channel : lacking) {
-    for (const char* name :
-         {"tx/peak", "tx/ocm/power", "tx/osnr", "tx/power", "rx/power", "tx/status", "rx/status"})
-      ASSERT_TRUE(peer().remove_node(path_of(channel, name)));
-  }
-  ASSERT_TRUE(peer().remove_node("interface/line/1/data/osc/loss"));
-  node->start();
-  node->run_for(30s);
-  EXPECT_TRUE(node->all_on_target());
-  EXPECT_TRUE(node->is_fully_operational());
-
-  node->take_log();
-  node->run_for(5min);
-  log = node->take_log();
-  EXPECT_EQ(lines("Connecting to remote nexel."), 0);
-  EXPECT_EQ(lines("Starting remote subscription."), 0);
-  EXPECT_EQ(lines("on_exception_received"), 0) << "each told once, and that is over";
-  EXPECT_LT(log.size(), 300u) << "a line a second at most";
-  EXPECT_EQ(node->text("data/line/1/remoteHostname"), "simulated-orva-lite");
-
-  const auto loss =
-      nx::api::status_value<float>::create(peer(), "interface/line/1/data/osc/loss", 17.25f, 1);
-  node->run_for(8s);  // its poll has five of them
-  EXPECT_EQ(node->number("interface/line/1/data/osc/remoteLoss"), 17.25f);
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 
 #include "base/channel/control/regulation.h"
 #include "base/insight/event_log.h"
+#include "tests/loops/bars/pair_case.h"
 #include "tests/loops/incidents.h"
 #include "tests/support/process_figures.h"
 #include "tools/insight/event_text.h"
@@ -130,7 +131,8 @@ class soak : public testing::Test {
     EXPECT_LE(pair_.plant().voa_writes(1), far + 1) << story_;
     for (unsigned node : {0u, 1u}) {
       EXPECT_EQ(off_target(node), "") << "node " << node << '\n' << story_;
-      EXPECT_LT(std::fabs(line_error(node)), 0.85) << "node " << node << '\n' << story_;
+      EXPECT_LT(std::fabs(bars::line_error(pair_, node)), 0.85) << "node " << node << '\n'
+                                                                << story_;
     }
   }
 
@@ -177,7 +179,7 @@ class soak : public testing::Test {
       plant.set_span_offset(node, 3.0);
       pair_.run_for(90s);
       EXPECT_GT(plant.voa_writes(node), writes) << story_;
-      EXPECT_LT(std::fabs(line_error(node)), 0.85) << story_;
+      EXPECT_LT(std::fabs(bars::line_error(pair_, node)), 0.85) << story_;
       plant.set_span_offset(node, 0.0);
     }
   }
@@ -217,16 +219,6 @@ class soak : public testing::Test {
       if (std::fabs(off_db) > rest_db) found += fmt::format("{} by {:.2f} dB, ", channel, off_db);
     }
     return found;
-  }
-
-  /// Mean power at which this node's channels arrive behind the far preamp, less the wanted 5 dBm.
-  double line_error(unsigned node) {
-    double sum = 0;
-    for (const auto channel : pair_.channels()) {
-      sum +=
-          pair_.plant().channel_power_dbm(1 - node, sim::measuring_point::preamp_output, channel);
-    }
-    return sum / static_cast<double>(pair_.channels().size()) - 5.0;
   }
 
   /// In one order for all calls.

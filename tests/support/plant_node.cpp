@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -28,6 +27,7 @@ plant_node::plant_node(sim::topology topology)
 plant_node::~plant_node() {
   end_time();
   manager_.reset();
+  if (faces_far_end_) network_.detach(peer_address);
   tree_.reset();
 }
 
@@ -58,6 +58,10 @@ void plant_node::start() {
 
 void plant_node::add_channel(unsigned centre) {
   run("command/channel/add", fmt::format(R"({{"center":{},"width":10000,"port":2}})", centre));
+  regulate(centre);
+}
+
+void plant_node::regulate(unsigned centre) {
   for (const char* side : {"rx", "tx"})
     write(fmt::format("config/client/{}/{}/opticalControlMode", centre, side), "\"power\"");
 }
@@ -66,6 +70,11 @@ void plant_node::add_channels() {
   if (!channels_by_command_) return;
   for (const auto centre : channels())
     add_channel(centre);
+}
+
+void plant_node::face_far_end() {
+  network_.attach(peer_address, plant_->nexel_tree("peer", 1));
+  faces_far_end_ = true;
 }
 
 void plant_node::face_itself() {
@@ -105,10 +114,7 @@ bool plant_node::run_until(const std::function<bool()>& condition, std::chrono::
 bool plant_node::is_fully_operational() {
   take_log();
   cycle();
-  const auto lines = take_log();
-  return std::none_of(lines.begin(), lines.end(), [](const std::string& line) {
-    return line.starts_with("Manager not fully operational");
-  });
+  return count_of(take_log(), "Manager not fully operational") == 0;
 }
 
 void plant_node::disturb(unsigned channel, double db) {

@@ -31,6 +31,8 @@ class plant_node : public plant_stage {
   /// on the others.
   void add_channels();
   void add_channel(unsigned centre);
+  /// Puts a channel of these models in a mode that regulates, in both directions.
+  void regulate(unsigned centre);
   bool has_channels_by_command() const { return channels_by_command_; }
   /// Runs whole cycles until at least this much time has gone by.
   void run_for(std::chrono::nanoseconds duration);
@@ -44,6 +46,10 @@ class plant_node : public plant_stage {
   /// Changes the power of one client instantly, so that a correction is due.
   void disturb(unsigned channel, double db);
 
+  /// Where a node finds its peer.
+  static constexpr const char* peer_address = "[fe80::2%osc0]:5100";
+  /// Makes the plant's far end its peer, which plays the family that the topology names.
+  void face_far_end();
   /// Makes the node its own peer: known if its model is, and with every value.
   void face_itself();
 
@@ -78,6 +84,7 @@ class plant_node : public plant_stage {
   std::shared_ptr<manager::interface> manager_;
   bool channels_by_command_;
   std::string own_address_;  // as a peer's, if it faces itself
+  bool faces_far_end_ = false;
 };
 
 }  // namespace test

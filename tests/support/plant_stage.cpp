@@ -1,5 +1,6 @@
 #include "tests/support/plant_stage.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -11,10 +12,23 @@
 
 namespace test {
 
+long count_of(const log_lines& lines, const std::string& beginning) {
+  return std::ranges::count_if(
+      lines, [&](const std::string& line) { return line.starts_with(beginning); });
+}
+
 sim::topology dark_topology(const std::string& product, unsigned nodes) {
   auto topology = sim::default_topology(product, nodes);
   for (auto& node : topology.nodes)
     node.lit = std::vector<unsigned>{};
+  return topology;
+}
+
+sim::topology facing(const std::string& product, const std::string& family, double length_km) {
+  auto topology = sim::default_topology(product);
+  for (auto& fibre : topology.fibres)
+    fibre.length_km = length_km;
+  topology.peer = family;
   return topology;
 }
 

@@ -21,9 +21,13 @@ namespace test {
 
 /// A stretch of cycles' worth of log lines that the daemon wrote at level 2.
 using log_lines = std::vector<std::string>;
+/// How many of them begin so.
+long count_of(const log_lines& lines, const std::string& beginning);
 
 /// The default topology of a product with every client of its nodes dark.
 sim::topology dark_topology(const std::string& product, unsigned nodes = 1);
+/// The default one with the plant's far end as a peer of this family, over fibres of this length.
+sim::topology facing(const std::string& product, const std::string& family, double length_km);
 
 class plant_stage {
  public:

@@ -8,13 +8,13 @@
 
 namespace test {
 
-void regulating_node::start_surroundings() {
+void regulating_node::start_surroundings(const std::string& product) {
   start_store();
-  start_devices("orvalite");
+  start_devices(product);
 }
 
-void regulating_node::start_and_await() {
-  start_daemon();
+void regulating_node::start_and_await(const std::string& product) {
+  start_daemon({"--product", product});
   if (!await_configuration()) throw std::runtime_error("not built: " + daemon().last_lines());
   // Cycles show in the log from here on.
   write("debug/loglevel", "\"verbose\"");

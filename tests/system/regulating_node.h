@@ -16,9 +16,9 @@ class regulating_node : public daemon_node {
   const plant_controls& plant() const { return plant_; }
 
   /// The store and the devices.
-  void start_surroundings();
+  void start_surroundings(const std::string& product = "orvalite");
   /// The daemon, up to where its configuration is awaited. Throws std::runtime_error with the log.
-  void start_and_await();
+  void start_and_await(const std::string& product = "orvalite");
   /// Writes the configuration's end, and waits for a whole cycle.
   void release();
   /// All of the above, then until every channel is on target and no step follows.

@@ -54,7 +54,6 @@ inline const std::vector<std::string> all_models{"orvalite",  "orvamax",  "orvap
                                                  "orvakinet", "selkamin", "selkaplus"};
 /// Models whose attenuator follows the far preamp in a closed loop.
 inline const std::vector<std::string> line_models{"orvalite", "orvamax", "orvapro"};
-inline const std::vector<std::string> orva_models{"orvalite", "orvamax", "orvapro", "orvakinet"};
 inline const std::vector<std::string> selka_models{"selkamin", "selkaplus"};
 
 }  // namespace bars

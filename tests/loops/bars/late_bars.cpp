@@ -25,7 +25,7 @@ bool is_panel_told_away() {
 /// healed and has some time.
 figures seconds_with(plant_node& node, const spoiling& spoil, bool is_panel_away = false) {
   insight::event_log::instance().reset();
-  node.network().attach(peer_address, node.plant().nexel_tree("peer", 1));
+  node.face_far_end();
   spoil(node);
   const auto begin = node.now();
   node.start();
@@ -45,7 +45,6 @@ figures seconds_with(plant_node& node, const spoiling& spoil, bool is_panel_away
     require(test::text_of(node.plant().nexel_tree(panel), led) == "green", "a LED is wrong");
   }
   require(!is_panel_told_away(), "the panel's return is not told");
-  node.network().detach(peer_address);
   return {start, jump};
 }
 
@@ -68,7 +67,8 @@ figures a_slow_part(const std::string& model, std::uint64_t seed) {
         measure(in_state(sim::nexel_state::killed), true), measure(late(panel))}) {
     require(afflicted == well, "the panel costs the light time");
   }
-  auto worst = measure([](plant_node& node) { node.network().set_latency(peer_address, 1000ms); });
+  auto worst = measure(
+      [](plant_node& node) { node.network().set_latency(plant_node::peer_address, 1000ms); });
   if (model == "orvapro") {
     const auto compensated = measure(late("tdcm"));
     for (std::size_t i = 0; i < worst.size(); ++i)

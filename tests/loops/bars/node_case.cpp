@@ -37,11 +37,8 @@ std::unique_ptr<plant_node> at_rest(const std::string& model, std::uint64_t seed
 
 void write_modes(plant_node& node) {
   if (!node.has_channels_by_command()) return;
-  for (const auto channel : node.channels()) {
-    for (const char* side : {"rx", "tx"}) {
-      node.write(fmt::format("config/client/{}/{}/opticalControlMode", channel, side), "\"power\"");
-    }
-  }
+  for (const auto channel : node.channels())
+    node.regulate(channel);
 }
 
 double seconds_until(plant_node& node, const std::function<bool()>& condition, nanoseconds limit) {

@@ -20,9 +20,6 @@ using std::chrono::nanoseconds;
 using test::channel_watch;
 using test::plant_node;
 
-/// Where a node finds the simulated peer.
-inline constexpr const char* peer_address = "[fe80::2%osc0]:5100";
-
 inline double seconds(nanoseconds time) {
   return std::chrono::duration<double>(time).count();
 }

@@ -118,7 +118,7 @@ moves moves_by(const std::string& model, const std::string& peer, std::uint64_t 
   auto what = lit_topology(model, seed);
   what.peer = peer;
   plant_node node(what);
-  node.network().attach(peer_address, node.plant().nexel_tree("peer", 1));
+  node.face_far_end();
   node.start();
   node.add_channels();
   node.run_for(6min);
@@ -137,7 +137,6 @@ moves moves_by(const std::string& model, const std::string& peer, std::uint64_t 
   node.disturb(channel, 1.5);
   require(node.run_until([&] { return node.on_target(channel); }, 15s), "no channel is regulated");
   require(node.run_until([&] { return node.is_fully_operational(); }, 15s), "a loop stays down");
-  node.network().detach(peer_address);
   return worst;
 }
 

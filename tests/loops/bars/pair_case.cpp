@@ -25,11 +25,11 @@ void bring_to_rest(plant_pair& pair, nanoseconds time) {
   require(pair.all_on_target(0) && pair.all_on_target(1), "the bands do not come to rest");
 }
 
-double line_error(plant_pair& pair, unsigned node) {
+double line_error(test::plant_stage& stage, unsigned node) {
   double sum = 0.0;
-  for (const auto channel : pair.channels())
-    sum += pair.plant().channel_power_dbm(1 - node, sim::measuring_point::preamp_output, channel);
-  return sum / static_cast<double>(pair.channels().size()) - 5.0;
+  for (const auto channel : stage.channels())
+    sum += stage.plant().channel_power_dbm(1 - node, sim::measuring_point::preamp_output, channel);
+  return sum / static_cast<double>(stage.channels().size()) - 5.0;
 }
 
 void begin(peer_failure what, plant_pair& pair) {

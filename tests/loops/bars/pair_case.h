@@ -17,7 +17,7 @@ sim::topology known_pair(const std::string& model);
 sim::topology pair_of(const std::string& model, std::uint64_t seed);
 void bring_to_rest(plant_pair& pair, nanoseconds time);
 /// Mean power at which a node's channels arrive after the far preamp, less the wanted 5 dBm.
-double line_error(plant_pair& pair, unsigned node);
+double line_error(test::plant_stage& stage, unsigned node);
 
 /// Ways in which a peer deprives the line of what it needs for regulation.
 enum class peer_failure { killed, hung, restarted, switch_service, dark };

@@ -64,10 +64,7 @@ outage live_without(plant_node& node, const change& take, const change& give, do
   require(node.run_until([&] { return node.on_target(channel); }, 15s), "not back on target");
   node.take_log();
   node.run_for(30s);
-  const auto log = node.take_log();
-  require(std::none_of(log.begin(), log.end(),
-                       [](const std::string& line) { return line.starts_with("Manager not "); }),
-          "a loop stays down");
+  require(test::count_of(node.take_log(), "Manager not ") == 0, "a loop stays down");
   return found;
 }
 

@@ -209,20 +209,6 @@ TEST_F(subscriber_test, a_path_fails_from_its_first_error_until_a_value_and_not_
   EXPECT_FALSE(values.failing_since(wanted)) << "an older peer does not have it";
 }
 
-TEST_F(subscriber_test, what_the_nexel_took_off_its_tree_is_asked_for_anew) {
-  const std::vector<device::wanted_path> paths{{device::value_type::number, "power"}};
-  const auto path = subscribe("power");
-  values.resubscribe_ended(client, paths);
-  EXPECT_EQ(client->subscriptions, 1u);
-  client->first_value.reset();
-  path->send_subscription_ended_event("power", subscription_ended_rc::removed);
-  values.resubscribe_ended(client, paths);
-  EXPECT_EQ(client->subscriptions, 2u);
-  EXPECT_EQ(failure_of([&] { values.get<float>("power"); }), "! -22 No value for path: power");
-  client->report("4");
-  EXPECT_EQ(values.get<float>("power"), 4.0f);
-}
-
 TEST_F(subscriber_test, a_failure_that_repeats_is_told_once) {
   const test::log_capture log;
   const auto path = subscribe("power");

@@ -18,6 +18,7 @@
 
 #include "gateway/gateway.h"
 #include "platform/value_tree/nx_server.h"
+#include "tests/support/failure.h"
 #include "tests/support/nodes.h"
 #include "tests/support/temp_folder.h"
 

@@ -249,16 +249,11 @@ TEST_F(requests, a_write_needs_token_origin_and_header) {
 TEST_F(requests, what_would_open_the_node_is_no_way_to_start) {
   const auto open_file = folder.write("open", token);
   ::chmod(open_file.c_str(), 0644);
-  const auto refusal_of = [this](auto change) -> std::string {
+  const auto refusal_of = [this](auto change) {
     auto tried = given;
     change(tried);
     boost::asio::io_context own;
-    try {
-      const gateway::gateway_service refused(own, tried, bounds);
-      return "it starts";
-    } catch (const std::runtime_error& failure) {
-      return failure.what();
-    }
+    return test::failure_of([&] { const gateway::gateway_service refused(own, tried, bounds); });
   };
   EXPECT_THAT(refusal_of([](auto& o) { o.listen = "0.0.0.0:0"; }), HasSubstr("with a token only"));
   EXPECT_THAT(refusal_of([this](auto& o) {

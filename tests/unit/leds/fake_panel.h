@@ -11,7 +11,9 @@
 #include <vector>
 
 #include "device/interfaces/led.h"
+#include "helpers/waiting.h"
 #include "tests/support/fake_device.h"
+#include "tests/support/hand_clock.h"
 
 namespace test {
 
@@ -135,6 +137,12 @@ struct led_bench {
     leds->set_line_tx_enabled(tx_enabled);
   }
   texts take_writes() { return std::exchange(panel->writes, {}); }
+  /// Runs the LEDs' own thread for so long.
+  void run(hand_clock& clock, std::chrono::nanoseconds duration) {
+    const auto thread = clock.start_turn_taker([this] { leds->poll(); });
+    clock.sleep(duration);
+    helpers::waiting::instance().stop();
+  }
 
   std::shared_ptr<fake_panel> panel = std::make_shared<fake_panel>();
   std::shared_ptr<driven_leds<Model>> leds = std::make_shared<driven_leds<Model>>();

@@ -8,12 +8,11 @@
 
 #include "base/guards/panel.h"
 #include "base/insight/event_log.h"
-#include "helpers/waiting.h"
 #include "platform/wire/nx_error.h"
 #include "products/orva/leds.h"
 #include "products/selka/leds.h"
+#include "tests/support/failure.h"
 #include "tests/support/gate.h"
-#include "tests/support/hand_clock.h"
 #include "tests/support/log_capture.h"
 #include "tests/unit/leds/fake_panel.h"
 
@@ -70,12 +69,7 @@ TEST(panel_message, becomes_shorter_for_a_panel_that_cannot_answer_it_in_time) {
     if (++answered > 9) throw nx_client_exception{-110, "No answer within 2 s: panel", access};
   };
   const auto can_read = [&] {
-    try {
-      bench.leds->read_led_statuses();
-      return true;
-    } catch (const nx_client_exception&) {
-      return false;
-    }
+    return test::failure_of([&] { bench.leds->read_led_statuses(); }).empty();
   };
   unsigned attempts = 1;
   while (!can_read() && attempts < 20)
@@ -112,12 +106,6 @@ TEST(broken_led, leaves_the_others_shown) {
 class on_clock : public testing::Test, protected test::on_hand_clock {
  protected:
   ~on_clock() override { helpers::guard_register::instance().reset(); }
-
-  void run(orva_bench& bench, std::chrono::nanoseconds duration) {
-    const auto thread = clock->start_turn_taker([&] { bench.leds->poll(); });
-    clock->sleep(duration);
-    helpers::waiting::instance().stop();
-  }
 };
 
 using unknown_channel = on_clock;
@@ -163,7 +151,7 @@ TEST_F(unknown_channel, without_a_port_may_be_any_led_of_its_side) {
   EXPECT_EQ(bench.panel->green(), "xc 1 rx");
 }
 
-class absent_panel : public on_clock {};
+using absent_panel = on_clock;
 
 /// "loopDown", "loopUp": what the node's events say about the panel.
 std::vector<std::string> events_of_panel() {
@@ -190,7 +178,7 @@ TEST_F(absent_panel, is_waited_for_with_one_line_when_it_goes_and_one_when_it_is
     bench.set_line(true, true);
   });
   clock->at(10min, [&] { away = false; });
-  run(bench, 11min);
+  bench.run(*clock, 11min);
   EXPECT_LE(accesses, 2u * 33 + 600u) << "one message in vain, then a look each second";
   EXPECT_EQ(log.count("Not connected: panel"), 1);
   EXPECT_EQ(log.count("Led device is ready again."), 1);
@@ -219,7 +207,7 @@ TEST_F(led_test, begins_anew_once_for_a_led_that_is_refused_and_passes_over_it_t
   };
   bench.add_rx(19155000, 1);
   bench.set_line(true, true);
-  run(bench, 10min);
+  bench.run(*clock, 10min);
   EXPECT_EQ(log.count("Led test started"), 2);
   EXPECT_EQ(bench.panel->green(), "client 2 rx, line rx, line tx");
 }

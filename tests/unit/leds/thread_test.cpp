@@ -2,12 +2,10 @@
 // hand-driven clock.
 #include <gtest/gtest.h>
 
-#include "helpers/waiting.h"
 #include "platform/wire/nx_error.h"
 #include "products/orva/leds.h"
 #include "products/selka/leds.h"
 #include "products/selka/selkaplus/leds.h"
-#include "tests/support/hand_clock.h"
 #include "tests/support/log_capture.h"
 #include "tests/unit/leds/fake_panel.h"
 
@@ -103,16 +101,8 @@ TEST_F(coldstart, a_panel_that_goes_away_meanwhile_does_not_begin_it_anew) {
   EXPECT_LT(clock->elapsed(), 75s);
 }
 
-class led_thread : public testing::Test, protected test::on_hand_clock {
- protected:
-  using bench_t = test::led_bench<products::orva::orvalite::leds>;
-
-  void run(bench_t& bench, std::chrono::nanoseconds duration) {
-    const auto thread = clock->start_turn_taker([&] { bench.leds->poll(); });
-    clock->sleep(duration);
-    helpers::waiting::instance().stop();
-  }
-};
+using bench_t = test::led_bench<products::orva::orvalite::leds>;
+class led_thread : public testing::Test, protected test::on_hand_clock {};
 
 TEST_F(led_thread, without_a_coldstart_takes_over_the_panel_and_follows_the_reports) {
   bench_t bench;
@@ -123,7 +113,7 @@ TEST_F(led_thread, without_a_coldstart_takes_over_the_panel_and_follows_the_repo
     EXPECT_EQ(bench.take_writes(), texts{});
     bench.set_line(true, true);
   });
-  run(bench, 12s);
+  bench.run(*clock, 12s);
   EXPECT_EQ(bench.take_writes(), (texts{"line rx green", "line tx green"}));
 }
 
@@ -139,7 +129,7 @@ TEST_F(led_thread, tests_the_panel_once_also_when_it_fails_later) {
     bench.set_line(true, true);
   });
   clock->at(120s, [&] { failing = false; });
-  run(bench, 150s);
+  bench.run(*clock, 150s);
   const auto all = log.texts();
   EXPECT_EQ(std::count(all.begin(), all.end(), "Led test ended"), 1);
   EXPECT_EQ(bench.panel->green(), "line rx, line tx");

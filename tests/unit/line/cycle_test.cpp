@@ -19,8 +19,6 @@ class fibre : public testing::Test, protected test::line_bench {
     board_spec_lib::instance().load("");
     start();
   }
-  void cut() { preamp->los = true, osc->operational = false; }
-  void mend() { preamp->los = false, osc->operational = true; }
   /// Of an orva peer that is far away enough to open at 4 dB.
   void set_opening_of_4_db() {
     peer.set("data/preamp/plim", 21.0f);
@@ -33,7 +31,7 @@ class fibre : public testing::Test, protected test::line_bench {
 
 TEST_F(fibre, nothing_happens_while_the_voa_is_not_up) {
   voa->operational = false;
-  cut();
+  set_cut(true);
   cycle(true, true);
   EXPECT_EQ(done(), journal{});
   EXPECT_EQ(clock->elapsed(), 500ms) << "no coldstart pause";
@@ -57,11 +55,11 @@ TEST_F(fibre, a_coldstart_opens_once_and_leaves_the_amplifiers_to_the_next_cycle
 TEST_F(fibre, a_cut_leaves_an_attenuator_that_stands_at_its_preset_within_a_fifth_of_a_db) {
   for (const auto& [stands_at, written] :
        {std::pair{5.19f, false}, {4.81f, false}, {5.21f, true}}) {
-    cut();
+    set_cut(true);
     voa->attenuation = stands_at;
     cycle(true);
     EXPECT_EQ(std::ranges::count(done(), "voa 5.00"), written ? 1 : 0) << stands_at;
-    mend();
+    set_cut(false);
     cycles(3, true);
     done();
   }
@@ -96,14 +94,14 @@ TEST_F(fibre, cut_and_mended) {
   meet_peer();
   cycle();
   EXPECT_EQ(done(), journal{"led tx on"}) << "the light was on before the daemon was";
-  cut();
+  set_cut(true);
   cycle();
   EXPECT_EQ(done(), (journal{"preamp off", "voa 5.00", "booster off", "led tx off"}));
   cycle();
   cycle();
   EXPECT_EQ(done(), journal{}) << "once a loss";
 
-  mend();
+  set_cut(false);
   cycle();
   EXPECT_EQ(done(), (journal{"preamp on", "booster on", "led tx on"}));
   cycle();
@@ -124,9 +122,9 @@ TEST_F(fibre, opens_by_a_constant_loss_once_the_peer_has_told_of_five_seconds_la
   peer.fill("ORVA-LITE");
   set_opening_of_4_db();
   meet_peer();
-  cut();
+  set_cut(true);
   cycle();
-  mend();
+  set_cut(false);
   const auto lost = clock->elapsed() - 500ms;
   while (clock->elapsed() < lost + 30s && voa->attenuation != 4.0f) {
     peer.set("data/line/1/tx/power", peer_power += 0.01f);

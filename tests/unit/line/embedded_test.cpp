@@ -99,8 +99,7 @@ TEST_F(embedded_line, takes_five_samples_at_once_of_a_fibre_that_was_mended) {
   begin();
   cycles(4);
   for (const bool is_cut : {true, false}) {
-    preamp->los = is_cut;
-    osc->operational = !is_cut;
+    set_cut(is_cut);
     cycles(3);
   }
   done();

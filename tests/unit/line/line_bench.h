@@ -105,6 +105,12 @@ struct line_bench : on_hand_clock {
       cycle(regulate, coldstart);
   }
 
+  /// Neither light nor supervisory channel comes in; or both do again.
+  void set_cut(bool is_cut) {
+    preamp->los = is_cut;
+    osc->operational = !is_cut;
+  }
+
   /// What was done since the last call.
   journal done() { return std::exchange(actions, {}); }
 
@@ -124,6 +130,36 @@ struct line_bench : on_hand_clock {
   std::shared_ptr<plan_t> plan = std::make_shared<plan_t>(768, "rx");
   std::shared_ptr<manager::remote::api> remote;
   std::shared_ptr<orva_line> line;
+};
+
+/// An open line towards a peer with channels.
+class line_with_channels : public testing::Test, protected line_bench {
+ protected:
+  line_with_channels() { start_on_open_fibre(); }
+
+  void meet(const std::string& product, std::initializer_list<unsigned> channels) {
+    for (const unsigned id : channels)
+      plan->add_channel(id, 5000, 1, "1");
+    peer.fill(product, channels);
+    meet_peer();
+  }
+  /// A new reading of the peer for this channel: 0.01 dB of noise, since repeated ones are skipped.
+  void read_at_peer(unsigned id, float power) {
+    noise_ = -noise_;
+    peer.set(fmt::format("data/client/{}/tx/ocm/power", id), power + noise_);
+    peer.set("data/line/1/tx/power", 8.0f + noise_);
+  }
+  void cycle_with(unsigned id, float power, bool regulate = true) {
+    read_at_peer(id, power);
+    cycle(regulate);
+  }
+  void cycles_with(unsigned count, unsigned id, float power) {
+    for (; count > 0; --count)
+      cycle_with(id, power);
+  }
+
+ private:
+  float noise_ = 0.005f;
 };
 
 }  // namespace test

@@ -10,35 +10,11 @@ using test::journal;
 constexpr unsigned first = 19600000;
 constexpr unsigned second = 19610000;
 
-class regulated_line : public testing::Test, protected test::line_bench {
+class regulated_line : public test::line_with_channels {
  protected:
-  regulated_line() {
-    start_on_open_fibre();
-    logger::instance().level = 0;
-  }
+  regulated_line() { logger::instance().level = 0; }
   ~regulated_line() override { logger::instance().level = 2; }
 
-  void meet(const std::string& product, std::initializer_list<unsigned> channels) {
-    for (const unsigned id : channels)
-      plan->add_channel(id, 5000, 1, "1");
-    peer.fill(product, channels);
-    meet_peer();
-  }
-
-  /// A new reading of the peer for this channel: 0.01 dB of noise, since repeated ones are skipped.
-  void read_at_peer(unsigned id, float power) {
-    noise_ = -noise_;
-    peer.set(fmt::format("data/client/{}/tx/ocm/power", id), power + noise_);
-    peer.set("data/line/1/tx/power", 8.0f + noise_);
-  }
-  void cycle_with(unsigned id, float power, bool regulate = true) {
-    read_at_peer(id, power);
-    cycle(regulate);
-  }
-  void cycles_with(unsigned count, unsigned id, float power) {
-    for (; count > 0; --count)
-      cycle_with(id, power);
-  }
   /// The line has so many cycles while the peer is away.
   void reconnect(int cycles_without) {
     network.detach(test::peer_tree::address);
@@ -54,9 +30,6 @@ class regulated_line : public testing::Test, protected test::line_bench {
     }
     done();
   }
-
- private:
-  float noise_ = 0.005f;
 };
 
 TEST_F(regulated_line, steps_after_five_agreeing_errors_and_waits_for_five_more) {
@@ -158,8 +131,7 @@ TEST_F(regulated_line, counts_no_error_of_before_a_cut) {
   voa->attenuation = 5.0f;  // where a cut leaves it
   cycles_with(5, first, 3);
   for (const bool is_cut : {true, false}) {
-    preamp->los = is_cut;
-    osc->operational = !is_cut;
+    set_cut(is_cut);
     cycles_with(2, first, 3);
   }
   done();

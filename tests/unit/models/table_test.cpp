@@ -9,6 +9,7 @@
 #include "base/manager/remote/peer_products.h"
 #include "models/model.h"
 #include "products/factory.h"
+#include "tests/support/failure.h"
 
 namespace {
 
@@ -70,13 +71,9 @@ INSTANTIATE_TEST_SUITE_P(models, model_row, testing::ValuesIn(models::names()),
 TEST(model_table, tells_an_unknown_name_which_it_knows) {
   for (const char* name : {"", "orva", "Orvalite", "orvalite ", "orvaxl"})
     EXPECT_EQ(products::create_manager(name), nullptr) << name;
-  try {
-    models::get("orvaxl");
-    FAIL();
-  } catch (const std::invalid_argument& error) {
-    EXPECT_TRUE(std::string(error.what())
-                    .starts_with("unknown product orvaxl; known are orvalite, orvamax, "));
-  }
+  EXPECT_TRUE(test::failure_of([] {
+                models::get("orvaxl");
+              }).starts_with("unknown product orvaxl; known are orvalite, orvamax, "));
 }
 
 }  // namespace

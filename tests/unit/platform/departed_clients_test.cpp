@@ -23,13 +23,10 @@ TEST_F(server_test, a_client_that_has_gone_costs_no_large_answer) {
     read_node::create(db, fmt::format("many/{}", i), [&] { return std::to_string(++reads); });
   const auto a = value_node::create(db, "a", "1");
   gate door;
-  command_node::create(db, "wait", [&](const std::string&) {
-    door.pass();
-    return "true";
-  });
+  add_wait(door);
   {
     const auto client = connect();
-    client.send(request(1, "run", "wait", R"(,"args":[])") + '\n');
+    client.send(run_wait(1));
     door.wait_for_arrivals(1);
     client.send(request(2, "get", "**") + '\n' + request(3, "subscribe", "**") + '\n' +
                 request(4, "set", "a", R"(,"value":2)") + '\n');
@@ -42,7 +39,7 @@ TEST_F(server_test, a_client_that_has_gone_costs_no_large_answer) {
   {
     // One that has ended its sending before may still wait for answers, until it goes as well.
     const auto client = connect();
-    client.send(request(1, "run", "wait", R"(,"args":[])") + '\n');
+    client.send(run_wait(1));
     door.wait_for_arrivals(2);
     client.send(request(2, "get", "**") + '\n');
     client.end_sending();
@@ -61,10 +58,7 @@ TEST_F(server_test, a_client_that_has_gone_costs_no_large_answer) {
 TEST_F(server_test, clients_that_have_gone_leave_16_mib_at_most) {
   gate door;
   std::atomic<int> counted{0};
-  command_node::create(db, "wait", [&](const std::string&) {
-    door.pass();
-    return "true";
-  });
+  add_wait(door);
   command_node::create(db, "count", [&](const std::string&) { return std::to_string(++counted); });
   const std::string no_args = R"(,"args":[])";
   const auto megabyte = request(1, "run", "wait", no_args) + std::string(1'000'000, ' ') + '\n' +

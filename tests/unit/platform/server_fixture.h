@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 
+#include <atomic>
 #include <memory>
 #include <string>
 #include <vector>
@@ -28,6 +29,11 @@ inline std::string request(int id, const std::string& method, const std::string&
                            const std::string& more = {}) {
   return fmt::format(R"({{"jsonrpc":"2.0","id":{},"method":"{}","params":{{"path":"{}"{}}}}})", id,
                      method, path, more);
+}
+
+/// A request to run the command of `add_wait`, as a line.
+inline std::string run_wait(int id) {
+  return request(id, "run", "wait", R"(,"args":[])") + '\n';
 }
 
 inline std::string result(int id, const std::string& members) {
@@ -92,6 +98,22 @@ class server_test : public testing::Test {
   }
   static raw_client connect_tcp(unsigned port) {
     return raw_client(nx::line_client::connect_tcp("::1", port));
+  }
+
+  /// A command "wait" that answers once the gate is open, and has counted itself by then.
+  void add_wait(gate& door, std::atomic<int>* done = nullptr) {
+    command_node::create(db, "wait", [&door, done](const std::string&) {
+      door.pass();
+      if (done != nullptr) ++*done;
+      return "true";
+    });
+  }
+  /// "v/0" and so on, each 0.
+  std::vector<std::shared_ptr<value_node>> add_values(int count) {
+    std::vector<std::shared_ptr<value_node>> values;
+    for (int i = 0; i < count; ++i)
+      values.push_back(value_node::create(db, fmt::format("v/{}", i), "0"));
+    return values;
   }
 
   const test::temp_folder folder;

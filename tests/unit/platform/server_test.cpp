@@ -109,9 +109,7 @@ TEST_F(server_test, drops_subscriptions_as_it_is_told) {
 }
 
 TEST_F(server_test, a_subscriber_that_never_reads_gets_the_newest_values) {
-  std::vector<std::shared_ptr<value_node>> values;
-  for (int i = 0; i < 20; ++i)
-    values.push_back(value_node::create(db, fmt::format("v/{}", i), "0"));
+  const auto values = add_values(20);
   const auto slow = connect();
   slow.ask(request(1, "subscribe", "v/*"));
   const auto other = connect();
@@ -139,9 +137,7 @@ TEST_F(server_test, a_subscriber_that_never_reads_gets_the_newest_values) {
 
 TEST_F(server_test, output_beyond_the_limit_ends_the_session) {
   const test::log_capture log;
-  std::vector<std::shared_ptr<value_node>> values;
-  for (int i = 0; i < 100; ++i)
-    values.push_back(value_node::create(db, fmt::format("v/{}", i), "0"));
+  const auto values = add_values(100);
   const auto slow = connect();
   slow.ask(request(1, "subscribe", "v/*"));
   for (const auto& value : values)
@@ -171,16 +167,12 @@ TEST_F(server_test, a_stuck_session_is_closed) {
 
 TEST_F(server_test, a_setter_that_waits_holds_up_its_own_session) {
   gate door;
-  command_node::create(db, "wait", [&](const std::string&) {
-    door.pass();
-    return "true";
-  });
+  add_wait(door);
   const auto a = value_node::create(db, "a", "1");
   std::vector<raw_client> waiting;
   for (int i = 0; i < 20; ++i) {
     waiting.push_back(connect());
-    waiting.back().send(request(1, "subscribe", "a") + '\n' +
-                        request(2, "run", "wait", R"(,"args":[])") + '\n' + request(3, "get", "a") +
+    waiting.back().send(request(1, "subscribe", "a") + '\n' + run_wait(2) + request(3, "get", "a") +
                         '\n');
   }
   door.wait_for_arrivals(20);
@@ -198,28 +190,22 @@ TEST_F(server_test, a_setter_that_waits_holds_up_its_own_session) {
 
 TEST_F(server_test, the_end_waits_for_what_is_executed) {
   gate door;
-  std::atomic<bool> done{false};
-  command_node::create(db, "wait", [&](const std::string&) {
-    door.pass();
-    done = true;
-    return "true";
-  });
+  std::atomic<int> done{0};
+  add_wait(door, &done);
   const auto client = connect();
-  client.send(request(1, "run", "wait", R"(,"args":[])") + '\n');
+  client.send(run_wait(1));
   door.wait_for_arrivals(1);
   std::thread opener([&] {
     EXPECT_EQ(client.line(), "closed");
     door.open();
   });
   server.reset();
-  EXPECT_TRUE(done);
+  EXPECT_EQ(done, 1);
   opener.join();
 }
 
 TEST_F(server_test, a_refused_subscription_leaves_nothing_behind) {
-  std::vector<std::shared_ptr<value_node>> values;
-  for (int i = 0; i < 100; ++i)
-    values.push_back(value_node::create(db, fmt::format("v/{}", i), "0"));
+  const auto values = add_values(100);
   const auto client = connect();
   client.ask(request(1, "subscribe", "v/3"));
   client.line();

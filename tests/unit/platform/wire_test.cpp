@@ -11,6 +11,7 @@
 #include "platform/wire/shown_text.h"
 #include "platform/wire/socket_path.h"
 #include "tests/support/environment.h"
+#include "tests/support/failure.h"
 
 namespace {
 
@@ -30,15 +31,6 @@ TEST(shown_text, leaves_nothing_that_steers_a_terminal) {
   };
   for (const auto& [text, shown] : table)
     EXPECT_EQ(nx::shown_text(text), shown);
-}
-
-TEST(json_parse, refuses_a_byte_order_mark) {
-  try {
-    nx::parse_json("\xef\xbb\xbf{}");
-    ADD_FAILURE() << "not refused";
-  } catch (const nx_error& error) {
-    EXPECT_EQ(error.message, "Parse error: Byte order mark at byte 0");
-  }
 }
 
 // What the short way reads, it reads as the parser does; the rest it leaves to it.
@@ -89,48 +81,42 @@ using nx::json_document;
 using nx::json_text;
 using nx::parse_json;
 
-// What a conversion gives, as text: the value or "expected X, found Y".
+// What a conversion gives, as text: the value or "? EXPECTED, FOUND".
 template <class T>
 std::string converted(const std::string& text) {
-  try {
+  std::string got;
+  const auto failure = test::failure_of([&] {
     json_document target;
-    return json_text(nx::to_json(from_json<T>(parse_json(text)), target.GetAllocator()));
-  } catch (const json_value_conversion_error& error) {
-    return std::string("expected ") + error.expected + ", found " + error.found;
-  }
+    got = json_text(nx::to_json(from_json<T>(parse_json(text)), target.GetAllocator()));
+  });
+  return got + failure;
 }
 
 TEST(json_conversion, table) {
   using conversion = std::string (*)(const std::string&);
   const std::tuple<const char*, conversion, const char*, const char*> rows[] = {
       {"bool", converted<bool>, "true", "true"},
-      {"bool", converted<bool>, "1", "expected bool, found 32-bit unsigned integer"},
-      {"bool", converted<bool>, "null", "expected bool, found null"},
+      {"bool", converted<bool>, "1", "? bool, 32-bit unsigned integer"},
+      {"bool", converted<bool>, "null", "? bool, null"},
       {"float", converted<float>, "0.2", "0.2"},
       {"float", converted<float>, "9007199254740992", "9.007199e+15"},
-      {"float", converted<float>, "9007199254740993",
-       "expected float, found 64-bit unsigned integer"},
-      {"float", converted<float>, "-9007199254740993",
-       "expected float, found 64-bit signed integer"},
-      {"float", converted<float>, "\"1\"", "expected float, found string"},
+      {"float", converted<float>, "9007199254740993", "? float, 64-bit unsigned integer"},
+      {"float", converted<float>, "-9007199254740993", "? float, 64-bit signed integer"},
+      {"float", converted<float>, "\"1\"", "? float, string"},
       {"int", converted<int>, "-2147483648", "-2147483648"},
-      {"int", converted<int>, "2147483648", "expected int, found 32-bit unsigned integer"},
-      {"int", converted<int>, "1.5", "expected int, found float"},
-      {"int", converted<int>, "1e300", "expected int, found double"},
+      {"int", converted<int>, "2147483648", "? int, 32-bit unsigned integer"},
+      {"int", converted<int>, "1.5", "? int, float"},
+      {"int", converted<int>, "1e300", "? int, double"},
       {"unsigned", converted<unsigned>, "4294967295", "4294967295"},
-      {"unsigned", converted<unsigned>, "-1", "expected unsigned int, found 32-bit signed integer"},
-      {"unsigned", converted<unsigned>, "4294967296",
-       "expected unsigned int, found 64-bit unsigned integer"},
+      {"unsigned", converted<unsigned>, "-1", "? unsigned int, 32-bit signed integer"},
+      {"unsigned", converted<unsigned>, "4294967296", "? unsigned int, 64-bit unsigned integer"},
       {"string", converted<std::string>, "\"a\\u0000b\"", "\"a\\u0000b\""},
       {"string", converted<std::string>, "{ \"a\" : [ 1, null ] }", "\"{\\\"a\\\":[1,null]}\""},
       {"document", converted<json_document>, "{\"a\":1}", "{\"a\":1}"},
       {"document", converted<json_document>, "\"[1,2]\"", "[1,2]"},
-      {"document", converted<json_document>, "\"12\"",
-       "expected stringified object or array, found string"},
-      {"document", converted<json_document>, "\"{\"",
-       "expected stringified object or array, found string"},
-      {"document", converted<json_document>, "12",
-       "expected object or array, found 32-bit unsigned integer"},
+      {"document", converted<json_document>, "\"12\"", "? stringified object or array, string"},
+      {"document", converted<json_document>, "\"{\"", "? stringified object or array, string"},
+      {"document", converted<json_document>, "12", "? object or array, 32-bit unsigned integer"},
   };
   for (const auto& [name, convert, text, expected] : rows)
     EXPECT_EQ(convert(text), expected) << name << text;
@@ -152,7 +138,6 @@ TEST(json_parse, numbers_are_what_their_text_says) {
     EXPECT_EQ(parse_json(text).GetDouble(), number) << text;
   EXPECT_TRUE(parse_json("-2147483648").IsInt());
   EXPECT_TRUE(parse_json("18446744073709551615").IsUint64());
-  EXPECT_THROW(parse_json("1e309"), nx_error);
 }
 
 TEST(json_text, reads_back_and_is_short) {
@@ -171,36 +156,35 @@ TEST(json_text, reads_back_and_is_short) {
   EXPECT_THROW(text_of(std::numeric_limits<float>::quiet_NaN()), nx_error);
 }
 
-std::string parse_failure(const std::string& text) {
-  try {
-    parse_json(text);
-  } catch (const nx_error& error) {
-    EXPECT_EQ(error.code, -32700);
-    return error.message;
-  }
-  return "none";
-}
-
 TEST(parse_json, tells_what_is_wrong_and_where) {
   const std::string deep64 = std::string(64, '[') + std::string(64, ']');
-  EXPECT_EQ(parse_failure(deep64), "none");
-  const std::string too_deep = "Parse error: nested deeper than 64 levels";
-  EXPECT_EQ(parse_failure('[' + deep64 + ']'), too_deep);
-  EXPECT_EQ(parse_failure(std::string(10000, '[')), too_deep);
-  EXPECT_EQ(parse_failure(R"({"a":1,})"),
-            "Parse error: Missing a name for object member at byte 7");
-  EXPECT_EQ(parse_failure(""), "Parse error: The document is empty at byte 0");
-  EXPECT_EQ(parse_failure("1 2"),
-            "Parse error: The document root must not be followed by other values at byte 2");
-  EXPECT_EQ(parse_failure(std::string("{}\0{}", 5)), "Parse error: Zero byte at byte 2");
-  EXPECT_NE(parse_failure("NaN"), "none");
-  EXPECT_NE(parse_failure("1e999"), "none");
-  // Not UTF-8: a stray byte, an overlong form, a surrogate as bytes and as an escape.
-  for (const char* bytes :
-       {"\"\xff\"", "\"\xc0\xaf\"", "\"\xed\xa0\x80\"", R"("\udc00")", R"({"\udc00":1})"}) {
-    EXPECT_NE(parse_failure(bytes).find("Not UTF-8"), std::string::npos) << bytes;
+  const std::string too_deep = "nested deeper than 64 levels";
+  const std::pair<std::string, std::string> table[] = {
+      {deep64, ""},
+      {'[' + deep64 + ']', too_deep},
+      {std::string(10000, '['), too_deep},
+      {R"({"a":1,})", "Missing a name for object member at byte 7"},
+      {"", "The document is empty at byte 0"},
+      {"1 2", "The document root must not be followed by other values at byte 2"},
+      {std::string("{}\0{}", 5), "Zero byte at byte 2"},
+      {"\xef\xbb\xbf{}", "Byte order mark at byte 0"},
+      {"NaN", "Invalid value at byte 0"},
+      {"1e309", "Number too big to be stored in double at byte 0"},
+      // Not UTF-8: a stray byte, an overlong form, a surrogate as bytes and as an escape.
+      {"\"\xff\"", "Not UTF-8"},
+      {"\"\xc0\xaf\"", "Not UTF-8"},
+      {"\"\xed\xa0\x80\"", "Not UTF-8"},
+      {R"("\udc00")", "Not UTF-8"},
+      {R"({"\udc00":1})", "Not UTF-8"},
+      {"\"\xed\x9f\xbf \xf0\x9f\x98\x80\"", ""},
+  };
+  for (const auto& [text, fault] : table) {
+    const auto told = test::failure_of([&, json = text] { parse_json(json); });
+    EXPECT_EQ(told.empty(), fault.empty()) << told;
+    if (!fault.empty()) {
+      EXPECT_TRUE(told.starts_with("! -32700 Parse error: " + fault)) << told;
+    }
   }
-  EXPECT_EQ(parse_failure("\"\xed\x9f\xbf \xf0\x9f\x98\x80\""), "none");
 }
 
 std::vector<std::string> split(nx::line_splitter& splitter, std::string_view bytes) {

@@ -47,24 +47,6 @@ TEST_F(in_process, connection_events_wait_for_deliver) {
   EXPECT_EQ(events.entries().size(), 3u) << "none for a client that is gone";
 }
 
-TEST_F(in_process, silence_costs_two_seconds_of_the_clock_once) {
-  follow_clock();
-  value_node::create(tree, "a", "1");
-  auto client = connect();
-  network.set_state("nexel", nx::link_state::hung);
-  auto cost = [&] {
-    const auto begin = now;
-    EXPECT_EQ(failure_of([&] { client->get<int>("a"); }).code, -110);
-    return now - begin;
-  };
-  EXPECT_EQ(cost(), 2s);
-  EXPECT_EQ(cost(), 0s);
-  now += 10s;
-  EXPECT_EQ(cost(), 0s);
-  network.set_state("nexel", nx::link_state::up);
-  EXPECT_EQ(client->get<int>("a"), 1);
-}
-
 TEST_F(in_process, events_of_a_hung_or_dead_nexel_are_made_up_for) {
   auto node = value_node::create(tree, "a", "1");
   auto client = connect();

@@ -135,7 +135,6 @@ void scripted_server::handle(const std::string& line) {
     std::lock_guard lock(mutex_);
     does = script_;
   }
-  ++requests;
   const std::string reply = does(request);
   seen.note(std::string(request["method"].GetString()) + " " + path_of(request));
   if (!reply.empty()) send(reply);

@@ -2,7 +2,6 @@
 // PATH". One connection at a time.
 #pragma once
 
-#include <atomic>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -33,7 +32,6 @@ class scripted_server {
   void drop_connection();
 
   journal seen;
-  std::atomic<std::size_t> requests{0};
 
  private:
   void serve();

@@ -7,7 +7,7 @@
 #include "base/manager/remote/peer_products.h"
 #include "helpers/waiting.h"
 #include "platform/nexel_client/nexel_client.h"
-#include "platform/wire/nx_error.h"
+#include "tests/support/failure.h"
 #include "tests/support/hand_clock.h"
 #include "tests/unit/remote/peer_tree.h"
 
@@ -55,12 +55,11 @@ class subscribed_peer : test::on_hand_clock {
   void expect_a_place_for_each() const {
     std::set<float> seen;
     for (const auto what : numbers()) {
-      try {
-        const bool is_new = seen.insert(number(what)).second;
-        EXPECT_TRUE(is_new) << row_of(what).getter << " reads another one's path";
-      } catch (const nx_error&) {
-        // What the family does not have, it refuses.
-      }
+      // What the family does not have, it refuses.
+      test::failure_of([&] {
+        EXPECT_TRUE(seen.insert(number(what)).second)
+            << row_of(what).getter << " reads another one's path";
+      });
     }
   }
 

@@ -8,11 +8,9 @@
 #include <chrono>
 #include <string>
 
-#include "models/model.h"
 #include "tools/lab/channel_table.h"
 #include "tools/lab/convergence.h"
 #include "tools/lab/keys.h"
-#include "tools/lab/neighbour.h"
 #include "tools/lab/screen_cells.h"
 #include "tools/lab/screen_text.h"
 #include "tools/lab/summary_text.h"
@@ -246,11 +244,4 @@ TEST(keys, are_taken_one_by_one_however_they_come) {
     taken.push_back(take_key(typed));
   EXPECT_THAT(taken, ElementsAre(key::page_down, key::home, key::end, key::unknown, key::unknown,
                                  key::up, key::quit));
-}
-
-TEST(neighbour, is_simulated_where_there_is_no_link) {
-  for (const auto& product : models::names()) {
-    const auto stands_in = simulated_like(product);
-    EXPECT_TRUE(find_neighbour(stands_in.name, product).is_simulated()) << product;
-  }
 }

@@ -82,21 +82,44 @@ class lumoractl : public testing::Test {
 
 }  // namespace
 
-TEST_F(lumoractl, reads_one_value_a_pattern_and_several_paths) {
-  expect({"get", "data/line/1/tx/power"}, 0, "-1.5 dBm\n");
-  expect({"get", "data/line/1/tx/power", "--bare"}, 0, "-1.5\n");
-  expect({"get", "data/line/1/*/power"}, 0,
-         "data/line/1/rx/power  -17 dBm\ndata/line/1/tx/power  -1.5 dBm\n");
-  expect({"get", "data/configStatus", "data/line/1/tx/power"}, 0,
-         "data/configStatus     true\ndata/line/1/tx/power  -1.5 dBm\n");
+TEST_F(lumoractl, answers_people) {
+  const std::tuple<std::vector<std::string>, int, const char*> table[] = {
+      {{"get", "data/line/1/tx/power"}, 0, "-1.5 dBm\n"},
+      {{"get", "data/line/1/tx/power", "--bare"}, 0, "-1.5\n"},
+      {{"get", "data/line/1/*/power"},
+       0,
+       "data/line/1/rx/power  -17 dBm\ndata/line/1/tx/power  -1.5 dBm\n"},
+      {{"get", "data/configStatus", "data/line/1/tx/power"},
+       0,
+       "data/configStatus     true\ndata/line/1/tx/power  -1.5 dBm\n"},
+      {{"set", "config/power", "-3.25"}, 0, ""},
+      {{"get", "config/power"}, 0, "-3.25 dBm\n"},
+      {{"set", "config/automationMode", "true"}, 0, ""},
+      {{"get", "config/automationMode", "--bare"}, 0, "true\n"},
+      {{"run", "command/channel/add", "center=19600000", "direction=both"}, 0, "true\n"},
+      {{"set", "command/channel/add", R"({"center":1})"}, 0, "true\n"},
+      {{"run", "command/channel/add"}, 1, "false\n"},
+      {{"list", "data/"}, 0, "configStatus\nline/\n"},
+      {{"tree", "data/line", "-v"},
+       0,
+       "data/\n  line/\n    1/\n      rx/\n        power  -17 dBm\n      tx/\n        power  "
+       "-1.5 dBm\n"},
+      {{"info", "config/power"},
+       0,
+       "config/power  config param  float  read,write,subscribe  dBm\n"},
+      {{"get", "data/nothing"}, 1, "lumoractl: -2 No such path: data/nothing\n"},
+      {{"get", "data/nothing/*"}, 5, "lumoractl: no path fits data/nothing/*\n"},
+      {{"set", "config/automationMode", "bad"}, 1, "lumoractl: -22 Unknown automation mode\n"},
+      {{"set", "data/line/1/tx/power", "3"},
+       1,
+       "lumoractl: -22 Not writable: data/line/1/tx/power\n"},
+  };
+  for (const auto& [words, status, output] : table)
+    expect(words, status, output);
+  EXPECT_THAT(run({"info", "config/automationMode"}).output, HasSubstr("managedCLI, "));
 }
 
-TEST_F(lumoractl, tells_refusals_from_absence_and_from_wrong_words) {
-  expect({"get", "data/nothing"}, 1, "lumoractl: -2 No such path: data/nothing\n");
-  expect({"get", "data/nothing/*"}, 5, "lumoractl: no path fits data/nothing/*\n");
-  expect({"set", "config/automationMode", "bad"}, 1, "lumoractl: -22 Unknown automation mode\n");
-  expect({"set", "data/line/1/tx/power", "3"}, 1,
-         "lumoractl: -22 Not writable: data/line/1/tx/power\n");
+TEST_F(lumoractl, tells_wrong_words_from_refusals) {
   const std::pair<std::vector<std::string>, const char*> wrong[] = {
       {{"set", "config/power", "much"}, "which accepts a number"},
       {{"paint"}, ""},
@@ -233,29 +256,6 @@ TEST_F(lumoractl, takes_any_file_for_what_it_is) {
   std::jthread reader([&] { std::ifstream(pipe).ignore(100000); });
   EXPECT_EQ(run({"save", pipe}).status, 0);
   EXPECT_TRUE(std::filesystem::is_fifo(pipe));
-}
-
-TEST_F(lumoractl, writes_words_of_the_type_that_the_path_takes) {
-  expect({"set", "config/power", "-3.25"}, 0, "");
-  expect({"get", "config/power"}, 0, "-3.25 dBm\n");
-  expect({"set", "config/automationMode", "true"}, 0, "");
-  expect({"get", "config/automationMode", "--bare"}, 0, "true\n");
-}
-
-TEST_F(lumoractl, runs_commands_and_fails_when_they_say_no) {
-  expect({"run", "command/channel/add", "center=19600000", "direction=both"}, 0, "true\n");
-  expect({"set", "command/channel/add", R"({"center":1})"}, 0, "true\n");
-  expect({"run", "command/channel/add"}, 1, "false\n");
-}
-
-TEST_F(lumoractl, lists_and_draws) {
-  expect({"list", "data/"}, 0, "configStatus\nline/\n");
-  expect({"tree", "data/line", "-v"}, 0,
-         "data/\n  line/\n    1/\n      rx/\n        power  -17 dBm\n      tx/\n        power  "
-         "-1.5 dBm\n");
-  expect({"info", "config/power"}, 0,
-         "config/power  config param  float  read,write,subscribe  dBm\n");
-  EXPECT_THAT(run({"info", "config/automationMode"}).output, HasSubstr("managedCLI, "));
 }
 
 TEST_F(lumoractl, watches_until_enough_has_been_seen) {

@@ -22,7 +22,6 @@ using namespace std::chrono_literals;
 /// After a coldstart the devices need a moment until their readings can be trusted.
 constexpr auto coldstart_pause = 5s;
 constexpr auto spanloss_pause = 25s;
-constexpr std::size_t spanloss_history_size = 5;
 /// Maximum time that a coldstart waits for a VOA that does not accept its setting; then the node
 /// continues, and the setting is made later.
 constexpr auto longest_coldstart = 30s;
@@ -36,11 +35,7 @@ std::chrono::steady_clock::time_point steady_now() {
 }  // namespace
 
 line_loop::line_loop(std::shared_ptr<manager::remote::api> remote)
-    : peer_(remote), remote_(std::move(remote)), values_(nx::api::value_group::create(1)) {
-  for (const char* key : {"oms_tx", "ots_tx", "oms_rx", "ots_rx"}) {
-    spanloss_history_.emplace(key, boost::circular_buffer<float>(spanloss_history_size));
-  }
-}
+    : peer_(remote), remote_(std::move(remote)), values_(nx::api::value_group::create(1)) {}
 
 line_loop::~line_loop() = default;
 
@@ -111,14 +106,12 @@ void line_loop::look_at_peer() {
 // Data from an earlier connection is never mixed with data from this one. Existing settings stay,
 // so a peer that restarts moves nothing.
 void line_loop::begin_with_new_peer() {
-  note_incident();
+  record_.note_incident();
   forget_measurements();
   last_remote_powers_.clear();
   saturation_steps_.reset();
   span_unknown_since_.reset();
-  for (auto& [key, history] : spanloss_history_)
-    history.clear();
-  spanloss_samples_ = 0;
+  spans_.forget_samples();
 }
 
 void line_loop::act_on_fibre(nx_db& db, bool osc_up, bool regulate, bool coldstart) {
@@ -261,19 +254,10 @@ void line_loop::regulate(nx_db& db, bool regulate) {
   judge_silence();
 }
 
-void line_loop::reset_spanloss_history() {
-  for (auto& [key, history] : spanloss_history_)
-    history.clear();
-  spanloss_samples_ = 0;
-  used_tx_span_.reset();
-  used_rx_span_.reset();
-  section_is_oms_ = false;
-}
-
 // The peer's earlier reports on the spans are not about the fibre as it is now.
 void line_loop::begin_with_new_fibre() {
-  note_incident();
-  reset_spanloss_history();
+  record_.note_incident();
+  spans_.reset();
   spans_since_ = steady_now();
 }
 

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
 
 #include "base/manager/loops/line_loop.h"
 #include "helpers/waiting.h"
@@ -19,7 +18,6 @@ using namespace std::chrono_literals;
 constexpr auto usual_pause = 3s;
 /// Several passes of the slowest monitor, each of which shows noise.
 constexpr auto longest_standstill = 30s;
-constexpr float jump_of_error_db = 2.0f;
 constexpr auto longest_wait_for_span = 30s;
 constexpr std::chrono::system_clock::time_point never{};
 
@@ -101,53 +99,22 @@ void line_loop::judge_unsteady(float spread, float threshold) {
   judge(line_reason::not_steady, {spread, threshold});
 }
 
-void line_loop::note_attenuation(float attenuation) {
-  const std::lock_guard lock(told_mutex_);
-  told_.attenuation = attenuation;
-}
-
-void line_loop::note_step(float change) {
-  const std::lock_guard lock(told_mutex_);
-  // A step takes a fifth of the error: what has moved further has been moved.
-  const float error = lms_gradient_ / 2;
-  if (std::fabs(error - error_at_step_) >= jump_of_error_db) told_.voa.event();
-  error_at_step_ = error;
-  told_.voa.step(helpers::steady_now(), change);
-}
-
-void line_loop::note_giving_way() {
-  const std::lock_guard lock(told_mutex_);
-  told_.gave_way = helpers::steady_now();
-}
-
-bool line_loop::has_given_way() const {
-  const std::lock_guard lock(told_mutex_);
-  return told_.gave_way &&
-         helpers::steady_now() - *told_.gave_way < ::insight::actuator_record::hunting_window;
-}
-
-void line_loop::note_incident() {
-  const std::lock_guard lock(told_mutex_);
-  told_.voa.event();
-}
-
 void line_loop::publish_verdict() {
   using enum ::states::line_state;
   const auto state = ::insight::state_of(verdict_.reason);
   const bool peer_is_missing =
       state == no_peer || state == peer_not_known || state == no_supervisory_link;
   if (peer_is_missing && opening_ && opening_->awaits_peer) verdict_.preset = opening_->wanted;
-  const std::lock_guard lock(told_mutex_);
   const bool is_left_alone = verdict_.reason == line_reason::node_leaves_alone ||
                              verdict_.reason == line_reason::peer_without_calibration ||
                              verdict_.reason == line_reason::channels_stand_still;
   if (peer_is_missing || state == no_fibre || is_left_alone) {
-    verdict_.attenuation = told_.attenuation;
+    verdict_.attenuation = record_.attenuation();
   }
-  if (state != ::insight::state_of(told_.verdict.reason) || verdict_.since == never) {
+  if (state != ::insight::state_of(record_.verdict().reason) || verdict_.since == never) {
     verdict_.since = helpers::system_now() - ::insight::silence_of(verdict_);
   }
-  told_.verdict = verdict_;
+  record_.publish(verdict_);
 }
 
 void line_loop::note_down(const std::string& failure) {
@@ -168,16 +135,6 @@ void line_loop::refresh_insight() {
     value->refresh();
 }
 
-::insight::line_verdict line_loop::get_verdict() const {
-  const std::lock_guard lock(told_mutex_);
-  return told_.verdict;
-}
-
-::insight::actuator_record line_loop::get_voa_record() const {
-  const std::lock_guard lock(told_mutex_);
-  return told_.voa;
-}
-
 std::string line_loop::get_state() {
   return ::states::row_of(::insight::state_of(get_verdict().reason)).text;
 }
@@ -188,9 +145,9 @@ std::string line_loop::get_why() {
 
 float line_loop::known_attenuation() const {
   if (!voa_) throw nx_error(nx_error::no_value, "This model has no VOA on the line");
-  const std::lock_guard lock(told_mutex_);
-  if (!told_.attenuation) throw nx_error(nx_error::no_value, "The VOA has not been read yet");
-  return *told_.attenuation;
+  const auto attenuation = record_.attenuation();
+  if (!attenuation) throw nx_error(nx_error::no_value, "The VOA has not been read yet");
+  return *attenuation;
 }
 
 float line_loop::get_headroom_up() {

@@ -15,15 +15,12 @@
 #pragma once
 
 #include <atomic>
-#include <boost/circular_buffer.hpp>
 #include <chrono>
 #include <deque>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "api/hysteresis_filtered_value.h"
@@ -31,9 +28,10 @@
 #include "api/status_value.h"
 #include "base/guards/line_attenuator.h"
 #include "base/guards/line_saturation.h"
-#include "base/insight/actuator_record.h"
 #include "base/insight/line_verdict.h"
 #include "base/manager/loops/line_peer.h"
+#include "base/manager/loops/line_record.h"
+#include "base/manager/loops/measured_spans.h"
 #include "device/cycle_reads.h"
 #include "device/interfaces/edfa.h"
 #include "device/interfaces/osc.h"
@@ -49,7 +47,6 @@ class leds;
 namespace manager::loops {
 
 struct line_values;
-struct remote_span;
 
 class line_loop : public std::enable_shared_from_this<line_loop> {
  public:
@@ -110,15 +107,14 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   /// The node does not regulate, because of its automation mode.
   void note_idle(const std::string& mode);
   /// The VOA's read-back, from the cycle's snapshot.
-  void note_attenuation(float attenuation);
+  void note_attenuation(float attenuation) { record_.note_attenuation(attenuation); }
   /// Sends what has changed under "insight/line" to subscribers; at the end of a cycle.
   void refresh_insight();
 
   // The line's result of the last cycle; does not wait for one in progress.
-  ::insight::line_verdict get_verdict() const;
-  ::insight::actuator_record get_voa_record() const;
-  /// The VOA was closed for the far preamp's saturation not long ago.
-  bool has_given_way() const;
+  ::insight::line_verdict get_verdict() const { return record_.verdict(); }
+  ::insight::actuator_record get_voa_record() const { return record_.steps(); }
+  bool has_given_way() const { return record_.has_given_way(); }
   std::string get_state();
   std::string get_why();
   float get_headroom_up();    ///< how much the VOA can still open
@@ -181,7 +177,6 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   void judge_nothing_new(bool any_counts);
   void judge_unsteady(float spread, float threshold);
 
-  void reset_spanloss_history();
   /// When the newest of this node's channels changed at the peer; empty before the first change on
   /// the present connection.
   virtual std::optional<steady_point> newest_channel_change() = 0;
@@ -199,7 +194,6 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   // Used only by the manager thread.
   bool operational_ = true;
   bool coldstart_done_ = false;
-  bool section_is_oms_ = false;          ///< the section for which the peer measures its span loss
   float saturation_threshold_ = 0.2f;    ///< dB
   std::optional<bool> line_connection_;  ///< empty before the first decision
   bool embedded_ila_ = false;
@@ -230,7 +224,6 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
 
  private:
   friend struct line_values;
-  friend struct remote_span;
 
   /// The inputs of the last embedded setting, for the log.
   struct embedded_record {
@@ -243,17 +236,6 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
     float voa_insertion_loss = 0;
     float preamp_gain = 0;
     float preamp_default_gain = 0;
-  };
-
-  /// A span as the embedded regulator sees it: the peer's value, how steady it is, and whether it
-  /// has left the value last acted on.
-  struct span_view {
-    float loss;
-    float deviation;
-    float change;
-    bool is_first;
-
-    bool calls_for_setting() const;
   };
 
   /// The attenuation at which the line opens, until the VOA shows it.
@@ -310,9 +292,6 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   void end_opening();
   float read_voa();
   void write_voa(float present, float attenuation);
-  void note_step(float change);
-  void note_giving_way();
-  void note_incident();
   void forget_measurements();
 
   remote_saturation read_remote_saturation();
@@ -331,9 +310,6 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
 
   bool is_spanloss_check_due();
   bool take_spanloss_samples();
-  void read_spanloss_section();
-  span_view view_of_span(const pushed_float& node, const char* history,
-                         const std::optional<float>& used) const;
   bool are_spans_known() const;
   void take_back_unanswered_settings();
   void withhold_setting(const std::string& reason);
@@ -344,21 +320,10 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   float voa_attenuation();
   float voa_insertion_loss();
 
-  /// What readers of "insight/line" get.
-  struct insight_record {
-    ::insight::line_verdict verdict;
-    std::optional<float> attenuation;  ///< the VOA's last read-back
-    ::insight::actuator_record voa;
-    std::optional<steady_point> gave_way;  ///< last step for the far preamp's saturation
-  };
-
   ::insight::line_verdict verdict_;  // of the cycle in progress
-  mutable std::mutex told_mutex_;    // a leaf in the lock order; guards told_
-  insight_record told_;
+  line_record record_;
   std::vector<std::shared_ptr<nx::api::lazy_node>> insight_values_;
 
-  float error_at_step_ =
-      0;  ///< dB, mean of the channels at the peer, when the VOA was stepped last
   guards::attenuator_watch voa_watch_;
   guards::saturation_steps saturation_steps_;
   std::optional<steady_point> saturation_withheld_since_;
@@ -378,18 +343,9 @@ class line_loop : public std::enable_shared_from_this<line_loop> {
   pushed_float spanloss_oms_rx_;
   pushed_float spanloss_ots_tx_;
   pushed_float spanloss_ots_rx_;
-  unsigned spanloss_samples_ = 0;
-  std::optional<float> used_tx_span_;
-  std::optional<float> used_rx_span_;
   std::optional<time_point> last_spanloss_check_;
   std::optional<time_point> last_spanloss_update_;
-  std::unordered_map<std::string, boost::circular_buffer<float>> spanloss_history_;
-  // The peer's tx span is this node's rx span: these are named as the peer names them.
-  pushed_float remote_spanloss_oms_tx_;
-  pushed_float remote_spanloss_oms_rx_;
-  pushed_float remote_spanloss_ots_tx_;
-  pushed_float remote_spanloss_ots_rx_;
-  std::shared_ptr<nx::api::status_value<std::string>> remote_spanloss_section_;
+  measured_spans spans_;
   embedded_record embedded_;
 };
 

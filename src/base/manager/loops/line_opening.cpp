@@ -130,7 +130,7 @@ float line_loop::read_voa() {
 void line_loop::write_voa(float present, float attenuation) {
   voa_->set_attenuation(attenuation);
   voa_watch_.wrote(present, attenuation, helpers::steady_now());
-  note_step(attenuation - present);
+  record_.note_step(attenuation - present, lms_gradient_ / 2);
   forget_measurements();
 }
 

@@ -171,7 +171,7 @@ void line_loop::step_voa(float current, float minimum, float maximum, const adju
   if (wanted.saturation) {
     LUMORA_LOG(2, "Remote preamp is saturated, adjusting VOA by {}", change);
     saturation_steps_.stepped(*wanted.saturation);
-    note_giving_way();
+    record_.note_giving_way();
     judge(line_reason::saturation_moved, {*wanted.saturation, current, decision.attenuation});
   } else {
     judge(line_reason::moved, {current, decision.attenuation});

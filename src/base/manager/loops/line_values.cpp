@@ -47,9 +47,14 @@ struct line_values {
     owner.*Member =
         nx::api::pushed_value<float>::create(db, what.path, Limits->immediate, Limits->delayed);
   }
-  template <auto Member>
-  static void status(nx_db& db, line_loop& owner, const row& what) {
-    owner.*Member = nx::api::status_value<std::string>::create(db, what.path, "na", 1);
+  template <measured_spans::span Which>
+  static void span(nx_db& db, line_loop& owner, const row& what) {
+    owner.spans_.values_[Which] =
+        nx::api::pushed_value<float>::create(db, what.path, fine.immediate, fine.delayed);
+  }
+  static void section(nx_db& db, line_loop& owner, const row& what) {
+    owner.spans_.section_value_ =
+        nx::api::status_value<std::string>::create(db, what.path, "na", 1);
   }
 
   // Computed when somebody reads it, and refreshed at the end of a cycle.
@@ -107,11 +112,11 @@ const line_values::row line_values::table[] = {
     {"data/line/1/rx/osc/loss", polled<&line_loop::get_osc_rx_loss>, 1},
     {"data/line/1/rx/targetPower", polled<&line_loop::get_wanted_power>, 1},
     {"data/line/1/rx/remoteTargetPower", polled<&line_loop::get_remote_wanted_power>, 1},
-    {"interface/line/1/remote/spanloss/oms/rx", pushed<&line_loop::remote_spanloss_oms_rx_, &fine>, 0},
-    {"interface/line/1/remote/spanloss/oms/tx", pushed<&line_loop::remote_spanloss_oms_tx_, &fine>, 0},
-    {"interface/line/1/remote/spanloss/ots/rx", pushed<&line_loop::remote_spanloss_ots_rx_, &fine>, 0},
-    {"interface/line/1/remote/spanloss/ots/tx", pushed<&line_loop::remote_spanloss_ots_tx_, &fine>, 0},
-    {"interface/line/1/remote/spanloss/section", status<&line_loop::remote_spanloss_section_>, 0},
+    {"interface/line/1/remote/spanloss/oms/rx", span<measured_spans::oms_rx>, 0},
+    {"interface/line/1/remote/spanloss/oms/tx", span<measured_spans::oms_tx>, 0},
+    {"interface/line/1/remote/spanloss/ots/rx", span<measured_spans::ots_rx>, 0},
+    {"interface/line/1/remote/spanloss/ots/tx", span<measured_spans::ots_tx>, 0},
+    {"interface/line/1/remote/spanloss/section", section, 0},
     {"data/spanloss/oms/tx", pushed<&line_loop::spanloss_oms_tx_, &fine>, 0},
     {"data/spanloss/oms/rx", pushed<&line_loop::spanloss_oms_rx_, &fine>, 0},
     {"data/spanloss/ots/tx", pushed<&line_loop::spanloss_ots_tx_, &fine>, 0},
