@@ -12,8 +12,7 @@ namespace {
 
 }  // namespace
 
-nx_db_node::nx_db_node(std::string name)
-    : name_(std::move(name)), path_(name_) {}
+nx_db_node::nx_db_node(std::string name) : name_(std::move(name)), path_(name_) {}
 
 nx_db_node::~nx_db_node() = default;
 
