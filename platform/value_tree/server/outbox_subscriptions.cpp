@@ -78,8 +78,9 @@ void session_outbox::add_first_events(std::span<const first_event> events, std::
 }
 
 void session_outbox::abandon(const std::string& path) {
+  node_pointer released;
   const std::lock_guard lock(mutex_);
-  end(subscriptions_.find(path));
+  released = end(subscriptions_.find(path));
 }
 
 bool session_outbox::is_exact(const std::string& path) const {
@@ -120,12 +121,9 @@ std::vector<session_outbox::node_pointer> session_outbox::remove(
   const std::lock_guard lock(mutex_);
   const auto number = subscriptions_.find(path_or_pattern);
   if (number == no_subscription) return {};
-  auto& subscribed = *subscriptions_.find(number);
-  subscribed.exact = false;
+  subscriptions_.find(number)->exact = false;
   if (patterns_.covers(path_or_pattern)) return {};
-  std::vector<node_pointer> ended{subscribed.node};
-  end(number);
-  return ended;
+  return {end(number)};
 }
 
 std::vector<session_outbox::node_pointer> session_outbox::withdraw(const std::string& pattern) {
@@ -155,8 +153,7 @@ std::vector<session_outbox::node_pointer> session_outbox::remove_pattern(const s
     if (subscribed == nullptr) continue;  // its node has gone meanwhile
     if (exact_too) subscribed->exact = false;
     if (subscribed->exact || covered[i]) continue;
-    ended.push_back(subscribed->node);
-    end(number);
+    ended.push_back(end(number));
   }
   return ended;
 }
@@ -176,7 +173,8 @@ nx_subscription_number session_outbox::subscription_number(const std::string& pa
 }
 
 // From now on events of these subscriptions queue up, after the first ones.
-void session_outbox::open_begun() {
+std::vector<session_outbox::node_pointer> session_outbox::open_begun() {
+  std::vector<node_pointer> released;
   auto all = std::exchange(begun_, {});
   auto lines = std::exchange(first_lines_, {});
   begun_bytes_ = 0;
@@ -198,8 +196,9 @@ void session_outbox::open_begun() {
   for (auto& one : all) {
     if (one.given_up || !one.event) continue;
     push({std::move(one.event), no_subscription, true});
-    if (one.ended) end(one.subscription);
+    if (one.ended) released.push_back(end(one.subscription));
   }
+  return released;
 }
 
 void session_outbox::cut_given_up(const std::vector<begun>& all, std::vector<std::string>& lines) {

@@ -24,7 +24,9 @@ std::string ended_line(const std::string& path, const std::string& reason) {
 
 }  // namespace
 
+// A subscription may be the last to keep a node that was replaced: such a node goes after the lock.
 bool session_outbox::add_answer(std::string text) {
+  std::vector<node_pointer> released;
   const std::lock_guard lock(mutex_);
   if (closed_) return false;
   if (const auto kept = std::exchange(kept_place_, 0); kept != 0) {
@@ -32,7 +34,7 @@ bool session_outbox::add_answer(std::string text) {
   } else if (!text.empty()) {
     push(std::move(text), true);
   }
-  if (!begun_.empty()) open_begun();
+  if (!begun_.empty()) released = open_begun();
   return wake();
 }
 
@@ -59,6 +61,7 @@ bool session_outbox::deliver(nx_event_ptr event, nx_subscription_number subscrip
 }
 
 bool session_outbox::end_subscription(const std::string& path, const std::string& reason) {
+  node_pointer released;
   const std::lock_guard lock(mutex_);
   const auto number = subscriptions_.find(path);
   const auto* found = subscriptions_.find(number);
@@ -69,7 +72,7 @@ bool session_outbox::end_subscription(const std::string& path, const std::string
     waiting.ended = true;
     return false;
   }
-  push_end(number, ended_line(path, reason));
+  released = push_end(number, ended_line(path, reason));
   return wake();
 }
 
@@ -177,15 +180,17 @@ void session_outbox::push_event(subscription_slots::slot& subscribed, nx_subscri
   push({std::move(event), of, false});
 }
 
-void session_outbox::push_end(nx_subscription_number ended, std::string text) {
-  end(ended);
+session_outbox::node_pointer session_outbox::push_end(nx_subscription_number ended,
+                                                      std::string text) {
+  auto node = end(ended);
   push(std::move(text), false);
+  return node;
 }
 
 // Its pending events are not sent any more.
-void session_outbox::end(nx_subscription_number ended) {
-  subscriptions_.erase(ended);
+session_outbox::node_pointer session_outbox::end(nx_subscription_number ended) {
   some_ended_ = true;
+  return subscriptions_.erase(ended);
 }
 
 void session_outbox::fill(std::uint64_t number, std::string text) {

@@ -118,11 +118,11 @@ class session_outbox {
   void push(item added);
   void push_event(subscription_slots::slot& subscribed, nx_subscription_number of,
                   nx_event_ptr event);
-  void push_end(nx_subscription_number ended, std::string text);
-  void end(nx_subscription_number ended);
+  [[nodiscard]] node_pointer push_end(nx_subscription_number ended, std::string text);
+  [[nodiscard]] node_pointer end(nx_subscription_number ended);
   nx_subscription_number begin_one(const node_pointer& node, reach how);
   nx_event_ptr take_begun(nx_subscription_number of);
-  void open_begun();
+  [[nodiscard]] std::vector<node_pointer> open_begun();
   static void cut_given_up(const std::vector<begun>& all, std::vector<std::string>& lines);
   void fill(std::uint64_t number, std::string text);
   void drop(const item& from);

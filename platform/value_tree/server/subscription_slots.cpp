@@ -118,14 +118,16 @@ nx_subscription_number subscription_slots::add(node_pointer node) {
   return number_of(at);
 }
 
-void subscription_slots::erase(nx_subscription_number number) {
+subscription_slots::node_pointer subscription_slots::erase(nx_subscription_number number) {
   slot* ended = find(number);
-  if (ended == nullptr) return;
+  if (ended == nullptr) return nullptr;
   put_in_order();
   const auto at = static_cast<index>(number);
   take_off(place_of(ended->node->path()));
+  auto node = std::move(ended->node);
   *ended = {.node = nullptr, .generation = ended->generation + 1};
   free_.push_back(at);
+  return node;
 }
 
 std::vector<subscription_slots::node_pointer> subscription_slots::nodes() const {

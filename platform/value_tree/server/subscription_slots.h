@@ -41,7 +41,8 @@ class subscription_slots {
   /// look-up comes. A client that subscribes to everything and goes again needs none.
   void order_later();
   nx_subscription_number add(node_pointer node);
-  void erase(nx_subscription_number number);
+  /// Returns what its node was: it may have been kept by this alone. Null if it has ended.
+  node_pointer erase(nx_subscription_number number);
   std::size_t size() const { return count_; }
 
   std::vector<node_pointer> nodes() const;
