@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include <map>
+
 #include "tests/loops/bars/node_case.h"
 
 namespace {
@@ -109,6 +111,22 @@ TEST(coarse_switch, leaves_channels_settling_and_does_not_hunt) {
     EXPECT_LE(add.steps(channel), 1u) << channel;
     EXPECT_LT(std::fabs(node.true_error(channel)), 0.8) << channel;
   }
+}
+
+// The log of an hour would else be a line each cycle.
+TEST(saturated_amplifier, keeps_its_channels_from_opening_in_one_piece) {
+  const auto node = bars::at_rest("orvalite", 7);
+  node->take_log();
+  node->plant().drop_power_limit(0, sim::direction::rx, 3.0, 60s);
+  node->run_for(60s);
+  std::map<std::string, unsigned> begins;
+  for (const auto& line : node->take_log()) {
+    const auto at = line.find("Guard unsaturated-amplifier begins on ");
+    if (at != line.npos) ++begins[line.substr(at, line.find(':', at) - at)];
+  }
+  EXPECT_GT(begins.size(), 10U);
+  for (const auto& [channel, times] : begins)
+    EXPECT_LE(times, 3U) << channel;
 }
 
 TEST(released_channel, is_regulated_from_the_attenuation_that_its_last_step_started_from) {

@@ -66,7 +66,7 @@ bool base<T>::can_regulate(std::shared_ptr<device::interfaces::wss> wss, float p
   conclude(
       law_reason(power_difference, large_enough, exhausted, attenuation_updated, power_updated));
   if (possible && is_step_withheld(*wss, power_difference)) return false;
-  if (possible || !large_enough) release_guards();
+  if (!large_enough) release_guards();
   return possible;
 }
 

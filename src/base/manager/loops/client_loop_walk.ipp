@@ -119,6 +119,7 @@ void client_loop<T>::manage_channel_peak(control_ptr control, bool regulate) {
   control->set_on_target(std::fabs(report.power_difference) < on_target_db);
   report.possible = control->can_regulate(wss_, report.power_difference) &&
                     !is_opening_withheld(control, report.power_difference);
+  if (report.possible) control->release_guards();
   log_peak(report);
   if (regulate && report.possible) {
     control->regulate(wss_, report.power_difference);
