@@ -58,8 +58,6 @@ class nx_server {
   /// chooses for 0. Throws std::runtime_error.
   unsigned start_tcp_socket(const std::string& address, unsigned port, bool read_only);
   void set_fault(server_fault fault);
-  /// Ends all sessions' subscriptions to the path, as a service that forgets its clients does.
-  void drop_subscriptions(const std::string& path);
   /// How long a client may take no output before its session is closed; for tests.
   void set_stuck_limit(std::chrono::milliseconds limit);
   /// How long a session on the supervisory link without subscriptions may ask for nothing; for

@@ -146,11 +146,6 @@ void nx_server::impl::set_fault(server_fault wanted) {
     one->resume();
 }
 
-void nx_server::impl::drop_subscriptions(const std::string& path) {
-  for (const auto& one : sessions_)
-    one->drop_subscription(path);
-}
-
 void nx_server::impl::close_all(const session_set& closing) {
   // Closing removes them from the set.
   const std::vector<std::shared_ptr<session>> all(closing.begin(), closing.end());
@@ -234,10 +229,6 @@ unsigned nx_server::start_tcp_socket(const std::string& address, unsigned port, 
 
 void nx_server::set_fault(server_fault fault) {
   impl_->runtime.run_on_io([this, fault] { impl_->set_fault(fault); });
-}
-
-void nx_server::drop_subscriptions(const std::string& path) {
-  impl_->runtime.run_on_io([&] { impl_->drop_subscriptions(path); });
 }
 
 void nx_server::set_stuck_limit(std::chrono::milliseconds limit) {

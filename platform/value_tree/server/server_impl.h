@@ -32,7 +32,6 @@ struct nx_server::impl : public session_host, public std::enable_shared_from_thi
   void add_listener(owned_fd listening, access rights, bool tcp);
   void add_interface(const std::string& interface_name, unsigned port);
   void set_fault(server_fault wanted);
-  void drop_subscriptions(const std::string& path);
   void set_silent_limit(std::chrono::milliseconds limit);
   /// Ends everything, and returns once no worker is executing a request. On any thread but the I/O
   /// thread.

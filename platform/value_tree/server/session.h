@@ -41,7 +41,6 @@ class session : public nx_session, public subscription_port {
   void flush();
   void resume();  ///< after the server was hung
   void node_added(const std::string& path);
-  void drop_subscription(const std::string& path);
   /// Logs the reason unless it is empty: a client that leaves is not worth a line.
   void close(const std::string& reason);
   /// It has asked for nothing since `time`; silent: and has no subscription.

@@ -89,12 +89,6 @@ void session::leave(const std::string& path) {
   if (const auto node = host_->db.find(path)) node->unsubscribe(shared_from_this());
 }
 
-void session::drop_subscription(const std::string& path) {
-  if (!outbox_.is_subscribed(path)) return;
-  leave(path);
-  subscription_ended(path, "dropped");
-}
-
 void session::node_added(const std::string& path) {
   if (closed_ || !outbox_.covered_by_pattern(path)) return;
   added_.push_back(path);

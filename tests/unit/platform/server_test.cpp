@@ -98,16 +98,6 @@ TEST_F(server_test, a_client_that_only_ever_asks_holds_up_nobody) {
   sender.join();
 }
 
-TEST_F(server_test, drops_subscriptions_as_it_is_told) {
-  const auto a = value_node::create(db, "a", "1");
-  const auto client = connect();
-  client.send(request(1, "subscribe", "a") + '\n');
-  client.lines(2);
-  server->drop_subscriptions("a");
-  EXPECT_EQ(client.line(), ended("a", "dropped"));
-  EXPECT_FALSE(a->has_subscribers());
-}
-
 TEST_F(server_test, a_subscriber_that_never_reads_gets_the_newest_values) {
   const auto values = add_values(20);
   const auto slow = connect();
