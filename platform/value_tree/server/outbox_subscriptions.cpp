@@ -18,11 +18,6 @@ void session_outbox::expect(std::size_t subscriptions) {
   subscriptions_.reserve(subscriptions_.size() + subscriptions);
 }
 
-nx_subscription_number session_outbox::begin(const node_pointer& node, reach how) {
-  const std::lock_guard lock(mutex_);
-  return begin_one(node, how);
-}
-
 void session_outbox::begin(std::span<const node_pointer> nodes, reach how,
                            std::vector<nx_subscription_number>& numbers) {
   const std::lock_guard lock(mutex_);

@@ -103,7 +103,6 @@ class session : public nx_session, public subscription_port {
   void check_output_limit();
   void finish();
 
-  void leave(const std::string& path);
   void let_go(const std::vector<std::shared_ptr<nx_db_leaf_node>>& nodes);
   void subscribe_pattern(const std::string& pattern, subscribing& work);
   bool subscribe_added_at_once();

@@ -66,9 +66,7 @@ class session_outbox {
   void expect(std::size_t subscriptions);
   /// How a subscription came about; `expected` also by a pattern, and announced by `expect`.
   enum class reach { by_name, by_pattern, expected };
-  /// no_subscription if the limit of subscriptions is reached.
-  nx_subscription_number begin(const node_pointer& node, reach how);
-  /// The same for several; the numbers are added to `numbers` up to the limit.
+  /// Adds a number for each to `numbers`, up to the limit of subscriptions.
   void begin(std::span<const node_pointer> nodes, reach how,
              std::vector<nx_subscription_number>& numbers);
   struct first_event {

@@ -81,12 +81,10 @@ void session::let_go(const std::vector<std::shared_ptr<nx_db_leaf_node>>& nodes)
   const auto me = shared_from_this();
   for (const auto& node : nodes) {
     node->unsubscribe(me);
-    if (node->is_retired()) leave(node->path());  // its successor has its subscribers
+    if (!node->is_retired()) continue;
+    const auto successor = host_->db.find(node->path());  // has its subscribers
+    if (successor) successor->unsubscribe(me);
   }
-}
-
-void session::leave(const std::string& path) {
-  if (const auto node = host_->db.find(path)) node->unsubscribe(shared_from_this());
 }
 
 void session::node_added(const std::string& path) {
