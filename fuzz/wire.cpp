@@ -46,8 +46,8 @@ struct owner {
 
 struct quiet_session : nx_session {
   void deliver(nx_event_ptr event, nx_subscription_number, bool) override {
-    check(event->line.find('\n') == std::string::npos, "an event is one line", event->line);
-    nx::parse_json(event->line);
+    check(event->lines.find('\n') == event->lines.size() - 1, "an event is one line", event->lines);
+    nx::parse_json(event->lines);
   }
   void subscription_ended(const std::string&, const std::string&) override {}
 };

@@ -21,7 +21,7 @@ class in_process_session : public nx_session {
   explicit in_process_session(std::weak_ptr<in_process_core> client) : client_(std::move(client)) {}
 
   void deliver(nx_event_ptr event, nx_subscription_number, bool) override {
-    if (auto client = client_.lock()) client->receive(event->line);
+    if (auto client = client_.lock()) client->receive(event->lines);
   }
 
   void subscription_ended(const std::string& path, const std::string& reason) override {

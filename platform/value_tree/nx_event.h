@@ -1,4 +1,4 @@
-// One event line, written once and shared by all who receive it. Holders count themselves, and the
+// One event, written once and shared by all who receive it. Holders count themselves, and the
 // publisher counts for all at once: a band's cycle reaches thousands of holders, and each counting
 // of its own costs as much as queuing the line. Any thread.
 #pragma once
@@ -12,9 +12,9 @@
 
 class nx_event {
  public:
-  /// The whole JSON-RPC message, without the line end.
-  explicit nx_event(std::string text) : line(std::move(text)) {}
-  const std::string line;
+  /// A whole JSON-RPC message, or several in lines; the last line end is added if it is missing.
+  explicit nx_event(std::string message) : lines(with_end(std::move(message))) {}
+  const std::string lines;  ///< as they are sent
 
   /// Counts so many holders beforehand; each takes its share by `held_already`.
   void hold_for(std::size_t holders) const {
@@ -22,6 +22,11 @@ class nx_event {
   }
 
  private:
+  static std::string with_end(std::string message) {
+    if (!message.empty() && message.back() != '\n') message += '\n';
+    return message;
+  }
+
   friend void intrusive_ptr_add_ref(const nx_event* held) { held->hold_for(1); }
   friend void intrusive_ptr_release(const nx_event* held) {
     if (held->holders_.fetch_sub(1, std::memory_order_acq_rel) == 1)
@@ -33,8 +38,8 @@ class nx_event {
 
 using nx_event_ptr = boost::intrusive_ptr<const nx_event>;
 
-inline nx_event_ptr make_event(std::string line) {
-  return {new nx_event(std::move(line))};
+inline nx_event_ptr make_event(std::string message) {
+  return {new nx_event(std::move(message))};
 }
 /// A holder's share of what `hold_for` has counted.
 inline nx_event_ptr held_already(const nx_event_ptr& event) {

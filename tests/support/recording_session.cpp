@@ -7,7 +7,7 @@
 namespace test {
 
 void recording_session::deliver(nx_event_ptr event, nx_subscription_number, bool first) {
-  const auto message = nx::parse_json(event->line);
+  const auto message = nx::parse_json(event->lines);
   const auto& params = message["params"];
   auto text = (first ? "first " : "") + std::string(params["path"].GetString());
   if (params.HasMember("error")) {

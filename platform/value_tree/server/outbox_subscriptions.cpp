@@ -54,7 +54,7 @@ nx_event_ptr session_outbox::take_begun(nx_subscription_number of) {
   if (subscribed == nullptr || subscribed->open || subscribed->place >= begun_.size()) return {};
   auto& waiting = begun_[subscribed->place];
   if (waiting.subscription != of || waiting.ended || !waiting.event) return {};
-  begun_bytes_ -= waiting.event->line.size();
+  begun_bytes_ -= waiting.event->lines.size();
   return std::exchange(waiting.event, nullptr);
 }
 
@@ -184,9 +184,7 @@ std::vector<session_outbox::node_pointer> session_outbox::open_begun() {
   }
   if (some_given_up) cut_given_up(all, lines);
   for (auto& some : lines) {
-    if (some.empty()) continue;
-    some.pop_back();  // the line end, which follows every text
-    push(std::move(some), true);
+    if (!some.empty()) push(std::move(some), true);
   }
   for (auto& one : all) {
     if (one.given_up || !one.event) continue;

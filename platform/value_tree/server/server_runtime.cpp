@@ -118,8 +118,7 @@ void server_runtime::impl::flush_woken() {
     const std::lock_guard lock(woken_mutex);
     senders.swap(woken);
   }
-  for (const auto& sender : senders)
-    static_cast<session&>(*sender).flush();
+  session::flush(senders);
 }
 
 server_runtime::server_runtime() : impl_(std::make_unique<impl>()) {}

@@ -39,6 +39,7 @@ class session : public nx_session, public subscription_port {
   // On the I/O thread.
   void start();
   void flush();
+  static void flush(const std::vector<std::shared_ptr<nx_session>>& sessions);
   void resume();  ///< after the server was hung
   void node_added(const std::string& path);
   /// Logs the reason unless it is empty: a client that leaves is not worth a line.
@@ -96,6 +97,7 @@ class session : public nx_session, public subscription_port {
   enum class sent { all, part, failed };
   void send_all();
   sent send_waiting();
+  bool send_only();
   void wait_until_writable();
   void writable();
   void watch_progress();

@@ -52,7 +52,7 @@ bool session_outbox::deliver(nx_event_ptr event, nx_subscription_number subscrip
   if (!found->open) {
     auto& waiting = begun_[found->place];
     if (waiting.ended) return false;
-    begun_bytes_ += event->line.size() - (waiting.event ? waiting.event->line.size() : 0);
+    begun_bytes_ += event->lines.size() - (waiting.event ? waiting.event->lines.size() : 0);
     waiting.event = std::move(event);
     return false;
   }
@@ -84,18 +84,25 @@ bool session_outbox::take(std::string& out, std::size_t enough) {
     drop(next);
     const bool is_ended =
         some_ended_ && next.of != no_subscription && subscriptions_.find(next.of) == nullptr;
-    if (!is_ended && !next.text->line.empty()) {  // empty: a place that was kept in vain
-      out += next.text->line;
-      out += '\n';
-    }
+    if (!is_ended) out += next.text->lines;
     next.text.reset();
   }
   forget_sent();
   return !nothing_waits() && queue_[first_].text;
 }
 
+nx_event_ptr session_outbox::take_only() {
+  const std::lock_guard lock(mutex_);
+  if (queue_.size() != first_ + 1 || some_ended_ || !queue_[first_].text) return nullptr;
+  woken_ = false;
+  drop(queue_[first_]);
+  auto only = std::move(queue_[first_++].text);
+  forget_sent();
+  return only;
+}
+
 void session_outbox::drop(const item& from) {
-  const auto size = from.text->line.size();
+  const auto size = from.text->lines.size();
   bytes_ -= size;
   if (from.answer) count_answers(-static_cast<std::ptrdiff_t>(size));
 }
@@ -158,7 +165,7 @@ void session_outbox::push(std::string text, bool answer) {
 }
 
 void session_outbox::push(item added) {
-  const auto size = added.text ? added.text->line.size() : 0;
+  const auto size = added.text ? added.text->lines.size() : 0;
   bytes_ += size;
   if (added.answer) count_answers(static_cast<std::ptrdiff_t>(size));
   queue_.push_back(std::move(added));
@@ -171,8 +178,8 @@ void session_outbox::push_event(subscription_slots::slot& subscribed, nx_subscri
   const bool merging = slow_ || bytes_ > merging_from;
   if (merging && newest >= front_number()) {
     auto& waiting = queue_[first_ + newest - front_number()].text;
-    bytes_ += event->line.size();
-    bytes_ -= waiting->line.size();
+    bytes_ += event->lines.size();
+    bytes_ -= waiting->lines.size();
     waiting = std::move(event);
     return;
   }
@@ -195,9 +202,9 @@ session_outbox::node_pointer session_outbox::end(nx_subscription_number ended) {
 
 void session_outbox::fill(std::uint64_t number, std::string text) {
   auto& kept = queue_[first_ + number - front_number()];
-  bytes_ += text.size();
-  count_answers(static_cast<std::ptrdiff_t>(text.size()));
   kept.text = make_event(std::move(text));
+  bytes_ += kept.text->lines.size();
+  count_answers(static_cast<std::ptrdiff_t>(kept.text->lines.size()));
 }
 
 bool session_outbox::wake() {

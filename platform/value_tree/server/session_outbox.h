@@ -49,6 +49,8 @@ class session_outbox {
   /// After this the sender has to be woken again, unless the session is slow: then it continues by
   /// itself once the socket accepts more.
   bool take(std::string& out, std::size_t enough);
+  /// The same for what waits alone: one text, in its own memory. Null if there is none or more.
+  nx_event_ptr take_only();
   void set_slow(bool slow);
   std::size_t waiting_bytes() const;
   /// The part that the client has not asked for by name: events. Answers are limited one by one.

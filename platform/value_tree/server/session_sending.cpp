@@ -53,6 +53,12 @@ ssize_t send_some(int descriptor, std::string_view text) {
 
 }  // namespace
 
+// Inlined as a whole: after a system call the processor mispredicts each return.
+[[gnu::flatten]] void session::flush(const std::vector<std::shared_ptr<nx_session>>& sessions) {
+  for (const auto& one : sessions)
+    static_cast<session&>(*one).flush();
+}
+
 void session::flush() {
   assert(host_->runtime.on_io_thread());
   if (closed_ || host_->fault == server_fault::hung) return;
@@ -78,6 +84,17 @@ void session::count_sending() {
   sending_counted_ = sending_.size();
 }
 
+// What waits alone, as an event to many does in most sessions, is sent from where it is. What the
+// socket does not accept is kept, and tried again.
+bool session::send_only() {
+  const auto only = outbox_.take_only();
+  if (!only) return false;
+  const auto taken = send_some(descriptor_, only->lines);
+  if (taken == static_cast<ssize_t>(only->lines.size())) return true;
+  sending_.assign(only->lines, static_cast<std::size_t>(std::max<ssize_t>(taken, 0)));
+  return false;
+}
+
 void session::send_all() {
   auto result = sent::all;
   {
@@ -91,6 +108,7 @@ void session::send_all() {
 
 // Called with sending_mutex_ held.
 session::sent session::send_waiting() {
+  if (sending_.empty() && send_only()) return sent::all;
   const lent_memory lent(sending_);
   std::size_t room = bytes_a_turn;
   for (bool more = true;;) {

@@ -93,10 +93,7 @@ void subscribing::begin_by_document(const node_pointer& node, nx_subscription_nu
     append_json_text(members_, value);
     members_ += ',';
   }
-  if (const auto event = outbox_.take_first_event(number)) {
-    lines_ += event->line;
-    lines_ += '\n';
-  }
+  if (const auto event = outbox_.take_first_event(number)) lines_ += event->lines;
 }
 
 void subscribing::cut_from(place start) {
