@@ -5,6 +5,8 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include "platform/value_tree/time_slice.h"
+
 namespace nx {
 namespace {
 
@@ -22,6 +24,20 @@ int nice_of(thread_rank rank) {
   return 0;
 }
 
+// What these threads do between two waits takes less; the system's own slice is some milliseconds,
+// for which a client that is busy with a large answer would hold up a device's.
+unsigned time_slice_us(thread_rank rank) {
+  switch (rank) {
+    case thread_rank::loops:
+      return 100;
+    case thread_rank::serving:
+      return 200;
+    case thread_rank::background:
+      return 0;
+  }
+  return 0;
+}
+
 }  // namespace
 
 void take_rank(const char* thread_name, thread_rank rank) {
@@ -33,6 +49,7 @@ void take_rank(const char* thread_name, thread_rank rank) {
     ::sched_setscheduler(0, SCHED_BATCH, &none);
   }
   ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), nice_of(rank));
+  set_time_slice(time_slice_us(rank));
 }
 
 bool in_background() {

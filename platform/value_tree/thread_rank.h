@@ -13,7 +13,7 @@ enum class thread_rank {
 
 /// Names the calling thread and sets its rank. Going above an ordinary process needs a permission
 /// (RLIMIT_NICE or CAP_SYS_NICE); without it the rank is that of an ordinary process, and only the
-/// background is lower.
+/// background is lower; the shorter time slices need none.
 void take_rank(const char* thread_name, thread_rank rank);
 
 /// True on a thread of the lowest rank: it may hold a contended lock for long.

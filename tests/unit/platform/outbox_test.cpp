@@ -3,7 +3,11 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include <array>
+#include <cstdint>
 #include <latch>
 #include <map>
 #include <mutex>
@@ -16,6 +20,7 @@
 #include "platform/value_tree/path_pattern.h"
 #include "platform/value_tree/server/session_outbox.h"
 #include "platform/value_tree/server/worker_pool.h"
+#include "platform/value_tree/thread_rank.h"
 #include "platform/wire/limits.h"
 #include "tests/support/gate.h"
 
@@ -275,6 +280,34 @@ TEST(worker_pool, gets_no_threads_for_work_that_goes_on) {
     std::this_thread::yield();
   EXPECT_EQ(most, 1);
   EXPECT_LE(pool.threads(), 2U);
+}
+
+// Of the calling thread, as the kernel tells it; always 0 before Linux 6.12.
+std::uint64_t time_slice() {
+  std::array<std::uint64_t, 7> attributes{};
+  constexpr std::size_t runtime = 3;
+  ::syscall(SYS_sched_getattr, 0, attributes.data(), sizeof(attributes), 0);
+  return attributes[runtime];
+}
+
+TEST(thread_rank, lets_the_loops_interrupt_clients_and_large_answers) {
+  using enum nx::thread_rank;
+  const auto of_thread = [](nx::thread_rank rank) {
+    std::uint64_t found = 0;
+    std::thread([&] {
+      nx::take_rank("a thread", rank);
+      found = time_slice();
+    }).join();
+    return found;
+  };
+  const auto usual = time_slice();
+  if (usual == 0) GTEST_SKIP() << "this kernel gives every thread the same time slice";
+  EXPECT_LT(of_thread(loops), of_thread(serving));
+  EXPECT_LT(of_thread(serving), usual);
+  std::thread([&] {
+    nx::take_rank("a loop", loops);
+    EXPECT_EQ(of_thread(background), usual) << "it is not inherited";
+  }).join();
 }
 
 TEST(light_mutex, lets_one_in_and_wakes_who_waits) {
