@@ -34,7 +34,6 @@ class daemon_figures {
 
   bare_socket bare_;  // forks, so before any thread
   test::daemon_node node_;
-  load undisturbed_{};
   test::plant_controls plant_{node_.root().path()};
 };
 

@@ -6,7 +6,8 @@
 
 namespace bench {
 
-/// The p99 of a device call while eight clients pipeline `info **`, relative to that without them.
+/// The p99 of a device call while eight clients pipeline `info **`, relative to that without them
+/// just before: the median of seven rounds.
 /// `device` is a socket with "data/txPower"; `folder` is for a socket of the tree.
 double disturbed_device_calls(const std::string& device, const std::string& folder);
 
