@@ -39,6 +39,7 @@ class session : public nx_session, public subscription_port {
   // On the I/O thread.
   void start();
   void flush();
+  /// Those that an event has woken, one after the other.
   static void flush(const std::vector<std::shared_ptr<nx_session>>& sessions);
   void resume();  ///< after the server was hung
   void node_added(const std::string& path);

@@ -89,6 +89,7 @@ void session::count_sending() {
 bool session::send_only() {
   const auto only = outbox_.take_only();
   if (!only) return false;
+  if (only->lines.empty()) return true;  // a place that was kept in vain
   const auto taken = send_some(descriptor_, only->lines);
   if (taken == static_cast<ssize_t>(only->lines.size())) return true;
   sending_.assign(only->lines, static_cast<std::size_t>(std::max<ssize_t>(taken, 0)));
